@@ -1,0 +1,151 @@
+// The process-wide status objects: the only way in which a worker reports, or learns that it must stop.
+//
+// One instance of each for the whole process. Every field has its own lock, held for one read or one write; no
+// operation holds a lock while it calls anything else. All operations may be called from any thread.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace tolvane {
+
+// One value behind its own lock.
+template <class T>
+class CLocked {
+ public:
+  CLocked() = default;
+  explicit CLocked(T value) : m_value(std::move(value)) {}
+  T Get() const {
+    const std::lock_guard lock(m_mutex);
+    return m_value;
+  }
+  void Set(T value) {
+    const std::lock_guard lock(m_mutex);
+    m_value = std::move(value);
+  }
+  // `change` sees the value under the lock and must not call out.
+  template <class F>
+  auto Change(F change) {
+    const std::lock_guard lock(m_mutex);
+    return change(m_value);
+  }
+
+ private:
+  mutable std::mutex m_mutex;
+  T m_value{};
+};
+
+// Worker threads that are inside a repair or a save.
+class CRepairThreadCounter {
+ public:
+  static CRepairThreadCounter& Instance();
+  CRepairThreadCounter() = default;
+  CRepairThreadCounter(const CRepairThreadCounter& other) : m_count(other.GetCount()) {}
+  CRepairThreadCounter& operator=(const CRepairThreadCounter&) = delete;
+  CRepairThreadCounter operator++(int);  // a counter with the old count
+  CRepairThreadCounter operator--(int);
+  [[nodiscard]] int32_t GetCount() const { return m_count.Get(); }
+
+ private:
+  explicit CRepairThreadCounter(int32_t count) : m_count(count) {}
+  CLocked<int32_t> m_count{0};
+};
+
+// The repair's running flag: false means stop now.
+class CRepairingFileStatus {
+ public:
+  static CRepairingFileStatus& Instance();
+  void SetRunning(bool isRunning) { m_isRunning.Set(isRunning); }
+  [[nodiscard]] bool IsRunning() const { return m_isRunning.Get(); }
+
+ private:
+  CLocked<bool> m_isRunning{false};
+};
+
+// The save's running flag, and whether the external save engine could not be started.
+class CSavingStatus {
+ public:
+  static CSavingStatus& Instance();
+  void SetSaving(bool isSaving) { m_isSaving.Set(isSaving); }
+  [[nodiscard]] bool IsSaving() const { return m_isSaving.Get(); }
+  void SetLaunchFailed(bool hasFailed) { m_hasLaunchFailed.Set(hasFailed); }
+  [[nodiscard]] bool GetLaunchFailed() const { return m_hasLaunchFailed.Get(); }
+
+ private:
+  CLocked<bool> m_isSaving{false};
+  CLocked<bool> m_hasLaunchFailed{false};
+};
+
+// Position and maximum of the progress bar.
+class CProgressStatus {
+ public:
+  static CProgressStatus& Instance();
+  [[nodiscard]] int32_t GetPos() const { return m_pos.Get(); }
+  void SetPos(int32_t pos) { m_pos.Set(pos); }
+  void IncrementPos();
+  [[nodiscard]] int32_t GetMax() const { return m_max.Get(); }
+  void SetMax(int32_t max);  // below 1 stores 1
+
+ private:
+  CLocked<int32_t> m_pos{0};
+  CLocked<int32_t> m_max{1};
+};
+
+// The one-line status under the progress bar.
+class CStatusProgress {
+ public:
+  static CStatusProgress& Instance();
+  void SetText(std::u16string text) { m_text.Set(std::move(text)); }
+  [[nodiscard]] std::u16string GetText() const { return m_text.Get(); }
+
+ private:
+  CLocked<std::u16string> m_text;
+};
+
+// The repair log, lines joined with "\r\n".
+class CRepairLog {
+ public:
+  static CRepairLog& Instance();
+  void Set(std::u16string text) { m_text.Set(std::move(text)); }
+  void Append(std::u16string_view text);
+  void Clear() { Set({}); }
+  [[nodiscard]] std::u16string Get() const { return m_text.Get(); }
+
+ private:
+  CLocked<std::u16string> m_text;
+};
+
+// Flags of the record preview's loader.
+class CPreviewThreadStatus {
+ public:
+  static CPreviewThreadStatus& Instance();
+  void SetAbort(int32_t abort) { m_abort.Set(abort); }
+  [[nodiscard]] bool IsAborted() const { return m_abort.Get() == 1; }
+  void SetFinished(int32_t finished) { m_finished.Set(finished); }
+  [[nodiscard]] int32_t GetFinished() const { return m_finished.Get(); }
+  [[nodiscard]] bool IsBusy() const { return GetFinished() == 0; }
+  // Loops until the finished flag is non-zero, calling `keepPainting` between reads (the window repaints there;
+  // without one the thread just yields).
+  void WaitUntilFinished(void (*keepPainting)() = nullptr);
+
+ private:
+  CLocked<int32_t> m_abort{0};
+  CLocked<int32_t> m_finished{1};
+};
+
+// The pause in which a full bar can be seen. The front end sets its length: one second in the window, none (the
+// default) on the command line and in tests.
+class CDisplayPause {
+ public:
+  static CDisplayPause& Instance();
+  void SetLength(uint32_t milliseconds) { m_milliseconds.Set(milliseconds); }
+  [[nodiscard]] uint32_t GetLength() const { return m_milliseconds.Get(); }
+  void Pause();
+
+ private:
+  CLocked<uint32_t> m_milliseconds{0};
+};
+
+}  // namespace tolvane

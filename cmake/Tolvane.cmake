@@ -1,0 +1,24 @@
+# Compiler settings and the one way in which this project declares a library.
+add_library(tolvane_options INTERFACE)
+target_compile_features(tolvane_options INTERFACE cxx_std_20)
+target_include_directories(tolvane_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(tolvane_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(WIN32)
+  target_compile_definitions(tolvane_options INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 __USE_MINGW_ANSI_STDIO=1)
+endif()
+if(TOLVANE_SANITIZE)
+  set(_sanitize -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(tolvane_options INTERFACE ${_sanitize})
+  target_link_options(tolvane_options INTERFACE ${_sanitize})
+endif()
+
+# tolvane_library(NAME SOURCES file... LINKS target...)
+# One static library a folder, linked only to the folders that it may include.
+function(tolvane_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(tolvane_${name} STATIC ${arg_SOURCES})
+  target_link_libraries(tolvane_${name} PUBLIC tolvane_options ${arg_LINKS})
+  set_property(GLOBAL APPEND PROPERTY TOLVANE_SOURCES ${arg_SOURCES})
+endfunction()

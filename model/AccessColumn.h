@@ -1,0 +1,103 @@
+// One recovered column of a table.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tolvane {
+
+class CMSysComplexColumnsData;
+
+// The file's type codes.
+enum EColumnType : uint8_t {
+  kTypeNone = 0,
+  kTypeBoolean = 1,
+  kTypeByte = 2,
+  kTypeInteger = 3,
+  kTypeLong = 4,
+  kTypeCurrency = 5,
+  kTypeSingle = 6,
+  kTypeDouble = 7,
+  kTypeDate = 8,
+  kTypeBinary = 9,
+  kTypeText = 10,
+  kTypeOle = 11,
+  kTypeMemo = 12,
+  kTypeUnknown13 = 13,
+  kTypeGuid = 15,
+  kTypeDecimal = 16,
+  kTypeComplex = 18,
+  kTypeBigInt = 19,
+  kTypeExtendedDate = 20,
+};
+
+// Bits of CAccessColumn::flags.
+inline constexpr uint8_t kColumnFixed = 0x01;       // stored in the row's fixed area
+inline constexpr uint8_t kColumnAutoNumber = 0x04;
+// Bits of CAccessColumn::extendedFlags (Jet 4 and later).
+inline constexpr uint8_t kColumnFlatRowId = 0x04;   // flat table: its own row id
+inline constexpr uint8_t kColumnFlatKey = 0x08;     // flat table: key that matches the parent row's value
+
+class CAccessColumn {
+ public:
+  static constexpr size_t kNameUnits = 255;
+  using Name = std::array<char16_t, kNameUnits>;
+
+  CAccessColumn();
+  virtual ~CAccessColumn();
+  CAccessColumn(CAccessColumn&&) noexcept;
+  CAccessColumn& operator=(CAccessColumn&&) noexcept;
+
+  uint8_t type = kTypeNone;
+  uint16_t number = 0;
+  uint16_t variableIndex = 0;
+  uint32_t misc = 0;  // precision and scale, code page, or complex id, as the descriptor has it
+  uint8_t flags = 0;
+  uint8_t extendedFlags = 0;  // Jet 3 has none
+  uint16_t fixedOffset = 0;
+  uint16_t length = 0;  // characters for Jet 4 text, bytes otherwise
+  Name name{};
+
+  // The name up to its first zero unit, at most 255 units.
+  [[nodiscard]] std::u16string_view GetName() const;
+  void SetName(std::u16string_view text);
+  [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
+  // Digits after the point of a decimal.
+  [[nodiscard]] uint8_t GetScale() const { return static_cast<uint8_t>(misc >> 8); }
+
+  // Owned; null unless the column is a known complex column.
+  [[nodiscard]] const CMSysComplexColumnsData* GetComplexData() const { return m_complexData.get(); }
+  void SetComplexData(std::unique_ptr<CMSysComplexColumnsData> data);
+
+ private:
+  std::unique_ptr<CMSysComplexColumnsData> m_complexData;
+};
+
+class CAccessColumnList {
+ public:
+  virtual ~CAccessColumnList() = default;
+  void Add(CAccessColumn column) { m_columns.push_back(std::move(column)); }
+  // Null past the end.
+  [[nodiscard]] CAccessColumn* GetAt(size_t position);
+  [[nodiscard]] const CAccessColumn* GetAt(size_t position) const;
+  bool SetNameAt(size_t position, std::u16string_view name);
+  [[nodiscard]] size_t GetCount() const { return m_columns.size(); }
+  // The first column with that number; null when there is none.
+  [[nodiscard]] const CAccessColumn* FindByNumber(uint16_t number) const;
+  // Ascending by column number, by exchanging contents.
+  void SortByNumber();
+
+  auto begin() const { return m_columns.begin(); }
+  auto end() const { return m_columns.end(); }
+
+ private:
+  std::vector<CAccessColumn> m_columns;
+};
+
+}  // namespace tolvane

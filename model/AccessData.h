@@ -1,0 +1,47 @@
+// The result of one repair run: the recovered tables, the saved-query objects and what was lost on the way.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "model/AccessTable.h"
+#include "model/DamageLedger.h"
+#include "query/QuerySysObject.h"
+#include "query/TList.h"
+
+namespace tolvane {
+
+// What the header told about the damaged file.
+struct SSourceFacts {
+  bool isJet3 = false;
+  uint32_t pageSize = 4096;
+  uint8_t versionByte = 0;
+  uint32_t codePage = 1252;   // of Jet 3 texts
+  uint64_t length = 0;        // bytes
+  uint64_t pageCount = 0;     // whole pages
+};
+
+// Destroying it deletes the tables' data files and the OLE side files.
+class CAccessData {
+ public:
+  CAccessData() = default;
+  virtual ~CAccessData();
+  CAccessData(const CAccessData&) = delete;
+  CAccessData& operator=(const CAccessData&) = delete;
+
+  [[nodiscard]] CAccessTableList& GetTables() { return m_tables; }
+  [[nodiscard]] const CAccessTableList& GetTables() const { return m_tables; }
+  [[nodiscard]] CTList<CQuerySysObject>& GetQueryObjects() { return m_queryObjects; }
+  [[nodiscard]] const CTList<CQuerySysObject>& GetQueryObjects() const { return m_queryObjects; }
+  [[nodiscard]] CDamageLedger& GetLedger() { return m_ledger; }
+  [[nodiscard]] const CDamageLedger& GetLedger() const { return m_ledger; }
+
+  SSourceFacts source;
+
+ private:
+  CAccessTableList m_tables;
+  CTList<CQuerySysObject> m_queryObjects;
+  CDamageLedger m_ledger;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,102 @@
+// One recovered table and the list of them.
+//
+// A table is keyed by the byte offset of its first definition page in the file that held it; the key also names
+// its data file, which is deleted with the table. One thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "model/AccessColumn.h"
+#include "model/AccessTableIndex.h"
+
+namespace tolvane {
+
+// Header words of a definition, in the file's order.
+struct SAccessTableHeader {
+  uint32_t definitionLength = 0;
+  uint32_t secondWord = 0;
+  uint32_t rowCount = 0;  // replaced by the number of rows decoded
+  uint32_t nextAutoNumber = 0;
+  uint8_t tableType = 0;
+  uint16_t highestColumnNumber = 0;
+  uint16_t variableColumnCount = 0;
+  uint16_t columnCount = 0;
+  uint32_t indexCount = 0;
+  uint32_t realIndexCount = 0;
+  uint32_t usedPagesMap = 0;
+  uint32_t freePagesMap = 0;
+};
+
+// Byte offsets of the data pages that belong to a table, in the order in which they were found.
+class CAccessDataPageOffsetList {
+ public:
+  virtual ~CAccessDataPageOffsetList() = default;
+  void Add(uint64_t offset) { m_offsets.push_back(offset); }
+  [[nodiscard]] size_t GetCount() const { return m_offsets.size(); }
+  auto begin() const { return m_offsets.begin(); }
+  auto end() const { return m_offsets.end(); }
+
+ private:
+  std::vector<uint64_t> m_offsets;
+};
+
+class CAccessTable {
+ public:
+  explicit CAccessTable(uint64_t definitionOffset);
+  virtual ~CAccessTable();
+  CAccessTable(const CAccessTable&) = delete;
+  CAccessTable& operator=(const CAccessTable&) = delete;
+
+  [[nodiscard]] uint64_t GetDefinitionOffset() const { return m_definitionOffset; }
+  // The definition offset divided by 4096, in decimal, for both page sizes.
+  [[nodiscard]] const std::u16string& GetKeyText() const { return m_keyText; }
+  // The definition's page number in decimal.
+  [[nodiscard]] std::u16string GetPageText(uint32_t pageSize) const;
+
+  std::u16string name;  // empty until it is known
+  uint8_t keepFlag = 1;  // 0 marks a continuation definition; 1 again once the table is named
+  SAccessTableHeader header;
+  CAccessColumnList columns;
+  CAccessTableIndexList indexes;
+  CAccessDataPageOffsetList dataPages;
+  // The row count that the definition held, before header.rowCount was replaced.
+  uint32_t promisedRows = 0;
+  bool isNameGenerated = false;  // "RecoveredTable###..."
+
+ private:
+  uint64_t m_definitionOffset;
+  std::u16string m_keyText;
+};
+
+// In the order in which the definitions were found, with an index by definition offset beside it.
+class CAccessTableList {
+ public:
+  virtual ~CAccessTableList() = default;
+
+  CAccessTable& AddTable(uint64_t definitionOffset);
+  // The first table with exactly that offset; null when there is none.
+  [[nodiscard]] CAccessTable* FindTable(uint64_t definitionOffset) const;
+  // No table with that offset: no action, false.
+  bool CreditDataPage(uint64_t dataPageOffset, uint64_t definitionOffset);
+  void RemoveUnmarked();
+  bool Mark(uint64_t definitionOffset, uint8_t keepFlag = 1);
+  bool SetNameByKey(std::u16string_view keyText, std::u16string_view name);
+  [[nodiscard]] size_t GetCount() const { return m_tables.size(); }
+  // Null past the end.
+  [[nodiscard]] CAccessTable* GetAt(size_t position) const;
+
+  auto begin() const { return m_tables.begin(); }
+  auto end() const { return m_tables.end(); }
+
+ private:
+  std::vector<std::unique_ptr<CAccessTable>> m_tables;
+  std::unordered_map<uint64_t, CAccessTable*> m_byOffset;  // first table of each offset
+};
+
+}  // namespace tolvane

@@ -1,0 +1,96 @@
+// The rules by which damaged files are read and recovered values are stored, where more than one reading is
+// possible. One rule, one name: whoever follows a rule asks here, and nothing else in the code knows which set
+// is in force.
+//
+// The standard set is the product's documented behaviour. Some of its rules differ from what healthy files
+// hold; docs/limits.md tells users what that costs them.
+#pragma once
+
+#include <cstdint>
+
+namespace tolvane {
+
+struct SRecoveryRules {
+  // --- pages ---
+
+  // A page that cannot be read leaves the previous page's bytes in the buffer and is taken for that page.
+  bool unreadablePageKeepsPrevious;
+  // A freed data page that still names its old owner is credited to it.
+  bool creditFreedPages;
+  // A Jet 4 definition page must carry the constant 0x659 at offset 12 to start a table.
+  bool requireDefinitionMark;
+
+  // --- definitions ---
+
+  // The catalogue's definition is never taken from the file.
+  bool useBuiltInCatalogue;
+  // Jet 4: only the low byte of the column number counts.
+  bool columnNumberLowByteOnly;
+  // Offset of the flags byte in a Jet 4 real-index entry (the file format puts it at 46).
+  uint32_t indexFlagsOffsetJet4;
+  // Ignore-nulls and required are set only when the flags byte equals exactly their value.
+  bool indexFlagsExactMatch;
+  // Offset, in a logical-index entry, of the number that tells which real index it marks as primary key.
+  // Jet 4: 4 is the entry's own number, 8 the real index; Jet 3: 0 and 4.
+  uint32_t logicalIndexNumberOffsetJet4;
+  uint32_t logicalIndexNumberOffsetJet3;
+  // As many logical-index entries are read as there are real indexes.
+  bool logicalCountIsRealCount;
+  // Jet 3 names are copied unchanged, byte by byte, into a UTF-16 buffer that keeps the previous name's tail.
+  bool rawJet3Names;
+
+  // --- rows ---
+
+  // Mask of a row offset entry that gives the row's start (the file format needs 0x1FFF).
+  uint16_t rowStartMask;
+  // A row offset entry with bit 0x8000 is never a row of its own.
+  bool skipHiddenRows;
+  // The target of an overflow pointer is taken without a look at its own flags or its page's owner.
+  bool trustOverflowTarget;
+  // Rows with this many stored columns or more are rejected.
+  uint32_t maximumStoredColumns;
+
+  // --- values ---
+
+  // Decimal: only the last eight bytes count, as a two's complement number; its sign byte is ignored.
+  bool decimalLowWordsOnly;
+  // Digits after the point of single and double values.
+  uint32_t floatDecimals;
+  // A date at midnight keeps the blank that stood before its time.
+  bool midnightKeepsBlank;
+
+  // --- saving ---
+
+  // Byte values outside -128..127 are dropped.
+  bool dropBytesAbove127;
+  // A row whose values are all empty is not stored.
+  bool dropEmptyRows;
+  // Decimal columns become double columns, binary columns become long binary ones.
+  bool standardFieldTypes;
+};
+
+inline constexpr SRecoveryRules kStandardRules{
+    .unreadablePageKeepsPrevious = true,
+    .creditFreedPages = true,
+    .requireDefinitionMark = false,
+    .useBuiltInCatalogue = true,
+    .columnNumberLowByteOnly = true,
+    .indexFlagsOffsetJet4 = 42,
+    .indexFlagsExactMatch = true,
+    .logicalIndexNumberOffsetJet4 = 4,
+    .logicalIndexNumberOffsetJet3 = 4,
+    .logicalCountIsRealCount = true,
+    .rawJet3Names = true,
+    .rowStartMask = 0x0FFF,
+    .skipHiddenRows = true,
+    .trustOverflowTarget = true,
+    .maximumStoredColumns = 256,
+    .decimalLowWordsOnly = true,
+    .floatDecimals = 5,
+    .midnightKeepsBlank = true,
+    .dropBytesAbove127 = true,
+    .dropEmptyRows = true,
+    .standardFieldTypes = true,
+};
+
+}  // namespace tolvane

@@ -1,0 +1,44 @@
+// Files and folders by name: tests, creation, removal, and where things belong. Thread-safe; nothing throws.
+// A false result leaves the reason in the system's last error, read with LastSystemError at once.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tolvane {
+
+extern const char16_t kPathSeparator;  // '\\' on Windows, '/' elsewhere
+
+uint32_t LastSystemError();
+
+enum class EFileKind : uint8_t { Missing, File, Folder, Other };  // Other: device, pipe, socket
+EFileKind GetFileKind(std::u16string_view path);                  // follows links
+bool FileExists(std::u16string_view path);                        // anything with that name
+bool CanRead(std::u16string_view path);
+bool CanWrite(std::u16string_view path);
+// The same file under two names: hard link, symbolic link, case, short name.
+bool IsSameFile(std::u16string_view a, std::u16string_view b);
+// Bytes; 0 when it cannot be told.
+uint64_t GetFileLength(std::u16string_view path);
+
+bool CreateFolder(std::u16string_view path);  // one level
+bool RemoveFile(std::u16string_view path);
+bool RemoveFolderTree(std::u16string_view path);  // never follows links
+// Replaces an existing target in one step.
+bool RenameFile(std::u16string_view from, std::u16string_view to);
+std::vector<std::u16string> ListFolder(std::u16string_view path);  // names only, sorted
+
+// With their separator at the end.
+std::u16string GetExecutableFolder();
+std::u16string GetUserCacheFolder();
+std::u16string GetTempFolder();
+
+std::u16string GetAbsolutePath(std::u16string_view path);
+// On Windows both separators count.
+std::u16string_view FileNameOf(std::u16string_view path);
+std::u16string_view FolderOf(std::u16string_view path);     // with its separator; empty when there is none
+std::u16string_view ExtensionOf(std::u16string_view path);  // without the dot; empty when there is none
+
+}  // namespace tolvane

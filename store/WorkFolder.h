@@ -1,0 +1,38 @@
+// Where temporary files live. The front end decides once, before the first repair.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tolvane {
+
+// Process-wide, with its separator at the end. Until SetWorkFolder is called: the folder "TolvaneforAccess"
+// beside the program. Thread-safe.
+std::u16string GetWorkFolder();
+void SetWorkFolder(std::u16string_view folder);
+
+// A folder of its own under `baseFolder` for one run of the program, removed by the destructor. Its name carries
+// the process number, so that a later run can tell a stale one.
+class CRunFolder {
+ public:
+  CRunFolder() = default;
+  CRunFolder(const CRunFolder&) = delete;
+  CRunFolder& operator=(const CRunFolder&) = delete;
+  ~CRunFolder();
+
+  // Creates the folder and makes it the work folder. With an empty `baseFolder`: "TolvaneforAccess" beside the
+  // program if that can be written, else in the user's cache folder. False when no folder could be created or
+  // written; GetProblem then names the folder that was tried and the system's reason.
+  bool Create(std::u16string_view baseFolder);
+  // Removes folders of runs whose process has ended.
+  static void RemoveStale(std::u16string_view baseFolder);
+  void Remove();
+  [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
+  [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
+
+ private:
+  std::u16string m_path;
+  std::u16string m_problem;
+};
+
+}  // namespace tolvane

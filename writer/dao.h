@@ -1,0 +1,165 @@
+// The database operations that the writer needs, as abstract classes. The writer knows no implementation.
+//
+//   CDaoEngine -> CDaoDatabase -> CDaoTableDef | CDaoRecordset | CDaoQueryDef
+//
+// Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time. Objects must be
+// released inside out: recordsets and definitions before their database. Values arrive as text, as the data
+// files hold them; the engine converts them to the column's type as a database engine would.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tolvane {
+
+// Error numbers, as users of the format know them.
+enum class EDaoError : int32_t {
+  None = 0,
+  CannotStart = 3000,
+  TableExists = 3010,
+  ObjectNotFound = 3011,
+  DuplicateKey = 3022,
+  InvalidPath = 3044,
+  DiskFull = 3026,
+  RecordTooLarge = 3047,
+  NotFound = 3024,
+  CannotOpenFile = 3051,
+  NotADatabase = 3343,
+  InvalidDataType = 3259,
+  InvalidArgument = 3001,
+  InvalidName = 3125,
+  ItemNotFound = 3265,
+  NoCurrentRecord = 3021,
+  NoAddNew = 3020,
+  FieldTooSmall = 3163,
+  DatabaseTooLarge = 3183,
+  TooManyFields = 3190,
+  DataConversion = 3421,
+  DuplicateField = 3191,
+  DatabaseExists = 3204,
+  QueryExists = 3012,
+  NotSupported = 3251,
+  DiskError = 3043,
+};
+
+struct [[nodiscard]] CDaoResult {
+  EDaoError code = EDaoError::None;
+  std::u16string text;  // what went wrong and, where it helps, what to do; one line
+
+  [[nodiscard]] bool IsOk() const { return code == EDaoError::None; }
+  static CDaoResult Ok() { return {}; }
+};
+
+// Field types that the writer asks for.
+enum EDaoType : int16_t {
+  kDaoBoolean = 1,
+  kDaoByte = 2,
+  kDaoInteger = 3,
+  kDaoLong = 4,
+  kDaoCurrency = 5,
+  kDaoSingle = 6,
+  kDaoDouble = 7,
+  kDaoDate = 8,
+  kDaoText = 10,
+  kDaoLongBinary = 11,
+  kDaoMemo = 12,
+  kDaoGuid = 15,
+};
+inline constexpr int32_t kDaoFixedField = 0x01;
+inline constexpr int32_t kDaoVariableField = 0x02;
+inline constexpr int32_t kDaoAutoIncrement = 0x10;
+inline constexpr int32_t kDaoUpdatable = 0x20;
+inline constexpr int32_t kDaoSystemField = 0x2000;
+
+// Options of CreateDatabase.
+inline constexpr int32_t kDaoVersionJet3 = 0x20;
+inline constexpr int32_t kDaoVersionJet4 = 0x40;
+
+struct CDaoFieldInfo {
+  std::u16string name;
+  int16_t type = 0;
+  int32_t size = 0;  // text: characters; fixed types: ignored
+  int32_t attributes = 0;
+  bool required = false;
+  bool allowZeroLength = false;
+  std::u16string defaultValue;
+};
+
+struct CDaoIndexFieldInfo {
+  std::u16string name;
+  bool descending = false;
+};
+
+struct CDaoIndexInfo {
+  std::u16string name;
+  std::vector<CDaoIndexFieldInfo> fields;
+  bool primary = false;
+  bool unique = false;
+  bool clustered = false;
+  bool ignoreNulls = false;
+  bool required = false;
+  bool foreign = false;
+  int32_t distinctCount = 0;
+};
+
+// Bytes handed over piece by piece, so that a large value needs no memory of its own size.
+class CDaoByteSource {
+ public:
+  virtual ~CDaoByteSource() = default;
+  // Fills as much of `buffer` as there is; 0 at the end. False when the source cannot be read.
+  virtual bool Read(std::span<uint8_t> buffer, size_t& bytesRead) = 0;
+  [[nodiscard]] virtual uint64_t GetLength() const = 0;
+};
+
+// A table definition that is being built. Nothing reaches the database before Append.
+class CDaoTableDef {
+ public:
+  virtual ~CDaoTableDef() = default;
+  virtual CDaoResult CreateField(std::u16string_view name, int16_t type, int32_t size, int32_t attributes) = 0;
+  virtual CDaoResult CreateField(const CDaoFieldInfo& field) = 0;
+  virtual CDaoResult CreateIndex(const CDaoIndexInfo& index) = 0;
+  virtual CDaoResult Append() = 0;
+  virtual void Close() = 0;
+};
+
+// Rows of one table, added at its end.
+class CDaoRecordset {
+ public:
+  virtual ~CDaoRecordset() = default;
+  virtual CDaoResult AddNew() = 0;
+  // By field index in the definition's order, from 0. A failed value leaves the field as it was.
+  virtual CDaoResult SetFieldValue(size_t index, std::u16string_view text) = 0;
+  virtual CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) = 0;
+  // Stores the new record. On failure the record is gone and the next AddNew starts afresh.
+  virtual CDaoResult Update() = 0;
+  // Writes what is buffered and the table's counters.
+  virtual CDaoResult Close() = 0;
+};
+
+class CDaoDatabase {
+ public:
+  virtual ~CDaoDatabase() = default;
+  virtual CDaoResult CreateTableDef(std::u16string_view name, int32_t attributes, std::u16string_view source,
+                                    std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) = 0;
+  // `sql` is "SELECT * FROM [table]".
+  virtual CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) = 0;
+  // Completes the file on disk. The destructor closes too, but cannot say what went wrong.
+  virtual CDaoResult Close() = 0;
+};
+
+class CDaoEngine {
+ public:
+  virtual ~CDaoEngine() = default;
+  // The file must not exist.
+  virtual CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
+                                    std::unique_ptr<CDaoDatabase>& database) = 0;
+  virtual CDaoResult OpenDatabase(std::u16string_view path, bool exclusive, bool readOnly,
+                                  std::u16string_view connect, std::unique_ptr<CDaoDatabase>& database) = 0;
+};
+
+}  // namespace tolvane
