@@ -1,0 +1,123 @@
+#!/usr/bin/env bash
+# Builds and tests everything:
+#
+#   ./test.sh            all of it: other compilers, sanitizers, Windows builds, checkers, real files
+#   ./test.sh --quick    the release build and its fast tests
+#
+# Installs the Debian packages that are missing (as root or through sudo). Every stage says how it ended and how
+# long it took; a failed one does not stop the others. The last thing that runs is one ctest, in which each
+# stage counts as a test of its own, so its closing line speaks for the whole run.
+set -uo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd -P)
+stages=$root/build/stages
+jobs=$(nproc)
+# shellcheck source=tools/packages.sh
+source "$root/tools/packages.sh"
+
+quick=no
+case "${1:-}" in
+  --quick) quick=yes ;;
+  "") ;;
+  *) say "usage: ./test.sh [--quick]"; exit 64 ;;
+esac
+
+# Where the pinned npm reader lives; the corpus tests look there too.
+export TOLVANE_MDB_READER=$root/build/npm/node_modules/mdb-reader
+export TOLVANE_CORPUS=${TOLVANE_CORPUS:-$root/../shared/corpus}
+export TOLVANE_STAGES=$stages
+export CTEST_OUTPUT_ON_FAILURE=1
+
+# stage NAME COMMAND...: runs it with its output in a log file; the log's end is shown when it fails.
+stage() {
+  local name=$1 started=$SECONDS status=0
+  shift
+  printf '== %s\n' "$name"
+  "$@" >"$stages/$name.log" 2>&1 </dev/null || status=$?
+  printf '%s\n' "$status" >"$stages/$name.status"
+  if [ "$status" -eq 0 ]; then
+    printf '   passed in %d s\n' $((SECONDS - started))
+  else
+    tail -n 60 "$stages/$name.log" | sed 's/^/   | /'
+    printf '   FAILED in %d s (status %d, whole output in build/stages/%s.log)\n' \
+      $((SECONDS - started)) "$status" "$name"
+  fi
+  return "$status"
+}
+
+build() { cmake -S "$root" --preset "$1" "${@:2}" && ninja -C "$root/build/$1" -j "$jobs"; }
+
+sources() {
+  local folder
+  for folder in platform app query store model engine writer cli ui; do
+    [ ! -d "$root/$folder" ] || find "$root/$folder" -name '*.cpp' ! -name '*_win.cpp' ! -path '*/automation/*'
+  done | sort
+}
+
+check_format() {
+  find "$root" -path "$root/build" -prune -o \( -name '*.cpp' -o -name '*.h' \) -print0 |
+    xargs -0 clang-format --dry-run -Werror
+}
+
+check_tidy() {
+  local files
+  mapfile -t files < <(sources)
+  (cd "$root" && run-clang-tidy -quiet -j "$jobs" -p build/clang "${files[@]}")
+}
+
+test_sanitizers() {
+  ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
+    ctest --test-dir "$root/build/sanitizers" -j "$jobs" -LE slow
+}
+
+# Each test program once as a whole: starting one a test costs a second each.
+test_under_wine() {
+  local program failed=0 ran=0
+  export WINEPREFIX=$root/build/wine WINEDEBUG=-all
+  mkdir -p "$WINEPREFIX"
+  while IFS= read -r program; do
+    printf -- '-- %s\n' "${program##*/}"
+    (cd "$(dirname "$program")" && timeout 600 "$wine" "$program" --gtest_brief=1) || failed=$((failed + 1))
+    ran=$((ran + 1))
+  done < <(find "$root/build/windows-x64/tests" -name '*_tests.exe' | sort)
+  printf '%d test programs, %d failed\n' "$ran" "$failed"
+  [ "$ran" -gt 0 ] && [ "$failed" -eq 0 ]
+}
+
+install_reader() {
+  [ -d "$TOLVANE_MDB_READER" ] && grep -q '"version": "3.2.0"' "$TOLVANE_MDB_READER/package.json" ||
+    npm install --prefix "$root/build/npm" --no-save --no-audit --no-fund --ignore-scripts mdb-reader@3.2.0
+}
+
+mkdir -p "$stages"
+rm -f "$stages"/*.status
+packages=(cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev googletest python3)
+if [ "$quick" = no ]; then
+  packages+=(clang clang-format clang-tidy libbenchmark-dev mdbtools g++-mingw-w64-x86-64-posix
+    g++-mingw-w64-i686-posix wine wine64)
+  # A Node.js from elsewhere conflicts with Debian's packages: theirs only where there is none.
+  command -v node >/dev/null || packages+=(nodejs)
+  command -v npm >/dev/null || packages+=(npm)
+fi
+install_missing "$root/build/install.log" "${packages[@]}" || exit 1
+wine=$(command -v wine64 || command -v wine || echo /usr/lib/wine/wine64)
+
+stage release build release -DTOLVANE_TESTS=ON -DTOLVANE_BENCH="$([ "$quick" = no ] && echo ON || echo OFF)" || exit 1
+if [ "$quick" = yes ]; then
+  exec ctest --test-dir "$root/build/release" -j "$jobs" -LE slow --no-tests=error
+fi
+
+failed=0
+stage format check_format || failed=1
+stage clang build clang || failed=1
+stage tidy check_tidy || failed=1
+stage sanitizers build sanitizers || failed=1
+stage sanitizer-tests test_sanitizers || failed=1
+stage windows-x64 build windows-x64 || failed=1
+stage windows-x86 build windows-x86 || failed=1
+stage wine-tests test_under_wine || failed=1
+stage npm-reader install_reader || failed=1
+
+printf '== tests of the release build\n'
+ctest --test-dir "$root/build/release" -j "$jobs" --no-tests=error || failed=1
+exit "$failed"

@@ -1,0 +1,111 @@
+#!/usr/bin/env python3
+"""Proves two rules of the architecture (docs/architecture.md) over the sources:
+
+1. Includes between the project's folders point only down: each layer below may include itself and those it names.
+2. System headers and conditional compilation appear only where the system is: platform/*_win.cpp and
+   platform/*_posix.cpp, the Windows program and the automation of an installed database engine.
+
+    python3 tests/scripts/check_includes.py [PROJECT_ROOT]
+
+Prints one line a breach and exits with 1; with 0 and a count when there is none.
+"""
+import os
+import re
+import sys
+
+# store/ holds two layers: the files themselves, below the model, and the readers above it.
+STORE_FILES = {'AccessTableDataFile', 'FileNameManager', 'WorkFolder'}
+
+# layer -> layers that it may include besides itself
+READING = ['platform', 'status', 'query', 'store-files', 'model', 'store-readers']
+LAYERS = {
+    'platform': [],
+    'status': ['platform'],
+    'query': [],
+    'store-files': ['platform', 'status'],
+    'model': ['platform', 'store-files', 'query'],
+    'store-readers': ['platform', 'status', 'query', 'store-files', 'model'],
+    'engine': READING,
+    'dao': [],
+    'writer': READING + ['dao'],
+    'embedded': ['platform', 'dao'],
+    'automation': ['platform', 'dao'],
+}
+EVERYTHING = list(LAYERS)
+LAYERS['app'] = EVERYTHING
+LAYERS['cli'] = EVERYTHING + ['app']
+LAYERS['ui'] = EVERYTHING + ['app']
+
+SYSTEM_HEADER = re.compile(
+    r'(?i)^(windows|winsock2|shlobj|shellapi|commctrl|objbase|oleauto|oaidl|psapi|bcrypt|tlhelp32|io|direct|unistd|fcntl|'
+    r'dirent|pthread|termios|poll|signal|spawn|dlfcn|pwd|iconv|langinfo|sys/.+|linux/.+)\.h$')
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)')
+CONDITIONAL = re.compile(r'^\s*#\s*(?:if|ifdef|ifndef|elif|else|endif)\b')
+
+
+def layer_of(path):
+    """The layer of a file named from the project's root; None for files outside the layers (tests and the like)."""
+    parts = path.split('/')
+    stem = os.path.splitext(parts[-1])[0]
+    if parts[0] == 'app':
+        return 'status' if parts[1:2] == ['status'] else 'app'
+    if parts[0] == 'store':
+        return 'store-files' if stem in STORE_FILES else 'store-readers'
+    if parts[0] == 'writer':
+        if len(parts) > 2:
+            return parts[1]
+        return 'dao' if stem == 'dao' else 'writer'
+    return parts[0] if parts[0] in LAYERS else None
+
+
+def may_use_system(path):
+    if path.startswith(('ui/', 'writer/automation/')):
+        return True
+    return re.match(r'platform/[^/]+_(win|posix)\.(cpp|h)$', path) is not None
+
+
+def check(root, path):
+    breaches = []
+    layer = layer_of(path)
+    with open(os.path.join(root, path), encoding='utf-8') as source:
+        for number, line in enumerate(source, 1):
+            where = '%s:%d: ' % (path, number)
+            if CONDITIONAL.match(line) and not may_use_system(path):
+                breaches.append(where + 'conditional compilation outside the platform layer: ' + line.strip())
+            include = INCLUDE.match(line)
+            if not include:
+                continue
+            project, system = include.groups()
+            if system and SYSTEM_HEADER.match(system) and not may_use_system(path):
+                breaches.append(where + 'system header outside the platform layer: <%s>' % system)
+            if not project:
+                continue
+            if not os.path.exists(os.path.join(root, project)):
+                breaches.append(where + 'include is not a path from the root: "%s"' % project)
+                continue
+            target = layer_of(project)
+            if target is None:
+                breaches.append(where + 'a layer may not include "%s"' % project)
+            elif target != layer and target not in LAYERS[layer]:
+                breaches.append(where + '%s may not include %s: "%s"' % (layer, target, project))
+    return breaches
+
+
+def main(argv):
+    root = argv[1] if len(argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
+    files = []
+    for folder in sorted({'platform', 'app', 'query', 'store', 'model', 'engine', 'writer', 'cli', 'ui'}):
+        for where, _, names in os.walk(os.path.join(root, folder)):
+            for name in sorted(names):
+                path = os.path.relpath(os.path.join(where, name), root).replace(os.sep, '/')
+                if name.endswith(('.h', '.cpp')) and layer_of(path) is not None:
+                    files.append(path)
+    breaches = [breach for path in files for breach in check(root, path)]
+    for breach in breaches:
+        print(breach)
+    print('%d files, %d breaches' % (len(files), len(breaches)))
+    return 1 if breaches or not files else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main(sys.argv))
