@@ -1,0 +1,104 @@
+#include "engine/RowFrame.h"
+
+namespace tolvane {
+
+bool CRowFrame::Cut(std::span<const uint8_t> row, const SRowShape& shape) {
+  if (row.size() <= 1) return false;
+  m_row = row;
+  m_columnCount = ReadCount(0);
+  if (m_columnCount == 0 || m_columnCount > shape.columnsEver) return false;
+  if (m_columnCount >= shape.maximumStoredColumns) return false;
+
+  const size_t maskBytes = (m_columnCount - 1) / 8 + 1;
+  m_mask = row.size() >= maskBytes ? row.last(maskBytes) : std::span<const uint8_t>{};
+  m_bodyEnd = row.size() - m_mask.size();
+  m_fixedEnd = m_bodyEnd;
+  m_offsets.clear();
+  if (shape.firstVariableNumber >= m_columnCount) return true;
+
+  const size_t count = ReadVariableCount();
+  ReadOffsets(count);
+  if (AreOffsetsSound(count, shape)) m_fixedEnd = m_offsets[0];
+  return true;
+}
+
+bool CRowFrame::IsPresent(uint32_t number) const {
+  if (number >= m_columnCount || m_mask.empty()) return false;
+  return (m_mask[number / 8] >> (number % 8) & 1) != 0;
+}
+
+CRowFrame::Field CRowFrame::FindFixed(size_t offset, size_t width) const {
+  const size_t start = m_layout.countWidth + offset;
+  if (start > m_fixedEnd || width > m_fixedEnd - start) return std::nullopt;
+  return m_row.subspan(start, width);
+}
+
+CRowFrame::Field CRowFrame::FindVariable(size_t index) const {
+  if (index + 1 >= m_offsets.size()) return std::nullopt;
+  const size_t start = m_offsets[index];
+  const size_t end = m_offsets[index + 1];
+  if (start < m_layout.countWidth || end < start) return std::nullopt;
+  // The offsets lie behind the data, so a value that reaches its own end offset is none.
+  if (static_cast<ptrdiff_t>(end) > PositionOfOffset(index + 1)) return std::nullopt;
+  return m_row.subspan(start, end - start);
+}
+
+uint32_t CRowFrame::ReadCount(size_t position) const {
+  uint32_t value = m_row[position];
+  if (m_layout.countWidth == 2) value |= static_cast<uint32_t>(m_row[position + 1]) << 8;
+  return value;
+}
+
+// A count that cannot be true still leaves the first variable value readable.
+size_t CRowFrame::ReadVariableCount() const {
+  constexpr size_t kFallback = 1;
+  if (m_bodyEnd < m_layout.countWidth) return kFallback;
+  const size_t count = ReadCount(m_bodyEnd - m_layout.countWidth);
+  return count > m_columnCount ? kFallback : count;
+}
+
+CRowFrame::SOffsetTable CRowFrame::LocateOffsets(size_t count) const {
+  SOffsetTable table;
+  table.jumpCount = m_layout.hasJumpTable ? (m_row.size() - 1) / kJumpStep : 0;
+  table.jumps = static_cast<ptrdiff_t>(m_bodyEnd) - static_cast<ptrdiff_t>(m_layout.countWidth) - 1;
+  table.first = table.jumps + 1 - static_cast<ptrdiff_t>(table.jumpCount + m_layout.offsetWidth);
+  // The number of jump bytes comes from the row's length, so there is one too many where the data end below
+  // the last step and only what follows them lies above.
+  const ptrdiff_t endOffset = table.first - static_cast<ptrdiff_t>(count * m_layout.offsetWidth);
+  if (table.jumpCount > 0 && endOffset < static_cast<ptrdiff_t>(table.jumpCount * kJumpStep))
+    table.jumpCount--;
+  return table;
+}
+
+void CRowFrame::ReadOffsets(size_t count) {
+  m_table = LocateOffsets(count);
+  size_t jumpsUsed = 0;
+  for (size_t i = 0; i <= count; i++) {
+    const ptrdiff_t position = PositionOfOffset(i);
+    if (position < static_cast<ptrdiff_t>(m_layout.countWidth)) return;
+    size_t offset = m_row[static_cast<size_t>(position)];
+    if (m_layout.offsetWidth == 2)
+      offset |= static_cast<size_t>(m_row[static_cast<size_t>(position) + 1]) << 8;
+    // Jump bytes lie above the offsets, so their positions are valid here.
+    while (jumpsUsed < m_table.jumpCount && m_row[static_cast<size_t>(m_table.jumps) - jumpsUsed] == i)
+      jumpsUsed++;
+    m_offsets.push_back(offset + jumpsUsed * kJumpStep);
+  }
+}
+
+// Sound as a whole, so that the first offset is known to be the end of the fixed area.
+bool CRowFrame::AreOffsetsSound(size_t count, const SRowShape& shape) const {
+  if (m_offsets.size() != count + 1 || count > shape.variableColumnsEver) return false;
+  size_t previous = m_layout.countWidth;
+  for (const size_t offset : m_offsets) {
+    if (offset < previous) return false;
+    previous = offset;
+  }
+  return static_cast<ptrdiff_t>(previous) <= PositionOfOffset(count);
+}
+
+ptrdiff_t CRowFrame::PositionOfOffset(size_t index) const {
+  return m_table.first - static_cast<ptrdiff_t>(index * m_layout.offsetWidth);
+}
+
+}  // namespace tolvane
