@@ -1,0 +1,35 @@
+// Turns the values of one row into the key bytes of an index entry. Keys compare as plain bytes in the order
+// of the index. A key is the parts of its columns one after the other, each a flag byte and, unless null, a
+// value:
+//
+//                  ascending   descending
+//   null           00          FF
+//   any value      7F value    80 value (complemented where the type's rule says so)
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace tolvane {
+
+enum class EIndexVersion : uint8_t { Jet3, Jet4, Ace };
+
+struct SIndexKeyFormat {
+  EIndexVersion version = EIndexVersion::Jet4;
+  // Text collation of the column; keys are known for language 0x0409, version 0, in Jet 3 with code page
+  // 1252.
+  uint16_t sortOrder = 0x0409;
+  uint8_t sortVersion = 0;
+  uint16_t codePage = 1252;
+};
+
+// Appends one column's part; `type` is the column type as table definitions store it (1 boolean ... 16
+// numeric). Values arrive as a row stores them: numbers little-endian, a boolean as one byte 0 or 1, text as
+// plain UTF-16LE (Jet 3: bytes of the code page), a memo as its text; nullopt is null. False, with `key`
+// untouched, when no key is known for the value: the index must then be left out.
+bool AppendIndexKey(const SIndexKeyFormat& format, uint8_t type, bool ascending,
+                    std::optional<std::span<const uint8_t>> storageBytes, std::vector<uint8_t>& key);
+
+}  // namespace tolvane
