@@ -1,0 +1,115 @@
+"""What a repair by the standard rules must make of a value that an independent reader sees in the healthy file.
+
+export_text: the text that `tolvane export` shows.     saved_value: what a reader must find in the repaired database.
+
+The rules are the documented ones (docs/limits.md); each is written here once, from the value alone, never from
+the program's output. SKIP marks a cell that is not compared; skip_reason says by which rule.
+"""
+import datetime
+import decimal
+import struct
+
+from pages import TYPE_BOOLEAN, TYPE_MEMO, TYPE_OLE, TYPE_TEXT
+from readers import COMPLEX
+
+BYTE, INTEGER, LONG, CURRENCY, SINGLE, DOUBLE, DATE, BINARY = 2, 3, 4, 5, 6, 7, 8, 9
+GUID, DECIMAL, COMPLEX_KEY = 15, 16, 18
+KNOWN = {TYPE_BOOLEAN, BYTE, INTEGER, LONG, CURRENCY, SINGLE, DOUBLE, DATE, BINARY, TYPE_TEXT, TYPE_OLE, TYPE_MEMO,
+         GUID, DECIMAL, COMPLEX_KEY}
+SKIP = object()
+ZERO_DAY = datetime.datetime(1899, 12, 30)
+MINUS_AND_DIGITS = set('-0123456789')
+
+
+def skip_reason(column):
+    """Why the cells of this column are not compared one by one; None when they are."""
+    if column.is_calculated:
+        return 'calculated column: the stored wrapper is taken for the value'
+    if column.type == COMPLEX_KEY:
+        return 'complex column: the key stands for the values'
+    if column.type not in KNOWN:
+        return 'type %d: "Default %d"' % (column.type, column.type)
+    return None
+
+
+def date_text(value):
+    """Month first, twelve hours, rounded to seconds; midnight leaves only the blank, the zero day only the time."""
+    moment = value + datetime.timedelta(milliseconds=500)
+    day = '%02d/%02d/%d ' % (moment.month, moment.day, moment.year)
+    if (moment.hour, moment.minute, moment.second) == (0, 0, 0):
+        return '12:00:00 AM' if moment.date() == ZERO_DAY.date() else day
+    return day + '%02d:%02d:%02d %s' % ((moment.hour + 11) % 12 + 1, moment.minute, moment.second,
+                                        'AM' if moment.hour < 12 else 'PM')
+
+
+def decimal_text(value, scale):
+    """Only the low 64 bits count, as a signed number whose sign word is not looked at; zero is empty."""
+    digits = abs(int(decimal.Decimal(value).scaleb(scale)))
+    low = digits & (1 << 64) - 1
+    signed = low - (1 << 64) if low >> 63 else low
+    text = str(abs(signed)) if signed else ''
+    if signed < 0:
+        text = ''.join('-' + digit for digit in text)
+    if scale and scale <= len(text):
+        text = text[:-scale] + '.' + text[-scale:]
+    return text
+
+
+def bytes_text(value):
+    """Zero bytes and pairs FF FE are left out; the rest is the code page's."""
+    kept, i = bytearray(), 0
+    while i < len(value):
+        if value[i:i + 2] == b'\xff\xfe':
+            i += 2
+            continue
+        if value[i]:
+            kept.append(value[i])
+        i += 1
+    return ''.join(chr(b) if b in (0x81, 0x8D, 0x8F, 0x90, 0x9D) else bytes([b]).decode('cp1252') for b in kept)
+
+
+def single(value):
+    return struct.unpack('<f', struct.pack('<f', float(value)))[0]
+
+
+def export_text(value, column):
+    """`value` in the readers' plain form; None becomes the empty text."""
+    if column.type == TYPE_BOOLEAN:
+        return 'True' if value else 'False'
+    if value is None:
+        return ''
+    if value is COMPLEX:
+        return SKIP
+    if column.type == CURRENCY:
+        return '%.4f' % decimal.Decimal(value)
+    if column.type in (SINGLE, DOUBLE):
+        return '%.5f' % (single(value) if column.type == SINGLE else float(value))
+    if column.type == DATE:
+        return date_text(value)
+    if column.type == BINARY:
+        return bytes_text(value)
+    if column.type == TYPE_OLE:
+        return value.hex()
+    if column.type == GUID:
+        # mdbtools leaves a hyphen out
+        digits = value.strip('{}').replace('-', '').upper()
+        return '{%s-%s-%s-%s-%s}' % (digits[:8], digits[8:12], digits[12:16], digits[16:20], digits[20:])
+    if column.type == DECIMAL:
+        return decimal_text(value, column.scale)
+    return value
+
+
+def from_mdbtools(text, column):
+    """A cell of mdb-export in the readers' plain form."""
+    if column.type == TYPE_BOOLEAN:
+        return text == '1'
+    if text is None:
+        return None
+    if column.type == DATE:
+        try:
+            return datetime.datetime.strptime(text, '%Y-%m-%d %H:%M:%S')
+        except ValueError:
+            return text
+    if column.type in (BINARY, TYPE_OLE):
+        return bytes.fromhex(text)
+    return text
