@@ -1,13 +1,13 @@
 // One recovered column of a table.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tolvane {
@@ -38,11 +38,11 @@ enum EColumnType : uint8_t {
 };
 
 // Bits of CAccessColumn::flags.
-inline constexpr uint8_t kColumnFixed = 0x01;       // stored in the row's fixed area
+inline constexpr uint8_t kColumnFixed = 0x01;  // stored in the row's fixed area
 inline constexpr uint8_t kColumnAutoNumber = 0x04;
 // Bits of CAccessColumn::extendedFlags (Jet 4 and later).
-inline constexpr uint8_t kColumnFlatRowId = 0x04;   // flat table: its own row id
-inline constexpr uint8_t kColumnFlatKey = 0x08;     // flat table: key that matches the parent row's value
+inline constexpr uint8_t kColumnFlatRowId = 0x04;  // flat table: its own row id
+inline constexpr uint8_t kColumnFlatKey = 0x08;    // flat table: key that matches the parent row's value
 
 class CAccessColumn {
  public:
@@ -57,7 +57,8 @@ class CAccessColumn {
   uint8_t type = kTypeNone;
   uint16_t number = 0;
   uint16_t variableIndex = 0;
-  uint32_t misc = 0;  // precision and scale, code page, or complex id, as the descriptor has it
+  uint32_t misc = 0;      // precision and scale, code page, or complex id, as the descriptor has it
+  uint16_t codePage = 0;  // of a Jet 3 text column; 0 where the descriptor has none
   uint8_t flags = 0;
   uint8_t extendedFlags = 0;  // Jet 3 has none
   uint16_t fixedOffset = 0;
@@ -66,6 +67,7 @@ class CAccessColumn {
 
   // The name up to its first zero unit, at most 255 units.
   [[nodiscard]] std::u16string_view GetName() const;
+  // Cut at 255 units; the rest of the array becomes zero.
   void SetName(std::u16string_view text);
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
   // Digits after the point of a decimal.
@@ -90,7 +92,8 @@ class CAccessColumnList {
   [[nodiscard]] size_t GetCount() const { return m_columns.size(); }
   // The first column with that number; null when there is none.
   [[nodiscard]] const CAccessColumn* FindByNumber(uint16_t number) const;
-  // Ascending by column number, by exchanging contents.
+  // Ascending by column number. Columns of the same number end in the order in which a plain exchange sort
+  // leaves them (for each i, for each j > i: exchange the two if j's number is smaller), but in O(n log n).
   void SortByNumber();
 
   auto begin() const { return m_columns.begin(); }

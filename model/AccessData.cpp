@@ -1,0 +1,12 @@
+#include "model/AccessData.h"
+
+#include "store/AccessTableDataFile.h"
+
+namespace tolvane {
+
+CAccessData::~CAccessData() {
+  m_tables.Clear();
+  CAccessTableDataFile::RemoveOleFiles();
+}
+
+}  // namespace tolvane

@@ -16,9 +16,9 @@ struct SSourceFacts {
   bool isJet3 = false;
   uint32_t pageSize = 4096;
   uint8_t versionByte = 0;
-  uint32_t codePage = 1252;   // of Jet 3 texts
-  uint64_t length = 0;        // bytes
-  uint64_t pageCount = 0;     // whole pages
+  uint32_t codePage = 1252;  // of Jet 3 texts
+  uint64_t length = 0;       // bytes
+  uint64_t pageCount = 0;    // whole pages
 };
 
 // Destroying it deletes the tables' data files and the OLE side files.

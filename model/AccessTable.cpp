@@ -1,0 +1,84 @@
+#include "model/AccessTable.h"
+
+#include <algorithm>
+
+#include "platform/Text.h"
+#include "store/AccessTableDataFile.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr uint64_t kKeyTextUnit = 4096;  // for both page sizes
+
+}  // namespace
+
+CAccessTable::CAccessTable(uint64_t definitionOffset)
+    : m_definitionOffset(definitionOffset),
+      m_keyText(ToDecimal(int64_t{static_cast<int32_t>(definitionOffset / kKeyTextUnit)})) {}
+
+CAccessTable::~CAccessTable() {
+  CAccessTableDataFile::RemoveDataFile(m_definitionOffset);
+}
+
+uint32_t CAccessTable::GetPage(uint32_t pageSize) const {
+  return pageSize == 0 ? 0 : static_cast<uint32_t>(m_definitionOffset / pageSize);
+}
+
+std::u16string CAccessTable::GetPageText(uint32_t pageSize) const {
+  return ToDecimal(uint64_t{GetPage(pageSize)});
+}
+
+CAccessTable& CAccessTableList::AddTable(uint64_t definitionOffset) {
+  m_tables.push_back(std::make_unique<CAccessTable>(definitionOffset));
+  CAccessTable& table = *m_tables.back();
+  m_byOffset.try_emplace(definitionOffset, &table);
+  return table;
+}
+
+void CAccessTableList::Clear() {
+  m_byOffset.clear();
+  m_tables.clear();
+}
+
+CAccessTable* CAccessTableList::FindTable(uint64_t definitionOffset) const {
+  const auto found = m_byOffset.find(definitionOffset);
+  return found != m_byOffset.end() ? found->second : nullptr;
+}
+
+bool CAccessTableList::CreditDataPage(uint64_t dataPageOffset, uint64_t definitionOffset) {
+  CAccessTable* const table = FindTable(definitionOffset);
+  if (table != nullptr) table->dataPages.Add(dataPageOffset);
+  return table != nullptr;
+}
+
+void CAccessTableList::RemoveUnmarked() {
+  m_byOffset.clear();
+  std::erase_if(m_tables, [](const auto& table) { return table->keepFlag == 0; });
+  IndexTables();
+}
+
+bool CAccessTableList::Mark(uint64_t definitionOffset, uint8_t keepFlag) {
+  CAccessTable* const table = FindTable(definitionOffset);
+  if (table != nullptr) table->keepFlag = keepFlag;
+  return table != nullptr;
+}
+
+bool CAccessTableList::SetNameByKey(std::u16string_view keyText, std::u16string_view name) {
+  const auto found = std::find_if(m_tables.begin(), m_tables.end(),
+                                  [keyText](const auto& table) { return table->GetKeyText() == keyText; });
+  if (found == m_tables.end()) return false;
+  (*found)->name = name;
+  return true;
+}
+
+CAccessTable* CAccessTableList::GetAt(size_t position) const {
+  return position < m_tables.size() ? m_tables[position].get() : nullptr;
+}
+
+void CAccessTableList::IndexTables() {
+  m_byOffset.clear();
+  for (const auto& table : m_tables) m_byOffset.try_emplace(table->GetDefinitionOffset(), table.get());
+}
+
+}  // namespace tolvane

@@ -1,7 +1,7 @@
 // One recovered table and the list of them.
 //
-// A table is keyed by the byte offset of its first definition page in the file that held it; the key also names
-// its data file, which is deleted with the table. One thread at a time.
+// A table is keyed by the byte offset of its first definition page in the file that held it; the key also
+// names its data file, which is deleted with the table. One thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -58,8 +58,9 @@ class CAccessTable {
   [[nodiscard]] const std::u16string& GetKeyText() const { return m_keyText; }
   // The definition's page number in decimal.
   [[nodiscard]] std::u16string GetPageText(uint32_t pageSize) const;
+  [[nodiscard]] uint32_t GetPage(uint32_t pageSize) const;
 
-  std::u16string name;  // empty until it is known
+  std::u16string name;   // empty until it is known
   uint8_t keepFlag = 1;  // 0 marks a continuation definition; 1 again once the table is named
   SAccessTableHeader header;
   CAccessColumnList columns;
@@ -80,12 +81,16 @@ class CAccessTableList {
   virtual ~CAccessTableList() = default;
 
   CAccessTable& AddTable(uint64_t definitionOffset);
+  // Destroys the tables, and with each its data file.
+  void Clear();
   // The first table with exactly that offset; null when there is none.
   [[nodiscard]] CAccessTable* FindTable(uint64_t definitionOffset) const;
   // No table with that offset: no action, false.
   bool CreditDataPage(uint64_t dataPageOffset, uint64_t definitionOffset);
+  // Destroys the tables whose keep flag is 0; the others keep their order.
   void RemoveUnmarked();
   bool Mark(uint64_t definitionOffset, uint8_t keepFlag = 1);
+  // The first table with that key text takes the name.
   bool SetNameByKey(std::u16string_view keyText, std::u16string_view name);
   [[nodiscard]] size_t GetCount() const { return m_tables.size(); }
   // Null past the end.
@@ -95,6 +100,8 @@ class CAccessTableList {
   auto end() const { return m_tables.end(); }
 
  private:
+  void IndexTables();
+
   std::vector<std::unique_ptr<CAccessTable>> m_tables;
   std::unordered_map<uint64_t, CAccessTable*> m_byOffset;  // first table of each offset
 };

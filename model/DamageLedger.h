@@ -1,5 +1,6 @@
 // What a repair met on its way: counts of everything that is gone or doubtful, with the first places of each
-// kind. The summary and the exit status come from here. Damage is no failure; it is counted and reading goes on.
+// kind. The summary and the exit status come from here. Damage is no failure; it is counted and reading goes
+// on.
 #pragma once
 
 #include <array>
@@ -11,29 +12,29 @@
 namespace tolvane {
 
 enum class EDamage : uint8_t {
-  UnreadablePage,         // the system could not read it
-  PartialPage,            // bytes behind the last whole page
-  OrphanDataPage,         // a data page whose owner is no known table
-  BrokenDefinition,       // a definition that is cut, loops or has unreadable columns or names
-  LostTable,              // the catalogue names a table whose definition is gone
-  UnnamedTable,           // a table without a name in the catalogue
-  RejectedRow,            // a row whose frame lies
-  BrokenOverflow,         // an overflow pointer that leads to no row
-  BrokenPage,             // a data page whose row count cannot be true
-  MissingRows,            // the definition promises more rows than were found
-  BrokenValue,            // a present value that lies outside its row
-  BrokenLongValue,        // a memo or OLE value whose chain ends early
-  SkippedTable,           // a table whose data file could not be written
+  UnreadablePage,    // the system could not read it
+  PartialPage,       // bytes behind the last whole page
+  OrphanDataPage,    // a data page whose owner is no known table
+  BrokenDefinition,  // a definition that is cut, loops or has unreadable columns or names
+  LostTable,         // the catalogue names a table whose definition is gone
+  UnnamedTable,      // a table without a name in the catalogue
+  RejectedRow,       // a row whose frame lies
+  BrokenOverflow,    // an overflow pointer that leads to no row
+  BrokenPage,        // a data page whose row count cannot be true
+  MissingRows,       // the definition promises more rows than were found
+  BrokenValue,       // a present value that lies outside its row
+  BrokenLongValue,   // a memo or OLE value whose chain ends early
+  SkippedTable,      // a table whose data file could not be written
   Count_
 };
 
 class CDamageLedger {
  public:
   struct SPlace {
-    uint64_t page;           // page number in the damaged file
-    uint64_t definition;     // definition offset of the table, or kNoTable
-    int32_t row;             // slot on the page, or -1
-    uint64_t amount;         // how many (rows, bytes) at this place
+    uint64_t page;        // page number in the damaged file
+    uint64_t definition;  // definition offset of the table, or kNoTable
+    int32_t row;          // slot on the page, or -1
+    uint64_t amount;      // how many (rows, bytes) at this place
   };
   static constexpr uint64_t kNoTable = ~uint64_t{0};
   // Memory does not grow with the damage: only the first places of each kind are kept.

@@ -1,21 +1,29 @@
 // One row of MSysComplexColumns: what hides behind a complex column.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
+
+#include "platform/Text.h"
 
 namespace tolvane {
 
 class CMSysComplexColumnsData {
  public:
   CMSysComplexColumnsData() = default;
-  CMSysComplexColumnsData(std::u16string columnName, std::u16string complexType, std::u16string flatTable,
-                          std::u16string conceptualTable, std::u16string complexId)
-      : columnName(std::move(columnName)),
-        complexType(std::move(complexType)),
-        flatTable(std::move(flatTable)),
-        conceptualTable(std::move(conceptualTable)),
-        complexId(std::move(complexId)) {}
+  // The row's five values in their order.
+  CMSysComplexColumnsData(std::u16string name, std::u16string type, std::u16string flat,
+                          std::u16string conceptual, std::u16string id)
+      : columnName(std::move(name)),
+        complexType(std::move(type)),
+        flatTable(std::move(flat)),
+        conceptualTable(std::move(conceptual)),
+        complexId(std::move(id)) {}
+  // As the descriptor of a complex column holds them: numbers where the row's values are texts.
+  CMSysComplexColumnsData(std::u16string name, int32_t type, int32_t flat, int32_t conceptual, int32_t id)
+      : CMSysComplexColumnsData(std::move(name), ToDecimal(int64_t{type}), ToDecimal(int64_t{flat}),
+                                ToDecimal(int64_t{conceptual}), ToDecimal(int64_t{id})) {}
   virtual ~CMSysComplexColumnsData() = default;
 
   // In the order in which the table's values are stored; numbers as decimal text.

@@ -1,6 +1,6 @@
 // The rules by which damaged files are read and recovered values are stored, where more than one reading is
-// possible. One rule, one name: whoever follows a rule asks here, and nothing else in the code knows which set
-// is in force.
+// possible. One rule, one name: whoever follows a rule asks here, and nothing else in the code knows which
+// set is in force.
 //
 // The standard set is the product's documented behaviour. Some of its rules differ from what healthy files
 // hold; docs/limits.md tells users what that costs them.

@@ -8,6 +8,7 @@
 //     4       the first L + 1 bytes of the path's UTF-16LE form
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,18 +18,26 @@
 
 namespace tolvane {
 
+// One open data file. One thread at a time; readers may open the same file meanwhile.
 class CAccessTableDataFile {
  public:
+  // A longer text is cut there, so that no count is negative for a reader that takes it as a signed number.
+  static constexpr size_t kMaximumUnits = 0x3FFF'FFFF;
+
   CAccessTableDataFile() = default;
+  // Closes the file; what cannot be written then is lost.
   virtual ~CAccessTableDataFile();
   CAccessTableDataFile(const CAccessTableDataFile&) = delete;
   CAccessTableDataFile& operator=(const CAccessTableDataFile&) = delete;
 
-  // Starts the file of `key` from empty. False when it cannot be created; the reason is in GetLastErrorCode.
+  // Closes an open file (see there), then starts the file of `key` from empty. False when it cannot be
+  // created; the reason is in GetLastErrorCode.
   bool CreateDataFile(uint64_t key);
-  // Appends one value. Buffered; throws CFileCustException when the disk is full or gone.
+  // Appends one value. Buffered; throws CFileCustException when the disk is full or gone. What was buffered
+  // is then dropped: the file is not whole and should not be used.
   void WriteValue(std::u16string_view text);
-  // Writes what is buffered (may throw CFileCustException) and closes the file.
+  // Writes what is buffered (may throw CFileCustException) and closes the file, in any case. Nothing when no
+  // file is open.
   void CloseDataFile();
 
   // Adds a side file's path to the list. Throws CFileCustException.
@@ -36,13 +45,15 @@ class CAccessTableDataFile {
 
   // Deletes the data file of `key`, if it is there. Always true.
   static bool RemoveDataFile(uint64_t key);
-  // Deletes the side files that the list names, then the list.
+  // Deletes the side files that the list names, then the list. The list holds the first half of each path,
+  // and only a file of exactly that name goes.
   static void RemoveOleFiles();
 
   [[nodiscard]] const std::u16string& GetPath() const { return m_strPath; }
   [[nodiscard]] uint32_t GetLastErrorCode() const { return m_file.GetLastErrorCode(); }
 
  private:
+  void Append(std::u16string_view text);
   void FlushBuffer();
 
   std::u16string m_strPath;  // the file created last; empty until then

@@ -1,0 +1,30 @@
+#include "store/FileNameManager.h"
+
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "store/WorkFolder.h"
+
+namespace tolvane {
+
+std::u16string CFileNameManager::GetDataFilePath(uint64_t key) const {
+  return GetWorkFolder() + ToDecimal(key);
+}
+
+std::u16string CFileNameManager::GetOleListPath() const {
+  return GetWorkFolder() + u"OleFileNameData";
+}
+
+std::u16string CFileNameManager::GetOleFilePath(int32_t number) const {
+  return GetWorkFolder() + u"ole_temp_" + ToDecimal(int64_t{number}) + u".Ole";
+}
+
+void CFileNameManager::CreateFolderPath(std::u16string_view path) const {
+  for (size_t end = 0; end < path.size(); ++end) {
+    end = path.find(kPathSeparator, end);
+    const std::u16string_view folder = path.substr(0, end);
+    if (!folder.empty() && folder.back() != kPathSeparator) CreateFolder(folder);
+    if (end == std::u16string_view::npos) return;
+  }
+}
+
+}  // namespace tolvane

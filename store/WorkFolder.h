@@ -9,10 +9,12 @@ namespace tolvane {
 // Process-wide, with its separator at the end. Until SetWorkFolder is called: the folder "TolvaneforAccess"
 // beside the program. Thread-safe.
 std::u16string GetWorkFolder();
+// An empty text brings the first folder back.
 void SetWorkFolder(std::u16string_view folder);
 
-// A folder of its own under `baseFolder` for one run of the program, removed by the destructor. Its name carries
-// the process number, so that a later run can tell a stale one.
+// A folder of its own under `baseFolder` for one run of the program, removed by the destructor. Its name,
+// "run-<process number>-<16 hex digits>", tells a later run whether it is stale and differs between two runs
+// whose processes got the same number.
 class CRunFolder {
  public:
   CRunFolder() = default;
@@ -20,17 +22,22 @@ class CRunFolder {
   CRunFolder& operator=(const CRunFolder&) = delete;
   ~CRunFolder();
 
-  // Creates the folder and makes it the work folder. With an empty `baseFolder`: "TolvaneforAccess" beside the
-  // program if that can be written, else in the user's cache folder. False when no folder could be created or
-  // written; GetProblem then names the folder that was tried and the system's reason.
+  // Creates the folder and makes it the work folder. With an empty `baseFolder`: "TolvaneforAccess" beside
+  // the program if that can be written, else in the user's cache folder. False when no folder could be
+  // created or written; GetProblem then names the folder that was tried and the system's reason.
   bool Create(std::u16string_view baseFolder);
-  // Removes folders of runs whose process has ended.
+  // Removes folders of runs whose process has ended; with an empty `baseFolder` those under both places where
+  // Create would look. Touches nothing that is not named like a run's folder and follows no links.
   static void RemoveStale(std::u16string_view baseFolder);
+  // Also when Create failed or was never called.
   void Remove();
+  // With its separator at the end; empty until Create succeeds.
   [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
  private:
+  bool CreateUnder(std::u16string_view baseFolder);
+
   std::u16string m_path;
   std::u16string m_problem;
 };
