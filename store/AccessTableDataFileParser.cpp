@@ -1,0 +1,245 @@
+#include "store/AccessTableDataFileParser.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+
+#include "app/status/Status.h"
+#include "platform/Text.h"
+#include "store/FileNameManager.h"
+#include "store/PreviewText.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int32_t kHeadingWidth = 100;
+constexpr uint64_t kCataloguePage = 2;
+constexpr std::u16string_view kLocalTableType = u"1";
+constexpr std::u16string_view kScanStatus = u"(Step 4/4)Scanning table name from raw table data...";
+
+// The catalogue's columns that are read, by position.
+constexpr size_t kIdColumn = 0;
+constexpr size_t kNameColumn = 2;
+constexpr size_t kTypeColumn = 3;
+constexpr size_t kFlagsColumn = 7;
+
+// System tables stand where the engine that creates a database puts them.
+struct SSystemTable {
+  std::u16string_view name;
+  uint64_t jet3Key;
+  uint64_t jet4Key;  // 0: none
+};
+constexpr std::array kSystemTables{
+    SSystemTable{u"MSysObjects", 0x1000, 0x2000},
+    SSystemTable{u"MSysACEs", 0x1800, 0x3000},
+    SSystemTable{u"MSysQueries", 0x2000, 0x4000},
+    SSystemTable{u"MSysRelationships", 0x2800, 0x5000},
+    SSystemTable{u"MSysModules2", 0xB000, 0},
+    SSystemTable{u"MSysModules", 0xC800, 0},
+    SSystemTable{u"MSysAccessObjects", 0xE800, 0x10000},
+};
+
+bool IsPreviewAborted() {
+  return CPreviewThreadStatus::Instance().IsAborted();
+}
+bool IsRepairRunning() {
+  return CRepairingFileStatus::Instance().IsRunning();
+}
+
+// The page number whose decimal text is exactly `text`.
+std::optional<uint32_t> PageOfText(std::u16string_view text) {
+  constexpr size_t kMaximumDigits = 10;
+  if (text.empty() || text.size() > kMaximumDigits || (text.size() > 1 && text[0] == u'0'))
+    return std::nullopt;
+  uint64_t page = 0;
+  for (const char16_t unit : text) {
+    if (unit < u'0' || unit > u'9') return std::nullopt;
+    page = page * 10 + (unit - u'0');
+  }
+  if (page > UINT32_MAX) return std::nullopt;
+  return static_cast<uint32_t>(page);
+}
+
+void NameTable(CAccessTable& table, std::u16string_view name) {
+  table.name = name;
+  table.keepFlag = 1;
+  table.isNameGenerated = false;
+}
+
+std::u16string_view SystemTableName(uint64_t key, bool isJet4Pages) {
+  for (const SSystemTable& system : kSystemTables) {
+    const uint64_t systemKey = isJet4Pages ? system.jet4Key : system.jet3Key;
+    if (systemKey != 0 && systemKey == key) return system.name;
+  }
+  return {};
+}
+
+}  // namespace
+
+struct CAccessTableDataFileParser::SCatalogueRow {
+  std::u16string id, name, type, flags;
+
+  // Null for a column that is not read.
+  std::u16string* GetText(size_t column) {
+    switch (column) {
+      case kIdColumn:
+        return &id;
+      case kNameColumn:
+        return &name;
+      case kTypeColumn:
+        return &type;
+      case kFlagsColumn:
+        return &flags;
+      default:
+        return nullptr;
+    }
+  }
+};
+
+// The first table of each definition page.
+class CAccessTableDataFileParser::CTablesByPage {
+ public:
+  CTablesByPage(const CAccessTableList& tables, uint32_t pageSize) {
+    for (const auto& table : tables) m_tables.try_emplace(table->GetPage(pageSize), table.get());
+  }
+  [[nodiscard]] CAccessTable* Find(std::u16string_view pageText) const {
+    const std::optional<uint32_t> page = PageOfText(pageText);
+    if (!page) return nullptr;
+    const auto found = m_tables.find(*page);
+    return found != m_tables.end() ? found->second : nullptr;
+  }
+
+ private:
+  std::unordered_map<uint32_t, CAccessTable*> m_tables;
+};
+
+bool CAccessTableDataFileParser::OpenDataFile(uint64_t key) {
+  return m_file.Open(CFileNameManager().GetDataFilePath(key));
+}
+
+void CAccessTableDataFileParser::SetPreviewTarget(const CAccessTable* table, CPreviewList* list) {
+  m_pTable = table;
+  m_pList = list;
+}
+
+void CAccessTableDataFileParser::SetPreviewTables(const CAccessTableList* tables, uint32_t pageSize) {
+  m_previewTables = tables;
+  m_previewPageSize = pageSize;
+}
+
+void CAccessTableDataFileParser::FillPreview(const CAccessTable* table, CPreviewList* list) {
+  if (table == nullptr) {
+    table = m_pTable;
+    list = m_pList;
+  }
+  if (table == nullptr || list == nullptr) return;
+  const size_t columnCount = table->columns.GetCount();
+  for (size_t i = 0; i < columnCount; ++i) {
+    if (IsPreviewAborted()) return;
+    list->InsertColumn(i, table->columns.GetAt(i)->GetName(), kHeadingWidth);
+  }
+  if (columnCount == 0 || IsPreviewAborted() || !OpenDataFile(table->GetDefinitionOffset())) return;
+  CPreviewText previewText(*table, m_previewTables, m_previewPageSize);
+  while (!m_file.IsAtEnd() && !IsPreviewAborted() && FillRow(previewText, columnCount, *list)) {
+  }
+  m_file.Close();
+}
+
+// False when the preview ends with this row.
+bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t columnCount, CPreviewList& list) {
+  const size_t item = list.GetItemCount();
+  list.InsertItem(item);
+  std::u16string text;
+  for (size_t i = 0; i < columnCount; ++i) {
+    uint32_t count = 0;
+    if (IsPreviewAborted() || !m_file.ReadCount(count)) return false;
+    if (count == 0) continue;
+    if (!m_file.ReadText(count, text, previewText.GetUnitsNeeded(i))) return false;
+    previewText.Show(i, text);
+    list.SetItemText(item, i, text);
+  }
+  return true;
+}
+
+bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t pageSize) {
+  if (!IsRepairRunning()) return false;
+  const CAccessTable* const catalogue = parseData.GetTables().FindTable(kCataloguePage * pageSize);
+  if (catalogue == nullptr || !OpenDataFile(catalogue->GetDefinitionOffset())) return false;
+
+  CProgressStatus& progress = CProgressStatus::Instance();
+  const uint32_t rowCount = catalogue->header.rowCount;
+  progress.SetMax(static_cast<int32_t>(std::min<uint32_t>(rowCount, std::numeric_limits<int32_t>::max())));
+  progress.SetPos(0);
+
+  const CTablesByPage tables(parseData.GetTables(), pageSize);
+  const size_t columnCount = catalogue->columns.GetCount();
+  ERowEnd end = ERowEnd::Complete;
+  for (uint32_t row = 0; row < rowCount && columnCount > 0 && end == ERowEnd::Complete; ++row) {
+    SCatalogueRow texts;
+    end = ReadCatalogueRow(columnCount, tables, texts, parseData);
+    if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
+      if (const auto page = PageOfText(texts.id))
+        parseData.GetLedger().Add(EDamage::LostTable, {*page, CDamageLedger::kNoTable, -1, 1});
+    }
+  }
+  m_file.Close();
+  if (end != ERowEnd::Complete) return end == ERowEnd::EndOfFile;
+  progress.SetPos(progress.GetMax());
+  CDisplayPause::Instance().Pause();
+  return true;
+}
+
+CAccessTableDataFileParser::ERowEnd CAccessTableDataFileParser::ReadCatalogueRow(size_t columnCount,
+                                                                                 const CTablesByPage& tables,
+                                                                                 SCatalogueRow& row,
+                                                                                 CAccessData& parseData) {
+  for (size_t i = 0; i < columnCount; ++i) {
+    if (!IsRepairRunning()) return ERowEnd::Stopped;
+    CProgressStatus::Instance().IncrementPos();
+    uint32_t count = 0;
+    if (!m_file.ReadCount(count)) return ERowEnd::EndOfFile;
+    std::u16string* const text = row.GetText(i);
+    if (count == 0 || text == nullptr) {
+      m_file.Skip(count);
+      continue;
+    }
+    if (!m_file.ReadText(count, *text)) return ERowEnd::EndOfFile;
+    UseCatalogueRow(tables, row, parseData);
+  }
+  return ERowEnd::Complete;
+}
+
+// Runs after each value of the row that is read, with what is known of it by then: a table is first named
+// with the empty text.
+void CAccessTableDataFileParser::UseCatalogueRow(const CTablesByPage& tables, const SCatalogueRow& row,
+                                                 CAccessData& parseData) const {
+  if (CAccessTable* const table = tables.Find(row.id)) NameTable(*table, row.name);
+  if (row.type == m_strQueryType)
+    parseData.GetQueryObjects().Append(std::make_unique<CQuerySysObject>(row.name, row.id, row.flags));
+  CStatusProgress::Instance().SetText(std::u16string(kScanStatus) + row.name);
+}
+
+void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, bool isJet4Pages) {
+  uint64_t counter = 0;
+  for (const auto& table : tables) {
+    if (!IsRepairRunning()) return;
+    if (!table->name.empty()) continue;
+    table->name = SystemTableName(table->GetDefinitionOffset(), isJet4Pages);
+    if (!table->name.empty()) continue;
+    table->name = u"RecoveredTable###" + ToDecimal(counter++);
+    table->isNameGenerated = true;
+  }
+}
+
+bool CAccessTableDataFileParser::AssignTableName(CAccessTableList& tables, std::u16string_view name,
+                                                 std::u16string_view idText, uint32_t pageSize) {
+  CAccessTable* const table = CTablesByPage(tables, pageSize).Find(idText);
+  if (table != nullptr) NameTable(*table, name);
+  return table != nullptr;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,44 @@
+// How a stored value is shown in a preview: dates without a midnight, memos cut, objects by their kind, the
+// values of a multi-value cell joined.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "model/AccessTable.h"
+#include "store/FlatTableParser.h"
+
+namespace tolvane {
+
+// For one table. Reads a multi-value column's flat table once, when its first cell is shown; that read ends
+// early when the preview is aborted.
+class CPreviewText {
+ public:
+  // `tables` is where flat tables are looked up by their definition page; without one, multi-value cells are
+  // empty. Both must outlive this object.
+  CPreviewText(const CAccessTable& table, const CAccessTableList* tables, uint32_t pageSize)
+      : m_table(table), m_tables(tables), m_pageSize(pageSize) {}
+
+  // How much of a stored value Show needs.
+  [[nodiscard]] size_t GetUnitsNeeded(size_t column) const;
+  // Replaces the stored text by the shown one. The column must exist.
+  void Show(size_t column, std::u16string& text);
+
+ private:
+  struct SFlatTable {
+    CFlatTableParser::CellTexts texts;
+    uint64_t unitsLeft = 0;
+  };
+
+  void ShowComplex(size_t column, std::u16string& text);
+  SFlatTable& GetFlatTable(size_t column);
+
+  const CAccessTable& m_table;
+  const CAccessTableList* m_tables;
+  uint32_t m_pageSize;
+  std::unordered_map<size_t, SFlatTable> m_flatTables;  // by column
+};
+
+}  // namespace tolvane
