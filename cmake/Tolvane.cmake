@@ -7,6 +7,9 @@ target_compile_options(tolvane_options INTERFACE
 if(WIN32)
   target_compile_definitions(tolvane_options INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 __USE_MINGW_ANSI_STDIO=1)
+else()
+  # Files beyond 2 GiB on 32-bit systems too.
+  target_compile_definitions(tolvane_options INTERFACE _FILE_OFFSET_BITS=64)
 endif()
 if(TOLVANE_SANITIZE)
   set(_sanitize -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

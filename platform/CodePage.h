@@ -12,8 +12,8 @@ namespace tolvane {
 
 inline constexpr uint32_t kWindowsLatin1 = 1252;
 
-// The system's multibyte code page: on Windows the active one, elsewhere Windows-1252, the code page of nearly
-// all files that end up here.
+// The system's multibyte code page: on Windows the active one, elsewhere Windows-1252, the code page of
+// nearly all files that end up here.
 uint32_t SystemCodePage();
 
 // True when texts of this code page can be converted on this machine.

@@ -1,6 +1,7 @@
 // One file handle of the system and its last error. Every file that the program touches goes through here.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -49,14 +50,23 @@ class CFileCustException {
   uint32_t m_code;
 };
 
-// One overlapped write: the caller may keep the record to wait for its end.
-struct SOverlappedWrite;
+// Signalled when the overlapped write that it was given to has ended, well or not. For one write.
+class COverlappedEvent {
+ public:
+  // False when the time is over first. Lets completions run meanwhile.
+  bool Wait(uint32_t milliseconds);
+  [[nodiscard]] bool IsSignalled() const { return m_isSignalled; }
+
+ private:
+  friend class COverlappedLedger;
+  std::atomic<bool> m_isSignalled{false};
+};
 
 // Process-wide counters of overlapped writes.
 struct SOverlappedCounters {
   uint32_t pendingWrites = 0;
   uint64_t outstandingBytes = 0;
-  uint32_t lastError = kNoSystemError;
+  uint32_t lastError = kNoSystemError;  // of the last overlapped write that failed; a later success keeps it
 };
 // Below this many outstanding bytes the process-wide room-to-write event is signalled.
 inline constexpr uint64_t kRoomToWriteBytes = 419'430'400;  // 400 MiB
@@ -72,10 +82,11 @@ class CFileCust {
   CFileCust(const CFileCust&) = delete;
   CFileCust& operator=(const CFileCust&) = delete;
 
-  // Closes nothing: a handle that is still open is the caller's mistake and is closed first.
+  // A file that is still open is closed first. A folder cannot be opened.
   // False on failure; GetLastErrorCode and SystemMessage tell why.
   bool Open(std::u16string_view path, EFileAccess access, EFileShare share, EFileCreation creation,
             EFileFlags flags = EFileFlags::Normal);
+  // Waits for the file's own overlapped writes first.
   void Close();
   [[nodiscard]] bool IsOpen() const;
 
@@ -87,21 +98,28 @@ class CFileCust {
   // The new absolute position. Any other combination of origin and direction than the named ones seeks to 0.
   uint64_t Seek(uint64_t offset, ESeekOrigin origin, ESeekDirection direction, CErrorHandler& handler);
 
-  // Bytes read; fewer than asked at the end of the file, which is no error.
+  // Bytes read; fewer than asked at the end of the file, which is no error. On failure the handler is told
+  // and what was read before it counts.
   size_t Read(std::span<uint8_t> buffer, CErrorHandler& handler);
-  // At an absolute offset, without moving the position on POSIX; -1 is never returned, failure reads 0 bytes.
+  // The same at an absolute offset, without moving the position.
   size_t ReadAt(uint64_t offset, std::span<uint8_t> buffer, CErrorHandler& handler);
 
+  // Cuts or extends the file and moves the position to its new end.
   bool Truncate(uint64_t length);
   // Hands what was written to the disk.
   bool Flush();
 
   // All of `bytes` at the current position, or CFileCustException.
   void Write(std::span<const uint8_t> bytes);
+  // The same at an absolute offset, without moving the position.
   void WriteAt(uint64_t offset, std::span<const uint8_t> bytes);
-  // Takes the buffer; it is freed when the write ends. CFileCustException when it cannot be issued.
-  void WriteOverlapped(std::vector<uint8_t> buffer, uint64_t offset);
-  // Waits until no overlapped write of this process is pending.
+  // On a file opened with EFileFlags::Overlapped. Takes the buffer; it is freed when the write ends, which
+  // may be later than this call: a failure then shows in GetOverlappedCounters().lastError.
+  // CFileCustException when it cannot be issued. On Windows a write ends while its own thread waits in one of
+  // the waits here or in Close.
+  void WriteOverlapped(std::vector<uint8_t> buffer, uint64_t offset,
+                       std::shared_ptr<COverlappedEvent> event = nullptr);
+  // Waits until no overlapped write of this process is pending; false when the time is over.
   static bool WaitForOverlapped(uint32_t milliseconds);
 
   [[nodiscard]] uint32_t GetLastErrorCode() const { return m_lastError; }
@@ -109,6 +127,11 @@ class CFileCust {
 
  private:
   struct SHandle;  // the system's handle
+
+  bool SetPosition(uint64_t position);
+  void Report(uint32_t error, CErrorHandler& handler);
+  [[noreturn]] void Throw(uint32_t error);
+
   std::unique_ptr<SHandle> m_handle;
   uint32_t m_lastError = kNoSystemError;
   std::u16string m_path;

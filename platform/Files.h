@@ -25,7 +25,9 @@ uint64_t GetFileLength(std::u16string_view path);
 
 bool CreateFolder(std::u16string_view path);  // one level
 bool RemoveFile(std::u16string_view path);
-bool RemoveFolderTree(std::u16string_view path);  // never follows links
+// A folder with all it holds; true when there is none. Links inside, and a link itself, are removed, never
+// followed.
+bool RemoveFolderTree(std::u16string_view path);
 // Replaces an existing target in one step.
 bool RenameFile(std::u16string_view from, std::u16string_view to);
 std::vector<std::u16string> ListFolder(std::u16string_view path);  // names only, sorted
@@ -36,7 +38,7 @@ std::u16string GetUserCacheFolder();
 std::u16string GetTempFolder();
 
 std::u16string GetAbsolutePath(std::u16string_view path);
-// On Windows both separators count.
+// On Windows both separators and the colon of a drive count.
 std::u16string_view FileNameOf(std::u16string_view path);
 std::u16string_view FolderOf(std::u16string_view path);     // with its separator; empty when there is none
 std::u16string_view ExtensionOf(std::u16string_view path);  // without the dot; empty when there is none

@@ -11,8 +11,8 @@ uint32_t GetProcessNumber();
 // False once the process has ended (a zombie has ended).
 bool IsProcessAlive(uint32_t processNumber);
 
-// Calls `handler` on Ctrl+C, Ctrl+Break, SIGINT, SIGTERM and SIGHUP. On POSIX it runs inside the signal: it may
-// only store to lock-free atomics.
+// Calls `handler` on Ctrl+C, Ctrl+Break, SIGINT, SIGTERM and SIGHUP. On POSIX it runs inside the signal: it
+// may only store to lock-free atomics.
 void SetInterruptHandler(void (*handler)());
 
 void SleepMilliseconds(uint32_t milliseconds);

@@ -3,18 +3,20 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace tolvane {
 
 enum class EStream { Output, Error };
 
-// UTF-8 output, escape sequences and binary pipes on Windows; ignores broken pipes on POSIX. Once, at start-up.
+// Switches escape sequences on and line-end translation off where the system needs that, and lets a broken
+// pipe be a failed write instead of the program's end. Once, at start-up.
 void PrepareTerminal();
 bool IsTerminal(EStream stream);
+// True for a terminal that obeys escape sequences (colours, cursor movement).
+bool AcceptsEscapes(EStream stream);
 // Columns; 80 when it cannot be told.
 unsigned GetTerminalWidth(EStream stream);
-// False when the stream is closed or full.
+// All of it, at once, unbuffered: callers collect their lines. False when the stream is closed or full.
 bool WriteStream(EStream stream, std::string_view utf8);
 
 // An environment variable; empty when it is not set.

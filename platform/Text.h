@@ -4,6 +4,8 @@
 // as U+FFFD; nothing here throws or stops at a zero unit. Thread-safe: no state.
 #pragma once
 
+#include <charconv>
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -22,11 +24,16 @@ std::u16string FromUtf8(std::string_view text);
 std::string ToNativePath(std::u16string_view path);
 std::u16string FromNativePath(std::string_view path);
 
-// Each char of an ASCII literal becomes one unit.
+// Each byte becomes one unit.
 std::u16string FromAscii(std::string_view text);
 
-std::u16string ToDecimal(uint64_t value);
-std::u16string ToDecimal(int64_t value);
+// Digits without grouping, whatever the locale.
+template <std::integral T>
+std::u16string ToDecimal(T value) {
+  char digits[24];
+  const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+  return FromAscii({digits, static_cast<size_t>(end - digits)});
+}
 
 // ASCII letters only; other units must be equal.
 bool EqualsIgnoreCase(std::u16string_view a, std::u16string_view b);

@@ -1,7 +1,7 @@
 // The process-wide status objects: the only way in which a worker reports, or learns that it must stop.
 //
-// One instance of each for the whole process. Every field has its own lock, held for one read or one write; no
-// operation holds a lock while it calls anything else. All operations may be called from any thread.
+// One instance of each for the whole process. Every field has its own lock, held for one read or one write;
+// no operation holds a lock while it calls anything else. All operations may be called from any thread.
 #pragma once
 
 #include <cstdint>
@@ -126,8 +126,8 @@ class CPreviewThreadStatus {
   void SetFinished(int32_t finished) { m_finished.Set(finished); }
   [[nodiscard]] int32_t GetFinished() const { return m_finished.Get(); }
   [[nodiscard]] bool IsBusy() const { return GetFinished() == 0; }
-  // Loops until the finished flag is non-zero, calling `keepPainting` between reads (the window repaints there;
-  // without one the thread just yields).
+  // Loops until the finished flag is non-zero, calling `keepPainting` between reads (the window repaints
+  // there; without one the thread just yields).
   void WaitUntilFinished(void (*keepPainting)() = nullptr);
 
  private:
@@ -135,8 +135,8 @@ class CPreviewThreadStatus {
   CLocked<int32_t> m_finished{1};
 };
 
-// The pause in which a full bar can be seen. The front end sets its length: one second in the window, none (the
-// default) on the command line and in tests.
+// The pause in which a full bar can be seen. The front end sets its length: one second in the window, none
+// (the default) on the command line and in tests.
 class CDisplayPause {
  public:
   static CDisplayPause& Instance();

@@ -1,0 +1,40 @@
+// What is the same on every system: the arithmetic of seeking and the reporting of errors.
+#include "platform/FileCust.h"
+
+#include "platform/ErrorHandler.h"
+
+namespace tolvane {
+
+bool CFileCust::IsAtEnd() {
+  return GetPosition() >= GetLength();
+}
+
+uint64_t CFileCust::Seek(uint64_t offset, ESeekOrigin origin, ESeekDirection direction,
+                         CErrorHandler& handler) {
+  uint64_t position = 0;
+  const bool isForward = direction == ESeekDirection::Forward;
+  const bool isKnown = isForward || direction == ESeekDirection::Backward;
+  if (origin == ESeekOrigin::Begin) {
+    position = offset;
+  } else if (isKnown && (origin == ESeekOrigin::Current || origin == ESeekOrigin::End)) {
+    const uint64_t base = origin == ESeekOrigin::Current ? GetPosition() : GetLength();
+    position = isForward ? base + offset : base - offset;
+  }
+  if (!SetPosition(position)) {
+    handler.ReportError(SystemMessage(m_lastError), 1);
+    return GetPosition();
+  }
+  return position;
+}
+
+void CFileCust::Report(uint32_t error, CErrorHandler& handler) {
+  m_lastError = error;
+  handler.ReportError(SystemMessage(error), 1);
+}
+
+void CFileCust::Throw(uint32_t error) {
+  m_lastError = error;
+  throw CFileCustException(error);
+}
+
+}  // namespace tolvane
