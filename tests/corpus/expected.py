@@ -113,3 +113,65 @@ def from_mdbtools(text, column):
     if column.type in (BINARY, TYPE_OLE):
         return bytes.fromhex(text)
     return text
+
+
+def _rounded(value, digits):
+    """A number to so many significant digits, so that readers that print it differently agree."""
+    text = '%.*g' % (digits, float(value))
+    return '0' if float(text) == 0 else text
+
+
+def saved_value(value, column):
+    """What a reader finds in the repaired database, in one comparable form; None is an empty field."""
+    text = export_text(value, column)
+    if column.type == TYPE_BOOLEAN:
+        return bool(value)
+    if text is SKIP or text == '':
+        return None
+    if column.type == BYTE:
+        return text if int(text) <= 127 else None
+    if column.type == SINGLE:
+        return _rounded(single(text), 6)
+    if column.type == DOUBLE:
+        return _rounded(text, 13)
+    if column.type == DECIMAL:
+        return _rounded(text, 13) if MINUS_AND_DIGITS.issuperset(text.replace('.', '')) and '-' not in text[1:] else None
+    if column.type == DATE:
+        return (value + datetime.timedelta(milliseconds=500)).replace(microsecond=0)
+    return text
+
+
+# Type of a column in the repaired database, where it is another than in the source.
+SAVED_TYPES = {BINARY: TYPE_OLE, DECIMAL: DOUBLE, COMPLEX_KEY: TYPE_TEXT}
+
+
+def found_value(value, column):
+    """A reader's value in the repaired database in the form of saved_value; `column` is the source's."""
+    if column.type == TYPE_BOOLEAN:
+        return bool(value)
+    if value is None or value is COMPLEX or value in ('', b''):
+        return None
+    if column.type == SINGLE:
+        return _rounded(value, 6)
+    if column.type in (DOUBLE, DECIMAL):
+        return _rounded(value, 13)
+    if column.type == DATE:
+        if not isinstance(value, datetime.datetime):
+            return value
+        return (value + datetime.timedelta(milliseconds=500)).replace(microsecond=0)
+    if column.type in (CURRENCY, GUID, TYPE_OLE):
+        return export_text(value, column)
+    return value
+
+
+def saved_skip_reason(column):
+    """Why the cells of a column are not compared in the repaired database."""
+    if column.type == BINARY:
+        return 'binary column: its bytes are saved as text'
+    return skip_reason(column)
+
+
+def is_empty_row(values, columns):
+    """A row of which nothing is saved."""
+    return all(column.type not in (TYPE_BOOLEAN, COMPLEX_KEY) and column.type in KNOWN and not column.is_calculated
+               and export_text(value, column) == '' for value, column in zip(values, columns))

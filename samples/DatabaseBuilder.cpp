@@ -1,0 +1,139 @@
+#include "samples/DatabaseBuilder.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "platform/Text.h"
+#include "writer/embedded/EmbeddedEngine.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int32_t kTableAttributes = 0x10000;
+constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
+
+void Require(const CDaoResult& result, std::string_view what) {
+  if (result.IsOk()) return;
+  std::fprintf(stderr, "%.*s: %s\n", static_cast<int>(what.size()), what.data(), ToUtf8(result.text).c_str());
+  std::exit(2);
+}
+
+}  // namespace
+
+SSampleField AutoNumber(const char* name) {
+  return {name, kDaoLong, 4, kDaoFixedField | kDaoUpdatable | kDaoAutoIncrement};
+}
+SSampleField Fixed(const char* name, int16_t type) {
+  return {name, type, 0, kDaoFixedField | kDaoUpdatable};
+}
+SSampleField Text(const char* name, int32_t characters) {
+  return {name, kDaoText, characters};
+}
+SSampleField Memo(const char* name) {
+  return {name, kDaoMemo};
+}
+SSampleField Ole(const char* name) {
+  return {name, kDaoLongBinary};
+}
+
+bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
+  bytesRead = std::min(buffer.size(), m_bytes.size() - m_position);
+  std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position), bytesRead, buffer.begin());
+  m_position += bytesRead;
+  return true;
+}
+
+CDatabaseBuilder::CDatabaseBuilder(const std::string& path) : m_engine(CreateEmbeddedEngine()) {
+  Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, kDaoVersionJet4, m_database), path);
+}
+
+CDatabaseBuilder::~CDatabaseBuilder() = default;
+
+void CDatabaseBuilder::AddTable(const std::string& name, const std::vector<SSampleField>& fields,
+                                const std::vector<const char*>& indexed) {
+  std::unique_ptr<CDaoTableDef> table;
+  Require(m_database->CreateTableDef(FromUtf8(name), kTableAttributes, {}, {}, table), name);
+  for (const SSampleField& field : fields)
+    Require(table->CreateField(FromUtf8(field.name), field.type, field.size, field.attributes), field.name);
+  CDaoIndexInfo key;
+  key.name = u"PrimaryKey";
+  key.fields = {{FromUtf8(fields.front().name), false}};
+  key.primary = key.unique = key.required = true;
+  Require(table->CreateIndex(key), name);
+  for (const char* field : indexed) {
+    CDaoIndexInfo index;
+    index.name = FromUtf8(field);
+    index.fields = {{index.name, false}};
+    Require(table->CreateIndex(index), field);
+  }
+  Require(table->Append(), name);
+  table->Close();
+}
+
+void CDatabaseBuilder::OpenTable(const std::string& name) {
+  Require(m_database->OpenRecordset(u"SELECT * FROM [" + FromUtf8(name) + u"]", m_rows), name);
+}
+
+void CDatabaseBuilder::BeginRow() {
+  Require(m_rows->AddNew(), "new row");
+}
+
+void CDatabaseBuilder::Set(size_t field, std::string_view text) {
+  if (text.empty()) return;
+  m_text.assign(text.begin(), text.end());  // sample texts are ASCII
+  Require(m_rows->SetFieldValue(field, m_text), text);
+}
+
+void CDatabaseBuilder::SetBytes(size_t field, std::span<const uint8_t> bytes) {
+  CMemorySource source(bytes);
+  Require(m_rows->SetFieldValue(field, source), "bytes");
+}
+
+void CDatabaseBuilder::EndRow() {
+  Require(m_rows->Update(), "row");
+}
+
+void CDatabaseBuilder::CloseTable() {
+  Require(m_rows->Close(), "end of table");
+  m_rows.reset();
+}
+
+void CDatabaseBuilder::Close() {
+  Require(m_database->Close(), "closing");
+  m_database.reset();
+}
+
+uint64_t CSampleRandom::Next() {
+  m_state = m_state * 6364136223846793005u + 1442695040888963407u;
+  return m_state ^ m_state >> 29;
+}
+
+std::string DateText(int year, int month, int day) {
+  const auto two = [](int value) { return (value < 10 ? "0" : "") + std::to_string(value); };
+  return std::to_string(year) + '-' + two(month) + '-' + two(day) + " 00:00:00";
+}
+
+std::string MoneyText(uint64_t hundredths) {
+  const uint64_t rest = hundredths % 100;
+  return std::to_string(hundredths / 100) + (rest < 10 ? ".0" : ".") + std::to_string(rest);
+}
+
+std::string Prose(CSampleRandom& random, size_t length) {
+  static const char* const kWords[] = {
+      "the",   "delivery", "was",  "late",    "again", "customer", "asked",  "about", "a",    "new",
+      "price", "for",      "next", "quarter", "and",   "we",       "agreed", "to",    "call", "back",
+      "on",    "Monday",   "with", "an",      "offer", "letter",   "from",   "office"};
+  std::string text;
+  while (text.size() < length) {
+    std::string sentence(random.Pick(kWords));
+    sentence.front() = static_cast<char>(sentence.front() & ~0x20);
+    for (uint32_t i = 5 + random.Below(9); i > 0; i--) sentence.append(" ").append(random.Pick(kWords));
+    text += sentence + (random.Below(6) == 0 ? ".\r\n" : ". ");
+  }
+  return text;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,90 @@
+// Makes databases from made-up data through the embedded engine, for the sample and the benchmark. Any
+// failure prints the engine's text and ends the program: there is nobody to recover for.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "writer/dao.h"
+
+namespace tolvane {
+
+struct SSampleField {
+  const char* name;
+  int16_t type;
+  int32_t size = 0;
+  int32_t attributes = kDaoVariableField | kDaoUpdatable;
+};
+SSampleField AutoNumber(const char* name);
+SSampleField Fixed(const char* name, int16_t type);
+SSampleField Text(const char* name, int32_t characters);
+SSampleField Memo(const char* name);
+SSampleField Ole(const char* name);
+
+// Bytes in memory, handed over piece by piece.
+class CMemorySource : public CDaoByteSource {
+ public:
+  explicit CMemorySource(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override;
+  [[nodiscard]] uint64_t GetLength() const override { return m_bytes.size(); }
+
+ private:
+  std::span<const uint8_t> m_bytes;
+  size_t m_position = 0;
+};
+
+class CDatabaseBuilder {
+ public:
+  explicit CDatabaseBuilder(const std::string& path);
+  ~CDatabaseBuilder();
+  CDatabaseBuilder(const CDatabaseBuilder&) = delete;
+  CDatabaseBuilder& operator=(const CDatabaseBuilder&) = delete;
+
+  // The first field becomes the primary key; `indexed` names further ones with an index.
+  void AddTable(const std::string& name, const std::vector<SSampleField>& fields,
+                const std::vector<const char*>& indexed = {});
+
+  // Rows go to one table at a time.
+  void OpenTable(const std::string& name);
+  void BeginRow();
+  void Set(size_t field, std::string_view text);  // an empty text leaves the field null
+  void SetBytes(size_t field, std::span<const uint8_t> bytes);
+  void EndRow();
+  void CloseTable();
+
+  void Close();
+
+ private:
+  std::unique_ptr<CDaoEngine> m_engine;
+  std::unique_ptr<CDaoDatabase> m_database;
+  std::unique_ptr<CDaoRecordset> m_rows;
+  std::u16string m_text;  // kept between values, so that a value costs no allocation
+};
+
+// The same sequence on every machine, unlike the standard library's distributions.
+class CSampleRandom {
+ public:
+  explicit CSampleRandom(uint64_t seed) : m_state(seed) {}
+  uint64_t Next();
+  // 0 to bound - 1.
+  uint32_t Below(uint32_t bound) { return static_cast<uint32_t>((Next() >> 33) % bound); }
+  template <size_t N>
+  std::string_view Pick(const char* const (&words)[N]) {
+    return words[Below(static_cast<uint32_t>(N))];
+  }
+
+ private:
+  uint64_t m_state;
+};
+
+std::string DateText(int year, int month, int day);
+// `hundredths` as a decimal number with two digits after the point.
+std::string MoneyText(uint64_t hundredths);
+// About `length` characters of sentences.
+std::string Prose(CSampleRandom& random, size_t length);
+
+}  // namespace tolvane

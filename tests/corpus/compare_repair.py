@@ -1,0 +1,101 @@
+#!/usr/bin/env python3
+"""Repairs every healthy real database and compares the new database, as two independent readers see it, with the
+source: user tables, columns and their types, row counts, every cell.
+
+    python3 tests/corpus/compare_repair.py --tolvane build/release/tolvane [--corpus FOLDER] [--only TEXT]
+
+What saving changes by design is computed from the source's value by rule (expected.saved_value): numbers with five
+digits after the point, bytes above 127 left out, empty texts as empty fields, rows without any value left out. Columns
+whose cells cannot be compared (calculated, complex, binary, types that are not known) are named in the report's end.
+"""
+import os
+import sys
+import tempfile
+
+import corpus
+import expected
+import pages
+import repaired
+
+
+def check_structure(verdict, output, source):
+    name = source.name
+    if name not in output.local:
+        verdict.error('%s: not in the repaired database' % name)
+        return False
+    if output.listed is None or (name not in output.listed and not name.startswith(('f_', '~'))):
+        verdict.error('%s: mdbtools does not list it' % name)
+    names = [column.name for column in source.columns]
+    if output.column_names(name) != names:
+        verdict.error('%s: columns %s for %s' % (name, output.column_names(name)[:8], names[:8]))
+        return False
+    for before, after in zip(source.columns, output.local[name].columns):
+        want = expected.SAVED_TYPES.get(before.type, before.type)
+        if before.type in expected.KNOWN and after.type != want:
+            verdict.error('%s.%s: type %d for %d' % (name, before.name, after.type, want))
+    return True
+
+
+def check_rows(verdict, source, view, reader):
+    keep = source.compared_columns(verdict)
+    if reader == 'mdbtools':
+        old = [i for i in keep if any(getattr(row[i], 'year', 1900) < 1900 for row in source.rows)]
+        keep = [i for i in keep if i not in old]
+    if view is None or sorted(view.columns) != sorted(column.name for column in source.columns):
+        verdict.error('%s: %s: not readable' % (reader, source.name))
+        return
+    revived = len(source.table.rows(source.table.freed_pages()))
+    missing, extra = repaired.compare(source, view, keep, revived)
+    if missing or extra:
+        verdict.error('%s: %s: %d missing, %d not in the source of %d: %s' % (
+            reader, source.name, sum(missing.values()), sum(extra.values()), len(source.rows),
+            corpus.first_difference(missing, extra)))
+    dropped = len(source.rows) - len(source.expected_rows())
+    if dropped:
+        verdict.note('rows without any value', dropped)
+    verdict.cells += len(source.rows) * len(keep)
+
+
+def compare_file(options, path, output_path):
+    verdict = corpus.Verdict()
+    healthy = corpus.open_pages(path)
+    if healthy is None:
+        verdict.note('encrypted file: nothing to compare')
+        return verdict
+    corpus.tolvane(options, 'repair', path, '-o', output_path)
+    output = repaired.RepairedDatabase(output_path)
+    for error in output.errors:
+        verdict.error('mdb-reader on the repaired database: ' + error)
+    local = pages.local_tables(healthy)
+    for name in output.local:
+        if name not in local and not name.startswith('MSys'):
+            verdict.error('%s: not in the source' % name)
+    for source in repaired.source_tables(path, local, verdict):
+        verdict.tables += 1
+        verdict.rows += len(source.rows)
+        if check_structure(verdict, output, source):
+            check_rows(verdict, source, output.seen.get(source.name), 'mdb-reader')
+            check_rows(verdict, source, output.rows_by_mdbtools(source.name), 'mdbtools')
+    return verdict
+
+
+def main():
+    options = corpus.arguments(__doc__)
+    report = corpus.Report('repaired against its source')
+    with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
+        for path, short in corpus.databases(options):
+            if pages.Pages(path).format.is_jet3 and not options.jet3:
+                continue
+            output_path = os.path.join(folder, 'output' + os.path.splitext(path)[1])
+            try:
+                repaired.remove(output_path)
+                report.add(short, compare_file(options, path, output_path))
+            except corpus.Failure as failure:
+                verdict = corpus.Verdict()
+                verdict.error(str(failure))
+                report.add(short, verdict)
+    return report.end()
+
+
+if __name__ == '__main__':
+    sys.exit(main())
