@@ -1,0 +1,13 @@
+// Crosstab queries.
+#pragma once
+
+#include "query/QB.h"
+
+namespace tolvane {
+
+class CQBCrosstab : public CQB {
+ public:
+  void Build(const CTList<CQueryAttributes>& rows, std::u16string& sql) override;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,37 @@
+// The catalogue of saved queries: rows grouped into queries, matched to their names and types, handed to the
+// builder of their type. Not thread-safe.
+#pragma once
+
+#include <string>
+
+#include "query/QueryAttributes.h"
+#include "query/QuerySysObject.h"
+#include "query/TList.h"
+
+namespace tolvane {
+
+class CQuery : public CTListLink<CQuery> {
+ public:
+  virtual ~CQuery() = default;
+
+  std::u16string name;  // empty when no object matched
+  std::u16string type;  // empty when no object matched: then a select query
+  CTList<CQueryAttributes> rows;
+
+  // The SQL text; empty when no builder exists for the type or nothing could be built.
+  std::u16string GetSql();
+
+ private:
+  std::u16string m_sql;
+};
+
+class CQueryEngine {
+ public:
+  virtual ~CQueryEngine() = default;
+  // Moves every row to the query of its ObjectId; queries stand in the order of their first row. Always 1.
+  int GroupRows(CTList<CQuery>& queries, CTList<CQueryAttributes>& rows);
+  // Gives each query the name and type of its object; of two objects with one id the later wins.
+  void MatchObjects(CTList<CQuery>& queries, const CTList<CQuerySysObject>& objects);
+};
+
+}  // namespace tolvane

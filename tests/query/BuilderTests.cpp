@@ -1,0 +1,192 @@
+// The SQL texts of every builder, written out.
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include "query/QB.h"
+#include "query/Query.h"
+
+namespace tolvane {
+namespace {
+
+struct SRow {
+  const char16_t* attribute = u"";
+  const char16_t* expression = u"";
+  const char16_t* name1 = u"";
+  const char16_t* name2 = u"";
+  const char16_t* flag = u"";
+};
+
+void Fill(CTList<CQueryAttributes>& rows, std::initializer_list<SRow> fields) {
+  for (const SRow& field : fields) {
+    auto row = std::make_unique<CQueryAttributes>();
+    row->Attribute = field.attribute;
+    row->Expression = field.expression;
+    row->Name1 = field.name1;
+    row->Name2 = field.name2;
+    row->Flag = field.flag;
+    rows.Append(std::move(row));
+  }
+}
+
+std::u16string Sql(const char16_t* type, std::initializer_list<SRow> fields) {
+  CQuery query;
+  query.type = type;
+  Fill(query.rows, fields);
+  return query.GetSql();
+}
+
+TEST(SelectBuilder, WritesEachClauseOnItsLine) {
+  EXPECT_EQ(Sql(u"0", {{u"3", u"", u"", u"", u"2"},
+                       {u"5", u"", u"Customers"},
+                       {u"6", u"Name", u"Full Name"},
+                       {u"8", u"City='Rome'"},
+                       {u"11", u"Name", u"D"}}),
+            u"SELECT DISTINCT Name AS [Full Name]\nFROM [Customers]\nWHERE City='Rome'\nORDER BY Name DESC");
+  EXPECT_EQ(
+      Sql(u"8", {{u"5", u"", u"A"},
+                 {u"5", u"", u"B", u"x"},
+                 {u"5", u"", u"C", u"a b"},
+                 {u"9", u"a"},
+                 {u"9", u"b"},
+                 {u"10", u"Count(*)>1"},
+                 {u"11", u"a", u"desc"},
+                 {u"11", u"b", u"d"}}),
+      u"SELECT *\nFROM [A], [B] AS x, [C] AS [a b]\nGROUP BY a, b\nHAVING Count(*)>1\nORDER BY a, b DESC");
+}
+
+TEST(SelectBuilder, KeepsItsOddities) {
+  EXPECT_EQ(Sql(u"", {}), u"SELECT *\n");
+  EXPECT_EQ(Sql(u"0", {{u"10", u"x"}}), u"SELECT *\n\nHAVING x");
+  for (const char16_t* options : {u"3", u"10", u"1", u"", u"x"})
+    EXPECT_EQ(Sql(u"0", {{u"3", u"", u"", u"", options}}), u"SELECT *\n");
+  EXPECT_EQ(Sql(u"0", {{u"3", u"", u"", u"", u"8"}}), u"SELECT DISTINCTROW *\n");
+  // An empty condition does not replace an earlier one; an empty group condition does.
+  EXPECT_EQ(Sql(u"0", {{u"8", u"a"}, {u"8", u""}, {u"10", u"h"}, {u"10", u""}}),
+            u"SELECT *\n\nWHERE a\nHAVING ");
+  EXPECT_EQ(Sql(u"0", {{u"99", u"x"}, {u"junk", u"y"}, {u"", u"z"}}), u"SELECT *\n");
+}
+
+TEST(JoinBuilder, NestsJoinsAndMergesConditions) {
+  EXPECT_EQ(Sql(u"0", {{u"7", u"T1.x=T2.x", u"T1", u"T2", u"1"}, {u"7", u"T2.y=T3.y", u"T2", u"T3", u"2"}}),
+            u"SELECT *\nFROM ((T1) INNER JOIN (T2) ON (T1.x=T2.x)) LEFT JOIN (T3) ON (T2.y=T3.y)");
+  EXPECT_EQ(
+      Sql(u"0",
+          {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"A", u"B", u"3"}, {u"7", u"e3", u"A", u"B"}}),
+      u"SELECT *\nFROM (A) INNER JOIN (B) ON (((e1) AND (e2)) AND (e3))");
+  // The pair in reverse order is a second condition of the same statement.
+  EXPECT_EQ(Sql(u"0", {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"B", u"A", u"1"}}),
+            u"SELECT *\nFROM (A) INNER JOIN (B) ON (e1) AND (e2)");
+  // Two groups that a later join connects; the names of sources with blanks and aliases.
+  EXPECT_EQ(Sql(u"0", {{u"5", u"", u"Order Details", u"od"},
+                       {u"7", u"e1", u"od", u"B", u"1"},
+                       {u"7", u"e2", u"C C", u"D", u"2"},
+                       {u"7", u"e3", u"B", u"D", u"3"}}),
+            u"SELECT *\nFROM (([Order Details] AS od) INNER JOIN (B) ON (e1)) RIGHT JOIN "
+            u"(([C C]) LEFT JOIN (D) ON (e2)) ON (e3)");
+}
+
+TEST(JoinBuilder, WritesOnlyTheFirstOfUnrelatedGroups) {
+  EXPECT_EQ(Sql(u"0", {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"C", u"D", u"1"}}),
+            u"SELECT *\nFROM (A) INNER JOIN (B) ON (e1)");
+  EXPECT_EQ(Sql(u"0", {{u"7", u"", u"A", u"B", u"9"}}), u"SELECT *\nFROM (A)  (B) ON ()");
+}
+
+// A table whose name reads like the registry's own marks counts as seen when its entry occurs in the
+// registry.
+TEST(JoinBuilder, NamesLikeRegistryMarksStayBounded) {
+  EXPECT_EQ(Sql(u"0", {{u"7", u"e", u"x#<<A B>>#y", u"A B", u"1"}}),
+            u"SELECT *\nFROM ([x#<<A B>>#y]) INNER JOIN (A B) ON (e)");
+}
+
+TEST(JoinBuilder, ThousandsOfJoinsStayLinear) {
+  CQuery query;
+  constexpr int kJoins = 20'000;
+  for (int i = 0; i < kJoins; ++i) {
+    auto row = std::make_unique<CQueryAttributes>();
+    row->Attribute = u"7";
+    row->Flag = u"1";
+    row->Name1 = u"T" + std::u16string(1, static_cast<char16_t>(0x4000 + i));
+    row->Name2 = u"T" + std::u16string(1, static_cast<char16_t>(0x4000 + i + 1));
+    row->Expression = u"e";
+    query.rows.Append(std::move(row));
+  }
+  const std::u16string sql = query.GetSql();
+  EXPECT_EQ(sql.size(), std::u16string(u"SELECT *\nFROM ").size() + 2 + size_t{kJoins} * 25);
+  EXPECT_TRUE(sql.ends_with(u") ON (e)"));
+}
+
+TEST(AppendBuilder, BracketsTargets) {
+  EXPECT_EQ(
+      Sql(u"64", {{u"1", u"", u"t"}, {u"5", u"", u"T"}, {u"6", u"x", u"", u"a"}, {u"6", u"y", u"", u"b"}}),
+      u"INSERT INTO t ( [a], [b] )\nSELECT x, y\nFROM [T]");
+  EXPECT_EQ(
+      Sql(u"64", {{u"1", u"", u"my t"}, {u"3", u"", u"", u"", u"8"}, {u"6", u"1", u"alias"}, {u"8", u"c"}}),
+      u"INSERT INTO [my t] ( [] )\nSELECT DISTINCTROW 1\n\nWHERE c");
+}
+
+TEST(UpdateBuilder, SplitsTargetsOnlyWhereTheTableHasABlank) {
+  EXPECT_EQ(Sql(u"48", {{u"5", u"", u"Old"},
+                        {u"5", u"", u"Order Details"},
+                        {u"6", u"1", u"", u"Order Details.Qty"},
+                        {u"6", u"2", u"", u"Qty"},
+                        {u"6", u"3", u"", u"T.[Q ty]"},
+                        {u"6", u"4", u"", u"T.Q ty"},
+                        {u"8", u"a"},
+                        {u"9", u"g"},
+                        {u"10", u"h"},
+                        {u"11", u"o"}}),
+            u"UPDATE [Order Details]\nSET [Order Details].Qty = 1, Qty = 2, T.[Q ty] = 3, T.Q ty = 4\nWHERE "
+            u"a\nHAVING h");
+  EXPECT_EQ(Sql(u"48", {{u"5", u"", u"A"}, {u"7", u"e", u"A", u"B", u"1"}}),
+            u"UPDATE (A) INNER JOIN (B) ON (e)\nSET");
+}
+
+TEST(DeleteBuilder, NamesTheLastTableOnly) {
+  EXPECT_EQ(Sql(u"32", {{u"5", u"", u"A"},
+                        {u"5", u"", u"B"},
+                        {u"7", u"e", u"A", u"B", u"1"},
+                        {u"8", u"w"},
+                        {u"11", u"o"}}),
+            u"DELETE FROM [B]\nWHERE w");
+  EXPECT_EQ(Sql(u"32", {}), u"DELETE FROM ");
+}
+
+TEST(CrosstabBuilder, SortsRowsByTheirFlags) {
+  EXPECT_EQ(Sql(u"16", {{u"5", u"", u"T"},
+                        {u"6", u"Sum(x)", u"S", u"", u"0"},
+                        {u"6", u"Avg(x)", u"", u"", u"0"},
+                        {u"6", u"a", u"", u"", u"2"},
+                        {u"6", u"p", u"", u"", u"1"},
+                        {u"9", u"a", u"", u"", u"2"},
+                        {u"9", u"b", u"", u"", u"2"},
+                        {u"9", u"p", u"", u"", u"1"},
+                        {u"9", u"q", u"", u"", u"7"},
+                        {u"11", u"a"}}),
+            u"TRANSFORM Sum(x) AS [S],\nAvg(x)\nSELECT a\nFROM [T]\nGROUP BY a,\nb\nORDER BY a\nPIVOT p");
+}
+
+TEST(UnionBuilder, NeedsKnownOptions) {
+  const auto union_ = [](const char16_t* flag) {
+    return Sql(u"128", {{u"3", u"", u"", u"", flag},
+                        {u"5", u"SELECT 1\r\n", u"", u"X7YZ_____1"},
+                        {u"5", u"SELECT 2", u"", u"X7YZ_____2"},
+                        {u"5", u"SELECT 3", u"", u"X7YZ_____3"}});
+  };
+  EXPECT_EQ(union_(u"3"), u"SELECT 1\r\nUNION\nSELECT 2");
+  EXPECT_EQ(union_(u"1"), u"SELECT 1\r\nUNION ALL\nSELECT 2");
+  EXPECT_EQ(union_(u"0"), u"");
+  EXPECT_EQ(union_(u"2"), u"");
+}
+
+TEST(BuilderFactory, KnowsSixKinds) {
+  for (const char16_t* type : {u"0", u"8", u"16", u"32", u"48", u"64", u"128", u"", u"junk"})
+    EXPECT_NE(MakeQueryBuilder(type), nullptr);
+  for (const char16_t* type : {u"80", u"96", u"112", u"-1", u"3", u"129", u"99999999999999999999"})
+    EXPECT_EQ(MakeQueryBuilder(type), nullptr);
+}
+
+}  // namespace
+}  // namespace tolvane
