@@ -1,0 +1,115 @@
+#include "engine/PageReader.h"
+
+#include <algorithm>
+
+namespace tolvane {
+
+namespace {
+
+constexpr size_t kFirstBlockPages = 4;
+// A request so little beyond the last one still goes on in the same direction.
+constexpr uint64_t kGapPages = 4;
+constexpr size_t kUnreadableKept = 65536;
+
+}  // namespace
+
+bool CPageReader::Open(const std::u16string& path, CErrorHandler& handler) {
+  Close();
+  m_file.SetPath(path);
+  if (!m_file.Open(handler)) return false;
+  m_length = m_file.GetLength();
+  return true;
+}
+
+bool CPageReader::Open(const std::u16string& path) {
+  CErrorHandler handler;
+  return Open(path, handler);
+}
+
+void CPageReader::Close() {
+  m_file.Close();
+  m_length = m_blockStart = m_lastSingleEnd = m_singlesFrom = m_singlesUntil = 0;
+  m_blockSize = 0;
+  for (SCachedPage& cached : m_cache) cached = {};
+  m_unreadable.clear();
+}
+
+bool CPageReader::ReadPage(uint64_t offset, std::span<uint8_t> page) {
+  if (page.size() > m_length || offset > m_length - page.size()) return false;
+  const auto isInBlock = [&] {
+    return offset >= m_blockStart && offset - m_blockStart < m_blockSize &&
+           page.size() <= m_blockSize - (offset - m_blockStart);
+  };
+  if (!isInBlock()) {
+    if (const SCachedPage* const cached = FindCached(offset, page.size()); cached != nullptr) {
+      std::copy(cached->bytes.begin(), cached->bytes.end(), page.begin());
+      return true;
+    }
+    const size_t blockSize = NextBlockSize(offset, page.size());
+    if (blockSize <= page.size() || !ReadBlock(offset, blockSize)) return ReadSingle(offset, page);
+  }
+  std::copy_n(m_block.begin() + static_cast<ptrdiff_t>(offset - m_blockStart), page.size(), page.begin());
+  return true;
+}
+
+size_t CPageReader::ReadPartialPage(uint64_t offset, std::span<uint8_t> page) {
+  if (offset >= m_length) return 0;
+  const auto size = static_cast<size_t>(std::min<uint64_t>(page.size(), m_length - offset));
+  CErrorHandler handler;
+  return m_file.ReadAt(offset, page.first(size), handler);
+}
+
+// One page or less: no reading ahead.
+size_t CPageReader::NextBlockSize(uint64_t offset, size_t pageSize) const {
+  if (offset >= m_singlesFrom && offset < m_singlesUntil) return 0;
+  const auto goesOnFrom = [&](uint64_t end) { return offset >= end && offset - end <= kGapPages * pageSize; };
+  size_t size = 0;
+  if (m_blockSize != 0 && goesOnFrom(m_blockStart + m_blockSize))
+    size = std::min(2 * m_blockSize, kLargestBlock);
+  else if (goesOnFrom(m_lastSingleEnd))
+    size = kFirstBlockPages * pageSize;
+  return static_cast<size_t>(std::min<uint64_t>(size, (m_length - offset) / pageSize * pageSize));
+}
+
+bool CPageReader::ReadBlock(uint64_t offset, size_t size) {
+  if (m_block.size() < size) m_block.resize(size);
+  CErrorHandler handler;
+  if (m_file.ReadAt(offset, std::span(m_block).first(size), handler) == size) {
+    m_blockStart = offset;
+    m_blockSize = size;
+    return true;
+  }
+  m_blockSize = 0;
+  m_singlesFrom = offset;
+  m_singlesUntil = offset + size;
+  return false;
+}
+
+bool CPageReader::ReadSingle(uint64_t offset, std::span<uint8_t> page) {
+  m_lastSingleEnd = offset + page.size();
+  if (m_unreadable.count(offset) != 0) return false;
+  SCachedPage& slot = *std::min_element(m_cache.begin(), m_cache.end(),
+                                        [](const auto& a, const auto& b) { return a.lastUse < b.lastUse; });
+  slot.offset = ~uint64_t{0};
+  slot.bytes.resize(page.size());
+  CErrorHandler handler;
+  if (m_file.ReadAt(offset, slot.bytes, handler) != page.size()) {
+    if (m_unreadable.size() < kUnreadableKept) m_unreadable.insert(offset);
+    return false;
+  }
+  slot.offset = offset;
+  slot.lastUse = ++m_useCount;
+  std::copy(slot.bytes.begin(), slot.bytes.end(), page.begin());
+  return true;
+}
+
+const CPageReader::SCachedPage* CPageReader::FindCached(uint64_t offset, size_t size) {
+  for (SCachedPage& cached : m_cache) {
+    if (cached.offset != offset || cached.bytes.size() != size) continue;
+    cached.lastUse = ++m_useCount;
+    return &cached;
+  }
+  return nullptr;
+}
+
+}  // namespace tolvane

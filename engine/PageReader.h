@@ -1,0 +1,69 @@
+// Pages of one file by offset, read ahead where the requests run on and singly where they jump.
+//
+// A page that the system cannot read costs no other page: a block that fails is read again page by page. The
+// length is taken when the file is opened; a file that shrinks afterwards only has unreadable pages. A page
+// that failed once is not tried again (failing disks take seconds to say so). One thread at a time.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "engine/DBFileReader.h"
+#include "platform/ErrorHandler.h"
+
+namespace tolvane {
+
+class CPageReader {
+ public:
+  static constexpr size_t kLargestBlock = size_t{1} << 20;
+  static constexpr size_t kCachedPages = 64;
+
+  bool Open(const std::u16string& path, CErrorHandler& handler);
+  bool Open(const std::u16string& path);
+  void Close();
+
+  [[nodiscard]] uint64_t GetLength() const { return m_length; }
+  // Whole pages.
+  [[nodiscard]] uint64_t GetPageCount(uint32_t pageSize) const { return m_length / pageSize; }
+
+  // The page at `offset`; the span's size is the page size, the same in all calls. False: it lies outside the
+  // file, also in part, or cannot be read; `page` is then as it was before.
+  bool ReadPage(uint64_t offset, std::span<uint8_t> page);
+  // What the file holds of a page that reaches beyond its end.
+  size_t ReadPartialPage(uint64_t offset, std::span<uint8_t> page);
+
+ private:
+  struct SCachedPage {
+    uint64_t offset = ~uint64_t{0};
+    uint64_t lastUse = 0;
+    std::vector<uint8_t> bytes;
+  };
+
+  bool ReadBlock(uint64_t offset, size_t size);
+  bool ReadSingle(uint64_t offset, std::span<uint8_t> page);
+  [[nodiscard]] size_t NextBlockSize(uint64_t offset, size_t pageSize) const;
+  // Null when it is not there.
+  const SCachedPage* FindCached(uint64_t offset, size_t size);
+
+  CDBFileReader m_file;
+  uint64_t m_length = 0;
+
+  std::vector<uint8_t> m_block;
+  uint64_t m_blockStart = 0;
+  size_t m_blockSize = 0;        // bytes of it that are valid
+  uint64_t m_lastSingleEnd = 0;  // where the last single page ended
+  // The block that failed last: its pages are read singly.
+  uint64_t m_singlesFrom = 0;
+  uint64_t m_singlesUntil = 0;
+
+  std::array<SCachedPage, kCachedPages> m_cache;
+  uint64_t m_useCount = 0;
+  std::unordered_set<uint64_t> m_unreadable;
+};
+
+}  // namespace tolvane
