@@ -83,7 +83,11 @@ class CAccessColumn {
 
 class CAccessColumnList {
  public:
+  CAccessColumnList() = default;
   virtual ~CAccessColumnList() = default;
+  CAccessColumnList(CAccessColumnList&&) noexcept = default;
+  CAccessColumnList& operator=(CAccessColumnList&&) noexcept = default;
+
   void Add(CAccessColumn column) { m_columns.push_back(std::move(column)); }
   // Null past the end.
   [[nodiscard]] CAccessColumn* GetAt(size_t position);

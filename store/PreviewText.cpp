@@ -26,10 +26,6 @@ constexpr int64_t kAttachment = 39;
 constexpr uint64_t kTimesShown = 4;
 constexpr uint64_t kUnitsShownAtLeast = 1'000'000;
 
-bool IsPreviewAborted() {
-  return CPreviewThreadStatus::Instance().IsAborted();
-}
-
 }  // namespace
 
 size_t CPreviewText::GetUnitsNeeded(size_t column) const {
@@ -93,11 +89,12 @@ CPreviewText::SFlatTable& CPreviewText::GetFlatTable(size_t column) {
   if (page <= 0 || page > UINT32_MAX) return flat;
   const CAccessTable* const table = m_tables->FindTable(static_cast<uint64_t>(page) * m_pageSize);
   if (table == nullptr) return flat;
+  const auto isAborted = [] { return CPreviewThreadStatus::Instance().IsAborted(); };
   CComplexParser parser;
   parser.SetLayout(MultiValueLayoutOf(*table));
   parser.SetPath(CFileNameManager().GetDataFilePath(table->GetDefinitionOffset()));
   parser.Open();
-  flat.unitsLeft = kTimesShown * parser.BuildTexts(flat.texts, IsPreviewAborted) + kUnitsShownAtLeast;
+  flat.unitsLeft = kTimesShown * parser.BuildTexts(flat.texts, isAborted) + kUnitsShownAtLeast;
   parser.Close();
   return flat;
 }
