@@ -38,6 +38,7 @@ class CCodePageTable {
     m_encode[unit] = static_cast<uint16_t>(lead << 8 | trail);
   }
   void DefineLead(uint8_t lead) {
+    m_hasPairs = true;
     m_pairs[lead] = std::make_unique<std::array<char16_t, 256>>();
     m_pairs[lead]->fill(kUndefined);
   }
@@ -48,6 +49,7 @@ class CCodePageTable {
   size_t Encode(std::u16string_view text, std::vector<uint8_t>& out) const;
 
  private:
+  bool m_hasPairs = false;
   std::array<char16_t, 256> m_decode = MakeUndefined();
   std::array<std::unique_ptr<std::array<char16_t, 256>>, 256> m_pairs;  // by lead byte
   std::vector<uint16_t> m_encode;                                       // 0: not held, but for U+0000
@@ -60,7 +62,12 @@ class CCodePageTable {
 };
 
 void CCodePageTable::Decode(std::span<const uint8_t> bytes, std::u16string& out) const {
-  out.reserve(out.size() + bytes.size());
+  if (!m_hasPairs) {
+    const size_t start = out.size();
+    out.resize(start + bytes.size());
+    for (size_t i = 0; i < bytes.size(); i++) out[start + i] = m_decode[bytes[i]];
+    return;
+  }
   for (size_t i = 0; i < bytes.size(); i++) {
     const auto& pairs = m_pairs[bytes[i]];
     if (!pairs) {
@@ -77,7 +84,6 @@ void CCodePageTable::Decode(std::span<const uint8_t> bytes, std::u16string& out)
 
 size_t CCodePageTable::Encode(std::u16string_view text, std::vector<uint8_t>& out) const {
   size_t replaced = 0;
-  out.reserve(out.size() + text.size());
   for (size_t pos = 0; pos < text.size();) {
     const char32_t c = TakeCodePoint(text, pos);
     const uint16_t code = c < 0x10000 ? m_encode[c] : uint16_t{0};

@@ -1,0 +1,96 @@
+#include "platform/Process.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <thread>
+
+#include "platform/Terminal.h"
+#include "tests/platform/ScratchFolder.h"
+
+namespace tolvane {
+namespace {
+
+TEST(Process, OnlyRunningOnesAreAlive) {
+  EXPECT_TRUE(IsProcessAlive(GetProcessNumber()));
+  EXPECT_FALSE(IsProcessAlive(0));
+  EXPECT_FALSE(IsProcessAlive(0x7FFFFFF0));
+  EXPECT_FALSE(IsProcessAlive(0xFFFFFFFF));  // -1: every process
+}
+
+TEST(Process, AnEndedChildThatNobodyCollectedIsNotAlive) {
+  if (IsOnWindows()) GTEST_SKIP() << "no such processes here";
+  const CScratchFolder folder;
+  const std::string file = ToNativePath(folder / u"number");
+  // The shell starts a child that ends at once, then becomes a program that never collects it.
+  const std::string command = "true & echo $! > '" + file + "'; exec sleep 4";
+  std::thread parent([&command] { EXPECT_EQ(std::system(command.c_str()), 0); });
+  const double start = GetMonotonicSeconds();
+  bool hasEnded = false;
+  while (!hasEnded && GetMonotonicSeconds() < start + 3) {
+    SleepMilliseconds(20);
+    const auto number = static_cast<uint32_t>(LeadingInteger(FromUtf8(ReadText(folder / u"number"))));
+    hasEnded = number != 0 && !IsProcessAlive(number);
+  }
+  EXPECT_TRUE(hasEnded) << "while its parent still runs";
+  parent.join();
+}
+
+std::atomic<int> g_interrupts{0};
+void CountInterrupt() {
+  g_interrupts++;
+}
+
+TEST(Process, InterruptsReachTheHandler) {
+  if (IsOnWindows()) GTEST_SKIP() << "a console event cannot be sent to this process alone";
+  SetInterruptHandler(CountInterrupt);
+  for (const int number : {SIGINT, SIGTERM}) std::raise(number);
+  std::raise(SIGINT);
+  SetInterruptHandler(nullptr);
+  EXPECT_EQ(g_interrupts, 3);
+}
+
+TEST(Process, ClocksRun) {
+  const double before = GetMonotonicSeconds();
+  SleepMilliseconds(30);
+  const double passed = GetMonotonicSeconds() - before;
+  EXPECT_GE(passed, 0.025);
+  EXPECT_LT(passed, 10.0);
+
+  const std::time_t now = std::time(nullptr);
+  const std::tm local = *std::localtime(&now);
+  const double date = GetLocalDate();
+  // The day of the week and the time of the day follow from the number; 30 December 1899 was a Saturday.
+  EXPECT_EQ((static_cast<int>(date) + 6) % 7, local.tm_wday);
+  const double seconds = (date - static_cast<int>(date)) * 86400.0;
+  EXPECT_NEAR(seconds, local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, 5.0);
+}
+
+TEST(Process, PeakMemoryGrowsWithUse) {
+  const uint64_t before = GetPeakMemory();
+  if (before == 0) GTEST_SKIP() << "the system does not tell";
+  constexpr size_t kSize = size_t{64} << 20;
+  std::vector<uint8_t> block(kSize);
+  std::memset(block.data(), 0x5A, block.size());
+  EXPECT_GT(GetPeakMemory() + block[kSize / 2], before + kSize / 2);
+}
+
+TEST(Process, GuidsDiffer) {
+  const SGuidBytes first = MakeGuid();
+  const SGuidBytes second = MakeGuid();
+  EXPECT_NE(std::memcmp(first.bytes, second.bytes, sizeof(first.bytes)), 0);
+}
+
+TEST(Process, EnvironmentIsRead) {
+  EXPECT_FALSE(GetEnvironment(u"PATH").empty());
+  EXPECT_EQ(GetEnvironment(u"TOLVANE_NEVER_SET"), u"");
+  EXPECT_EQ(GetEnvironment(u""), u"");
+}
+
+}  // namespace
+}  // namespace tolvane

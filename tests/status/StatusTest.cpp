@@ -1,0 +1,153 @@
+#include "app/status/Status.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "platform/Process.h"
+
+namespace tolvane {
+namespace {
+
+constexpr int kThreads = 4;
+constexpr int kRounds = 500;
+
+template <class F>
+void RunInThreads(F work) {
+  std::vector<std::thread> threads;
+  for (int number = 0; number < kThreads; number++) threads.emplace_back(work, number);
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(RepairThreadCounter, PostfixOperatorsAnswerTheOldCount) {
+  CRepairThreadCounter& counter = CRepairThreadCounter::Instance();
+  EXPECT_EQ(counter.GetCount(), 0);
+  EXPECT_EQ((counter++).GetCount(), 0);
+  EXPECT_EQ((counter++).GetCount(), 1);
+  const CRepairThreadCounter old = counter--;
+  EXPECT_EQ(old.GetCount(), 2);
+  counter--;
+  EXPECT_EQ(old.GetCount(), 2) << "a copy of its own";
+  EXPECT_EQ(CRepairThreadCounter::Instance().GetCount(), 0);
+}
+
+TEST(ProgressStatus, MaximumIsAtLeastOne) {
+  CProgressStatus progress;
+  EXPECT_EQ(progress.GetMax(), 1);
+  for (const auto& [set, expected] :
+       {std::pair{7, 7}, {0, 1}, {1, 1}, {-5, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}}) {
+    progress.SetMax(set);
+    EXPECT_EQ(progress.GetMax(), expected);
+  }
+  progress.SetPos(-3);
+  progress.IncrementPos();
+  EXPECT_EQ(progress.GetPos(), -2) << "a position has no lower limit";
+}
+
+TEST(RepairLog, LinesAreJoined) {
+  CRepairLog log;
+  log.Append(u"first");
+  EXPECT_EQ(log.Get(), u"first");
+  log.Append(u"second");
+  log.Append(u"");
+  EXPECT_EQ(log.Get(), u"first\r\nsecond\r\n");
+  log.Set(u"only");
+  EXPECT_EQ(log.Get(), u"only");
+  log.Clear();
+  log.Append(u"");
+  log.Append(u"new");
+  EXPECT_EQ(log.Get(), u"new") << "an empty log stays empty after an empty line";
+}
+
+TEST(Status, FlagsAreIndependent) {
+  CSavingStatus& saving = CSavingStatus::Instance();
+  saving.SetLaunchFailed(true);
+  EXPECT_FALSE(saving.IsSaving());
+  EXPECT_FALSE(CRepairingFileStatus::Instance().IsRunning());
+  saving.SetSaving(true);
+  saving.SetLaunchFailed(false);
+  EXPECT_TRUE(saving.IsSaving());
+  EXPECT_FALSE(saving.GetLaunchFailed());
+  saving.SetSaving(false);
+}
+
+TEST(Status, NoUpdateIsLostBetweenThreads) {
+  CRepairThreadCounter counter;
+  CProgressStatus progress;
+  CRepairLog log;
+  CStatusProgress line;
+  std::atomic<int> tornTexts{0};
+  RunInThreads([&](int number) {
+    const std::u16string text(static_cast<size_t>(number) * 40 + 1, static_cast<char16_t>(u'a' + number));
+    for (int i = 0; i < kRounds; i++) {
+      counter++;
+      progress.IncrementPos();
+      log.Append(text);
+      line.SetText(text);
+      const std::u16string seen = line.GetText();
+      tornTexts += seen.size() != static_cast<size_t>(seen[0] - u'a') * 40 + 1 || seen.back() != seen[0];
+    }
+  });
+  EXPECT_EQ(counter.GetCount(), kThreads * kRounds);
+  EXPECT_EQ(progress.GetPos(), kThreads * kRounds);
+  EXPECT_EQ(tornTexts, 0);
+  const std::u16string text = log.Get();
+  EXPECT_EQ(std::count(text.begin(), text.end(), u'\n'), kThreads * kRounds - 1);
+}
+
+TEST(PreviewThreadStatus, AbortsOnOneOnly) {
+  CPreviewThreadStatus preview;
+  EXPECT_FALSE(preview.IsAborted());
+  EXPECT_FALSE(preview.IsBusy());
+  preview.SetAbort(2);
+  EXPECT_FALSE(preview.IsAborted());
+  preview.SetAbort(1);
+  EXPECT_TRUE(preview.IsAborted());
+}
+
+std::atomic<int> g_paints{0};
+
+TEST(PreviewThreadStatus, PaintsUntilFinished) {
+  CPreviewThreadStatus preview;
+  const auto count = +[] { g_paints++; };
+  preview.WaitUntilFinished(count);
+  EXPECT_EQ(g_paints, 0) << "nothing to wait for";
+
+  preview.SetFinished(0);
+  EXPECT_TRUE(preview.IsBusy());
+  std::thread loader([&] {
+    while (g_paints < 3) SleepMilliseconds(1);
+    preview.SetFinished(-1);
+  });
+  preview.WaitUntilFinished(count);
+  EXPECT_FALSE(preview.IsBusy());
+  loader.join();
+  EXPECT_GE(g_paints, 3);
+}
+
+TEST(DisplayPause, EndsWithItsTimeOrWithTheRun) {
+  CDisplayPause pause;
+  const auto measure = [&pause] {
+    const double start = GetMonotonicSeconds();
+    pause.Pause();
+    return GetMonotonicSeconds() - start;
+  };
+  CSavingStatus& saving = CSavingStatus::Instance();
+  saving.SetSaving(true);
+  EXPECT_LT(measure(), 1.0) << "no pause unless one is set";
+  pause.SetLength(60);
+  EXPECT_GE(measure(), 0.055);
+  pause.SetLength(30'000);
+  std::thread user([&saving] {
+    SleepMilliseconds(40);
+    saving.SetSaving(false);
+  });
+  EXPECT_LT(measure(), 10.0);
+  user.join();
+}
+
+}  // namespace
+}  // namespace tolvane
