@@ -1,0 +1,51 @@
+// The database's catalogue: the rows of the four system tables, and which table has which name.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "writer/embedded/HeaderPage.h"
+#include "writer/embedded/SystemTables.h"
+#include "writer/embedded/TableStore.h"
+
+namespace tolvane {
+
+struct SCatalogueObject {
+  uint32_t id = 0;  // tables: their definition page
+  int16_t type = 0;
+};
+
+class CCatalogue {
+ public:
+  explicit CCatalogue(CPageFile& file);
+
+  // The tables of a new database, with their first rows.
+  CDaoResult Create(const SHeaderPage& header);
+  CDaoResult Load(const SHeaderPage& header);
+  // Writes what was added since.
+  CDaoResult Store();
+
+  // Tables and queries; nullptr when there is none of that name, in whatever case.
+  [[nodiscard]] const SCatalogueObject* Find(std::u16string_view name) const;
+  // The name must be free. `date` is when the table was made.
+  CDaoResult AddTable(std::u16string_view name, uint32_t definitionPage, double date);
+
+ private:
+  [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }
+  CDaoResult AddObject(const SSystemObject& object, uint32_t flags, double date);
+  CDaoResult AddAce(const SSystemAce& ace);
+  std::array<uint8_t, 2> MaskedSid(EAccount account) const;
+  CDaoResult LoadTables();
+  bool LoadObject(std::span<const uint8_t> row);
+
+  CPageFile& m_file;
+  SSidMask m_sidMask{};
+  std::array<std::unique_ptr<CTableStore>, kSystemTableCount> m_tables;
+  std::map<std::vector<uint8_t>, SCatalogueObject> m_objects;  // by name key
+};
+
+}  // namespace tolvane

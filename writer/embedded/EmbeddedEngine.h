@@ -1,0 +1,18 @@
+// Our own database engine behind writer/dao.h: Jet 4 files from scratch, on every platform, without any
+// installed software. It adds: tables, fields and rows to databases that it made itself.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "writer/dao.h"
+
+namespace tolvane {
+
+struct SEmbeddedLimits {
+  uint32_t maxPages = 0;  // of a file; 0 is the most that the format allows
+};
+
+std::unique_ptr<CDaoEngine> MakeEmbeddedEngine(const SEmbeddedLimits& limits = {});
+
+}  // namespace tolvane

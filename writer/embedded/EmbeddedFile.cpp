@@ -1,0 +1,132 @@
+#include "writer/embedded/EmbeddedFile.h"
+
+#include <algorithm>
+
+#include "platform/Process.h"
+#include "writer/embedded/UsageMap.h"
+
+namespace tolvane {
+namespace {
+
+CDaoResult Refuse(EHeaderVerdict verdict) {
+  switch (verdict) {
+    case EHeaderVerdict::OtherVersion:
+      return {EDaoError::NotSupported,
+              u"Only databases of the Access 2000 to 2003 format can be opened for writing."};
+    case EHeaderVerdict::Encrypted:
+      return {EDaoError::NotSupported, u"The database is encrypted."};
+    default:
+      return {EDaoError::NotADatabase, u"The file is not a database."};
+  }
+}
+
+CDaoResult ReadOnly() {
+  return {EDaoError::NotSupported, u"The database was opened for reading only."};
+}
+CDaoResult Closed() {
+  return {EDaoError::CannotOpenFile, u"The database is closed."};
+}
+
+}  // namespace
+
+CEmbeddedFile::CEmbeddedFile(uint32_t maxPages) : m_file(kLayoutJet4, maxPages), m_catalogue(m_file) {}
+
+CEmbeddedFile::~CEmbeddedFile() {
+  static_cast<void>(Close());
+}
+
+CDaoResult CEmbeddedFile::Create(std::u16string_view path) {
+  if (CDaoResult result = m_file.Create(path); !result.IsOk()) return result;
+  m_isOpen = true;
+  m_header.creationDate = GetLocalDate();
+  if (CDaoResult result = m_file.Write(kHeaderPage, BuildHeaderPage(kLayoutJet4, m_header)); !result.IsOk())
+    return result;
+  return m_catalogue.Create(m_header);
+}
+
+CDaoResult CEmbeddedFile::Open(std::u16string_view path, EFileAccess access) {
+  m_isReadOnly = access == EFileAccess::Read;
+  if (CDaoResult result = m_file.Open(path, access); !result.IsOk()) return result;
+  CDaoResult result = LoadDatabase();
+  m_isOpen = result.IsOk();
+  if (!m_isOpen) static_cast<void>(m_file.Close());
+  return result;
+}
+
+CDaoResult CEmbeddedFile::LoadDatabase() {
+  std::vector<uint8_t> page(kLayoutJet4.pageSize);
+  if (CDaoResult result = m_file.Read(kHeaderPage, page); !result.IsOk()) return result;
+  if (const EHeaderVerdict verdict = ParseHeaderPage(kLayoutJet4, page, m_header);
+      verdict != EHeaderVerdict::Ok)
+    return Refuse(verdict);
+  if (CDaoResult result = LoadGlobalMap(m_file); !result.IsOk()) return result;
+  return m_catalogue.Load(m_header);
+}
+
+CDaoResult CEmbeddedFile::Close() {
+  if (!m_isOpen) return CDaoResult::Ok();
+  m_isOpen = false;
+  CDaoResult result = m_isReadOnly ? CDaoResult::Ok() : StoreAll();
+  m_openTables.clear();
+  CDaoResult closed = m_file.Close();
+  return result.IsOk() ? closed : result;
+}
+
+// A table that cannot be completed must not keep the others from being so; the first failure is the answer.
+CDaoResult CEmbeddedFile::StoreAll() {
+  CDaoResult first;
+  const auto note = [&first](CDaoResult result) {
+    if (first.IsOk()) first = std::move(result);
+  };
+  for (const auto& table : m_openTables) {
+    table->DiscardRow();
+    note(table->Store());
+  }
+  note(m_catalogue.Store());
+  note(StoreGlobalMap(m_file));
+  return first;
+}
+
+CDaoResult CEmbeddedFile::AddTable(std::u16string_view name, STableDefinition definition) {
+  if (!m_isOpen) return Closed();
+  if (m_isReadOnly) return ReadOnly();
+  if (const SCatalogueObject* object = m_catalogue.Find(name)) {
+    std::u16string text = object->type == kObjectQuery ? u"A query named \"" : u"A table named \"";
+    text.append(name).append(u"\" exists already.");
+    return {object->type == kObjectQuery ? EDaoError::QueryExists : EDaoError::TableExists, std::move(text)};
+  }
+  std::vector<uint32_t> pages;
+  if (CDaoResult result = CreateTable(m_file, definition, pages); !result.IsOk()) return result;
+  return m_catalogue.AddTable(name, pages.front(), GetLocalDate());
+}
+
+CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table) {
+  table.reset();
+  if (!m_isOpen) return Closed();
+  if (m_isReadOnly) return ReadOnly();
+  const SCatalogueObject* object = m_catalogue.Find(name);
+  if (object == nullptr || object->type != kObjectTable)
+    return {EDaoError::ObjectNotFound, u"There is no table named \"" + std::u16string(name) + u"\"."};
+  if (object->id < kFirstFreePage)
+    return {EDaoError::NotSupported, u"Rows cannot be added to a system table."};
+  const auto isSame = [&](const auto& open) { return open->GetPage() == object->id; };
+  if (std::any_of(m_openTables.begin(), m_openTables.end(), isSame))
+    return {EDaoError::NotSupported, u"The table is open already."};
+  auto store = std::make_shared<CTableStore>(m_file, object->id);
+  if (CDaoResult result = store->Load(); !result.IsOk()) return result;
+  if (!store->GetDefinition().realIndexes.empty())
+    return {EDaoError::NotSupported, u"Rows cannot be added to a table that has indexes already."};
+  m_openTables.push_back(store);
+  table = std::move(store);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedFile::CloseTable(const std::shared_ptr<CTableStore>& table) {
+  if (!m_isOpen) return CDaoResult::Ok();
+  table->DiscardRow();
+  CDaoResult result = table->Store();
+  std::erase(m_openTables, table);
+  return result;
+}
+
+}  // namespace tolvane

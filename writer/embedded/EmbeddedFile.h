@@ -1,0 +1,47 @@
+// One database file while it is open: what its database, definition and recordset objects share. They hold it
+// together, so that releasing them in the wrong order does no harm.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "writer/embedded/Catalogue.h"
+#include "writer/embedded/PageFile.h"
+#include "writer/embedded/TableStore.h"
+
+namespace tolvane {
+
+class CEmbeddedFile {
+ public:
+  explicit CEmbeddedFile(uint32_t maxPages);
+  ~CEmbeddedFile();
+  CEmbeddedFile(const CEmbeddedFile&) = delete;
+  CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
+
+  CDaoResult Create(std::u16string_view path);
+  CDaoResult Open(std::u16string_view path, EFileAccess access);
+  // Completes the file, whatever is still open; a second call does nothing.
+  CDaoResult Close();
+
+  [[nodiscard]] bool IsOpen() const { return m_isOpen; }
+  [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
+  // `definition` has its columns, without pages.
+  CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
+  CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
+  CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);
+
+ private:
+  CDaoResult LoadDatabase();
+  CDaoResult StoreAll();
+
+  CPageFile m_file;
+  SHeaderPage m_header;
+  CCatalogue m_catalogue;
+  std::vector<std::shared_ptr<CTableStore>> m_openTables;
+  bool m_isOpen = false;
+  bool m_isReadOnly = false;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,161 @@
+#include "writer/embedded/EmbeddedRecordset.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "platform/CodePage.h"
+#include "platform/Process.h"
+#include "writer/embedded/FieldText.h"
+#include "writer/embedded/StoredText.h"
+
+namespace tolvane {
+namespace {
+
+// Bytes in memory.
+class CSpanSource : public CDaoByteSource {
+ public:
+  explicit CSpanSource(std::span<const uint8_t> bytes) : m_rest(bytes), m_length(bytes.size()) {}
+  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
+    bytesRead = std::min(buffer.size(), m_rest.size());
+    std::copy_n(m_rest.begin(), bytesRead, buffer.begin());
+    m_rest = m_rest.subspan(bytesRead);
+    return true;
+  }
+  [[nodiscard]] uint64_t GetLength() const override { return m_length; }
+
+ private:
+  std::span<const uint8_t> m_rest;
+  uint64_t m_length;
+};
+
+CDaoResult WithField(EDaoError code, const SColumnDefinition& column, std::u16string_view why) {
+  std::u16string text = u"The value cannot be stored in field \"" + column.name + u"\": ";
+  text.append(why).append(u".");
+  return {code, std::move(text)};
+}
+
+}  // namespace
+
+CEmbeddedRecordset::CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file,
+                                       std::shared_ptr<CTableStore> table)
+    : m_file(std::move(file)), m_table(std::move(table)) {
+  for (const SColumnDefinition& column : m_table->GetDefinition().columns) {
+    if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) m_autoNumber = &column;
+    if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) m_autoGuids.push_back(&column);
+  }
+}
+
+CEmbeddedRecordset::~CEmbeddedRecordset() {
+  static_cast<void>(Close());
+}
+
+CDaoResult CEmbeddedRecordset::AddNew() {
+  if (m_table == nullptr || !m_file->IsOpen())
+    return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
+  m_table->BeginRow();
+  m_isAdding = true;
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::CheckField(size_t index) const {
+  if (m_table == nullptr || !m_file->IsOpen())
+    return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
+  if (!m_isAdding) return {EDaoError::NoAddNew, u"No new record has been started."};
+  if (index >= m_table->GetDefinition().columns.size())
+    return {EDaoError::ItemNotFound, u"The table has no field of that number."};
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view text) {
+  if (CDaoResult result = CheckField(index); !result.IsOk()) return result;
+  const SColumnDefinition& column = m_table->GetDefinition().columns[index];
+  switch (column.type) {
+    case kTypeText:
+      return SetText(column, text);
+    case kTypeMemo:
+      return m_table->GetLongValues(index)->SetText(text, m_table->GetRow());
+    case kTypeLongBinary: {
+      m_storage.clear();
+      EncodeCodePage(SystemCodePage(), text, m_storage);
+      CSpanSource source(m_storage);
+      return m_table->GetLongValues(index)->SetBytes(source, m_table->GetRow());
+    }
+    default:
+      return SetConverted(column, text);
+  }
+}
+
+CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes) {
+  if (CDaoResult result = CheckField(index); !result.IsOk()) return result;
+  const SColumnDefinition& column = m_table->GetDefinition().columns[index];
+  if (column.type != kTypeLongBinary)
+    return WithField(EDaoError::InvalidDataType, column, u"only a long binary field takes bytes");
+  return m_table->GetLongValues(index)->SetBytes(bytes, m_table->GetRow());
+}
+
+CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16string_view text) {
+  if (2 * text.size() > column.length)
+    return WithField(EDaoError::FieldTooSmall, column, u"the text is longer than the field");
+  const bool mayCompress = (column.extendedFlags & kColumnCompressed) != 0;
+  m_storage.clear();
+  AppendStoredText(text, mayCompress ? ETextForm::CompressedIfPossible : ETextForm::Plain, m_storage);
+  m_table->GetRow().Set(column, m_storage);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::SetConverted(const SColumnDefinition& column, std::u16string_view text) {
+  const EDaoError error = ConvertFieldText(column.type, text, m_storage);
+  if (error != EDaoError::None || m_storage.size() != column.length)
+    return WithField(error == EDaoError::None ? EDaoError::DataConversion : error, column,
+                     u"the text is no value of the field's type");
+  if (column.type == kTypeBoolean) {
+    m_table->GetRow().SetBoolean(column, m_storage.front() != 0);
+  } else {
+    m_table->GetRow().Set(column, m_storage);
+    if (&column == m_autoNumber) m_autoValue = GetLittle<int32_t>(m_storage, 0);
+  }
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::SetAutoNumber() {
+  if (m_table->GetRow().IsSet(*m_autoNumber)) return CDaoResult::Ok();
+  if (m_table->GetAutoNumber() == std::numeric_limits<int32_t>::max())
+    return WithField(EDaoError::InvalidArgument, *m_autoNumber, u"the highest number has been given already");
+  m_autoValue = m_table->GetAutoNumber() + 1;
+  uint8_t bytes[sizeof m_autoValue];
+  PutLittle(std::span<uint8_t>(bytes), 0, m_autoValue);
+  m_table->GetRow().Set(*m_autoNumber, bytes);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::SetDefaults() {
+  if (m_autoNumber != nullptr)
+    if (CDaoResult result = SetAutoNumber(); !result.IsOk()) return result;
+  for (const SColumnDefinition* column : m_autoGuids)
+    if (!m_table->GetRow().IsSet(*column)) m_table->GetRow().Set(*column, MakeGuid().bytes);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::Update() {
+  if (CDaoResult result = CheckField(0); !result.IsOk()) return result;
+  m_isAdding = false;
+  CDaoResult result = SetDefaults();
+  if (result.IsOk()) result = m_table->StoreRow();
+  if (!result.IsOk()) {
+    m_table->DiscardRow();
+    return result;
+  }
+  if (m_autoNumber != nullptr) m_table->RaiseAutoNumber(m_autoValue);
+  return result;
+}
+
+CDaoResult CEmbeddedRecordset::Close() {
+  if (m_table == nullptr) return CDaoResult::Ok();
+  m_isAdding = false;
+  CDaoResult result = m_file->CloseTable(m_table);
+  m_table.reset();
+  return result;
+}
+
+}  // namespace tolvane

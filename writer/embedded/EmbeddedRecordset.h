@@ -1,0 +1,44 @@
+// Adds rows to one table. Values are converted as they are set, into buffers that are used again for every
+// row.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "writer/dao.h"
+#include "writer/embedded/EmbeddedFile.h"
+
+namespace tolvane {
+
+class CEmbeddedRecordset : public CDaoRecordset {
+ public:
+  CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file, std::shared_ptr<CTableStore> table);
+  ~CEmbeddedRecordset() override;
+
+  CDaoResult AddNew() override;
+  // A long binary field takes the text's bytes in the system's code page: binary fields of a damaged file are
+  // read as texts of that code page, and this turns them back.
+  CDaoResult SetFieldValue(size_t index, std::u16string_view text) override;
+  CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
+  CDaoResult Update() override;
+  CDaoResult Close() override;
+
+ private:
+  [[nodiscard]] CDaoResult CheckField(size_t index) const;
+  CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetConverted(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetDefaults();
+  CDaoResult SetAutoNumber();
+
+  std::shared_ptr<CEmbeddedFile> m_file;
+  std::shared_ptr<CTableStore> m_table;  // null when closed
+  std::vector<uint8_t> m_storage;        // the value being converted
+  const SColumnDefinition* m_autoNumber = nullptr;
+  std::vector<const SColumnDefinition*> m_autoGuids;
+  int32_t m_autoValue = 0;  // of the present row
+  bool m_isAdding = false;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,91 @@
+// Little-endian numbers in byte areas: unchecked writing into areas that we made, checked reading of what a
+// file says.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tolvane {
+
+// An offset that a page format does not have.
+inline constexpr uint16_t kAbsent = 0xFFFF;
+
+// The area must hold the number; a field that the format lacks is skipped.
+template <class T>
+void PutLittle(std::span<uint8_t> area, size_t offset, T value) {
+  if (offset == kAbsent) return;
+  auto bits = static_cast<uint64_t>(value);
+  for (size_t i = 0; i < sizeof(T); i++, bits >>= 8) area[offset + i] = static_cast<uint8_t>(bits);
+}
+
+template <class T>
+T GetLittle(std::span<const uint8_t> area, size_t offset) {
+  if (offset == kAbsent) return T{};
+  uint64_t bits = 0;
+  for (size_t i = sizeof(T); i-- > 0;) bits = bits << 8 | area[offset + i];
+  return static_cast<T>(bits);
+}
+
+template <class T>
+void AppendLittle(std::vector<uint8_t>& out, T value) {
+  const size_t at = out.size();
+  out.resize(at + sizeof(T));
+  PutLittle(std::span(out), at, value);
+}
+
+inline uint64_t DoubleBits(double value) {
+  return std::bit_cast<uint64_t>(value);
+}
+
+// UTF-16LE, two bytes a unit. `out` must hold all of them.
+inline void PutUnits(std::span<uint8_t> out, std::u16string_view text) {
+  for (size_t i = 0; i < text.size(); i++) PutLittle(out, 2 * i, static_cast<uint16_t>(text[i]));
+}
+
+inline void AppendUnits(std::vector<uint8_t>& out, std::u16string_view text) {
+  const size_t at = out.size();
+  out.resize(at + 2 * text.size());
+  PutUnits(std::span(out).subspan(at), text);
+}
+
+// A last odd byte is dropped.
+inline std::u16string UnitsOf(std::span<const uint8_t> bytes) {
+  std::u16string text(bytes.size() / 2, u'\0');
+  for (size_t i = 0; i < text.size(); i++) text[i] = static_cast<char16_t>(GetLittle<uint16_t>(bytes, 2 * i));
+  return text;
+}
+
+// Takes pieces of bytes that came from a file. After the first piece that is not there it stays failed and
+// answers empty spans and zeros, so that a run of takes needs one check at its end.
+class CByteTaker {
+ public:
+  explicit CByteTaker(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+
+  std::span<const uint8_t> Take(size_t size) {
+    if (!m_ok || size > m_bytes.size() - m_position) {
+      m_ok = false;
+      return {};
+    }
+    m_position += size;
+    return m_bytes.subspan(m_position - size, size);
+  }
+  template <class T>
+  T TakeNumber() {
+    const std::span<const uint8_t> bytes = Take(sizeof(T));
+    return m_ok ? GetLittle<T>(bytes, 0) : T{};
+  }
+  [[nodiscard]] bool IsOk() const { return m_ok; }
+  [[nodiscard]] size_t GetPosition() const { return m_position; }
+
+ private:
+  std::span<const uint8_t> m_bytes;
+  size_t m_position = 0;
+  bool m_ok = true;
+};
+
+}  // namespace tolvane

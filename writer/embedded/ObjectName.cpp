@@ -1,0 +1,45 @@
+#include "writer/embedded/ObjectName.h"
+
+#include <algorithm>
+#include <string>
+
+#include "writer/embedded/EmbeddedLayout.h"
+#include "writer/embedded/IndexKey.h"
+
+namespace tolvane {
+namespace {
+
+constexpr std::u16string_view kForbidden = u".!`[]";
+constexpr char16_t kFirstPrintable = u' ';
+
+CDaoResult Invalid(std::u16string_view kind, std::u16string_view why) {
+  std::u16string text(u"The ");
+  text.append(kind).append(u" name is not allowed: it ").append(why).append(u".");
+  return {EDaoError::InvalidName, std::move(text)};
+}
+
+}  // namespace
+
+CDaoResult CheckObjectName(std::u16string_view kind, std::u16string_view name) {
+  if (name.empty()) return Invalid(kind, u"is empty");
+  if (name.size() > kMaxNameLength) return Invalid(kind, u"is longer than 64 characters");
+  if (name.front() == u' ') return Invalid(kind, u"begins with a blank");
+  if (name.find_first_of(kForbidden) != std::u16string_view::npos)
+    return Invalid(kind, u"contains one of the characters . ! ` [ ]");
+  if (std::any_of(name.begin(), name.end(), [](char16_t unit) { return unit < kFirstPrintable; }))
+    return Invalid(kind, u"contains a control character");
+  return CDaoResult::Ok();
+}
+
+std::vector<uint8_t> MakeNameKey(std::u16string_view name) {
+  std::vector<uint8_t> bytes, key;
+  AppendUnits(bytes, name);
+  AppendIndexKey(SIndexKeyFormat{}, kTypeText, true, std::span<const uint8_t>(bytes), key);
+  return key;
+}
+
+bool IsNameBefore(std::u16string_view a, std::u16string_view b) {
+  return MakeNameKey(a) < MakeNameKey(b);
+}
+
+}  // namespace tolvane

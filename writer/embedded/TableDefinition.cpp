@@ -1,0 +1,299 @@
+#include "writer/embedded/TableDefinition.h"
+
+#include <algorithm>
+#include <set>
+
+namespace tolvane {
+namespace {
+
+void AppendName(std::vector<uint8_t>& block, std::u16string_view name) {
+  AppendLittle(block, static_cast<uint16_t>(2 * name.size()));
+  AppendUnits(block, name);
+}
+
+std::u16string TakeName(CByteTaker& taker) {
+  return UnitsOf(taker.Take(taker.TakeNumber<uint16_t>()));
+}
+
+// A zeroed block at the end of `out`.
+std::span<uint8_t> AppendBlock(std::vector<uint8_t>& out, size_t size) {
+  out.resize(out.size() + size);
+  return std::span(out).subspan(out.size() - size);
+}
+
+void EncodeHeader(const SDefinitionLayout& at, const STableDefinition& definition,
+                  std::span<uint8_t> header) {
+  header[kPageTypeAt] = static_cast<uint8_t>(EPageType::Definition);
+  header[kPageMarkAt] = kPageMark;
+  PutLittle(header, at.magic, kDefinitionMagic);
+  PutLittle(header, at.rowCount, definition.rowCount);
+  PutLittle(header, at.autoNumber, definition.autoNumber);
+  PutLittle<uint32_t>(header, at.autoNumberStep, 1);
+  PutLittle(header, at.tableType, definition.tableType);
+  PutLittle(header, at.columnsEver, definition.columnsEver);
+  PutLittle(header, at.variableEver, definition.variableEver);
+  PutLittle(header, at.columnCount, static_cast<uint16_t>(definition.columns.size()));
+  PutLittle(header, at.logicalCount, static_cast<uint32_t>(definition.logicalIndexes.size()));
+  PutLittle(header, at.realCount, static_cast<uint32_t>(definition.realIndexes.size()));
+  PutLittle(header, at.ownedMap, definition.ownedMap);
+  PutLittle(header, at.freeMap, definition.freeMap);
+}
+
+void EncodeColumn(const SColumnLayout& at, const SColumnDefinition& column, std::span<uint8_t> block) {
+  block[at.type] = column.type;
+  PutLittle(block, at.magic, kDefinitionMagic);
+  PutLittle(block, at.number, column.number);
+  PutLittle(block, at.variableIndex, column.variableIndex);
+  PutLittle(block, at.displayNumber, column.displayNumber);
+  PutLittle(block, at.sortOrder, kSortOrder);
+  PutLittle(block, at.flags, column.flags);
+  PutLittle(block, at.extendedFlags, column.extendedFlags);
+  PutLittle(block, at.fixedOffset, column.fixedOffset);
+  PutLittle(block, at.length, column.length);
+}
+
+SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t> block) {
+  SColumnDefinition column;
+  column.type = block[at.type];
+  column.number = GetLittle<uint16_t>(block, at.number);
+  column.variableIndex = GetLittle<uint16_t>(block, at.variableIndex);
+  column.displayNumber = GetLittle<uint16_t>(block, at.displayNumber);
+  column.flags = GetLittle<uint8_t>(block, at.flags);
+  column.extendedFlags = GetLittle<uint8_t>(block, at.extendedFlags);
+  column.fixedOffset = column.IsFixed() ? GetLittle<uint16_t>(block, at.fixedOffset) : uint16_t{0};
+  column.length = GetLittle<uint16_t>(block, at.length);
+  return column;
+}
+
+void EncodeRealIndex(const SRealIndexLayout& at, const SRealIndex& index, std::span<uint8_t> block) {
+  PutLittle(block, at.magic, kRealIndexMagic);
+  for (size_t i = 0; i < kIndexSlots; i++) {
+    const size_t slot = at.slots + kIndexSlotSize * i;
+    const bool isUsed = i < index.columns.size();
+    PutLittle(block, slot, isUsed ? index.columns[i].number : kNoColumn);
+    block[slot + 2] = isUsed && index.columns[i].ascending ? 1 : 0;
+  }
+  PutLittle(block, at.map, index.map);
+  PutLittle(block, at.root, index.root);
+  block[at.flags] = index.flags;
+}
+
+SRealIndex DecodeRealIndex(const SRealIndexLayout& at, std::span<const uint8_t> block) {
+  SRealIndex index;
+  for (size_t i = 0; i < kIndexSlots; i++) {
+    const size_t slot = at.slots + kIndexSlotSize * i;
+    const auto number = GetLittle<uint16_t>(block, slot);
+    if (number == kNoColumn) break;
+    index.columns.push_back({number, (block[slot + 2] & 1) != 0});
+  }
+  index.map = GetLittle<uint32_t>(block, at.map);
+  index.root = GetLittle<uint32_t>(block, at.root);
+  index.flags = block[at.flags];
+  return index;
+}
+
+void EncodeLogicalIndex(const SLogicalIndexLayout& at, const SLogicalIndex& index, std::span<uint8_t> block) {
+  PutLittle(block, at.magic, kDefinitionMagic);
+  PutLittle(block, at.number, index.number);
+  PutLittle(block, at.realIndex, index.realIndex);
+  block[at.side] = index.side;
+  PutLittle(block, at.partnerIndex, index.partnerIndex);
+  PutLittle(block, at.partnerTable, index.partnerTable);
+  block[at.cascadeUpdates] = index.cascadeUpdates;
+  block[at.cascadeDeletes] = index.cascadeDeletes;
+  block[at.kind] = index.kind;
+}
+
+SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const uint8_t> block) {
+  SLogicalIndex index;
+  index.number = GetLittle<uint32_t>(block, at.number);
+  index.realIndex = GetLittle<uint32_t>(block, at.realIndex);
+  index.side = block[at.side];
+  index.partnerIndex = GetLittle<uint32_t>(block, at.partnerIndex);
+  index.partnerTable = GetLittle<uint32_t>(block, at.partnerTable);
+  index.cascadeUpdates = block[at.cascadeUpdates];
+  index.cascadeDeletes = block[at.cascadeDeletes];
+  index.kind = block[at.kind];
+  return index;
+}
+
+// What later code relies on: numbers within their counts, unique, and fixed columns inside the row.
+bool IsSound(const SEmbeddedLayout& layout, const STableDefinition& definition) {
+  std::set<uint16_t> numbers, variables;
+  for (const SColumnDefinition& column : definition.columns) {
+    if (column.number >= definition.columnsEver || !numbers.insert(column.number).second) return false;
+    if (size_t{column.fixedOffset} + column.GetFixedSize() > layout.pageSize) return false;
+    if (!column.IsFixed() &&
+        (column.variableIndex >= definition.variableEver || !variables.insert(column.variableIndex).second))
+      return false;
+  }
+  for (const SRealIndex& index : definition.realIndexes)
+    for (const SIndexColumn& column : index.columns)
+      if (numbers.count(column.number) == 0) return false;
+  return definition.columnsEver <= kMaxFields;
+}
+
+}  // namespace
+
+void STableDefinition::LayOutColumns() {
+  uint16_t fixedOffset = 0;
+  variableEver = 0;
+  columnsEver = static_cast<uint16_t>(columns.size());
+  for (size_t i = 0; i < columns.size(); i++) {
+    SColumnDefinition& column = columns[i];
+    column.number = static_cast<uint16_t>(i);
+    column.variableIndex = variableEver;
+    if (!column.IsFixed()) {
+      variableEver++;
+    } else if (column.type != kTypeBoolean) {
+      column.fixedOffset = fixedOffset;
+      fixedOffset = static_cast<uint16_t>(fixedOffset + column.length);
+    }
+  }
+}
+
+size_t STableDefinition::GetFixedPartSize() const {
+  size_t size = 0;
+  for (const SColumnDefinition& column : columns)
+    if (column.GetFixedSize() != 0) size = std::max<size_t>(size, column.fixedOffset + column.GetFixedSize());
+  return size;
+}
+
+const SColumnDefinition* STableDefinition::FindColumn(uint16_t number) const {
+  for (const SColumnDefinition& column : columns)
+    if (column.number == number) return &column;
+  return nullptr;
+}
+
+std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STableDefinition& definition) {
+  std::vector<uint8_t> block;
+  EncodeHeader(layout.definition, definition, AppendBlock(block, layout.definition.headerSize));
+  for (const SRealIndex& index : definition.realIndexes)
+    PutLittle(AppendBlock(block, layout.definition.statisticsSize), layout.definition.statisticsDistinct,
+              index.distinctKeys);
+  for (const SColumnDefinition& column : definition.columns)
+    EncodeColumn(layout.column, column, AppendBlock(block, layout.column.size));
+  for (const SColumnDefinition& column : definition.columns) AppendName(block, column.name);
+  for (const SRealIndex& index : definition.realIndexes)
+    EncodeRealIndex(layout.realIndex, index, AppendBlock(block, layout.realIndex.size));
+  for (const SLogicalIndex& index : definition.logicalIndexes)
+    EncodeLogicalIndex(layout.logicalIndex, index, AppendBlock(block, layout.logicalIndex.size));
+  for (const SLogicalIndex& index : definition.logicalIndexes) AppendName(block, index.name);
+  for (const SColumnDefinition& column : definition.columns) {
+    if (!IsLongValueType(column.type)) continue;
+    AppendLittle(block, column.number);
+    AppendLittle(block, column.ownedMap);
+    AppendLittle(block, column.freeMap);
+  }
+  AppendLittle(block, kDefinitionEnd);
+  PutLittle(std::span(block), layout.definition.length, static_cast<uint32_t>(block.size()));
+  return block;
+}
+
+bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> block,
+                      STableDefinition& definition) {
+  const SDefinitionLayout& at = layout.definition;
+  CByteTaker taker(block);
+  const std::span<const uint8_t> header = taker.Take(at.headerSize);
+  if (!taker.IsOk() || GetLittle<uint32_t>(header, at.magic) != kDefinitionMagic) return false;
+  definition.tableType = header[at.tableType];
+  definition.rowCount = GetLittle<uint32_t>(header, at.rowCount);
+  definition.autoNumber = GetLittle<uint32_t>(header, at.autoNumber);
+  definition.columnsEver = GetLittle<uint16_t>(header, at.columnsEver);
+  definition.variableEver = GetLittle<uint16_t>(header, at.variableEver);
+  definition.ownedMap = GetLittle<uint32_t>(header, at.ownedMap);
+  definition.freeMap = GetLittle<uint32_t>(header, at.freeMap);
+  const size_t columns = GetLittle<uint16_t>(header, at.columnCount);
+  const size_t logical = GetLittle<uint32_t>(header, at.logicalCount);
+  const size_t real = GetLittle<uint32_t>(header, at.realCount);
+  if (columns > kMaxFields || logical > block.size() || real > block.size()) return false;
+
+  const std::span<const uint8_t> statistics = taker.Take(real * at.statisticsSize);
+  const std::span<const uint8_t> descriptors = taker.Take(columns * layout.column.size);
+  if (!taker.IsOk()) return false;
+  definition.columns.resize(columns);
+  for (size_t i = 0; i < columns; i++)
+    definition.columns[i] =
+        DecodeColumn(layout.column, descriptors.subspan(i * layout.column.size, layout.column.size));
+  for (SColumnDefinition& column : definition.columns) column.name = TakeName(taker);
+  for (size_t i = 0; i < real && taker.IsOk(); i++) {
+    const std::span<const uint8_t> bytes = taker.Take(layout.realIndex.size);
+    if (!taker.IsOk()) return false;
+    SRealIndex index = DecodeRealIndex(layout.realIndex, bytes);
+    index.distinctKeys = GetLittle<uint32_t>(statistics, i * at.statisticsSize + at.statisticsDistinct);
+    definition.realIndexes.push_back(std::move(index));
+  }
+  for (size_t i = 0; i < logical && taker.IsOk(); i++) {
+    const std::span<const uint8_t> bytes = taker.Take(layout.logicalIndex.size);
+    if (!taker.IsOk()) return false;
+    definition.logicalIndexes.push_back(DecodeLogicalIndex(layout.logicalIndex, bytes));
+  }
+  for (SLogicalIndex& index : definition.logicalIndexes) index.name = TakeName(taker);
+  while (taker.IsOk()) {
+    const auto number = taker.TakeNumber<uint16_t>();
+    if (number == kDefinitionEnd) break;
+    const auto owned = taker.TakeNumber<uint32_t>();
+    const auto free = taker.TakeNumber<uint32_t>();
+    for (SColumnDefinition& column : definition.columns) {
+      if (column.number != number) continue;
+      column.ownedMap = owned;
+      column.freeMap = free;
+    }
+  }
+  return taker.IsOk() && IsSound(layout, definition);
+}
+
+size_t CountDefinitionPages(const SEmbeddedLayout& layout, size_t blockSize) {
+  const size_t perPage = layout.pageSize - kDefinitionHead;
+  return std::max<size_t>(1, (blockSize - kDefinitionHead + perPage - 1) / perPage);
+}
+
+CDaoResult StoreDefinition(CPageFile& file, const STableDefinition& definition,
+                           std::vector<uint32_t>& pages) {
+  const SEmbeddedLayout& layout = file.GetLayout();
+  const std::vector<uint8_t> block = EncodeDefinition(layout, definition);
+  const size_t perPage = layout.pageSize - kDefinitionHead;
+  const size_t needed = CountDefinitionPages(layout, block.size());
+  while (pages.size() < needed) {
+    uint32_t page = 0;
+    if (CDaoResult result = file.Allocate(EPageUse::Structure, page); !result.IsOk()) return result;
+    pages.push_back(page);
+  }
+  std::vector<uint8_t> bytes(layout.pageSize);
+  const std::span<const uint8_t> content = std::span(block).subspan(kDefinitionHead);
+  for (size_t i = 0; i < needed; i++) {
+    const std::span<const uint8_t> part =
+        content.subspan(i * perPage, std::min(perPage, content.size() - i * perPage));
+    std::fill(bytes.begin(), bytes.end(), uint8_t{0});
+    bytes[kPageTypeAt] = static_cast<uint8_t>(EPageType::Definition);
+    bytes[kPageMarkAt] = kPageMark;
+    // The word counts eight bytes less than the page has left, and stops at 0.
+    const size_t left = perPage - part.size();
+    PutLittle(std::span(bytes), kDefinitionFree,
+              static_cast<uint16_t>(left > kDefinitionHead ? left - kDefinitionHead : 0));
+    PutLittle(std::span(bytes), kDefinitionNext, i + 1 < needed ? pages[i + 1] : 0);
+    std::copy(part.begin(), part.end(), bytes.begin() + kDefinitionHead);
+    if (CDaoResult result = file.Write(pages[i], bytes); !result.IsOk()) return result;
+  }
+  return CDaoResult::Ok();
+}
+
+CDaoResult LoadDefinition(CPageFile& file, uint32_t firstPage, STableDefinition& definition,
+                          std::vector<uint32_t>& pages) {
+  const CDaoResult damaged{EDaoError::NotADatabase, u"A table definition in the database is damaged."};
+  pages.clear();
+  std::vector<uint8_t> bytes(file.GetLayout().pageSize), block;
+  // A definition has few pages; a chain longer than the counts allow is a loop or damage.
+  constexpr size_t kMaxPages = 64;
+  for (uint32_t page = firstPage; page != 0; page = GetLittle<uint32_t>(bytes, kDefinitionNext)) {
+    if (page >= file.GetPageCount() || pages.size() == kMaxPages) return damaged;
+    if (CDaoResult result = file.Read(page, bytes); !result.IsOk()) return result;
+    if (bytes[kPageTypeAt] != static_cast<uint8_t>(EPageType::Definition)) return damaged;
+    block.insert(block.end(), bytes.begin() + (pages.empty() ? 0 : static_cast<ptrdiff_t>(kDefinitionHead)),
+                 bytes.end());
+    pages.push_back(page);
+  }
+  return !block.empty() && DecodeDefinition(file.GetLayout(), block, definition) ? CDaoResult::Ok() : damaged;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,143 @@
+#include "writer/embedded/TableStore.h"
+
+#include <algorithm>
+
+#include "writer/embedded/TableIndexes.h"
+#include "writer/embedded/UsageMap.h"
+
+namespace tolvane {
+namespace {
+
+// Two for the table, two for each long value column, one for each index, handed out in this order.
+size_t CountMaps(const STableDefinition& definition) {
+  size_t count = 2 + definition.realIndexes.size();
+  for (const SColumnDefinition& column : definition.columns) count += IsLongValueType(column.type) ? 2 : 0;
+  return count;
+}
+
+void AssignMaps(STableDefinition& definition, const std::vector<uint32_t>& pointers) {
+  auto next = pointers.begin();
+  definition.ownedMap = *next++;
+  definition.freeMap = *next++;
+  for (uint16_t number = 0; number < definition.columnsEver; number++) {
+    for (SColumnDefinition& column : definition.columns) {
+      if (column.number != number || !IsLongValueType(column.type)) continue;
+      column.ownedMap = *next++;
+      column.freeMap = *next++;
+    }
+  }
+  for (SRealIndex& index : definition.realIndexes) index.map = *next++;
+}
+
+CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages) {
+  const size_t size = EncodeDefinition(file.GetLayout(), definition).size();
+  while (pages.size() < CountDefinitionPages(file.GetLayout(), size)) {
+    uint32_t page = 0;
+    if (CDaoResult result = file.Allocate(EPageUse::Structure, page); !result.IsOk()) return result;
+    pages.push_back(page);
+  }
+  std::vector<uint32_t> pointers;
+  if (CDaoResult result = CreateUsageMaps(file, CountMaps(definition), pointers); !result.IsOk())
+    return result;
+  AssignMaps(definition, pointers);
+  for (SRealIndex& index : definition.realIndexes)
+    if (CDaoResult result = CreateIndex(file, pages.front(), index); !result.IsOk()) return result;
+  return StoreDefinition(file, definition, pages);
+}
+
+}  // namespace
+
+CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages) {
+  CPageSet allocated;
+  file.RecordAllocations(&allocated);
+  CDaoResult result = AllocateAndStore(file, definition, pages);
+  file.RecordAllocations(nullptr);
+  if (!result.IsOk()) allocated.ForEach([&](uint32_t page) { file.Release(page); });
+  return result;
+}
+
+CTableStore::CTableStore(CPageFile& file, uint32_t definitionPage)
+    : m_file(file),
+      m_page(definitionPage),
+      m_data(file, definitionPage, definitionPage < kFirstFreePage ? EPageUse::Structure : EPageUse::Content,
+             m_owned, m_free) {}
+
+CDaoResult CTableStore::Load() {
+  if (CDaoResult result = LoadDefinition(m_file, m_page, m_definition, m_definitionPages); !result.IsOk())
+    return result;
+  if (CDaoResult result = LoadUsageMap(m_file, m_definition.ownedMap, m_owned); !result.IsOk()) return result;
+  if (CDaoResult result = LoadUsageMap(m_file, m_definition.freeMap, m_free); !result.IsOk()) return result;
+  for (const SColumnDefinition& column : m_definition.columns) {
+    m_longValues.emplace_back();
+    if (!IsLongValueType(column.type)) continue;
+    m_longValues.back() = std::make_unique<CLongValueWriter>(m_file, column);
+    if (CDaoResult result = m_longValues.back()->Load(); !result.IsOk()) return result;
+  }
+  m_row = std::make_unique<CRowEncoder>(m_file.GetLayout(), m_definition);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CTableStore::Store() {
+  if (!m_isChanged) return CDaoResult::Ok();
+  if (CDaoResult result = m_data.Flush(); !result.IsOk()) return result;
+  for (const auto& longValues : m_longValues)
+    if (longValues)
+      if (CDaoResult result = longValues->Store(); !result.IsOk()) return result;
+  if (CDaoResult result = StoreUsageMap(m_file, m_definition.ownedMap, m_owned); !result.IsOk())
+    return result;
+  if (CDaoResult result = StoreUsageMap(m_file, m_definition.freeMap, m_free); !result.IsOk()) return result;
+  for (SRealIndex& index : m_definition.realIndexes)
+    if (CDaoResult result = RebuildIndex(m_file, *this, index); !result.IsOk()) return result;
+  if (CDaoResult result = StoreDefinition(m_file, m_definition, m_definitionPages); !result.IsOk())
+    return result;
+  m_isChanged = false;
+  return CDaoResult::Ok();
+}
+
+void CTableStore::RaiseAutoNumber(int32_t value) {
+  if (value > GetAutoNumber()) m_definition.autoNumber = static_cast<uint32_t>(value);
+}
+
+void CTableStore::BeginRow() {
+  DiscardRow();
+  m_row->Begin();
+}
+
+CDaoResult CTableStore::StoreRow() {
+  if (m_row->IsTooLong())
+    return {EDaoError::RecordTooLarge, u"The record is too large: its fields do not fit in one page."};
+  for (const auto& longValues : m_longValues)
+    if (longValues)
+      if (CDaoResult result = longValues->Commit(*m_row); !result.IsOk()) return result;
+  std::span<uint8_t> row;
+  uint32_t pointer = 0;
+  if (CDaoResult result = m_data.AddRow(m_row->GetRowSize(), row, pointer); !result.IsOk()) return result;
+  m_row->Write(row);
+  m_definition.rowCount++;
+  m_isChanged = true;
+  for (const auto& longValues : m_longValues)
+    if (longValues) longValues->Forget();
+  return CDaoResult::Ok();
+}
+
+void CTableStore::DiscardRow() {
+  for (const auto& longValues : m_longValues)
+    if (longValues) longValues->Discard();
+}
+
+CDaoResult CTableStore::ForEachRow(const RowVisitor& visit) {
+  CSlottedPage page(m_file.GetLayout());
+  std::vector<uint8_t> bytes(m_file.GetLayout().pageSize);
+  for (uint32_t number = m_owned.GetFirst(); number != CPageSet::kNone;
+       number = m_owned.FindFrom(number + 1)) {
+    if (CDaoResult result = m_file.Read(number, bytes); !result.IsOk()) return result;
+    if (!page.Load(bytes) || page.GetOwner() != m_page)
+      return {EDaoError::NotSupported,
+              u"The database holds rows that only the program that made it can change."};
+    for (uint32_t row = 0; row < page.GetRowCount(); row++)
+      if (!visit(page.GetRow(row), MakeRowPointer(number, row))) return CDaoResult::Ok();
+  }
+  return CDaoResult::Ok();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,64 @@
+// A table that is open for adding rows: its definition, its maps, its open pages. System tables are stored
+// the same way as the users' own.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "writer/embedded/DataPageWriter.h"
+#include "writer/embedded/LongValueWriter.h"
+#include "writer/embedded/RowEncoder.h"
+#include "writer/embedded/TableDefinition.h"
+
+namespace tolvane {
+
+// Gives a new, empty table its pages: maps, index roots and, behind `pages`, further definition pages. The
+// definition receives their numbers and is written. When that fails, the pages are free again.
+CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages);
+
+class CTableStore {
+ public:
+  // `file` must outlive the store.
+  CTableStore(CPageFile& file, uint32_t definitionPage);
+  CTableStore(const CTableStore&) = delete;
+  CTableStore& operator=(const CTableStore&) = delete;
+
+  CDaoResult Load();
+  // Writes open pages, maps, indexes and counters; nothing when no row was added. Rows may be added
+  // afterwards.
+  CDaoResult Store();
+
+  [[nodiscard]] uint32_t GetPage() const { return m_page; }
+  [[nodiscard]] const STableDefinition& GetDefinition() const { return m_definition; }
+  [[nodiscard]] int32_t GetAutoNumber() const { return static_cast<int32_t>(m_definition.autoNumber); }
+  void RaiseAutoNumber(int32_t value);
+
+  // The row that is being put together: BeginRow, set values, then StoreRow or DiscardRow.
+  [[nodiscard]] CRowEncoder& GetRow() { return *m_row; }
+  // By position in the definition; nullptr for columns that hold no long values.
+  [[nodiscard]] CLongValueWriter* GetLongValues(size_t column) { return m_longValues[column].get(); }
+  void BeginRow();
+  CDaoResult StoreRow();
+  void DiscardRow();
+
+  // Every stored row in page order, until `visit` answers false. Store first what is still open.
+  using RowVisitor = std::function<bool(std::span<const uint8_t> row, uint32_t pointer)>;
+  CDaoResult ForEachRow(const RowVisitor& visit);
+
+ private:
+  CPageFile& m_file;
+  const uint32_t m_page;
+  STableDefinition m_definition;
+  std::vector<uint32_t> m_definitionPages;
+  CPageSet m_owned, m_free;
+  CDataPageWriter m_data;
+  std::unique_ptr<CRowEncoder> m_row;
+  std::vector<std::unique_ptr<CLongValueWriter>> m_longValues;
+  bool m_isChanged = false;
+};
+
+}  // namespace tolvane
