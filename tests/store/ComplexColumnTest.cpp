@@ -1,0 +1,117 @@
+#include "model/MSysComplexColumnsData.h"
+#include "store/FlatTableParser.h"
+#include "store/MSysComplexColumns.h"
+#include "tests/store/StoreTest.h"
+
+namespace tolvane {
+namespace {
+
+class ComplexColumn : public CStoreTest {
+ protected:
+  static constexpr uint64_t kFlat = 60 * 4096;
+
+  static std::u16string Build(CFlatTableParser& parser, std::u16string_view key) {
+    std::u16string text = u"old";
+    parser.SetPath(DataPath(kFlat));
+    parser.Open();
+    parser.BuildText(key, text);
+    parser.Close();
+    return text;
+  }
+};
+
+TEST_F(ComplexColumn, ItemsOfOneKeyAreJoined) {
+  WriteRows(kFlat, {{u"", u"1", u"2"},
+                    {u"red", u"2", u"2"},
+                    {u"blue", u"3", u"12"},
+                    {u"green, dark", u"4", u"2"},
+                    {u"extra"}});
+  CComplexParser parser;
+  EXPECT_EQ(Build(parser, u"2"), u"red, green, dark") << "an empty first item needs no separator";
+  EXPECT_EQ(Build(parser, u"12"), u"blue");
+  EXPECT_EQ(Build(parser, u"1"), u"");
+  CAccessTableDataFile::RemoveDataFile(kFlat);
+  EXPECT_EQ(Build(parser, u"2"), u"");
+}
+
+TEST_F(ComplexColumn, AttachmentsStandInGroupsOfEight) {
+  const auto attachment = [](std::u16string data, std::u16string key) {
+    return Row{std::move(data), u"", u"name", u"", u"txt", u"", u"5", std::move(key)};
+  };
+  WriteRows(kFlat,
+            {attachment(u"one", u"7"), attachment(u"two", u"8"), attachment(u"three", u"7"), {u"7", u"7"}});
+  CAttachmentParser parser;
+  EXPECT_EQ(Build(parser, u"7"), u"one, three");
+  EXPECT_EQ(Build(parser, u"9"), u"");
+}
+
+TEST_F(ComplexColumn, TheLayoutIsToldByTheColumnsMarks) {
+  CAccessTable compacted(kFlat);
+  AddColumn(compacted, kTypeLong, u"_Colours").extendedFlags = kColumnFlatKey;
+  AddColumn(compacted, kTypeLong, u"Cars_Colours").extendedFlags = kColumnFlatRowId;
+  AddColumn(compacted, kTypeText, u"Value");
+  CComplexParser parser;
+  parser.SetLayout(MultiValueLayoutOf(compacted));
+  WriteRows(kFlat, {{u"2", u"1", u"red"}, {u"3", u"2", u"blue"}, {u"2", u"3", u"green"}});
+  EXPECT_EQ(Build(parser, u"2"), u"red, green");
+
+  // Without the marks: the key's name, and the row id numbers itself.
+  CAccessTable unmarked(61 * 4096);
+  AddColumn(unmarked, kTypeLong, u"A_id").flags = kColumnAutoNumber;
+  AddColumn(unmarked, kTypeText, u"Value");
+  AddColumn(unmarked, kTypeLong, u"_Colours");
+  const SFlatLayout layout = MultiValueLayoutOf(unmarked);
+  EXPECT_EQ(layout.item, 1U);
+  EXPECT_EQ(layout.key, 2U);
+
+  // Columns that tell nothing: as they were created.
+  CAccessTable bare(62 * 4096);
+  AddTextColumns(bare, 2);
+  EXPECT_EQ(MultiValueLayoutOf(bare).groupSize, 3U);
+  EXPECT_EQ(MultiValueLayoutOf(bare).key, 2U);
+}
+
+TEST_F(ComplexColumn, RecordsFindTheirColumnsAndAnIncompleteOneIsDropped) {
+  WriteRows(1, {{u"Colours", u"37", u"60", u"109", u"3"},
+                {u"Files", u"39", u"46", u"109", u"4"},
+                {u"NoSuchId", u"39", u"46", u"109", u"5"},
+                {u"NoSuchTable", u"39", u"46", u"110", u"3"},
+                {u"Nonsense", u"x", u"", u"-109", u""},
+                {u"Files again", u"39", u"47", u"109", u"4"},
+                {u"cut", u"37", u"60", u"109"}});
+  CMSysComplexColumns records;
+  ASSERT_TRUE(records.Load(DataPath(1)));
+  ASSERT_EQ(records.GetCount(), 6U);
+  EXPECT_EQ(records.GetAt(0)->columnName, u"Colours");
+  EXPECT_EQ(records.GetAt(0)->complexId, u"3");
+  EXPECT_EQ(records.GetAt(6), nullptr);
+
+  CAccessTableList tables;
+  CAccessTable& table = tables.AddTable(109 * 4096);
+  AddColumn(table, kTypeLong, u"number").misc = 3;  // no complex column
+  AddColumn(table, kTypeComplex, u"Files").misc = 4;
+  AddColumn(table, kTypeComplex, u"Renamed").misc = 3;
+  EXPECT_EQ(records.AttachTo(tables, 4096), 3U);
+  EXPECT_EQ(table.columns.GetAt(0)->GetComplexData(), nullptr);
+  EXPECT_EQ(table.columns.GetAt(1)->GetComplexData()->flatTable, u"47");
+  EXPECT_EQ(table.columns.GetAt(2)->GetComplexData()->complexType, u"37");
+
+  ASSERT_TRUE(records.Load(DataPath(404)));
+  EXPECT_EQ(records.GetCount(), 0U);
+}
+
+TEST_F(ComplexColumn, TooManyRecordsAreReported) {
+  Bytes bytes((CMSysComplexColumns::kMaximumRecords + 1) * 5 * 4);  // as many records of five counts of 0
+  WriteFileBytes(DataPath(1), bytes);
+  CMSysComplexColumns records;
+  EXPECT_FALSE(records.Load(DataPath(1)));
+  EXPECT_EQ(records.GetProblem(), u"list too long");
+  EXPECT_EQ(records.GetCount(), CMSysComplexColumns::kMaximumRecords);
+  bytes.resize(bytes.size() - 20);
+  WriteFileBytes(DataPath(1), bytes);
+  EXPECT_TRUE(records.Load(DataPath(1)));
+  EXPECT_EQ(records.GetProblem(), u"");
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,144 @@
+#include "store/AccessTableDataFile.h"
+
+#include "store/ValueStream.h"
+#include "tests/store/StoreTest.h"
+
+namespace tolvane {
+namespace {
+
+class DataFile : public CStoreTest {
+ protected:
+  static void AppendRecord(Bytes& list, std::u16string_view path, size_t lie = 0) {
+    const size_t count = path.size() * 2 + 1 + lie;
+    for (int shift = 0; shift < 32; shift += 8) list.push_back(static_cast<uint8_t>(count >> shift));
+    for (const char16_t unit : path) {
+      list.push_back(static_cast<uint8_t>(unit));
+      list.push_back(static_cast<uint8_t>(unit >> 8));
+    }
+    list.push_back(0);
+  }
+};
+
+TEST_F(DataFile, ValuesAreCountUnitsAndAZeroByte) {
+  CAccessTableDataFile file;
+  EXPECT_EQ(file.GetPath(), u"");
+  ASSERT_TRUE(file.CreateDataFile(18446744073709551615ULL));
+  EXPECT_EQ(file.GetPath(), InFolder(u"18446744073709551615"));
+  file.WriteValue(u"A");
+  file.WriteValue(u"");
+  file.WriteValue(std::u16string_view(u"\u20AC\0\xD800", 3));
+  file.CloseDataFile();
+  EXPECT_EQ(ReadFileBytes(file.GetPath()), (Bytes{3, 0, 0, 0, 'A',  0,    0,  //
+                                                  1, 0, 0, 0, 0,              //
+                                                  7, 0, 0, 0, 0xAC, 0x20, 0, 0, 0x00, 0xD8, 0}));
+}
+
+TEST_F(DataFile, ValuesAroundTheBufferSizeComeBackWhole) {
+  constexpr size_t kHalfBuffer = 128 * 1024;  // in units: 256 KiB
+  std::vector<std::u16string> values{u"first"};
+  // Each start in the buffer differs, so that counts, units and zero bytes fall on its end.
+  for (size_t units = kHalfBuffer - 12; units <= kHalfBuffer + 4; ++units) {
+    values.emplace_back(units, static_cast<char16_t>(0x4100 + units % 200));
+    values.back().back() = u'e';
+    values.emplace_back(units % 3, u'\u20AC');
+  }
+  values.emplace_back(1'000'000, u'z');
+  WriteRows(1, {values});
+
+  CValueStream stream;
+  ASSERT_TRUE(stream.Open(DataPath(1)));
+  uint64_t length = 0;
+  for (const std::u16string& value : values) {
+    uint32_t count = 0;
+    std::u16string text;
+    ASSERT_TRUE(stream.ReadCount(count));
+    ASSERT_EQ(count, 2 * value.size() + 1);
+    ASSERT_TRUE(stream.ReadText(count, text));
+    ASSERT_TRUE(text == value) << value.size() << " units";
+    length += 4 + count;
+  }
+  EXPECT_TRUE(stream.IsAtEnd());
+  EXPECT_EQ(GetFileLength(DataPath(1)), length);
+}
+
+TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
+  CAccessTableDataFile file;
+  ASSERT_TRUE(file.CreateDataFile(5));
+  file.WriteValue(u"old");
+  ASSERT_TRUE(file.CreateDataFile(6));
+  EXPECT_EQ(GetFileLength(DataPath(5)), 11U) << "the earlier file is completed first";
+  ASSERT_TRUE(file.CreateDataFile(5));
+  file.CloseDataFile();
+  EXPECT_EQ(GetFileLength(DataPath(5)), 0U);
+
+  ASSERT_TRUE(CreateFolder(InFolder(u"7")));  // in the way of the file
+  EXPECT_FALSE(file.CreateDataFile(7));
+  EXPECT_NE(file.GetLastErrorCode(), kNoSystemError);
+  EXPECT_EQ(file.GetPath(), InFolder(u"5"));
+  EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(7));
+  EXPECT_EQ(GetFileKind(InFolder(u"7")), EFileKind::Folder);
+  EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(5));
+  EXPECT_FALSE(FileExists(InFolder(u"5")));
+  EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(5));
+}
+
+TEST_F(DataFile, ReadersSeeWhatWasWrittenSoFar) {
+  CAccessTableDataFile file;
+  ASSERT_TRUE(file.CreateDataFile(9));
+  file.WriteValue(std::u16string(300'000, u'x'));
+  CValueStream stream;
+  ASSERT_TRUE(stream.Open(DataPath(9)));
+  file.WriteValue(u"later");
+  file.CloseDataFile();
+  uint32_t count = 0;
+  std::u16string text;
+  ASSERT_TRUE(stream.ReadCount(count));
+  EXPECT_FALSE(stream.ReadText(count, text)) << "its end was not written when the stream was opened";
+  EXPECT_TRUE(stream.IsAtEnd());
+}
+
+TEST_F(DataFile, TheOleListHoldsTheFirstHalfOfEachPath) {
+  CAccessTableDataFile file;
+  file.AppendOleFileName(u"C:\\a.Ole");
+  file.AppendOleFileName(u"");
+  file.AppendOleFileName(u"\u20AC");
+  EXPECT_EQ(ReadFileBytes(InFolder(u"OleFileNameData")),
+            (Bytes{9, 0, 0, 0, 'C',  0,   ':', 0, '\\', 0, 'a', 0, '.',  //
+                   1, 0, 0, 0, 0,                                        //
+                   2, 0, 0, 0, 0xAC, 0x20}));
+}
+
+TEST_F(DataFile, RemovingOleFilesTakesWhatExistsUnderTheShortenedName) {
+  // Twice as long as the name of an existing file: the first half is that file.
+  for (const size_t oddUnit : {0, 1}) {
+    const std::u16string existing = InFolder(u"half");
+    WriteFileBytes(existing, {1});
+    CAccessTableDataFile().AppendOleFileName(existing + std::u16string(existing.size() - oddUnit, u'#'));
+    CAccessTableDataFile::RemoveOleFiles();
+    EXPECT_FALSE(FileExists(existing));
+    EXPECT_FALSE(FileExists(InFolder(u"OleFileNameData")));
+  }
+  const std::u16string whole = CFileNameManager().GetOleFilePath(12);
+  EXPECT_EQ(whole, InFolder(u"ole_temp_12.Ole"));
+  WriteFileBytes(whole, {1});
+  CAccessTableDataFile().AppendOleFileName(whole);
+  CAccessTableDataFile::RemoveOleFiles();
+  EXPECT_TRUE(FileExists(whole));
+}
+
+TEST_F(DataFile, RemovingOleFilesTouchesNothingElseAndEndsAtALie) {
+  for (const auto* name : {u"a", u"b", u"c"}) WriteFileBytes(InFolder(name), {1});
+  ASSERT_TRUE(CreateFolder(InFolder(u"folder")));
+  Bytes list{0, 0, 0, 0};  // a record without bytes
+  AppendRecord(list, InFolder(u"folder"));
+  AppendRecord(list, InFolder(u"missing"));
+  AppendRecord(list, InFolder(std::u16string_view(u"a\0x", 3)));
+  AppendRecord(list, InFolder(u"b"));
+  AppendRecord(list, InFolder(u"c"), 1);  // one byte past the end
+  WriteFileBytes(InFolder(u"OleFileNameData"), list);
+  CAccessTableDataFile::RemoveOleFiles();
+  EXPECT_EQ(ListFolder(InFolder(u"")), (std::vector<std::u16string>{u"a", u"c", u"folder"}));
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,107 @@
+#include "store/WorkFolder.h"
+
+#include <filesystem>
+#include <regex>
+
+#include "platform/Process.h"
+#include "platform/Text.h"
+#include "tests/store/StoreTest.h"
+
+namespace tolvane {
+namespace {
+
+class WorkFolder : public CStoreTest {
+ protected:
+  std::u16string Separator() const { return std::u16string(1, kPathSeparator); }
+};
+
+TEST_F(WorkFolder, PathsEndWithTheSeparator) {
+  const std::u16string before = GetWorkFolder();
+  SetWorkFolder(u"somewhere");
+  EXPECT_EQ(GetWorkFolder(), u"somewhere" + Separator());
+  EXPECT_EQ(CFileNameManager().GetDataFilePath(40960), u"somewhere" + Separator() + u"40960");
+  SetWorkFolder(u"somewhere" + Separator());
+  EXPECT_EQ(GetWorkFolder(), u"somewhere" + Separator());
+  SetWorkFolder({});
+  EXPECT_EQ(GetWorkFolder(), GetExecutableFolder() + u"TolvaneforAccess" + Separator());
+  SetWorkFolder(before);
+}
+
+TEST_F(WorkFolder, CreateFolderPathCreatesEachLevelOnce) {
+  const std::u16string path =
+      InFolder(u"one") + Separator() + u"two words" + Separator() + u"\u4E09" + Separator();
+  CFileNameManager().CreateFolderPath(path);
+  EXPECT_EQ(GetFileKind(path), EFileKind::Folder);
+  CFileNameManager().CreateFolderPath(path + Separator() + u"four");
+  EXPECT_EQ(GetFileKind(path + u"four"), EFileKind::Folder);
+  CFileNameManager().CreateFolderPath(u"");
+}
+
+TEST_F(WorkFolder, ARunFolderIsUsedWhileItLivesAndLeavesNothing) {
+  const std::u16string outer = GetWorkFolder();
+  const std::u16string base = InFolder(u"base") + Separator() + u"deeper";
+  {
+    CRunFolder first;
+    CRunFolder second;
+    ASSERT_TRUE(first.Create(base)) << ToUtf8(first.GetProblem());
+    ASSERT_TRUE(second.Create(base));
+    EXPECT_NE(first.GetPath(), second.GetPath());
+    EXPECT_EQ(GetWorkFolder(), second.GetPath());
+    EXPECT_TRUE(ListFolder(first.GetPath()).empty()) << "the trial of writing must leave nothing";
+    const std::regex pattern("run-" + std::to_string(GetProcessNumber()) + "-[0-9a-f]{16}");
+    for (const std::u16string& name : ListFolder(base)) EXPECT_TRUE(std::regex_match(ToUtf8(name), pattern));
+    WriteFileBytes(first.GetPath() + u"4096", {1});
+    first.Remove();
+    EXPECT_EQ(GetWorkFolder(), second.GetPath());
+  }
+  EXPECT_TRUE(ListFolder(base).empty());
+  EXPECT_EQ(GetFileKind(base), EFileKind::Folder);
+  SetWorkFolder(outer);
+}
+
+TEST_F(WorkFolder, AFileInTheWayIsAProblemThatNamesIt) {
+  const std::u16string outer = GetWorkFolder();
+  WriteFileBytes(InFolder(u"file"), {1});
+  CRunFolder run;
+  EXPECT_FALSE(run.Create(InFolder(u"file")));
+  EXPECT_NE(run.GetProblem().find(InFolder(u"file")), std::u16string::npos);
+  EXPECT_GT(run.GetProblem().size(), InFolder(u"file").size() + 5) << "the system's reason follows";
+  EXPECT_EQ(run.GetPath(), u"");
+  EXPECT_EQ(GetWorkFolder(), outer);
+}
+
+TEST_F(WorkFolder, OnlyFoldersOfEndedRunsAreStale) {
+  const std::u16string alive = u"run-" + ToDecimal(GetProcessNumber()) + u"-0123456789abcdef";
+  const std::vector<std::u16string> kept{
+      alive,
+      u"run-4000000000",                   // no random part
+      u"run-4000000000-0123456789abcde",   // one digit short
+      u"run-4000000000-0123456789abcdeg",  // no hexadecimal digit
+      u"run-4x00000000-0123456789abcdef",  //
+      u"run--0123456789abcdef",            //
+      u"run-99999999999999999999-0123456789abcdef",
+      u"my run-4000000000-0123456789abcdef",
+  };
+  for (const std::u16string& name : kept) ASSERT_TRUE(CreateFolder(InFolder(name)));
+  const std::u16string stale = InFolder(u"run-4000000000-0123456789abcdef");
+  ASSERT_TRUE(CreateFolder(stale));
+  WriteFileBytes(stale + Separator() + u"4096", {1});
+  WriteFileBytes(InFolder(u"run-4000000000-fedcba9876543210"), {1});  // a file of a user
+
+  // A link to a folder that is not ours.
+  ASSERT_TRUE(CreateFolder(InFolder(u"precious")));
+  WriteFileBytes(InFolder(u"precious") + Separator() + u"file", {1});
+  std::error_code noLink;
+  std::filesystem::create_directory_symlink(
+      std::filesystem::path(InFolder(u"precious")),
+      std::filesystem::path(InFolder(u"run-4000000000-00000000000000aa")), noLink);
+
+  CRunFolder::RemoveStale(InFolder(u""));
+  EXPECT_FALSE(FileExists(stale));
+  for (const std::u16string& name : kept) EXPECT_TRUE(FileExists(InFolder(name))) << ToUtf8(name);
+  EXPECT_TRUE(FileExists(InFolder(u"run-4000000000-fedcba9876543210")));
+  EXPECT_TRUE(FileExists(InFolder(u"precious") + Separator() + u"file"));
+}
+
+}  // namespace
+}  // namespace tolvane
