@@ -1,0 +1,172 @@
+#include "writer/AccessSaveRepairedFile.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "app/status/Status.h"
+#include "platform/FileCust.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "store/FileNameManager.h"
+#include "writer/RowCopier.h"
+#include "writer/TableBuilder.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
+constexpr std::u16string_view kSystemPrefix = u"MSys";
+constexpr std::u16string_view kRelationships = u"MSysRelationships";
+
+bool IsSaving() {
+  return CSavingStatus::Instance().IsSaving();
+}
+
+bool IsSystemTable(const CAccessTable& table) {
+  return table.name.starts_with(kSystemPrefix);
+}
+
+bool IsSaved(const CAccessTable& table) {
+  return !IsSystemTable(table) && !table.name.empty() && table.columns.GetCount() > 0;
+}
+
+// "1 record", "12 records"
+std::u16string Counted(uint64_t count, std::u16string_view noun) {
+  return ToDecimal(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
+}
+
+}  // namespace
+
+CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine, const SRecoveryRules& rules)
+    : m_engine(engine), m_rules(rules) {}
+
+CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
+
+bool CAccessSaveRepairedFile::Save() {
+  if (!SaveStructure()) return false;
+  // The saved queries and the relationships belong here, before the rows. Neither ends the save.
+  return SaveData();
+}
+
+void CAccessSaveRepairedFile::PrepareTables() {
+  m_summary = {};
+  m_tables.clear();
+  for (const auto& table : m_data->GetTables()) {
+    if (!IsSaved(*table)) continue;
+    SSavedTable& saved = m_tables.emplace_back();
+    saved.table = table.get();
+    saved.loss.table = table->name;
+  }
+}
+
+bool CAccessSaveRepairedFile::SaveStructure() {
+  if (!IsSaving()) return false;
+  CStatusProgress::Instance().SetText(u"Saving table name and structure");
+  if (!m_data || m_outputPath.empty()) return false;
+  PrepareTables();
+  if (FileExists(m_outputPath) && !RemoveFile(m_outputPath)) {
+    m_summary.failure = u"The file that is there cannot be deleted: " + SystemMessage(LastSystemError());
+    return false;
+  }
+  std::unique_ptr<CDaoDatabase> database;
+  const int32_t version = m_data->source.isJet3 ? kDaoVersionJet3 : kDaoVersionJet4;
+  const CDaoResult created = m_engine.CreateDatabase(m_outputPath, kLocale, version, database);
+  if (!created.IsOk()) {
+    m_summary.failure = created.text;
+    return false;
+  }
+  return CloseDatabase(*database, BuildTables(*database));
+}
+
+ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
+  const CAccessTableList& tables = m_data->GetTables();
+  CProgressStatus::Instance().SetMax(static_cast<int32_t>(tables.GetCount()));
+  CProgressStatus::Instance().SetPos(0);
+  CTableBuilder builder(database, m_summary);
+  size_t next = 0;
+  for (const auto& table : tables) {
+    CProgressStatus::Instance().IncrementPos();
+    if (!IsSaving()) return ESaveStep::Stopped;
+    CStatusProgress::Instance().SetText(u"(Step 1/2)Saving table name and structure: " + table->name);
+    if (!IsSaved(*table)) continue;
+    SSavedTable& saved = m_tables[next++];
+    const ESaveStep step = builder.Build(saved);
+    if (step != ESaveStep::Done) return step;
+    if (saved.isCreated) ++m_summary.tablesSaved;
+  }
+  return ESaveStep::Done;
+}
+
+bool CAccessSaveRepairedFile::CloseDatabase(CDaoDatabase& database, ESaveStep step) {
+  const CDaoResult closed = database.Close();
+  if (step == ESaveStep::Done && !closed.IsOk()) m_summary.failure = closed.text;
+  return step == ESaveStep::Done && closed.IsOk();
+}
+
+int32_t CAccessSaveRepairedFile::CountRecords() const {
+  uint64_t count = 0;
+  for (const auto& table : m_data->GetTables())
+    if (!IsSystemTable(*table) || table->name == kRelationships) count += table->header.rowCount;
+  return static_cast<int32_t>(std::min<uint64_t>(count, std::numeric_limits<int32_t>::max()));
+}
+
+bool CAccessSaveRepairedFile::SaveData() {
+  if (!m_data) return false;
+  CProgressStatus::Instance().SetMax(CountRecords());
+  CProgressStatus::Instance().SetPos(0);
+  std::unique_ptr<CDaoDatabase> database;
+  const CDaoResult opened = m_engine.OpenDatabase(m_outputPath, false, false, {}, database);
+  if (!opened.IsOk()) {
+    m_summary.failure = opened.text;
+    return false;
+  }
+  ESaveStep step = ESaveStep::Stopped;
+  if (IsSaving()) {
+    CStatusProgress::Instance().SetText(u"Saving tables data");
+    step = CopyTables(*database);
+  }
+  if (!CloseDatabase(*database, step)) return false;
+  CProgressStatus::Instance().SetPos(CProgressStatus::Instance().GetMax());
+  CDisplayPause::Instance().Pause();
+  return true;
+}
+
+ESaveStep CAccessSaveRepairedFile::CopyTables(CDaoDatabase& database) {
+  for (SSavedTable& saved : m_tables) {
+    const ESaveStep step = CopyTable(database, saved);
+    CloseTable(saved);
+    if (step != ESaveStep::Done) return step;
+  }
+  return ESaveStep::Done;
+}
+
+ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable& saved) {
+  if (!IsSaving()) return ESaveStep::Stopped;
+  const CAccessTable& table = *saved.table;
+  // Its records are counted as lost already.
+  if (!saved.isCreated) return ESaveStep::Done;
+  if (!CanRead(CFileNameManager().GetDataFilePath(table.GetDefinitionOffset()))) {
+    LoseRecords(saved, table.header.rowCount, u"The table's temporary file cannot be read.");
+    return ESaveStep::Done;
+  }
+  CStatusProgress::Instance().SetText(u"(Step 2/2)Saving table data: " + table.name);
+  CRepairLog::Instance().Append(u"Saving data for " + table.name + u"...");
+  return CRowCopier(database, m_rules, saved, m_summary).Copy();
+}
+
+void CAccessSaveRepairedFile::CloseTable(SSavedTable& saved) {
+  const SSaveLoss& loss = saved.loss;
+  if (loss.records == 0 && loss.fields == 0) return;
+  const auto log = [&](uint64_t count, std::u16string_view noun) {
+    if (count > 0)
+      CRepairLog::Instance().Append(Counted(count, noun) + u" of table " + loss.table +
+                                    u" could not be saved: " + loss.reason);
+  };
+  log(loss.records, u"record");
+  log(loss.fields, u"value");
+  m_summary.losses.push_back(std::move(saved.loss));
+}
+
+}  // namespace tolvane

@@ -1,33 +1,20 @@
 // Writes the recovered tables into a new database through the DAO operations: structure first, then the rows.
+//
+// A table, column, index, record or value that the database engine refuses costs itself and is counted; only
+// when the database cannot be created or opened, or can take nothing more, does the save as a whole fail.
 #pragma once
 
-#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "writer/SavedTable.h"
 #include "writer/dao.h"
 
 namespace tolvane {
-
-// What could not be saved of one table, for the log and the summary.
-struct SSaveLoss {
-  std::u16string table;
-  uint64_t records = 0;  // records that could not be stored
-  uint64_t fields = 0;   // single values that could not be stored in a stored record
-  std::u16string reason; // the first one
-};
-
-struct SSaveSummary {
-  uint64_t tablesSaved = 0;
-  uint64_t recordsSaved = 0;
-  uint64_t fieldsDropped = 0;  // values that the standard rules drop by design (byte and integer ranges)
-  uint64_t emptyRowsDropped = 0;
-  std::vector<SSaveLoss> losses;
-  std::u16string failure;  // why the save as a whole ended early; empty when it did not
-};
 
 // Runs on the save thread. CSavingStatus must be saving; clearing it stops the save at the next value.
 class CAccessSaveRepairedFile {
@@ -39,19 +26,31 @@ class CAccessSaveRepairedFile {
 
   // Not owned; must outlive the save.
   void SetData(const CAccessData* data) { m_data = data; }
+  // A file of that name is deleted when the save starts.
   void SetOutputPath(std::u16string_view path) { m_outputPath = path; }
 
-  // All steps in their order. False when the structure step failed or the save was stopped.
+  // All steps in their order. False when the save failed or was stopped.
   bool Save();
   bool SaveStructure();
+  // The rows, into the tables that SaveStructure created.
   bool SaveData();
   [[nodiscard]] const SSaveSummary& GetSummary() const { return m_summary; }
 
  private:
+  void PrepareTables();
+  ESaveStep BuildTables(CDaoDatabase& database);
+  ESaveStep CopyTables(CDaoDatabase& database);
+  ESaveStep CopyTable(CDaoDatabase& database, SSavedTable& saved);
+  void CloseTable(SSavedTable& saved);
+  [[nodiscard]] int32_t CountRecords() const;
+  // The last step of a save: its end as a result, with the database closed.
+  bool CloseDatabase(CDaoDatabase& database, ESaveStep step);
+
   CDaoEngine& m_engine;
   const SRecoveryRules& m_rules;
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
+  std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
   SSaveSummary m_summary;
 };
 

@@ -2,9 +2,9 @@
 //
 //   CDaoEngine -> CDaoDatabase -> CDaoTableDef | CDaoRecordset | CDaoQueryDef
 //
-// Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time. Objects must be
-// released inside out: recordsets and definitions before their database. Values arrive as text, as the data
-// files hold them; the engine converts them to the column's type as a database engine would.
+// Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time. Objects must
+// be released inside out: recordsets and definitions before their database. Values arrive as text, as the
+// data files hold them; the engine converts them to the column's type as a database engine would.
 #pragma once
 
 #include <cstddef>
@@ -120,7 +120,8 @@ class CDaoByteSource {
 class CDaoTableDef {
  public:
   virtual ~CDaoTableDef() = default;
-  virtual CDaoResult CreateField(std::u16string_view name, int16_t type, int32_t size, int32_t attributes) = 0;
+  virtual CDaoResult CreateField(std::u16string_view name, int16_t type, int32_t size,
+                                 int32_t attributes) = 0;
   virtual CDaoResult CreateField(const CDaoFieldInfo& field) = 0;
   virtual CDaoResult CreateIndex(const CDaoIndexInfo& index) = 0;
   virtual CDaoResult Append() = 0;

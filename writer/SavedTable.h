@@ -1,0 +1,57 @@
+// What the steps of a save share: one recovered table on its way into the new database, and the sums.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "model/AccessTable.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+// What could not be saved of one table, for the log and the summary.
+struct SSaveLoss {
+  std::u16string table;
+  uint64_t records = 0;   // records that could not be stored
+  uint64_t fields = 0;    // single values that could not be stored in a stored record
+  std::u16string reason;  // the first one
+};
+
+struct SSaveSummary {
+  uint64_t tablesSaved = 0;
+  uint64_t recordsSaved = 0;
+  uint64_t fieldsDropped = 0;  // values that the standard rules drop by design (byte and integer ranges)
+  uint64_t emptyRowsDropped = 0;
+  uint64_t columnsLost = 0;  // columns for which no field could be created
+  uint64_t indexesLost = 0;  // indexes that could not be created
+  std::vector<SSaveLoss> losses;
+  std::vector<std::u16string> notes;  // what was saved in another form than recovered; in the log, too
+  std::u16string failure;             // why the save as a whole ended early; empty when it did not
+};
+
+struct SSavedTable {
+  static constexpr size_t kNoField = ~size_t{0};
+
+  const CAccessTable* table = nullptr;
+  bool isCreated = false;
+  std::u16string name;         // in the new database
+  std::vector<size_t> fields;  // by column: its field, or kNoField
+  SSaveLoss loss;
+};
+
+enum class ESaveStep : uint8_t {
+  Done,
+  Stopped,  // CSavingStatus was cleared
+  Failed,   // nothing more can be stored; SSaveSummary::failure tells why
+};
+
+// True when the database can take nothing more after this.
+bool EndsSave(EDaoError code);
+
+// Counts a loss; the first reason of a table stays.
+void LoseRecords(SSavedTable& saved, uint64_t count, const std::u16string& reason);
+void LoseField(SSavedTable& saved, const std::u16string& reason);
+
+}  // namespace tolvane

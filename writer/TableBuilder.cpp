@@ -1,0 +1,223 @@
+#include "writer/TableBuilder.h"
+
+#include <utility>
+
+#include "app/status/Status.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int32_t kTableAttributes = 0x10000;
+constexpr size_t kMaximumFields = 255;
+// Refusals of one name before it is given up.
+constexpr int kNameAttempts = 12;
+
+bool IsNameRefusal(EDaoError code) {
+  switch (code) {
+    case EDaoError::TableExists:
+    case EDaoError::QueryExists:
+    case EDaoError::InvalidName:
+    case EDaoError::InvalidArgument:
+    case EDaoError::DuplicateField:
+      return true;
+    default:
+      return false;
+  }
+}
+
+CDaoResult CreateField(const SFieldPlan& plan, CDaoTableDef& tableDef) {
+  const CDaoFieldInfo& info = plan.info;
+  return plan.form == EFieldForm::Described
+             ? tableDef.CreateField(info)
+             : tableDef.CreateField(info.name, info.type, info.size, info.attributes);
+}
+
+std::u16string Quoted(std::u16string_view name) {
+  return u"\"" + std::u16string(name) + u"\"";
+}
+
+}  // namespace
+
+ESaveStep CTableBuilder::Build(SSavedTable& saved) {
+  saved.name = saved.table->name;
+  EIndexes indexes = EIndexes::Create;
+  CDaoResult refusal;
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    const SAttempt tried = TryBuild(saved, indexes);
+    if (tried.isStopped) return ESaveStep::Stopped;
+    if (!EndsSave(tried.result.code)) m_tableNames.Take(saved.name);
+    if (tried.result.IsOk()) {
+      saved.isCreated = true;
+      if (saved.name != saved.table->name)
+        m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
+                          u": " + refusal.text);
+      KeepNotes(saved);
+      return ESaveStep::Done;
+    }
+    refusal = tried.result;
+    if (EndsSave(refusal.code)) break;
+    if (IsNameRefusal(refusal.code)) {
+      saved.name = m_tableNames.MakeVariation(saved.table->name, u"Table");
+    } else if (indexes == EIndexes::Create && saved.table->indexes.GetCount() > 0) {
+      indexes = EIndexes::LeaveOut;
+    } else {
+      break;
+    }
+  }
+  return EndWithoutTable(saved, refusal);
+}
+
+ESaveStep CTableBuilder::EndWithoutTable(SSavedTable& saved, const CDaoResult& result) {
+  saved.name.clear();
+  if (EndsSave(result.code)) {
+    m_summary.failure = result.text;
+    return ESaveStep::Failed;
+  }
+  LoseRecords(saved, saved.table->header.rowCount, result.text);
+  CRepairLog::Instance().Append(u"Table " + Quoted(saved.table->name) + u" could not be created: " +
+                                result.text);
+  m_summary.notes.push_back(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
+  m_summary.columnsLost += saved.table->columns.GetCount();
+  return ESaveStep::Done;
+}
+
+CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes indexes) {
+  SAttempt attempt;
+  m_notes.clear();
+  m_columnsLost = m_indexesLost = 0;
+  std::unique_ptr<CDaoTableDef> tableDef;
+  attempt.result = m_database.CreateTableDef(saved.name, kTableAttributes, {}, {}, tableDef);
+  if (!attempt.result.IsOk()) return attempt;
+  attempt.result = AddFields(saved, *tableDef, attempt.isStopped);
+  if (attempt.result.IsOk() && !attempt.isStopped) {
+    if (indexes == EIndexes::Create) {
+      attempt.result = AddIndexes(saved, *tableDef);
+    } else {
+      m_indexesLost = saved.table->indexes.GetCount();
+      m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved without its indexes");
+    }
+    if (attempt.result.IsOk()) attempt.result = tableDef->Append();
+  }
+  tableDef->Close();
+  return attempt;
+}
+
+CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped) {
+  const CAccessColumnList& columns = saved.table->columns;
+  CFieldPlanner planner;
+  m_fieldNames = {};
+  m_columnByNumber.clear();
+  m_fieldNameOf.assign(columns.GetCount(), {});
+  saved.fields.assign(columns.GetCount(), SSavedTable::kNoField);
+  size_t fieldCount = 0;
+  CDaoResult refusal{EDaoError::InvalidArgument, u"It has no column that could be created."};
+  for (size_t i = 0; i < columns.GetCount(); ++i) {
+    isStopped = !CSavingStatus::Instance().IsSaving();
+    if (isStopped) return CDaoResult::Ok();
+    const CAccessColumn& column = *columns.GetAt(i);
+    const SFieldPlan plan = planner.Plan(column);
+    m_columnByNumber.try_emplace(column.number, i);
+    CDaoResult result{EDaoError::TooManyFields, u"A table holds at most 255 fields."};
+    if (fieldCount < kMaximumFields) result = AddField(column, plan, tableDef);
+    if (result.IsOk()) {
+      saved.fields[i] = fieldCount++;
+      m_fieldNameOf[i] = std::exchange(result.text, {});
+      continue;
+    }
+    if (EndsSave(result.code)) return result;
+    ++m_columnsLost;
+    Note(u"Column", column.GetName(), u" could not be created: " + result.text);
+    if (refusal.code == EDaoError::InvalidArgument) refusal = {EDaoError::InvalidDataType, result.text};
+  }
+  return fieldCount > 0 ? CDaoResult::Ok() : refusal;
+}
+
+// On success the result's text is the name that the field got.
+CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan plan, CDaoTableDef& tableDef) {
+  CDaoResult result = CreateField(plan, tableDef);
+  if (!result.IsOk()) result = RetryField(std::move(result), column, plan, tableDef);
+  if (!result.IsOk()) return result;
+  if (plan.isTypeUnknown)
+    Note(u"Column", column.GetName(),
+         u" has the unknown type " + ToDecimal(column.type) + u" and was saved as text");
+  m_fieldNames.Take(plan.info.name);
+  result.text = std::move(plan.info.name);
+  return result;
+}
+
+CDaoResult CTableBuilder::RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
+                                     CDaoTableDef& tableDef) {
+  bool isText = false;
+  for (int attempt = 0; attempt < kNameAttempts && !refusal.IsOk(); ++attempt) {
+    if (IsNameRefusal(refusal.code)) {
+      m_fieldNames.Take(plan.info.name);
+      plan.info.name = m_fieldNames.MakeVariation(column.GetName(), u"Field");
+    } else if (!isText && !EndsSave(refusal.code) && refusal.code != EDaoError::TooManyFields) {
+      isText = true;
+      MakeTextField(plan.info);
+      plan.form = EFieldForm::Plain;
+      plan.info.defaultValue.clear();
+      Note(u"Column", column.GetName(), u" was saved as text: " + refusal.text);
+    } else {
+      return refusal;
+    }
+    const std::u16string reason = refusal.text;
+    refusal = CreateField(plan, tableDef);
+    if (refusal.IsOk() && plan.info.name != column.GetName())
+      Note(u"Column", column.GetName(), u" was saved as " + Quoted(plan.info.name) + u": " + reason);
+  }
+  return refusal;
+}
+
+CDaoResult CTableBuilder::AddIndexes(const SSavedTable& saved, CDaoTableDef& tableDef) {
+  for (const CAccessTableIndex& index : saved.table->indexes) {
+    if (index.columnCount == 0) break;
+    CDaoIndexInfo info;
+    CDaoResult result{EDaoError::ItemNotFound, u"A column of it is not there."};
+    if (DescribeIndex(saved, index, info)) result = tableDef.CreateIndex(info);
+    if (result.IsOk()) continue;
+    if (EndsSave(result.code)) return result;
+    ++m_indexesLost;
+    Note(u"Index", index.name, u" could not be created: " + result.text);
+  }
+  return CDaoResult::Ok();
+}
+
+// False when a column is unknown or has no field.
+bool CTableBuilder::DescribeIndex(const SSavedTable& saved, const CAccessTableIndex& index,
+                                  CDaoIndexInfo& info) const {
+  for (size_t i = 0; i < index.columnCount && i < index.columns.size(); ++i) {
+    const auto column = m_columnByNumber.find(index.columns[i].columnNumber);
+    if (column == m_columnByNumber.end()) return false;
+    if (saved.fields[column->second] == SSavedTable::kNoField) return false;
+    info.fields.push_back({m_fieldNameOf[column->second], !index.columns[i].isAscending});
+  }
+  info.name = index.name;
+  info.primary = index.primary != 0;
+  info.unique = index.unique != 0;
+  info.clustered = true;
+  info.ignoreNulls = index.ignoreNulls != 0;
+  info.required = index.required != 0;
+  info.foreign = index.foreign != 0;
+  info.distinctCount = 1;
+  return true;
+}
+
+// The table's name is added when the attempt turns out to be the one that counts.
+void CTableBuilder::Note(std::u16string_view what, std::u16string_view name, std::u16string text) {
+  m_notes.push_back(std::u16string(what) + u" " + Quoted(name) + std::move(text));
+}
+
+void CTableBuilder::KeepNotes(const SSavedTable& saved) {
+  m_summary.columnsLost += m_columnsLost;
+  m_summary.indexesLost += m_indexesLost;
+  for (std::u16string& note : m_notes) {
+    if (!note.starts_with(u"Table ")) note = u"Table " + Quoted(saved.table->name) + u": " + note;
+    CRepairLog::Instance().Append(note);
+    m_summary.notes.push_back(std::move(note));
+  }
+}
+
+}  // namespace tolvane

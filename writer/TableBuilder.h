@@ -1,0 +1,58 @@
+// Creates the definition of one recovered table in the new database. What the database engine refuses is
+// tried in another form, so that a bad name, type or index costs itself and not the table's rows.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "writer/FieldPlanner.h"
+#include "writer/SafeName.h"
+#include "writer/SavedTable.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+// Works on one database; one object for all its tables.
+class CTableBuilder {
+ public:
+  CTableBuilder(CDaoDatabase& database, SSaveSummary& summary) : m_database(database), m_summary(summary) {}
+
+  // Sets name, fields and, when the table exists afterwards, isCreated. A table that cannot be created is no
+  // failure of the save: all its records count as lost.
+  ESaveStep Build(SSavedTable& saved);
+
+ private:
+  enum class EIndexes : uint8_t { Create, LeaveOut };
+  struct SAttempt {
+    CDaoResult result;
+    bool isStopped = false;
+  };
+
+  SAttempt TryBuild(SSavedTable& saved, EIndexes indexes);
+  ESaveStep EndWithoutTable(SSavedTable& saved, const CDaoResult& result);
+  CDaoResult AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped);
+  CDaoResult AddField(const CAccessColumn& column, SFieldPlan plan, CDaoTableDef& tableDef);
+  CDaoResult RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
+                        CDaoTableDef& tableDef);
+  CDaoResult AddIndexes(const SSavedTable& saved, CDaoTableDef& tableDef);
+  bool DescribeIndex(const SSavedTable& saved, const CAccessTableIndex& index, CDaoIndexInfo& info) const;
+  void Note(std::u16string_view what, std::u16string_view name, std::u16string text);
+  void KeepNotes(const SSavedTable& saved);
+
+  CDaoDatabase& m_database;
+  SSaveSummary& m_summary;
+  CNameSet m_tableNames;
+  // Of the attempt that runs.
+  CNameSet m_fieldNames;
+  std::vector<std::u16string> m_fieldNameOf;              // by column; empty where there is no field
+  std::unordered_map<uint16_t, size_t> m_columnByNumber;  // the first one of each number
+  std::vector<std::u16string> m_notes;
+  uint64_t m_columnsLost = 0;
+  uint64_t m_indexesLost = 0;
+};
+
+}  // namespace tolvane
