@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -45,7 +46,7 @@ class CCatalogue {
   CPageFile& m_file;
   SSidMask m_sidMask{};
   std::array<std::unique_ptr<CTableStore>, kSystemTableCount> m_tables;
-  std::map<std::vector<uint8_t>, SCatalogueObject> m_objects;  // by name key
+  std::map<std::string, SCatalogueObject> m_objects;  // by name key
 };
 
 }  // namespace tolvane

@@ -30,9 +30,9 @@ class CEmbeddedTableDef : public CDaoTableDef {
   std::shared_ptr<CEmbeddedFile> m_file;  // null when closed
   std::u16string m_name;
   STableDefinition m_definition;
-  std::set<std::vector<uint8_t>> m_fieldKeys;
+  std::set<std::string> m_fieldKeys;
   std::vector<CDaoIndexInfo> m_indexes;
-  std::set<std::vector<uint8_t>> m_indexKeys;
+  std::set<std::string> m_indexKeys;
   bool m_isAppended = false;
 };
 

@@ -4,6 +4,7 @@
 // The order is that of the tree: key, page and row as one byte string.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -66,7 +67,11 @@ class CIndexSorter {
   bool StartMerge();
   // For the heap functions, which keep the largest on top: the run whose entry comes later counts as smaller.
   [[nodiscard]] auto HeapOrder() const {
-    return [this](size_t a, size_t b) { return m_runs[b].entry < m_runs[a].entry; };
+    return [this](size_t a, size_t b) {
+      const std::vector<uint8_t>& x = m_runs[b].entry;
+      const std::vector<uint8_t>& y = m_runs[a].entry;
+      return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
+    };
   }
   bool Advance(size_t run);
   bool Read(SRun& run, std::span<uint8_t> target);

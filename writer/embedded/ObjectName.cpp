@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "writer/embedded/EmbeddedLayout.h"
 #include "writer/embedded/IndexKey.h"
@@ -31,11 +32,11 @@ CDaoResult CheckObjectName(std::u16string_view kind, std::u16string_view name) {
   return CDaoResult::Ok();
 }
 
-std::vector<uint8_t> MakeNameKey(std::u16string_view name) {
+std::string MakeNameKey(std::u16string_view name) {
   std::vector<uint8_t> bytes, key;
   AppendUnits(bytes, name);
   AppendIndexKey(SIndexKeyFormat{}, kTypeText, true, std::span<const uint8_t>(bytes), key);
-  return key;
+  return {key.begin(), key.end()};
 }
 
 bool IsNameBefore(std::u16string_view a, std::u16string_view b) {

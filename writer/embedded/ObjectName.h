@@ -1,9 +1,8 @@
 // Names of tables, fields and indexes: which ones the format takes, and which count as the same.
 #pragma once
 
-#include <cstdint>
+#include <string>
 #include <string_view>
-#include <vector>
 
 #include "writer/dao.h"
 
@@ -14,7 +13,7 @@ CDaoResult CheckObjectName(std::u16string_view kind, std::u16string_view name);
 
 // Two names with equal keys are the same name: the key is the one that the catalogue's index holds, so case
 // and trailing blanks make no difference.
-std::vector<uint8_t> MakeNameKey(std::u16string_view name);
+std::string MakeNameKey(std::u16string_view name);
 
 // Orders names as definitions store them, ignoring case.
 bool IsNameBefore(std::u16string_view a, std::u16string_view b);

@@ -14,7 +14,7 @@ constexpr uint32_t kMaxReservedPages = 1024;
 
 std::u16string WithReason(std::u16string_view what, uint32_t systemError) {
   std::u16string text(what);
-  if (systemError != kNoSystemError) text += u" " + SystemMessage(systemError);
+  if (systemError != kNoSystemError) text.append(u" ").append(SystemMessage(systemError));
   return text;
 }
 
@@ -119,7 +119,8 @@ CDaoResult CPageFile::Read(uint32_t page, std::span<uint8_t> bytes) {
   CErrorHandler handler;
   const size_t got = m_file.ReadAt(uint64_t{page} * m_layout.pageSize, bytes, handler);
   if (handler.HasError())
-    return Fail(EDaoError::DiskError, u"The database file could not be read. " + handler.GetMessageText());
+    return Fail(EDaoError::DiskError,
+                std::u16string(u"The database file could not be read. ").append(handler.GetMessageText()));
   std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(got), bytes.end(), uint8_t{0});
   return CDaoResult::Ok();
 }
