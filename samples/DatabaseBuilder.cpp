@@ -46,7 +46,7 @@ bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
   return true;
 }
 
-CDatabaseBuilder::CDatabaseBuilder(const std::string& path) : m_engine(CreateEmbeddedEngine()) {
+CDatabaseBuilder::CDatabaseBuilder(const std::string& path) : m_engine(MakeEmbeddedEngine()) {
   Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, kDaoVersionJet4, m_database), path);
 }
 

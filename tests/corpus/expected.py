@@ -35,7 +35,7 @@ def skip_reason(column):
 def date_text(value):
     """Month first, twelve hours, rounded to seconds; midnight leaves only the blank, the zero day only the time."""
     moment = value + datetime.timedelta(milliseconds=500)
-    day = '%02d/%02d/%d ' % (moment.month, moment.day, moment.year)
+    day = '%02d/%02d/%04d ' % (moment.month, moment.day, moment.year)
     if (moment.hour, moment.minute, moment.second) == (0, 0, 0):
         return '12:00:00 AM' if moment.date() == ZERO_DAY.date() else day
     return day + '%02d:%02d:%02d %s' % ((moment.hour + 11) % 12 + 1, moment.minute, moment.second,
