@@ -1,0 +1,136 @@
+// A database engine that records every call as a line of text and refuses what a test asks it to refuse.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/Text.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+// Shared by the fake engine and all it hands out.
+struct SFakeLog {
+  std::vector<std::string> calls;
+  // Called with each line before it counts; what it answers is the call's result.
+  std::function<CDaoResult(const std::string&)> refuse;
+
+  CDaoResult Call(std::string line) {
+    calls.push_back(std::move(line));
+    return refuse ? refuse(calls.back()) : CDaoResult::Ok();
+  }
+  // The recorded lines that begin with `start`.
+  [[nodiscard]] std::vector<std::string> Find(std::string_view start) const {
+    std::vector<std::string> found;
+    for (const std::string& call : calls)
+      if (call.starts_with(start)) found.push_back(call);
+    return found;
+  }
+};
+
+class CFakeTableDef : public CDaoTableDef {
+ public:
+  explicit CFakeTableDef(SFakeLog& log) : m_log(log) {}
+  CDaoResult CreateField(std::u16string_view name, int16_t type, int32_t size, int32_t attributes) override {
+    return m_log.Call("field " + ToUtf8(name) + " type=" + std::to_string(type) +
+                      " size=" + std::to_string(size) + " attributes=" + std::to_string(attributes));
+  }
+  CDaoResult CreateField(const CDaoFieldInfo& field) override {
+    return m_log.Call("described field " + ToUtf8(field.name) + " type=" + std::to_string(field.type) +
+                      " size=" + std::to_string(field.size) + " attributes=" +
+                      std::to_string(field.attributes) + " default=" + ToUtf8(field.defaultValue) +
+                      (field.required ? " required" : "") + (field.allowZeroLength ? " zero-length" : ""));
+  }
+  CDaoResult CreateIndex(const CDaoIndexInfo& index) override {
+    std::string line = "index " + ToUtf8(index.name) + " (";
+    for (const CDaoIndexFieldInfo& field : index.fields)
+      line += (line.back() == '(' ? "" : ",") + ToUtf8(field.name) + (field.descending ? " desc" : "");
+    line += ")";
+    for (const auto& [flag, word] : {std::pair{index.primary, " primary"},
+                                     {index.unique, " unique"},
+                                     {index.clustered, " clustered"},
+                                     {index.ignoreNulls, " ignore-nulls"},
+                                     {index.required, " required"},
+                                     {index.foreign, " foreign"}})
+      if (flag) line += word;
+    return m_log.Call(line + " distinct=" + std::to_string(index.distinctCount));
+  }
+  CDaoResult Append() override { return m_log.Call("append"); }
+  void Close() override { m_log.calls.emplace_back("close table"); }
+
+ private:
+  SFakeLog& m_log;
+};
+
+class CFakeRecordset : public CDaoRecordset {
+ public:
+  explicit CFakeRecordset(SFakeLog& log) : m_log(log) {}
+  CDaoResult AddNew() override { return m_log.Call("add"); }
+  CDaoResult SetFieldValue(size_t index, std::u16string_view text) override {
+    return m_log.Call("set " + std::to_string(index) + " " + ToUtf8(text));
+  }
+  CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override {
+    std::string content;
+    std::vector<uint8_t> buffer(1000);
+    size_t count = 0;
+    do {
+      if (!bytes.Read(buffer, count)) return {EDaoError::DiskError, u"unreadable"};
+      content.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+      largestPiece = std::max(largestPiece, count);
+    } while (count > 0);
+    return m_log.Call("set " + std::to_string(index) + " bytes " + std::to_string(bytes.GetLength()) + " " +
+                      content.substr(0, 8));
+  }
+  CDaoResult Update() override { return m_log.Call("update"); }
+  CDaoResult Close() override { return m_log.Call("close rows"); }
+
+  size_t largestPiece = 0;
+
+ private:
+  SFakeLog& m_log;
+};
+
+class CFakeDatabase : public CDaoDatabase {
+ public:
+  explicit CFakeDatabase(SFakeLog& log) : m_log(log) {}
+  CDaoResult CreateTableDef(std::u16string_view name, int32_t attributes, std::u16string_view source,
+                            std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) override {
+    tableDef = std::make_unique<CFakeTableDef>(m_log);
+    return m_log.Call("table " + ToUtf8(name) + " attributes=" + std::to_string(attributes) + ToUtf8(source) +
+                      ToUtf8(connect));
+  }
+  CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) override {
+    recordset = std::make_unique<CFakeRecordset>(m_log);
+    return m_log.Call("rows " + ToUtf8(sql));
+  }
+  CDaoResult Close() override { return m_log.Call("close database"); }
+
+ private:
+  SFakeLog& m_log;
+};
+
+class CFakeEngine : public CDaoEngine {
+ public:
+  CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
+                            std::unique_ptr<CDaoDatabase>& database) override {
+    database = std::make_unique<CFakeDatabase>(log);
+    return log.Call("create " + ToUtf8(path) + " " + ToUtf8(locale) + " options=" + std::to_string(options));
+  }
+  CDaoResult OpenDatabase(std::u16string_view path, bool exclusive, bool readOnly,
+                          std::u16string_view connect, std::unique_ptr<CDaoDatabase>& database) override {
+    database = std::make_unique<CFakeDatabase>(log);
+    return log.Call("open " + ToUtf8(path) + (exclusive ? " exclusive" : "") +
+                    (readOnly ? " read-only" : "") + ToUtf8(connect));
+  }
+
+  SFakeLog log;
+};
+
+}  // namespace tolvane
