@@ -48,8 +48,8 @@ TEST(ColumnList, EqualNumbersEndAsExchangesLeaveThem) {
 
 TEST(ColumnList, SortsAsThePlainExchangeSortDoes) {
   std::mt19937 random(7);
-  for (const unsigned distinct : {1, 2, 3, 7, 40, 256, 60000}) {
-    for (const size_t count : {0, 1, 2, 3, 5, 8, 30, 255, 700}) {
+  for (const unsigned distinct : std::vector<unsigned>{1, 2, 3, 7, 40, 256, 60000}) {
+    for (const size_t count : std::vector<size_t>{0, 1, 2, 3, 5, 8, 30, 255, 700}) {
       std::vector<uint16_t> numbers(count);
       for (uint16_t& number : numbers) number = static_cast<uint16_t>(random() % distinct);
       CAccessColumnList columns = MakeColumns(numbers);

@@ -50,7 +50,7 @@ TEST_F(Tables, TheFirstOfTwoTablesWithOneOffsetCounts) {
 
 TEST_F(Tables, RemovingUnmarkedKeepsTheOrderOfTheOthersAndTakesTheirDataFiles) {
   CAccessTableList tables;
-  for (const uint64_t offset : {0x5000, 0x2000, 0x4000, 0x3000}) tables.AddTable(offset);
+  for (const uint64_t offset : std::vector<uint64_t>{0x5000, 0x2000, 0x4000, 0x3000}) tables.AddTable(offset);
   const std::u16string removed = MakeDataFile(0x5000);
   const std::u16string kept = MakeDataFile(0x2000);
   tables.Mark(0x5000, 0);

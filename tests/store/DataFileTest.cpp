@@ -110,7 +110,7 @@ TEST_F(DataFile, TheOleListHoldsTheFirstHalfOfEachPath) {
 
 TEST_F(DataFile, RemovingOleFilesTakesWhatExistsUnderTheShortenedName) {
   // Twice as long as the name of an existing file: the first half is that file.
-  for (const size_t oddUnit : {0, 1}) {
+  for (const size_t oddUnit : {size_t{0}, size_t{1}}) {
     const std::u16string existing = InFolder(u"half");
     WriteFileBytes(existing, {1});
     CAccessTableDataFile().AppendOleFileName(existing + std::u16string(existing.size() - oddUnit, u'#'));

@@ -124,7 +124,8 @@ TEST_F(TableNaming, WithoutACatalogueOrWhenStoppedNothingIsNamed) {
 TEST_F(TableNaming, UnnamedTablesAreNamedByTheirPlaceOrNumbered) {
   const auto namesOf = [this](bool isJet4Pages) {
     CAccessTableList tables;
-    for (const uint64_t key : {0x3000, 0x2000, 0x10000, 0xB000, 0x1800, 0x99000}) tables.AddTable(key);
+    for (const uint64_t key : std::vector<uint64_t>{0x3000, 0x2000, 0x10000, 0xB000, 0x1800, 0x99000})
+      tables.AddTable(key);
     tables.GetAt(5)->name = u"Named";
     m_parser.NameUnnamedTables(tables, isJet4Pages);
     Row names;
