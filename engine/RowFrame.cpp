@@ -18,7 +18,7 @@ bool CRowFrame::Cut(std::span<const uint8_t> row, const SRowShape& shape) {
 
   const size_t count = ReadVariableCount();
   ReadOffsets(count);
-  if (AreOffsetsSound(count, shape)) m_fixedEnd = m_offsets[0];
+  m_fixedEnd = FindFixedEnd(count, shape);
   return true;
 }
 
@@ -86,7 +86,13 @@ void CRowFrame::ReadOffsets(size_t count) {
   }
 }
 
-// Sound as a whole, so that the first offset is known to be the end of the fixed area.
+// The first offset, if the offsets are sound as a whole; else where at least two offsets must start.
+size_t CRowFrame::FindFixedEnd(size_t count, const SRowShape& shape) const {
+  if (AreOffsetsSound(count, shape)) return m_offsets[0];
+  const ptrdiff_t second = PositionOfOffset(1);
+  return second < static_cast<ptrdiff_t>(m_layout.countWidth) ? m_bodyEnd : static_cast<size_t>(second);
+}
+
 bool CRowFrame::AreOffsetsSound(size_t count, const SRowShape& shape) const {
   if (m_offsets.size() != count + 1 || count > shape.variableColumnsEver) return false;
   size_t previous = m_layout.countWidth;

@@ -52,6 +52,7 @@ class CRowFrame {
   [[nodiscard]] size_t ReadVariableCount() const;
   [[nodiscard]] SOffsetTable LocateOffsets(size_t count) const;
   void ReadOffsets(size_t count);
+  [[nodiscard]] size_t FindFixedEnd(size_t count, const SRowShape& shape) const;
   [[nodiscard]] bool AreOffsetsSound(size_t count, const SRowShape& shape) const;
   [[nodiscard]] ptrdiff_t PositionOfOffset(size_t index) const;
 

@@ -16,6 +16,8 @@
 
 #include <cstdint>
 
+#include "engine/JetLayout.h"
+
 namespace tolvane {
 
 struct SRowLayout {
@@ -23,12 +25,17 @@ struct SRowLayout {
   uint32_t offsetWidth;  // of one variable offset
   bool hasJumpTable;
   uint32_t textUnitWidth;  // bytes of one character of a fixed text
+  uint32_t chainStamp;     // on the page where a long value's chain starts; 0: none
 };
 
 inline constexpr SRowLayout kRowLayoutJet3{
-    .countWidth = 1, .offsetWidth = 1, .hasJumpTable = true, .textUnitWidth = 1};
+    .countWidth = 1, .offsetWidth = 1, .hasJumpTable = true, .textUnitWidth = 1, .chainStamp = 0};
 inline constexpr SRowLayout kRowLayoutJet4{
-    .countWidth = 2, .offsetWidth = 2, .hasJumpTable = false, .textUnitWidth = 2};
+    .countWidth = 2, .offsetWidth = 2, .hasJumpTable = false, .textUnitWidth = 2, .chainStamp = 8};
+
+inline const SRowLayout& RowLayoutOf(const SJetLayout& layout) {
+  return layout.isJet3 ? kRowLayoutJet3 : kRowLayoutJet4;
+}
 
 inline constexpr uint32_t kJumpStep = 256;
 

@@ -1,0 +1,254 @@
+#include "engine/FieldDecoder.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <new>
+#include <string_view>
+
+#include "engine/DataConversion.h"
+#include "engine/DataReader.h"
+#include "platform/CodePage.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr size_t kDecimalBytes = 17;
+constexpr size_t kDecimalLowWords = 8;
+
+// How many bytes a value of a type has; 0 where the column or the value itself tells.
+size_t WidthOf(uint8_t type) {
+  switch (type) {
+    case kTypeByte:
+      return 1;
+    case kTypeInteger:
+      return 2;
+    case kTypeLong:
+    case kTypeSingle:
+    case kTypeComplex:
+      return 4;
+    case kTypeCurrency:
+    case kTypeDouble:
+    case kTypeDate:
+      return 8;
+    case kTypeGuid:
+      return CDataConversion::kGuidBytes;
+    case kTypeDecimal:
+      return kDecimalBytes;
+    default:
+      return 0;
+  }
+}
+
+void AppendAscii(std::string_view ascii, std::u16string& text) {
+  for (const char c : ascii) text += static_cast<char16_t>(c);
+}
+
+void AppendInteger(int64_t value, std::u16string& text) {
+  std::array<char, 24> digits;
+  const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  AppendAscii({digits.data(), static_cast<size_t>(end - digits.data())}, text);
+}
+
+void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
+  if (std::isnan(value)) {
+    text += u"nan";
+    return;
+  }
+  std::array<char, 400> digits;  // the largest double has 309 digits before its point
+  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                     std::chars_format::fixed, static_cast<int>(std::min(decimals, 40u)));
+  AppendAscii({digits.data(), static_cast<size_t>(written.ptr - digits.data())}, text);
+}
+
+// Digits of a signed number, each with a minus sign of its own where the number is negative; none for zero.
+void AppendSignedDigits(int64_t value, std::u16string& text) {
+  std::array<char16_t, 40> reversed;
+  size_t count = 0;
+  for (; value != 0; value /= 10) {
+    const auto digit = static_cast<int>(value % 10);
+    reversed[count++] = static_cast<char16_t>(u'0' + std::abs(digit));
+    if (digit < 0) reversed[count++] = u'-';
+  }
+  text.append(std::make_reverse_iterator(reversed.begin() + static_cast<ptrdiff_t>(count)), reversed.rend());
+}
+
+// Digits of the 128-bit number whose words come most significant first; at least `minimum` of them.
+void AppendWideDigits(std::array<uint32_t, 4> words, size_t minimum, std::u16string& text) {
+  std::u16string reversed;
+  const auto isZero = [&] {
+    return std::all_of(words.begin(), words.end(), [](uint32_t w) { return w == 0; });
+  };
+  while (!isZero() || reversed.size() < minimum) {
+    uint64_t rest = 0;
+    for (uint32_t& word : words) {
+      const uint64_t part = rest << 32 | word;
+      word = static_cast<uint32_t>(part / 10);
+      rest = part % 10;
+    }
+    reversed += static_cast<char16_t>(u'0' + rest);
+  }
+  text.append(reversed.rbegin(), reversed.rend());
+}
+
+class CMemoSink : public CLongValueSink {
+ public:
+  explicit CMemoSink(CTextDecoder& decoder) : m_decoder(decoder) {}
+  void Take(std::span<const uint8_t> bytes) override { m_decoder.Append(bytes); }
+
+ private:
+  CTextDecoder& m_decoder;
+};
+
+}  // namespace
+
+CFieldDecoder::CFieldDecoder(const SRowLayout& layout, const SRecoveryRules& rules,
+                             CLongValueReader& longValues, COleSideFile& sideFile)
+    : m_layout(layout), m_rules(rules), m_longValues(longValues), m_sideFile(sideFile) {}
+
+void CFieldDecoder::SetTable(const CAccessTable& table, uint32_t codePage) {
+  m_shape = {.columnsEver = table.header.highestColumnNumber,
+             .variableColumnsEver = table.header.variableColumnCount,
+             .maximumStoredColumns = m_rules.maximumStoredColumns};
+  m_columns.clear();
+  for (const CAccessColumn& column : table.columns) {
+    m_columns.push_back(MakeField(column, codePage));
+    if (!column.IsFixed() && column.type != kTypeBoolean)
+      m_shape.firstVariableNumber = std::min<uint32_t>(m_shape.firstVariableNumber, column.number);
+  }
+}
+
+CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint32_t codePage) const {
+  const size_t known = WidthOf(column.type);
+  const size_t unit = column.type == kTypeText ? m_layout.textUnitWidth : 1;
+  const bool isNamed = column.codePage != 0 && IsCodePageKnown(column.codePage);
+  return {
+      .type = column.type,
+      .scale = column.GetScale(),
+      .isFixed = column.IsFixed(),
+      .number = column.number,
+      .place = column.IsFixed() ? column.fixedOffset : column.variableIndex,
+      .width = known != 0 ? known : column.length * unit,
+      .needed = column.type == kTypeDecimal ? kDecimalLowWords : known,
+      .coding = {.isUtf16 = m_layout.textUnitWidth == 2, .codePage = isNamed ? column.codePage : codePage}};
+}
+
+EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, std::u16string& text) {
+  text.clear();
+  const SField& field = m_columns[column];
+  const bool isPresent = frame.IsPresent(field.number);
+  if (field.type == kTypeBoolean) {
+    text = isPresent ? u"True" : u"False";
+    return EFieldResult::Decoded;
+  }
+  if (!isPresent) return EFieldResult::Decoded;
+  const CRowFrame::Field bytes =
+      field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
+  if (!bytes || bytes->size() < field.needed) return EFieldResult::Broken;
+  return DecodeBytes(field, *bytes, text);
+}
+
+EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uint8_t> bytes,
+                                        std::u16string& text) {
+  const uint8_t* at = bytes.data();
+  switch (field.type) {
+    case kTypeByte:
+      AppendInteger(at[0], text);
+      break;
+    case kTypeInteger:
+      AppendInteger(static_cast<int16_t>(CDataReader::ReadUInt16(at)), text);
+      break;
+    case kTypeLong:
+    case kTypeComplex:
+      AppendInteger(static_cast<int32_t>(CDataReader::ReadUInt32(at)), text);
+      break;
+    case kTypeCurrency:
+      CDataConversion::CurrencyToText(bytes.first<8>(), text);
+      break;
+    case kTypeSingle:
+      AppendDouble(static_cast<double>(std::bit_cast<float>(CDataReader::ReadUInt32(at))),
+                   m_rules.floatDecimals, text);
+      break;
+    case kTypeDouble: {
+      const uint64_t low = CDataReader::ReadUInt32(at);
+      const uint64_t high = CDataReader::ReadUInt32(at + 4);
+      AppendDouble(std::bit_cast<double>(high << 32 | low), m_rules.floatDecimals, text);
+      break;
+    }
+    case kTypeDate: {
+      const auto blank = m_rules.midnightKeepsBlank ? EMidnightBlank::Keep : EMidnightBlank::Drop;
+      if (!CDataConversion::DateToText(bytes.first<8>(), blank, text)) return EFieldResult::Broken;
+      break;
+    }
+    case kTypeBinary:
+      CDataConversion::BytesToText(bytes, text);
+      break;
+    case kTypeText:
+      m_text.Decode(field.coding, bytes, text);
+      break;
+    case kTypeOle:
+      return DecodeOle(bytes, text);
+    case kTypeMemo:
+      return DecodeMemo(field, bytes, text);
+    case kTypeUnknown13:
+      text = u"Unknown";
+      break;
+    case kTypeGuid:
+      CDataConversion::GuidToText(bytes.first<16>(), text);
+      break;
+    case kTypeDecimal:
+      DecodeDecimal(field, bytes, text);
+      break;
+    default:
+      text = u"Default ";
+      AppendInteger(field.type, text);
+      break;
+  }
+  return EFieldResult::Decoded;
+}
+
+EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint8_t> bytes,
+                                       std::u16string& text) {
+  m_text.Begin(field.coding, text);
+  CMemoSink sink(m_text);
+  bool isWhole = false;
+  try {
+    isWhole = m_longValues.Read(bytes, sink);
+    m_text.End();
+  } catch (const std::bad_alloc&) {
+    isWhole = false;  // what fitted into memory stays
+  }
+  return isWhole ? EFieldResult::Decoded : EFieldResult::CutShort;
+}
+
+EFieldResult CFieldDecoder::DecodeOle(std::span<const uint8_t> bytes, std::u16string& text) {
+  m_sideFile.Begin();
+  const bool isWhole = m_longValues.Read(bytes, m_sideFile);
+  text = m_sideFile.End();
+  return isWhole ? EFieldResult::Decoded : EFieldResult::CutShort;
+}
+
+void CFieldDecoder::DecodeDecimal(const SField& field, std::span<const uint8_t> bytes,
+                                  std::u16string& text) const {
+  const auto word = [&](size_t fromEnd) { return CDataReader::ReadUInt32(&bytes[bytes.size() - fromEnd]); };
+  size_t digits = 0;
+  if (m_rules.decimalLowWordsOnly || bytes.size() < kDecimalBytes) {
+    const uint64_t value = uint64_t{word(8)} << 32 | word(4);
+    AppendSignedDigits(static_cast<int64_t>(value), text);
+    digits = text.size();
+  } else {
+    const std::array<uint32_t, 4> words{word(16), word(12), word(8), word(4)};
+    const bool isZero = std::all_of(words.begin(), words.end(), [](uint32_t w) { return w == 0; });
+    if (bytes[bytes.size() - kDecimalBytes] != 0 && !isZero) text += u'-';
+    const size_t sign = text.size();
+    AppendWideDigits(words, size_t{field.scale} + 1, text);
+    digits = text.size() - sign;
+  }
+  if (field.scale != 0 && field.scale <= digits) text.insert(text.size() - field.scale, 1, u'.');
+}
+
+}  // namespace tolvane

@@ -1,0 +1,127 @@
+#include "engine/LongValueReader.h"
+
+#include <algorithm>
+
+#include "app/status/Status.h"
+#include "engine/DataReader.h"
+#include "engine/RowLayout.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr size_t kFieldPointer = 4;
+constexpr size_t kFieldStamp = 8;
+constexpr size_t kFieldData = 12;
+constexpr uint32_t kLengthMask = 0x3FFFFFFF;
+constexpr uint32_t kKindInline = 2;
+constexpr uint32_t kKindSingle = 1;
+constexpr uint32_t kKindChain = 0;
+
+constexpr size_t kLinkData = 4;
+
+constexpr uint64_t kNoPage = ~uint64_t{0};
+
+// Sound files read each long-value byte once; freed pages may be read again.
+constexpr uint64_t kBudgetPerByte = 8;
+constexpr uint64_t kBudgetBase = uint64_t{16} << 20;
+constexpr size_t kCostPerHop = 64;
+
+// An emptied set keeps its buckets, and clearing walks them.
+constexpr size_t kBucketsKept = 1024;
+
+}  // namespace
+
+CLongValueReader::CLongValueReader(CPageReader& reader, const SJetLayout& layout, const SRecoveryRules& rules)
+    : m_reader(reader),
+      m_layout(layout),
+      m_rules(rules),
+      m_stampOffset(RowLayoutOf(layout).chainStamp),
+      m_page(layout.pageSize),
+      m_loadedOffset(kNoPage),
+      m_budget(kBudgetPerByte * reader.GetLength() + kBudgetBase) {}
+
+bool CLongValueReader::Read(std::span<const uint8_t> field, CLongValueSink& sink) {
+  if (field.empty()) return true;
+  if (field.size() < kFieldData) return false;
+  const uint32_t head = CDataReader::ReadUInt32(&field[0]);
+  const size_t length = head & kLengthMask;
+  if (length == 0) return true;
+
+  const SRowPointer pointer = SRowPointer::FromWord(CDataReader::ReadUInt32(&field[kFieldPointer]));
+  switch (head >> 30) {
+    case kKindInline: {
+      const auto data = field.subspan(kFieldData);
+      sink.Take(data.first(std::min(length, data.size())));
+      return data.size() >= length;
+    }
+    case kKindSingle:
+      return ReadSingle(pointer, length, sink);
+    case kKindChain:
+      return ReadChain(pointer, length, CDataReader::ReadUInt32(&field[kFieldStamp]), sink);
+    default:
+      return false;
+  }
+}
+
+bool CLongValueReader::ReadSingle(SRowPointer pointer, size_t length, CLongValueSink& sink) {
+  const auto row = FindLiveRow(pointer);
+  if (!row || !SpendBudget(std::min(length, row->size()))) return false;
+  sink.Take(row->first(std::min(length, row->size())));
+  return row->size() >= length;
+}
+
+bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t stamp, CLongValueSink& sink) {
+  m_visited.clear();
+  if (m_visited.bucket_count() > kBucketsKept) std::unordered_set<uint32_t>().swap(m_visited);
+  bool isHead = true;
+  while (length > 0) {
+    if (pointer.ToWord() == 0 || IsVisited(pointer)) return false;
+    if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+    const auto row = FindLiveRow(pointer);
+    if (!row || row->size() <= kLinkData) return false;
+    // Two stamps that differ: the page now starts another value's chain.
+    const uint32_t pageStamp = m_stampOffset != 0 ? CDataReader::ReadUInt32(&m_page[m_stampOffset]) : 0;
+    if (isHead && stamp != 0 && pageStamp != 0 && pageStamp != stamp) return false;
+    isHead = false;
+
+    const size_t count = std::min(length, row->size() - kLinkData);
+    if (!SpendBudget(count)) return false;
+    sink.Take(row->subspan(kLinkData, count));
+    length -= count;
+    pointer = SRowPointer::FromWord(CDataReader::ReadUInt32(row->data()));
+  }
+  return true;
+}
+
+std::optional<std::span<const uint8_t>> CLongValueReader::FindLiveRow(SRowPointer pointer) {
+  if (!LoadPage(pointer.page)) return std::nullopt;
+  if (pointer.slot >= CDataReader::ReadUInt16(&m_page[m_layout.data.slotCount])) return std::nullopt;
+  const auto word = ReadSlot(m_page, m_layout, pointer.slot);
+  if (!word || (*word & (kSlotHidden | kSlotPointer)) != 0) return std::nullopt;
+  return FindRow(m_page, m_layout, pointer.slot, m_rules.rowStartMask);
+}
+
+// Values that share a page usually follow one another, so the page read last is kept.
+bool CLongValueReader::LoadPage(uint32_t page) {
+  const uint64_t offset = uint64_t{page} * m_layout.pageSize;
+  if (offset != m_loadedOffset) {
+    m_loadedOffset = kNoPage;
+    if (!m_reader.ReadPage(offset, m_page)) return false;
+    m_loadedOffset = offset;
+  }
+  return m_page[0] == kPageData && CDataReader::ReadUInt32(&m_page[kOwnerOffset]) == kLongValueOwner;
+}
+
+bool CLongValueReader::IsVisited(SRowPointer pointer) {
+  return !m_visited.insert(pointer.ToWord()).second;
+}
+
+bool CLongValueReader::SpendBudget(size_t bytes) {
+  const uint64_t cost = uint64_t{bytes} + kCostPerHop;
+  if (cost > m_budget) return false;
+  m_budget -= cost;
+  return true;
+}
+
+}  // namespace tolvane

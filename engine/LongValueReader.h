@@ -1,0 +1,65 @@
+// Memo and OLE values: the field in the row, and the pages that hold what does not fit into it.
+//
+//   field in the row                           link of a chain
+//     0   u32  length (30 bits), kind (2)        0  row pointer of the next link, 0 = last
+//     4   row pointer, 0 when inline             4  data
+//     8   u32  stamp                           head of a long-value page
+//     12  inline data                            4  "LVAL"
+//   kinds                                        8  u32  Jet 4: stamp of the chain that starts here
+//     10  the data follow inline
+//     01  one row of a long-value page is the value
+//     00  chain of rows
+//
+// Every hop is bounded: by the stated length, by the links already visited, by the file's length, and over
+// the whole run by a budget, so that many rows that point at one giant chain end too.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <unordered_set>
+#include <vector>
+
+#include "engine/JetLayout.h"
+#include "engine/PageReader.h"
+#include "engine/PageSlot.h"
+#include "model/RecoveryRules.h"
+
+namespace tolvane {
+
+// Takes a value's bytes, piece by piece.
+class CLongValueSink {
+ public:
+  virtual ~CLongValueSink() = default;
+  virtual void Take(std::span<const uint8_t> bytes) = 0;
+};
+
+class CLongValueReader {
+ public:
+  CLongValueReader(CPageReader& reader, const SJetLayout& layout, const SRecoveryRules& rules);
+
+  // Hands the bytes that could be read to `sink`. False: fewer than the field states, or no long value at
+  // all.
+  bool Read(std::span<const uint8_t> field, CLongValueSink& sink);
+
+ private:
+  bool ReadSingle(SRowPointer pointer, size_t length, CLongValueSink& sink);
+  bool ReadChain(SRowPointer pointer, size_t length, uint32_t stamp, CLongValueSink& sink);
+  // The bytes of a live row on a long-value page; they stay until the next call.
+  std::optional<std::span<const uint8_t>> FindLiveRow(SRowPointer pointer);
+  bool LoadPage(uint32_t page);
+  bool IsVisited(SRowPointer pointer);
+  bool SpendBudget(size_t bytes);
+
+  CPageReader& m_reader;
+  const SJetLayout& m_layout;
+  const SRecoveryRules& m_rules;
+  const uint32_t m_stampOffset;  // 0: the format has none
+  std::vector<uint8_t> m_page;
+  uint64_t m_loadedOffset;  // of the page in m_page
+  std::unordered_set<uint32_t> m_visited;
+  uint64_t m_budget;
+};
+
+}  // namespace tolvane

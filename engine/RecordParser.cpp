@@ -1,0 +1,50 @@
+#include "engine/RecordParser.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "app/status/Status.h"
+#include "engine/PageReader.h"
+#include "engine/TableWalk.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+int32_t SumOfRowCounts(const CAccessTableList& tables) {
+  uint64_t sum = 0;
+  for (const auto& table : tables) sum += table->header.rowCount;
+  return static_cast<int32_t>(std::min<uint64_t>(sum, std::numeric_limits<int32_t>::max()));
+}
+
+void ShowTable(uint64_t position, uint64_t count) {
+  std::u16string text = u"(Step 3/4) Parsing table records from raw table data: table - ";
+  text += ToDecimal(position);
+  text += u" / ";
+  text += ToDecimal(count);
+  CStatusProgress::Instance().SetText(std::move(text));
+}
+
+}  // namespace
+
+void CRecordParser::ParseRecords(CAccessData& data, const std::u16string& sourcePath) {
+  CPageReader reader;
+  if (!reader.Open(sourcePath) || reader.GetLength() == 0) return;
+
+  CProgressStatus& progress = CProgressStatus::Instance();
+  progress.SetMax(SumOfRowCounts(data.GetTables()));
+  progress.SetPos(0);
+  CTableWalk walk(m_layout, m_rules, reader, data);
+  uint64_t position = 0;
+  for (const auto& table : data.GetTables()) {
+    if (!CRepairingFileStatus::Instance().IsRunning()) return;
+    ShowTable(++position, data.GetTables().GetCount());
+    if (!walk.ParseTable(*table)) return;
+  }
+  progress.SetPos(progress.GetMax());
+  CDisplayPause::Instance().Pause();
+}
+
+}  // namespace tolvane

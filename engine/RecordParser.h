@@ -1,0 +1,30 @@
+// Step 3 of a repair: cuts the data pages of every table into rows and writes the rows' values to the tables'
+// data files.
+//
+// Promises: a row is written whole or not at all (only a disk error can leave a part, at the end of a file,
+// and then the table is given up, logged and counted); a page costs a bounded amount of work and output,
+// whatever its row offsets say; nothing is thrown.
+#pragma once
+
+#include <string>
+
+#include "engine/JetLayout.h"
+#include "model/AccessData.h"
+#include "model/RecoveryRules.h"
+
+namespace tolvane {
+
+class CRecordParser {
+ public:
+  // Both arguments outlive the parser.
+  CRecordParser(const SJetLayout& layout, const SRecoveryRules& rules) : m_layout(layout), m_rules(rules) {}
+
+  // Returns early when the repairing flag is cleared.
+  void ParseRecords(CAccessData& data, const std::u16string& sourcePath);
+
+ private:
+  const SJetLayout& m_layout;
+  const SRecoveryRules& m_rules;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,76 @@
+// The walk over one table's data pages: pages to rows, rows to values, values to the table's data file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "engine/FieldDecoder.h"
+#include "engine/JetLayout.h"
+#include "engine/LongValueReader.h"
+#include "engine/OleSideFile.h"
+#include "engine/PageReader.h"
+#include "engine/PageSlot.h"
+#include "engine/RowFrame.h"
+#include "model/AccessData.h"
+#include "model/RecoveryRules.h"
+#include "store/AccessTableDataFile.h"
+
+namespace tolvane {
+
+// One object for all tables of a run: side files are numbered and budgets are spent over the run.
+class CTableWalk {
+ public:
+  // All arguments outlive the walk; `reader` is open.
+  CTableWalk(const SJetLayout& layout, const SRecoveryRules& rules, CPageReader& reader, CAccessData& data);
+
+  // False: the run was stopped. A table whose data file cannot be written is logged and counted.
+  bool ParseTable(CAccessTable& table);
+
+ private:
+  using Bytes = std::span<const uint8_t>;
+
+  bool WalkPages();
+  bool CutPage();
+  void FollowPointer(uint32_t slot, size_t start);
+  std::optional<Bytes> FindMovedRow(SRowPointer pointer);
+  [[nodiscard]] bool IsMovedRowOfTable(SRowPointer pointer) const;
+  bool LoadTarget(uint64_t offset);
+  void NoteHidden(uint32_t slot, uint16_t word);
+  bool DecodeUnclaimedRows();
+  void DecodeRow(Bytes row, uint32_t slot);
+  void Count(EDamage kind, int64_t slot);
+  void GiveUp(std::u16string_view reason);
+  void CloseQuietly();
+
+  const SJetLayout& m_layout;
+  const SRecoveryRules& m_rules;
+  CPageReader& m_reader;
+  CAccessData& m_data;
+  CAccessTableDataFile m_dataFile;
+  COleSideFile m_sideFile;
+  CLongValueReader m_longValues;
+  CFieldDecoder m_fields;
+  CRowFrame m_frame;
+  std::u16string m_text;  // of the value being decoded
+
+  CAccessTable* m_table = nullptr;
+  uint32_t m_rows = 0;
+  std::vector<uint8_t> m_page;
+  uint64_t m_offset = 0;          // of the page being cut
+  size_t m_pageBytesLeft = 0;     // row bytes that the page may still yield
+  std::vector<uint8_t> m_target;  // page of a moved row
+  uint64_t m_targetOffset;
+  uint64_t m_movedBytesLeft;  // row bytes that pointers may still yield, over the run
+
+  // Only while hidden rows count as rows of their own.
+  std::unordered_set<uint32_t> m_claimed;  // targets of pointers
+  std::vector<SRowPointer> m_hidden;
+};
+
+}  // namespace tolvane
