@@ -1,0 +1,68 @@
+#include "engine/AccessRepair.h"
+
+#include "app/status/Status.h"
+#include "engine/AccessProcessFile.h"
+#include "engine/AccessVersionHandler.h"
+#include "engine/SourceCheck.h"
+
+namespace tolvane {
+
+namespace {
+
+bool IsStopped() {
+  return !CRepairingFileStatus::Instance().IsRunning();
+}
+
+}  // namespace
+
+CAccessRepair::CAccessRepair(const SRecoveryRules& rules) : m_rules(rules) {}
+
+CAccessRepair::~CAccessRepair() = default;
+
+void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/, std::u16string scanPath) {
+  CRepairLog::Instance().Clear();
+  // The data files are named after the tables: those of the run before must be gone before new ones are made.
+  m_data.reset();
+  m_data = std::make_unique<CAccessData>();
+  m_parser.reset();
+
+  const bool isJet4 = CAccessVersionHandler().IsJet4(sourcePath);
+  m_data->source = ReadSourceFacts(sourcePath, isJet4);
+  if (isJet4)
+    m_parser = std::make_unique<CAccessProcessFileJet4>(m_rules);
+  else
+    m_parser = std::make_unique<CAccessProcessFileJet3>(m_rules);
+  m_parser->SetSourcePath(std::move(sourcePath));
+  m_parser->SetScanPath(std::move(scanPath));
+
+  const bool isDone = RunSteps();
+  m_parser.reset();
+  if (!isDone) m_data.reset();
+}
+
+bool CAccessRepair::RunSteps() {
+  CRepairLog& log = CRepairLog::Instance();
+  CProgressStatus& progress = CProgressStatus::Instance();
+  if (IsStopped()) return false;
+  log.Append(u"Scanning file for table definition...");
+  m_parser->ScanTableDefinitions(*m_data);
+  m_parser->DropContinuationDefinitions(*m_data);
+  log.Append(u"Scanning file for table data...");
+  m_parser->ScanDataPages(*m_data);
+  if (IsStopped()) return false;
+
+  log.Append(u"Parsing file data for table fields...");
+  m_parser->ParseTableDefinitions(*m_data);
+  m_parser->SortColumns(*m_data);
+  if (IsStopped()) return false;
+
+  progress.SetPos(0);
+  m_parser->ParseRecords(*m_data);
+  progress.SetPos(0);
+  log.Append(u"Parsing file data for table name...");
+  m_parser->ParseTableNames(*m_data);
+  m_parser->ParseComplexColumns(*m_data);
+  return !IsStopped();
+}
+
+}  // namespace tolvane

@@ -1,9 +1,9 @@
 // The entry into the file engine: one call repairs one damaged file.
 //
-// What a run promises: the source is opened for reading only; nothing is thrown and nothing shown; every loop is
-// bounded by the file's length; the same input gives the same output; damage costs the page, row or value that
-// it hit and is counted in the result's ledger. Status text, log lines, progress and the stop request pass
-// through the process-wide status objects.
+// What a run promises: the source is opened for reading only; nothing is thrown and nothing shown; every loop
+// is bounded by the file's length; the same input gives the same output; damage costs the page, row or value
+// that it hit and is counted in the result's ledger. Status text, log lines, progress and the stop request
+// pass through the process-wide status objects.
 #pragma once
 
 #include <cstdint>
@@ -25,9 +25,9 @@ class CAccessRepair {
   CAccessRepair(const CAccessRepair&) = delete;
   CAccessRepair& operator=(const CAccessRepair&) = delete;
 
-  // Blocks until the run ends. `scanPath` is the file that holds the definitions: the source itself or a healthy
-  // database of the same structure. CRepairingFileStatus must be running; clearing it stops the run, which then
-  // leaves no result. The second text is not used.
+  // Blocks until the run ends. `scanPath` is the file that holds the definitions: the source itself or a
+  // healthy database of the same structure. CRepairingFileStatus must be running; clearing it stops the run,
+  // which then leaves no result. The second text is not used.
   void Repair(std::u16string sourcePath, std::u16string unused, std::u16string scanPath);
 
   // Null before the first run and after a stopped one. Owned here until taken.
@@ -35,7 +35,8 @@ class CAccessRepair {
   std::unique_ptr<CAccessData> TakeData() { return std::move(m_data); }
 
  private:
-  bool RunSteps(const std::u16string& sourcePath, const std::u16string& scanPath);
+  // False when the run was stopped.
+  bool RunSteps();
 
   const SRecoveryRules& m_rules;
   std::unique_ptr<CAccessData> m_data;

@@ -111,6 +111,7 @@ struct SIndexLayout {
   uint32_t kind;           // 1: primary key, 2: foreign key
 };
 inline constexpr uint32_t kIndexColumnSize = 3;
+inline constexpr size_t kIndexColumnsStored = 10;
 inline constexpr uint16_t kNoIndexColumn = 0xFFFF;
 inline constexpr uint8_t kIndexAscending = 0x01;
 inline constexpr uint8_t kIndexUnique = 0x01;

@@ -17,6 +17,8 @@ struct SRecoveryRules {
   bool unreadablePageKeepsPrevious;
   // A freed data page that still names its old owner is credited to it.
   bool creditFreedPages;
+  // A data page counts only while its owner's page still starts like a definition (the catalogue's excepted).
+  bool requireOwnerDefinition;
   // A Jet 4 definition page must carry the constant 0x659 at offset 12 to start a table.
   bool requireDefinitionMark;
 
@@ -72,6 +74,7 @@ struct SRecoveryRules {
 inline constexpr SRecoveryRules kStandardRules{
     .unreadablePageKeepsPrevious = true,
     .creditFreedPages = true,
+    .requireOwnerDefinition = true,
     .requireDefinitionMark = false,
     .useBuiltInCatalogue = true,
     .columnNumberLowByteOnly = true,

@@ -1,0 +1,246 @@
+#include "engine/DefinitionDecoder.h"
+
+#include <algorithm>
+
+#include "app/status/Status.h"
+#include "engine/CatalogueImage.h"
+#include "engine/DefinitionChain.h"
+#include "engine/FreePageMap.h"
+#include "engine/PageReader.h"
+#include "platform/CodePage.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kGeneratedName = u"RecoveredField####";
+constexpr uint32_t kLongestUtf16Name = 254;  // bytes
+
+}  // namespace
+
+CDefinitionDecoder::CDefinitionDecoder(const SJetLayout& layout, const SRecoveryRules& rules,
+                                       uint32_t codePage)
+    : m_layout(layout), m_rules(rules), m_codePage(codePage) {}
+
+void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, const std::u16string& scanPath) {
+  CPageReader reader;
+  if (!reader.Open(scanPath)) return;
+  CFreePageMap freePages;
+  freePages.Load(reader, m_layout);
+  CDefinitionChain chain(reader, m_layout);
+  const std::vector<uint8_t> image = MakeCatalogueImage(m_layout, m_rules);
+
+  for (const auto& table : data.GetTables()) {
+    if (!CRepairingFileStatus::Instance().IsRunning()) return;
+    const uint32_t page = table->GetPage(m_layout.pageSize);
+    if (page == kCataloguePage && m_rules.useBuiltInCatalogue) {
+      Decode(image, *table);
+      continue;
+    }
+    const bool isWhole = chain.Read(table->GetDefinitionOffset());
+    const bool isSound = Decode(chain.GetBytes(), *table) && isWhole;
+    if (!isSound && !freePages.IsFree(page))
+      data.GetLedger().Add(
+          EDamage::BrokenDefinition,
+          {.page = page, .definition = table->GetDefinitionOffset(), .row = -1, .amount = 1});
+  }
+}
+
+bool CDefinitionDecoder::Decode(std::span<const uint8_t> definition, CAccessTable& table) {
+  SWalk walk{.bytes = CByteView(definition),
+             .length = definition.size(),
+             .position = 0,
+             .columnCount = 0,
+             .realIndexCount = 0,
+             .isSound = true};
+  ReadHeader(walk, table);
+  ReadColumns(walk, table);
+  ReadNames(walk, table);
+  ReadRealIndexes(walk, table);
+  ReadLogicalIndexes(walk, table);
+  return walk.isSound;
+}
+
+void CDefinitionDecoder::ReadHeader(SWalk& walk, CAccessTable& table) const {
+  const SDefinitionLayout& at = m_layout.definition;
+  const CByteView& bytes = walk.bytes;
+  SAccessTableHeader header;
+  header.definitionLength = bytes.GetUInt32(at.length);
+  if (at.secondWord != 0) header.secondWord = bytes.GetUInt32(at.secondWord);
+  header.rowCount = bytes.GetUInt32(at.rowCount);
+  header.nextAutoNumber = bytes.GetUInt32(at.autoNumber);
+  header.tableType = bytes.GetUInt8(at.tableType);
+  header.highestColumnNumber = bytes.GetUInt16(at.highestColumn);
+  header.variableColumnCount = bytes.GetUInt16(at.variableColumns);
+  header.columnCount = bytes.GetUInt16(at.columnCount);
+  header.indexCount = bytes.GetUInt32(at.indexCount);
+  header.realIndexCount = bytes.GetUInt32(at.realIndexCount);
+  header.usedPagesMap = bytes.GetUInt32(at.usedPagesMap);
+  header.freePagesMap = bytes.GetUInt32(at.freePagesMap);
+  table.header = header;
+  table.promisedRows = header.rowCount;
+
+  walk.columnCount = header.columnCount;
+  walk.realIndexCount = header.realIndexCount;
+  walk.position = at.headerLength + uint64_t{at.statisticsLength} * header.realIndexCount;
+  if (header.columnCount == 0 || header.definitionLength > walk.length) walk.isSound = false;
+}
+
+void CDefinitionDecoder::ReadColumns(SWalk& walk, CAccessTable& table) {
+  const SColumnLayout& at = m_layout.column;
+  const uint64_t first = walk.position;
+  walk.position += uint64_t{at.size} * walk.columnCount;
+  for (uint32_t i = 0; i < walk.columnCount; i++) {
+    const uint64_t descriptor = first + uint64_t{at.size} * i;
+    // The start of the last field is tested, not its end.
+    const bool isCut = descriptor + at.length > walk.length || m_columnsLeft == 0;
+    table.columns.Add(isCut ? CAccessColumn() : ReadColumn(walk, descriptor));
+    if (isCut) {
+      walk.isSound = false;
+      walk.position = std::max(walk.position, walk.length);
+      return;
+    }
+    m_columnsLeft--;
+  }
+}
+
+CAccessColumn CDefinitionDecoder::ReadColumn(const SWalk& walk, uint64_t at) const {
+  const SColumnLayout& field = m_layout.column;
+  CAccessColumn column;
+  column.type = walk.bytes.GetUInt8(at);
+  column.number = walk.bytes.GetUInt16(at + field.number);
+  if (!m_layout.isJet3 && m_rules.columnNumberLowByteOnly) column.number &= 0xFF;
+  column.variableIndex = walk.bytes.GetUInt16(at + field.variableIndex);
+  column.misc = walk.bytes.GetUInt32(at + field.misc);
+  if (field.codePage != 0 && column.type == kTypeText)
+    column.codePage = walk.bytes.GetUInt16(at + field.codePage);
+  column.flags = walk.bytes.GetUInt8(at + field.flags);
+  if (field.extendedFlags != 0) column.extendedFlags = walk.bytes.GetUInt8(at + field.extendedFlags);
+  column.fixedOffset = walk.bytes.GetUInt16(at + field.fixedOffset);
+  column.length = walk.bytes.GetUInt16(at + field.length);
+  if (field.isTextLengthHalved && column.type == kTypeText)
+    column.length = static_cast<uint16_t>(column.length / 2);
+  return column;
+}
+
+void CDefinitionDecoder::ReadNames(SWalk& walk, CAccessTable& table) {
+  m_name.fill(u'\0');
+  uint32_t generated = 0;
+  // Where descriptors are missing the names lie behind the cut as well.
+  for (size_t i = 0; i < table.columns.GetCount(); i++) {
+    const uint32_t width = m_layout.definition.nameLengthWidth;
+    const uint32_t length = width == 1 ? ReadByteName(walk) : ReadUtf16Name(walk);
+    if (m_name[0] == u'\0') {
+      PutName(std::u16string(kGeneratedName) + ToDecimal(uint64_t{generated++}));
+      walk.isSound = false;
+    }
+    table.columns.SetNameAt(i, std::u16string_view(m_name.data()));
+    walk.position += width + length;
+  }
+}
+
+void CDefinitionDecoder::PutName(std::u16string_view name) {
+  const size_t length = std::min(name.size(), m_name.size() - 1);
+  std::copy_n(name.begin(), length, m_name.begin());
+  m_name[length] = u'\0';
+}
+
+uint32_t CDefinitionDecoder::ReadUtf16Name(const SWalk& walk) {
+  m_name[0] = u'\0';
+  const uint64_t text = walk.position + 2;
+  if (text > walk.length) return 0;
+  const uint32_t length = walk.bytes.GetUInt16(walk.position);
+  if (length > kLongestUtf16Name || text + length >= walk.length) return 0;
+  for (uint32_t i = 0; i < length / 2; i++) m_name[i] = walk.bytes.GetUInt16(text + 2 * i);
+  m_name[length / 2] = u'\0';
+  return length;
+}
+
+uint32_t CDefinitionDecoder::ReadByteName(const SWalk& walk) {
+  const uint64_t text = walk.position + 1;
+  const uint32_t length = text <= walk.length ? walk.bytes.GetUInt8(walk.position) : 0;
+  if (length == 0) {
+    m_name[0] = u'\0';
+    return 0;
+  }
+  std::array<uint8_t, 0xFF> bytes;
+  for (uint32_t i = 0; i < length; i++) bytes[i] = walk.bytes.GetUInt8(text + i);
+  if (!m_rules.rawJet3Names) {
+    std::u16string name;
+    DecodeCodePage(m_codePage, std::span(bytes).first(length), name);
+    PutName(name);
+    return length;
+  }
+  for (uint32_t i = 0; i < length; i++) {
+    char16_t& unit = m_name[i / 2];
+    unit = static_cast<char16_t>(i % 2 == 0 ? (unit & 0xFF00) | bytes[i] : (unit & 0x00FF) | bytes[i] << 8);
+  }
+  m_name[length] = u'\0';
+  return length;
+}
+
+void CDefinitionDecoder::ReadRealIndexes(SWalk& walk, CAccessTable& table) {
+  const SIndexLayout& at = m_layout.index;
+  const uint64_t first = walk.position;
+  walk.position += uint64_t{at.realSize} * walk.realIndexCount;
+  for (uint32_t i = 0; i < walk.realIndexCount; i++) {
+    const uint64_t entry = first + uint64_t{at.realSize} * i;
+    if (entry + at.columns >= walk.length || m_indexesLeft == 0) {
+      walk.isSound = false;
+      return;
+    }
+    table.indexes.Add(ReadRealIndex(walk, entry));
+    m_indexesLeft--;
+  }
+}
+
+CAccessTableIndex CDefinitionDecoder::ReadRealIndex(const SWalk& walk, uint64_t at) const {
+  const SIndexLayout& field = m_layout.index;
+  CAccessTableIndex index;
+  ReadIndexColumns(walk, at + field.columns, index);
+  index.usedPagesMap = walk.bytes.GetUInt32(at + field.usedPagesMap);
+  index.rootPage = walk.bytes.GetUInt32(at + field.rootPage);
+  const uint32_t flagsOffset = m_layout.isJet3 ? field.flags : m_rules.indexFlagsOffsetJet4;
+  const uint8_t flags = walk.bytes.GetUInt8(at + flagsOffset);
+  const auto isSet = [&](uint8_t flag) {
+    return static_cast<uint8_t>(m_rules.indexFlagsExactMatch ? flags == flag : (flags & flag) != 0);
+  };
+  index.flagsByte = flags;
+  index.unique = flags & kIndexUnique;
+  index.ignoreNulls = isSet(kIndexIgnoreNulls);
+  index.required = isSet(kIndexRequired);
+  return index;
+}
+
+void CDefinitionDecoder::ReadIndexColumns(const SWalk& walk, uint64_t at, CAccessTableIndex& index) const {
+  const auto hasColumn = [&](uint16_t number) {
+    const auto end = index.columns.begin() + static_cast<ptrdiff_t>(index.columnCount);
+    return std::any_of(index.columns.begin(), end,
+                       [&](const auto& column) { return column.columnNumber == number; });
+  };
+  for (; index.columnCount < CAccessTableIndex::kMaximumColumns; at += kIndexColumnSize) {
+    if (at + kIndexColumnSize > walk.length) return;
+    const uint16_t number = walk.bytes.GetUInt16(at);
+    if (number == kNoIndexColumn || number > walk.columnCount || hasColumn(number)) return;
+    index.columns[index.columnCount++] = {.columnNumber = number,
+                                          .isAscending = walk.bytes.GetUInt8(at + 2) == kIndexAscending};
+  }
+}
+
+void CDefinitionDecoder::ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const {
+  const SIndexLayout& at = m_layout.index;
+  const uint32_t count = m_rules.logicalCountIsRealCount ? walk.realIndexCount : table.header.indexCount;
+  const uint32_t numberOffset =
+      m_layout.isJet3 ? m_rules.logicalIndexNumberOffsetJet3 : m_rules.logicalIndexNumberOffsetJet4;
+  for (uint32_t i = 0; i < count; i++, walk.position += at.logicalSize) {
+    if (walk.position + at.logicalSize > walk.length) {
+      walk.isSound = false;
+      return;
+    }
+    if (walk.bytes.GetUInt8(walk.position + at.kind) == kIndexKindPrimary)
+      table.indexes.MarkPrimary(walk.bytes.GetUInt32(walk.position + numberOffset), 1);
+  }
+}
+
+}  // namespace tolvane

@@ -1,0 +1,75 @@
+// Decodes table definitions into the model: header counts, columns with their names, indexes.
+//
+//   header | R statistics blocks | N column descriptors | N names | R real indexes | L logical indexes | ...
+//
+// A definition that is cut gives the columns that fit, then one empty column, and the indexes before the cut.
+// Work and memory are bounded by the file's length and by the limits below, whatever the counts say.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/DataReader.h"
+#include "engine/JetLayout.h"
+#include "model/AccessData.h"
+#include "model/RecoveryRules.h"
+
+namespace tolvane {
+
+class CDefinitionDecoder {
+ public:
+  // Over all definitions; far above what real databases hold. Past them tables get no more of the kind.
+  static constexpr size_t kMaximumColumns = size_t{1} << 18;
+  static constexpr size_t kMaximumIndexes = size_t{1} << 18;
+
+  // Layout and rules outlive the decoder. The code page is that of Jet 3 names.
+  CDefinitionDecoder(const SJetLayout& layout, const SRecoveryRules& rules, uint32_t codePage);
+
+  // Decodes every candidate of the list, until the repair is stopped. Broken definitions are counted in the
+  // ledger, except those on pages that the file says are free.
+  void ParseTableDefinitions(CAccessData& data, const std::u16string& scanPath);
+  // One definition, put together. False when something in it is missing or cannot be true.
+  bool Decode(std::span<const uint8_t> definition, CAccessTable& table);
+
+ private:
+  // What is read of one definition, and where.
+  struct SWalk {
+    CByteView bytes;
+    uint64_t length;    // of the buffer
+    uint64_t position;  // of the part that comes next
+    uint32_t columnCount;
+    uint32_t realIndexCount;
+    bool isSound;
+  };
+
+  void ReadHeader(SWalk& walk, CAccessTable& table) const;
+  void ReadColumns(SWalk& walk, CAccessTable& table);
+  [[nodiscard]] CAccessColumn ReadColumn(const SWalk& walk, uint64_t at) const;
+  void ReadNames(SWalk& walk, CAccessTable& table);
+  // Each puts the name at the walk's position into m_name, empty when there is none, and answers how many
+  // bytes it takes behind its length.
+  uint32_t ReadUtf16Name(const SWalk& walk);
+  uint32_t ReadByteName(const SWalk& walk);
+  void PutName(std::u16string_view name);
+  void ReadRealIndexes(SWalk& walk, CAccessTable& table);
+  [[nodiscard]] CAccessTableIndex ReadRealIndex(const SWalk& walk, uint64_t at) const;
+  void ReadIndexColumns(const SWalk& walk, uint64_t at, CAccessTableIndex& index) const;
+  void ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const;
+
+  const SJetLayout& m_layout;
+  const SRecoveryRules& m_rules;
+  uint32_t m_codePage;
+  size_t m_columnsLeft = kMaximumColumns;
+  size_t m_indexesLeft = kMaximumIndexes;
+
+  // The name being read, ended by a zero unit. Raw Jet 3 names are copied over the one before, whose tail
+  // stays.
+  std::array<char16_t, CAccessColumn::kNameUnits + 1> m_name{};
+};
+
+}  // namespace tolvane

@@ -1,0 +1,32 @@
+// Which pages of a file are free, as page 1 has it. A freed page keeps its old content until it is used
+// again.
+//
+//   slot 0 of page 1, inline form:      00, u32 first page, bitmap (bit set: free; lowest bit first)
+//                     reference form:   01, u32 numbers of map pages (0: none), each for the next stretch
+//   map page:                           05 01 00 00, bitmap
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "engine/JetLayout.h"
+#include "engine/PageReader.h"
+
+namespace tolvane {
+
+class CFreePageMap {
+ public:
+  // A map that cannot be read tells of no free page.
+  void Load(CPageReader& reader, const SJetLayout& layout);
+  [[nodiscard]] bool IsFree(uint64_t page) const { return page < m_isFree.size() && m_isFree[page]; }
+
+ private:
+  void TakeBits(uint64_t firstPage, std::span<const uint8_t> bits);
+  void TakeMapPages(CPageReader& reader, const SJetLayout& layout, std::span<const uint8_t> numbers);
+
+  std::vector<bool> m_isFree;
+};
+
+}  // namespace tolvane

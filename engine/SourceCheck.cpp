@@ -1,0 +1,114 @@
+#include "engine/SourceCheck.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <string_view>
+
+#include "engine/DataReader.h"
+#include "engine/HeaderMask.h"
+#include "engine/JetLayout.h"
+#include "engine/PageReader.h"
+#include "platform/CodePage.h"
+#include "platform/Files.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr size_t kHeaderBytes = kHeaderEncryptionLength + 8;
+// Pages that are looked at to tell whether they are encoded.
+constexpr uint64_t kPagesSampled = 64;
+
+// What the encryption description starts with.
+constexpr uint32_t kAgileVersion = 4 | 4 << 16;
+
+using Header = std::array<uint8_t, kHeaderBytes>;
+
+Header ReadHeader(CPageReader& reader) {
+  Header header{};
+  reader.ReadPartialPage(0, header);
+  ApplyHeaderMask(std::span(header).subspan(kHeaderMaskStart));
+  return header;
+}
+
+// The text "Standard ... DB" or "MSISAM Database", and the fixed page number of the catalogue.
+bool IsPlausible(const Header& header) {
+  constexpr size_t kName = 4;
+  constexpr size_t kCatalogue = 0x20;
+  const std::string_view name(reinterpret_cast<const char*>(header.data()) + kName, 15);
+  return (name.starts_with("Standard ") || name == "MSISAM Database") &&
+         CDataReader::ReadUInt32(&header[kCatalogue]) == kCataloguePage;
+}
+
+// Encoded pages are noise: hardly one has a page type and the formatting mark.
+bool ArePagesPlain(CPageReader& reader, uint32_t pageSize) {
+  std::vector<uint8_t> page(pageSize);
+  uint64_t sampled = 0;
+  uint64_t formatted = 0;
+  const uint64_t end = std::min(reader.GetPageCount(pageSize), kPagesSampled + 1);
+  for (uint64_t number = 1; number < end; number++) {
+    if (!reader.ReadPage(number * pageSize, page)) continue;
+    if (std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; })) continue;
+    sampled++;
+    if (page[0] >= kPageData && page[0] <= kPageEmptiedData && page[1] == kPageFormatted) formatted++;
+  }
+  return sampled == 0 || formatted * 4 > sampled;
+}
+
+// Empty when the pages can be read.
+std::u16string_view EncryptionScheme(const Header& header, CPageReader& reader, uint32_t pageSize) {
+  const bool hasKey = IsPlausible(header) && CDataReader::ReadUInt32(&header[kHeaderDatabaseKey]) != 0;
+  const bool isAce = header[kVersionByte] > 1;
+  const bool hasDescription = isAce && CDataReader::ReadUInt16(&header[kHeaderEncryptionLength]) != 0;
+  if ((!hasKey && !hasDescription) || ArePagesPlain(reader, pageSize)) return {};
+  if (!hasDescription) return u"Jet encoding";
+  const uint32_t version = CDataReader::ReadUInt32(&header[kHeaderEncryptionLength + 2]);
+  return version == kAgileVersion ? u"agile encryption, AES" : u"RC4 CryptoAPI";
+}
+
+}  // namespace
+
+SSourceVerdict CheckSource(const std::u16string& path) {
+  switch (GetFileKind(path)) {
+    case EFileKind::Missing:
+      return {ESourceState::Missing, u"The file does not exist."};
+    case EFileKind::Folder:
+      return {ESourceState::Folder, u"This is a folder, not a file."};
+    case EFileKind::Other:
+      return {ESourceState::Device, u"This is a device, not a file."};
+    case EFileKind::File:
+      break;
+  }
+  CPageReader reader;
+  CErrorHandler handler;
+  if (!reader.Open(path, handler))
+    return {ESourceState::NotReadable, u"The file cannot be read: " + handler.GetMessageText()};
+  if (reader.GetLength() == 0) return {ESourceState::Empty, u"The file is empty."};
+
+  const Header header = ReadHeader(reader);
+  const uint32_t pageSize = header[kVersionByte] != 0 ? kJet4Layout.pageSize : kJet3Layout.pageSize;
+  if (reader.GetLength() < pageSize)
+    return {ESourceState::TooShort, u"The file is shorter than one page of a database."};
+  if (const std::u16string_view scheme = EncryptionScheme(header, reader, pageSize); !scheme.empty())
+    return {ESourceState::Encrypted, u"The database is encrypted (" + std::u16string(scheme) +
+                                         u"). Its pages cannot be read without decrypting it first."};
+  return {};
+}
+
+SSourceFacts ReadSourceFacts(const std::u16string& path, bool isJet4) {
+  SSourceFacts facts;
+  facts.isJet3 = !isJet4;
+  facts.pageSize = isJet4 ? kJet4Layout.pageSize : kJet3Layout.pageSize;
+  CPageReader reader;
+  if (!reader.Open(path)) return facts;
+  const Header header = ReadHeader(reader);
+  facts.versionByte = header[kVersionByte];
+  facts.length = reader.GetLength();
+  facts.pageCount = reader.GetPageCount(facts.pageSize);
+  const uint32_t codePage = CDataReader::ReadUInt16(&header[kHeaderCodePage]);
+  if (codePage != 0 && IsCodePageKnown(codePage)) facts.codePage = codePage;
+  return facts;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,214 @@
+#include "engine/TableScanner.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "app/status/Status.h"
+#include "engine/DataReader.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kDefinitionStatus = u"(Step 1/4)Scanning file for table definition: ";
+constexpr std::u16string_view kDataStatus = u"(Step 2/4)Scanning file for table data: ";
+
+// The status line of a scan. A reader polls it once a second, so that most refreshes only note the offset.
+class CScanStatus {
+ public:
+  CScanStatus(std::u16string_view label, uint64_t length) : m_label(label), m_length(length) { Show(0); }
+  ~CScanStatus() { Flush(); }
+  CScanStatus(const CScanStatus&) = delete;
+  CScanStatus& operator=(const CScanStatus&) = delete;
+
+  void Refresh(uint64_t offset) {
+    m_noted = offset;
+    if (++m_count % kPagesBetween == 0) Flush();
+  }
+  void Flush() {
+    if (m_noted) Show(*m_noted);
+  }
+
+ private:
+  static constexpr uint32_t kPagesBetween = 64;
+  static constexpr uint64_t kBytesPerUnit = 1000;
+
+  void Show(uint64_t offset) {
+    std::u16string text(m_label);
+    text += ToDecimal(offset / kBytesPerUnit);
+    text += u"(kb) / ";
+    text += ToDecimal(m_length / kBytesPerUnit);
+    text += u"(kb)";
+    CStatusProgress::Instance().SetText(std::move(text));
+    m_noted.reset();
+  }
+
+  std::u16string_view m_label;
+  uint64_t m_length;
+  uint32_t m_count = 0;
+  std::optional<uint64_t> m_noted;
+};
+
+int32_t ToProgress(uint64_t units) {
+  return static_cast<int32_t>(std::min<uint64_t>(units, std::numeric_limits<int32_t>::max()));
+}
+
+bool IsRunning() {
+  return CRepairingFileStatus::Instance().IsRunning();
+}
+
+bool IsDataPage(std::span<const uint8_t> page) {
+  return page[0] == kPageData && page[1] == kPageFormatted;
+}
+
+}  // namespace
+
+// Whether owner pages still look like definitions. One page is read for each owner that is a candidate.
+class CTableScanner::COwners {
+ public:
+  COwners(CPageReader& reader, const SJetLayout& layout, const SRecoveryRules& rules)
+      : m_reader(reader),
+        m_layout(layout),
+        m_rules(rules),
+        m_pageCount(reader.GetPageCount(layout.pageSize)),
+        m_page(layout.pageSize) {}
+
+  // For Jet 4 the page number, not the byte offset, is compared with the end of the file; what only the byte
+  // offset would reject is stopped by the number of pages.
+  [[nodiscard]] bool IsPossible(uint32_t owner) const {
+    return owner < m_pageCount && !(m_layout.isJet3 && owner == 0);
+  }
+
+  bool IsDefinition(uint32_t owner) {
+    if (owner == kCataloguePage || !m_rules.requireOwnerDefinition) return true;
+    const auto [entry, isNew] = m_isDefinition.try_emplace(owner, false);
+    if (isNew) {
+      const bool isRead = m_reader.ReadPage(uint64_t{owner} * m_layout.pageSize, m_page);
+      // An owner that cannot be read is taken for the one before it.
+      entry->second = (isRead || m_rules.unreadablePageKeepsPrevious) && m_page[0] == kPageDefinition &&
+                      m_page[1] == kPageFormatted;
+    }
+    return entry->second;
+  }
+
+ private:
+  CPageReader& m_reader;
+  const SJetLayout& m_layout;
+  const SRecoveryRules& m_rules;
+  uint64_t m_pageCount;
+  std::vector<uint8_t> m_page;
+  std::unordered_map<uint32_t, bool> m_isDefinition;
+};
+
+void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page) {
+  data.GetLedger().Add(kind, {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+}
+
+bool CTableScanner::StartsTable(Page page) const {
+  const SDefinitionLayout& at = m_layout.definition;
+  const auto signature = std::span(at.signature).first(at.signatureLength);
+  if (!std::equal(signature.begin(), signature.end(), page.begin())) return false;
+  const uint8_t type = page[at.tableType];
+  if (at.isTypeTested && type != kSystemTable && type != kUserTable) return false;
+  return !m_rules.requireDefinitionMark || at.secondWord == 0 ||
+         CDataReader::ReadUInt32(&page[at.secondWord]) == kDefinitionMark;
+}
+
+void CTableScanner::ScanTableDefinitions(CAccessData& data, const std::u16string& scanPath) {
+  CPageReader reader;
+  if (!reader.Open(scanPath)) return;
+  const uint64_t pageCount = reader.GetPageCount(m_layout.pageSize);
+  const uint64_t catalogue = uint64_t{kCataloguePage} * m_layout.pageSize;
+  CProgressStatus& progress = CProgressStatus::Instance();
+  progress.SetMax(ToProgress(2 * pageCount));
+  progress.SetPos(0);
+  CScanStatus status(kDefinitionStatus, reader.GetLength());
+  data.GetTables().AddTable(catalogue);
+
+  std::vector<uint8_t> page(m_layout.pageSize);
+  for (uint64_t number = 0; number < pageCount; number++) {
+    if (!IsRunning()) return;
+    const uint64_t offset = number * m_layout.pageSize;
+    const bool isUsable = reader.ReadPage(offset, page) || m_rules.unreadablePageKeepsPrevious;
+    if (isUsable && offset != catalogue && StartsTable(page)) data.GetTables().AddTable(offset);
+    status.Refresh(offset);
+    progress.IncrementPos();
+  }
+}
+
+void CTableScanner::DropContinuationDefinitions(CAccessData& data, const std::u16string& scanPath) {
+  CPageReader reader;
+  if (!reader.Open(scanPath)) return;
+  CAccessTableList& tables = data.GetTables();
+  std::unordered_set<uint64_t> continuations;
+  std::vector<uint8_t> page(m_layout.pageSize);
+  for (const auto& table : tables) {
+    const uint64_t offset = table->GetDefinitionOffset();
+    if (offset == 0) continue;
+    if (offset > reader.GetLength()) return;
+    if (!reader.ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
+    continuations.insert(uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * m_layout.pageSize);
+  }
+  for (const auto& table : tables)
+    if (continuations.count(table->GetDefinitionOffset()) != 0) table->keepFlag = 0;
+  tables.RemoveUnmarked();
+}
+
+CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, uint64_t offset,
+                                                COwners& owners) const {
+  if (!IsDataPage(page)) return EOwner::None;
+  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  if (!owners.IsPossible(owner)) return EOwner::Impossible;
+  const uint64_t definition = uint64_t{owner} * m_layout.pageSize;
+  if (data.GetTables().FindTable(definition) == nullptr) return EOwner::Unknown;
+  if (!owners.IsDefinition(owner)) return EOwner::Unknown;
+  data.GetTables().CreditDataPage(offset, definition);
+  return EOwner::Known;
+}
+
+// Pages of long values and of usage maps belong to no table.
+bool CTableScanner::IsOrphan(Page page) const {
+  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  return owner != kLongValueOwner && owner != kUsageMapOwner && owner != kGlobalMapPage;
+}
+
+void CTableScanner::ScanDataPages(CAccessData& data, const std::u16string& sourcePath) {
+  CPageReader reader;
+  if (!reader.Open(sourcePath)) return;
+  CFreePageMap freePages;
+  freePages.Load(reader, m_layout);
+  COwners owners(reader, m_layout, m_rules);
+  const uint64_t pageCount = reader.GetPageCount(m_layout.pageSize);
+  CProgressStatus& progress = CProgressStatus::Instance();
+  // Another range only where the definitions came from a file of another length.
+  progress.SetMax(ToProgress(static_cast<uint64_t>(progress.GetPos()) + pageCount));
+  CScanStatus status(kDataStatus, reader.GetLength());
+
+  std::vector<uint8_t> page(m_layout.pageSize);
+  for (uint64_t number = 0; number < pageCount; number++) {
+    if (!IsRunning()) return;
+    const uint64_t offset = number * m_layout.pageSize;
+    progress.IncrementPos();
+    const bool isRead = reader.ReadPage(offset, page);
+    if (!isRead) Count(data, EDamage::UnreadablePage, number);
+    if (!isRead && !m_rules.unreadablePageKeepsPrevious) continue;
+    const bool isFree = freePages.IsFree(number);
+    if (isFree && !m_rules.creditFreedPages) continue;
+    const EOwner owner = CreditPage(data, page, offset, owners);
+    const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
+    if (isRead && isLost && !isFree && IsOrphan(page)) Count(data, EDamage::OrphanDataPage, number);
+    if (m_layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
+  }
+  if (reader.GetLength() % m_layout.pageSize != 0) Count(data, EDamage::PartialPage, pageCount);
+  status.Flush();
+  progress.SetPos(progress.GetMax());
+  CDisplayPause::Instance().Pause();
+}
+
+}  // namespace tolvane
