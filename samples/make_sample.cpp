@@ -131,7 +131,7 @@ void FillOrders(CDatabaseBuilder& database, CSampleRandom& random) {
 
 void FillNotes(CDatabaseBuilder& database, CSampleRandom& random) {
   // Notes of all three kinds of storage: in the row, in one row of a page of long values, over several pages.
-  constexpr std::array<uint32_t, 4> kLengths{20, 300, 1500, 7000};
+  constexpr std::array<uint32_t, 4> kLengths{20, 300, 1500, 4500};
   database.OpenTable("Notes");
   for (uint32_t i = 0; i < kNotes; i++) {
     database.BeginRow();

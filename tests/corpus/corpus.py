@@ -14,22 +14,22 @@ SKIPPED = 77  # told to ctest
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
-def arguments(description, needs_readers=True):
+def arguments(description, needs_corpus=True):
     """Parses the command line; ends with SKIPPED and a reason where something is missing."""
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument('--tolvane', required=True, help='the program')
     parser.add_argument('--corpus', help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)')
     parser.add_argument('--only', default='', help='files whose path holds this text')
     parser.add_argument('--jet3', action='store_true', help='repair Jet 3 files too')
-    parser.add_argument('--sample', help='a healthy database of our own to use as well')
+    parser.add_argument('--make-sample', help='the generator of the bundled sample; its healthy form is used as well')
     found = parser.parse_args()
     found.tolvane = os.path.abspath(found.tolvane)
     found.corpus = found.corpus or os.environ.get('TOLVANE_CORPUS') or os.path.join(
         HERE, '..', '..', '..', 'shared', 'corpus')
-    if not os.path.isdir(found.corpus) and not found.sample:
+    if needs_corpus and not os.path.isdir(found.corpus) and not found.make_sample:
         print('skipped: no folder of real databases at %s' % found.corpus)
         sys.exit(SKIPPED)
-    lacks = readers.missing() if needs_readers else ''
+    lacks = readers.missing()
     if lacks:
         print('skipped: missing ' + lacks)
         sys.exit(SKIPPED)

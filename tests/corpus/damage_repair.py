@@ -1,17 +1,18 @@
 #!/usr/bin/env python3
 """Destroys whole pages of healthy databases, repairs the copies, and proves that everything that can survive did.
 
-    python3 tests/corpus/damage_repair.py --tolvane build/release/tolvane [--sample HEALTHY] [--corpus FOLDER] [--only TEXT]
+    python3 tests/corpus/damage_repair.py --tolvane build/release/tolvane [--make-sample PROGRAM] [--corpus FOLDER] [--only TEXT]
 
 For each database and each kind of damage: the repair ends normally, and every row whose pages (its own, the one it moved
 to, those of its long values) are untouched, of a table whose definition pages are untouched, is in the repaired
 database as mdb-reader sees it. Which pages a row needs comes from this folder's own page reader (pages.py); its
 values from mdb-reader on the healthy file. The two are matched row by row and checked against each other first.
 
-`--sample` adds a database of our own; without the folder of real files it is the only one.
+`--make-sample` adds the healthy form of the bundled sample; without the folder of real files it is the only one.
 """
+import collections
 import os
-import struct
+import subprocess
 import sys
 import tempfile
 
@@ -84,21 +85,38 @@ KINDS = {
 }
 
 
+def key_of_row(row, columns, is_jet3):
+    """The values of the simple columns as the page reader sees them, in the readers' plain form."""
+    key = []
+    for column in columns:
+        raw = row.fields.get(column.number)
+        if column.type == pages.TYPE_BOOLEAN:
+            key.append(raw is not None)
+        elif raw is None:
+            key.append(None)
+        elif column.type == pages.TYPE_TEXT:
+            key.append(pages.decode_text(raw, is_jet3))
+        else:
+            key.append(str(int.from_bytes(raw[:column.length], 'little', signed=column.type != expected.BYTE)))
+    return tuple(key)
+
+
 def matched_rows(source, verdict):
-    """[(values, Row)]: the reader's rows beside the page reader's; None when they do not fit each other."""
-    table = source.table
-    live = table.rows(sorted(set(table.data_pages()) - set(table.freed_pages())))
-    longs = [i for i, column in enumerate(source.columns) if column.type == expected.LONG and not column.is_calculated]
-    fits = len(live) == len(source.rows)
-    for values, row in zip(source.rows, live):
-        for i in longs:
-            raw = row.fields.get(source.columns[i].number)
-            fits = fits and (None if raw is None else str(struct.unpack('<i', raw[:4])[0])) == values[i]
-    if not fits:
-        verdict.error('%s: the two ways of reading the healthy file do not agree (%d and %d rows)' % (
-            source.name, len(live), len(source.rows)))
-        return None
-    return list(zip(source.rows, live))
+    """[(values, Row)]: the reader's rows beside the page reader's, which must have the same values in the simple columns."""
+    table, simple = source.table, (pages.TYPE_BOOLEAN, pages.TYPE_TEXT, expected.BYTE, expected.INTEGER, expected.LONG)
+    at = [i for i, column in enumerate(source.columns) if column.type in simple and not column.is_calculated]
+    by_key = collections.defaultdict(list)
+    for values in source.rows:
+        by_key[tuple(values[i] for i in at)].append(values)
+    matched = []
+    for row in table.rows(sorted(set(table.data_pages()) - set(table.freed_pages()))):
+        same = by_key[key_of_row(row, [source.columns[i] for i in at], table.file.format.is_jet3)]
+        if same:
+            matched.append((same.pop(0), row))
+    if len(matched) != len(source.rows):
+        verdict.error('%s: of %d rows the two ways of reading the healthy file agree on %d' % (
+            source.name, len(source.rows), len(matched)))
+    return matched
 
 
 def surviving(matched, damage):
@@ -183,10 +201,13 @@ def check_file(options, report, path, short, folder):
 def main():
     options = corpus.arguments(__doc__)
     found = [(path, short) for path, short in corpus.databases(options) if short in FILES]
-    if options.sample:
-        found.append((options.sample, os.path.basename(options.sample)))
     report = corpus.Report('damaged and repaired: rows that must be there')
     with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
+        if options.make_sample:
+            sample = os.path.join(folder, 'sample.mdb')
+            subprocess.run([options.make_sample, sample, os.path.join(folder, 'unused.mdb')], check=True,
+                           stdout=subprocess.DEVNULL)
+            found.append((sample, 'sample.mdb'))
         for path, short in found:
             check_file(options, report, path, short, folder)
     return report.end()
