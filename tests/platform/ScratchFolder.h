@@ -54,7 +54,7 @@ inline std::string ReadText(const std::u16string& path) {
   CFileCust file;
   if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
     return "<missing>";
-  std::string text(file.GetLength(), '\0');
+  std::string text(static_cast<size_t>(file.GetLength()), '\0');
   CErrorHandler handler;
   text.resize(file.Read({reinterpret_cast<uint8_t*>(text.data()), text.size()}, handler));
   return handler.HasError() ? "<unreadable>" : text;
