@@ -1,8 +1,7 @@
 #include "store/AccessTableDataFile.h"
 
-#include <algorithm>
-#include <array>
 #include <span>
+#include <utility>
 
 #include "platform/Files.h"
 #include "store/FileNameManager.h"
@@ -12,22 +11,22 @@ namespace tolvane {
 
 namespace {
 
+constexpr size_t kCountBytes = 4;
 constexpr size_t kBufferBytes = 256 * 1024;
 // No system's path is longer; a list record that claims more names nothing.
 constexpr uint32_t kMaximumPathBytes = 2 * 65536;
 
-void PutCount(uint32_t count, std::vector<uint8_t>& out) {
-  for (int shift = 0; shift < 32; shift += 8) out.push_back(static_cast<uint8_t>(count >> shift));
+uint8_t* PutCount(uint32_t count, uint8_t* target) {
+  for (int shift = 0; shift < 32; shift += 8) *target++ = static_cast<uint8_t>(count >> shift);
+  return target;
 }
 
-void PutUnits(std::u16string_view units, std::vector<uint8_t>& out) {
-  const size_t start = out.size();
-  out.resize(start + units.size() * 2);
-  uint8_t* target = out.data() + start;
+uint8_t* PutUnits(std::u16string_view units, uint8_t* target) {
   for (const char16_t unit : units) {
     *target++ = static_cast<uint8_t>(unit);
     *target++ = static_cast<uint8_t>(unit >> 8);
   }
+  return target;
 }
 
 }  // namespace
@@ -46,40 +45,39 @@ bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   if (FileExists(path)) RemoveFile(path);
   if (!m_file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
     return false;
+  m_used = 0;  // values that came while no file was open belong to no table
   m_strPath = path;
   return true;
 }
 
 void CAccessTableDataFile::WriteValue(std::u16string_view text) {
   text = text.substr(0, kMaximumUnits);
-  if (m_buffer.capacity() < kBufferBytes) m_buffer.reserve(kBufferBytes);
-  if (kBufferBytes - m_buffer.size() < sizeof(uint32_t)) FlushBuffer();
-  PutCount(static_cast<uint32_t>(2 * text.size() + 1), m_buffer);
-  Append(text);
-  if (m_buffer.size() == kBufferBytes) FlushBuffer();
-  m_buffer.push_back(0);
+  PutCount(static_cast<uint32_t>(2 * text.size() + 1), MakeRoom(kCountBytes));
+  m_used += kCountBytes;
+  // In pieces of the buffer's size, so that a long text needs no second copy of itself.
+  do {
+    const size_t room = (kBufferBytes - m_used) / 2;
+    const std::u16string_view piece = text.substr(0, room);
+    PutUnits(piece, m_buffer.data() + m_used);
+    m_used += 2 * piece.size();
+    text.remove_prefix(piece.size());
+    if (!text.empty()) FlushBuffer();
+  } while (!text.empty());
+  *MakeRoom(1) = 0;
+  ++m_used;
 }
 
-// In pieces of the buffer's size, so that a long text needs no second copy of itself.
-void CAccessTableDataFile::Append(std::u16string_view text) {
-  while (!text.empty()) {
-    const size_t room = (kBufferBytes - m_buffer.size()) / 2;
-    const size_t piece = std::min(room, text.size());
-    PutUnits(text.substr(0, piece), m_buffer);
-    text.remove_prefix(piece);
-    if (!text.empty()) FlushBuffer();
-  }
+// Where the next bytes go, at most as many as the buffer holds.
+uint8_t* CAccessTableDataFile::MakeRoom(size_t bytes) {
+  if (m_buffer.empty()) m_buffer.resize(kBufferBytes);
+  if (kBufferBytes - m_used < bytes) FlushBuffer();
+  return m_buffer.data() + m_used;
 }
 
 void CAccessTableDataFile::FlushBuffer() {
-  if (m_buffer.empty()) return;
-  try {
-    m_file.Write(m_buffer);
-  } catch (const CFileCustException&) {
-    m_buffer.clear();
-    throw;
-  }
-  m_buffer.clear();
+  // Nothing stays buffered even if the write fails: what was written then cannot be told.
+  const std::span<const uint8_t> bytes(m_buffer.data(), std::exchange(m_used, 0));
+  if (!bytes.empty()) m_file.Write(bytes);
 }
 
 void CAccessTableDataFile::CloseDataFile() {
@@ -99,10 +97,9 @@ void CAccessTableDataFile::AppendOleFileName(std::u16string_view path) {
                  EFileCreation::OpenAlways))
     throw CFileCustException(list.GetLastErrorCode());
   const size_t count = path.size() + 1;
-  std::vector<uint8_t> record;
-  PutCount(static_cast<uint32_t>(count), record);
-  PutUnits(path, record);
-  record.resize(sizeof(uint32_t) + count);  // cuts the text's second half; for an empty path adds a zero byte
+  std::vector<uint8_t> record(kCountBytes + 2 * path.size() + 1);  // for an empty path a zero byte follows
+  PutUnits(path, PutCount(static_cast<uint32_t>(count), record.data()));
+  record.resize(kCountBytes + count);
   list.WriteAt(list.GetLength(), record);
 }
 

@@ -53,12 +53,13 @@ class CAccessTableDataFile {
   [[nodiscard]] uint32_t GetLastErrorCode() const { return m_file.GetLastErrorCode(); }
 
  private:
-  void Append(std::u16string_view text);
+  uint8_t* MakeRoom(size_t bytes);
   void FlushBuffer();
 
   std::u16string m_strPath;  // the file created last; empty until then
   CFileCust m_file;
   std::vector<uint8_t> m_buffer;
+  size_t m_used = 0;  // bytes of the buffer that are not written yet
 };
 
 }  // namespace tolvane

@@ -75,6 +75,10 @@ TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
   EXPECT_FALSE(file.CreateDataFile(7));
   EXPECT_NE(file.GetLastErrorCode(), kNoSystemError);
   EXPECT_EQ(file.GetPath(), InFolder(u"5"));
+  file.WriteValue(u"lost");
+  ASSERT_TRUE(file.CreateDataFile(8));
+  file.CloseDataFile();
+  EXPECT_EQ(GetFileLength(DataPath(8)), 0U) << "another table's value";
   EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(7));
   EXPECT_EQ(GetFileKind(InFolder(u"7")), EFileKind::Folder);
   EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(5));
