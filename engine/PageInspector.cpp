@@ -1,0 +1,234 @@
+#include "engine/PageInspector.h"
+
+#include <algorithm>
+
+#include "app/status/Status.h"
+#include "engine/AccessVersionHandler.h"
+#include "engine/DataReader.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kSlotCount = u"more rows than a page can hold";
+constexpr std::u16string_view kRowOrder = u"row offsets out of order";
+constexpr std::u16string_view kRowBounds = u"row offsets outside the page";
+constexpr std::u16string_view kFreeBytes = u"free space does not match the content";
+constexpr std::u16string_view kNoHeader = u"not a database header";
+constexpr std::u16string_view kUnknownType = u"unknown page type";
+constexpr std::u16string_view kNextPage = u"next page is not a definition";
+constexpr std::u16string_view kDefinitionCounts = u"definition counts cannot be true";
+constexpr std::u16string_view kOwnerGone = u"owner is no table definition";
+constexpr std::u16string_view kChainGone = u"no definition leads here";
+
+bool IsRunning() {
+  return CRepairingFileStatus::Instance().IsRunning();
+}
+
+bool IsZero(std::span<const uint8_t> page) {
+  return std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; });
+}
+
+bool HasOwner(EPageKind kind) {
+  return kind == EPageKind::Data || kind == EPageKind::EmptiedData || kind == EPageKind::IndexNode ||
+         kind == EPageKind::IndexLeaf;
+}
+
+}  // namespace
+
+std::u16string_view GetPageKindName(EPageKind kind) {
+  static constexpr std::array<std::u16string_view, static_cast<size_t>(EPageKind::Count_)> kNames{
+      u"header",     u"never written", u"table definition", u"definition, continued",
+      u"rows",       u"long values",   u"usage map rows",   u"index node",
+      u"index leaf", u"page map",      u"dropped table",    u"emptied rows",
+      u"unknown",    u"unreadable"};
+  return kind < EPageKind::Count_ ? kNames[static_cast<size_t>(kind)] : std::u16string_view{};
+}
+
+std::u16string_view GetPageVerdictName(EPageVerdict verdict) {
+  static constexpr std::array<std::u16string_view, static_cast<size_t>(EPageVerdict::Count_)> kNames{
+      u"ok", u"free", u"damaged", u"orphan", u"unreadable"};
+  return verdict < EPageVerdict::Count_ ? kNames[static_cast<size_t>(verdict)] : std::u16string_view{};
+}
+
+bool CPageInspector::Inspect(const std::u16string& path, const Sink& sink) {
+  m_totals = {};
+  m_kinds.clear();
+  m_layout = CAccessVersionHandler().IsJet4(path) ? &kJet4Layout : &kJet3Layout;
+  if (!m_reader.Open(path)) return false;
+  m_totals.isJet3 = m_layout->isJet3;
+  m_totals.pageSize = m_layout->pageSize;
+  m_totals.partialBytes = m_reader.GetLength() % m_layout->pageSize;
+  m_freePages.Load(m_reader, *m_layout);
+  const bool isDone = NoteKinds() && JudgePages(sink);
+  m_reader.Close();
+  return isDone;
+}
+
+bool CPageInspector::NoteKinds() {
+  const auto count = static_cast<size_t>(m_reader.GetPageCount(m_layout->pageSize));
+  m_kinds.assign(count, EPageKind::Unreadable);
+  m_isContinuation.assign(count, false);
+  std::vector<uint8_t> page(m_layout->pageSize);
+  for (size_t number = 0; number < count; number++) {
+    if (!IsRunning()) return false;
+    if (!m_reader.ReadPage(uint64_t{number} * page.size(), page)) continue;
+    m_kinds[number] = KindOf(page, number);
+    if (page[0] != kPageDefinition || page[1] != kPageFormatted || m_freePages.IsFree(number)) continue;
+    const uint32_t next = CDataReader::ReadUInt32(&page[kNextPageOffset]);
+    if (next != 0 && next < count) m_isContinuation[next] = true;
+  }
+  for (size_t number = 0; number < count; number++)
+    if (m_kinds[number] == EPageKind::Definition && m_isContinuation[number])
+      m_kinds[number] = EPageKind::DefinitionContinuation;
+  return true;
+}
+
+bool CPageInspector::JudgePages(const Sink& sink) {
+  std::vector<uint8_t> page(m_layout->pageSize);
+  for (uint64_t number = 0; number < m_kinds.size(); number++) {
+    if (!IsRunning()) return false;
+    SPageReport report{.page = number, .kind = EPageKind::Unreadable, .verdict = EPageVerdict::Unreadable};
+    if (m_reader.ReadPage(number * page.size(), page)) report = Judge(page, number);
+    m_totals.pages++;
+    m_totals.kinds[static_cast<size_t>(report.kind)]++;
+    m_totals.verdicts[static_cast<size_t>(report.verdict)]++;
+    sink(report);
+  }
+  return true;
+}
+
+EPageKind CPageInspector::KindOf(Page page, uint64_t number) const {
+  if (number == 0) return EPageKind::Header;
+  if (page[0] == kPageHeader && IsZero(page)) return EPageKind::Zero;
+  if (page[1] != kPageFormatted) return EPageKind::Unknown;
+  switch (page[0]) {
+    case kPageDefinition:
+      return KindOfDefinition(page);
+    case kPageIndexNode:
+      return EPageKind::IndexNode;
+    case kPageIndexLeaf:
+      return EPageKind::IndexLeaf;
+    case kPageMap:
+      return EPageKind::MapPage;
+    case kPageDroppedDefinition:
+      return EPageKind::DroppedDefinition;
+    case kPageEmptiedData:
+      return EPageKind::EmptiedData;
+    case kPageData:
+      break;
+    default:
+      return EPageKind::Unknown;
+  }
+  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  if (owner == kLongValueOwner) return EPageKind::LongValue;
+  return owner == kUsageMapOwner || owner == kGlobalMapPage ? EPageKind::UsageMap : EPageKind::Data;
+}
+
+EPageKind CPageInspector::KindOfDefinition(Page page) const {
+  const SDefinitionLayout& at = m_layout->definition;
+  const auto signature = std::span(at.signature).first(at.signatureLength);
+  if (!std::equal(signature.begin(), signature.end(), page.begin())) return EPageKind::Unknown;
+  const bool hasType = page[at.tableType] == kSystemTable || page[at.tableType] == kUserTable;
+  const bool hasMark = at.secondWord == 0 || CDataReader::ReadUInt32(&page[at.secondWord]) == kDefinitionMark;
+  return hasType && hasMark ? EPageKind::Definition : EPageKind::DefinitionContinuation;
+}
+
+EPageKind CPageInspector::NotedKind(uint64_t page) const {
+  return page < m_kinds.size() ? m_kinds[static_cast<size_t>(page)] : EPageKind::Unknown;
+}
+
+SPageReport CPageInspector::Judge(Page page, uint64_t number) const {
+  SPageReport report{.page = number, .kind = NotedKind(number)};
+  if (HasOwner(report.kind)) report.owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  if (m_freePages.IsFree(number)) {
+    report.verdict = EPageVerdict::Free;
+    return report;
+  }
+  report.reason = FindFault(page, report.kind);
+  if (!report.reason.empty()) {
+    report.verdict = EPageVerdict::Damaged;
+    return report;
+  }
+  report.reason = FindOwnerFault(report);
+  if (!report.reason.empty()) report.verdict = EPageVerdict::Orphan;
+  return report;
+}
+
+std::u16string_view CPageInspector::FindFault(Page page, EPageKind kind) const {
+  switch (kind) {
+    case EPageKind::Header:
+      return page[0] == kPageHeader && page[1] == kPageFormatted ? std::u16string_view{} : kNoHeader;
+    case EPageKind::Data:
+    case EPageKind::LongValue:
+    case EPageKind::UsageMap:
+    case EPageKind::EmptiedData:
+      return FindRowFault(page);
+    case EPageKind::IndexNode:
+    case EPageKind::IndexLeaf:
+      return FindIndexFault(page);
+    case EPageKind::Definition:
+    case EPageKind::DefinitionContinuation:
+      return FindDefinitionFault(page, kind);
+    case EPageKind::Unknown:
+      return kUnknownType;
+    default:
+      return {};
+  }
+}
+
+// Rows stand one below the other from the end of the page, and the free bytes lie between the last one and
+// the slots.
+std::u16string_view CPageInspector::FindRowFault(Page page) const {
+  const SDataPageLayout& at = m_layout->data;
+  const uint32_t slots = CDataReader::ReadUInt16(&page[at.slotCount]);
+  if (slots > at.MaximumSlots(m_layout->pageSize)) return kSlotCount;
+  const size_t tableEnd = at.slots + size_t{2} * slots;
+  size_t lowest = page.size();
+  for (uint32_t slot = 0; slot < slots; slot++) {
+    const size_t start = CDataReader::ReadUInt16(&page[at.slots + size_t{2} * slot]) & kSlotStart;
+    if (start > page.size() || start < tableEnd) return kRowBounds;
+    if (start > lowest) return kRowOrder;
+    lowest = start;
+  }
+  const bool isExact = CDataReader::ReadUInt16(&page[kFreeBytesOffset]) == lowest - tableEnd;
+  return isExact ? std::u16string_view{} : kFreeBytes;
+}
+
+// The last bit of the entry mask says where the last entry ends; the rest of the page is free.
+std::u16string_view CPageInspector::FindIndexFault(Page page) const {
+  const SIndexPageLayout& at = m_layout->indexPage;
+  uint32_t end = 0;
+  for (uint32_t byte = at.entries; byte-- > at.mask && end == 0;)
+    for (uint32_t bit = 8; bit-- > 0 && end == 0;)
+      if ((page[byte] >> bit & 1) != 0) end = (byte - at.mask) * 8 + bit;
+  if (end > m_layout->pageSize - at.entries) return kRowBounds;
+  const bool isExact =
+      CDataReader::ReadUInt16(&page[kFreeBytesOffset]) == m_layout->pageSize - at.entries - end;
+  return isExact ? std::u16string_view{} : kFreeBytes;
+}
+
+std::u16string_view CPageInspector::FindDefinitionFault(Page page, EPageKind kind) const {
+  const uint32_t next = CDataReader::ReadUInt32(&page[kNextPageOffset]);
+  if (next != 0 && NotedKind(next) != EPageKind::DefinitionContinuation) return kNextPage;
+  if (kind != EPageKind::Definition) return {};
+  const SDefinitionLayout& at = m_layout->definition;
+  const uint64_t columns = CDataReader::ReadUInt16(&page[at.columnCount]);
+  const uint64_t indexes = CDataReader::ReadUInt32(&page[at.realIndexCount]);
+  const uint64_t least = at.headerLength + indexes * (at.statisticsLength + m_layout->index.realSize) +
+                         columns * m_layout->column.size;
+  const bool isPossible = columns <= CDataReader::ReadUInt16(&page[at.highestColumn]) &&
+                          indexes <= CDataReader::ReadUInt32(&page[at.indexCount]) &&
+                          least <= CDataReader::ReadUInt32(&page[at.length]);
+  return isPossible ? std::u16string_view{} : kDefinitionCounts;
+}
+
+std::u16string_view CPageInspector::FindOwnerFault(const SPageReport& report) const {
+  if (report.kind == EPageKind::DefinitionContinuation)
+    return m_isContinuation[static_cast<size_t>(report.page)] ? std::u16string_view{} : kChainGone;
+  if (!HasOwner(report.kind) || report.kind == EPageKind::EmptiedData) return {};
+  const EPageKind owner = NotedKind(report.owner);
+  return owner == EPageKind::Definition ? std::u16string_view{} : kOwnerGone;
+}
+
+}  // namespace tolvane
