@@ -3,14 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
-#include <cmath>
-#include <iterator>
 #include <new>
-#include <string_view>
 
+#include "engine/CalculatedValue.h"
 #include "engine/DataConversion.h"
 #include "engine/DataReader.h"
+#include "engine/NumberText.h"
 #include "platform/CodePage.h"
 
 namespace tolvane {
@@ -44,57 +42,6 @@ size_t WidthOf(uint8_t type) {
   }
 }
 
-void AppendAscii(std::string_view ascii, std::u16string& text) {
-  for (const char c : ascii) text += static_cast<char16_t>(c);
-}
-
-void AppendInteger(int64_t value, std::u16string& text) {
-  std::array<char, 24> digits;
-  const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  AppendAscii({digits.data(), static_cast<size_t>(end - digits.data())}, text);
-}
-
-void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
-  if (std::isnan(value)) {
-    text += u"nan";
-    return;
-  }
-  std::array<char, 400> digits;  // the largest double has 309 digits before its point
-  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
-                                     std::chars_format::fixed, static_cast<int>(std::min(decimals, 40u)));
-  AppendAscii({digits.data(), static_cast<size_t>(written.ptr - digits.data())}, text);
-}
-
-// Digits of a signed number, each with a minus sign of its own where the number is negative; none for zero.
-void AppendSignedDigits(int64_t value, std::u16string& text) {
-  std::array<char16_t, 40> reversed;
-  size_t count = 0;
-  for (; value != 0; value /= 10) {
-    const auto digit = static_cast<int>(value % 10);
-    reversed[count++] = static_cast<char16_t>(u'0' + std::abs(digit));
-    if (digit < 0) reversed[count++] = u'-';
-  }
-  text.append(std::make_reverse_iterator(reversed.begin() + static_cast<ptrdiff_t>(count)), reversed.rend());
-}
-
-// Digits of the 128-bit number whose words come most significant first; at least `minimum` of them.
-void AppendWideDigits(std::array<uint32_t, 4> words, size_t minimum, std::u16string& text) {
-  std::u16string reversed;
-  const auto isZero = [&] {
-    return std::all_of(words.begin(), words.end(), [](uint32_t w) { return w == 0; });
-  };
-  while (!isZero() || reversed.size() < minimum) {
-    uint64_t rest = 0;
-    for (uint32_t& word : words) {
-      const uint64_t part = rest << 32 | word;
-      word = static_cast<uint32_t>(part / 10);
-      rest = part % 10;
-    }
-    reversed += static_cast<char16_t>(u'0' + rest);
-  }
-  text.append(reversed.rbegin(), reversed.rend());
-}
-
 class CMemoSink : public CLongValueSink {
  public:
   explicit CMemoSink(CTextDecoder& decoder) : m_decoder(decoder) {}
@@ -117,7 +64,8 @@ void CFieldDecoder::SetTable(const CAccessTable& table, uint32_t codePage) {
   m_columns.clear();
   for (const CAccessColumn& column : table.columns) {
     m_columns.push_back(MakeField(column, codePage));
-    if (!column.IsFixed() && column.type != kTypeBoolean)
+    const bool isInMask = column.type == kTypeBoolean && !IsCalculated(column);
+    if (!column.IsFixed() && !isInMask)
       m_shape.firstVariableNumber = std::min<uint32_t>(m_shape.firstVariableNumber, column.number);
   }
 }
@@ -126,22 +74,24 @@ CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint
   const size_t known = WidthOf(column.type);
   const size_t unit = column.type == kTypeText ? m_layout.textUnitWidth : 1;
   const bool isNamed = column.codePage != 0 && IsCodePageKnown(column.codePage);
-  return {
-      .type = column.type,
-      .scale = column.GetScale(),
-      .isFixed = column.IsFixed(),
-      .number = column.number,
-      .place = column.IsFixed() ? column.fixedOffset : column.variableIndex,
-      .width = known != 0 ? known : column.length * unit,
-      .needed = column.type == kTypeDecimal ? kDecimalLowWords : known,
-      .coding = {.isUtf16 = m_layout.textUnitWidth == 2, .codePage = isNamed ? column.codePage : codePage}};
+  SField field{};
+  field.type = column.type;
+  field.scale = column.GetScale();
+  field.isFixed = column.IsFixed();
+  field.isCalculated = IsCalculated(column);
+  field.number = column.number;
+  field.place = column.IsFixed() ? column.fixedOffset : column.variableIndex;
+  field.width = known != 0 ? known : column.length * unit;
+  if (!field.isCalculated) field.needed = column.type == kTypeDecimal ? kDecimalLowWords : known;
+  field.coding = {.isUtf16 = m_layout.textUnitWidth == 2, .codePage = isNamed ? column.codePage : codePage};
+  return field;
 }
 
 EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, std::u16string& text) {
   text.clear();
   const SField& field = m_columns[column];
   const bool isPresent = frame.IsPresent(field.number);
-  if (field.type == kTypeBoolean) {
+  if (field.type == kTypeBoolean && !field.isCalculated) {
     text = isPresent ? u"True" : u"False";
     return EFieldResult::Decoded;
   }
@@ -149,7 +99,7 @@ EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, std::u
   const CRowFrame::Field bytes =
       field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
   if (!bytes || bytes->size() < field.needed) return EFieldResult::Broken;
-  return DecodeBytes(field, *bytes, text);
+  return field.isCalculated ? DecodeCalculated(field, *bytes, text) : DecodeBytes(field, *bytes, text);
 }
 
 EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uint8_t> bytes,
@@ -211,13 +161,27 @@ EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uin
   return EFieldResult::Decoded;
 }
 
+EFieldResult CFieldDecoder::DecodeCalculated(const SField& field, std::span<const uint8_t> bytes,
+                                             std::u16string& text) {
+  if (field.type == kTypeMemo) return DecodeMemo(field, bytes, text);
+  const auto result = UnwrapCalculated(bytes);
+  if (!result) return EFieldResult::Broken;
+  if (field.type == kTypeText || field.type == kTypeBinary) return DecodeBytes(field, *result, text);
+  if (result->empty() || AppendCalculated(field.type, *result, m_rules, text)) return EFieldResult::Decoded;
+  return EFieldResult::Broken;
+}
+
 EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint8_t> bytes,
                                        std::u16string& text) {
   m_text.Begin(field.coding, text);
   CMemoSink sink(m_text);
+  CUnwrappingSink unwrap(sink);
   bool isWhole = false;
   try {
-    isWhole = m_longValues.Read(bytes, sink);
+    if (field.isCalculated)
+      isWhole = m_longValues.Read(bytes, unwrap) && unwrap.IsWhole();
+    else
+      isWhole = m_longValues.Read(bytes, sink);
     m_text.End();
   } catch (const std::bad_alloc&) {
     isWhole = false;  // what fitted into memory stays
@@ -235,20 +199,14 @@ EFieldResult CFieldDecoder::DecodeOle(std::span<const uint8_t> bytes, std::u16st
 void CFieldDecoder::DecodeDecimal(const SField& field, std::span<const uint8_t> bytes,
                                   std::u16string& text) const {
   const auto word = [&](size_t fromEnd) { return CDataReader::ReadUInt32(&bytes[bytes.size() - fromEnd]); };
-  size_t digits = 0;
   if (m_rules.decimalLowWordsOnly || bytes.size() < kDecimalBytes) {
     const uint64_t value = uint64_t{word(8)} << 32 | word(4);
     AppendSignedDigits(static_cast<int64_t>(value), text);
-    digits = text.size();
+    if (field.scale != 0 && field.scale <= text.size()) text.insert(text.size() - field.scale, 1, u'.');
   } else {
-    const std::array<uint32_t, 4> words{word(16), word(12), word(8), word(4)};
-    const bool isZero = std::all_of(words.begin(), words.end(), [](uint32_t w) { return w == 0; });
-    if (bytes[bytes.size() - kDecimalBytes] != 0 && !isZero) text += u'-';
-    const size_t sign = text.size();
-    AppendWideDigits(words, size_t{field.scale} + 1, text);
-    digits = text.size() - sign;
+    const bool isNegative = bytes[bytes.size() - kDecimalBytes] != 0;
+    AppendWideDecimal(isNegative, {word(16), word(12), word(8), word(4)}, field.scale, text);
   }
-  if (field.scale != 0 && field.scale <= digits) text.insert(text.size() - field.scale, 1, u'.');
 }
 
 }  // namespace tolvane

@@ -13,6 +13,7 @@
 //   15              GUID in braces
 //   16              decimal digits with the column's scale
 //   others          "Default " and the type code
+// Calculated columns: the text of their result.
 #pragma once
 
 #include <cstddef>
@@ -61,6 +62,7 @@ class CFieldDecoder {
     uint8_t type;
     uint8_t scale;
     bool isFixed;
+    bool isCalculated;
     uint32_t number;
     size_t place;   // offset in the fixed area, or variable index
     size_t width;   // bytes of a fixed field
@@ -70,6 +72,7 @@ class CFieldDecoder {
 
   [[nodiscard]] SField MakeField(const CAccessColumn& column, uint32_t codePage) const;
   EFieldResult DecodeBytes(const SField& field, std::span<const uint8_t> bytes, std::u16string& text);
+  EFieldResult DecodeCalculated(const SField& field, std::span<const uint8_t> bytes, std::u16string& text);
   EFieldResult DecodeMemo(const SField& field, std::span<const uint8_t> bytes, std::u16string& text);
   EFieldResult DecodeOle(std::span<const uint8_t> bytes, std::u16string& text);
   void DecodeDecimal(const SField& field, std::span<const uint8_t> bytes, std::u16string& text) const;

@@ -156,6 +156,50 @@ TEST_F(FieldDecoder, AVariableNumberThatIsTooShortIsNoNumber) {
   EXPECT_TRUE(data->GetLedger().IsClean());
 }
 
+TEST_F(FieldDecoder, CalculatedColumnsShowTheirResult) {
+  const auto decode = [&](uint8_t type, const std::string& result) {
+    Start(kJet4Layout);
+    AddVariable(type, 0, 0).extendedFlags = 0xC0;
+    Bytes row = Joined(Hex("0100"), Bytes(16, 0));
+    const Bytes bytes = Hex(result);
+    row = Joined(Joined(row, Little(bytes.size(), 4)), Joined(bytes, Bytes(3, 0)));
+    const Texts texts = Decode(Joined(row, Bytes{static_cast<uint8_t>(row.size()), 0, 2, 0, 1, 0, 1}));
+    return texts.size() == 1 ? texts[0] : "no row";
+  };
+  EXPECT_EQ(decode(kTypeText, "fffe5761796e652c204272756365"), "Wayne, Bruce");
+  EXPECT_EQ(decode(kTypeText, ""), "");
+  EXPECT_EQ(decode(kTypeLong, "0c000000"), "12");
+  EXPECT_EQ(decode(kTypeInteger, "ff"), "-1");  // a yes/no result
+  EXPECT_EQ(decode(kTypeBoolean, "ff"), "True");
+  EXPECT_EQ(decode(kTypeByte, "ff"), "255");
+  EXPECT_EQ(decode(kTypeDouble, "55a8ab3100000000"), "83333.3333");  // a currency result
+  EXPECT_EQ(decode(kTypeDouble, "bffcffffffffffff"), "-0.0833");
+  EXPECT_EQ(decode(kTypeDouble, "000000000000f03f"), "1.00000");
+  EXPECT_EQ(decode(kTypeDouble, "0e000a0000000000ec04b01fe7ae0000"), "19230.7692307692");
+  EXPECT_EQ(decode(kTypeDecimal, "0000068000000000f8b4280200000000"), "-36.222200");
+  EXPECT_EQ(decode(kTypeDecimal, "59732145"), "2583.20923");  // a single result
+  EXPECT_EQ(decode(kTypeDate, "0000000080bee540"), "12/02/2021 ");
+  EXPECT_TRUE(data->GetLedger().IsClean());
+  EXPECT_EQ(decode(kTypeLong, "0c0000"), "");
+  EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
+}
+
+TEST_F(FieldDecoder, ACalculatedMemoIsWrappedInsideItsLongValue) {
+  Start(kJet4Layout);
+  AddVariable(kTypeMemo, 0, 0).extendedFlags = 0xC0;
+  const auto decode = [&](const char* length) {
+    Bytes row = Joined(Hex("0100 1d000080 00000000 00000000"), Bytes(16, 0));
+    row = Joined(row, Hex(std::string(length) + "44006f006500 000000"));
+    return Decode(Joined(row, Bytes{static_cast<uint8_t>(row.size()), 0, 2, 0, 1, 0, 1}));
+  };
+  EXPECT_EQ(decode("06000000"), Texts{"Doe"});
+  EXPECT_EQ(decode("04000000"), Texts{"Do"});
+  EXPECT_EQ(decode("00000000"), Texts{""});
+  EXPECT_TRUE(data->GetLedger().IsClean());
+  EXPECT_EQ(decode("ffffff7f").at(0).substr(0, 3), "Doe");
+  EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
+}
+
 TEST_F(FieldDecoder, Jet3FixedTextHasOneByteACharacter) {
   Start(kJet3Layout);
   AddFixed(kTypeText, 0, 0, 2);

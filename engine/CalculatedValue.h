@@ -1,0 +1,55 @@
+// Values of calculated columns. The stored result is wrapped; the column's type is only a storage class, and
+// the result's own type shows in its length.
+//
+//   0   16 bytes, 0          20  the result
+//   16  u32 length            then 3 bytes, 0
+//
+//   length   result
+//   1        yes/no (FF or 00) or byte
+//   2, 4     number; 4 bytes in a column of a floating or decimal class are a single
+//   8        currency, date or double; a currency in a double column shows as a double that no calculation
+//            gives, since its high bits are all equal
+//   16       decimal (u16, u8 scale, u8 sign, u32 high, u64 low) or GUID
+//   texts and binary data have any length; memos are wrapped inside their long value
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "engine/LongValueReader.h"
+#include "model/AccessColumn.h"
+#include "model/RecoveryRules.h"
+
+namespace tolvane {
+
+bool IsCalculated(const CAccessColumn& column);
+
+// The result without its wrapper, empty for null; nothing when the wrapper does not fit.
+std::optional<std::span<const uint8_t>> UnwrapCalculated(std::span<const uint8_t> field);
+
+// Appends the text of a result that is neither text nor binary, as a column of the type `type` carries it.
+// False: no result of any known type.
+bool AppendCalculated(uint8_t type, std::span<const uint8_t> result, const SRecoveryRules& rules,
+                      std::u16string& text);
+
+// Hands on the result inside a wrapped long value.
+class CUnwrappingSink : public CLongValueSink {
+ public:
+  explicit CUnwrappingSink(CLongValueSink& next) : m_next(next) {}
+  void Take(std::span<const uint8_t> bytes) override;
+  // The result was there as a whole.
+  [[nodiscard]] bool IsWhole() const;
+
+ private:
+  static constexpr size_t kHead = 20;
+  CLongValueSink& m_next;
+  std::array<uint8_t, kHead> m_head{};
+  size_t m_headBytes = 0;
+  size_t m_left = 0;
+};
+
+}  // namespace tolvane
