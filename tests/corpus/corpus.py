@@ -2,6 +2,7 @@
 table that each test prints."""
 import argparse
 import collections
+import itertools
 import json
 import os
 import subprocess
@@ -79,9 +80,22 @@ class Verdict:
         self.errors.append(text)
 
 
-def multiset(rows, keep):
-    """Rows as a multiset of the columns at `keep`."""
-    return collections.Counter(tuple(row[i] for i in keep) for row in rows)
+def differences(want, have):
+    """(missing, extra) as multisets of rows. `want` holds a tuple of acceptable values for each cell, `have` values."""
+    have = collections.Counter(tuple(row) for row in have)
+    missing = collections.Counter()
+    for cells in want:
+        for row in itertools.product(*cells):
+            if have[row] > 0:
+                have[row] -= 1
+                break
+        else:
+            missing[tuple(cell[0] for cell in cells)] += 1
+    return missing, +have
+
+
+def pick(row, keep):
+    return [row[i] for i in keep]
 
 
 def first_difference(missing, extra):
@@ -133,4 +147,4 @@ def open_pages(path):
 
 
 def parse_json_lines(output):
-    return [json.loads(line) for line in output.decode('utf-8').splitlines() if line]
+    return [json.loads(line) for line in output.decode('utf-8').split('\n') if line]

@@ -129,11 +129,11 @@ def find_table(output, source, want, keep):
     names = [column.name for column in source.columns]
     candidates = [source.name] if source.name in output.seen else [
         name for name in output.seen if name.startswith('RecoveredTable') and output.column_names(name) == names]
-    best = (None, want)
+    best = (None, None)
     for name in candidates:
         if sorted(output.seen[name].columns) != sorted(names):
             continue
-        missing = want - corpus.multiset(repaired.found_rows(output.seen[name], source), keep)
+        missing, _ = corpus.differences(want, repaired.found_rows(output.seen[name], source, keep))
         if best[0] is None or sum(missing.values()) < sum(best[1].values()):
             best = (name, missing)
     return best
@@ -146,7 +146,7 @@ def check_table(verdict, output, source, matched, damage):
     rows = surviving(matched, damage)
     whole, source.rows = source.rows, rows
     keep = source.compared_columns()
-    want = corpus.multiset(source.expected_rows(), keep)
+    want = source.expected_rows(keep)
     name, missing = find_table(output, source, want, keep)
     source.rows = whole
     verdict.tables += 1

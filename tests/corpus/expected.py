@@ -1,12 +1,13 @@
 """What a repair by the standard rules must make of a value that an independent reader sees in the healthy file.
 
-export_text: the text that `tolvane export` shows.     saved_value: what a reader must find in the repaired database.
+export_texts: the text that `tolvane export` shows.     saved_values: what a reader must find in the repaired database.
 
 The rules are the documented ones (docs/limits.md); each is written here once, from the value alone, never from
 the program's output. SKIP marks a cell that is not compared; skip_reason says by which rule.
 """
 import datetime
 import decimal
+import re
 import struct
 
 from pages import TYPE_BOOLEAN, TYPE_MEMO, TYPE_OLE, TYPE_TEXT
@@ -18,6 +19,7 @@ KNOWN = {TYPE_BOOLEAN, BYTE, INTEGER, LONG, CURRENCY, SINGLE, DOUBLE, DATE, BINA
          GUID, DECIMAL, COMPLEX_KEY}
 SKIP = object()
 ZERO_DAY = datetime.datetime(1899, 12, 30)
+UNDEFINED = {code: '?' for code in (0x81, 0x8D, 0x8F, 0x90, 0x9D, 0xFFFD)}
 MINUS_AND_DIGITS = set('-0123456789')
 
 
@@ -32,9 +34,23 @@ def skip_reason(column):
     return None
 
 
-def date_text(value):
-    """Month first, twelve hours, rounded to seconds; midnight leaves only the blank, the zero day only the time."""
-    moment = value + datetime.timedelta(milliseconds=500)
+def stored_moments(value):
+    """The moments to the second that a date may be shown as: two where the reader's milliseconds do not tell.
+
+    Readers count the time of day of a date before the zero day backwards; the program counts it forwards.
+    """
+    days = (value - ZERO_DAY) / datetime.timedelta(days=1)
+    if days < 0:
+        whole = int(days)
+        value = ZERO_DAY + datetime.timedelta(days=whole) + datetime.timedelta(days=whole - days)
+    late = (value + datetime.timedelta(milliseconds=500)).replace(microsecond=0)
+    if value.microsecond // 1000 in (499, 500):
+        return late, late - datetime.timedelta(seconds=1), late + datetime.timedelta(seconds=1)
+    return (late,)
+
+
+def date_text(moment):
+    """Month first, twelve hours; midnight leaves only the blank, the zero day only the time."""
     day = '%02d/%02d/%04d ' % (moment.month, moment.day, moment.year)
     if (moment.hour, moment.minute, moment.second) == (0, 0, 0):
         return '12:00:00 AM' if moment.date() == ZERO_DAY.date() else day
@@ -72,8 +88,15 @@ def single(value):
     return struct.unpack('<f', struct.pack('<f', float(value)))[0]
 
 
+def export_texts(value, column):
+    """The texts that `tolvane export` may show for `value`, in the readers' plain form: nearly always one."""
+    if column.type == DATE and isinstance(value, datetime.datetime):
+        return [date_text(moment) for moment in stored_moments(value)]
+    return [export_text(value, column)]
+
+
 def export_text(value, column):
-    """`value` in the readers' plain form; None becomes the empty text."""
+    """The text of a value of any type but a date; None becomes the empty text."""
     if column.type == TYPE_BOOLEAN:
         return 'True' if value else 'False'
     if value is None:
@@ -84,8 +107,6 @@ def export_text(value, column):
         return '%.4f' % decimal.Decimal(value)
     if column.type in (SINGLE, DOUBLE):
         return '%.5f' % (single(value) if column.type == SINGLE else float(value))
-    if column.type == DATE:
-        return date_text(value)
     if column.type == BINARY:
         return bytes_text(value)
     if column.type == TYPE_OLE:
@@ -112,7 +133,19 @@ def from_mdbtools(text, column):
             return text
     if column.type in (BINARY, TYPE_OLE):
         return bytes.fromhex(text)
+    if column.type == GUID and not text.startswith('{'):
+        return bytes.fromhex(text).decode('ascii')  # its text, as hex digits
     return text
+
+
+def without_undefined(text):
+    """Jet 3 texts: the five bytes that Windows-1252 does not define are kept by the program, replaced by readers."""
+    return text.translate(UNDEFINED)
+
+
+def as_mdbtools(text):
+    """mdbtools ends a text at its first zero unit and does not know surrogate pairs."""
+    return re.sub('[\U00010000-\U0010FFFF]', '??', text.partition('\0')[0])
 
 
 def _rounded(value, digits):
@@ -121,9 +154,14 @@ def _rounded(value, digits):
     return '0' if float(text) == 0 else text
 
 
-def saved_value(value, column):
-    """What a reader finds in the repaired database, in one comparable form; None is an empty field."""
-    text = export_text(value, column)
+def saved_values(value, column):
+    """What a reader may find in the repaired database, in one comparable form; None is an empty field."""
+    if column.type == DATE and isinstance(value, datetime.datetime):
+        return stored_moments(value)
+    return (_saved_value(export_text(value, column), column, value),)
+
+
+def _saved_value(text, column, value):
     if column.type == TYPE_BOOLEAN:
         return bool(value)
     if text is SKIP or text == '':
@@ -136,8 +174,6 @@ def saved_value(value, column):
         return _rounded(text, 13)
     if column.type == DECIMAL:
         return _rounded(text, 13) if MINUS_AND_DIGITS.issuperset(text.replace('.', '')) and '-' not in text[1:] else None
-    if column.type == DATE:
-        return (value + datetime.timedelta(milliseconds=500)).replace(microsecond=0)
     return text
 
 
@@ -146,7 +182,7 @@ SAVED_TYPES = {BINARY: TYPE_OLE, DECIMAL: DOUBLE, COMPLEX_KEY: TYPE_TEXT}
 
 
 def found_value(value, column):
-    """A reader's value in the repaired database in the form of saved_value; `column` is the source's."""
+    """A reader's value in the repaired database in the form of saved_values; `column` is the source's."""
     if column.type == TYPE_BOOLEAN:
         return bool(value)
     if value is None or value is COMPLEX or value in ('', b''):
@@ -156,9 +192,7 @@ def found_value(value, column):
     if column.type in (DOUBLE, DECIMAL):
         return _rounded(value, 13)
     if column.type == DATE:
-        if not isinstance(value, datetime.datetime):
-            return value
-        return (value + datetime.timedelta(milliseconds=500)).replace(microsecond=0)
+        return stored_moments(value)[0] if isinstance(value, datetime.datetime) else value
     if column.type in (CURRENCY, GUID, TYPE_OLE):
         return export_text(value, column)
     return value
@@ -174,4 +208,4 @@ def saved_skip_reason(column):
 def is_empty_row(values, columns):
     """A row of which nothing is saved."""
     return all(column.type not in (TYPE_BOOLEAN, COMPLEX_KEY) and column.type in KNOWN and not column.is_calculated
-               and export_text(value, column) == '' for value, column in zip(values, columns))
+               and (value is None or export_text(value, column) == '') for value, column in zip(values, columns))

@@ -9,6 +9,7 @@ DATA, DEFINITION, INDEX_NODE, INDEX_LEAF, BITMAP = 1, 2, 3, 4, 5
 SLOT_HIDDEN, SLOT_POINTER, SLOT_START = 0x8000, 0x4000, 0x1FFF
 TYPE_BOOLEAN, TYPE_TEXT, TYPE_OLE, TYPE_MEMO = 1, 10, 11, 12
 CATALOGUE_PAGE = 2
+TABLE_TYPE = 40  # offset of "S" or "N" in a Jet 4 definition
 
 
 class Unreadable(Exception):
@@ -84,6 +85,10 @@ class Pages:
 
     def pages_of_type(self, *types):
         return [number for number in range(1, self.count) if self.type_of(number) in types]
+
+    def first_definition_pages(self):
+        """Pages that look like the beginning of a table definition, in use or not (Jet 4 and later)."""
+        return [n for n in self.pages_of_type(DEFINITION) if self.page(n)[TABLE_TYPE] in b'SN']
 
     def usage_map_pages(self):
         """Pages that hold nothing but usage maps: bitmap pages, and data pages without an owner."""

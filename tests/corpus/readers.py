@@ -30,7 +30,7 @@ def run(command, limit=300, environment=None):
     """(exit status, standard output); a reader that hangs counts as one that failed."""
     try:
         done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=limit, check=False,
-                              env=dict(os.environ, **(environment or {})))
+                              env=dict(os.environ, LC_ALL='C.UTF-8', **(environment or {})))
     except subprocess.TimeoutExpired:
         return -1, b''
     return done.returncode, done.stdout

@@ -2,10 +2,10 @@
 import collections
 import os
 
+import corpus
 import expected
 import pages
 import readers
-from corpus import multiset
 
 
 class SourceTable:
@@ -17,9 +17,9 @@ class SourceTable:
         order = [seen.columns.index(column.name) for column in self.columns]
         self.rows = [[row[i] for i in order] for row in seen.rows]
 
-    def expected_rows(self):
-        """Rows that must be saved, in the form of expected.saved_value."""
-        return [[expected.saved_value(value, column) for value, column in zip(row, self.columns)]
+    def expected_rows(self, keep):
+        """Rows that must be saved: for each compared column, the values that may be found."""
+        return [[expected.saved_values(row[i], self.columns[i]) for i in keep]
                 for row in self.rows if not expected.is_empty_row(row, self.columns)]
 
     def compared_columns(self, verdict=None):
@@ -80,17 +80,22 @@ class RepairedDatabase:
         return from_mdbtools(exported, self.local[name].columns) if exported else None
 
 
-def found_rows(view, source):
-    """A reader's rows of the output in the form and order of the source's columns."""
-    order = [view.columns.index(column.name) for column in source.columns]
-    return [[expected.found_value(row[i], column) for i, column in zip(order, source.columns)] for row in view.rows]
+def found_rows(view, source, keep):
+    """A reader's rows of the output, the compared columns in the order of the source's."""
+    columns = corpus.pick(source.columns, keep)
+    order = [view.columns.index(column.name) for column in columns]
+    return [[expected.found_value(row[i], column) for i, column in zip(order, columns)] for row in view.rows]
 
 
-def compare(source, view, keep, freed_rows):
-    """(missing, extra) as multisets; as many extra rows as freed pages hold are no difference."""
-    want = multiset(source.expected_rows(), keep)
-    have = multiset(found_rows(view, source), keep)
-    missing, extra = want - have, have - want
+def compare(source, view, keep, freed_rows, as_shown=lambda text: text):
+    """(missing, extra) as multisets; as many extra rows as freed pages hold are no difference. `as_shown` is what the
+    reader makes of texts."""
+    def shown(value):
+        return as_shown(value) if isinstance(value, str) else value
+
+    want = [[[shown(value) for value in values] for values in row] for row in source.expected_rows(keep)]
+    have = [[shown(value) for value in row] for row in found_rows(view, source, keep)]
+    missing, extra = corpus.differences(want, have)
     if sum(extra.values()) <= freed_rows:
         extra = collections.Counter()
     return missing, extra
