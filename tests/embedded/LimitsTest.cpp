@@ -1,0 +1,230 @@
+// What the engine refuses, with which error, and that a refusal leaves everything else as it was.
+#include <gtest/gtest.h>
+
+#include "tests/embedded/DatabaseFixture.h"
+#include "writer/embedded/PageFile.h"
+#include "writer/embedded/UsageMap.h"
+
+namespace tolvane::test {
+namespace {
+
+class Limits : public DatabaseFixture {
+ protected:
+  std::unique_ptr<CDaoTableDef> NewTable(std::u16string_view name) {
+    std::unique_ptr<CDaoTableDef> table;
+    ExpectOk(m_database->CreateTableDef(name, 0, u"", u"", table));
+    return table;
+  }
+};
+
+TEST_F(Limits, NamesThatTheFormatDoesNotTake) {
+  Create();
+  auto table = NewTable(u"T");
+  std::unique_ptr<CDaoTableDef> other;
+  for (const std::u16string& name :
+       {std::u16string(), std::u16string(65, u'x'), std::u16string(u" x"), std::u16string(u"a.b"),
+        std::u16string(u"a!"), std::u16string(u"`a"), std::u16string(u"[a"), std::u16string(u"a]"),
+        std::u16string(u"a\nb"), std::u16string(1, u'\0')}) {
+    EXPECT_EQ(table->CreateField(name, kDaoLong, 4, 0x21).code, EDaoError::InvalidName) << ToUtf8(name);
+    EXPECT_EQ(m_database->CreateTableDef(name, 0, u"", u"", other).code, EDaoError::InvalidName)
+        << ToUtf8(name);
+  }
+  const std::u16string odd(64, char16_t{0xD800});
+  for (const std::u16string& name : {odd, std::u16string(u"a b'\"#"), std::u16string(u"\u0416")})
+    ExpectOk(table->CreateField(name, kDaoLong, 4, 0x21));
+  ExpectOk(table->Append());
+  EXPECT_EQ(CloseAndCheck().Read(u"T").columns[0].name, odd);
+}
+
+TEST_F(Limits, TheSameNameTwice) {
+  Create();
+  ExpectOk(AddTable(u"\u00C4pfel", {{u"N", kDaoLong}}));
+  EXPECT_EQ(AddTable(u"\u00E4PFEL ", {{u"N", kDaoLong}}).code, EDaoError::TableExists);
+  EXPECT_EQ(AddTable(u"msysobjects", {{u"N", kDaoLong}}).code, EDaoError::TableExists);
+  ExpectOk(AddTable(u"Apfel", {{u"N", kDaoLong}}));
+  auto table = NewTable(u"T");
+  ExpectOk(table->CreateField(u"Name", kDaoLong, 4, 0x21));
+  EXPECT_EQ(table->CreateField(u"NAME", kDaoText, 4, 0x22).code, EDaoError::DuplicateField);
+  ExpectOk(table->Append());
+  CFileWalker walker = CloseAndCheck();
+  EXPECT_EQ(walker.Read(u"T").columns.size(), 1u);
+  EXPECT_EQ(walker.Read(u"MSysObjects").rows.size(), 11u);
+}
+
+TEST_F(Limits, FieldsThatATableDoesNotTake) {
+  Create();
+  auto table = NewTable(u"T");
+  EXPECT_EQ(table->Append().code, EDaoError::InvalidArgument) << "no fields";
+  EXPECT_EQ(table->CreateField(u"A", 13, 0, 0x21).code, EDaoError::InvalidDataType);
+  EXPECT_EQ(table->CreateField(u"A", kDaoText, 256, 0x22).code, EDaoError::InvalidArgument);
+  EXPECT_EQ(table->CreateField(u"A", kDaoText, 10, kDaoAutoIncrement).code, EDaoError::InvalidDataType);
+  ExpectOk(table->CreateField(u"A", kDaoLong, 4, kDaoAutoIncrement));
+  EXPECT_EQ(table->CreateField(u"B", kDaoLong, 4, kDaoAutoIncrement).code, EDaoError::InvalidArgument);
+  for (uint64_t i = 1; i < 255; i++) ExpectOk(table->CreateField(u"F" + ToDecimal(i), kDaoGuid, 16, 0x21));
+  EXPECT_EQ(table->CreateField(u"Last", kDaoLong, 4, 0x21).code, EDaoError::TooManyFields);
+  EXPECT_EQ(table->Append().code, EDaoError::RecordTooLarge) << "254 GUIDs fill more than a page";
+  EXPECT_EQ(CloseAndCheck().PageCount(), 19u);
+}
+
+TEST_F(Limits, IndexesThatATableDoesNotTake) {
+  Create();
+  auto table = NewTable(u"T");
+  for (uint64_t i = 0; i < 12; i++) ExpectOk(table->CreateField(u"F" + ToDecimal(i), kDaoLong, 4, 0x21));
+  CDaoIndexInfo index;
+  index.name = u"I";
+  EXPECT_EQ(table->CreateIndex(index).code, EDaoError::InvalidArgument) << "no fields";
+  index.fields = {{u"f3"}, {u"X"}};
+  EXPECT_EQ(table->CreateIndex(index).code, EDaoError::ItemNotFound);
+  index.fields.clear();
+  for (uint64_t i = 0; i < 11; i++) index.fields.push_back({u"F" + ToDecimal(i)});
+  EXPECT_EQ(table->CreateIndex(index).code, EDaoError::InvalidArgument) << "eleven fields";
+  index.fields.pop_back();
+  for (uint64_t i = 0; i < 32; i++) {
+    index.name = u"I" + ToDecimal(i);
+    ExpectOk(table->CreateIndex(index));
+    EXPECT_NE(table->CreateIndex(index).code, EDaoError::None) << "the same name twice";
+  }
+  index.name = u"One more";
+  EXPECT_EQ(table->CreateIndex(index).code, EDaoError::InvalidArgument);
+  ExpectOk(table->Append());
+  CloseAndCheck();
+}
+
+TEST_F(Limits, RecordsThatDoNotFit) {
+  Create();
+  std::vector<SField> fields(20, {u"", kDaoText, 255, 0x22});
+  std::vector<std::u16string> names;
+  for (uint64_t i = 0; i < fields.size(); i++) names.push_back(u"F" + ToDecimal(i));
+  for (size_t i = 0; i < fields.size(); i++) fields[i].name = names[i];
+  fields.push_back({u"Binary", kDaoLongBinary, 0, 0x22});
+  ExpectOk(AddTable(u"T", fields));
+  OpenTable(u"T");
+  std::vector<std::u16string> values(8, std::u16string(248, u'\u0416'));
+  ExpectOk(AddRow(values));
+  values.push_back(u"\u0416");
+  ExpectOk(AddRow(values));
+  values.back().append(30, u'\u0416');
+  EXPECT_EQ(AddRow(values).code, EDaoError::RecordTooLarge);
+  EXPECT_EQ(m_recordset->Update().code, EDaoError::NoAddNew) << "the record is gone";
+  EXPECT_EQ(AddRow({std::u16string(256, u'a')}).code, EDaoError::FieldTooSmall);
+  ExpectOk(m_recordset->SetFieldValue(0, u"short enough"));
+  EXPECT_EQ(m_recordset->SetFieldValue(21, u"x").code, EDaoError::ItemNotFound);
+  ExpectOk(m_recordset->Update());
+  EXPECT_EQ(m_recordset->SetFieldValue(0, u"x").code, EDaoError::NoAddNew);
+  const auto rows = CloseAndCheck().Read(u"T").Rows();
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_EQ(TextOf(rows[2][0]), u"short enough");
+}
+
+TEST_F(Limits, WhatCannotBeOpened) {
+  Create();
+  ExpectOk(AddTable(u"T", {{u"N", kDaoLong}}));
+  OpenTable(u"T");
+  std::unique_ptr<CDaoRecordset> other;
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT * FROM [T]", other).code, EDaoError::NotSupported)
+      << "open already";
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT * FROM [U]", other).code, EDaoError::ObjectNotFound);
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT * FROM [MSysACEs]", other).code, EDaoError::NotSupported);
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT N FROM T", other).code, EDaoError::NotSupported);
+  ExpectOk(m_recordset->Close());
+  ExpectOk(m_database->OpenRecordset(u"SELECT * FROM [T]", other));
+  other.reset();
+  ExpectOk(m_database->Close());
+  const std::string before = ReadFile();
+  ExpectOk(m_engine->OpenDatabase(m_path, false, true, u"", m_database));
+  EXPECT_EQ(AddTable(u"New", {{u"N", kDaoLong}}).code, EDaoError::NotSupported) << "read only";
+  ExpectOk(m_database->Close());
+  EXPECT_EQ(ReadFile(), before);
+}
+
+// A full file refuses rows and values one by one, still takes what fits, and closes soundly.
+TEST_F(Limits, AFullFileIsStillSound) {
+  Create({200});
+  ExpectOk(AddTable(u"T", {{u"Text", kDaoText, 255, 0x22}, {u"Binary", kDaoLongBinary, 0, 0x22}}));
+  OpenTable(u"T");
+  CPatternSource tooLong(2'000'000);
+  ExpectOk(AddRow({u"first"}));
+  ExpectOk(m_recordset->AddNew());
+  EXPECT_EQ(m_recordset->SetFieldValue(1, tooLong).code, EDaoError::DatabaseTooLarge);
+  ExpectOk(m_recordset->SetFieldValue(0, u"second"));
+  ExpectOk(m_recordset->Update());
+  size_t stored = 2;
+  while (AddRow({std::u16string(255, u'\u0416')}).IsOk()) stored++;
+  EXPECT_GT(stored, 1000u);
+  EXPECT_EQ(AddRow({std::u16string(255, u'\u0416')}).code, EDaoError::DatabaseTooLarge);
+  EXPECT_EQ(AddRow({std::u16string(255, u'\u0416')}).code, EDaoError::DatabaseTooLarge);
+  CFileWalker walker = CloseAndCheck();
+  EXPECT_LE(walker.PageCount(), 200u);
+  EXPECT_EQ(walker.Read(u"T").rows.size(), stored);
+}
+
+TEST_F(Limits, AFailingDiskIsReportedAgainAndAgain) {
+  Create();
+  ExpectOk(m_database->Close());
+  CPageFile file(kLayoutJet4, 1000);
+  ExpectOk(file.Open(m_path, EFileAccess::Read));  // so that every write fails
+  std::vector<uint8_t> page(kLayoutJet4.pageSize);
+  ExpectOk(file.Write(7, page));
+  EXPECT_EQ(file.Flush().code, EDaoError::DiskError);
+  EXPECT_EQ(file.Read(1, page).code, EDaoError::DiskError);
+  uint32_t number = 0;
+  EXPECT_EQ(file.Allocate(EPageUse::Content, number).code, EDaoError::DiskError);
+  EXPECT_EQ(file.Close().code, EDaoError::DiskError);
+}
+
+// Rows of maps grow in place while their page has room, and refer to pages of bits beyond.
+TEST_F(Limits, MapsTakeTheFormThatTheirPagesNeed) {
+  Create();
+  ExpectOk(m_database->Close());
+  CPageFile file(kLayoutJet4, 100000);
+  ExpectOk(file.Open(m_path, EFileAccess::ReadWrite));
+  std::vector<uint32_t> alone, crowded;
+  ExpectOk(CreateUsageMaps(file, 2, alone));
+  ExpectOk(CreateUsageMaps(file, 57, crowded));
+  uint32_t page = 0;
+  while (file.GetPageCount() < 33500) ExpectOk(file.Allocate(EPageUse::Content, page));
+  CPageSet far, wide, all;
+  for (uint32_t i = 33100; i < 33500; i += 3) far.Add(i);
+  for (uint32_t i = 100; i < 20000; i += 7) wide.Add(i);
+  for (uint32_t i = 20; i < 33500; i += 11) all.Add(i);
+  ExpectOk(StoreUsageMap(file, alone[0], wide));
+  ExpectOk(StoreUsageMap(file, alone[1], far));
+  ExpectOk(StoreUsageMap(file, crowded[0], far));
+  ExpectOk(StoreUsageMap(file, crowded[5], wide));
+  ExpectOk(StoreUsageMap(file, crowded[56], wide));
+  ExpectOk(StoreUsageMap(file, crowded[56], all));
+  CPageSet loaded;
+  ExpectOk(LoadUsageMap(file, crowded[56], loaded));
+  EXPECT_EQ(loaded.GetCount(), all.GetCount());
+  ExpectOk(LoadUsageMap(file, alone[1], loaded));
+  EXPECT_EQ(loaded.GetFirst(), far.GetFirst());
+  EXPECT_EQ(loaded.GetLast(), far.GetLast());
+  // The map's own two pages come from the free ones, the lowest first.
+  for (const uint32_t released : {29998u, 29999u, 30000u}) file.Release(released);
+  ExpectOk(StoreGlobalMap(file));
+  const uint32_t pages = file.GetPageCount();
+  ExpectOk(file.Close());
+
+  const CFileWalker walker(ReadFile());
+  const auto setOf = [](const CPageSet& from) {
+    std::set<uint32_t> to;
+    from.ForEach([&](uint32_t number) { to.insert(number); });
+    return to;
+  };
+  EXPECT_EQ(walker.ReadMap(alone[0]), setOf(wide));
+  EXPECT_EQ(walker.ReadMap(alone[1]), setOf(far));
+  EXPECT_EQ(walker.ReadMap(crowded[0]), setOf(far));
+  EXPECT_EQ(walker.ReadMap(crowded[5]), setOf(wide));
+  EXPECT_EQ(walker.ReadMap(crowded[56]), setOf(all));
+  EXPECT_EQ(walker.Row(alone[0])[0], '\0');
+  EXPECT_GT(walker.Row(alone[0]).size(), 69u);
+  EXPECT_EQ(walker.Row(alone[1]).size(), 69u) << "the bits start far behind";
+  EXPECT_EQ(walker.Row(crowded[5])[0], '\1');
+  const std::set<uint32_t> free = walker.ReadMap(0x100);
+  EXPECT_EQ(*free.begin(), 30000u);
+  EXPECT_EQ(*std::next(free.begin()), pages) << "all numbers past the end are free";
+  EXPECT_EQ(*free.rbegin(), 2 * 32736u - 1);
+}
+
+}  // namespace
+}  // namespace tolvane::test
