@@ -3,6 +3,7 @@
 
 #include <array>
 #include <bit>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -58,7 +59,8 @@ class CConverter {
   }
 
  private:
-  inline static const auto kClosed = reinterpret_cast<iconv_t>(-1);
+  inline static const auto kClosed =
+      std::bit_cast<iconv_t>(intptr_t{-1});  // what iconv_open answers on failure
   iconv_t m_descriptor;
 };
 

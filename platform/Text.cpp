@@ -1,14 +1,31 @@
 #include "platform/Text.h"
 
 #include <limits>
+#include <type_traits>
 
 #include "platform/TextUnits.h"
 
 namespace tolvane {
 
+namespace {
+
+// Most text is ASCII: whole runs of it are copied at once, and `pos` moves behind the run.
+template <class TFrom, class TTo>
+void CopyAscii(std::basic_string_view<TFrom> text, size_t& pos, std::basic_string<TTo>& out) {
+  size_t end = pos;
+  while (end < text.size() && static_cast<std::make_unsigned_t<TFrom>>(text[end]) < 0x80) end++;
+  const size_t start = out.size();
+  out.resize(start + end - pos);
+  for (size_t i = start; pos < end; pos++, i++) out[i] = static_cast<TTo>(text[pos]);
+}
+
+}  // namespace
+
 void AppendUtf8(std::u16string_view text, std::string& out) {
   out.reserve(out.size() + text.size());
-  for (size_t pos = 0; pos < text.size();) {
+  for (size_t pos = 0; true;) {
+    CopyAscii(text, pos, out);
+    if (pos == text.size()) return;
     const char32_t c = TakeCodePoint(text, pos);
     AppendUtf8CodePoint(IsSurrogate(c) ? kReplacementCharacter : c, out);
   }
@@ -23,12 +40,13 @@ std::string ToUtf8(std::u16string_view text) {
 std::u16string FromUtf8(std::string_view text) {
   std::u16string out;
   out.reserve(text.size());
-  for (size_t pos = 0; pos < text.size();) {
+  for (size_t pos = 0; true;) {
+    CopyAscii(text, pos, out);
+    if (pos == text.size()) return out;
     const SUtf8Character next = ReadUtf8Character(text.substr(pos));
     AppendUtf16(next.length == 0 ? kReplacementCharacter : next.codePoint, out);
     pos += next.length == 0 ? 1 : next.length;
   }
-  return out;
 }
 
 std::u16string FromAscii(std::string_view text) {
