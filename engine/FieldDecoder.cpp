@@ -79,6 +79,8 @@ CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint
   field.scale = column.GetScale();
   field.isFixed = column.IsFixed();
   field.isCalculated = IsCalculated(column);
+  // A calculated memo has the type of a text but, as a long value, no length.
+  if (field.isCalculated && column.type == kTypeText && column.length == 0) field.type = kTypeMemo;
   field.number = column.number;
   field.place = column.IsFixed() ? column.fixedOffset : column.variableIndex;
   field.width = known != 0 ? known : column.length * unit;

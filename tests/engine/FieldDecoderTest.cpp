@@ -186,7 +186,7 @@ TEST_F(FieldDecoder, CalculatedColumnsShowTheirResult) {
 
 TEST_F(FieldDecoder, ACalculatedMemoIsWrappedInsideItsLongValue) {
   Start(kJet4Layout);
-  AddVariable(kTypeMemo, 0, 0).extendedFlags = 0xC0;
+  AddVariable(kTypeText, 0, 0, 0).extendedFlags = 0xC0;
   const auto decode = [&](const char* length) {
     Bytes row = Joined(Hex("0100 1d000080 00000000 00000000"), Bytes(16, 0));
     row = Joined(row, Hex(std::string(length) + "44006f006500 000000"));
