@@ -20,7 +20,9 @@ class CFreePageMap {
  public:
   // A map that cannot be read tells of no free page.
   void Load(CPageReader& reader, const SJetLayout& layout);
-  [[nodiscard]] bool IsFree(uint64_t page) const { return page < m_isFree.size() && m_isFree[page]; }
+  [[nodiscard]] bool IsFree(uint64_t page) const {
+    return page < m_isFree.size() && m_isFree[static_cast<size_t>(page)];
+  }
 
  private:
   void TakeBits(uint64_t firstPage, std::span<const uint8_t> bits);
