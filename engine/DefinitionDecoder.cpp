@@ -113,7 +113,7 @@ CAccessColumn CDefinitionDecoder::ReadColumn(const SWalk& walk, uint64_t at) con
   if (!m_layout.isJet3 && m_rules.columnNumberLowByteOnly) column.number &= 0xFF;
   column.variableIndex = walk.bytes.GetUInt16(at + field.variableIndex);
   column.misc = walk.bytes.GetUInt32(at + field.misc);
-  if (field.codePage != 0 && column.type == kTypeText)
+  if (field.codePage != 0 && (column.type == kTypeText || column.type == kTypeMemo))
     column.codePage = walk.bytes.GetUInt16(at + field.codePage);
   column.flags = walk.bytes.GetUInt8(at + field.flags);
   if (field.extendedFlags != 0) column.extendedFlags = walk.bytes.GetUInt8(at + field.extendedFlags);

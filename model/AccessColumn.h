@@ -58,7 +58,7 @@ class CAccessColumn {
   uint16_t number = 0;
   uint16_t variableIndex = 0;
   uint32_t misc = 0;      // precision and scale, code page, or complex id, as the descriptor has it
-  uint16_t codePage = 0;  // of a Jet 3 text column; 0 where the descriptor has none
+  uint16_t codePage = 0;  // of a Jet 3 text or memo column; 0 where the descriptor has none
   uint8_t flags = 0;
   uint8_t extendedFlags = 0;  // Jet 3 has none
   uint16_t fixedOffset = 0;
