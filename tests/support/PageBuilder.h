@@ -41,7 +41,7 @@ class CPageBytes {
 
 struct SColumnSpec {
   uint8_t type = 0;
-  std::u16string name;
+  std::u16string name{};
   uint16_t number = 0;
   uint16_t variableIndex = 0;
   uint8_t flags = 2;
@@ -56,10 +56,10 @@ struct SIndexSpec {
     uint16_t number;
     uint8_t order = kIndexAscending;
   };
-  std::vector<SColumn> columns;
+  std::vector<SColumn> columns{};
   uint8_t flags = 0;  // where the format has them, see SIndexLayout
   bool isPrimary = false;
-  std::u16string name;
+  std::u16string name{};
 };
 
 struct STableSpec {

@@ -1,0 +1,63 @@
+// What the tests of the page parsers share: a repair that is running, with a work folder of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "app/status/Status.h"
+#include "engine/JetLayout.h"
+#include "model/AccessData.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "store/WorkFolder.h"
+#include "tests/support/PageBuilder.h"
+
+namespace tolvane {
+
+class CEngineTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(m_folder.Create(GetTempFolder())) << "no folder to write to";
+    CRepairingFileStatus::Instance().SetRunning(true);
+    CRepairLog::Instance().Clear();
+    CStatusProgress::Instance().SetText({});
+    CProgressStatus::Instance().SetPos(0);
+  }
+  void TearDown() override { CRepairingFileStatus::Instance().SetRunning(false); }
+
+  static std::string StatusText() { return ToUtf8(CStatusProgress::Instance().GetText()); }
+
+ private:
+  CRunFolder m_folder;
+};
+
+// Tests of what both formats do alike.
+class CBothFormats : public CEngineTest, public testing::WithParamInterface<const SJetLayout*> {
+ protected:
+  const SJetLayout& layout = *GetParam();
+};
+inline std::string FormatName(const testing::TestParamInfo<const SJetLayout*>& info) {
+  return info.param->isJet3 ? "Jet3" : "Jet4";
+}
+
+inline STableSpec SmallTable() {
+  STableSpec table;
+  table.AddFixed(u"Id", kTypeLong, 4).AddVariable(u"Name", kTypeText, 100);
+  return table;
+}
+
+inline Bytes SmallRow(const SJetLayout& layout, uint32_t id, std::u16string_view name) {
+  return MakeRow(SmallTable(), layout, {Little(id, 4), StoredText(name, layout)});
+}
+
+inline const CAccessTable* FindTable(const CAccessData& data, std::u16string_view name) {
+  const auto& tables = data.GetTables();
+  const auto found =
+      std::find_if(tables.begin(), tables.end(), [&](const auto& t) { return t->name == name; });
+  return found != tables.end() ? found->get() : nullptr;
+}
+
+}  // namespace tolvane

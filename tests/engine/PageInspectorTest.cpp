@@ -1,0 +1,108 @@
+#include <vector>
+
+#include "engine/PageInspector.h"
+#include "tests/engine/EngineTest.h"
+
+namespace tolvane {
+
+namespace {
+
+class PageInspectorOfBoth : public CBothFormats {
+ protected:
+  PageInspectorOfBoth() {
+    table = file.AddTable(SmallTable());
+    rows = file.AddDataPage(table, {{SmallRow(layout, 1, u"Ann")}, {SmallRow(layout, 2, u"Bob")}});
+    leaf = file.AddIndexLeaf(table, {Bytes(9, 0x7F), Bytes(9, 0x80)});
+  }
+
+  // The report on one page.
+  SPageReport Inspect(uint32_t page) {
+    const CTempFile source(file.Build());
+    reports.clear();
+    EXPECT_TRUE(inspector.Inspect(source.GetPath(), [&](const SPageReport& r) { reports.push_back(r); }));
+    EXPECT_EQ(reports.size(), file.GetPageCount());
+    return reports.at(page);
+  }
+  uint64_t Damaged() const { return inspector.GetTotals().Of(EPageVerdict::Damaged); }
+
+  CDatabaseBuilder file{layout};
+  uint32_t table = 0;
+  uint32_t rows = 0;
+  uint32_t leaf = 0;
+  CPageInspector inspector;
+  std::vector<SPageReport> reports;
+};
+INSTANTIATE_TEST_SUITE_P(Formats, PageInspectorOfBoth, testing::Values(&kJet3Layout, &kJet4Layout),
+                         FormatName);
+
+TEST_P(PageInspectorOfBoth, SoundPagesAreWhatTheyAre) {
+  STableSpec wide;
+  for (int i = 0; i < 250; i++) wide.AddFixed(u"SomeColumn", kTypeLong, 4);
+  const uint32_t definition = file.AddTable(wide);
+  const uint32_t longValues = file.AddDataPage(kLongValueOwner, {{Bytes(100)}});
+  Inspect(0);
+  EXPECT_EQ(inspector.GetTotals().Of(EPageVerdict::Ok), file.GetPageCount());
+  EXPECT_EQ(reports[0].kind, EPageKind::Header);
+  EXPECT_EQ(reports[1].kind, EPageKind::UsageMap);
+  EXPECT_EQ(reports[2].kind, EPageKind::Definition);
+  EXPECT_EQ(reports[3].kind, EPageKind::Zero);
+  EXPECT_EQ(reports[rows].kind, EPageKind::Data);
+  EXPECT_EQ(reports[rows].owner, table);
+  EXPECT_EQ(reports[leaf].kind, EPageKind::IndexLeaf);
+  EXPECT_EQ(reports[definition + 1].kind, EPageKind::DefinitionContinuation);
+  EXPECT_EQ(reports[longValues].kind, EPageKind::LongValue);
+  EXPECT_EQ(reports[longValues].owner, SPageReport::kNoOwner);
+}
+
+TEST_P(PageInspectorOfBoth, NumbersThatContradictEachOtherAreDamage) {
+  const uint32_t first = file.Page(rows).Get16(layout.data.slots);
+  const uint32_t free = file.Page(rows).Get16(kFreeBytesOffset);
+  struct SLie {
+    uint32_t position;
+    uint32_t value;
+  };
+  for (const SLie& lie :
+       {SLie{layout.data.slotCount, 0xFFFF}, SLie{layout.data.slotCount, 3}, SLie{layout.data.slots, 4},
+        SLie{layout.data.slots, first - 100}, SLie{kFreeBytesOffset, free + 1}}) {
+    const uint32_t truth = file.Page(rows).Get16(lie.position);
+    file.Page(rows).Put16(lie.position, lie.value);
+    EXPECT_EQ(Inspect(rows).verdict, EPageVerdict::Damaged) << lie.position << " " << lie.value;
+    EXPECT_FALSE(reports[rows].reason.empty());
+    EXPECT_EQ(Damaged(), 1u) << "one bad page is no other page's fault";
+    file.Page(rows).Put16(lie.position, truth);
+  }
+  EXPECT_EQ(Inspect(rows).verdict, EPageVerdict::Ok);
+}
+
+TEST_P(PageInspectorOfBoth, OtherDamage) {
+  file.Page(leaf).Put8(layout.indexPage.mask + 4, 0xFF);
+  EXPECT_EQ(Inspect(leaf).verdict, EPageVerdict::Damaged);
+  file.Page(table).Put32(kNextPageOffset, rows);
+  EXPECT_EQ(Inspect(table).verdict, EPageVerdict::Damaged);
+  file.Page(table).Put32(kNextPageOffset, 0).Put16(layout.definition.columnCount, 900);
+  EXPECT_EQ(Inspect(table).verdict, EPageVerdict::Damaged);
+  file.Page(4).Fill(0x66);
+  EXPECT_EQ(Inspect(4).kind, EPageKind::Unknown);
+  EXPECT_EQ(Damaged(), 3u);
+}
+
+TEST_P(PageInspectorOfBoth, PagesOfALostTableAreOrphans) {
+  file.Page(table).Fill(0);
+  EXPECT_EQ(Inspect(rows).verdict, EPageVerdict::Orphan);
+  EXPECT_EQ(reports[leaf].verdict, EPageVerdict::Orphan);
+  EXPECT_EQ(Damaged(), 0u);
+}
+
+TEST_P(PageInspectorOfBoth, StopEndsTheWork) {
+  const CTempFile source(file.Build());
+  int count = 0;
+  EXPECT_FALSE(inspector.Inspect(source.GetPath(), [&](const SPageReport&) {
+    count++;
+    CRepairingFileStatus::Instance().SetRunning(false);
+  }));
+  EXPECT_EQ(count, 1);
+}
+
+}  // namespace
+
+}  // namespace tolvane

@@ -1,0 +1,134 @@
+// Whole runs over small databases.
+#include <vector>
+
+#include "engine/AccessRepair.h"
+#include "store/FileNameManager.h"
+#include "tests/engine/EngineTest.h"
+
+namespace tolvane {
+
+namespace {
+
+class Repair : public CBothFormats {
+ protected:
+  // A table "People" with two rows and its row in the catalogue.
+  Repair() {
+    STableSpec people = SmallTable();
+    people.rowCount = 2;
+    table = file.AddTable(people);
+    rows = file.AddDataPage(table, {{SmallRow(layout, 1, u"Ann")}, {SmallRow(layout, 2, u"Bob")}});
+    file.AddCatalogueRow(table, u"People", 1);
+  }
+
+  CAccessData* Run(const Bytes& bytes) {
+    const CTempFile source(bytes);
+    repair.Repair(source.GetPath(), u"", source.GetPath());
+    EXPECT_EQ(source.Read(), bytes) << "the source was changed";
+    return repair.GetData();
+  }
+  CAccessData* Run() { return Run(file.Build()); }
+
+  CDatabaseBuilder file{layout};
+  uint32_t table = 0;
+  uint32_t rows = 0;
+  CAccessRepair repair;
+};
+INSTANTIATE_TEST_SUITE_P(Formats, Repair, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
+
+TEST_P(Repair, SoundFileComesBackWhole) {
+  const CAccessData* const data = Run();
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(data->source.isJet3, layout.isJet3);
+  EXPECT_EQ(data->source.pageCount, file.GetPageCount());
+  ASSERT_EQ(data->GetTables().GetCount(), 2u);
+  EXPECT_EQ(data->GetTables().GetAt(0)->name, u"MSysObjects");
+  const CAccessTable* const people = FindTable(*data, u"People");
+  ASSERT_NE(people, nullptr);
+  EXPECT_EQ(people->header.rowCount, 2u);
+  EXPECT_EQ(people->columns.GetCount(), 2u);
+  EXPECT_TRUE(data->GetLedger().IsClean());
+  EXPECT_EQ(ToUtf8(CRepairLog::Instance().Get()),
+            "Scanning file for table definition...\r\nScanning file for table data...\r\n"
+            "Parsing file data for table fields...\r\nParsing file data for table name...");
+  EXPECT_TRUE(FileExists(CFileNameManager().GetDataFilePath(people->GetDefinitionOffset())));
+}
+
+TEST_P(Repair, NewRunReplacesTheOldOneAndItsFiles) {
+  const std::u16string path = CFileNameManager().GetDataFilePath(file.OffsetOf(table));
+  Run();
+  ASSERT_TRUE(FileExists(path));
+  Run(Bytes(file.OffsetOf(3)));
+  ASSERT_NE(repair.GetData(), nullptr);
+  EXPECT_EQ(repair.GetData()->GetTables().GetCount(), 1u);
+  EXPECT_FALSE(FileExists(path));
+}
+
+TEST_P(Repair, StopLeavesNoResult) {
+  Run();
+  CRepairingFileStatus::Instance().SetRunning(false);
+  EXPECT_EQ(Run(), nullptr);
+  EXPECT_FALSE(FileExists(CFileNameManager().GetDataFilePath(file.OffsetOf(table))));
+  EXPECT_EQ(CRepairLog::Instance().Get(), u"") << "the log of the run before is gone";
+}
+
+TEST_P(Repair, FileThatCannotBeOpenedGivesAnEmptyResult) {
+  repair.Repair(u"/no/such/file", u"", u"/no/such/file");
+  ASSERT_NE(repair.GetData(), nullptr);
+  EXPECT_EQ(repair.GetData()->GetTables().GetCount(), 0u);
+}
+
+TEST_P(Repair, WhatIsLostIsCounted) {
+  file.AddCatalogueRow(77, u"Gone", 1);
+  const uint32_t unnamed = file.AddTable(SmallTable());
+  file.Page(rows).Fill(0);
+  const CAccessData* const data = Run();
+  ASSERT_NE(data, nullptr);
+  const CDamageLedger& ledger = data->GetLedger();
+  EXPECT_EQ(ledger.GetCount(EDamage::LostTable), 1u);
+  EXPECT_EQ(ledger.GetCount(EDamage::MissingRows), 2u);
+  ASSERT_EQ(ledger.GetCount(EDamage::UnnamedTable), 1u);
+  EXPECT_EQ(ledger.GetPlaces(EDamage::UnnamedTable)[0].page, unnamed);
+  EXPECT_NE(FindTable(*data, u"RecoveredTable###0"), nullptr);
+}
+
+TEST_P(Repair, CatalogueDefinitionIsNotNeeded) {
+  file.Page(kCataloguePage).Fill(0);
+  const CAccessData* const data = Run();
+  ASSERT_NE(data, nullptr);
+  EXPECT_NE(FindTable(*data, u"People"), nullptr);
+}
+
+// The template gives the columns, the damaged file the rows; its row counts promise nothing.
+TEST_P(Repair, TemplateGivesTheDefinitions) {
+  Bytes whole = file.Build();
+  const CTempFile healthy(whole);
+  file.Page(table).Fill(0).PutBytes(0, Bytes{kPageDefinition, kPageFormatted});
+  file.Page(rows).Put16(layout.data.slotCount, 1);
+  const CTempFile damaged(file.Build());
+  repair.Repair(damaged.GetPath(), u"", healthy.GetPath());
+  ASSERT_NE(repair.GetData(), nullptr);
+  const CAccessTable* const people = FindTable(*repair.GetData(), u"People");
+  ASSERT_NE(people, nullptr);
+  EXPECT_EQ(people->columns.GetCount(), 2u);
+  EXPECT_EQ(people->header.rowCount, 1u);
+  EXPECT_EQ(repair.GetData()->GetLedger().GetCount(EDamage::MissingRows), 0u);
+}
+
+// Whatever bytes a file holds, a run over it ends and leaves the file alone.
+TEST_P(Repair, NoiseEndsInAResult) {
+  uint32_t state = 12345;
+  const Bytes sound = file.Build();
+  for (int round = 0; round < 60; round++) {
+    Bytes bytes = sound;
+    for (int change = 0; change < 1 << round % 10; change++) {
+      state = state * 1664525 + 1013904223;
+      bytes[(state >> 8) % bytes.size()] = static_cast<uint8_t>(state >> 24);
+    }
+    bytes[0x14] = layout.isJet3 ? 0 : 1;
+    ASSERT_NE(Run(bytes), nullptr);
+  }
+}
+
+}  // namespace
+
+}  // namespace tolvane
