@@ -1,6 +1,9 @@
 // Memo and OLE values: inline, one row, chains, and chains that lie.
 #include "engine/LongValueReader.h"
 
+#include <filesystem>
+
+#include "platform/FileCust.h"
 #include "tests/engine/RowFile.h"
 
 namespace tolvane {
@@ -187,6 +190,22 @@ TEST_F(LongValue, OleValuesGoToNumberedSideFiles) {
   // The list holds a count of units + 1 and as many bytes, for each of the two.
   EXPECT_EQ(FileBytes(CFileNameManager().GetOleListPath()).size(), 2 * (4 + first.size() + 1));
   EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
+}
+
+TEST_F(LongValue, AFullDiskEndsTheTableOnly) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+  StartMemo(kJet4Layout, kTypeOle);
+  Put(4, NewPage().Row(Row(Joined(Field(kInline, 3), Hex("aabb00")))));
+  CAccessTable& next = data->GetTables().AddTable(uint64_t{9} * 4096);
+  table = &next;
+  AddVariable(kTypeMemo, 0, 0);
+  Put(5, NewPage(9).Row(Row(Joined(Field(kInline, 4), Utf16("ok")))));
+  std::filesystem::create_symlink("/dev/full", ToUtf8(CFileNameManager().GetOleFilePath(0)));
+  Parse();
+  EXPECT_EQ(Lost(EDamage::SkippedTable), 1u);
+  EXPECT_EQ(data->GetTables().GetAt(0)->header.rowCount, 0u);
+  EXPECT_NE(CRepairLog::Instance().Get().find(SystemMessage(kDiskFullError)), std::u16string::npos);
+  EXPECT_EQ(Values(), Texts{"ok"});
 }
 
 TEST_F(LongValue, ManyRowsAtOneGiantChainEndAtTheBudget) {
