@@ -1,1 +1,6 @@
-int main() { return 0; }
+#include "cli/CommandLine.h"
+#include "platform/Arguments.h"
+
+int main(int argc, char** argv) {
+  return tolvane::RunTolvane(tolvane::GetProgramArguments(argc, argv));
+}

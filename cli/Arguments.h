@@ -1,0 +1,53 @@
+// What the user asked for on the command line.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "cli/ExitStatus.h"
+
+namespace tolvane {
+
+enum class ECommand : uint8_t { None, Repair, Tables, Preview, Export, Inspect };
+enum class EEngineChoice : uint8_t { Embedded, Dao };
+enum class EExportFormat : uint8_t { Csv, JsonLines };
+enum class EOleForm : uint8_t { Hex, Base64, Files };
+
+struct SArguments {
+  ECommand command = ECommand::None;
+  std::u16string source;
+  std::u16string templatePath;  // empty: the source holds the definitions
+  std::u16string workFolder;    // empty: the program chooses
+  std::u16string logFile;
+  bool isJson = false;
+  bool isQuiet = false;
+  bool isVerbose = false;
+  bool withSystemTables = false;
+  // repair
+  std::u16string output;  // empty: beside the source
+  EEngineChoice engine = EEngineChoice::Embedded;
+  bool mayOverwrite = false;
+  bool isDryRun = false;
+  // preview, export
+  std::u16string table;
+  uint64_t rows = 20;
+  std::u16string folder;
+  EExportFormat format = EExportFormat::Csv;
+  EOleForm ole = EOleForm::Hex;
+};
+
+// What parsing answers: arguments to work with, or a text to show and the end.
+struct SParsedArguments {
+  SArguments arguments;
+  bool isEnd = false;
+  EExitStatus status = EExitStatus::Done;
+  std::string text;  // help or version for standard output, or one complaint for standard error
+};
+
+SParsedArguments ParseArguments(const std::vector<std::u16string>& words);
+
+// The name that the user types.
+const char* NameOf(ECommand command);
+
+}  // namespace tolvane

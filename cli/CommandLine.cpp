@@ -1,0 +1,90 @@
+#include "cli/CommandLine.h"
+
+#include <nlohmann/json.hpp>
+
+#include "cli/Arguments.h"
+#include "cli/Commands.h"
+#include "cli/Findings.h"
+#include "cli/Interrupt.h"
+#include "cli/JsonOutput.h"
+#include "platform/Terminal.h"
+
+namespace tolvane {
+
+namespace {
+
+SCommandEnd RunCommand(CSession& session) {
+  if (auto failure = session.CheckFiles()) return *failure;
+  switch (session.GetArguments().command) {
+    case ECommand::Repair:
+      return RunRepair(session);
+    case ECommand::Tables:
+      return RunTables(session);
+    case ECommand::Preview:
+      return RunPreview(session);
+    case ECommand::Export:
+      return RunExport(session);
+    case ECommand::Inspect:
+      return RunInspect(session);
+    case ECommand::None:
+      break;
+  }
+  return EExitStatus::WrongUsage;
+}
+
+}  // namespace
+
+int RunTolvane(const std::vector<std::u16string>& words) {
+  PrepareTerminal();
+  const SParsedArguments parsed = ParseArguments(words);
+  if (parsed.isEnd) {
+    if (parsed.status == EExitStatus::Done)
+      return WriteStream(EStream::Output, parsed.text) ? 0 : static_cast<int>(EExitStatus::Failed);
+    WriteStream(EStream::Error, words.empty() ? parsed.text : "tolvane: " + parsed.text + "\n");
+    return static_cast<int>(parsed.status);
+  }
+  ListenForInterrupt();
+  CSession session(parsed.arguments);
+  const SCommandEnd end = RunCommand(session);
+  if (end.failure) {
+    session.Say(end.failure->message);
+    if (parsed.arguments.isJson) PrintJson(MakeFailure(parsed.arguments, *end.failure));
+  }
+  return static_cast<int>(end.status);
+}
+
+std::optional<SFailure> RecoverSomething(CSession& session) {
+  if (auto failure = session.Recover()) return failure;
+  const CAccessData& data = session.GetData();
+  if (!IsNothingRecovered(data)) return std::nullopt;
+  const uint64_t lost = data.GetLedger().GetCount(EDamage::LostTable);
+  const std::u16string_view message =
+      lost > 0
+          ? u"Nothing could be recovered: the definitions of all tables are gone. If there is a healthy "
+            u"database of the same structure, name it with --template."
+          : u"Nothing could be recovered. It does not look like an Access database, or all of its pages are "
+            u"destroyed.";
+  return SFailure{EExitStatus::Nothing, AboutFile(session.GetArguments().source, message)};
+}
+
+void MentionDamage(CSession& session) {
+  if (!session.GetData().GetLedger().IsClean())
+    session.Mention(u"Something was lost or is doubtful; tolvane repair --dry-run tells what.");
+}
+
+SFailure NoSuchTable(const SArguments& arguments) {
+  return {EExitStatus::Nothing,
+          AboutFile(arguments.source, u"No table \"" + arguments.table +
+                                          u"\" was recovered. tolvane tables --all lists what there is.")};
+}
+
+SFailure OutputLost() {
+  return {EExitStatus::Failed, u"Standard output is closed or full; the result is not complete."};
+}
+
+std::optional<SFailure> Print(std::string_view text) {
+  if (WriteStream(EStream::Output, text)) return std::nullopt;
+  return OutputLost();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,39 @@
+// The commands. Each gets a session whose files have been checked, prints its result and answers how it
+// ended; a failure is told by the caller.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "cli/ExitStatus.h"
+#include "cli/Session.h"
+
+namespace tolvane {
+
+struct SCommandEnd {
+  EExitStatus status = EExitStatus::Done;
+  std::optional<SFailure> failure;
+
+  SCommandEnd(EExitStatus ended) : status(ended) {}
+  SCommandEnd(SFailure failed) : status(failed.status), failure(std::move(failed)) {}
+};
+
+SCommandEnd RunRepair(CSession& session);
+SCommandEnd RunTables(CSession& session);
+SCommandEnd RunPreview(CSession& session);
+SCommandEnd RunExport(CSession& session);
+SCommandEnd RunInspect(CSession& session);
+
+// What several commands do.
+
+// Recovers the tables; a failure also when nothing was recovered.
+std::optional<SFailure> RecoverSomething(CSession& session);
+// One line about what `repair` would tell in detail.
+void MentionDamage(CSession& session);
+// "There is no table ..."
+SFailure NoSuchTable(const SArguments& arguments);
+// A text on standard output; a failure when it cannot be written.
+std::optional<SFailure> Print(std::string_view text);
+SFailure OutputLost();
+
+}  // namespace tolvane

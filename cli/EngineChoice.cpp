@@ -1,0 +1,19 @@
+#include "cli/EngineChoice.h"
+
+#include "writer/embedded/EmbeddedEngine.h"
+
+namespace tolvane {
+
+std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::u16string& problem) {
+  if (choice == EEngineChoice::Embedded) return MakeEmbeddedEngine();
+  problem =
+      u"An installed DAO engine cannot be used here. Leave --engine out: the program has an engine of its "
+      u"own.";
+  return nullptr;
+}
+
+const char* NameOf(EEngineChoice choice) {
+  return choice == EEngineChoice::Dao ? "dao" : "embedded";
+}
+
+}  // namespace tolvane

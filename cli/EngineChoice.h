@@ -1,0 +1,16 @@
+// The database engine that the user chose.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "cli/Arguments.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+// Null when it cannot be used here; `problem` then says why and what to do.
+std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::u16string& problem);
+const char* NameOf(EEngineChoice choice);
+
+}  // namespace tolvane

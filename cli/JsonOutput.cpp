@@ -1,0 +1,160 @@
+#include "cli/JsonOutput.h"
+
+#include <nlohmann/json.hpp>
+
+#include "cli/Findings.h"
+#include "platform/Terminal.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+const char* NameOf(EExitStatus status) {
+  switch (status) {
+    case EExitStatus::Done:
+      return "done";
+    case EExitStatus::Failed:
+      return "failed";
+    case EExitStatus::Incomplete:
+      return "incomplete";
+    case EExitStatus::Nothing:
+      return "nothing";
+    case EExitStatus::WrongUsage:
+      return "usage";
+    case EExitStatus::Stopped:
+      return "stopped";
+  }
+  return "";
+}
+
+Json DescribeColumn(const CAccessColumn& column) {
+  return {{"name", ToUtf8(column.GetName())},
+          {"type", TypeName(column)},
+          {"typeCode", column.type},
+          {"size", column.length},
+          {"number", column.number}};
+}
+
+Json DescribeIndex(const CAccessTable& table, const CAccessTableIndex& index) {
+  Json columns = Json::array();
+  for (size_t i = 0; i < index.columnCount; ++i) {
+    const CAccessColumn* column = table.columns.FindByNumber(index.columns[i].columnNumber);
+    columns.push_back({{"name", column ? ToUtf8(column->GetName()) : std::string()},
+                       {"descending", !index.columns[i].isAscending}});
+  }
+  return {{"name", ToUtf8(index.name)},
+          {"columns", std::move(columns)},
+          {"primary", index.primary != 0},
+          {"unique", index.unique != 0},
+          {"ignoreNulls", index.ignoreNulls != 0},
+          {"required", index.required != 0}};
+}
+
+}  // namespace
+
+Json MakeResult(const SArguments& arguments, EExitStatus status) {
+  return {{"schema", kJsonSchema},
+          {"command", tolvane::NameOf(arguments.command)},
+          {"status", NameOf(status)},
+          {"exitStatus", static_cast<int>(status)}};
+}
+
+Json MakeFailure(const SArguments& arguments, const SFailure& failure) {
+  Json result = MakeResult(arguments, failure.status);
+  result["error"] = ToUtf8(failure.message);
+  return result;
+}
+
+Json DescribeSource(const CAccessData& data, const SArguments& arguments) {
+  const SSourceFacts& facts = data.source;
+  Json source = {{"path", ToUtf8(arguments.source)}, {"format", FormatName(facts)},
+                 {"versionByte", facts.versionByte}, {"pageSize", facts.pageSize},
+                 {"pages", facts.pageCount},         {"bytes", facts.length}};
+  if (!arguments.templatePath.empty()) source["template"] = ToUtf8(arguments.templatePath);
+  return source;
+}
+
+Json DescribeTable(const CAccessTable& table, uint32_t pageSize) {
+  Json columns = Json::array();
+  for (const CAccessColumn& column : table.columns) columns.push_back(DescribeColumn(column));
+  Json indexes = Json::array();
+  for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index));
+  return {{"name", ToUtf8(table.name)},       {"isNameLost", table.isNameGenerated},
+          {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(pageSize)},
+          {"rows", table.header.rowCount},    {"promisedRows", table.promisedRows},
+          {"columns", std::move(columns)},    {"indexes", std::move(indexes)}};
+}
+
+Json DescribeDamage(const CAccessData& data) {
+  Json damage = Json::array();
+  for (const SDamageWords& words : GetDamageWords()) {
+    const uint64_t count = data.GetLedger().GetCount(words.kind);
+    if (count == 0) continue;
+    Json places = Json::array();
+    for (const CDamageLedger::SPlace& place : data.GetLedger().GetPlaces(words.kind)) {
+      Json described = {{"page", place.page}};
+      const CAccessTable* table = place.definition == CDamageLedger::kNoTable
+                                      ? nullptr
+                                      : data.GetTables().FindTable(place.definition);
+      if (table) described["table"] = ToUtf8(table->name);
+      if (place.row >= 0) described["row"] = place.row;
+      described["amount"] = place.amount;
+      places.push_back(std::move(described));
+    }
+    damage.push_back(
+        {{"kind", words.name}, {"count", count}, {"meaning", words.plural}, {"places", std::move(places)}});
+  }
+  return damage;
+}
+
+Json DescribeSaving(const SSaveSummary& summary) {
+  Json losses = Json::array();
+  for (const SSaveLoss& loss : summary.losses)
+    losses.push_back({{"table", ToUtf8(loss.table)},
+                      {"records", loss.records},
+                      {"values", loss.fields},
+                      {"reason", ToUtf8(loss.reason)}});
+  Json notes = Json::array();
+  for (const std::u16string& note : summary.notes) notes.push_back(ToUtf8(note));
+  return {{"tables", summary.tablesSaved},
+          {"records", summary.recordsSaved},
+          {"valuesOutOfRange", summary.fieldsDropped},
+          {"emptyRows", summary.emptyRowsDropped},
+          {"columnsLost", summary.columnsLost},
+          {"indexesLost", summary.indexesLost},
+          {"losses", std::move(losses)},
+          {"notes", std::move(notes)}};
+}
+
+bool PrintJson(const Json& result) {
+  return WriteStream(EStream::Output, result.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+void AppendJsonString(std::u16string_view text, std::string& out) {
+  constexpr std::string_view kHexDigits = "0123456789abcdef";
+  out += '"';
+  size_t plainStart = 0;
+  const auto isPlain = [](char16_t unit) { return unit >= u' ' && unit != u'"' && unit != u'\\'; };
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if (isPlain(unit)) continue;
+    AppendUtf8(text.substr(plainStart, i - plainStart), out);
+    plainStart = i + 1;
+    if (unit == u'"' || unit == u'\\') {
+      out += {'\\', static_cast<char>(unit)};
+    } else if (unit == u'\n') {
+      out += "\\n";
+    } else if (unit == u'\r') {
+      out += "\\r";
+    } else if (unit == u'\t') {
+      out += "\\t";
+    } else {
+      out += {'\\', 'u', '0', '0', kHexDigits[unit >> 4 & 15], kHexDigits[unit & 15]};
+    }
+  }
+  AppendUtf8(text.substr(plainStart), out);
+  out += '"';
+}
+
+}  // namespace tolvane

@@ -1,0 +1,35 @@
+// Results for programs: one JSON object on standard output, with the version of its schema.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <string_view>
+
+#include "cli/Arguments.h"
+#include "cli/ExitStatus.h"
+#include "model/AccessData.h"
+#include "writer/SavedTable.h"
+
+namespace tolvane {
+
+// Raised when a member changes its meaning or goes; new members do not raise it.
+inline constexpr int kJsonSchema = 1;
+
+using Json = nlohmann::ordered_json;
+
+// What every result begins with.
+Json MakeResult(const SArguments& arguments, EExitStatus status);
+Json MakeFailure(const SArguments& arguments, const SFailure& failure);
+
+Json DescribeSource(const CAccessData& data, const SArguments& arguments);
+Json DescribeTable(const CAccessTable& table, uint32_t pageSize);
+Json DescribeDamage(const CAccessData& data);
+Json DescribeSaving(const SSaveSummary& summary);
+
+// False when standard output is closed or full.
+bool PrintJson(const Json& result);
+
+// A JSON string with its quotes; for rows, which are too many for objects. A lone surrogate becomes U+FFFD.
+void AppendJsonString(std::u16string_view text, std::string& out);
+
+}  // namespace tolvane

@@ -1,0 +1,43 @@
+// The new database on its way: written under a name of its own beside the output, renamed when it is whole,
+// and gone when it is not.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "cli/Arguments.h"
+#include "cli/ExitStatus.h"
+
+namespace tolvane {
+
+// "Tolvane_NAME.EXT" beside the source.
+std::u16string DefaultOutputPath(std::u16string_view source);
+
+// A name for a file that is being written, another one at each call.
+std::u16string MakePartialName();
+
+class COutputFile {
+ public:
+  COutputFile() = default;
+  ~COutputFile();  // removes what was not completed
+  COutputFile(const COutputFile&) = delete;
+  COutputFile& operator=(const COutputFile&) = delete;
+
+  // Refuses an output that must not or cannot be written, before any work is done.
+  std::optional<SFailure> Prepare(const SArguments& arguments);
+  [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
+  // Where to write.
+  [[nodiscard]] const std::u16string& GetPartialPath() const { return m_partialPath; }
+  // Gives the whole file its name.
+  std::optional<SFailure> Complete();
+
+ private:
+  [[nodiscard]] std::optional<SFailure> CheckPath(const SArguments& arguments) const;
+  std::optional<SFailure> ReservePartial();
+
+  std::u16string m_path;
+  std::u16string m_partialPath;  // empty while there is none
+  bool m_mayOverwrite = false;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,111 @@
+// preview: the first rows of one table, as the preview list shows them.
+#include <nlohmann/json.hpp>
+
+#include "app/status/Status.h"
+#include "cli/Commands.h"
+#include "cli/DisplayText.h"
+#include "cli/Findings.h"
+#include "cli/Interrupt.h"
+#include "cli/JsonOutput.h"
+#include "cli/Summary.h"
+#include "cli/TextTable.h"
+#include "platform/Text.h"
+#include "store/AccessTableDataFileParser.h"
+
+namespace tolvane {
+
+namespace {
+
+// Keeps the first rows and ends the loader after them.
+class CFirstRows : public CPreviewList {
+ public:
+  explicit CFirstRows(uint64_t maximum) : m_maximum(maximum) {}
+
+  void InsertColumn(size_t, std::u16string_view heading, int32_t) override { headings.emplace_back(heading); }
+  [[nodiscard]] size_t GetItemCount() const override { return rows.size(); }
+  void InsertItem(size_t) override {
+    if (rows.size() >= m_maximum) {
+      m_isFull = true;
+      CPreviewThreadStatus::Instance().SetAbort(1);
+      return;
+    }
+    rows.emplace_back(headings.size());
+  }
+  void SetItemText(size_t item, size_t column, std::u16string_view text) override {
+    if (!m_isFull && item < rows.size() && column < headings.size()) rows[item][column] = text;
+  }
+
+  std::vector<std::u16string> headings;
+  std::vector<std::vector<std::u16string>> rows;
+
+ private:
+  uint64_t m_maximum;
+  bool m_isFull = false;
+};
+
+bool IsNumber(const CAccessColumn& column) {
+  return (column.type >= kTypeByte && column.type <= kTypeDouble) || column.type == kTypeDecimal;
+}
+
+std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const SPageStyle& style) {
+  CTextTable drawn;
+  for (size_t i = 0; i < shown.headings.size(); ++i)
+    drawn.AddColumn(ToDisplay(shown.headings[i]),
+                    IsNumber(*table.columns.GetAt(i)) ? EAlign::Right : EAlign::Left);
+  for (const auto& row : shown.rows) {
+    std::vector<std::string> cells;
+    for (const std::u16string& cell : row) cells.push_back(ToDisplay(cell));
+    drawn.AddRow(std::move(cells));
+  }
+  std::string text = drawn.Draw(style.width);
+  const uint64_t all = table.header.rowCount;
+  if (all > shown.rows.size())
+    return text + "(" + std::to_string(shown.rows.size()) + " of " + Counted(all, "row") + ")\n";
+  return text + "(" + Counted(shown.rows.size(), "row") + ")\n";
+}
+
+Json DescribeRows(const CFirstRows& shown) {
+  Json rows = Json::array();
+  for (const auto& row : shown.rows) {
+    Json cells = Json::array();
+    for (const std::u16string& cell : row) cells.push_back(ToUtf8(cell));
+    rows.push_back(std::move(cells));
+  }
+  return rows;
+}
+
+}  // namespace
+
+SCommandEnd RunPreview(CSession& session) {
+  if (auto failure = RecoverSomething(session)) return *failure;
+  const SArguments& arguments = session.GetArguments();
+  const CAccessData& data = session.GetData();
+  const CAccessTable* table = FindTable(data, arguments.table);
+  if (!table || !HasContent(*table)) return NoSuchTable(arguments);
+
+  CFirstRows shown(arguments.rows);
+  CPreviewThreadStatus::Instance().SetAbort(0);
+  PassInterruptOn();
+  CAccessTableDataFileParser parser;
+  parser.SetPreviewTables(&data.GetTables(), data.source.pageSize);
+  std::u16string problem;
+  session.RunWatched([&] { parser.FillPreview(table, &shown); }, problem);
+  if (IsInterrupted()) return StoppedByUser();
+  if (!problem.empty()) return SFailure{EExitStatus::Failed, problem};
+
+  const EExitStatus status = DecideStatus(data, nullptr);
+  if (!arguments.isJson) {
+    if (auto failure = Print(DrawRows(shown, *table, OutputStyle()))) return *failure;
+    MentionDamage(session);
+    return status;
+  }
+  Json result = MakeResult(arguments, status);
+  result["source"] = DescribeSource(data, arguments);
+  result["table"] = DescribeTable(*table, data.source.pageSize);
+  result["rows"] = DescribeRows(shown);
+  result["damage"] = DescribeDamage(data);
+  if (!PrintJson(result)) return OutputLost();
+  return status;
+}
+
+}  // namespace tolvane

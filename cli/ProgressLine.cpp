@@ -1,0 +1,127 @@
+#include "cli/ProgressLine.h"
+
+#include <algorithm>
+
+#include "cli/DisplayText.h"
+#include "platform/Terminal.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr double kSecondsBeforeGuess = 2.0;
+constexpr double kSecondsBetweenGuesses = 1.0;
+constexpr double kShareBeforeGuess = 0.02;
+constexpr double kLongestGuess = 99 * 3600.0;
+constexpr size_t kBarWidth = 20;
+
+// The two steps that read the whole file share one bar: half of it is one reading.
+constexpr std::u16string_view kScanSteps[] = {u"(Step 1/4)", u"(Step 2/4)"};
+constexpr double kReadingsPerBar = 2.0;
+constexpr std::u16string_view kRowSteps[] = {u"(Step 3/4)", u"(Step 2/2)"};
+
+template <size_t N>
+bool IsOneOf(std::u16string_view step, const std::u16string_view (&starts)[N]) {
+  return std::any_of(std::begin(starts), std::end(starts),
+                     [step](std::u16string_view start) { return step.starts_with(start); });
+}
+
+std::string FormatDuration(double seconds) {
+  const auto whole = static_cast<uint64_t>(seconds);
+  const auto twoDigits = [](uint64_t n) { return (n < 10 ? "0" : "") + std::to_string(n); };
+  if (whole < 3600) return std::to_string(whole / 60) + ":" + twoDigits(whole % 60);
+  return std::to_string(whole / 3600) + ":" + twoDigits(whole / 60 % 60) + ":" + twoDigits(whole % 60);
+}
+
+double ShareOf(const SProgressState& state) {
+  return std::clamp(static_cast<double>(state.position) / std::max(state.maximum, 1), 0.0, 1.0);
+}
+
+}  // namespace
+
+std::u16string_view StepOf(std::u16string_view status) {
+  const size_t colon = status.find(u':');
+  const size_t dots = status.find(u"...");
+  return status.substr(0, std::min(colon, dots));
+}
+
+void CStepClock::See(const SProgressState& state, double seconds) {
+  const std::u16string_view step = StepOf(state.status);
+  if (step != m_step || state.position < m_firstPosition) {
+    m_step = step;
+    m_started = m_refreshed = seconds;
+    m_firstPosition = state.position;
+    m_rate.clear();
+    m_left.clear();
+    return;
+  }
+  if (seconds - m_started < kSecondsBeforeGuess || seconds - m_refreshed < kSecondsBetweenGuesses) return;
+  m_refreshed = seconds;
+  Refresh(state, seconds - m_started);
+}
+
+void CStepClock::Refresh(const SProgressState& state, double elapsed) {
+  const double maximum = std::max(state.maximum, 1);
+  const double done = state.position - m_firstPosition;
+  const double left = std::max(0, state.maximum - state.position);
+  m_rate.clear();
+  m_left.clear();
+  if (done <= 0) return;
+  if (IsOneOf(m_step, kScanSteps)) {
+    const double bytes = done / maximum * kReadingsPerBar * static_cast<double>(m_sourceBytes);
+    m_rate = FormatSize(static_cast<uint64_t>(bytes / elapsed)) + "/s";
+  } else if (IsOneOf(m_step, kRowSteps)) {
+    m_rate = std::to_string(static_cast<uint64_t>(done / elapsed)) + " rows/s";
+  }
+  if (done / maximum < kShareBeforeGuess) return;
+  const double seconds = elapsed * left / done;
+  if (seconds < kLongestGuess) m_left = FormatDuration(seconds) + " left";
+}
+
+std::string FormatProgress(const SProgressState& state, const CStepClock& clock, size_t width) {
+  const double share = ShareOf(state);
+  const auto filled = static_cast<size_t>(share * kBarWidth);
+  const auto percent = static_cast<int>(share * 100);
+  std::string head = "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " +
+                     PadLeft(std::to_string(percent), 3) + " %";
+  std::string tail;
+  if (!clock.GetRate().empty()) tail += "  " + clock.GetRate();
+  if (!clock.GetTimeLeft().empty()) tail += "  " + clock.GetTimeLeft();
+  const size_t used = head.size() + tail.size() + 2;
+  if (used >= width) return Shorten(head + tail, width);
+  return head + "  " + Shorten(ToDisplay(state.status), width - used) + tail;
+}
+
+void CProgressLine::Update(const SProgressState& state, double seconds) {
+  if (m_form != EProgressForm::Updating) return;
+  m_clock.See(state, seconds);
+  // A full line would make some terminals scroll.
+  const unsigned width = std::max(GetTerminalWidth(EStream::Error), 21u) - 1;
+  std::string line = FormatProgress(state, m_clock, width);
+  if (line == m_shown) return;
+  WriteStream(EStream::Error, "\r" + line + "\x1b[K");
+  m_shown = std::move(line);
+}
+
+void CProgressLine::ShowLog(std::u16string_view lines) {
+  std::string shown;
+  while (!lines.empty()) {
+    const size_t end = std::min(lines.find(u"\r\n"), lines.size());
+    const std::u16string_view line = lines.substr(0, end);
+    lines.remove_prefix(std::min(end + 2, lines.size()));
+    const bool isStep = m_form == EProgressForm::Lines && line.ends_with(u"...");
+    if (m_log == ELogForm::All || isStep) shown += ToDisplay(line) + "\n";
+  }
+  if (shown.empty()) return;
+  Clear();
+  WriteStream(EStream::Error, shown);
+}
+
+void CProgressLine::Clear() {
+  if (m_shown.empty()) return;
+  WriteStream(EStream::Error, "\r\x1b[K");
+  m_shown.clear();
+}
+
+}  // namespace tolvane

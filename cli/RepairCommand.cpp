@@ -1,0 +1,104 @@
+// repair: recovers the tables and writes them into a new database.
+#include <nlohmann/json.hpp>
+
+#include "app/status/Status.h"
+#include "cli/Commands.h"
+#include "cli/DisplayText.h"
+#include "cli/EngineChoice.h"
+#include "cli/Findings.h"
+#include "cli/Interrupt.h"
+#include "cli/JsonOutput.h"
+#include "cli/OutputFile.h"
+#include "cli/Summary.h"
+#include "platform/Text.h"
+#include "writer/AccessSaveRepairedFile.h"
+
+namespace tolvane {
+
+namespace {
+
+// Writes the new database under its partial name.
+std::optional<SFailure> SaveTables(CSession& session, CDaoEngine& engine, const COutputFile& output,
+                                   SSaveSummary& summary) {
+  CAccessSaveRepairedFile writer(engine);
+  writer.SetData(&session.GetData());
+  writer.SetOutputPath(output.GetPartialPath());
+  CSavingStatus::Instance().SetSaving(true);
+  bool isSaved = false;
+  std::u16string problem;
+  session.RunWatched([&] { isSaved = writer.Save(); }, problem);
+  CSavingStatus::Instance().SetSaving(false);
+  summary = writer.GetSummary();
+  if (IsInterrupted()) return StoppedByUser();
+  if (isSaved && problem.empty()) return std::nullopt;
+  if (problem.empty()) problem = summary.failure;
+  return SFailure{EExitStatus::Failed,
+                  AboutFile(output.GetPath(), u"The new database could not be written: " + problem +
+                                                  u" Nothing was left under this name.")};
+}
+
+EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
+  const SArguments& arguments = session.GetArguments();
+  const CAccessData& data = session.GetData();
+  const EExitStatus status = DecideStatus(data, saved);
+  const SPageStyle style = OutputStyle();
+  std::string text = DrawSource(data, arguments, style) + "\n" + DrawTables(data, arguments, style);
+  const auto addPart = [&text](const std::string& part) {
+    if (!part.empty()) text += "\n" + part;
+  };
+  addPart(DrawDamage(data, style));
+  if (saved) addPart(DrawSaving(*saved, style));
+  text += "\n" + Heading("Output", style);
+  if (saved) {
+    text += "  " + ToDisplay(outputPath) + "\n  " + Counted(saved->tablesSaved, "table") + ", " +
+            Counted(saved->recordsSaved, "record");
+    if (saved->emptyRowsDropped > 0)
+      text += "; " + Counted(saved->emptyRowsDropped, "empty row") + " left out";
+    text += "\n";
+  } else {
+    text += "  none (--dry-run)\n";
+  }
+  Print(text);
+  return status;
+}
+
+EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
+  const SArguments& arguments = session.GetArguments();
+  if (!arguments.isJson) return PrintReport(session, saved, outputPath);
+  const CAccessData& data = session.GetData();
+  const EExitStatus status = DecideStatus(data, saved);
+  Json result = MakeResult(arguments, status);
+  result["source"] = DescribeSource(data, arguments);
+  result["output"] = saved ? Json(ToUtf8(outputPath)) : Json();
+  result["engine"] = NameOf(arguments.engine);
+  result["tables"] = Json::array();
+  for (const auto& table : data.GetTables())
+    if (HasContent(*table) && (arguments.withSystemTables || !IsSystemTable(*table)))
+      result["tables"].push_back(DescribeTable(*table, data.source.pageSize));
+  result["damage"] = DescribeDamage(data);
+  if (saved) result["saving"] = DescribeSaving(*saved);
+  PrintJson(result);
+  return status;
+}
+
+}  // namespace
+
+SCommandEnd RunRepair(CSession& session) {
+  const SArguments& arguments = session.GetArguments();
+  COutputFile output;
+  std::unique_ptr<CDaoEngine> engine;
+  if (!arguments.isDryRun) {
+    std::u16string problem;
+    engine = MakeEngine(arguments.engine, problem);
+    if (!engine) return SFailure{EExitStatus::Failed, problem};
+    if (auto failure = output.Prepare(arguments)) return *failure;
+  }
+  if (auto failure = RecoverSomething(session)) return *failure;
+  if (arguments.isDryRun) return PrintResult(session, nullptr, {});
+  SSaveSummary summary;
+  if (auto failure = SaveTables(session, *engine, output, summary)) return *failure;
+  if (auto failure = output.Complete()) return *failure;
+  return PrintResult(session, &summary, output.GetPath());
+}
+
+}  // namespace tolvane

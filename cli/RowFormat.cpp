@@ -1,0 +1,76 @@
+#include "cli/RowFormat.h"
+
+#include <unordered_set>
+
+#include "cli/JsonOutput.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+void CCsvFormat::Separate() {
+  if (m_column++ > 0) m_sink.Write(",");
+}
+
+void CCsvFormat::WriteHeader(const std::vector<std::u16string>& columns) {
+  m_columnCount = columns.size();
+  BeginRow();
+  for (const std::u16string& column : columns) WriteText(column);
+  EndRow();
+}
+
+void CCsvFormat::WriteText(std::u16string_view text) {
+  Separate();
+  // The quotes of an empty cell tell a row with one column from an empty line.
+  const bool isLoneEmpty = text.empty() && m_columnCount == 1;
+  const bool needsQuotes = isLoneEmpty || text.find_first_of(u",\"\r\n") != std::u16string_view::npos;
+  m_cell.clear();
+  if (needsQuotes) m_cell += '"';
+  for (size_t quote = text.find(u'"'); quote != std::u16string_view::npos; quote = text.find(u'"')) {
+    AppendUtf8(text.substr(0, quote + 1), m_cell);
+    m_cell += '"';
+    text.remove_prefix(quote + 1);
+  }
+  AppendUtf8(text, m_cell);
+  if (needsQuotes) m_cell += '"';
+  m_sink.Write(m_cell);
+}
+
+void CJsonLinesFormat::WriteHeader(const std::vector<std::u16string>& columns) {
+  std::unordered_set<std::u16string> taken;
+  for (const std::u16string& column : columns) {
+    std::u16string name = column;
+    for (int number = 2; !taken.insert(name).second; ++number) name = column + u"_" + ToDecimal(number);
+    std::string& key = m_keys.emplace_back();
+    AppendJsonString(name, key);
+    key += ":";
+  }
+}
+
+void CJsonLinesFormat::BeginRow() {
+  m_column = 0;
+  m_sink.Write("{");
+}
+
+void CJsonLinesFormat::WriteKey() {
+  if (m_column > 0) m_sink.Write(",");
+  m_sink.Write(m_keys[m_column++]);
+}
+
+void CJsonLinesFormat::WriteText(std::u16string_view text) {
+  WriteKey();
+  m_cell.clear();
+  AppendJsonString(text, m_cell);
+  m_sink.Write(m_cell);
+}
+
+void CJsonLinesFormat::BeginBytes() {
+  WriteKey();
+  m_sink.Write("\"");
+}
+
+std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink) {
+  if (format == EExportFormat::JsonLines) return std::make_unique<CJsonLinesFormat>(sink);
+  return std::make_unique<CCsvFormat>(sink);
+}
+
+}  // namespace tolvane

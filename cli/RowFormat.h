@@ -1,0 +1,76 @@
+// The text forms of exported rows: CSV after RFC 4180, and JSON lines. UTF-8 both.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/Arguments.h"
+#include "cli/ExportSink.h"
+
+namespace tolvane {
+
+// Calls in this order: WriteHeader, then for each row BeginRow, one cell a column, EndRow. A cell is a
+// WriteText, or BeginBytes, WriteBytes as often as needed, EndBytes. What cannot be written shows in the
+// sink.
+class CRowFormat {
+ public:
+  explicit CRowFormat(CExportSink& sink) : m_sink(sink) {}
+  virtual ~CRowFormat() = default;
+  CRowFormat(const CRowFormat&) = delete;
+  CRowFormat& operator=(const CRowFormat&) = delete;
+
+  virtual void WriteHeader(const std::vector<std::u16string>& columns) = 0;
+  virtual void BeginRow() = 0;
+  virtual void WriteText(std::u16string_view text) = 0;
+  virtual void BeginBytes() = 0;
+  // Hexadecimal or base64 digits.
+  void WriteBytes(std::string_view digits) { m_sink.Write(digits); }
+  virtual void EndBytes() = 0;
+  virtual void EndRow() = 0;
+
+ protected:
+  CExportSink& m_sink;
+};
+
+class CCsvFormat : public CRowFormat {
+ public:
+  using CRowFormat::CRowFormat;
+  void WriteHeader(const std::vector<std::u16string>& columns) override;
+  void BeginRow() override { m_column = 0; }
+  void WriteText(std::u16string_view text) override;
+  void BeginBytes() override { Separate(); }
+  void EndBytes() override {}
+  void EndRow() override { m_sink.Write("\r\n"); }
+
+ private:
+  void Separate();
+
+  size_t m_column = 0;
+  size_t m_columnCount = 0;
+  std::string m_cell;
+};
+
+// One object a row. Columns of the same name are told apart by "_2", "_3", ...
+class CJsonLinesFormat : public CRowFormat {
+ public:
+  using CRowFormat::CRowFormat;
+  void WriteHeader(const std::vector<std::u16string>& columns) override;
+  void BeginRow() override;
+  void WriteText(std::u16string_view text) override;
+  void BeginBytes() override;
+  void EndBytes() override { m_sink.Write("\""); }
+  void EndRow() override { m_sink.Write("}\n"); }
+
+ private:
+  void WriteKey();
+
+  std::vector<std::string> m_keys;  // with quotes and colon
+  size_t m_column = 0;
+  std::string m_cell;
+};
+
+std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink);
+
+}  // namespace tolvane

@@ -1,0 +1,67 @@
+// One run of the program on one damaged file: checks the files, has a work folder of its own, runs the
+// workers while the main thread draws their progress and passes the user's interrupt on.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "cli/Arguments.h"
+#include "cli/ExitStatus.h"
+#include "cli/ProgressLine.h"
+#include "engine/AccessRepair.h"
+#include "model/AccessData.h"
+#include "platform/FileCust.h"
+#include "store/WorkFolder.h"
+
+namespace tolvane {
+
+class CSession {
+ public:
+  explicit CSession(const SArguments& arguments);
+  ~CSession();
+  CSession(const CSession&) = delete;
+  CSession& operator=(const CSession&) = delete;
+
+  [[nodiscard]] const SArguments& GetArguments() const { return m_arguments; }
+
+  // The source, the template and the log file, before anything is done. A failure ends the program.
+  std::optional<SFailure> CheckFiles();
+  // Recovers the tables into the work folder. After that there is data.
+  std::optional<SFailure> Recover();
+  [[nodiscard]] const CAccessData& GetData() const { return *m_data; }
+
+  // Runs `work` on a worker thread to its end. False when it threw, with the reason in `problem`.
+  bool RunWatched(const std::function<void()>& work, std::u16string& problem);
+
+  // One line for the user on standard error; in the log, too.
+  void Say(std::u16string_view message);
+  // Like Say, but not with --quiet.
+  void Mention(std::u16string_view message);
+
+ private:
+  std::optional<SFailure> CheckSourceFile();
+  std::optional<SFailure> CheckTemplate();
+  std::optional<SFailure> OpenLogFile();
+  std::optional<SFailure> MakeWorkFolder();
+  void ShowProgress();
+  void WriteLog(std::u16string_view lines);
+
+  const SArguments& m_arguments;
+  CProgressLine m_progress;
+  CRunFolder m_runFolder;
+  CAccessRepair m_repair;
+  std::unique_ptr<CAccessData> m_data;  // goes before the work folder that holds its files
+  CFileCust m_logFile;
+  bool m_hasLogProblem = false;
+  size_t m_logShown = 0;  // units of the repair log that were shown
+};
+
+// "PATH: message", as all messages about a file are.
+std::u16string AboutFile(std::u16string_view path, std::u16string_view message);
+SFailure StoppedByUser();
+
+}  // namespace tolvane

@@ -1,0 +1,117 @@
+#include "cli/TableExport.h"
+
+#include <utility>
+
+#include "cli/ByteText.h"
+#include "cli/Interrupt.h"
+#include "cli/SafeFileName.h"
+#include "platform/ErrorHandler.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "store/RowReader.h"
+
+namespace tolvane {
+
+namespace {
+// A multiple of three, so that base64 pieces join.
+constexpr size_t kPieceSize = 3 << 14;
+}  // namespace
+
+void CTableExport::SetOleFolder(std::u16string path, std::u16string shownAs) {
+  m_oleFolder = std::move(path);
+  m_oleShownAs = std::move(shownAs);
+}
+
+uint64_t CTableExport::GetLostRows() const {
+  return m_rows < m_table.header.rowCount ? m_table.header.rowCount - m_rows : 0;
+}
+
+EExportEnd CTableExport::Write(CExportSink& sink) {
+  const std::unique_ptr<CRowFormat> format = MakeRowFormat(m_arguments.format, sink);
+  std::vector<std::u16string> cells;
+  for (const CAccessColumn& column : m_table.columns) cells.emplace_back(column.GetName());
+  format->WriteHeader(cells);
+  CTableRowReader reader(m_table);
+  if (reader.Open()) {
+    while (m_problem.empty() && sink.GetProblem().empty() && reader.ReadRow(cells)) {
+      if (IsInterrupted()) return EExportEnd::Stopped;
+      ++m_rows;
+      format->BeginRow();
+      for (size_t i = 0; i < cells.size(); ++i) WriteCell(i, cells[i], *format);
+      format->EndRow();
+    }
+  }
+  if (!sink.Close()) m_problem = sink.GetProblem();
+  return m_problem.empty() ? EExportEnd::Done : EExportEnd::NotWritten;
+}
+
+void CTableExport::WriteCell(size_t column, std::u16string& text, CRowFormat& format) {
+  const uint8_t type = m_table.columns.GetAt(column)->type;
+  if (type == kTypeOle && !text.empty()) {
+    WriteObject(column, text, format);
+    return;
+  }
+  if (type == kTypeComplex && !text.empty()) m_texts.Show(column, text);
+  format.WriteText(text);
+}
+
+// The text of an OLE value is the path of the file that holds its bytes.
+void CTableExport::WriteObject(size_t column, const std::u16string& path, CRowFormat& format) {
+  CFileCust file;
+  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) {
+    ++m_lostObjects;
+    format.WriteText({});
+    return;
+  }
+  if (m_arguments.ole == EOleForm::Files) {
+    std::u16string shownAs;
+    if (!CopyObject(column, file, shownAs)) ++m_lostObjects;
+    format.WriteText(shownAs);
+    return;
+  }
+  CErrorHandler handler;
+  m_piece.resize(kPieceSize);
+  format.BeginBytes();
+  for (size_t size = kPieceSize; size == kPieceSize && !handler.HasError();) {
+    size = file.Read(m_piece, handler);
+    m_digits.clear();
+    if (m_arguments.ole == EOleForm::Base64) {
+      AppendBase64({m_piece.data(), size}, m_digits);
+    } else {
+      AppendHex({m_piece.data(), size}, m_digits);
+    }
+    format.WriteBytes(m_digits);
+  }
+  format.EndBytes();
+  if (handler.HasError()) ++m_lostObjects;
+}
+
+// False when the bytes cannot be read; a copy that cannot be written is a problem of the whole export.
+bool CTableExport::CopyObject(size_t column, CFileCust& file, std::u16string& shownAs) {
+  const std::u16string name = ToDecimal(m_rows) + u"_" +
+                              MakeSafeFileName(m_table.columns.GetAt(column)->GetName()) + u"_" +
+                              ToDecimal(column + 1) + u".bin";
+  if (GetFileKind(m_oleFolder) == EFileKind::Missing) CreateFolder(m_oleFolder);
+  const std::u16string path = m_oleFolder + kPathSeparator + name;
+  CFileCust copy;
+  const EFileCreation creation =
+      m_arguments.mayOverwrite ? EFileCreation::CreateAlways : EFileCreation::CreateNew;
+  if (!copy.Open(path, EFileAccess::Write, EFileShare::Read, creation)) {
+    m_problem = path + u": " + SystemMessage(copy.GetLastErrorCode());
+    return true;
+  }
+  shownAs = m_oleShownAs + u"/" + name;
+  CErrorHandler handler;
+  m_piece.resize(kPieceSize);
+  try {
+    for (size_t size = kPieceSize; size == kPieceSize && !handler.HasError();) {
+      size = file.Read(m_piece, handler);
+      copy.Write({m_piece.data(), size});
+    }
+  } catch (const CFileCustException& error) {
+    m_problem = path + u": " + error.GetMessageText();
+  }
+  return !handler.HasError();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,43 @@
+// A table of aligned columns for a terminal or a pipe.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tolvane {
+
+enum class EAlign : uint8_t { Left, Right };
+
+class CTextTable {
+ public:
+  static constexpr size_t kAnyWidth = 0;
+
+  void AddColumn(std::string heading, EAlign align = EAlign::Left);
+  // One cell a column, as ToDisplay makes them.
+  void AddRow(std::vector<std::string> cells);
+  [[nodiscard]] size_t GetRowCount() const { return m_rows.size(); }
+
+  // Lines of at most `width` columns: the widest cells are shortened first. Where even the narrowest columns
+  // do not fit beside each other, every row becomes a block with one line a column. Each line begins with
+  // `indent`.
+  [[nodiscard]] std::string Draw(size_t width, const std::string& indent = {}) const;
+
+ private:
+  struct SColumn {
+    std::string heading;
+    EAlign align;
+  };
+  [[nodiscard]] std::vector<size_t> MeasureColumns() const;
+  // False when the columns cannot be made narrow enough.
+  static bool FitColumns(std::vector<size_t>& widths, size_t room);
+  [[nodiscard]] std::string DrawBlocks(size_t width, const std::string& indent) const;
+  void AppendLine(const std::vector<std::string>& cells, const std::vector<size_t>& widths,
+                  const std::string& indent, std::string& out) const;
+
+  std::vector<SColumn> m_columns;
+  std::vector<std::vector<std::string>> m_rows;
+};
+
+}  // namespace tolvane
