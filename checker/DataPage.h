@@ -1,0 +1,52 @@
+// A page of rows (table rows, usage maps, long values): its head, its slots, and rules D3 and D4 over them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "checker/CheckContext.h"
+
+namespace tolvane {
+
+inline constexpr uint16_t kSlotDeleted = 0x8000;  // alone: the body of a row that is named elsewhere
+inline constexpr uint16_t kSlotPointer = 0x4000;  // alone: a row pointer to the body
+inline constexpr uint16_t kSlotStart = 0x1FFF;
+inline constexpr uint32_t kMaxSlots = 256;  // a row pointer has one byte for the slot
+
+struct SSlot {
+  std::span<const uint8_t> bytes;
+  uint16_t flags = 0;  // kSlotDeleted | kSlotPointer
+};
+
+class CDataPage {
+ public:
+  // Both must outlive the object.
+  CDataPage(const SEmbeddedLayout& layout, std::span<const uint8_t> page) : m_layout(layout), m_page(page) {}
+
+  [[nodiscard]] bool IsDataPage() const {
+    return m_page[kPageTypeAt] == static_cast<uint8_t>(EPageType::Data) && m_page[kPageMarkAt] == kPageMark;
+  }
+  [[nodiscard]] uint32_t GetOwner() const { return GetLittle<uint32_t>(m_page, m_layout.data.owner); }
+  [[nodiscard]] uint32_t GetStamp() const { return GetLittle<uint32_t>(m_page, m_layout.data.stamp); }
+  // As stored, and as far as the page and the row pointers reach.
+  [[nodiscard]] uint32_t GetStoredSlots() const {
+    return GetLittle<uint16_t>(m_page, m_layout.data.slotCount);
+  }
+  [[nodiscard]] uint32_t GetSlotCount() const;
+  // False when there is no such slot or it makes no sense.
+  [[nodiscard]] bool GetSlot(uint32_t row, SSlot& slot) const;
+
+  // Slots in descending order inside the page, and the word that counts the free bytes.
+  void CheckSlots(CFindings& findings, uint32_t number) const;
+
+ private:
+  [[nodiscard]] uint16_t WordOf(uint32_t row) const {
+    return GetLittle<uint16_t>(m_page, m_layout.data.slots + size_t{2} * row);
+  }
+  [[nodiscard]] size_t EndOfSlots() const { return m_layout.data.slots + size_t{2} * GetStoredSlots(); }
+
+  const SEmbeddedLayout& m_layout;
+  const std::span<const uint8_t> m_page;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,63 @@
+// A table definition: rules C1 to C10 and C13 to C17, and the structure that all later steps rely on.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "checker/CheckContext.h"
+#include "checker/CheckedTable.h"
+
+namespace tolvane {
+
+class CByteTaker;
+
+// The key that orders and compares names: that of an index on the name's stored bytes.
+std::string MakeStoredNameKey(const CCheckedFile& file, std::span<const uint8_t> stored);
+// Text as a row or a definition stores it.
+std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_t> stored);
+
+class CDefinitionCheck {
+ public:
+  explicit CDefinitionCheck(SCheckContext& context)
+      : m_context(context), m_layout(context.file.GetLayout()), m_page(context.file) {}
+
+  // False when the definition is too damaged to go on with its rows and indexes.
+  bool Load(uint32_t firstPage, SCheckedTable& table);
+
+ private:
+  struct SName {
+    std::u16string text;
+    std::string key;
+  };
+
+  bool ReadBlock(uint32_t firstPage);
+  void CheckChain();
+  bool Parse(SCheckedTable& table);
+  void ParseColumns(CByteTaker& taker, size_t count, SCheckedTable& table);
+  SCheckedColumn ParseColumn(std::span<const uint8_t> bytes);
+  void ParseRealIndexes(CByteTaker& taker, size_t count, SCheckedTable& table);
+  void ParseLogicalIndexes(CByteTaker& taker, size_t count, SCheckedTable& table);
+  void ParseMaps(CByteTaker& taker, SCheckedTable& table);
+  SName TakeName(CByteTaker& taker);
+  void ExpectMagic(uint32_t found, uint32_t expected, std::u16string_view what);
+
+  bool CheckNumbers(SCheckedTable& table);
+  void CheckColumns(const SCheckedTable& table);
+  void CheckColumnOrder(const SCheckedTable& table);
+  void CheckFixedPart(const SCheckedTable& table);
+  void CheckIndexes(const SCheckedTable& table);
+  void Error(std::string_view rule, std::u16string text);
+  void Doubt(std::string_view rule, std::u16string text);
+
+  SCheckContext& m_context;
+  const SEmbeddedLayout& m_layout;
+  CPageBuffer m_page;
+  uint32_t m_firstPage = 0;
+  std::vector<uint8_t> m_block;
+  std::vector<uint32_t> m_pages;
+  std::vector<uint16_t> m_freeWords;  // of m_pages
+};
+
+}  // namespace tolvane

@@ -1,0 +1,156 @@
+#include "checker/RelationCheck.h"
+
+#include <algorithm>
+#include <set>
+
+#include "checker/SystemRow.h"
+
+namespace tolvane {
+namespace {
+
+enum EColumn : uint16_t {
+  kName = 0,
+  kFlags = 1,
+  kCount = 2,
+  kPosition = 3,
+  kTable = 4,
+  kColumn = 5,
+  kReferencedTable = 6,
+  kReferencedColumn = 7,
+};
+constexpr uint32_t kNotEnforced = 0x2, kCascadeUpdates = 0x100, kCascadeDeletes = 0x1000;
+constexpr uint8_t kKindRelation = 2, kPrimarySide = 1, kForeignSide = 2;
+constexpr size_t kMostPairs = 100'000, kMostSides = 100'000;
+
+}  // namespace
+
+void CRelationCheck::AddRow(const CRowView& row, SPlace place) {
+  if (m_pairs.size() == kMostPairs) {
+    m_isComplete = false;
+    m_context.findings.Note(Say(u"Relationships beyond the first ", kMostPairs, u" were not looked at."));
+    return;
+  }
+  const CSystemRow values(m_context.file, row);
+  SPair pair;
+  pair.place = place;
+  pair.name = values.GetText(kName);
+  pair.relation = values.GetNameKey(kName);
+  pair.table = values.GetNameKey(kTable);
+  pair.column = values.GetNameKey(kColumn);
+  pair.referencedTable = values.GetNameKey(kReferencedTable);
+  pair.referencedColumn = values.GetNameKey(kReferencedColumn);
+  pair.flags = values.GetNumber<uint32_t>(kFlags).value_or(0);
+  pair.count = values.GetNumber<uint32_t>(kCount).value_or(0);
+  pair.position = values.GetNumber<uint32_t>(kPosition).value_or(0);
+  m_relations[pair.relation].push_back(m_pairs.size());
+  m_byTable[pair.table].push_back(m_pairs.size());
+  m_byReferencedTable[pair.referencedTable].push_back(m_pairs.size());
+  m_pairs.push_back(std::move(pair));
+}
+
+void CRelationCheck::AddTable(const SCheckedObject& object, const SCheckedTable& table) {
+  std::set<std::string_view> columns;
+  const auto foreign = m_byTable.find(object.nameKey), primary = m_byReferencedTable.find(object.nameKey);
+  if (foreign != m_byTable.end() || primary != m_byReferencedTable.end())
+    for (const SCheckedColumn& column : table.columns) columns.insert(column.nameKey);
+  if (foreign != m_byTable.end())
+    for (const size_t i : foreign->second) m_pairs[i].hasColumn = columns.count(m_pairs[i].column) != 0;
+  if (primary != m_byReferencedTable.end())
+    for (const size_t i : primary->second)
+      m_pairs[i].hasReferencedColumn = columns.count(m_pairs[i].referencedColumn) != 0;
+  for (const SCheckedLogicalIndex& index : table.logicalIndexes) {
+    if (index.kind != kKindRelation) continue;
+    if (m_sides.size() == kMostSides) {
+      m_isComplete = false;
+      return;
+    }
+    m_sides[{table.page, index.number}] = {index.name,   index.nameKey,        table.page,
+                                           index.number, index.partnerTable,   index.partnerIndex,
+                                           index.side,   index.cascadeUpdates, index.cascadeDeletes};
+    if (index.side == kForeignSide) m_foreignSides[index.nameKey].push_back({table.page, index.number});
+  }
+}
+
+void CRelationCheck::AddLinkedTable(const SCheckedObject& object) {
+  if (const auto found = m_byTable.find(object.nameKey); found != m_byTable.end())
+    for (const size_t i : found->second) m_pairs[i].hasColumn = true;
+  if (const auto found = m_byReferencedTable.find(object.nameKey); found != m_byReferencedTable.end())
+    for (const size_t i : found->second) m_pairs[i].hasReferencedColumn = true;
+}
+
+void CRelationCheck::Finish(const CCatalogueCheck& catalogue) {
+  if (!m_isComplete || !catalogue.IsComplete()) return;
+  std::set<std::string> objects;
+  for (const SCheckedObject& object : catalogue.GetObjects()) {
+    if (object.type != kObjectRelationship) continue;
+    objects.insert(object.nameKey);
+    if (m_relations.count(object.nameKey) == 0)
+      m_context.findings.Error("G1", object.place, Say(u"relationship ", object.name, u" has no rows"));
+  }
+  for (const auto& [key, pairs] : m_relations) {
+    if (objects.count(key) == 0)
+      m_context.findings.Error("G1", m_pairs[pairs[0]].place,
+                               Say(u"relationship ", m_pairs[pairs[0]].name, u" is not in the catalogue"));
+    CheckPairs(pairs);
+  }
+  for (const auto& [key, side] : m_sides) CheckSide(side);
+}
+
+void CRelationCheck::CheckPairs(const std::vector<size_t>& pairs) {
+  CFindings& findings = m_context.findings;
+  const SPair& first = m_pairs[pairs[0]];
+  std::set<uint32_t> positions;
+  for (const size_t i : pairs) {
+    const SPair& pair = m_pairs[i];
+    if (pair.count != pairs.size() || pair.position >= pairs.size() ||
+        !positions.insert(pair.position).second)
+      findings.Error("G2", pair.place,
+                     Say(u"relationship ", pair.name, u" has ", pairs.size(), u" rows; this is row ",
+                         pair.position, u" of ", pair.count));
+    if (pair.table != first.table || pair.referencedTable != first.referencedTable ||
+        pair.flags != first.flags)
+      findings.Error("G2", pair.place,
+                     Say(u"the rows of relationship ", pair.name, u" differ in their tables or flags"));
+    if (!pair.hasColumn || !pair.hasReferencedColumn)
+      findings.Error("G4", pair.place,
+                     Say(u"a table or column of relationship ", pair.name, u" does not exist"));
+  }
+  if ((first.flags & kNotEnforced) == 0) CheckEnforced(first);
+}
+
+// An enforced relationship has an index of its name in the foreign table.
+void CRelationCheck::CheckEnforced(const SPair& pair) {
+  const auto sides = m_foreignSides.find(pair.relation);
+  if (sides == m_foreignSides.end()) {
+    m_context.findings.Error("G3", pair.place, Say(u"no index enforces relationship ", pair.name));
+    return;
+  }
+  for (const auto& key : sides->second) {
+    const SSide& side = m_sides[key];
+    const bool cascadesUpdates = (pair.flags & kCascadeUpdates) != 0,
+               cascadesDeletes = (pair.flags & kCascadeDeletes) != 0;
+    if ((side.cascadeUpdates & 1) != cascadesUpdates || (side.cascadeDeletes & 1) != cascadesDeletes)
+      m_context.findings.Error("G5", {side.page},
+                               Say(u"index ", side.name, u" cascades otherwise than its relationship"));
+  }
+}
+
+// The two sides name each other and agree.
+void CRelationCheck::CheckSide(const SSide& side) {
+  const auto found = m_sides.find({side.partnerPage, side.partnerNumber});
+  const bool isPaired = found != m_sides.end() && found->second.partnerPage == side.page &&
+                        found->second.partnerNumber == side.number &&
+                        side.side + found->second.side == kPrimarySide + kForeignSide && side.side != 0 &&
+                        found->second.side != 0;
+  if (!isPaired)
+    m_context.findings.Error("G3", {side.page},
+                             Say(u"index ", side.name, u" has no counterpart at page ", side.partnerPage));
+  else if (found->second.cascadeUpdates != side.cascadeUpdates ||
+           found->second.cascadeDeletes != side.cascadeDeletes)
+    m_context.findings.Error("G5", {side.page},
+                             Say(u"index ", side.name, u" cascades otherwise than its counterpart"));
+  if (side.side == kForeignSide && m_relations.count(side.nameKey) == 0)
+    m_context.findings.Error("G3", {side.page}, Say(u"index ", side.name, u" belongs to no relationship"));
+}
+
+}  // namespace tolvane

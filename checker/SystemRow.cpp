@@ -1,0 +1,22 @@
+#include "checker/SystemRow.h"
+
+#include <vector>
+
+#include "checker/DefinitionCheck.h"
+#include "writer/embedded/StoredText.h"
+
+namespace tolvane {
+
+std::u16string CSystemRow::GetText(uint16_t column) const {
+  return DecodeStoredText(m_file, GetBytes(column));
+}
+
+std::string CSystemRow::GetNameKey(uint16_t column) const {
+  const std::span<const uint8_t> stored = GetBytes(column);
+  if (m_file.IsJet3()) return MakeStoredNameKey(m_file, stored);
+  std::vector<uint8_t> plain;
+  AppendPlainText(stored, plain);
+  return MakeStoredNameKey(m_file, plain);
+}
+
+}  // namespace tolvane
