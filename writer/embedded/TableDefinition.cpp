@@ -6,6 +6,9 @@
 namespace tolvane {
 namespace {
 
+// Relationships share real indexes, so there may be more logical ones than a table has real ones.
+constexpr size_t kMaxLogicalIndexes = 1024;
+
 void AppendName(std::vector<uint8_t>& block, std::u16string_view name) {
   AppendLittle(block, static_cast<uint16_t>(2 * name.size()));
   AppendUnits(block, name);
@@ -117,6 +120,69 @@ SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const 
   return index;
 }
 
+// How many of each part follow the header.
+struct SPartCounts {
+  size_t columns = 0, logical = 0, real = 0;
+};
+
+bool TakeHeader(const SDefinitionLayout& at, CByteTaker& taker, STableDefinition& definition,
+                SPartCounts& counts) {
+  const std::span<const uint8_t> header = taker.Take(at.headerSize);
+  if (!taker.IsOk() || (at.magic != kAbsent && GetLittle<uint32_t>(header, at.magic) != kDefinitionMagic))
+    return false;
+  definition.tableType = header[at.tableType];
+  definition.rowCount = GetLittle<uint32_t>(header, at.rowCount);
+  definition.autoNumber = GetLittle<uint32_t>(header, at.autoNumber);
+  definition.columnsEver = GetLittle<uint16_t>(header, at.columnsEver);
+  definition.variableEver = GetLittle<uint16_t>(header, at.variableEver);
+  definition.ownedMap = GetLittle<uint32_t>(header, at.ownedMap);
+  definition.freeMap = GetLittle<uint32_t>(header, at.freeMap);
+  counts.columns = GetLittle<uint16_t>(header, at.columnCount);
+  counts.logical = GetLittle<uint32_t>(header, at.logicalCount);
+  counts.real = GetLittle<uint32_t>(header, at.realCount);
+  return counts.columns <= kMaxFields && counts.real <= kMaxIndexes && counts.logical <= kMaxLogicalIndexes;
+}
+
+// After a failed take the pieces are empty and nothing more is decoded; the caller asks the taker at the end.
+void TakeColumns(const SColumnLayout& at, size_t count, CByteTaker& taker, STableDefinition& definition) {
+  for (size_t i = 0; i < count; i++) {
+    const std::span<const uint8_t> bytes = taker.Take(at.size);
+    if (taker.IsOk()) definition.columns.push_back(DecodeColumn(at, bytes));
+  }
+  for (SColumnDefinition& column : definition.columns) column.name = TakeName(taker);
+}
+
+void TakeIndexes(const SEmbeddedLayout& layout, const SPartCounts& counts,
+                 std::span<const uint8_t> statistics, CByteTaker& taker, STableDefinition& definition) {
+  const SDefinitionLayout& at = layout.definition;
+  for (size_t i = 0; i < counts.real; i++) {
+    const std::span<const uint8_t> bytes = taker.Take(layout.realIndex.size);
+    if (!taker.IsOk()) return;
+    definition.realIndexes.push_back(DecodeRealIndex(layout.realIndex, bytes));
+    definition.realIndexes.back().distinctKeys =
+        GetLittle<uint32_t>(statistics, i * at.statisticsSize + at.statisticsDistinct);
+  }
+  for (size_t i = 0; i < counts.logical; i++) {
+    const std::span<const uint8_t> bytes = taker.Take(layout.logicalIndex.size);
+    if (taker.IsOk()) definition.logicalIndexes.push_back(DecodeLogicalIndex(layout.logicalIndex, bytes));
+  }
+  for (SLogicalIndex& index : definition.logicalIndexes) index.name = TakeName(taker);
+}
+
+void TakeLongValueMaps(CByteTaker& taker, STableDefinition& definition) {
+  while (taker.IsOk()) {
+    const auto number = taker.TakeNumber<uint16_t>();
+    if (number == kDefinitionEnd) return;
+    const auto owned = taker.TakeNumber<uint32_t>();
+    const auto free = taker.TakeNumber<uint32_t>();
+    for (SColumnDefinition& column : definition.columns) {
+      if (column.number != number) continue;
+      column.ownedMap = owned;
+      column.freeMap = free;
+    }
+  }
+}
+
 // What later code relies on: numbers within their counts, unique, and fixed columns inside the row.
 bool IsSound(const SEmbeddedLayout& layout, const STableDefinition& definition) {
   std::set<uint16_t> numbers, variables;
@@ -192,54 +258,14 @@ std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STabl
 
 bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> block,
                       STableDefinition& definition) {
-  const SDefinitionLayout& at = layout.definition;
   CByteTaker taker(block);
-  const std::span<const uint8_t> header = taker.Take(at.headerSize);
-  if (!taker.IsOk() || GetLittle<uint32_t>(header, at.magic) != kDefinitionMagic) return false;
-  definition.tableType = header[at.tableType];
-  definition.rowCount = GetLittle<uint32_t>(header, at.rowCount);
-  definition.autoNumber = GetLittle<uint32_t>(header, at.autoNumber);
-  definition.columnsEver = GetLittle<uint16_t>(header, at.columnsEver);
-  definition.variableEver = GetLittle<uint16_t>(header, at.variableEver);
-  definition.ownedMap = GetLittle<uint32_t>(header, at.ownedMap);
-  definition.freeMap = GetLittle<uint32_t>(header, at.freeMap);
-  const size_t columns = GetLittle<uint16_t>(header, at.columnCount);
-  const size_t logical = GetLittle<uint32_t>(header, at.logicalCount);
-  const size_t real = GetLittle<uint32_t>(header, at.realCount);
-  if (columns > kMaxFields || logical > block.size() || real > block.size()) return false;
-
-  const std::span<const uint8_t> statistics = taker.Take(real * at.statisticsSize);
-  const std::span<const uint8_t> descriptors = taker.Take(columns * layout.column.size);
-  if (!taker.IsOk()) return false;
-  definition.columns.resize(columns);
-  for (size_t i = 0; i < columns; i++)
-    definition.columns[i] =
-        DecodeColumn(layout.column, descriptors.subspan(i * layout.column.size, layout.column.size));
-  for (SColumnDefinition& column : definition.columns) column.name = TakeName(taker);
-  for (size_t i = 0; i < real && taker.IsOk(); i++) {
-    const std::span<const uint8_t> bytes = taker.Take(layout.realIndex.size);
-    if (!taker.IsOk()) return false;
-    SRealIndex index = DecodeRealIndex(layout.realIndex, bytes);
-    index.distinctKeys = GetLittle<uint32_t>(statistics, i * at.statisticsSize + at.statisticsDistinct);
-    definition.realIndexes.push_back(std::move(index));
-  }
-  for (size_t i = 0; i < logical && taker.IsOk(); i++) {
-    const std::span<const uint8_t> bytes = taker.Take(layout.logicalIndex.size);
-    if (!taker.IsOk()) return false;
-    definition.logicalIndexes.push_back(DecodeLogicalIndex(layout.logicalIndex, bytes));
-  }
-  for (SLogicalIndex& index : definition.logicalIndexes) index.name = TakeName(taker);
-  while (taker.IsOk()) {
-    const auto number = taker.TakeNumber<uint16_t>();
-    if (number == kDefinitionEnd) break;
-    const auto owned = taker.TakeNumber<uint32_t>();
-    const auto free = taker.TakeNumber<uint32_t>();
-    for (SColumnDefinition& column : definition.columns) {
-      if (column.number != number) continue;
-      column.ownedMap = owned;
-      column.freeMap = free;
-    }
-  }
+  SPartCounts counts;
+  definition = {};
+  if (!TakeHeader(layout.definition, taker, definition, counts)) return false;
+  const std::span<const uint8_t> statistics = taker.Take(counts.real * layout.definition.statisticsSize);
+  TakeColumns(layout.column, counts.columns, taker, definition);
+  TakeIndexes(layout, counts, statistics, taker, definition);
+  TakeLongValueMaps(taker, definition);
   return taker.IsOk() && IsSound(layout, definition);
 }
 

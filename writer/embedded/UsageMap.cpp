@@ -21,10 +21,9 @@ void SetBit(std::span<uint8_t> bits, size_t bit) {
   bits[bit / 8] = static_cast<uint8_t>(bits[bit / 8] | 1u << (bit % 8));
 }
 
-void AddBits(std::span<const uint8_t> bits, uint32_t first, uint32_t pageCount, CPageSet& pages) {
-  for (size_t i = 0; i < bits.size() * 8; i++)
-    if ((bits[i / 8] >> (i % 8) & 1) != 0 && first + i < pageCount)
-      pages.Add(first + static_cast<uint32_t>(i));
+void AddBits(std::span<const uint8_t> bits, uint64_t first, uint32_t pageCount, CPageSet& pages) {
+  for (size_t i = 0; i < bits.size() * 8 && first + i < pageCount; i++)
+    if ((bits[i / 8] >> (i % 8) & 1) != 0) pages.Add(static_cast<uint32_t>(first + i));
 }
 
 CDaoResult LoadMapPage(CPageFile& file, uint32_t page, CSlottedPage& mapPage) {
@@ -93,13 +92,14 @@ void MakeInline(const CPageSet& pages, uint32_t start, size_t rowSize, std::vect
   pages.ForEach([&](uint32_t page) { SetBit(std::span(row).subspan(kMapBits), page - start); });
 }
 
-// Free are the file's free pages and all numbers behind its end up to `capacity`.
-void SetFreeBits(const CPageFile& file, uint64_t first, uint64_t capacity, std::span<uint8_t> bits) {
-  for (uint32_t page = file.GetFreePages().FindFrom(static_cast<uint32_t>(first));
-       page < file.GetPageCount() && page < first + capacity; page = file.GetFreePages().FindFrom(page + 1))
+// Free are the file's free pages and all numbers behind its end, out of the `capacity` numbers from `first`
+// on.
+void SetFreeBits(const CPageFile& file, uint32_t first, uint32_t capacity, std::span<uint8_t> bits) {
+  const uint32_t end = first + capacity;
+  const CPageSet& free = file.GetFreePages();
+  for (uint32_t page = free.FindFrom(first); page < end; page = free.FindFrom(page + 1))
     SetBit(bits, page - first);
-  for (uint64_t page = std::max<uint64_t>(first, file.GetPageCount()); page < first + capacity; page++)
-    SetBit(bits, page - first);
+  for (uint32_t page = std::max(first, file.GetPageCount()); page < end; page++) SetBit(bits, page - first);
 }
 
 // Pages of bits may themselves lengthen the file, so all are allocated before the first is filled.
@@ -114,7 +114,7 @@ CDaoResult MakeGlobalReferences(CPageFile& file, std::vector<uint8_t>& row) {
   for (size_t i = 0; i < references.size(); i++) {
     if (references[i] == 0) continue;
     std::fill(bytes.begin(), bytes.end(), uint8_t{0});
-    SetFreeBits(file, uint64_t{i} * perPage, perPage, std::span(bytes).subspan(kMapPageBits));
+    SetFreeBits(file, static_cast<uint32_t>(i) * perPage, perPage, std::span(bytes).subspan(kMapPageBits));
     if (CDaoResult result = WriteBitPage(file, references[i], bytes); !result.IsOk()) return result;
   }
   std::fill(row.begin(), row.end(), uint8_t{0});
@@ -174,8 +174,8 @@ CDaoResult LoadUsageMap(CPageFile& file, uint32_t pointer, CPageSet& pages) {
     if (references[i] >= file.GetPageCount()) return BadMap();
     if (CDaoResult result = file.Read(references[i], bytes); !result.IsOk()) return result;
     if (bytes[kPageTypeAt] != static_cast<uint8_t>(EPageType::MapBits)) return BadMap();
-    AddBits(std::span(bytes).subspan(kMapPageBits),
-            static_cast<uint32_t>(i) * PagesPerBitPage(file.GetLayout()), file.GetPageCount(), pages);
+    AddBits(std::span(bytes).subspan(kMapPageBits), uint64_t{i} * PagesPerBitPage(file.GetLayout()),
+            file.GetPageCount(), pages);
   }
   return CDaoResult::Ok();
 }
@@ -196,7 +196,7 @@ CDaoResult StoreGlobalMap(CPageFile& file) {
   const size_t size = std::max(row.size(), kMapBits + kMapGrowth * steps);
   if (row[0] == kMapInline && size - row.size() <= mapPage.GetFreeBytes()) {
     row.assign(size, 0);
-    SetFreeBits(file, 0, 8 * (size - kMapBits), std::span(row).subspan(kMapBits));
+    SetFreeBits(file, 0, static_cast<uint32_t>(8 * (size - kMapBits)), std::span(row).subspan(kMapBits));
   } else if (CDaoResult result = MakeGlobalReferences(file, row); !result.IsOk()) {
     return result;
   }
