@@ -1,9 +1,9 @@
 #include "cli/Arguments.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
 #include <utility>
 
+#include "cli/DisplayText.h"
 #include "cli/Version.h"
 #include "platform/Text.h"
 
@@ -58,6 +58,7 @@ constexpr const char* kInspectHelp =
 // The parser works with the system's bytes; the program with text.
 struct SWords {
   std::string source, templatePath, workFolder, logFile, output, table, folder;
+  std::string engine = "embedded", format = "csv", ole = "hex";
 };
 
 void AddSource(CLI::App& command, SArguments& arguments, SWords& words) {
@@ -72,14 +73,12 @@ void AddSource(CLI::App& command, SArguments& arguments, SWords& words) {
 }
 
 void AddRepair(CLI::App& app, SArguments& arguments, SWords& words) {
-  static const std::map<std::string, EEngineChoice> kEngines{{"embedded", EEngineChoice::Embedded},
-                                                             {"dao", EEngineChoice::Dao}};
   CLI::App& command = *app.add_subcommand("repair", kRepairHelp);
   AddSource(command, arguments, words);
   command.add_option("-o,--output", words.output,
                      "The new database; Tolvane_NAME beside the source if left out");
-  command.add_option("--engine", arguments.engine, "What writes the database: embedded (default) or dao")
-      ->transform(CLI::CheckedTransformer(kEngines, CLI::ignore_case).description("NAME"));
+  command.add_option("--engine", words.engine, "What writes the database: embedded (default) or dao")
+      ->check(CLI::IsMember(std::vector<std::string>{"embedded", "dao"}).description("NAME"));
   command.add_flag("--overwrite", arguments.mayOverwrite, "Replace an existing output");
   command.add_flag("--dry-run", arguments.isDryRun, "Recover and report, but write no database");
   command.add_flag("--all", arguments.withSystemTables, "List system tables, too");
@@ -102,18 +101,14 @@ void AddPreview(CLI::App& app, SArguments& arguments, SWords& words) {
 }
 
 void AddExport(CLI::App& app, SArguments& arguments, SWords& words) {
-  static const std::map<std::string, EExportFormat> kFormats{{"csv", EExportFormat::Csv},
-                                                             {"jsonl", EExportFormat::JsonLines}};
-  static const std::map<std::string, EOleForm> kOleForms{
-      {"hex", EOleForm::Hex}, {"base64", EOleForm::Base64}, {"files", EOleForm::Files}};
   CLI::App& command = *app.add_subcommand("export", kExportHelp);
   AddSource(command, arguments, words);
   command.add_option("TABLE", words.table, "Name of the table, or page:NUMBER; all tables if left out");
   command.add_option("--to", words.folder, "Folder for one file a table; standard output if left out");
-  command.add_option("--format", arguments.format, "csv (default) or jsonl")
-      ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case).description("NAME"));
-  command.add_option("--ole", arguments.ole, "OLE objects as hex (default), base64 or files")
-      ->transform(CLI::CheckedTransformer(kOleForms, CLI::ignore_case).description("NAME"));
+  command.add_option("--format", words.format, "csv (default) or jsonl")
+      ->check(CLI::IsMember(std::vector<std::string>{"csv", "jsonl"}).description("NAME"));
+  command.add_option("--ole", words.ole, "OLE objects as hex (default), base64 or files")
+      ->check(CLI::IsMember(std::vector<std::string>{"hex", "base64", "files"}).description("NAME"));
   command.add_flag("--overwrite", arguments.mayOverwrite, "Replace existing files");
   command.add_flag("--all", arguments.withSystemTables, "System tables, too");
   command.callback([&arguments] { arguments.command = ECommand::Export; });
@@ -144,6 +139,10 @@ void TakeWords(const SWords& words, SArguments& arguments) {
   arguments.output = FromNativePath(words.output);
   arguments.table = FromNativePath(words.table);
   arguments.folder = FromNativePath(words.folder);
+  if (words.engine == "dao") arguments.engine = EEngineChoice::Dao;
+  if (words.format == "jsonl") arguments.format = EExportFormat::JsonLines;
+  if (words.ole == "base64") arguments.ole = EOleForm::Base64;
+  if (words.ole == "files") arguments.ole = EOleForm::Files;
 }
 
 SParsedArguments Complain(std::string text) {
@@ -158,6 +157,12 @@ SParsedArguments Complain(std::string text) {
 std::string HelpHint(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   return " (see tolvane " + (chosen.empty() ? std::string() : chosen.front()->get_name() + " ") + "--help)";
+}
+
+std::string DescribeMissingCommand(const std::vector<std::u16string>& words) {
+  for (const std::u16string& word : words)
+    if (!word.starts_with(u"-")) return "there is no command \"" + ToDisplay(word) + "\"";
+  return "name a command";
 }
 
 SParsedArguments Parse(CLI::App& app, const std::vector<std::u16string>& words, SArguments& arguments,
@@ -175,6 +180,9 @@ SParsedArguments Parse(CLI::App& app, const std::vector<std::u16string>& words, 
     parsed.isEnd = true;
     parsed.text = app.help();
     return parsed;
+  } catch (const CLI::RequiredError&) {
+    if (app.get_subcommands().empty()) return Complain(DescribeMissingCommand(words) + HelpHint(app));
+    return Complain("SOURCE is missing" + HelpHint(app));
   } catch (const CLI::ParseError& error) {
     return Complain(error.what() + HelpHint(app));
   }

@@ -68,7 +68,7 @@ std::optional<SFailure> RecoverSomething(CSession& session) {
 }
 
 void MentionDamage(CSession& session) {
-  if (!session.GetData().GetLedger().IsClean())
+  if (!IsRecoveryWhole(session.GetData()))
     session.Mention(u"Something was lost or is doubtful; tolvane repair --dry-run tells what.");
 }
 

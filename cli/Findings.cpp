@@ -1,6 +1,7 @@
 #include "cli/Findings.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "cli/DisplayText.h"
 #include "platform/Text.h"
@@ -141,6 +142,22 @@ std::string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedg
   return text;
 }
 
+std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data) {
+  constexpr uint8_t kUnknown[] = {kTypeNone, kTypeUnknown13, 14, 17};
+  std::vector<SColumnPlace> found;
+  for (const auto& table : data.GetTables()) {
+    if (IsSystemTable(*table) || table->header.rowCount == 0) continue;
+    for (const CAccessColumn& column : table->columns)
+      if (column.type > kTypeComplex || std::count(std::begin(kUnknown), std::end(kUnknown), column.type) > 0)
+        found.push_back({table.get(), &column});
+  }
+  return found;
+}
+
+bool IsRecoveryWhole(const CAccessData& data) {
+  return data.GetLedger().IsClean() && FindUnknownColumns(data).empty();
+}
+
 bool IsNothingRecovered(const CAccessData& data) {
   uint64_t rows = 0;
   for (const auto& table : data.GetTables()) {
@@ -153,13 +170,13 @@ bool IsNothingRecovered(const CAccessData& data) {
 
 bool HasSaveLosses(const SSaveSummary& summary) {
   return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.columnsLost > 0 ||
-         summary.indexesLost > 0;
+         summary.indexesLost > 0 || summary.queriesLost > 0 || summary.queriesSkipped > 0;
 }
 
 EExitStatus DecideStatus(const CAccessData& data, const SSaveSummary* saved) {
   if (IsNothingRecovered(data)) return EExitStatus::Nothing;
   if (saved && !saved->failure.empty()) return EExitStatus::Failed;
-  const bool isWhole = data.GetLedger().IsClean() && !(saved && HasSaveLosses(*saved));
+  const bool isWhole = IsRecoveryWhole(data) && !(saved && HasSaveLosses(*saved));
   return isWhole ? EExitStatus::Done : EExitStatus::Incomplete;
 }
 

@@ -36,6 +36,15 @@ struct SDamageWords {
 const std::vector<SDamageWords>& GetDamageWords();
 std::string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place);
 
+struct SColumnPlace {
+  const CAccessTable* table;
+  const CAccessColumn* column;
+};
+// Columns with rows whose values could not be read because nobody knows their type.
+std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data);
+
+// True when nothing was lost and nothing is doubtful on reading.
+bool IsRecoveryWhole(const CAccessData& data);
 // No table worth anything was found.
 bool IsNothingRecovered(const CAccessData& data);
 bool HasSaveLosses(const SSaveSummary& summary);

@@ -144,7 +144,9 @@ SCommandEnd RunInspect(CSession& session) {
     return SFailure{EExitStatus::Failed,
                     AboutFile(arguments.source, problem.empty() ? u"The file cannot be read." : problem)};
   const SPageTotals& totals = inspector.GetTotals();
-  const bool isClean = findings.badPageCount == 0 && totals.partialBytes == 0;
+  // Pages without an owner remain in healthy files, too.
+  const bool isClean = totals.Of(EPageVerdict::Damaged) == 0 && totals.Of(EPageVerdict::Unreadable) == 0 &&
+                       totals.partialBytes == 0;
   const EExitStatus status = isClean ? EExitStatus::Done : EExitStatus::Incomplete;
   if (arguments.isJson) {
     if (!PrintJson(DescribeFindings(totals, findings, arguments, status))) return OutputLost();

@@ -105,6 +105,21 @@ Json DescribeDamage(const CAccessData& data) {
     damage.push_back(
         {{"kind", words.name}, {"count", count}, {"meaning", words.plural}, {"places", std::move(places)}});
   }
+  const std::vector<SColumnPlace> unknown = FindUnknownColumns(data);
+  if (unknown.empty()) return damage;
+  uint64_t count = 0;
+  Json places = Json::array();
+  for (const SColumnPlace& place : unknown) {
+    count += place.table->header.rowCount;
+    places.push_back({{"table", ToUtf8(place.table->name)},
+                      {"column", ToUtf8(place.column->GetName())},
+                      {"typeCode", place.column->type},
+                      {"amount", place.table->header.rowCount}});
+  }
+  damage.push_back({{"kind", "unknownType"},
+                    {"count", count},
+                    {"meaning", "values of types that are not known"},
+                    {"places", std::move(places)}});
   return damage;
 }
 
@@ -121,6 +136,9 @@ Json DescribeSaving(const SSaveSummary& summary) {
           {"records", summary.recordsSaved},
           {"valuesOutOfRange", summary.fieldsDropped},
           {"emptyRows", summary.emptyRowsDropped},
+          {"queries", summary.queriesSaved},
+          {"queriesLost", summary.queriesLost},
+          {"queriesSkipped", summary.queriesSkipped},
           {"columnsLost", summary.columnsLost},
           {"indexesLost", summary.indexesLost},
           {"losses", std::move(losses)},

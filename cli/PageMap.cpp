@@ -21,7 +21,7 @@ constexpr SSign kSigns[] = {
     {'T', "table definition"},    {'H', "header"},      {'?', "unknown kind"},
     {'o', "belongs to no table"}, {'X', "damaged"},     {'!', "unreadable"},
 };
-constexpr size_t kLegendColumns = 4;
+constexpr size_t kLegendColumns = 3;
 
 }  // namespace
 
@@ -108,11 +108,11 @@ std::string CPageMap::Draw(size_t width) const {
   size_t column = 0;
   for (const SSign& known : kSigns) {
     if (std::find(m_signs.begin(), m_signs.end(), known.sign) == m_signs.end()) continue;
-    text += column % kLegendColumns == 0 ? (column == 0 ? "    " : "\n    ") : "  ";
-    text += std::string(1, known.sign) + " " + PadRight(known.meaning, 19);
-    ++column;
+    const bool isLineEnd = ++column % kLegendColumns == 0;
+    text += "    " + std::string(1, known.sign) + " ";
+    text += isLineEnd ? known.meaning + std::string("\n") : PadRight(known.meaning, 19);
   }
-  while (!text.empty() && text.back() == ' ') text.pop_back();
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\n')) text.pop_back();
   return text + "\n";
 }
 

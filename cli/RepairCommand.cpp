@@ -32,9 +32,12 @@ std::optional<SFailure> SaveTables(CSession& session, CDaoEngine& engine, const 
   if (IsInterrupted()) return StoppedByUser();
   if (isSaved && problem.empty()) return std::nullopt;
   if (problem.empty()) problem = summary.failure;
+  // A new database of the oldest format may be out of reach; its rows are not.
+  const std::u16string_view advice =
+      session.GetData().source.isJet3 ? u" tolvane export writes the rows as CSV." : u"";
   return SFailure{EExitStatus::Failed,
-                  AboutFile(output.GetPath(), u"The new database could not be written: " + problem +
-                                                  u" Nothing was left under this name.")};
+                  AboutFile(output.GetPath(),
+                            u"The new database could not be written: " + problem + std::u16string(advice))};
 }
 
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {

@@ -71,7 +71,8 @@ std::string DrawTables(const CAccessData& data, const SArguments& arguments, con
 
 std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
   const CDamageLedger& ledger = data.GetLedger();
-  if (ledger.IsClean()) return {};
+  const std::vector<SColumnPlace> unknown = FindUnknownColumns(data);
+  if (ledger.IsClean() && unknown.empty()) return {};
   std::string text = Heading("Lost or doubtful", style);
   for (const SDamageWords& words : GetDamageWords()) {
     const uint64_t count = ledger.GetCount(words.kind);
@@ -83,6 +84,11 @@ std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
     if (!places.empty())
       text += std::string(kIndent, ' ') + (room > 0 ? Shorten(places, room) : places) + "\n";
   }
+  for (const SColumnPlace& place : unknown)
+    AppendCount(place.table->header.rowCount,
+                "values of the unknown type " + std::to_string(place.column->type) + ": table " +
+                    ToDisplay(place.table->name) + ", column " + ToDisplay(place.column->GetName()),
+                text);
   return text;
 }
 
@@ -96,6 +102,11 @@ std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style) {
   AppendCount(summary.fieldsDropped, "values outside the range that is saved (bytes above 127)", text);
   AppendCount(summary.columnsLost, summary.columnsLost == 1 ? "column" : "columns", text);
   AppendCount(summary.indexesLost, summary.indexesLost == 1 ? "index" : "indexes", text);
+  AppendCount(summary.queriesLost, summary.queriesLost == 1 ? "query" : "queries", text);
+  AppendCount(summary.queriesSkipped,
+              summary.queriesSkipped == 1 ? "query of a kind that cannot be rebuilt"
+                                          : "queries of kinds that cannot be rebuilt",
+              text);
   if (!text.empty()) text = Heading("Not saved", style) + text;
   if (summary.notes.empty()) return text;
   text += Heading("Remarks", style);
