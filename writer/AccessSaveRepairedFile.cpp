@@ -9,6 +9,7 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "store/FileNameManager.h"
+#include "writer/QuerySaver.h"
 #include "writer/RowCopier.h"
 #include "writer/TableBuilder.h"
 
@@ -46,7 +47,8 @@ CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
 
 bool CAccessSaveRepairedFile::Save() {
   if (!SaveStructure()) return false;
-  // The saved queries and the relationships belong here, before the rows. Neither ends the save.
+  // Neither the saved queries nor the relationships, which belong behind them, end the save.
+  static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary).Save());
   return SaveData();
 }
 

@@ -26,6 +26,9 @@ struct SSaveSummary {
   uint64_t emptyRowsDropped = 0;
   uint64_t columnsLost = 0;  // columns for which no field could be created
   uint64_t indexesLost = 0;  // indexes that could not be created
+  uint64_t queriesSaved = 0;
+  uint64_t queriesLost = 0;     // saved queries that the new database refused
+  uint64_t queriesSkipped = 0;  // saved queries of a kind for which no SQL text can be rebuilt
   std::vector<SSaveLoss> losses;
   std::vector<std::u16string> notes;  // what was saved in another form than recovered; in the log, too
   std::u16string failure;             // why the save as a whole ended early; empty when it did not

@@ -142,6 +142,15 @@ class CDaoRecordset {
   virtual CDaoResult Close() = 0;
 };
 
+// A saved query that is being made. Nothing reaches the database before Append.
+class CDaoQueryDef {
+ public:
+  virtual ~CDaoQueryDef() = default;
+  // Ok may carry a text: how the query was stored when not as it was given.
+  virtual CDaoResult Append() = 0;
+  virtual void Close() = 0;
+};
+
 class CDaoDatabase {
  public:
   virtual ~CDaoDatabase() = default;
@@ -149,6 +158,8 @@ class CDaoDatabase {
                                     std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) = 0;
   // `sql` is "SELECT * FROM [table]".
   virtual CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) = 0;
+  virtual CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
+                                    std::unique_ptr<CDaoQueryDef>& queryDef) = 0;
   // Completes the file on disk. The destructor closes too, but cannot say what went wrong.
   virtual CDaoResult Close() = 0;
 };

@@ -97,6 +97,16 @@ class CFakeRecordset : public CDaoRecordset {
   SFakeLog& m_log;
 };
 
+class CFakeQueryDef : public CDaoQueryDef {
+ public:
+  explicit CFakeQueryDef(SFakeLog& log) : m_log(log) {}
+  CDaoResult Append() override { return m_log.Call("append query"); }
+  void Close() override { static_cast<void>(m_log.Call("close query")); }
+
+ private:
+  SFakeLog& m_log;
+};
+
 class CFakeDatabase : public CDaoDatabase {
  public:
   explicit CFakeDatabase(SFakeLog& log) : m_log(log) {}
@@ -109,6 +119,11 @@ class CFakeDatabase : public CDaoDatabase {
   CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) override {
     recordset = std::make_unique<CFakeRecordset>(m_log);
     return m_log.Call("rows " + ToUtf8(sql));
+  }
+  CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
+                            std::unique_ptr<CDaoQueryDef>& queryDef) override {
+    queryDef = std::make_unique<CFakeQueryDef>(m_log);
+    return m_log.Call("query " + ToUtf8(name) + ": " + ToUtf8(sql));
   }
   CDaoResult Close() override { return m_log.Call("close database"); }
 

@@ -4,6 +4,8 @@
 #include <optional>
 
 #include "writer/embedded/ObjectName.h"
+#include "writer/embedded/QueryStore.h"
+#include "writer/embedded/RowValues.h"
 
 namespace tolvane {
 namespace {
@@ -14,13 +16,6 @@ constexpr uint32_t kFullAccess = 0xFFFFF;
 CDaoResult OtherProgram() {
   return {EDaoError::NotSupported,
           u"The database was made by another program; only databases made here can be added to."};
-}
-
-template <class T>
-void SetNumber(CTableStore& table, uint16_t column, T value) {
-  uint8_t bytes[sizeof(T)];
-  PutLittle(std::span<uint8_t>(bytes), 0, value);
-  table.GetRow().Set(*table.GetDefinition().FindColumn(column), bytes);
 }
 
 // The column's bytes; empty when it is null or cannot be read.
@@ -78,8 +73,9 @@ bool CCatalogue::LoadObject(std::span<const uint8_t> row) {
   const auto type = ReadColumn(m_file, definition, row, kObjectsType);
   const auto name = ReadColumn(m_file, definition, row, kObjectsName);
   if (id.size() != 4 || parent.size() != 4 || type.size() != 2) return false;
-  if (GetLittle<uint32_t>(parent, 0) != kContainerTables) return true;
   const SCatalogueObject object{GetLittle<uint32_t>(id, 0), GetLittle<int16_t>(type, 0)};
+  if (object.id >= m_nextObjectId) m_nextObjectId = object.id + 1;
+  if (GetLittle<uint32_t>(parent, 0) != kContainerTables) return true;
   return m_objects.emplace(MakeNameKey(UnitsOf(name)), object).second;
 }
 
@@ -98,38 +94,56 @@ const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {
 CDaoResult CCatalogue::AddTable(std::u16string_view name, uint32_t definitionPage, double date) {
   const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User};
   if (CDaoResult result = AddObject(object, 0, date); !result.IsOk()) return result;
-  for (const EAccount account : {EAccount::User, EAccount::Users})
-    if (CDaoResult result = AddAce({definitionPage, account, kFullAccess, false}); !result.IsOk())
-      return result;
+  return AddUserAces(definitionPage);
+}
+
+CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& query, double date) {
+  if (CDaoResult result = CheckQueryRows(query); !result.IsOk()) return result;
+  SSystemObject object{0, kContainerTables, name, kObjectQuery, EAccount::User};
+  if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, query.objectFlags, date); !result.IsOk()) return result;
+  if (CDaoResult result = AddUserAces(object.id); !result.IsOk()) return result;
+  return StoreQueryRows(Table(kQueriesPage), object.id, query);
+}
+
+CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
+  if (m_nextObjectId == 0) return {EDaoError::InvalidArgument, u"The database can take no more objects."};
+  id = m_nextObjectId++;
   return CDaoResult::Ok();
 }
 
 CDaoResult CCatalogue::AddObject(const SSystemObject& object, uint32_t flags, double date) {
   CTableStore& table = Table(kObjectsPage);
   table.BeginRow();
-  SetNumber(table, kObjectsId, object.id);
-  SetNumber(table, kObjectsParentId, object.parent);
-  SetNumber(table, kObjectsType, object.type);
-  SetNumber(table, kObjectsDateCreate, DoubleBits(date));
-  SetNumber(table, kObjectsDateUpdate, DoubleBits(date));
-  SetNumber(table, kObjectsFlags, flags);
-  const STableDefinition& definition = table.GetDefinition();
-  PutUnits(table.GetRow().Reserve(*definition.FindColumn(kObjectsName), 2 * object.name.size()), object.name);
-  table.GetRow().Set(*definition.FindColumn(kObjectsOwner), MaskedSid(object.owner));
+  CRowValues values(table);
+  values.SetNumber(kObjectsId, object.id);
+  values.SetNumber(kObjectsParentId, object.parent);
+  values.SetNumber(kObjectsType, object.type);
+  values.SetNumber(kObjectsDateCreate, DoubleBits(date));
+  values.SetNumber(kObjectsDateUpdate, DoubleBits(date));
+  values.SetNumber(kObjectsFlags, flags);
+  values.SetText(kObjectsName, object.name);
+  values.SetBytes(kObjectsOwner, MaskedSid(object.owner));
   if (CDaoResult result = table.StoreRow(); !result.IsOk()) return result;
   if (object.parent == kContainerTables)
     m_objects.emplace(MakeNameKey(object.name), SCatalogueObject{object.id, object.type});
   return CDaoResult::Ok();
 }
 
+CDaoResult CCatalogue::AddUserAces(uint32_t object) {
+  for (const EAccount account : {EAccount::User, EAccount::Users})
+    if (CDaoResult result = AddAce({object, account, kFullAccess, false}); !result.IsOk()) return result;
+  return CDaoResult::Ok();
+}
+
 CDaoResult CCatalogue::AddAce(const SSystemAce& ace) {
   CTableStore& table = Table(kAcesPage);
   table.BeginRow();
-  SetNumber(table, kAcesObjectId, ace.object);
-  SetNumber(table, kAcesAcm, ace.access);
-  const STableDefinition& definition = table.GetDefinition();
-  table.GetRow().Set(*definition.FindColumn(kAcesSid), MaskedSid(ace.account));
-  table.GetRow().SetBoolean(*definition.FindColumn(kAcesInheritable), ace.inheritable);
+  CRowValues values(table);
+  values.SetNumber(kAcesObjectId, ace.object);
+  values.SetNumber(kAcesAcm, ace.access);
+  values.SetBytes(kAcesSid, MaskedSid(ace.account));
+  table.GetRow().SetBoolean(*table.GetDefinition().FindColumn(kAcesInheritable), ace.inheritable);
   return table.StoreRow();
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "writer/embedded/HeaderPage.h"
+#include "writer/embedded/QueryText.h"
 #include "writer/embedded/SystemTables.h"
 #include "writer/embedded/TableStore.h"
 
@@ -34,11 +35,16 @@ class CCatalogue {
   [[nodiscard]] const SCatalogueObject* Find(std::u16string_view name) const;
   // The name must be free. `date` is when the table was made.
   CDaoResult AddTable(std::u16string_view name, uint32_t definitionPage, double date);
+  // Stores the query's rows, too.
+  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query, double date);
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }
   CDaoResult AddObject(const SSystemObject& object, uint32_t flags, double date);
   CDaoResult AddAce(const SSystemAce& ace);
+  // The two entries that every object of the users has.
+  CDaoResult AddUserAces(uint32_t object);
+  CDaoResult GiveObjectId(uint32_t& id);
   std::array<uint8_t, 2> MaskedSid(EAccount account) const;
   CDaoResult LoadTables();
   bool LoadObject(std::span<const uint8_t> row);
@@ -47,6 +53,7 @@ class CCatalogue {
   SSidMask m_sidMask{};
   std::array<std::unique_ptr<CTableStore>, kSystemTableCount> m_tables;
   std::map<std::string, SCatalogueObject> m_objects;  // by name key
+  uint32_t m_nextObjectId = kFirstObjectId;
 };
 
 }  // namespace tolvane

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "writer/embedded/EmbeddedQueryDef.h"
 #include "writer/embedded/EmbeddedRecordset.h"
 #include "writer/embedded/EmbeddedTableDef.h"
 #include "writer/embedded/ObjectName.h"
@@ -41,6 +42,18 @@ CDaoResult CEmbeddedDatabase::OpenRecordset(std::u16string_view sql,
   std::shared_ptr<CTableStore> table;
   if (CDaoResult result = m_file->OpenTable(sql, table); !result.IsOk()) return result;
   recordset = std::make_unique<CEmbeddedRecordset>(m_file, std::move(table));
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedDatabase::CreateQueryDef(std::u16string_view name, std::u16string_view sql,
+                                             std::unique_ptr<CDaoQueryDef>& queryDef) {
+  queryDef.reset();
+  if (!m_file->IsOpen()) return {EDaoError::CannotOpenFile, u"The database is closed."};
+  if (CDaoResult result = CheckObjectName(u"query", name); !result.IsOk()) return result;
+  SStoredQuery query;
+  std::u16string reason;
+  if (!SplitQueryText(sql, query, reason)) return {EDaoError::InvalidArgument, std::move(reason)};
+  queryDef = std::make_unique<CEmbeddedQueryDef>(m_file, name, std::move(query));
   return CDaoResult::Ok();
 }
 

@@ -87,17 +87,26 @@ CDaoResult CEmbeddedFile::StoreAll() {
   return first;
 }
 
-CDaoResult CEmbeddedFile::AddTable(std::u16string_view name, STableDefinition definition) {
+CDaoResult CEmbeddedFile::CheckNewName(std::u16string_view name) const {
   if (!m_isOpen) return Closed();
   if (m_isReadOnly) return ReadOnly();
-  if (const SCatalogueObject* object = m_catalogue.Find(name)) {
-    std::u16string text = object->type == kObjectQuery ? u"A query named \"" : u"A table named \"";
-    text.append(name).append(u"\" exists already.");
-    return {object->type == kObjectQuery ? EDaoError::QueryExists : EDaoError::TableExists, std::move(text)};
-  }
+  const SCatalogueObject* object = m_catalogue.Find(name);
+  if (object == nullptr) return CDaoResult::Ok();
+  std::u16string text = object->type == kObjectQuery ? u"A query named \"" : u"A table named \"";
+  text.append(name).append(u"\" exists already.");
+  return {object->type == kObjectQuery ? EDaoError::QueryExists : EDaoError::TableExists, std::move(text)};
+}
+
+CDaoResult CEmbeddedFile::AddTable(std::u16string_view name, STableDefinition definition) {
+  if (CDaoResult result = CheckNewName(name); !result.IsOk()) return result;
   std::vector<uint32_t> pages;
   if (CDaoResult result = CreateTable(m_file, definition, pages); !result.IsOk()) return result;
   return m_catalogue.AddTable(name, pages.front(), GetLocalDate());
+}
+
+CDaoResult CEmbeddedFile::AddQuery(std::u16string_view name, const SStoredQuery& query) {
+  if (CDaoResult result = CheckNewName(name); !result.IsOk()) return result;
+  return m_catalogue.AddQuery(name, query, GetLocalDate());
 }
 
 CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table) {

@@ -29,10 +29,13 @@ class CEmbeddedFile {
   [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
   // `definition` has its columns, without pages.
   CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
+  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query);
   CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
   CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);
 
  private:
+  // Tables and queries share their names.
+  CDaoResult CheckNewName(std::u16string_view name) const;
   CDaoResult LoadDatabase();
   CDaoResult StoreAll();
 

@@ -30,6 +30,8 @@ inline constexpr uint32_t kContainerRoot = 0x0F000000, kContainerTables = 0x0F00
                           kDatabaseObject = 0x10000000;
 inline constexpr int16_t kObjectTable = 1, kObjectDatabase = 2, kObjectContainer = 3, kObjectQuery = 5;
 inline constexpr uint32_t kSystemObjectFlag = 0x80000000;
+// Objects without a definition page are numbered from here.
+inline constexpr uint32_t kFirstObjectId = 0x80000000;
 
 // Built-in accounts, as stored before masking.
 enum class EAccount : uint16_t { Users = 0x0102, User = 0x0103, Engine = 0x0302, Creator = 0x0402 };

@@ -1,0 +1,48 @@
+// The queries step of a save: rebuilds the saved queries from the recovered MSysQueries rows and creates them
+// in the new database. A query that the database engine refuses costs itself and is counted.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "model/AccessData.h"
+#include "query/Query.h"
+#include "query/QueryAttributes.h"
+#include "query/TList.h"
+#include "store/ValueStream.h"
+#include "writer/SavedTable.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+// "Query_" and four hexadecimal groups of a GUID: its first three fields and the sum of its last eight bytes.
+std::u16string MakeQueryName(const std::array<uint8_t, 16>& guid);
+
+class CQuerySaver {
+ public:
+  // All must outlive the saver.
+  CQuerySaver(CDaoEngine& engine, const CAccessData& data, std::u16string_view outputPath,
+              SSaveSummary& summary)
+      : m_engine(engine), m_data(data), m_outputPath(outputPath), m_summary(summary) {}
+
+  // False when the rows cannot be read, the database cannot be opened or the save was stopped.
+  bool Save();
+  // The same queries without a database, for lists: grouped, named and ready to be asked for their SQL.
+  static bool ReadQueries(const CAccessData& data, CTList<CQuery>& queries);
+
+ private:
+  static const CAccessTable* FindQueriesTable(const CAccessData& data);
+  static bool ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, bool (*isRunning)());
+  static bool ReadRow(CValueStream& stream, size_t columnCount, CQueryAttributes& row);
+  static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
+  bool CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries);
+  void CreateQuery(CDaoDatabase& database, CQuery& query);
+
+  CDaoEngine& m_engine;
+  const CAccessData& m_data;
+  std::u16string m_outputPath;
+  SSaveSummary& m_summary;
+};
+
+}  // namespace tolvane
