@@ -149,6 +149,16 @@ TEST_P(ScannerOfBoth, PagesWithoutATableAreOrphans) {
   EXPECT_EQ(counted, orphans);
 }
 
+// A definition in the header's place may own pages in a Jet 4 file only.
+TEST_P(ScannerOfBoth, OwnerZero) {
+  file.Page(0).PutBytes(0, MakeDefinition(SmallTable(), layout));
+  const uint32_t page = file.AddDataPage(0, {});
+  const CTempFile source(file.Build());
+  FindTables(source);
+  FindPages(source);
+  EXPECT_EQ(PagesOf(0), layout.isJet3 ? std::vector<uint64_t>{} : std::vector<uint64_t>{page});
+}
+
 // In template mode a table may be known whose page in the damaged file is gone.
 TEST_P(ScannerOfBoth, DataPagesOfALostDefinitionAreOrphansInTemplateMode) {
   const uint32_t table = file.AddTable(SmallTable());
