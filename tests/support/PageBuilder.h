@@ -81,7 +81,7 @@ struct SRowSpec {
   uint16_t flags = 0;  // kSlotHidden, kSlotPointer
 };
 
-// Values of the columns in the order of the specification; none is null. A yes/no column is true when it has
+// Values of the columns in the order of `table.columns`; none is null. A yes/no column is true when it has
 // any value, even an empty one.
 Bytes MakeRow(const STableSpec& table, const SJetLayout& layout,
               const std::vector<std::optional<Bytes>>& values);
