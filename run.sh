@@ -30,8 +30,8 @@ repaired=$root/build/sample/repaired.mdb
 mkdir -p "$(dirname "$repaired")"
 printf 'Repairing the bundled sample, a database with destroyed pages:\n\n  tolvane repair samples/damaged.mdb -o build/sample/repaired.mdb\n\n'
 status=0
-"$build/tolvane" repair "$sample" -o "$repaired" --overwrite || status=$?
+"$build/tolvane" repair "$sample" -o "$repaired" --overwrite --quiet || status=$?
 # 3 means done with losses, which is what a damaged file is about.
 [ "$status" -eq 0 ] || [ "$status" -eq 3 ] || exit "$status"
-printf '\nThe new database:\n\n  tolvane tables build/sample/repaired.mdb\n\n'
-"$build/tolvane" tables "$repaired" 2>/dev/null
+printf '\nA look into the new database:\n\n  tolvane preview build/sample/repaired.mdb Customers --rows 5\n\n'
+"$build/tolvane" preview "$repaired" Customers --rows 5 --quiet

@@ -28,7 +28,7 @@ def skip_reason(column):
     if column.is_calculated:
         return 'calculated column: the stored wrapper is taken for the value'
     if column.type == COMPLEX_KEY:
-        return 'complex column: the key stands for the values'
+        return 'complex column: checked against the table of its values'
     if column.type not in KNOWN:
         return 'type %d: "Default %d"' % (column.type, column.type)
     return None
