@@ -1,6 +1,8 @@
 // What all parts of one check share.
 #pragma once
 
+#include <functional>
+
 #include "checker/CheckedFile.h"
 #include "checker/Finding.h"
 #include "checker/PageLedger.h"
@@ -20,6 +22,14 @@ struct SCheckContext {
   CRowSet bodies;   // slots that hold the bodies of moved rows
   CRowSet targets;  // bodies that a slot points to
   CRowSet indexed;  // rows that the current index names
+
+  std::function<bool()> shouldStop = {};  // asked for every page that is walked
+  bool isStopped = false;
+
+  bool IsStopped() {
+    if (!isStopped && shouldStop) isStopped = shouldStop();
+    return isStopped;
+  }
 };
 
 }  // namespace tolvane

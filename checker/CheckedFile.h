@@ -17,6 +17,7 @@ enum class ECheckVerdict : uint8_t {
   CannotOpen,
   NotADatabase,
   Encrypted,  // the pages cannot be read without the password
+  Stopped,    // by the caller
 };
 
 class CCheckedFile {

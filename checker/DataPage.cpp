@@ -12,11 +12,11 @@ uint32_t CDataPage::GetSlotCount() const {
 bool CDataPage::GetSlot(uint32_t row, SSlot& slot) const {
   if (row >= GetSlotCount()) return false;
   const uint16_t word = WordOf(row);
-  const size_t start = word & kSlotStart;
-  const size_t end = row == 0 ? m_page.size() : size_t{WordOf(row - 1)} & kSlotStart;
+  const size_t start = word & kRowStartBits;
+  const size_t end = row == 0 ? m_page.size() : size_t{WordOf(row - 1)} & kRowStartBits;
   if (start > end || end > m_page.size() || start < EndOfSlots()) return false;
   slot.bytes = m_page.subspan(start, end - start);
-  slot.flags = word & (kSlotDeleted | kSlotPointer);
+  slot.flags = word & (kRowHidden | kRowMoved);
   return true;
 }
 
@@ -28,14 +28,14 @@ void CDataPage::CheckSlots(CFindings& findings, uint32_t number) const {
   size_t lowest = m_page.size();
   for (uint32_t row = 0; row < GetSlotCount(); row++) {
     const uint16_t word = WordOf(row);
-    const size_t start = word & kSlotStart;
+    const size_t start = word & kRowStartBits;
     if (start > lowest || start < EndOfSlots()) {
       findings.Error(
           "D3", {number, row},
           Say(u"the row starts at ", start, u", outside the room between ", EndOfSlots(), u" and ", lowest));
       return;
     }
-    if ((word & ~(kSlotStart | kSlotDeleted | kSlotPointer)) != 0)
+    if ((word & ~(kRowStartBits | kRowHidden | kRowMoved)) != 0)
       findings.Error("D3", {number, row}, u"the slot has an unknown flag");
     lowest = start;
   }

@@ -8,14 +8,14 @@
 
 namespace tolvane {
 
-inline constexpr uint16_t kSlotDeleted = 0x8000;  // alone: the body of a row that is named elsewhere
-inline constexpr uint16_t kSlotPointer = 0x4000;  // alone: a row pointer to the body
-inline constexpr uint16_t kSlotStart = 0x1FFF;
+inline constexpr uint16_t kRowHidden = 0x8000;  // alone: the body of a row that is named elsewhere
+inline constexpr uint16_t kRowMoved = 0x4000;   // alone: a row pointer to the body
+inline constexpr uint16_t kRowStartBits = 0x1FFF;
 inline constexpr uint32_t kMaxSlots = 256;  // a row pointer has one byte for the slot
 
 struct SSlot {
   std::span<const uint8_t> bytes;
-  uint16_t flags = 0;  // kSlotDeleted | kSlotPointer
+  uint16_t flags = 0;  // kRowHidden | kRowMoved
 };
 
 class CDataPage {

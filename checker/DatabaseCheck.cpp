@@ -29,6 +29,7 @@ class CDatabaseCheck {
     m_usage.LoadGlobalMaps();
     CheckSystemTables();
     for (const SCheckedObject& object : m_catalogue.GetObjects()) CheckObject(object);
+    if (m_context.IsStopped()) return;
     m_context.findings.EnterTable({});
     m_catalogue.Finish();
     m_queries.Finish(m_catalogue);
@@ -58,7 +59,9 @@ class CDatabaseCheck {
 
   void CheckObject(const SCheckedObject& object) {
     if (object.type == kObjectLinkedAccess) m_relations.AddLinkedTable(object);
-    if (!object.HasDefinition() || (object.id >= kObjectsPage && object.id <= kRelationshipsPage)) return;
+    if (m_context.IsStopped() || !object.HasDefinition() ||
+        (object.id >= kObjectsPage && object.id <= kRelationshipsPage))
+      return;
     m_context.findings.EnterTable(object.name);
     if (object.id >= m_context.file.GetPageCount())
       m_context.findings.Error("B4", object.place, Say(u"there is no definition page ", object.id));
@@ -108,8 +111,9 @@ SCheckReport CheckDatabase(std::u16string_view path, const SCheckOptions& option
   report.pages = file.GetPageCount();
   CFindings findings(options.keptPerRule);
   CPageLedger ledger(findings, file.GetPageCount());
-  SCheckContext context{file, findings, ledger, {}, {}, {}, {}, {}, {}};
+  SCheckContext context{file, findings, ledger, {}, {}, {}, {}, {}, {}, options.shouldStop};
   CDatabaseCheck(context, report).Run();
+  if (context.isStopped) report.verdict = ECheckVerdict::Stopped;
   report.findings = findings.GetFindings();
   report.counts = findings.GetCounts();
   report.notes = findings.GetNotes();

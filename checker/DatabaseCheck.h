@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -19,6 +20,7 @@ namespace tolvane {
 
 struct SCheckOptions {
   size_t keptPerRule = 20;  // findings of one rule that are kept; all are counted
+  std::function<bool()> shouldStop = {};
 };
 
 struct SCheckReport {

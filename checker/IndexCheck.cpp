@@ -51,7 +51,7 @@ void CIndexCheck::Check(const SExpectedIndex& expected, const RowReader& readRow
 
 void CIndexCheck::Walk() {
   Open(m_index.root, kNoParent);
-  while (!m_stack.empty()) {
+  while (!m_stack.empty() && !m_context.IsStopped()) {
     SFrame& frame = m_stack.back();
     if (frame.page.IsLeaf()) {
       WalkLeaf(frame);

@@ -73,7 +73,9 @@ void CTableCheck::CheckRows(const RowVisitor& visit) {
 }
 
 void CTableCheck::CheckPage(uint32_t page, const RowVisitor& visit) {
-  if (!m_context.ledger.Claim(page, EPageRole::Rows, m_table->page) || !m_page.Load(page)) return;
+  if (m_context.IsStopped() || !m_context.ledger.Claim(page, EPageRole::Rows, m_table->page) ||
+      !m_page.Load(page))
+    return;
   const CDataPage data(m_context.file.GetLayout(), m_page.GetBytes());
   if (!data.IsDataPage() || data.GetOwner() != m_table->page) {
     m_context.findings.Error("D2", {page}, u"no page of this table's rows, but its map names it");
@@ -85,8 +87,8 @@ void CTableCheck::CheckPage(uint32_t page, const RowVisitor& visit) {
     if (!data.GetSlot(row, slot)) continue;  // reported with the slots
     const SPlace place{page, row};
     std::span<const uint8_t> bytes = slot.bytes;
-    if (slot.flags == kSlotDeleted) m_context.bodies.Add(page, row);
-    if ((slot.flags & kSlotDeleted) != 0) continue;
+    if (slot.flags == kRowHidden) m_context.bodies.Add(page, row);
+    if ((slot.flags & kRowHidden) != 0) continue;
     if (slot.flags == 0 || FollowPointer(slot.bytes, place, bytes)) CheckRow(bytes, place, visit);
   }
 }
@@ -96,7 +98,7 @@ bool CTableCheck::FindBody(uint32_t pointer, std::span<const uint8_t>& body) {
   const CDataPage data(m_context.file.GetLayout(), m_bodyPage.GetBytes());
   SSlot slot;
   if (!data.IsDataPage() || data.GetOwner() != m_table->page || !data.GetSlot(RowOfPointer(pointer), slot) ||
-      slot.flags != kSlotDeleted)
+      slot.flags != kRowHidden)
     return false;
   body = slot.bytes;
   return true;
@@ -182,7 +184,7 @@ bool CTableCheck::ReadRow(uint32_t page, uint32_t row, const CRowView*& view) {
   SSlot slot;
   if (!CDataPage(m_context.file.GetLayout(), m_page.GetBytes()).GetSlot(row, slot)) return false;
   std::span<const uint8_t> bytes = slot.bytes;
-  if (slot.flags == kSlotPointer && (bytes.size() < 4 || !FindBody(GetLittle<uint32_t>(bytes, 0), bytes)))
+  if (slot.flags == kRowMoved && (bytes.size() < 4 || !FindBody(GetLittle<uint32_t>(bytes, 0), bytes)))
     return false;
   view = m_row.get();
   return m_row->Frame(bytes, m_problem);
