@@ -20,7 +20,8 @@ constexpr const char* kExamples =
     "  tolvane preview damaged.mdb Customers --rows 50\n"
     "  tolvane export damaged.mdb Customers > customers.csv\n"
     "  tolvane export damaged.mdb --to folder --format jsonl\n"
-    "  tolvane inspect damaged.mdb                   a map of the file's pages\n\n"
+    "  tolvane inspect damaged.mdb                   a map of the file's pages\n"
+    "  tolvane check repaired.mdb                    whether a database is consistent\n\n"
     "The damaged file is only read. Exit status: 0 done, nothing lost; 2 failed, nothing written; 3 done, "
     "but\n"
     "something was lost or is doubtful; 4 nothing could be recovered; 64 wrong usage; 130 stopped.";
@@ -54,6 +55,13 @@ constexpr const char* kInspectHelp =
     "Examples:\n"
     "  tolvane inspect damaged.mdb\n"
     "  tolvane inspect damaged.mdb --json";
+
+constexpr const char* kCheckHelp =
+    "Proves that a database is consistent: pages, definitions, rows, indexes, catalogue. It repairs "
+    "nothing.\n\n"
+    "Examples:\n"
+    "  tolvane check database.mdb\n"
+    "  tolvane check repaired.accdb --json";
 
 // The parser works with the system's bytes; the program with text.
 struct SWords {
@@ -118,6 +126,14 @@ void AddInspect(CLI::App& app, SArguments& arguments, SWords& words) {
   CLI::App& command = *app.add_subcommand("inspect", kInspectHelp);
   AddSource(command, arguments, words);
   command.callback([&arguments] { arguments.command = ECommand::Inspect; });
+}
+
+void AddCheck(CLI::App& app, SArguments& arguments, SWords& words) {
+  CLI::App& command = *app.add_subcommand("check", kCheckHelp);
+  command.add_option("DATABASE", words.source, "The database")->required();
+  command.add_flag("--json", arguments.isJson, "Result for programs, as JSON with a schema version");
+  command.add_flag("-q,--quiet", arguments.isQuiet, "No progress on standard error");
+  command.callback([&arguments] { arguments.command = ECommand::Check; });
 }
 
 // Rules between options, as far as the words alone tell. Empty when all is well.
@@ -207,6 +223,8 @@ const char* NameOf(ECommand command) {
       return "export";
     case ECommand::Inspect:
       return "inspect";
+    case ECommand::Check:
+      return "check";
     case ECommand::None:
       break;
   }
@@ -226,6 +244,7 @@ SParsedArguments ParseArguments(const std::vector<std::u16string>& words) {
   AddPreview(app, arguments, texts);
   AddExport(app, arguments, texts);
   AddInspect(app, arguments, texts);
+  AddCheck(app, arguments, texts);
   if (words.empty()) {
     SParsedArguments parsed;
     parsed.isEnd = true;

@@ -40,13 +40,15 @@ std::string DrawFindings(const SCheckReport& report, const SPageStyle& style) {
 std::string DrawReport(const SCheckReport& report, const SArguments& arguments, const SPageStyle& style) {
   std::string text = Heading("Database", style) + "  " + ToDisplay(arguments.source) + "\n  " +
                      Counted(report.pages, "page") + ", " + Counted(report.tables, "table") + ", " +
-                     Counted(report.rows, "row") + ", " + Counted(report.indexes, "index", "indexes") + "\n";
+                     Counted(report.rows, "row") + ", " + std::to_string(report.indexes) +
+                     (report.indexes == 1 ? " index" : " indexes") + "\n";
   if (!report.findings.empty()) text += "\n" + Heading("Findings", style) + DrawFindings(report, style);
   if (!report.notes.empty()) text += "\n" + Heading("Not checked", style);
   for (const std::u16string& note : report.notes) text += "  " + ToDisplay(note) + "\n";
   text += "\n";
   if (report.CountErrors() + report.CountDoubts() == 0) return text + "The database is consistent.\n";
-  return text + Counted(report.CountErrors(), "error") + ", " + Counted(report.CountDoubts(), "doubt") + ".\n";
+  return text + Counted(report.CountErrors(), "error") + ", " + Counted(report.CountDoubts(), "doubt") +
+         ".\n";
 }
 
 Json DescribeReport(const SCheckReport& report, const SArguments& arguments, EExitStatus status) {

@@ -26,6 +26,8 @@ SCommandEnd RunCommand(CSession& session) {
       return RunExport(session);
     case ECommand::Inspect:
       return RunInspect(session);
+    case ECommand::Check:
+      return RunCheck(session);
     case ECommand::None:
       break;
   }

@@ -23,6 +23,7 @@ SCommandEnd RunTables(CSession& session);
 SCommandEnd RunPreview(CSession& session);
 SCommandEnd RunExport(CSession& session);
 SCommandEnd RunInspect(CSession& session);
+SCommandEnd RunCheck(CSession& session);
 
 // What several commands do.
 

@@ -73,6 +73,8 @@ std::string TypeName(const CAccessColumn& column) {
 std::string FormatName(const SSourceFacts& facts) {
   if (facts.isJet3) return "Access 97 (Jet 3)";
   switch (facts.versionByte) {
+    case 0:
+      return "format not readable in the header; pages like Jet 4";
     case 1:
       return "Access 2000-2003 (Jet 4)";
     case 2:

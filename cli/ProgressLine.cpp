@@ -21,6 +21,9 @@ constexpr std::u16string_view kScanSteps[] = {u"(Step 1/4)", u"(Step 2/4)"};
 constexpr double kReadingsPerBar = 2.0;
 constexpr std::u16string_view kRowSteps[] = {u"(Step 3/4)", u"(Step 2/2)"};
 
+// A log line for each table; too many for a plain progress report.
+constexpr std::u16string_view kTableLine = u"Saving data for ";
+
 template <size_t N>
 bool IsOneOf(std::u16string_view step, const std::u16string_view (&starts)[N]) {
   return std::any_of(std::begin(starts), std::end(starts),
@@ -110,7 +113,8 @@ void CProgressLine::ShowLog(std::u16string_view lines) {
     const size_t end = std::min(lines.find(u"\r\n"), lines.size());
     const std::u16string_view line = lines.substr(0, end);
     lines.remove_prefix(std::min(end + 2, lines.size()));
-    const bool isStep = m_form == EProgressForm::Lines && line.ends_with(u"...");
+    const bool isStep =
+        m_form == EProgressForm::Lines && line.ends_with(u"...") && !line.starts_with(kTableLine);
     if (m_log == ELogForm::All || isStep) shown += ToDisplay(line) + "\n";
   }
   if (shown.empty()) return;

@@ -177,6 +177,13 @@ std::optional<SFailure> CSession::Recover() {
   if (!isWhole || !m_data)
     return SFailure{EExitStatus::Failed,
                     AboutFile(m_arguments.source, problem.empty() ? u"The file cannot be read." : problem)};
+  // Rows for which there is no room are no damage of the file: with more room they come back.
+  if (m_data->GetLedger().GetCount(EDamage::SkippedTable) > 0)
+    return SFailure{
+        EExitStatus::Failed,
+        AboutFile(m_runFolder.GetPath(),
+                  u"The recovered rows could not be kept in this folder. Free some space there, or name "
+                  u"another folder with --work-dir.")};
   return std::nullopt;
 }
 

@@ -56,14 +56,21 @@ bool ArePagesPlain(CPageReader& reader, uint32_t pageSize) {
   return sampled == 0 || formatted * 4 > sampled;
 }
 
+// Anything else there is no description: the file is damaged or no database at all.
+bool IsKnownEncryption(uint32_t version) {
+  const uint32_t major = version & 0xFFFF;
+  return version == kAgileVersion || (version >> 16 == 2 && major >= 2 && major <= 4);
+}
+
 // Empty when the pages can be read.
 std::u16string_view EncryptionScheme(const Header& header, CPageReader& reader, uint32_t pageSize) {
   const bool hasKey = IsPlausible(header) && CDataReader::ReadUInt32(&header[kHeaderDatabaseKey]) != 0;
   const bool isAce = header[kVersionByte] > 1;
-  const bool hasDescription = isAce && CDataReader::ReadUInt16(&header[kHeaderEncryptionLength]) != 0;
+  const uint32_t version = CDataReader::ReadUInt32(&header[kHeaderEncryptionLength + 2]);
+  const bool hasDescription =
+      isAce && CDataReader::ReadUInt16(&header[kHeaderEncryptionLength]) != 0 && IsKnownEncryption(version);
   if ((!hasKey && !hasDescription) || ArePagesPlain(reader, pageSize)) return {};
   if (!hasDescription) return u"Jet encoding";
-  const uint32_t version = CDataReader::ReadUInt32(&header[kHeaderEncryptionLength + 2]);
   return version == kAgileVersion ? u"agile encryption, AES" : u"RC4 CryptoAPI";
 }
 

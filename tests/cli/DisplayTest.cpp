@@ -1,0 +1,152 @@
+// What stands on a terminal: nothing moves the cursor, columns line up, lines keep their width.
+#include <gtest/gtest.h>
+
+#include "cli/DisplayText.h"
+#include "cli/PageMap.h"
+#include "cli/ProgressLine.h"
+#include "cli/SafeFileName.h"
+#include "cli/TextTable.h"
+
+namespace tolvane {
+
+namespace {
+
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  for (size_t at = 0; at < text.size();) {
+    const size_t end = text.find('\n', at);
+    lines.push_back(text.substr(at, end - at));
+    at = end + 1;
+  }
+  return lines;
+}
+
+}  // namespace
+
+TEST(DisplayText, ControlCharactersBecomeVisible) {
+  EXPECT_EQ(ToDisplay(u"a\x1B[31m\r\n\x7F"), "a\u241B[31m\u240D\u240A\u2421");
+  EXPECT_EQ(ToDisplay(u"\u009B1m\u202Eabc"), "\uFFFD1m\uFFFDabc");
+  EXPECT_EQ(ToDisplay(std::u16string_view(u"\0", 1)), "\u2400");
+}
+
+TEST(DisplayText, WidthCountsWideAndCombiningCharacters) {
+  EXPECT_EQ(DisplayWidth("abc"), 3u);
+  EXPECT_EQ(DisplayWidth("\u4e2d\u6587"), 4u);
+  EXPECT_EQ(DisplayWidth("e\u0301"), 1u);
+  EXPECT_EQ(DisplayWidth("\U0001F600"), 2u);
+  EXPECT_EQ(Shorten("abcdef", 4), "abc\u2026");
+  EXPECT_EQ(Shorten("\u4e2d\u6587\u4e2d", 4), "\u4e2d\u2026");  // half a character is none
+  EXPECT_EQ(Shorten("abcd", 4), "abcd");
+}
+
+TEST(DisplayText, SizesAndCounts) {
+  EXPECT_EQ(FormatSize(1), "1 byte");
+  EXPECT_EQ(FormatSize(999), "999 bytes");
+  EXPECT_EQ(FormatSize(4096), "4.0 kB");
+  EXPECT_EQ(FormatSize(999'999), "999.9 kB");
+  EXPECT_EQ(FormatSize(277'295'104), "277.2 MB");
+  EXPECT_EQ(FormatSize(2'147'483'648), "2.1 GB");
+}
+
+TEST(TextTable, ShortensTheWidestCellsFirst) {
+  CTextTable table;
+  table.AddColumn("Id", EAlign::Right);
+  table.AddColumn("Name");
+  table.AddColumn("Note");
+  table.AddRow({"1", "Ann", "a long remark that does not fit"});
+  table.AddRow({"12", "Bob", ""});
+  EXPECT_EQ(table.Draw(24),
+            "Id  Name  Note\n--  ----  --------------\n 1  Ann   a long remark\u2026\n12  Bob\n");
+  EXPECT_EQ(LinesOf(table.Draw(CTextTable::kAnyWidth))[2], " 1  Ann   a long remark that does not fit");
+}
+
+TEST(TextTable, TooManyColumnsBecomeBlocks) {
+  CTextTable table;
+  for (int i = 0; i < 20; ++i) table.AddColumn("column" + std::to_string(i));
+  table.AddRow(std::vector<std::string>(20, std::string(100, 'x')));
+  const auto lines = LinesOf(table.Draw(40));
+  ASSERT_EQ(lines.size(), 21u);
+  EXPECT_EQ(lines[0], "Row 1");
+  for (const std::string& line : lines) EXPECT_LE(DisplayWidth(line), 40u);
+}
+
+TEST(ProgressLine, StepsLoseWhatChanges) {
+  EXPECT_EQ(StepOf(u"(Step 2/4)Scanning file for table data: 4(kb) / 8(kb)"),
+            u"(Step 2/4)Scanning file for table data");
+  EXPECT_EQ(StepOf(u"(Step 4/4)Scanning table name from raw table data...Orders"),
+            u"(Step 4/4)Scanning table name from raw table data");
+}
+
+TEST(ProgressLine, RateAndTimeLeftComeFromTheStepAlone) {
+  CStepClock clock(100'000'000);
+  SProgressState state{u"(Step 2/4)Scanning file for table data: 0(kb)", 1000, 2000};
+  clock.See(state, 50.0);
+  state.position = 1100;
+  clock.See(state, 51.0);
+  EXPECT_EQ(clock.GetTimeLeft(), "") << "too early to tell";
+  state.position = 1250;
+  clock.See(state, 52.5);
+  EXPECT_EQ(clock.GetRate(), "10.0 MB/s");  // a quarter of one reading in two and a half seconds
+  EXPECT_EQ(clock.GetTimeLeft(), "0:07 left");
+  state.position = 1260;
+  clock.See(state, 52.6);
+  EXPECT_EQ(clock.GetTimeLeft(), "0:07 left") << "changes once a second at most";
+  clock.See({u"(Step 3/4) Parsing", 0, 10}, 53.0);
+  EXPECT_EQ(clock.GetRate(), "");
+}
+
+TEST(ProgressLine, TheLineKeepsItsWidthWhateverTheValues) {
+  const CStepClock clock;
+  const std::u16string status = u"(Step 2/2)Saving table data: " + std::u16string(500, u'\u4e2d');
+  for (const int32_t position : {-5, 0, 7, 10, 2'000'000'000})
+    for (const size_t width : {size_t{20}, size_t{30}, size_t{79}, size_t{300}}) {
+      const std::string line = FormatProgress({status, position, 10}, clock, width);
+      EXPECT_LE(DisplayWidth(line), width) << line;
+    }
+  EXPECT_EQ(FormatProgress({u"Saving", 5, 10}, clock, 79), "[##########..........]  50 %  Saving");
+  EXPECT_EQ(FormatProgress({u"x", 1, 0}, clock, 79), "[####################] 100 %  x");
+}
+
+TEST(PageMap, GroupsShowThePageThatMattersMost) {
+  CPageMap map;
+  const uint64_t pages = CPageMap::kMaximumSigns * 3;
+  for (uint64_t page = 0; page < pages; ++page) {
+    SPageReport report;
+    report.page = page;
+    report.kind = EPageKind::Data;
+    if (page == 5000) report.verdict = EPageVerdict::Damaged;
+    map.Add(report);
+  }
+  EXPECT_EQ(map.GetPagesPerSign(), 4u);
+  const std::string text = map.Draw(80);
+  EXPECT_NE(text.find('X'), std::string::npos);
+  EXPECT_NE(text.find("One sign for 4 pages"), std::string::npos);
+  const auto lines = LinesOf(text);
+  EXPECT_EQ(lines[0].substr(0, 8), "      0 ");
+  // 3072 signs: the damaged one is the 1250th, on the line that begins with page 4 * 1190.
+  EXPECT_EQ(lines[17].substr(0, 9), "   4760  ");
+  EXPECT_EQ(lines[17].find('X'), 9u + 60u);
+}
+
+TEST(SafeFileName, NothingThatAFileSystemRefuses) {
+  EXPECT_EQ(MakeSafeFileName(u"a/b\\c:d*e?f\"g<h>i|j"), u"a_b_c_d_e_f_g_h_i_j");
+  EXPECT_EQ(MakeSafeFileName(u".."), u"_");
+  EXPECT_EQ(MakeSafeFileName(u".hidden"), u"_hidden");
+  EXPECT_EQ(MakeSafeFileName(u"dots. ."), u"dots");
+  EXPECT_EQ(MakeSafeFileName(u"con"), u"_con");
+  EXPECT_EQ(MakeSafeFileName(u"LPT1.txt"), u"_LPT1.txt");
+  EXPECT_EQ(MakeSafeFileName(u"console"), u"console");
+  EXPECT_EQ(MakeSafeFileName(u""), u"_");
+  EXPECT_EQ(MakeSafeFileName(std::u16string(255, u'\u4e2d')).size(), 66u);
+}
+
+TEST(SafeFileName, NamesInAFolderDiffer) {
+  CFileNames names;
+  EXPECT_EQ(names.Add(u"Orders"), u"Orders");
+  EXPECT_EQ(names.Add(u"ORDERS"), u"ORDERS-2");
+  EXPECT_EQ(names.Add(u"Orders-2"), u"Orders-2-2");
+  EXPECT_EQ(names.Add(u"a/b"), u"a_b");
+  EXPECT_EQ(names.Add(u"a:b"), u"a_b-2");
+}
+
+}  // namespace tolvane
