@@ -7,18 +7,11 @@
 #include <string_view>
 #include <vector>
 
+#include "checker/CheckVerdict.h"
 #include "platform/FileCust.h"
 #include "writer/embedded/EmbeddedLayout.h"
 
 namespace tolvane {
-
-enum class ECheckVerdict : uint8_t {
-  Checked,
-  CannotOpen,
-  NotADatabase,
-  Encrypted,  // the pages cannot be read without the password
-  Stopped,    // by the caller
-};
 
 class CCheckedFile {
  public:

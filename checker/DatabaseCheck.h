@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "checker/CheckedFile.h"
+#include "checker/CheckVerdict.h"
 #include "checker/Finding.h"
 
 namespace tolvane {
