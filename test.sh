@@ -38,7 +38,7 @@ stage() {
   if [ "$status" -eq 0 ]; then
     printf '   passed in %d s\n' $((SECONDS - started))
   else
-    tail -n 60 "$stages/$name.log" | sed 's/^/   | /'
+    { grep -m 12 -E 'error:|FAILED|Failed ' "$stages/$name.log"; echo ...; tail -n 30 "$stages/$name.log"; } | sed 's/^/   | /'
     printf '   FAILED in %d s (status %d, whole output in build/stages/%s.log)\n' \
       $((SECONDS - started)) "$status" "$name"
   fi
@@ -49,7 +49,7 @@ build() { cmake -S "$root" --preset "$1" "${@:2}" && ninja -C "$root/build/$1" -
 
 sources() {
   local folder
-  for folder in platform app query store model engine writer cli ui; do
+  for folder in platform app query store model engine writer checker cli ui; do
     [ ! -d "$root/$folder" ] || find "$root/$folder" -name '*.cpp' ! -name '*_win.cpp' ! -path '*/automation/*'
   done | sort
 }

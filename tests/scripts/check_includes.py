@@ -30,6 +30,7 @@ LAYERS = {
     'writer': READING + ['dao'],
     'embedded': ['platform', 'dao'],
     'automation': ['platform', 'dao'],
+    'checker': ['platform', 'embedded'],
 }
 EVERYTHING = list(LAYERS)
 LAYERS['app'] = EVERYTHING
@@ -94,7 +95,7 @@ def check(root, path):
 def main(argv):
     root = argv[1] if len(argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
     files = []
-    for folder in sorted({'platform', 'app', 'query', 'store', 'model', 'engine', 'writer', 'cli', 'ui'}):
+    for folder in sorted({'platform', 'app', 'query', 'store', 'model', 'engine', 'writer', 'checker', 'cli', 'ui'}):
         for where, _, names in os.walk(os.path.join(root, folder)):
             for name in sorted(names):
                 path = os.path.relpath(os.path.join(where, name), root).replace(os.sep, '/')
