@@ -153,7 +153,9 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, const std::u1
     if (offset == 0) continue;
     if (offset > reader.GetLength()) return;
     if (!reader.ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
-    continuations.insert(uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * m_layout.pageSize);
+    // A definition that points at itself continues no other.
+    const uint64_t next = uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * m_layout.pageSize;
+    if (next != offset) continuations.insert(next);
   }
   for (const auto& table : tables)
     if (continuations.count(table->GetDefinitionOffset()) != 0) table->keepFlag = 0;

@@ -6,7 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace tolvane {
@@ -41,6 +41,8 @@ class CDamageLedger {
   static constexpr size_t kPlacesKept = 20;
 
   void Add(EDamage kind, SPlace place) {
+    // Several steps read a page; it is lost once.
+    if (kind == EDamage::UnreadablePage && !m_unreadablePages.insert(place.page).second) return;
     SKind& entry = m_kinds[static_cast<size_t>(kind)];
     entry.count += place.amount;
     if (entry.places.size() < kPlacesKept) entry.places.push_back(place);
@@ -61,6 +63,7 @@ class CDamageLedger {
     std::vector<SPlace> places;
   };
   std::array<SKind, static_cast<size_t>(EDamage::Count_)> m_kinds;
+  std::unordered_set<uint64_t> m_unreadablePages;
 };
 
 }  // namespace tolvane

@@ -24,6 +24,8 @@ bool IsSameFile(std::u16string_view a, std::u16string_view b);
 uint64_t GetFileLength(std::u16string_view path);
 
 bool CreateFolder(std::u16string_view path);  // one level
+// The same, closed to other users where the system knows such a thing for a single folder.
+bool CreatePrivateFolder(std::u16string_view path);
 bool RemoveFile(std::u16string_view path);
 // A folder with all it holds; true when there is none. Links inside, and a link itself, are removed, never
 // followed.

@@ -98,6 +98,10 @@ bool CreateFolder(std::u16string_view path) {
   return mkdir(SystemPath(path).c_str(), 0777) == 0;
 }
 
+bool CreatePrivateFolder(std::u16string_view path) {
+  return mkdir(SystemPath(path).c_str(), 0700) == 0;
+}
+
 bool RemoveFile(std::u16string_view path) {
   return unlink(SystemPath(path).c_str()) == 0;
 }

@@ -157,6 +157,11 @@ bool CreateFolder(std::u16string_view path) {
   return CreateDirectoryW(SystemPath(path).c_str(), nullptr) != 0;
 }
 
+// The user's profile and the program's folder hand on their own access.
+bool CreatePrivateFolder(std::u16string_view path) {
+  return CreateFolder(path);
+}
+
 bool RemoveFile(std::u16string_view path) {
   return DeleteFileW(SystemPath(path).c_str()) != 0;
 }

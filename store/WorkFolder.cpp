@@ -125,7 +125,8 @@ bool CRunFolder::CreateUnder(std::u16string_view baseFolder) {
   CFileNameManager().CreateFolderPath(baseFolder);
   const std::u16string path = std::u16string(baseFolder) + MakeRunName() + kPathSeparator;
   uint32_t error = kNoSystemError;
-  if (!CreateFolder(std::u16string_view(path).substr(0, path.size() - 1))) {
+  // It holds what the user's database held.
+  if (!CreatePrivateFolder(std::u16string_view(path).substr(0, path.size() - 1))) {
     error = LastSystemError();
   } else {
     error = TryToWrite(path);

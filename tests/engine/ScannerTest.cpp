@@ -215,6 +215,15 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   EXPECT_EQ(Candidates(), (std::vector<uint64_t>{2, table, third}));
 }
 
+TEST_P(ScannerOfBoth, ADefinitionThatPointsAtItselfStays) {
+  const uint32_t table = file.AddTable(SmallTable());
+  file.Page(table).Put32(kNextPageOffset, table);
+  const CTempFile source(file.Build());
+  FindTables(source);
+  scanner.DropContinuationDefinitions(data, source.GetPath());
+  EXPECT_EQ(Candidates(), (std::vector<uint64_t>{2, table}));
+}
+
 TEST_P(ScannerOfBoth, NothingIsDroppedWhenACandidateLiesBeyondTheFile) {
   const uint32_t table = file.AddTable(SmallTable());
   const uint32_t continuation = file.AddTable(SmallTable());
