@@ -263,7 +263,7 @@ const SBroken kIndexes[] = {
     {"UniqueKeyTwice",
      [](CChangedFile& f) {
        const size_t leaf = RootOf(f, kObjects, 1);
-       f.Put(leaf, EntryAt(1) + 1, 4, f.Get(leaf, EntryAt(0) + 1, 4));
+       f.Put(leaf, EntryAt(2) + 1, 4, f.Get(leaf, EntryAt(1) + 1, 4));  // entry 0 is the query's
      },
      {"E8", "E11"}},
     {"NoSuchRow", [](CChangedFile& f) { f.At(AceLeaf(f), LastAceEntry(f) + 8) = 0xFA; }, {"E9", "E10"}},
@@ -337,6 +337,41 @@ const SBroken kCatalogue[] = {
      {"B6", "E11"}},
 };
 
+// Rows of the query: fixed columns ObjectId, Attribute, Flag, LvExtra, then Order.
+CChangedFile::SRow QueryRow(const CChangedFile& f, uint8_t attribute) {
+  const size_t page = f.FindPage(1, 4);
+  size_t row = 0;
+  while (f.Get(page, f.StartOfRow(page, row) + 6, 1) != attribute) row++;
+  return {page, f.StartOfRow(page, row)};
+}
+
+const SBroken kQueries[] = {
+    {"NoEnd",
+     [](CChangedFile& f) {
+       const auto row = QueryRow(f, 255);
+       f.At(row.page, row.start + 6) = 12;
+     },
+     {"E11", "H1", "H5"}},
+    {"OrderSkipsOne",
+     [](CChangedFile& f) {
+       const auto row = QueryRow(f, 8);
+       Raise(f, row.page, row.start + 13 + 3);
+     },
+     {"E11", "H2"}},
+    {"Kind",
+     [](CChangedFile& f) {
+       const auto row = Object(f, "PlainQuery");
+       f.At(row.page, row.start + 28) = 0x20;
+     },
+     {"H3"}},
+    {"RowOfNoQuery",
+     [](CChangedFile& f) {
+       const auto row = QueryRow(f, 8);
+       f.Put(row.page, row.start + 2, 4, 0x80777777);
+     },
+     {"E11", "H4"}},
+};
+
 class BrokenFile : public ::testing::TestWithParam<SBroken> {};
 
 TEST_P(BrokenFile, BreaksJustItsRules) {
@@ -354,6 +389,7 @@ INSTANTIATE_TEST_SUITE_P(Pages, BrokenFile, ::testing::ValuesIn(kPages), NameOf)
 INSTANTIATE_TEST_SUITE_P(Definitions, BrokenFile, ::testing::ValuesIn(kDefinitions), NameOf);
 INSTANTIATE_TEST_SUITE_P(Rows, BrokenFile, ::testing::ValuesIn(kRows), NameOf);
 INSTANTIATE_TEST_SUITE_P(Indexes, BrokenFile, ::testing::ValuesIn(kIndexes), NameOf);
+INSTANTIATE_TEST_SUITE_P(Queries, BrokenFile, ::testing::ValuesIn(kQueries), NameOf);
 INSTANTIATE_TEST_SUITE_P(Catalogue, BrokenFile, ::testing::ValuesIn(kCatalogue), NameOf);
 
 TEST(SoundFile, IsPassedInSilence) {

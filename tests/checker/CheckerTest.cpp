@@ -87,6 +87,10 @@ std::vector<uint8_t> MakeSoundBytes() {
     Expect(table->CreateField(u"Number", kDaoLong, 4, kDaoFixedField));
     Expect(table->Append());
   }
+  std::unique_ptr<CDaoQueryDef> query;
+  Expect(database->CreateQueryDef(u"PlainQuery", u"SELECT PlainId, PlainText FROM Plain WHERE PlainId > 3",
+                                  query));
+  Expect(query->Append());
   Expect(database->Close());
   return ReadFileBytes(path);
 }
@@ -95,13 +99,13 @@ std::vector<uint8_t> MakeSoundBytes() {
 
 size_t CChangedFile::FindTable(std::string_view column) const {
   for (size_t page = 6; page < GetPageCount(); page++)
-    if (m_bytes[page * kPageSize] == 2 && Find(page, WideBytes(column)) != std::string::npos) return page;
+    if (m_bytes[page * m_pageSize] == 2 && Find(page, WideBytes(column)) != std::string::npos) return page;
   return 0;
 }
 
 size_t CChangedFile::Find(size_t page, std::string_view bytes, size_t from) const {
-  const auto start = m_bytes.begin() + static_cast<std::ptrdiff_t>(page * kPageSize);
-  const auto end = start + kPageSize;
+  const auto start = m_bytes.begin() + static_cast<std::ptrdiff_t>(page * m_pageSize);
+  const auto end = start + static_cast<std::ptrdiff_t>(m_pageSize);
   const auto found = std::search(start + static_cast<std::ptrdiff_t>(from), end, bytes.begin(), bytes.end(),
                                  [](uint8_t a, char b) { return a == static_cast<uint8_t>(b); });
   return found == end ? std::string::npos : static_cast<size_t>(found - start);

@@ -16,20 +16,25 @@
 
 namespace tolvane::test {
 
-// A Jet 4 database in memory, changed byte by byte. Offsets are written out here and in the tests, so that a
-// wrong constant of the checker does not prove itself.
+// A database in memory, changed byte by byte; rows and slots are those of Jet 4. Offsets are written out here
+// and in the tests, so that a wrong constant of the checker does not prove itself.
 class CChangedFile {
  public:
-  static constexpr size_t kPageSize = 4096;
+  static constexpr size_t kPageSize = 4096;  // of Jet 4
 
-  explicit CChangedFile(std::vector<uint8_t> bytes) : m_bytes(std::move(bytes)) {}
+  struct SRow {
+    size_t page, start;
+  };
 
-  [[nodiscard]] size_t GetPageCount() const { return m_bytes.size() / kPageSize; }
+  explicit CChangedFile(std::vector<uint8_t> bytes)
+      : m_bytes(std::move(bytes)), m_pageSize(m_bytes.at(0x14) == 0 ? 2048 : kPageSize) {}
+
+  [[nodiscard]] size_t GetPageCount() const { return m_bytes.size() / m_pageSize; }
   std::vector<uint8_t>& GetBytes() { return m_bytes; }
-  uint8_t& At(size_t page, size_t offset) { return m_bytes[page * kPageSize + offset]; }
+  uint8_t& At(size_t page, size_t offset) { return m_bytes[page * m_pageSize + offset]; }
   [[nodiscard]] uint32_t Get(size_t page, size_t offset, size_t width) const {
     uint32_t value = 0;
-    for (size_t i = width; i-- > 0;) value = value << 8 | m_bytes[page * kPageSize + offset + i];
+    for (size_t i = width; i-- > 0;) value = value << 8 | m_bytes[page * m_pageSize + offset + i];
     return value;
   }
   void Put(size_t page, size_t offset, size_t width, uint32_t value) {
@@ -38,8 +43,15 @@ class CChangedFile {
   // The first page of this type whose dword 4 is `owner`; 0 when there is none.
   [[nodiscard]] size_t FindPage(uint8_t type, uint32_t owner, size_t from = 1) const {
     for (size_t page = from; page < GetPageCount(); page++)
-      if (m_bytes[page * kPageSize] == type && Get(page, 4, 4) == owner) return page;
+      if (m_bytes[page * m_pageSize] == type && Get(page, 4, 4) == owner) return page;
     return 0;
+  }
+  // The first page of rows that the table's map names; freed pages may name the table as well.
+  [[nodiscard]] size_t FirstOwnedPage(size_t definition) const {
+    const SRow map = Follow(definition, 55);
+    size_t bit = 0;
+    while (bit < 8 * 64 && (Get(map.page, map.start + 5 + bit / 8, 1) >> bit % 8 & 1) == 0) bit++;
+    return bit + Get(map.page, map.start + 1, 4);
   }
   // Definition page of the table that has a column of this name.
   [[nodiscard]] size_t FindTable(std::string_view column) const;
@@ -50,9 +62,6 @@ class CChangedFile {
     return Get(page, 14 + 2 * row, 2) & 0x1FFF;
   }
   // Row pointer at an offset of a page: the row's start on its page.
-  struct SRow {
-    size_t page, start;
-  };
   [[nodiscard]] SRow Follow(size_t page, size_t offset) const {
     const uint32_t pointer = Get(page, offset, 4);
     return {pointer >> 8, StartOfRow(pointer >> 8, pointer & 0xFF)};
@@ -60,6 +69,7 @@ class CChangedFile {
 
  private:
   std::vector<uint8_t> m_bytes;
+  size_t m_pageSize;
 };
 
 std::string WideBytes(std::string_view ascii);
