@@ -1,11 +1,12 @@
 #include "cli/EngineChoice.h"
 
+#include "store/WorkFolder.h"
 #include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 
 std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::u16string& problem) {
-  if (choice == EEngineChoice::Embedded) return MakeEmbeddedEngine();
+  if (choice == EEngineChoice::Embedded) return MakeEmbeddedEngine({.tempFolder = GetWorkFolder()});
   problem =
       u"An installed DAO engine cannot be used here. Leave --engine out: the program has an engine of its "
       u"own.";

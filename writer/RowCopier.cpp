@@ -27,8 +27,9 @@ ESaveStep CRowCopier::Copy() {
 ESaveStep CRowCopier::Close() {
   const CDaoResult result = m_recordset->Close();
   m_recordset.reset();
-  if (result.IsOk()) return ESaveStep::Done;
   if (EndsSave(result.code)) return Fail(result);
+  // Text without a failure tells what the engine had to change, such as an index that is no longer unique.
+  if (result.text.empty()) return ESaveStep::Done;
   m_summary.notes.push_back(u"Table \"" + m_saved.table->name + u"\": " + result.text);
   CRepairLog::Instance().Append(m_summary.notes.back());
   return ESaveStep::Done;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "checker/DatabaseCheck.h"
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
@@ -99,6 +100,9 @@ class DatabaseFixture : public ::testing::Test {
     ExpectOk(m_database->Close());
     CFileWalker walker(ReadFile());
     EXPECT_EQ(walker.Check(), std::vector<std::string>{});
+    const SCheckReport report = CheckDatabase(m_path);
+    for (const SFinding& finding : report.findings)
+      ADD_FAILURE() << finding.rule << " " << ToUtf8(finding.table) << ": " << ToUtf8(finding.text);
     return walker;
   }
   [[nodiscard]] std::string ReadFile() const {

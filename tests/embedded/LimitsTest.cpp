@@ -139,7 +139,7 @@ TEST_F(Limits, WhatCannotBeOpened) {
 
 // A full file refuses rows and values one by one, still takes what fits, and closes soundly.
 TEST_F(Limits, AFullFileIsStillSound) {
-  Create({200});
+  Create({.maxPages = 200, .tempFolder = {}});
   ExpectOk(AddTable(u"T", {{u"Text", kDaoText, 255, 0x22}, {u"Binary", kDaoLongBinary, 0, 0x22}}));
   OpenTable(u"T");
   CPatternSource tooLong(2'000'000);

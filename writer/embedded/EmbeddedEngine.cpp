@@ -15,7 +15,8 @@ constexpr uint32_t kMostPages = static_cast<uint32_t>(kMaxFileLength / kLayoutJe
 class CEmbeddedEngine : public CDaoEngine {
  public:
   explicit CEmbeddedEngine(const SEmbeddedLimits& limits)
-      : m_maxPages(limits.maxPages == 0 ? kMostPages : std::min(limits.maxPages, kMostPages)) {}
+      : m_maxPages(limits.maxPages == 0 ? kMostPages : std::min(limits.maxPages, kMostPages)),
+        m_tempFolder(limits.tempFolder.empty() ? GetTempFolder() : limits.tempFolder) {}
 
   CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view, int32_t options,
                             std::unique_ptr<CDaoDatabase>& database) override {
@@ -24,6 +25,7 @@ class CEmbeddedEngine : public CDaoEngine {
       return {EDaoError::NotSupported, u"Jet 3 output is not supported yet. Nothing was written."};
     if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
     auto file = std::make_shared<CEmbeddedFile>(m_maxPages);
+    file->SetTempFolder(m_tempFolder);
     if (CDaoResult result = file->Create(path); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
     return CDaoResult::Ok();
@@ -34,6 +36,7 @@ class CEmbeddedEngine : public CDaoEngine {
     database.reset();
     if (!FileExists(path)) return {EDaoError::NotFound, u"The database file does not exist."};
     auto file = std::make_shared<CEmbeddedFile>(m_maxPages);
+    file->SetTempFolder(m_tempFolder);
     const EFileAccess access = readOnly ? EFileAccess::Read : EFileAccess::ReadWrite;
     if (CDaoResult result = file->Open(path, access); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
@@ -42,6 +45,7 @@ class CEmbeddedEngine : public CDaoEngine {
 
  private:
   const uint32_t m_maxPages;
+  const std::u16string m_tempFolder;
 };
 
 }  // namespace

@@ -4,13 +4,15 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "writer/dao.h"
 
 namespace tolvane {
 
 struct SEmbeddedLimits {
-  uint32_t maxPages = 0;  // of a file; 0 is the most that the format allows
+  uint32_t maxPages = 0;      // of a file; 0 is the most that the format allows
+  std::u16string tempFolder;  // for sorting large indexes; empty is the system's
 };
 
 std::unique_ptr<CDaoEngine> MakeEmbeddedEngine(const SEmbeddedLimits& limits = {});

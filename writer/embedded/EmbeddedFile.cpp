@@ -123,8 +123,6 @@ CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CT
     return {EDaoError::NotSupported, u"The table is open already."};
   auto store = std::make_shared<CTableStore>(m_file, object->id);
   if (CDaoResult result = store->Load(); !result.IsOk()) return result;
-  if (!store->GetDefinition().realIndexes.empty())
-    return {EDaoError::NotSupported, u"Rows cannot be added to a table that has indexes already."};
   m_openTables.push_back(store);
   table = std::move(store);
   return CDaoResult::Ok();
@@ -134,6 +132,12 @@ CDaoResult CEmbeddedFile::CloseTable(const std::shared_ptr<CTableStore>& table) 
   if (!m_isOpen) return CDaoResult::Ok();
   table->DiscardRow();
   CDaoResult result = table->Store();
+  if (result.IsOk()) {
+    for (const std::u16string& note : table->GetNotes()) {
+      if (!result.text.empty()) result.text += u' ';
+      result.text += note;
+    }
+  }
   std::erase(m_openTables, table);
   return result;
 }

@@ -1,5 +1,6 @@
 #include "writer/embedded/EmbeddedTableDef.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/Text.h"
@@ -107,22 +108,66 @@ CDaoResult CEmbeddedTableDef::CreateIndex(const CDaoIndexInfo& index) {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
   if (CDaoResult result = CheckObjectName(u"index", index.name); !result.IsOk()) return result;
   if (m_indexes.size() == kMaxIndexes) return Invalid(u"A table has at most 32 indexes.");
-  if (index.fields.empty() || index.fields.size() > kMaxIndexFields)
-    return Invalid(u"An index has 1 to 10 fields.");
-  for (const CDaoIndexFieldInfo& field : index.fields)
-    if (m_fieldKeys.count(MakeNameKey(field.name)) == 0)
-      return {EDaoError::ItemNotFound,
-              u"The index names a field \"" + field.name + u"\" that the table does not have."};
+  if (CDaoResult result = CheckIndexFields(index); !result.IsOk()) return result;
   if (!m_indexKeys.insert(MakeNameKey(index.name)).second)
     return Invalid(u"The table has an index named \"" + index.name + u"\" already.");
   m_indexes.push_back(index);
   return CDaoResult::Ok();
 }
 
+CDaoResult CEmbeddedTableDef::CheckIndexFields(const CDaoIndexInfo& index) const {
+  if (index.fields.empty() || index.fields.size() > kMaxIndexFields)
+    return Invalid(u"An index has 1 to 10 fields.");
+  for (const CDaoIndexFieldInfo& field : index.fields) {
+    const SColumnDefinition* column = FindField(field.name);
+    if (column == nullptr)
+      return {EDaoError::ItemNotFound,
+              u"The index names a field \"" + field.name + u"\" that the table does not have."};
+    if (IsLongValueType(column->type))
+      return {EDaoError::InvalidDataType,
+              u"The memo or OLE field \"" + field.name + u"\" cannot be indexed."};
+  }
+  return CDaoResult::Ok();
+}
+
+const SColumnDefinition* CEmbeddedTableDef::FindField(std::u16string_view name) const {
+  const std::string key = MakeNameKey(name);
+  for (const SColumnDefinition& column : m_definition.columns)
+    if (MakeNameKey(column.name) == key) return &column;
+  return nullptr;
+}
+
+// Real indexes in the order of creation; of several primary keys the first is one.
+void CEmbeddedTableDef::LayOutIndexes() {
+  bool hasPrimary = false;
+  for (const CDaoIndexInfo& index : m_indexes) {
+    const bool isPrimary = index.primary && !hasPrimary;
+    hasPrimary = hasPrimary || isPrimary;
+    SRealIndex real;
+    for (const CDaoIndexFieldInfo& field : index.fields)
+      real.columns.push_back({FindField(field.name)->number, !field.descending});
+    real.flags = kIndexAlways;
+    if (index.unique || isPrimary) real.flags |= kIndexUnique;
+    if (index.required || isPrimary) real.flags |= kIndexRequired;
+    if (index.ignoreNulls) real.flags |= kIndexIgnoreNulls;
+    SLogicalIndex logical;
+    logical.name = index.name;
+    logical.number = logical.realIndex = static_cast<uint32_t>(m_definition.realIndexes.size());
+    logical.kind = isPrimary ? kKindPrimary : uint8_t{0};
+    m_definition.realIndexes.push_back(std::move(real));
+    m_definition.logicalIndexes.push_back(std::move(logical));
+  }
+  std::sort(m_definition.logicalIndexes.begin(), m_definition.logicalIndexes.end(),
+            [](const auto& a, const auto& b) { return IsNameBefore(a.name, b.name); });
+}
+
 CDaoResult CEmbeddedTableDef::Append() {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
   if (m_definition.columns.empty()) return Invalid(u"The table has no fields.");
   m_definition.LayOutColumns();
+  m_definition.realIndexes.clear();
+  m_definition.logicalIndexes.clear();
+  LayOutIndexes();
   if (CRowEncoder(kLayoutJet4, m_definition).IsTooLong())
     return {EDaoError::RecordTooLarge, u"The table's fields of fixed length do not fit in one record."};
   if (CDaoResult result = m_file->AddTable(m_name, m_definition); !result.IsOk()) return result;

@@ -18,7 +18,7 @@ class CEmbeddedTableDef : public CDaoTableDef {
 
   CDaoResult CreateField(std::u16string_view name, int16_t type, int32_t size, int32_t attributes) override;
   CDaoResult CreateField(const CDaoFieldInfo& field) override;
-  // The index is checked and kept; files do not hold the users' indexes yet.
+  // Empty until rows are added; what rows then do not allow, it loses.
   CDaoResult CreateIndex(const CDaoIndexInfo& index) override;
   CDaoResult Append() override;
   void Close() override;
@@ -26,6 +26,9 @@ class CEmbeddedTableDef : public CDaoTableDef {
  private:
   [[nodiscard]] CDaoResult CheckOpen() const;
   [[nodiscard]] bool HasAutoNumber(uint8_t flag) const;
+  [[nodiscard]] const SColumnDefinition* FindField(std::u16string_view name) const;
+  CDaoResult CheckIndexFields(const CDaoIndexInfo& index) const;
+  void LayOutIndexes();
 
   std::shared_ptr<CEmbeddedFile> m_file;  // null when closed
   std::u16string m_name;

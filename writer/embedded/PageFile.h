@@ -36,6 +36,9 @@ class CPageFile {
   CDaoResult Flush();
 
   [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_layout; }
+  // Where what is too much for memory is sorted; with its separator at the end.
+  void SetTempFolder(std::u16string_view folder) { m_tempFolder = folder; }
+  [[nodiscard]] const std::u16string& GetTempFolder() const { return m_tempFolder; }
   [[nodiscard]] uint32_t GetPageCount() const { return m_pageCount; }
   [[nodiscard]] const CPageSet& GetFreePages() const { return m_free; }
 
@@ -60,6 +63,7 @@ class CPageFile {
   const uint32_t m_maxPages;
   const uint32_t m_reservedPages;  // kept for EPageUse::Structure
   CFileCust m_file;
+  std::u16string m_tempFolder;
   CDaoResult m_error;
   bool m_isReadOnly = false;
   uint32_t m_pageCount = 0;

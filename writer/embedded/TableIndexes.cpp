@@ -1,13 +1,14 @@
 #include "writer/embedded/TableIndexes.h"
 
-#include <optional>
-#include <vector>
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string_view>
 
-#include "platform/Files.h"
-#include "writer/embedded/IndexKey.h"
-#include "writer/embedded/IndexSorter.h"
+#include "platform/Text.h"
+#include "writer/embedded/IndexCollector.h"
 #include "writer/embedded/IndexTreeBuilder.h"
-#include "writer/embedded/StoredText.h"
+#include "writer/embedded/SlottedPage.h"
 #include "writer/embedded/TableStore.h"
 #include "writer/embedded/UsageMap.h"
 
@@ -16,54 +17,6 @@ namespace {
 
 CDaoResult CannotIndex(EDaoError error) {
   return {error == EDaoError::None ? EDaoError::DiskError : error, u"An index could not be built."};
-}
-
-// The key of one row. `isAllNull` decides whether an index that ignores nulls takes the row.
-class CKeyMaker {
- public:
-  CKeyMaker(const SEmbeddedLayout& layout, const STableDefinition& definition, const SRealIndex& index)
-      : m_layout(layout), m_definition(definition), m_index(index) {}
-
-  bool Make(std::span<const uint8_t> row, std::vector<uint8_t>& key, bool& isAllNull) {
-    key.clear();
-    isAllNull = true;
-    for (const SIndexColumn& part : m_index.columns) {
-      const SColumnDefinition* column = m_definition.FindColumn(part.number);
-      std::optional<std::span<const uint8_t>> value;
-      if (column == nullptr || !ReadRowColumn(m_layout, m_definition, row, *column, value)) return false;
-      if (value && column->type == kTypeText) {
-        m_text.clear();
-        AppendPlainText(*value, m_text);
-        value = m_text;
-      }
-      if (value) isAllNull = false;
-      if (!AppendIndexKey({m_layout.keys}, column->type, part.ascending, value, key)) return false;
-    }
-    return true;
-  }
-
- private:
-  const SEmbeddedLayout& m_layout;
-  const STableDefinition& m_definition;
-  const SRealIndex& m_index;
-  std::vector<uint8_t> m_text;
-};
-
-CDaoResult CollectEntries(CPageFile& file, CTableStore& table, const SRealIndex& index,
-                          CIndexSorter& sorter) {
-  CKeyMaker maker(file.GetLayout(), table.GetDefinition(), index);
-  std::vector<uint8_t> key;
-  EDaoError error = EDaoError::None;
-  CDaoResult result = table.ForEachRow([&](std::span<const uint8_t> row, uint32_t pointer) {
-    bool isAllNull = false;
-    if (!maker.Make(row, key, isAllNull)) {
-      error = EDaoError::NotSupported;
-    } else if (!isAllNull || (index.flags & kIndexIgnoreNulls) == 0) {
-      error = sorter.Add(key, PageOfPointer(pointer), static_cast<uint8_t>(RowOfPointer(pointer)));
-    }
-    return error == EDaoError::None;
-  });
-  return result.IsOk() && error != EDaoError::None ? CannotIndex(error) : result;
 }
 
 // Gives the tree its pages: those that the index had before, then new ones.
@@ -108,6 +61,170 @@ class CIndexPages {
   CDaoResult m_result;
 };
 
+constexpr size_t kSorterMemory = size_t{64} << 20;  // of all sorters of a table together
+constexpr size_t kKeysShown = 3;
+
+class CIndexRebuild {
+ public:
+  CIndexRebuild(CPageFile& file, CTableStore& table, STableDefinition& definition,
+                std::vector<std::u16string>& notes)
+      : m_file(file), m_table(table), m_definition(definition), m_notes(notes) {}
+
+  CDaoResult Run();
+
+ private:
+  // Keys that a unique index forbids.
+  struct SRepeats {
+    uint64_t count = 0;
+    std::vector<uint32_t> pointers;  // of the first ones
+  };
+
+  CDaoResult Collect();
+  CDaoResult BuildTree(size_t index, SRepeats& repeats);
+  CDaoResult BuildOrDrop(size_t index);
+  CDaoResult Weaken(size_t index, const SRepeats& repeats);
+  CDaoResult Drop(size_t index);
+  void LosePrimary(size_t index);
+  std::u16string ShowKeys(size_t index, const SRepeats& repeats);
+  void Note(size_t index, std::u16string_view text);
+  [[nodiscard]] const std::u16string& NameOf(size_t index) const;
+
+  CPageFile& m_file;
+  CTableStore& m_table;
+  STableDefinition& m_definition;
+  std::vector<std::u16string>& m_notes;
+  std::vector<std::unique_ptr<CIndexCollector>> m_collectors;
+};
+
+CDaoResult CIndexRebuild::Run() {
+  const size_t count = m_definition.realIndexes.size();
+  for (const SRealIndex& index : m_definition.realIndexes)
+    m_collectors.push_back(std::make_unique<CIndexCollector>(m_file.GetLayout(), m_definition, index,
+                                                             m_file.GetTempFolder(), kSorterMemory / count));
+  if (CDaoResult result = Collect(); !result.IsOk()) return result;
+  // From the last to the first, so that dropping one does not move those that are still to be built.
+  for (size_t index = count; index-- > 0;)
+    if (CDaoResult result = BuildOrDrop(index); !result.IsOk()) return result;
+  return CDaoResult::Ok();
+}
+
+CDaoResult CIndexRebuild::Collect() {
+  EDaoError error = EDaoError::None;
+  CDaoResult result = m_table.ForEachRow([&](std::span<const uint8_t> row, uint32_t pointer) {
+    for (const auto& collector : m_collectors)
+      if (error == EDaoError::None) error = collector->Add(row, pointer);
+    return error == EDaoError::None;
+  });
+  return result.IsOk() && error != EDaoError::None ? CannotIndex(error) : result;
+}
+
+CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
+  const bool isSystem = m_table.GetPage() < kFirstFreePage;
+  if (m_collectors[index]->HasUnknownKey()) {
+    if (isSystem) return CannotIndex(EDaoError::NotSupported);
+    Note(index, u"was left out: it holds characters whose place in the sort order is not known");
+    return Drop(index);
+  }
+  SRepeats repeats;
+  if (CDaoResult result = BuildTree(index, repeats); !result.IsOk()) return result;
+  const uint8_t flags = m_definition.realIndexes[index].flags;
+  const bool hasNulls = (flags & kIndexRequired) != 0 && m_collectors[index]->GetNullRows() > 0;
+  const bool hasRepeats = (flags & kIndexUnique) != 0 && repeats.count > 0;
+  // Everything that is needed of the collector is known; its memory and its file are free again.
+  const CDaoResult result = hasNulls || hasRepeats ? Weaken(index, repeats) : CDaoResult::Ok();
+  m_collectors[index].reset();
+  return isSystem && (hasNulls || hasRepeats) ? CannotIndex(EDaoError::DuplicateKey) : result;
+}
+
+CDaoResult CIndexRebuild::BuildTree(size_t index, SRepeats& repeats) {
+  CIndexCollector& collector = *m_collectors[index];
+  CIndexSorter& sorter = collector.GetSorter();
+  if (const EDaoError error = sorter.Sort(); error != EDaoError::None) return CannotIndex(error);
+  SRealIndex& real = m_definition.realIndexes[index];
+  CIndexPages pages(m_file, real);
+  if (CDaoResult result = pages.Load(); !result.IsOk()) return result;
+  CIndexTreeBuilder builder(m_file.GetLayout().index, m_table.GetPage(), real.root, pages.MakeSink());
+  const std::span<const uint8_t> allNull = collector.GetAllNullKey();
+  SIndexEntry entry;
+  bool isSound = true;
+  while (isSound && sorter.Next(entry)) {
+    isSound = builder.Add(entry.key, entry.page, entry.row);
+    if (!entry.repeatsKey || std::equal(entry.key.begin(), entry.key.end(), allNull.begin(), allNull.end()))
+      continue;
+    if (repeats.count++ < kKeysShown) repeats.pointers.push_back(MakeRowPointer(entry.page, entry.row));
+  }
+  if (!isSound || !builder.Finish() || sorter.GetError() != EDaoError::None)
+    return pages.GetResult().IsOk() ? CannotIndex(sorter.GetError()) : pages.GetResult();
+  real.distinctKeys = static_cast<uint32_t>(builder.GetDistinctKeyCount());
+  return pages.Finish(builder);
+}
+
+// Takes from an index the properties that its rows do not have.
+CDaoResult CIndexRebuild::Weaken(size_t index, const SRepeats& repeats) {
+  uint8_t& flags = m_definition.realIndexes[index].flags;
+  if ((flags & kIndexUnique) != 0 && repeats.count > 0) {
+    flags = static_cast<uint8_t>(flags & ~kIndexUnique);
+    Note(index, u"is no longer unique: " + ToDecimal(repeats.count) + u" records repeat a key (" +
+                    ShowKeys(index, repeats) + u")");
+  }
+  const uint64_t nullRows = m_collectors[index]->GetNullRows();
+  if ((flags & kIndexRequired) != 0 && nullRows > 0) {
+    flags = static_cast<uint8_t>(flags & ~kIndexRequired);
+    Note(index, u"no longer requires values: " + ToDecimal(nullRows) + u" records have none");
+  }
+  LosePrimary(index);
+  return CDaoResult::Ok();
+}
+
+void CIndexRebuild::LosePrimary(size_t index) {
+  for (SLogicalIndex& logical : m_definition.logicalIndexes) {
+    if (logical.realIndex != index || logical.kind != kKindPrimary) continue;
+    logical.kind = 0;
+    Note(index, u"is no longer the primary key");
+  }
+}
+
+// The index, its names and its pages; its place in a map page stays empty.
+CDaoResult CIndexRebuild::Drop(size_t index) {
+  const SRealIndex real = m_definition.realIndexes[index];
+  CPageSet pages;
+  if (CDaoResult result = LoadUsageMap(m_file, real.map, pages); !result.IsOk()) return result;
+  pages.Add(real.root);
+  pages.ForEach([this](uint32_t page) { m_file.Release(page); });
+  if (CDaoResult result = StoreUsageMap(m_file, real.map, CPageSet()); !result.IsOk()) return result;
+  m_definition.realIndexes.erase(m_definition.realIndexes.begin() + static_cast<std::ptrdiff_t>(index));
+  std::erase_if(m_definition.logicalIndexes,
+                [index](const auto& logical) { return logical.realIndex == index; });
+  for (SLogicalIndex& logical : m_definition.logicalIndexes)
+    if (logical.realIndex > index) logical.realIndex--;
+  m_collectors[index].reset();
+  return CDaoResult::Ok();
+}
+
+std::u16string CIndexRebuild::ShowKeys(size_t index, const SRepeats& repeats) {
+  std::u16string text;
+  std::vector<uint8_t> bytes(m_file.GetLayout().pageSize);
+  CSlottedPage page(m_file.GetLayout());
+  for (const uint32_t pointer : repeats.pointers) {
+    if (!m_file.Read(PageOfPointer(pointer), bytes).IsOk() || !page.Load(bytes)) continue;
+    if (!text.empty()) text += u"; ";
+    text += DescribeKey(m_file.GetLayout(), m_definition, m_definition.realIndexes[index],
+                        page.GetRow(RowOfPointer(pointer)));
+  }
+  return repeats.count > repeats.pointers.size() ? text + u"; ..." : text;
+}
+
+void CIndexRebuild::Note(size_t index, std::u16string_view text) {
+  m_notes.push_back(u"Index \"" + NameOf(index) + u"\" " + std::u16string(text) + u".");
+}
+
+const std::u16string& CIndexRebuild::NameOf(size_t index) const {
+  static const std::u16string kNone;
+  for (const SLogicalIndex& logical : m_definition.logicalIndexes)
+    if (logical.realIndex == index) return logical.name;
+  return kNone;
+}
+
 }  // namespace
 
 CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index) {
@@ -118,20 +235,10 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index) {
   return pages.Finish(builder);
 }
 
-CDaoResult RebuildIndex(CPageFile& file, CTableStore& table, SRealIndex& index) {
-  CIndexSorter sorter(GetTempFolder());
-  if (CDaoResult result = CollectEntries(file, table, index, sorter); !result.IsOk()) return result;
-  if (const EDaoError error = sorter.Sort(); error != EDaoError::None) return CannotIndex(error);
-  CIndexPages pages(file, index);
-  if (CDaoResult result = pages.Load(); !result.IsOk()) return result;
-  CIndexTreeBuilder builder(file.GetLayout().index, table.GetPage(), index.root, pages.MakeSink());
-  SIndexEntry entry;
-  bool isSound = true;
-  while (isSound && sorter.Next(entry)) isSound = builder.Add(entry.key, entry.page, entry.row);
-  if (!isSound || !builder.Finish() || sorter.GetError() != EDaoError::None)
-    return pages.GetResult().IsOk() ? CannotIndex(sorter.GetError()) : pages.GetResult();
-  index.distinctKeys = static_cast<uint32_t>(builder.GetDistinctKeyCount());
-  return pages.Finish(builder);
+CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
+                          std::vector<std::u16string>& notes) {
+  if (definition.realIndexes.empty()) return CDaoResult::Ok();
+  return CIndexRebuild(file, table, definition, notes).Run();
 }
 
 }  // namespace tolvane

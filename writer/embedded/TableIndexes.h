@@ -1,5 +1,8 @@
-// Indexes of stored tables: an empty one for a new table, and one built anew from all rows.
+// Indexes of stored tables: an empty one for a new table, and all of a table's built anew from its rows.
 #pragma once
+
+#include <string>
+#include <vector>
 
 #include "writer/embedded/PageFile.h"
 #include "writer/embedded/TableDefinition.h"
@@ -11,8 +14,13 @@ class CTableStore;
 // Allocates and writes the root of an empty index and notes it in its map, which exists already.
 CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index);
 
-// Builds the tree bottom-up; the root keeps its page, the other pages are used again. The map and the number
-// of distinct keys follow; the definition itself is the caller's to store.
-CDaoResult RebuildIndex(CPageFile& file, CTableStore& table, SRealIndex& index);
+// Builds the trees bottom-up, in one pass over the rows; roots keep their pages, the other pages are used
+// again. Maps and numbers of distinct keys follow; the definition itself is the caller's to store.
+//
+// Rows are never given up for an index. One whose rows repeat keys or hold nulls that it forbids loses that
+// property, one with a value for which no key is known is left out; `notes` then says which, why, and shows
+// the first such keys. In a system table that is an error instead.
+CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
+                          std::vector<std::u16string>& notes);
 
 }  // namespace tolvane

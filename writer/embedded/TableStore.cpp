@@ -86,8 +86,7 @@ CDaoResult CTableStore::Store() {
   if (CDaoResult result = StoreUsageMap(m_file, m_definition.ownedMap, m_owned); !result.IsOk())
     return result;
   if (CDaoResult result = StoreUsageMap(m_file, m_definition.freeMap, m_free); !result.IsOk()) return result;
-  for (SRealIndex& index : m_definition.realIndexes)
-    if (CDaoResult result = RebuildIndex(m_file, *this, index); !result.IsOk()) return result;
+  if (CDaoResult result = RebuildIndexes(m_file, *this, m_definition, m_notes); !result.IsOk()) return result;
   if (CDaoResult result = StoreDefinition(m_file, m_definition, m_definitionPages); !result.IsOk())
     return result;
   m_isChanged = false;

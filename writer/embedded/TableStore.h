@@ -37,6 +37,9 @@ class CTableStore {
   [[nodiscard]] int32_t GetAutoNumber() const { return static_cast<int32_t>(m_definition.autoNumber); }
   void RaiseAutoNumber(int32_t value);
 
+  // What Store had to change of the table's indexes, for the log.
+  [[nodiscard]] const std::vector<std::u16string>& GetNotes() const { return m_notes; }
+
   // The row that is being put together: BeginRow, set values, then StoreRow or DiscardRow.
   [[nodiscard]] CRowEncoder& GetRow() { return *m_row; }
   // By position in the definition; nullptr for columns that hold no long values.
@@ -58,6 +61,7 @@ class CTableStore {
   CDataPageWriter m_data;
   std::unique_ptr<CRowEncoder> m_row;
   std::vector<std::unique_ptr<CLongValueWriter>> m_longValues;
+  std::vector<std::u16string> m_notes;
   bool m_isChanged = false;
 };
 
