@@ -9,7 +9,8 @@
 
 namespace tolvane {
 
-// Null when it cannot be used here; `problem` then says why and what to do.
+// With its temporary files in the work folder that is set now. Null when it cannot be used here; `problem`
+// then says why and what to do.
 std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::u16string& problem);
 const char* NameOf(EEngineChoice choice);
 

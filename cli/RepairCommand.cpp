@@ -55,6 +55,8 @@ EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std:
   if (saved) {
     text += "  " + ToDisplay(outputPath) + "\n  " + Counted(saved->tablesSaved, "table") + ", " +
             Counted(saved->recordsSaved, "record");
+    if (saved->queriesSaved > 0)
+      text += ", " + std::to_string(saved->queriesSaved) + (saved->queriesSaved == 1 ? " query" : " queries");
     if (saved->emptyRowsDropped > 0)
       text += "; " + Counted(saved->emptyRowsDropped, "empty row") + " left out";
     text += "\n";
@@ -91,10 +93,12 @@ SCommandEnd RunRepair(CSession& session) {
   COutputFile output;
   std::unique_ptr<CDaoEngine> engine;
   if (!arguments.isDryRun) {
+    if (auto failure = output.Prepare(arguments)) return *failure;
+    // The engine keeps temporary files, too.
+    if (auto failure = session.MakeWorkFolder()) return *failure;
     std::u16string problem;
     engine = MakeEngine(arguments.engine, problem);
     if (!engine) return SFailure{EExitStatus::Failed, problem};
-    if (auto failure = output.Prepare(arguments)) return *failure;
   }
   if (auto failure = RecoverSomething(session)) return *failure;
   if (arguments.isDryRun) return PrintResult(session, nullptr, {});

@@ -156,6 +156,7 @@ void CSession::WriteLog(std::u16string_view lines) {
 }
 
 std::optional<SFailure> CSession::MakeWorkFolder() {
+  if (!m_runFolder.GetPath().empty()) return std::nullopt;
   CRunFolder::RemoveStale(m_arguments.workFolder);
   if (m_runFolder.Create(m_arguments.workFolder)) return std::nullopt;
   return SFailure{EExitStatus::Failed, u"There is no folder for temporary files. " +

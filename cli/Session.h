@@ -30,6 +30,8 @@ class CSession {
 
   // The source, the template and the log file, before anything is done. A failure ends the program.
   std::optional<SFailure> CheckFiles();
+  // The folder for temporary files, which Recover needs; nothing more when it is there.
+  std::optional<SFailure> MakeWorkFolder();
   // Recovers the tables into the work folder. After that there is data.
   std::optional<SFailure> Recover();
   [[nodiscard]] const CAccessData& GetData() const { return *m_data; }
@@ -46,7 +48,6 @@ class CSession {
   std::optional<SFailure> CheckSourceFile();
   std::optional<SFailure> CheckTemplate();
   std::optional<SFailure> OpenLogFile();
-  std::optional<SFailure> MakeWorkFolder();
   void ShowProgress();
   void WriteLog(std::u16string_view lines);
 
