@@ -21,6 +21,7 @@ constexpr const char* kExamples =
     "  tolvane export damaged.mdb Customers > customers.csv\n"
     "  tolvane export damaged.mdb --to folder --format jsonl\n"
     "  tolvane inspect damaged.mdb                   a map of the file's pages\n"
+    "  tolvane queries damaged.mdb                   the saved queries as SQL\n"
     "  tolvane check repaired.mdb                    whether a database is consistent\n\n"
     "The damaged file is only read. Exit status: 0 done, nothing lost; 2 failed, nothing written; 3 done, "
     "but\n"
@@ -50,6 +51,11 @@ constexpr const char* kExportHelp =
     "  tolvane export damaged.mdb Customers > customers.csv\n"
     "  tolvane export damaged.mdb --to folder              one file a table\n"
     "  tolvane export damaged.mdb --to folder --ole files  OLE objects as files of their own";
+constexpr const char* kQueriesHelp =
+    "Lists the saved queries that can be rebuilt: name, kind and SQL text.\n\n"
+    "Examples:\n"
+    "  tolvane queries damaged.mdb\n"
+    "  tolvane queries damaged.mdb --json";
 constexpr const char* kInspectHelp =
     "Shows what each page of the file is, and which are damaged or belong to no table.\n\n"
     "Examples:\n"
@@ -120,6 +126,13 @@ void AddExport(CLI::App& app, SArguments& arguments, SWords& words) {
   command.add_flag("--overwrite", arguments.mayOverwrite, "Replace existing files");
   command.add_flag("--all", arguments.withSystemTables, "System tables, too");
   command.callback([&arguments] { arguments.command = ECommand::Export; });
+}
+
+void AddQueries(CLI::App& app, SArguments& arguments, SWords& words) {
+  CLI::App& command = *app.add_subcommand("queries", kQueriesHelp);
+  AddSource(command, arguments, words);
+  command.add_flag("--all", arguments.withSystemTables, "Hidden queries of forms and reports, too");
+  command.callback([&arguments] { arguments.command = ECommand::Queries; });
 }
 
 void AddInspect(CLI::App& app, SArguments& arguments, SWords& words) {
@@ -221,6 +234,8 @@ const char* NameOf(ECommand command) {
       return "preview";
     case ECommand::Export:
       return "export";
+    case ECommand::Queries:
+      return "queries";
     case ECommand::Inspect:
       return "inspect";
     case ECommand::Check:
@@ -243,6 +258,7 @@ SParsedArguments ParseArguments(const std::vector<std::u16string>& words) {
   AddTables(app, arguments, texts);
   AddPreview(app, arguments, texts);
   AddExport(app, arguments, texts);
+  AddQueries(app, arguments, texts);
   AddInspect(app, arguments, texts);
   AddCheck(app, arguments, texts);
   if (words.empty()) {

@@ -9,7 +9,7 @@
 
 namespace tolvane {
 
-enum class ECommand : uint8_t { None, Repair, Tables, Preview, Export, Inspect, Check };
+enum class ECommand : uint8_t { None, Repair, Tables, Preview, Export, Queries, Inspect, Check };
 enum class EEngineChoice : uint8_t { Embedded, Dao };
 enum class EExportFormat : uint8_t { Csv, JsonLines };
 enum class EOleForm : uint8_t { Hex, Base64, Files };

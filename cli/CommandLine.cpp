@@ -24,6 +24,8 @@ SCommandEnd RunCommand(CSession& session) {
       return RunPreview(session);
     case ECommand::Export:
       return RunExport(session);
+    case ECommand::Queries:
+      return RunQueries(session);
     case ECommand::Inspect:
       return RunInspect(session);
     case ECommand::Check:

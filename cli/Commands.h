@@ -22,6 +22,7 @@ SCommandEnd RunRepair(CSession& session);
 SCommandEnd RunTables(CSession& session);
 SCommandEnd RunPreview(CSession& session);
 SCommandEnd RunExport(CSession& session);
+SCommandEnd RunQueries(CSession& session);
 SCommandEnd RunInspect(CSession& session);
 SCommandEnd RunCheck(CSession& session);
 
