@@ -17,8 +17,10 @@
 namespace tolvane {
 
 inline constexpr size_t kHeaderNameAt = 0x04, kHeaderVersionAt = 0x14;
-inline constexpr std::string_view kJetEngineName{"Standard Jet DB", 16},
-    kAceEngineName{"Standard ACE DB", 16};
+// With the zero behind them.
+inline constexpr char kJetEngineText[] = "Standard Jet DB", kAceEngineText[] = "Standard ACE DB";
+inline constexpr std::string_view kJetEngineName{kJetEngineText, sizeof kJetEngineText},
+    kAceEngineName{kAceEngineText, sizeof kAceEngineText};
 inline constexpr size_t kMaskedSizeJet3 = 126, kMaskedSizeJet4 = 128;
 
 // Takes the mask off (or puts it on).

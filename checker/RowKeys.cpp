@@ -30,11 +30,13 @@ bool CRowKeys::Make(const CRowView& row, std::vector<uint8_t>& key) {
   m_isAllNull = true;
   m_hasNull = false;
   for (const SCheckedIndexPart& part : m_index.parts) {
-    if (part.column != nullptr) {
-      const bool isNull = !row.Get(*part.column);
-      m_isAllNull = m_isAllNull && isNull;
-      m_hasNull = m_hasNull || isNull;
+    if (part.column == nullptr) {
+      m_areKeysKnown = false;
+      continue;
     }
+    const bool isNull = !row.Get(*part.column);
+    m_isAllNull = m_isAllNull && isNull;
+    m_hasNull = m_hasNull || isNull;
     if (m_areKeysKnown && !AppendPart(row, part, key)) m_areKeysKnown = false;
   }
   return m_areKeysKnown;
