@@ -59,7 +59,7 @@ std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_
     return text;
   }
   std::vector<uint8_t> plain;
-  AppendPlainText(stored, plain);
+  AppendPlainText(file.GetLayout().text, stored, plain);
   return UnitsOf(plain);
 }
 

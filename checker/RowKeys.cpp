@@ -51,7 +51,7 @@ bool CRowKeys::AppendPart(const CRowView& row, const SCheckedIndexPart& part, st
   }
   if (value && IsText(column.type) && !m_context.file.IsJet3()) {
     m_text.clear();
-    AppendPlainText(*value, m_text);
+    AppendPlainText(m_context.file.GetLayout().text, *value, m_text);
     value = m_text;
   }
   const SIndexKeyFormat format{m_context.file.GetVersion(), column.sortOrder, column.sortVersion,

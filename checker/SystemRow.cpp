@@ -15,7 +15,7 @@ std::string CSystemRow::GetNameKey(uint16_t column) const {
   const std::span<const uint8_t> stored = GetBytes(column);
   if (m_file.IsJet3()) return MakeStoredNameKey(m_file, stored);
   std::vector<uint8_t> plain;
-  AppendPlainText(stored, plain);
+  AppendPlainText(m_file.GetLayout().text, stored, plain);
   return MakeStoredNameKey(m_file, plain);
 }
 

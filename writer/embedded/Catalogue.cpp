@@ -6,6 +6,7 @@
 #include "writer/embedded/ObjectName.h"
 #include "writer/embedded/QueryStore.h"
 #include "writer/embedded/RowValues.h"
+#include "writer/embedded/StoredText.h"
 
 namespace tolvane {
 namespace {
@@ -34,7 +35,7 @@ CCatalogue::CCatalogue(CPageFile& file) : m_file(file) {}
 CDaoResult CCatalogue::Create(const SHeaderPage& header) {
   m_sidMask = header.sidMask;
   for (uint32_t table = 0; table < kSystemTableCount; table++) {
-    STableDefinition definition = MakeSystemTable(table);
+    STableDefinition definition = MakeSystemTable(m_file.GetLayout(), table);
     std::vector<uint32_t> pages{kObjectsPage + table};
     if (CDaoResult result = CreateTable(m_file, definition, pages); !result.IsOk()) return result;
   }
@@ -61,7 +62,7 @@ CDaoResult CCatalogue::LoadTables() {
   for (uint32_t table = 0; table < kSystemTableCount; table++) {
     m_tables[table] = std::make_unique<CTableStore>(m_file, kObjectsPage + table);
     if (CDaoResult result = m_tables[table]->Load(); !result.IsOk()) return result;
-    if (!IsSystemTable(table, m_tables[table]->GetDefinition())) return OtherProgram();
+    if (!IsSystemTable(m_file.GetLayout(), table, m_tables[table]->GetDefinition())) return OtherProgram();
   }
   return CDaoResult::Ok();
 }
@@ -76,7 +77,9 @@ bool CCatalogue::LoadObject(std::span<const uint8_t> row) {
   const SCatalogueObject object{GetLittle<uint32_t>(id, 0), GetLittle<int16_t>(type, 0)};
   if (object.id >= m_nextObjectId) m_nextObjectId = object.id + 1;
   if (GetLittle<uint32_t>(parent, 0) != kContainerTables) return true;
-  return m_objects.emplace(MakeNameKey(UnitsOf(name)), object).second;
+  return m_objects
+      .emplace(MakeNameKey(m_file.GetLayout(), DecodePlainText(m_file.GetLayout().text, name)), object)
+      .second;
 }
 
 CDaoResult CCatalogue::Store() {
@@ -87,7 +90,7 @@ CDaoResult CCatalogue::Store() {
 }
 
 const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {
-  const auto found = m_objects.find(MakeNameKey(name));
+  const auto found = m_objects.find(MakeNameKey(m_file.GetLayout(), name));
   return found == m_objects.end() ? nullptr : &found->second;
 }
 
@@ -97,13 +100,14 @@ CDaoResult CCatalogue::AddTable(std::u16string_view name, uint32_t definitionPag
   return AddUserAces(definitionPage);
 }
 
-CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& query, double date) {
+CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& query, double date,
+                                size_t& replaced) {
   if (CDaoResult result = CheckQueryRows(query); !result.IsOk()) return result;
   SSystemObject object{0, kContainerTables, name, kObjectQuery, EAccount::User};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, query.objectFlags, date); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id); !result.IsOk()) return result;
-  return StoreQueryRows(Table(kQueriesPage), object.id, query);
+  return StoreQueryRows(Table(kQueriesPage), object.id, query, replaced);
 }
 
 CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
@@ -126,7 +130,7 @@ CDaoResult CCatalogue::AddObject(const SSystemObject& object, uint32_t flags, do
   values.SetBytes(kObjectsOwner, MaskedSid(object.owner));
   if (CDaoResult result = table.StoreRow(); !result.IsOk()) return result;
   if (object.parent == kContainerTables)
-    m_objects.emplace(MakeNameKey(object.name), SCatalogueObject{object.id, object.type});
+    m_objects.emplace(MakeNameKey(m_file.GetLayout(), object.name), SCatalogueObject{object.id, object.type});
   return CDaoResult::Ok();
 }
 

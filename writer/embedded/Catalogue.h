@@ -35,8 +35,8 @@ class CCatalogue {
   [[nodiscard]] const SCatalogueObject* Find(std::u16string_view name) const;
   // The name must be free. `date` is when the table was made.
   CDaoResult AddTable(std::u16string_view name, uint32_t definitionPage, double date);
-  // Stores the query's rows, too.
-  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query, double date);
+  // Stores the query's rows, too; `replaced` counts their characters that the format cannot hold.
+  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query, double date, size_t& replaced);
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }

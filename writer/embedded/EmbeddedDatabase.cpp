@@ -27,7 +27,7 @@ CDaoResult CEmbeddedDatabase::CreateTableDef(std::u16string_view name, int32_t, 
   if (!m_file->IsOpen()) return {EDaoError::CannotOpenFile, u"The database is closed."};
   if (!source.empty() || !connect.empty())
     return {EDaoError::NotSupported, u"Linked tables cannot be created."};
-  if (CDaoResult result = CheckObjectName(u"table", name); !result.IsOk()) return result;
+  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"table", name); !result.IsOk()) return result;
   tableDef = std::make_unique<CEmbeddedTableDef>(m_file, name);
   return CDaoResult::Ok();
 }
@@ -41,7 +41,7 @@ CDaoResult CEmbeddedDatabase::OpenRecordset(std::u16string_view sql,
   sql.remove_suffix(1);
   std::shared_ptr<CTableStore> table;
   if (CDaoResult result = m_file->OpenTable(sql, table); !result.IsOk()) return result;
-  recordset = std::make_unique<CEmbeddedRecordset>(m_file, std::move(table));
+  recordset = std::make_unique<CEmbeddedRecordset>(m_file, std::move(table), sql);
   return CDaoResult::Ok();
 }
 
@@ -49,7 +49,7 @@ CDaoResult CEmbeddedDatabase::CreateQueryDef(std::u16string_view name, std::u16s
                                              std::unique_ptr<CDaoQueryDef>& queryDef) {
   queryDef.reset();
   if (!m_file->IsOpen()) return {EDaoError::CannotOpenFile, u"The database is closed."};
-  if (CDaoResult result = CheckObjectName(u"query", name); !result.IsOk()) return result;
+  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"query", name); !result.IsOk()) return result;
   SStoredQuery query;
   std::u16string reason;
   if (!SplitQueryText(sql, query, reason)) return {EDaoError::InvalidArgument, std::move(reason)};

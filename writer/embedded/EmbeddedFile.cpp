@@ -1,8 +1,12 @@
 #include "writer/embedded/EmbeddedFile.h"
 
 #include <algorithm>
+#include <array>
 
+#include "platform/ErrorHandler.h"
+#include "platform/FileCust.h"
 #include "platform/Process.h"
+#include "writer/embedded/StoredText.h"
 #include "writer/embedded/UsageMap.h"
 
 namespace tolvane {
@@ -12,7 +16,7 @@ CDaoResult Refuse(EHeaderVerdict verdict) {
   switch (verdict) {
     case EHeaderVerdict::OtherVersion:
       return {EDaoError::NotSupported,
-              u"Only databases of the Access 2000 to 2003 format can be opened for writing."};
+              u"Only databases of the Access 97 to 2003 formats can be opened for writing."};
     case EHeaderVerdict::Encrypted:
       return {EDaoError::NotSupported, u"The database is encrypted."};
     default:
@@ -27,9 +31,25 @@ CDaoResult Closed() {
   return {EDaoError::CannotOpenFile, u"The database is closed."};
 }
 
+// The last page that the format allows lies below its longest file.
+uint32_t LimitPages(const SEmbeddedLayout& layout, uint32_t maxPages) {
+  const auto most = static_cast<uint32_t>(layout.maxFileLength / layout.pageSize - 1);
+  return maxPages == 0 ? most : std::min(maxPages, most);
+}
+
 }  // namespace
 
-CEmbeddedFile::CEmbeddedFile(uint32_t maxPages) : m_file(kLayoutJet4, maxPages), m_catalogue(m_file) {}
+const SEmbeddedLayout& ProbeFileLayout(std::u16string_view path) {
+  CFileCust file;
+  CErrorHandler handler;
+  std::array<uint8_t, kLayoutProbe> bytes{};
+  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
+    return kLayoutJet4;
+  return ProbeLayout(std::span(bytes).first(file.Read(bytes, handler)));
+}
+
+CEmbeddedFile::CEmbeddedFile(const SEmbeddedLayout& layout, uint32_t maxPages)
+    : m_file(layout, LimitPages(layout, maxPages)), m_catalogue(m_file) {}
 
 CEmbeddedFile::~CEmbeddedFile() {
   static_cast<void>(Close());
@@ -39,7 +59,7 @@ CDaoResult CEmbeddedFile::Create(std::u16string_view path) {
   if (CDaoResult result = m_file.Create(path); !result.IsOk()) return result;
   m_isOpen = true;
   m_header.creationDate = GetLocalDate();
-  if (CDaoResult result = m_file.Write(kHeaderPage, BuildHeaderPage(kLayoutJet4, m_header)); !result.IsOk())
+  if (CDaoResult result = m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)); !result.IsOk())
     return result;
   return m_catalogue.Create(m_header);
 }
@@ -54,9 +74,9 @@ CDaoResult CEmbeddedFile::Open(std::u16string_view path, EFileAccess access) {
 }
 
 CDaoResult CEmbeddedFile::LoadDatabase() {
-  std::vector<uint8_t> page(kLayoutJet4.pageSize);
+  std::vector<uint8_t> page(GetLayout().pageSize);
   if (CDaoResult result = m_file.Read(kHeaderPage, page); !result.IsOk()) return result;
-  if (const EHeaderVerdict verdict = ParseHeaderPage(kLayoutJet4, page, m_header);
+  if (const EHeaderVerdict verdict = ParseHeaderPage(GetLayout(), page, m_header);
       verdict != EHeaderVerdict::Ok)
     return Refuse(verdict);
   if (CDaoResult result = LoadGlobalMap(m_file); !result.IsOk()) return result;
@@ -106,7 +126,10 @@ CDaoResult CEmbeddedFile::AddTable(std::u16string_view name, STableDefinition de
 
 CDaoResult CEmbeddedFile::AddQuery(std::u16string_view name, const SStoredQuery& query) {
   if (CDaoResult result = CheckNewName(name); !result.IsOk()) return result;
-  return m_catalogue.AddQuery(name, query, GetLocalDate());
+  size_t replaced = 0;
+  CDaoResult result = m_catalogue.AddQuery(name, query, GetLocalDate(), replaced);
+  if (result.IsOk()) result.text = DescribeReplaced(replaced, u"the query");
+  return result;
 }
 
 CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table) {

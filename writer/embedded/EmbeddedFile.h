@@ -13,9 +13,13 @@
 
 namespace tolvane {
 
+// The page format of the file; Jet 4 when it cannot be told.
+const SEmbeddedLayout& ProbeFileLayout(std::u16string_view path);
+
 class CEmbeddedFile {
  public:
-  explicit CEmbeddedFile(uint32_t maxPages);
+  // `maxPages` bounds the file's length where the format does not; 0 is no bound.
+  CEmbeddedFile(const SEmbeddedLayout& layout, uint32_t maxPages);
   ~CEmbeddedFile();
   CEmbeddedFile(const CEmbeddedFile&) = delete;
   CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
@@ -27,9 +31,11 @@ class CEmbeddedFile {
   CDaoResult Close();
 
   [[nodiscard]] bool IsOpen() const { return m_isOpen; }
+  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_file.GetLayout(); }
   [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
   // `definition` has its columns, without pages.
   CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
+  // Ok carries a text when characters had to be replaced.
   CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query);
   CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
   CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);

@@ -20,8 +20,9 @@ class CEmbeddedQueryDef : public CDaoQueryDef {
   CDaoResult Append() override {
     if (m_file == nullptr) return {EDaoError::InvalidArgument, u"The query definition is closed."};
     CDaoResult result = m_file->AddQuery(m_name, m_query);
-    if (result.IsOk() && m_query.isWhole)
-      result.text = u"The SQL text is of no known form; it was stored whole, as a data definition query.";
+    if (!result.IsOk() || !m_query.isWhole) return result;
+    if (!result.text.empty()) result.text += u". ";
+    result.text += u"The SQL text is of no known form; it was stored whole, as a data definition query.";
     return result;
   }
   void Close() override { m_file.reset(); }

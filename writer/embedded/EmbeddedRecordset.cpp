@@ -12,23 +12,6 @@
 namespace tolvane {
 namespace {
 
-// Bytes in memory.
-class CSpanSource : public CDaoByteSource {
- public:
-  explicit CSpanSource(std::span<const uint8_t> bytes) : m_rest(bytes), m_length(bytes.size()) {}
-  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
-    bytesRead = std::min(buffer.size(), m_rest.size());
-    std::copy_n(m_rest.begin(), bytesRead, buffer.begin());
-    m_rest = m_rest.subspan(bytesRead);
-    return true;
-  }
-  [[nodiscard]] uint64_t GetLength() const override { return m_length; }
-
- private:
-  std::span<const uint8_t> m_rest;
-  uint64_t m_length;
-};
-
 CDaoResult WithField(EDaoError code, const SColumnDefinition& column, std::u16string_view why) {
   std::u16string text = u"The value cannot be stored in field \"" + column.name + u"\": ";
   text.append(why).append(u".");
@@ -38,8 +21,8 @@ CDaoResult WithField(EDaoError code, const SColumnDefinition& column, std::u16st
 }  // namespace
 
 CEmbeddedRecordset::CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file,
-                                       std::shared_ptr<CTableStore> table)
-    : m_file(std::move(file)), m_table(std::move(table)) {
+                                       std::shared_ptr<CTableStore> table, std::u16string_view name)
+    : m_file(std::move(file)), m_table(std::move(table)), m_name(name) {
   for (const SColumnDefinition& column : m_table->GetDefinition().columns) {
     if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) m_autoNumber = &column;
     if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) m_autoGuids.push_back(&column);
@@ -55,6 +38,7 @@ CDaoResult CEmbeddedRecordset::AddNew() {
     return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
   m_table->BeginRow();
   m_isAdding = true;
+  m_replacedInRow = 0;
   return CDaoResult::Ok();
 }
 
@@ -74,12 +58,11 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view t
     case kTypeText:
       return SetText(column, text);
     case kTypeMemo:
-      return m_table->GetLongValues(index)->SetText(text, m_table->GetRow());
+      return SetMemo(index, text);
     case kTypeLongBinary: {
       m_storage.clear();
       EncodeCodePage(SystemCodePage(), text, m_storage);
-      CSpanSource source(m_storage);
-      return m_table->GetLongValues(index)->SetBytes(source, m_table->GetRow());
+      return m_table->GetLongValues(index)->SetBytes(m_storage, m_table->GetRow());
     }
     default:
       return SetConverted(column, text);
@@ -95,13 +78,25 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes
 }
 
 CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16string_view text) {
-  if (2 * text.size() > column.length)
-    return WithField(EDaoError::FieldTooSmall, column, u"the text is longer than the field");
+  const STextLayout& layout = m_table->GetLayout().text;
   const bool mayCompress = (column.extendedFlags & kColumnCompressed) != 0;
   m_storage.clear();
-  AppendStoredText(text, mayCompress ? ETextForm::CompressedIfPossible : ETextForm::Plain, m_storage);
+  const size_t replaced = AppendStoredText(
+      layout, text, mayCompress ? ETextForm::CompressedIfPossible : ETextForm::Plain, m_storage);
+  // A compressed text counts as long as it would be without.
+  const size_t length = layout.IsCodePage() ? m_storage.size() : layout.unitSize * text.size();
+  if (length > column.length)
+    return WithField(EDaoError::FieldTooSmall, column, u"the text is longer than the field");
   m_table->GetRow().Set(column, m_storage);
+  m_replacedInRow += replaced;
   return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedRecordset::SetMemo(size_t index, std::u16string_view text) {
+  size_t replaced = 0;
+  CDaoResult result = m_table->GetLongValues(index)->SetText(text, m_table->GetRow(), replaced);
+  if (result.IsOk()) m_replacedInRow += replaced;
+  return result;
 }
 
 CDaoResult CEmbeddedRecordset::SetConverted(const SColumnDefinition& column, std::u16string_view text) {
@@ -147,6 +142,7 @@ CDaoResult CEmbeddedRecordset::Update() {
     return result;
   }
   if (m_autoNumber != nullptr) m_table->RaiseAutoNumber(m_autoValue);
+  m_replaced += m_replacedInRow;
   return result;
 }
 
@@ -155,6 +151,7 @@ CDaoResult CEmbeddedRecordset::Close() {
   m_isAdding = false;
   CDaoResult result = m_file->CloseTable(m_table);
   m_table.reset();
+  if (result.IsOk() && result.text.empty()) result.text = DescribeReplaced(m_replaced, u"table " + m_name);
   return result;
 }
 

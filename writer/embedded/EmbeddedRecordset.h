@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,7 +15,9 @@ namespace tolvane {
 
 class CEmbeddedRecordset : public CDaoRecordset {
  public:
-  CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file, std::shared_ptr<CTableStore> table);
+  // `name` is the table's, for messages.
+  CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file, std::shared_ptr<CTableStore> table,
+                     std::u16string_view name);
   ~CEmbeddedRecordset() override;
 
   CDaoResult AddNew() override;
@@ -23,18 +26,23 @@ class CEmbeddedRecordset : public CDaoRecordset {
   CDaoResult SetFieldValue(size_t index, std::u16string_view text) override;
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
   CDaoResult Update() override;
+  // Ok carries a text when characters had to be replaced.
   CDaoResult Close() override;
 
  private:
   [[nodiscard]] CDaoResult CheckField(size_t index) const;
   CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetMemo(size_t index, std::u16string_view text);
   CDaoResult SetConverted(const SColumnDefinition& column, std::u16string_view text);
   CDaoResult SetDefaults();
   CDaoResult SetAutoNumber();
 
   std::shared_ptr<CEmbeddedFile> m_file;
   std::shared_ptr<CTableStore> m_table;  // null when closed
-  std::vector<uint8_t> m_storage;        // the value being converted
+  std::u16string m_name;
+  uint64_t m_replaced = 0;  // characters in stored rows that the format cannot hold
+  uint64_t m_replacedInRow = 0;
+  std::vector<uint8_t> m_storage;  // the value being converted
   const SColumnDefinition* m_autoNumber = nullptr;
   std::vector<const SColumnDefinition*> m_autoGuids;
   int32_t m_autoValue = 0;  // of the present row

@@ -34,7 +34,7 @@ const SFieldType* FindFieldType(int16_t daoType) {
 }
 
 // Field types have the same numbers in a definition.
-CDaoResult MakeColumn(const CDaoFieldInfo& field, SColumnDefinition& column) {
+CDaoResult MakeColumn(const SEmbeddedLayout& layout, const CDaoFieldInfo& field, SColumnDefinition& column) {
   const SFieldType* type = FindFieldType(field.type);
   if (type == nullptr)
     return {EDaoError::InvalidDataType, u"The field has a type that the format does not know."};
@@ -46,8 +46,8 @@ CDaoResult MakeColumn(const CDaoFieldInfo& field, SColumnDefinition& column) {
     if (field.size < 0 || field.size > static_cast<int32_t>(kMaxTextLength))
       return Invalid(u"A text field holds 1 to 255 characters.");
     const size_t characters = field.size == 0 ? kMaxTextLength : static_cast<size_t>(field.size);
-    column.length = static_cast<uint16_t>(2 * characters);
-    column.extendedFlags = kColumnCompressed;
+    column.length = static_cast<uint16_t>(layout.text.unitSize * characters);
+    if (!layout.text.IsCodePage()) column.extendedFlags = kColumnCompressed;
   }
   if ((field.attributes & kDaoAutoIncrement) != 0) {
     if (field.type != kDaoLong)
@@ -90,14 +90,15 @@ CDaoResult CEmbeddedTableDef::CreateField(std::u16string_view name, int16_t type
 
 CDaoResult CEmbeddedTableDef::CreateField(const CDaoFieldInfo& field) {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
-  if (CDaoResult result = CheckObjectName(u"field", field.name); !result.IsOk()) return result;
+  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"field", field.name); !result.IsOk())
+    return result;
   if (m_definition.columns.size() == kMaxFields)
     return {EDaoError::TooManyFields, u"A table has at most 255 fields."};
   SColumnDefinition column;
-  if (CDaoResult result = MakeColumn(field, column); !result.IsOk()) return result;
+  if (CDaoResult result = MakeColumn(m_file->GetLayout(), field, column); !result.IsOk()) return result;
   if ((column.flags & kColumnAutoNumber) != 0 && HasAutoNumber(kColumnAutoNumber))
     return Invalid(u"A table has at most one field that counts its records.");
-  if (!m_fieldKeys.insert(MakeNameKey(field.name)).second)
+  if (!m_fieldKeys.insert(MakeNameKey(m_file->GetLayout(), field.name)).second)
     return {EDaoError::DuplicateField, u"The table has a field named \"" + field.name + u"\" already."};
   column.displayNumber = static_cast<uint16_t>(m_definition.columns.size());
   m_definition.columns.push_back(std::move(column));
@@ -106,10 +107,11 @@ CDaoResult CEmbeddedTableDef::CreateField(const CDaoFieldInfo& field) {
 
 CDaoResult CEmbeddedTableDef::CreateIndex(const CDaoIndexInfo& index) {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
-  if (CDaoResult result = CheckObjectName(u"index", index.name); !result.IsOk()) return result;
+  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"index", index.name); !result.IsOk())
+    return result;
   if (m_indexes.size() == kMaxIndexes) return Invalid(u"A table has at most 32 indexes.");
   if (CDaoResult result = CheckIndexFields(index); !result.IsOk()) return result;
-  if (!m_indexKeys.insert(MakeNameKey(index.name)).second)
+  if (!m_indexKeys.insert(MakeNameKey(m_file->GetLayout(), index.name)).second)
     return Invalid(u"The table has an index named \"" + index.name + u"\" already.");
   m_indexes.push_back(index);
   return CDaoResult::Ok();
@@ -131,9 +133,9 @@ CDaoResult CEmbeddedTableDef::CheckIndexFields(const CDaoIndexInfo& index) const
 }
 
 const SColumnDefinition* CEmbeddedTableDef::FindField(std::u16string_view name) const {
-  const std::string key = MakeNameKey(name);
+  const std::string key = MakeNameKey(m_file->GetLayout(), name);
   for (const SColumnDefinition& column : m_definition.columns)
-    if (MakeNameKey(column.name) == key) return &column;
+    if (MakeNameKey(m_file->GetLayout(), column.name) == key) return &column;
   return nullptr;
 }
 
@@ -146,7 +148,6 @@ void CEmbeddedTableDef::LayOutIndexes() {
     SRealIndex real;
     for (const CDaoIndexFieldInfo& field : index.fields)
       real.columns.push_back({FindField(field.name)->number, !field.descending});
-    real.flags = kIndexAlways;
     if (index.unique || isPrimary) real.flags |= kIndexUnique;
     if (index.required || isPrimary) real.flags |= kIndexRequired;
     if (index.ignoreNulls) real.flags |= kIndexIgnoreNulls;
@@ -157,8 +158,9 @@ void CEmbeddedTableDef::LayOutIndexes() {
     m_definition.realIndexes.push_back(std::move(real));
     m_definition.logicalIndexes.push_back(std::move(logical));
   }
-  std::sort(m_definition.logicalIndexes.begin(), m_definition.logicalIndexes.end(),
-            [](const auto& a, const auto& b) { return IsNameBefore(a.name, b.name); });
+  std::sort(
+      m_definition.logicalIndexes.begin(), m_definition.logicalIndexes.end(),
+      [this](const auto& a, const auto& b) { return IsNameBefore(m_file->GetLayout(), a.name, b.name); });
 }
 
 CDaoResult CEmbeddedTableDef::Append() {
@@ -168,7 +170,7 @@ CDaoResult CEmbeddedTableDef::Append() {
   m_definition.realIndexes.clear();
   m_definition.logicalIndexes.clear();
   LayOutIndexes();
-  if (CRowEncoder(kLayoutJet4, m_definition).IsTooLong())
+  if (CRowEncoder(m_file->GetLayout(), m_definition).IsTooLong())
     return {EDaoError::RecordTooLarge, u"The table's fields of fixed length do not fit in one record."};
   if (CDaoResult result = m_file->AddTable(m_name, m_definition); !result.IsOk()) return result;
   m_isAppended = true;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t kLongestShownText = 40;
 
-std::u16string DescribeValue(uint8_t type, std::span<const uint8_t> value) {
+std::u16string DescribeValue(const STextLayout& layout, uint8_t type, std::span<const uint8_t> value) {
   switch (type) {
     case kTypeBoolean:
       return value[0] != 0 ? u"True" : u"False";
@@ -22,8 +22,8 @@ std::u16string DescribeValue(uint8_t type, std::span<const uint8_t> value) {
       return ToDecimal(GetLittle<int32_t>(value, 0));
     case kTypeText: {
       std::vector<uint8_t> plain;
-      AppendPlainText(value, plain);
-      std::u16string text = UnitsOf(plain);
+      AppendPlainText(layout, value, plain);
+      std::u16string text = DecodePlainText(layout, plain);
       if (text.size() > kLongestShownText) text = text.substr(0, kLongestShownText) + u"...";
       return u'"' + text + u'"';
     }
@@ -72,7 +72,7 @@ bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
     if (!value) m_nullColumns++;
     if (value && column->type == kTypeText) {
       m_text.clear();
-      AppendPlainText(*value, m_text);
+      AppendPlainText(m_layout.text, *value, m_text);
       value = m_text;
     }
     if (!AppendIndexKey({m_layout.keys}, column->type, part.ascending, value, m_key)) return false;
@@ -88,7 +88,7 @@ std::u16string DescribeKey(const SEmbeddedLayout& layout, const STableDefinition
     std::optional<std::span<const uint8_t>> value;
     if (!text.empty()) text += u", ";
     const bool isThere = ReadRowColumn(layout, definition, row, *column, value) && value;
-    text += isThere ? DescribeValue(column->type, *value) : u"null";
+    text += isThere ? DescribeValue(layout.text, column->type, *value) : u"null";
   }
   return text;
 }

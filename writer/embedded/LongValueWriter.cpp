@@ -28,6 +28,23 @@ class CTextSource : public CDaoByteSource {
   size_t m_position = 0;  // in bytes
 };
 
+// Bytes in memory.
+class CSpanSource : public CDaoByteSource {
+ public:
+  explicit CSpanSource(std::span<const uint8_t> bytes) : m_rest(bytes), m_length(bytes.size()) {}
+  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
+    bytesRead = std::min(buffer.size(), m_rest.size());
+    std::copy_n(m_rest.begin(), bytesRead, buffer.begin());
+    m_rest = m_rest.subspan(bytesRead);
+    return true;
+  }
+  [[nodiscard]] uint64_t GetLength() const override { return m_length; }
+
+ private:
+  std::span<const uint8_t> m_rest;
+  uint64_t m_length;
+};
+
 // Reads until `buffer` is full or the source ends; shrinks `buffer` to what there was.
 CDaoResult Fill(CDaoByteSource& source, std::vector<uint8_t>& buffer, size_t size) {
   buffer.resize(size);
@@ -71,6 +88,11 @@ CDaoResult CLongValueWriter::Store() {
   return StoreUsageMap(m_file, m_column.freeMap, m_free);
 }
 
+CDaoResult CLongValueWriter::SetBytes(std::span<const uint8_t> bytes, CRowEncoder& row) {
+  CSpanSource source(bytes);
+  return SetBytes(source, row);
+}
+
 CDaoResult CLongValueWriter::SetBytes(CDaoByteSource& source, CRowEncoder& row) {
   const size_t longestSingle = m_file.GetLayout().row.longestSingle;
   if (source.GetLength() > kLongestLongValue)
@@ -81,11 +103,18 @@ CDaoResult CLongValueWriter::SetBytes(CDaoByteSource& source, CRowEncoder& row) 
 }
 
 // What counts for staying in the row is the length before compression.
-CDaoResult CLongValueWriter::SetText(std::u16string_view text, CRowEncoder& row) {
+CDaoResult CLongValueWriter::SetText(std::u16string_view text, CRowEncoder& row, size_t& replaced) {
+  const SEmbeddedLayout& layout = m_file.GetLayout();
   text = WithoutByteOrderMarks(text);
-  if (2 * text.size() <= m_file.GetLayout().row.longestInline) {
+  replaced = 0;
+  if (layout.text.IsCodePage()) {
+    m_encoded.clear();
+    replaced = AppendStoredText(layout.text, text, ETextForm::Plain, m_encoded);
+    return SetBytes(m_encoded, row);
+  }
+  if (2 * text.size() <= layout.row.longestInline) {
     m_buffer.clear();
-    AppendStoredText(text, ETextForm::CompressedIfPossible, m_buffer);
+    AppendStoredText(layout.text, text, ETextForm::CompressedIfPossible, m_buffer);
     return SetSmall(m_buffer, 2 * text.size(), row);
   }
   CTextSource source(text);
@@ -106,6 +135,26 @@ CDaoResult CLongValueWriter::SetSmall(std::span<const uint8_t> stored, size_t co
   m_waiting.assign(stored.begin(), stored.end());
   m_isWaiting = true;
   return CDaoResult::Ok();
+}
+
+size_t CLongValueWriter::GetInlineSize(const CRowEncoder& row) const {
+  const std::span<const uint8_t> value = row.Get(m_column);
+  const bool isInline =
+      value.size() > kReferenceSize && (GetLittle<uint32_t>(value, 0) & kLongValueInline) != 0;
+  return isInline ? value.size() - kReferenceSize : 0;
+}
+
+void CLongValueWriter::MoveOut(CRowEncoder& row) {
+  const std::span<const uint8_t> value = row.Get(m_column).subspan(kReferenceSize);
+  m_waiting.clear();
+  // Texts are never compressed outside their rows.
+  if (m_column.type == kTypeMemo)
+    AppendPlainText(m_file.GetLayout().text, value, m_waiting);
+  else
+    m_waiting.assign(value.begin(), value.end());
+  m_isWaiting = true;
+  PutReference(row.Reserve(m_column, kReferenceSize),
+               static_cast<uint32_t>(m_waiting.size()) | kLongValueSingle, 0, 0);
 }
 
 CDaoResult CLongValueWriter::Commit(CRowEncoder& row) {
@@ -145,13 +194,13 @@ CDaoResult CLongValueWriter::SetChained(CDaoByteSource& source, CRowEncoder& row
 
 // m_buffer holds the value's beginning. A page is written once it is known whether another one follows.
 CDaoResult CLongValueWriter::WriteChain(CDaoByteSource& source, SChain& chain) {
-  const size_t pieceSize = m_file.GetLayout().row.longestSingle - kChainPointerSize;
+  const size_t pieceSize = m_file.GetLayout().row.longestChained - kChainPointerSize;
   std::vector<uint8_t> rest(m_buffer.begin() + static_cast<std::ptrdiff_t>(pieceSize), m_buffer.end());
   m_buffer.resize(pieceSize);
   uint32_t page = 0;
   if (CDaoResult result = AllocateChainPage(chain, page); !result.IsOk()) return result;
-  // The first page's number names the chain: no other chain of the file has it.
-  chain.stamp = page;
+  // The first page's number names the chain, where pages have room for it: no other chain has the same.
+  chain.stamp = m_file.GetLayout().data.stamp == kAbsent ? 0 : page;
   chain.pointer = MakeRowPointer(page, 0);
   uint64_t length = 0;
   for (uint32_t next = 0;; page = next) {
@@ -164,7 +213,7 @@ CDaoResult CLongValueWriter::WriteChain(CDaoByteSource& source, SChain& chain) {
     next = 0;
     if (!m_next.empty())
       if (CDaoResult result = AllocateChainPage(chain, next); !result.IsOk()) return result;
-    const uint32_t stamp = page == chain.stamp ? chain.stamp : 0;
+    const uint32_t stamp = page == PageOfPointer(chain.pointer) ? chain.stamp : 0;
     if (CDaoResult result = WriteChainPage(page, next, stamp, m_buffer); !result.IsOk()) return result;
     if (next == 0) break;
     m_buffer.swap(m_next);

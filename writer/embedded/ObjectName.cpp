@@ -6,6 +6,7 @@
 
 #include "writer/embedded/EmbeddedLayout.h"
 #include "writer/embedded/IndexKey.h"
+#include "writer/embedded/StoredText.h"
 
 namespace tolvane {
 namespace {
@@ -21,26 +22,30 @@ CDaoResult Invalid(std::u16string_view kind, std::u16string_view why) {
 
 }  // namespace
 
-CDaoResult CheckObjectName(std::u16string_view kind, std::u16string_view name) {
-  if (name.empty()) return Invalid(kind, u"is empty");
+CDaoResult CheckObjectName(const SEmbeddedLayout& layout, std::u16string_view kind,
+                           std::u16string_view name) {
+  if (WithoutByteOrderMarks(name).empty()) return Invalid(kind, u"is empty");
   if (name.size() > kMaxNameLength) return Invalid(kind, u"is longer than 64 characters");
   if (name.front() == u' ') return Invalid(kind, u"begins with a blank");
   if (name.find_first_of(kForbidden) != std::u16string_view::npos)
     return Invalid(kind, u"contains one of the characters . ! ` [ ]");
   if (std::any_of(name.begin(), name.end(), [](char16_t unit) { return unit < kFirstPrintable; }))
     return Invalid(kind, u"contains a control character");
+  std::vector<uint8_t> stored;
+  if (AppendStoredText(layout.text, name, ETextForm::Plain, stored) != 0)
+    return Invalid(kind, u"contains a character that the code page 1252 does not hold");
   return CDaoResult::Ok();
 }
 
-std::string MakeNameKey(std::u16string_view name) {
+std::string MakeNameKey(const SEmbeddedLayout& layout, std::u16string_view name) {
   std::vector<uint8_t> bytes, key;
-  AppendUnits(bytes, name);
-  AppendIndexKey(SIndexKeyFormat{}, kTypeText, true, std::span<const uint8_t>(bytes), key);
+  AppendStoredText(layout.text, name, ETextForm::Plain, bytes);
+  AppendIndexKey({layout.keys}, kTypeText, true, std::span<const uint8_t>(bytes), key);
   return {key.begin(), key.end()};
 }
 
-bool IsNameBefore(std::u16string_view a, std::u16string_view b) {
-  return MakeNameKey(a) < MakeNameKey(b);
+bool IsNameBefore(const SEmbeddedLayout& layout, std::u16string_view a, std::u16string_view b) {
+  return MakeNameKey(layout, a) < MakeNameKey(layout, b);
 }
 
 }  // namespace tolvane

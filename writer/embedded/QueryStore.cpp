@@ -24,7 +24,8 @@ bool Fits(const std::optional<std::u16string>& name) {
   return !name || name->size() <= kMaxTextLength;
 }
 
-CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRow& row, uint32_t order) {
+CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRow& row, uint32_t order,
+                         size_t& replaced) {
   queries.BeginRow();
   CRowValues values(queries);
   values.SetNumber(kQueriesObjectId, id);
@@ -38,6 +39,7 @@ CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRo
   if (row.expression)
     if (CDaoResult result = values.SetMemo(kQueriesExpression, *row.expression); !result.IsOk())
       return result;
+  replaced += values.GetReplaced();
   return queries.StoreRow();
 }
 
@@ -50,10 +52,11 @@ CDaoResult CheckQueryRows(const SStoredQuery& query) {
   return CDaoResult::Ok();
 }
 
-CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query) {
+CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query, size_t& replaced) {
   std::array<uint32_t, 256> orders{};
   for (const SStoredQueryRow& row : query.rows)
-    if (CDaoResult result = StoreQueryRow(queries, id, row, ++orders[row.attribute]); !result.IsOk())
+    if (CDaoResult result = StoreQueryRow(queries, id, row, ++orders[row.attribute], replaced);
+        !result.IsOk())
       return result;
   return CDaoResult::Ok();
 }

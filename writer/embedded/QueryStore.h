@@ -13,7 +13,7 @@ namespace tolvane {
 CDaoResult CheckQueryRows(const SStoredQuery& query);
 
 // `id` is the query's catalogue id, `queries` the open table MSysQueries. Rows of one attribute are counted
-// from 1 in the column Order.
-CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query);
+// from 1 in the column Order. `replaced` counts the characters that the format cannot hold.
+CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query, size_t& replaced);
 
 }  // namespace tolvane

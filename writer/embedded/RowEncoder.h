@@ -22,6 +22,8 @@ class CRowEncoder {
   void Set(const SColumnDefinition& column, std::span<const uint8_t> bytes);
   // Variable columns only. The room for the value's bytes, to be filled before the next call.
   std::span<uint8_t> Reserve(const SColumnDefinition& column, size_t size);
+  // Variable columns only: what was set; empty when nothing was.
+  [[nodiscard]] std::span<const uint8_t> Get(const SColumnDefinition& column) const;
   void SetBoolean(const SColumnDefinition& column, bool value);
   [[nodiscard]] bool IsSet(const SColumnDefinition& column) const {
     return (m_mask[column.number / 8] >> (column.number % 8) & 1) != 0;
@@ -35,6 +37,8 @@ class CRowEncoder {
   struct SPiece {
     uint32_t offset = 0, size = 0;
   };
+  // `at` is where the variable values begin.
+  void WriteVariable(std::span<uint8_t> row, size_t at) const;
   void MarkSet(const SColumnDefinition& column) {
     m_mask[column.number / 8] = static_cast<uint8_t>(m_mask[column.number / 8] | 1u << (column.number % 8));
   }

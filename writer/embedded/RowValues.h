@@ -5,8 +5,10 @@
 #include <span>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "writer/embedded/LittleEndian.h"
+#include "writer/embedded/StoredText.h"
 #include "writer/embedded/TableStore.h"
 
 namespace tolvane {
@@ -25,19 +27,27 @@ class CRowValues {
   void SetBytes(uint16_t column, std::span<const uint8_t> bytes) {
     m_table.GetRow().Set(*m_table.GetDefinition().FindColumn(column), bytes);
   }
-  // Plain UTF-16: system tables never compress.
+  // System tables never compress.
   void SetText(uint16_t column, std::u16string_view text) {
-    PutUnits(m_table.GetRow().Reserve(*m_table.GetDefinition().FindColumn(column), 2 * text.size()), text);
+    std::vector<uint8_t> bytes;
+    m_replaced += AppendStoredText(m_table.GetLayout().text, text, ETextForm::Plain, bytes);
+    SetBytes(column, bytes);
   }
   CDaoResult SetMemo(uint16_t column, std::u16string_view text) {
     const std::vector<SColumnDefinition>& columns = m_table.GetDefinition().columns;
     size_t position = 0;
     while (columns[position].number != column) position++;
-    return m_table.GetLongValues(position)->SetText(text, m_table.GetRow());
+    size_t replaced = 0;
+    CDaoResult result = m_table.GetLongValues(position)->SetText(text, m_table.GetRow(), replaced);
+    m_replaced += replaced;
+    return result;
   }
+  // Characters of all texts that the format cannot hold.
+  [[nodiscard]] size_t GetReplaced() const { return m_replaced; }
 
  private:
   CTableStore& m_table;
+  size_t m_replaced = 0;
 };
 
 }  // namespace tolvane

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/CodePage.h"
+#include "platform/Text.h"
 #include "writer/embedded/LittleEndian.h"
 
 namespace tolvane {
@@ -23,18 +25,25 @@ std::u16string_view WithoutByteOrderMarks(std::u16string_view text) {
   return text;
 }
 
-void AppendStoredText(std::u16string_view text, ETextForm form, std::vector<uint8_t>& out) {
+size_t AppendStoredText(const STextLayout& layout, std::u16string_view text, ETextForm form,
+                        std::vector<uint8_t>& out) {
   text = WithoutByteOrderMarks(text);
-  if (form == ETextForm::Plain || !CanCompress(text)) return AppendUnits(out, text);
+  if (layout.IsCodePage()) return EncodeCodePage(kCodePage, text, out);
+  if (form == ETextForm::Plain || !CanCompress(text)) {
+    AppendUnits(out, text);
+    return 0;
+  }
   out.insert(out.end(), std::begin(kCompressedMark), std::end(kCompressedMark));
   const size_t at = out.size();
   out.resize(at + text.size());
   std::transform(text.begin(), text.end(), out.begin() + static_cast<std::ptrdiff_t>(at),
                  [](char16_t unit) { return static_cast<uint8_t>(unit); });
+  return 0;
 }
 
-void AppendPlainText(std::span<const uint8_t> stored, std::vector<uint8_t>& out) {
-  if (stored.size() < 2 || stored[0] != kCompressedMark[0] || stored[1] != kCompressedMark[1]) {
+void AppendPlainText(const STextLayout& layout, std::span<const uint8_t> stored, std::vector<uint8_t>& out) {
+  if (layout.IsCodePage() || stored.size() < 2 || stored[0] != kCompressedMark[0] ||
+      stored[1] != kCompressedMark[1]) {
     out.insert(out.end(), stored.begin(), stored.end());
     return;
   }
@@ -55,6 +64,21 @@ void AppendPlainText(std::span<const uint8_t> stored, std::vector<uint8_t>& out)
       break;
     }
   }
+}
+
+std::u16string DecodePlainText(const STextLayout& layout, std::span<const uint8_t> stored) {
+  if (!layout.IsCodePage()) return UnitsOf(stored);
+  std::u16string text;
+  DecodeCodePage(kCodePage, stored, text);
+  return text;
+}
+
+std::u16string DescribeReplaced(uint64_t count, std::u16string_view where) {
+  if (count == 0) return {};
+  std::u16string text = ToDecimal(count);
+  text.append(count == 1 ? u" character that the code page " : u" characters that the code page ");
+  text.append(ToDecimal(uint64_t{kCodePage})).append(u" does not hold ");
+  return text.append(count == 1 ? u"was" : u"were").append(u" replaced in ").append(where);
 }
 
 }  // namespace tolvane

@@ -12,6 +12,7 @@ namespace {
 struct SColumn {
   std::u16string_view name;
   uint8_t type;
+  uint8_t sinceVersion = 0;  // of the format
 };
 struct SIndex {
   std::u16string_view name;
@@ -40,9 +41,10 @@ constexpr SColumn kObjectsColumns[] = {{u"Id", kTypeLong},
                                        {u"LvExtra", kTypeLongBinary}};
 constexpr SColumn kAcesColumns[] = {
     {u"ObjectId", kTypeLong}, {u"SID", kTypeBinary}, {u"ACM", kTypeLong}, {u"FInheritable", kTypeBoolean}};
-constexpr SColumn kQueriesColumns[] = {
-    {u"ObjectId", kTypeLong}, {u"Attribute", kTypeByte},  {u"Order", kTypeBinary}, {u"Name1", kTypeText},
-    {u"Name2", kTypeText},    {u"Expression", kTypeMemo}, {u"Flag", kTypeInteger}, {u"LvExtra", kTypeLong}};
+constexpr SColumn kQueriesColumns[] = {{u"ObjectId", kTypeLong}, {u"Attribute", kTypeByte},
+                                       {u"Order", kTypeBinary},  {u"Name1", kTypeText},
+                                       {u"Name2", kTypeText},    {u"Expression", kTypeMemo},
+                                       {u"Flag", kTypeInteger},  {u"LvExtra", kTypeLong, 1}};
 constexpr SColumn kRelationshipsColumns[] = {{u"szRelationship", kTypeText},
                                              {u"grbit", kTypeLong},
                                              {u"ccolumn", kTypeLong},
@@ -97,9 +99,7 @@ constexpr SSystemAce kAces[] = {{kObjectsPage, EAccount::User, 0x60000, false},
                                 {kContainerTables, EAccount::Users, 0xFFEFF, true},
                                 {kContainerRelationships, EAccount::Users, 0xFFFFF, true}};
 
-constexpr uint16_t kLongestVariable = 510;
-
-uint16_t LengthOf(uint8_t type) {
+uint16_t LengthOf(const SEmbeddedLayout& layout, uint8_t type) {
   switch (type) {
     case kTypeBoolean:
     case kTypeByte:
@@ -112,7 +112,7 @@ uint16_t LengthOf(uint8_t type) {
       return 8;
     case kTypeText:
     case kTypeBinary:
-      return kLongestVariable;
+      return static_cast<uint16_t>(kMaxTextLength * layout.text.unitSize);
     default:
       return 0;
   }
@@ -122,11 +122,11 @@ bool IsVariable(uint8_t type) {
   return type == kTypeText || type == kTypeBinary || IsLongValueType(type);
 }
 
-SColumnDefinition MakeColumn(const SColumn& from) {
+SColumnDefinition MakeColumn(const SEmbeddedLayout& layout, const SColumn& from) {
   SColumnDefinition column;
   column.name = from.name;
   column.type = from.type;
-  column.length = LengthOf(from.type);
+  column.length = LengthOf(layout, from.type);
   column.flags = kColumnUpdatable | kColumnSystem;
   if (!IsVariable(from.type)) column.flags |= kColumnFixed;
   if (from.name == u"Owner" || from.name == u"SID") column.flags |= kColumnSid;
@@ -135,16 +135,17 @@ SColumnDefinition MakeColumn(const SColumn& from) {
 
 }  // namespace
 
-STableDefinition MakeSystemTable(uint32_t table) {
+STableDefinition MakeSystemTable(const SEmbeddedLayout& layout, uint32_t table) {
   STableDefinition definition;
   definition.tableType = kSystemTable;
-  for (const SColumn& column : kTables[table].columns) definition.columns.push_back(MakeColumn(column));
+  for (const SColumn& column : kTables[table].columns)
+    if (column.sinceVersion <= layout.version) definition.columns.push_back(MakeColumn(layout, column));
   definition.LayOutColumns();
   uint32_t number = 0;
   for (const SIndex& from : kTables[table].indexes) {
     SRealIndex real;
     for (const uint16_t column : from.columns) real.columns.push_back({column, true});
-    real.flags = from.flags | kIndexAlways;
+    real.flags = from.flags;
     definition.realIndexes.push_back(std::move(real));
     SLogicalIndex logical;
     logical.name = from.name;
@@ -152,9 +153,10 @@ STableDefinition MakeSystemTable(uint32_t table) {
     logical.kind = from.kind;
     definition.logicalIndexes.push_back(std::move(logical));
   }
-  // All display numbers are 0 here, so names alone decide the order.
-  const auto byName = [](const auto& a, const auto& b) { return IsNameBefore(a.name, b.name); };
-  std::sort(definition.columns.begin(), definition.columns.end(), byName);
+  const auto byName = [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); };
+  // All display numbers are 0 here, so names alone decide an order that goes by them.
+  if (layout.definition.isSortedByDisplay)
+    std::sort(definition.columns.begin(), definition.columns.end(), byName);
   std::sort(definition.logicalIndexes.begin(), definition.logicalIndexes.end(), byName);
   return definition;
 }
@@ -166,8 +168,8 @@ std::span<const SSystemAce> GetSystemAces() {
   return kAces;
 }
 
-bool IsSystemTable(uint32_t table, const STableDefinition& definition) {
-  const STableDefinition expected = MakeSystemTable(table);
+bool IsSystemTable(const SEmbeddedLayout& layout, uint32_t table, const STableDefinition& definition) {
+  const STableDefinition expected = MakeSystemTable(layout, table);
   const auto sameColumn = [](const SColumnDefinition& a, const SColumnDefinition& b) {
     return std::tie(a.name, a.type, a.number, a.variableIndex, a.fixedOffset, a.length) ==
                std::tie(b.name, b.type, b.number, b.variableIndex, b.fixedOffset, b.length) &&

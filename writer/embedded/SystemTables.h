@@ -50,12 +50,12 @@ struct SSystemAce {
 };
 
 // Definition of the table on page kObjectsPage + `table`, without pages.
-STableDefinition MakeSystemTable(uint32_t table);
+STableDefinition MakeSystemTable(const SEmbeddedLayout& layout, uint32_t table);
 // The first rows of MSysObjects and MSysACEs, in the order in which they are stored.
 std::span<const SSystemObject> GetSystemObjects();
 std::span<const SSystemAce> GetSystemAces();
 
 // True when the definition has the columns and indexes of that system table, so that rows can be added to it.
-bool IsSystemTable(uint32_t table, const STableDefinition& definition);
+bool IsSystemTable(const SEmbeddedLayout& layout, uint32_t table, const STableDefinition& definition);
 
 }  // namespace tolvane

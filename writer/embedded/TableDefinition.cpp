@@ -3,19 +3,29 @@
 #include <algorithm>
 #include <set>
 
+#include "writer/embedded/ObjectName.h"
+#include "writer/embedded/StoredText.h"
+
 namespace tolvane {
 namespace {
 
 // Relationships share real indexes, so there may be more logical ones than a table has real ones.
 constexpr size_t kMaxLogicalIndexes = 1024;
 
-void AppendName(std::vector<uint8_t>& block, std::u16string_view name) {
-  AppendLittle(block, static_cast<uint16_t>(2 * name.size()));
-  AppendUnits(block, name);
+// The length of a name in bytes, then the name. Names that the format cannot hold have been refused before.
+void AppendName(const STextLayout& layout, std::vector<uint8_t>& block, std::u16string_view name) {
+  const size_t lengthAt = block.size();
+  block.resize(lengthAt + layout.nameLengthSize);
+  AppendStoredText(layout, name, ETextForm::Plain, block);
+  const size_t length = block.size() - lengthAt - layout.nameLengthSize;
+  PutLittle(std::span(block), lengthAt, static_cast<uint8_t>(length));
+  if (layout.nameLengthSize == 2) PutLittle(std::span(block), lengthAt, static_cast<uint16_t>(length));
 }
 
-std::u16string TakeName(CByteTaker& taker) {
-  return UnitsOf(taker.Take(taker.TakeNumber<uint16_t>()));
+std::u16string TakeName(const STextLayout& layout, CByteTaker& taker) {
+  const size_t length =
+      layout.nameLengthSize == 2 ? taker.TakeNumber<uint16_t>() : taker.TakeNumber<uint8_t>();
+  return DecodePlainText(layout, taker.Take(length));
 }
 
 // A zeroed block at the end of `out`.
@@ -49,6 +59,7 @@ void EncodeColumn(const SColumnLayout& at, const SColumnDefinition& column, std:
   PutLittle(block, at.variableIndex, column.variableIndex);
   PutLittle(block, at.displayNumber, column.displayNumber);
   PutLittle(block, at.sortOrder, kSortOrder);
+  PutLittle(block, at.codePage, kCodePage);
   PutLittle(block, at.flags, column.flags);
   PutLittle(block, at.extendedFlags, column.extendedFlags);
   PutLittle(block, at.fixedOffset, column.fixedOffset);
@@ -62,7 +73,7 @@ SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t>
   column.variableIndex = GetLittle<uint16_t>(block, at.variableIndex);
   column.displayNumber = GetLittle<uint16_t>(block, at.displayNumber);
   column.flags = GetLittle<uint8_t>(block, at.flags);
-  column.extendedFlags = GetLittle<uint8_t>(block, at.extendedFlags);
+  column.extendedFlags = GetLittle<uint8_t>(block, at.extendedFlags);  // 0 where there are none
   column.fixedOffset = column.IsFixed() ? GetLittle<uint16_t>(block, at.fixedOffset) : uint16_t{0};
   column.length = GetLittle<uint16_t>(block, at.length);
   return column;
@@ -78,7 +89,7 @@ void EncodeRealIndex(const SRealIndexLayout& at, const SRealIndex& index, std::s
   }
   PutLittle(block, at.map, index.map);
   PutLittle(block, at.root, index.root);
-  block[at.flags] = index.flags;
+  block[at.flags] = static_cast<uint8_t>(index.flags | at.alwaysSet);
 }
 
 SRealIndex DecodeRealIndex(const SRealIndexLayout& at, std::span<const uint8_t> block) {
@@ -91,7 +102,7 @@ SRealIndex DecodeRealIndex(const SRealIndexLayout& at, std::span<const uint8_t> 
   }
   index.map = GetLittle<uint32_t>(block, at.map);
   index.root = GetLittle<uint32_t>(block, at.root);
-  index.flags = block[at.flags];
+  index.flags = static_cast<uint8_t>(block[at.flags] & ~at.alwaysSet);
   return index;
 }
 
@@ -120,6 +131,19 @@ SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const 
   return index;
 }
 
+// In the order of their maps: by display number, then by name, whatever order the columns are stored in.
+std::vector<const SColumnDefinition*> LongValueColumns(const SEmbeddedLayout& layout,
+                                                       const STableDefinition& definition) {
+  std::vector<const SColumnDefinition*> columns;
+  for (const SColumnDefinition& column : definition.columns)
+    if (IsLongValueType(column.type)) columns.push_back(&column);
+  std::sort(columns.begin(), columns.end(), [&](const auto* a, const auto* b) {
+    if (a->displayNumber != b->displayNumber) return a->displayNumber < b->displayNumber;
+    return IsNameBefore(layout, a->name, b->name);
+  });
+  return columns;
+}
+
 // How many of each part follow the header.
 struct SPartCounts {
   size_t columns = 0, logical = 0, real = 0;
@@ -144,12 +168,13 @@ bool TakeHeader(const SDefinitionLayout& at, CByteTaker& taker, STableDefinition
 }
 
 // After a failed take the pieces are empty and nothing more is decoded; the caller asks the taker at the end.
-void TakeColumns(const SColumnLayout& at, size_t count, CByteTaker& taker, STableDefinition& definition) {
+void TakeColumns(const SEmbeddedLayout& layout, size_t count, CByteTaker& taker,
+                 STableDefinition& definition) {
   for (size_t i = 0; i < count; i++) {
-    const std::span<const uint8_t> bytes = taker.Take(at.size);
-    if (taker.IsOk()) definition.columns.push_back(DecodeColumn(at, bytes));
+    const std::span<const uint8_t> bytes = taker.Take(layout.column.size);
+    if (taker.IsOk()) definition.columns.push_back(DecodeColumn(layout.column, bytes));
   }
-  for (SColumnDefinition& column : definition.columns) column.name = TakeName(taker);
+  for (SColumnDefinition& column : definition.columns) column.name = TakeName(layout.text, taker);
 }
 
 void TakeIndexes(const SEmbeddedLayout& layout, const SPartCounts& counts,
@@ -166,7 +191,7 @@ void TakeIndexes(const SEmbeddedLayout& layout, const SPartCounts& counts,
     const std::span<const uint8_t> bytes = taker.Take(layout.logicalIndex.size);
     if (taker.IsOk()) definition.logicalIndexes.push_back(DecodeLogicalIndex(layout.logicalIndex, bytes));
   }
-  for (SLogicalIndex& index : definition.logicalIndexes) index.name = TakeName(taker);
+  for (SLogicalIndex& index : definition.logicalIndexes) index.name = TakeName(layout.text, taker);
 }
 
 void TakeLongValueMaps(CByteTaker& taker, STableDefinition& definition) {
@@ -197,6 +222,13 @@ bool IsSound(const SEmbeddedLayout& layout, const STableDefinition& definition) 
     for (const SIndexColumn& column : index.columns)
       if (numbers.count(column.number) == 0) return false;
   return definition.columnsEver <= kMaxFields;
+}
+
+// What a page's head says of the page. A number of free bytes counts eight bytes less than the page has left,
+// and stops at 0.
+uint16_t DefinitionWord(const SEmbeddedLayout& layout, size_t bytesLeft) {
+  if (!layout.definition.hasFreeBytes) return kDefinitionMark;
+  return static_cast<uint16_t>(bytesLeft > kDefinitionHead ? bytesLeft - kDefinitionHead : 0);
 }
 
 }  // namespace
@@ -239,17 +271,16 @@ std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STabl
               index.distinctKeys);
   for (const SColumnDefinition& column : definition.columns)
     EncodeColumn(layout.column, column, AppendBlock(block, layout.column.size));
-  for (const SColumnDefinition& column : definition.columns) AppendName(block, column.name);
+  for (const SColumnDefinition& column : definition.columns) AppendName(layout.text, block, column.name);
   for (const SRealIndex& index : definition.realIndexes)
     EncodeRealIndex(layout.realIndex, index, AppendBlock(block, layout.realIndex.size));
   for (const SLogicalIndex& index : definition.logicalIndexes)
     EncodeLogicalIndex(layout.logicalIndex, index, AppendBlock(block, layout.logicalIndex.size));
-  for (const SLogicalIndex& index : definition.logicalIndexes) AppendName(block, index.name);
-  for (const SColumnDefinition& column : definition.columns) {
-    if (!IsLongValueType(column.type)) continue;
-    AppendLittle(block, column.number);
-    AppendLittle(block, column.ownedMap);
-    AppendLittle(block, column.freeMap);
+  for (const SLogicalIndex& index : definition.logicalIndexes) AppendName(layout.text, block, index.name);
+  for (const SColumnDefinition* column : LongValueColumns(layout, definition)) {
+    AppendLittle(block, column->number);
+    AppendLittle(block, column->ownedMap);
+    AppendLittle(block, column->freeMap);
   }
   AppendLittle(block, kDefinitionEnd);
   PutLittle(std::span(block), layout.definition.length, static_cast<uint32_t>(block.size()));
@@ -263,7 +294,7 @@ bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> bl
   definition = {};
   if (!TakeHeader(layout.definition, taker, definition, counts)) return false;
   const std::span<const uint8_t> statistics = taker.Take(counts.real * layout.definition.statisticsSize);
-  TakeColumns(layout.column, counts.columns, taker, definition);
+  TakeColumns(layout, counts.columns, taker, definition);
   TakeIndexes(layout, counts, statistics, taker, definition);
   TakeLongValueMaps(taker, definition);
   return taker.IsOk() && IsSound(layout, definition);
@@ -293,10 +324,7 @@ CDaoResult StoreDefinition(CPageFile& file, const STableDefinition& definition,
     std::fill(bytes.begin(), bytes.end(), uint8_t{0});
     bytes[kPageTypeAt] = static_cast<uint8_t>(EPageType::Definition);
     bytes[kPageMarkAt] = kPageMark;
-    // The word counts eight bytes less than the page has left, and stops at 0.
-    const size_t left = perPage - part.size();
-    PutLittle(std::span(bytes), kDefinitionFree,
-              static_cast<uint16_t>(left > kDefinitionHead ? left - kDefinitionHead : 0));
+    PutLittle(std::span(bytes), kDefinitionFree, DefinitionWord(layout, perPage - part.size()));
     PutLittle(std::span(bytes), kDefinitionNext, i + 1 < needed ? pages[i + 1] : 0);
     std::copy(part.begin(), part.end(), bytes.begin() + kDefinitionHead);
     if (CDaoResult result = file.Write(pages[i], bytes); !result.IsOk()) return result;

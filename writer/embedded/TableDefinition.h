@@ -62,7 +62,7 @@ struct STableDefinition {
   uint16_t variableEver = 0;
   uint32_t ownedMap = 0;
   uint32_t freeMap = 0;
-  std::vector<SColumnDefinition> columns;  // in stored order: by display number, then by name
+  std::vector<SColumnDefinition> columns;  // in stored order; of users' tables by display number = number
   std::vector<SRealIndex> realIndexes;
   std::vector<SLogicalIndex> logicalIndexes;  // by name
 

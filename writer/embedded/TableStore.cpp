@@ -102,9 +102,26 @@ void CTableStore::BeginRow() {
   m_row->Begin();
 }
 
+// Moves inline long values out of a row that is too long, the largest first, as long as that helps.
+CDaoResult CTableStore::ShortenRow() {
+  while (m_row->IsTooLong()) {
+    CLongValueWriter* largest = nullptr;
+    size_t size = 0;
+    for (const auto& longValues : m_longValues) {
+      const size_t inlineSize = longValues ? longValues->GetInlineSize(*m_row) : 0;
+      if (inlineSize <= size) continue;
+      largest = longValues.get();
+      size = inlineSize;
+    }
+    if (largest == nullptr)
+      return {EDaoError::RecordTooLarge, u"The record is too large: its fields do not fit in one page."};
+    largest->MoveOut(*m_row);
+  }
+  return CDaoResult::Ok();
+}
+
 CDaoResult CTableStore::StoreRow() {
-  if (m_row->IsTooLong())
-    return {EDaoError::RecordTooLarge, u"The record is too large: its fields do not fit in one page."};
+  if (CDaoResult result = ShortenRow(); !result.IsOk()) return result;
   for (const auto& longValues : m_longValues)
     if (longValues)
       if (CDaoResult result = longValues->Commit(*m_row); !result.IsOk()) return result;

@@ -34,6 +34,7 @@ class CTableStore {
 
   [[nodiscard]] uint32_t GetPage() const { return m_page; }
   [[nodiscard]] const STableDefinition& GetDefinition() const { return m_definition; }
+  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_file.GetLayout(); }
   [[nodiscard]] int32_t GetAutoNumber() const { return static_cast<int32_t>(m_definition.autoNumber); }
   void RaiseAutoNumber(int32_t value);
 
@@ -53,6 +54,8 @@ class CTableStore {
   CDaoResult ForEachRow(const RowVisitor& visit);
 
  private:
+  CDaoResult ShortenRow();
+
   CPageFile& m_file;
   const uint32_t m_page;
   STableDefinition m_definition;
