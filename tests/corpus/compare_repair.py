@@ -4,7 +4,7 @@ source: user tables, columns and their types, row counts, every cell.
 
     python3 tests/corpus/compare_repair.py --tolvane build/release/tolvane [--corpus FOLDER] [--only TEXT]
 
-What saving changes by design is computed from the source's value by rule (expected.saved_value): numbers with five
+The new database must also pass `tolvane check`. What saving changes by design is computed from the source's value by rule (expected.saved_value): numbers with five
 digits after the point, bytes above 127 left out, empty texts as empty fields, rows without any value left out. Columns
 whose cells cannot be compared (calculated, complex, binary, types that are not known) are named in the report's end.
 """
@@ -77,6 +77,7 @@ def compare_file(options, path, output_path):
         verdict.note('encrypted file: nothing to compare')
         return verdict
     corpus.tolvane(options, 'repair', path, '-o', output_path)
+    corpus.tolvane(options, 'check', output_path, good=(0,))
     output = repaired.RepairedDatabase(output_path)
     for error in output.errors:
         verdict.error('mdb-reader on the repaired database: ' + error)

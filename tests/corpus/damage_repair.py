@@ -172,6 +172,7 @@ def check_kind(options, path, healthy, local, tables, kind, folder):
     repaired.remove(output_path)
     template = ['--template', path] if damage.needs_template else []
     corpus.tolvane(options, 'repair', copy, '-o', output_path, *template)
+    corpus.tolvane(options, 'check', output_path, good=(0,))
     output = repaired.RepairedDatabase(output_path)
     for source, matched in tables:
         check_table(verdict, output, source, matched, damage)
