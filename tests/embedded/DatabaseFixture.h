@@ -63,8 +63,7 @@ class DatabaseFixture : public ::testing::Test {
 
   void Create(const SEmbeddedLimits& limits = {}) {
     m_engine = MakeEmbeddedEngine(limits);
-    ExpectOk(
-        m_engine->CreateDatabase(m_path, u";LANGID=0x0409;CP=1252;COUNTRY=0", kDaoVersionJet4, m_database));
+    ExpectOk(m_engine->CreateDatabase(m_path, u";LANGID=0x0409;CP=1252;COUNTRY=0", m_version, m_database));
   }
   void Reopen() {
     ExpectOk(m_database->Close());
@@ -117,11 +116,22 @@ class DatabaseFixture : public ::testing::Test {
     EXPECT_EQ(result.code, EDaoError::None) << ToUtf8(result.text);
   }
 
+  int32_t m_version = kDaoVersionJet4;
   const std::u16string m_path =
       GetTempFolder() + u"embedded_test_" + ToDecimal(uint64_t{GetProcessNumber()}) + u".mdb";
   std::unique_ptr<CDaoEngine> m_engine;
   std::unique_ptr<CDaoDatabase> m_database;
   std::unique_ptr<CDaoRecordset> m_recordset;
 };
+
+// The same test over both page formats.
+class BothFormats : public DatabaseFixture, public ::testing::WithParamInterface<int32_t> {
+ protected:
+  BothFormats() { m_version = GetParam(); }
+  [[nodiscard]] bool IsJet3() const { return m_version == kDaoVersionJet3; }
+};
+inline std::string FormatName(const ::testing::TestParamInfo<int32_t>& info) {
+  return info.param == kDaoVersionJet3 ? "Jet3" : "Jet4";
+}
 
 }  // namespace tolvane::test

@@ -22,6 +22,51 @@ std::string Number(uint64_t value) {
   return std::to_string(value);
 }
 
+constexpr SWalkedFormat kJet4 = {.page = 4096,
+                                 .slots = 12,
+                                 .count = 2,
+                                 .unit = 2,
+                                 .rowCount = 16,
+                                 .type = 40,
+                                 .maps = 55,
+                                 .header = 63,
+                                 .statistics = 12,
+                                 .column = 25,
+                                 .columnNumber = 5,
+                                 .columnFlags = 15,
+                                 .columnOffset = 21,
+                                 .nameLength = 2,
+                                 .index = 52,
+                                 .indexColumns = 4,
+                                 .logical = 28,
+                                 .indexTail = 20,
+                                 .indexPrefix = 24,
+                                 .indexMask = 27,
+                                 .indexEntries = 480,
+                                 .chainedRow = 4076};
+constexpr SWalkedFormat kJet3 = {.page = 2048,
+                                 .slots = 8,
+                                 .count = 1,
+                                 .unit = 1,
+                                 .rowCount = 12,
+                                 .type = 20,
+                                 .maps = 35,
+                                 .header = 43,
+                                 .statistics = 8,
+                                 .column = 18,
+                                 .columnNumber = 1,
+                                 .columnFlags = 13,
+                                 .columnOffset = 14,
+                                 .nameLength = 1,
+                                 .index = 39,
+                                 .indexColumns = 0,
+                                 .logical = 20,
+                                 .indexTail = 16,
+                                 .indexPrefix = 20,
+                                 .indexMask = 22,
+                                 .indexEntries = 248,
+                                 .chainedRow = 2036};
+
 }  // namespace
 
 std::u16string TextOf(const Value& value) {
@@ -44,6 +89,16 @@ std::vector<std::vector<Value>> SWalkedTable::Rows() const {
   return all;
 }
 
+CFileWalker::CFileWalker(std::string bytes)
+    : m_bytes(std::move(bytes)), m_format(m_bytes.size() > 20 && m_bytes[20] == 0 ? kJet3 : kJet4) {}
+
+std::u16string CFileWalker::Text(const Value& value) const {
+  if (!IsJet3()) return TextOf(value);
+  std::u16string text;
+  for (const char byte : value.value_or("(null)")) text += static_cast<char16_t>(static_cast<uint8_t>(byte));
+  return text;
+}
+
 uint32_t CFileWalker::U(size_t at, size_t size) const {
   return Little(Bytes(at, size), 0, size);
 }
@@ -55,10 +110,10 @@ std::string CFileWalker::Bytes(size_t at, size_t size) const {
 }
 
 std::string CFileWalker::Row(uint32_t pointer) const {
-  const size_t page = (pointer >> 8) * kPage, row = pointer & 0xFF;
-  if (row >= U16(page + 12)) return {};
-  const size_t start = U16(page + 14 + 2 * row) & 0x1FFF;
-  const size_t end = row == 0 ? kPage : U16(page + 12 + 2 * row) & 0x1FFF;
+  const size_t page = (pointer >> 8) * m_format.page, row = pointer & 0xFF, slots = page + m_format.slots;
+  if (row >= U16(slots)) return {};
+  const size_t start = U16(slots + 2 + 2 * row) & 0x1FFF;
+  const size_t end = row == 0 ? m_format.page : U16(slots + 2 * row) & 0x1FFF;
   return start <= end ? Bytes(page + start, end - start) : std::string();
 }
 
@@ -73,7 +128,8 @@ std::set<uint32_t> CFileWalker::ReadMap(uint32_t rowPointer) const {
   if (row.size() > 5 && row[0] == 0) addBits(row.substr(5), Little(row, 1, 4));
   for (size_t i = 0; !row.empty() && row[0] == 1 && 4 * i + 5 <= row.size(); i++)
     if (const uint32_t page = Little(row, 1 + 4 * i, 4); page != 0)
-      addBits(Bytes(page * kPage + 4, kPage - 4), static_cast<uint32_t>(i * (kPage - 4) * 8));
+      addBits(Bytes(page * m_format.page + 4, m_format.page - 4),
+              static_cast<uint32_t>(i * (m_format.page - 4) * 8));
   return pages;
 }
 
@@ -82,47 +138,55 @@ SWalkedTable CFileWalker::ReadTable(uint32_t page) {
   table.page = page;
   std::string block;
   for (uint32_t next = page; next != 0 && next < PageCount() && table.definitionPages.size() < 100;
-       next = U32(next * kPage + 4)) {
-    Expect(U16(next * kPage) == 0x0102, "definition page " + Number(next));
-    block += Bytes(next * kPage + (block.empty() ? 0 : 8), block.empty() ? kPage : kPage - 8);
+       next = U32(next * m_format.page + 4)) {
+    Expect(U16(next * m_format.page) == 0x0102, "definition page " + Number(next));
+    block += Bytes(next * m_format.page + (block.empty() ? 0 : 8),
+                   block.empty() ? m_format.page : m_format.page - 8);
     table.definitionPages.push_back(next);
   }
-  auto take = [&, at = size_t{63}](size_t size) mutable {
+  auto take = [&, at = m_format.header](size_t size) mutable {
     std::string bytes = at + size <= block.size() ? block.substr(at, size) : std::string(size, '\0');
     at += size;
     return bytes;
   };
-  const unsigned length = Little(block, 8, 4), columns = Little(block, 45, 2), logical = Little(block, 47, 4),
-                 real = Little(block, 51, 4);
-  table.rowCount = Little(block, 16, 4);
-  table.autoNumber = Little(block, 20, 4);
-  table.columnsEver = Little(block, 41, 2);
-  table.variableEver = Little(block, 43, 2);
-  table.ownedMap = Little(block, 55, 4);
-  table.freeMap = Little(block, 59, 4);
-  Expect(Little(block, 12, 4) == 0x659 && Little(block, 24, 4) == 1, "definition constants");
+  const unsigned length = Little(block, 8, 4), columns = Little(block, m_format.type + 5, 2),
+                 logical = Little(block, m_format.type + 7, 4), real = Little(block, m_format.type + 11, 4);
+  table.rowCount = Little(block, m_format.rowCount, 4);
+  table.autoNumber = Little(block, m_format.rowCount + 4, 4);
+  table.columnsEver = Little(block, m_format.type + 1, 2);
+  table.variableEver = Little(block, m_format.type + 3, 2);
+  table.ownedMap = Little(block, m_format.maps, 4);
+  table.freeMap = Little(block, m_format.maps + 4, 4);
+  Expect(IsJet3() || (Little(block, 12, 4) == 0x659 && Little(block, 24, 4) == 1), "definition constants");
   if (columns > 255 || real > 32 || logical > 64) return Expect(false, "definition counts"), table;
 
   table.indexes.resize(real);
-  for (SWalkedIndex& index : table.indexes) index.distinct = Little(take(12), 4, 4);
+  for (SWalkedIndex& index : table.indexes) index.distinct = Little(take(m_format.statistics), 4, 4);
   for (unsigned i = 0; i < columns; i++) {
-    const std::string at = take(25);
-    table.columns.push_back({u"", Little(at, 0, 1), Little(at, 5, 2), Little(at, 7, 2), Little(at, 9, 2),
-                             Little(at, 15, 1), Little(at, 16, 1), Little(at, 21, 2), Little(at, 23, 2)});
-    Expect(Little(at, 1, 4) == 0x659 && Little(at, 11, 2) == 0x409, "column constants");
+    const std::string at = take(m_format.column);
+    table.columns.push_back({u"", Little(at, 0, 1), Little(at, m_format.columnNumber, 2),
+                             Little(at, m_format.columnNumber + 2, 2),
+                             Little(at, m_format.columnNumber + 4, 2), Little(at, m_format.columnFlags, 1),
+                             IsJet3() ? 0 : Little(at, 16, 1), Little(at, m_format.columnOffset, 2),
+                             Little(at, m_format.columnOffset + 2, 2)});
+    if (IsJet3())
+      Expect(Little(at, 7, 2) == 0 && Little(at, 9, 4) == 0x4E40409, "column constants");
+    else
+      Expect(Little(at, 1, 4) == 0x659 && Little(at, 11, 2) == 0x409, "column constants");
   }
-  for (SWalkedColumn& column : table.columns) column.name = Units(take(Little(take(2), 0, 2)));
+  for (SWalkedColumn& column : table.columns)
+    column.name = Text(take(Little(take(m_format.nameLength), 0, m_format.nameLength)));
   for (SWalkedIndex& index : table.indexes) {
-    const std::string at = take(52);
-    for (size_t i = 0; i < 10 && Little(at, 4 + 3 * i, 2) != 0xFFFF; i++)
-      index.columns.push_back(Little(at, 4 + 3 * i, 2));
-    index.map = Little(at, 34, 4);
-    index.root = Little(at, 38, 4);
-    index.flags = Little(at, 46, 1);
-    Expect(Little(at, 0, 4) == 0x783, "index constant");
+    const std::string at = take(m_format.index);
+    for (size_t i = 0; i < 10 && Little(at, m_format.indexColumns + 3 * i, 2) != 0xFFFF; i++)
+      index.columns.push_back(Little(at, m_format.indexColumns + 3 * i, 2));
+    index.map = Little(at, m_format.indexColumns + 30, 4);
+    index.root = Little(at, m_format.indexColumns + 34, 4);
+    index.flags = Little(at, IsJet3() ? 38 : 46, 1);
+    Expect(IsJet3() || Little(at, 0, 4) == 0x783, "index constant");
   }
-  take(28 * logical);
-  for (unsigned i = 0; i < logical; i++) take(Little(take(2), 0, 2));
+  take(m_format.logical * logical);
+  for (unsigned i = 0; i < logical; i++) take(Little(take(m_format.nameLength), 0, m_format.nameLength));
   for (std::string number = take(2); number != "\xFF\xFF"; number = take(2)) {
     const std::string maps = take(8);
     const auto column = std::find_if(table.columns.begin(), table.columns.end(), [&](const SWalkedColumn& c) {
@@ -136,8 +200,9 @@ SWalkedTable CFileWalker::ReadTable(uint32_t page) {
   Expect(block.substr(length - 2, 2) == "\xFF\xFF" && length <= block.size(), "definition length");
   size_t left = length - 8;
   for (const uint32_t next : table.definitionPages) {
-    const size_t used = std::min(left, kPage - 8);
-    Expect(U16(next * kPage + 2) == (kPage - 8 - used > 8 ? kPage - 16 - used : 0), "definition free word");
+    const size_t room = m_format.page - 8, used = std::min(left, room);
+    const size_t free = room - used > 8 ? room - 8 - used : 0;
+    Expect(U16(next * m_format.page + 2) == (IsJet3() ? 0x4356 : free), "head of a definition page");
     left -= used;
   }
   Expect(left == 0, "definition pages");
@@ -159,19 +224,43 @@ std::string CFileWalker::ReadLongValue(const SWalkedColumn& column, const std::s
     Expect(Row(pointer).size() == length && stamp == 0, "single long value");
     return Row(pointer);
   }
-  Expect(stamp != 0 && stamp == U32((pointer >> 8) * kPage + 8), "stamp of a long value");
+  const auto stampOf = [this](uint32_t at) { return IsJet3() ? 0 : U32((at >> 8) * m_format.page + 8); };
+  Expect((stamp != 0) != IsJet3() && stamp == stampOf(pointer), "stamp of a long value");
   std::string value;
   for (size_t piece = 0; pointer != 0 && value.size() <= length; piece++) {
     const std::string row = Row(pointer);
     if (row.size() < 5) return Expect(false, "piece of a long value"), value;
-    Expect(owned.count(pointer >> 8) == 1 && U16((pointer >> 8) * kPage + 12) == 1, "page of a chain");
-    Expect(piece == 0 || U32((pointer >> 8) * kPage + 8) == 0, "stamp of a following page");
+    Expect(owned.count(pointer >> 8) == 1 && U16((pointer >> 8) * m_format.page + m_format.slots) == 1,
+           "page of a chain");
+    Expect(piece == 0 || stampOf(pointer) == 0, "stamp of a following page");
     pointer = Little(row, 0, 4);
-    Expect(pointer == 0 || row.size() == 4076, "a piece that is not full");
+    Expect(pointer == 0 || row.size() == m_format.chainedRow, "a piece that is not full");
     value += row.substr(4);
   }
   Expect(value.size() == length, "length of a chain");
   return value;
+}
+
+// Of the variable values and of their end; empty when the row makes no sense.
+std::vector<size_t> CFileWalker::ReadOffsets(const std::string& row, size_t mask) {
+  const size_t countAt = row.size() - mask - m_format.count;
+  const size_t values = Little(row, countAt, m_format.count), jumps = IsJet3() ? (row.size() - 1) / 256 : 0;
+  if (countAt < jumps + m_format.count * (values + 2)) return {};
+  std::vector<size_t> offsets;
+  size_t jumped = 0;
+  for (size_t i = 0; i <= values; i++) {
+    while (jumped < jumps && static_cast<uint8_t>(row[countAt - 1 - jumped]) == i) jumped++;
+    const size_t at = countAt - jumps - m_format.count * (i + 1);
+    offsets.push_back(Little(row, at, m_format.count) + 256 * jumped);
+    if (i > 0 && offsets[i] < offsets[i - 1]) return {};
+  }
+  return offsets.back() == countAt - jumps - m_format.count * (values + 1) ? offsets : std::vector<size_t>{};
+}
+
+unsigned CFileWalker::KindOf(const SWalkedTable& table, uint32_t pointer, size_t column) {
+  const std::string row = Row(pointer);
+  const std::vector<size_t> offsets = ReadOffsets(row, (table.columnsEver + 7) / 8);
+  return Little(row, offsets.at(table.columns[column].variableIndex) + 3, 1) >> 6;
 }
 
 Value CFileWalker::ReadValue(const SWalkedTable& table, const SWalkedColumn& column, const std::string& row) {
@@ -179,22 +268,21 @@ Value CFileWalker::ReadValue(const SWalkedTable& table, const SWalkedColumn& col
   const bool isSet = (Little(row, row.size() - mask + column.number / 8, 1) >> column.number % 8 & 1) != 0;
   if (column.type == 1) return std::string(1, isSet ? '\1' : '\0');
   if (!isSet) return std::nullopt;
-  if ((column.flags & 1) != 0) return row.substr(2 + column.fixedOffset, column.length);
-  const size_t offsets = row.size() - mask - 4;
-  const size_t start = Little(row, offsets - 2 * column.variableIndex, 2);
-  const size_t end = Little(row, offsets - 2 * column.variableIndex - 2, 2);
-  if (start > end || end > offsets) return Expect(false, "offsets of a row"), std::nullopt;
-  const std::string bytes = row.substr(start, end - start);
+  if ((column.flags & 1) != 0) return row.substr(m_format.count + column.fixedOffset, column.length);
+  const std::vector<size_t> offsets = ReadOffsets(row, mask);
+  if (column.variableIndex + 1 >= offsets.size()) return Expect(false, "offsets of a row"), std::nullopt;
+  const std::string bytes = row.substr(offsets[column.variableIndex],
+                                       offsets[column.variableIndex + 1] - offsets[column.variableIndex]);
   return column.type == 11 || column.type == 12 ? ReadLongValue(column, bytes) : bytes;
 }
 
 void CFileWalker::ReadRows(SWalkedTable& table) {
   table.pages = ReadMap(table.ownedMap);
   for (const uint32_t page : table.pages) {
-    for (uint32_t slot = 0; slot < U16(page * kPage + 12); slot++) {
+    for (uint32_t slot = 0; slot < U16(page * m_format.page + m_format.slots); slot++) {
       const uint32_t pointer = page << 8 | slot;
       const std::string row = Row(pointer);
-      if (row.size() < 3 || Little(row, 0, 2) != table.columnsEver)
+      if (row.size() <= m_format.count || Little(row, 0, m_format.count) != table.columnsEver)
         return Expect(false, "a row's column count");
       for (const SWalkedColumn& column : table.columns)
         table.rows[pointer].push_back(ReadValue(table, column, row));
@@ -211,7 +299,7 @@ SWalkedTable CFileWalker::Read(const std::u16string& name) {
     return size_t{0};
   };
   for (const auto& [pointer, row] : objects.rows) {
-    if (TextOf(row[at(u"Name")]) != name || row[at(u"Type")] != LittleEndian(1, 2)) continue;
+    if (Text(row[at(u"Name")]) != name || row[at(u"Type")] != LittleEndian(1, 2)) continue;
     SWalkedTable table = ReadTable(Little(*row[at(u"Id")], 0, 4));
     ReadRows(table);
     return table;
@@ -226,21 +314,22 @@ void CFileWalker::Use(uint32_t page, const std::string& by) {
 }
 
 void CFileWalker::CheckDataPage(uint32_t page, const std::string& owner) {
-  const size_t at = page * kPage;
+  const size_t at = page * m_format.page;
   Expect(U16(at) == 0x0101 && Bytes(at + 4, 4) == owner, "head of data page " + Number(page));
-  uint32_t lowest = kPage;
-  for (uint32_t slot = 0; slot < U16(at + 12); slot++) {
-    Expect(U16(at + 14 + 2 * slot) <= lowest, "slot order on page " + Number(page));
-    lowest = U16(at + 14 + 2 * slot);
+  const size_t slots = at + m_format.slots;
+  size_t lowest = m_format.page;
+  for (uint32_t slot = 0; slot < U16(slots); slot++) {
+    Expect(U16(slots + 2 + 2 * slot) <= lowest, "slot order on page " + Number(page));
+    lowest = U16(slots + 2 + 2 * slot);
   }
-  Expect(U16(at + 2) == lowest - 14 - 2 * U16(at + 12), "free word of page " + Number(page));
-  Expect(U16(at + 12) >= 1 && U16(at + 12) <= 255, "rows on page " + Number(page));
+  Expect(U16(at + 2) == lowest - m_format.slots - 2 - 2 * U16(slots), "free word of page " + Number(page));
+  Expect(U16(slots) >= 1 && U16(slots) <= 255, "rows on page " + Number(page));
 }
 
 void CFileWalker::CheckTable(const SWalkedTable& table, bool isSystem) {
   const std::string name = "table " + Number(table.page);
   for (const uint32_t page : table.definitionPages) Use(page, name + " definition");
-  Expect(U8(table.page * kPage + 40) == (isSystem ? 0x53 : 0x4E), name + " type");
+  Expect(U8(table.page * m_format.page + m_format.type) == (isSystem ? 0x53 : 0x4E), name + " type");
   Expect(table.rowCount == table.rows.size(), name + " row count");
   const auto checkMaps = [&](uint32_t owned, uint32_t free, const std::string& owner, const std::string& by) {
     const std::set<uint32_t> pages = ReadMap(owned), freePages = ReadMap(free);
@@ -277,17 +366,18 @@ void CFileWalker::CheckTable(const SWalkedTable& table, bool isSystem) {
 
 void CFileWalker::WalkIndex(uint32_t page, const SWalkedTable& table, std::set<uint32_t>& pages,
                             std::vector<std::string>& entries) {
-  const size_t at = page * kPage;
+  const size_t at = page * m_format.page;
   if (page >= PageCount() || !pages.insert(page).second) return Expect(false, "index page " + Number(page));
   const bool isLeaf = U8(at) == 4;
   Expect(U8(at + 1) == 1 && U32(at + 4) == table.page && (isLeaf || U8(at) == 3),
          "head of index page " + Number(page));
-  const size_t prefix = U16(at + 24);
+  const size_t prefix = U(at + m_format.indexPrefix, IsJet3() ? 1 : 2),
+               entryArea = m_format.page - m_format.indexEntries;
   std::string first;
   size_t start = 0;
-  for (size_t end = 1; end <= 3616; end++) {
-    if ((U8(at + 27 + end / 8) >> end % 8 & 1) == 0) continue;
-    std::string entry = Bytes(at + 480 + start, end - start);
+  for (size_t end = 1; end <= entryArea; end++) {
+    if ((U8(at + m_format.indexMask + end / 8) >> end % 8 & 1) == 0) continue;
+    std::string entry = Bytes(at + m_format.indexEntries + start, end - start);
     if (start == 0)
       first = entry;
     else
@@ -301,8 +391,8 @@ void CFileWalker::WalkIndex(uint32_t page, const SWalkedTable& table, std::set<u
     WalkIndex(Little({child.rbegin(), child.rend()}, 0, 4), table, pages, entries);
     Expect(!entries.empty() && entries.back() == entry.substr(0, entry.size() - 4), "node entry");
   }
-  Expect(U16(at + 2) == 3616 - start, "free word of index page " + Number(page));
-  if (!isLeaf) WalkIndex(U32(at + 20), table, pages, entries);
+  Expect(U16(at + 2) == entryArea - start, "free word of index page " + Number(page));
+  if (!isLeaf) WalkIndex(U32(at + m_format.indexTail), table, pages, entries);
 }
 
 void CFileWalker::CheckIndex(const SWalkedTable& table, const SWalkedIndex& index) {
@@ -338,7 +428,7 @@ void CFileWalker::CheckIndex(const SWalkedTable& table, const SWalkedIndex& inde
 std::vector<std::string> CFileWalker::Check() {
   m_faults.clear();
   m_used.clear();
-  Expect(m_bytes.size() % kPage == 0 && PageCount() >= 19, "file length");
+  Expect(m_bytes.size() % m_format.page == 0 && PageCount() >= 19, "file length");
   Use(0, "header");
   Use(1, "global maps");
   const SWalkedTable objects = Read(u"MSysObjects"), aces = Read(u"MSysACEs");
@@ -351,8 +441,7 @@ std::vector<std::string> CFileWalker::Check() {
     for (size_t c = 0; c < row.size(); c++) object[objects.columns[c].name] = row[c];
     const std::string id = object[u"Id"].value_or("");
     Expect(ids.insert(id).second && withAce.count(id) == 1, "catalogue ids and their access rows");
-    if (object[u"Type"] == LittleEndian(1, 2))
-      CheckTable(Read(TextOf(object[u"Name"])), Little(id, 0, 4) <= 5);
+    if (object[u"Type"] == LittleEndian(1, 2)) CheckTable(Read(Text(object[u"Name"])), Little(id, 0, 4) <= 5);
   }
   for (const std::string& id : withAce) Expect(ids.count(id) == 1, "access row of an unknown object");
 
@@ -362,7 +451,8 @@ std::vector<std::string> CFileWalker::Check() {
   for (size_t i = 0; map[0] == 1 && 4 * i + 5 <= map.size(); i++)
     if (const uint32_t page = Little(map, 1 + 4 * i, 4); page != 0) Use(page, "pages of bits");
   for (uint32_t page = 0; page < PageCount(); page++) {
-    const bool isBits = U16(page * kPage) == 0x0105;  // of a table's map; which one is not followed here
+    const bool isBits =
+        U16(page * m_format.page) == 0x0105;  // of a table's map; which one is not followed here
     Expect(m_used.count(page) + free.count(page) == 1 || (isBits && free.count(page) == 0),
            "page " + Number(page) + " is neither used nor free, or both");
   }

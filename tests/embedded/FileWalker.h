@@ -1,5 +1,6 @@
-// Reads a Jet 4 file page by page with its own eyes: nothing here comes from the engine under test. Check()
-// names every invariant of healthy files that the file breaks; Read() answers the rows of a table as stored.
+// Reads a Jet 3 or Jet 4 file page by page with its own eyes: nothing here comes from the engine under test.
+// Check() names every invariant of healthy files that the file breaks; Read() answers the rows of a table as
+// stored.
 #pragma once
 
 #include <cstdint>
@@ -38,9 +39,21 @@ struct SWalkedTable {
   [[nodiscard]] std::vector<std::vector<Value>> Rows() const;
 };
 
+// Where things are in the two page formats.
+struct SWalkedFormat {
+  size_t page, slots;                   // slots: u16 count, then the u16 slots
+  size_t count;                         // bytes of a row's counts and offsets
+  size_t unit;                          // bytes of a character
+  size_t rowCount, type, maps, header;  // of a definition; type: then the counts follow, maps: owned, free
+  size_t statistics, column, columnNumber, columnFlags, columnOffset, nameLength, index, indexColumns,
+      logical;
+  size_t indexTail, indexPrefix, indexMask, indexEntries;
+  size_t chainedRow;
+};
+
 class CFileWalker {
  public:
-  explicit CFileWalker(std::string bytes) : m_bytes(std::move(bytes)) {}
+  explicit CFileWalker(std::string bytes);
 
   // What is wrong with the file; empty when nothing is.
   std::vector<std::string> Check();
@@ -48,19 +61,23 @@ class CFileWalker {
   SWalkedTable Read(const std::u16string& name);
   [[nodiscard]] std::set<uint32_t> ReadMap(uint32_t rowPointer) const;
 
-  [[nodiscard]] uint32_t PageCount() const { return static_cast<uint32_t>(m_bytes.size() / kPage); }
+  [[nodiscard]] uint32_t PageCount() const { return static_cast<uint32_t>(m_bytes.size() / m_format.page); }
+  [[nodiscard]] bool IsJet3() const { return m_format.unit == 1; }
   [[nodiscard]] uint32_t U32(size_t at) const { return U(at, 4); }
   [[nodiscard]] uint32_t U16(size_t at) const { return U(at, 2); }
   [[nodiscard]] uint32_t U8(size_t at) const { return U(at, 1); }
   [[nodiscard]] std::string Row(uint32_t pointer) const;
-
-  static constexpr size_t kPage = 4096;
+  // How a long value of the table's row is stored: 2 in the row, 1 in one other row, 0 in a chain.
+  unsigned KindOf(const SWalkedTable& table, uint32_t pointer, size_t column);
+  // Bytes of a format's text as Latin-1 or UTF-16.
+  [[nodiscard]] std::u16string Text(const Value& value) const;
 
  private:
   [[nodiscard]] uint32_t U(size_t at, size_t size) const;
   [[nodiscard]] std::string Bytes(size_t at, size_t size) const;
   SWalkedTable ReadTable(uint32_t page);
   void ReadRows(SWalkedTable& table);
+  std::vector<size_t> ReadOffsets(const std::string& row, size_t mask);
   Value ReadValue(const SWalkedTable& table, const SWalkedColumn& column, const std::string& row);
   std::string ReadLongValue(const SWalkedColumn& column, const std::string& reference);
   void CheckTable(const SWalkedTable& table, bool isSystem);
@@ -74,11 +91,12 @@ class CFileWalker {
   }
 
   std::string m_bytes;
+  const SWalkedFormat& m_format;
   std::vector<std::string> m_faults;
   std::map<uint32_t, std::string> m_used;  // page -> by what
 };
 
-std::u16string TextOf(const Value& value);  // plain or compressed
+std::u16string TextOf(const Value& value);  // of Jet 4, plain or compressed
 std::string LittleEndian(uint64_t value, size_t size);
 
 }  // namespace tolvane::test

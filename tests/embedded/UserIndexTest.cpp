@@ -6,7 +6,7 @@
 
 namespace tolvane::test {
 
-class UserIndexes : public DatabaseFixture {
+class UserIndexes : public BothFormats {
  protected:
   struct SIndex {
     std::u16string_view name;
@@ -34,7 +34,7 @@ class UserIndexes : public DatabaseFixture {
   }
 };
 
-TEST_F(UserIndexes, TreesOverEveryKindOfKey) {
+TEST_P(UserIndexes, TreesOverEveryKindOfKey) {
   Create();
   ExpectOk(AddIndexedTable(
       u"T", {{u"Id", kDaoLong}, {u"Name", kDaoText, 50, 0x22}, {u"When", kDaoDate}, {u"Flag", kDaoBoolean}},
@@ -57,7 +57,7 @@ TEST_F(UserIndexes, TreesOverEveryKindOfKey) {
   CloseAndCheck();
 }
 
-TEST_F(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
+TEST_P(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   Create();
   ExpectOk(AddIndexedTable(u"T", {{u"Id", kDaoLong}, {u"Name", kDaoText, 50, 0x22}},
                            {{u"Primary Key", {{u"Id"}}, true, true},
@@ -76,7 +76,7 @@ TEST_F(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   CloseAndCheck();
 }
 
-TEST_F(UserIndexes, RowsAddedLaterAreIndexedToo) {
+TEST_P(UserIndexes, RowsAddedLaterAreIndexedToo) {
   Create();
   ExpectOk(AddIndexedTable(u"T", {{u"Id", kDaoLong}}, {{u"Primary Key", {{u"Id"}}, true, true}}));
   for (int round = 0; round < 2; round++) {
@@ -89,7 +89,7 @@ TEST_F(UserIndexes, RowsAddedLaterAreIndexedToo) {
   CloseAndCheck();
 }
 
-TEST_F(UserIndexes, LongValuesAreNoKeys) {
+TEST_P(UserIndexes, LongValuesAreNoKeys) {
   Create();
   std::unique_ptr<CDaoTableDef> table;
   ExpectOk(m_database->CreateTableDef(u"T", 0, {}, {}, table));
@@ -99,5 +99,8 @@ TEST_F(UserIndexes, LongValuesAreNoKeys) {
   index.fields = {{u"M"}};
   EXPECT_EQ(table->CreateIndex(index).code, EDaoError::InvalidDataType);
 }
+
+INSTANTIATE_TEST_SUITE_P(Formats, UserIndexes, ::testing::Values(kDaoVersionJet3, kDaoVersionJet4),
+                         FormatName);
 
 }  // namespace tolvane::test

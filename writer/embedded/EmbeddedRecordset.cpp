@@ -151,7 +151,10 @@ CDaoResult CEmbeddedRecordset::Close() {
   m_isAdding = false;
   CDaoResult result = m_file->CloseTable(m_table);
   m_table.reset();
-  if (result.IsOk() && result.text.empty()) result.text = DescribeReplaced(m_replaced, u"table " + m_name);
+  if (result.IsOk() && m_replaced != 0) {
+    if (!result.text.empty()) result.text += u' ';
+    result.text += DescribeReplaced(m_replaced, u"table " + m_name);
+  }
   return result;
 }
 
