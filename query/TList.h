@@ -1,5 +1,5 @@
-// The program's singly linked list: head, tail, count; the list owns its elements and each carries its own link.
-// An element class derives from CTListLink<itself>. Not thread-safe.
+// The program's singly linked list: head, tail, count; the list owns its elements and each carries its own
+// link. An element class derives from CTListLink<itself>. Not thread-safe.
 #pragma once
 
 #include <cstdint>
