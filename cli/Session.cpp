@@ -159,9 +159,9 @@ std::optional<SFailure> CSession::MakeWorkFolder() {
   if (!m_runFolder.GetPath().empty()) return std::nullopt;
   CRunFolder::RemoveStale(m_arguments.workFolder);
   if (m_runFolder.Create(m_arguments.workFolder)) return std::nullopt;
-  return SFailure{EExitStatus::Failed, u"There is no folder for temporary files. " +
+  return SFailure{EExitStatus::Failed, u"There is no folder for temporary files: " +
                                            m_runFolder.GetProblem() +
-                                           u" Name another folder with --work-dir."};
+                                           u". Name another folder with --work-dir."};
 }
 
 std::optional<SFailure> CSession::Recover() {
