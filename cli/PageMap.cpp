@@ -72,15 +72,13 @@ size_t CPageMap::RankOf(char sign) {
 
 void CPageMap::Add(const SPageReport& report) {
   const char sign = SignOf(report);
-  const uint64_t position = report.page / m_pagesPerSign;
+  size_t position = static_cast<size_t>(report.page / m_pagesPerSign);
+  if (position >= m_signs.size() && m_signs.size() == kMaximumSigns) {
+    Halve();
+    position = static_cast<size_t>(report.page / m_pagesPerSign);
+  }
   if (position < m_signs.size()) {
     m_signs[position] = Worse(m_signs[position], sign);
-    return;
-  }
-  if (m_signs.size() == kMaximumSigns) Halve();
-  const uint64_t at = report.page / m_pagesPerSign;
-  if (at < m_signs.size()) {
-    m_signs[at] = Worse(m_signs[at], sign);
   } else {
     m_signs.push_back(sign);
   }
