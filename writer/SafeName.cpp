@@ -1,5 +1,10 @@
 #include "writer/SafeName.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "platform/CodePage.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -15,6 +20,11 @@ bool IsRefused(char16_t unit) {
   return unit < u' ' || isSurrogate || kRefused.find(unit) != std::u16string_view::npos;
 }
 
+bool IsHeld(char16_t unit) {
+  std::vector<uint8_t> bytes;
+  return EncodeCodePage(kWindowsLatin1, {&unit, 1}, bytes) == 0;
+}
+
 std::u16string MakeBase(std::u16string_view wanted, std::u16string_view stem) {
   std::u16string base;
   for (const char16_t unit : wanted) {
@@ -28,6 +38,35 @@ std::u16string MakeBase(std::u16string_view wanted, std::u16string_view stem) {
 
 }  // namespace
 
+bool IsSafeName(std::u16string_view name) {
+  return !name.empty() && name.size() <= kMaximumName && name.front() != u' ' && name.back() != u' ' &&
+         std::none_of(name.begin(), name.end(), IsRefused);
+}
+
+std::u16string NarrowName(std::u16string_view name) {
+  std::u16string narrow(name);
+  size_t replaced = 0;
+  for (char16_t& unit : narrow) {
+    if (IsHeld(unit)) continue;
+    unit = u'_';
+    ++replaced;
+  }
+  return 2 * replaced > narrow.size() ? std::u16string() : narrow;
+}
+
+std::u16string UnfoldName(std::u16string_view name) {
+  std::vector<uint8_t> bytes;
+  for (const char16_t unit : name) {
+    bytes.push_back(static_cast<uint8_t>(unit & 0xFF));
+    bytes.push_back(static_cast<uint8_t>(unit >> 8));
+  }
+  // The last unit of a name of an odd length has one byte.
+  if (!bytes.empty() && bytes.back() == 0) bytes.pop_back();
+  std::u16string text;
+  DecodeCodePage(kWindowsLatin1, bytes, text);
+  return std::none_of(text.begin(), text.end(), IsRefused) ? text : std::u16string();
+}
+
 std::u16string CNameSet::Fold(std::u16string_view name) {
   std::u16string folded(name);
   for (char16_t& unit : folded)
@@ -37,9 +76,8 @@ std::u16string CNameSet::Fold(std::u16string_view name) {
 
 std::u16string CNameSet::MakeVariation(std::u16string_view wanted, std::u16string_view stem) {
   const std::u16string base = MakeBase(wanted, stem);
-  // The base itself is a variation only where it differs from what was refused.
   const auto [entry, isFirst] = m_lastNumber.try_emplace(Fold(base), 0);
-  if (isFirst && base != wanted && m_taken.count(Fold(base)) == 0) return base;
+  if (isFirst && m_taken.count(Fold(base)) == 0) return base;
   for (;;) {
     std::u16string name = base + u"_" + ToDecimal(++entry->second);
     if (m_taken.count(Fold(name)) == 0) return name;

@@ -9,13 +9,23 @@
 
 namespace tolvane {
 
+// True when a name keeps the rules that all formats share: 1 to 64 units, no control character or half of a
+// pair, none of . ! ` [ ] " and no leading or final blank.
+bool IsSafeName(std::u16string_view name);
+
+// What a format without Unicode holds of a name, "_" for the rest; empty when more than half would be "_".
+std::u16string NarrowName(std::u16string_view name);
+
+// Column names of Jet 3 files are recovered with two of their bytes in each unit. The name that those bytes
+// spell; empty when they spell none.
+std::u16string UnfoldName(std::u16string_view name);
+
 // The names that are taken in one namespace, told apart as the engine does: without regard to case.
 class CNameSet {
  public:
   void Take(std::u16string_view name) { m_taken.insert(Fold(name)); }
-  // A name near `wanted` that keeps the format's rules and is not taken: at most 64 units, no control
-  // character, none of . ! ` [ ] and no leading blank; "_1", "_2", ... where that is taken. `stem` stands in
-  // for an empty name. Each call for the same name answers another one.
+  // A safe name near `wanted` that is not taken; "_1", "_2", ... where it is. `stem` stands in for an empty
+  // name. Each call for the same name answers another one.
   std::u16string MakeVariation(std::u16string_view wanted, std::u16string_view stem);
 
  private:

@@ -34,6 +34,11 @@ CDaoResult CreateField(const SFieldPlan& plan, CDaoTableDef& tableDef) {
              : tableDef.CreateField(info.name, info.type, info.size, info.attributes);
 }
 
+// A name that is refused although it is safe has characters that the format's code page does not hold.
+bool NeedsNarrowName(const CDaoResult& refusal, std::u16string_view name) {
+  return refusal.code == EDaoError::InvalidName && IsSafeName(name);
+}
+
 std::u16string Quoted(std::u16string_view name) {
   return u"\"" + std::u16string(name) + u"\"";
 }
@@ -42,6 +47,7 @@ std::u16string Quoted(std::u16string_view name) {
 
 ESaveStep CTableBuilder::Build(SSavedTable& saved) {
   saved.name = saved.table->name;
+  std::u16string wanted = saved.name;
   EIndexes indexes = EIndexes::Create;
   CDaoResult refusal;
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
@@ -59,7 +65,8 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
     refusal = tried.result;
     if (EndsSave(refusal.code)) break;
     if (IsNameRefusal(refusal.code)) {
-      saved.name = m_tableNames.MakeVariation(saved.table->name, u"Table");
+      if (NeedsNarrowName(refusal, saved.name)) wanted = NarrowName(saved.name);
+      saved.name = m_tableNames.MakeVariation(wanted, u"Table");
     } else if (indexes == EIndexes::Create && saved.table->indexes.GetCount() > 0) {
       indexes = EIndexes::LeaveOut;
     } else {
@@ -86,7 +93,7 @@ ESaveStep CTableBuilder::EndWithoutTable(SSavedTable& saved, const CDaoResult& r
 CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes indexes) {
   SAttempt attempt;
   m_notes.clear();
-  m_columnsLost = m_indexesLost = 0;
+  m_columnsLost = m_indexesLost = m_namesUnfolded = 0;
   std::unique_ptr<CDaoTableDef> tableDef;
   attempt.result = m_database.CreateTableDef(saved.name, kTableAttributes, {}, {}, tableDef);
   if (!attempt.result.IsOk()) return attempt;
@@ -150,10 +157,14 @@ CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan plan,
 CDaoResult CTableBuilder::RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
                                      CDaoTableDef& tableDef) {
   bool isText = false;
+  const std::u16string unfolded = UnfoldName(column.GetName());
+  std::u16string wanted(column.GetName());
   for (int attempt = 0; attempt < kNameAttempts && !refusal.IsOk(); ++attempt) {
     if (IsNameRefusal(refusal.code)) {
       m_fieldNames.Take(plan.info.name);
-      plan.info.name = m_fieldNames.MakeVariation(column.GetName(), u"Field");
+      if (NeedsNarrowName(refusal, plan.info.name))
+        wanted = unfolded.empty() ? NarrowName(plan.info.name) : unfolded;
+      plan.info.name = m_fieldNames.MakeVariation(wanted, u"Field");
     } else if (!isText && !EndsSave(refusal.code) && refusal.code != EDaoError::TooManyFields) {
       isText = true;
       MakeTextField(plan.info);
@@ -165,7 +176,9 @@ CDaoResult CTableBuilder::RetryField(CDaoResult refusal, const CAccessColumn& co
     }
     const std::u16string reason = refusal.text;
     refusal = CreateField(plan, tableDef);
-    if (refusal.IsOk() && plan.info.name != column.GetName())
+    if (refusal.IsOk() && plan.info.name == unfolded)
+      ++m_namesUnfolded;
+    else if (refusal.IsOk() && plan.info.name != column.GetName())
       Note(u"Column", column.GetName(), u" was saved as " + Quoted(plan.info.name) + u": " + reason);
   }
   return refusal;
@@ -218,6 +231,12 @@ void CTableBuilder::KeepNotes(const SSavedTable& saved) {
     CRepairLog::Instance().Append(note);
     m_summary.notes.push_back(std::move(note));
   }
+  // In a Jet 3 file it is nearly every column.
+  if (m_namesUnfolded > 0)
+    CRepairLog::Instance().Append(u"Table " + Quoted(saved.table->name) + u": " + ToDecimal(m_namesUnfolded) +
+                                  (m_namesUnfolded == 1
+                                       ? u" column was saved under the name that its bytes spell"
+                                       : u" columns were saved under the names that their bytes spell"));
 }
 
 }  // namespace tolvane

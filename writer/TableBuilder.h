@@ -53,6 +53,7 @@ class CTableBuilder {
   std::vector<std::u16string> m_notes;
   uint64_t m_columnsLost = 0;
   uint64_t m_indexesLost = 0;
+  uint64_t m_namesUnfolded = 0;
 };
 
 }  // namespace tolvane

@@ -30,4 +30,29 @@ TEST(SafeName, CutsLongNamesSoThatTheNumberFits) {
   EXPECT_EQ(second, std::u16string(56, u'n') + u"_1");
 }
 
+TEST(SafeName, KnowsWhichNamesAreSafe) {
+  for (const std::u16string_view name : {u"a", u"Gr\u00F6\u00DFe 1", u"\u0416"})
+    EXPECT_TRUE(IsSafeName(name));
+  for (const std::u16string_view name : {u"", u" a", u"a ", u"a.b", u"a\nb", u"\xD800"})
+    EXPECT_FALSE(IsSafeName(name));
+  EXPECT_TRUE(IsSafeName(std::u16string(64, u'n')));
+  EXPECT_FALSE(IsSafeName(std::u16string(65, u'n')));
+}
+
+TEST(SafeName, KeepsWhatACodePageHolds) {
+  EXPECT_EQ(NarrowName(u"Gr\u00F6\u00DFe \u20AC \u2192 \u0416"), u"Gr\u00F6\u00DFe \u20AC _ _");
+  EXPECT_EQ(NarrowName(u"\u0422\u0430\u0431a"), u"") << "too little is left";
+  EXPECT_EQ(NarrowName(u""), u"");
+}
+
+// "column1", "ID" and "Größe" as they are recovered from a Jet 3 file.
+TEST(SafeName, SpellsNamesThatHoldTwoBytesAUnit) {
+  EXPECT_EQ(UnfoldName(u"\u6F63\u756C\u6E6D1"), u"column1");
+  EXPECT_EQ(UnfoldName(u"\u4449"), u"ID");
+  EXPECT_EQ(UnfoldName(u"\u7247\xDFF6"
+                       u"e"),
+            u"Gr\u00F6\u00DFe");
+  EXPECT_EQ(UnfoldName(u"\u0416\u0416"), u"") << "Cyrillic letters spell control characters";
+}
+
 }  // namespace tolvane
