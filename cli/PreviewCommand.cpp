@@ -54,6 +54,7 @@ std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const S
                     IsNumber(*table.columns.GetAt(i)) ? EAlign::Right : EAlign::Left);
   for (const auto& row : shown.rows) {
     std::vector<std::string> cells;
+    cells.reserve(row.size());
     for (const std::u16string& cell : row) cells.push_back(ToDisplay(cell));
     drawn.AddRow(std::move(cells));
   }
