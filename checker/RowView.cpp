@@ -59,9 +59,12 @@ bool CRowView::ReadOffsets(std::u16string& problem) {
   if (countAt < m_fixedEnd + needed) return problem = u"the row has no room for its offsets", false;
   const size_t offsetsAt = countAt - needed;
   m_offsets.resize(m_variables + 1);
+  // No offset is higher than the place where the offsets stand, so jumps beyond it are of no use; their FF is
+  // not an entry for the 255th offset.
+  const size_t jumpsInUse = std::min(jumps, offsetsAt / kJumpEvery);
   size_t jumpsUsed = 0;
   for (size_t i = 0; i <= m_variables; i++) {
-    while (jumpsUsed < jumps && m_row[countAt - 1 - jumpsUsed] == i) jumpsUsed++;
+    while (jumpsUsed < jumpsInUse && m_row[countAt - 1 - jumpsUsed] == i) jumpsUsed++;
     m_offsets[i] =
         static_cast<uint32_t>(NumberAt(countAt - jumps - m_width * (i + 1)) + kJumpEvery * jumpsUsed);
   }

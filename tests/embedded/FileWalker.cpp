@@ -247,14 +247,16 @@ std::vector<size_t> CFileWalker::ReadOffsets(const std::string& row, size_t mask
   const size_t values = Little(row, countAt, m_format.count), jumps = IsJet3() ? (row.size() - 1) / 256 : 0;
   if (countAt < jumps + m_format.count * (values + 2)) return {};
   std::vector<size_t> offsets;
+  const size_t end = countAt - jumps - m_format.count * (values + 1);
   size_t jumped = 0;
   for (size_t i = 0; i <= values; i++) {
-    while (jumped < jumps && static_cast<uint8_t>(row[countAt - 1 - jumped]) == i) jumped++;
+    while (jumped < std::min(jumps, end / 256) && static_cast<uint8_t>(row[countAt - 1 - jumped]) == i)
+      jumped++;
     const size_t at = countAt - jumps - m_format.count * (i + 1);
     offsets.push_back(Little(row, at, m_format.count) + 256 * jumped);
     if (i > 0 && offsets[i] < offsets[i - 1]) return {};
   }
-  return offsets.back() == countAt - jumps - m_format.count * (values + 1) ? offsets : std::vector<size_t>{};
+  return offsets.back() == end ? offsets : std::vector<size_t>{};
 }
 
 unsigned CFileWalker::KindOf(const SWalkedTable& table, uint32_t pointer, size_t column) {

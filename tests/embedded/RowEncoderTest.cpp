@@ -1,0 +1,77 @@
+// Rows of every length come back value by value.
+#include "writer/embedded/RowEncoder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace tolvane::test {
+namespace {
+
+STableDefinition MakeDefinition(size_t textColumns) {
+  STableDefinition definition;
+  definition.columns.resize(textColumns);
+  for (SColumnDefinition& column : definition.columns) {
+    column.type = kTypeText;
+    column.length = 255;
+  }
+  definition.LayOutColumns();
+  return definition;
+}
+
+// `sizes` are those of the values; every fifth one is null where they are 0.
+void ExpectRoundTrip(const SEmbeddedLayout& layout, const STableDefinition& definition,
+                     const std::vector<size_t>& sizes) {
+  CRowEncoder encoder(layout, definition);
+  encoder.Begin();
+  std::vector<std::optional<std::vector<uint8_t>>> values(sizes.size());
+  for (size_t i = 0; i < sizes.size(); i++) {
+    if (sizes[i] == 0 && i % 5 == 0) continue;
+    values[i] = std::vector<uint8_t>(sizes[i], static_cast<uint8_t>(i + 1));
+    encoder.Set(definition.columns[i], *values[i]);
+  }
+  if (encoder.IsTooLong()) return;
+  std::vector<uint8_t> row(encoder.GetRowSize());
+  encoder.Write(row);
+  for (size_t i = 0; i < sizes.size(); i++) {
+    std::optional<std::span<const uint8_t>> read;
+    ASSERT_TRUE(ReadRowColumn(layout, definition, row, definition.columns[i], read)) << row.size();
+    ASSERT_EQ(read.has_value(), values[i].has_value());
+    if (!read) continue;
+    ASSERT_TRUE(std::equal(read->begin(), read->end(), values[i]->begin(), values[i]->end()))
+        << "row of " << row.size() << " bytes, value " << i;
+  }
+}
+
+TEST(RowEncoder, EveryLengthComesBack) {
+  for (const SEmbeddedLayout* layout : {&kLayoutJet3, &kLayoutJet4}) {
+    const STableDefinition definition = MakeDefinition(8);
+    for (size_t total = 0; total < 8 * 255; total++) {
+      std::vector<size_t> front(8), back(8), even(8, total / 8);
+      for (size_t i = 0, left = total; i < 8; i++) {
+        front[i] = back[7 - i] = std::min<size_t>(left, 255);
+        left -= front[i];
+      }
+      for (const auto& sizes : {front, back, even}) ExpectRoundTrip(*layout, definition, sizes);
+    }
+  }
+}
+
+// FF in a jump table is "none", and the number of the end's offset here.
+TEST(RowEncoder, TheMostVariableColumnsComeBack) {
+  const STableDefinition definition = MakeDefinition(255);
+  for (const SEmbeddedLayout* layout : {&kLayoutJet3, &kLayoutJet4}) {
+    for (size_t total = 0; total < 1500; total++) {
+      std::vector<size_t> sizes(255);
+      for (size_t i = 0; i < total; i++) sizes[i * 89 % 255]++;
+      ExpectRoundTrip(*layout, definition, sizes);
+      sizes.assign(255, 0);
+      sizes[254 - total % 3] = total;
+      ExpectRoundTrip(*layout, definition, sizes);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tolvane::test
