@@ -98,5 +98,7 @@ class CFileWalker {
 
 std::u16string TextOf(const Value& value);  // of Jet 4, plain or compressed
 std::string LittleEndian(uint64_t value, size_t size);
+unsigned Little(const std::string& bytes, size_t at, size_t size);
+std::string Number(uint64_t value);
 
 }  // namespace tolvane::test
