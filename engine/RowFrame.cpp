@@ -1,5 +1,7 @@
 #include "engine/RowFrame.h"
 
+#include <algorithm>
+
 namespace tolvane {
 
 bool CRowFrame::Cut(std::span<const uint8_t> row, const SRowShape& shape) {
@@ -62,11 +64,11 @@ CRowFrame::SOffsetTable CRowFrame::LocateOffsets(size_t count) const {
   table.jumpCount = m_layout.hasJumpTable ? (m_row.size() - 1) / kJumpStep : 0;
   table.jumps = static_cast<ptrdiff_t>(m_bodyEnd) - static_cast<ptrdiff_t>(m_layout.countWidth) - 1;
   table.first = table.jumps + 1 - static_cast<ptrdiff_t>(table.jumpCount + m_layout.offsetWidth);
-  // The number of jump bytes comes from the row's length, so there is one too many where the data end below
-  // the last step and only what follows them lies above.
+  // The number of jump bytes comes from the row's length, so there are too many where the data end below the
+  // last steps and only what follows them lies above. FF, which they hold, is an offset's number in the
+  // widest rows.
   const ptrdiff_t endOffset = table.first - static_cast<ptrdiff_t>(count * m_layout.offsetWidth);
-  if (table.jumpCount > 0 && endOffset < static_cast<ptrdiff_t>(table.jumpCount * kJumpStep))
-    table.jumpCount--;
+  if (endOffset >= 0) table.jumpCount = std::min(table.jumpCount, static_cast<size_t>(endOffset) / kJumpStep);
   return table;
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -170,6 +171,27 @@ TEST(RowFrame, Jet3SurplusJumpByteIsNoOffset) {
     ASSERT_TRUE(cut.frame.FindVariable(1));
     EXPECT_EQ(cut.frame.FindVariable(1)->size(), 54u);
   }
+}
+
+// 255 columns of which 230 hold a byte: the data end below 256, the row is longer than 512, and FF, the value
+// of both surplus jump bytes, is the number of the end of data.
+TEST(RowFrame, Jet3SurplusJumpBytesOfTheWidestRow) {
+  constexpr size_t kColumns = 255, kFilled = 230;
+  const SRowShape shape{.columnsEver = kColumns,
+                        .variableColumnsEver = kColumns,
+                        .maximumStoredColumns = 256,
+                        .firstVariableNumber = 0};
+  Bytes row(1 + kFilled, 'v');
+  row[0] = kColumns;
+  for (size_t i = kColumns + 1; i-- > 0;) row.push_back(static_cast<uint8_t>(1 + std::min(i, kFilled)));
+  for (const uint8_t byte : Hex("ff ff ff")) row.push_back(byte);
+  row.resize(row.size() + 32, 0xFF);
+  const SCut cut(kRowLayoutJet3, row, shape);
+  ASSERT_TRUE(cut.isRow);
+  EXPECT_EQ(Show(cut.frame.FindVariable(0)), "76");
+  EXPECT_EQ(Show(cut.frame.FindVariable(kFilled - 1)), "76");
+  ASSERT_TRUE(cut.frame.FindVariable(kColumns - 1));
+  EXPECT_TRUE(cut.frame.FindVariable(kColumns - 1)->empty());
 }
 
 // Every byte of both rows set to every value: each field that is found lies inside the row.
