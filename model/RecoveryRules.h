@@ -67,8 +67,6 @@ struct SRecoveryRules {
   bool dropBytesAbove127;
   // A row whose values are all empty is not stored.
   bool dropEmptyRows;
-  // Decimal columns become double columns, binary columns become long binary ones.
-  bool standardFieldTypes;
 };
 
 inline constexpr SRecoveryRules kStandardRules{
@@ -93,7 +91,6 @@ inline constexpr SRecoveryRules kStandardRules{
     .midnightKeepsBlank = true,
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
-    .standardFieldTypes = true,
 };
 
 }  // namespace tolvane
