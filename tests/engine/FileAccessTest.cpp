@@ -76,7 +76,7 @@ TEST_F(PageReader, FileThatShrinksLosesOnlyThePagesThatAreGone) {
   const CTempFile source(NumberedPages(400));
   ASSERT_TRUE(reader.Open(source.GetPath()));
   ASSERT_EQ(Read(0), 0);
-  source.Truncate(301 * kSize + 5);
+  if (!source.Truncate(301 * kSize + 5)) GTEST_SKIP() << "an open file cannot be cut here";
   for (uint32_t page = 1; page < 400; page++) ASSERT_EQ(Read(page), page < 301 ? int64_t{page} : -1);
   EXPECT_EQ(reader.GetLength(), 400 * kSize) << "the length is that of the opened file";
 }

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "engine/HeaderMask.h"
 #include "model/AccessColumn.h"
@@ -380,8 +381,10 @@ Bytes CTempFile::Read() const {
   return Bytes(std::istreambuf_iterator<char>(file), {});
 }
 
-void CTempFile::Truncate(uint64_t length) const {
-  std::filesystem::resize_file(std::filesystem::path(ToNativePath(m_path)), length);
+bool CTempFile::Truncate(uint64_t length) const {
+  std::error_code error;
+  std::filesystem::resize_file(std::filesystem::path(ToNativePath(m_path)), length, error);
+  return !error;
 }
 
 }  // namespace tolvane

@@ -135,7 +135,8 @@ class CTempFile {
   CTempFile& operator=(const CTempFile&) = delete;
   [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
   [[nodiscard]] Bytes Read() const;
-  void Truncate(uint64_t length) const;
+  // False where the system keeps others from cutting an open file.
+  [[nodiscard]] bool Truncate(uint64_t length) const;
 
  private:
   std::u16string m_path;
