@@ -8,7 +8,7 @@ Where the standard rules of reading differ from the letter of the file format, t
 reader's value by the rule (expected.py); the report ends with the rules that were needed. What cannot be computed is left
 out by a rule about the column, never by naming a file:
 
-  calculated column    the wrapper around the stored result is taken for the value
+  calculated column    not compared: the readers show the wrapper around the stored result
   complex column       several values are joined from their own table, which is compared itself; attachments and
                        version histories show a marker
   type N               types without a text of their own must read "Default N"

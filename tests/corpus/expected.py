@@ -26,7 +26,7 @@ MINUS_AND_DIGITS = set('-0123456789')
 def skip_reason(column):
     """Why the cells of this column are not compared one by one; None when they are."""
     if column.is_calculated:
-        return 'calculated column: the stored wrapper is taken for the value'
+        return 'calculated column: not compared, the readers show its wrapper'
     if column.type == COMPLEX_KEY:
         return 'complex column: checked against the table of its values'
     if column.type not in KNOWN:
