@@ -11,10 +11,10 @@
 
 #include "checker/CheckContext.h"
 #include "checker/CheckedTable.h"
-#include "checker/IndexPage.h"
 #include "checker/RowKeys.h"
 #include "checker/RowView.h"
 #include "checker/UsageCheck.h"
+#include "writer/embedded/IndexPage.h"
 
 namespace tolvane {
 

@@ -1,7 +1,7 @@
 #include "checker/QueryCheck.h"
 
-#include "checker/IndexPage.h"
 #include "checker/SystemRow.h"
+#include "writer/embedded/IndexPage.h"
 #include "writer/embedded/SystemTables.h"
 
 namespace tolvane {

@@ -1,4 +1,4 @@
-#include "checker/IndexPage.h"
+#include "writer/embedded/IndexPage.h"
 
 namespace tolvane {
 

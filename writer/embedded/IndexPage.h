@@ -1,4 +1,4 @@
-// One page of an index, cut into its entries. Layout: writer/embedded/IndexPageLayout.h.
+// One page of an index, cut into its entries. Layout: IndexPageLayout.h.
 #pragma once
 
 #include <cstdint>
