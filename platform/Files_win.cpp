@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/Files.h"
+#include "platform/Handle_win.h"
 #include "platform/Terminal.h"
 #include "platform/Wide_win.h"
 
@@ -14,26 +15,6 @@ namespace tolvane {
 const char16_t kPathSeparator = u'\\';
 
 namespace {
-
-// Keeps the reason of a failure over the clean-up behind it.
-class CLastErrorKeeper {
- public:
-  CLastErrorKeeper() = default;
-  ~CLastErrorKeeper() { SetLastError(m_error); }
-  CLastErrorKeeper(const CLastErrorKeeper&) = delete;
-  CLastErrorKeeper& operator=(const CLastErrorKeeper&) = delete;
-
- private:
-  DWORD m_error = GetLastError();
-};
-
-struct SHandleCloser {
-  void operator()(HANDLE handle) const {
-    const CLastErrorKeeper keeper;
-    CloseHandle(handle);
-  }
-};
-using CHandle = std::unique_ptr<void, SHandleCloser>;
 
 struct SFindCloser {
   void operator()(HANDLE handle) const {

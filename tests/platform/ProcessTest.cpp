@@ -10,6 +10,8 @@
 #include <ctime>
 #include <thread>
 
+#include "platform/ExternalEngineLauncher.h"
+#include "platform/ProcessManager.h"
 #include "platform/Terminal.h"
 #include "tests/platform/ScratchFolder.h"
 
@@ -91,6 +93,29 @@ TEST(Process, EnvironmentIsRead) {
   EXPECT_FALSE(GetEnvironment(u"PATH").empty());
   EXPECT_EQ(GetEnvironment(u"TOLVANE_NEVER_SET"), u"");
   EXPECT_EQ(GetEnvironment(u""), u"");
+}
+
+TEST(Process, ProgramsAreFoundAndEndedByTheirWholeName) {
+  CProcessManager manager;
+  EXPECT_TRUE(manager.IsRunning(IsOnWindows() ? u"Platform_Tests.exe" : u"Platform_Tests"));
+  EXPECT_FALSE(manager.IsRunning(u"TolvaneNeverStarted.exe"));
+  EXPECT_EQ(manager.Terminate(u"TolvaneNeverStarted.exe"), 0u);
+  if (IsOnWindows()) GTEST_SKIP() << "no program at hand that sleeps";
+  const CScratchFolder folder;
+  // Other runs of this test must not end it.
+  const std::u16string name = u"Sleeper" + ToDecimal(GetProcessNumber());
+  std::filesystem::copy_file("/bin/sleep", ToNativePath(folder / name));
+  const std::unique_ptr<CExternalEngineLauncher> launcher = MakeExternalEngineLauncher();
+  EXPECT_EQ(launcher->Start(folder / u"missing", u"60"), nullptr);
+  const std::unique_ptr<CExternalProcess> sleeper = launcher->Start(folder / name, u"60");
+  ASSERT_NE(sleeper, nullptr) << ToUtf8(SystemMessage(LastSystemError()));
+  EXPECT_FALSE(sleeper->WaitForEnd(0));
+  EXPECT_FALSE(manager.IsRunning(u"Sleeper")) << "a part of the name";
+  EXPECT_TRUE(manager.IsRunning(u"sLEEPER" + ToDecimal(GetProcessNumber())));
+  EXPECT_EQ(manager.Terminate(name), 1u);
+  EXPECT_TRUE(sleeper->WaitForEnd());
+  EXPECT_EQ(sleeper->GetExitCode(), 128u + 9);
+  EXPECT_FALSE(manager.IsRunning(name));
 }
 
 }  // namespace
