@@ -15,15 +15,6 @@ namespace {
 constexpr size_t kPlacesShown = 3;
 constexpr size_t kNotesShown = 12;
 
-std::string DrawPlaces(const CAccessData& data, EDamage kind) {
-  const auto& places = data.GetLedger().GetPlaces(kind);
-  std::string text;
-  for (size_t i = 0; i < places.size() && i < kPlacesShown; ++i)
-    text += (i == 0 ? "" : "; ") + FormatPlace(data, kind, places[i]);
-  if (places.size() > kPlacesShown) text += "; ...";
-  return text;
-}
-
 void AppendCount(uint64_t count, const std::string& words, std::string& out) {
   if (count > 0) out += PadLeft(std::to_string(count), 10) + "  " + words + "\n";
 }
@@ -70,43 +61,23 @@ std::string DrawTables(const CAccessData& data, const SArguments& arguments, con
 }
 
 std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
-  const CDamageLedger& ledger = data.GetLedger();
-  const std::vector<SColumnPlace> unknown = FindUnknownColumns(data);
-  if (ledger.IsClean() && unknown.empty()) return {};
+  const std::vector<SFinding> findings = ListDamage(data, kPlacesShown);
+  if (findings.empty()) return {};
   std::string text = Heading("Lost or doubtful", style);
-  for (const SDamageWords& words : GetDamageWords()) {
-    const uint64_t count = ledger.GetCount(words.kind);
-    if (count == 0) continue;
-    AppendCount(count, count == 1 ? words.singular : words.plural, text);
-    const std::string places = DrawPlaces(data, words.kind);
+  for (const SFinding& finding : findings) {
+    AppendCount(finding.count, ToDisplay(finding.words), text);
     constexpr size_t kIndent = 12;
     const size_t room = style.width > kIndent ? style.width - kIndent : 0;
+    const std::string places = ToDisplay(finding.places);
     if (!places.empty())
       text += std::string(kIndent, ' ') + (room > 0 ? Shorten(places, room) : places) + "\n";
   }
-  for (const SColumnPlace& place : unknown)
-    AppendCount(place.table->header.rowCount,
-                "values of the unknown type " + std::to_string(place.column->type) + ": table " +
-                    ToDisplay(place.table->name) + ", column " + ToDisplay(place.column->GetName()),
-                text);
   return text;
 }
 
 std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style) {
   std::string text;
-  for (const SSaveLoss& loss : summary.losses) {
-    const std::string of = " of table " + ToDisplay(loss.table) + ": " + ToDisplay(loss.reason);
-    AppendCount(loss.records, (loss.records == 1 ? "record" : "records") + of, text);
-    AppendCount(loss.fields, (loss.fields == 1 ? "value" : "values") + of, text);
-  }
-  AppendCount(summary.fieldsDropped, "values outside the range that is saved (bytes above 127)", text);
-  AppendCount(summary.columnsLost, summary.columnsLost == 1 ? "column" : "columns", text);
-  AppendCount(summary.indexesLost, summary.indexesLost == 1 ? "index" : "indexes", text);
-  AppendCount(summary.queriesLost, summary.queriesLost == 1 ? "query" : "queries", text);
-  AppendCount(summary.queriesSkipped,
-              summary.queriesSkipped == 1 ? "query of a kind that cannot be rebuilt"
-                                          : "queries of kinds that cannot be rebuilt",
-              text);
+  for (const SFinding& loss : ListSaveLosses(summary)) AppendCount(loss.count, ToDisplay(loss.words), text);
   if (!text.empty()) text = Heading("Not saved", style) + text;
   if (summary.notes.empty()) return text;
   text += Heading("Remarks", style);

@@ -1,0 +1,167 @@
+#include "app/Findings.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kSystemPrefix = u"MSys";
+
+std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place) {
+  std::u16string text;
+  const auto add = [&text](const std::u16string& part) { text += (text.empty() ? u"" : u", ") + part; };
+  if (place.definition != CDamageLedger::kNoTable) {
+    const CAccessTable* table = data.GetTables().FindTable(place.definition);
+    if (table && !table->name.empty()) add(u"table " + table->name);
+  }
+  if (kind == EDamage::MissingRows) {
+    add(Counted(place.amount, u"row"));
+  } else {
+    add(u"page " + ToDecimal(place.page));
+    if (place.row >= 0) add(u"row " + ToDecimal(place.row));
+  }
+  return text;
+}
+
+std::u16string FormatPlaces(const CAccessData& data, EDamage kind, size_t placesShown) {
+  const auto& places = data.GetLedger().GetPlaces(kind);
+  std::u16string text;
+  for (size_t i = 0; i < places.size() && i < placesShown; ++i)
+    text += (i == 0 ? u"" : u"; ") + FormatPlace(data, kind, places[i]);
+  if (places.size() > placesShown) text += u"; ...";
+  return text;
+}
+
+}  // namespace
+
+bool IsSystemTable(const CAccessTable& table) {
+  return table.name.starts_with(kSystemPrefix);
+}
+
+bool HasContent(const CAccessTable& table) {
+  return !table.name.empty() && table.columns.GetCount() > 0;
+}
+
+std::string FormatName(const SSourceFacts& facts) {
+  if (facts.isJet3) return "Access 97 (Jet 3)";
+  switch (facts.versionByte) {
+    case 0:
+      return "format not readable in the header; pages like Jet 4";
+    case 1:
+      return "Access 2000-2003 (Jet 4)";
+    case 2:
+      return "Access 2007 (ACE 12)";
+    case 3:
+      return "Access 2010 (ACE 14)";
+    case 4:
+    case 5:
+    case 6:
+      return "Access 2013 or later (ACE)";
+    default:
+      return "unknown version " + std::to_string(facts.versionByte) + ", read like Jet 4";
+  }
+}
+
+const std::vector<SDamageWords>& GetDamageWords() {
+  static const std::vector<SDamageWords> kWords{
+      {EDamage::UnreadablePage, "unreadablePage", "page that the system cannot read",
+       "pages that the system cannot read"},
+      {EDamage::PartialPage, "partialPage", "byte behind the last whole page",
+       "bytes behind the last whole page"},
+      {EDamage::OrphanDataPage, "orphanDataPage", "page of rows whose table is not known",
+       "pages of rows whose table is not known"},
+      {EDamage::BrokenDefinition, "brokenDefinition", "broken table definition", "broken table definitions"},
+      {EDamage::LostTable, "lostTable", "table in the catalogue whose definition is gone",
+       "tables in the catalogue whose definitions are gone"},
+      {EDamage::UnnamedTable, "unnamedTable", "table whose name is lost", "tables whose names are lost"},
+      {EDamage::RejectedRow, "rejectedRow", "row that cannot be true", "rows that cannot be true"},
+      {EDamage::BrokenOverflow, "brokenOverflow", "moved row that is not where it should be",
+       "moved rows that are not where they should be"},
+      {EDamage::BrokenPage, "brokenPage", "page of rows with an impossible head",
+       "pages of rows with impossible heads"},
+      {EDamage::MissingRows, "missingRows", "row missing, by the count in the table's definition",
+       "rows missing, by the counts in the tables' definitions"},
+      {EDamage::BrokenValue, "brokenValue", "value outside its row", "values outside their rows"},
+      {EDamage::BrokenLongValue, "brokenLongValue", "memo or OLE object that ends early",
+       "memos or OLE objects that end early"},
+      {EDamage::SkippedTable, "skippedTable", "table skipped for want of space for its rows",
+       "tables skipped for want of space for their rows"},
+  };
+  return kWords;
+}
+
+std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data) {
+  constexpr uint8_t kUnknown[] = {kTypeNone, kTypeUnknown13, 14, 17};
+  std::vector<SColumnPlace> found;
+  for (const auto& table : data.GetTables()) {
+    if (IsSystemTable(*table) || table->header.rowCount == 0) continue;
+    for (const CAccessColumn& column : table->columns)
+      if (column.type > kTypeComplex || std::count(std::begin(kUnknown), std::end(kUnknown), column.type) > 0)
+        found.push_back({table.get(), &column});
+  }
+  return found;
+}
+
+bool IsRecoveryWhole(const CAccessData& data) {
+  return data.GetLedger().IsClean() && FindUnknownColumns(data).empty();
+}
+
+bool IsNothingRecovered(const CAccessData& data) {
+  uint64_t rows = 0;
+  for (const auto& table : data.GetTables()) {
+    if (HasContent(*table) && !IsSystemTable(*table)) return false;
+    rows += table->header.rowCount;
+  }
+  // A database without a table of the user's is a healthy one when its own tables are there.
+  return rows == 0 || data.GetLedger().GetCount(EDamage::LostTable) > 0;
+}
+
+bool HasSaveLosses(const SSaveSummary& summary) {
+  return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.columnsLost > 0 ||
+         summary.indexesLost > 0 || summary.queriesLost > 0 || summary.queriesSkipped > 0;
+}
+
+std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown) {
+  std::vector<SFinding> found;
+  for (const SDamageWords& words : GetDamageWords())
+    if (const uint64_t count = data.GetLedger().GetCount(words.kind); count > 0)
+      found.push_back({count, FromAscii(count == 1 ? words.singular : words.plural),
+                       FormatPlaces(data, words.kind, placesShown)});
+  for (const SColumnPlace& place : FindUnknownColumns(data))
+    found.push_back({place.table->header.rowCount,
+                     u"values of the unknown type " + ToDecimal(place.column->type) + u": table " +
+                         place.table->name + u", column " + std::u16string(place.column->GetName()),
+                     {}});
+  return found;
+}
+
+std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
+  std::vector<SFinding> found;
+  const auto add = [&found](uint64_t count, std::u16string_view singular, std::u16string_view plural,
+                            const std::u16string& rest = {}) {
+    if (count > 0) found.push_back({count, std::u16string(count == 1 ? singular : plural) + rest, {}});
+  };
+  for (const SSaveLoss& loss : summary.losses) {
+    const std::u16string of = u" of table " + loss.table + u": " + loss.reason;
+    add(loss.records, u"record", u"records", of);
+    add(loss.fields, u"value", u"values", of);
+  }
+  constexpr std::u16string_view kOutOfRange = u"values outside the range that is saved (bytes above 127)";
+  add(summary.fieldsDropped, kOutOfRange, kOutOfRange);
+  add(summary.columnsLost, u"column", u"columns");
+  add(summary.indexesLost, u"index", u"indexes");
+  add(summary.queriesLost, u"query", u"queries");
+  add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
+      u"queries of kinds that cannot be rebuilt");
+  return found;
+}
+
+std::u16string Counted(uint64_t count, std::u16string_view noun) {
+  return ToDecimal(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
+}
+
+}  // namespace tolvane

@@ -1,0 +1,60 @@
+// What a repair and a save found, judged for the user: which tables, how complete, which words for which
+// damage. Every front end draws from here.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/AccessData.h"
+#include "writer/SavedTable.h"
+
+namespace tolvane {
+
+// Tables of the database engine itself; they are never saved.
+bool IsSystemTable(const CAccessTable& table);
+// A table that can be saved and shown.
+bool HasContent(const CAccessTable& table);
+// "Access 2000-2003 (Jet 4)", in ASCII.
+std::string FormatName(const SSourceFacts& facts);
+
+// One kind of damage in words, in ASCII.
+struct SDamageWords {
+  EDamage kind;
+  const char* name;      // for programs
+  const char* singular;  // "row was rejected ..."
+  const char* plural;
+};
+const std::vector<SDamageWords>& GetDamageWords();
+
+struct SColumnPlace {
+  const CAccessTable* table;
+  const CAccessColumn* column;
+};
+// Columns with rows whose values could not be read because nobody knows their type.
+std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data);
+
+// True when nothing was lost and nothing is doubtful on reading.
+bool IsRecoveryWhole(const CAccessData& data);
+// No table worth anything was found.
+bool IsNothingRecovered(const CAccessData& data);
+bool HasSaveLosses(const SSaveSummary& summary);
+
+// So many of what, and where; no places when nothing is known about them. Recovered names in the texts may
+// hold any unit.
+struct SFinding {
+  uint64_t count = 0;
+  std::u16string words;
+  std::u16string places;
+};
+// What was lost or is doubtful on reading, with up to `placesShown` places of each kind.
+std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown);
+// What could not be saved as it was recovered.
+std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary);
+
+// "1 row", "2 rows"
+std::u16string Counted(uint64_t count, std::u16string_view noun);
+
+}  // namespace tolvane

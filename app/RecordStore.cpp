@@ -1,0 +1,151 @@
+#include "app/RecordStore.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <mutex>
+
+#include "app/SpillFile.h"
+#include "app/TextSearch.h"
+
+namespace tolvane {
+
+// A row is the sequence of its cells that are not empty, each
+//
+//   0 u32 column   4 u32 units   8 the text in UTF-16
+//
+// and ends where the next row begins. Numbers are in the machine's own order: no other program reads the
+// file.
+class CRecordStore::CState {
+ public:
+  struct SCell {
+    uint32_t column = 0;
+    uint32_t units = 0;
+    uint64_t at = 0;  // of the text
+  };
+  static constexpr size_t kCellHead = 8;
+
+  mutable std::mutex mutex;
+  std::vector<SColumn> columns;
+  std::vector<uint64_t> rows;  // where each begins
+  mutable CSpillFile cells;
+  bool isFull = false;  // the last row may lack cells, and no further one is taken
+  uint32_t generation = 0;
+
+  [[nodiscard]] uint64_t EndOf(size_t item) const {
+    return item + 1 < rows.size() ? rows[item + 1] : cells.GetLength();
+  }
+  // The cell at `position`, which is moved behind it; false at the end of the row.
+  bool NextCell(uint64_t& position, uint64_t end, SCell& cell) const {
+    std::array<uint8_t, kCellHead> head{};
+    if (position + kCellHead > end || cells.Read(position, head) != kCellHead) return false;
+    std::memcpy(&cell.column, head.data(), 4);
+    std::memcpy(&cell.units, head.data() + 4, 4);
+    cell.at = position + kCellHead;
+    position = cell.at + uint64_t{2} * cell.units;
+    return position <= end;
+  }
+  [[nodiscard]] std::u16string ReadText(const SCell& cell, size_t maxUnits) const {
+    std::u16string text(std::min<size_t>(cell.units, maxUnits), u'\0');
+    const size_t bytes = cells.Read(cell.at, {reinterpret_cast<uint8_t*>(text.data()), 2 * text.size()});
+    text.resize(bytes / 2);
+    return text;
+  }
+  // The first cell of the item from column `first` on that holds the text.
+  [[nodiscard]] std::optional<size_t> FindInRow(size_t item, size_t first, std::u16string_view folded) const {
+    uint64_t position = rows[item];
+    const uint64_t end = EndOf(item);
+    for (SCell cell; NextCell(position, end, cell);)
+      if (cell.column >= first && cell.units >= folded.size() &&
+          ContainsFolded(ReadText(cell, SIZE_MAX), folded))
+        return cell.column;
+    return std::nullopt;
+  }
+};
+
+CRecordStore::CRecordStore() : m_state(std::make_unique<CState>()) {}
+
+CRecordStore::~CRecordStore() = default;
+
+void CRecordStore::InsertColumn(size_t index, std::u16string_view heading, int32_t width) {
+  const std::lock_guard lock(m_state->mutex);
+  auto& columns = m_state->columns;
+  columns.insert(columns.begin() + static_cast<ptrdiff_t>(std::min(index, columns.size())),
+                 {std::u16string(heading), width});
+}
+
+void CRecordStore::InsertItem(size_t) {
+  const std::lock_guard lock(m_state->mutex);
+  if (!m_state->isFull) m_state->rows.push_back(m_state->cells.GetLength());
+}
+
+void CRecordStore::SetItemText(size_t item, size_t column, std::u16string_view text) {
+  const std::lock_guard lock(m_state->mutex);
+  CState& state = *m_state;
+  if (state.isFull || text.empty() || item + 1 != state.rows.size()) return;
+  const std::array<uint32_t, 2> head{static_cast<uint32_t>(column), static_cast<uint32_t>(text.size())};
+  state.isFull = !state.cells.Append({reinterpret_cast<const uint8_t*>(head.data()), CState::kCellHead}) ||
+                 !state.cells.Append({reinterpret_cast<const uint8_t*>(text.data()), 2 * text.size()});
+}
+
+std::vector<CRecordStore::SColumn> CRecordStore::GetColumns() const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->columns;
+}
+
+size_t CRecordStore::GetItemCount() const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->rows.size();
+}
+
+std::u16string CRecordStore::GetCell(size_t item, size_t column, size_t maxUnits) const {
+  const std::lock_guard lock(m_state->mutex);
+  const CState& state = *m_state;
+  if (item >= state.rows.size()) return {};
+  uint64_t position = state.rows[item];
+  const uint64_t end = state.EndOf(item);
+  for (CState::SCell cell; state.NextCell(position, end, cell);)
+    if (cell.column == column) return state.ReadText(cell, maxUnits);
+  return {};
+}
+
+void CRecordStore::Clear() {
+  const std::lock_guard lock(m_state->mutex);
+  CState& state = *m_state;
+  state.rows = {};
+  state.columns.clear();
+  state.cells.Clear();
+  state.isFull = false;
+  ++state.generation;
+}
+
+uint32_t CRecordStore::GetGeneration() const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->generation;
+}
+
+std::u16string CRecordStore::GetProblem() const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->cells.GetProblem();
+}
+
+std::optional<CRecordStore::SPlace> CRecordStore::Find(std::u16string_view text, std::optional<SPlace> from,
+                                                       size_t maxItems, SPlace& lookedTo) const {
+  const std::lock_guard lock(m_state->mutex);
+  const CState& state = *m_state;
+  lookedTo = from.value_or(SPlace{});
+  if (state.rows.empty() || text.empty()) return std::nullopt;
+  const std::u16string folded = FoldCase(text);
+  const size_t last = state.columns.empty() ? 0 : state.columns.size() - 1;
+  size_t item = from && from->item < state.rows.size() ? from->item : 0;
+  size_t first = from && from->item < state.rows.size() ? from->column + 1 : 0;
+  for (size_t looked = 0; looked < maxItems; ++looked) {
+    if (const auto column = state.FindInRow(item, first, folded)) return lookedTo = {item, *column};
+    lookedTo = {item, last};
+    item = (item + 1) % state.rows.size();
+    first = 0;
+  }
+  return std::nullopt;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,66 @@
+// The records of the preview, filled by the preview's thread and read by the window that draws them.
+//
+// Cells lie one after the other in a file of the work folder; memory holds one offset a row and a few blocks
+// that were read last. So a table of a million rows, or one with huge memos, costs little memory, and any row
+// is there at once. Thread-safe: one writer, one reader.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "store/PreviewList.h"
+
+namespace tolvane {
+
+class CRecordStore : public CPreviewList {
+ public:
+  struct SColumn {
+    std::u16string heading;
+    int32_t width = 0;  // in pixels at 96 DPI
+  };
+
+  CRecordStore();
+  ~CRecordStore() override;
+
+  // CPreviewList: called by the preview's thread. Cells of an item are set in ascending order before the next
+  // item is inserted.
+  void InsertColumn(size_t index, std::u16string_view heading, int32_t width) override;
+  void InsertItem(size_t index) override;
+  void SetItemText(size_t item, size_t column, std::u16string_view text) override;
+
+  // Called by the window. Columns are complete as soon as there is one item or the preview has finished.
+  [[nodiscard]] std::vector<SColumn> GetColumns() const;
+  // Items whose cells are all there and those whose last cells still come.
+  [[nodiscard]] size_t GetItemCount() const override;
+  // The whole cell; `maxUnits` shortens what is only drawn.
+  [[nodiscard]] std::u16string GetCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
+  // Removes all rows, then all columns. Not while the preview's thread runs.
+  void Clear();
+  // Changes with every Clear.
+  [[nodiscard]] uint32_t GetGeneration() const;
+  // Why there are no more rows than these although the table has more, in the system's words; empty when all
+  // came.
+  [[nodiscard]] std::u16string GetProblem() const;
+
+  struct SPlace {
+    size_t item = 0;
+    size_t column = 0;
+  };
+  // The next cell after `from` (or, without it, from the first cell) whose text holds `text`, ignoring case;
+  // wraps round, and looks at the rest of the first item again at the end. Looks at no more than `maxItems`
+  // items, so that a window stays alive: `from` of the next call is then `lookedTo`, the last cell that was
+  // looked at. Whoever calls counts the items: after GetItemCount() + 1 of them there is no such cell.
+  [[nodiscard]] std::optional<SPlace> Find(std::u16string_view text, std::optional<SPlace> from,
+                                           size_t maxItems, SPlace& lookedTo) const;
+
+ private:
+  class CState;
+  std::unique_ptr<CState> m_state;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,447 @@
+#include "app/RepairWorkflow.h"
+
+#include "app/RepairFile.h"
+#include "app/StartChoice.h"
+#include "app/ViewTexts.h"
+#include "app/status/Status.h"
+#include "engine/DBFileReader.h"
+#include "platform/ErrorHandler.h"
+#include "platform/Files.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr uint32_t kPollPeriod = 5;      // milliseconds
+constexpr double kPauseAfterStop = 3.0;  // seconds
+constexpr uint32_t kPauseSlice = 20;     // milliseconds
+
+SCommandSwitches SwitchesOf(EPageState page) {
+  switch (page) {
+    case EPageState::Repairing:
+    case EPageState::Saving:
+      return {.canRepair = false, .canStop = true, .canSave = false};
+    case EPageState::Repaired:
+    case EPageState::Saved:
+      return {.canRepair = true, .canStop = false, .canSave = true};
+    default:
+      return {.canRepair = true, .canStop = false, .canSave = false};
+  }
+}
+
+constexpr SCommandSwitches kAllOff{.canRepair = false, .canStop = false, .canSave = false};
+
+}  // namespace
+
+CRepairWorkflow::CRepairWorkflow(const SWorkflowParts& parts)
+    : m_dialogs(parts.dialogs),
+      m_view(parts.view),
+      m_frame(parts.frame),
+      m_processes(parts.processes),
+      m_engine(&parts.engine),
+      m_clock(parts.clock ? *parts.clock : m_systemClock),
+      m_recentFiles(parts.recentFiles),
+      m_manager(std::make_unique<COvRepairFileManager>()) {
+  m_page.SetView(&m_view);
+}
+
+CRepairWorkflow::~CRepairWorkflow() {
+  if (m_repairThread.IsWorking()) CRepairingFileStatus::Instance().SetRunning(false);
+}
+
+void CRepairWorkflow::Start() {
+  SetPage(EPageState::ModeSelection);
+}
+
+void CRepairWorkflow::SetEngine(CDaoEngine& engine) {
+  m_engine = &engine;
+}
+
+bool CRepairWorkflow::IsTemplateMode() const {
+  return m_manager->GetMode().IsAdvance();
+}
+
+bool CRepairWorkflow::IsWorking() const {
+  return CRepairThreadCounter::Instance().GetCount() != 0 || m_repairThread.IsWorking() || m_save.IsWorking();
+}
+
+// --- pages ---
+
+void CRepairWorkflow::SetPage(EPageState page) {
+  m_page.SetState(page);
+  m_page.UpdatePages(IsTemplateMode());
+  m_frame.EnableCommands(SwitchesOf(page));
+  ShowHint();
+}
+
+void CRepairWorkflow::ShowHint() {
+  switch (GetPage()) {
+    case EPageState::ModeSelection:
+      return m_view.SetHint(kChooseFileHint);
+    case EPageState::FileSelected:
+      return m_view.SetHint(m_manager->GetCorruptedPath().empty() ? kChooseFileHint : kFileSelectedHint);
+    case EPageState::Saved:
+      return m_view.SetHint(m_save.IsWorking() || m_save.GetProblem().empty()
+                                ? kSavedHint
+                                : u"The database could not be saved as a whole.");
+    default:
+      return m_view.SetHint({});
+  }
+}
+
+void CRepairWorkflow::Next() {
+  switch (GetPage()) {
+    case EPageState::ModeSelection:
+      if (ChooseCorruptedFile()) Next();
+      break;
+    case EPageState::FileSelected:
+      BeginRepair();
+      break;
+    case EPageState::Repairing:
+      SetPage(EPageState::Repaired);
+      break;
+    case EPageState::Repaired:
+      BeginSave();
+      break;
+    case EPageState::Saving:
+      SetPage(EPageState::Saved);
+      break;
+    case EPageState::Saved:
+      break;
+  }
+}
+
+void CRepairWorkflow::Back() {
+  m_page.Back();
+  SetPage(GetPage());
+  if (GetPage() == EPageState::Repaired) ShowSummary();
+}
+
+void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
+  if (IsWorking()) return;
+  m_manager->GetMode().SetMode(isTemplateMode ? CRepairModeStatus::kAdvance : CRepairModeStatus::kStandard);
+  m_page.UpdatePages(isTemplateMode);
+}
+
+// --- files ---
+
+bool CRepairWorkflow::ChooseCorruptedFile() {
+  if (IsWorking()) return false;
+  const std::u16string path = m_dialogs.ChooseOpenFile(AskForCorruptedFile(EAskedFrom::MainView));
+  SelectCorruptedFile(path);
+  return !path.empty();
+}
+
+bool CRepairWorkflow::ChooseTemplateFile() {
+  if (IsWorking()) return false;
+  const std::u16string path = m_dialogs.ChooseOpenFile(AskForTemplateFile(EAskedFrom::MainView));
+  SelectTemplateFile(path);
+  return !path.empty();
+}
+
+void CRepairWorkflow::SelectCorruptedFile(std::u16string_view path) {
+  if (path.empty() || IsWorking()) return;
+  m_manager->SetCorruptedPath(path);
+  m_view.SetSelectedFile(path);
+  SetPage(EPageState::FileSelected);
+}
+
+void CRepairWorkflow::SelectTemplateFile(std::u16string_view path) {
+  if (path.empty() || IsWorking()) return;
+  m_manager->SetTemplatePath(path);
+  m_view.SetTemplateFile(path);
+}
+
+// --- repair ---
+
+void CRepairWorkflow::BeginRepair() {
+  // Nothing is selected after a stop.
+  if (m_manager->GetCorruptedPath().empty() && !ChooseCorruptedFile()) return;
+  if (!CanRepair() || IsWorking()) return;
+  if (m_recentFiles) m_recentFiles->Add(m_manager->GetCorruptedPath());
+  SetPage(EPageState::Repairing);
+  StartRepair();
+}
+
+bool CRepairWorkflow::CanRepair() {
+  const std::u16string templatePath = m_manager->GetTemplatePath();
+  const auto incomplete = CheckStartChoice({IsTemplateMode(), m_manager->GetCorruptedPath(), templatePath});
+  if (incomplete) {
+    m_dialogs.ShowMessage(*incomplete, EMessageIcon::Information);
+    return false;
+  }
+  return CheckFile(m_manager->GetCorruptedPath()) && (!IsTemplateMode() || CheckFile(templatePath));
+}
+
+bool CRepairWorkflow::CheckFile(const std::u16string& path) {
+  if (!CanRead(path)) {
+    m_dialogs.ShowMessage(u"File '" + path + u"' does not exist or access is denied.", EMessageIcon::None);
+    return false;
+  }
+  CDBFileReader reader;
+  CErrorHandler handler;
+  reader.SetPath(path);
+  if (reader.Open(handler)) return reader.Close();
+  m_dialogs.ShowMessage(handler.GetMessageText(), EMessageIcon::None);
+  return false;
+}
+
+void CRepairWorkflow::StartRepair() {
+  EndExternalEngine(m_processes);
+  DiscardResult();
+  CStatusProgress::Instance().SetText({});
+  CProgressStatus::Instance().SetPos(0);
+  CRepairingFileStatus::Instance().SetRunning(true);
+  StartRepairTimer();
+  if (m_repairThread.Start([manager = m_manager.get()] { RunRepairWorker(*manager); })) return;
+  CRepairingFileStatus::Instance().SetRunning(false);
+  StopRepairTimer();
+  SetPage(EPageState::FileSelected);
+  m_dialogs.ShowMessage(u"The system has no room for another thread.", EMessageIcon::Warning);
+}
+
+void CRepairWorkflow::OnRepairTimer() {
+  m_frame.StepProgressBar();
+  if (!CRepairingFileStatus::Instance().IsRunning()) {
+    StopRepairTimer();
+    WaitForWorkers();
+    SetPage(EPageState::Repaired);
+    ShowResult();
+  }
+  CopyTexts();
+}
+
+void CRepairWorkflow::ShowResult() {
+  m_treeItem.clear();
+  if (const CAccessData* data = m_manager->GetData()) m_view.SetTables(ListTables(*data));
+  ShowSummary();
+}
+
+// The worker deletes the earlier result: nothing may show or read it any more.
+void CRepairWorkflow::DiscardResult() {
+  AbortPreview();
+  m_view.SetTables({});
+  ClearPreview();
+  m_view.SetSummary({});
+  m_view.SetOutputPath({});
+  m_treeItem.clear();
+}
+
+void CRepairWorkflow::StopRepair() {
+  if (GetPage() != EPageState::Repairing) return;
+  if (!m_dialogs.AskYesNo(kStopQuestion)) return;
+  // It may have ended while the question was open.
+  if (GetPage() != EPageState::Repairing) return;
+  m_view.SetStatusLine(kPleaseWait);
+  m_frame.EnableCommands(kAllOff);
+  StopRepairTimer();
+  CRepairingFileStatus::Instance().SetRunning(false);
+  WaitForWorkers();
+  m_manager->SetRepair(nullptr);
+  DiscardResult();
+  m_manager->SetCorruptedPath({});
+  m_view.SetSelectedFile({});
+  m_view.SetStatusLine({});
+  m_view.ClearLog();
+  SetPage(EPageState::FileSelected);
+  m_dialogs.ShowMessage(kStopped, EMessageIcon::Information);
+}
+
+// --- save ---
+
+void CRepairWorkflow::BeginSave() {
+  if (IsWorking()) return;
+  if (!m_manager->GetData()) {
+    m_dialogs.ShowMessage(u"There is nothing to save.", EMessageIcon::Information);
+    return;
+  }
+  if (m_save.ChooseOutputPath(m_dialogs, m_processes, *m_manager).empty()) return;
+  SetPage(EPageState::Saving);
+  if (m_save.StartSave(m_view, *m_engine, *m_manager, [this] { StartSaveTimer(); })) return;
+  StopSaveTimer();
+  Back();
+  m_dialogs.ShowMessage(u"The system has no room for another thread.", EMessageIcon::Warning);
+}
+
+void CRepairWorkflow::OnSaveTimer() {
+  m_frame.StepProgressBar();
+  CSavingStatus& status = CSavingStatus::Instance();
+  if (!status.IsSaving()) {
+    WaitForWorkers();
+    if (GetPage() == EPageState::Saving) {
+      if (status.GetLaunchFailed()) {
+        Back();
+      } else {
+        ShowSaved();
+        Next();
+      }
+    }
+    status.SetLaunchFailed(false);
+    StopSaveTimer();
+  }
+  CopyTexts();
+}
+
+void CRepairWorkflow::ShowSaved() {
+  m_view.SetOutputPath(m_save.GetOutputPath());
+  m_view.SetSummary(DescribeSave(m_save.GetSummary(), m_save.GetOutputPath(), m_save.GetProblem()));
+}
+
+void CRepairWorkflow::StopSave() {
+  if (GetPage() != EPageState::Saving) return;
+  if (!m_dialogs.AskYesNo(kStopQuestion)) return;
+  if (GetPage() != EPageState::Saving) return;
+  m_frame.EnableCommands(kAllOff);
+  StopRepairTimer();
+  StopSaveTimer();
+  CSavingStatus::Instance().SetSaving(false);
+  CRepairingFileStatus::Instance().SetRunning(false);
+  EndExternalEngine(m_processes);
+  WaitForWorkers();
+  TellRemovedOutput();
+  Back();
+  PauseAfterStop();
+  m_dialogs.ShowMessage(kStopped, EMessageIcon::Information);
+}
+
+// A database that lacks tables must not be taken for the repaired one.
+void CRepairWorkflow::TellRemovedOutput() {
+  if (!m_save.RemoveUnfinished()) return;
+  CRepairLog::Instance().Set(u"Stopped. The unfinished database was deleted: " + m_save.GetOutputPath());
+  CStatusProgress::Instance().SetText({});
+  CopyTexts();
+}
+
+// --- timers ---
+
+void CRepairWorkflow::OnTimer(uint32_t identifier) {
+  if (identifier == kRepairTimer) OnRepairTimer();
+  if (identifier == kSaveTimer) OnSaveTimer();
+}
+
+void CRepairWorkflow::StartTimer(uint32_t identifier) {
+  m_view.ClearLog();
+  m_frame.ShowProgressBar(true);
+  m_frame.SetTimer(identifier, kTimerPeriod);
+}
+
+void CRepairWorkflow::StopTimer(uint32_t identifier) {
+  m_frame.KillTimer(identifier);
+  m_frame.ShowProgressBar(false);
+  m_frame.ResetProgressBar();
+}
+
+void CRepairWorkflow::StartRepairTimer() {
+  StartTimer(kRepairTimer);
+}
+
+void CRepairWorkflow::StartSaveTimer() {
+  StartTimer(kSaveTimer);
+}
+
+void CRepairWorkflow::StopRepairTimer() {
+  StopTimer(kRepairTimer);
+}
+
+void CRepairWorkflow::StopSaveTimer() {
+  StopTimer(kSaveTimer);
+  m_view.SetStatusLine(CStatusProgress::Instance().GetText());
+}
+
+void CRepairWorkflow::CopyTexts() {
+  m_view.SetLogText(CRepairLog::Instance().Get());
+  m_view.SetStatusLine(CStatusProgress::Instance().GetText());
+  m_frame.RefreshProgress();
+}
+
+// --- preview ---
+
+const CAccessTable* CRepairWorkflow::FindTable(std::u16string_view name) const {
+  const CAccessData* data = m_manager->GetData();
+  if (!data) return nullptr;
+  for (const auto& table : data->GetTables())
+    if (table->name == name) return table.get();
+  return nullptr;
+}
+
+void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
+  const bool isNew = !name.empty() && name != m_treeItem;
+  m_treeItem = name;
+  // While the worker repairs, the result is its own.
+  if (!isNew || m_repairThread.IsWorking()) return;
+  AbortPreview();
+  ClearPreview();
+  ShowSummary();
+  const CAccessTable* table = FindTable(m_treeItem);
+  if (table) m_preview.Start(*table, *m_manager->GetData(), m_records);
+}
+
+void CRepairWorkflow::ShowSummary() {
+  if (m_treeItem.empty() || m_treeItem == kTreeRoot) return m_view.SetSummary(DescribeRepair(*m_manager));
+  const CAccessTable* table = FindTable(m_treeItem);
+  m_view.SetSummary(table ? DescribeTable(*table) : std::u16string());
+}
+
+void CRepairWorkflow::AbortPreview() {
+  CPreviewThreadStatus& status = CPreviewThreadStatus::Instance();
+  if (status.IsBusy()) {
+    status.SetAbort(1);
+    WaitWhile([&status] { return status.IsBusy(); });
+  }
+  m_preview.Join();
+}
+
+void CRepairWorkflow::ClearPreview() {
+  m_records.Clear();
+  m_view.RefreshRecords();
+}
+
+// --- waiting ---
+
+void CRepairWorkflow::WaitWhile(const std::function<bool()>& condition) {
+  while (condition()) {
+    m_frame.KeepPainting();
+    m_clock.Sleep(kPollPeriod);
+  }
+}
+
+// The counter does not count saves; their thread itself is asked.
+void CRepairWorkflow::WaitForWorkers() {
+  WaitWhile([this] { return IsWorking(); });
+  m_repairThread.Join();
+  m_save.Join();
+}
+
+void CRepairWorkflow::PauseAfterStop() {
+  const double end = m_clock.GetSeconds() + kPauseAfterStop;
+  while (m_clock.GetSeconds() < end) {
+    m_frame.KeepPainting();
+    m_clock.Sleep(kPauseSlice);
+  }
+}
+
+// --- the end ---
+
+bool CRepairWorkflow::Close() {
+  m_frame.RestoreIfMinimised();
+  if (GetPage() == EPageState::Repairing) {
+    StopRepair();
+    if (GetPage() == EPageState::Repairing) return false;
+  } else if (GetPage() == EPageState::Saving) {
+    StopSave();
+    if (GetPage() == EPageState::Saving) return false;
+  }
+  if (!m_dialogs.AskYesNo(kCloseQuestion)) return false;
+  if (GetPage() == EPageState::Saved) SetPage(EPageState::Repaired);
+  if (GetPage() > EPageState::FileSelected) Back();
+  AbortPreview();
+  CRepairingFileStatus::Instance().SetRunning(false);
+  CSavingStatus::Instance().SetSaving(false);
+  WaitForWorkers();
+  m_records.Clear();
+  m_manager.reset();
+  m_frame.EndProcess();
+  return true;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,139 @@
+// The way of the user through the pages: choose, repair, look, save. Every decision and every message of the
+// window program is here; a front end draws, asks and forwards. Main thread only; the workers that it starts
+// report through the status objects, which its two timers read.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "app/FileSave.h"
+#include "app/FrontEnd.h"
+#include "app/RecentFiles.h"
+#include "app/RecordStore.h"
+#include "app/RepairFileManager.h"
+#include "app/ShowPageState.h"
+#include "app/TablePreview.h"
+#include "app/WorkerThread.h"
+#include "platform/ProcessManager.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+inline constexpr uint32_t kRepairTimer = 61462;
+inline constexpr uint32_t kSaveTimer = 61463;
+inline constexpr uint32_t kTimerPeriod = 1000;  // milliseconds
+
+// What the workflow works with; nothing is owned and all must outlive it.
+struct SWorkflowParts {
+  CDialogs& dialogs;
+  CMainViewWindow& view;
+  CMainFrameWindow& frame;
+  CProcessManager& processes;
+  CDaoEngine& engine;
+  CWaitClock* clock = nullptr;          // null: the system's
+  CRecentFiles* recentFiles = nullptr;  // null: nothing is remembered
+};
+
+class CRepairWorkflow {
+ public:
+  explicit CRepairWorkflow(const SWorkflowParts& parts);
+  // Stops what runs and waits for it, without a question.
+  ~CRepairWorkflow();
+  CRepairWorkflow(const CRepairWorkflow&) = delete;
+  CRepairWorkflow& operator=(const CRepairWorkflow&) = delete;
+
+  // Shows the first page.
+  void Start();
+  // For the next save. Must outlive the workflow.
+  void SetEngine(CDaoEngine& engine);
+
+  // Commands.
+  void Next();
+  void Back();
+  // The choice of the two mode buttons.
+  void ChooseMode(bool isTemplateMode);
+  // Asks for a file with the dialog; false when cancelled.
+  bool ChooseCorruptedFile();
+  bool ChooseTemplateFile();
+  // A file that was dropped, given on the command line or chosen from the recent files: it is selected, and
+  // nothing starts. Ignored while a worker runs.
+  void SelectCorruptedFile(std::u16string_view path);
+  void SelectTemplateFile(std::u16string_view path);
+  void StopRepair();
+  void StopSave();
+  // From the window's close button. False: the program stays open. True is only seen in tests: before, the
+  // process ends. Nothing but the destructor may be called then.
+  bool Close();
+  void OnTimer(uint32_t identifier);
+  // On every selection change of the tree; the text of the selected item, without its row count.
+  void SelectTreeItem(std::u16string_view name);
+
+  // Views.
+  [[nodiscard]] EPageState GetPage() const { return m_page.GetState(); }
+  [[nodiscard]] bool IsTemplateMode() const;
+  [[nodiscard]] bool IsWorking() const;  // a repair or a save runs
+  [[nodiscard]] const COvRepairFileManager& GetManager() const { return *m_manager; }
+  [[nodiscard]] const std::u16string& GetOutputPath() const { return m_save.GetOutputPath(); }
+  [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
+
+ private:
+  void SetPage(EPageState page);
+  void ShowHint();
+  void ShowSummary();
+
+  // Repair.
+  void BeginRepair();
+  [[nodiscard]] bool CanRepair();
+  [[nodiscard]] bool CheckFile(const std::u16string& path);
+  void StartRepair();
+  void OnRepairTimer();
+  void ShowResult();
+  void DiscardResult();
+
+  // Save.
+  void BeginSave();
+  void OnSaveTimer();
+  void ShowSaved();
+  void TellRemovedOutput();
+
+  // Timers.
+  void StartRepairTimer();
+  void StartSaveTimer();
+  void StopRepairTimer();
+  void StopSaveTimer();
+  void StartTimer(uint32_t identifier);
+  void StopTimer(uint32_t identifier);
+  void CopyTexts();
+
+  // Preview.
+  [[nodiscard]] const CAccessTable* FindTable(std::u16string_view name) const;
+  void AbortPreview();
+  void ClearPreview();
+
+  // Waiting: polls and keeps painting.
+  void WaitWhile(const std::function<bool()>& condition);
+  void WaitForWorkers();
+  void PauseAfterStop();
+
+  CDialogs& m_dialogs;
+  CMainViewWindow& m_view;
+  CMainFrameWindow& m_frame;
+  CProcessManager& m_processes;
+  CDaoEngine* m_engine;
+  CWaitClock m_systemClock;
+  CWaitClock& m_clock;
+  CRecentFiles* m_recentFiles;
+
+  CShowPageState m_page;
+  std::u16string m_treeItem;  // the item of the tree that was selected last
+  std::unique_ptr<COvRepairFileManager> m_manager;
+  CRecordStore m_records;
+  // Last, so that the threads end before what they work on.
+  CTablePreview m_preview;
+  CWorkerThread m_repairThread;
+  COvFileSave m_save;
+};
+
+}  // namespace tolvane

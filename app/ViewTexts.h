@@ -1,0 +1,35 @@
+// What the pages say.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/FrontEnd.h"
+#include "app/RepairFileManager.h"
+#include "writer/SavedTable.h"
+
+namespace tolvane {
+
+inline constexpr std::u16string_view kCloseQuestion = u"Are you sure, you want to close the application?";
+inline constexpr std::u16string_view kStopQuestion = u"Do you really want to stop current process?";
+inline constexpr std::u16string_view kStopped = u"Proccess stop by user.";
+inline constexpr std::u16string_view kPleaseWait = u"Please wait...";
+inline constexpr std::u16string_view kChooseFileHint =
+    u"Please click on repair button and select corrupted MS Access file.";
+inline constexpr std::u16string_view kFileSelectedHint =
+    u"Select corrupted access file and press repair button.";
+inline constexpr std::u16string_view kSavedHint = u"The database has been repaired and saved successfully.";
+
+// The recovered tables that the tree shows: those that a save would write.
+std::vector<STableItem> ListTables(const CAccessData& data);
+// Summaries; lines are joined with "\r\n".
+std::u16string DescribeTable(const CAccessTable& table);
+// Of the root: source, tables, rows, saved queries and everything lost. Reads the saved queries back, and
+// looks at the source once more when nothing was recovered.
+std::u16string DescribeRepair(const COvRepairFileManager& manager);
+// Of the last page. `problem` is why the save ended early, or empty.
+std::u16string DescribeSave(const SSaveSummary& summary, std::u16string_view path,
+                            std::u16string_view problem);
+
+}  // namespace tolvane
