@@ -27,6 +27,7 @@ void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/,
   m_parser.reset();
 
   const bool isJet4 = CAccessVersionHandler().IsJet4(sourcePath);
+  m_data->sourcePath = sourcePath;
   m_data->source = ReadSourceFacts(sourcePath, isJet4);
   if (isJet4)
     m_parser = std::make_unique<CAccessProcessFileJet4>(m_rules);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "model/AccessTable.h"
@@ -36,6 +37,7 @@ class CAccessData {
   [[nodiscard]] CDamageLedger& GetLedger() { return m_ledger; }
   [[nodiscard]] const CDamageLedger& GetLedger() const { return m_ledger; }
 
+  std::u16string sourcePath;  // of the damaged file
   SSourceFacts source;
 
  private:
