@@ -15,14 +15,17 @@ SKIPPED = 77  # told to ctest
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
-def arguments(description, needs_corpus=True):
-    """Parses the command line; ends with SKIPPED and a reason where something is missing."""
+def arguments(description, needs_corpus=True, flags=None):
+    """Parses the command line; ends with SKIPPED and a reason where something is missing. `flags` are a script's own
+    options without a value, each with its help."""
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument('--tolvane', required=True, help='the program')
     parser.add_argument('--corpus', help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)')
     parser.add_argument('--only', default='', help='files whose path holds this text')
     parser.add_argument('--jet3', action='store_true', help='repair Jet 3 files too')
     parser.add_argument('--make-sample', help='the generator of the bundled sample; its healthy form is used as well')
+    for flag, text in (flags or {}).items():
+        parser.add_argument(flag, action='store_true', help=text)
     found = parser.parse_args()
     found.tolvane = os.path.abspath(found.tolvane)
     found.corpus = found.corpus or os.environ.get('TOLVANE_CORPUS') or os.path.join(

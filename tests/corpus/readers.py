@@ -44,7 +44,7 @@ def mdb_reader_folder():
 
 def missing():
     """What must be there and is not, as a text; empty when all is there."""
-    lacks = [tool for tool in ('mdb-export', 'mdb-tables', 'node') if not shutil.which(tool)]
+    lacks = [tool for tool in ('mdb-export', 'mdb-queries', 'mdb-tables', 'node') if not shutil.which(tool)]
     if not os.path.isdir(mdb_reader_folder()):
         lacks.append('the npm package mdb-reader in build/npm (./test.sh installs it)')
     return ', '.join(lacks)
@@ -106,3 +106,27 @@ def mdbtools_tables(path):
     if status != 0:
         return None
     return [line for line in _without_dumps(output).decode('utf-8', 'replace').split('\n') if line]
+
+
+def mdbtools_queries(path):
+    """{name: statement} of the saved queries as mdb-queries shows them, or None when it fails."""
+    status, output = run(['mdb-queries', '-L', '-1', path])
+    if status != 0:
+        return None
+    names = [name for name in _without_dumps(output).decode('utf-8', 'replace').split('\n') if name]
+    return {name: _without_dumps(run(['mdb-queries', path, name])[1]).decode('utf-8', 'replace') for name in names}
+
+
+def mdbtools_expressions(path):
+    """{query name: [(attribute, expression)]} from the rows in which the queries are stored, or None."""
+    objects, rows = mdbtools_export(path, 'MSysObjects'), mdbtools_export(path, 'MSysQueries')
+    if objects is None or rows is None:
+        return None
+    identifier, name, kind = (objects.columns.index(column) for column in ('Id', 'Name', 'Type'))
+    query, attribute, text = (rows.columns.index(column) for column in ('ObjectId', 'Attribute', 'Expression'))
+    names = {row[identifier]: row[name] for row in objects.rows if row[kind] == '5'}
+    found = {query_name: [] for query_name in names.values()}
+    for row in rows.rows:
+        if row[query] in names and row[text]:
+            found[names[row[query]]].append((int(row[attribute]), row[text]))
+    return found
