@@ -121,7 +121,7 @@ class BrokenCorpus : public ::testing::TestWithParam<SBrokenReal> {};
 
 TEST_P(BrokenCorpus, BreaksJustItsRules) {
   const std::u16string folder = CorpusFolder();
-  if (folder.empty()) GTEST_SKIP() << "no folder of real databases (TOLVANE_CORPUS, or ../shared/corpus)";
+  if (folder.empty()) GTEST_SKIP() << kNoCorpus;
   CChangedFile file(ReadFileBytes(folder + u"/" + GetParam().file));
   GetParam().change(file);
   const SCheckReport report = CheckBytes(file.GetBytes());

@@ -125,10 +125,7 @@ CChangedFile MakeSoundFile() {
 SCheckReport CheckBytes(const std::vector<uint8_t>& bytes) {
   const CScratchFolder folder;
   const std::u16string path = folder / u"changed.mdb";
-  CFileCust file;
-  EXPECT_TRUE(file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways));
-  file.Write(bytes);
-  file.Close();
+  WriteFileBytes(path, bytes);
   return CheckDatabase(path);
 }
 
@@ -155,6 +152,26 @@ std::u16string CorpusFolder() {
                        : std::filesystem::path(TOLVANE_PROJECT_ROOT) / ".." / "shared" / "corpus";
   std::error_code error;
   return std::filesystem::is_directory(folder, error) ? folder.u16string() : std::u16string();
+}
+
+std::vector<SCorpusFile> CorpusFiles() {
+  std::vector<SCorpusFile> files;
+  const std::filesystem::path folder(CorpusFolder());
+  if (folder.empty()) return files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    const std::filesystem::path& path = entry.path();
+    if (path.extension() == ".mdb" || path.extension() == ".accdb")
+      files.push_back({path.u16string(), path.lexically_relative(folder).generic_string()});
+  }
+  std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+  return files;
+}
+
+void WriteFileBytes(const std::u16string& path, std::span<const uint8_t> bytes) {
+  CFileCust file;
+  EXPECT_TRUE(file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways));
+  file.Write(bytes);
+  file.Close();
 }
 
 std::vector<uint8_t> ReadFileBytes(const std::u16string& path) {

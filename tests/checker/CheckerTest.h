@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -85,6 +86,15 @@ std::string Describe(const SCheckReport& report);
 
 // Folder of real databases; empty when it is not on this machine.
 std::u16string CorpusFolder();
+// The databases in it, by name.
+struct SCorpusFile {
+  std::u16string path;
+  std::string name;  // below the folder
+};
+std::vector<SCorpusFile> CorpusFiles();
+inline constexpr char kNoCorpus[] = "no folder of real databases (TOLVANE_CORPUS, or ../shared/corpus)";
+
 std::vector<uint8_t> ReadFileBytes(const std::u16string& path);
+void WriteFileBytes(const std::u16string& path, std::span<const uint8_t> bytes);
 
 }  // namespace tolvane::test

@@ -269,6 +269,10 @@ TEST(IndexTreeBuilder, AnOverflowingLeafUsesThePrefixOfItsEntries) {
   ExpectFirstLeaf(keys, 359, 4, 1);
   // The prefix ends before the row pointers, even where these begin alike: 5 + 448 * 4 bytes and 3 free.
   ExpectFirstLeaf(std::vector<std::vector<uint8_t>>(460, FromHex("7F 80 00 00 01")), 448, 5, 3);
+  // The third entry of 802 bytes does not fit, prefix or not; the prefix is used all the same.
+  keys.assign(3, std::vector<uint8_t>(798));
+  for (size_t i = 0; i < 3; i++) keys[i][2] = static_cast<uint8_t>(i);
+  ExpectFirstLeaf(keys, 2, 2, 198);
 }
 
 TEST(IndexTreeBuilder, APrefixOverOneByteIsHeldToIt) {

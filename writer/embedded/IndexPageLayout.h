@@ -25,6 +25,9 @@
 
 namespace tolvane {
 
+inline constexpr size_t kRowPointerSize = 4;    // page and row at the end of a leaf entry
+inline constexpr size_t kChildPointerSize = 4;  // child page at the end of a node entry
+
 struct SIndexPageLayout {
   size_t pageSize;
   size_t free;
@@ -39,6 +42,10 @@ struct SIndexPageLayout {
   size_t entries;
 
   [[nodiscard]] constexpr size_t Capacity() const { return pageSize - entries; }
+  // A node must have room for the entry and the child's page.
+  [[nodiscard]] constexpr size_t LongestKey() const {
+    return Capacity() - kRowPointerSize - kChildPointerSize;
+  }
 };
 
 inline constexpr SIndexPageLayout kIndexPageJet3{2048, 2, 4, 8, 12, 16, 20, 1, 21, 22, 248};
@@ -53,8 +60,5 @@ static_assert(MaskCoversEntries(kIndexPageJet3) && MaskCoversEntries(kIndexPageJ
 inline constexpr uint8_t kIndexNodeType = 0x03;
 inline constexpr uint8_t kIndexLeafType = 0x04;
 inline constexpr uint8_t kIndexPageMark = 0x01;  // second byte of either type
-
-inline constexpr size_t kRowPointerSize = 4;    // page and row at the end of a leaf entry
-inline constexpr size_t kChildPointerSize = 4;  // child page at the end of a node entry
 
 }  // namespace tolvane

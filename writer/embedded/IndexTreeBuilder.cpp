@@ -94,9 +94,7 @@ bool CIndexTreeBuilder::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
 }
 
 bool CIndexTreeBuilder::SetEntry(std::span<const uint8_t> key, uint32_t page, uint8_t row) {
-  // A node must have room for the entry and the child's page.
-  if (page > kMaxRowPage || key.size() > m_layout.Capacity() - kRowPointerSize - kChildPointerSize)
-    return false;
+  if (page > kMaxRowPage || key.size() > m_layout.LongestKey()) return false;
   m_entry.assign(key.begin(), key.end());
   for (int shift = 16; shift >= 0; shift -= 8) m_entry.push_back(static_cast<uint8_t>(page >> shift));
   m_entry.push_back(row);
@@ -181,8 +179,9 @@ bool CIndexTreeBuilder::Finish() {
 
 bool CIndexTreeBuilder::Write(const SPage& page, uint32_t number, uint32_t next) {
   const SIndexPageLayout& at = m_layout;
-  // A prefix only where the page overflows without one.
-  const size_t prefix = page.entries.size() > at.Capacity() ? page.prefix : 0;
+  // As the engines do it: what a page that overflows shares is left out of it, even where the next entry did
+  // not fit all the same; the last page of a level stays complete while it can.
+  const size_t prefix = next != 0 || page.entries.size() > at.Capacity() ? page.prefix : 0;
   m_image.assign(at.pageSize, 0);
   size_t used = 0;
   size_t start = 0;
