@@ -35,7 +35,7 @@ Bytes MakeColumn(const SColumnSpec& column, const SJetLayout& layout) {
   bytes.Put32(at.misc, column.misc).Put8(at.flags, column.flags).Put16(at.fixedOffset, column.fixedOffset);
   bytes.Put16(at.length, column.length);
   if (at.extendedFlags != 0) bytes.Put8(at.extendedFlags, column.extendedFlags).Put32(1, kDefinitionMark);
-  if (at.codePage != 0 && column.type == kTypeText) bytes.Put16(at.codePage, 1252);
+  if (at.codePage != 0 && column.type == kTypeText) bytes.Put16(at.codePage, column.codePage);
   return bytes.GetBytes();
 }
 

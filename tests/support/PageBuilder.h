@@ -49,6 +49,7 @@ struct SColumnSpec {
   uint16_t length = 0;  // bytes, as stored
   uint32_t misc = 0;    // Jet 3: its bytes 5 to 8
   uint8_t extendedFlags = 0;
+  uint16_t codePage = 1252;  // Jet 3 texts
 };
 
 struct SIndexSpec {
