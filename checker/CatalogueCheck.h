@@ -13,7 +13,7 @@
 
 namespace tolvane {
 
-inline constexpr int16_t kObjectLinkedOdbc = 4, kObjectLinkedAccess = 6, kObjectRelationship = 8;
+inline constexpr int16_t kObjectLinkedOdbc = 4, kObjectLinkedAccess = 6;
 
 struct SCheckedObject {
   uint32_t id = 0, parent = 0;

@@ -4,22 +4,12 @@
 #include <set>
 
 #include "checker/SystemRow.h"
+#include "writer/embedded/SystemTables.h"
 
 namespace tolvane {
 namespace {
 
-enum EColumn : uint16_t {
-  kName = 0,
-  kFlags = 1,
-  kCount = 2,
-  kPosition = 3,
-  kTable = 4,
-  kColumn = 5,
-  kReferencedTable = 6,
-  kReferencedColumn = 7,
-};
 constexpr uint32_t kNotEnforced = 0x2, kCascadeUpdates = 0x100, kCascadeDeletes = 0x1000;
-constexpr uint8_t kKindRelation = 2, kPrimarySide = 1, kForeignSide = 2;
 constexpr size_t kMostPairs = 100'000, kMostSides = 100'000;
 
 }  // namespace
@@ -33,15 +23,15 @@ void CRelationCheck::AddRow(const CRowView& row, SPlace place) {
   const CSystemRow values(m_context.file, row);
   SPair pair;
   pair.place = place;
-  pair.name = values.GetText(kName);
-  pair.relation = values.GetNameKey(kName);
-  pair.table = values.GetNameKey(kTable);
-  pair.column = values.GetNameKey(kColumn);
-  pair.referencedTable = values.GetNameKey(kReferencedTable);
-  pair.referencedColumn = values.GetNameKey(kReferencedColumn);
-  pair.flags = values.GetNumber<uint32_t>(kFlags).value_or(0);
-  pair.count = values.GetNumber<uint32_t>(kCount).value_or(0);
-  pair.position = values.GetNumber<uint32_t>(kPosition).value_or(0);
+  pair.name = values.GetText(kRelationshipsName);
+  pair.relation = values.GetNameKey(kRelationshipsName);
+  pair.table = values.GetNameKey(kRelationshipsTable);
+  pair.column = values.GetNameKey(kRelationshipsColumn);
+  pair.referencedTable = values.GetNameKey(kRelationshipsReferencedTable);
+  pair.referencedColumn = values.GetNameKey(kRelationshipsReferencedColumn);
+  pair.flags = values.GetNumber<uint32_t>(kRelationshipsFlags).value_or(0);
+  pair.count = values.GetNumber<uint32_t>(kRelationshipsCount).value_or(0);
+  pair.position = values.GetNumber<uint32_t>(kRelationshipsPosition).value_or(0);
   m_relations[pair.relation].push_back(m_pairs.size());
   m_byTable[pair.table].push_back(m_pairs.size());
   m_byReferencedTable[pair.referencedTable].push_back(m_pairs.size());

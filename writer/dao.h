@@ -45,6 +45,11 @@ enum class EDaoError : int32_t {
   QueryExists = 3012,
   NotSupported = 3251,
   DiskError = 3043,
+  RelationExists = 3284,
+  RelatedRecordMissing = 3201,
+  FieldTypesDiffer = 3368,
+  NoUniqueIndex = 3609,
+  TooManyIndexes = 3626,
 };
 
 struct [[nodiscard]] CDaoResult {
@@ -107,6 +112,29 @@ struct CDaoIndexInfo {
   int32_t distinctCount = 0;
 };
 
+// Attributes of a relation, as bits.
+inline constexpr int32_t kDaoRelationUnique = 0x1;  // one-to-one
+inline constexpr int32_t kDaoRelationDontEnforce = 0x2;
+inline constexpr int32_t kDaoRelationInherited = 0x4;
+inline constexpr int32_t kDaoRelationUpdateCascade = 0x100;
+inline constexpr int32_t kDaoRelationDeleteCascade = 0x1000;
+inline constexpr int32_t kDaoRelationLeft = 0x1000000;
+inline constexpr int32_t kDaoRelationRight = 0x2000000;
+
+struct CDaoRelationFieldInfo {
+  std::u16string name;         // in the primary table
+  std::u16string foreignName;  // in the foreign table
+};
+
+// Each record of the foreign table refers to one of the (primary) table.
+struct CDaoRelationInfo {
+  std::u16string name;
+  std::u16string table;
+  std::u16string foreignTable;
+  int32_t attributes = 0;
+  std::vector<CDaoRelationFieldInfo> fields;
+};
+
 // Bytes handed over piece by piece, so that a large value needs no memory of its own size.
 class CDaoByteSource {
  public:
@@ -160,6 +188,10 @@ class CDaoDatabase {
   virtual CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) = 0;
   virtual CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
                                     std::unique_ptr<CDaoQueryDef>& queryDef) = 0;
+  // Both tables exist and are not open. A relation that is to be enforced is refused when the primary table
+  // has no unique index on its fields, when the fields' types differ, and when a record of the foreign table
+  // refers to none; the text then names the first keys.
+  virtual CDaoResult CreateRelation(const CDaoRelationInfo& relation) = 0;
   // Completes the file on disk. The destructor closes too, but cannot say what went wrong.
   virtual CDaoResult Close() = 0;
 };

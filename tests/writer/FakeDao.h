@@ -125,6 +125,13 @@ class CFakeDatabase : public CDaoDatabase {
     queryDef = std::make_unique<CFakeQueryDef>(m_log);
     return m_log.Call("query " + ToUtf8(name) + ": " + ToUtf8(sql));
   }
+  CDaoResult CreateRelation(const CDaoRelationInfo& relation) override {
+    std::string line = "relation " + ToUtf8(relation.name) + ": " + ToUtf8(relation.foreignTable) + " (";
+    for (const CDaoRelationFieldInfo& pair : relation.fields)
+      line += (line.back() == '(' ? "" : ",") + ToUtf8(pair.foreignName) + ">" + ToUtf8(pair.name);
+    return m_log.Call(line + ") " + ToUtf8(relation.table) +
+                      " attributes=" + std::to_string(relation.attributes));
+  }
   CDaoResult Close() override { return m_log.Call("close database"); }
 
  private:

@@ -5,6 +5,7 @@
 
 #include "writer/embedded/ObjectName.h"
 #include "writer/embedded/QueryStore.h"
+#include "writer/embedded/RelationStore.h"
 #include "writer/embedded/RowValues.h"
 #include "writer/embedded/StoredText.h"
 
@@ -13,6 +14,8 @@ namespace {
 
 // Full access; what containers hand on to new objects by default.
 constexpr uint32_t kFullAccess = 0xFFFFF;
+// What the owner of a relation has.
+constexpr uint32_t kRelationAccess = 0xF00FE;
 
 CDaoResult OtherProgram() {
   return {EDaoError::NotSupported,
@@ -76,10 +79,9 @@ bool CCatalogue::LoadObject(std::span<const uint8_t> row) {
   if (id.size() != 4 || parent.size() != 4 || type.size() != 2) return false;
   const SCatalogueObject object{GetLittle<uint32_t>(id, 0), GetLittle<int16_t>(type, 0)};
   if (object.id >= m_nextObjectId) m_nextObjectId = object.id + 1;
-  if (GetLittle<uint32_t>(parent, 0) != kContainerTables) return true;
-  return m_objects
-      .emplace(MakeNameKey(m_file.GetLayout(), DecodePlainText(m_file.GetLayout().text, name)), object)
-      .second;
+  const std::string key = MakeNameKey(m_file.GetLayout(), DecodePlainText(m_file.GetLayout().text, name));
+  if (GetLittle<uint32_t>(parent, 0) == kContainerRelationships) return m_relations.insert(key).second;
+  return GetLittle<uint32_t>(parent, 0) != kContainerTables || m_objects.emplace(key, object).second;
 }
 
 CDaoResult CCatalogue::Store() {
@@ -97,7 +99,7 @@ const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {
 CDaoResult CCatalogue::AddTable(std::u16string_view name, uint32_t definitionPage, double date) {
   const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User};
   if (CDaoResult result = AddObject(object, 0, date); !result.IsOk()) return result;
-  return AddUserAces(definitionPage);
+  return AddUserAces(definitionPage, kFullAccess);
 }
 
 CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& query, double date,
@@ -106,8 +108,21 @@ CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& qu
   SSystemObject object{0, kContainerTables, name, kObjectQuery, EAccount::User};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, query.objectFlags, date); !result.IsOk()) return result;
-  if (CDaoResult result = AddUserAces(object.id); !result.IsOk()) return result;
+  if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
   return StoreQueryRows(Table(kQueriesPage), object.id, query, replaced);
+}
+
+bool CCatalogue::HasRelation(std::u16string_view name) const {
+  return m_relations.count(MakeNameKey(m_file.GetLayout(), name)) != 0;
+}
+
+CDaoResult CCatalogue::AddRelation(const CDaoRelationInfo& relation, double date) {
+  SSystemObject object{0, kContainerRelationships, relation.name, kObjectRelationship, EAccount::User};
+  if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, 0, date); !result.IsOk()) return result;
+  if (CDaoResult result = AddUserAces(object.id, kRelationAccess); !result.IsOk()) return result;
+  m_relations.insert(MakeNameKey(m_file.GetLayout(), relation.name));
+  return StoreRelationRows(Table(kRelationshipsPage), relation);
 }
 
 CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
@@ -134,10 +149,9 @@ CDaoResult CCatalogue::AddObject(const SSystemObject& object, uint32_t flags, do
   return CDaoResult::Ok();
 }
 
-CDaoResult CCatalogue::AddUserAces(uint32_t object) {
-  for (const EAccount account : {EAccount::User, EAccount::Users})
-    if (CDaoResult result = AddAce({object, account, kFullAccess, false}); !result.IsOk()) return result;
-  return CDaoResult::Ok();
+CDaoResult CCatalogue::AddUserAces(uint32_t object, uint32_t userAccess) {
+  if (CDaoResult result = AddAce({object, EAccount::User, userAccess, false}); !result.IsOk()) return result;
+  return AddAce({object, EAccount::Users, kFullAccess, false});
 }
 
 CDaoResult CCatalogue::AddAce(const SSystemAce& ace) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,9 @@ class CCatalogue {
   [[nodiscard]] const SCatalogueObject* Find(std::u16string_view name) const;
   // The name must be free. `date` is when the table was made.
   CDaoResult AddTable(std::u16string_view name, uint32_t definitionPage, double date);
+  // Likewise among the relations.
+  [[nodiscard]] bool HasRelation(std::u16string_view name) const;
+  CDaoResult AddRelation(const CDaoRelationInfo& relation, double date);
   // Stores the query's rows, too; `replaced` counts their characters that the format cannot hold.
   CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query, double date, size_t& replaced);
 
@@ -42,8 +46,8 @@ class CCatalogue {
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }
   CDaoResult AddObject(const SSystemObject& object, uint32_t flags, double date);
   CDaoResult AddAce(const SSystemAce& ace);
-  // The two entries that every object of the users has.
-  CDaoResult AddUserAces(uint32_t object);
+  // The two entries that every object of the users has; `userAccess` is the owner's.
+  CDaoResult AddUserAces(uint32_t object, uint32_t userAccess);
   CDaoResult GiveObjectId(uint32_t& id);
   std::array<uint8_t, 2> MaskedSid(EAccount account) const;
   CDaoResult LoadTables();
@@ -53,6 +57,7 @@ class CCatalogue {
   SSidMask m_sidMask{};
   std::array<std::unique_ptr<CTableStore>, kSystemTableCount> m_tables;
   std::map<std::string, SCatalogueObject> m_objects;  // by name key
+  std::set<std::string> m_relations;                  // name keys
   uint32_t m_nextObjectId = kFirstObjectId;
 };
 

@@ -57,6 +57,12 @@ CDaoResult CEmbeddedDatabase::CreateQueryDef(std::u16string_view name, std::u16s
   return CDaoResult::Ok();
 }
 
+CDaoResult CEmbeddedDatabase::CreateRelation(const CDaoRelationInfo& relation) {
+  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"relation", relation.name); !result.IsOk())
+    return result;
+  return m_file->AddRelation(relation);
+}
+
 CDaoResult CEmbeddedDatabase::Close() {
   return m_file->Close();
 }

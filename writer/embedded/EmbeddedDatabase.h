@@ -19,6 +19,7 @@ class CEmbeddedDatabase : public CDaoDatabase {
   CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) override;
   CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
                             std::unique_ptr<CDaoQueryDef>& queryDef) override;
+  CDaoResult CreateRelation(const CDaoRelationInfo& relation) override;
   CDaoResult Close() override;
 
  private:

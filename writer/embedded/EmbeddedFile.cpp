@@ -6,6 +6,7 @@
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 #include "platform/Process.h"
+#include "writer/embedded/RelationStore.h"
 #include "writer/embedded/StoredText.h"
 #include "writer/embedded/UsageMap.h"
 
@@ -132,19 +133,49 @@ CDaoResult CEmbeddedFile::AddQuery(std::u16string_view name, const SStoredQuery&
   return result;
 }
 
-CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table) {
-  table.reset();
+CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
   if (!m_isOpen) return Closed();
   if (m_isReadOnly) return ReadOnly();
+  if (m_catalogue.HasRelation(relation.name))
+    return {EDaoError::RelationExists, u"A relation named \"" + relation.name + u"\" exists already."};
+  uint32_t primaryPage = 0, foreignPage = 0;
+  if (CDaoResult result = FindClosedTable(relation.table, primaryPage); !result.IsOk()) return result;
+  if (CDaoResult result = FindClosedTable(relation.foreignTable, foreignPage); !result.IsOk()) return result;
+  CTableStore primary(m_file, primaryPage), other(m_file, foreignPage);
+  CTableStore& foreign = primaryPage == foreignPage ? primary : other;
+  for (CTableStore* table : {&primary, &other})
+    if (CDaoResult result = table->Load(); !result.IsOk()) return result;
+  SRelationColumns columns;
+  if (CDaoResult result = FindRelationColumns(GetLayout(), relation, primary.GetDefinition(),
+                                              foreign.GetDefinition(), columns);
+      !result.IsOk())
+    return result;
+  if ((relation.attributes & kDaoRelationDontEnforce) == 0)
+    if (CDaoResult result = EnforceRelation(m_file, relation, columns, primary, foreign); !result.IsOk())
+      return result;
+  return m_catalogue.AddRelation(relation, GetLocalDate());
+}
+
+CDaoResult CEmbeddedFile::FindClosedTable(std::u16string_view name, uint32_t& page) const {
   const SCatalogueObject* object = m_catalogue.Find(name);
   if (object == nullptr || object->type != kObjectTable)
     return {EDaoError::ObjectNotFound, u"There is no table named \"" + std::u16string(name) + u"\"."};
   if (object->id < kFirstFreePage)
-    return {EDaoError::NotSupported, u"Rows cannot be added to a system table."};
+    return {EDaoError::NotSupported, u"Only the database itself changes a system table."};
   const auto isSame = [&](const auto& open) { return open->GetPage() == object->id; };
   if (std::any_of(m_openTables.begin(), m_openTables.end(), isSame))
     return {EDaoError::NotSupported, u"The table is open already."};
-  auto store = std::make_shared<CTableStore>(m_file, object->id);
+  page = object->id;
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table) {
+  table.reset();
+  if (!m_isOpen) return Closed();
+  if (m_isReadOnly) return ReadOnly();
+  uint32_t page = 0;
+  if (CDaoResult result = FindClosedTable(name, page); !result.IsOk()) return result;
+  auto store = std::make_shared<CTableStore>(m_file, page);
   if (CDaoResult result = store->Load(); !result.IsOk()) return result;
   m_openTables.push_back(store);
   table = std::move(store);

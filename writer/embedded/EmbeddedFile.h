@@ -37,12 +37,15 @@ class CEmbeddedFile {
   CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
   // Ok carries a text when characters had to be replaced.
   CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query);
+  CDaoResult AddRelation(const CDaoRelationInfo& relation);
   CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
   CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);
 
  private:
   // Tables and queries share their names.
   CDaoResult CheckNewName(std::u16string_view name) const;
+  // The definition page of a user's table that is not open.
+  CDaoResult FindClosedTable(std::u16string_view name, uint32_t& page) const;
   CDaoResult LoadDatabase();
   CDaoResult StoreAll();
 

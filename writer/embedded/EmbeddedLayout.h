@@ -143,7 +143,8 @@ constexpr bool IsLongValueType(uint8_t type) {
   return type == kTypeLongBinary || type == kTypeMemo;
 }
 inline constexpr uint8_t kIndexUnique = 0x01, kIndexIgnoreNulls = 0x02, kIndexRequired = 0x08;
-inline constexpr uint8_t kKindPrimary = 1;  // of a logical index
+inline constexpr uint8_t kKindPrimary = 1, kKindRelation = 2;  // of a logical index
+inline constexpr uint8_t kPrimarySide = 1, kForeignSide = 2;   // of a relation, in its logical indexes
 
 inline constexpr uint16_t kSortOrder = 0x0409;
 inline constexpr uint16_t kCodePage = 1252;

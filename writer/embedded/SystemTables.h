@@ -23,12 +23,23 @@ enum EObjectsColumn : uint16_t {
   kObjectsFlags = 7,
 };
 enum EAcesColumn : uint16_t { kAcesObjectId = 0, kAcesSid = 1, kAcesAcm = 2, kAcesInheritable = 3 };
+enum ERelationshipsColumn : uint16_t {
+  kRelationshipsName = 0,
+  kRelationshipsFlags = 1,
+  kRelationshipsCount = 2,
+  kRelationshipsPosition = 3,
+  kRelationshipsTable = 4,
+  kRelationshipsColumn = 5,
+  kRelationshipsReferencedTable = 6,
+  kRelationshipsReferencedColumn = 7,
+};
 
 // Catalogue ids and types.
 inline constexpr uint32_t kContainerRoot = 0x0F000000, kContainerTables = 0x0F000001,
                           kContainerDatabases = 0x0F000002, kContainerRelationships = 0x0F000003,
                           kDatabaseObject = 0x10000000;
-inline constexpr int16_t kObjectTable = 1, kObjectDatabase = 2, kObjectContainer = 3, kObjectQuery = 5;
+inline constexpr int16_t kObjectTable = 1, kObjectDatabase = 2, kObjectContainer = 3, kObjectQuery = 5,
+                         kObjectRelationship = 8;
 inline constexpr uint32_t kSystemObjectFlag = 0x80000000;
 // Objects without a definition page are numbered from here.
 inline constexpr uint32_t kFirstObjectId = 0x80000000;

@@ -8,7 +8,6 @@
 #include "platform/Text.h"
 #include "writer/embedded/IndexCollector.h"
 #include "writer/embedded/IndexTreeBuilder.h"
-#include "writer/embedded/SlottedPage.h"
 #include "writer/embedded/TableStore.h"
 #include "writer/embedded/UsageMap.h"
 
@@ -62,7 +61,6 @@ class CIndexPages {
 };
 
 constexpr size_t kSorterMemory = size_t{64} << 20;  // of all sorters of a table together
-constexpr size_t kKeysShown = 3;
 
 class CIndexRebuild {
  public:
@@ -70,7 +68,8 @@ class CIndexRebuild {
                 std::vector<std::u16string>& notes)
       : m_file(file), m_table(table), m_definition(definition), m_notes(notes) {}
 
-  CDaoResult Run();
+  // The indexes from position `first` on.
+  CDaoResult Run(size_t first);
 
  private:
   // Keys that a unique index forbids.
@@ -85,7 +84,6 @@ class CIndexRebuild {
   CDaoResult Weaken(size_t index, const SRepeats& repeats);
   CDaoResult Drop(size_t index);
   void LosePrimary(size_t index);
-  std::u16string ShowKeys(size_t index, const SRepeats& repeats);
   void Note(size_t index, std::u16string_view text);
   [[nodiscard]] const std::u16string& NameOf(size_t index) const;
 
@@ -93,17 +91,19 @@ class CIndexRebuild {
   CTableStore& m_table;
   STableDefinition& m_definition;
   std::vector<std::u16string>& m_notes;
-  std::vector<std::unique_ptr<CIndexCollector>> m_collectors;
+  std::vector<std::unique_ptr<CIndexCollector>> m_collectors;  // by index; null where it is not rebuilt
 };
 
-CDaoResult CIndexRebuild::Run() {
+CDaoResult CIndexRebuild::Run(size_t first) {
   const size_t count = m_definition.realIndexes.size();
-  for (const SRealIndex& index : m_definition.realIndexes)
-    m_collectors.push_back(std::make_unique<CIndexCollector>(m_file.GetLayout(), m_definition, index,
-                                                             m_file.GetTempFolder(), kSorterMemory / count));
+  m_collectors.resize(count);
+  for (size_t index = first; index < count; index++)
+    m_collectors[index] =
+        std::make_unique<CIndexCollector>(m_file.GetLayout(), m_definition, m_definition.realIndexes[index],
+                                          m_file.GetTempFolder(), kSorterMemory / (count - first));
   if (CDaoResult result = Collect(); !result.IsOk()) return result;
   // From the last to the first, so that dropping one does not move those that are still to be built.
-  for (size_t index = count; index-- > 0;)
+  for (size_t index = count; index-- > first;)
     if (CDaoResult result = BuildOrDrop(index); !result.IsOk()) return result;
   return CDaoResult::Ok();
 }
@@ -112,7 +112,7 @@ CDaoResult CIndexRebuild::Collect() {
   EDaoError error = EDaoError::None;
   CDaoResult result = m_table.ForEachRow([&](std::span<const uint8_t> row, uint32_t pointer) {
     for (const auto& collector : m_collectors)
-      if (error == EDaoError::None) error = collector->Add(row, pointer);
+      if (collector && error == EDaoError::None) error = collector->Add(row, pointer);
     return error == EDaoError::None;
   });
   return result.IsOk() && error != EDaoError::None ? CannotIndex(error) : result;
@@ -165,7 +165,8 @@ CDaoResult CIndexRebuild::Weaken(size_t index, const SRepeats& repeats) {
   if ((flags & kIndexUnique) != 0 && repeats.count > 0) {
     flags = static_cast<uint8_t>(flags & ~kIndexUnique);
     Note(index, u"is no longer unique: " + ToDecimal(repeats.count) + u" records repeat a key (" +
-                    ShowKeys(index, repeats) + u")");
+                    DescribeKeys(m_table, m_definition.realIndexes[index], repeats.pointers, repeats.count) +
+                    u")");
   }
   const uint64_t nullRows = m_collectors[index]->GetNullRows();
   if ((flags & kIndexRequired) != 0 && nullRows > 0) {
@@ -184,34 +185,9 @@ void CIndexRebuild::LosePrimary(size_t index) {
   }
 }
 
-// The index, its names and its pages; its place in a map page stays empty.
 CDaoResult CIndexRebuild::Drop(size_t index) {
-  const SRealIndex real = m_definition.realIndexes[index];
-  CPageSet pages;
-  if (CDaoResult result = LoadUsageMap(m_file, real.map, pages); !result.IsOk()) return result;
-  pages.Add(real.root);
-  pages.ForEach([this](uint32_t page) { m_file.Release(page); });
-  if (CDaoResult result = StoreUsageMap(m_file, real.map, CPageSet()); !result.IsOk()) return result;
-  m_definition.realIndexes.erase(m_definition.realIndexes.begin() + static_cast<std::ptrdiff_t>(index));
-  std::erase_if(m_definition.logicalIndexes,
-                [index](const auto& logical) { return logical.realIndex == index; });
-  for (SLogicalIndex& logical : m_definition.logicalIndexes)
-    if (logical.realIndex > index) logical.realIndex--;
   m_collectors[index].reset();
-  return CDaoResult::Ok();
-}
-
-std::u16string CIndexRebuild::ShowKeys(size_t index, const SRepeats& repeats) {
-  std::u16string text;
-  std::vector<uint8_t> bytes(m_file.GetLayout().pageSize);
-  CSlottedPage page(m_file.GetLayout());
-  for (const uint32_t pointer : repeats.pointers) {
-    if (!m_file.Read(PageOfPointer(pointer), bytes).IsOk() || !page.Load(bytes)) continue;
-    if (!text.empty()) text += u"; ";
-    text += DescribeKey(m_file.GetLayout(), m_definition, m_definition.realIndexes[index],
-                        page.GetRow(RowOfPointer(pointer)));
-  }
-  return repeats.count > repeats.pointers.size() ? text + u"; ..." : text;
+  return DropIndex(m_file, m_definition, index);
 }
 
 void CIndexRebuild::Note(size_t index, std::u16string_view text) {
@@ -236,9 +212,36 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index) {
 }
 
 CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                          std::vector<std::u16string>& notes) {
-  if (definition.realIndexes.empty()) return CDaoResult::Ok();
-  return CIndexRebuild(file, table, definition, notes).Run();
+                          std::vector<std::u16string>& notes, size_t first) {
+  if (first >= definition.realIndexes.size()) return CDaoResult::Ok();
+  return CIndexRebuild(file, table, definition, notes).Run(first);
+}
+
+std::u16string DescribeKeys(CTableStore& table, const SRealIndex& index, std::span<const uint32_t> pointers,
+                            uint64_t count) {
+  std::u16string text;
+  for (const uint32_t pointer : pointers) {
+    const std::span<const uint8_t> row = table.ReadRow(pointer);
+    if (row.empty()) continue;
+    if (!text.empty()) text += u"; ";
+    text += DescribeKey(table.GetLayout(), table.GetDefinition(), index, row);
+  }
+  return count > pointers.size() ? text + u"; ..." : text;
+}
+
+CDaoResult DropIndex(CPageFile& file, STableDefinition& definition, size_t index) {
+  const SRealIndex real = definition.realIndexes[index];
+  CPageSet pages;
+  if (CDaoResult result = LoadUsageMap(file, real.map, pages); !result.IsOk()) return result;
+  pages.Add(real.root);
+  pages.ForEach([&file](uint32_t page) { file.Release(page); });
+  if (CDaoResult result = StoreUsageMap(file, real.map, CPageSet()); !result.IsOk()) return result;
+  definition.realIndexes.erase(definition.realIndexes.begin() + static_cast<std::ptrdiff_t>(index));
+  std::erase_if(definition.logicalIndexes,
+                [index](const auto& logical) { return logical.realIndex == index; });
+  for (SLogicalIndex& logical : definition.logicalIndexes)
+    if (logical.realIndex > index) logical.realIndex--;
+  return CDaoResult::Ok();
 }
 
 }  // namespace tolvane

@@ -1,6 +1,9 @@
 // Indexes of stored tables: an empty one for a new table, and all of a table's built anew from its rows.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,8 +22,19 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index);
 //
 // Rows are never given up for an index. One whose rows repeat keys or hold nulls that it forbids loses that
 // property, one with a value for which no key is known is left out; `notes` then says which, why, and shows
-// the first such keys. In a system table that is an error instead.
+// the first such keys. In a system table that is an error instead. Indexes in front of position `first` stay
+// as they are.
 CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                          std::vector<std::u16string>& notes);
+                          std::vector<std::u16string>& notes, size_t first = 0);
+
+// Takes an index out of the definition, with its logical indexes and its pages; its place in a map page stays
+// empty.
+CDaoResult DropIndex(CPageFile& file, STableDefinition& definition, size_t index);
+
+// Of keys that are a fault, this many are shown.
+inline constexpr size_t kKeysShown = 3;
+// The keys of these rows, for people; `count` tells of how many rows they are the first.
+std::u16string DescribeKeys(CTableStore& table, const SRealIndex& index, std::span<const uint32_t> pointers,
+                            uint64_t count);
 
 }  // namespace tolvane

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "writer/embedded/ObjectName.h"
 #include "writer/embedded/TableIndexes.h"
 #include "writer/embedded/UsageMap.h"
 
@@ -42,6 +43,7 @@ CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::
   AssignMaps(definition, pointers);
   for (SRealIndex& index : definition.realIndexes)
     if (CDaoResult result = CreateIndex(file, pages.front(), index); !result.IsOk()) return result;
+  }
   return StoreDefinition(file, definition, pages);
 }
 
@@ -50,7 +52,7 @@ CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::
 CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages) {
   CPageSet allocated;
   file.RecordAllocations(&allocated);
-  CDaoResult result = AllocateAndStore(file, definition, pages);
+  CDaoResult result = AllocateAndStore(file, definition, pages, std::move(maps));
   file.RecordAllocations(nullptr);
   if (!result.IsOk()) allocated.ForEach([&](uint32_t page) { file.Release(page); });
   return result;
@@ -60,7 +62,8 @@ CTableStore::CTableStore(CPageFile& file, uint32_t definitionPage)
     : m_file(file),
       m_page(definitionPage),
       m_data(file, definitionPage, definitionPage < kFirstFreePage ? EPageUse::Structure : EPageUse::Content,
-             m_owned, m_free) {}
+             m_owned, m_free),
+      m_readPage(file.GetLayout()) {}
 
 CDaoResult CTableStore::Load() {
   if (CDaoResult result = LoadDefinition(m_file, m_page, m_definition, m_definitionPages); !result.IsOk())
@@ -141,6 +144,55 @@ void CTableStore::DiscardRow() {
     if (longValues) longValues->Discard();
 }
 
+CDaoResult CTableStore::AddIndex(SRealIndex index) {
+  const size_t position = m_definition.realIndexes.size();
+  CPageSet allocated;
+  m_file.RecordAllocations(&allocated);
+  CDaoResult result = BuildIndex(std::move(index));
+  m_file.RecordAllocations(nullptr);
+  if (result.IsOk() && m_definition.realIndexes.size() == position)
+    result = {EDaoError::NotSupported,
+              u"The foreign fields hold characters whose place in the sort order is not known."};
+  if (result.IsOk()) return result;
+  m_definition.realIndexes.resize(position);
+  allocated.ForEach([this](uint32_t page) { m_file.Release(page); });
+  return result;
+}
+
+// The map gets a page of its own, so that dropping the index leaves nothing behind.
+CDaoResult CTableStore::BuildIndex(SRealIndex index) {
+  std::vector<uint32_t> pointers;
+  if (CDaoResult result = CreateUsageMaps(m_file, 1, pointers); !result.IsOk()) return result;
+  index.map = pointers.front();
+  if (CDaoResult result = CreateIndex(m_file, m_page, index); !result.IsOk()) return result;
+  m_definition.realIndexes.push_back(std::move(index));
+  std::vector<std::u16string> notes;
+  return RebuildIndexes(m_file, *this, m_definition, notes, m_definition.realIndexes.size() - 1);
+}
+
+CDaoResult CTableStore::DropLastIndex() {
+  const uint32_t map = m_definition.realIndexes.back().map;
+  CDaoResult result = DropIndex(m_file, m_definition, m_definition.realIndexes.size() - 1);
+  if (result.IsOk()) m_file.Release(PageOfPointer(map));
+  return result;
+}
+
+void CTableStore::AddLogicalIndex(SLogicalIndex index) {
+  std::vector<SLogicalIndex>& indexes = m_definition.logicalIndexes;
+  const auto at = std::find_if(indexes.begin(), indexes.end(), [&](const SLogicalIndex& other) {
+    return IsNameBefore(GetLayout(), index.name, other.name);
+  });
+  indexes.insert(at, std::move(index));
+}
+
+void CTableStore::RemoveLogicalIndex(std::u16string_view name) {
+  std::erase_if(m_definition.logicalIndexes, [name](const auto& index) { return index.name == name; });
+}
+
+CDaoResult CTableStore::StoreIndexes() {
+  return StoreDefinition(m_file, m_definition, m_definitionPages);
+}
+
 CDaoResult CTableStore::ForEachRow(const RowVisitor& visit) {
   CSlottedPage page(m_file.GetLayout());
   std::vector<uint8_t> bytes(m_file.GetLayout().pageSize);
@@ -154,6 +206,13 @@ CDaoResult CTableStore::ForEachRow(const RowVisitor& visit) {
       if (!visit(page.GetRow(row), MakeRowPointer(number, row))) return CDaoResult::Ok();
   }
   return CDaoResult::Ok();
+}
+
+std::span<const uint8_t> CTableStore::ReadRow(uint32_t pointer) {
+  std::vector<uint8_t> bytes(m_file.GetLayout().pageSize);
+  const uint32_t page = PageOfPointer(pointer);
+  if (page >= m_file.GetPageCount() || !m_file.Read(page, bytes).IsOk() || !m_readPage.Load(bytes)) return {};
+  return m_readPage.GetRow(RowOfPointer(pointer));
 }
 
 }  // namespace tolvane

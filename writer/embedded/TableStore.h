@@ -7,11 +7,13 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "writer/embedded/DataPageWriter.h"
 #include "writer/embedded/LongValueWriter.h"
 #include "writer/embedded/RowEncoder.h"
+#include "writer/embedded/SlottedPage.h"
 #include "writer/embedded/TableDefinition.h"
 
 namespace tolvane {
@@ -49,12 +51,23 @@ class CTableStore {
   CDaoResult StoreRow();
   void DiscardRow();
 
+  // For relationships. A new index is built from the stored rows and is the last one afterwards; when that
+  // cannot be, the definition is as before. Nothing may be open. The definition is stored by StoreIndexes.
+  CDaoResult AddIndex(SRealIndex index);
+  CDaoResult DropLastIndex();
+  void AddLogicalIndex(SLogicalIndex index);
+  void RemoveLogicalIndex(std::u16string_view name);
+  CDaoResult StoreIndexes();
+
   // Every stored row in page order, until `visit` answers false. Store first what is still open.
   using RowVisitor = std::function<bool(std::span<const uint8_t> row, uint32_t pointer)>;
   CDaoResult ForEachRow(const RowVisitor& visit);
+  // One stored row; empty when the pointer names none. Valid until the next call.
+  std::span<const uint8_t> ReadRow(uint32_t pointer);
 
  private:
   CDaoResult ShortenRow();
+  CDaoResult BuildIndex(SRealIndex index);
 
   CPageFile& m_file;
   const uint32_t m_page;
@@ -65,6 +78,7 @@ class CTableStore {
   std::unique_ptr<CRowEncoder> m_row;
   std::vector<std::unique_ptr<CLongValueWriter>> m_longValues;
   std::vector<std::u16string> m_notes;
+  CSlottedPage m_readPage;
   bool m_isChanged = false;
 };
 

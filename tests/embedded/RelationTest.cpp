@@ -1,0 +1,197 @@
+// Relations: their rows, and the pairs of indexes that enforce them. The page walker and the checker prove
+// the file when a test closes its database.
+#include <string>
+
+#include "tests/embedded/DatabaseFixture.h"
+
+namespace tolvane::test {
+
+class Relations : public BothFormats {
+ protected:
+  // A table with a long column for each name; the first `keyed` ones are its primary key.
+  void AddKeyedTable(std::u16string_view name, const std::vector<std::u16string>& fields, size_t keyed,
+                     const std::vector<std::u16string>& indexed = {}, int16_t type = kDaoLong) {
+    std::unique_ptr<CDaoTableDef> table;
+    ExpectOk(m_database->CreateTableDef(name, 0, {}, {}, table));
+    for (const std::u16string& field : fields) ExpectOk(table->CreateField(field, type, 0, 0));
+    CDaoIndexInfo key;
+    key.name = u"Primary Key";
+    key.primary = key.unique = true;
+    for (size_t i = 0; i < keyed; i++) key.fields.push_back({fields[i]});
+    if (keyed > 0) ExpectOk(table->CreateIndex(key));
+    for (const std::u16string& field : indexed) {
+      CDaoIndexInfo index;
+      index.name = u"By" + field;
+      index.fields = {{field}};
+      ExpectOk(table->CreateIndex(index));
+    }
+    ExpectOk(table->Append());
+  }
+  void AddRows(std::u16string_view table, const std::vector<std::vector<std::u16string>>& rows) {
+    OpenTable(table);
+    for (const auto& row : rows) ExpectOk(AddRow(row));
+    ExpectOk(m_recordset->Close());
+    m_recordset.reset();
+  }
+  CDaoResult Relate(std::u16string_view name, std::u16string_view foreign, std::u16string_view primary,
+                    const std::vector<CDaoRelationFieldInfo>& fields, int32_t attributes = 0) {
+    return m_database->CreateRelation(
+        {std::u16string(name), std::u16string(primary), std::u16string(foreign), attributes, fields});
+  }
+  // A logical index as it must lie in the file, without what the formats add around it.
+  std::string Side(uint32_t number, uint32_t real, uint8_t side, uint32_t partner, uint32_t page,
+                   char updates, char deletes) const {
+    return LittleEndian(number, 4) + LittleEndian(real, 4) + static_cast<char>(side) +
+           LittleEndian(partner, 4) + LittleEndian(page, 4) + updates + deletes + '\2';
+  }
+};
+
+TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
+  Create();
+  AddKeyedTable(u"Customers", {u"Id", u"Boss"}, 1);
+  AddKeyedTable(u"Orders", {u"Id", u"Customer", u"Payer"}, 1, {u"Payer"});
+  AddRows(u"Customers", {{u"1", u"-"}, {u"2", u"1"}, {u"3", u"1"}});
+  AddRows(u"Orders", {{u"10", u"3", u"-"}, {u"11", u"1", u"2"}, {u"12", u"1", u"-"}});
+  Reopen();
+  ExpectOk(Relate(u"CustomersOrders", u"Orders", u"customers", {{u"Id", u"Customer"}},
+                  kDaoRelationUpdateCascade | kDaoRelationDeleteCascade));
+  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {{u"Id", u"Payer"}}, kDaoRelationLeft));
+  Reopen();
+  ExpectOk(Relate(u"Bosses", u"Customers", u"Customers", {{u"Id", u"Boss"}}));
+  EXPECT_EQ(Relate(u"BOSSES", u"Customers", u"Customers", {{u"Id", u"Boss"}}).code,
+            EDaoError::RelationExists);
+  ExpectOk(Relate(u"Loose", u"Orders", u"Customers", {{u"Boss", u"Id"}, {u"Id", u"Payer"}},
+                  kDaoRelationDontEnforce));
+  // Rows that come later find their places in the indexes.
+  AddRows(u"Orders", {{u"13", u"2", u"3"}});
+  CFileWalker file = CloseAndCheck();
+
+  const uint32_t customers = file.Read(u"Customers").page, orders = file.Read(u"Orders").page;
+  const std::string bytes = ReadFile();
+  // Number, real index, side, partner's number, partner's page, cascades: the new index of Customer is real
+  // index 2 of Orders; Payer has one already.
+  for (const std::string& side :
+       {Side(2, 2, 2, 1, customers, 1, 1), Side(1, 0, 1, 2, orders, 1, 1), Side(3, 1, 2, 2, customers, 0, 0),
+        Side(2, 0, 1, 3, orders, 0, 0), Side(3, 1, 2, 4, customers, 0, 0), Side(4, 0, 1, 3, customers, 0, 0)})
+    EXPECT_NE(bytes.find(side), std::string::npos) << side;
+  EXPECT_EQ(file.Read(u"Orders").indexes.size(), 3u);
+
+  std::vector<std::string> rows;
+  const SWalkedTable relations = file.Read(u"MSysRelationships");
+  for (const auto& row : relations.Rows()) {
+    std::string line;
+    for (size_t i = 0; i < row.size(); i++)
+      line += (relations.columns[i].type == kDaoLong ? Number(Little(row[i].value_or(""), 0, 4))
+                                                     : ToUtf8(file.Text(row[i]))) +
+              " ";
+    rows.push_back(line);
+  }
+  std::sort(rows.begin(), rows.end());
+  // Jet 4 stores the columns by name: ccolumn grbit icolumn szColumn szObject szReferencedColumn
+  // szReferencedObject szRelationship; Jet 3 by number.
+  const std::vector<std::string> jet4{
+      "1 0 0 Boss Customers Id Customers Bosses ", "1 16777216 0 Payer Orders Id Customers Payers ",
+      "1 4352 0 Customer Orders Id customers CustomersOrders ", "2 2 0 Id Orders Boss Customers Loose ",
+      "2 2 1 Payer Orders Id Customers Loose "};
+  const std::vector<std::string> jet3{
+      "Bosses 0 1 0 Customers Boss Customers Id ", "CustomersOrders 4352 1 0 Orders Customer customers Id ",
+      "Loose 2 2 0 Orders Id Customers Boss ", "Loose 2 2 1 Orders Payer Customers Id ",
+      "Payers 16777216 1 0 Orders Payer Customers Id "};
+  EXPECT_EQ(rows, IsJet3() ? jet3 : jet4);
+}
+
+TEST_P(Relations, OnlySatisfiedOnesAreEnforced) {
+  Create();
+  AddKeyedTable(u"One", {u"A", u"B"}, 2);
+  AddKeyedTable(u"Two", {u"X", u"Y", u"Z"}, 0);
+  AddKeyedTable(u"Texts", {u"T"}, 1, {}, kDaoText);
+  AddRows(u"One", {{u"1", u"1"}, {u"1", u"2"}, {u"2", u"1"}});
+  // A key that is null in part refers to nothing.
+  AddRows(u"Two", {{u"1", u"1", u"1"}, {u"2", u"1", u"1"}, {u"-", u"7", u"2"}, {u"-", u"-", u"9"}});
+  const struct {
+    std::u16string_view foreign, primary;
+    std::vector<CDaoRelationFieldInfo> fields;
+    EDaoError code;
+    std::u16string_view text;
+  } cases[] = {
+      {u"Two", u"None", {{u"A", u"X"}}, EDaoError::ObjectNotFound, u"There is no table named \"None\"."},
+      {u"Two",
+       u"MSysObjects",
+       {{u"Id", u"X"}},
+       EDaoError::NotSupported,
+       u"Only the database itself changes a system table."},
+      {u"Two",
+       u"One",
+       {{u"A", u"Q"}},
+       EDaoError::ItemNotFound,
+       u"The relation names a field \"Q\" that table \"Two\" does not have."},
+      {u"Two", u"One", {}, EDaoError::InvalidArgument, u"A relation has 1 to 10 pairs of fields."},
+      {u"Two",
+       u"One",
+       {{u"A", u"X"}, {u"B", u"x"}},
+       EDaoError::DuplicateField,
+       u"The relation names a field twice."},
+      {u"Two",
+       u"One",
+       {{u"A", u"X"}},
+       EDaoError::NoUniqueIndex,
+       u"Table \"One\" has no unique index on the fields that are referred to."},
+      {u"Two",
+       u"Texts",
+       {{u"T", u"X"}},
+       EDaoError::FieldTypesDiffer,
+       u"The fields \"T\" and \"X\" have different types."},
+      {u"Two",
+       u"One",
+       {{u"A", u"Z"}, {u"B", u"Y"}},
+       EDaoError::RelatedRecordMissing,
+       u"1 record of table \"Two\" refers to no record of table \"One\" (2, 7)."},
+      {u"Two", u"One", {{u"B", u"Y"}, {u"A", u"X"}}, EDaoError::None, u""},
+  };
+  for (const auto& relation : cases) {
+    const CDaoResult result = Relate(u"R", relation.foreign, relation.primary, relation.fields);
+    EXPECT_EQ(result.code, relation.code) << ToUtf8(result.text);
+    EXPECT_EQ(result.text, relation.text);
+  }
+  EXPECT_EQ(Relate(u"a.b", u"Two", u"One", {{u"A", u"X"}}).code, EDaoError::InvalidName);
+  CloseAndCheck();
+}
+
+TEST_P(Relations, LargeTablesAreComparedByTheirIndexes) {
+  Create();
+  AddKeyedTable(u"Many", {u"Id"}, 1);
+  AddKeyedTable(u"More", {u"Id", u"Ref"}, 1);
+  constexpr int kRows = 30000;
+  OpenTable(u"Many");
+  for (int i = 0; i < kRows; i += 2) ExpectOk(AddRow({ToDecimal(i)}));
+  OpenTable(u"More");
+  for (int i = 0; i < kRows; i++) ExpectOk(AddRow({ToDecimal(i), ToDecimal((i * 7919 % kRows) & ~1)}));
+  ExpectOk(m_recordset->Close());
+  ExpectOk(Relate(u"R", u"More", u"Many", {{u"Id", u"Ref"}}));
+  AddRows(u"More", {{u"-1", u"-5"}, {u"-2", u"-5"}, {u"-3", u"29999"}, {u"-4", u"15001"}, {u"-5", u"30000"}});
+  const CDaoResult refused = Relate(u"S", u"More", u"Many", {{u"Id", u"Ref"}});
+  EXPECT_EQ(refused.code, EDaoError::RelatedRecordMissing);
+  EXPECT_EQ(refused.text,
+            u"5 records of table \"More\" refer to no record of table \"Many\" (-5; 15001; 29999; ...).");
+  CloseAndCheck();
+}
+
+// 32 indexes at most; one of the foreign table that does the same gives up its place.
+TEST_P(Relations, TheFormatBoundsTheIndexes) {
+  Create();
+  std::vector<std::u16string> fields{u"Id"}, indexed;
+  for (int i = 0; i < 31; i++) indexed.push_back(u"F" + ToDecimal(i));
+  fields.insert(fields.end(), indexed.begin(), indexed.end());
+  AddKeyedTable(u"Wide", fields, 1, indexed);
+  AddKeyedTable(u"Key", {u"Id"}, 1);
+  for (int i = 0; i < 31; i++)
+    ExpectOk(Relate(u"R" + ToDecimal(i), u"Wide", u"Key", {{u"Id", u"F" + ToDecimal(i)}}));
+  EXPECT_EQ(Relate(u"Last", u"Wide", u"Key", {{u"Id", u"Id"}}).code, EDaoError::TooManyIndexes);
+  EXPECT_EQ(Relate(u"Other", u"Key", u"Wide", {{u"Id", u"Id"}}).code, EDaoError::TooManyIndexes);
+  ExpectOk(Relate(u"Other", u"Key", u"Wide", {{u"Id", u"Id"}}, kDaoRelationDontEnforce));
+  CloseAndCheck();
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Relations, ::testing::Values(kDaoVersionJet3, kDaoVersionJet4), FormatName);
+
+}  // namespace tolvane::test
