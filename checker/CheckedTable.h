@@ -27,7 +27,8 @@ struct SCheckedColumn {
   uint16_t length = 0;
   uint16_t sortOrder = 0;
   uint8_t sortVersion = 0;
-  uint16_t codePage = 0;  // Jet 3
+  uint16_t codePage = 0;       // Jet 3
+  uint32_t complexNumber = 0;  // of a complex column
   bool hasMaps = false;
   uint32_t ownedMap = 0, freeMap = 0;
   CPageSet ownedPages;  // long values

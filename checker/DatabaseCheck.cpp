@@ -1,6 +1,7 @@
 #include "checker/DatabaseCheck.h"
 
 #include "checker/CatalogueCheck.h"
+#include "checker/ComplexCheck.h"
 #include "checker/HeaderCheck.h"
 #include "checker/QueryCheck.h"
 #include "checker/RelationCheck.h"
@@ -21,7 +22,8 @@ class CDatabaseCheck {
         m_table(context, m_usage),
         m_catalogue(context),
         m_queries(context),
-        m_relations(context) {}
+        m_relations(context),
+        m_complexColumns(context) {}
 
   void Run() {
     m_context.ledger.Claim(kHeaderPage, EPageRole::Header, 0);
@@ -34,6 +36,7 @@ class CDatabaseCheck {
     m_catalogue.Finish();
     m_queries.Finish(m_catalogue);
     m_relations.Finish(m_catalogue);
+    m_complexColumns.Finish(m_catalogue);
     m_context.ledger.CheckBalance();
   }
 
@@ -67,7 +70,11 @@ class CDatabaseCheck {
       m_context.findings.Error("B4", object.place, Say(u"there is no definition page ", object.id));
     else if (m_table.Open(object.id)) {
       m_relations.AddTable(object, m_table.GetTable());
-      Finish([](const CRowView&, SPlace) {});
+      m_complexColumns.AddTable(object, m_table.GetTable());
+      const bool isListOfComplex = CComplexCheck::IsComplexColumns(object);
+      Finish([&](const CRowView& row, SPlace place) {
+        if (isListOfComplex) m_complexColumns.AddRow(row, place);
+      });
     }
   }
 
@@ -87,6 +94,7 @@ class CDatabaseCheck {
   CCatalogueCheck m_catalogue;
   CQueryCheck m_queries;
   CRelationCheck m_relations;
+  CComplexCheck m_complexColumns;
 };
 
 }  // namespace

@@ -195,6 +195,8 @@ SCheckedColumn CDefinitionCheck::ParseColumn(std::span<const uint8_t> bytes) {
     column.codePage = GetLittle<uint16_t>(bytes, at.sortOrder + kCodePageBehind);
   else
     column.sortVersion = bytes[at.sortOrder + kSortVersionBehind];
+  // Stands in the place of the sort order.
+  if (column.type == kTypeComplex) column.complexNumber = GetLittle<uint32_t>(bytes, at.sortOrder);
   ExpectMagic(GetLittle<uint32_t>(bytes, at.magic), kDefinitionMagic, u"a column");
   return column;
 }

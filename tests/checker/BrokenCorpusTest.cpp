@@ -19,6 +19,7 @@ struct SBrokenReal {
 
 constexpr const char16_t* kRelations = u"V2003/indexTestV2003.mdb";
 constexpr const char16_t* kMovedRows = u"V2003/overflowTestV2003.mdb";
+constexpr const char16_t* kComplex = u"V2007/complexDataTestV2007.accdb";
 constexpr const char16_t* kJet3 = u"V1997/indexTestV1997.mdb";
 
 // Rows of MSysRelationships: column count, grbit, ccolumn, icolumn, then the names.
@@ -47,6 +48,11 @@ CChangedFile::SRow MovedSlot(const CChangedFile& f) {
       if ((f.Get(page, 14 + 2 * row, 2) & 0xC000) == 0x4000) return {page, row};
   }
   return {0, 0};
+}
+
+// The first row of MSysComplexColumns, on page 116: column count, kind, flat table, table, complex number.
+size_t ComplexRow(const CChangedFile& f) {
+  return f.StartOfRow(116, 0);
 }
 
 // Jet 3: the only leaf of the index of MSysACEs; entries of a flag, four bytes of key and four of row
@@ -100,6 +106,15 @@ const SBrokenReal kBroken[] = {
        f.At(slot.page, f.StartOfRow(slot.page, slot.start)) = 200;
      },
      {"C11", "C8", "R2"}},
+    {"ComplexFlatTable", kComplex, [](CChangedFile& f) { f.At(116, ComplexRow(f) + 6) = 2; }, {"E11", "K1"}},
+    {"ComplexNumber",
+     kComplex,
+     [](CChangedFile& f) { f.At(116, ComplexRow(f) + 14) = 99; },
+     {"C12", "E11", "K2"}},
+    {"ComplexColumn",  // the name of the flat table's column Value
+     kComplex,
+     [](CChangedFile& f) { f.At(60, f.Find(60, WideBytes("Value"))) = 'W'; },
+     {"K3"}},
     {"Jet3FreeBytes", kJet3, [](CChangedFile& f) { f.At(Jet3Leaf(f), 2)++; }, {"E4"}},
     {"Jet3KeyByte", kJet3, [](CChangedFile& f) { f.At(Jet3Leaf(f), 0xF8)--; }, {"E11"}},
     {"Jet3Level", kJet3, [](CChangedFile& f) { f.At(Jet3Leaf(f), 0x15)++; }, {"E5"}},
