@@ -1,6 +1,10 @@
 // queries: the saved queries, rebuilt as SQL text, without saving them.
 #include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
@@ -14,31 +18,13 @@ namespace tolvane {
 
 namespace {
 
-// The kinds by the high half of the type; what is not here has no SQL text.
-std::string_view KindOf(const CQuery& query) {
-  switch (ParseQueryNumber(query.type)) {
-    case 0:
-    case 8:
-      return "select";
-    case 16:
-      return "crosstab";
-    case 32:
-      return "delete";
-    case 48:
-      return "update";
-    case 64:
-      return "append";
-    case 80:
-      return "make table";
-    case 96:
-      return "data definition";
-    case 112:
-      return "pass-through";
-    case 128:
-      return "union";
-    default:
-      return "unknown";
-  }
+// The kind is in the high half of the type's byte; the low half marks queries of forms and reports.
+std::string_view KindOf(const std::u16string& type) {
+  constexpr std::string_view kKinds[] = {"select",     "crosstab",        "delete",       "update", "append",
+                                         "make table", "data definition", "pass-through", "union"};
+  const int number = ParseQueryNumber(type);
+  const size_t kind = number < 0 ? std::size(kKinds) : static_cast<size_t>(number) / 16;
+  return kind < std::size(kKinds) ? kKinds[kind] : "unknown";
 }
 
 // The SQL text keeps its lines.
@@ -54,14 +40,56 @@ std::string DrawSql(const std::u16string& sql) {
   return text;
 }
 
-std::string DrawQuery(const CQuery& query, const std::u16string& sql, const SPageStyle& style) {
-  const std::u16string name = query.name.empty() ? std::u16string(u"(name lost)") : query.name;
-  std::string text = "\n" + Heading(ToDisplay(name), style) + "  " + std::string(KindOf(query)) + "\n";
-  return text + (sql.empty() ? std::string("    no SQL text can be rebuilt for this kind\n") : DrawSql(sql));
+// One query of the list.
+struct SListed {
+  std::u16string name;  // empty when it is lost
+  std::u16string type;
+  std::u16string sql;            // empty when there is none,
+  std::string_view reason = {};  // and why
+  bool isWhole = false;
+};
+
+std::vector<SListed> ListQueries(const CAccessData& data, CTList<CQuery>& queries) {
+  std::vector<SListed> list;
+  for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
+    SListed& listed = list.emplace_back(SListed{query->name, query->type, query->GetSql()});
+    listed.isWhole = query->IsWhole();
+    if (!listed.sql.empty()) continue;
+    listed.reason = CQuerySaver::IsHidden(query->name) ? "a hidden query of a form or report is not rebuilt"
+                                                       : "no SQL text can be rebuilt for this query";
+  }
+  for (const CQuerySysObject* lost : CQuerySaver::FindLost(data, queries))
+    list.push_back({lost->GetName(), lost->GetType(), {}, "only its name is left, its rows are lost"});
+  return list;
 }
 
-bool IsHidden(const CQuery& query) {
-  return query.name.starts_with(u"~sq");
+std::string DrawQuery(const SListed& query, const SPageStyle& style) {
+  const std::u16string name = query.name.empty() ? std::u16string(u"(name lost)") : query.name;
+  const std::string kind = query.name.empty() ? "kind lost, read as select" : std::string(KindOf(query.type));
+  const std::string text = "\n" + Heading(ToDisplay(name), style) + "  " + kind + "\n";
+  if (query.sql.empty()) return text + "    (" + std::string(query.reason) + ")\n";
+  return text + DrawSql(query.sql) + (query.isWhole ? "" : "    (some of its rows are lost)\n");
+}
+
+std::string DrawCount(const std::vector<const SListed*>& shown, size_t hidden) {
+  const auto queries = [](size_t count, const std::string& kind) {
+    return std::to_string(count) + kind + (count == 1 ? " query" : " queries");
+  };
+  size_t without = 0;
+  for (const SListed* query : shown) without += query->sql.empty() ? 1 : 0;
+  std::string text = "\n" + (shown.empty() ? "No saved query was found" : queries(shown.size(), " saved"));
+  if (without > 0) text += ", " + std::to_string(without) + " of them without SQL text";
+  if (hidden > 0) text += "; --all lists " + queries(hidden, " hidden") + " of forms and reports, too";
+  return text + ".\n";
+}
+
+Json DescribeQuery(const SListed& query) {
+  return {{"name", query.name.empty() ? Json() : Json(ToUtf8(query.name))},
+          {"kind", KindOf(query.type)},
+          {"hidden", CQuerySaver::IsHidden(query.name)},
+          {"whole", query.isWhole},
+          {"sql", query.sql.empty() ? Json() : Json(ToUtf8(query.sql))},
+          {"reason", query.sql.empty() ? Json(query.reason) : Json()}};
 }
 
 }  // namespace
@@ -74,34 +102,26 @@ SCommandEnd RunQueries(CSession& session) {
   if (!CQuerySaver::ReadQueries(data, queries))
     return SFailure{EExitStatus::Failed, u"The temporary file of the saved queries cannot be read."};
 
+  const std::vector<SListed> found = ListQueries(data, queries);
+  std::vector<const SListed*> shown;
+  for (const SListed& query : found)
+    if (arguments.withSystemTables || !CQuerySaver::IsHidden(query.name)) shown.push_back(&query);
+
   const EExitStatus status = DecideStatus(data, nullptr);
-  const SPageStyle style = OutputStyle();
-  Json list = Json::array();
-  std::string text = DrawSource(data, arguments, style);
-  size_t count = 0;
-  for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
-    if (IsHidden(*query) && !arguments.withSystemTables) continue;
-    const std::u16string sql = query->GetSql();
-    ++count;
-    if (arguments.isJson) {
-      list.push_back({{"name", ToUtf8(query->name)},
-                      {"kind", KindOf(*query)},
-                      {"sql", sql.empty() ? Json() : Json(ToUtf8(sql))}});
-    } else {
-      text += DrawQuery(*query, sql, style);
-    }
-  }
-  if (!arguments.isJson) {
-    text += "\n" + std::to_string(count) + (count == 1 ? " query" : " queries") + "\n";
-    if (auto failure = Print(text)) return *failure;
-    MentionDamage(session);
+  if (arguments.isJson) {
+    Json result = MakeResult(arguments, status);
+    result["source"] = DescribeSource(data, arguments);
+    result["queries"] = Json::array();
+    for (const SListed* query : shown) result["queries"].push_back(DescribeQuery(*query));
+    result["damage"] = DescribeDamage(data);
+    if (!PrintJson(result)) return OutputLost();
     return status;
   }
-  Json result = MakeResult(arguments, status);
-  result["source"] = DescribeSource(data, arguments);
-  result["queries"] = std::move(list);
-  result["damage"] = DescribeDamage(data);
-  if (!PrintJson(result)) return OutputLost();
+  const SPageStyle style = OutputStyle();
+  std::string text = DrawSource(data, arguments, style);
+  for (const SListed* query : shown) text += DrawQuery(*query, style);
+  if (auto failure = Print(text + DrawCount(shown, found.size() - shown.size()))) return *failure;
+  MentionDamage(session);
   return status;
 }
 

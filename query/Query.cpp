@@ -28,6 +28,18 @@ std::u16string CQuery::GetSql() {
   return m_sql;
 }
 
+bool CQuery::IsWhole() const {
+  bool hasStart = false;
+  bool hasEnd = false;
+  for (const CQueryAttributes* row = rows.GetHead(); row != nullptr; row = row->GetNext()) {
+    if (row->Attribute.empty()) continue;
+    const int attribute = ParseQueryNumber(row->Attribute);
+    hasStart = hasStart || attribute == kQueryStart;
+    hasEnd = hasEnd || attribute == kQueryEnd;
+  }
+  return hasStart && hasEnd;
+}
+
 int CQueryEngine::GroupRows(CTList<CQuery>& queries, CTList<CQueryAttributes>& rows) {
   QueriesById byId = IndexById(queries);
   while (std::unique_ptr<CQueryAttributes> row = rows.TakeFront()) {

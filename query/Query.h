@@ -20,6 +20,8 @@ class CQuery : public CTListLink<CQuery> {
 
   // The SQL text; empty when no builder exists for the type or nothing could be built.
   std::u16string GetSql();
+  // False when the row that opens or the row that closes every definition is lost; others may be lost, too.
+  [[nodiscard]] bool IsWhole() const;
 
  private:
   std::u16string m_sql;

@@ -10,6 +10,7 @@ namespace tolvane {
 
 // Kinds of rows: the values of Attribute.
 enum EQueryAttribute : int {
+  kQueryStart = 0,
   kQueryKind = 1,      // append: Name1 is the target table
   kQueryOptions = 3,   // Flag: 2 distinct, 8 distinct rows; union: 3 UNION, 1 UNION ALL
   kQuerySource = 5,    // Name1 table or query, Name2 alias; union: Name2 marker, Expression member text
@@ -19,6 +20,7 @@ enum EQueryAttribute : int {
   kQueryGrouping = 9,  // Expression
   kQueryHaving = 10,   // Expression
   kQuerySortKey = 11,  // Expression, Name1 direction
+  kQueryEnd = 255,
 };
 
 class CQueryAttributes : public CTListLink<CQueryAttributes> {

@@ -8,6 +8,9 @@ namespace {
 constexpr std::u16string_view kRegistryStart = u"#<<";
 constexpr std::u16string_view kRegistryEnd = u">>#";
 
+// Units of the registry that are searched for one query; behind them only whole names count.
+constexpr size_t kMostSearched = size_t{1} << 26;
+
 bool HasBlank(std::u16string_view text) {
   return text.find(u' ') != std::u16string_view::npos;
 }
@@ -102,8 +105,11 @@ bool CQueryClauses::RegisterJoinTable(const std::u16string& name) {
   std::u16string entry(kRegistryStart);
   entry += name;
   entry += kRegistryEnd;
-  if ((m_registryHasMarks || hasMark) && m_registry.find(entry) != std::u16string::npos) return false;
   m_registryHasMarks = m_registryHasMarks || hasMark;
+  if (m_registryHasMarks && m_searched < kMostSearched) {
+    m_searched += m_registry.size();
+    if (m_registry.find(entry) != std::u16string::npos) return false;
+  }
   m_registry += entry;
   m_registered.insert(name);
   return true;

@@ -2,6 +2,7 @@
 // that its statement has and puts the finished clauses together. Expressions are used as they stand.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -69,6 +70,7 @@ class CQueryClauses {
   std::u16string m_registry;
   std::unordered_set<std::u16string> m_registered;
   bool m_registryHasMarks = false;
+  size_t m_searched = 0;
 
   // The first source row of each alias, made when the first join needs it.
   std::unordered_map<std::u16string_view, const CQueryAttributes*> m_sourceOfAlias;

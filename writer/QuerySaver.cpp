@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "app/status/Status.h"
@@ -77,7 +79,10 @@ const CAccessTable* CQuerySaver::FindQueriesTable(const CAccessData& data) {
 
 bool CQuerySaver::Save() {
   const CAccessTable* table = FindQueriesTable(m_data);
-  if (table == nullptr) return true;
+  if (table == nullptr) {
+    CountLost({});
+    return true;
+  }
   CProgressStatus& progress = CProgressStatus::Instance();
   progress.SetPos(0);
   progress.SetMax(
@@ -87,23 +92,24 @@ bool CQuerySaver::Save() {
 
   CTList<CQueryAttributes> rows;
   if (!ReadRows(*table, rows, IsSaving)) {
-    if (IsSaving()) m_summary.notes.push_back(u"Error code : - 004");
+    if (IsSaving()) Remark(u"Error code : - 004");
     return false;
   }
   CTList<CQuery> queries;
   GroupAndMatch(m_data, rows, queries);
+  CountLost(queries);
   progress.SetMax(queries.GetCount());
   progress.SetPos(0);
 
   std::unique_ptr<CDaoDatabase> database;
   if (const CDaoResult opened = m_engine.OpenDatabase(m_outputPath, false, false, {}, database);
       !opened.IsOk()) {
-    m_summary.notes.push_back(u"The saved queries could not be saved: " + opened.text);
+    Remark(u"The saved queries could not be saved: " + opened.text);
     return false;
   }
   const bool isDone = CreateQueries(*database, queries);
   if (const CDaoResult closed = database->Close(); !closed.IsOk())
-    m_summary.notes.push_back(u"The saved queries could not be saved: " + closed.text);
+    Remark(u"The saved queries could not be saved: " + closed.text);
   if (!isDone) return false;
   progress.SetPos(progress.GetMax());
   CDisplayPause::Instance().Pause();
@@ -167,22 +173,63 @@ bool CQuerySaver::CreateQueries(CDaoDatabase& database, const CTList<CQuery>& qu
 void CQuerySaver::CreateQuery(CDaoDatabase& database, CQuery& query) {
   const std::u16string sql = query.GetSql();
   if (sql.empty()) {
-    if (!query.name.starts_with(kHiddenPrefix)) ++m_summary.queriesSkipped;
+    if (!IsHidden(query.name)) ++m_summary.queriesSkipped;
     return;
   }
   const std::u16string name = query.name.empty() ? MakeFreshQueryName() : query.name;
-  if (name.starts_with(kHiddenPrefix)) return;
+  if (IsHidden(name)) return;
   std::unique_ptr<CDaoQueryDef> definition;
   CDaoResult result = database.CreateQueryDef(name, sql, definition);
   if (result.IsOk()) result = definition->Append();
   if (definition) definition->Close();
   if (result.IsOk()) {
     ++m_summary.queriesSaved;
-    if (!result.text.empty()) CRepairLog::Instance().Append(u"Query " + name + u": " + result.text);
+    if (query.name.empty())
+      Remark(u"Query " + name + u": its name and kind are lost; it was saved as a select query.");
+    if (!query.IsWhole()) Remark(u"Query " + name + u": some of its rows are lost.");
+    if (!result.text.empty()) Remark(u"Query " + name + u": " + result.text);
     return;
   }
   ++m_summary.queriesLost;
-  CRepairLog::Instance().Append(u"Query " + name + u" could not be saved: " + result.text);
+  Remark(u"Query " + name + u" could not be saved: " + result.text);
+}
+
+bool CQuerySaver::IsHidden(std::u16string_view name) {
+  return name.starts_with(kHiddenPrefix);
+}
+
+std::vector<const CQuerySysObject*> CQuerySaver::FindLost(const CAccessData& data,
+                                                          const CTList<CQuery>& queries) {
+  std::unordered_set<std::u16string_view> found;
+  for (const CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext())
+    found.insert(query->rows.GetHead()->ObjectId);
+  // Of two objects with one id the later is the one that counts.
+  std::unordered_map<std::u16string_view, size_t> places;
+  std::vector<const CQuerySysObject*> lost;
+  const CTList<CQuerySysObject>& objects = data.GetQueryObjects();
+  for (const CQuerySysObject* object = objects.GetHead(); object != nullptr; object = object->GetNext()) {
+    if (found.contains(object->GetId())) continue;
+    const auto [place, isNew] = places.emplace(object->GetId(), lost.size());
+    if (isNew) {
+      lost.push_back(object);
+    } else {
+      lost[place->second] = object;
+    }
+  }
+  return lost;
+}
+
+void CQuerySaver::CountLost(const CTList<CQuery>& queries) {
+  for (const CQuerySysObject* object : FindLost(m_data, queries)) {
+    if (IsHidden(object->GetName())) continue;
+    ++m_summary.queriesLost;
+    Remark(u"Query " + object->GetName() + u" could not be saved: its rows are lost.");
+  }
+}
+
+void CQuerySaver::Remark(std::u16string text) {
+  CRepairLog::Instance().Append(text);
+  m_summary.notes.push_back(std::move(text));
 }
 
 }  // namespace tolvane

@@ -5,10 +5,12 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "model/AccessData.h"
 #include "query/Query.h"
 #include "query/QueryAttributes.h"
+#include "query/QuerySysObject.h"
 #include "query/TList.h"
 #include "store/ValueStream.h"
 #include "writer/SavedTable.h"
@@ -30,6 +32,10 @@ class CQuerySaver {
   bool Save();
   // The same queries without a database, for lists: grouped, named and ready to be asked for their SQL.
   static bool ReadQueries(const CAccessData& data, CTList<CQuery>& queries);
+  // Queries that the catalogue names and of which no row came back. They live as long as `data`.
+  static std::vector<const CQuerySysObject*> FindLost(const CAccessData& data, const CTList<CQuery>& queries);
+  // Of a form or report, which keeps it for itself; never saved.
+  static bool IsHidden(std::u16string_view name);
 
  private:
   static const CAccessTable* FindQueriesTable(const CAccessData& data);
@@ -38,6 +44,9 @@ class CQuerySaver {
   static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
   bool CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries);
   void CreateQuery(CDaoDatabase& database, CQuery& query);
+  void CountLost(const CTList<CQuery>& queries);
+  // Tells the user, in the summary and in the log.
+  void Remark(std::u16string text);
 
   CDaoEngine& m_engine;
   const CAccessData& m_data;

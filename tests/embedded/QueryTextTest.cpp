@@ -1,10 +1,14 @@
-// Splitting the SQL of saved queries into rows, written out as "attribute|flag|name1|name2|expression".
+// Splitting the SQL of saved queries into rows, written out as "attribute|flag|name1|name2|expression", and
+// rebuilding it from them.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Text.h"
+#include "query/Query.h"
 #include "writer/embedded/QueryText.h"
 
 namespace tolvane {
@@ -63,12 +67,36 @@ TEST(QueryText, CrosstabAndUnion) {
             "5|||X7YZ_____2|SELECT e FROM f\n11||||a\n");
 }
 
+TEST(QueryText, NamesWithSignsNeedNoBrackets) {
+  EXPECT_EQ(
+      Rows(
+          u"SELECT *\nFROM ((Order-Lines) INNER JOIN (Rapport(Eng)) ON ([Order-Lines].a = [Rapport(Eng)].b)) "
+          u"LEFT JOIN ([a].[b] AS x/y) ON ([Rapport(Eng)].c = [x/y].d)"),
+      "1|1|||\n3|1|||\n5||Order-Lines||\n5||Rapport(Eng)||\n5||[a].[b]|x/y|\n"
+      "7|1|Order-Lines|Rapport(Eng)|[Order-Lines].a = [Rapport(Eng)].b\n"
+      "7|2|Rapport(Eng)|x/y|[Rapport(Eng)].c = [x/y].d\n");
+  EXPECT_EQ(Rows(u"INSERT INTO Orders(old) ( [a] )\nSELECT x\nFROM [T]"),
+            "1|3|Orders(old)||\n3|0|||\n5||T||\n6|0||a|x\n");
+}
+
+TEST(QueryText, OnlyWholeConditionsBecomeRows) {
+  const auto joins = [](std::u16string_view condition) {
+    const std::string rows = Rows(u"SELECT x FROM (A) INNER JOIN (B) ON " + std::u16string(condition));
+    return rows.substr(std::min(rows.find("7|1"), rows.size()));
+  };
+  EXPECT_EQ(joins(u"((e1) AND (e2)) AND (e3)"), "7|1|A|B|e1\n7|1|A|B|e2\n7|1|A|B|e3\n");
+  EXPECT_EQ(joins(u"((e1) AND (e2) OR (e3))"), "7|1|A|B|(e1) AND (e2) OR (e3)\n");
+  EXPECT_EQ(joins(u"((a) = (b))"), "7|1|A|B|(a) = (b)\n");
+  EXPECT_EQ(joins(u"a = b"), "7|1|A|B|a = b\n");
+  EXPECT_EQ(joins(u"()"), "7|1|A|B|\n");
+}
+
 TEST(QueryText, WhatCannotBeSplitIsStoredWhole) {
   EXPECT_EQ(Rows(u"CREATE TABLE x (y CHAR)"), "1|7|||CREATE TABLE x (y CHAR)\n");
-  for (const char16_t* sql :
-       {u"SELECT", u"SELECT (((", u"SELECT a FROM b LEFT JOIN c", u"SELECT a FROM (b", u"gibberish",
-        u"SELECT * FROM a,, b", u"INSERT INTO t (a) SELECT 1, 2 FROM b", u"UPDATE t SET",
-        u"SELECT a FROM b INNER JOIN c ON", u"TRANSFORM x", u"UNION", u"SELECT 'open"})
+  for (const char16_t* sql : {u"SELECT", u"SELECT (((", u"SELECT a FROM b LEFT JOIN c", u"SELECT a FROM (b",
+                              u"gibberish", u"SELECT * FROM a,, b", u"INSERT INTO t (a) SELECT 1, 2 FROM b",
+                              u"UPDATE t SET", u"SELECT a FROM b INNER JOIN c ON", u"TRANSFORM x", u"UNION",
+                              u"SELECT 'open", u"SELECT a FROM b WHERE xUNION\nSELECT c FROM d"})
     EXPECT_EQ(Rows(sql), "whole\n1|7|||" + ToUtf8(sql) + "\n");
   EXPECT_TRUE(Rows(u" \r\n").starts_with("refused"));
   EXPECT_TRUE(Rows(std::u16string_view(u"SELECT\0 1", 9)).starts_with("refused"));
@@ -80,7 +108,107 @@ TEST(QueryText, DeepNestingNeitherRecursesNorCrawls) {
   const std::u16string close(kDepth, u')');
   EXPECT_EQ(Rows(u"SELECT a FROM " + open + u"b" + close), "1|1|||\n3|0|||\n5||b||\n6|0|||a\n");
   EXPECT_EQ(Rows(u"SELECT a FROM b INNER JOIN c ON " + open + u"b.x=c.x" + close),
-            "1|1|||\n3|0|||\n5||b||\n5||c||\n6|0|||a\n7|1|b|c|b.x=c.x\n");
+            "1|1|||\n3|0|||\n5||b||\n5||c||\n6|0|||a\n7|1|b|c|" + std::string(kDepth - 1, '(') + "b.x=c.x" +
+                std::string(kDepth - 1, ')') + "\n");
+}
+
+struct SQueryRow {
+  const char16_t* attribute;
+  std::u16string expression = {};
+  std::u16string name1 = {};
+  std::u16string name2 = {};
+  const char16_t* flag = u"";
+};
+
+std::u16string Build(const std::u16string& type, const std::vector<SQueryRow>& fields) {
+  CQuery query;
+  query.type = type;
+  for (const SQueryRow& field : fields) {
+    auto row = std::make_unique<CQueryAttributes>();
+    row->Attribute = field.attribute;
+    row->Expression = field.expression;
+    row->Name1 = field.name1;
+    row->Name2 = field.name2;
+    row->Flag = field.flag;
+    query.rows.Append(std::move(row));
+  }
+  return query.GetSql();
+}
+
+std::u16string Rebuild(const SStoredQuery& stored) {
+  CQuery query;
+  query.type = ToDecimal(stored.objectFlags);
+  for (const SStoredQueryRow& from : stored.rows) {
+    auto row = std::make_unique<CQueryAttributes>();
+    row->Attribute = ToDecimal(from.attribute);
+    row->Expression = from.expression.value_or(u"");
+    row->Name1 = from.name1.value_or(u"");
+    row->Name2 = from.name2.value_or(u"");
+    if (from.flag) row->Flag = ToDecimal(*from.flag);
+    query.rows.Append(std::move(row));
+  }
+  return query.GetSql();
+}
+
+// What the builders write from rows in any state comes back letter by letter from the rows that are stored.
+TEST(QueryText, RebuiltStatementsComeBackUnchanged) {
+  std::vector<SQueryRow> chain;
+  for (int i = 0; i < 20'000; ++i) {
+    const std::u16string left = u"T" + ToDecimal(i);
+    const std::u16string right = u"T" + ToDecimal(i + 1);
+    chain.push_back({u"7", left + u".a = " + right + u".b", left, right, u"1"});
+  }
+  const std::vector<SQueryRow> clauses{{u"5", u"", u"my t"}, {u"6", u"f(a, \"b, (\")", u"x y"},
+                                       {u"8", u"w"},         {u"9", u"g"},
+                                       {u"10", u"h"},        {u"11", u"o", u"D"}};
+  const std::vector<SQueryRow> crosstab{{u"5", u"", u"T"},
+                                        {u"6", u"Sum(x)", u"S", u"", u"0"},
+                                        {u"6", u"n", u"", u"", u"0"},
+                                        {u"6", u"a", u"", u"", u"2"},
+                                        {u"9", u"a", u"", u"", u"2"},
+                                        {u"9", u"p", u"", u"", u"1"}};
+  struct SCase {
+    const char16_t* type;
+    std::vector<SQueryRow> rows;
+  };
+  const std::vector<SCase> cases{
+      {u"0", {}},
+      {u"0", clauses},
+      {u"0", {{u"10", u""}, {u"11", u""}}},
+      {u"0", chain},
+      {u"0", {{u"8", std::u16string(1'000'000, u'[') + u"]"}}},
+      {u"0", {{u"8", std::u16string(500'000, u'(') + u"x" + std::u16string(500'000, u')')}}},
+      {u"0",
+       {{u"5", u"", u"Order Lines", u"l"},
+        {u"7", u"l.a = B.a", u"l", u"B", u"2"},
+        {u"7", u"(l.b) = (B.b)", u"l", u"B", u"2"},
+        {u"7", u"", u"C-D", u"E(old)", u"3"},
+        {u"7", u"B.c = [E(old)].c", u"B", u"E(old)", u"1"},
+        {u"7", u"(B.d = [C-D].d)", u"C-D", u"B", u"1"}}},
+      {u"64", {{u"1", u"", u"my t"}, {u"5", u"", u"S"}, {u"6", u"x", u"", u"a"}, {u"6", u"y"}}},
+      {u"64", {{u"1", u"", u"t(old)"}, {u"5", u"", u"S"}}},
+      {u"64", {{u"6", u"x", u"", u"a"}}},
+      {u"48", {{u"5", u"", u"T"}, {u"6", u"\"=\"", u"", u"A B.c"}, {u"6", u"1", u"", u"d"}, {u"8", u"w"}}},
+      {u"48", {{u"7", u"e", u"A", u"B", u"1"}, {u"6", u"1", u"", u"d"}}},
+      {u"32", clauses},
+      {u"16", crosstab},
+      {u"16", {crosstab.begin() + 3, crosstab.end()}},
+      {u"16", {crosstab.begin() + 5, crosstab.end()}},
+      {u"128",
+       {{u"3", u"", u"", u"", u"3"},
+        {u"5", u"SELECT 1\r\n", u"", u"X7YZ_____1"},
+        {u"5", u"SELECT 2", u"", u"X7YZ_____2"}}},
+  };
+  for (size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    const std::u16string sql = Build(cases[i].type, cases[i].rows);
+    SStoredQuery stored;
+    std::u16string reason;
+    ASSERT_TRUE(SplitQueryText(sql, stored, reason));
+    const std::u16string again = Rebuild(stored);
+    EXPECT_TRUE(again == sql) << ToUtf8(again.substr(0, 500)) << "\n" << ToUtf8(sql.substr(0, 500));
+    EXPECT_FALSE(stored.isWhole);
+  }
 }
 
 }  // namespace

@@ -101,23 +101,6 @@ TEST(JoinBuilder, NamesLikeRegistryMarksStayBounded) {
             u"SELECT *\nFROM ([x#<<A B>>#y]) INNER JOIN (A B) ON (e)");
 }
 
-TEST(JoinBuilder, ThousandsOfJoinsStayLinear) {
-  CQuery query;
-  constexpr int kJoins = 20'000;
-  for (int i = 0; i < kJoins; ++i) {
-    auto row = std::make_unique<CQueryAttributes>();
-    row->Attribute = u"7";
-    row->Flag = u"1";
-    row->Name1 = u"T" + std::u16string(1, static_cast<char16_t>(0x4000 + i));
-    row->Name2 = u"T" + std::u16string(1, static_cast<char16_t>(0x4000 + i + 1));
-    row->Expression = u"e";
-    query.rows.Append(std::move(row));
-  }
-  const std::u16string sql = query.GetSql();
-  EXPECT_EQ(sql.size(), std::u16string(u"SELECT *\nFROM ").size() + 2 + size_t{kJoins} * 25);
-  EXPECT_TRUE(sql.ends_with(u") ON (e)"));
-}
-
 TEST(AppendBuilder, BracketsTargets) {
   EXPECT_EQ(
       Sql(u"64", {{u"1", u"", u"t"}, {u"5", u"", u"T"}, {u"6", u"x", u"", u"a"}, {u"6", u"y", u"", u"b"}}),

@@ -41,14 +41,21 @@ TEST_F(CQueryStepTest, QueriesAreCreatedBeforeTheRows) {
   EXPECT_TRUE(GetLog().starts_with("Saving queries"));
 }
 
-TEST_F(CQueryStepTest, OneBadQueryCostsItself) {
+TEST_F(CQueryStepTest, EachLossCostsOneQueryAndIsTold) {
   AddQueries({Column(u"-1", u"a"), Column(u"-2", u"b")});
   AddObject(u"bad", u"-1", u"0");
+  AddObject(u"without rows", u"-3", u"");
+  AddObject(u"without rows", u"-3", u"0");
+  AddObject(u"~sq_cHidden", u"-4", u"3");
   AddObject(u"good ~sq", u"-2", u"0");
   Refuse("query bad", EDaoError::InvalidName, u"no");
   ASSERT_TRUE(m_writer.Save());
   EXPECT_EQ(GetSummary().queriesSaved, 1u);
-  EXPECT_EQ(GetSummary().queriesLost, 1u);
+  EXPECT_EQ(GetSummary().queriesLost, 2u);
+  EXPECT_EQ(GetSummary().notes,
+            (std::vector<std::u16string>{u"Query without rows could not be saved: its rows are lost.",
+                                         u"Query bad could not be saved: no",
+                                         u"Query good ~sq: some of its rows are lost."}));
   EXPECT_NE(GetLog().find("Query bad could not be saved: no"), std::string::npos);
 }
 

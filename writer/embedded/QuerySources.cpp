@@ -2,15 +2,18 @@
 
 #include <utility>
 
-#include "platform/Text.h"
-
 namespace tolvane {
 namespace {
 
 constexpr uint8_t kSource = 5;
 constexpr uint8_t kJoin = 7;
-// Far beyond what any engine runs.
-constexpr size_t kMostSources = 256;
+
+std::u16string Folded(std::u16string_view name) {
+  std::u16string folded(name);
+  for (char16_t& unit : folded)
+    if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit + (u'a' - u'A'));
+  return folded;
+}
 
 }  // namespace
 
@@ -33,34 +36,54 @@ bool CQuerySources::ReadOperand() {
   return ReadSource();
 }
 
-// A table or query name, perhaps with dots, and an alias with or without AS.
+// A table or query name, perhaps with dots, and an alias behind AS.
 bool CQuerySources::ReadSource() {
-  const auto isName = [this](size_t i) {
-    return i < m_last && (m_scanner[i].kind == ESqlToken::Word || m_scanner[i].kind == ESqlToken::Bracketed);
-  };
-  if (!isName(m_next) || m_sources.size() >= kMostSources) return false;
-  const size_t first = m_next++;
-  while (m_scanner.IsSymbol(m_next, u'.') && isName(m_next + 1)) m_next += 2;
-
+  const size_t first = m_next;
+  m_next = EndOfName(first);
+  if (first == m_next) return false;
   SStoredQueryRow row;
   row.attribute = kSource;
   row.name1 = PlainName(m_scanner.GetText(first, m_next));
   if (m_next < m_last && m_scanner.IsWord(m_next, u"AS")) {
-    ++m_next;
-    if (!isName(m_next)) return false;
-    row.name2 = PlainName(m_scanner.GetText(m_next++));
+    const size_t alias = ++m_next;
+    m_next = EndOfName(alias);
+    if (alias == m_next) return false;
+    row.name2 = PlainName(m_scanner.GetText(alias, m_next));
   }
+  const size_t number = m_sources.size();
   m_sources.push_back(std::move(row));
-  return CompleteOperand({m_sources.size() - 1});
+  m_sourceOfName[Folded(NameOf(number))] = number;
+  return CompleteOperand({number, number + 1});
+}
+
+// Names without brackets may hold signs, as Order-Lines and Orders(old) do: what touches belongs to them.
+size_t CQuerySources::EndOfName(size_t first) const {
+  constexpr std::u16string_view kEnds = u"),;=<>";
+  const auto isName = [this](size_t i) {
+    return m_scanner[i].kind == ESqlToken::Word || m_scanner[i].kind == ESqlToken::Bracketed;
+  };
+  if (first >= m_last || !isName(first)) return first;
+  size_t end = first + 1;
+  while (end < m_last && m_scanner[end].start == m_scanner[end - 1].end) {
+    if (m_scanner.IsSymbol(end, u'(')) {
+      end = m_scanner[end].partner + 1;
+      continue;
+    }
+    const bool isSign = m_scanner[end].kind == ESqlToken::Symbol &&
+                        kEnds.find(m_scanner.GetText(end).front()) == std::u16string_view::npos;
+    if (!isSign && !(isName(end) && m_scanner[end - 1].kind == ESqlToken::Symbol)) break;
+    ++end;
+  }
+  return end;
 }
 
 // A source or a closed parenthesis: the left side of a join, or the right side of the one begun.
-bool CQuerySources::CompleteOperand(Tables tables) {
+bool CQuerySources::CompleteOperand(SRange operand) {
   for (;;) {
     SFrame& frame = m_frames.back();
     if (frame.joinKind == 0) {
-      frame.left = std::move(tables);
-    } else if (!TakeJoin(frame, std::move(tables))) {
+      frame.left = operand;
+    } else if (!TakeJoin(frame, operand)) {
       return false;
     }
     frame.joinKind = ReadJoinKeyword();
@@ -73,7 +96,7 @@ bool CQuerySources::CompleteOperand(Tables tables) {
     }
     if (!m_scanner.IsSymbol(m_next, u')') || !frame.isParenthesis) return false;
     ++m_next;
-    tables = std::move(frame.left);
+    operand = frame.left;
     m_frames.pop_back();
   }
 }
@@ -90,16 +113,13 @@ int CQuerySources::ReadJoinKeyword() {
   return 0;
 }
 
-bool CQuerySources::TakeJoin(SFrame& frame, Tables right) {
+bool CQuerySources::TakeJoin(SFrame& frame, SRange right) {
   if (m_next >= m_last || !m_scanner.IsWord(m_next, u"ON")) return false;
-  const size_t first = m_next + 1;
-  m_next = first;
+  const size_t first = ++m_next;
   m_next = FindConditionEnd();
   if (first == m_next) return false;
-  AddConditions(first, m_next, frame.joinKind, frame.left, right);
-  // The longer list takes the shorter one, so that a chain of thousands of joins stays linear.
-  if (frame.left.size() < right.size()) frame.left.swap(right);
-  frame.left.insert(frame.left.end(), right.begin(), right.end());
+  AddConditions({first, m_next}, frame.joinKind, frame.left, right);
+  frame.left.last = right.last;
   return true;
 }
 
@@ -120,64 +140,71 @@ size_t CQuerySources::FindConditionEnd() const {
   return i;
 }
 
-// "(a) AND (b)" becomes two rows; anything else is one. Parentheses around the whole are left out.
-void CQuerySources::AddConditions(size_t first, size_t last, int kind, const Tables& left,
-                                  const Tables& right) {
-  struct SRange {
-    size_t first;
-    size_t last;
+// "(a) AND (b)" becomes two rows; anything else is one. Of parentheses around a row's condition one pair is
+// left out: it belongs to the statement, further ones to the condition.
+void CQuerySources::AddConditions(SRange tokens, int kind, SRange left, SRange right) {
+  struct SPart {
+    SRange tokens;
+    bool isOpened;  // its own parentheses are left out already
   };
-  std::vector<SRange> open{{first, last}};
-  while (!open.empty()) {
-    SRange range = open.back();
-    open.pop_back();
-    const bool isOpen = m_scanner.IsSymbol(range.first, u'(');
-    const size_t close = isOpen ? m_scanner[range.first].partner : range.last;
-    if (isOpen && close + 1 == range.last && close > range.first + 1) {
-      open.push_back({range.first + 1, close});
-      continue;
+  std::vector<SPart> parts{{tokens, false}};
+  while (!parts.empty()) {
+    const SPart part = parts.back();
+    parts.pop_back();
+    const std::vector<SRange> conditions = SplitAtAnd(part.tokens);
+    if (conditions.empty() || (conditions.size() == 1 && part.isOpened)) {
+      AddJoinRow(part.tokens, kind, left, right);
+    } else if (conditions.size() == 1) {
+      parts.push_back({{part.tokens.first + 1, part.tokens.last - 1}, true});
+    } else {
+      for (size_t i = conditions.size(); i-- > 0;) parts.push_back({conditions[i], false});
     }
-    if (isOpen && close + 2 < range.last && m_scanner.IsWord(close + 1, u"AND") &&
-        m_scanner.IsSymbol(close + 2, u'(')) {
-      open.push_back({close + 2, range.last});
-      open.push_back({range.first, close + 1});
-      continue;
-    }
-    AddJoinRow(range.first, range.last, kind, left, right);
   }
 }
 
-void CQuerySources::AddJoinRow(size_t first, size_t last, int kind, const Tables& left, const Tables& right) {
-  // The tables that the condition names; without a clear answer, the neighbours of the join.
-  size_t leftTable = left.back();
-  size_t rightTable = right.front();
-  if (left.size() > 1 || right.size() > 1) {
-    for (const size_t table : left)
-      if (Mentions(first, last, table)) leftTable = table;
-    for (const size_t table : right)
-      if (Mentions(first, last, table)) rightTable = table;
+// The members of "(a) AND (b) AND ..." with their parentheses; one for "(a)"; none for any other text.
+std::vector<CQuerySources::SRange> CQuerySources::SplitAtAnd(SRange tokens) const {
+  std::vector<SRange> members;
+  for (size_t i = tokens.first; i < tokens.last && m_scanner.IsSymbol(i, u'(');) {
+    const size_t end = m_scanner[i].partner + 1;
+    members.push_back({i, end});
+    if (end == tokens.last) return members;
+    if (!m_scanner.IsWord(end, u"AND")) break;
+    i = end + 1;
+  }
+  return {};
+}
+
+void CQuerySources::AddJoinRow(SRange tokens, int kind, SRange left, SRange right) {
+  // The first table of either side that the condition names; without one, the neighbours of the join.
+  size_t leftTable = left.last - 1;
+  size_t rightTable = right.first;
+  bool hasLeft = false;
+  bool hasRight = false;
+  for (size_t i = tokens.first; i + 1 < tokens.last && !(hasLeft && hasRight); ++i) {
+    if (!m_scanner.IsSymbol(i + 1, u'.') && !m_scanner.IsSymbol(i + 1, u'!')) continue;
+    const auto named = m_sourceOfName.find(Folded(PlainName(m_scanner.GetText(i))));
+    if (named == m_sourceOfName.end()) continue;
+    if (!hasLeft && left.Holds(named->second)) {
+      leftTable = named->second;
+      hasLeft = true;
+    } else if (!hasRight && right.Holds(named->second)) {
+      rightTable = named->second;
+      hasRight = true;
+    }
   }
   SStoredQueryRow row;
   row.attribute = kJoin;
   row.flag = static_cast<int16_t>(kind);
   row.name1 = NameOf(leftTable);
   row.name2 = NameOf(rightTable);
-  row.expression = m_scanner.GetText(first, last);
+  row.expression = m_scanner.GetText(tokens.first, tokens.last);
   m_joins.push_back(std::move(row));
 }
 
 const std::u16string& CQuerySources::NameOf(size_t source) const {
   const SStoredQueryRow& row = m_sources[source];
   return row.name2 ? *row.name2 : *row.name1;
-}
-
-bool CQuerySources::Mentions(size_t first, size_t last, size_t source) const {
-  for (size_t i = first; i + 1 < last; ++i) {
-    if ((m_scanner.IsSymbol(i + 1, u'.') || m_scanner.IsSymbol(i + 1, u'!')) &&
-        EqualsIgnoreCase(PlainName(m_scanner.GetText(i)), NameOf(source)))
-      return true;
-  }
-  return false;
 }
 
 }  // namespace tolvane

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "writer/embedded/QueryText.h"
@@ -13,7 +14,7 @@ namespace tolvane {
 
 // Reads tokens [first, last), the text behind FROM or UPDATE, and appends a row per source and a row per join
 // condition. Nested joins come before the joins that use them. False when the text is no list of sources.
-// The tokens are walked once, with a stack of its own for the parentheses.
+// Linear: the tokens are walked once, with a stack of its own for the parentheses.
 class CQuerySources {
  public:
   CQuerySources(const CSqlScanner& scanner, size_t first, size_t last)
@@ -24,24 +25,31 @@ class CQuerySources {
   [[nodiscard]] std::vector<SStoredQueryRow>& GetJoins() { return m_joins; }
 
  private:
-  using Tables = std::vector<size_t>;  // indexes into m_sources
+  // Numbers [first, last) of tokens or of sources. Sources stand in the order of the text, so that every
+  // operand of a join is a range of them.
+  struct SRange {
+    size_t first = 0;
+    size_t last = 0;
+    [[nodiscard]] bool Holds(size_t number) const { return number >= first && number < last; }
+  };
   // What stands between an opening parenthesis (or a comma) and its end.
   struct SFrame {
-    Tables left;
+    SRange left;
     int joinKind = 0;  // of the join whose right side is being read
     bool isParenthesis = false;
   };
 
   bool ReadOperand();
   bool ReadSource();
-  bool CompleteOperand(Tables tables);
-  bool TakeJoin(SFrame& frame, Tables right);
+  [[nodiscard]] size_t EndOfName(size_t first) const;
+  bool CompleteOperand(SRange operand);
+  bool TakeJoin(SFrame& frame, SRange right);
   int ReadJoinKeyword();
   size_t FindConditionEnd() const;
-  void AddConditions(size_t first, size_t last, int kind, const Tables& left, const Tables& right);
-  void AddJoinRow(size_t first, size_t last, int kind, const Tables& left, const Tables& right);
+  void AddConditions(SRange tokens, int kind, SRange left, SRange right);
+  [[nodiscard]] std::vector<SRange> SplitAtAnd(SRange tokens) const;
+  void AddJoinRow(SRange tokens, int kind, SRange left, SRange right);
   [[nodiscard]] const std::u16string& NameOf(size_t source) const;
-  [[nodiscard]] bool Mentions(size_t first, size_t last, size_t source) const;
 
   const CSqlScanner& m_scanner;
   size_t m_next;
@@ -49,6 +57,7 @@ class CQuerySources {
   std::vector<SFrame> m_frames;
   bool m_wantsOperand = true;
   std::vector<SStoredQueryRow> m_sources;
+  std::unordered_map<std::u16string, size_t> m_sourceOfName;  // names without the case of ASCII letters
   std::vector<SStoredQueryRow> m_joins;
 };
 

@@ -83,6 +83,7 @@ class CSplitter {
   bool SplitUpdate();
   bool SplitDelete();
   bool SplitTransform();
+  bool HasPivot() const;
   bool SplitUnion(size_t keyword);
   bool SplitFrom(size_t first, size_t last);
   void SplitOrderBy(size_t first, size_t last);
@@ -143,6 +144,8 @@ bool CSplitter::Split() {
   bool isSplit = false;
   if (unionKeyword < m_last) {
     isSplit = SplitUnion(unionKeyword);
+  } else if (Is(u"TRANSFORM") || (Is(u"SELECT") && HasPivot())) {
+    isSplit = SplitTransform();
   } else if (Is(u"SELECT")) {
     isSplit = SplitSelect(m_next, m_last, kKindSelect, false);
   } else if (Is(u"INSERT")) {
@@ -151,8 +154,6 @@ bool CSplitter::Split() {
     isSplit = SplitUpdate();
   } else if (Is(u"DELETE")) {
     isSplit = SplitDelete();
-  } else if (Is(u"TRANSFORM")) {
-    isSplit = SplitTransform();
   }
   if (!isSplit) return false;
 
@@ -293,6 +294,7 @@ bool CSplitter::AddClauses(const SClauses& clauses, bool isCrosstab) {
 }
 
 bool CSplitter::SplitSelect(size_t first, size_t last, EKind kind, bool isCrosstab) {
+  if (m_scanner.FindWord(first + 1, last, 0, u"SELECT") < last) return false;  // two statements run together
   const SClauses clauses = FindClauses(first, last);
   const size_t into = m_scanner.FindWord(first, clauses.from, 0, u"INTO");
   if (kind == kKindSelect && into < clauses.from) {
@@ -304,7 +306,10 @@ bool CSplitter::SplitSelect(size_t first, size_t last, EKind kind, bool isCrosst
   }
   if (clauses.tail < last) AddOption(kOwnerAccess);
   size_t columns = first + 1;
-  if (!SplitSelectHead(columns) || columns >= into) return false;
+  if (!SplitSelectHead(columns) || columns > into) return false;
+  // Columns that are all lost leave the keyword alone; an append without a list takes all.
+  if (columns == into && kind == kKindSelect) return false;
+  if (columns == into && kind == kKindAppend) AddOption(kAllColumns);
   if (!SplitFrom(clauses.from, clauses.where)) return false;
   return AddColumns(columns, into, isCrosstab ? kRowHeading : kPlainColumn) &&
          AddClauses(clauses, isCrosstab);
@@ -315,17 +320,18 @@ bool CSplitter::SplitInsert() {
   ++m_next;
   if (!Take(u"INTO")) return false;
   const size_t target = m_next;
-  while (m_next < m_last && !m_scanner.IsSymbol(m_next, u'(') && !Is(u"SELECT")) ++m_next;
+  const size_t select = m_scanner.FindWord(m_next, m_last, 0, u"SELECT");
+  if (select == m_last) return false;
+  // The columns stand in the parentheses right before SELECT; earlier ones belong to the target's name.
+  size_t open = select;
+  if (select > target && m_scanner.IsSymbol(select - 1, u')'))
+    while (open > target && m_scanner[open].partner != select - 1) --open;
   AddKind(kKindAppend, kQueryFlagsAppend);
-  Kind().name1 = PlainName(m_scanner.GetText(target, m_next));
+  Kind().name1 = PlainName(m_scanner.GetText(target, open));
 
   std::vector<std::pair<size_t, size_t>> targets;
-  if (m_next < m_last && m_scanner.IsSymbol(m_next, u'(')) {
-    const size_t close = m_scanner[m_next].partner;
-    targets = SplitList(m_next + 1, close);
-    m_next = close + 1;
-  }
-  if (!Is(u"SELECT") || !SplitSelect(m_next, m_last, kKindAppend, false)) return false;
+  if (open < select) targets = SplitList(open + 1, select - 1);
+  if (!SplitSelect(select, m_last, kKindAppend, false)) return false;
   if (targets.empty()) return true;
   size_t column = 0;
   for (SStoredQueryRow& row : m_query.rows) {
@@ -371,12 +377,19 @@ bool CSplitter::SplitDelete() {
   return AddClauses(clauses, false);
 }
 
-// TRANSFORM values SELECT headings FROM ... PIVOT expression [IN ( headings )]
+// A crosstab whose values are lost is still one.
+bool CSplitter::HasPivot() const {
+  const size_t from = m_scanner.FindWord(m_next, m_last, 0, u"FROM");
+  return m_scanner.FindWord(from == m_last ? m_next : from, m_last, 0, u"PIVOT") < m_last;
+}
+
+// [TRANSFORM values] SELECT headings FROM ... PIVOT expression [IN ( headings )]
 bool CSplitter::SplitTransform() {
-  const size_t first = m_next + 1;
+  const bool hasValues = Take(u"TRANSFORM");
+  const size_t first = m_next;
   const size_t select = m_scanner.FindWord(first, m_last, 0, u"SELECT");
   const size_t pivot = m_scanner.FindWord(select, m_last, 0, u"PIVOT");
-  if (select == m_last || pivot + 1 >= m_last) return false;
+  if (select == m_last || pivot + 1 >= m_last || hasValues == (select == first)) return false;
   AddKind(kKindCrosstab, kQueryFlagsCrosstab);
   if (!AddColumns(first, select, kPlainColumn) || !SplitSelect(select, pivot, kKindCrosstab, true))
     return false;

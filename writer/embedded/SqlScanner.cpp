@@ -97,8 +97,9 @@ size_t CSqlScanner::FindSymbol(size_t first, size_t last, uint32_t depth, char16
 std::u16string_view PlainName(std::u16string_view name) {
   while (!name.empty() && IsBlank(name.front())) name.remove_prefix(1);
   while (!name.empty() && IsBlank(name.back())) name.remove_suffix(1);
-  if (name.size() >= 2 && name.front() == u'[' && name.back() == u']') return name.substr(1, name.size() - 2);
-  return name;
+  // "[a].[b]" begins and ends with brackets that are no pair.
+  const bool isBracketed = name.size() >= 2 && name.front() == u'[' && name.find(u']') == name.size() - 1;
+  return isBracketed ? name.substr(1, name.size() - 2) : name;
 }
 
 }  // namespace tolvane
