@@ -35,7 +35,7 @@ template <class T>
 void AppendLittle(std::vector<uint8_t>& out, T value) {
   const size_t at = out.size();
   out.resize(at + sizeof(T));
-  PutLittle(std::span(out), at, value);
+  PutLittle(std::span(out).subspan(at), 0, value);  // `at` may happen to be kAbsent
 }
 
 inline uint64_t DoubleBits(double value) {
