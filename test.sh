@@ -49,7 +49,7 @@ build() { cmake -S "$root" --preset "$1" "${@:2}" && ninja -C "$root/build/$1" -
 
 sources() {
   local folder
-  for folder in platform app query store model engine writer checker cli ui; do
+  for folder in platform app query store model engine writer checker cli; do
     [ ! -d "$root/$folder" ] || find "$root/$folder" -name '*.cpp' ! -name '*_win.cpp' ! -path '*/automation/*'
   done | sort
 }

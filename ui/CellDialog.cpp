@@ -1,0 +1,45 @@
+#include "ui/CellDialog.h"
+
+#include "platform/Wide_win.h"
+#include "ui/Clipboard.h"
+#include "ui/Resource.h"
+#include "ui/win/Dpi.h"
+#include "ui/win/Layout.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int kMargin = 12;
+constexpr int kGap = 8;
+constexpr int kButtonWidth = 88;
+constexpr int kButtonHeight = 26;
+
+}  // namespace
+
+CCellDialog::CCellDialog(std::u16string caption, std::u16string text)
+    : CDialog(IDD_CELL), m_caption(std::move(caption)), m_text(std::move(text)) {}
+
+void CCellDialog::OnInitDialog() {
+  SetText(m_caption);
+  m_edit.Attach(GetDlgItem(m_window, IDC_CELL_TEXT));
+  m_edit.Send(EM_SETLIMITTEXT, 0);
+  SetWindowTextW(m_edit.GetHandle(), ToWide(ToEditText(m_text)).c_str());
+  OnSize();
+}
+
+void CCellDialog::OnSize() {
+  const CDpi dpi = CDpi::Of(m_window);
+  CArea area = CArea(GetClientArea()).Inset(dpi.Scale(kMargin), dpi.Scale(kMargin));
+  CArea buttons = area.CutBottom(dpi.Scale(kButtonHeight), dpi.Scale(kGap));
+  CMover mover(m_window);
+  mover.Place(IDCANCEL, buttons.CutRight(dpi.Scale(kButtonWidth), dpi.Scale(kGap)));
+  mover.Place(IDC_CELL_COPY, buttons.CutRight(dpi.Scale(kButtonWidth)));
+  mover.Place(IDC_CELL_TEXT, area);
+}
+
+void CCellDialog::OnCommand(UINT identifier, UINT) {
+  if (identifier == IDC_CELL_COPY) CopyTextToClipboard(m_window, m_text);
+}
+
+}  // namespace tolvane

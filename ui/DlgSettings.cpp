@@ -1,0 +1,28 @@
+#include "ui/DlgSettings.h"
+
+#include "ui/Resource.h"
+
+namespace tolvane {
+
+CDlgSettings::CDlgSettings(SSettings settings) : CDialog(IDD_SETTINGS), m_settings(std::move(settings)) {}
+
+void CDlgSettings::OnInitDialog() {
+  GetItem(IDC_SETTINGS_PREFIX).SetText(m_settings.prefix);
+  const CWnd engines = GetItem(IDC_SETTINGS_ENGINE);
+  engines.Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(L"Built-in engine"));
+  engines.Send(CB_SETCURSEL, 0);
+}
+
+void CDlgSettings::OnOk() {
+  std::u16string prefix = GetItem(IDC_SETTINGS_PREFIX).GetText();
+  if (const auto complaint = CheckPrefix(prefix)) {
+    ShowMessage(*complaint);
+    SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetItem(IDC_SETTINGS_PREFIX).GetHandle()),
+                 TRUE);
+    return;
+  }
+  m_settings.prefix = std::move(prefix);
+  CDialog::OnOk();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,458 @@
+#include "ui/MainFrame.h"
+
+#include <windows.h>
+// After windows.h, whose types these need.
+#include <commctrl.h>
+#include <shellapi.h>
+
+#include "app/status/Status.h"
+#include "platform/Files.h"
+#include "platform/Wide_win.h"
+#include "ui/CrashNote.h"
+#include "ui/DlgSettings.h"
+#include "ui/Resource.h"
+#include "ui/StartRecoverDlg.h"
+#include "ui/win/Dialog.h"
+#include "ui/win/Layout.h"
+#include "writer/embedded/EmbeddedEngine.h"
+
+namespace tolvane {
+
+namespace {
+
+// Pixels at 96 DPI.
+constexpr int kWidth = 1000;
+constexpr int kHeight = 720;
+constexpr int kLeastWidth = 720;
+constexpr int kLeastHeight = 560;
+constexpr int kActivityWidth = 160;
+
+// The bar that only shows that something goes on begins anew after so many steps.
+constexpr int kActivitySteps = 10;
+
+constexpr std::u16string_view kLogFilter = u"Text Files (*.txt)|*.txt||";
+constexpr std::u16string_view kGuideName = u"TolvaneForAccess.html";
+
+class CAboutDialog : public CDialog {
+ public:
+  CAboutDialog() : CDialog(IDD_ABOUT) {}
+};
+
+}  // namespace
+
+// --- creation ---
+
+CMainFrame::CMainFrame(CRecentFiles& recentFiles, CRunFolder& runFolder)
+    : m_recentFiles(recentFiles), m_runFolder(runFolder) {}
+
+bool CMainFrame::RegisterFrameClass() {
+  return RegisterWindowClass(TOLVANE_FRAME_CLASS, COLOR_BTNFACE, IDR_MAINFRAME);
+}
+
+bool CMainFrame::Create(std::u16string_view path) {
+  const HINSTANCE program = GetModuleHandleW(nullptr);
+  const HMENU menu = LoadMenuW(program, MAKEINTRESOURCEW(IDR_MAINFRAME));
+  m_keys = LoadAcceleratorsW(program, MAKEINTRESOURCEW(IDR_MAINFRAME));
+  if (!CreateOwn(TOLVANE_FRAME_CLASS, kProgramName,
+                 {WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_ACCEPTFILES}, nullptr, menu))
+    return false;
+  if (!CreateChildren() || !CreateWorkflow()) return false;
+  const CDpi dpi = CDpi::Of(m_window);
+  SetWindowPos(m_window, nullptr, 0, 0, dpi.Scale(kWidth), dpi.Scale(kHeight),
+               SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  m_workflow->Start();
+  m_view.SetRecentFiles(m_recentFiles.Get());
+  ShowNotice({});
+  SelectFile(path);
+  return true;
+}
+
+bool CMainFrame::CreateChildren() {
+  m_dialogs.SetOwner(m_window);
+  m_statusBar = CreateWindowExW(0, STATUSCLASSNAMEW, L"", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0,
+                                m_window, reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_STATUS_BAR)),
+                                GetModuleHandleW(nullptr), nullptr);
+  m_activityBar = CreateWindowExW(0, PROGRESS_CLASSW, L"Activity", WS_CHILD, 0, 0, 0, 0, m_statusBar,
+                                  reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_ACTIVITY_BAR)),
+                                  GetModuleHandleW(nullptr), nullptr);
+  SendMessageW(m_activityBar, PBM_SETRANGE32, 0, kActivitySteps);
+  SendMessageW(m_activityBar, PBM_SETSTEP, 1, 0);
+  m_view.SetNotice([this](std::u16string_view text) { ShowNotice(text); });
+  return m_statusBar && m_activityBar && m_view.Create(m_window);
+}
+
+bool CMainFrame::CreateWorkflow() {
+  m_engine = MakeEmbeddedEngine({.tempFolder = GetWorkFolder()});
+  m_workflow = std::make_unique<CRepairWorkflow>(SWorkflowParts{.dialogs = m_dialogs,
+                                                                .view = m_view,
+                                                                .frame = *this,
+                                                                .processes = m_processes,
+                                                                .engine = *m_engine,
+                                                                .recentFiles = &m_recentFiles});
+  m_view.SetWorkflow(*m_workflow);
+  return true;
+}
+
+bool CMainFrame::TranslateKeys(MSG& message) {
+  if (message.hwnd != m_window && !IsChild(m_window, message.hwnd)) return false;
+  return TranslateAcceleratorW(m_window, m_keys, &message) != 0 ||
+         IsDialogMessageW(m_view.GetHandle(), &message) != FALSE;
+}
+
+// --- what the workflow asks ---
+
+void CMainFrame::SetTimer(uint32_t identifier, uint32_t milliseconds) {
+  ::SetTimer(m_window, identifier, milliseconds, nullptr);
+}
+
+void CMainFrame::KillTimer(uint32_t identifier) {
+  ::KillTimer(m_window, identifier);
+}
+
+void CMainFrame::ShowProgressBar(bool isShown) {
+  if (isShown && !m_isBusy) m_progress.Start();
+  m_isBusy = isShown;
+  ShowWindow(m_activityBar, isShown ? SW_SHOWNA : SW_HIDE);
+  SetThreadExecutionState(isShown ? ES_CONTINUOUS | ES_SYSTEM_REQUIRED : ES_CONTINUOUS);
+  UpdateTitle();
+}
+
+void CMainFrame::StepProgressBar() {
+  SendMessageW(m_activityBar, PBM_STEPIT, 0, 0);
+}
+
+void CMainFrame::ResetProgressBar() {
+  SendMessageW(m_activityBar, PBM_SETPOS, 0, 0);
+}
+
+void CMainFrame::RefreshProgress() {
+  m_view.RefreshProgress();
+  m_progress.Update(CStatusProgress::Instance().GetText(), CProgressStatus::Instance().GetPos(),
+                    CProgressStatus::Instance().GetMax());
+  UpdateTitle();
+}
+
+void CMainFrame::UpdateTitle() {
+  std::u16string title;
+  if (m_isBusy) {
+    title = FormatCount(static_cast<uint64_t>(m_progress.GetPercent())) + u"% - ";
+    m_taskbar.ShowPercent(m_progress.GetPercent());
+  } else {
+    m_taskbar.Clear();
+  }
+  const std::u16string path = m_workflow ? m_workflow->GetManager().GetCorruptedPath() : std::u16string();
+  if (!path.empty()) title += std::u16string(FileNameOf(path)) + u" - ";
+  SetText(title + FromWide(kProgramName));
+}
+
+void CMainFrame::EnableCommands(const SCommandSwitches& switches) {
+  m_switches = switches;
+  m_view.EnableCommands(switches);
+  if (!m_workflow) return;
+  ShowNotice({});
+  UpdateTitle();
+  m_view.SetRecentFiles(m_recentFiles.Get());
+  SetCrashContext(u"page " +
+                  std::u16string(1, static_cast<char16_t>(u'0' + static_cast<int>(m_workflow->GetPage()))));
+}
+
+void CMainFrame::RestoreIfMinimised() {
+  if (IsIconic(m_window)) ShowWindow(m_window, SW_RESTORE);
+}
+
+void CMainFrame::EndProcess() {
+  m_runFolder.Remove();
+  const HANDLE self = OpenProcess(PROCESS_TERMINATE, FALSE, GetCurrentProcessId());
+  TerminateProcess(self ? self : GetCurrentProcess(), 0);
+}
+
+// --- commands ---
+
+bool CMainFrame::IsChoosing() const {
+  return m_workflow->GetPage() <= EPageState::FileSelected;
+}
+
+void CMainFrame::OnCommand(UINT identifier) {
+  switch (identifier) {
+    case ID_NEW_REPAIR:
+      return OnNewRepair();
+    case ID_CHOOSE_FILE:
+      if (m_switches.canRepair) m_workflow->ChooseCorruptedFile();
+      return;
+    case ID_CHOOSE_TEMPLATE:
+      if (IsChoosing()) m_workflow->ChooseTemplateFile();
+      return;
+    case ID_MODE_STANDARD:
+    case ID_MODE_TEMPLATE:
+      if (IsChoosing()) m_workflow->ChooseMode(identifier == ID_MODE_TEMPLATE);
+      return;
+    case IDC_RECENT_LIST:
+      return SelectRecentFile(m_view.GetChosenRecentFile());
+    case ID_NEXT:
+      return OnNext();
+    case ID_BACK:
+      if (m_switches.canRepair) m_workflow->Back();
+      return;
+    case ID_STOP:
+      return OnStop();
+    case ID_EXIT:
+      Send(WM_CLOSE);
+      return;
+    case ID_SETTINGS:
+      return OnSettings();
+    case ID_SAVE_LOG:
+      return OnSaveLog();
+    case ID_OPEN_FOLDER:
+      return OnOpenFolder();
+    case ID_HELP_GUIDE:
+      return OnHelp();
+    case ID_ABOUT:
+      CAboutDialog().DoModal(m_window);
+      return;
+    default:
+      break;
+  }
+  if (identifier < ID_RECENT_FIRST || identifier > ID_RECENT_LAST) return OnViewCommand(identifier);
+  const size_t index = identifier - ID_RECENT_FIRST;
+  if (index < m_recentFiles.Get().size()) SelectRecentFile(std::u16string(m_recentFiles.Get()[index]));
+}
+
+void CMainFrame::OnViewCommand(UINT identifier) {
+  switch (identifier) {
+    case ID_COPY:
+      return m_view.Copy();
+    case ID_COPY_ROWS:
+      return m_view.CopyRows();
+    case ID_COPY_LOG:
+      return m_view.CopyLog();
+    case ID_SELECT_ALL:
+      return m_view.SelectAll();
+    case ID_FIND:
+      return m_view.BeginFind();
+    case ID_FIND_NEXT:
+      return m_view.FindNext();
+    case ID_SHOW_CELL:
+      return m_view.ShowWholeCell();
+    default:
+      return;
+  }
+}
+
+// While a worker runs, going on is the timers' business.
+void CMainFrame::OnNext() {
+  const bool isReview = m_workflow->GetPage() == EPageState::Repaired;
+  if (isReview ? m_switches.canSave : m_switches.canRepair && IsChoosing()) m_workflow->Next();
+}
+
+void CMainFrame::OnStop() {
+  if (!m_switches.canStop) return;
+  m_workflow->StopRepair();
+  m_workflow->StopSave();
+}
+
+void CMainFrame::OnNewRepair() {
+  if (!m_switches.canRepair) return;
+  const COvRepairFileManager& manager = m_workflow->GetManager();
+  CStartRecoverDlg dialog({.isTemplateMode = m_workflow->IsTemplateMode(),
+                           .corruptedFile = IsChoosing() ? manager.GetCorruptedPath() : std::u16string(),
+                           .templateFile = manager.GetTemplatePath()});
+  if (dialog.DoModal(m_window) != IDOK) return;
+  const SStartChoice& choice = dialog.GetChoice();
+  m_workflow->ChooseMode(choice.isTemplateMode);
+  m_workflow->SelectTemplateFile(choice.templateFile);
+  m_workflow->SelectCorruptedFile(choice.corruptedFile);
+  if (m_workflow->GetPage() == EPageState::FileSelected) m_workflow->Next();
+}
+
+void CMainFrame::OnSettings() {
+  CDlgSettings dialog(m_settings);
+  if (dialog.DoModal(m_window) != IDOK) return;
+  m_settings = dialog.GetSettings();
+}
+
+void CMainFrame::OnSaveLog() {
+  const std::u16string path = m_dialogs.ChooseSaveFile({.title = u"Save log",
+                                                        .filter = std::u16string(kLogFilter),
+                                                        .defaultExtension = u"txt",
+                                                        .defaultName = u"Tolvane log.txt"});
+  if (path.empty()) return;
+  std::u16string problem;
+  if (m_view.GetLog().SaveLog(path, problem))
+    ShowNotice(u"The log was saved: " + path);
+  else
+    m_dialogs.ShowMessage(path + u": " + problem, EMessageIcon::Warning);
+}
+
+// With the file selected in it.
+void CMainFrame::OnOpenFolder() {
+  const std::u16string& path = m_workflow->GetOutputPath();
+  if (m_workflow->GetPage() != EPageState::Saved || path.empty()) return;
+  const std::wstring parameters =
+      FileExists(path) ? L"/select,\"" + ToWide(path) + L"\"" : L"\"" + ToWide(FolderOf(path)) + L"\"";
+  ShellExecuteW(m_window, nullptr, L"explorer.exe", parameters.c_str(), nullptr, SW_SHOWNORMAL);
+}
+
+// The guide lies beside the program; without it the About box says what the program does.
+void CMainFrame::OnHelp() {
+  const std::u16string guide = GetExecutableFolder() + std::u16string(kGuideName);
+  if (FileExists(guide))
+    ShellExecuteW(m_window, L"open", ToWide(guide).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  else
+    CAboutDialog().DoModal(m_window);
+}
+
+void CMainFrame::SelectFile(std::u16string_view path) {
+  if (path.empty()) return;
+  if (m_switches.canRepair)
+    m_workflow->SelectCorruptedFile(GetAbsolutePath(path));
+  else
+    ShowNotice(u"Stop the work first, then choose another database.");
+}
+
+void CMainFrame::SelectRecentFile(const std::u16string& path) {
+  if (path.empty()) return;
+  if (GetFileKind(path) != EFileKind::Missing) return SelectFile(path);
+  m_dialogs.ShowMessage(u"File '" + path + u"' does not exist or access is denied.", EMessageIcon::None);
+  m_recentFiles.Remove(path);
+  m_view.SetRecentFiles(m_recentFiles.Get());
+}
+
+void CMainFrame::OnDrop(WPARAM drop) {
+  const auto files = reinterpret_cast<HDROP>(drop);
+  std::wstring path(DragQueryFileW(files, 0, nullptr, 0) + 1, L'\0');
+  path.resize(DragQueryFileW(files, 0, path.data(), static_cast<UINT>(path.size())));
+  const UINT count = DragQueryFileW(files, static_cast<UINT>(-1), nullptr, 0);
+  DragFinish(files);
+  SelectFile(FromWide(path));
+  if (count > 1) ShowNotice(u"Only the first of the dropped files was chosen.");
+}
+
+void CMainFrame::OnClose() {
+  m_workflow->Close();
+}
+
+// --- the window ---
+
+void CMainFrame::ShowNotice(std::u16string_view text) const {
+  SendMessageW(m_statusBar, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(ToWide(text).c_str()));
+}
+
+void CMainFrame::Arrange() {
+  if (IsIconic(m_window)) return;
+  SendMessageW(m_statusBar, WM_SIZE, 0, 0);
+  RECT status{};
+  GetWindowRect(m_statusBar, &status);
+  RECT client = GetClientArea();
+  const CDpi dpi = CDpi::Of(m_window);
+  const int width = client.right;
+  const int parts[] = {width - dpi.Scale(kActivityWidth), -1};
+  SendMessageW(m_statusBar, SB_SETPARTS, std::size(parts), reinterpret_cast<LPARAM>(parts));
+  RECT part{};
+  SendMessageW(m_statusBar, SB_GETRECT, 1, reinterpret_cast<LPARAM>(&part));
+  CArea activity = CArea(part).Inset(dpi.Scale(4), dpi.Scale(3));
+  activity.CutRight(dpi.Scale(16));
+  MoveWindow(m_activityBar, activity.GetRect().left, activity.GetRect().top, activity.GetWidth(),
+             activity.GetHeight(), TRUE);
+  MoveWindow(m_view.GetHandle(), 0, 0, width, client.bottom - (status.bottom - status.top), TRUE);
+}
+
+void CMainFrame::OnDpiChanged(const RECT& area) {
+  const CDpi dpi = CDpi::Of(m_window);
+  m_statusFont = CFont(dpi.GetMessageFont());
+  SendMessageW(m_statusBar, WM_SETFONT, reinterpret_cast<WPARAM>(m_statusFont.GetHandle()), TRUE);
+  m_view.SetDpi(dpi);
+  SetWindowPos(m_window, nullptr, area.left, area.top, area.right - area.left, area.bottom - area.top,
+               SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+void CMainFrame::OnMenu(HMENU menu) {
+  const auto enable = [menu](UINT identifier, bool isEnabled) {
+    EnableMenuItem(menu, identifier, MF_BYCOMMAND | static_cast<UINT>(isEnabled ? MF_ENABLED : MF_GRAYED));
+  };
+  const EPageState page = m_workflow->GetPage();
+  const bool isReview = page == EPageState::Repaired;
+  enable(ID_NEW_REPAIR, m_switches.canRepair);
+  enable(ID_CHOOSE_FILE, m_switches.canRepair);
+  enable(ID_CHOOSE_TEMPLATE, m_switches.canRepair && IsChoosing() && m_workflow->IsTemplateMode());
+  enable(ID_MODE_STANDARD, IsChoosing());
+  enable(ID_MODE_TEMPLATE, IsChoosing());
+  enable(ID_NEXT, isReview ? m_switches.canSave : m_switches.canRepair && IsChoosing());
+  enable(ID_BACK, m_switches.canRepair && page >= EPageState::Repaired);
+  enable(ID_STOP, m_switches.canStop);
+  enable(ID_OPEN_FOLDER, page == EPageState::Saved);
+  enable(ID_SAVE_LOG, !m_view.GetLog().GetLogText().empty());
+  enable(ID_COPY_LOG, !m_view.GetLog().GetLogText().empty());
+  for (const UINT command : {ID_COPY_ROWS, ID_FIND, ID_FIND_NEXT, ID_SHOW_CELL})
+    enable(command, m_view.HasRecords());
+  CheckMenuRadioItem(menu, ID_MODE_STANDARD, ID_MODE_TEMPLATE,
+                     m_workflow->IsTemplateMode() ? ID_MODE_TEMPLATE : ID_MODE_STANDARD, MF_BYCOMMAND);
+  if (GetMenuItemID(menu, 0) == ID_NEW_REPAIR) ListRecentFiles(menu);
+  std::wstring next = isReview ? L"&Save Repaired Database...\tCtrl+S" : L"&Repair\tF5";
+  MENUITEMINFOW item{};
+  item.cbSize = sizeof(item);
+  item.fMask = MIIM_STRING;
+  item.dwTypeData = next.data();
+  SetMenuItemInfoW(menu, ID_NEXT, FALSE, &item);
+}
+
+// Above the way out.
+void CMainFrame::ListRecentFiles(HMENU menu) const {
+  for (UINT command = ID_RECENT_FIRST; command <= ID_RECENT_LAST + 1; ++command)
+    DeleteMenu(menu, command, MF_BYCOMMAND);
+  const auto& paths = m_recentFiles.Get();
+  for (size_t i = 0; i < paths.size(); ++i) {
+    std::wstring text = L"&" + std::to_wstring(i + 1) + L" ";
+    for (const char16_t unit : paths[i]) text.append(unit == u'&' ? 2 : 1, static_cast<wchar_t>(unit));
+    InsertMenuW(menu, ID_EXIT, MF_BYCOMMAND | (m_switches.canRepair ? 0u : MF_GRAYED), ID_RECENT_FIRST + i,
+                text.c_str());
+  }
+  if (!paths.empty()) InsertMenuW(menu, ID_EXIT, MF_BYCOMMAND | MF_SEPARATOR, ID_RECENT_LAST + 1, nullptr);
+}
+
+LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == CTaskbarButton::GetCreatedMessage()) {
+    m_taskbar.OnCreated(m_window);
+    return 0;
+  }
+  switch (message) {
+    case WM_SIZE:
+      Arrange();
+      return 0;
+    case WM_GETMINMAXINFO: {
+      const CDpi dpi = CDpi::Of(m_window);
+      reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {dpi.Scale(kLeastWidth),
+                                                               dpi.Scale(kLeastHeight)};
+      return 0;
+    }
+    case WM_DPICHANGED:
+      OnDpiChanged(*reinterpret_cast<const RECT*>(lParam));
+      return 0;
+    case WM_INITMENUPOPUP:
+      OnMenu(reinterpret_cast<HMENU>(wParam));
+      return 0;
+    case WM_COMMAND:
+      OnCommand(LOWORD(wParam));
+      return 0;
+    case WM_TIMER:
+      m_workflow->OnTimer(static_cast<uint32_t>(wParam));
+      return 0;
+    case WM_DROPFILES:
+      OnDrop(wParam);
+      return 0;
+    case WM_ACTIVATE:
+      if (LOWORD(wParam) == WA_INACTIVE) m_view.KeepFocus();
+      return 0;
+    case WM_SETFOCUS:
+      m_view.RestoreFocus();
+      return 0;
+    case WM_CLOSE:
+      OnClose();
+      return 0;
+    case WM_QUERYENDSESSION:
+      return m_workflow->IsWorking() ? FALSE : TRUE;
+    default:
+      return Default(message, wParam, lParam);
+  }
+}
+
+}  // namespace tolvane

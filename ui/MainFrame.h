@@ -1,0 +1,92 @@
+// The main window: menu, keys, timers, progress and the way out, around the view with the pages.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/FrontEnd.h"
+#include "app/OverallProgress.h"
+#include "app/RecentFiles.h"
+#include "app/RepairWorkflow.h"
+#include "app/Settings.h"
+#include "platform/ProcessManager.h"
+#include "store/WorkFolder.h"
+#include "ui/OrlinVexaFileScanView.h"
+#include "ui/TaskbarButton.h"
+#include "ui/WindowDialogs.h"
+#include "ui/win/Window.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+class CMainFrame : public CWnd, public CMainFrameWindow {
+ public:
+  // Both must outlive the frame; the run's folder is removed when the process ends.
+  CMainFrame(CRecentFiles& recentFiles, CRunFolder& runFolder);
+
+  static bool RegisterFrameClass();
+  // With the first page shown; a path that is not empty is selected.
+  bool Create(std::u16string_view path);
+  // True when the message was a key of the window's own.
+  bool TranslateKeys(MSG& message);
+  [[nodiscard]] const SSettings& GetSettings() const { return m_settings; }
+
+  // CMainFrameWindow
+  void SetTimer(uint32_t identifier, uint32_t milliseconds) override;
+  void KillTimer(uint32_t identifier) override;
+  void ShowProgressBar(bool isShown) override;
+  void StepProgressBar() override;
+  void ResetProgressBar() override;
+  void RefreshProgress() override;
+  void EnableCommands(const SCommandSwitches& switches) override;
+  void KeepPainting() override { DispatchPaintMessages(); }
+  void RestoreIfMinimised() override;
+  void EndProcess() override;
+
+ protected:
+  LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+
+ private:
+  bool CreateChildren();
+  bool CreateWorkflow();
+  void OnCommand(UINT identifier);
+  void OnViewCommand(UINT identifier);
+  void OnClose();
+  void OnNext();
+  void OnStop();
+  void OnNewRepair();
+  void OnSettings();
+  void OnSaveLog();
+  void OnOpenFolder();
+  void OnHelp();
+  void OnDrop(WPARAM drop);
+  void OnDpiChanged(const RECT& area);
+  void OnMenu(HMENU menu);
+  void SelectFile(std::u16string_view path);
+  void SelectRecentFile(const std::u16string& path);
+  void ListRecentFiles(HMENU menu) const;
+  void Arrange();
+  void UpdateTitle();
+  void ShowNotice(std::u16string_view text) const;
+  [[nodiscard]] bool IsChoosing() const;
+
+  CRecentFiles& m_recentFiles;
+  CRunFolder& m_runFolder;
+  SSettings m_settings;
+  CWindowDialogs m_dialogs;
+  COrlinVexaFileScanView m_view;
+  CProcessManager m_processes;
+  std::unique_ptr<CDaoEngine> m_engine;
+  std::unique_ptr<CRepairWorkflow> m_workflow;
+  CTaskbarButton m_taskbar;
+  COverallProgress m_progress;
+  SCommandSwitches m_switches;
+  HWND m_statusBar = nullptr;
+  HWND m_activityBar = nullptr;
+  CFont m_statusFont;
+  HACCEL m_keys = nullptr;
+  bool m_isBusy = false;  // between showing and hiding the progress bar
+};
+
+}  // namespace tolvane

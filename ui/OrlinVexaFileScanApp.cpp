@@ -1,0 +1,100 @@
+#include "ui/OrlinVexaFileScanApp.h"
+
+#include <windows.h>
+// After windows.h, whose types these need.
+#include <commctrl.h>
+#include <ole2.h>
+
+#include "app/status/Status.h"
+#include "platform/Arguments.h"
+#include "platform/Files.h"
+#include "ui/CrashNote.h"
+
+namespace tolvane {
+
+namespace {
+
+// How long a full bar stays before the next step begins.
+constexpr uint32_t kDisplayPause = 1000;
+
+}  // namespace
+
+COrlinVexaFileScanApp::COrlinVexaFileScanApp(std::u16string path) : m_path(std::move(path)) {}
+
+COrlinVexaFileScanApp::~COrlinVexaFileScanApp() {
+  m_frame.reset();
+  if (m_hasOle) OleUninitialize();
+}
+
+bool COrlinVexaFileScanApp::InitInstance() {
+  return tolvane::InitInstance(*this, m_dialogs, m_path);
+}
+
+bool COrlinVexaFileScanApp::InitialiseOle() {
+  m_hasOle = SUCCEEDED(OleInitialize(nullptr));
+  return m_hasOle;
+}
+
+void COrlinVexaFileScanApp::LoadProfile(std::u16string_view registryKey, size_t) {
+  m_registry.SetKey(registryKey);
+  m_recentFiles.Load();
+}
+
+void COrlinVexaFileScanApp::SetVisualStyle() {
+  INITCOMMONCONTROLSEX classes{};
+  classes.dwSize = sizeof(classes);
+  classes.dwICC = ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES | ICC_BAR_CLASSES | ICC_PROGRESS_CLASS |
+                  ICC_STANDARD_CLASSES;
+  InitCommonControlsEx(&classes);
+}
+
+void COrlinVexaFileScanApp::RegisterDocument() {
+  CMainFrame::RegisterFrameClass();
+}
+
+bool COrlinVexaFileScanApp::IsAlreadyRunning(std::u16string_view name) {
+  return m_instanceChecker.IsAlreadyRunning(name);
+}
+
+bool COrlinVexaFileScanApp::MakeWorkFolder(std::u16string& problem) {
+  CRunFolder::RemoveStale({});
+  const bool isMade = m_runFolder.Create({});
+  if (!isMade) problem = m_runFolder.GetProblem();
+  // Beside the run's own folder, which the next start sweeps.
+  std::u16string_view run = m_runFolder.GetPath();
+  if (!run.empty()) run.remove_suffix(1);
+  InstallCrashNote(isMade ? FolderOf(run) : std::u16string_view(GetTempFolder()));
+  return isMade;
+}
+
+bool COrlinVexaFileScanApp::OpenMainWindow(std::u16string_view path) {
+  CDisplayPause::Instance().SetLength(kDisplayPause);
+  m_frame = std::make_unique<CMainFrame>(m_recentFiles, m_runFolder);
+  return m_frame->Create(path);
+}
+
+void COrlinVexaFileScanApp::UpdateMainWindow() {
+  STARTUPINFOW start{};
+  GetStartupInfoW(&start);
+  ShowWindow(m_frame->GetHandle(),
+             (start.dwFlags & STARTF_USESHOWWINDOW) != 0 ? start.wShowWindow : SW_SHOWDEFAULT);
+  UpdateWindow(m_frame->GetHandle());
+}
+
+int COrlinVexaFileScanApp::Run() {
+  MSG message{};
+  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    if (m_frame->TranslateKeys(message)) continue;
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+  return static_cast<int>(message.wParam);
+}
+
+}  // namespace tolvane
+
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
+  const auto words = tolvane::GetProgramArguments(__argc, nullptr);
+  tolvane::COrlinVexaFileScanApp app(words.empty() ? std::u16string() : words.front());
+  return app.InitInstance() ? app.Run() : 1;
+}

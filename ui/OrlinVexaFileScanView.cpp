@@ -1,0 +1,682 @@
+#include "ui/OrlinVexaFileScanView.h"
+
+#include <windows.h>
+// After windows.h, whose types these need.
+#include <windowsx.h>
+
+#include <algorithm>
+#include <array>
+
+#include "app/StartChoice.h"
+#include "app/status/Status.h"
+#include "platform/Wide_win.h"
+#include "ui/CellDialog.h"
+#include "ui/Resource.h"
+
+namespace tolvane {
+
+namespace {
+
+// Pages on which a control is shown, as bits.
+constexpr uint32_t On(EPageState page) {
+  return 1u << static_cast<uint32_t>(page);
+}
+constexpr uint32_t kChoicePages = On(EPageState::ModeSelection) | On(EPageState::FileSelected);
+constexpr uint32_t kWorkPages = On(EPageState::Repairing) | On(EPageState::Saving);
+constexpr uint32_t kReviewPage = On(EPageState::Repaired);
+constexpr uint32_t kDonePage = On(EPageState::Saved);
+constexpr uint32_t kAllPages = kChoicePages | kWorkPages | kReviewPage | kDonePage;
+
+enum class EWhen : uint8_t { Always, Template, Recent, Table, Overview };
+enum class EKind : uint8_t { Text, Button, DefaultButton, List, Own };
+enum class EFace : uint8_t { Message, Bold, Title, Log };
+
+// Every control of the view, in tab order.
+struct SControl {
+  UINT identifier;
+  uint32_t pages;
+  const wchar_t* text = L"";
+  EKind kind = EKind::Text;
+  EWhen when = EWhen::Always;
+  EFace face = EFace::Message;
+};
+
+constexpr SControl kControls[] = {
+    {IDC_TITLE, kAllPages, L"", EKind::Text, EWhen::Always, EFace::Title},
+    {IDC_HINT, kAllPages},
+    {IDC_STEP_CHOOSE, kAllPages, L"1. Choose  \x203A"},
+    {IDC_STEP_REPAIR, kAllPages, L"2. Repair  \x203A"},
+    {IDC_STEP_REVIEW, kAllPages, L"3. Review  \x203A"},
+    {IDC_STEP_SAVE, kAllPages, L"4. Save"},
+
+    {IDC_FILE_HEADING, kChoicePages, L"Damaged database", EKind::Text, EWhen::Always, EFace::Bold},
+    {IDC_FILE_LABEL, kChoicePages | kWorkPages},
+    {IDC_FILE, kChoicePages | kWorkPages, L"", EKind::Own},
+    {ID_CHOOSE_FILE, kChoicePages, L"&Choose...", EKind::Button},
+    {IDC_DROP_NOTE, kChoicePages,
+     L"You can also drop an .mdb or .accdb file anywhere on this window. The file is only read, never "
+     L"changed."},
+    {IDC_MODE_HEADING, kChoicePages, L"How to repair", EKind::Text, EWhen::Always, EFace::Bold},
+    {IDC_MODE_STANDARD, kChoicePages, L"", EKind::Own},
+    {IDC_MODE_STANDARD_TEXT, kChoicePages},
+    {IDC_MODE_TEMPLATE, kChoicePages, L"", EKind::Own},
+    {IDC_MODE_TEMPLATE_TEXT, kChoicePages},
+    {IDC_TEMPLATE_LABEL, kChoicePages, L"Template database :", EKind::Text, EWhen::Template},
+    {IDC_TEMPLATE_FILE, kChoicePages, L"", EKind::Own, EWhen::Template},
+    {ID_CHOOSE_TEMPLATE, kChoicePages, L"Choose te&mplate...", EKind::Button, EWhen::Template},
+    {IDC_RECENT_LABEL, kChoicePages, L"Rece&nt databases", EKind::Text, EWhen::Recent, EFace::Bold},
+    {IDC_RECENT_LIST, kChoicePages, L"", EKind::List, EWhen::Recent},
+
+    {IDC_STATUS_LINE, kWorkPages},
+    {IDC_PROGRESS, kWorkPages, L"", EKind::Own},
+
+    {IDC_TREE_LABEL, kReviewPage, L"What was &found"},
+    {IDC_TREE, kReviewPage, L"", EKind::Own},
+    {IDC_OUTPUT_LABEL, kDonePage, L"Repaired database :"},
+    {IDC_OUTPUT, kDonePage, L"", EKind::Own},
+    {IDC_SUMMARY_LABEL, kReviewPage | kDonePage, L"S&ummary"},
+    {IDC_SUMMARY, kReviewPage | kDonePage, L"", EKind::Own},
+    {IDC_FIND_LABEL, kReviewPage, L"F&ind:", EKind::Text, EWhen::Table},
+    {IDC_FIND, kReviewPage, L"", EKind::Own, EWhen::Table},
+    {ID_FIND_NEXT, kReviewPage, L"Find ne&xt", EKind::Button, EWhen::Table},
+    {IDC_RECORDS_LABEL, kReviewPage, L"", EKind::Text, EWhen::Table},
+    {IDC_RECORDS, kReviewPage, L"", EKind::Own, EWhen::Table},
+    {IDC_CELL_LABEL, kReviewPage, L"&Value", EKind::Text, EWhen::Table},
+    {IDC_CELL, kReviewPage, L"", EKind::Own, EWhen::Table},
+
+    {IDC_LOG_LABEL, kWorkPages | kReviewPage | kDonePage, L"&Log", EKind::Text, EWhen::Overview},
+    {IDC_LOG, kWorkPages | kReviewPage | kDonePage, L"", EKind::Own, EWhen::Overview, EFace::Log},
+    {ID_COPY_LOG, kWorkPages | kReviewPage | kDonePage, L"Cop&y log", EKind::Button, EWhen::Overview},
+    {ID_SAVE_LOG, kWorkPages | kReviewPage | kDonePage, L"Save lo&g...", EKind::Button, EWhen::Overview},
+
+    {ID_BACK, kAllPages & ~kWorkPages & ~On(EPageState::ModeSelection) & ~On(EPageState::FileSelected),
+     L"&Back", EKind::Button},
+    {ID_STOP, kWorkPages, L"&Stop", EKind::Button},
+    {ID_NEW_REPAIR, kDonePage, L"&Repair another...", EKind::Button},
+    {ID_NEXT, kChoicePages | kReviewPage, L"", EKind::DefaultButton},
+    {ID_OPEN_FOLDER, kDonePage, L"Open fol&der", EKind::DefaultButton},
+};
+
+struct SPageTexts {
+  const char16_t* title;
+  const char16_t* next;  // the button that goes on
+  UINT step;
+};
+
+constexpr SPageTexts kPageTexts[] = {
+    {u"Repair a damaged Access database", u"&Repair...", IDC_STEP_CHOOSE},
+    {u"Repair a damaged Access database", u"&Repair", IDC_STEP_CHOOSE},
+    {u"Repairing the database", u"", IDC_STEP_REPAIR},
+    {u"Recovered tables and records", u"&Save repaired database...", IDC_STEP_REVIEW},
+    {u"Saving the repaired database", u"", IDC_STEP_SAVE},
+    {u"Saving has finished", u"", IDC_STEP_SAVE},
+};
+
+constexpr UINT_PTR kWatchTimer = 1;
+constexpr UINT kWatchPeriod = 150;
+constexpr UINT_PTR kFindTimer = 2;
+// A piece of a search, and the pause for everything else after it; in milliseconds.
+constexpr ULONGLONG kFindSlice = 40;
+constexpr UINT kFindPause = 10;
+// What the pane below the list shows of a value; the whole of it opens in a window of its own.
+constexpr size_t kPaneUnits = 32768;
+
+}  // namespace
+
+// --- creation ---
+
+bool COrlinVexaFileScanView::Create(HWND frame) {
+  if (!RegisterWindowClass(TOLVANE_VIEW_CLASS, COLOR_WINDOW, 0)) return false;
+  constexpr DWORD kStyle = WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN;
+  if (!CreateOwn(TOLVANE_VIEW_CLASS, L"", {kStyle, WS_EX_CONTROLPARENT}, frame,
+                 reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_VIEW))))
+    return false;
+  if (!CreateControls()) return false;
+  GetItem(IDC_FILE_LABEL).SetText(kSelectedPathCaption);
+  GetItem(IDC_MODE_STANDARD_TEXT).SetText(kStandardModeText);
+  GetItem(IDC_MODE_TEMPLATE_TEXT).SetText(kTemplateModeText);
+  m_standardMode.Choose(true);
+  SetDpi(CDpi::Of(m_window));
+  return true;
+}
+
+bool COrlinVexaFileScanView::CreateControls() {
+  const CRecordList::SActions actions{[this] { OnCellChanged(); }, [this] { ShowWholeCell(); }};
+  for (size_t i = 0; i < std::size(kControls); ++i) {
+    bool isCreated = true;
+    switch (kControls[i].identifier) {
+      case IDC_FILE:
+        isCreated = m_file.Create(m_window, IDC_FILE, EEditForm::Line);
+        break;
+      case IDC_TEMPLATE_FILE:
+        isCreated = m_template.Create(m_window, IDC_TEMPLATE_FILE, EEditForm::Line);
+        break;
+      case IDC_OUTPUT:
+        isCreated = m_output.Create(m_window, IDC_OUTPUT, EEditForm::Line);
+        break;
+      case IDC_SUMMARY:
+        isCreated = m_summary.Create(m_window, IDC_SUMMARY, EEditForm::WrappedLines);
+        break;
+      case IDC_FIND:
+        isCreated = m_find.Create(m_window, IDC_FIND, EEditForm::LineToType);
+        break;
+      case IDC_CELL:
+        isCreated = m_cell.Create(m_window, IDC_CELL, EEditForm::WrappedLines);
+        break;
+      case IDC_LOG:
+        isCreated = m_log.CreatePane(m_window, IDC_LOG);
+        break;
+      case IDC_MODE_STANDARD:
+        isCreated = m_standardMode.Create(m_window, IDC_MODE_STANDARD);
+        break;
+      case IDC_MODE_TEMPLATE:
+        isCreated = m_advanceMode.Create(m_window, IDC_MODE_TEMPLATE);
+        break;
+      case IDC_PROGRESS:
+        isCreated = m_progress.Create(m_window, IDC_PROGRESS);
+        break;
+      case IDC_TREE:
+        isCreated = m_tree.Create(m_window, IDC_TREE);
+        break;
+      case IDC_RECORDS:
+        isCreated = m_records.Create(m_window, IDC_RECORDS, actions);
+        break;
+      default:
+        isCreated = CreateStandardControl(i);
+        break;
+    }
+    if (!isCreated) return false;
+  }
+  return true;
+}
+
+bool COrlinVexaFileScanView::CreateStandardControl(size_t index) {
+  const SControl& control = kControls[index];
+  const wchar_t* className = L"STATIC";
+  DWORD style = WS_CHILD;
+  DWORD exStyle = 0;
+  switch (control.kind) {
+    case EKind::Text:
+      // An ampersand of a path is no access key; those of labels are.
+      style |= control.text[0] == L'\0' ? SS_NOPREFIX : 0;
+      style |= control.identifier == IDC_HINT ? SS_LEFT : SS_LEFTNOWORDWRAP | SS_ENDELLIPSIS;
+      break;
+    case EKind::Button:
+    case EKind::DefaultButton:
+      className = L"BUTTON";
+      style |= WS_TABSTOP | (control.kind == EKind::Button ? BS_PUSHBUTTON : BS_DEFPUSHBUTTON);
+      break;
+    case EKind::List:
+      className = L"LISTBOX";
+      style |= WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT;
+      exStyle = WS_EX_CLIENTEDGE;
+      break;
+    case EKind::Own:
+      break;
+  }
+  // What follows the mode buttons is no part of their group.
+  if (control.identifier == IDC_TEMPLATE_LABEL) style |= WS_GROUP;
+  return CreateWindowExW(exStyle, className, control.text, style, 0, 0, 0, 0, m_window,
+                         reinterpret_cast<HMENU>(static_cast<UINT_PTR>(control.identifier)),
+                         GetModuleHandleW(nullptr), nullptr) != nullptr;
+}
+
+void COrlinVexaFileScanView::SetWorkflow(CRepairWorkflow& workflow) {
+  m_workflow = &workflow;
+  m_records.SetRecords(&workflow.GetRecords());
+}
+
+void COrlinVexaFileScanView::SetDpi(CDpi dpi) {
+  m_dpi = dpi;
+  SFonts previous = std::exchange(m_fonts, SFonts(dpi));
+  ApplyFonts();
+  m_records.Rescale(dpi);
+  Arrange();
+}
+
+void COrlinVexaFileScanView::ApplyFonts() {
+  const UINT step = kPageTexts[static_cast<size_t>(m_state.page)].step;
+  for (const SControl& control : kControls) {
+    const CFont* font = &m_fonts.message;
+    if (control.face == EFace::Title) font = &m_fonts.title;
+    if (control.face == EFace::Log) font = &m_fonts.log;
+    if (control.face == EFace::Bold || control.identifier == step) font = &m_fonts.bold;
+    GetItem(control.identifier).SetFont(font->GetHandle());
+  }
+}
+
+// --- pages ---
+
+void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
+  const bool isNewPage = page != m_state.page || !IsWindowVisible(GetDlgItem(m_window, IDC_TITLE));
+  m_state.page = page;
+  m_state.isTemplateMode = isTemplateMode;
+  m_standardMode.Choose(!isTemplateMode);
+  m_advanceMode.Choose(isTemplateMode);
+  m_state.review = m_tree.IsTableSelected() ? EReview::Table : EReview::Overview;
+  Send(WM_SETREDRAW, FALSE);
+  UpdateTexts();
+  UpdateVisibility();
+  ApplyFonts();
+  Send(WM_SETREDRAW, TRUE);
+  Arrange();
+  if (isNewPage) {
+    m_focus = GetDlgItem(m_window, static_cast<int>(GetFirstFocus()));
+    RestoreFocus();
+  }
+  if (page == EPageState::Repairing || page == EPageState::Saving)
+    SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
+}
+
+void COrlinVexaFileScanView::UpdateTexts() {
+  const SPageTexts& texts = kPageTexts[static_cast<size_t>(m_state.page)];
+  GetItem(IDC_TITLE).SetText(texts.title);
+  GetItem(ID_NEXT).SetText(texts.next);
+}
+
+bool COrlinVexaFileScanView::IsShownHere(UINT identifier) const {
+  const auto* const control = std::ranges::find(kControls, identifier, &SControl::identifier);
+  if (control == std::end(kControls) || (control->pages & On(m_state.page)) == 0) return false;
+  const bool isReview = m_state.page == EPageState::Repaired;
+  switch (control->when) {
+    case EWhen::Template:
+      return m_state.isTemplateMode;
+    case EWhen::Recent:
+      return !m_recentFiles.empty();
+    case EWhen::Table:
+      return isReview && IsTableShown();
+    case EWhen::Overview:
+      return !isReview || !IsTableShown();
+    case EWhen::Always:
+      break;
+  }
+  return true;
+}
+
+void COrlinVexaFileScanView::UpdateVisibility() {
+  for (const SControl& control : kControls) GetItem(control.identifier).Show(IsShownHere(control.identifier));
+}
+
+void COrlinVexaFileScanView::Arrange() {
+  if (IsRectEmpty(std::array{GetClientArea()}.data())) return;
+  CViewLayout layout(m_window, m_dpi, m_fonts, m_state);
+  layout.Arrange();
+  m_treeSplitter = layout.GetTreeSplitter();
+  m_lowerSplitter = layout.GetLowerSplitter();
+  m_commandTop = layout.GetCommandTop();
+  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+}
+
+void COrlinVexaFileScanView::ShowReview() {
+  const EReview review = m_tree.IsTableSelected() ? EReview::Table : EReview::Overview;
+  if (review == m_state.review) return;
+  m_state.review = review;
+  UpdateVisibility();
+  Arrange();
+}
+
+UINT COrlinVexaFileScanView::GetFirstFocus() const {
+  switch (m_state.page) {
+    case EPageState::Repairing:
+    case EPageState::Saving:
+      return ID_STOP;
+    case EPageState::Repaired:
+      return IDC_TREE;
+    case EPageState::Saved:
+      return ID_OPEN_FOLDER;
+    default:
+      return ID_NEXT;
+  }
+}
+
+UINT COrlinVexaFileScanView::GetDefaultButton() const {
+  const HWND focus = GetFocus();
+  if (focus == m_find.GetHandle()) return ID_FIND_NEXT;
+  if (focus == GetDlgItem(m_window, IDC_RECENT_LIST)) return IDC_RECENT_LIST;
+  if (m_state.page == EPageState::Saved) return ID_OPEN_FOLDER;
+  return IsShownHere(ID_NEXT) ? ID_NEXT : 0;
+}
+
+void COrlinVexaFileScanView::KeepFocus() {
+  const HWND focus = GetFocus();
+  if (IsChild(m_window, focus)) m_focus = focus;
+}
+
+// Only in the active window: nothing here takes the keyboard from another one.
+void COrlinVexaFileScanView::RestoreFocus() {
+  if (GetActiveWindow() != GetParent(m_window)) return;
+  if (!m_focus || !IsWindowVisible(m_focus) || !IsWindowEnabled(m_focus))
+    m_focus = GetNextDlgTabItem(m_window, nullptr, FALSE);
+  SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(m_focus), TRUE);
+}
+
+void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
+  m_switches = switches;
+  const bool isReview = m_state.page == EPageState::Repaired;
+  GetItem(ID_NEXT).Enable(isReview ? switches.canSave : switches.canRepair);
+  GetItem(ID_STOP).Enable(switches.canStop);
+  GetItem(ID_BACK).Enable(switches.canRepair);
+}
+
+void COrlinVexaFileScanView::SetSelectedFile(std::u16string_view path) {
+  m_file.SetText(path);
+}
+
+void COrlinVexaFileScanView::SetTemplateFile(std::u16string_view path) {
+  m_template.SetText(path);
+}
+
+void COrlinVexaFileScanView::SetHint(std::u16string_view text) {
+  GetItem(IDC_HINT).SetText(text);
+}
+
+void COrlinVexaFileScanView::SetStatusLine(std::u16string_view text) {
+  GetItem(IDC_STATUS_LINE).SetText(text);
+}
+
+void COrlinVexaFileScanView::SetSummary(std::u16string_view text) {
+  m_summary.SetText(text);
+}
+
+void COrlinVexaFileScanView::SetOutputPath(std::u16string_view path) {
+  m_output.SetText(path);
+}
+
+void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
+  m_tree.SetTables(tables);
+  ShowReview();
+}
+
+void COrlinVexaFileScanView::SetRecentFiles(const std::vector<std::u16string>& paths) {
+  m_recentFiles = paths;
+  const CWnd list = GetItem(IDC_RECENT_LIST);
+  list.Send(LB_RESETCONTENT);
+  for (const std::u16string& path : paths)
+    list.Send(LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(ToWide(path).c_str()));
+  UpdateVisibility();
+}
+
+std::u16string COrlinVexaFileScanView::GetChosenRecentFile() const {
+  const auto index = GetItem(IDC_RECENT_LIST).Send(LB_GETCURSEL);
+  return index >= 0 && static_cast<size_t>(index) < m_recentFiles.size()
+             ? m_recentFiles[static_cast<size_t>(index)]
+             : std::u16string();
+}
+
+// --- preview ---
+
+void COrlinVexaFileScanView::RefreshRecords() {
+  m_records.Refresh();
+  OnCellChanged();
+  WatchRecords();
+}
+
+// Until the preview's thread has ended, the rows that have come since are added now and then.
+void COrlinVexaFileScanView::WatchRecords() {
+  UpdateRecordsLabel();
+  SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
+}
+
+void COrlinVexaFileScanView::UpdateRecordsLabel() {
+  std::u16string text = u"Recor&ds";
+  const size_t rows = m_records.GetRowCount();
+  if (CPreviewThreadStatus::Instance().IsBusy())
+    text += u" - reading, " + FormatCount(rows) + u" so far";
+  else if (rows == 0)
+    text += u" - this table has none";
+  else
+    text += u" - " + FormatCount(rows) + (rows == 1 ? u" row" : u" rows");
+  GetItem(IDC_RECORDS_LABEL).SetText(text);
+}
+
+void COrlinVexaFileScanView::OnTreeChanged() {
+  if (!m_workflow || m_tree.IsFilling()) return;
+  CancelFind();
+  ShowReview();
+  m_workflow->SelectTreeItem(m_tree.GetSelectedName());
+  WatchRecords();
+}
+
+void COrlinVexaFileScanView::OnCellChanged() {
+  const auto place = m_records.GetPlace();
+  std::u16string label = u"&Value";
+  std::u16string value;
+  if (m_workflow && place) {
+    label += u" - row " + FormatCount(place->item + 1) + u", " + m_records.GetHeading(place->column);
+    value = m_workflow->GetRecords().GetCell(place->item, place->column, kPaneUnits + 1);
+    if (value.size() > kPaneUnits) {
+      value.resize(kPaneUnits);
+      label += u" - its beginning; press Enter in the list for the whole value";
+    }
+  }
+  GetItem(IDC_CELL_LABEL).SetText(label);
+  m_cell.SetText(ToEditText(value));
+}
+
+void COrlinVexaFileScanView::ShowWholeCell() {
+  const auto place = m_records.GetPlace();
+  if (!m_workflow || !place) return;
+  CCellDialog dialog(m_records.GetHeading(place->column) + u" - row " + FormatCount(place->item + 1),
+                     m_workflow->GetRecords().GetCell(place->item, place->column));
+  dialog.DoModal(GetParent(m_window));
+}
+
+void COrlinVexaFileScanView::BeginFind() {
+  if (!HasRecords()) return;
+  SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(m_find.GetHandle()), TRUE);
+  m_find.SelectAll();
+}
+
+void COrlinVexaFileScanView::FindNext() {
+  if (!HasRecords()) return;
+  const std::u16string text = m_find.GetText();
+  if (text.empty()) return BeginFind();
+  m_search.Begin(text, m_records.GetPlace());
+  Say(u"Searching...");
+  ContinueFind();
+}
+
+bool COrlinVexaFileScanView::CancelFind() {
+  if (m_search.GetState() != CRecordSearch::EState::Searching) return false;
+  m_search.Cancel();
+  Say({});
+  return true;
+}
+
+void COrlinVexaFileScanView::ContinueFind() {
+  if (!m_workflow) return;
+  const ULONGLONG end = GetTickCount64() + kFindSlice;
+  do {
+    m_search.Continue(m_workflow->GetRecords());
+  } while (m_search.GetState() == CRecordSearch::EState::Searching && GetTickCount64() < end);
+  switch (m_search.GetState()) {
+    case CRecordSearch::EState::Searching:
+      SetTimer(m_window, kFindTimer, kFindPause, nullptr);
+      return;
+    case CRecordSearch::EState::Found:
+      m_records.GoTo(m_search.GetPlace());
+      Say(u"Found \"" + m_search.GetText() + u"\" in row " + FormatCount(m_search.GetPlace().item + 1) +
+          u".");
+      break;
+    case CRecordSearch::EState::NotFound:
+      Say(u"\"" + m_search.GetText() + u"\" is not in this table.");
+      MessageBeep(MB_OK);
+      break;
+    case CRecordSearch::EState::Idle:
+      break;
+  }
+  KillTimer(m_window, kFindTimer);
+}
+
+void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
+  if (timer == kFindTimer) return ContinueFind();
+  if (timer != kWatchTimer) return;
+  const bool isBusy = CPreviewThreadStatus::Instance().IsBusy();
+  m_progress.Refresh();
+  m_records.Refresh();
+  UpdateRecordsLabel();
+  const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
+  if (!isBusy && !isWorking) KillTimer(m_window, kWatchTimer);
+}
+
+// --- commands ---
+
+void COrlinVexaFileScanView::Say(std::u16string_view text) const {
+  if (m_notice) m_notice(text);
+}
+
+void COrlinVexaFileScanView::SayCopied(CRecordList::ECopied copied) const {
+  switch (copied) {
+    case CRecordList::ECopied::Nothing:
+      return Say(u"Nothing was copied: select a row first.");
+    case CRecordList::ECopied::Cell:
+      return Say(u"The value was copied.");
+    case CRecordList::ECopied::Rows:
+      return Say(u"The selected rows were copied.");
+    case CRecordList::ECopied::PartOfRows:
+      return Say(
+          u"Only the first of the selected rows were copied: all of them are too much for the clipboard.");
+  }
+}
+
+void COrlinVexaFileScanView::Copy() {
+  const HWND focus = GetFocus();
+  if (focus == m_records.GetHandle()) return SayCopied(m_records.Copy());
+  SendMessageW(focus, WM_COPY, 0, 0);
+}
+
+void COrlinVexaFileScanView::CopyRows() {
+  if (HasRecords()) SayCopied(m_records.CopyRows(true));
+}
+
+void COrlinVexaFileScanView::CopyLog() {
+  Say(m_log.CopyLog() ? u"The log was copied." : u"The clipboard is in use by another program.");
+}
+
+void COrlinVexaFileScanView::SelectAll() const {
+  const HWND focus = GetFocus();
+  if (focus == m_records.GetHandle()) return m_records.SelectAll();
+  SendMessageW(focus, EM_SETSEL, 0, -1);
+}
+
+void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
+  switch (identifier) {
+    case IDC_MODE_STANDARD:
+    case IDC_MODE_TEMPLATE:
+      if (notification == BN_CLICKED && m_workflow) m_workflow->ChooseMode(identifier == IDC_MODE_TEMPLATE);
+      return;
+    case IDC_RECENT_LIST:
+      if (notification == LBN_DBLCLK || notification == BN_CLICKED) break;
+      return;
+    case IDCANCEL:
+      if (CancelFind() || !m_switches.canStop) return;
+      identifier = ID_STOP;
+      break;
+    default:
+      if (identifier < ID_NEW_REPAIR) return;
+      break;
+  }
+  SendMessageW(GetParent(m_window), WM_COMMAND, identifier, 0);
+}
+
+LRESULT COrlinVexaFileScanView::OnNotify(NMHDR* header) {
+  if (header->idFrom == IDC_RECORDS) return m_records.OnNotify(header);
+  if (header->idFrom == IDC_TREE && header->code == TVN_SELCHANGEDW) OnTreeChanged();
+  return 0;
+}
+
+// --- drawing and splitting ---
+
+LRESULT COrlinVexaFileScanView::OnControlColour(HDC context, HWND control) const {
+  const auto identifier = static_cast<UINT>(GetDlgCtrlID(control));
+  const bool isStep = identifier >= IDC_STEP_CHOOSE && identifier <= IDC_STEP_SAVE;
+  const bool isOther = isStep && identifier != kPageTexts[static_cast<size_t>(m_state.page)].step;
+  SetTextColor(context, GetSysColor(isOther ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT));
+  SetBkColor(context, GetSysColor(COLOR_WINDOW));
+  return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
+}
+
+void COrlinVexaFileScanView::Paint() {
+  PAINTSTRUCT paint{};
+  const HDC context = BeginPaint(m_window, &paint);
+  RECT bar = GetClientArea();
+  bar.top = m_commandTop;
+  FillRect(context, &bar, GetSysColorBrush(COLOR_BTNFACE));
+  bar.bottom = bar.top + 1;
+  FillRect(context, &bar, GetSysColorBrush(COLOR_BTNSHADOW));
+  EndPaint(m_window, &paint);
+}
+
+COrlinVexaFileScanView::EDrag COrlinVexaFileScanView::SplitterAt(POINT point) const {
+  if (PtInRect(&m_treeSplitter, point)) return EDrag::Tree;
+  return PtInRect(&m_lowerSplitter, point) ? EDrag::Lower : EDrag::None;
+}
+
+bool COrlinVexaFileScanView::OnSetCursor() const {
+  POINT point{};
+  GetCursorPos(&point);
+  ScreenToClient(m_window, &point);
+  const EDrag drag = SplitterAt(point);
+  if (drag == EDrag::None) return false;
+  SetCursor(LoadCursorW(nullptr, drag == EDrag::Tree ? IDC_SIZEWE : IDC_SIZENS));
+  return true;
+}
+
+void COrlinVexaFileScanView::Drag(POINT point) {
+  constexpr int kNarrowest = 120;
+  constexpr int kLowest = 40;
+  if (m_drag == EDrag::Tree) {
+    RECT tree{};
+    GetWindowRect(m_tree.GetHandle(), &tree);
+    MapWindowPoints(nullptr, m_window, reinterpret_cast<POINT*>(&tree), 2);
+    m_state.treeWidth = std::max(kNarrowest, m_dpi.Unscale(point.x - tree.left));
+  } else {
+    const bool isTable = m_state.page == EPageState::Repaired && IsTableShown();
+    int& height = isTable ? m_state.cellHeight : m_state.logHeight;
+    height = std::max(kLowest, m_dpi.Unscale(m_commandTop - point.y) - 16);
+  }
+  Arrange();
+}
+
+LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  const POINT point{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+  switch (message) {
+    case WM_SIZE:
+      Arrange();
+      return 0;
+    case WM_PAINT:
+      Paint();
+      return 0;
+    case WM_COMMAND:
+      OnCommand(LOWORD(wParam), HIWORD(wParam));
+      return 0;
+    case WM_NOTIFY:
+      return OnNotify(reinterpret_cast<NMHDR*>(lParam));
+    case WM_TIMER:
+      OnTimer(wParam);
+      return 0;
+    case WM_CTLCOLORSTATIC:
+      return OnControlColour(reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
+    case DM_GETDEFID:
+      return GetDefaultButton() != 0 ? MAKELRESULT(GetDefaultButton(), DC_HASDEFID) : 0;
+    case WM_SETCURSOR:
+      return OnSetCursor() ? TRUE : Default(message, wParam, lParam);
+    case WM_LBUTTONDOWN:
+      m_drag = SplitterAt(point);
+      if (m_drag != EDrag::None) SetCapture(m_window);
+      return 0;
+    case WM_MOUSEMOVE:
+      if (m_drag != EDrag::None) Drag(point);
+      return 0;
+    case WM_LBUTTONUP:
+      ReleaseCapture();
+      return 0;
+    case WM_CAPTURECHANGED:
+      m_drag = EDrag::None;
+      return 0;
+    default:
+      return Default(message, wParam, lParam);
+  }
+}
+
+}  // namespace tolvane

@@ -1,0 +1,125 @@
+// The view: the pages of the program in one window, whose controls are shown and hidden page by page. It
+// draws and asks; what happens is the workflow's.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "app/FrontEnd.h"
+#include "app/RepairWorkflow.h"
+#include "ui/AccessProgressCtrl.h"
+#include "ui/LogEdit.h"
+#include "ui/ModeButtons.h"
+#include "ui/ReadOnlyEdit.h"
+#include "ui/RecordList.h"
+#include "ui/RecordSearch.h"
+#include "ui/TreeControl.h"
+#include "ui/ViewLayout.h"
+#include "ui/win/Fonts.h"
+#include "ui/win/Window.h"
+
+namespace tolvane {
+
+class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
+ public:
+  bool Create(HWND frame);
+  // Before the workflow starts; it must outlive the view.
+  void SetWorkflow(CRepairWorkflow& workflow);
+  void SetDpi(CDpi dpi);
+  void EnableCommands(const SCommandSwitches& switches);
+  void RefreshProgress() { m_progress.Refresh(); }
+  void SetRecentFiles(const std::vector<std::u16string>& paths);
+  // Where the keyboard is when the window becomes active.
+  void RestoreFocus();
+  void KeepFocus();
+  // The status bar's text.
+  void SetNotice(std::function<void(std::u16string_view)> notice) { m_notice = std::move(notice); }
+
+  // Commands.
+  void Copy();
+  void CopyRows();
+  void CopyLog();
+  void SelectAll() const;
+  void BeginFind();
+  void FindNext();
+  void ShowWholeCell();
+  [[nodiscard]] const CLogEditView& GetLog() const { return m_log; }
+  [[nodiscard]] std::u16string GetChosenRecentFile() const;
+  [[nodiscard]] bool HasRecords() const { return m_state.page == EPageState::Repaired && IsTableShown(); }
+  bool CancelFind();
+
+  // CMainViewWindow
+  void ShowPage(EPageState page, bool isTemplateMode) override;
+  void SetSelectedFile(std::u16string_view path) override;
+  void SetTemplateFile(std::u16string_view path) override;
+  void SetHint(std::u16string_view text) override;
+  void SetStatusLine(std::u16string_view text) override;
+  void SetSummary(std::u16string_view text) override;
+  void SetLogText(std::u16string_view text) override { m_log.SetLogText(text); }
+  void ClearLog() override { m_log.ClearLog(); }
+  void SetTables(const std::vector<STableItem>& tables) override;
+  void RefreshRecords() override;
+  void SetOutputPath(std::u16string_view path) override;
+
+ protected:
+  LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+
+ private:
+  enum class EDrag : uint8_t { None, Tree, Lower };
+
+  bool CreateControls();
+  bool CreateStandardControl(size_t index);
+  void ApplyFonts();
+  void UpdateVisibility();
+  void UpdateTexts();
+  void Arrange();
+  void ShowReview();
+  [[nodiscard]] bool IsTableShown() const { return m_state.review == EReview::Table; }
+  [[nodiscard]] bool IsShownHere(UINT identifier) const;
+  [[nodiscard]] UINT GetDefaultButton() const;
+  [[nodiscard]] UINT GetFirstFocus() const;
+
+  void OnCommand(UINT identifier, UINT notification);
+  LRESULT OnNotify(NMHDR* header);
+  void OnTreeChanged();
+  void OnCellChanged();
+  void OnTimer(UINT_PTR timer);
+  void WatchRecords();
+  void UpdateRecordsLabel();
+  void ContinueFind();
+  void Say(std::u16string_view text) const;
+  void SayCopied(CRecordList::ECopied copied) const;
+  [[nodiscard]] LRESULT OnControlColour(HDC context, HWND control) const;
+  void Paint();
+  [[nodiscard]] EDrag SplitterAt(POINT point) const;
+  bool OnSetCursor() const;
+  void Drag(POINT point);
+
+  CRepairWorkflow* m_workflow = nullptr;
+  std::function<void(std::u16string_view)> m_notice;
+  SLayoutState m_state;
+  SCommandSwitches m_switches;
+  CDpi m_dpi;
+  SFonts m_fonts;
+  CRdBtnStandardMode m_standardMode;
+  CRdBtnAdvanceMode m_advanceMode;
+  CReadOnlyEdit m_file;
+  CReadOnlyEdit m_template;
+  CReadOnlyEdit m_output;
+  CReadOnlyEdit m_summary;
+  CReadOnlyEdit m_find;
+  CReadOnlyEdit m_cell;
+  CAccessProgressCtrl m_progress;
+  CLogEditView m_log;
+  CTreeControl m_tree;
+  CRecordList m_records;
+  CRecordSearch m_search;
+  std::vector<std::u16string> m_recentFiles;
+  RECT m_treeSplitter{};
+  RECT m_lowerSplitter{};
+  int m_commandTop = 0;
+  EDrag m_drag = EDrag::None;
+  HWND m_focus = nullptr;
+};
+
+}  // namespace tolvane

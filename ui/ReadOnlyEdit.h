@@ -1,0 +1,27 @@
+// A text to read, select and copy: an edit control that cannot be changed. Tab and Escape stay with the
+// window.
+#pragma once
+
+#include "ui/win/Window.h"
+
+namespace tolvane {
+
+enum class EEditForm : uint8_t { Line, LineToType, Lines, WrappedLines };
+
+class CReadOnlyEdit : public CWnd {
+ public:
+  bool Create(HWND parent, UINT identifier, EEditForm form);
+  void Attach(HWND control) { Subclass(control); }
+  void SelectAll() const { Send(EM_SETSEL, 0, -1); }
+  // The selected text, or all of it when none is selected.
+  void CopyToClipboard() const;
+
+ protected:
+  LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+};
+
+// Fit for an edit control: lines end with "\r\n", and a zero unit, where the control would stop, becomes a
+// blank.
+std::u16string ToEditText(std::u16string_view text);
+
+}  // namespace tolvane

@@ -1,0 +1,74 @@
+// The record preview: a list of as many rows as the record store holds, of which it asks only for those on
+// the screen. One cell is the current one; it is framed, shown in full beside the list and copied.
+#pragma once
+
+#include <windows.h>
+// After windows.h, whose types these need.
+#include <commctrl.h>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "app/RecordStore.h"
+#include "ui/win/Dpi.h"
+#include "ui/win/Window.h"
+
+namespace tolvane {
+
+class CRecordList : public CWnd {
+ public:
+  // Called after another cell has become the current one, and when the user asks for its whole value.
+  struct SActions {
+    std::function<void()> onCellChanged;
+    std::function<void()> onCellOpened;
+  };
+
+  bool Create(HWND parent, UINT identifier, SActions actions);
+  // Null while there is none. Must outlive its use here.
+  void SetRecords(const CRecordStore* records) { m_records = records; }
+  // Columns and rows that have come since; begins anew when the store was cleared.
+  void Refresh();
+  void Rescale(CDpi dpi);
+
+  // The current cell; none without a focused row.
+  [[nodiscard]] std::optional<CRecordStore::SPlace> GetPlace() const;
+  void GoTo(CRecordStore::SPlace place);
+  [[nodiscard]] std::u16string GetHeading(size_t column) const;
+  [[nodiscard]] size_t GetRowCount() const { return m_rows; }
+
+  enum class ECopied : uint8_t { Nothing, Cell, Rows, PartOfRows };
+  // The current cell; with several rows selected, these.
+  ECopied Copy() const;
+  // The selected rows below a line of headings, columns separated by tabs.
+  ECopied CopyRows(bool hasHeadings) const;
+  void SelectAll() const;
+
+  // From the parent's WM_NOTIFY.
+  LRESULT OnNotify(NMHDR* header);
+
+ protected:
+  LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+
+ private:
+  void Reset();
+  void AddColumns();
+  [[nodiscard]] int GetFocusedRow() const;
+  void SetColumn(size_t column);
+  void ShowColumn() const;
+  bool OnKey(WPARAM key);
+  void OnGetDisplayInfo(NMLVDISPINFOW& info) const;
+  void OnClick(const NMITEMACTIVATE& click);
+  [[nodiscard]] LRESULT OnCustomDraw(const NMLVCUSTOMDRAW& draw) const;
+  void FrameCell(HDC context, int row) const;
+
+  SActions m_actions;
+  const CRecordStore* m_records = nullptr;
+  uint32_t m_generation = 0;
+  std::vector<CRecordStore::SColumn> m_columns;
+  size_t m_rows = 0;
+  size_t m_column = 0;  // of the current cell
+  CDpi m_dpi;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,39 @@
+// The tree of recovered tables, below the root "Recovered Tables".
+#pragma once
+
+#include <windows.h>
+// After windows.h, whose types these need.
+#include <commctrl.h>
+
+#include <vector>
+
+#include "app/FrontEnd.h"
+#include "ui/win/Window.h"
+
+namespace tolvane {
+
+class CTreeControl : public CWnd {
+ public:
+  bool Create(HWND parent, UINT identifier);
+  // Replaces what is below the root and selects nothing.
+  void SetTables(const std::vector<STableItem>& tables);
+  // The name of the selected table without its row count, the root's text, or empty.
+  [[nodiscard]] std::u16string GetSelectedName() const;
+  [[nodiscard]] bool HasSelection() const;
+  [[nodiscard]] bool IsTableSelected() const;
+  void SelectRoot() const;
+  // True while the selection changes through SetTables, which is not the user's doing.
+  [[nodiscard]] bool IsFilling() const { return m_isFilling; }
+
+ private:
+  HTREEITEM Insert(HTREEITEM parent, const std::u16string& text, size_t index) const;
+
+  HTREEITEM m_root = nullptr;
+  std::vector<std::u16string> m_names;  // what an item's parameter counts into; the root is the first
+  bool m_isFilling = false;
+};
+
+// "1,234" as the user's region writes it.
+std::u16string FormatCount(uint64_t count);
+
+}  // namespace tolvane

@@ -1,0 +1,48 @@
+#include "ui/win/Dialog.h"
+
+#include "platform/Wide_win.h"
+
+namespace tolvane {
+
+const wchar_t* const kProgramName = L"Tolvane for Access";
+
+INT_PTR CDialog::DoModal(HWND parent) {
+  return DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(m_template), parent, Procedure,
+                         reinterpret_cast<LPARAM>(this));
+}
+
+void CDialog::ShowMessage(std::u16string_view text) const {
+  MessageBoxW(m_window, ToWide(text).c_str(), kProgramName, MB_OK | MB_ICONINFORMATION);
+}
+
+INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_INITDIALOG) {
+    SetWindowLongPtrW(window, DWLP_USER, lParam);
+    reinterpret_cast<CDialog*>(lParam)->m_window = window;
+  }
+  auto* const self = reinterpret_cast<CDialog*>(GetWindowLongPtrW(window, DWLP_USER));
+  return self ? self->OnDialogMessage(message, wParam, lParam) : FALSE;
+}
+
+INT_PTR CDialog::OnDialogMessage(UINT message, WPARAM wParam, LPARAM) {
+  switch (message) {
+    case WM_INITDIALOG:
+      OnInitDialog();
+      return TRUE;
+    case WM_SIZE:
+      OnSize();
+      return TRUE;
+    case WM_COMMAND:
+      if (LOWORD(wParam) == IDOK)
+        OnOk();
+      else if (LOWORD(wParam) == IDCANCEL)
+        OnCancel();
+      else
+        OnCommand(LOWORD(wParam), HIWORD(wParam));
+      return TRUE;
+    default:
+      return FALSE;
+  }
+}
+
+}  // namespace tolvane
