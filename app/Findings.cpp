@@ -121,8 +121,9 @@ bool IsNothingRecovered(const CAccessData& data) {
 }
 
 bool HasSaveLosses(const SSaveSummary& summary) {
-  return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.columnsLost > 0 ||
-         summary.indexesLost > 0 || summary.queriesLost > 0 || summary.queriesSkipped > 0;
+  return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.charactersReplaced > 0 ||
+         summary.columnsLost > 0 || summary.indexesLost > 0 || summary.queriesLost > 0 ||
+         summary.queriesSkipped > 0 || summary.relationsLost > 0 || summary.relationsWeakened > 0;
 }
 
 std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown) {
@@ -152,6 +153,8 @@ std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
   }
   constexpr std::u16string_view kOutOfRange = u"values outside the range that is saved (bytes above 127)";
   add(summary.fieldsDropped, kOutOfRange, kOutOfRange);
+  add(summary.charactersReplaced, u"character that Access 97 files do not hold was replaced by \"?\"",
+      u"characters that Access 97 files do not hold were replaced by \"?\"");
   add(summary.columnsLost, u"column", u"columns");
   add(summary.indexesLost, u"index", u"indexes");
   add(summary.queriesLost, u"query", u"queries");

@@ -94,6 +94,8 @@ void AddRepair(CLI::App& app, SArguments& arguments, SWords& words) {
   command.add_option("--engine", words.engine, "What writes the database: embedded (default) or dao")
       ->check(CLI::IsMember(std::vector<std::string>{"embedded", "dao"}).description("NAME"));
   command.add_flag("--overwrite", arguments.mayOverwrite, "Replace an existing output");
+  command.add_flag("--access-2000", arguments.isAccess2000,
+                   "Write an Access 97 database in the format of Access 2000, which holds all characters");
   command.add_flag("--dry-run", arguments.isDryRun, "Recover and report, but write no database");
   command.add_flag("--all", arguments.withSystemTables, "List system tables, too");
   command.callback([&arguments] { arguments.command = ECommand::Repair; });

@@ -29,6 +29,7 @@ struct SArguments {
   EEngineChoice engine = EEngineChoice::Embedded;
   bool mayOverwrite = false;
   bool isDryRun = false;
+  bool isAccess2000 = false;  // the format of the output, whatever the source's
   // preview, export
   std::u16string table;
   uint64_t rows = 20;

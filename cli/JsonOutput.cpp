@@ -159,6 +159,7 @@ void AppendJsonString(std::u16string_view text, std::string& out) {
     if (isPlain(unit)) continue;
     AppendUtf8(text.substr(plainStart, i - plainStart), out);
     plainStart = i + 1;
+          {"charactersReplaced", summary.charactersReplaced},
     if (unit == u'"' || unit == u'\\') {
       out += {'\\', static_cast<char>(unit)};
     } else if (unit == u'\n') {

@@ -23,6 +23,7 @@ std::optional<SFailure> SaveTables(CSession& session, CDaoEngine& engine, const 
   CAccessSaveRepairedFile writer(engine);
   writer.SetData(&session.GetData());
   writer.SetOutputPath(output.GetPartialPath());
+  if (session.GetArguments().isAccess2000) writer.SetAccess2000();
   CSavingStatus::Instance().SetSaving(true);
   bool isSaved = false;
   std::u16string problem;

@@ -79,6 +79,8 @@ std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style) {
   std::string text;
   for (const SFinding& loss : ListSaveLosses(summary)) AppendCount(loss.count, ToDisplay(loss.words), text);
   if (!text.empty()) text = Heading("Not saved", style) + text;
+  if (summary.charactersReplaced > 0)
+    text += "            tolvane repair --access-2000 keeps all characters\n";
   if (summary.notes.empty()) return text;
   text += Heading("Remarks", style);
   for (size_t i = 0; i < summary.notes.size() && i < kNotesShown; ++i)

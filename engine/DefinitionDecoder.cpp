@@ -131,11 +131,14 @@ void CDefinitionDecoder::ReadNames(SWalk& walk, CAccessTable& table) {
   for (size_t i = 0; i < table.columns.GetCount(); i++) {
     const uint32_t width = m_layout.definition.nameLengthWidth;
     const uint32_t length = width == 1 ? ReadByteName(walk) : ReadUtf16Name(walk);
+    auto ownBytes = static_cast<uint16_t>(length);
     if (m_name[0] == u'\0') {
+      ownBytes = 0;
       PutName(std::u16string(kGeneratedName) + ToDecimal(uint64_t{generated++}));
       walk.isSound = false;
     }
     table.columns.SetNameAt(i, std::u16string_view(m_name.data()));
+    if (width == 1 && m_rules.rawJet3Names) table.columns.GetAt(i)->storedNameBytes = ownBytes;
     walk.position += width + length;
   }
 }

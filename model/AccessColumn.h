@@ -64,6 +64,7 @@ class CAccessColumn {
   uint16_t fixedOffset = 0;
   uint16_t length = 0;  // characters for Jet 4 text, bytes otherwise
   Name name{};
+  uint16_t storedNameBytes = 0;  // how many bytes of the name are its own where it holds bytes; 0 where letters
 
   // The name up to its first zero unit, at most 255 units.
   [[nodiscard]] std::u16string_view GetName() const;

@@ -73,7 +73,7 @@ bool CAccessSaveRepairedFile::SaveStructure() {
     return false;
   }
   std::unique_ptr<CDaoDatabase> database;
-  const int32_t version = m_data->source.isJet3 ? kDaoVersionJet3 : kDaoVersionJet4;
+  const int32_t version = m_data->source.isJet3 && !m_isAccess2000 ? kDaoVersionJet3 : kDaoVersionJet4;
   const CDaoResult created = m_engine.CreateDatabase(m_outputPath, kLocale, version, database);
   if (!created.IsOk()) {
     m_summary.failure = created.text;
@@ -86,7 +86,7 @@ ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
   const CAccessTableList& tables = m_data->GetTables();
   CProgressStatus::Instance().SetMax(static_cast<int32_t>(tables.GetCount()));
   CProgressStatus::Instance().SetPos(0);
-  CTableBuilder builder(database, m_summary);
+  CTableBuilder builder(database, m_summary, {m_data->source.codePage, m_isAccess2000});
   size_t next = 0;
   for (const auto& table : tables) {
     CProgressStatus::Instance().IncrementPos();

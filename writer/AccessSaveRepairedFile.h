@@ -30,6 +30,10 @@ class CAccessSaveRepairedFile {
   void SetOutputPath(std::u16string_view path) { m_outputPath = path; }
 
   // All steps in their order. False when the save failed or was stopped.
+  // Writes the Access 2000 format for Access 97 sources, too. It holds every character, and newer programs
+  // open it.
+  void SetAccess2000() { m_isAccess2000 = true; }
+
   bool Save();
   bool SaveStructure();
   // The rows, into the tables that SaveStructure created.
@@ -51,6 +55,7 @@ class CAccessSaveRepairedFile {
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
   std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
+  bool m_isAccess2000 = false;
   SSaveSummary m_summary;
 };
 

@@ -25,6 +25,7 @@ ESaveStep CRowCopier::Copy() {
 }
 
 ESaveStep CRowCopier::Close() {
+  m_summary.charactersReplaced += m_recordset->GetReplacedCount();
   const CDaoResult result = m_recordset->Close();
   m_recordset.reset();
   if (EndsSave(result.code)) return Fail(result);

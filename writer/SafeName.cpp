@@ -54,16 +54,16 @@ std::u16string NarrowName(std::u16string_view name) {
   return 2 * replaced > narrow.size() ? std::u16string() : narrow;
 }
 
-std::u16string UnfoldName(std::u16string_view name) {
+std::u16string UnfoldName(std::u16string_view name, size_t length, uint32_t codePage) {
   std::vector<uint8_t> bytes;
   for (const char16_t unit : name) {
     bytes.push_back(static_cast<uint8_t>(unit & 0xFF));
     bytes.push_back(static_cast<uint8_t>(unit >> 8));
   }
-  // The last unit of a name of an odd length has one byte.
-  if (!bytes.empty() && bytes.back() == 0) bytes.pop_back();
+  if (length == 0 || length > bytes.size()) return {};
+  bytes.resize(length);
   std::u16string text;
-  DecodeCodePage(kWindowsLatin1, bytes, text);
+  DecodeCodePage(codePage, bytes, text);
   return std::none_of(text.begin(), text.end(), IsRefused) ? text : std::u16string();
 }
 

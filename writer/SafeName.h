@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,9 +17,10 @@ bool IsSafeName(std::u16string_view name);
 // What a format without Unicode holds of a name, "_" for the rest; empty when more than half would be "_".
 std::u16string NarrowName(std::u16string_view name);
 
-// Column names of Jet 3 files are recovered with two of their bytes in each unit. The name that those bytes
-// spell; empty when they spell none.
-std::u16string UnfoldName(std::u16string_view name);
+// Column names of Jet 3 files are recovered with two of their bytes in each unit, and with bytes of other
+// names behind them. The name that the first `length` bytes spell in the file's code page; empty when they
+// spell none.
+std::u16string UnfoldName(std::u16string_view name, size_t length, uint32_t codePage);
 
 // The names that are taken in one namespace, told apart as the engine does: without regard to case.
 class CNameSet {
@@ -27,10 +29,10 @@ class CNameSet {
   // A safe name near `wanted` that is not taken; "_1", "_2", ... where it is. `stem` stands in for an empty
   // name. Each call for the same name answers another one.
   std::u16string MakeVariation(std::u16string_view wanted, std::u16string_view stem);
-
- private:
+  // Names with equal folded forms are the same name.
   static std::u16string Fold(std::u16string_view name);
 
+ private:
   std::unordered_set<std::u16string> m_taken;
   std::unordered_map<std::u16string, size_t> m_lastNumber;  // by folded base name
 };

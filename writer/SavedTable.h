@@ -24,8 +24,9 @@ struct SSaveSummary {
   uint64_t recordsSaved = 0;
   uint64_t fieldsDropped = 0;  // values that the standard rules drop by design (byte and integer ranges)
   uint64_t emptyRowsDropped = 0;
-  uint64_t columnsLost = 0;  // columns for which no field could be created
-  uint64_t indexesLost = 0;  // indexes that could not be created
+  uint64_t charactersReplaced = 0;  // of texts, where the new database's code page does not hold them
+  uint64_t columnsLost = 0;         // columns for which no field could be created
+  uint64_t indexesLost = 0;         // indexes that could not be created
   uint64_t queriesSaved = 0;
   uint64_t queriesLost = 0;     // saved queries that the new database refused
   uint64_t queriesSkipped = 0;  // saved queries of a kind for which no SQL text can be rebuilt

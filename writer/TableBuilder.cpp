@@ -143,6 +143,8 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
 
 // On success the result's text is the name that the field got.
 CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan plan, CDaoTableDef& tableDef) {
+  if (m_byteNames.isSpeltAtOnce && column.storedNameBytes != 0)
+    plan.info.name = UnfoldName(column.GetName(), column.storedNameBytes, m_byteNames.codePage);
   CDaoResult result = CreateField(plan, tableDef);
   if (!result.IsOk()) result = RetryField(std::move(result), column, plan, tableDef);
   if (!result.IsOk()) return result;
@@ -157,13 +159,15 @@ CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan plan,
 CDaoResult CTableBuilder::RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
                                      CDaoTableDef& tableDef) {
   bool isText = false;
-  const std::u16string unfolded = UnfoldName(column.GetName());
+  const std::u16string unfolded = UnfoldName(column.GetName(), column.storedNameBytes, m_byteNames.codePage);
   std::u16string wanted(column.GetName());
   for (int attempt = 0; attempt < kNameAttempts && !refusal.IsOk(); ++attempt) {
     if (IsNameRefusal(refusal.code)) {
       m_fieldNames.Take(plan.info.name);
-      if (NeedsNarrowName(refusal, plan.info.name))
-        wanted = unfolded.empty() ? NarrowName(plan.info.name) : unfolded;
+      if (column.storedNameBytes != 0 && wanted == column.GetName())
+        wanted = unfolded;
+      else if (NeedsNarrowName(refusal, plan.info.name))
+        wanted = NarrowName(plan.info.name);
       plan.info.name = m_fieldNames.MakeVariation(wanted, u"Field");
     } else if (!isText && !EndsSave(refusal.code) && refusal.code != EDaoError::TooManyFields) {
       isText = true;

@@ -16,10 +16,17 @@
 
 namespace tolvane {
 
+// Column names that are recovered as bytes, which no Jet 3 database accepts as they stand.
+struct SByteNames {
+  uint32_t codePage = 0;
+  bool isSpeltAtOnce = false;  // without waiting for a refusal
+};
+
 // Works on one database; one object for all its tables.
 class CTableBuilder {
  public:
-  CTableBuilder(CDaoDatabase& database, SSaveSummary& summary) : m_database(database), m_summary(summary) {}
+  CTableBuilder(CDaoDatabase& database, SSaveSummary& summary, const SByteNames& byteNames)
+      : m_database(database), m_summary(summary), m_byteNames(byteNames) {}
 
   // Sets name, fields and, when the table exists afterwards, isCreated. A table that cannot be created is no
   // failure of the save: all its records count as lost.
@@ -45,6 +52,7 @@ class CTableBuilder {
 
   CDaoDatabase& m_database;
   SSaveSummary& m_summary;
+  const SByteNames m_byteNames;
   CNameSet m_tableNames;
   // Of the attempt that runs.
   CNameSet m_fieldNames;

@@ -166,6 +166,8 @@ class CDaoRecordset {
   virtual CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) = 0;
   // Stores the new record. On failure the record is gone and the next AddNew starts afresh.
   virtual CDaoResult Update() = 0;
+  // Characters of stored records that the database's code page does not hold; they were replaced.
+  [[nodiscard]] virtual uint64_t GetReplacedCount() const { return 0; }
   // Writes what is buffered and the table's counters.
   virtual CDaoResult Close() = 0;
 };

@@ -56,8 +56,9 @@ TEST(ExitStatus, EveryKindOfLossIsTold) {
   }
   CAccessData data;
   AddTable(data, 5, u"Orders", 3);
-  for (uint64_t SSaveSummary::*count : {&SSaveSummary::fieldsDropped, &SSaveSummary::columnsLost,
-                                        &SSaveSummary::indexesLost, &SSaveSummary::queriesLost}) {
+  for (uint64_t SSaveSummary::*count :
+       {&SSaveSummary::fieldsDropped, &SSaveSummary::charactersReplaced, &SSaveSummary::columnsLost,
+        &SSaveSummary::indexesLost, &SSaveSummary::queriesLost}) {
     SSaveSummary saved;
     saved.*count = 1;
     EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Incomplete);
@@ -99,6 +100,8 @@ TEST(Arguments, CommandsAndOptions) {
   EXPECT_EQ(parsed.arguments.source, u"-odd name.mdb");
   EXPECT_EQ(parsed.arguments.output, u"out \u00fc.mdb");
   EXPECT_TRUE(parsed.arguments.mayOverwrite);
+  EXPECT_FALSE(parsed.arguments.isAccess2000);
+  EXPECT_TRUE(ParseArguments({u"repair", u"s.mdb", u"--access-2000"}).arguments.isAccess2000);
   const SParsedArguments slash =
       ParseArguments({u"export", u"/s", u"/T", u"--format", u"jsonl", u"--ole", u"base64"});
   ASSERT_FALSE(slash.isEnd) << slash.text;

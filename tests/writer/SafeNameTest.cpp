@@ -45,14 +45,28 @@ TEST(SafeName, KeepsWhatACodePageHolds) {
   EXPECT_EQ(NarrowName(u""), u"");
 }
 
-// "column1", "ID" and "Größe" as they are recovered from a Jet 3 file.
+// As they are recovered from a Jet 3 file.
 TEST(SafeName, SpellsNamesThatHoldTwoBytesAUnit) {
-  EXPECT_EQ(UnfoldName(u"\u6F63\u756C\u6E6D1"), u"column1");
-  EXPECT_EQ(UnfoldName(u"\u4449"), u"ID");
-  EXPECT_EQ(UnfoldName(u"\u7247\xDFF6"
-                       u"e"),
-            u"Gr\u00F6\u00DFe");
-  EXPECT_EQ(UnfoldName(u"\u0416\u0416"), u"") << "Cyrillic letters spell control characters";
+  struct SCase {
+    std::u16string_view recovered;
+    size_t length;
+    uint32_t codePage;
+    std::u16string_view name;
+  };
+  const SCase cases[] = {
+      {u"\u6F63\u756C\u6E6D1", 7, 1252, u"column1"},
+      {u"\u4449", 2, 1252, u"ID"},
+      {u"\u7247\xDFF6"
+       u"e",
+       5, 1252, u"Gr\u00F6\u00DFe"},
+      {u"\u6164\u6174\u6672\u326B", 4, 1252, u"data"},  // behind "otherfk2"
+      {u"\u5845T\u4F44", 3, 1252, u"EXT"},              // behind longer ones that ended at different places
+      {u"\uF2C8\uF1E5\u00EA", 5, 1251, u"\u0418\u0442\u0435\u0441\u043A"},
+      {u"\u0416\u0416", 4, 1252, u""},  // control characters
+      {u"\u4449", 5, 1252, u""},
+      {u"\u4449", 0, 1252, u""}};
+  for (const SCase& test : cases)
+    EXPECT_EQ(UnfoldName(test.recovered, test.length, test.codePage), test.name) << test.length;
 }
 
 }  // namespace tolvane

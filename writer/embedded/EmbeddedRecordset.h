@@ -26,6 +26,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   CDaoResult SetFieldValue(size_t index, std::u16string_view text) override;
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
   CDaoResult Update() override;
+  [[nodiscard]] uint64_t GetReplacedCount() const override { return m_replaced; }
   // Ok carries a text when characters had to be replaced.
   CDaoResult Close() override;
 
