@@ -40,10 +40,10 @@ import repaired
 COMPLEX_MARKERS = {'', '<Data>', 'Attachement', '<Complex Data>'}
 
 
-def export(options, path):
-    """{table: (column names, rows of texts)} of the program."""
+def export(options, path, *more):
+    """{table: (column names, rows of texts)} of the program; `more` are further options."""
     with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
-        report = json.loads(corpus.tolvane(options, 'export', path, '--to', folder, '--all', '--json', '--quiet'))
+        report = json.loads(corpus.tolvane(options, 'export', path, '--to', folder, '--json', '--quiet', *more))
         tables = {}
         for entry in report['files']:
             with open(entry['path'], encoding='utf-8', newline='') as file:
@@ -117,11 +117,9 @@ def check_cells(verdict, name, rows, table, view, keep, reader):
     order = [view.columns.index(column.name) for column in columns]
     want = [[expected.export_texts(row[i], column) for i, column in zip(order, columns)] for row in view.rows]
     have = [corpus.pick(row, keep) for row in rows]
-    for replace, applies in ((expected.without_undefined, table.file.format.is_jet3),
-                             (expected.as_mdbtools, reader == 'mdbtools')):
-        if applies:
-            want = [[[replace(text) for text in texts] for texts in row] for row in want]
-            have = [[replace(text) for text in row] for row in have]
+    as_shown = expected.as_shown(reader, table.file.format.is_jet3)
+    want = [[[as_shown(text) for text in texts] for texts in row] for row in want]
+    have = [[as_shown(text) for text in row] for row in have]
     missing, extra = corpus.differences(want, have)
     revived = live_rows_on_freed_pages(table)
     if not missing and 0 < sum(extra.values()) <= revived:
@@ -173,7 +171,7 @@ def compare_file(options, path):
         corpus.tolvane(options, 'inspect', path, good=(0, 2, 3, 4))
         verdict.note('encrypted file: nothing to compare')
         return verdict
-    ours = export(options, path)
+    ours = export(options, path, '--all')
     seen, _ = readers.mdb_reader(path)
     for name, table in pages.local_tables(healthy).items():
         if name not in ours:

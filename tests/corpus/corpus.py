@@ -22,7 +22,6 @@ def arguments(description, needs_corpus=True, flags=None):
     parser.add_argument('--tolvane', required=True, help='the program')
     parser.add_argument('--corpus', help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)')
     parser.add_argument('--only', default='', help='files whose path holds this text')
-    parser.add_argument('--jet3', action='store_true', help='repair Jet 3 files too')
     parser.add_argument('--make-sample', help='the generator of the bundled sample; its healthy form is used as well')
     for flag, text in (flags or {}).items():
         parser.add_argument(flag, action='store_true', help=text)

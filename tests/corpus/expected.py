@@ -148,6 +148,15 @@ def as_mdbtools(text):
     return re.sub('[\U00010000-\U0010FFFF]', '??', text.partition('\0')[0])
 
 
+def as_shown(reader, is_jet3):
+    """What a reader's form does to texts, to be done to both sides of a comparison."""
+    def show(text):
+        if is_jet3:
+            text = without_undefined(text)
+        return as_mdbtools(text) if reader == 'mdbtools' else text
+    return show
+
+
 def _rounded(value, digits):
     """A number to so many significant digits, so that readers that print it differently agree."""
     text = '%.*g' % (digits, float(value))

@@ -87,8 +87,9 @@ class Pages:
         return [number for number in range(1, self.count) if self.type_of(number) in types]
 
     def first_definition_pages(self):
-        """Pages that look like the beginning of a table definition, in use or not (Jet 4 and later)."""
-        return [n for n in self.pages_of_type(DEFINITION) if self.page(n)[TABLE_TYPE] in b'SN']
+        """Pages that pass for the beginning of a table definition, in use or not: in Jet 3, where the type of the table is
+        not asked for, those that go on with one too."""
+        return [n for n in self.pages_of_type(DEFINITION) if self.format.is_jet3 or self.page(n)[TABLE_TYPE] in b'SN']
 
     def usage_map_pages(self):
         """Pages that hold nothing but usage maps: bitmap pages, and data pages without an owner."""

@@ -87,7 +87,7 @@ def found_rows(view, source, keep):
     return [[expected.found_value(row[i], column) for i, column in zip(order, columns)] for row in view.rows]
 
 
-def compare(source, view, keep, freed_rows, as_shown=lambda text: text):
+def compare(source, view, keep, freed_rows, as_shown=str):
     """(missing, extra) as multisets; as many extra rows as freed pages hold are no difference. `as_shown` is what the
     reader makes of texts."""
     def shown(value):
