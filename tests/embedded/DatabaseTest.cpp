@@ -186,6 +186,46 @@ TEST_P(Database, FillsPagesOverSeveralSessions) {
   EXPECT_EQ(walker.Read(u"Long").pages.size(), 3u) << "seven rows a page";
 }
 
+// A save opens the database once for each of its steps; what comes when is the writer's choice.
+TEST_P(Database, TakesTablesQueriesRelationsAndRowsInAnyOrder) {
+  Create();
+  const auto addQuery = [this](std::u16string_view name) {
+    std::unique_ptr<CDaoQueryDef> query;
+    ExpectOk(m_database->CreateQueryDef(name, u"SELECT T.N FROM T;", query));
+    ExpectOk(query->Append());
+  };
+  const auto addRows = [this](std::u16string_view table, uint64_t first, uint64_t count) {
+    OpenTable(table);
+    for (uint64_t i = first; i < first + count; i++)
+      ExpectOk(AddRow({ToDecimal(i), std::u16string(200, u'x')}));
+    ExpectOk(m_recordset->Close());
+    m_recordset.reset();
+  };
+  const std::vector<SField> fields = {{u"N", kDaoLong}, {u"M", kDaoMemo, 0, 0x22}};
+  addQuery(u"Before");
+  Reopen();
+  ExpectOk(AddTable(u"T", fields));
+  Reopen();
+  addRows(u"T", 0, 30);
+  addQuery(u"Between");
+  ExpectOk(AddTable(u"U", fields));
+  Reopen();
+  addRows(u"U", 0, 20);
+  addRows(u"T", 30, 1);
+  Reopen();
+  const CDaoRelationInfo relation{u"R", u"T", u"U", kDaoRelationDontEnforce, {{u"N", u"N"}}};
+  ExpectOk(m_database->CreateRelation(relation));
+  addQuery(u"Behind");
+  Reopen();
+  EXPECT_NE(m_database->CreateRelation(relation).code, EDaoError::None) << "it is there";
+  addRows(u"U", 20, 1);
+  EXPECT_EQ(AddTable(u"between", fields).code, EDaoError::QueryExists);
+  CFileWalker walker = CloseAndCheck();
+  EXPECT_EQ(walker.Read(u"T").rows.size(), 31u);
+  EXPECT_EQ(walker.Read(u"U").rows.size(), 21u);
+  EXPECT_EQ(walker.Read(u"MSysObjects").rows.size(), 8u + 2 + 3 + 1);
+}
+
 TEST_P(Database, ReleasingInTheWrongOrderCompletesTheFile) {
   Create();
   ExpectOk(AddTable(u"T", {{u"N", kDaoLong}}));

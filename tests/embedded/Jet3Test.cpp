@@ -62,16 +62,16 @@ TEST_F(Jet3, EmptyDatabaseHasTheDefinitionsOfTheOriginalEngine) {
   EXPECT_EQ(Hex(maps.substr(0x77B, 9)),
             "000000000000"
             "00f0ff");
-  // That of MSysACEs: 16 rows; maps on page 10, the index on page 11.
+  // That of MSysACEs: 16 rows; maps on page 12, the index on page 13.
   EXPECT_EQ(
       Hex(Page(3).substr(0, 223)),
       Packed(
-          "0201564300000000 df000000 10000000 00000000 53 0400 0100 0400 01000000 01000000 000a0000 010a0000 "
+          "0201564300000000 df000000 10000000 00000000 53 0400 0100 0400 01000000 01000000 000c0000 010c0000 "
           "0000000008000000 "
           "04 0000 0000 0000 0000 0904e404 13 0000 0400  09 0100 0000 0000 0000 0904e404 32 0000 ff00 "
           "04 0200 0100 0000 0000 0904e404 13 0400 0400  01 0300 0100 0000 0000 0904e404 13 0000 0100 "
           "084f626a6563744964 03534944 0341434d 0c46496e686572697461626c65 "
-          "000001 ffff00ffff00ffff00ffff00ffff00ffff00ffff00ffff00ffff00 020a0000 0b000000 08 "
+          "000001 ffff00ffff00ffff00ffff00ffff00ffff00ffff00ffff00ffff00 020c0000 0d000000 08 "
           "00000000 00000000 00 ffffffff 00000000 04 04 00 084f626a6563744964 ffff "));
 }
 

@@ -2,12 +2,14 @@
 
 #include <bit>
 #include <optional>
+#include <utility>
 
 #include "writer/embedded/ObjectName.h"
 #include "writer/embedded/QueryStore.h"
 #include "writer/embedded/RelationStore.h"
 #include "writer/embedded/RowValues.h"
 #include "writer/embedded/StoredText.h"
+#include "writer/embedded/UsageMap.h"
 
 namespace tolvane {
 namespace {
@@ -37,17 +39,40 @@ CCatalogue::CCatalogue(CPageFile& file) : m_file(file) {}
 
 CDaoResult CCatalogue::Create(const SHeaderPage& header) {
   m_sidMask = header.sidMask;
-  for (uint32_t table = 0; table < kSystemTableCount; table++) {
-    STableDefinition definition = MakeSystemTable(m_file.GetLayout(), table);
-    std::vector<uint32_t> pages{kObjectsPage + table};
-    if (CDaoResult result = CreateTable(m_file, definition, pages); !result.IsOk()) return result;
-  }
+  if (CDaoResult result = CreateTables(); !result.IsOk()) return result;
   if (CDaoResult result = LoadTables(); !result.IsOk()) return result;
   for (const SSystemObject& object : GetSystemObjects())
     if (CDaoResult result = AddObject(object, kSystemObjectFlag, header.creationDate); !result.IsOk())
       return result;
   for (const SSystemAce& ace : GetSystemAces())
     if (CDaoResult result = AddAce(ace); !result.IsOk()) return result;
+  return CDaoResult::Ok();
+}
+
+// Engines put the maps of the three small system tables of a Jet 3 file on one page.
+CDaoResult CCatalogue::CreateTables() {
+  const bool isShared = m_file.GetLayout().map.isSharedBySystem;
+  std::vector<STableDefinition> definitions;
+  size_t mapsLeft = 0;
+  for (uint32_t table = 0; table < kSystemTableCount; table++) {
+    definitions.push_back(MakeSystemTable(m_file.GetLayout(), table));
+    if (table > 0) mapsLeft += CountUsageMaps(definitions.back());
+  }
+  std::vector<uint32_t> shared;
+  for (uint32_t table = 0; table < kSystemTableCount; table++) {
+    SMapPlaces maps;
+    maps.isEachIndexApart = isShared && table == 0;
+    if (isShared && table > 0) {
+      if (shared.empty())
+        if (CDaoResult result = CreateUsageMaps(m_file, mapsLeft, shared); !result.IsOk()) return result;
+      const auto next = shared.end() - static_cast<std::ptrdiff_t>(mapsLeft);
+      mapsLeft -= CountUsageMaps(definitions[table]);
+      maps.given.assign(next, shared.end() - static_cast<std::ptrdiff_t>(mapsLeft));
+    }
+    std::vector<uint32_t> pages{kObjectsPage + table};
+    if (CDaoResult result = CreateTable(m_file, definitions[table], pages, std::move(maps)); !result.IsOk())
+      return result;
+  }
   return CDaoResult::Ok();
 }
 

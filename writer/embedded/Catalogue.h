@@ -50,6 +50,7 @@ class CCatalogue {
   CDaoResult AddUserAces(uint32_t object, uint32_t userAccess);
   CDaoResult GiveObjectId(uint32_t& id);
   std::array<uint8_t, 2> MaskedSid(EAccount account) const;
+  CDaoResult CreateTables();
   CDaoResult LoadTables();
   bool LoadObject(std::span<const uint8_t> row);
 

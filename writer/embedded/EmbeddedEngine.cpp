@@ -4,6 +4,7 @@
 
 #include "platform/Files.h"
 #include "writer/embedded/EmbeddedDatabase.h"
+#include "writer/embedded/Locale.h"
 
 namespace tolvane {
 namespace {
@@ -14,9 +15,10 @@ class CEmbeddedEngine : public CDaoEngine {
       : m_maxPages(limits.maxPages),
         m_tempFolder(limits.tempFolder.empty() ? GetTempFolder() : limits.tempFolder) {}
 
-  CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view, int32_t options,
+  CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
                             std::unique_ptr<CDaoDatabase>& database) override {
     database.reset();
+    if (CDaoResult result = CheckLocale(locale); !result.IsOk()) return result;
     if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
     const SEmbeddedLayout& layout = (options & kDaoVersionJet3) != 0 ? kLayoutJet3 : kLayoutJet4;
     auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages);

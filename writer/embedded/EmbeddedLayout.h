@@ -83,7 +83,8 @@ inline constexpr size_t kChainPointerSize = 4;  // each chained row begins with 
 // Usage map row:  0 u8 0 | 1 u32 first page | 5 bits         or  0 u8 1 | 1 u32[] pages of bits (0: none)
 // Page of bits:   0 05 01 00 00 | 4 bits
 struct SUsageMapLayout {
-  uint16_t rowSize;  // as created; an inline row grows in steps of kMapGrowth
+  uint16_t rowSize;       // as created; an inline row grows in steps of kMapGrowth
+  bool isSharedBySystem;  // the small system tables have their maps on one page
 };
 inline constexpr uint8_t kMapInline = 0, kMapReferences = 1;
 inline constexpr size_t kMapStart = 1, kMapBits = 5, kMapPages = 1, kMapPageBits = 4, kMapGrowth = 4;
@@ -197,7 +198,7 @@ inline constexpr SEmbeddedLayout kLayoutJet4{
     .data = {.freeBytes = 2, .owner = 4, .stamp = 8, .slotCount = 12, .slots = 14},
     .row =
         {.countSize = 2, .longest = 4060, .longestInline = 64, .longestSingle = 4076, .longestChained = 4076},
-    .map = {.rowSize = 69},
+    .map = {.rowSize = 69, .isSharedBySystem = false},
     .definition = {.length = 8,
                    .magic = 12,
                    .rowCount = 16,
@@ -262,7 +263,7 @@ inline constexpr SEmbeddedLayout kLayoutJet3{
     .data = {.freeBytes = 2, .owner = 4, .stamp = kAbsent, .slotCount = 8, .slots = 10},
     .row =
         {.countSize = 1, .longest = 2012, .longestInline = 32, .longestSingle = 2032, .longestChained = 2036},
-    .map = {.rowSize = 133},
+    .map = {.rowSize = 133, .isSharedBySystem = true},
     .definition = {.length = 8,
                    .magic = kAbsent,
                    .rowCount = 12,

@@ -1,6 +1,7 @@
 #include "writer/embedded/TableStore.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "writer/embedded/ObjectName.h"
 #include "writer/embedded/TableIndexes.h"
@@ -8,13 +9,6 @@
 
 namespace tolvane {
 namespace {
-
-// Two for the table, two for each long value column, one for each index, handed out in this order.
-size_t CountMaps(const STableDefinition& definition) {
-  size_t count = 2 + definition.realIndexes.size();
-  for (const SColumnDefinition& column : definition.columns) count += IsLongValueType(column.type) ? 2 : 0;
-  return count;
-}
 
 void AssignMaps(STableDefinition& definition, const std::vector<uint32_t>& pointers) {
   auto next = pointers.begin();
@@ -27,21 +21,30 @@ void AssignMaps(STableDefinition& definition, const std::vector<uint32_t>& point
       column.freeMap = *next++;
     }
   }
-  for (SRealIndex& index : definition.realIndexes) index.map = *next++;
+  for (SRealIndex& index : definition.realIndexes)
+    if (next != pointers.end()) index.map = *next++;
 }
 
-CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages) {
+CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages,
+                            SMapPlaces maps) {
   const size_t size = EncodeDefinition(file.GetLayout(), definition).size();
   while (pages.size() < CountDefinitionPages(file.GetLayout(), size)) {
     uint32_t page = 0;
     if (CDaoResult result = file.Allocate(EPageUse::Structure, page); !result.IsOk()) return result;
     pages.push_back(page);
   }
-  std::vector<uint32_t> pointers;
-  if (CDaoResult result = CreateUsageMaps(file, CountMaps(definition), pointers); !result.IsOk())
-    return result;
-  AssignMaps(definition, pointers);
-  for (SRealIndex& index : definition.realIndexes)
+  const size_t apart = maps.isEachIndexApart ? definition.realIndexes.size() : 0;
+  if (maps.given.empty())
+    if (CDaoResult result = CreateUsageMaps(file, CountUsageMaps(definition) - apart, maps.given);
+        !result.IsOk())
+      return result;
+  AssignMaps(definition, maps.given);
+  for (SRealIndex& index : definition.realIndexes) {
+    if (maps.isEachIndexApart) {
+      maps.given.clear();
+      if (CDaoResult result = CreateUsageMaps(file, 1, maps.given); !result.IsOk()) return result;
+      index.map = maps.given.front();
+    }
     if (CDaoResult result = CreateIndex(file, pages.front(), index); !result.IsOk()) return result;
   }
   return StoreDefinition(file, definition, pages);
@@ -49,7 +52,14 @@ CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::
 
 }  // namespace
 
-CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages) {
+size_t CountUsageMaps(const STableDefinition& definition) {
+  size_t count = 2 + definition.realIndexes.size();
+  for (const SColumnDefinition& column : definition.columns) count += IsLongValueType(column.type) ? 2 : 0;
+  return count;
+}
+
+CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages,
+                       SMapPlaces maps) {
   CPageSet allocated;
   file.RecordAllocations(&allocated);
   CDaoResult result = AllocateAndStore(file, definition, pages, std::move(maps));

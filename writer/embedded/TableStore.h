@@ -18,9 +18,19 @@
 
 namespace tolvane {
 
+// Usage maps of a table: two for its rows, two for each long value column, one for each index; in this order.
+size_t CountUsageMaps(const STableDefinition& definition);
+
+// Where a new table's maps go: all on pages of their own, unless something else is asked for.
+struct SMapPlaces {
+  std::vector<uint32_t> given;    // row pointers of maps that are there already, one for each
+  bool isEachIndexApart = false;  // the map of each index has a page of its own, in front of the index's root
+};
+
 // Gives a new, empty table its pages: maps, index roots and, behind `pages`, further definition pages. The
 // definition receives their numbers and is written. When that fails, the pages are free again.
-CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages);
+CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vector<uint32_t>& pages,
+                       SMapPlaces maps = {});
 
 class CTableStore {
  public:
