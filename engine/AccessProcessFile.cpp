@@ -1,6 +1,7 @@
 #include "engine/AccessProcessFile.h"
 
 #include <algorithm>
+#include <map>
 
 #include "app/status/Status.h"
 #include "engine/AccessVersionHandler.h"
@@ -9,6 +10,7 @@
 #include "engine/PageReader.h"
 #include "engine/RecordParser.h"
 #include "engine/TableScanner.h"
+#include "platform/CodePage.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "store/AccessTableDataFileParser.h"
@@ -20,6 +22,18 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kComplexColumnsTable = u"MSysComplexColumns";
+
+// Columns name the code page over and over; the header, which breaks first, only once. The catalogue's
+// columns, and with them the names of the tables, follow it.
+void TakeCodePageOfColumns(CAccessData& data) {
+  std::map<uint16_t, size_t> votes;
+  for (const auto& table : data.GetTables())
+    for (const CAccessColumn& column : table->columns)
+      if (column.codePage != 0 && IsCodePageKnown(column.codePage)) votes[column.codePage]++;
+  const auto most = std::max_element(votes.begin(), votes.end(),
+                                     [](const auto& a, const auto& b) { return a.second < b.second; });
+  if (most != votes.end()) data.source.codePage = most->first;
+}
 
 }  // namespace
 
@@ -51,6 +65,7 @@ void CAccessPageParser::ScanDataPages(CAccessData& data) {
 
 void CAccessPageParser::ParseTableDefinitions(CAccessData& data) {
   CDefinitionDecoder(m_layout, m_rules, data.source.codePage).ParseTableDefinitions(data, m_scanPath);
+  TakeCodePageOfColumns(data);
 }
 
 void CAccessPageParser::SortColumns(CAccessData& data) {

@@ -1,0 +1,83 @@
+// An Access 97 database in another code page than the Western one, from damaged file to saved file.
+#include <gtest/gtest.h>
+
+#include "app/Findings.h"
+#include "engine/AccessRepair.h"
+#include "store/RowReader.h"
+#include "tests/engine/EngineTest.h"
+#include "writer/AccessSaveRepairedFile.h"
+#include "writer/embedded/EmbeddedEngine.h"
+
+namespace tolvane {
+namespace {
+
+class CodePage : public CEngineTest {
+ protected:
+  // A table of one text column with one row, in Windows-1251. The header has lost its code page.
+  static Bytes MakeCyrillic() {
+    CDatabaseBuilder file(kJet3Layout);
+    STableSpec spec;
+    spec.AddVariable(u"\u00C8\u00EC\u00FF", kTypeText, 50);
+    spec.columns.back().codePage = 1251;
+    spec.rowCount = 1;
+    const uint32_t table = file.AddTable(spec);
+    file.AddDataPage(
+        table,
+        {{MakeRow(spec, kJet3Layout, {StoredText(u"\u00CE\u00EB\u00FC\u00E3\u00E0 1", kJet3Layout)})}});
+    file.AddCatalogueRow(table, u"\u00CB\u00FE\u00E4\u00E8", 1);
+    file.SetHeader16(kHeaderCodePage, 0);
+    return file.Build();
+  }
+
+  static std::unique_ptr<CAccessData> Recover(const std::u16string& path) {
+    CAccessRepair repair;
+    repair.Repair(path, u"", path);
+    return repair.TakeData();
+  }
+
+  // What a second recovery finds in the saved database: names of table and column, and the one value.
+  std::vector<std::string> SaveAndReadBack(const CAccessData& data, bool isAccess2000,
+                                           SSaveSummary& summary) {
+    const CTempFile output({});
+    RemoveFile(output.GetPath());
+    const auto engine = MakeEmbeddedEngine();
+    CAccessSaveRepairedFile writer(*engine);
+    writer.SetData(&data);
+    writer.SetOutputPath(output.GetPath());
+    if (isAccess2000) writer.SetAccess2000();
+    CSavingStatus::Instance().SetSaving(true);
+    EXPECT_TRUE(writer.Save());
+    CSavingStatus::Instance().SetSaving(false);
+    summary = writer.GetSummary();
+    const auto saved = Recover(output.GetPath());
+    EXPECT_EQ(saved->source.isJet3, !isAccess2000);
+    for (const auto& table : saved->GetTables()) {
+      if (table->name.starts_with(u"MSys")) continue;
+      const CAccessColumn& column = *table->columns.GetAt(0);
+      CTableRowReader reader(*table);
+      std::vector<std::u16string> cells;
+      EXPECT_TRUE(reader.Open() && reader.ReadRow(cells));
+      return {ToUtf8(table->name), ToUtf8(column.GetName()), cells.empty() ? "" : ToUtf8(cells[0])};
+    }
+    return {};
+  }
+};
+
+TEST_F(CodePage, CyrillicTextIsReplacedAndCountedOrKeptInTheNewerFormat) {
+  const CTempFile source(MakeCyrillic());
+  const auto data = Recover(source.GetPath());
+  ASSERT_NE(FindTable(*data, u"\u041B\u044E\u0434\u0438"), nullptr);
+  SSaveSummary summary;
+  EXPECT_EQ(SaveAndReadBack(*data, false, summary),
+            (std::vector<std::string>{"Table", "\u6946\u6C65d", "????? 1"}));
+  EXPECT_EQ(summary.charactersReplaced, 5u);
+  EXPECT_TRUE(HasSaveLosses(summary));
+  EXPECT_EQ(SaveAndReadBack(*data, true, summary),
+            (std::vector<std::string>{"\u041B\u044E\u0434\u0438", "\u0418\u043C\u044F",
+                                      "\u041E\u043B\u044C\u0433\u0430 1"}));
+  EXPECT_EQ(summary.charactersReplaced, 0u);
+  EXPECT_FALSE(HasSaveLosses(summary));
+}
+
+}  // namespace
+}  // namespace tolvane
