@@ -7,9 +7,9 @@
 #include <cwchar>
 #include <exception>
 
+#include <VersionNumbers.h>
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
-#include "ui/VersionNumbers.h"
 #include "ui/win/Dialog.h"
 
 namespace tolvane {

@@ -79,7 +79,7 @@ constexpr SControl kControls[] = {
     {IDC_FIND_LABEL, kReviewPage, L"F&ind:", EKind::Text, EWhen::Table},
     {IDC_FIND, kReviewPage, L"", EKind::Own, EWhen::Table},
     {ID_FIND_NEXT, kReviewPage, L"Find ne&xt", EKind::Button, EWhen::Table},
-    {IDC_RECORDS_LABEL, kReviewPage, L"", EKind::Text, EWhen::Table},
+    {IDC_RECORDS_LABEL, kReviewPage, L"Recor&ds", EKind::Text, EWhen::Table},
     {IDC_RECORDS, kReviewPage, L"", EKind::Own, EWhen::Table},
     {IDC_CELL_LABEL, kReviewPage, L"&Value", EKind::Text, EWhen::Table},
     {IDC_CELL, kReviewPage, L"", EKind::Own, EWhen::Table},
@@ -101,15 +101,19 @@ struct SPageTexts {
   const char16_t* title;
   const char16_t* next;  // the button that goes on
   UINT step;
+  const char16_t* hint;  // where the workflow has none
 };
 
 constexpr SPageTexts kPageTexts[] = {
-    {u"Repair a damaged Access database", u"&Repair...", IDC_STEP_CHOOSE},
-    {u"Repair a damaged Access database", u"&Repair", IDC_STEP_CHOOSE},
-    {u"Repairing the database", u"", IDC_STEP_REPAIR},
-    {u"Recovered tables and records", u"&Save repaired database...", IDC_STEP_REVIEW},
-    {u"Saving the repaired database", u"", IDC_STEP_SAVE},
-    {u"Saving has finished", u"", IDC_STEP_SAVE},
+    {u"Repair a damaged Access database", u"&Repair...", IDC_STEP_CHOOSE, u""},
+    {u"Repair a damaged Access database", u"&Repair", IDC_STEP_CHOOSE, u""},
+    {u"Repairing the database", u"", IDC_STEP_REPAIR,
+     u"The damaged file is only read. You can stop at any time."},
+    {u"Recovered tables and records", u"&Save repaired database...", IDC_STEP_REVIEW,
+     u"Select a table to look at its records, then save everything as a new database."},
+    {u"Saving the repaired database", u"", IDC_STEP_SAVE,
+     u"What was recovered is written to a new database. The damaged file stays as it is."},
+    {u"Saving has finished", u"", IDC_STEP_SAVE, u""},
 };
 
 constexpr UINT_PTR kWatchTimer = 1;
@@ -118,6 +122,13 @@ constexpr UINT_PTR kFindTimer = 2;
 // A piece of a search, and the pause for everything else after it; in milliseconds.
 constexpr ULONGLONG kFindSlice = 40;
 constexpr UINT kFindPause = 10;
+// An ampersand is no access key.
+std::u16string ToLabel(std::u16string_view text) {
+  std::u16string label;
+  for (const char16_t unit : text) label.append(unit == u'&' ? 2 : 1, unit);
+  return label;
+}
+
 // What the pane below the list shows of a value; the whole of it opens in a window of its own.
 constexpr size_t kPaneUnits = 32768;
 
@@ -155,13 +166,13 @@ bool COrlinVexaFileScanView::CreateControls() {
         isCreated = m_output.Create(m_window, IDC_OUTPUT, EEditForm::Line);
         break;
       case IDC_SUMMARY:
-        isCreated = m_summary.Create(m_window, IDC_SUMMARY, EEditForm::WrappedLines);
+        isCreated = m_summary.Create(m_window, IDC_SUMMARY, EEditForm::Lines);
         break;
       case IDC_FIND:
         isCreated = m_find.Create(m_window, IDC_FIND, EEditForm::LineToType);
         break;
       case IDC_CELL:
-        isCreated = m_cell.Create(m_window, IDC_CELL, EEditForm::WrappedLines);
+        isCreated = m_cell.Create(m_window, IDC_CELL, EEditForm::Lines);
         break;
       case IDC_LOG:
         isCreated = m_log.CreatePane(m_window, IDC_LOG);
@@ -257,6 +268,7 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   Send(WM_SETREDRAW, FALSE);
   UpdateTexts();
   UpdateVisibility();
+  ShowSummaryScroller();
   ApplyFonts();
   Send(WM_SETREDRAW, TRUE);
   Arrange();
@@ -312,7 +324,13 @@ void COrlinVexaFileScanView::ShowReview() {
   if (review == m_state.review) return;
   m_state.review = review;
   UpdateVisibility();
+  ShowSummaryScroller();
   Arrange();
+}
+
+// The few lines about one table need none.
+void COrlinVexaFileScanView::ShowSummaryScroller() const {
+  ShowScrollBar(m_summary.GetHandle(), SB_VERT, m_state.page != EPageState::Repaired || !IsTableShown());
 }
 
 UINT COrlinVexaFileScanView::GetFirstFocus() const {
@@ -367,7 +385,7 @@ void COrlinVexaFileScanView::SetTemplateFile(std::u16string_view path) {
 }
 
 void COrlinVexaFileScanView::SetHint(std::u16string_view text) {
-  GetItem(IDC_HINT).SetText(text);
+  GetItem(IDC_HINT).SetText(text.empty() ? kPageTexts[static_cast<size_t>(m_state.page)].hint : text);
 }
 
 void COrlinVexaFileScanView::SetStatusLine(std::u16string_view text) {
@@ -439,10 +457,11 @@ void COrlinVexaFileScanView::OnTreeChanged() {
 
 void COrlinVexaFileScanView::OnCellChanged() {
   const auto place = m_records.GetPlace();
-  std::u16string label = u"&Value";
+  std::u16string label = u"&Value - select a row of the list to read its values in full";
   std::u16string value;
   if (m_workflow && place) {
-    label += u" - row " + FormatCount(place->item + 1) + u", " + m_records.GetHeading(place->column);
+    label = u"&Value - row " + FormatCount(place->item + 1) + u", " +
+            ToLabel(m_records.GetHeading(place->column));
     value = m_workflow->GetRecords().GetCell(place->item, place->column, kPaneUnits + 1);
     if (value.size() > kPaneUnits) {
       value.resize(kPaneUnits);

@@ -74,6 +74,7 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void UpdateTexts();
   void Arrange();
   void ShowReview();
+  void ShowSummaryScroller() const;
   [[nodiscard]] bool IsTableShown() const { return m_state.review == EReview::Table; }
   [[nodiscard]] bool IsShownHere(UINT identifier) const;
   [[nodiscard]] UINT GetDefaultButton() const;

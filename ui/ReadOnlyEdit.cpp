@@ -13,9 +13,6 @@ bool CReadOnlyEdit::Create(HWND parent, UINT identifier, EEditForm form) {
       style.style |= ES_AUTOHSCROLL;
       break;
     case EEditForm::Lines:
-      style.style |= kLines | ES_AUTOHSCROLL | WS_HSCROLL;
-      break;
-    case EEditForm::WrappedLines:
       style.style |= kLines;
       break;
   }

@@ -6,7 +6,7 @@
 
 namespace tolvane {
 
-enum class EEditForm : uint8_t { Line, LineToType, Lines, WrappedLines };
+enum class EEditForm : uint8_t { Line, LineToType, Lines };
 
 class CReadOnlyEdit : public CWnd {
  public:

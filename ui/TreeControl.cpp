@@ -70,17 +70,9 @@ std::u16string CTreeControl::GetSelectedName() const {
   return index < m_names.size() ? m_names[index] : std::u16string();
 }
 
-bool CTreeControl::HasSelection() const {
-  return Send(TVM_GETNEXTITEM, TVGN_CARET) != 0;
-}
-
 bool CTreeControl::IsTableSelected() const {
   const auto selected = reinterpret_cast<HTREEITEM>(Send(TVM_GETNEXTITEM, TVGN_CARET));
   return selected && selected != m_root;
-}
-
-void CTreeControl::SelectRoot() const {
-  Send(TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(m_root));
 }
 
 }  // namespace tolvane

@@ -19,9 +19,7 @@ class CTreeControl : public CWnd {
   void SetTables(const std::vector<STableItem>& tables);
   // The name of the selected table without its row count, the root's text, or empty.
   [[nodiscard]] std::u16string GetSelectedName() const;
-  [[nodiscard]] bool HasSelection() const;
   [[nodiscard]] bool IsTableSelected() const;
-  void SelectRoot() const;
   // True while the selection changes through SetTables, which is not the user's doing.
   [[nodiscard]] bool IsFilling() const { return m_isFilling; }
 

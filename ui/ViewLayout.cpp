@@ -76,7 +76,9 @@ void CViewLayout::ArrangeHeader(CArea& area) {
   }
   titleRow.CutRight(titleRow.GetWidth() - steps.GetWidth(), Px(kGap));
   m_mover.Place(IDC_TITLE, titleRow);
-  m_mover.Place(IDC_HINT, area.CutTop(2 * Line(), Px(kGap)));
+  const int hint = m_fonts.message.GetTextWidth(TextOf(IDC_HINT).c_str());
+  const int hintLines = hint > area.GetWidth() ? 2 : 1;
+  m_mover.Place(IDC_HINT, area.CutTop(hintLines * Line(), Px(kSectionGap)));
 }
 
 void CViewLayout::PlaceButton(CArea& row, UINT identifier, bool isLeft) {

@@ -24,7 +24,15 @@ INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LP
   return self ? self->OnDialogMessage(message, wParam, lParam) : FALSE;
 }
 
-INT_PTR CDialog::OnDialogMessage(UINT message, WPARAM wParam, LPARAM) {
+// A long text to read lies on the background of one to write.
+INT_PTR CDialog::OnControlColour(HWND control) {
+  constexpr LONG_PTR kText = ES_MULTILINE | ES_READONLY;
+  const bool isText = (SendMessageW(control, WM_GETDLGCODE, 0, 0) & DLGC_STATIC) == 0 &&
+                      (GetWindowLongPtrW(control, GWL_STYLE) & kText) == kText;
+  return isText ? reinterpret_cast<INT_PTR>(GetSysColorBrush(COLOR_WINDOW)) : FALSE;
+}
+
+INT_PTR CDialog::OnDialogMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_INITDIALOG:
       OnInitDialog();
@@ -40,6 +48,8 @@ INT_PTR CDialog::OnDialogMessage(UINT message, WPARAM wParam, LPARAM) {
       else
         OnCommand(LOWORD(wParam), HIWORD(wParam));
       return TRUE;
+    case WM_CTLCOLORSTATIC:
+      return OnControlColour(reinterpret_cast<HWND>(lParam));
     default:
       return FALSE;
   }

@@ -22,6 +22,7 @@ class CDialog : public CWnd {
 
  private:
   static INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+  static INT_PTR OnControlColour(HWND control);
   INT_PTR OnDialogMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
   UINT m_template;

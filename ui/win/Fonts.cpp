@@ -40,6 +40,15 @@ void WithScreen(HFONT font, F measure) {
   ReleaseDC(nullptr, screen);
 }
 
+// Its width would distort the face that stands in where it is missing.
+CFont MakeLog(CDpi dpi) {
+  const LOGFONTW wanted = MakeLogFont(dpi);
+  CFont font(wanted);
+  wchar_t face[LF_FACESIZE] = L"";
+  WithScreen(font.GetHandle(), [&](HDC screen) { GetTextFaceW(screen, LF_FACESIZE, face); });
+  return std::wcscmp(face, wanted.lfFaceName) == 0 ? std::move(font) : CFont(dpi.GetMessageFont());
+}
+
 }  // namespace
 
 int CFont::GetLineHeight() const {
@@ -60,6 +69,6 @@ SFonts::SFonts(CDpi dpi)
     : message(dpi.GetMessageFont()),
       bold(MakeBold(dpi.GetMessageFont())),
       title(MakeTitle(dpi.GetMessageFont())),
-      log(MakeLogFont(dpi)) {}
+      log(MakeLog(dpi)) {}
 
 }  // namespace tolvane
