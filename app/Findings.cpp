@@ -160,6 +160,8 @@ std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
   add(summary.queriesLost, u"query", u"queries");
   add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
       u"queries of kinds that cannot be rebuilt");
+  add(summary.relationsLost, u"relationship", u"relationships");
+  add(summary.relationsWeakened, u"relationship as an enforced one", u"relationships as enforced ones");
   return found;
 }
 

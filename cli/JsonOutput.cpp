@@ -5,6 +5,7 @@
 #include "cli/Findings.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
+#include "writer/dao.h"
 
 namespace tolvane {
 
@@ -86,6 +87,29 @@ Json DescribeTable(const CAccessTable& table, uint32_t pageSize) {
           {"columns", std::move(columns)},    {"indexes", std::move(indexes)}};
 }
 
+Json DescribeRelation(const SRecoveredRelation& relation) {
+  const auto has = [&relation](int32_t bit) { return (relation.attributes & bit) != 0; };
+  Json columns = Json::array(), referenced = Json::array();
+  for (const SRelationPair& pair : relation.pairs) {
+    columns.push_back(ToUtf8(pair.column));
+    referenced.push_back(ToUtf8(pair.referencedColumn));
+  }
+  Json described = {{"name", ToUtf8(relation.name)},
+                    {"table", ToUtf8(relation.table)},
+                    {"columns", std::move(columns)},
+                    {"referencedTable", ToUtf8(relation.referencedTable)},
+                    {"referencedColumns", std::move(referenced)},
+                    {"isEnforced", !has(kDaoRelationDontEnforce)},
+                    {"isOneToOne", has(kDaoRelationUnique)},
+                    {"cascadesUpdates", has(kDaoRelationUpdateCascade)},
+                    {"cascadesDeletes", has(kDaoRelationDeleteCascade)},
+                    {"join", has(kDaoRelationLeft)    ? "left"
+                             : has(kDaoRelationRight) ? "right"
+                                                      : "inner"}};
+  if (!relation.problem.empty()) described["problem"] = ToUtf8(relation.problem);
+  return described;
+}
+
 Json DescribeDamage(const CAccessData& data) {
   Json damage = Json::array();
   for (const SDamageWords& words : GetDamageWords()) {
@@ -135,10 +159,14 @@ Json DescribeSaving(const SSaveSummary& summary) {
   return {{"tables", summary.tablesSaved},
           {"records", summary.recordsSaved},
           {"valuesOutOfRange", summary.fieldsDropped},
+          {"charactersReplaced", summary.charactersReplaced},
           {"emptyRows", summary.emptyRowsDropped},
           {"queries", summary.queriesSaved},
           {"queriesLost", summary.queriesLost},
           {"queriesSkipped", summary.queriesSkipped},
+          {"relationships", summary.relationsSaved},
+          {"relationshipsNoLongerEnforced", summary.relationsWeakened},
+          {"relationshipsLost", summary.relationsLost},
           {"columnsLost", summary.columnsLost},
           {"indexesLost", summary.indexesLost},
           {"losses", std::move(losses)},
@@ -159,7 +187,6 @@ void AppendJsonString(std::u16string_view text, std::string& out) {
     if (isPlain(unit)) continue;
     AppendUtf8(text.substr(plainStart, i - plainStart), out);
     plainStart = i + 1;
-          {"charactersReplaced", summary.charactersReplaced},
     if (unit == u'"' || unit == u'\\') {
       out += {'\\', static_cast<char>(unit)};
     } else if (unit == u'\n') {

@@ -8,6 +8,7 @@
 #include "cli/Arguments.h"
 #include "cli/ExitStatus.h"
 #include "model/AccessData.h"
+#include "writer/RelationReader.h"
 #include "writer/SavedTable.h"
 
 namespace tolvane {
@@ -23,6 +24,7 @@ Json MakeFailure(const SArguments& arguments, const SFailure& failure);
 
 Json DescribeSource(const CAccessData& data, const SArguments& arguments);
 Json DescribeTable(const CAccessTable& table, uint32_t pageSize);
+Json DescribeRelation(const SRecoveredRelation& relation);
 Json DescribeDamage(const CAccessData& data);
 Json DescribeSaving(const SSaveSummary& summary);
 

@@ -58,6 +58,7 @@ EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std:
             Counted(saved->recordsSaved, "record");
     if (saved->queriesSaved > 0)
       text += ", " + std::to_string(saved->queriesSaved) + (saved->queriesSaved == 1 ? " query" : " queries");
+    if (saved->relationsSaved > 0) text += ", " + Counted(saved->relationsSaved, "relationship");
     if (saved->emptyRowsDropped > 0)
       text += "; " + Counted(saved->emptyRowsDropped, "empty row") + " left out";
     text += "\n";

@@ -1,5 +1,7 @@
 // tables: what can be recovered, without saving it.
 #include <nlohmann/json.hpp>
+#include <utility>
+#include <vector>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
@@ -7,6 +9,8 @@
 #include "cli/JsonOutput.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
+#include "writer/RelationReader.h"
+#include "writer/dao.h"
 
 namespace tolvane {
 
@@ -46,6 +50,47 @@ std::string DrawTable(const CAccessTable& table, uint32_t pageSize, const SPageS
   return text;
 }
 
+// "Orders (Customer) -> Customers (ID), deletes cascade"
+std::string DrawRelation(const SRecoveredRelation& relation) {
+  std::string columns, referenced;
+  for (const SRelationPair& pair : relation.pairs) {
+    columns += (columns.empty() ? "" : ", ") + ToDisplay(pair.column);
+    referenced += (referenced.empty() ? "" : ", ") + ToDisplay(pair.referencedColumn);
+  }
+  std::string text = ToDisplay(relation.table) + " (" + columns + ") -> " +
+                     ToDisplay(relation.referencedTable) + " (" + referenced + ")";
+  constexpr std::pair<int32_t, const char*> kWords[] = {{kDaoRelationUnique, ", one to one"},
+                                                        {kDaoRelationUpdateCascade, ", updates cascade"},
+                                                        {kDaoRelationDeleteCascade, ", deletes cascade"},
+                                                        {kDaoRelationLeft, ", left join"},
+                                                        {kDaoRelationRight, ", right join"},
+                                                        {kDaoRelationDontEnforce, ", not enforced"}};
+  for (const auto& [bit, words] : kWords)
+    if ((relation.attributes & bit) != 0) text += words;
+  if (!relation.problem.empty()) text += ": " + ToDisplay(relation.problem);
+  return text;
+}
+
+std::string DrawRelations(const std::vector<SRecoveredRelation>& relations, const SPageStyle& style) {
+  std::string text;
+  for (const SRecoveredRelation& relation : relations)
+    text += "  " + (relation.name.empty() ? std::string("(name lost)") : ToDisplay(relation.name)) + ": " +
+            DrawRelation(relation) + "\n";
+  return text.empty() ? text : "\n" + Heading("Relationships", style) + text;
+}
+
+// Those of the database engine's own tables are shown with these tables.
+std::vector<SRecoveredRelation> ListRelations(const CAccessData& data, const SArguments& arguments) {
+  std::vector<SRecoveredRelation> relations;
+  // The tables are worth showing without them.
+  if (!ReadRelations(
+          data, [] { return true; }, relations))
+    return {};
+  if (!arguments.withSystemTables)
+    std::erase_if(relations, [](const SRecoveredRelation& relation) { return relation.IsSystem(); });
+  return relations;
+}
+
 }  // namespace
 
 SCommandEnd RunTables(CSession& session) {
@@ -64,7 +109,9 @@ SCommandEnd RunTables(CSession& session) {
       text += "\n" + DrawTable(*table, data.source.pageSize, style);
     }
   }
+  const std::vector<SRecoveredRelation> relations = ListRelations(data, arguments);
   if (!arguments.isJson) {
+    text += DrawRelations(relations, style);
     if (auto failure = Print(text)) return *failure;
     MentionDamage(session);
     return status;
@@ -72,6 +119,9 @@ SCommandEnd RunTables(CSession& session) {
   Json result = MakeResult(arguments, status);
   result["source"] = DescribeSource(data, arguments);
   result["tables"] = std::move(tables);
+  result["relationships"] = Json::array();
+  for (const SRecoveredRelation& relation : relations)
+    result["relationships"].push_back(DescribeRelation(relation));
   result["damage"] = DescribeDamage(data);
   if (!PrintJson(result)) return OutputLost();
   return status;

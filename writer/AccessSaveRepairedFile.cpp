@@ -47,13 +47,16 @@ CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
 
 bool CAccessSaveRepairedFile::Save() {
   if (!SaveStructure()) return false;
-  // Neither the saved queries nor the relationships, which belong behind them, end the save.
+  // Neither the saved queries nor the relationships end the save.
   static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary).Save());
+  m_relations = std::make_unique<CRelationSaver>(*m_data, m_summary);
+  static_cast<void>(m_relations->Read());
   return SaveData();
 }
 
 void CAccessSaveRepairedFile::PrepareTables() {
   m_summary = {};
+  m_relations.reset();
   m_tables.clear();
   for (const auto& table : m_data->GetTables()) {
     if (!IsSaved(*table)) continue;
@@ -128,6 +131,7 @@ bool CAccessSaveRepairedFile::SaveData() {
   if (IsSaving()) {
     CStatusProgress::Instance().SetText(u"Saving tables data");
     step = CopyTables(*database);
+    if (step == ESaveStep::Done && m_relations) step = m_relations->Create(*database, m_tables);
   }
   if (!CloseDatabase(*database, step)) return false;
   CProgressStatus::Instance().SetPos(CProgressStatus::Instance().GetMax());

@@ -11,6 +11,7 @@
 
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "writer/RelationSaver.h"
 #include "writer/SavedTable.h"
 #include "writer/dao.h"
 
@@ -29,14 +30,14 @@ class CAccessSaveRepairedFile {
   // A file of that name is deleted when the save starts.
   void SetOutputPath(std::u16string_view path) { m_outputPath = path; }
 
-  // All steps in their order. False when the save failed or was stopped.
   // Writes the Access 2000 format for Access 97 sources, too. It holds every character, and newer programs
   // open it.
   void SetAccess2000() { m_isAccess2000 = true; }
 
+  // All steps in their order. False when the save failed or was stopped.
   bool Save();
   bool SaveStructure();
-  // The rows, into the tables that SaveStructure created.
+  // The rows, into the tables that SaveStructure created, and then the relationships that Save read.
   bool SaveData();
   [[nodiscard]] const SSaveSummary& GetSummary() const { return m_summary; }
 
@@ -54,9 +55,10 @@ class CAccessSaveRepairedFile {
   const SRecoveryRules& m_rules;
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
-  std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
   bool m_isAccess2000 = false;
+  std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
   SSaveSummary m_summary;
+  std::unique_ptr<CRelationSaver> m_relations;
 };
 
 }  // namespace tolvane

@@ -30,6 +30,9 @@ struct SSaveSummary {
   uint64_t queriesSaved = 0;
   uint64_t queriesLost = 0;     // saved queries that the new database refused
   uint64_t queriesSkipped = 0;  // saved queries of a kind for which no SQL text can be rebuilt
+  uint64_t relationsSaved = 0;
+  uint64_t relationsWeakened = 0;  // of the saved ones: no longer enforced, because the rows do not allow it
+  uint64_t relationsLost = 0;      // relationships that are not whole or lack a table or column
   std::vector<SSaveLoss> losses;
   std::vector<std::u16string> notes;  // what was saved in another form than recovered; in the log, too
   std::u16string failure;             // why the save as a whole ended early; empty when it did not
@@ -40,8 +43,9 @@ struct SSavedTable {
 
   const CAccessTable* table = nullptr;
   bool isCreated = false;
-  std::u16string name;         // in the new database
-  std::vector<size_t> fields;  // by column: its field, or kNoField
+  std::u16string name;                     // in the new database
+  std::vector<size_t> fields;              // by column: its field, or kNoField
+  std::vector<std::u16string> fieldNames;  // by column; empty where there is no field
   SSaveLoss loss;
 };
 

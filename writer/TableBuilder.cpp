@@ -116,7 +116,7 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
   CFieldPlanner planner;
   m_fieldNames = {};
   m_columnByNumber.clear();
-  m_fieldNameOf.assign(columns.GetCount(), {});
+  saved.fieldNames.assign(columns.GetCount(), {});
   saved.fields.assign(columns.GetCount(), SSavedTable::kNoField);
   size_t fieldCount = 0;
   CDaoResult refusal{EDaoError::InvalidArgument, u"It has no column that could be created."};
@@ -130,7 +130,7 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
     if (fieldCount < kMaximumFields) result = AddField(column, plan, tableDef);
     if (result.IsOk()) {
       saved.fields[i] = fieldCount++;
-      m_fieldNameOf[i] = std::exchange(result.text, {});
+      saved.fieldNames[i] = std::exchange(result.text, {});
       continue;
     }
     if (EndsSave(result.code)) return result;
@@ -209,7 +209,7 @@ bool CTableBuilder::DescribeIndex(const SSavedTable& saved, const CAccessTableIn
     const auto column = m_columnByNumber.find(index.columns[i].columnNumber);
     if (column == m_columnByNumber.end()) return false;
     if (saved.fields[column->second] == SSavedTable::kNoField) return false;
-    info.fields.push_back({m_fieldNameOf[column->second], !index.columns[i].isAscending});
+    info.fields.push_back({saved.fieldNames[column->second], !index.columns[i].isAscending});
   }
   info.name = index.name;
   info.primary = index.primary != 0;

@@ -56,7 +56,6 @@ class CTableBuilder {
   CNameSet m_tableNames;
   // Of the attempt that runs.
   CNameSet m_fieldNames;
-  std::vector<std::u16string> m_fieldNameOf;              // by column; empty where there is no field
   std::unordered_map<uint16_t, size_t> m_columnByNumber;  // the first one of each number
   std::vector<std::u16string> m_notes;
   uint64_t m_columnsLost = 0;

@@ -191,8 +191,9 @@ class CDaoDatabase {
   virtual CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
                                     std::unique_ptr<CDaoQueryDef>& queryDef) = 0;
   // Both tables exist and are not open. A relation that is to be enforced is refused when the primary table
-  // has no unique index on its fields, when the fields' types differ, and when a record of the foreign table
-  // refers to none; the text then names the first keys.
+  // has no index on its fields that is unique or can be, when the fields' types differ, and when a record of
+  // the foreign table refers to none; the text then names the first keys. Ok may carry a text: what became of
+  // an index.
   virtual CDaoResult CreateRelation(const CDaoRelationInfo& relation) = 0;
   // Completes the file on disk. The destructor closes too, but cannot say what went wrong.
   virtual CDaoResult Close() = 0;

@@ -157,6 +157,26 @@ TEST_P(Relations, OnlySatisfiedOnesAreEnforced) {
   CloseAndCheck();
 }
 
+// A relation tells of its primary table what an index may have lost.
+TEST_P(Relations, WhatIsReferredToBecomesUnique) {
+  Create();
+  AddKeyedTable(u"One", {u"A", u"B", u"C"}, 0, {u"A", u"B"});
+  AddKeyedTable(u"Two", {u"X"}, 0);
+  AddRows(u"One", {{u"1", u"1"}, {u"2", u"3"}, {u"-", u"3"}, {u"-", u"4"}});
+  AddRows(u"Two", {{u"1"}, {u"1"}});
+  const CDaoResult unique = Relate(u"R", u"Two", u"One", {{u"A", u"X"}});
+  EXPECT_TRUE(unique.IsOk());
+  EXPECT_EQ(unique.text,
+            u"Index \"ByA\" of table \"One\" is unique again, because the relation refers to it.");
+  const CDaoResult repeated = Relate(u"S", u"Two", u"One", {{u"B", u"X"}});
+  EXPECT_EQ(repeated.code, EDaoError::NoUniqueIndex);
+  EXPECT_EQ(repeated.text, u"1 record of table \"One\" repeats a key that is referred to (3).");
+  EXPECT_EQ(Relate(u"S", u"Two", u"One", {{u"C", u"X"}}).code, EDaoError::NoUniqueIndex);
+  const SWalkedTable one = CloseAndCheck().Read(u"One");
+  EXPECT_EQ(one.indexes[0].flags & 1, 1u);
+  EXPECT_EQ(one.indexes[1].flags & 1, 0u);
+}
+
 TEST_P(Relations, LargeTablesAreComparedByTheirIndexes) {
   Create();
   AddKeyedTable(u"Many", {u"Id"}, 1);

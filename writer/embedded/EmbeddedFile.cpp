@@ -150,10 +150,12 @@ CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
                                               foreign.GetDefinition(), columns);
       !result.IsOk())
     return result;
+  CDaoResult enforced;
   if ((relation.attributes & kDaoRelationDontEnforce) == 0)
-    if (CDaoResult result = EnforceRelation(m_file, relation, columns, primary, foreign); !result.IsOk())
-      return result;
-  return m_catalogue.AddRelation(relation, GetLocalDate());
+    enforced = EnforceRelation(m_file, relation, columns, primary, foreign);
+  if (!enforced.IsOk()) return enforced;
+  const CDaoResult added = m_catalogue.AddRelation(relation, GetLocalDate());
+  return added.IsOk() ? enforced : added;
 }
 
 CDaoResult CEmbeddedFile::FindClosedTable(std::u16string_view name, uint32_t& page) const {

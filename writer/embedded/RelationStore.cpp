@@ -48,14 +48,19 @@ bool IsPrimaryKey(const STableDefinition& definition, size_t realIndex) {
       [&](const auto& logical) { return logical.realIndex == realIndex && logical.kind == kKindPrimary; });
 }
 
-// The unique index on exactly these columns; the primary key before any other.
-std::optional<size_t> FindUniqueIndex(const STableDefinition& definition,
-                                      const std::vector<uint16_t>& numbers) {
+// The index on exactly these columns that serves best: the primary key, else a unique one, else any.
+std::optional<size_t> FindPrimaryIndex(const STableDefinition& definition,
+                                       const std::vector<uint16_t>& numbers) {
   std::optional<size_t> found;
+  int foundRank = -1;
   for (size_t i = 0; i < definition.realIndexes.size(); i++) {
     const SRealIndex& index = definition.realIndexes[i];
-    if ((index.flags & kIndexUnique) == 0 || !HasColumns(index, numbers)) continue;
-    if (!found || IsPrimaryKey(definition, i)) found = i;
+    if (!HasColumns(index, numbers)) continue;
+    const bool isUnique = (index.flags & kIndexUnique) != 0;
+    const int rank = (isUnique ? 1 : 0) + (isUnique && IsPrimaryKey(definition, i) ? 1 : 0);
+    if (rank <= foundRank) continue;
+    found = i;
+    foundRank = rank;
   }
   return found;
 }
@@ -84,13 +89,17 @@ class CRelationEnforcer {
 
  private:
   CDaoResult CheckTypes() const;
+  CDaoResult MakeUnique();
   CDaoResult FindForeignIndex();
   CDaoResult MakeRoom();
   CDaoResult CheckRows();
   CDaoResult CheckKey(CIndexCursor& foreign, CIndexCursor& primary);
   CDaoResult AddPair();
-  [[nodiscard]] bool IsAnyNull(uint32_t pointer);
+  static size_t CountNulls(CTableStore& table, const std::vector<uint16_t>& columns, uint32_t pointer);
   [[nodiscard]] SLogicalIndex MakeSide(uint8_t side) const;
+  [[nodiscard]] const SRealIndex& PrimaryIndex() const {
+    return m_primary.GetDefinition().realIndexes[m_primaryIndex];
+  }
   [[nodiscard]] const SRealIndex& ForeignIndex() const {
     return m_foreign.GetDefinition().realIndexes[m_foreignIndex];
   }
@@ -103,17 +112,19 @@ class CRelationEnforcer {
   size_t m_primaryIndex = 0, m_foreignIndex = 0;  // real ones
   bool m_isForeignIndexNew = false;
   std::u16string m_replaced;  // the ordinary index of the foreign table that gives up its place
+  std::u16string m_note;
   uint64_t m_orphans = 0;
   std::vector<uint32_t> m_orphanRows;  // the first one of each of the first keys
 };
 
 CDaoResult CRelationEnforcer::Run() {
   if (CDaoResult result = CheckTypes(); !result.IsOk()) return result;
-  const std::optional<size_t> unique = FindUniqueIndex(m_primary.GetDefinition(), m_columns.primary);
-  if (!unique)
+  const std::optional<size_t> index = FindPrimaryIndex(m_primary.GetDefinition(), m_columns.primary);
+  if (!index)
     return {EDaoError::NoUniqueIndex,
             u"Table \"" + m_relation.table + u"\" has no unique index on the fields that are referred to."};
-  m_primaryIndex = *unique;
+  m_primaryIndex = *index;
+  if (CDaoResult result = MakeUnique(); !result.IsOk()) return result;
   if (CDaoResult result = FindForeignIndex(); !result.IsOk()) return result;
   CDaoResult result = MakeRoom();
   if (result.IsOk()) result = CheckRows();
@@ -131,6 +142,39 @@ CDaoResult CRelationEnforcer::CheckTypes() const {
       return {EDaoError::FieldTypesDiffer,
               u"The fields \"" + primary->name + u"\" and \"" + foreign->name + u"\" have different types."};
   }
+  return CDaoResult::Ok();
+}
+
+// What records refer to has to be unique. An index that lost this property only in its definition gets it
+// back.
+CDaoResult CRelationEnforcer::MakeUnique() {
+  if ((PrimaryIndex().flags & kIndexUnique) != 0) return CDaoResult::Ok();
+  CIndexCursor cursor(m_file, PrimaryIndex().root);
+  if (CDaoResult result = cursor.Seek({}); !result.IsOk()) return result;
+  std::vector<uint8_t> key;
+  std::vector<uint32_t> repeats;
+  uint64_t count = 0;
+  bool mayRepeat = true;
+  while (!cursor.IsAtEnd()) {
+    const uint32_t pointer = cursor.GetRowPointer();
+    if (key.empty() || !std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end())) {
+      key.assign(cursor.GetKey().begin(), cursor.GetKey().end());
+      mayRepeat = CountNulls(m_primary, m_columns.primary, pointer) == m_columns.primary.size();
+    } else if (!mayRepeat && count++ < kKeysShown) {
+      repeats.push_back(pointer);
+    }
+    if (CDaoResult result = cursor.Next(); !result.IsOk()) return result;
+  }
+  if (count > 0)
+    return {EDaoError::NoUniqueIndex,
+            ToDecimal(count) + (count == 1 ? u" record" : u" records") + u" of table \"" + m_relation.table +
+                (count == 1 ? u"\" repeats" : u"\" repeat") + u" a key that is referred to (" +
+                DescribeKeys(m_primary, PrimaryIndex(), repeats, count) + u")."};
+  m_primary.MakeIndexUnique(m_primaryIndex);
+  for (const SLogicalIndex& logical : m_primary.GetDefinition().logicalIndexes)
+    if (logical.realIndex == m_primaryIndex)
+      m_note = u"Index \"" + logical.name + u"\" of table \"" + m_relation.table +
+               u"\" is unique again, because the relation refers to it.";
   return CDaoResult::Ok();
 }
 
@@ -153,7 +197,7 @@ CDaoResult CRelationEnforcer::MakeRoom() {
 // Keys are compared as bytes, so the foreign index has the order and directions of the primary one.
 CDaoResult CRelationEnforcer::FindForeignIndex() {
   SRealIndex wanted;
-  for (const SIndexColumn& column : m_primary.GetDefinition().realIndexes[m_primaryIndex].columns) {
+  for (const SIndexColumn& column : PrimaryIndex().columns) {
     const auto at = std::find(m_columns.primary.begin(), m_columns.primary.end(), column.number);
     wanted.columns.push_back(
         {m_columns.foreign[static_cast<size_t>(at - m_columns.primary.begin())], column.ascending});
@@ -176,7 +220,7 @@ CDaoResult CRelationEnforcer::FindForeignIndex() {
 // Both indexes ascend, so one walk over each is enough.
 CDaoResult CRelationEnforcer::CheckRows() {
   CIndexCursor foreign(m_file, ForeignIndex().root);
-  CIndexCursor primary(m_file, m_primary.GetDefinition().realIndexes[m_primaryIndex].root);
+  CIndexCursor primary(m_file, PrimaryIndex().root);
   if (CDaoResult result = foreign.Seek({}); !result.IsOk()) return result;
   while (!foreign.IsAtEnd())
     if (CDaoResult result = CheckKey(foreign, primary); !result.IsOk()) return result;
@@ -197,7 +241,7 @@ CDaoResult CRelationEnforcer::CheckKey(CIndexCursor& foreign, CIndexCursor& prim
     return !cursor.IsAtEnd() &&
            std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end());
   };
-  const bool isOrphan = !hasKey(primary) && !IsAnyNull(first);
+  const bool isOrphan = !hasKey(primary) && CountNulls(m_foreign, m_columns.foreign, first) == 0;
   if (isOrphan && m_orphanRows.size() < kKeysShown) m_orphanRows.push_back(first);
   while (hasKey(foreign)) {
     m_orphans += isOrphan ? 1 : 0;
@@ -206,14 +250,15 @@ CDaoResult CRelationEnforcer::CheckKey(CIndexCursor& foreign, CIndexCursor& prim
   return CDaoResult::Ok();
 }
 
-bool CRelationEnforcer::IsAnyNull(uint32_t pointer) {
-  const STableDefinition& definition = m_foreign.GetDefinition();
-  const std::span<const uint8_t> row = m_foreign.ReadRow(pointer);
-  return std::any_of(m_columns.foreign.begin(), m_columns.foreign.end(), [&](uint16_t number) {
+size_t CRelationEnforcer::CountNulls(CTableStore& table, const std::vector<uint16_t>& columns,
+                                     uint32_t pointer) {
+  const STableDefinition& definition = table.GetDefinition();
+  const std::span<const uint8_t> row = table.ReadRow(pointer);
+  return static_cast<size_t>(std::count_if(columns.begin(), columns.end(), [&](uint16_t number) {
     std::optional<std::span<const uint8_t>> value;
-    return !ReadRowColumn(m_file.GetLayout(), definition, row, *definition.FindColumn(number), value) ||
+    return !ReadRowColumn(table.GetLayout(), definition, row, *definition.FindColumn(number), value) ||
            !value;
-  });
+  }));
 }
 
 SLogicalIndex CRelationEnforcer::MakeSide(uint8_t side) const {
@@ -239,7 +284,9 @@ CDaoResult CRelationEnforcer::AddPair() {
   m_foreign.AddLogicalIndex(std::move(foreign));
   m_primary.AddLogicalIndex(std::move(primary));
   if (CDaoResult result = m_foreign.StoreIndexes(); !result.IsOk()) return result;
-  return &m_primary == &m_foreign ? CDaoResult::Ok() : m_primary.StoreIndexes();
+  if (&m_primary != &m_foreign)
+    if (CDaoResult result = m_primary.StoreIndexes(); !result.IsOk()) return result;
+  return {EDaoError::None, m_note};
 }
 
 }  // namespace

@@ -20,9 +20,10 @@ CDaoResult FindRelationColumns(const SEmbeddedLayout& layout, const CDaoRelation
                                SRelationColumns& columns);
 
 // Gives both tables the logical indexes that make engines enforce the relation, and stores their definitions.
-// Refused, with both tables as before, when the primary table has no unique index on exactly these columns,
-// when types differ, when a table has no room for another index, or when rows of the foreign table refer to
-// nothing: a key that is null in part refers to nothing and is allowed to.
+// Refused, with both tables as before, when the primary table has no index on exactly these columns that is
+// unique or can be, when types differ, when a table has no room for another index, or when rows of the
+// foreign table refer to nothing: a key that is null in part refers to nothing and is allowed to. Ok carries
+// a text when an index became unique.
 //
 // The tables may be one and the same object. Nothing may be open in them.
 CDaoResult EnforceRelation(CPageFile& file, const CDaoRelationInfo& relation, const SRelationColumns& columns,

@@ -65,6 +65,7 @@ class CTableStore {
   // cannot be, the definition is as before. Nothing may be open. The definition is stored by StoreIndexes.
   CDaoResult AddIndex(SRealIndex index);
   CDaoResult DropLastIndex();
+  void MakeIndexUnique(size_t index) { m_definition.realIndexes[index].flags |= kIndexUnique; }
   void AddLogicalIndex(SLogicalIndex index);
   void RemoveLogicalIndex(std::u16string_view name);
   CDaoResult StoreIndexes();

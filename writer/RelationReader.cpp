@@ -1,0 +1,150 @@
+#include "writer/RelationReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+
+#include "app/status/Status.h"
+#include "platform/Text.h"
+#include "store/RowReader.h"
+#include "writer/SafeName.h"
+#include "writer/dao.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kRelationsTable = u"MSysRelationships";
+constexpr std::u16string_view kSystemPrefix = u"MSys";
+// An index has no more columns, and without one nothing can be enforced.
+constexpr size_t kMostPairs = 10;
+constexpr int32_t kKnownAttributes = kDaoRelationUnique | kDaoRelationDontEnforce | kDaoRelationInherited |
+                                     kDaoRelationUpdateCascade | kDaoRelationDeleteCascade |
+                                     kDaoRelationLeft | kDaoRelationRight;
+
+// The columns of MSysRelationships, by number.
+enum ECell : uint16_t {
+  kName,
+  kAttributes,
+  kCount,
+  kPosition,
+  kTable,
+  kColumn,
+  kReferencedTable,
+  kReferencedColumn,
+  kCellCount
+};
+using Cells = std::array<std::u16string, kCellCount>;
+
+// The rows of one relationship while they are collected.
+class CRelationRows {
+ public:
+  explicit CRelationRows(const Cells& first) {
+    m_relation.name = first[kName];
+    m_relation.table = first[kTable];
+    m_relation.referencedTable = first[kReferencedTable];
+    const int64_t bits = LeadingInteger(first[kAttributes]);
+    m_relation.hasAttributes = !first[kAttributes].empty() && (bits & ~kKnownAttributes) == 0;
+    m_relation.attributes = m_relation.hasAttributes ? static_cast<int32_t>(bits) : kDaoRelationDontEnforce;
+  }
+
+  void Add(const Cells& row) {
+    const int64_t count = LeadingInteger(row[kCount]);
+    if (count >= 1 && count <= int64_t{kMostPairs}) m_count = std::max(m_count, static_cast<size_t>(count));
+    const int64_t position = LeadingInteger(row[kPosition]);
+    const bool isSame = EqualsIgnoreCase(row[kTable], m_relation.table) &&
+                        EqualsIgnoreCase(row[kReferencedTable], m_relation.referencedTable);
+    if (!isSame || row[kPosition].empty() || position < 0 || position >= int64_t{kMostPairs} ||
+        row[kColumn].empty() || row[kReferencedColumn].empty())
+      return;
+    auto& pair = m_pairs[static_cast<size_t>(position)];
+    if (!pair) pair = {row[kColumn], row[kReferencedColumn]};
+  }
+
+  SRecoveredRelation Finish() {
+    size_t wanted = std::max<size_t>(m_count, 1), found = 0;
+    for (size_t i = 0; i < kMostPairs; ++i)
+      if (m_pairs[i]) wanted = std::max(wanted, i + 1);
+    for (const auto& pair : m_pairs) {
+      if (!pair) continue;
+      ++found;
+      m_relation.pairs.push_back(*pair);
+    }
+    if (m_relation.table.empty() || m_relation.referencedTable.empty())
+      m_relation.problem = u"The name of a table is lost.";
+    else if (found < wanted)
+      m_relation.problem = ToDecimal(wanted - found) + u" of its " + ToDecimal(wanted) +
+                           (wanted == 1 ? u" pair of columns is lost." : u" pairs of columns are lost.");
+    return std::move(m_relation);
+  }
+
+ private:
+  SRecoveredRelation m_relation;
+  size_t m_count = 0;
+  std::array<std::optional<SRelationPair>, kMostPairs> m_pairs;
+};
+
+// Rows without a name belong together when they join the same tables.
+std::u16string MakeKey(const Cells& row) {
+  if (!row[kName].empty()) return CNameSet::Fold(row[kName]);
+  std::u16string key(1, u'\0');
+  key += CNameSet::Fold(row[kTable]);
+  key += u'\0';
+  return key + CNameSet::Fold(row[kReferencedTable]);
+}
+
+class CRelationCollector {
+ public:
+  void Add(const Cells& row) {
+    if (row[kName].empty() && row[kTable].empty() && row[kReferencedTable].empty()) return;
+    const auto [found, isNew] = m_byKey.try_emplace(MakeKey(row), m_relations.size());
+    if (isNew) m_relations.emplace_back(row);
+    m_relations[found->second].Add(row);
+  }
+  void Finish(std::vector<SRecoveredRelation>& relations) {
+    for (CRelationRows& rows : m_relations) relations.push_back(rows.Finish());
+  }
+
+ private:
+  std::vector<CRelationRows> m_relations;
+  std::unordered_map<std::u16string, size_t> m_byKey;
+};
+
+}  // namespace
+
+const CAccessTable* FindRelationsTable(const CAccessData& data) {
+  for (const auto& table : data.GetTables())
+    if (table->name == kRelationsTable) return table->columns.GetCount() > 0 ? table.get() : nullptr;
+  return nullptr;
+}
+
+bool SRecoveredRelation::IsSystem() const {
+  return table.starts_with(kSystemPrefix) && referencedTable.starts_with(kSystemPrefix);
+}
+
+bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations) {
+  relations.clear();
+  const CAccessTable* table = FindRelationsTable(data);
+  if (table == nullptr || table->header.rowCount == 0) return true;
+  CTableRowReader reader(*table);
+  if (!reader.Open()) return false;
+  CRelationCollector collector;
+  std::vector<std::u16string> values;
+  while (reader.ReadRow(values)) {
+    CProgressStatus::Instance().IncrementPos();
+    Cells row;
+    for (size_t i = 0; i < values.size(); ++i) {
+      const uint16_t number = table->columns.GetAt(i)->number;
+      if (number < row.size()) row[number] = values[i];
+    }
+    collector.Add(row);
+    if (!isRunning()) return false;
+  }
+  collector.Finish(relations);
+  return true;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,39 @@
+// The relationships of the damaged database, put together from its recovered MSysRelationships rows.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/AccessData.h"
+
+namespace tolvane {
+
+// The recovered relationships' table; null when there is none or none of its columns was decoded.
+const CAccessTable* FindRelationsTable(const CAccessData& data);
+
+struct SRelationPair {
+  std::u16string column;            // of the foreign table
+  std::u16string referencedColumn;  // of the primary table
+};
+
+struct SRecoveredRelation {
+  std::u16string name;   // empty where it is lost
+  std::u16string table;  // the foreign one, whose records refer to those of the other
+  std::u16string referencedTable;
+  int32_t attributes = 0;     // bits of dao.h
+  bool hasAttributes = true;  // false when they are lost or impossible; they then read as "not enforced"
+  std::vector<SRelationPair> pairs;
+  std::u16string problem;  // why the relationship is not whole; empty when it is
+
+  // Between tables that the database engine keeps for itself; those are never saved.
+  [[nodiscard]] bool IsSystem() const;
+};
+
+// In the order of their first rows. Rows that contradict the rows before them are left out; a relationship
+// that lacks a pair of columns is told as such, for fewer pairs would be another relationship. Linear in the
+// rows. `isRunning` is asked after every row. False when the rows cannot be read or the reading was stopped.
+bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations);
+
+}  // namespace tolvane

@@ -1,0 +1,182 @@
+#include "writer/RelationSaver.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "app/status/Status.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+// Refusals of one name before the relationship is given up.
+constexpr int kAttempts = 12;
+// A table of nonsense must not fill the log.
+constexpr uint64_t kMostNotes = 200;
+
+bool IsSaving() {
+  return CSavingStatus::Instance().IsSaving();
+}
+
+// What the relation asks of the rows, in place of what it joins.
+bool IsAboutEnforcing(EDaoError code) {
+  switch (code) {
+    case EDaoError::RelatedRecordMissing:
+    case EDaoError::FieldTypesDiffer:
+    case EDaoError::NoUniqueIndex:
+    case EDaoError::TooManyIndexes:
+    case EDaoError::NotSupported:
+    case EDaoError::DatabaseTooLarge:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// The field that a column became. Rows name columns as users know them; columns of Jet 3 files are recovered
+// under names that only the new field spells right.
+std::u16string_view FindField(const SSavedTable& table, std::u16string_view column) {
+  for (size_t i = 0; i < table.fieldNames.size(); ++i)
+    if (!table.fieldNames[i].empty() && EqualsIgnoreCase(table.table->columns.GetAt(i)->GetName(), column))
+      return table.fieldNames[i];
+  for (const std::u16string& field : table.fieldNames)
+    if (EqualsIgnoreCase(field, column)) return field;
+  return {};
+}
+
+std::u16string Quoted(std::u16string_view name) {
+  return u"\"" + std::u16string(name) + u"\"";
+}
+
+std::u16string NameOf(const SRecoveredRelation& relation) {
+  if (!relation.name.empty()) return u"Relationship " + Quoted(relation.name);
+  return u"The relationship of tables " + Quoted(relation.referencedTable) + u" and " +
+         Quoted(relation.table);
+}
+
+}  // namespace
+
+bool CRelationSaver::Read() {
+  m_relations.clear();
+  const CAccessTable* table = FindRelationsTable(m_data);
+  if (table == nullptr) return true;
+  CProgressStatus& progress = CProgressStatus::Instance();
+  progress.SetPos(0);
+  progress.SetMax(
+      static_cast<int32_t>(std::min<uint32_t>(table->header.rowCount, std::numeric_limits<int32_t>::max())));
+  if (!IsSaving()) return false;
+  CRepairLog::Instance().Append(u"Saving relations");
+  if (ReadRelations(m_data, IsSaving, m_relations)) return true;
+  m_relations.clear();
+  if (IsSaving()) m_summary.notes.push_back(u"Error code : - 004");
+  return false;
+}
+
+ESaveStep CRelationSaver::Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables) {
+  if (m_relations.empty()) return ESaveStep::Done;
+  CStatusProgress::Instance().SetText(u"Saving relations");
+  Tables byName;
+  for (const SSavedTable& table : tables)
+    if (table.isCreated) byName.emplace(CNameSet::Fold(table.table->name), &table);
+  for (const SRecoveredRelation& relation : m_relations) {
+    if (!IsSaving()) return ESaveStep::Stopped;
+    if (relation.IsSystem()) continue;
+    const ESaveStep step = CreateOne(database, relation, byName);
+    if (step != ESaveStep::Done) return step;
+  }
+  if (m_notes > kMostNotes)
+    CRepairLog::Instance().Append(ToDecimal(m_notes - kMostNotes) + u" more relationships are like that");
+  return ESaveStep::Done;
+}
+
+ESaveStep CRelationSaver::CreateOne(CDaoDatabase& database, const SRecoveredRelation& relation,
+                                    const Tables& tables) {
+  CDaoRelationInfo info;
+  const std::u16string missing =
+      relation.problem.empty() ? Describe(relation, tables, info) : relation.problem;
+  if (!missing.empty()) {
+    Lose(relation, missing);
+    return ESaveStep::Done;
+  }
+  info.name = relation.name;
+  if (info.name.empty())
+    info.name = m_names.MakeVariation(relation.referencedTable + relation.table, u"Relation");
+  std::u16string weakness = relation.hasAttributes ? u"" : u"Its properties are lost.";
+  const CDaoResult result = TryCreate(database, info, weakness);
+  m_names.Take(info.name);
+  if (EndsSave(result.code)) {
+    m_summary.failure = result.text;
+    return ESaveStep::Failed;
+  }
+  if (!result.IsOk()) {
+    Lose(relation, result.text);
+    return ESaveStep::Done;
+  }
+  ++m_summary.relationsSaved;
+  if (info.name != relation.name) Note(NameOf(relation) + u" was saved as " + Quoted(info.name));
+  if (!result.text.empty()) CRepairLog::Instance().Append(NameOf(relation) + u": " + result.text);
+  if (weakness.empty()) return ESaveStep::Done;
+  ++m_summary.relationsWeakened;
+  Note(NameOf(relation) + u" was saved, but is not enforced: " + weakness);
+  return ESaveStep::Done;
+}
+
+// Varies a refused name, and gives up enforcing where the rows or the tables do not allow it: then `weakness`
+// tells why.
+CDaoResult CRelationSaver::TryCreate(CDaoDatabase& database, CDaoRelationInfo& info,
+                                     std::u16string& weakness) {
+  const std::u16string wanted = info.name;
+  CDaoResult result = database.CreateRelation(info);
+  for (int attempt = 1; attempt < kAttempts && !result.IsOk(); ++attempt) {
+    if (result.code == EDaoError::InvalidName || result.code == EDaoError::RelationExists) {
+      m_names.Take(info.name);
+      const bool isNarrow = result.code == EDaoError::InvalidName && IsSafeName(info.name);
+      info.name = m_names.MakeVariation(isNarrow ? NarrowName(wanted) : wanted, u"Relation");
+    } else if ((info.attributes & kDaoRelationDontEnforce) == 0 && IsAboutEnforcing(result.code)) {
+      weakness = result.text;
+      info.attributes |= kDaoRelationDontEnforce;
+      info.attributes &= ~(kDaoRelationUpdateCascade | kDaoRelationDeleteCascade);
+    } else {
+      return result;
+    }
+    result = database.CreateRelation(info);
+  }
+  return result;
+}
+
+std::u16string CRelationSaver::Describe(const SRecoveredRelation& relation, const Tables& tables,
+                                        CDaoRelationInfo& info) {
+  const auto foreign = tables.find(CNameSet::Fold(relation.table));
+  const auto primary = tables.find(CNameSet::Fold(relation.referencedTable));
+  for (const auto& [found, name] :
+       {std::pair(foreign, &relation.table), std::pair(primary, &relation.referencedTable)})
+    if (found == tables.end()) return u"Table " + Quoted(*name) + u" is not in the new database.";
+  info.table = primary->second->name;
+  info.foreignTable = foreign->second->name;
+  info.attributes = relation.attributes;
+  for (const SRelationPair& pair : relation.pairs) {
+    const std::u16string_view field = FindField(*primary->second, pair.referencedColumn),
+                              foreignField = FindField(*foreign->second, pair.column);
+    if (field.empty() || foreignField.empty())
+      return u"Column " + Quoted(field.empty() ? pair.referencedColumn : pair.column) + u" of table " +
+             Quoted(field.empty() ? relation.referencedTable : relation.table) +
+             u" is not in the new database.";
+    info.fields.push_back({std::u16string(field), std::u16string(foreignField)});
+  }
+  return {};
+}
+
+void CRelationSaver::Lose(const SRecoveredRelation& relation, std::u16string_view reason) {
+  ++m_summary.relationsLost;
+  Note(NameOf(relation) + u" could not be saved: " + std::u16string(reason));
+}
+
+void CRelationSaver::Note(std::u16string text) {
+  if (m_notes++ >= kMostNotes) return;
+  CRepairLog::Instance().Append(text);
+  m_summary.notes.push_back(std::move(text));
+}
+
+}  // namespace tolvane
