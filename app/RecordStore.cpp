@@ -137,8 +137,13 @@ std::optional<CRecordStore::SPlace> CRecordStore::Find(std::u16string_view text,
   if (state.rows.empty() || text.empty()) return std::nullopt;
   const std::u16string folded = FoldCase(text);
   const size_t last = state.columns.empty() ? 0 : state.columns.size() - 1;
-  size_t item = from && from->item < state.rows.size() ? from->item : 0;
-  size_t first = from && from->item < state.rows.size() ? from->column + 1 : 0;
+  const bool isInside = from && from->item < state.rows.size();
+  size_t item = isInside ? from->item : 0;
+  size_t first = isInside ? from->column + 1 : 0;
+  if (first > last && isInside) {
+    item = (item + 1) % state.rows.size();
+    first = 0;
+  }
   for (size_t looked = 0; looked < maxItems; ++looked) {
     if (const auto column = state.FindInRow(item, first, folded)) return lookedTo = {item, *column};
     lookedTo = {item, last};

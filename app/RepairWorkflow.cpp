@@ -118,7 +118,7 @@ void CRepairWorkflow::Back() {
 }
 
 void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
-  if (IsWorking()) return;
+  if (IsWorking() || GetPage() > EPageState::FileSelected) return;
   m_manager->GetMode().SetMode(isTemplateMode ? CRepairModeStatus::kAdvance : CRepairModeStatus::kStandard);
   m_page.UpdatePages(isTemplateMode);
 }
@@ -227,11 +227,11 @@ void CRepairWorkflow::DiscardResult() {
   m_treeItem.clear();
 }
 
-void CRepairWorkflow::StopRepair() {
-  if (GetPage() != EPageState::Repairing) return;
-  if (!m_dialogs.AskYesNo(kStopQuestion)) return;
+bool CRepairWorkflow::StopRepair() {
+  if (GetPage() != EPageState::Repairing) return true;
+  if (!m_dialogs.AskYesNo(kStopQuestion)) return false;
   // It may have ended while the question was open.
-  if (GetPage() != EPageState::Repairing) return;
+  if (GetPage() != EPageState::Repairing) return true;
   m_view.SetStatusLine(kPleaseWait);
   m_frame.EnableCommands(kAllOff);
   StopRepairTimer();
@@ -245,6 +245,7 @@ void CRepairWorkflow::StopRepair() {
   m_view.ClearLog();
   SetPage(EPageState::FileSelected);
   m_dialogs.ShowMessage(kStopped, EMessageIcon::Information);
+  return true;
 }
 
 // --- save ---
@@ -287,10 +288,10 @@ void CRepairWorkflow::ShowSaved() {
   m_view.SetSummary(DescribeSave(m_save.GetSummary(), m_save.GetOutputPath(), m_save.GetProblem()));
 }
 
-void CRepairWorkflow::StopSave() {
-  if (GetPage() != EPageState::Saving) return;
-  if (!m_dialogs.AskYesNo(kStopQuestion)) return;
-  if (GetPage() != EPageState::Saving) return;
+bool CRepairWorkflow::StopSave() {
+  if (GetPage() != EPageState::Saving) return true;
+  if (!m_dialogs.AskYesNo(kStopQuestion)) return false;
+  if (GetPage() != EPageState::Saving) return true;
   m_frame.EnableCommands(kAllOff);
   StopRepairTimer();
   StopSaveTimer();
@@ -302,6 +303,7 @@ void CRepairWorkflow::StopSave() {
   Back();
   PauseAfterStop();
   m_dialogs.ShowMessage(kStopped, EMessageIcon::Information);
+  return true;
 }
 
 // A database that lacks tables must not be taken for the repaired one.
@@ -315,17 +317,20 @@ void CRepairWorkflow::TellRemovedOutput() {
 // --- timers ---
 
 void CRepairWorkflow::OnTimer(uint32_t identifier) {
+  if (!m_manager || identifier != m_timer) return;
   if (identifier == kRepairTimer) OnRepairTimer();
   if (identifier == kSaveTimer) OnSaveTimer();
 }
 
 void CRepairWorkflow::StartTimer(uint32_t identifier) {
+  m_timer = identifier;
   m_view.ClearLog();
   m_frame.ShowProgressBar(true);
   m_frame.SetTimer(identifier, kTimerPeriod);
 }
 
 void CRepairWorkflow::StopTimer(uint32_t identifier) {
+  m_timer = 0;
   m_frame.KillTimer(identifier);
   m_frame.ShowProgressBar(false);
   m_frame.ResetProgressBar();
@@ -424,13 +429,7 @@ void CRepairWorkflow::PauseAfterStop() {
 
 bool CRepairWorkflow::Close() {
   m_frame.RestoreIfMinimised();
-  if (GetPage() == EPageState::Repairing) {
-    StopRepair();
-    if (GetPage() == EPageState::Repairing) return false;
-  } else if (GetPage() == EPageState::Saving) {
-    StopSave();
-    if (GetPage() == EPageState::Saving) return false;
-  }
+  if (!StopRepair() || !StopSave()) return false;
   if (!m_dialogs.AskYesNo(kCloseQuestion)) return false;
   if (GetPage() == EPageState::Saved) SetPage(EPageState::Repaired);
   if (GetPage() > EPageState::FileSelected) Back();

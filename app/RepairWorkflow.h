@@ -46,13 +46,13 @@ class CRepairWorkflow {
 
   // Shows the first page.
   void Start();
-  // For the next save. Must outlive the workflow.
+  // For the next save. Must outlive it.
   void SetEngine(CDaoEngine& engine);
 
   // Commands.
   void Next();
   void Back();
-  // The choice of the two mode buttons.
+  // The choice of the two mode buttons, on the pages that have them.
   void ChooseMode(bool isTemplateMode);
   // Asks for a file with the dialog; false when cancelled.
   bool ChooseCorruptedFile();
@@ -61,8 +61,9 @@ class CRepairWorkflow {
   // nothing starts. Ignored while a worker runs.
   void SelectCorruptedFile(std::u16string_view path);
   void SelectTemplateFile(std::u16string_view path);
-  void StopRepair();
-  void StopSave();
+  // Ask first. False when the user said No; on pages where nothing is to be stopped nothing happens.
+  bool StopRepair();
+  bool StopSave();
   // From the window's close button. False: the program stays open. True is only seen in tests: before, the
   // process ends. Nothing but the destructor may be called then.
   bool Close();
@@ -127,6 +128,7 @@ class CRepairWorkflow {
   CRecentFiles* m_recentFiles;
 
   CShowPageState m_page;
+  uint32_t m_timer = 0;       // the one that runs; a message of another one is late
   std::u16string m_treeItem;  // the item of the tree that was selected last
   std::unique_ptr<COvRepairFileManager> m_manager;
   CRecordStore m_records;

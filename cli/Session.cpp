@@ -2,11 +2,10 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <exception>
 #include <mutex>
-#include <new>
 #include <thread>
 
+#include "app/WorkerThread.h"
 #include "app/status/Status.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
@@ -55,20 +54,6 @@ SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& ver
       break;
   }
   return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
-}
-
-// Runs `work` and turns whatever it throws into a text.
-std::u16string RunGuarded(const std::function<void()>& work) {
-  try {
-    work();
-    return {};
-  } catch (const std::bad_alloc&) {
-    return u"There is not enough memory.";
-  } catch (const CFileCustException& error) {
-    return error.GetMessageText();
-  } catch (const std::exception& error) {
-    return FromUtf8(error.what());
-  }
 }
 
 }  // namespace
