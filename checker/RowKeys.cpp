@@ -8,7 +8,6 @@
 namespace tolvane {
 namespace {
 
-constexpr size_t kIndexedBytes = 512;  // of a memo: 255 characters, two bytes each
 constexpr uint8_t kNullAscending = 0x00, kNullDescending = 0xFF;
 
 bool IsText(uint8_t type) {
@@ -46,7 +45,7 @@ bool CRowKeys::AppendPart(const CRowView& row, const SCheckedIndexPart& part, st
   const SCheckedColumn& column = *part.column;
   std::optional<std::span<const uint8_t>> value = row.Get(column);
   if (value && column.type == kTypeMemo) {
-    m_longValues.ReadHead(*value, kIndexedBytes, m_head);
+    m_longValues.ReadHead(*value, kIndexedMemoBytes, m_head);
     value = m_head;
   }
   if (value && IsText(column.type) && !m_context.file.IsJet3()) {

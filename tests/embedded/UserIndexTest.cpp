@@ -89,15 +89,67 @@ TEST_P(UserIndexes, RowsAddedLaterAreIndexedToo) {
   CloseAndCheck();
 }
 
-TEST_P(UserIndexes, LongValuesAreNoKeys) {
+TEST_P(UserIndexes, OfLongValuesOnlyMemosAreKeysAndNotInJet3) {
   Create();
   std::unique_ptr<CDaoTableDef> table;
   ExpectOk(m_database->CreateTableDef(u"T", 0, {}, {}, table));
   ExpectOk(table->CreateField(u"M", kDaoMemo, 0, 0x22));
+  ExpectOk(table->CreateField(u"O", kDaoLongBinary, 0, 0x22));
   CDaoIndexInfo index;
   index.name = u"I";
-  index.fields = {{u"M"}};
+  index.fields = {{u"O"}};
   EXPECT_EQ(table->CreateIndex(index).code, EDaoError::InvalidDataType);
+  index.fields = {{u"M"}};
+  EXPECT_EQ(table->CreateIndex(index).code, IsJet3() ? EDaoError::InvalidDataType : EDaoError::None);
+}
+
+// In the row, in a row of their own, in a chain of pages; alike in all that a key holds, and beyond it.
+TEST_P(UserIndexes, MemosAreIndexedWhereverTheyAreStored) {
+  if (IsJet3()) GTEST_SKIP() << "no indexes on memos";
+  Create();
+  ExpectOk(AddIndexedTable(
+      u"T", {{u"Id", kDaoLong}, {u"M", kDaoMemo, 0, 0x22}},
+      {{u"ByMemo", {{u"M"}}}, {u"Backwards", {{u"M", true}, {u"Id"}}}, {u"Alone", {{u"M"}}, false, true}}));
+  OpenTable(u"T");
+  const auto repeat = [](size_t count, char16_t unit) { return std::u16string(count, unit); };
+  const std::u16string memos[] = {u"-",
+                                  u"",
+                                  u"short",
+                                  u"caf\u00E9",
+                                  u"\u65E5",
+                                  repeat(300, u'a'),
+                                  repeat(255, u'b'),
+                                  repeat(255, u'b') + u"x",
+                                  repeat(9000, u'c'),
+                                  repeat(260, u'd') + u' ',
+                                  repeat(9000, u'\u0153')};
+  int id = 0;
+  for (const std::u16string& memo : memos) ExpectOk(AddRow({ToDecimal(id++), memo}));
+  const CDaoResult closed = m_recordset->Close();
+  EXPECT_TRUE(closed.IsOk());
+  EXPECT_EQ(closed.text, u"Index \"Alone\" is no longer unique: 1 records repeat a key (\"" +
+                             repeat(40, u'b') + u"...\").");
+  CFileWalker walker = CloseAndCheck();
+  EXPECT_EQ(walker.Read(u"T").indexes.size(), 3u);
+}
+
+TEST_P(UserIndexes, AnIndexWithAKeyTooLongForAPageIsLeftOut) {
+  Create();
+  std::vector<SField> fields = {{u"Id", kDaoLong}};
+  SIndex index{u"Long", {}};
+  for (const std::u16string_view name : {u"A", u"B", u"C", u"D", u"E"}) {
+    fields.push_back({name, kDaoText, 255, 0x22});
+    index.fields.push_back({std::u16string(name)});
+  }
+  ExpectOk(AddIndexedTable(u"T", fields, {{u"Primary Key", {{u"Id"}}, true, true}, index}));
+  OpenTable(u"T");
+  // Letters that take several bytes of a key each.
+  const std::u16string text(255, IsJet3() ? u'\u00C6' : u'-');
+  ExpectOk(AddRow({u"1", text, text, text, text, text}));
+  const CDaoResult closed = m_recordset->Close();
+  EXPECT_TRUE(closed.IsOk());
+  EXPECT_EQ(closed.text, u"Index \"Long\" was left out: a key of it is too long for a page.");
+  CloseAndCheck();
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, UserIndexes, ::testing::Values(kDaoVersionJet3, kDaoVersionJet4),

@@ -60,6 +60,11 @@ CDaoResult MakeColumn(const SEmbeddedLayout& layout, const CDaoFieldInfo& field,
   return CDaoResult::Ok();
 }
 
+// Jet 3 indexes no long values, the later formats memos.
+bool CanBeIndexed(const SEmbeddedLayout& layout, uint8_t type) {
+  return !IsLongValueType(type) || (type == kTypeMemo && layout.keys != EIndexVersion::Jet3);
+}
+
 }  // namespace
 
 CEmbeddedTableDef::CEmbeddedTableDef(std::shared_ptr<CEmbeddedFile> file, std::u16string_view name)
@@ -125,7 +130,7 @@ CDaoResult CEmbeddedTableDef::CheckIndexFields(const CDaoIndexInfo& index) const
     if (column == nullptr)
       return {EDaoError::ItemNotFound,
               u"The index names a field \"" + field.name + u"\" that the table does not have."};
-    if (IsLongValueType(column->type))
+    if (!CanBeIndexed(m_file->GetLayout(), column->type))
       return {EDaoError::InvalidDataType,
               u"The memo or OLE field \"" + field.name + u"\" cannot be indexed."};
   }

@@ -7,6 +7,7 @@
 //   any value      7F value    80 value (complemented where the type's rule says so)
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -24,6 +25,10 @@ struct SIndexKeyFormat {
   uint8_t sortVersion = 0;
   uint16_t codePage = 1252;
 };
+
+// Bytes of a stored memo that hold all characters of its key, even where every one of a compressed text
+// switches between one and two bytes.
+inline constexpr size_t kIndexedMemoBytes = 640;
 
 // Appends one column's part; `type` is the column type as table definitions store it (1 boolean ... 16
 // numeric). Values arrive as a row stores them: numbers little-endian, a boolean as one byte 0 or 1, text as

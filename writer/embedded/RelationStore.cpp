@@ -169,7 +169,7 @@ CDaoResult CRelationEnforcer::MakeUnique() {
     return {EDaoError::NoUniqueIndex,
             ToDecimal(count) + (count == 1 ? u" record" : u" records") + u" of table \"" + m_relation.table +
                 (count == 1 ? u"\" repeats" : u"\" repeat") + u" a key that is referred to (" +
-                DescribeKeys(m_primary, PrimaryIndex(), repeats, count) + u")."};
+                DescribeKeys(m_file, m_primary, PrimaryIndex(), repeats, count) + u")."};
   m_primary.MakeIndexUnique(m_primaryIndex);
   for (const SLogicalIndex& logical : m_primary.GetDefinition().logicalIndexes)
     if (logical.realIndex == m_primaryIndex)
@@ -229,7 +229,7 @@ CDaoResult CRelationEnforcer::CheckRows() {
           ToDecimal(m_orphans) + (m_orphans == 1 ? u" record" : u" records") + u" of table \"" +
               m_relation.foreignTable + (m_orphans == 1 ? u"\" refers" : u"\" refer") +
               u" to no record of table \"" + m_relation.table + u"\" (" +
-              DescribeKeys(m_foreign, ForeignIndex(), m_orphanRows, m_orphans) + u")."};
+              DescribeKeys(m_file, m_foreign, ForeignIndex(), m_orphanRows, m_orphans) + u")."};
 }
 
 // All records of the foreign table with the present key.

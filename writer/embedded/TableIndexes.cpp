@@ -98,9 +98,8 @@ CDaoResult CIndexRebuild::Run(size_t first) {
   const size_t count = m_definition.realIndexes.size();
   m_collectors.resize(count);
   for (size_t index = first; index < count; index++)
-    m_collectors[index] =
-        std::make_unique<CIndexCollector>(m_file.GetLayout(), m_definition, m_definition.realIndexes[index],
-                                          m_file.GetTempFolder(), kSorterMemory / (count - first));
+    m_collectors[index] = std::make_unique<CIndexCollector>(
+        m_file, m_definition, m_definition.realIndexes[index], kSorterMemory / (count - first));
   if (CDaoResult result = Collect(); !result.IsOk()) return result;
   // From the last to the first, so that dropping one does not move those that are still to be built.
   for (size_t index = count; index-- > first;)
@@ -120,9 +119,9 @@ CDaoResult CIndexRebuild::Collect() {
 
 CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
   const bool isSystem = m_table.GetPage() < kFirstFreePage;
-  if (m_collectors[index]->HasUnknownKey()) {
+  if (const std::u16string_view obstacle = m_collectors[index]->GetObstacle(); !obstacle.empty()) {
     if (isSystem) return CannotIndex(EDaoError::NotSupported);
-    Note(index, u"was left out: it holds characters whose place in the sort order is not known");
+    Note(index, u"was left out: " + std::u16string(obstacle));
     return Drop(index);
   }
   SRepeats repeats;
@@ -164,9 +163,10 @@ CDaoResult CIndexRebuild::Weaken(size_t index, const SRepeats& repeats) {
   uint8_t& flags = m_definition.realIndexes[index].flags;
   if ((flags & kIndexUnique) != 0 && repeats.count > 0) {
     flags = static_cast<uint8_t>(flags & ~kIndexUnique);
-    Note(index, u"is no longer unique: " + ToDecimal(repeats.count) + u" records repeat a key (" +
-                    DescribeKeys(m_table, m_definition.realIndexes[index], repeats.pointers, repeats.count) +
-                    u")");
+    Note(index,
+         u"is no longer unique: " + ToDecimal(repeats.count) + u" records repeat a key (" +
+             DescribeKeys(m_file, m_table, m_definition.realIndexes[index], repeats.pointers, repeats.count) +
+             u")");
   }
   const uint64_t nullRows = m_collectors[index]->GetNullRows();
   if ((flags & kIndexRequired) != 0 && nullRows > 0) {
@@ -217,14 +217,14 @@ CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition&
   return CIndexRebuild(file, table, definition, notes).Run(first);
 }
 
-std::u16string DescribeKeys(CTableStore& table, const SRealIndex& index, std::span<const uint32_t> pointers,
-                            uint64_t count) {
+std::u16string DescribeKeys(CPageFile& file, CTableStore& table, const SRealIndex& index,
+                            std::span<const uint32_t> pointers, uint64_t count) {
   std::u16string text;
   for (const uint32_t pointer : pointers) {
     const std::span<const uint8_t> row = table.ReadRow(pointer);
     if (row.empty()) continue;
     if (!text.empty()) text += u"; ";
-    text += DescribeKey(table.GetLayout(), table.GetDefinition(), index, row);
+    text += DescribeKey(file, table.GetDefinition(), index, row);
   }
   return count > pointers.size() ? text + u"; ..." : text;
 }

@@ -34,7 +34,7 @@ CDaoResult DropIndex(CPageFile& file, STableDefinition& definition, size_t index
 // Of keys that are a fault, this many are shown.
 inline constexpr size_t kKeysShown = 3;
 // The keys of these rows, for people; `count` tells of how many rows they are the first.
-std::u16string DescribeKeys(CTableStore& table, const SRealIndex& index, std::span<const uint32_t> pointers,
-                            uint64_t count);
+std::u16string DescribeKeys(CPageFile& file, CTableStore& table, const SRealIndex& index,
+                            std::span<const uint32_t> pointers, uint64_t count);
 
 }  // namespace tolvane
