@@ -22,9 +22,10 @@ import pages
 import readers
 import repaired
 
-FILES = ['V2000/indexTestV2000.mdb', 'V2003/testIndexPropertiesV2003.mdb', 'V2003/overflowTestV2003.mdb',
-         'V2007/compIndexTestV2007.accdb', 'V2007/odbcLinkerTestV2007.accdb', 'V2010/binIdxTestV2010.accdb',
-         'V2010/complexDataTestV2010.accdb', 'V2000/test2V2000.mdb']
+FILES = ['V1997/compIndexTestV1997.mdb', 'V1997/testIndexCodesV1997.mdb', 'V2000/indexTestV2000.mdb',
+         'V2003/testIndexPropertiesV2003.mdb', 'V2003/overflowTestV2003.mdb', 'V2007/compIndexTestV2007.accdb',
+         'V2007/odbcLinkerTestV2007.accdb', 'V2010/binIdxTestV2010.accdb', 'V2010/complexDataTestV2010.accdb',
+         'V2000/test2V2000.mdb']
 
 
 class Damage:
