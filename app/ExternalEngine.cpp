@@ -72,8 +72,8 @@ SHandOffResult RunEngine(const SHandOff& handOff, CProcessManager& processes,
   const std::u16string program = handOff.engineFolder + std::u16string(kExternalEngineName);
   const std::unique_ptr<CExternalProcess> engine = launcher.Start(program, info.GetPath());
   if (!engine) {
-    result.problem =
-        u"The save engine \"" + program + u"\" cannot be started: " + SystemMessage(LastSystemError());
+    const uint32_t reason = LastSystemError();
+    result.problem = u"The save engine \"" + program + u"\" cannot be started: " + SystemMessage(reason);
     return result;
   }
   result.isStarted = true;

@@ -44,22 +44,33 @@ class CSystemProcess : public CExternalProcess {
   CHandle m_process;
 };
 
+// The started process; null, and the reason, when there is none.
+HANDLE Execute(const std::wstring& program, const std::wstring& parameters, DWORD& error) {
+  SHELLEXECUTEINFOW info{};
+  info.cbSize = sizeof(info);
+  // The caller may be a worker without a message loop, and reports a failure itself.
+  info.fMask = SEE_MASK_NOCLOSEPROCESS | SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
+  info.lpVerb = L"Open";
+  info.lpFile = program.c_str();
+  info.lpParameters = parameters.c_str();
+  info.nShow = SW_SHOWMAXIMIZED;
+  if (ShellExecuteExW(&info)) return info.hProcess;
+  error = GetLastError();
+  return nullptr;
+}
+
 class CSystemLauncher : public CExternalEngineLauncher {
  public:
   std::unique_ptr<CExternalProcess> Start(std::u16string_view program, std::u16string_view path) override {
-    const CComApartment apartment;
-    const std::wstring file = ToWide(program);
-    const std::wstring parameters = L'"' + ToWide(path) + L'"';
-    SHELLEXECUTEINFOW info{};
-    info.cbSize = sizeof(info);
-    // The caller may be a worker without a message loop, and reports a failure itself.
-    info.fMask = SEE_MASK_NOCLOSEPROCESS | SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
-    info.lpVerb = L"Open";
-    info.lpFile = file.c_str();
-    info.lpParameters = parameters.c_str();
-    info.nShow = SW_SHOWMAXIMIZED;
-    if (!ShellExecuteExW(&info) || !info.hProcess) return nullptr;
-    return std::make_unique<CSystemProcess>(info.hProcess);
+    HANDLE process = nullptr;
+    DWORD error = ERROR_SUCCESS;
+    {
+      const CComApartment apartment;
+      process = Execute(ToWide(program), L'"' + ToWide(path) + L'"', error);
+    }
+    if (process) return std::make_unique<CSystemProcess>(process);
+    SetLastError(error);
+    return nullptr;
   }
 
   WindowHandle FindTopLevelWindow(std::u16string_view title) override {

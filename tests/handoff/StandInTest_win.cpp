@@ -55,6 +55,7 @@ TEST_F(CStandInTest, FailuresAreTold) {
   SHandOffResult result = Run("normal", m_folder.GetPath());
   EXPECT_FALSE(result.isStarted);
   EXPECT_EQ(ReadRecord(), "<missing>");
+  EXPECT_TRUE(result.problem.ends_with(SystemMessage(ERROR_FILE_NOT_FOUND))) << ToUtf8(result.problem);
   ExpectSaved(true, ToUtf8(result.problem));
 
   result = Run("killed");
