@@ -91,7 +91,8 @@ bool MentionLosses(CSession& session, const CTableExport& exported, const CAcces
 // Each file has its name only when it is whole.
 std::optional<SFailure> WriteFile(CSession& session, SExportFile& file, bool& isIncomplete) {
   const SArguments& arguments = session.GetArguments();
-  const std::u16string partial = arguments.folder + kPathSeparator + MakePartialName();
+  RemoveStalePartials(file.path);
+  const std::u16string partial = MakePartialPath(file.path);
   CExportSink sink;
   if (!sink.CreateNew(partial)) return NotWritten(file.path, sink.GetProblem());
   CTableExport exported(session.GetData(), *file.table, arguments);

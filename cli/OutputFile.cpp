@@ -1,15 +1,22 @@
 #include "cli/OutputFile.h"
 
+#include <algorithm>
+
 #include "cli/Session.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
-#include "platform/Process.h"
+#include "platform/TextUnits.h"
+#include "store/RunMark.h"
 
 namespace tolvane {
 
 namespace {
 
 constexpr std::u16string_view kPrefix = u"Tolvane_";
+constexpr std::u16string_view kPartialMark = u".tolvane-";
+constexpr std::u16string_view kPartialEnding = u".partial";
+// Keeps a partial name within what file systems take, in UTF-8 too.
+constexpr size_t kNameKept = 60;
 
 SFailure Refuse(EExitStatus status, const std::u16string& path, std::u16string_view message) {
   return {status, AboutFile(path, message)};
@@ -20,17 +27,33 @@ SFailure RefuseExisting(const std::u16string& path) {
                 u"The output exists already. Replace it with --overwrite, or name another file with -o.");
 }
 
+// Of the names that a file has while it is being written, up to the run mark.
+std::u16string PartialPrefix(std::u16string_view path) {
+  std::u16string_view name = FileNameOf(path).substr(0, kNameKept);
+  if (!name.empty() && IsHighSurrogate(name.back())) name.remove_suffix(1);
+  return std::u16string(name) + std::u16string(kPartialMark);
+}
+
 }  // namespace
 
-std::u16string MakePartialName() {
-  constexpr std::u16string_view kDigits = u"0123456789abcdef";
-  std::u16string name = u"tolvane-";
-  const SGuidBytes random = MakeGuid();
-  for (size_t i = 0; i < 6; ++i) {
-    name += kDigits[random.bytes[i] >> 4];
-    name += kDigits[random.bytes[i] & 15];
+std::u16string MakePartialPath(std::u16string_view path) {
+  return std::u16string(FolderOf(path)) + PartialPrefix(path) + MakeRunMark() +
+         std::u16string(kPartialEnding);
+}
+
+std::vector<std::u16string> RemoveStalePartials(std::u16string_view path) {
+  const std::u16string folder(FolderOf(path)), prefix = PartialPrefix(path);
+  std::vector<std::u16string> removed;
+  for (const std::u16string& name : ListFolder(folder.empty() ? u"." : folder)) {
+    std::u16string_view mark = name;
+    if (!mark.starts_with(prefix) || !mark.ends_with(kPartialEnding)) continue;
+    mark.remove_prefix(prefix.size());
+    mark.remove_suffix(std::min(mark.size(), kPartialEnding.size()));
+    const std::u16string partial = folder + name;
+    if (IsStaleRunMark(mark) && GetFileKind(partial) == EFileKind::File && RemoveFile(partial))
+      removed.push_back(partial);
   }
-  return name + u".partial";
+  return removed;
 }
 
 std::u16string DefaultOutputPath(std::u16string_view source) {
@@ -81,7 +104,8 @@ std::optional<SFailure> COutputFile::ReservePartial() {
   if (!folder.empty() && GetFileKind(folder) != EFileKind::Folder)
     return Refuse(EExitStatus::Failed, m_path,
                   u"The output's folder does not exist. Create it first, or name another one with -o.");
-  const std::u16string partial = folder + MakePartialName();
+  m_removed = RemoveStalePartials(m_path);
+  const std::u16string partial = MakePartialPath(m_path);
   CFileCust file;
   if (!file.Open(partial, EFileAccess::Write, EFileShare::None, EFileCreation::CreateNew))
     return Refuse(EExitStatus::Failed, m_path,

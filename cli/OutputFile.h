@@ -4,6 +4,8 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "cli/Arguments.h"
 #include "cli/ExitStatus.h"
@@ -13,8 +15,11 @@ namespace tolvane {
 // "Tolvane_NAME.EXT" beside the source.
 std::u16string DefaultOutputPath(std::u16string_view source);
 
-// A name for a file that is being written, another one at each call.
-std::u16string MakePartialName();
+// Where to write a file that gets the name `path` when it is whole: beside it, "NAME.tolvane-<run
+// mark>.partial". Another one at each call.
+std::u16string MakePartialPath(std::u16string_view path);
+// Removes what runs that were killed left of the same file; answers the paths.
+std::vector<std::u16string> RemoveStalePartials(std::u16string_view path);
 
 class COutputFile {
  public:
@@ -28,6 +33,8 @@ class COutputFile {
   [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
   // Where to write.
   [[nodiscard]] const std::u16string& GetPartialPath() const { return m_partialPath; }
+  // What Prepare removed because a run that was killed had left it.
+  [[nodiscard]] const std::vector<std::u16string>& GetRemoved() const { return m_removed; }
   // Gives the whole file its name.
   std::optional<SFailure> Complete();
 
@@ -37,6 +44,7 @@ class COutputFile {
 
   std::u16string m_path;
   std::u16string m_partialPath;  // empty while there is none
+  std::vector<std::u16string> m_removed;
   bool m_mayOverwrite = false;
 };
 

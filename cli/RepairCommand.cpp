@@ -33,12 +33,11 @@ std::optional<SFailure> SaveTables(CSession& session, CDaoEngine& engine, const 
   if (IsInterrupted()) return StoppedByUser();
   if (isSaved && problem.empty()) return std::nullopt;
   if (problem.empty()) problem = summary.failure;
-  // A new database of the oldest format may be out of reach; its rows are not.
-  const std::u16string_view advice =
-      session.GetData().source.isJet3 ? u" tolvane export writes the rows as CSV." : u"";
-  return SFailure{EExitStatus::Failed,
-                  AboutFile(output.GetPath(),
-                            u"The new database could not be written: " + problem + std::u16string(advice))};
+  if (!problem.ends_with(u'.')) problem += u'.';
+  return SFailure{
+      EExitStatus::Failed,
+      AboutFile(output.GetPath(), u"The new database could not be written: " + problem +
+                                      u" Make room, or name other places with -o and --work-dir.")};
 }
 
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
@@ -96,6 +95,8 @@ SCommandEnd RunRepair(CSession& session) {
   std::unique_ptr<CDaoEngine> engine;
   if (!arguments.isDryRun) {
     if (auto failure = output.Prepare(arguments)) return *failure;
+    for (const std::u16string& path : output.GetRemoved())
+      session.Mention(AboutFile(path, u"Removed; a repair that was killed had left it."));
     // The engine keeps temporary files, too.
     if (auto failure = session.MakeWorkFolder()) return *failure;
     std::u16string problem;

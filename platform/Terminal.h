@@ -9,7 +9,8 @@ namespace tolvane {
 enum class EStream { Output, Error };
 
 // Switches escape sequences on and line-end translation off where the system needs that, and lets a broken
-// pipe be a failed write instead of the program's end. Once, at start-up.
+// pipe or a file that may not grow any more be a failed write instead of the program's end. Once, at
+// start-up.
 void PrepareTerminal();
 bool IsTerminal(EStream stream);
 // True for a terminal that obeys escape sequences (colours, cursor movement).

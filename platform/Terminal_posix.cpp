@@ -20,6 +20,7 @@ int DescriptorOf(EStream stream) {
 
 void PrepareTerminal() {
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 bool IsTerminal(EStream stream) {

@@ -12,9 +12,8 @@ std::u16string GetWorkFolder();
 // An empty text brings the first folder back.
 void SetWorkFolder(std::u16string_view folder);
 
-// A folder of its own under `baseFolder` for one run of the program, removed by the destructor. Its name,
-// "run-<process number>-<16 hex digits>", tells a later run whether it is stale and differs between two runs
-// whose processes got the same number.
+// A folder of its own under `baseFolder` for one run of the program, removed by the destructor. Its name is
+// "run-" and a run mark (RunMark.h), which tells a later run whether it is stale.
 class CRunFolder {
  public:
   CRunFolder() = default;
