@@ -28,7 +28,8 @@ ESaveStep CRowCopier::Close() {
   m_summary.charactersReplaced += m_recordset->GetReplacedCount();
   const CDaoResult result = m_recordset->Close();
   m_recordset.reset();
-  if (EndsSave(result.code)) return Fail(result);
+  // The table's maps or counters lack something then: no database to keep.
+  if (!result.IsOk()) return Fail(result);
   // Text without a failure tells what the engine had to change, such as an index that is no longer unique.
   if (result.text.empty()) return ESaveStep::Done;
   m_summary.notes.push_back(u"Table \"" + m_saved.table->name + u"\": " + result.text);

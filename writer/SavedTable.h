@@ -55,7 +55,8 @@ enum class ESaveStep : uint8_t {
   Failed,   // nothing more can be stored; SSaveSummary::failure tells why
 };
 
-// True when the database can take nothing more after this.
+// True when nothing can be written after this. A database that has reached the largest size of its format
+// refuses what does not fit any more, and is sound.
 bool EndsSave(EDaoError code);
 
 // Counts a loss; the first reason of a table stays.

@@ -146,10 +146,20 @@ TEST_P(Limits, WhatCannotBeOpened) {
   EXPECT_EQ(ReadFile(), before);
 }
 
-// A full file refuses rows and values one by one, still takes what fits, and closes soundly.
+// A full file refuses rows and values one by one, still takes what fits, and closes soundly, without an index
+// for which there is no room.
 TEST_P(Limits, AFullFileIsStillSound) {
   Create({.maxPages = 200, .tempFolder = {}});
-  ExpectOk(AddTable(u"T", {{u"Text", kDaoText, 255, 0x22}, {u"Binary", kDaoLongBinary, 0, 0x22}}));
+  auto table = NewTable(u"T");
+  ExpectOk(table->CreateField(u"Text", kDaoText, 255, 0x22));
+  ExpectOk(table->CreateField(u"Binary", kDaoLongBinary, 0, 0x22));
+  ExpectOk(table->CreateField(u"ID", kDaoLong, 4, 0x21 | kDaoAutoIncrement));
+  CDaoIndexInfo index;
+  index.name = u"Key";
+  index.fields = {{u"ID"}};
+  index.primary = index.unique = index.required = true;
+  ExpectOk(table->CreateIndex(index));
+  ExpectOk(table->Append());
   OpenTable(u"T");
   CPatternSource tooLong(2'000'000);
   ExpectOk(AddRow({u"first"}));
@@ -163,6 +173,11 @@ TEST_P(Limits, AFullFileIsStillSound) {
   EXPECT_GT(stored, 1000u);
   EXPECT_EQ(AddRow({text}).code, EDaoError::DatabaseTooLarge);
   EXPECT_EQ(AddRow({text}).code, EDaoError::DatabaseTooLarge);
+  const CDaoResult closed = m_recordset->Close();
+  m_recordset.reset();
+  ExpectOk(closed);
+  EXPECT_EQ(ToUtf8(closed.text),
+            "Index \"Key\" was left out: the database has reached the largest size that its format allows.");
   CFileWalker walker = CloseAndCheck();
   EXPECT_LE(walker.PageCount(), 200u);
   EXPECT_EQ(walker.Read(u"T").rows.size(), stored);

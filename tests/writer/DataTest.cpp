@@ -133,7 +133,7 @@ TEST_F(CDataTest, NoSpaceAtAnyCallEndsTheSave) {
     m_engine.log.refuse = [&](const std::string&) -> CDaoResult {
       if (left-- != 0) return CDaoResult::Ok();
       hasFired = true;
-      return {EDaoError::DatabaseTooLarge, u"2 GB"};
+      return {EDaoError::DiskFull, u"full"};
     };
     const bool isSaved = m_writer.SaveData();
     if (!hasFired) {
@@ -141,7 +141,7 @@ TEST_F(CDataTest, NoSpaceAtAnyCallEndsTheSave) {
       break;
     }
     EXPECT_FALSE(isSaved) << m_engine.log.calls.back();
-    EXPECT_EQ(GetSummary().failure, u"2 GB");
+    EXPECT_EQ(GetSummary().failure, u"full");
     if (callsLeft > 0) {
       EXPECT_EQ(m_engine.log.calls.back(), "close database");
     }
@@ -149,6 +149,22 @@ TEST_F(CDataTest, NoSpaceAtAnyCallEndsTheSave) {
         << "went on after the end";
   }
   EXPECT_EQ(tried, 15);
+}
+
+TEST_F(CDataTest, AFullDatabaseKeepsWhatItHasAndTheRestIsCounted) {
+  WriteRows(AddTable(u"A", {{u"a"}}), {{u"1"}, {u"2"}, {u"3"}});
+  WriteRows(AddTable(u"B", {{u"a"}}), {{u"4"}});
+  int updates = 0;
+  m_engine.log.refuse = [&](const std::string& line) -> CDaoResult {
+    if (line != "update" || ++updates == 1) return CDaoResult::Ok();
+    return {EDaoError::DatabaseTooLarge, u"2 GB"};
+  };
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(GetSummary().recordsSaved, 1u);
+  ASSERT_EQ(GetSummary().losses.size(), 2u);
+  EXPECT_EQ(GetSummary().losses[0].records, 2u);
+  EXPECT_EQ(GetSummary().losses[1].records, 1u);
+  EXPECT_EQ(GetSummary().losses[1].reason, u"2 GB");
 }
 
 TEST_F(CDataTest, StopLeavesAtTheNextValue) {

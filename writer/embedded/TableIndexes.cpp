@@ -14,14 +14,24 @@
 namespace tolvane {
 namespace {
 
-CDaoResult CannotIndex(EDaoError error) {
-  return {error == EDaoError::None ? EDaoError::DiskError : error, u"An index could not be built."};
+CDaoResult CannotIndex(EDaoError error = EDaoError::DiskError) {
+  return {error, u"An index could not be built."};
+}
+
+CDaoResult CannotSort(const CPageFile& file, EDaoError error) {
+  std::u16string text = u"The entries of an index could not be sorted in the folder " + file.GetTempFolder();
+  text += error == EDaoError::DiskFull ? u": the disk is full." : u": its files cannot be written or read.";
+  return {error, std::move(text)};
 }
 
 // Gives the tree its pages: those that the index had before, then new ones.
 class CIndexPages {
  public:
-  CIndexPages(CPageFile& file, const SRealIndex& index) : m_file(file), m_index(index) {}
+  // The indexes of users give way, as rows do, to the pages that closing the file soundly takes.
+  CIndexPages(CPageFile& file, const SRealIndex& index, uint32_t ownerPage)
+      : m_file(file),
+        m_index(index),
+        m_use(ownerPage < kFirstFreePage ? EPageUse::Structure : EPageUse::Content) {}
 
   CDaoResult Load() {
     CDaoResult result = LoadUsageMap(m_file, m_index.map, m_spare);
@@ -41,6 +51,10 @@ class CIndexPages {
     for (const uint32_t page : builder.GetPages()) pages.Add(page);
     return StoreUsageMap(m_file, m_index.map, pages);
   }
+  // Instead of Finish: the tree was not completed.
+  void GiveBack() {
+    m_taken.ForEach([this](uint32_t page) { m_file.Release(page); });
+  }
   [[nodiscard]] const CDaoResult& GetResult() const { return m_result; }
 
  private:
@@ -50,13 +64,17 @@ class CIndexPages {
       m_spare.Remove(page);
       return page;
     }
-    if (m_result.IsOk()) m_result = m_file.Allocate(EPageUse::Structure, page);
-    return m_result.IsOk() ? page : 0;
+    if (m_result.IsOk()) m_result = m_file.Allocate(m_use, page);
+    if (!m_result.IsOk()) return 0;
+    m_taken.Add(page);
+    return page;
   }
 
   CPageFile& m_file;
   const SRealIndex& m_index;
-  CPageSet m_spare;
+  const EPageUse m_use;
+  CPageSet m_spare;  // the index had them before
+  CPageSet m_taken;  // new ones
   CDaoResult m_result;
 };
 
@@ -114,7 +132,7 @@ CDaoResult CIndexRebuild::Collect() {
       if (collector && error == EDaoError::None) error = collector->Add(row, pointer);
     return error == EDaoError::None;
   });
-  return result.IsOk() && error != EDaoError::None ? CannotIndex(error) : result;
+  return result.IsOk() && error != EDaoError::None ? CannotSort(m_file, error) : result;
 }
 
 CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
@@ -125,7 +143,11 @@ CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
     return Drop(index);
   }
   SRepeats repeats;
-  if (CDaoResult result = BuildTree(index, repeats); !result.IsOk()) return result;
+  if (CDaoResult result = BuildTree(index, repeats); !result.IsOk()) {
+    if (result.code != EDaoError::DatabaseTooLarge || isSystem) return result;
+    Note(index, u"was left out: the database has reached the largest size that its format allows");
+    return Drop(index);
+  }
   const uint8_t flags = m_definition.realIndexes[index].flags;
   const bool hasNulls = (flags & kIndexRequired) != 0 && m_collectors[index]->GetNullRows() > 0;
   const bool hasRepeats = (flags & kIndexUnique) != 0 && repeats.count > 0;
@@ -138,9 +160,9 @@ CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
 CDaoResult CIndexRebuild::BuildTree(size_t index, SRepeats& repeats) {
   CIndexCollector& collector = *m_collectors[index];
   CIndexSorter& sorter = collector.GetSorter();
-  if (const EDaoError error = sorter.Sort(); error != EDaoError::None) return CannotIndex(error);
+  if (const EDaoError error = sorter.Sort(); error != EDaoError::None) return CannotSort(m_file, error);
   SRealIndex& real = m_definition.realIndexes[index];
-  CIndexPages pages(m_file, real);
+  CIndexPages pages(m_file, real, m_table.GetPage());
   if (CDaoResult result = pages.Load(); !result.IsOk()) return result;
   CIndexTreeBuilder builder(m_file.GetLayout().index, m_table.GetPage(), real.root, pages.MakeSink());
   const std::span<const uint8_t> allNull = collector.GetAllNullKey();
@@ -152,8 +174,12 @@ CDaoResult CIndexRebuild::BuildTree(size_t index, SRepeats& repeats) {
       continue;
     if (repeats.count++ < kKeysShown) repeats.pointers.push_back(MakeRowPointer(entry.page, entry.row));
   }
-  if (!isSound || !builder.Finish() || sorter.GetError() != EDaoError::None)
-    return pages.GetResult().IsOk() ? CannotIndex(sorter.GetError()) : pages.GetResult();
+  isSound = isSound && sorter.GetError() == EDaoError::None && builder.Finish();
+  if (sorter.GetError() != EDaoError::None) return CannotSort(m_file, sorter.GetError());
+  if (!isSound) {
+    pages.GiveBack();
+    return pages.GetResult().IsOk() ? CannotIndex() : pages.GetResult();
+  }
   real.distinctKeys = static_cast<uint32_t>(builder.GetDistinctKeyCount());
   return pages.Finish(builder);
 }
@@ -205,9 +231,9 @@ const std::u16string& CIndexRebuild::NameOf(size_t index) const {
 
 CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index) {
   if (CDaoResult result = file.Allocate(EPageUse::Structure, index.root); !result.IsOk()) return result;
-  CIndexPages pages(file, index);
+  CIndexPages pages(file, index, ownerPage);
   CIndexTreeBuilder builder(file.GetLayout().index, ownerPage, index.root, pages.MakeSink());
-  if (!builder.Finish()) return pages.GetResult().IsOk() ? CannotIndex(EDaoError::None) : pages.GetResult();
+  if (!builder.Finish()) return pages.GetResult().IsOk() ? CannotIndex() : pages.GetResult();
   return pages.Finish(builder);
 }
 
