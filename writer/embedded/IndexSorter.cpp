@@ -1,7 +1,9 @@
 #include "writer/embedded/IndexSorter.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <utility>
 
 #include "platform/ErrorHandler.h"
 #include "platform/Files.h"
@@ -35,6 +37,15 @@ bool StartsWith(Bytes bytes, Bytes prefix) {
   return bytes.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), bytes.begin());
 }
 
+// Most entries differ in their first bytes, and a number is compared without a call.
+uint64_t PrefixOf(Bytes entry) {
+  std::array<uint8_t, sizeof(uint64_t)> bytes{};
+  std::copy_n(entry.begin(), std::min(entry.size(), bytes.size()), bytes.begin());
+  uint64_t prefix = 0;
+  for (const uint8_t byte : bytes) prefix = prefix << 8 | byte;
+  return prefix;
+}
+
 void AppendRowPointer(uint32_t page, uint8_t row, std::vector<uint8_t>& bytes) {
   for (int shift = 16; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(page >> shift));
   bytes.push_back(row);
@@ -58,9 +69,10 @@ EDaoError CIndexSorter::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
   // Half of the bound, because growing the lists may hold up to twice what is in them.
   const size_t wanted = m_arena.size() + size + (m_records.size() + 1) * sizeof(SRecord);
   if (wanted > m_memoryBound / 2 && !m_records.empty() && !Spill()) return m_error;
-  m_records.push_back({m_arena.size(), static_cast<uint32_t>(size)});
+  const size_t offset = m_arena.size();
   m_arena.insert(m_arena.end(), key.begin(), key.end());
   AppendRowPointer(page, row, m_arena);
+  m_records.push_back({PrefixOf(Bytes(m_arena).subspan(offset)), offset, size});
   return EDaoError::None;
 }
 
@@ -81,11 +93,10 @@ bool CIndexSorter::Next(SIndexEntry& entry) {
     if (!TakeFromRuns()) return false;
   } else {
     if (m_nextRecord == m_records.size()) return false;
-    const Bytes bytes = BytesOf(m_records[m_nextRecord++]);
-    m_current.assign(bytes.begin(), bytes.end());
+    m_current = BytesOf(m_records[m_nextRecord++]);
   }
   const size_t keySize = m_current.size() - kRowPointerSize;
-  entry.key = Bytes(m_current).first(keySize);
+  entry.key = m_current.first(keySize);
   entry.page = 0;
   for (size_t i = 0; i < 3; i++) entry.page = entry.page << 8 | m_current[keySize + i];
   entry.row = m_current.back();
@@ -107,7 +118,7 @@ bool CIndexSorter::RepeatsOpenKey() {
   m_openCount = kept;
   if (repeats) return true;
   if (m_openCount == m_openKeys.size()) m_openKeys.emplace_back();
-  const Bytes key = Bytes(m_current).first(keySize);
+  const Bytes key = m_current.first(keySize);
   m_openKeys[m_openCount++].assign(key.begin(), key.end());
   return false;
 }
@@ -117,8 +128,9 @@ std::span<const uint8_t> CIndexSorter::BytesOf(const SRecord& record) const {
 }
 
 void CIndexSorter::SortRecords() {
-  std::sort(m_records.begin(), m_records.end(),
-            [this](const SRecord& a, const SRecord& b) { return IsLess(BytesOf(a), BytesOf(b)); });
+  std::sort(m_records.begin(), m_records.end(), [this](const SRecord& a, const SRecord& b) {
+    return a.prefix != b.prefix ? a.prefix < b.prefix : IsLess(BytesOf(a), BytesOf(b));
+  });
 }
 
 bool CIndexSorter::OpenFile() {
@@ -169,24 +181,48 @@ bool CIndexSorter::WriteBlock(std::vector<uint8_t>& block) {
 bool CIndexSorter::StartMerge() {
   m_bufferSize = std::clamp(m_memoryBound / m_runs.size(), kSmallestReadBuffer, kLargestReadBuffer);
   for (size_t run = 0; run < m_runs.size(); run++) {
-    if (!Advance(run)) return false;
+    bool isAtEnd = false;
+    if (!Advance(m_runs[run], isAtEnd)) return false;
+    if (!isAtEnd) m_heap.push_back(run);
   }
+  for (size_t position = m_heap.size() / 2; position-- > 0;) SiftDown(position);
   return true;
 }
 
 bool CIndexSorter::TakeFromRuns() {
   if (m_heap.empty()) return false;
-  std::pop_heap(m_heap.begin(), m_heap.end(), HeapOrder());
-  const size_t run = m_heap.back();
-  m_heap.pop_back();
-  m_current.swap(m_runs[run].entry);
-  return Advance(run);
+  SRun& run = m_runs[m_heap.front()];
+  m_taken.swap(run.entry);
+  m_current = m_taken;
+  bool isAtEnd = false;
+  if (!Advance(run, isAtEnd)) return false;
+  if (isAtEnd) {
+    m_heap.front() = m_heap.back();
+    m_heap.pop_back();
+  }
+  SiftDown(0);
+  return true;
 }
 
-// Reads the run's next entry and puts the run on the heap; a run at its end stays off.
-bool CIndexSorter::Advance(size_t index) {
-  SRun& run = m_runs[index];
-  if (run.position == run.buffer.size() && run.next == run.end) {
+bool CIndexSorter::IsRunBefore(size_t a, size_t b) const {
+  const SRun &x = m_runs[a], &y = m_runs[b];
+  return x.prefix != y.prefix ? x.prefix < y.prefix : IsLess(x.entry, y.entry);
+}
+
+// Moves the run at that place of the heap down until none below it has a smaller entry.
+void CIndexSorter::SiftDown(size_t position) {
+  for (size_t child = 2 * position + 1; child < m_heap.size(); child = 2 * position + 1) {
+    if (child + 1 < m_heap.size() && IsRunBefore(m_heap[child + 1], m_heap[child])) child++;
+    if (!IsRunBefore(m_heap[child], m_heap[position])) return;
+    std::swap(m_heap[child], m_heap[position]);
+    position = child;
+  }
+}
+
+// Reads the run's next entry.
+bool CIndexSorter::Advance(SRun& run, bool& isAtEnd) {
+  isAtEnd = run.position == run.buffer.size() && run.next == run.end;
+  if (isAtEnd) {
     run.buffer = {};
     run.position = 0;
     return true;
@@ -195,8 +231,7 @@ bool CIndexSorter::Advance(size_t index) {
   if (!Read(run, length)) return false;
   run.entry.resize(GetLittle<uint16_t>(length, 0));
   if (!Read(run, run.entry)) return false;
-  m_heap.push_back(index);
-  std::push_heap(m_heap.begin(), m_heap.end(), HeapOrder());
+  run.prefix = PrefixOf(run.entry);
   return true;
 }
 

@@ -46,9 +46,10 @@ class CIndexSorter {
   [[nodiscard]] size_t GetRunCount() const { return m_runs.size(); }  // on disk
 
  private:
-  struct SRecord {  // one entry in m_arena
+  struct SRecord {    // one entry in m_arena
+    uint64_t prefix;  // its first bytes as a number that sorts as they do
     size_t offset;
-    uint32_t size;
+    size_t size;
   };
   // A sorted run in the file, read through a buffer of its own.
   struct SRun {
@@ -57,6 +58,7 @@ class CIndexSorter {
     std::vector<uint8_t> buffer;
     size_t position = 0;
     std::vector<uint8_t> entry;  // the run's smallest entry not yet handed out
+    uint64_t prefix = 0;         // of the entry
   };
 
   [[nodiscard]] std::span<const uint8_t> BytesOf(const SRecord& record) const;
@@ -65,15 +67,9 @@ class CIndexSorter {
   bool OpenFile();
   bool WriteBlock(std::vector<uint8_t>& block);
   bool StartMerge();
-  // For the heap functions, which keep the largest on top: the run whose entry comes later counts as smaller.
-  [[nodiscard]] auto HeapOrder() const {
-    return [this](size_t a, size_t b) {
-      const std::vector<uint8_t>& x = m_runs[b].entry;
-      const std::vector<uint8_t>& y = m_runs[a].entry;
-      return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
-    };
-  }
-  bool Advance(size_t run);
+  [[nodiscard]] bool IsRunBefore(size_t a, size_t b) const;
+  void SiftDown(size_t position);
+  bool Advance(SRun& run, bool& isAtEnd);
   bool Read(SRun& run, std::span<uint8_t> target);
   bool TakeFromRuns();
   bool RepeatsOpenKey();
@@ -89,10 +85,11 @@ class CIndexSorter {
   std::u16string m_path;
   uint64_t m_fileLength = 0;
   std::vector<SRun> m_runs;
-  std::vector<size_t> m_heap;  // runs with an entry; the smallest entry on top
+  std::vector<size_t> m_heap;  // runs with an entry, as a binary heap; the smallest entry first
   size_t m_bufferSize = 0;
 
-  std::vector<uint8_t> m_current;                // the entry handed out last
+  std::span<const uint8_t> m_current;            // the entry handed out last
+  std::vector<uint8_t> m_taken;                  // it, when it came from a run
   std::vector<std::vector<uint8_t>> m_openKeys;  // the first m_openCount may still be repeated
   size_t m_openCount = 0;
   EDaoError m_error = EDaoError::None;
