@@ -268,7 +268,6 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   Send(WM_SETREDRAW, FALSE);
   UpdateTexts();
   UpdateVisibility();
-  ShowSummaryScroller();
   ApplyFonts();
   Send(WM_SETREDRAW, TRUE);
   Arrange();
@@ -316,6 +315,7 @@ void COrlinVexaFileScanView::Arrange() {
   m_treeSplitter = layout.GetTreeSplitter();
   m_lowerSplitter = layout.GetLowerSplitter();
   m_commandTop = layout.GetCommandTop();
+  ShowSummaryScroller();
   RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
@@ -324,7 +324,6 @@ void COrlinVexaFileScanView::ShowReview() {
   if (review == m_state.review) return;
   m_state.review = review;
   UpdateVisibility();
-  ShowSummaryScroller();
   Arrange();
 }
 
@@ -365,7 +364,7 @@ void COrlinVexaFileScanView::RestoreFocus() {
   if (GetActiveWindow() != GetParent(m_window)) return;
   if (!m_focus || !IsWindowVisible(m_focus) || !IsWindowEnabled(m_focus))
     m_focus = GetNextDlgTabItem(m_window, nullptr, FALSE);
-  SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(m_focus), TRUE);
+  SetFocus(m_focus);
 }
 
 void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
@@ -394,6 +393,7 @@ void COrlinVexaFileScanView::SetStatusLine(std::u16string_view text) {
 
 void COrlinVexaFileScanView::SetSummary(std::u16string_view text) {
   m_summary.SetText(text);
+  ShowSummaryScroller();
 }
 
 void COrlinVexaFileScanView::SetOutputPath(std::u16string_view path) {
@@ -482,7 +482,7 @@ void COrlinVexaFileScanView::ShowWholeCell() {
 
 void COrlinVexaFileScanView::BeginFind() {
   if (!HasRecords()) return;
-  SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(m_find.GetHandle()), TRUE);
+  SetFocus(m_find.GetHandle());
   m_find.SelectAll();
 }
 
@@ -676,6 +676,9 @@ LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lP
       return 0;
     case WM_CTLCOLORSTATIC:
       return OnControlColour(reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
+    case WM_NEXTDLGCTL:
+      SetFocus(GetNextDlgTabItem(m_window, GetFocus(), FALSE));
+      return 0;
     case DM_GETDEFID:
       return GetDefaultButton() != 0 ? MAKELRESULT(GetDefaultButton(), DC_HASDEFID) : 0;
     case WM_SETCURSOR:

@@ -185,6 +185,8 @@ LRESULT CRecordList::OnNotify(NMHDR* header) {
       if ((change.uNewState & ~change.uOldState & LVIS_FOCUSED) != 0) m_actions.onCellChanged();
       return 0;
     }
+    case LVN_ODFINDITEMW:
+      return -1;  // typing searches nothing; Find does
     case NM_CUSTOMDRAW:
       return OnCustomDraw(*reinterpret_cast<NMLVCUSTOMDRAW*>(header));
     default:

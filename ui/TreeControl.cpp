@@ -55,7 +55,7 @@ void CTreeControl::SetTables(const std::vector<STableItem>& tables) {
            m_names.size() - 1);
   }
   Send(TVM_EXPAND, TVE_EXPAND, reinterpret_cast<LPARAM>(m_root));
-  Send(TVM_SELECTITEM, TVGN_CARET, 0);
+  Send(TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(m_root));
   Send(WM_SETREDRAW, TRUE);
   Invalidate();
   m_isFilling = false;

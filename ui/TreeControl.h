@@ -15,7 +15,8 @@ namespace tolvane {
 class CTreeControl : public CWnd {
  public:
   bool Create(HWND parent, UINT identifier);
-  // Replaces what is below the root and selects nothing.
+  // Replaces what is below the root. The root is selected, which tells nobody: arrow keys need a place to
+  // start.
   void SetTables(const std::vector<STableItem>& tables);
   // The name of the selected table without its row count, the root's text, or empty.
   [[nodiscard]] std::u16string GetSelectedName() const;
