@@ -59,8 +59,11 @@ void COvFileSave::RunSaveWorker(CDaoEngine& engine) {
   CSavingStatus::Instance().SetSaving(false);
 }
 
-void COvFileSave::Write(CDaoEngine&) {
+// The engine is the worker's own from here to the end.
+void COvFileSave::Write(CDaoEngine& engine) {
+  engine.Terminate();
   m_problem = RunGuarded([this] { m_isComplete = m_writer->Save(); });
+  engine.Terminate();
   if (m_problem.empty()) m_problem = m_writer->GetSummary().failure;
   if (m_problem.empty() && !m_isComplete && CSavingStatus::Instance().IsSaving())
     m_problem = u"There is nothing to save.";

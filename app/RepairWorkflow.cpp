@@ -118,7 +118,7 @@ void CRepairWorkflow::Back() {
 }
 
 void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
-  if (IsWorking() || GetPage() > EPageState::FileSelected) return;
+  if (IsWorking()) return;
   m_manager->GetMode().SetMode(isTemplateMode ? CRepairModeStatus::kAdvance : CRepairModeStatus::kStandard);
   m_page.UpdatePages(isTemplateMode);
 }

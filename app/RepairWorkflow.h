@@ -52,7 +52,7 @@ class CRepairWorkflow {
   // Commands.
   void Next();
   void Back();
-  // The choice of the two mode buttons, on the pages that have them.
+  // The choice of the two mode buttons, for the next repair. Ignored while a worker runs.
   void ChooseMode(bool isTemplateMode);
   // Asks for a file with the dialog; false when cancelled.
   bool ChooseCorruptedFile();

@@ -96,6 +96,7 @@ std::u16string DescribeSave(const SSaveSummary& summary, std::u16string_view pat
   lines.Add(path);
   lines.Add(Counted(summary.tablesSaved, u"table") + u", " + Counted(summary.recordsSaved, u"record"));
   if (summary.queriesSaved > 0) lines.Add(CountedQueries(summary.queriesSaved));
+  if (summary.relationsSaved > 0) lines.Add(Counted(summary.relationsSaved, u"relationship"));
   if (summary.emptyRowsDropped > 0) lines.Add(Counted(summary.emptyRowsDropped, u"empty row") + u" left out");
   if (!problem.empty()) {
     lines.Add({});

@@ -207,6 +207,8 @@ class CDaoEngine {
                                     std::unique_ptr<CDaoDatabase>& database) = 0;
   virtual CDaoResult OpenDatabase(std::u16string_view path, bool exclusive, bool readOnly,
                                   std::u16string_view connect, std::unique_ptr<CDaoDatabase>& database) = 0;
+  // Lets go of what is held for the calling thread, with no database open; the next call takes it again.
+  virtual void Terminate() {}
 };
 
 }  // namespace tolvane

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <string>
@@ -111,7 +112,7 @@ class CFakeClock : public CWaitClock {
   double GetSeconds() override { return m_seconds; }
   void Sleep(uint32_t milliseconds) override {
     m_seconds += milliseconds / 1000.0;
-    std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
   }
 
  private:

@@ -31,8 +31,11 @@ TEST_F(Save, WritesTheRecoveredTables) {
   EXPECT_EQ(window.hint, "The database has been repaired and saved successfully.");
   EXPECT_EQ(window.outputPath, ToUtf8(output));
   EXPECT_EQ(window.status, "Database saved location : " + ToUtf8(output));
-  EXPECT_TRUE(window.log.ends_with("Saving data for Twin...\r\nLocation: \r\n" + ToUtf8(output)))
-      << window.log;
+  EXPECT_EQ(window.log,
+            "Table \"Twin\" was saved as \"Twin_1\": A table named \"Twin\" exists already.\r\n"
+            "Saving data for People...\r\nSaving data for Cities...\r\nSaving data for Twin...\r\n"
+            "Saving data for Twin...\r\nLocation: \r\n" +
+                ToUtf8(output));
   EXPECT_NE(window.summary.find("4 tables, 306 records"), std::string::npos) << window.summary;
   EXPECT_EQ(window.switches, (SCommandSwitches{.canRepair = true, .canStop = false, .canSave = true}));
   EXPECT_EQ(ToUtf8(workflow->GetOutputPath()), ToUtf8(output));
@@ -73,6 +76,8 @@ TEST_F(Save, AFailureIsToldOnTheLastPage) {
                             ToUtf8(workflow->GetOutputPath()));
   EXPECT_NE(window.summary.find("The new database is not whole: no room"), std::string::npos);
   EXPECT_EQ(window.hint, "The database could not be saved as a whole.");
+  EXPECT_EQ(fakeEngine.log.calls.front(), "terminate");
+  EXPECT_EQ(fakeEngine.log.calls.back(), "terminate");
 }
 
 TEST_F(Save, AnEngineThatCouldNotBeLaunchedLeadsBack) {

@@ -151,6 +151,7 @@ class CFakeEngine : public CDaoEngine {
     return log.Call("open " + ToUtf8(path) + (exclusive ? " exclusive" : "") +
                     (readOnly ? " read-only" : "") + ToUtf8(connect));
   }
+  void Terminate() override { log.calls.emplace_back("terminate"); }
 
   SFakeLog log;
 };
