@@ -14,7 +14,7 @@ import re
 import sys
 
 # store/ holds two layers: the files themselves, below the model, and the readers above it.
-STORE_FILES = {'AccessTableDataFile', 'FileNameManager', 'ValueStream', 'WorkFolder'}
+STORE_FILES = {'AccessTableDataFile', 'FileNameManager', 'RunMark', 'ValueStream', 'WorkFolder'}
 
 # layer -> layers that it may include besides itself
 READING = ['platform', 'status', 'query', 'store-files', 'model', 'store-readers']
