@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "checker/SystemRow.h"
 #include "writer/embedded/SystemTables.h"
@@ -54,11 +56,21 @@ void CRelationCheck::AddTable(const SCheckedObject& object, const SCheckedTable&
       m_isComplete = false;
       return;
     }
-    m_sides[{table.page, index.number}] = {index.name,   index.nameKey,        table.page,
-                                           index.number, index.partnerTable,   index.partnerIndex,
-                                           index.side,   index.cascadeUpdates, index.cascadeDeletes};
+    m_sides[{table.page, index.number}] = MakeSide(object, table, index);
     if (index.side == kForeignSide) m_foreignSides[index.nameKey].push_back({table.page, index.number});
   }
+}
+
+CRelationCheck::SSide CRelationCheck::MakeSide(const SCheckedObject& object, const SCheckedTable& table,
+                                               const SCheckedLogicalIndex& index) {
+  SSide side{index.name,           index.nameKey,      table.page, index.number,
+             index.partnerTable,   index.partnerIndex, index.side, index.cascadeUpdates,
+             index.cascadeDeletes, object.nameKey,     {},         false};
+  if (index.realIndex >= table.realIndexes.size()) return side;  // a finding of its own
+  const SCheckedRealIndex& real = table.realIndexes[index.realIndex];
+  for (const SCheckedIndexPart& part : real.parts) side.columns.push_back(part.column->nameKey);
+  side.isUnique = real.Has(kIndexUnique);
+  return side;
 }
 
 void CRelationCheck::AddLinkedTable(const SCheckedObject& object) {
@@ -105,11 +117,12 @@ void CRelationCheck::CheckPairs(const std::vector<size_t>& pairs) {
       findings.Error("G4", pair.place,
                      Say(u"a table or column of relationship ", pair.name, u" does not exist"));
   }
-  if ((first.flags & kNotEnforced) == 0) CheckEnforced(first);
+  if ((first.flags & kNotEnforced) == 0) CheckEnforced(pairs);
 }
 
 // An enforced relationship has an index of its name in the foreign table.
-void CRelationCheck::CheckEnforced(const SPair& pair) {
+void CRelationCheck::CheckEnforced(const std::vector<size_t>& pairs) {
+  const SPair& pair = m_pairs[pairs[0]];
   const auto sides = m_foreignSides.find(pair.relation);
   if (sides == m_foreignSides.end()) {
     m_context.findings.Error("G3", pair.place, Say(u"no index enforces relationship ", pair.name));
@@ -122,7 +135,29 @@ void CRelationCheck::CheckEnforced(const SPair& pair) {
     if ((side.cascadeUpdates & 1) != cascadesUpdates || (side.cascadeDeletes & 1) != cascadesDeletes)
       m_context.findings.Error("G5", {side.page},
                                Say(u"index ", side.name, u" cascades otherwise than its relationship"));
+    CheckColumns(pairs, side);
   }
+}
+
+// The indexes lie in the tables of the rows, on their columns pair by pair, and what is referred to is
+// unique.
+void CRelationCheck::CheckColumns(const std::vector<size_t>& pairs, const SSide& foreign) {
+  const auto found = m_sides.find({foreign.partnerPage, foreign.partnerNumber});
+  if (found == m_sides.end()) return;  // told as a side without a counterpart
+  const SSide& primary = found->second;
+  std::set<std::pair<std::string_view, std::string_view>> wanted, indexed;
+  for (const size_t i : pairs) wanted.insert({m_pairs[i].column, m_pairs[i].referencedColumn});
+  for (size_t i = 0; i < std::min(foreign.columns.size(), primary.columns.size()); i++)
+    indexed.insert({foreign.columns[i], primary.columns[i]});
+  const SPair& pair = m_pairs[pairs[0]];
+  if (foreign.tableKey != pair.table || primary.tableKey != pair.referencedTable || wanted != indexed ||
+      foreign.columns.size() != primary.columns.size())
+    m_context.findings.Error("G6", {foreign.page},
+                             Say(u"the indexes of relationship ", pair.name, u" are not on its columns"));
+  if (!primary.isUnique)
+    m_context.findings.Error(
+        "G6", {primary.page},
+        Say(u"what relationship ", pair.name, u" refers to is not unique: index ", primary.name));
 }
 
 // The two sides name each other and agree.

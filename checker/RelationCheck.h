@@ -1,5 +1,5 @@
 // Relationships: the rows of MSysRelationships against the catalogue and against the indexes that enforce
-// them in both tables, rules G1 to G5.
+// them in both tables, rules G1 to G6.
 #pragma once
 
 #include <cstdint>
@@ -40,11 +40,17 @@ class CRelationCheck {
     std::string nameKey;
     uint32_t page = 0, number = 0, partnerPage = 0, partnerNumber = 0;
     uint8_t side = 0, cascadeUpdates = 0, cascadeDeletes = 0;
+    std::string tableKey;
+    std::vector<std::string> columns;  // of the index, as name keys
+    bool isUnique = false;
   };
 
   void CheckPairs(const std::vector<size_t>& pairs);
   void CheckSide(const SSide& side);
-  void CheckEnforced(const SPair& pair);
+  void CheckEnforced(const std::vector<size_t>& pairs);
+  void CheckColumns(const std::vector<size_t>& pairs, const SSide& foreign);
+  static SSide MakeSide(const SCheckedObject& object, const SCheckedTable& table,
+                        const SCheckedLogicalIndex& index);
 
   SCheckContext& m_context;
   std::vector<SPair> m_pairs;

@@ -77,7 +77,7 @@ class CRelationRows {
       m_relation.problem = u"The name of a table is lost.";
     else if (found < wanted)
       m_relation.problem = ToDecimal(wanted - found) + u" of its " + ToDecimal(wanted) +
-                           (wanted == 1 ? u" pair of columns is lost." : u" pairs of columns are lost.");
+                           u" pairs of columns " + (wanted - found == 1 ? u"is lost." : u"are lost.");
     return std::move(m_relation);
   }
 

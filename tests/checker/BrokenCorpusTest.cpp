@@ -90,6 +90,23 @@ const SBrokenReal kBroken[] = {
        f.At(index.page, index.start + 13) = 77;
      },
      {"G3"}},
+    // The flags of the real indexes stand behind their magic; those of the ones that are referred to go.
+    {"ReferredToIndex",
+     kRelations,
+     [](CChangedFile& f) {
+       const auto index = RelationIndex(f);
+       const size_t page = f.Get(index.page, index.start + 17, 4);
+       for (size_t at = 63; at + 52 < CChangedFile::kPageSize; at++)
+         if (f.Get(page, at, 4) == 0x783) f.At(page, at + 46) = static_cast<char>(0x88);
+     },
+     {"E13", "G6"}},
+    {"RelationColumn",
+     kRelations,
+     [](CChangedFile& f) {
+       const auto index = RelationIndex(f);
+       f.At(index.page, index.start + 8) ^= 1;
+     },
+     {"C14", "G6"}},
     {"PropertyBlob",
      kRelations,
      [](CChangedFile& f) {

@@ -1,0 +1,153 @@
+// The relationships step: rows put together, tables and columns followed to their new names, and what becomes
+// of what is damaged or refused.
+#include "tests/writer/WriterTest.h"
+#include "writer/RelationReader.h"
+
+namespace tolvane {
+
+class CRelationStepTest : public CWriterTest {
+ protected:
+  // Rows: name, attributes, count, position, table, column, referenced table, referenced column.
+  CAccessTable& AddRelations(const std::vector<Row>& rows) {
+    CAccessTable& table = m_data.GetTables().AddTable(kOffset);
+    table.name = u"MSysRelationships";
+    for (uint16_t number = 0; number < 8; ++number) {
+      CAccessColumn column;
+      column.number = number;
+      table.columns.Add(std::move(column));
+    }
+    WriteRows(table, rows);
+    return table;
+  }
+  Lines Created() const { return m_engine.log.Find("relation "); }
+  std::vector<SRecoveredRelation> ReadAll() {
+    std::vector<SRecoveredRelation> relations;
+    EXPECT_TRUE(ReadRelations(
+        m_data, [] { return true; }, relations));
+    return relations;
+  }
+
+  static constexpr uint64_t kOffset = 4096 * 5;
+};
+
+TEST_F(CRelationStepTest, RelationsAreReadBeforeTheRowsAndCreatedBehindThem) {
+  AddRelations({{u"B", u"2", u"2", u"1", u"Orders", u"Part", u"Customers", u"Branch"},
+                {u"A", u"4096", u"1", u"0", u"ORDERS", u"customer", u"Customers", u"Id"},
+                {u"System", u"0", u"1", u"0", u"MSysA", u"x", u"MSysB", u"y"},
+                {u"b", u"2", u"2", u"0", u"Orders", u"Customer", u"Customers", u"Id"}});
+  WriteRows(AddTable(u"Customers", {{u"Id"}, {u"Branch"}}), {{u"1", u"2"}});
+  WriteRows(AddTable(u"Orders", {{u"Customer"}, {u"Part"}}), {});
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(CallsFrom("rows SELECT * FROM [Orders]"),
+            (Lines{"rows SELECT * FROM [Orders]", "close rows",
+                   "relation B: Orders (Customer>Id,Part>Branch) Customers attributes=2",
+                   "relation A: Orders (Customer>Id) Customers attributes=4096", "close database"}));
+  EXPECT_EQ(GetLog(), "Saving relations\r\nSaving data for Customers...\r\nSaving data for Orders...");
+  EXPECT_EQ(GetSummary().relationsSaved, 2u);
+  EXPECT_EQ(GetSummary().notes.size(), 0u);
+}
+
+TEST_F(CRelationStepTest, NewNamesAreFollowed) {
+  AddRelations({{u"", u"0", u"1", u"0", u"bad.name", u"c[1]", u"T", u"a"},
+                {u"R", u"0", u"1", u"0", u"T", u"a", u"Lost", u"x"},
+                {u"S", u"0", u"1", u"0", u"T", u"b", u"T", u"a"}});
+  AddTable(u"bad.name", {{u"c[1]"}});
+  AddTable(u"T", {{u"a"}});
+  m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
+    const bool isBad = line.starts_with("table bad.") || line.starts_with("field c[1]");
+    return isBad ? CDaoResult{EDaoError::InvalidName, u"no"} : CDaoResult::Ok();
+  };
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(Created(), (Lines{"relation Tbad_name: bad_name (c_1_>a) T attributes=0"}));
+  EXPECT_EQ(GetSummary().relationsLost, 2u);
+  EXPECT_NE(
+      GetLog().find("Relationship \"R\" could not be saved: Table \"Lost\" is not in the new database."),
+      std::string::npos);
+  EXPECT_NE(GetLog().find("Column \"b\" of table \"T\" is not in the new database."), std::string::npos);
+}
+
+TEST_F(CRelationStepTest, WhatRowsDoNotAllowIsSavedUnenforced) {
+  AddRelations({{u"R", u"16781568", u"1", u"0", u"T", u"a", u"T", u"b"},
+                {u"Q", u"", u"1", u"0", u"T", u"b", u"T", u"a"},
+                {u"P", u"8", u"1", u"0", u"T", u"b", u"T", u"b"}});
+  AddTable(u"T", {{u"a"}, {u"b"}});
+  m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
+    if (line.starts_with("relation R:") && !line.ends_with("=16777218"))
+      return {EDaoError::RelatedRecordMissing, u"1 record refers to no record (7)."};
+    return line.starts_with("relation P:") ? CDaoResult{EDaoError::RelationExists, u"again"}
+                                           : CDaoResult::Ok();
+  };
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(Created(),
+            (Lines{"relation R: T (a>b) T attributes=16781568", "relation R: T (a>b) T attributes=16777218",
+                   "relation Q: T (b>a) T attributes=2", "relation P: T (b>b) T attributes=2",
+                   "relation P_1: T (b>b) T attributes=2"}));
+  EXPECT_EQ(GetSummary().notes,
+            (std::vector<std::u16string>{
+                u"Relationship \"R\" was saved, but is not enforced: 1 record refers to no record (7).",
+                u"Relationship \"Q\" was saved, but is not enforced: Its properties are lost.",
+                u"Relationship \"P\" was saved as \"P_1\"",
+                u"Relationship \"P\" was saved, but is not enforced: Its properties are lost."}));
+  EXPECT_EQ(GetSummary().relationsSaved, 3u);
+  EXPECT_EQ(GetSummary().relationsWeakened, 3u);
+}
+
+TEST_F(CRelationStepTest, FailuresEndOnlyWhatTheyMust) {
+  CAccessTable& relations = AddRelations({{u"R", u"0", u"1", u"0", u"T", u"a", u"T", u"b"}});
+  AddTable(u"T", {{u"a"}, {u"b"}});
+  Refuse("relation", EDaoError::DiskFull, u"full");
+  EXPECT_FALSE(m_writer.Save());
+  EXPECT_EQ(GetSummary().failure, u"full");
+  EXPECT_EQ(Created().size(), 1u);
+
+  m_engine.log.refuse = {};
+  CAccessTableDataFile::RemoveDataFile(relations.GetDefinitionOffset());
+  EXPECT_TRUE(m_writer.Save());
+  EXPECT_EQ(GetSummary().notes, std::vector<std::u16string>{u"Error code : - 004"});
+  EXPECT_EQ(Created().size(), 1u);
+}
+
+TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
+  AddRelations({
+      {u"Short", u"0", u"2", u"1", u"A", u"x", u"B", u"y"},             // the first pair is gone
+      {u"Counts", u"0", u"99999999999", u"0", u"A", u"x", u"B", u"y"},  // nonsense; the pairs tell
+      {u"counts", u"0", u"-1", u"1", u"a", u"v", u"b", u"w"},
+      {u"Twice", u"0", u"1", u"0", u"A", u"x", u"B", u"y"},
+      {u"Twice", u"0", u"1", u"0", u"A", u"x", u"B", u"y"},
+      {u"Twice", u"0", u"1", u"0", u"A", u"other", u"B", u"y"},
+      {u"Strays", u"0", u"1", u"0", u"A", u"x", u"B", u"y"},
+      {u"Strays", u"0", u"1", u"7000", u"A", u"x", u"B", u"y"},
+      {u"Strays", u"0", u"1", u"", u"A", u"x", u"B", u"y"},
+      {u"Strays", u"0", u"1", u"1", u"C", u"x", u"B", u"y"},
+      {u"Halves", u"0", u"1", u"0", u"A", u"", u"B", u"y"},
+      {u"Tables", u"0", u"1", u"0", u"", u"x", u"B", u"y"},
+      {u"", u"0", u"2", u"0", u"A", u"x", u"B", u"y"},
+      {u"", u"0", u"2", u"1", u"A", u"v", u"B", u"w"},
+      {u"", u"0", u"1", u"0", u"A", u"x", u"C", u"y"},
+      {u"", u"", u"", u"", u"", u"", u"", u""},
+  });
+  std::vector<std::u16string> read;
+  for (const SRecoveredRelation& relation : ReadAll())
+    read.push_back(relation.name + u" " + ToDecimal(relation.pairs.size()) + u" " + relation.problem);
+  EXPECT_EQ(read, (std::vector<std::u16string>{u"Short 1 1 of its 2 pairs of columns is lost.", u"Counts 2 ",
+                                               u"Twice 1 ", u"Strays 1 ",
+                                               u"Halves 0 1 of its 1 pairs of columns is lost.",
+                                               u"Tables 1 The name of a table is lost.", u" 2 ", u" 1 "}));
+}
+
+// Thousands of relationships of nonsense are told once, and cost no more than reading them.
+TEST_F(CRelationStepTest, MassesOfRowsAreToldInBrief) {
+  std::vector<Row> rows;
+  for (int i = 0; i < 20000; ++i)
+    rows.push_back({u"R" + ToDecimal(i), u"0", u"1", u"0", u"Lost", u"x", u"Gone", u"y"});
+  for (int i = 0; i < 20000; ++i)
+    rows.push_back({u"Same", u"0", u"1", ToDecimal(i), u"Lost", u"x", u"Gone", u"y"});
+  AddRelations(rows);
+  AddTable(u"T", {{u"a"}});
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(GetSummary().relationsLost, 20001u);
+  EXPECT_LT(GetSummary().notes.size(), 300u);
+  EXPECT_NE(GetLog().find("19801 more relationships"), std::string::npos);
+}
+
+}  // namespace tolvane
