@@ -189,8 +189,14 @@ CDaoResult CTableBuilder::RetryField(CDaoResult refusal, const CAccessColumn& co
 }
 
 CDaoResult CTableBuilder::AddIndexes(const SSavedTable& saved, CDaoTableDef& tableDef) {
+  size_t left = saved.table->indexes.GetCount();
   for (const CAccessTableIndex& index : saved.table->indexes) {
-    if (index.columnCount == 0) break;
+    if (index.columnCount == 0) {
+      m_indexesLost += left;
+      Note(u"Index", index.name, u" and those behind it were left out: its columns cannot be read");
+      break;
+    }
+    --left;
     CDaoIndexInfo info;
     CDaoResult result{EDaoError::ItemNotFound, u"A column of it is not there."};
     if (DescribeIndex(saved, index, info)) result = tableDef.CreateIndex(info);
