@@ -18,6 +18,8 @@ namespace {
 constexpr std::u16string_view kQueriesTable = u"MSysQueries";
 // Queries that forms and reports keep for themselves.
 constexpr std::u16string_view kHiddenPrefix = u"~sq";
+// Refusals of one name before its query is given up.
+constexpr int kNameAttempts = 12;
 
 // Where each column of MSysQueries goes, by column number.
 constexpr std::array<std::u16string CQueryAttributes::*, 8> kCells{
@@ -165,33 +167,50 @@ bool CQuerySaver::CreateQueries(CDaoDatabase& database, const CTList<CQuery>& qu
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
     if (!IsSaving()) return false;
     CProgressStatus::Instance().IncrementPos();
-    CreateQuery(database, *query);
+    if (!CreateQuery(database, *query)) return false;
   }
   return true;
 }
 
-void CQuerySaver::CreateQuery(CDaoDatabase& database, CQuery& query) {
+bool CQuerySaver::CreateQuery(CDaoDatabase& database, CQuery& query) {
   const std::u16string sql = query.GetSql();
   if (sql.empty()) {
     if (!IsHidden(query.name)) ++m_summary.queriesSkipped;
-    return;
+    return true;
   }
-  const std::u16string name = query.name.empty() ? MakeFreshQueryName() : query.name;
-  if (IsHidden(name)) return;
-  std::unique_ptr<CDaoQueryDef> definition;
-  CDaoResult result = database.CreateQueryDef(name, sql, definition);
-  if (result.IsOk()) result = definition->Append();
-  if (definition) definition->Close();
-  if (result.IsOk()) {
-    ++m_summary.queriesSaved;
-    if (query.name.empty())
-      Remark(u"Query " + name + u": its name and kind are lost; it was saved as a select query.");
-    if (!query.IsWhole()) Remark(u"Query " + name + u": some of its rows are lost.");
-    if (!result.text.empty()) Remark(u"Query " + name + u": " + result.text);
-    return;
+  const std::u16string wanted = query.name.empty() ? MakeFreshQueryName() : query.name;
+  if (IsHidden(wanted)) return true;
+  std::u16string name = wanted;
+  const CDaoResult result = StoreQuery(database, name, sql);
+  if (!result.IsOk()) {
+    ++m_summary.queriesLost;
+    Remark(u"Query " + wanted + u" could not be saved: " + result.text);
+    return !EndsSave(result.code);
   }
-  ++m_summary.queriesLost;
-  Remark(u"Query " + name + u" could not be saved: " + result.text);
+  ++m_summary.queriesSaved;
+  if (query.name.empty())
+    Remark(u"Query " + name + u": its name and kind are lost; it was saved as a select query.");
+  if (name != wanted) Remark(u"Query " + wanted + u" was saved as " + name + u".");
+  if (!query.IsWhole()) Remark(u"Query " + name + u": some of its rows are lost.");
+  if (!result.text.empty()) Remark(u"Query " + name + u": " + result.text);
+  return true;
+}
+
+CDaoResult CQuerySaver::StoreQuery(CDaoDatabase& database, std::u16string& name, std::u16string_view sql) {
+  const std::u16string wanted = name;
+  CDaoResult result;
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    m_names.Take(name);
+    std::unique_ptr<CDaoQueryDef> definition;
+    result = database.CreateQueryDef(name, sql, definition);
+    if (result.IsOk()) result = definition->Append();
+    if (definition) definition->Close();
+    const bool isNameRefused = result.code == EDaoError::InvalidName ||
+                               result.code == EDaoError::QueryExists || result.code == EDaoError::TableExists;
+    if (!isNameRefused) break;
+    name = m_names.MakeVariation(wanted, u"Query");
+  }
+  return result;
 }
 
 bool CQuerySaver::IsHidden(std::u16string_view name) {

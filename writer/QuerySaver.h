@@ -13,6 +13,7 @@
 #include "query/QuerySysObject.h"
 #include "query/TList.h"
 #include "store/ValueStream.h"
+#include "writer/SafeName.h"
 #include "writer/SavedTable.h"
 #include "writer/dao.h"
 
@@ -43,7 +44,10 @@ class CQuerySaver {
   static bool ReadRow(CValueStream& stream, size_t columnCount, CQueryAttributes& row);
   static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
   bool CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries);
-  void CreateQuery(CDaoDatabase& database, CQuery& query);
+  // False when nothing more can be saved.
+  bool CreateQuery(CDaoDatabase& database, CQuery& query);
+  // `name` becomes another one where the database refuses it.
+  CDaoResult StoreQuery(CDaoDatabase& database, std::u16string& name, std::u16string_view sql);
   void CountLost(const CTList<CQuery>& queries);
   // Tells the user, in the summary and in the log.
   void Remark(std::u16string text);
@@ -52,6 +56,7 @@ class CQuerySaver {
   const CAccessData& m_data;
   std::u16string m_outputPath;
   SSaveSummary& m_summary;
+  CNameSet m_names;
 };
 
 }  // namespace tolvane

@@ -48,7 +48,7 @@ TEST_F(CQueryStepTest, EachLossCostsOneQueryAndIsTold) {
   AddObject(u"without rows", u"-3", u"0");
   AddObject(u"~sq_cHidden", u"-4", u"3");
   AddObject(u"good ~sq", u"-2", u"0");
-  Refuse("query bad", EDaoError::InvalidName, u"no");
+  Refuse("query bad", EDaoError::InvalidArgument, u"no");
   ASSERT_TRUE(m_writer.Save());
   EXPECT_EQ(GetSummary().queriesSaved, 1u);
   EXPECT_EQ(GetSummary().queriesLost, 2u);
@@ -57,6 +57,16 @@ TEST_F(CQueryStepTest, EachLossCostsOneQueryAndIsTold) {
                                          u"Query bad could not be saved: no",
                                          u"Query good ~sq: some of its rows are lost."}));
   EXPECT_NE(GetLog().find("Query bad could not be saved: no"), std::string::npos);
+}
+
+TEST_F(CQueryStepTest, ARefusedNameIsVaried) {
+  AddQueries({Column(u"-1", u"a")});
+  AddObject(u"my.query", u"-1", u"0");
+  Refuse("append query", EDaoError::InvalidName, u"no", 1);
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(GetSummary().queriesSaved, 1u);
+  EXPECT_EQ(m_engine.log.Find("query ").back(), "query my_query: SELECT a\n");
+  EXPECT_EQ(GetSummary().notes.front(), u"Query my.query was saved as my_query.");
 }
 
 TEST_F(CQueryStepTest, NamelessQueriesGetNamesOfTheirOwn) {

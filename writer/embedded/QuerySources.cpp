@@ -27,9 +27,7 @@ bool CQuerySources::Read() {
 
 bool CQuerySources::ReadOperand() {
   if (m_scanner.IsSymbol(m_next, u'(')) {
-    SFrame frame;
-    frame.isParenthesis = true;
-    m_frames.push_back(std::move(frame));
+    m_frames.emplace_back().isParenthesis = true;
     ++m_next;
     return true;
   }
