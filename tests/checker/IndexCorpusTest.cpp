@@ -288,9 +288,9 @@ TEST(IndexCorpus, KeysAndPagesAreThoseOfTheEngines) {
 
   for (const std::string& difference : survey.differences) ADD_FAILURE() << difference;
   EXPECT_GE(survey.entries.equal, kFewestEntries);
-  for (const std::string type : kSeenTypes)
+  for (const char* type : kSeenTypes)
     EXPECT_TRUE(std::any_of(survey.values.begin(), survey.values.end(), [&](const auto& kind) {
-      return kind.first.find(' ' + type + ' ') != std::string::npos;
+      return kind.first.find(std::string(" ") + type + ' ') != std::string::npos;
     })) << type;
   for (const auto& [reason, count] : survey.notComparable)
     EXPECT_EQ(kNotComparable.count(reason), 1u) << reason;
