@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "app/status/Status.h"
@@ -61,6 +61,38 @@ int32_t ToProgress(uint64_t units) {
 
 bool IsRunning() {
   return CRepairingFileStatus::Instance().IsRunning();
+}
+
+// What a candidate's page says: which page goes on with it, and whether it names the kind of its table.
+struct SCandidate {
+  uint64_t next = 0;
+  bool isTyped = false;
+  size_t walk = 0;  // that came by
+};
+using Candidates = std::map<uint64_t, SCandidate>;  // by offset
+
+// How many candidates name each offset as their next page. A damaged chain can lead back to its own start:
+// such a ring has a start, too, the first page that names a kind; the link that leads back to it does not
+// count.
+std::unordered_map<uint64_t, size_t> CountNamed(Candidates& candidates) {
+  std::unordered_map<uint64_t, size_t> named;
+  for (const auto& [offset, candidate] : candidates) named[candidate.next]++;
+  size_t walk = 0;
+  for (auto first = candidates.begin(); first != candidates.end(); ++first) {
+    auto at = first;
+    for (walk++; at != candidates.end() && at->second.walk == 0; at = candidates.find(at->second.next))
+      at->second.walk = walk;
+    if (at == candidates.end() || at->second.walk != walk) continue;
+    auto start = at;
+    for (auto page = candidates.find(at->second.next); page != at;
+         page = candidates.find(page->second.next)) {
+      const bool isBetter =
+          page->second.isTyped != start->second.isTyped ? page->second.isTyped : page->first < start->first;
+      if (isBetter) start = page;
+    }
+    named[start->first]--;
+  }
+  return named;
 }
 
 bool IsDataPage(std::span<const uint8_t> page) {
@@ -146,19 +178,21 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, const std::u1
   CPageReader reader;
   if (!reader.Open(scanPath)) return;
   CAccessTableList& tables = data.GetTables();
-  std::unordered_set<uint64_t> continuations;
+  Candidates candidates;
   std::vector<uint8_t> page(m_layout.pageSize);
   for (const auto& table : tables) {
     const uint64_t offset = table->GetDefinitionOffset();
     if (offset == 0) continue;
     if (offset > reader.GetLength()) return;
     if (!reader.ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
-    // A definition that points at itself continues no other.
-    const uint64_t next = uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * m_layout.pageSize;
-    if (next != offset) continuations.insert(next);
+    const uint8_t type = page[m_layout.definition.tableType];
+    candidates[offset] = {
+        .next = uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * m_layout.pageSize,
+        .isTyped = type == kSystemTable || type == kUserTable};
   }
+  auto named = CountNamed(candidates);
   for (const auto& table : tables)
-    if (continuations.count(table->GetDefinitionOffset()) != 0) table->keepFlag = 0;
+    if (named[table->GetDefinitionOffset()] > 0) table->keepFlag = 0;
   tables.RemoveUnmarked();
 }
 

@@ -25,8 +25,8 @@ class CTableScanner {
   // Step 1. Adds the catalogue, then each page that starts a definition. Nothing when the file cannot be
   // opened.
   void ScanTableDefinitions(CAccessData& data, const std::u16string& scanPath);
-  // Removes candidates that another candidate names as its next page. Nothing at all is removed when one of
-  // them lies beyond the end of the file.
+  // Removes candidates that another candidate names as its next page; of a ring one stays. Nothing at all is
+  // removed when one of them lies beyond the end of the file.
   void DropContinuationDefinitions(CAccessData& data, const std::u16string& scanPath);
   // Step 2. Credits each data page of the damaged file to the candidate that owns it.
   void ScanDataPages(CAccessData& data, const std::u16string& sourcePath);

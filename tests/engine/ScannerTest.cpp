@@ -215,9 +215,25 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   EXPECT_EQ(Candidates(), (std::vector<uint64_t>{2, table, third}));
 }
 
-TEST_P(ScannerOfBoth, ADefinitionThatPointsAtItselfStays) {
-  const uint32_t table = file.AddTable(SmallTable());
-  file.Page(table).Put32(kNextPageOffset, table);
+TEST_P(ScannerOfBoth, ADefinitionThatLeadsBackToItsStartStays) {
+  const uint32_t alone = file.AddTable(SmallTable());
+  file.Page(alone).Put32(kNextPageOffset, alone);
+  const uint32_t second = file.AddTable(SmallTable()), first = file.AddTable(SmallTable());
+  file.Page(first).Put32(kNextPageOffset, second);
+  file.Page(second).Put32(kNextPageOffset, first);
+  // Only Jet 3 takes a page for a definition that does not name the kind of its table.
+  if (layout.isJet3) file.Page(second).Put8(layout.definition.tableType, 0);
+  const CTempFile source(file.Build());
+  FindTables(source);
+  scanner.DropContinuationDefinitions(data, source.GetPath());
+  EXPECT_EQ(Candidates(), (std::vector<uint64_t>{2, alone, layout.isJet3 ? first : second}));
+}
+
+// The link from outside counts.
+TEST_P(ScannerOfBoth, ARingThatContinuesAnotherDefinitionGoes) {
+  const uint32_t table = file.AddTable(SmallTable()), ring = file.AddTable(SmallTable());
+  file.Page(table).Put32(kNextPageOffset, ring);
+  file.Page(ring).Put32(kNextPageOffset, ring);
   const CTempFile source(file.Build());
   FindTables(source);
   scanner.DropContinuationDefinitions(data, source.GetPath());
