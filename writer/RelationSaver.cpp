@@ -13,6 +13,8 @@ namespace {
 
 // Refusals of one name before the relationship is given up.
 constexpr int kAttempts = 12;
+// Each needs an index, and a table has no more. Trying one costs a walk over the tables.
+constexpr int kMostEnforced = 32;
 // A table of nonsense must not fill the log.
 constexpr uint64_t kMostNotes = 200;
 
@@ -44,6 +46,13 @@ std::u16string_view FindField(const SSavedTable& table, std::u16string_view colu
   for (const std::u16string& field : table.fieldNames)
     if (EqualsIgnoreCase(field, column)) return field;
   return {};
+}
+
+// Nothing cascades where nothing is enforced. Answers the reason.
+std::u16string GiveUpEnforcing(CDaoRelationInfo& info, std::u16string_view reason) {
+  info.attributes |= kDaoRelationDontEnforce;
+  info.attributes &= ~(kDaoRelationUpdateCascade | kDaoRelationDeleteCascade);
+  return std::u16string(reason);
 }
 
 std::u16string Quoted(std::u16string_view name) {
@@ -104,6 +113,7 @@ ESaveStep CRelationSaver::CreateOne(CDaoDatabase& database, const SRecoveredRela
   if (info.name.empty())
     info.name = m_names.MakeVariation(relation.referencedTable + relation.table, u"Relation");
   std::u16string weakness = relation.hasAttributes ? u"" : u"Its properties are lost.";
+  if (!MayEnforce(info)) weakness = GiveUpEnforcing(info, u"A table of it has 32 others already.");
   const CDaoResult result = TryCreate(database, info, weakness);
   m_names.Take(info.name);
   if (EndsSave(result.code)) {
@@ -135,15 +145,20 @@ CDaoResult CRelationSaver::TryCreate(CDaoDatabase& database, CDaoRelationInfo& i
       const bool isNarrow = result.code == EDaoError::InvalidName && IsSafeName(info.name);
       info.name = m_names.MakeVariation(isNarrow ? NarrowName(wanted) : wanted, u"Relation");
     } else if ((info.attributes & kDaoRelationDontEnforce) == 0 && IsAboutEnforcing(result.code)) {
-      weakness = result.text;
-      info.attributes |= kDaoRelationDontEnforce;
-      info.attributes &= ~(kDaoRelationUpdateCascade | kDaoRelationDeleteCascade);
+      weakness = GiveUpEnforcing(info, result.text);
     } else {
       return result;
     }
     result = database.CreateRelation(info);
   }
   return result;
+}
+
+// False when it is to be enforced, but one of its tables has had its share.
+bool CRelationSaver::MayEnforce(const CDaoRelationInfo& info) {
+  if ((info.attributes & kDaoRelationDontEnforce) != 0) return true;
+  if (info.table != info.foreignTable && m_enforced[info.foreignTable]++ >= kMostEnforced) return false;
+  return m_enforced[info.table]++ < kMostEnforced;
 }
 
 std::u16string CRelationSaver::Describe(const SRecoveredRelation& relation, const Tables& tables,

@@ -36,6 +36,7 @@ class CRelationSaver {
                                  CDaoRelationInfo& info);
   CDaoResult TryCreate(CDaoDatabase& database, CDaoRelationInfo& info, std::u16string& weakness);
   ESaveStep CreateOne(CDaoDatabase& database, const SRecoveredRelation& relation, const Tables& tables);
+  bool MayEnforce(const CDaoRelationInfo& info);
   void Lose(const SRecoveredRelation& relation, std::u16string_view reason);
   void Note(std::u16string text);
 
@@ -44,6 +45,7 @@ class CRelationSaver {
   std::vector<SRecoveredRelation> m_relations;
   CNameSet m_names;
   uint64_t m_notes = 0;
+  std::unordered_map<std::u16string, int> m_enforced;  // relations of a table that were to be enforced
 };
 
 }  // namespace tolvane

@@ -135,6 +135,23 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
                                                u"Tables 1 The name of a table is lost.", u" 2 ", u" 1 "}));
 }
 
+// Enforcing costs a walk over both tables, so a table is walked no more often than it has room for indexes.
+TEST_F(CRelationStepTest, TriesToEnforceAreBounded) {
+  std::vector<Row> rows;
+  for (int i = 0; i < 50; ++i)
+    rows.push_back({u"R" + ToDecimal(i), u"256", u"1", u"0", u"T", u"a", i < 40 ? u"A" : u"B", u"x"});
+  AddRelations(rows);
+  for (const std::u16string_view name : {u"T", u"A", u"B"}) AddTable(name, {{u"a"}, {u"x"}});
+  m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
+    const bool isEnforced = line.starts_with("relation") && line.ends_with("=256");
+    return isEnforced ? CDaoResult{EDaoError::NoUniqueIndex, u"no"} : CDaoResult::Ok();
+  };
+  ASSERT_TRUE(m_writer.Save());
+  EXPECT_EQ(Created().size(), 50u + 32u);
+  EXPECT_EQ(GetSummary().relationsSaved, 50u);
+  EXPECT_EQ(GetSummary().relationsWeakened, 50u);
+}
+
 // Thousands of relationships of nonsense are told once, and cost no more than reading them.
 TEST_F(CRelationStepTest, MassesOfRowsAreToldInBrief) {
   std::vector<Row> rows;
