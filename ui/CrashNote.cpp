@@ -26,7 +26,6 @@ wchar_t g_folder[kLongestFolder];
 char g_context[kLongestContext];
 std::atomic_flag g_isCrashing;
 
-// Addresses are relative to the program's start, so that they mean the same in every run.
 class CNote {
  public:
   template <class... T>
@@ -50,23 +49,29 @@ class CNote {
   size_t m_length = 0;
 };
 
-unsigned long long OffsetOf(const void* address) {
-  const auto start = reinterpret_cast<UINT_PTR>(GetModuleHandleW(nullptr));
-  return reinterpret_cast<UINT_PTR>(address) - start;
+// "program + 1A2B" for an address of the program itself; others are the system's.
+void AddAddress(CNote& note, const void* address) {
+  MEMORY_BASIC_INFORMATION region{};
+  VirtualQuery(address, &region, sizeof(region));
+  const HMODULE program = GetModuleHandleW(nullptr);
+  const bool isOurs = region.AllocationBase == program;
+  const UINT_PTR start = isOurs ? reinterpret_cast<UINT_PTR>(program) : 0;
+  note.Add("%s %llX\r\n", isOurs ? "program +" : "elsewhere",
+           static_cast<unsigned long long>(reinterpret_cast<UINT_PTR>(address) - start));
 }
 
 void DescribeCrash(CNote& note, const EXCEPTION_RECORD& record, const SYSTEMTIME& time) {
   note.Add("Tolvane for Access %s, %d bits\r\n", TOLVANE_VERSION_TEXT, static_cast<int>(sizeof(void*) * 8));
   note.Add("%04d-%02d-%02d %02d:%02d:%02d\r\n", time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute,
            time.wSecond);
-  note.Add("Exception %08lX at program + %llX, thread %lu\r\n", record.ExceptionCode,
-           OffsetOf(record.ExceptionAddress), GetCurrentThreadId());
+  note.Add("Exception %08lX in thread %lu at ", record.ExceptionCode, GetCurrentThreadId());
+  AddAddress(note, record.ExceptionAddress);
   for (DWORD i = 0; i < record.NumberParameters && i < 4; ++i)
     note.Add("  parameter %llX\r\n", static_cast<unsigned long long>(record.ExceptionInformation[i]));
   note.Add("Doing: %s\r\nCalled from:\r\n", g_context);
   void* frames[kFrames];
   const USHORT count = RtlCaptureStackBackTrace(0, kFrames, frames, nullptr);
-  for (USHORT i = 0; i < count; ++i) note.Add("  program + %llX\r\n", OffsetOf(frames[i]));
+  for (USHORT i = 0; i < count; ++i) AddAddress(note, frames[i]);
 }
 
 void ReportCrash(const EXCEPTION_RECORD& record) {

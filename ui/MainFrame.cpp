@@ -5,6 +5,8 @@
 #include <commctrl.h>
 #include <shellapi.h>
 
+#include <algorithm>
+
 #include "app/status/Status.h"
 #include "platform/Files.h"
 #include "platform/Wide_win.h"
@@ -57,14 +59,28 @@ bool CMainFrame::Create(std::u16string_view path) {
                  {WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_ACCEPTFILES}, nullptr, menu))
     return false;
   if (!CreateChildren() || !CreateWorkflow()) return false;
-  const CDpi dpi = CDpi::Of(m_window);
-  SetWindowPos(m_window, nullptr, 0, 0, dpi.Scale(kWidth), dpi.Scale(kHeight),
-               SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  TakeFirstPlace();
   m_workflow->Start();
   m_view.SetRecentFiles(m_recentFiles.Get());
   ShowNotice({});
   SelectFile(path);
   return true;
+}
+
+// Where the system puts it, but never beyond the screen.
+void CMainFrame::TakeFirstPlace() const {
+  const CDpi dpi = CDpi::Of(m_window);
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof(monitor);
+  GetMonitorInfoW(MonitorFromWindow(m_window, MONITOR_DEFAULTTONEAREST), &monitor);
+  const RECT& work = monitor.rcWork;
+  RECT place{};
+  GetWindowRect(m_window, &place);
+  const int width = std::min<int>(dpi.Scale(kWidth), work.right - work.left);
+  const int height = std::min<int>(dpi.Scale(kHeight), work.bottom - work.top);
+  const int left = std::clamp<int>(place.left, work.left, work.right - width);
+  const int top = std::clamp<int>(place.top, work.top, work.bottom - height);
+  SetWindowPos(m_window, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 bool CMainFrame::CreateChildren() {

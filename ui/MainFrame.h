@@ -48,6 +48,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
+  void TakeFirstPlace() const;
   bool CreateChildren();
   bool CreateWorkflow();
   void OnCommand(UINT identifier);

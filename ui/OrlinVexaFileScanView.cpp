@@ -70,7 +70,7 @@ constexpr SControl kControls[] = {
     {IDC_STATUS_LINE, kWorkPages},
     {IDC_PROGRESS, kWorkPages, L"", EKind::Own},
 
-    {IDC_TREE_LABEL, kReviewPage, L"What was &found"},
+    {IDC_TREE_LABEL, kReviewPage, L"What was f&ound"},
     {IDC_TREE, kReviewPage, L"", EKind::Own},
     {IDC_OUTPUT_LABEL, kDonePage, L"Repaired database :"},
     {IDC_OUTPUT, kDonePage, L"", EKind::Own},
@@ -316,7 +316,7 @@ void COrlinVexaFileScanView::Arrange() {
   m_lowerSplitter = layout.GetLowerSplitter();
   m_commandTop = layout.GetCommandTop();
   ShowSummaryScroller();
-  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 void COrlinVexaFileScanView::ShowReview() {

@@ -64,6 +64,7 @@ void CRecordList::Refresh() {
 
 void CRecordList::AddColumns() {
   const std::vector<CRecordStore::SColumn> columns = m_records->GetColumns();
+  if (columns.size() == m_columns.size()) return;
   for (size_t i = m_columns.size(); i < columns.size(); ++i) {
     std::wstring heading = ToWide(columns[i].heading);
     LVCOLUMNW column{};
@@ -74,6 +75,16 @@ void CRecordList::AddColumns() {
     Send(LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
     m_columns.push_back(columns[i]);
   }
+  WidenLastColumn();
+}
+
+// Into what is left of the list.
+void CRecordList::WidenLastColumn() const {
+  LRESULT others = GetSystemMetrics(SM_CXVSCROLL);
+  for (size_t i = 0; i + 1 < m_columns.size(); ++i) others += Send(LVM_GETCOLUMNWIDTH, i);
+  const size_t last = m_columns.size() - 1;
+  const LRESULT room = GetClientArea().right - others;
+  if (room > Send(LVM_GETCOLUMNWIDTH, last)) Send(LVM_SETCOLUMNWIDTH, last, room);
 }
 
 void CRecordList::Rescale(CDpi dpi) {

@@ -53,6 +53,7 @@ class CRecordList : public CWnd {
  private:
   void Reset();
   void AddColumns();
+  void WidenLastColumn() const;
   [[nodiscard]] int GetFocusedRow() const;
   void SetColumn(size_t column);
   void ShowColumn() const;
