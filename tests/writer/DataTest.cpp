@@ -29,7 +29,7 @@ TEST_F(CDataTest, RowsAreCopiedInOrder) {
   EXPECT_EQ(CProgressStatus::Instance().GetMax(), 3);
   EXPECT_EQ(CProgressStatus::Instance().GetPos(), 3);
   EXPECT_EQ(CStatusProgress::Instance().GetText(), u"(Step 2/2)Saving table data: Orders");
-  EXPECT_EQ(GetLog(), "Saving data for Orders...");
+  EXPECT_EQ(GetLog(), "Saving relations\r\nSaving data for Orders...");
   EXPECT_EQ(GetSummary().recordsSaved, 2u);
   EXPECT_TRUE(GetSummary().losses.empty());
 }
