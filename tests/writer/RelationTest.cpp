@@ -138,6 +138,7 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
 // Enforcing costs a walk over both tables, so a table is walked no more often than it has room for indexes.
 TEST_F(CRelationStepTest, TriesToEnforceAreBounded) {
   std::vector<Row> rows;
+  rows.reserve(50);
   for (int i = 0; i < 50; ++i)
     rows.push_back({u"R" + ToDecimal(i), u"256", u"1", u"0", u"T", u"a", i < 40 ? u"A" : u"B", u"x"});
   AddRelations(rows);
@@ -155,6 +156,7 @@ TEST_F(CRelationStepTest, TriesToEnforceAreBounded) {
 // Thousands of relationships of nonsense are told once, and cost no more than reading them.
 TEST_F(CRelationStepTest, MassesOfRowsAreToldInBrief) {
   std::vector<Row> rows;
+  rows.reserve(40000);
   for (int i = 0; i < 20000; ++i)
     rows.push_back({u"R" + ToDecimal(i), u"0", u"1", u"0", u"Lost", u"x", u"Gone", u"y"});
   for (int i = 0; i < 20000; ++i)
