@@ -430,6 +430,9 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     m_taskbar.OnCreated(m_window);
     return 0;
   }
+  // While a question is open, nothing else begins.
+  const bool isRequest = message == WM_COMMAND || message == WM_CLOSE || message == WM_DROPFILES;
+  if (isRequest && !IsWindowEnabled(m_window)) return 0;
   switch (message) {
     case WM_SIZE:
       Arrange();

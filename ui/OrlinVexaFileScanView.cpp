@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "app/StartChoice.h"
 #include "app/status/Status.h"
@@ -271,10 +272,7 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   ApplyFonts();
   Send(WM_SETREDRAW, TRUE);
   Arrange();
-  if (isNewPage) {
-    m_focus = GetDlgItem(m_window, static_cast<int>(GetFirstFocus()));
-    RestoreFocus();
-  }
+  m_isPageNew = m_isPageNew || isNewPage;
   if (page == EPageState::Repairing || page == EPageState::Saving)
     SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
 }
@@ -373,6 +371,10 @@ void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
   GetItem(ID_NEXT).Enable(isReview ? switches.canSave : switches.canRepair);
   GetItem(ID_STOP).Enable(switches.canStop);
   GetItem(ID_BACK).Enable(switches.canRepair);
+  // Only now the button that it goes to can be pressed.
+  if (!std::exchange(m_isPageNew, false)) return;
+  m_focus = GetDlgItem(m_window, static_cast<int>(GetFirstFocus()));
+  RestoreFocus();
 }
 
 void COrlinVexaFileScanView::SetSelectedFile(std::u16string_view path) {

@@ -121,6 +121,7 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   int m_commandTop = 0;
   EDrag m_drag = EDrag::None;
   HWND m_focus = nullptr;
+  bool m_isPageNew = false;  // the keyboard has not been moved there yet
 };
 
 }  // namespace tolvane
