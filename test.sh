@@ -70,19 +70,29 @@ test_sanitizers() {
     ctest --test-dir "$root/build/sanitizers" -j "$jobs" -LE slow
 }
 
-# Each test program once as a whole: starting one a test costs a second each.
+# Each test program once as a whole: starting one a test costs a second each. Some open windows, on a screen
+# that nobody sees.
 test_under_wine() {
-  local program failed=0 ran=0
-  export WINEPREFIX=$root/build/wine WINEDEBUG=-all
+  local program failed=0 ran=0 screen=$stages/screen
+  rm -f "$screen"
+  Xvfb -displayfd 3 -nolisten tcp 3>"$screen" &
+  local server=$!
+  for _ in {1..100}; do [ -s "$screen" ] && break || sleep 0.1; done
+  local -x DISPLAY WINEPREFIX=$root/build/wine WINEDEBUG=-all
+  DISPLAY=:$(cat "$screen")
   mkdir -p "$WINEPREFIX"
   while IFS= read -r program; do
     printf -- '-- %s\n' "${program##*/}"
     (cd "$(dirname "$program")" && timeout 600 "$wine" "$program" --gtest_brief=1) || failed=$((failed + 1))
     ran=$((ran + 1))
   done < <(find "$root/build/windows-x64/tests" -name '*_tests.exe' | sort)
+  kill "$server"
   printf '%d test programs, %d failed\n' "$ran" "$failed"
   [ "$ran" -gt 0 ] && [ "$failed" -eq 0 ]
 }
+
+# The window program worked from outside, whole stories; pictures of its pages are left in build/ui-stories.
+test_windows() { python3 "$root/tests/ui/run_stories.py" --build "$root/build/ui-stories"; }
 
 install_reader() {
   [ -d "$TOLVANE_MDB_READER" ] && grep -q '"version": "3.2.0"' "$TOLVANE_MDB_READER/package.json" ||
@@ -94,7 +104,7 @@ rm -f "$stages"/*.status
 packages=(cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev googletest python3)
 if [ "$quick" = no ]; then
   packages+=(clang clang-format clang-tidy libbenchmark-dev mdbtools g++-mingw-w64-x86-64-posix
-    g++-mingw-w64-i686-posix wine wine64)
+    g++-mingw-w64-i686-posix wine wine64 xvfb imagemagick fonts-dejavu-core)
   # A Node.js from elsewhere conflicts with Debian's packages: theirs only where there is none.
   command -v node >/dev/null || packages+=(nodejs)
   command -v npm >/dev/null || packages+=(npm)
@@ -117,6 +127,7 @@ stage windows-x64 build windows-x64 || failed=1
 stage windows-x86 build windows-x86 || failed=1
 stage wine-tests test_under_wine || failed=1
 stage npm-reader install_reader || failed=1
+stage window-tests test_windows || failed=1
 
 printf '== tests of the release build\n'
 ctest --test-dir "$root/build/release" -j "$jobs" --no-tests=error || failed=1

@@ -16,6 +16,7 @@
 //   send WINDOW MESSAGE W L        -> the window's answer
 //   write WINDOW TEXT              sets its text
 //   clipboard                      -> its text
+//   hold PATH                      opens a file so that nobody else can; the empty path gives it back
 //   fail PROCESS                   makes it jump to where nothing is, in a thread of its own
 #include <windows.h>
 // After windows.h, whose types it needs.
@@ -228,6 +229,16 @@ Fields MemoryOf(HANDLE process) {
   return {std::to_string(counters.WorkingSetSize), std::to_string(counters.PeakWorkingSetSize)};
 }
 
+Fields Hold(const std::string& path) {
+  static HANDLE held = INVALID_HANDLE_VALUE;
+  if (held != INVALID_HANDLE_VALUE) CloseHandle(held);
+  held = INVALID_HANDLE_VALUE;
+  if (path.empty()) return {};
+  held = CreateFileW(ToWide(path).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (held == INVALID_HANDLE_VALUE) throw std::runtime_error("the file does not open");
+  return {};
+}
+
 Fields Fail(HANDLE process) {
   // Below the first page that any program has.
   const auto nowhere = reinterpret_cast<LPTHREAD_START_ROUTINE>(static_cast<UINT_PTR>(0x10));
@@ -295,6 +306,7 @@ const std::map<std::string, SCommand, std::less<>>& Commands() {
       {"send", {4, Send}},
       {"write", {2, [](const Fields& in) { return Write(ToWindow(in[1]), in[2]); }}},
       {"clipboard", {0, [](const Fields&) { return ReadClipboard(); }}},
+      {"hold", {1, [](const Fields& in) { return Hold(in[1]); }}},
       {"fail", {1, [](const Fields& in) { return Fail(ProcessOf(in[1])); }}},
   };
   return commands;
