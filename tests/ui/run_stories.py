@@ -89,6 +89,15 @@ class Desk:
     def shoot(self, name, dialog=None):
         self.program.shoot(os.path.join(self.shots, '%s-%d.png' % (name, self.session.dpi)), dialog)
 
+    def picture(self, name):
+        """One for the user guide."""
+        self.shoot('guide-' + name)
+        os.makedirs(self.options.images, exist_ok=True)
+        taken = os.path.join(self.shots, 'guide-%s-%d.png' % (name, self.session.dpi))
+        subprocess.run(['convert', taken, '-strip', '+dither', '-colors', '24', '-define', 'png:compression-level=9',
+                        '-define', 'png:exclude-chunks=date,time', 'PNG8:' + os.path.join(self.options.images, name + '.png')],
+                       check=True)
+
     def repair(self, path, executable=None):
         """The program on the page of what was recovered."""
         program = self.start(windows_path(path), executable=executable)
@@ -553,6 +562,41 @@ def every_page(desk):
     program.close()
 
 
+def guide_pictures(desk):
+    """The pictures of the user guide: small, with few colours and paths as a user has them."""
+    folder = os.path.join(desk.options.build, 'wine', 'drive_c', 'Databases')
+    os.makedirs(folder, exist_ok=True)
+    names = ('Trade.mdb', 'Trade backup.mdb')
+    for source, name in zip((desk.damaged, desk.healthy_path), names):
+        shutil.copy(source, os.path.join(folder, name))
+    repaired.remove(os.path.join(folder, 'Tolvane_Trade.mdb'))
+    damaged, template = ('C:\\Databases\\' + name for name in names)
+    program = desk.start(damaged)
+    desk.picture('choose')
+    program.command('ID_MODE_TEMPLATE')
+    program.command('ID_CHOOSE_TEMPLATE')
+    program.answer_file_dialog(TEMPLATE_TITLE, template)
+    wait_for(lambda: program.text('IDC_TEMPLATE_FILE') == template, 'the template')
+    desk.picture('template')
+    program.command('ID_MODE_STANDARD')
+    program.command('ID_NEXT')
+    program.wait_for_page('repairing')
+    wait_for(lambda: program.text('IDC_LOG'), 'the first lines of the log')
+    desk.picture('repair')
+    program.wait_for_page('review')
+    desk.picture('review')
+    program.select_table(0)
+    program.control('IDC_FIND').write('Harbour')
+    program.command('ID_FIND_NEXT')
+    wait_for(program.notice, 'a hit')
+    desk.picture('records')
+    program.command('ID_NEXT')
+    program.answer_file_dialog(SAVE_TITLE, 'C:\\Databases\\Tolvane_Trade.mdb')
+    program.wait_for_page('saved')
+    desk.picture('saved')
+    program.close()
+
+
 STORIES = [standard_repair, preview, template_repair, output_names, stop_repair, stop_save, wrong_files, settings,
            recent_files, crash_note, real_files, other_bits]
 
@@ -599,6 +643,8 @@ def main():
         return SKIPPED
     stories = [(96, story, story.__name__) for story in STORIES] + [(192, every_page, 'every_page_192_dpi')]
     stories = [story for story in stories if options.only in story[2]]
+    if options.images:
+        stories = [(96, guide_pictures, 'guide_pictures')]
     desk, failed = Desk(options), 0
     for dpi in sorted({story[0] for story in stories}):
         desk.open_session(dpi)
