@@ -122,8 +122,9 @@ bool IsNothingRecovered(const CAccessData& data) {
 
 bool HasSaveLosses(const SSaveSummary& summary) {
   return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.charactersReplaced > 0 ||
-         summary.columnsLost > 0 || summary.indexesLost > 0 || summary.queriesLost > 0 ||
-         summary.queriesSkipped > 0 || summary.relationsLost > 0 || summary.relationsWeakened > 0;
+         summary.columnsLost > 0 || summary.indexesLost > 0 || summary.indexesWeakened > 0 ||
+         summary.queriesLost > 0 || summary.queriesSkipped > 0 || summary.relationsLost > 0 ||
+         summary.relationsWeakened > 0;
 }
 
 std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown) {
@@ -157,6 +158,7 @@ std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
       u"characters that Access 97 files do not hold were replaced by \"?\"");
   add(summary.columnsLost, u"column", u"columns");
   add(summary.indexesLost, u"index", u"indexes");
+  add(summary.indexesWeakened, u"index with all its properties", u"indexes with all their properties");
   add(summary.queriesLost, u"query", u"queries");
   add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
       u"queries of kinds that cannot be rebuilt");

@@ -169,6 +169,7 @@ Json DescribeSaving(const SSaveSummary& summary) {
           {"relationshipsLost", summary.relationsLost},
           {"columnsLost", summary.columnsLost},
           {"indexesLost", summary.indexesLost},
+          {"indexesWeakened", summary.indexesWeakened},
           {"losses", std::move(losses)},
           {"notes", std::move(notes)}};
 }

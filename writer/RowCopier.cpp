@@ -27,6 +27,7 @@ ESaveStep CRowCopier::Copy() {
 ESaveStep CRowCopier::Close() {
   m_summary.charactersReplaced += m_recordset->GetReplacedCount();
   const CDaoResult result = m_recordset->Close();
+  m_summary.indexesWeakened += m_recordset->GetChangedIndexCount();
   m_recordset.reset();
   // The table's maps or counters lack something then: no database to keep.
   if (!result.IsOk()) return Fail(result);

@@ -170,6 +170,8 @@ class CDaoRecordset {
   [[nodiscard]] virtual uint64_t GetReplacedCount() const { return 0; }
   // Writes what is buffered and the table's counters.
   virtual CDaoResult Close() = 0;
+  // After Close: indexes that lost a property or were left out because of the rows; the Ok text names them.
+  [[nodiscard]] virtual uint64_t GetChangedIndexCount() const { return 0; }
 };
 
 // A saved query that is being made. Nothing reaches the database before Append.

@@ -58,8 +58,8 @@ TEST(ExitStatus, EveryKindOfLossIsTold) {
   AddTable(data, 5, u"Orders", 3);
   for (uint64_t SSaveSummary::*count :
        {&SSaveSummary::fieldsDropped, &SSaveSummary::charactersReplaced, &SSaveSummary::columnsLost,
-        &SSaveSummary::indexesLost, &SSaveSummary::queriesLost, &SSaveSummary::relationsLost,
-        &SSaveSummary::relationsWeakened}) {
+        &SSaveSummary::indexesLost, &SSaveSummary::indexesWeakened, &SSaveSummary::queriesLost,
+        &SSaveSummary::relationsLost, &SSaveSummary::relationsWeakened}) {
     SSaveSummary saved;
     saved.*count = 1;
     EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Incomplete);

@@ -71,8 +71,9 @@ TEST_P(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   EXPECT_TRUE(closed.IsOk());
   EXPECT_EQ(closed.text,
             u"Index \"Needed\" no longer requires values: 2 records have none. "
-            u"Index \"Primary Key\" is no longer unique: 1 records repeat a key (17). "
+            u"Index \"Primary Key\" is no longer unique: 1 record repeats a key (17). "
             u"Index \"Primary Key\" is no longer the primary key.");
+  EXPECT_EQ(m_recordset->GetChangedIndexCount(), 2u);
   CloseAndCheck();
 }
 
@@ -127,7 +128,7 @@ TEST_P(UserIndexes, MemosAreIndexedWhereverTheyAreStored) {
   for (const std::u16string& memo : memos) ExpectOk(AddRow({ToDecimal(id++), memo}));
   const CDaoResult closed = m_recordset->Close();
   EXPECT_TRUE(closed.IsOk());
-  EXPECT_EQ(closed.text, u"Index \"Alone\" is no longer unique: 1 records repeat a key (\"" +
+  EXPECT_EQ(closed.text, u"Index \"Alone\" is no longer unique: 1 record repeats a key (\"" +
                              repeat(40, u'b') + u"...\").");
   CFileWalker walker = CloseAndCheck();
   EXPECT_EQ(walker.Read(u"T").indexes.size(), 3u);

@@ -134,7 +134,7 @@ TEST(Definition, RawJet3NamesKeepTheTailOfTheOneBefore) {
   EXPECT_EQ(decoded->Name(2), (std::u16string{0x797A}));
   EXPECT_EQ(decoded->Name(3), u"RecoveredField####0");
   EXPECT_EQ(decoded->Name(4), (std::u16string{0x6F6E, u'e'}));
-  for (const size_t i : {0, 1, 2, 3, 4})
+  for (const size_t i : {0U, 1U, 2U, 3U, 4U})
     EXPECT_EQ(decoded->table.columns.GetAt(i)->storedNameBytes, (std::array{6, 2, 1, 0, 2}[i])) << i;
 }
 

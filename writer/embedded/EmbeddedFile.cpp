@@ -189,7 +189,7 @@ CDaoResult CEmbeddedFile::CloseTable(const std::shared_ptr<CTableStore>& table) 
   table->DiscardRow();
   CDaoResult result = table->Store();
   if (result.IsOk()) {
-    for (const std::u16string& note : table->GetNotes()) {
+    for (const std::u16string& note : table->GetIndexChanges().notes) {
       if (!result.text.empty()) result.text += u' ';
       result.text += note;
     }

@@ -150,6 +150,7 @@ CDaoResult CEmbeddedRecordset::Close() {
   if (m_table == nullptr) return CDaoResult::Ok();
   m_isAdding = false;
   CDaoResult result = m_file->CloseTable(m_table);
+  m_changedIndexes = m_table->GetIndexChanges().indexes;
   m_table.reset();
   if (result.IsOk() && m_replaced != 0) {
     if (!result.text.empty()) result.text += u' ';

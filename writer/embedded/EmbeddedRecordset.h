@@ -27,6 +27,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
   CDaoResult Update() override;
   [[nodiscard]] uint64_t GetReplacedCount() const override { return m_replaced; }
+  [[nodiscard]] uint64_t GetChangedIndexCount() const override { return m_changedIndexes; }
   // Ok carries a text when characters had to be replaced.
   CDaoResult Close() override;
 
@@ -43,6 +44,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   std::u16string m_name;
   uint64_t m_replaced = 0;  // characters in stored rows that the format cannot hold
   uint64_t m_replacedInRow = 0;
+  uint64_t m_changedIndexes = 0;   // known when closed
   std::vector<uint8_t> m_storage;  // the value being converted
   const SColumnDefinition* m_autoNumber = nullptr;
   std::vector<const SColumnDefinition*> m_autoGuids;

@@ -78,13 +78,17 @@ class CIndexPages {
   CDaoResult m_result;
 };
 
+std::u16string Records(uint64_t count, std::u16string_view singular, std::u16string_view plural) {
+  return ToDecimal(count) + (count == 1 ? u" record " : u" records ") +
+         std::u16string(count == 1 ? singular : plural);
+}
+
 constexpr size_t kSorterMemory = size_t{64} << 20;  // of all sorters of a table together
 
 class CIndexRebuild {
  public:
-  CIndexRebuild(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                std::vector<std::u16string>& notes)
-      : m_file(file), m_table(table), m_definition(definition), m_notes(notes) {}
+  CIndexRebuild(CPageFile& file, CTableStore& table, STableDefinition& definition, SIndexChanges& changes)
+      : m_file(file), m_table(table), m_definition(definition), m_changes(changes) {}
 
   // The indexes from position `first` on.
   CDaoResult Run(size_t first);
@@ -108,7 +112,7 @@ class CIndexRebuild {
   CPageFile& m_file;
   CTableStore& m_table;
   STableDefinition& m_definition;
-  std::vector<std::u16string>& m_notes;
+  SIndexChanges& m_changes;
   std::vector<std::unique_ptr<CIndexCollector>> m_collectors;  // by index; null where it is not rebuilt
 };
 
@@ -190,16 +194,17 @@ CDaoResult CIndexRebuild::Weaken(size_t index, const SRepeats& repeats) {
   if ((flags & kIndexUnique) != 0 && repeats.count > 0) {
     flags = static_cast<uint8_t>(flags & ~kIndexUnique);
     Note(index,
-         u"is no longer unique: " + ToDecimal(repeats.count) + u" records repeat a key (" +
+         u"is no longer unique: " + Records(repeats.count, u"repeats", u"repeat") + u" a key (" +
              DescribeKeys(m_file, m_table, m_definition.realIndexes[index], repeats.pointers, repeats.count) +
              u")");
   }
   const uint64_t nullRows = m_collectors[index]->GetNullRows();
   if ((flags & kIndexRequired) != 0 && nullRows > 0) {
     flags = static_cast<uint8_t>(flags & ~kIndexRequired);
-    Note(index, u"no longer requires values: " + ToDecimal(nullRows) + u" records have none");
+    Note(index, u"no longer requires values: " + Records(nullRows, u"has", u"have") + u" none");
   }
   LosePrimary(index);
+  m_changes.indexes++;
   return CDaoResult::Ok();
 }
 
@@ -212,12 +217,13 @@ void CIndexRebuild::LosePrimary(size_t index) {
 }
 
 CDaoResult CIndexRebuild::Drop(size_t index) {
+  m_changes.indexes++;
   m_collectors[index].reset();
   return DropIndex(m_file, m_definition, index);
 }
 
 void CIndexRebuild::Note(size_t index, std::u16string_view text) {
-  m_notes.push_back(u"Index \"" + NameOf(index) + u"\" " + std::u16string(text) + u".");
+  m_changes.notes.push_back(u"Index \"" + NameOf(index) + u"\" " + std::u16string(text) + u".");
 }
 
 const std::u16string& CIndexRebuild::NameOf(size_t index) const {
@@ -238,9 +244,9 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index) {
 }
 
 CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                          std::vector<std::u16string>& notes, size_t first) {
+                          SIndexChanges& changes, size_t first) {
   if (first >= definition.realIndexes.size()) return CDaoResult::Ok();
-  return CIndexRebuild(file, table, definition, notes).Run(first);
+  return CIndexRebuild(file, table, definition, changes).Run(first);
 }
 
 std::u16string DescribeKeys(CPageFile& file, CTableStore& table, const SRealIndex& index,

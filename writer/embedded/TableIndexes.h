@@ -14,6 +14,12 @@ namespace tolvane {
 
 class CTableStore;
 
+// Indexes that lost a property or were left out; the notes say which, why, and show the first keys.
+struct SIndexChanges {
+  uint64_t indexes = 0;
+  std::vector<std::u16string> notes;
+};
+
 // Allocates and writes the root of an empty index and notes it in its map, which exists already.
 CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index);
 
@@ -21,11 +27,10 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index);
 // again. Maps and numbers of distinct keys follow; the definition itself is the caller's to store.
 //
 // Rows are never given up for an index. One whose rows repeat keys or hold nulls that it forbids loses that
-// property, one with a value for which no key is known is left out; `notes` then says which, why, and shows
-// the first such keys. In a system table that is an error instead. Indexes in front of position `first` stay
-// as they are.
+// property, one with a value for which no key is known is left out; `changes` tells. In a system table that
+// is an error instead. Indexes in front of position `first` stay as they are.
 CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                          std::vector<std::u16string>& notes, size_t first = 0);
+                          SIndexChanges& changes, size_t first = 0);
 
 // Takes an index out of the definition, with its logical indexes and its pages; its place in a map page stays
 // empty.

@@ -99,7 +99,8 @@ CDaoResult CTableStore::Store() {
   if (CDaoResult result = StoreUsageMap(m_file, m_definition.ownedMap, m_owned); !result.IsOk())
     return result;
   if (CDaoResult result = StoreUsageMap(m_file, m_definition.freeMap, m_free); !result.IsOk()) return result;
-  if (CDaoResult result = RebuildIndexes(m_file, *this, m_definition, m_notes); !result.IsOk()) return result;
+  if (CDaoResult result = RebuildIndexes(m_file, *this, m_definition, m_indexChanges); !result.IsOk())
+    return result;
   if (CDaoResult result = StoreDefinition(m_file, m_definition, m_definitionPages); !result.IsOk())
     return result;
   m_isChanged = false;
@@ -176,8 +177,8 @@ CDaoResult CTableStore::BuildIndex(SRealIndex index) {
   index.map = pointers.front();
   if (CDaoResult result = CreateIndex(m_file, m_page, index); !result.IsOk()) return result;
   m_definition.realIndexes.push_back(std::move(index));
-  std::vector<std::u16string> notes;
-  return RebuildIndexes(m_file, *this, m_definition, notes, m_definition.realIndexes.size() - 1);
+  SIndexChanges changes;
+  return RebuildIndexes(m_file, *this, m_definition, changes, m_definition.realIndexes.size() - 1);
 }
 
 CDaoResult CTableStore::DropLastIndex() {

@@ -15,6 +15,7 @@
 #include "writer/embedded/RowEncoder.h"
 #include "writer/embedded/SlottedPage.h"
 #include "writer/embedded/TableDefinition.h"
+#include "writer/embedded/TableIndexes.h"
 
 namespace tolvane {
 
@@ -51,7 +52,7 @@ class CTableStore {
   void RaiseAutoNumber(int32_t value);
 
   // What Store had to change of the table's indexes, for the log.
-  [[nodiscard]] const std::vector<std::u16string>& GetNotes() const { return m_notes; }
+  [[nodiscard]] const SIndexChanges& GetIndexChanges() const { return m_indexChanges; }
 
   // The row that is being put together: BeginRow, set values, then StoreRow or DiscardRow.
   [[nodiscard]] CRowEncoder& GetRow() { return *m_row; }
@@ -88,7 +89,7 @@ class CTableStore {
   CDataPageWriter m_data;
   std::unique_ptr<CRowEncoder> m_row;
   std::vector<std::unique_ptr<CLongValueWriter>> m_longValues;
-  std::vector<std::u16string> m_notes;
+  SIndexChanges m_indexChanges;
   CSlottedPage m_readPage;
   bool m_isChanged = false;
 };
