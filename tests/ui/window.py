@@ -138,11 +138,11 @@ class Session:
 
 
 def wait_for(condition, what, patience=PATIENCE):
-    """What `condition` answers as soon as it is neither None nor False."""
+    """The first answer of `condition` that is something."""
     end = time.monotonic() + patience
     while time.monotonic() < end:
         found = condition()
-        if found is not None and found is not False:
+        if found:
             return found
         time.sleep(0.02)
     raise Failed('waited in vain for ' + what)
