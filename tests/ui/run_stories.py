@@ -53,6 +53,9 @@ class Desk:
         self.shots = os.path.join(options.build, 'screenshots')
         os.makedirs(self.folder)
         os.makedirs(self.shots, exist_ok=True)
+        for name in os.listdir(self.shots):
+            if name.startswith('FAILED-'):
+                os.unlink(os.path.join(self.shots, name))
         self.executable = shutil.copy(options.program, self.folder)
         self.healthy_path, self.damaged = self.path('healthy.mdb'), self.path('damaged.mdb')
         subprocess.run([options.make_sample, self.healthy_path, self.damaged], check=True, stdout=subprocess.DEVNULL)
@@ -94,7 +97,7 @@ class Desk:
         self.shoot('guide-' + name)
         os.makedirs(self.options.images, exist_ok=True)
         taken = os.path.join(self.shots, 'guide-%s-%d.png' % (name, self.session.dpi))
-        subprocess.run(['convert', taken, '-strip', '+dither', '-colors', '24', '-define', 'png:compression-level=9',
+        subprocess.run(['convert', taken, '-strip', '+dither', '-colors', '64', '-define', 'png:compression-level=9',
                         '-define', 'png:exclude-chunks=date,time', 'PNG8:' + os.path.join(self.options.images, name + '.png')],
                        check=True)
 
@@ -300,7 +303,14 @@ def output_names(desk):
     program.close_box(question, NO)
     expect(open(existing, 'rb').read(), b'something else', 'file not to be overwritten')
     dialog.press(OK)
+    desk.session.ask('hold', windows_path(existing))
     program.close_box(program.wait_for_other_box(dialog, EXISTS), YES)
+    program.answer_box('File%s cannot be overwritten.\n' % windows_path(existing), OK, exactly=False)
+    desk.session.ask('hold', '')
+    expect((program.page(), open(existing, 'rb').read()), ('review', b'something else'), 'after a file in use')
+    program.command('ID_NEXT')
+    program.answer_file_dialog(SAVE_TITLE, windows_path(existing))
+    program.close_box(program.wait_for_box(EXISTS), YES)
     program.wait_for_page('saved')
     desk.check_saved(existing, damage, sources)
     program.command('ID_BACK')
@@ -463,7 +473,7 @@ def start_dialog(desk, program):
 
 def recent_files(desk):
     """A repaired file is offered at the next start; one that has gone is taken from the list."""
-    copy = shutil.copy(desk.damaged, desk.path('recent.mdb'))
+    copy = shutil.copy(desk.damaged, desk.path('R\u00e9cent & \u03b4\u03b9\u03c0\u03bb\u03cc \u65e5\u672c.mdb'))
     desk.repair(copy).close()
     program = desk.start()
     recent = program.control('IDC_RECENT_LIST')
