@@ -10,10 +10,6 @@
 
 namespace tolvane {
 
-// Types that came with ACE.
-inline constexpr uint8_t kTypeNumeric = 16, kTypeComplex = 18;
-inline constexpr uint8_t kCalculated = 0xC0;  // extended flags: the value stands in a wrapper
-
 struct SCheckedColumn {
   std::u16string name;
   std::string nameKey;  // names with equal keys are the same name; keys sort as the names do
@@ -34,7 +30,7 @@ struct SCheckedColumn {
   CPageSet ownedPages;  // long values
 
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
-  [[nodiscard]] bool IsCalculated() const { return (extendedFlags & kCalculated) == kCalculated; }
+  [[nodiscard]] bool IsCalculated() const { return (extendedFlags & kColumnCalculated) == kColumnCalculated; }
   // A calculated text may be a long value whatever its type says.
   [[nodiscard]] bool HoldsLongValues() const { return IsLongValueType(type) || (IsCalculated() && hasMaps); }
   // Bytes in the fixed part; booleans live in the null mask alone.

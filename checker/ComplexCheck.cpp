@@ -9,7 +9,6 @@ namespace tolvane {
 namespace {
 
 enum EColumn : uint16_t { kColumnName = 0, kKind = 1, kFlatTable = 2, kTable = 3, kNumber = 4 };
-constexpr uint8_t kFlatRowNumber = 0x04, kFlatKey = 0x08;  // extended flags of a flat table's own columns
 constexpr size_t kMostOfEach = 100'000;
 
 }  // namespace
@@ -46,8 +45,8 @@ void CComplexCheck::AddTable(const SCheckedObject& object, const SCheckedTable& 
   SHiddenTable& hidden = m_hiddenTables[table.page];
   hidden.name = object.name;
   for (const SCheckedColumn& column : table.columns) {
-    const bool isKey = (column.extendedFlags & kFlatKey) != 0,
-               isRowNumber = (column.extendedFlags & kFlatRowNumber) != 0;
+    const bool isKey = (column.extendedFlags & kColumnFlatKey) != 0,
+               isRowNumber = (column.extendedFlags & kColumnFlatRowId) != 0;
     if (isKey) hidden.keys++;
     if (isRowNumber) hidden.rowNumbers++;
     if (!isKey && !isRowNumber)

@@ -11,7 +11,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr uint8_t kCalculatedFlags = 0xC0;
 constexpr size_t kLengthOffset = 16;
 constexpr size_t kResultOffset = 20;
 
@@ -59,7 +58,7 @@ bool AppendEightBytes(uint8_t type, std::span<const uint8_t> bytes, const SRecov
 }  // namespace
 
 bool IsCalculated(const CAccessColumn& column) {
-  return (column.extendedFlags & kCalculatedFlags) == kCalculatedFlags;
+  return (column.extendedFlags & kColumnCalculated) == kColumnCalculated;
 }
 
 std::optional<std::span<const uint8_t>> UnwrapCalculated(std::span<const uint8_t> field) {

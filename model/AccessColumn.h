@@ -10,39 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include "format/ColumnType.h"
+
 namespace tolvane {
 
 class CMSysComplexColumnsData;
-
-// The file's type codes.
-enum EColumnType : uint8_t {
-  kTypeNone = 0,
-  kTypeBoolean = 1,
-  kTypeByte = 2,
-  kTypeInteger = 3,
-  kTypeLong = 4,
-  kTypeCurrency = 5,
-  kTypeSingle = 6,
-  kTypeDouble = 7,
-  kTypeDate = 8,
-  kTypeBinary = 9,
-  kTypeText = 10,
-  kTypeOle = 11,
-  kTypeMemo = 12,
-  kTypeUnknown13 = 13,
-  kTypeGuid = 15,
-  kTypeDecimal = 16,
-  kTypeComplex = 18,
-  kTypeBigInt = 19,
-  kTypeExtendedDate = 20,
-};
-
-// Bits of CAccessColumn::flags.
-inline constexpr uint8_t kColumnFixed = 0x01;  // stored in the row's fixed area
-inline constexpr uint8_t kColumnAutoNumber = 0x04;
-// Bits of CAccessColumn::extendedFlags (Jet 4 and later).
-inline constexpr uint8_t kColumnFlatRowId = 0x04;  // flat table: its own row id
-inline constexpr uint8_t kColumnFlatKey = 0x08;    // flat table: key that matches the parent row's value
 
 class CAccessColumn {
  public:
@@ -64,7 +36,8 @@ class CAccessColumn {
   uint16_t fixedOffset = 0;
   uint16_t length = 0;  // characters for Jet 4 text, bytes otherwise
   Name name{};
-  uint16_t storedNameBytes = 0;  // how many bytes of the name are its own where it holds bytes; 0 where letters
+  uint16_t storedNameBytes =
+      0;  // how many bytes of the name are its own where it holds bytes; 0 where letters
 
   // The name up to its first zero unit, at most 255 units.
   [[nodiscard]] std::u16string_view GetName() const;

@@ -17,20 +17,21 @@ import sys
 STORE_FILES = {'AccessTableDataFile', 'FileNameManager', 'RunMark', 'ValueStream', 'WorkFolder'}
 
 # layer -> layers that it may include besides itself
-READING = ['platform', 'status', 'query', 'store-files', 'model', 'store-readers']
+READING = ['format', 'platform', 'status', 'query', 'store-files', 'model', 'store-readers']
 LAYERS = {
+    'format': [],
     'platform': [],
     'status': ['platform'],
     'query': [],
     'store-files': ['platform', 'status'],
-    'model': ['platform', 'store-files', 'query'],
-    'store-readers': ['platform', 'status', 'query', 'store-files', 'model'],
+    'model': ['format', 'platform', 'store-files', 'query'],
+    'store-readers': ['format', 'platform', 'status', 'query', 'store-files', 'model'],
     'engine': READING,
     'dao': [],
     'writer': READING + ['dao'],
-    'embedded': ['platform', 'dao'],
+    'embedded': ['format', 'platform', 'dao'],
     'automation': ['platform', 'dao'],
-    'checker': ['platform', 'embedded'],
+    'checker': ['format', 'platform', 'embedded'],
 }
 EVERYTHING = list(LAYERS)
 LAYERS['app'] = EVERYTHING
@@ -95,7 +96,7 @@ def check(root, path):
 def main(argv):
     root = argv[1] if len(argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
     files = []
-    for folder in sorted({'platform', 'app', 'query', 'store', 'model', 'engine', 'writer', 'checker', 'cli', 'ui'}):
+    for folder in sorted({'format', 'platform', 'app', 'query', 'store', 'model', 'engine', 'writer', 'checker', 'cli', 'ui'}):
         for where, _, names in os.walk(os.path.join(root, folder)):
             for name in sorted(names):
                 path = os.path.relpath(os.path.join(where, name), root).replace(os.sep, '/')

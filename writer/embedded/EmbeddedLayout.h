@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "format/ColumnType.h"
 #include "writer/embedded/IndexKey.h"
 #include "writer/embedded/IndexPageLayout.h"
 #include "writer/embedded/LittleEndian.h"
@@ -121,28 +122,7 @@ struct SLogicalIndexLayout {
 };
 inline constexpr uint32_t kDefinitionMagic = 0x659, kRealIndexMagic = 0x783;
 
-// Column flags and types as stored.
-inline constexpr uint8_t kColumnFixed = 0x01, kColumnUpdatable = 0x02, kColumnAutoNumber = 0x04,
-                         kColumnSystem = 0x10, kColumnSid = 0x20, kColumnAutoGuid = 0x40;
-inline constexpr uint8_t kColumnCompressed = 0x01;  // extended flag
-enum EStoredType : uint8_t {
-  kTypeBoolean = 1,
-  kTypeByte = 2,
-  kTypeInteger = 3,
-  kTypeLong = 4,
-  kTypeCurrency = 5,
-  kTypeSingle = 6,
-  kTypeDouble = 7,
-  kTypeDate = 8,
-  kTypeBinary = 9,
-  kTypeText = 10,
-  kTypeLongBinary = 11,
-  kTypeMemo = 12,
-  kTypeGuid = 15,
-};
-constexpr bool IsLongValueType(uint8_t type) {
-  return type == kTypeLongBinary || type == kTypeMemo;
-}
+// Flags and kinds of indexes.
 inline constexpr uint8_t kIndexUnique = 0x01, kIndexIgnoreNulls = 0x02, kIndexRequired = 0x08;
 inline constexpr uint8_t kKindPrimary = 1, kKindRelation = 2;  // of a logical index
 inline constexpr uint8_t kPrimarySide = 1, kForeignSide = 2;   // of a relation, in its logical indexes

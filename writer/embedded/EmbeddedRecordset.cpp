@@ -59,7 +59,7 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view t
       return SetText(column, text);
     case kTypeMemo:
       return SetMemo(index, text);
-    case kTypeLongBinary: {
+    case kTypeOle: {
       m_storage.clear();
       EncodeCodePage(SystemCodePage(), text, m_storage);
       return m_table->GetLongValues(index)->SetBytes(m_storage, m_table->GetRow());
@@ -72,7 +72,7 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view t
 CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes) {
   if (CDaoResult result = CheckField(index); !result.IsOk()) return result;
   const SColumnDefinition& column = m_table->GetDefinition().columns[index];
-  if (column.type != kTypeLongBinary)
+  if (column.type != kTypeOle)
     return WithField(EDaoError::InvalidDataType, column, u"only a long binary field takes bytes");
   return m_table->GetLongValues(index)->SetBytes(bytes, m_table->GetRow());
 }

@@ -5,32 +5,13 @@
 #include <cstddef>
 #include <iterator>
 
+#include "format/ColumnType.h"
 #include "writer/embedded/TextKey.h"
 
 namespace tolvane {
 namespace {
 
 using Bytes = std::span<const uint8_t>;
-
-// Column types as table definitions store them. Long binary (11) cannot be indexed.
-enum EKeyType : uint8_t {
-  kBoolean = 1,
-  kByte = 2,
-  kInteger = 3,
-  kLong = 4,
-  kCurrency = 5,
-  kSingle = 6,
-  kDouble = 7,
-  kDate = 8,
-  kBinary = 9,
-  kText = 10,
-  kMemo = 12,
-  kGuid = 15,
-  kNumeric = 16,
-  kComplex = 18,
-  kBigInteger = 19,
-  kExtendedDate = 20,
-};
 
 // Flag bytes before each part, by order.
 struct SKeyFlags {
@@ -142,25 +123,25 @@ bool AppendText(const SIndexKeyFormat& format, Bytes value, EKeyOrder order, std
 // Length that a value of the type must have; 0 = any.
 constexpr size_t StorageLength(uint8_t type) {
   switch (type) {
-    case kBoolean:
-    case kByte:
+    case kTypeBoolean:
+    case kTypeByte:
       return 1;
-    case kInteger:
+    case kTypeInteger:
       return 2;
-    case kLong:
-    case kComplex:
-    case kSingle:
+    case kTypeLong:
+    case kTypeComplex:
+    case kTypeSingle:
       return 4;
-    case kCurrency:
-    case kBigInteger:
-    case kDouble:
-    case kDate:
+    case kTypeCurrency:
+    case kTypeBigInt:
+    case kTypeDouble:
+    case kTypeDate:
       return 8;
-    case kGuid:
+    case kTypeGuid:
       return kGuidLength;
-    case kNumeric:
+    case kTypeDecimal:
       return kNumericLength;
-    case kExtendedDate:
+    case kTypeExtendedDate:
       return kExtendedDateLength;
     default:
       return 0;
@@ -170,18 +151,18 @@ constexpr size_t StorageLength(uint8_t type) {
 // Types that came with Jet 4 or ACE do not occur in older files.
 constexpr bool HasKeys(EIndexVersion version, uint8_t type) {
   switch (type) {
-    case kNumeric:
+    case kTypeDecimal:
       return version != EIndexVersion::Jet3;
-    case kComplex:
-    case kBigInteger:
-    case kExtendedDate:
+    case kTypeComplex:
+    case kTypeBigInt:
+    case kTypeExtendedDate:
       return version == EIndexVersion::Ace;
-    case kGuid:
-    case kText:
-    case kMemo:
+    case kTypeGuid:
+    case kTypeText:
+    case kTypeMemo:
       return true;
     default:
-      return type >= kBoolean && type <= kBinary;
+      return type >= kTypeBoolean && type <= kTypeBinary;
   }
 }
 
@@ -190,32 +171,32 @@ bool AppendValue(const SIndexKeyFormat& format, uint8_t type, Bytes value, EKeyO
   CKeyWriter writer(key);
   writer.SetComplement(order == EKeyOrder::Descending);
   switch (type) {
-    case kBoolean:
+    case kTypeBoolean:
       writer.Put(value[0] != 0 ? kBooleanTrue : kBooleanFalse);
       return true;
-    case kByte:
+    case kTypeByte:
       writer.Put(value[0]);
       return true;
-    case kInteger:
-    case kLong:
-    case kCurrency:
-    case kComplex:
-    case kBigInteger:
+    case kTypeInteger:
+    case kTypeLong:
+    case kTypeCurrency:
+    case kTypeComplex:
+    case kTypeBigInt:
       writer.PutSigned(value);
       return true;
-    case kSingle:
-    case kDouble:
-    case kDate:
+    case kTypeSingle:
+    case kTypeDouble:
+    case kTypeDate:
       PutFloat(value, order, writer);
       return true;
-    case kBinary:
-    case kExtendedDate:
+    case kTypeBinary:
+    case kTypeExtendedDate:
       PutBinary(value, writer);
       return true;
-    case kGuid:
+    case kTypeGuid:
       PutGuid(value, writer);
       return true;
-    case kNumeric:
+    case kTypeDecimal:
       PutNumeric(value, format.version, order, writer);
       return true;
     default:

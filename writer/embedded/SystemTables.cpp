@@ -22,23 +22,13 @@ struct SIndex {
 };
 
 // In order of column number.
-constexpr SColumn kObjectsColumns[] = {{u"Id", kTypeLong},
-                                       {u"ParentId", kTypeLong},
-                                       {u"Name", kTypeText},
-                                       {u"Type", kTypeInteger},
-                                       {u"DateCreate", kTypeDate},
-                                       {u"DateUpdate", kTypeDate},
-                                       {u"Owner", kTypeBinary},
-                                       {u"Flags", kTypeLong},
-                                       {u"Database", kTypeMemo},
-                                       {u"Connect", kTypeMemo},
-                                       {u"ForeignName", kTypeText},
-                                       {u"RmtInfoShort", kTypeBinary},
-                                       {u"RmtInfoLong", kTypeLongBinary},
-                                       {u"Lv", kTypeLongBinary},
-                                       {u"LvProp", kTypeLongBinary},
-                                       {u"LvModule", kTypeLongBinary},
-                                       {u"LvExtra", kTypeLongBinary}};
+constexpr SColumn kObjectsColumns[] = {
+    {u"Id", kTypeLong},         {u"ParentId", kTypeLong},    {u"Name", kTypeText},
+    {u"Type", kTypeInteger},    {u"DateCreate", kTypeDate},  {u"DateUpdate", kTypeDate},
+    {u"Owner", kTypeBinary},    {u"Flags", kTypeLong},       {u"Database", kTypeMemo},
+    {u"Connect", kTypeMemo},    {u"ForeignName", kTypeText}, {u"RmtInfoShort", kTypeBinary},
+    {u"RmtInfoLong", kTypeOle}, {u"Lv", kTypeOle},           {u"LvProp", kTypeOle},
+    {u"LvModule", kTypeOle},    {u"LvExtra", kTypeOle}};
 constexpr SColumn kAcesColumns[] = {
     {u"ObjectId", kTypeLong}, {u"SID", kTypeBinary}, {u"ACM", kTypeLong}, {u"FInheritable", kTypeBoolean}};
 constexpr SColumn kQueriesColumns[] = {{u"ObjectId", kTypeLong}, {u"Attribute", kTypeByte},
