@@ -42,6 +42,9 @@ bool COvFileSave::StartSave(CMainViewWindow& view, CDaoEngine& engine, const COv
   m_writer = std::make_unique<CAccessSaveRepairedFile>(engine);
   m_writer->SetOutputPath(m_outputPath);
   m_writer->SetData(manager.GetData());
+  // Nothing of the repair's last step is left to be taken for the save's.
+  CStatusProgress::Instance().SetText({});
+  CProgressStatus::Instance().SetPos(0);
   CSavingStatus::Instance().SetSaving(true);
   startTimer();
   // Another file may have been looked at since the repair.

@@ -22,6 +22,11 @@ CCellDialog::CCellDialog(std::u16string caption, std::u16string text)
 
 void CCellDialog::OnInitDialog() {
   SetText(m_caption);
+  // A window that can be sized shows an icon, and the system's own is nobody's.
+  Send(WM_SETICON, ICON_SMALL,
+       reinterpret_cast<LPARAM>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAINFRAME),
+                                           IMAGE_ICON, GetSystemMetrics(SM_CXSMICON),
+                                           GetSystemMetrics(SM_CYSMICON), LR_SHARED)));
   m_edit.Attach(GetDlgItem(m_window, IDC_CELL_TEXT));
   m_edit.Send(EM_SETLIMITTEXT, 0);
   SetWindowTextW(m_edit.GetHandle(), ToWide(ToEditText(m_text)).c_str());

@@ -273,8 +273,9 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   Send(WM_SETREDRAW, TRUE);
   Arrange();
   m_isPageNew = m_isPageNew || isNewPage;
-  if (page == EPageState::Repairing || page == EPageState::Saving)
-    SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
+  if (page != EPageState::Repairing && page != EPageState::Saving) return;
+  if (isNewPage) SetStatusLine({});
+  SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
 }
 
 void COrlinVexaFileScanView::UpdateTexts() {
@@ -533,10 +534,14 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
   if (timer == kFindTimer) return ContinueFind();
   if (timer != kWatchTimer) return;
   const bool isBusy = CPreviewThreadStatus::Instance().IsBusy();
-  m_progress.Refresh();
+  const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
+  if (isWorking) {
+    // The bar and what it is about, together.
+    m_progress.Refresh();
+    SetStatusLine(CStatusProgress::Instance().GetText());
+  }
   m_records.Refresh();
   UpdateRecordsLabel();
-  const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
   if (!isBusy && !isWorking) KillTimer(m_window, kWatchTimer);
 }
 
