@@ -13,6 +13,7 @@ Prints one line a story and keeps a picture of every page, at 96 and 192 DPI, in
 import argparse
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -447,10 +448,11 @@ def settings(desk):
     dialog = program.wait_for_dialog('Settings')
     expect(dialog.item(ID['IDC_SETTINGS_PREFIX']).text(), ' "', 'prefix kept')
     program.close_box(dialog, CANCEL)
-    program.command('ID_ABOUT')
-    dialog = program.wait_for_dialog('About Tolvane for Access')
-    desk.shoot('about', dialog)
-    program.close_box(dialog, CANCEL)
+    for command in ('ID_ABOUT', 'ID_HELP_GUIDE'):  # no guide lies beside this copy
+        program.command(command)
+        dialog = program.wait_for_dialog('About Tolvane for Access')
+        desk.shoot('about', dialog)
+        program.close_box(dialog, CANCEL)
     start_dialog(desk, program)
     program.close()
 
@@ -655,6 +657,8 @@ def main():
     stories = [story for story in stories if options.only in story[2]]
     if options.images:
         stories = [(96, guide_pictures, 'guide_pictures')]
+    # Whoever ends this script ends the display and the program with it.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     desk, failed = Desk(options), 0
     for dpi in sorted({story[0] for story in stories}):
         desk.open_session(dpi)

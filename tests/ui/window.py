@@ -9,7 +9,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 SCREEN = (2100, 1560)
-PATIENCE = 180  # seconds for anything to happen; the end of a hang, never a measure
+PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a measure
 
 WM_CLOSE, WM_SETTEXT, WM_KEYDOWN, WM_COMMAND = 0x10, 0x0C, 0x100, 0x111
 BM_CLICK, LB_GETCOUNT, LB_SETCURSEL, CB_GETCOUNT, CB_GETCURSEL = 0xF5, 0x18B, 0x186, 0x146, 0x147
