@@ -62,6 +62,11 @@ bool CRepairWorkflow::IsTemplateMode() const {
 }
 
 bool CRepairWorkflow::IsWorking() const {
+  // A worker that has just ended is told by the next timer message; until then its page is still at work.
+  return GetPage() == EPageState::Repairing || GetPage() == EPageState::Saving || AreWorkersBusy();
+}
+
+bool CRepairWorkflow::AreWorkersBusy() const {
   return CRepairThreadCounter::Instance().GetCount() != 0 || m_repairThread.IsWorking() || m_save.IsWorking();
 }
 
@@ -412,7 +417,7 @@ void CRepairWorkflow::WaitWhile(const std::function<bool()>& condition) {
 
 // The counter does not count saves; their thread itself is asked.
 void CRepairWorkflow::WaitForWorkers() {
-  WaitWhile([this] { return IsWorking(); });
+  WaitWhile([this] { return AreWorkersBusy(); });
   m_repairThread.Join();
   m_save.Join();
 }

@@ -80,6 +80,7 @@ class CRepairWorkflow {
   [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
 
  private:
+  [[nodiscard]] bool AreWorkersBusy() const;
   void SetPage(EPageState page);
   void ShowHint();
   void ShowSummary();
