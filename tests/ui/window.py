@@ -93,7 +93,7 @@ class Session:
                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding='utf-8')
 
     def _run(self, *command):
-        subprocess.run([wine(), *command], env=self.environment, check=True, timeout=PATIENCE,
+        subprocess.run([wine(), *command], env=self.environment, check=True, timeout=600,  # makes a new prefix, too
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def _set_up(self):
