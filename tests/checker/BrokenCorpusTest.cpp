@@ -97,7 +97,7 @@ const SBrokenReal kBroken[] = {
        const auto index = RelationIndex(f);
        const size_t page = f.Get(index.page, index.start + 17, 4);
        for (size_t at = 63; at + 52 < CChangedFile::kPageSize; at++)
-         if (f.Get(page, at, 4) == 0x783) f.At(page, at + 46) = static_cast<char>(0x88);
+         if (f.Get(page, at, 4) == 0x783) f.At(page, at + 46) = 0x88;
      },
      {"E13", "G6"}},
     {"RelationColumn",
