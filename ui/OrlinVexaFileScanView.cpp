@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <utility>
 
 #include "app/StartChoice.h"
@@ -13,109 +14,11 @@
 #include "platform/Wide_win.h"
 #include "ui/CellDialog.h"
 #include "ui/Resource.h"
+#include "ui/ViewControls.h"
 
 namespace tolvane {
 
 namespace {
-
-// Pages on which a control is shown, as bits.
-constexpr uint32_t On(EPageState page) {
-  return 1u << static_cast<uint32_t>(page);
-}
-constexpr uint32_t kChoicePages = On(EPageState::ModeSelection) | On(EPageState::FileSelected);
-constexpr uint32_t kWorkPages = On(EPageState::Repairing) | On(EPageState::Saving);
-constexpr uint32_t kReviewPage = On(EPageState::Repaired);
-constexpr uint32_t kDonePage = On(EPageState::Saved);
-constexpr uint32_t kAllPages = kChoicePages | kWorkPages | kReviewPage | kDonePage;
-
-enum class EWhen : uint8_t { Always, Template, Recent, Table, Overview };
-enum class EKind : uint8_t { Text, Button, DefaultButton, List, Own };
-enum class EFace : uint8_t { Message, Bold, Title, Log };
-
-// Every control of the view, in tab order.
-struct SControl {
-  UINT identifier;
-  uint32_t pages;
-  const wchar_t* text = L"";
-  EKind kind = EKind::Text;
-  EWhen when = EWhen::Always;
-  EFace face = EFace::Message;
-};
-
-constexpr SControl kControls[] = {
-    {IDC_TITLE, kAllPages, L"", EKind::Text, EWhen::Always, EFace::Title},
-    {IDC_HINT, kAllPages},
-    {IDC_STEP_CHOOSE, kAllPages, L"1. Choose  \x203A"},
-    {IDC_STEP_REPAIR, kAllPages, L"2. Repair  \x203A"},
-    {IDC_STEP_REVIEW, kAllPages, L"3. Review  \x203A"},
-    {IDC_STEP_SAVE, kAllPages, L"4. Save"},
-
-    {IDC_FILE_HEADING, kChoicePages, L"Damaged database", EKind::Text, EWhen::Always, EFace::Bold},
-    {IDC_FILE_LABEL, kChoicePages | kWorkPages},
-    {IDC_FILE, kChoicePages | kWorkPages, L"", EKind::Own},
-    {ID_CHOOSE_FILE, kChoicePages, L"&Choose...", EKind::Button},
-    {IDC_DROP_NOTE, kChoicePages,
-     L"You can also drop an .mdb or .accdb file anywhere on this window. The file is only read, never "
-     L"changed."},
-    {IDC_MODE_HEADING, kChoicePages, L"How to repair", EKind::Text, EWhen::Always, EFace::Bold},
-    {IDC_MODE_STANDARD, kChoicePages, L"", EKind::Own},
-    {IDC_MODE_STANDARD_TEXT, kChoicePages},
-    {IDC_MODE_TEMPLATE, kChoicePages, L"", EKind::Own},
-    {IDC_MODE_TEMPLATE_TEXT, kChoicePages},
-    {IDC_TEMPLATE_LABEL, kChoicePages, L"Template database :", EKind::Text, EWhen::Template},
-    {IDC_TEMPLATE_FILE, kChoicePages, L"", EKind::Own, EWhen::Template},
-    {ID_CHOOSE_TEMPLATE, kChoicePages, L"Choose te&mplate...", EKind::Button, EWhen::Template},
-    {IDC_RECENT_LABEL, kChoicePages, L"Rece&nt databases", EKind::Text, EWhen::Recent, EFace::Bold},
-    {IDC_RECENT_LIST, kChoicePages, L"", EKind::List, EWhen::Recent},
-
-    {IDC_STATUS_LINE, kWorkPages},
-    {IDC_PROGRESS, kWorkPages, L"", EKind::Own},
-
-    {IDC_TREE_LABEL, kReviewPage, L"What was f&ound"},
-    {IDC_TREE, kReviewPage, L"", EKind::Own},
-    {IDC_OUTPUT_LABEL, kDonePage, L"Repaired database :"},
-    {IDC_OUTPUT, kDonePage, L"", EKind::Own},
-    {IDC_SUMMARY_LABEL, kReviewPage | kDonePage, L"S&ummary"},
-    {IDC_SUMMARY, kReviewPage | kDonePage, L"", EKind::Own},
-    {IDC_FIND_LABEL, kReviewPage, L"F&ind:", EKind::Text, EWhen::Table},
-    {IDC_FIND, kReviewPage, L"", EKind::Own, EWhen::Table},
-    {ID_FIND_NEXT, kReviewPage, L"Find ne&xt", EKind::Button, EWhen::Table},
-    {IDC_RECORDS_LABEL, kReviewPage, L"Recor&ds", EKind::Text, EWhen::Table},
-    {IDC_RECORDS, kReviewPage, L"", EKind::Own, EWhen::Table},
-    {IDC_CELL_LABEL, kReviewPage, L"&Value", EKind::Text, EWhen::Table},
-    {IDC_CELL, kReviewPage, L"", EKind::Own, EWhen::Table},
-
-    {IDC_LOG_LABEL, kWorkPages | kReviewPage | kDonePage, L"&Log", EKind::Text, EWhen::Overview},
-    {IDC_LOG, kWorkPages | kReviewPage | kDonePage, L"", EKind::Own, EWhen::Overview, EFace::Log},
-    {ID_COPY_LOG, kWorkPages | kReviewPage | kDonePage, L"Cop&y log", EKind::Button, EWhen::Overview},
-    {ID_SAVE_LOG, kWorkPages | kReviewPage | kDonePage, L"Save lo&g...", EKind::Button, EWhen::Overview},
-
-    {ID_BACK, kAllPages & ~kWorkPages & ~On(EPageState::ModeSelection) & ~On(EPageState::FileSelected),
-     L"&Back", EKind::Button},
-    {ID_STOP, kWorkPages, L"&Stop", EKind::Button},
-    {ID_NEW_REPAIR, kDonePage, L"&Repair another...", EKind::Button},
-    {ID_NEXT, kChoicePages | kReviewPage, L"", EKind::DefaultButton},
-    {ID_OPEN_FOLDER, kDonePage, L"Open fol&der", EKind::DefaultButton},
-};
-
-struct SPageTexts {
-  const char16_t* title;
-  const char16_t* next;  // the button that goes on
-  UINT step;
-  const char16_t* hint;  // where the workflow has none
-};
-
-constexpr SPageTexts kPageTexts[] = {
-    {u"Repair a damaged Access database", u"&Repair...", IDC_STEP_CHOOSE, u""},
-    {u"Repair a damaged Access database", u"&Repair", IDC_STEP_CHOOSE, u""},
-    {u"Repairing the database", u"", IDC_STEP_REPAIR,
-     u"The damaged file is only read. You can stop at any time."},
-    {u"Recovered tables and records", u"&Save repaired database...", IDC_STEP_REVIEW,
-     u"Select a table to look at its records, then save everything as a new database."},
-    {u"Saving the repaired database", u"", IDC_STEP_SAVE,
-     u"What was recovered is written to a new database. The damaged file stays as it is."},
-    {u"Saving has finished", u"", IDC_STEP_SAVE, u""},
-};
 
 constexpr UINT_PTR kWatchTimer = 1;
 constexpr UINT kWatchPeriod = 150;
@@ -154,9 +57,9 @@ bool COrlinVexaFileScanView::Create(HWND frame) {
 
 bool COrlinVexaFileScanView::CreateControls() {
   const CRecordList::SActions actions{[this] { OnCellChanged(); }, [this] { ShowWholeCell(); }};
-  for (size_t i = 0; i < std::size(kControls); ++i) {
+  for (const SControl& control : GetViewControls()) {
     bool isCreated = true;
-    switch (kControls[i].identifier) {
+    switch (control.identifier) {
       case IDC_FILE:
         isCreated = m_file.Create(m_window, IDC_FILE, EEditForm::Line);
         break;
@@ -194,43 +97,12 @@ bool COrlinVexaFileScanView::CreateControls() {
         isCreated = m_records.Create(m_window, IDC_RECORDS, actions);
         break;
       default:
-        isCreated = CreateStandardControl(i);
+        isCreated = CreateStandardControl(m_window, control);
         break;
     }
     if (!isCreated) return false;
   }
   return true;
-}
-
-bool COrlinVexaFileScanView::CreateStandardControl(size_t index) {
-  const SControl& control = kControls[index];
-  const wchar_t* className = L"STATIC";
-  DWORD style = WS_CHILD;
-  DWORD exStyle = 0;
-  switch (control.kind) {
-    case EKind::Text:
-      // An ampersand of a path is no access key; those of labels are.
-      style |= control.text[0] == L'\0' ? SS_NOPREFIX : 0;
-      style |= control.identifier == IDC_HINT ? SS_LEFT : SS_LEFTNOWORDWRAP | SS_ENDELLIPSIS;
-      break;
-    case EKind::Button:
-    case EKind::DefaultButton:
-      className = L"BUTTON";
-      style |= WS_TABSTOP | (control.kind == EKind::Button ? BS_PUSHBUTTON : BS_DEFPUSHBUTTON);
-      break;
-    case EKind::List:
-      className = L"LISTBOX";
-      style |= WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT;
-      exStyle = WS_EX_CLIENTEDGE;
-      break;
-    case EKind::Own:
-      break;
-  }
-  // What follows the mode buttons is no part of their group.
-  if (control.identifier == IDC_TEMPLATE_LABEL) style |= WS_GROUP;
-  return CreateWindowExW(exStyle, className, control.text, style, 0, 0, 0, 0, m_window,
-                         reinterpret_cast<HMENU>(static_cast<UINT_PTR>(control.identifier)),
-                         GetModuleHandleW(nullptr), nullptr) != nullptr;
 }
 
 void COrlinVexaFileScanView::SetWorkflow(CRepairWorkflow& workflow) {
@@ -247,8 +119,8 @@ void COrlinVexaFileScanView::SetDpi(CDpi dpi) {
 }
 
 void COrlinVexaFileScanView::ApplyFonts() {
-  const UINT step = kPageTexts[static_cast<size_t>(m_state.page)].step;
-  for (const SControl& control : kControls) {
+  const UINT step = GetPageTexts(m_state.page).step;
+  for (const SControl& control : GetViewControls()) {
     const CFont* font = &m_fonts.message;
     if (control.face == EFace::Title) font = &m_fonts.title;
     if (control.face == EFace::Log) font = &m_fonts.log;
@@ -279,14 +151,15 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
 }
 
 void COrlinVexaFileScanView::UpdateTexts() {
-  const SPageTexts& texts = kPageTexts[static_cast<size_t>(m_state.page)];
+  const SPageTexts& texts = GetPageTexts(m_state.page);
   GetItem(IDC_TITLE).SetText(texts.title);
   GetItem(ID_NEXT).SetText(texts.next);
 }
 
 bool COrlinVexaFileScanView::IsShownHere(UINT identifier) const {
-  const auto* const control = std::ranges::find(kControls, identifier, &SControl::identifier);
-  if (control == std::end(kControls) || (control->pages & On(m_state.page)) == 0) return false;
+  const std::span<const SControl> controls = GetViewControls();
+  const auto control = std::ranges::find(controls, identifier, &SControl::identifier);
+  if (control == controls.end() || !control->IsOn(m_state.page)) return false;
   const bool isReview = m_state.page == EPageState::Repaired;
   switch (control->when) {
     case EWhen::Template:
@@ -304,7 +177,8 @@ bool COrlinVexaFileScanView::IsShownHere(UINT identifier) const {
 }
 
 void COrlinVexaFileScanView::UpdateVisibility() {
-  for (const SControl& control : kControls) GetItem(control.identifier).Show(IsShownHere(control.identifier));
+  for (const SControl& control : GetViewControls())
+    GetItem(control.identifier).Show(IsShownHere(control.identifier));
 }
 
 void COrlinVexaFileScanView::Arrange() {
@@ -387,7 +261,7 @@ void COrlinVexaFileScanView::SetTemplateFile(std::u16string_view path) {
 }
 
 void COrlinVexaFileScanView::SetHint(std::u16string_view text) {
-  GetItem(IDC_HINT).SetText(text.empty() ? kPageTexts[static_cast<size_t>(m_state.page)].hint : text);
+  GetItem(IDC_HINT).SetText(text.empty() ? GetPageTexts(m_state.page).hint : text);
 }
 
 void COrlinVexaFileScanView::SetStatusLine(std::u16string_view text) {
@@ -616,7 +490,7 @@ LRESULT COrlinVexaFileScanView::OnNotify(NMHDR* header) {
 LRESULT COrlinVexaFileScanView::OnControlColour(HDC context, HWND control) const {
   const auto identifier = static_cast<UINT>(GetDlgCtrlID(control));
   const bool isStep = identifier >= IDC_STEP_CHOOSE && identifier <= IDC_STEP_SAVE;
-  const bool isOther = isStep && identifier != kPageTexts[static_cast<size_t>(m_state.page)].step;
+  const bool isOther = isStep && identifier != GetPageTexts(m_state.page).step;
   SetTextColor(context, GetSysColor(isOther ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT));
   SetBkColor(context, GetSysColor(COLOR_WINDOW));
   return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));

@@ -68,7 +68,6 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   enum class EDrag : uint8_t { None, Tree, Lower };
 
   bool CreateControls();
-  bool CreateStandardControl(size_t index);
   void ApplyFonts();
   void UpdateVisibility();
   void UpdateTexts();
