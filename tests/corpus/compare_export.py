@@ -185,12 +185,7 @@ def main():
     options = corpus.arguments(__doc__)
     report = corpus.Report('export against independent readers')
     for path, short in corpus.databases(options):
-        try:
-            report.add(short, compare_file(options, path))
-        except corpus.Failure as failure:
-            verdict = corpus.Verdict()
-            verdict.error(str(failure))
-            report.add(short, verdict)
+        report.judge(short, lambda: compare_file(options, path))
     return report.end()
 
 

@@ -100,13 +100,8 @@ def main():
     with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
         for path, short in corpus.databases(options):
             output_path = os.path.join(folder, 'output' + os.path.splitext(path)[1])
-            try:
-                repaired.remove(output_path)
-                report.add(short, compare_file(options, path, output_path))
-            except corpus.Failure as failure:
-                verdict = corpus.Verdict()
-                verdict.error(str(failure))
-                report.add(short, verdict)
+            repaired.remove(output_path)
+            report.judge(short, lambda: compare_file(options, path, output_path))
     return report.end()
 
 

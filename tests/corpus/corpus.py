@@ -131,6 +131,15 @@ class Report:
             print('    ' + error)
         sys.stdout.flush()
 
+    def judge(self, name, compare):
+        """Adds the verdict that compare() answers; when it cannot, that is an error of the file."""
+        try:
+            verdict = compare()
+        except Failure as failure:
+            verdict = Verdict()
+            verdict.error(str(failure))
+        self.add(name, verdict)
+
     def end(self):
         if self.rules:
             print('\nDifferences that follow from the documented rules:')

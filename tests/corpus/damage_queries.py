@@ -146,12 +146,8 @@ def main():
                 continue
             source, before = Source(path), statements(options, path)
             for kind in KINDS:
-                try:
-                    verdict = check_kind(options, source, before, kind, folder, os.path.splitext(path)[1])
-                except corpus.Failure as failure:
-                    verdict = corpus.Verdict()
-                    verdict.error(str(failure))
-                report.add('%s: %s' % (os.path.basename(short), kind), verdict)
+                report.judge('%s: %s' % (os.path.basename(short), kind),
+                             lambda: check_kind(options, source, before, kind, folder, os.path.splitext(path)[1]))
     return report.end()
 
 

@@ -125,12 +125,7 @@ def main():
     report = corpus.Report('export, save, repair, export')
     with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
         for path, short in corpus.databases(options):
-            try:
-                report.add(short, compare_file(options, path, folder))
-            except corpus.Failure as failure:
-                verdict = corpus.Verdict()
-                verdict.error(str(failure))
-                report.add(short, verdict)
+            report.judge(short, lambda: compare_file(options, path, folder))
     return report.end()
 
 
