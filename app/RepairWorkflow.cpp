@@ -86,9 +86,11 @@ void CRepairWorkflow::ShowHint() {
     case EPageState::FileSelected:
       return m_view.SetHint(m_manager->GetCorruptedPath().empty() ? kChooseFileHint : kFileSelectedHint);
     case EPageState::Saved:
-      return m_view.SetHint(m_save.IsWorking() || m_save.GetProblem().empty()
+      if (m_save.IsWorking()) return m_view.SetHint(kSavedHint);
+      if (!m_save.GetProblem().empty()) return m_view.SetHint(u"The database could not be saved as a whole.");
+      return m_view.SetHint(m_save.GetSummary().tablesSaved > 0
                                 ? kSavedHint
-                                : u"The database could not be saved as a whole.");
+                                : u"The new database was saved without any table.");
     default:
       return m_view.SetHint({});
   }

@@ -64,6 +64,15 @@ TEST_F(Save, ACancelledDialogStartsNothing) {
   EXPECT_FALSE(IsSaving());
 }
 
+TEST_F(Save, WhatHoldsNoTableIsNoSuccess) {
+  WriteSource(Bytes(100));
+  Repair();
+  StartSave();
+  FinishSave();
+  EXPECT_EQ(workflow->GetPage(), EPageState::Saved);
+  EXPECT_EQ(window.hint.find("successfully"), std::string::npos) << window.hint;
+}
+
 TEST_F(Save, AFailureIsToldOnTheLastPage) {
   fakeEngine.log.refuse = [](const std::string& call) {
     return call.starts_with("create") ? CDaoResult{EDaoError::DiskFull, u"no room"} : CDaoResult::Ok();
