@@ -158,7 +158,8 @@ std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
       u"characters that Access 97 files do not hold were replaced by \"?\"");
   add(summary.columnsLost, u"column", u"columns");
   add(summary.indexesLost, u"index", u"indexes");
-  add(summary.indexesWeakened, u"index with all its properties", u"indexes with all their properties");
+  add(summary.indexesWeakened, u"index as it was; the remarks say why",
+      u"indexes as they were; the remarks say why");
   add(summary.queriesLost, u"query", u"queries");
   add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
       u"queries of kinds that cannot be rebuilt");

@@ -27,7 +27,7 @@ struct SSaveSummary {
   uint64_t charactersReplaced = 0;  // of texts, where the new database's code page does not hold them
   uint64_t columnsLost = 0;         // columns for which no field could be created
   uint64_t indexesLost = 0;         // indexes that could not be created
-  uint64_t indexesWeakened = 0;     // no longer unique, required or there, because the rows do not allow it
+  uint64_t indexesWeakened = 0;     // no longer unique, required or there; the notes say why
   uint64_t queriesSaved = 0;
   uint64_t queriesLost = 0;     // saved queries that the new database refused
   uint64_t queriesSkipped = 0;  // saved queries of a kind for which no SQL text can be rebuilt
