@@ -66,7 +66,7 @@ class CodePage : public CEngineTest {
 TEST_F(CodePage, CyrillicTextIsReplacedAndCountedOrKeptInTheNewerFormat) {
   const CTempFile source(MakeCyrillic());
   const auto data = Recover(source.GetPath());
-  ASSERT_NE(FindTable(*data, u"\u041B\u044E\u0434\u0438"), nullptr);
+  ASSERT_NE(TableNamed(*data, u"\u041B\u044E\u0434\u0438"), nullptr);
   SSaveSummary summary;
   EXPECT_EQ(SaveAndReadBack(*data, false, summary),
             (std::vector<std::string>{"Table", "\u6946\u6C65d", "????? 1"}));

@@ -53,7 +53,7 @@ inline Bytes SmallRow(const SJetLayout& layout, uint32_t id, std::u16string_view
   return MakeRow(SmallTable(), layout, {Little(id, 4), StoredText(name, layout)});
 }
 
-inline const CAccessTable* FindTable(const CAccessData& data, std::u16string_view name) {
+inline const CAccessTable* TableNamed(const CAccessData& data, std::u16string_view name) {
   const auto& tables = data.GetTables();
   const auto found =
       std::find_if(tables.begin(), tables.end(), [&](const auto& t) { return t->name == name; });

@@ -42,7 +42,7 @@ TEST_P(Repair, SoundFileComesBackWhole) {
   EXPECT_EQ(data->source.pageCount, file.GetPageCount());
   ASSERT_EQ(data->GetTables().GetCount(), 2u);
   EXPECT_EQ(data->GetTables().GetAt(0)->name, u"MSysObjects");
-  const CAccessTable* const people = FindTable(*data, u"People");
+  const CAccessTable* const people = TableNamed(*data, u"People");
   ASSERT_NE(people, nullptr);
   EXPECT_EQ(people->header.rowCount, 2u);
   EXPECT_EQ(people->columns.GetCount(), 2u);
@@ -88,14 +88,14 @@ TEST_P(Repair, WhatIsLostIsCounted) {
   EXPECT_EQ(ledger.GetCount(EDamage::MissingRows), 2u);
   ASSERT_EQ(ledger.GetCount(EDamage::UnnamedTable), 1u);
   EXPECT_EQ(ledger.GetPlaces(EDamage::UnnamedTable)[0].page, unnamed);
-  EXPECT_NE(FindTable(*data, u"RecoveredTable###0"), nullptr);
+  EXPECT_NE(TableNamed(*data, u"RecoveredTable###0"), nullptr);
 }
 
 TEST_P(Repair, CatalogueDefinitionIsNotNeeded) {
   file.Page(kCataloguePage).Fill(0);
   const CAccessData* const data = Run();
   ASSERT_NE(data, nullptr);
-  EXPECT_NE(FindTable(*data, u"People"), nullptr);
+  EXPECT_NE(TableNamed(*data, u"People"), nullptr);
 }
 
 // The template gives the columns, the damaged file the rows; its row counts promise nothing.
@@ -107,7 +107,7 @@ TEST_P(Repair, TemplateGivesTheDefinitions) {
   const CTempFile damaged(file.Build());
   repair.Repair(damaged.GetPath(), u"", healthy.GetPath());
   ASSERT_NE(repair.GetData(), nullptr);
-  const CAccessTable* const people = FindTable(*repair.GetData(), u"People");
+  const CAccessTable* const people = TableNamed(*repair.GetData(), u"People");
   ASSERT_NE(people, nullptr);
   EXPECT_EQ(people->columns.GetCount(), 2u);
   EXPECT_EQ(people->header.rowCount, 1u);
