@@ -12,64 +12,31 @@ namespace {
 
 constexpr int kSmallTables = 90;  // with their long names: an index tree of two levels in the catalogue
 
-class CBytes : public CDaoByteSource {
- public:
-  explicit CBytes(size_t length) : m_length(length) {}
-  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
-    bytesRead = std::min(buffer.size(), m_length - m_position);
-    for (size_t i = 0; i < bytesRead; i++) buffer[i] = static_cast<uint8_t>((m_position + i) * 31);
-    m_position += bytesRead;
-    return true;
-  }
-  [[nodiscard]] uint64_t GetLength() const override { return m_length; }
-
- private:
-  size_t m_length, m_position = 0;
+struct SField {
+  std::u16string_view name;
+  int16_t type;
+  int32_t size, attributes;
 };
 
 void Expect(const CDaoResult& result) {
   ASSERT_TRUE(result.IsOk()) << ToUtf8(result.text);
 }
 
-// Plain values: numbers from 1 up, texts of 10 to 19 characters.
-void AddPlainTable(CDaoDatabase& database) {
+void AddTable(CDaoDatabase& database, const std::u16string& name, const std::vector<SField>& fields,
+              const std::vector<std::vector<std::u16string>>& rows) {
   std::unique_ptr<CDaoTableDef> table;
-  Expect(database.CreateTableDef(u"Plain", 0, u"", u"", table));
-  Expect(table->CreateField(u"PlainId", kDaoLong, 4, kDaoAutoIncrement | kDaoFixedField));
-  Expect(table->CreateField(u"PlainText", kDaoText, 20, kDaoVariableField));
-  Expect(table->CreateField(u"PlainFlag", kDaoBoolean, 1, kDaoFixedField));
-  Expect(table->CreateField(u"PlainDate", kDaoDate, 8, kDaoFixedField));
+  Expect(database.CreateTableDef(name, 0, u"", u"", table));
+  for (const SField& field : fields)
+    Expect(table->CreateField(field.name, field.type, field.size, field.attributes));
   Expect(table->Append());
-  std::unique_ptr<CDaoRecordset> rows;
-  Expect(database.OpenRecordset(u"SELECT * FROM [Plain]", rows));
-  for (int i = 1; i <= 200; i++) {
-    Expect(rows->AddNew());
-    Expect(rows->SetFieldValue(0, ToDecimal(i)));
-    Expect(rows->SetFieldValue(1, u"PlainValue" + std::u16string(static_cast<size_t>(i % 10), u'x')));
-    Expect(rows->SetFieldValue(2, i % 2 == 0 ? u"Yes" : u"No"));
-    Expect(rows->SetFieldValue(3, u"2001-02-03 04:05:06"));
-    Expect(rows->Update());
+  std::unique_ptr<CDaoRecordset> records;
+  Expect(database.OpenRecordset(u"SELECT * FROM [" + name + u"]", records));
+  for (const std::vector<std::u16string>& row : rows) {
+    Expect(records->AddNew());
+    for (size_t i = 0; i < row.size(); i++) Expect(records->SetFieldValue(i, row[i]));
+    Expect(records->Update());
   }
-  Expect(rows->Close());
-}
-
-// One long value of each kind: in the row, in one row of a page, in a chain.
-void AddLongTable(CDaoDatabase& database) {
-  std::unique_ptr<CDaoTableDef> table;
-  Expect(database.CreateTableDef(u"Long", 0, u"", u"", table));
-  Expect(table->CreateField(u"LongMemo", kDaoMemo, 0, kDaoVariableField));
-  Expect(table->CreateField(u"LongBytes", kDaoLongBinary, 0, kDaoVariableField));
-  Expect(table->Append());
-  std::unique_ptr<CDaoRecordset> rows;
-  Expect(database.OpenRecordset(u"SELECT * FROM [Long]", rows));
-  for (const size_t length : {size_t{20}, size_t{300}, size_t{9000}}) {
-    Expect(rows->AddNew());
-    Expect(rows->SetFieldValue(0, std::u16string(length, u'm')));
-    CBytes bytes(length + 1);
-    Expect(rows->SetFieldValue(1, bytes));
-    Expect(rows->Update());
-  }
-  Expect(rows->Close());
+  Expect(records->Close());
 }
 
 std::vector<uint8_t> MakeSoundBytes() {
@@ -78,15 +45,27 @@ std::vector<uint8_t> MakeSoundBytes() {
   const auto engine = MakeEmbeddedEngine();
   std::unique_ptr<CDaoDatabase> database;
   Expect(engine->CreateDatabase(path, u";LANGID=0x0409;CP=1252;COUNTRY=0", kDaoVersionJet4, database));
-  AddPlainTable(*database);
-  AddLongTable(*database);
-  for (int i = 0; i < kSmallTables; i++) {
-    std::unique_ptr<CDaoTableDef> table;
-    Expect(database->CreateTableDef(u"SmallTableWithANameThatIsLongEnoughForTwoLeaves" + ToDecimal(100 + i),
-                                    0, u"", u"", table));
-    Expect(table->CreateField(u"Number", kDaoLong, 4, kDaoFixedField));
-    Expect(table->Append());
-  }
+  // Texts of 10 to 19 characters.
+  std::vector<std::vector<std::u16string>> plain;
+  for (size_t i = 1; i <= 200; i++)
+    plain.push_back({ToDecimal(i), u"PlainValue" + std::u16string(i % 10, u'x'), i % 2 == 0 ? u"Yes" : u"No",
+                     u"2001-02-03 04:05:06"});
+  AddTable(*database, u"Plain",
+           {{u"PlainId", kDaoLong, 4, kDaoAutoIncrement | kDaoFixedField},
+            {u"PlainText", kDaoText, 20, kDaoVariableField},
+            {u"PlainFlag", kDaoBoolean, 1, kDaoFixedField},
+            {u"PlainDate", kDaoDate, 8, kDaoFixedField}},
+           plain);
+  // One long value of each kind: in the row, in one row of a page, in a chain.
+  std::vector<std::vector<std::u16string>> values;
+  for (const size_t length : {20, 300, 9000})
+    values.push_back({std::u16string(length, u'm'), std::u16string(length + 1, u'n')});
+  AddTable(*database, u"Long",
+           {{u"LongMemo", kDaoMemo, 0, kDaoVariableField}, {u"LongNote", kDaoMemo, 0, kDaoVariableField}},
+           values);
+  for (int i = 0; i < kSmallTables; i++)
+    AddTable(*database, u"SmallTableWithANameThatIsLongEnoughForTwoLeaves" + ToDecimal(100 + i),
+             {{u"Number", kDaoLong, 4, kDaoFixedField}}, {});
   std::unique_ptr<CDaoQueryDef> query;
   Expect(database->CreateQueryDef(u"PlainQuery", u"SELECT PlainId, PlainText FROM Plain WHERE PlainId > 3",
                                   query));
@@ -168,19 +147,11 @@ std::vector<SCorpusFile> CorpusFiles() {
 }
 
 void WriteFileBytes(const std::u16string& path, std::span<const uint8_t> bytes) {
-  CFileCust file;
-  EXPECT_TRUE(file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways));
-  file.Write(bytes);
-  file.Close();
+  WriteText(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 std::vector<uint8_t> ReadFileBytes(const std::u16string& path) {
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) return {};
-  std::vector<uint8_t> bytes(file.GetLength());
-  CErrorHandler handler;
-  bytes.resize(file.Read(bytes, handler));
-  return bytes;
+  return BytesOf(ReadText(path));
 }
 
 }  // namespace tolvane::test
