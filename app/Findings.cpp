@@ -9,8 +9,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kSystemPrefix = u"MSys";
-
 std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place) {
   std::u16string text;
   const auto add = [&text](const std::u16string& part) { text += (text.empty() ? u"" : u", ") + part; };
@@ -37,10 +35,6 @@ std::u16string FormatPlaces(const CAccessData& data, EDamage kind, size_t places
 }
 
 }  // namespace
-
-bool IsSystemTable(const CAccessTable& table) {
-  return table.name.starts_with(kSystemPrefix);
-}
 
 bool HasContent(const CAccessTable& table) {
   return !table.name.empty() && table.columns.GetCount() > 0;
@@ -78,6 +72,8 @@ const std::vector<SDamageWords>& GetDamageWords() {
       {EDamage::LostTable, "lostTable", "table in the catalogue whose definition is gone",
        "tables in the catalogue whose definitions are gone"},
       {EDamage::UnnamedTable, "unnamedTable", "table whose name is lost", "tables whose names are lost"},
+      {EDamage::MistakableTable, "mistakableTable", "table not saved, as system tables stand on its page",
+       "tables not saved, as system tables stand on their pages"},
       {EDamage::RejectedRow, "rejectedRow", "row that cannot be true", "rows that cannot be true"},
       {EDamage::BrokenOverflow, "brokenOverflow", "moved row that is not where it should be",
        "moved rows that are not where they should be"},

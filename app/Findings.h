@@ -13,8 +13,6 @@
 
 namespace tolvane {
 
-// Tables of the database engine itself; they are never saved.
-bool IsSystemTable(const CAccessTable& table);
 // A table that can be saved and shown.
 bool HasContent(const CAccessTable& table);
 // "Access 2000-2003 (Jet 4)", in ASCII.

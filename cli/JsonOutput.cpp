@@ -81,7 +81,7 @@ Json DescribeTable(const CAccessTable& table, uint32_t pageSize) {
   for (const CAccessColumn& column : table.columns) columns.push_back(DescribeColumn(column));
   Json indexes = Json::array();
   for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index));
-  return {{"name", ToUtf8(table.name)},       {"isNameLost", table.isNameGenerated},
+  return {{"name", ToUtf8(table.name)},       {"isNameLost", table.nameSource == ENameSource::Generated},
           {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(pageSize)},
           {"rows", table.header.rowCount},    {"promisedRows", table.promisedRows},
           {"columns", std::move(columns)},    {"indexes", std::move(indexes)}};

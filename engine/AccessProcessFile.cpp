@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 #include "app/status/Status.h"
 #include "engine/AccessVersionHandler.h"
@@ -33,6 +34,15 @@ void TakeCodePageOfColumns(CAccessData& data) {
   const auto most = std::max_element(votes.begin(), votes.end(),
                                      [](const auto& a, const auto& b) { return a.second < b.second; });
   if (most != votes.end()) data.source.codePage = most->first;
+}
+
+// A user's table may stand where a system table usually does, and goes by its name while the catalogue is
+// lost.
+std::optional<EDamage> DoubtOfName(const CAccessTable& table) {
+  if (table.nameSource == ENameSource::Generated) return EDamage::UnnamedTable;
+  const bool isUsers = table.header.tableType == kUserTable && table.header.rowCount > 0;
+  if (table.nameSource == ENameSource::Place && isUsers) return EDamage::MistakableTable;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -101,8 +111,9 @@ void CAccessPageParser::ParseTableNames(CAccessData& data) {
   if (reader.Open(m_scanPath)) freePages.Load(reader, m_layout);
   for (const auto& table : data.GetTables()) {
     const uint32_t page = table->GetPage(m_layout.pageSize);
-    if (!table->isNameGenerated || freePages.IsFree(page)) continue;
-    data.GetLedger().Add(EDamage::UnnamedTable,
+    const std::optional<EDamage> doubt = DoubtOfName(*table);
+    if (!doubt || freePages.IsFree(page)) continue;
+    data.GetLedger().Add(*doubt,
                          {.page = page, .definition = table->GetDefinitionOffset(), .row = -1, .amount = 1});
   }
 }

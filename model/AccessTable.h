@@ -46,6 +46,9 @@ class CAccessDataPageOffsetList {
   std::vector<uint64_t> m_offsets;
 };
 
+// Where a table's name comes from: the catalogue, a system table's usual page, or a counter.
+enum class ENameSource : uint8_t { Catalogue, Place, Generated };
+
 class CAccessTable {
  public:
   explicit CAccessTable(uint64_t definitionOffset);
@@ -68,12 +71,18 @@ class CAccessTable {
   CAccessDataPageOffsetList dataPages;
   // The row count that the definition held, before header.rowCount was replaced.
   uint32_t promisedRows = 0;
-  bool isNameGenerated = false;  // "RecoveredTable###..."
+  ENameSource nameSource = ENameSource::Catalogue;
 
  private:
   uint64_t m_definitionOffset;
   std::u16string m_keyText;
 };
+
+// The database engine's own tables, told by their names; they are never saved.
+inline constexpr std::u16string_view kSystemTablePrefix = u"MSys";
+inline bool IsSystemTable(const CAccessTable& table) {
+  return table.name.starts_with(kSystemTablePrefix);
+}
 
 // In the order in which the definitions were found, with an index by definition offset beside it.
 class CAccessTableList {

@@ -67,7 +67,7 @@ std::optional<uint32_t> PageOfText(std::u16string_view text) {
 void NameTable(CAccessTable& table, std::u16string_view name) {
   table.name = name;
   table.keepFlag = 1;
-  table.isNameGenerated = false;
+  table.nameSource = ENameSource::Catalogue;
 }
 
 std::u16string_view SystemTableName(uint64_t key, bool isJet4Pages) {
@@ -229,9 +229,9 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
     if (!IsRepairRunning()) return;
     if (!table->name.empty()) continue;
     table->name = SystemTableName(table->GetDefinitionOffset(), isJet4Pages);
+    table->nameSource = table->name.empty() ? ENameSource::Generated : ENameSource::Place;
     if (!table->name.empty()) continue;
     table->name = u"RecoveredTable###" + ToDecimal(counter++);
-    table->isNameGenerated = true;
   }
 }
 

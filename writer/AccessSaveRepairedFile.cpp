@@ -18,15 +18,10 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
-constexpr std::u16string_view kSystemPrefix = u"MSys";
 constexpr std::u16string_view kRelationships = u"MSysRelationships";
 
 bool IsSaving() {
   return CSavingStatus::Instance().IsSaving();
-}
-
-bool IsSystemTable(const CAccessTable& table) {
-  return table.name.starts_with(kSystemPrefix);
 }
 
 bool IsSaved(const CAccessTable& table) {

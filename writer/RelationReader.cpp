@@ -18,7 +18,6 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kRelationsTable = u"MSysRelationships";
-constexpr std::u16string_view kSystemPrefix = u"MSys";
 // An index has no more columns, and without one nothing can be enforced.
 constexpr size_t kMostPairs = 10;
 constexpr int32_t kKnownAttributes = kDaoRelationUnique | kDaoRelationDontEnforce | kDaoRelationInherited |
@@ -122,7 +121,7 @@ const CAccessTable* FindRelationsTable(const CAccessData& data) {
 }
 
 bool SRecoveredRelation::IsSystem() const {
-  return table.starts_with(kSystemPrefix) && referencedTable.starts_with(kSystemPrefix);
+  return table.starts_with(kSystemTablePrefix) && referencedTable.starts_with(kSystemTablePrefix);
 }
 
 bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations) {
