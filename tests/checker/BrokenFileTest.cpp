@@ -18,33 +18,33 @@ using Change = std::function<void(CChangedFile&)>;
 
 // --- changes, each at an offset from a place ---
 
-Change Edit(Place place, std::function<void(CChangedFile&, SRow)> edit) {
+Change Edit(const Place& place, const std::function<void(CChangedFile&, SRow)>& edit) {
   return [=](CChangedFile& f) { edit(f, place(f)); };
 }
-Change Set(Place place, size_t offset, size_t width, uint32_t value) {
+Change Set(const Place& place, size_t offset, size_t width, uint32_t value) {
   return Edit(place, [=](auto& f, SRow at) { f.Put(at.page, at.start + offset, width, value); });
 }
-Change Raise(Place place, size_t offset) {
+Change Raise(const Place& place, size_t offset) {
   return Edit(place, [=](auto& f, SRow at) { f.At(at.page, at.start + offset)++; });
 }
-Change Flip(Place place, size_t offset, uint8_t bits) {
+Change Flip(const Place& place, size_t offset, uint8_t bits) {
   return Edit(place, [=](auto& f, SRow at) { f.At(at.page, at.start + offset) ^= bits; });
 }
-Change Write(Place place, size_t offset, const std::string& bytes) {
+Change Write(const Place& place, size_t offset, const std::string& bytes) {
   return Edit(place, [=](auto& f, SRow at) { std::ranges::copy(bytes, &f.At(at.page, at.start + offset)); });
 }
-Change Swap(Place place, size_t offset, size_t other, size_t length) {
+Change Swap(const Place& place, size_t offset, size_t other, size_t length) {
   return Edit(place, [=](auto& f, SRow at) {
     uint8_t* const bytes = &f.At(at.page, at.start);
     std::swap_ranges(bytes + offset, bytes + offset + length, bytes + other);
   });
 }
-Change Copy(Place place, size_t to, size_t from) {
+Change Copy(const Place& place, size_t to, size_t from) {
   return Edit(
       place, [=](auto& f, SRow at) { f.Put(at.page, at.start + to, 4, f.Get(at.page, at.start + from, 4)); });
 }
 // The bit of `page` in a usage map.
-Change FlipMapBit(Place map, Place page) {
+Change FlipMapBit(const Place& map, const Place& page) {
   return [=](CChangedFile& f) {
     const size_t bit = page(f).page;
     Flip(map, 5 + bit / 8, static_cast<uint8_t>(1u << bit % 8))(f);
@@ -57,23 +57,23 @@ Place Page(size_t page) {
   return [=](const CChangedFile&) { return SRow{page, 0}; };
 }
 // Where a page number stands, the page itself.
-Place PageAt(Place place, size_t offset, size_t width) {
+Place PageAt(const Place& place, size_t offset, size_t width) {
   return [=](const CChangedFile& f) { return SRow{f.Get(place(f).page, place(f).start + offset, width), 0}; };
 }
 // Where a row pointer stands, the row itself.
-Place Follow(Place place, size_t offset) {
+Place Follow(const Place& place, size_t offset) {
   return [=](const CChangedFile& f) { return f.Follow(place(f).page, place(f).start + offset); };
 }
-Place RowOf(Place page, size_t row) {
+Place RowOf(const Place& page, size_t row) {
   return [=](const CChangedFile& f) { return SRow{page(f).page, f.StartOfRow(page(f).page, row)}; };
 }
-Place RowsOf(Place definition) {
+Place RowsOf(const Place& definition) {
   return [=](const CChangedFile& f) {
     return SRow{f.FindPage(1, static_cast<uint32_t>(definition(f).page)), 0};
   };
 }
 // The first such bytes behind a place.
-Place Find(Place from, const std::string& bytes) {
+Place Find(const Place& from, const std::string& bytes) {
   return [=](const CChangedFile& f) {
     return SRow{from(f).page, f.Find(from(f).page, bytes, from(f).start)};
   };
