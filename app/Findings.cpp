@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "platform/Text.h"
+#include "writer/SafeName.h"
 
 namespace tolvane {
 
@@ -38,6 +39,13 @@ std::u16string FormatPlaces(const CAccessData& data, EDamage kind, size_t places
 
 bool HasContent(const CAccessTable& table) {
   return !table.name.empty() && table.columns.GetCount() > 0;
+}
+
+std::u16string SpelledName(const CAccessColumn& column, const SSourceFacts& source) {
+  if (column.storedNameBytes != 0)
+    if (auto name = UnfoldName(column.GetName(), column.storedNameBytes, source.codePage); !name.empty())
+      return name;
+  return std::u16string(column.GetName());
 }
 
 std::string FormatName(const SSourceFacts& facts) {
@@ -132,7 +140,7 @@ std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown) {
   for (const SColumnPlace& place : FindUnknownColumns(data))
     found.push_back({place.table->header.rowCount,
                      u"values of the unknown type " + ToDecimal(place.column->type) + u": table " +
-                         place.table->name + u", column " + std::u16string(place.column->GetName()),
+                         place.table->name + u", column " + SpelledName(*place.column, data.source),
                      {}});
   return found;
 }

@@ -29,19 +29,19 @@ const char* NameOf(EExitStatus status) {
   return "";
 }
 
-Json DescribeColumn(const CAccessColumn& column) {
-  return {{"name", ToUtf8(column.GetName())},
+Json DescribeColumn(const CAccessColumn& column, const SSourceFacts& source) {
+  return {{"name", ToUtf8(SpelledName(column, source))},
           {"type", TypeName(column)},
           {"typeCode", column.type},
           {"size", column.length},
           {"number", column.number}};
 }
 
-Json DescribeIndex(const CAccessTable& table, const CAccessTableIndex& index) {
+Json DescribeIndex(const CAccessTable& table, const CAccessTableIndex& index, const SSourceFacts& source) {
   Json columns = Json::array();
   for (size_t i = 0; i < index.columnCount; ++i) {
     const CAccessColumn* column = table.columns.FindByNumber(index.columns[i].columnNumber);
-    columns.push_back({{"name", column ? ToUtf8(column->GetName()) : std::string()},
+    columns.push_back({{"name", column ? ToUtf8(SpelledName(*column, source)) : std::string()},
                        {"descending", !index.columns[i].isAscending}});
   }
   return {{"name", ToUtf8(index.name)},
@@ -76,13 +76,13 @@ Json DescribeSource(const CAccessData& data, const SArguments& arguments) {
   return source;
 }
 
-Json DescribeTable(const CAccessTable& table, uint32_t pageSize) {
+Json DescribeTable(const CAccessTable& table, const SSourceFacts& source) {
   Json columns = Json::array();
-  for (const CAccessColumn& column : table.columns) columns.push_back(DescribeColumn(column));
+  for (const CAccessColumn& column : table.columns) columns.push_back(DescribeColumn(column, source));
   Json indexes = Json::array();
-  for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index));
+  for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index, source));
   return {{"name", ToUtf8(table.name)},       {"isNameLost", table.nameSource == ENameSource::Generated},
-          {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(pageSize)},
+          {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(source.pageSize)},
           {"rows", table.header.rowCount},    {"promisedRows", table.promisedRows},
           {"columns", std::move(columns)},    {"indexes", std::move(indexes)}};
 }
@@ -136,7 +136,7 @@ Json DescribeDamage(const CAccessData& data) {
   for (const SColumnPlace& place : unknown) {
     count += place.table->header.rowCount;
     places.push_back({{"table", ToUtf8(place.table->name)},
-                      {"column", ToUtf8(place.column->GetName())},
+                      {"column", ToUtf8(SpelledName(*place.column, data.source))},
                       {"typeCode", place.column->type},
                       {"amount", place.table->header.rowCount}});
   }

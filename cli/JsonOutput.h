@@ -23,7 +23,7 @@ Json MakeResult(const SArguments& arguments, EExitStatus status);
 Json MakeFailure(const SArguments& arguments, const SFailure& failure);
 
 Json DescribeSource(const CAccessData& data, const SArguments& arguments);
-Json DescribeTable(const CAccessTable& table, uint32_t pageSize);
+Json DescribeTable(const CAccessTable& table, const SSourceFacts& source);
 Json DescribeRelation(const SRecoveredRelation& relation);
 Json DescribeDamage(const CAccessData& data);
 Json DescribeSaving(const SSaveSummary& summary);

@@ -21,7 +21,7 @@ class CFirstRows : public CPreviewList {
  public:
   explicit CFirstRows(uint64_t maximum) : m_maximum(maximum) {}
 
-  void InsertColumn(size_t, std::u16string_view heading, int32_t) override { headings.emplace_back(heading); }
+  void InsertColumn(size_t, std::u16string_view, int32_t) override { ++columnCount; }
   [[nodiscard]] size_t GetItemCount() const override { return rows.size(); }
   void InsertItem(size_t) override {
     if (rows.size() >= m_maximum) {
@@ -29,13 +29,13 @@ class CFirstRows : public CPreviewList {
       CPreviewThreadStatus::Instance().SetAbort(1);
       return;
     }
-    rows.emplace_back(headings.size());
+    rows.emplace_back(columnCount);
   }
   void SetItemText(size_t item, size_t column, std::u16string_view text) override {
-    if (!m_isFull && item < rows.size() && column < headings.size()) rows[item][column] = text;
+    if (!m_isFull && item < rows.size() && column < columnCount) rows[item][column] = text;
   }
 
-  std::vector<std::u16string> headings;
+  size_t columnCount = 0;
   std::vector<std::vector<std::u16string>> rows;
 
  private:
@@ -47,11 +47,13 @@ bool IsNumber(const CAccessColumn& column) {
   return (column.type >= kTypeByte && column.type <= kTypeDouble) || column.type == kTypeDecimal;
 }
 
-std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const SPageStyle& style) {
+std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const SSourceFacts& source,
+                     const SPageStyle& style) {
   CTextTable drawn;
-  for (size_t i = 0; i < shown.headings.size(); ++i)
-    drawn.AddColumn(ToDisplay(shown.headings[i]),
-                    IsNumber(*table.columns.GetAt(i)) ? EAlign::Right : EAlign::Left);
+  for (size_t i = 0; i < shown.columnCount; ++i) {
+    const CAccessColumn& column = *table.columns.GetAt(i);
+    drawn.AddColumn(ToDisplay(SpelledName(column, source)), IsNumber(column) ? EAlign::Right : EAlign::Left);
+  }
   for (const auto& row : shown.rows) {
     std::vector<std::string> cells;
     cells.reserve(row.size());
@@ -96,13 +98,13 @@ SCommandEnd RunPreview(CSession& session) {
 
   const EExitStatus status = DecideStatus(data, nullptr);
   if (!arguments.isJson) {
-    if (auto failure = Print(DrawRows(shown, *table, OutputStyle()))) return *failure;
+    if (auto failure = Print(DrawRows(shown, *table, data.source, OutputStyle()))) return *failure;
     MentionDamage(session);
     return status;
   }
   Json result = MakeResult(arguments, status);
   result["source"] = DescribeSource(data, arguments);
-  result["table"] = DescribeTable(*table, data.source.pageSize);
+  result["table"] = DescribeTable(*table, data.source);
   result["rows"] = DescribeRows(shown);
   result["damage"] = DescribeDamage(data);
   if (!PrintJson(result)) return OutputLost();

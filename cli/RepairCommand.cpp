@@ -80,7 +80,7 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   result["tables"] = Json::array();
   for (const auto& table : data.GetTables())
     if (HasContent(*table) && (arguments.withSystemTables || !IsSystemTable(*table)))
-      result["tables"].push_back(DescribeTable(*table, data.source.pageSize));
+      result["tables"].push_back(DescribeTable(*table, data.source));
   result["damage"] = DescribeDamage(data);
   if (saved) result["saving"] = DescribeSaving(*saved);
   PrintJson(result);

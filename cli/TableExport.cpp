@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "app/Findings.h"
 #include "cli/ByteText.h"
 #include "cli/Interrupt.h"
 #include "cli/SafeFileName.h"
@@ -29,7 +30,7 @@ uint64_t CTableExport::GetLostRows() const {
 EExportEnd CTableExport::Write(CExportSink& sink) {
   const std::unique_ptr<CRowFormat> format = MakeRowFormat(m_arguments.format, sink);
   std::vector<std::u16string> cells;
-  for (const CAccessColumn& column : m_table.columns) cells.emplace_back(column.GetName());
+  for (const CAccessColumn& column : m_table.columns) cells.push_back(SpelledName(column, m_source));
   format->WriteHeader(cells);
   CTableRowReader reader(m_table);
   if (reader.Open()) {
@@ -89,7 +90,7 @@ void CTableExport::WriteObject(size_t column, const std::u16string& path, CRowFo
 // False when the bytes cannot be read; a copy that cannot be written is a problem of the whole export.
 bool CTableExport::CopyObject(size_t column, CFileCust& file, std::u16string& shownAs) {
   const std::u16string name = ToDecimal(m_rows) + u"_" +
-                              MakeSafeFileName(m_table.columns.GetAt(column)->GetName()) + u"_" +
+                              MakeSafeFileName(SpelledName(*m_table.columns.GetAt(column), m_source)) + u"_" +
                               ToDecimal(column + 1) + u".bin";
   if (GetFileKind(m_oleFolder) == EFileKind::Missing) CreateFolder(m_oleFolder);
   const std::u16string path = m_oleFolder + kPathSeparator + name;

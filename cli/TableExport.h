@@ -24,7 +24,10 @@ enum class EExportEnd : uint8_t {
 class CTableExport {
  public:
   CTableExport(const CAccessData& data, const CAccessTable& table, const SArguments& arguments)
-      : m_table(table), m_arguments(arguments), m_texts(table, &data.GetTables(), data.source.pageSize) {}
+      : m_source(data.source),
+        m_table(table),
+        m_arguments(arguments),
+        m_texts(table, &data.GetTables(), data.source.pageSize) {}
 
   // For --ole files: the folder of this table's object files, created with the first one, and how the rows
   // name it.
@@ -42,6 +45,7 @@ class CTableExport {
   void WriteObject(size_t column, const std::u16string& path, CRowFormat& format);
   bool CopyObject(size_t column, CFileCust& file, std::u16string& shownAs);
 
+  const SSourceFacts& m_source;
   const CAccessTable& m_table;
   const SArguments& m_arguments;
   CPreviewText m_texts;

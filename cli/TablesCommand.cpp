@@ -21,11 +21,11 @@ std::string DescribeSize(const CAccessColumn& column) {
   return hasSize ? std::to_string(column.length) : std::string();
 }
 
-std::string DrawIndex(const CAccessTable& table, const CAccessTableIndex& index) {
+std::string DrawIndex(const CAccessTable& table, const CAccessTableIndex& index, const SSourceFacts& source) {
   std::string text = ToDisplay(index.name) + " (";
   for (size_t i = 0; i < index.columnCount; ++i) {
     const CAccessColumn* column = table.columns.FindByNumber(index.columns[i].columnNumber);
-    text += (i == 0 ? "" : ", ") + (column ? ToDisplay(column->GetName()) : std::string("?"));
+    text += (i == 0 ? "" : ", ") + (column ? ToDisplay(SpelledName(*column, source)) : std::string("?"));
     if (!index.columns[i].isAscending) text += " descending";
   }
   text += ")";
@@ -36,17 +36,18 @@ std::string DrawIndex(const CAccessTable& table, const CAccessTableIndex& index)
   return text;
 }
 
-std::string DrawTable(const CAccessTable& table, uint32_t pageSize, const SPageStyle& style) {
+std::string DrawTable(const CAccessTable& table, const SSourceFacts& source, const SPageStyle& style) {
   CTextTable columns;
   columns.AddColumn("Column");
   columns.AddColumn("Type");
   columns.AddColumn("Size", EAlign::Right);
   for (const CAccessColumn& column : table.columns)
-    columns.AddRow({ToDisplay(column.GetName()), TypeName(column), DescribeSize(column)});
+    columns.AddRow({ToDisplay(SpelledName(column, source)), TypeName(column), DescribeSize(column)});
   std::string text = Heading(ToDisplay(table.name), style);
   text += "  " + Counted(table.header.rowCount, "row") + ", definition on page " +
-          std::to_string(table.GetPage(pageSize)) + "\n" + columns.Draw(style.width, "  ");
-  for (const CAccessTableIndex& index : table.indexes) text += "  Index " + DrawIndex(table, index) + "\n";
+          std::to_string(table.GetPage(source.pageSize)) + "\n" + columns.Draw(style.width, "  ");
+  for (const CAccessTableIndex& index : table.indexes)
+    text += "  Index " + DrawIndex(table, index, source) + "\n";
   return text;
 }
 
@@ -104,9 +105,9 @@ SCommandEnd RunTables(CSession& session) {
   for (const auto& table : data.GetTables()) {
     if (!HasContent(*table) || (IsSystemTable(*table) && !arguments.withSystemTables)) continue;
     if (arguments.isJson) {
-      tables.push_back(DescribeTable(*table, data.source.pageSize));
+      tables.push_back(DescribeTable(*table, data.source));
     } else {
-      text += "\n" + DrawTable(*table, data.source.pageSize, style);
+      text += "\n" + DrawTable(*table, data.source, style);
     }
   }
   const std::vector<SRecoveredRelation> relations = ListRelations(data, arguments);
