@@ -14,8 +14,12 @@ namespace {
 constexpr size_t kDrawnUnits = 259;
 // A limit to what is copied at once.
 constexpr size_t kCopiedUnits = 32u << 20;
-constexpr int kNarrowestColumn = 60;
+// Widths of columns, in pixels at 96 DPI, and the cells that are measured for them.
+constexpr int kNarrowestColumn = 48;
 constexpr int kWidestColumn = 320;
+constexpr int kColumnPadding = 16;
+constexpr size_t kCellsMeasured = 2000;
+constexpr size_t kRowsMeasured = 30;
 
 constexpr DWORD kExtendedStyle =
     LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP;
@@ -39,10 +43,25 @@ bool CRecordList::Create(HWND parent, UINT identifier, SActions actions) {
   return true;
 }
 
-void CRecordList::Reset() {
-  Send(LVM_SETITEMCOUNT, 0);
-  while (Send(LVM_DELETECOLUMN, 0)) {
+// The list lays itself out anew with every column that comes or goes, unless it is told that nobody looks.
+class CRecordList::CPauseDrawing {
+ public:
+  explicit CPauseDrawing(const CRecordList& list) : m_list(list) { m_list.Send(WM_SETREDRAW, FALSE); }
+  CPauseDrawing(const CPauseDrawing&) = delete;
+  CPauseDrawing& operator=(const CPauseDrawing&) = delete;
+  ~CPauseDrawing() {
+    m_list.Send(WM_SETREDRAW, TRUE);
+    m_list.Invalidate();
   }
+
+ private:
+  const CRecordList& m_list;
+};
+
+void CRecordList::Reset() {
+  const CPauseDrawing pause(*this);
+  Send(LVM_SETITEMCOUNT, 0);
+  for (size_t i = m_columns.size(); i-- > 0;) Send(LVM_DELETECOLUMN, i);
   m_columns.clear();
   m_rows = 0;
   m_column = 0;
@@ -58,6 +77,7 @@ void CRecordList::Refresh() {
   const size_t rows =
       std::min(m_records->GetItemCount(), static_cast<size_t>(std::numeric_limits<int>::max()));
   if (rows == m_rows) return;
+  if (m_rows == 0) FitColumns(rows);
   m_rows = rows;
   Send(LVM_SETITEMCOUNT, rows, LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
 }
@@ -65,6 +85,7 @@ void CRecordList::Refresh() {
 void CRecordList::AddColumns() {
   const std::vector<CRecordStore::SColumn> columns = m_records->GetColumns();
   if (columns.size() == m_columns.size()) return;
+  const CPauseDrawing pause(*this);
   for (size_t i = m_columns.size(); i < columns.size(); ++i) {
     std::wstring heading = ToWide(columns[i].heading);
     LVCOLUMNW column{};
@@ -76,6 +97,28 @@ void CRecordList::AddColumns() {
     m_columns.push_back(columns[i]);
   }
   WidenLastColumn();
+}
+
+// To what the first rows hold.
+void CRecordList::FitColumns(size_t rows) {
+  if (m_columns.empty()) return;
+  const CPauseDrawing pause(*this);
+  rows = std::min({rows, kRowsMeasured, kCellsMeasured / m_columns.size() + 1});
+  for (size_t column = 0; column < m_columns.size(); ++column) {
+    LRESULT widest = WidthOf(m_columns[column].heading);
+    for (size_t row = 0; row < rows; ++row)
+      widest = std::max(widest, WidthOf(m_records->GetCell(row, column, kDrawnUnits)));
+    const auto width = static_cast<int>(widest) + m_dpi.Scale(kColumnPadding);
+    Send(LVM_SETCOLUMNWIDTH, column,
+         std::clamp(width, m_dpi.Scale(kNarrowestColumn), m_dpi.Scale(kWidestColumn)));
+  }
+  WidenLastColumn();
+}
+
+LRESULT CRecordList::WidthOf(std::u16string_view text) const {
+  std::u16string line;
+  AppendInOneLine(line, text);
+  return Send(LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(ToWide(line).c_str()));
 }
 
 // Into what is left of the list.

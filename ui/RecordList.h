@@ -51,8 +51,12 @@ class CRecordList : public CWnd {
   LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
+  class CPauseDrawing;
+
   void Reset();
   void AddColumns();
+  void FitColumns(size_t rows);
+  [[nodiscard]] LRESULT WidthOf(std::u16string_view text) const;
   void WidenLastColumn() const;
   [[nodiscard]] int GetFocusedRow() const;
   void SetColumn(size_t column);
