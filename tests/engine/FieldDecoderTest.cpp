@@ -1,86 +1,36 @@
-// The texts of all column types, from rows as they stand in real files and from rows made for one type.
-#include "engine/FieldDecoder.h"
+// The texts of all column types, from rows made for one type.
+#include <bit>
+#include <cmath>
+#include <limits>
 
 #include "tests/engine/RowFile.h"
 
 namespace tolvane {
 namespace {
 
-class FieldDecoder : public CRowTest {
- protected:
-  Texts Decode(const Bytes& row, const SRecoveryRules& rules = kStandardRules) {
-    table->dataPages = {};
-    Put(4, NewPage().Row(row));
-    Parse(rules);
-    return Values();
-  }
-  // The text of one fixed value in a table of that one column.
-  std::string DecodeFixed(uint8_t type, const Bytes& value, const SRecoveryRules& rules = kStandardRules) {
-    Start(kJet4Layout);
-    AddFixed(type, 0, 0, static_cast<uint16_t>(value.size()));
-    const Texts texts = Decode(Joined(Joined(Hex("0100"), value), Hex("01")), rules);
-    return texts.size() == 1 ? texts[0] : "no row";
-  }
-  std::string DecodeVariable(uint8_t type, const Bytes& value) {
-    Start(kJet4Layout);
-    AddVariable(type, 0, 0);
-    Bytes row = Joined(Hex("0100"), value);
-    const Texts texts = Decode(Joined(row, Bytes{static_cast<uint8_t>(row.size()), 0, 2, 0, 1, 0, 1}));
-    return texts.size() == 1 ? texts[0] : "no row";
-  }
-  std::string DecodeDecimal(const char* hex, uint8_t scale, const SRecoveryRules& rules = kStandardRules) {
-    Start(kJet4Layout);
-    AddFixed(kTypeDecimal, 0, 0, 17).misc = 18u | uint32_t{scale} << 8;
-    const Texts texts = Decode(Joined(Joined(Hex("0100"), Hex(hex)), Hex("01")), rules);
-    return texts.size() == 1 ? texts[0] : "no row";
-  }
-  void AddNineColumns() {
-    AddVariable(kTypeText, 0, 0);
-    AddVariable(kTypeText, 1, 1);
-    AddFixed(kTypeByte, 2, 0, 1);
-    AddFixed(kTypeInteger, 3, 1, 2);
-    AddFixed(kTypeLong, 4, 3, 4);
-    AddFixed(kTypeDouble, 5, 7, 8);
-    AddFixed(kTypeDate, 6, 15, 8);
-    AddFixed(kTypeCurrency, 7, 23, 8);
-    AddFixed(kTypeBoolean, 8, 31, 1);
-  }
+struct SValue {
+  uint8_t type;
+  const char* bytes;
+  const char* text;
 };
 
-const Texts kNineTexts{"abcdefg",   "hijklmnop",   "2",      "222", "333333333",
-                       "444.55500", "09/21/1974 ", "3.5000", "True"};
-
-TEST_F(FieldDecoder, RowsOfRealFiles) {
-  AddNineColumns();
-  EXPECT_EQ(
-      Decode(Hex("0900 02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000"
-                 "fffe61626364656667 680069006a006b006c006d006e006f007000 0000 3c00 2a00 2100 0200 ff01")),
-      kNineTexts);
-  Start(kJet3Layout);
-  AddNineColumns();
-  EXPECT_EQ(Decode(Hex("09 02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000"
-                       "61626364656667 68696a6b6c6d6e6f70 30 27 20 02 ff01")),
-            kNineTexts);
-  EXPECT_TRUE(data->GetLedger().IsClean());
-}
-
-TEST_F(FieldDecoder, NullsAreEmptyAndYesNoIsNever) {
-  AddNineColumns();
-  EXPECT_EQ(Decode(Hex("0900 02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000"
-                       "2100 2100 2100 0200 0000")),
-            (Texts{"", "", "", "", "", "", "", "", "False"}));
-  EXPECT_EQ(Decode(Hex("0900 02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000"
-                       "2100 2100 2100 0200 0101")),
-            (Texts{"", "", "", "", "", "", "", "", "True"}));
-  EXPECT_TRUE(data->GetLedger().IsClean());
-}
-
-TEST_F(FieldDecoder, ColumnsNewerThanTheRowAreNull) {
-  AddNineColumns();
-  EXPECT_EQ(Decode(Hex("0400 02 de00 41004200 0900 0500 0500 0200 0e")),
-            (Texts{"", "AB", "2", "222", "", "", "", "", "False"}));
-  EXPECT_TRUE(data->GetLedger().IsClean());
-}
+class FieldDecoder : public CRowTest {
+ protected:
+  // The text of one value in a table of that one column.
+  std::string DecodeFixed(uint8_t type, const Bytes& value, uint32_t misc = 0) {
+    Start(kJet4Layout);
+    AddFixed(type, 0, 0, static_cast<uint16_t>(value.size())).misc = misc;
+    return DecodeOne(Joined(Joined(Hex("0100"), value), Hex("01")));
+  }
+  std::string DecodeVariable(uint8_t type, const Bytes& value, uint8_t extendedFlags = 0) {
+    Start(kJet4Layout);
+    AddVariable(type, 0, 0).extendedFlags = extendedFlags;
+    return DecodeOne(OneColumnRow(value));
+  }
+  std::string DecodeDecimal(const char* bytes, uint8_t scale) {
+    return DecodeFixed(kTypeDecimal, Hex(bytes), 18u | uint32_t{scale} << 8);
+  }
+};
 
 // The flag decides, not the type; columns stand in any order and numbers have gaps.
 TEST_F(FieldDecoder, NumbersMayBeVariableAndTextFixed) {
@@ -89,35 +39,81 @@ TEST_F(FieldDecoder, NumbersMayBeVariableAndTextFixed) {
   AddVariable(kTypeText, 0, 0);
   table->header.highestColumnNumber = 5;
   EXPECT_EQ(Decode(Hex("0500 4e006f004900 7a00 feffffff 0e00 0a00 0800 0200 15")), (Texts{"-2", "NoI", "z"}));
+
+  Start(kJet3Layout);
+  AddFixed(kTypeText, 0, 0, 2);
+  EXPECT_EQ(Decode(Hex("01 4ee4 01")), (Texts{"N\xC3\xA4"})) << "one byte a character";
 }
 
-TEST_F(FieldDecoder, SmallNumbers) {
-  EXPECT_EQ(DecodeFixed(kTypeByte, Hex("ff")), "255");
-  EXPECT_EQ(DecodeFixed(kTypeInteger, Hex("0080")), "-32768");
-  EXPECT_EQ(DecodeFixed(kTypeInteger, Hex("ff7f")), "32767");
-  EXPECT_EQ(DecodeFixed(kTypeLong, Hex("00000080")), "-2147483648");
-  EXPECT_EQ(DecodeFixed(kTypeComplex, Hex("07000000")), "7");
-  EXPECT_EQ(DecodeFixed(kTypeCurrency, Hex("ffffffffffffffff")), "-0.0001");
+TEST_F(FieldDecoder, FixedValues) {
+  for (const SValue& test :
+       {SValue{kTypeByte, "ff", "255"}, SValue{kTypeInteger, "0080", "-32768"},
+        SValue{kTypeLong, "00000080", "-2147483648"}, SValue{kTypeComplex, "07000000", "7"},
+        SValue{kTypeCurrency, "0000000000000000", "0.0000"},
+        SValue{kTypeCurrency, "ffffffffffffffff", "-0.0001"},
+        SValue{kTypeCurrency, "ffffffffffffff7f", "922337203685477.5807"},
+        SValue{kTypeCurrency, "0000000000000080", "-922337203685477.5808"},
+        SValue{kTypeSingle, "cdcccc3d", "0.10000"}, SValue{kTypeSingle, "0000807f", "inf"},
+        SValue{kTypeDouble, "000000000000f0ff", "-inf"}, SValue{kTypeDouble, "000000000000f8ff", "nan"},
+        SValue{kTypeDouble, "8dedb5a0f7c6b03e", "0.00000"},
+        SValue{kTypeDouble, "0000000000000080", "-0.00000"},
+        SValue{kTypeGuid, "1ee24850624d194a91d37acd20c026ad", "{5048E21E-4D62-4A19-91D3-7ACD20C026AD}"},
+        SValue{13, "01", "Unknown"}, SValue{19, "2a00000000000000", "Default 19"}}) {
+    EXPECT_EQ(DecodeFixed(test.type, Hex(test.bytes)), test.text) << int{test.type} << " " << test.bytes;
+    EXPECT_TRUE(data->GetLedger().IsClean());
+  }
+  EXPECT_EQ(DecodeFixed(kTypeDouble, Hex("ffffffffffffef7f")).size(), 309u + 6) << "the largest";
+  EXPECT_EQ(DecodeFixed(17, Bytes(300, 1)), "Default 17");
 }
 
-TEST_F(FieldDecoder, SinglesAndDoublesHaveFiveDecimals) {
-  EXPECT_EQ(DecodeFixed(kTypeSingle, Hex("0000c03f")), "1.50000");
-  EXPECT_EQ(DecodeFixed(kTypeSingle, Hex("cdcccc3d")), "0.10000");
-  EXPECT_EQ(DecodeFixed(kTypeSingle, Hex("0000807f")), "inf");
-  EXPECT_EQ(DecodeFixed(kTypeDouble, Hex("000000000000f0ff")), "-inf");
-  EXPECT_EQ(DecodeFixed(kTypeDouble, Hex("000000000000f8ff")), "nan");
-  EXPECT_EQ(DecodeFixed(kTypeDouble, Hex("8dedb5a0f7c6b03e")), "0.00000");
-  EXPECT_EQ(DecodeFixed(kTypeDouble, Hex("0000000000000080")), "-0.00000");
-  EXPECT_EQ(DecodeFixed(kTypeDouble, Hex("ffffffffffffef7f")).size(), 309u + 6);
+TEST_F(FieldDecoder, Dates) {
+  const auto decode = [&](double value) {
+    return DecodeFixed(kTypeDate, Little(std::bit_cast<uint64_t>(value), 8));
+  };
+  struct SCase {
+    double value;
+    const char* text;
+  };
+  for (const SCase& test :
+       {SCase{1.5, "12/31/1899 12:00:00 PM"}, SCase{37076.25, "07/04/2001 06:00:00 AM"},
+        SCase{37076.0 + 1.0 / 86400, "07/04/2001 12:00:01 AM"},
+        SCase{45657.999988425925, "12/31/2024 11:59:59 PM"},
+        // Midnight is left out, but its blank stays.
+        SCase{0.0, "12:00:00 AM"}, SCase{-0.0, "12:00:00 AM"}, SCase{37076.0, "07/04/2001 "},
+        // Negative days count the time forward.
+        SCase{-728, "01/01/1898 "}, SCase{-1.25, "12/29/1899 06:00:00 AM"},
+        SCase{-0.25, "12/30/1899 06:00:00 AM"}, SCase{-115859, "10/14/1582 "},
+        // A time that rounds to 24 hours is the next day.
+        SCase{37076.999997, "07/05/2001 "}, SCase{36524.999997, "12/31/1999 "},
+        SCase{-1.999997, "12:00:00 AM"},
+        // Leap days and the ends of their cycles.
+        SCase{36584, "02/28/2000 "}, SCase{36585, "02/29/2000 "}, SCase{36586, "03/01/2000 "},
+        SCase{36891, "12/31/2000 "}, SCase{60, "02/28/1900 "}, SCase{61, "03/01/1900 "},
+        SCase{45351, "02/29/2024 "},
+        // The ends of the calendar.
+        SCase{2958465, "12/31/9999 "}, SCase{-657434, "01/01/0100 "}})
+    EXPECT_EQ(decode(test.value), test.text) << test.value;
+  for (const double value : {2958466.0, 2958465.999999, -657435.0, 1e300, -1e300,
+                             std::numeric_limits<double>::infinity(), std::nan("")}) {
+    EXPECT_EQ(decode(value), "") << value;
+    EXPECT_EQ(Lost(EDamage::BrokenValue), 1u) << value;
+  }
+  rules.midnightKeepsBlank = false;
+  EXPECT_EQ(decode(37076.0), "07/04/2001");
 }
 
-TEST_F(FieldDecoder, DatesBinaryAndGuid) {
-  EXPECT_EQ(DecodeFixed(kTypeDate, Hex("0000000080bee540")), "12/02/2021 ");
-  EXPECT_EQ(DecodeFixed(kTypeDate, Hex("ffffffffffffef7f")), "");
+TEST_F(FieldDecoder, VariableValues) {
+  // Binary values lose zero bytes and marks; a mark's byte alone is a letter of the code page.
+  for (const SValue& test :
+       {SValue{kTypeBinary, "", ""}, SValue{kTypeBinary, "fffe410042", "AB"}, SValue{kTypeBinary, "0000", ""},
+        SValue{kTypeBinary, "41fffefffe42", "AB"}, SValue{kTypeBinary, "ff00fe", "\xC3\xBF\xC3\xBE"},
+        SValue{kTypeBinary, "41ff", "A\xC3\xBF"}, SValue{kTypeText, "", ""}, SValue{14, "01", "Default 14"},
+        SValue{200, "", "Default 200"}}) {
+    EXPECT_EQ(DecodeVariable(test.type, Hex(test.bytes)), test.text) << int{test.type} << " " << test.bytes;
+    EXPECT_TRUE(data->GetLedger().IsClean());
+  }
+  EXPECT_EQ(DecodeVariable(kTypeLong, Hex("010203")), "") << "too short for a number";
   EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
-  EXPECT_EQ(DecodeVariable(kTypeBinary, Hex("fffe410042")), "AB");
-  EXPECT_EQ(DecodeFixed(kTypeGuid, Hex("1ee24850624d194a91d37acd20c026ad")),
-            "{5048E21E-4D62-4A19-91D3-7ACD20C026AD}");
 }
 
 TEST_F(FieldDecoder, DecimalsTakeTheirLastEightBytes) {
@@ -132,78 +128,49 @@ TEST_F(FieldDecoder, DecimalsTakeTheirLastEightBytes) {
 }
 
 TEST_F(FieldDecoder, DecimalsWithAllTheirWordsWhereTheRulesSaySo) {
-  SRecoveryRules rules = kStandardRules;
   rules.decimalLowWordsOnly = false;
-  EXPECT_EQ(DecodeDecimal("80 00000000 00000000 00000000 f8b42802", 6, rules), "-36.222200");
-  EXPECT_EQ(DecodeDecimal("00 00000000 00000000 00000000 05000000", 2, rules), "0.05");
-  EXPECT_EQ(DecodeDecimal("80 00000000 00000000 00000000 00000000", 0, rules), "0");
-  EXPECT_EQ(DecodeDecimal("00 01000000 00000000 00000000 00000000", 0, rules),
-            "79228162514264337593543950336");
-}
-
-TEST_F(FieldDecoder, OtherTypesAreNamed) {
-  EXPECT_EQ(DecodeFixed(13, Hex("01")), "Unknown");
-  EXPECT_EQ(DecodeVariable(14, Hex("01")), "Default 14");
-  EXPECT_EQ(DecodeFixed(17, Bytes(300, 1)), "Default 17");
-  EXPECT_EQ(DecodeFixed(19, Hex("2a00000000000000")), "Default 19");
-  EXPECT_EQ(DecodeVariable(200, {}), "Default 200");
-}
-
-TEST_F(FieldDecoder, AVariableNumberThatIsTooShortIsNoNumber) {
-  EXPECT_EQ(DecodeVariable(kTypeLong, Hex("010203")), "");
-  EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
-  EXPECT_EQ(DecodeVariable(kTypeText, {}), "");
-  EXPECT_TRUE(data->GetLedger().IsClean());
+  EXPECT_EQ(DecodeDecimal("80 00000000 00000000 00000000 f8b42802", 6), "-36.222200");
+  EXPECT_EQ(DecodeDecimal("00 00000000 00000000 00000000 05000000", 2), "0.05");
+  EXPECT_EQ(DecodeDecimal("80 00000000 00000000 00000000 00000000", 0), "0");
+  EXPECT_EQ(DecodeDecimal("00 01000000 00000000 00000000 00000000", 0), "79228162514264337593543950336");
 }
 
 TEST_F(FieldDecoder, CalculatedColumnsShowTheirResult) {
-  const auto decode = [&](uint8_t type, const std::string& result) {
-    Start(kJet4Layout);
-    AddVariable(type, 0, 0).extendedFlags = 0xC0;
-    Bytes row = Joined(Hex("0100"), Bytes(16, 0));
+  const auto decode = [&](uint8_t type, const char* result) {
     const Bytes bytes = Hex(result);
-    row = Joined(Joined(row, Little(bytes.size(), 4)), Joined(bytes, Bytes(3, 0)));
-    const Texts texts = Decode(Joined(row, Bytes{static_cast<uint8_t>(row.size()), 0, 2, 0, 1, 0, 1}));
-    return texts.size() == 1 ? texts[0] : "no row";
+    const Bytes head = Joined(Bytes(16, 0), Little(bytes.size(), 4));
+    return DecodeVariable(type, Joined(Joined(head, bytes), Bytes(3, 0)), 0xC0);
   };
-  EXPECT_EQ(decode(kTypeText, "fffe5761796e652c204272756365"), "Wayne, Bruce");
-  EXPECT_EQ(decode(kTypeText, ""), "");
-  EXPECT_EQ(decode(kTypeLong, "0c000000"), "12");
-  EXPECT_EQ(decode(kTypeInteger, "ff"), "-1");  // a yes/no result
-  EXPECT_EQ(decode(kTypeBoolean, "ff"), "True");
-  EXPECT_EQ(decode(kTypeByte, "ff"), "255");
-  EXPECT_EQ(decode(kTypeDouble, "55a8ab3100000000"), "83333.3333");  // a currency result
-  EXPECT_EQ(decode(kTypeDouble, "bffcffffffffffff"), "-0.0833");
-  EXPECT_EQ(decode(kTypeDouble, "000000000000f03f"), "1.00000");
-  EXPECT_EQ(decode(kTypeDouble, "0e000a0000000000ec04b01fe7ae0000"), "19230.7692307692");
-  EXPECT_EQ(decode(kTypeDecimal, "0000068000000000f8b4280200000000"), "-36.222200");
-  EXPECT_EQ(decode(kTypeDecimal, "59732145"), "2583.20923");  // a single result
-  EXPECT_EQ(decode(kTypeDate, "0000000080bee540"), "12/02/2021 ");
-  EXPECT_TRUE(data->GetLedger().IsClean());
+  for (const SValue& test :
+       {SValue{kTypeText, "fffe5761796e652c204272756365", "Wayne, Bruce"}, SValue{kTypeText, "", ""},
+        SValue{kTypeLong, "0c000000", "12"}, SValue{kTypeInteger, "ff", "-1"},  // a yes/no result
+        SValue{kTypeBoolean, "ff", "True"}, SValue{kTypeByte, "ff", "255"},
+        SValue{kTypeDouble, "55a8ab3100000000", "83333.3333"},  // a currency result
+        SValue{kTypeDouble, "bffcffffffffffff", "-0.0833"},
+        SValue{kTypeDouble, "000000000000f03f", "1.00000"},
+        SValue{kTypeDouble, "0e000a0000000000ec04b01fe7ae0000", "19230.7692307692"},
+        SValue{kTypeDecimal, "0000068000000000f8b4280200000000", "-36.222200"},
+        SValue{kTypeDecimal, "59732145", "2583.20923"},  // a single result
+        SValue{kTypeDate, "0000000080bee540", "12/02/2021 "}}) {
+    EXPECT_EQ(decode(test.type, test.bytes), test.text) << int{test.type} << " " << test.bytes;
+    EXPECT_TRUE(data->GetLedger().IsClean());
+  }
   EXPECT_EQ(decode(kTypeLong, "0c0000"), "");
   EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
 }
 
 TEST_F(FieldDecoder, ACalculatedMemoIsWrappedInsideItsLongValue) {
-  Start(kJet4Layout);
   AddVariable(kTypeText, 0, 0, 0).extendedFlags = 0xC0;
   const auto decode = [&](const char* length) {
-    Bytes row = Joined(Hex("0100 1d000080 00000000 00000000"), Bytes(16, 0));
-    row = Joined(row, Hex(std::string(length) + "44006f006500 000000"));
-    return Decode(Joined(row, Bytes{static_cast<uint8_t>(row.size()), 0, 2, 0, 1, 0, 1}));
+    const Bytes head = Joined(Hex("1d000080 00000000 00000000"), Bytes(16, 0));
+    return DecodeOne(OneColumnRow(Joined(Joined(head, Hex(length)), Hex("44006f006500 000000"))));
   };
-  EXPECT_EQ(decode("06000000"), Texts{"Doe"});
-  EXPECT_EQ(decode("04000000"), Texts{"Do"});
-  EXPECT_EQ(decode("00000000"), Texts{""});
+  EXPECT_EQ(decode("06000000"), "Doe");
+  EXPECT_EQ(decode("04000000"), "Do");
+  EXPECT_EQ(decode("00000000"), "");
   EXPECT_TRUE(data->GetLedger().IsClean());
-  EXPECT_EQ(decode("ffffff7f").at(0).substr(0, 3), "Doe");
+  EXPECT_EQ(decode("ffffff7f").substr(0, 3), "Doe");
   EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
-}
-
-TEST_F(FieldDecoder, Jet3FixedTextHasOneByteACharacter) {
-  Start(kJet3Layout);
-  AddFixed(kTypeText, 0, 0, 2);
-  EXPECT_EQ(Decode(Hex("01 4ee4 01")), (Texts{"N\xC3\xA4"}));
 }
 
 }  // namespace

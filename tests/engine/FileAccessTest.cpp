@@ -59,7 +59,7 @@ TEST_F(PageReader, AnyOrderReadsTheSamePages) {
 
 TEST_F(PageReader, PagesOutsideTheFile) {
   Bytes bytes = NumberedPages(3);
-  bytes.resize(bytes.size() - 1);
+  bytes.pop_back();
   const CTempFile source(bytes);
   ASSERT_TRUE(reader.Open(source.GetPath()));
   EXPECT_EQ(reader.GetPageCount(kSize), 2u);
@@ -101,104 +101,84 @@ TEST_F(PageReader, HandlerKeepsItsErrorAndTheEndOfTheFileIsNone) {
   EXPECT_FALSE(file.Seek(0, handler)) << "the handler remembers";
 }
 
-class Version : public CEngineTest {
+class SourceOfBytes : public CEngineTest {
  protected:
   static bool IsJet4(const Bytes& bytes) {
     return CAccessVersionHandler().IsJet4(CTempFile(bytes).GetPath());
   }
+  static SSourceVerdict Check(const Bytes& bytes) { return CheckSource(CTempFile(bytes).GetPath()); }
 };
 
-TEST_F(Version, AnyVersionByteButZeroIsJet4) {
+TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
   Bytes bytes = CDatabaseBuilder(kJet3Layout).Build();
-  EXPECT_FALSE(IsJet4(bytes));
-  EXPECT_FALSE(CAccessVersionHandler::IsJet4Flag());
-  for (const int version : {1, 2, 3, 0x80, 0xFF}) {
+  for (const int version : {0, 1, 2, 3, 0x80, 0xFF}) {
     bytes[0x14] = static_cast<uint8_t>(version);
-    EXPECT_TRUE(IsJet4(bytes)) << version;
-    EXPECT_TRUE(CAccessVersionHandler::IsJet4Flag());
+    EXPECT_EQ(IsJet4(bytes), version != 0) << version;
+    EXPECT_EQ(CAccessVersionHandler::IsJet4Flag(), version != 0) << version;
   }
-}
-
-TEST_F(Version, WithoutAVersionThePagesTell) {
-  Bytes jet4 = CDatabaseBuilder(kJet4Layout).Build();
-  jet4[0x14] = 0;
-  EXPECT_TRUE(IsJet4(jet4));
-
-  // The last of the ten pages that are tried, and the one behind it.
-  for (const size_t page : {size_t{9}, size_t{10}}) {
-    Bytes bytes(2048 * 12);
-    const Bytes mark{0x02, 0x01, 'V', 'C'};
-    std::copy(mark.begin(), mark.end(), bytes.begin() + static_cast<ptrdiff_t>(2048 * page));
-    EXPECT_EQ(IsJet4(bytes), page == 10);
-  }
-  EXPECT_TRUE(IsJet4(Bytes{}));
-  CRepairingFileStatus::Instance().SetRunning(false);
-  EXPECT_TRUE(IsJet4(CDatabaseBuilder(kJet3Layout).Build())) << "a stopped test finds nothing";
-}
-
-TEST_F(Version, FileThatCannotBeOpenedIsJet3AndLeavesTheFlag) {
-  EXPECT_TRUE(IsJet4(CDatabaseBuilder(kJet4Layout).Build()));
+  // A file that cannot be opened is Jet 3 and leaves the flag.
   EXPECT_FALSE(CAccessVersionHandler().IsJet4(u"/no/such/file"));
   EXPECT_TRUE(CAccessVersionHandler::IsJet4Flag());
   EXPECT_TRUE(CValidateData().IsJet3(u"/no/such/file"));
 }
 
-class SourceCheck : public CEngineTest {
- protected:
-  static ESourceState Check(const Bytes& bytes) { return CheckSource(CTempFile(bytes).GetPath()).state; }
-  // Pages without a type, as encoding leaves them.
-  static void Encode(Bytes& bytes) {
-    for (size_t i = 4096; i < bytes.size(); i++) bytes[i] = static_cast<uint8_t>(bytes[i] ^ (i * 197 + 90));
+TEST_F(SourceOfBytes, WithoutAVersionThePagesTell) {
+  Bytes jet4 = CDatabaseBuilder(kJet4Layout).Build();
+  jet4[0x14] = 0;
+  EXPECT_TRUE(IsJet4(jet4));
+  EXPECT_TRUE(IsJet4(Bytes{}));
+  // The last of the ten pages that are tried, and the one behind it.
+  for (const size_t page : {size_t{9}, size_t{10}}) {
+    CPageBytes bytes(2048 * 12);
+    bytes.PutBytes(2048 * page, Bytes{0x02, 0x01, 'V', 'C'});
+    EXPECT_EQ(IsJet4(bytes.GetBytes()), page == 10);
   }
-};
+  CRepairingFileStatus::Instance().SetRunning(false);
+  EXPECT_TRUE(IsJet4(CDatabaseBuilder(kJet3Layout).Build())) << "a stopped test finds nothing";
+}
 
-TEST_F(SourceCheck, WhatIsNoDatabaseFile) {
+TEST_F(SourceOfBytes, WhatIsNoDatabaseFileAndDamageThatIsNoObstacle) {
   EXPECT_EQ(CheckSource(u"/no/such/file").state, ESourceState::Missing);
   EXPECT_EQ(CheckSource(GetTempFolder()).state, ESourceState::Folder);
-  EXPECT_EQ(Check({}), ESourceState::Empty);
-  EXPECT_EQ(Check(Bytes(2047)), ESourceState::TooShort);
-  EXPECT_EQ(Check(Bytes(2048)), ESourceState::Ok);
-  Bytes jet4(4095);
-  jet4[kVersionByte] = 1;
-  EXPECT_EQ(Check(jet4), ESourceState::TooShort);
+  EXPECT_EQ(Check({}).state, ESourceState::Empty);
+  EXPECT_EQ(Check(Bytes(2047)).state, ESourceState::TooShort);
+  EXPECT_EQ(Check(Bytes(2048)).state, ESourceState::Ok);
+  CPageBytes jet4(4095);
+  EXPECT_EQ(Check(jet4.Put8(kVersionByte, 1).GetBytes()).state, ESourceState::TooShort);
+  CDatabaseBuilder file(kJet4Layout);
+  EXPECT_EQ(Check(file.Build()).state, ESourceState::Ok);
+  for (const uint8_t header : {uint8_t{0}, uint8_t{0xA5}}) {
+    file.Page(0).Fill(header);
+    EXPECT_EQ(Check(file.Build()).state, ESourceState::Ok);
+  }
 }
 
-TEST_F(SourceCheck, DamageIsNoObstacle) {
-  Bytes bytes = CDatabaseBuilder(kJet4Layout).Build();
-  EXPECT_EQ(Check(bytes), ESourceState::Ok);
-  std::fill_n(bytes.begin(), 4096, uint8_t{0});
-  EXPECT_EQ(Check(bytes), ESourceState::Ok);
-  std::fill_n(bytes.begin(), 4096, uint8_t{0xA5});
-  EXPECT_EQ(Check(bytes), ESourceState::Ok);
-}
-
-TEST_F(SourceCheck, EncryptionIsNamedAndAKeyAloneIsNone) {
+TEST_F(SourceOfBytes, EncryptionIsNamedAndAKeyAloneIsNone) {
   CDatabaseBuilder file(kJet4Layout);
   file.SetHeader16(0x20, kCataloguePage);
+  const auto expectEncrypted = [&file](const std::u16string& scheme) {
+    Bytes bytes = file.Build();
+    EXPECT_EQ(Check(bytes).state, ESourceState::Ok) << "the pages can be read";
+    // Pages without a type, as encoding leaves them.
+    for (size_t i = 4096; i < bytes.size(); i++) bytes[i] = static_cast<uint8_t>(bytes[i] ^ (i * 197 + 90));
+    EXPECT_EQ(Check(bytes).state, ESourceState::Encrypted);
+    EXPECT_NE(Check(bytes).reason.find(scheme), std::u16string::npos);
+  };
   file.SetHeader32(kHeaderDatabaseKey, 0x12345678);
-  Bytes bytes = file.Build();
-  EXPECT_EQ(Check(bytes), ESourceState::Ok) << "the pages can be read";
-  Encode(bytes);
-  const SSourceVerdict jet = CheckSource(CTempFile(bytes).GetPath());
-  EXPECT_EQ(jet.state, ESourceState::Encrypted);
-  EXPECT_NE(jet.reason.find(u"Jet encoding"), std::u16string::npos);
-
+  expectEncrypted(u"Jet encoding");
   file.SetHeader32(kHeaderDatabaseKey, 0);
   file.Page(0).Put8(kVersionByte, 3).Put16(0x299, 200).Put32(0x29B, 0x00040004);
-  bytes = file.Build();
-  EXPECT_EQ(Check(bytes), ESourceState::Ok);
-  Encode(bytes);
-  const SSourceVerdict agile = CheckSource(CTempFile(bytes).GetPath());
-  EXPECT_EQ(agile.state, ESourceState::Encrypted);
-  EXPECT_NE(agile.reason.find(u"AES"), std::u16string::npos);
+  expectEncrypted(u"agile encryption, AES");
+  file.Page(0).Put32(0x29B, 0x00020003);
+  expectEncrypted(u"RC4 CryptoAPI");
 }
 
-TEST_F(SourceCheck, FactsOfTheHeader) {
+TEST_F(SourceOfBytes, FactsOfTheHeader) {
   CDatabaseBuilder file(kJet3Layout);
   file.SetHeader16(kHeaderCodePage, 1251);
   Bytes bytes = file.Build();
   bytes.resize(bytes.size() + 7);
-  SSourceFacts facts = ReadSourceFacts(CTempFile(bytes).GetPath(), false);
+  const SSourceFacts facts = ReadSourceFacts(CTempFile(bytes).GetPath(), false);
   EXPECT_EQ(facts.pageSize, 2048u);
   EXPECT_EQ(facts.codePage, 1251u);
   EXPECT_EQ(facts.length, bytes.size());

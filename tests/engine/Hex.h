@@ -5,27 +5,16 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tolvane {
 
-inline std::vector<uint8_t> Hex(std::string_view digits) {
-  static constexpr std::string_view kDigits = "0123456789abcdef";
+inline std::vector<uint8_t> Hex(std::string digits) {
+  std::erase(digits, ' ');
+  if (digits.size() % 2 != 0) throw std::invalid_argument("odd number of hex digits");
   std::vector<uint8_t> bytes;
-  int high = -1;
-  for (const char digit : digits) {
-    if (digit == ' ') continue;
-    const size_t value = kDigits.find(digit);
-    if (value == std::string_view::npos) throw std::invalid_argument("not a hex digit");
-    if (high < 0) {
-      high = static_cast<int>(value);
-    } else {
-      bytes.push_back(static_cast<uint8_t>(high * 16 + static_cast<int>(value)));
-      high = -1;
-    }
-  }
-  if (high >= 0) throw std::invalid_argument("odd number of hex digits");
+  for (size_t at = 0; at < digits.size(); at += 2)
+    bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
   return bytes;
 }
 

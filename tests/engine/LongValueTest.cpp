@@ -1,41 +1,33 @@
 // Memo and OLE values: inline, one row, chains, and chains that lie.
-#include "engine/LongValueReader.h"
-
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
-#include "platform/FileCust.h"
 #include "tests/engine/RowFile.h"
 
 namespace tolvane {
 namespace {
 
-constexpr uint32_t kOwner = kLongValueOwner;
 constexpr uint32_t kInline = 0x80000000;
 constexpr uint32_t kSingle = 0x40000000;
 constexpr uint32_t kChain = 0;
 
-Bytes Word(uint32_t value) {
-  Bytes bytes(4);
-  PutLittle(bytes, 0, value, 4);
-  return bytes;
-}
-
 // The field in the row.
-Bytes Field(uint32_t kind, size_t length, uint32_t page = 0, uint32_t slot = 0, uint32_t stamp = 0) {
-  return Joined(Joined(Word(kind | static_cast<uint32_t>(length)), Word(page << 8 | slot)), Word(stamp));
+Bytes Field(uint32_t kind, size_t length, uint32_t page = 0, uint8_t slot = 0, uint32_t stamp = 0) {
+  return Joined(Joined(Little(kind | length, 4), MakePointerRow(page, slot)), Little(stamp, 4));
 }
 
-Bytes Link(uint32_t nextPage, uint32_t nextSlot, const Bytes& content) {
-  return Joined(Word(nextPage << 8 | nextSlot), content);
+Bytes Link(uint32_t nextPage, uint8_t nextSlot, const Bytes& content) {
+  return Joined(MakePointerRow(nextPage, nextSlot), content);
 }
 
-Bytes Utf16(const std::string& text) {
-  Bytes bytes;
-  for (const char c : text) {
-    bytes.push_back(static_cast<uint8_t>(c));
-    bytes.push_back(0);
-  }
-  return bytes;
+Bytes Utf16(std::u16string_view text) {
+  return StoredText(text, kJet4Layout);
+}
+
+Bytes FileBytes(std::u16string_view path) {
+  std::ifstream file(std::filesystem::path(path), std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(file), {});
 }
 
 class LongValue : public CRowTest {
@@ -44,59 +36,44 @@ class LongValue : public CRowTest {
     CRowTest::SetUp();
     StartMemo(kJet4Layout);
   }
+  // A table whose only column is the long value.
   void StartMemo(const SJetLayout& newLayout, uint8_t type = kTypeMemo) {
     Start(newLayout);
     AddVariable(type, 0, 0);
   }
-  // The row of a table whose only column is the long value.
-  Bytes Row(const Bytes& field) const {
-    Bytes row = Joined(layout->isJet3 ? Hex("01") : Hex("0100"), field);
-    const auto end = static_cast<uint8_t>(row.size());
-    return Joined(row, layout->isJet3 ? Bytes{end, 1, 1, 1} : Bytes{end, 0, 2, 0, 1, 0, 1});
-  }
-  // The text of the only row, whose field is given.
-  std::string Decode(const Bytes& field) {
-    table->dataPages = {};
-    Put(4, NewPage().Row(Row(field)));
-    Parse();
-    const Texts values = Values();
-    return values.size() == 1 ? values[0] : "no row";
-  }
+  std::string DecodeField(const Bytes& field) { return DecodeOne(OneColumnRow(field)); }
   void PutLinks(uint32_t number, const std::vector<Bytes>& rows, uint16_t flags = 0) {
-    CTestPage page = NewPage(kOwner);
+    CTestPage page = NewPage(kLongValueOwner);
     for (const Bytes& row : rows) page.Row(row, flags);
     Put(number, page, false);
   }
 };
 
-TEST_F(LongValue, InlineAndEmpty) {
-  EXPECT_EQ(Decode(Joined(Field(kInline, 13), Hex("fffe736f6d652074657874aa bb"))),
+TEST_F(LongValue, InlineValuesKeepWhatIsThere) {
+  EXPECT_EQ(DecodeField(Joined(Field(kInline, 13), Hex("fffe736f6d652074657874aa bb"))),
             "some text\xC2\xAA\xC2\xBB");
-  EXPECT_EQ(Decode(Joined(Field(kInline, 4), Utf16("hidden"))), "hi");
-  EXPECT_EQ(Decode(Field(kInline, 0)), "");
-  EXPECT_EQ(Decode(Field(kSingle, 0, 77, 0)), "");
-  EXPECT_EQ(Decode({}), "");
+  EXPECT_EQ(DecodeField(Joined(Field(kInline, 4), Utf16(u"hidden"))), "hi");
+  EXPECT_EQ(DecodeField(Field(kInline, 0)), "");
+  EXPECT_EQ(DecodeField(Field(kSingle, 0, 77, 0)), "");
+  EXPECT_EQ(DecodeField({}), "");
   EXPECT_TRUE(data->GetLedger().IsClean());
-}
 
-TEST_F(LongValue, InlineThatEndsEarlyKeepsWhatIsThere) {
-  EXPECT_EQ(Decode(Joined(Field(kInline, 10), Utf16("abc"))), "abc");
-  EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
-  EXPECT_EQ(Decode(Hex("0a0000800000")), "");
-  EXPECT_EQ(Decode(Joined(Field(0xC0000000, 6), Utf16("abc"))), "");
+  EXPECT_EQ(DecodeField(Joined(Field(kInline, 10), Utf16(u"abc"))), "abc");
+  EXPECT_EQ(DecodeField(Hex("0a0000800000")), "") << "a field that is cut";
+  EXPECT_EQ(DecodeField(Joined(Field(0xC0000000, 6), Utf16(u"abc"))), "") << "no known kind";
   EXPECT_EQ(Lost(EDamage::BrokenLongValue), 3u);
 }
 
 TEST_F(LongValue, SingleRowOfALongValuePage) {
   for (const SJetLayout* format : {&kJet3Layout, &kJet4Layout}) {
     StartMemo(*format);
-    const Bytes text = format->isJet3 ? Hex("556dfc") : Hex("55006d00fc00");
-    PutLinks(6, {Utf16("first"), text, Utf16("last")});
-    EXPECT_EQ(Decode(Field(kSingle, text.size(), 6, 1)), "Um\xC3\xBC");
+    const Bytes text = StoredText(u"Um\u00FC", *format);
+    const size_t width = text.size() / 3;
+    PutLinks(6, {Utf16(u"first"), text, Utf16(u"last")});
+    EXPECT_EQ(DecodeField(Field(kSingle, text.size(), 6, 1)), "Um\xC3\xBC");
+    EXPECT_EQ(DecodeField(Field(kSingle, text.size() - width, 6, 1)), "Um");
     EXPECT_TRUE(data->GetLedger().IsClean());
-    EXPECT_EQ(Decode(Field(kSingle, text.size() - (format->isJet3 ? 1 : 2), 6, 1)), "Um");
-    EXPECT_TRUE(data->GetLedger().IsClean());
-    EXPECT_EQ(Decode(Field(kSingle, text.size() + 1, 6, 1)), "Um\xC3\xBC");
+    EXPECT_EQ(DecodeField(Field(kSingle, text.size() + 1, 6, 1)), "Um\xC3\xBC");
     EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
   }
 }
@@ -104,69 +81,59 @@ TEST_F(LongValue, SingleRowOfALongValuePage) {
 TEST_F(LongValue, Jet3TextUsesTheColumnsCodePage) {
   StartMemo(kJet3Layout);
   data->source.codePage = 1251;
-  EXPECT_EQ(Decode(Joined(Field(kInline, 3), Hex("cce8f0"))), "\xD0\x9C\xD0\xB8\xD1\x80");
+  const Bytes field = Joined(Field(kInline, 3), Hex("cce8f0"));
+  EXPECT_EQ(DecodeField(field), "\xD0\x9C\xD0\xB8\xD1\x80");
   table->columns.GetAt(0)->codePage = 1252;
-  EXPECT_EQ(Decode(Joined(Field(kInline, 3), Hex("cce8f0"))), "\xC3\x8C\xC3\xA8\xC3\xB0");
+  EXPECT_EQ(DecodeField(field), "\xC3\x8C\xC3\xA8\xC3\xB0");
 }
 
+// Cut anywhere, also inside a character and where the compressed form changes.
 TEST_F(LongValue, AChainIsReadToItsStatedLength) {
-  const Bytes text = Utf16("The quick brown fox");
-  const auto piece = [&](size_t from, size_t to) { return Bytes(&text[from], &text[0] + to); };
-  PutLinks(6, {Link(7, 1, piece(0, 11))});  // cut inside a character
-  PutLinks(7, {Hex("00"), Link(8, 0, piece(11, 20))});
-  PutLinks(8, {Link(0, 0, Joined(piece(20, 38), Utf16("tail of an older value")))});
-  EXPECT_EQ(Decode(Field(kChain, text.size(), 6, 0)), "The quick brown fox");
-  EXPECT_TRUE(data->GetLedger().IsClean());
-}
-
-TEST_F(LongValue, TheCompressedFormGoesOnAcrossLinks) {
   const Bytes text = Hex("fffe 4142 00 1c043804 00 43");
+  const Bytes older = Utf16(u"tail of an older value");
   for (size_t cut = 1; cut < text.size(); cut++) {
-    PutLinks(6, {Link(7, 0, Bytes(text.begin(), text.begin() + static_cast<ptrdiff_t>(cut)))});
-    PutLinks(7, {Link(0, 0, Bytes(text.begin() + static_cast<ptrdiff_t>(cut), text.end()))});
-    EXPECT_EQ(Decode(Field(kChain, text.size(), 6, 0)),
-              "AB\xD0\x9C\xD0\xB8"
-              "C")
-        << cut;
+    const auto middle = text.begin() + static_cast<ptrdiff_t>(cut);
+    PutLinks(6, {Link(7, 1, Bytes(text.begin(), middle))});
+    PutLinks(7, {Hex("00"), Link(8, 0, Bytes(middle, middle + 1))});
+    PutLinks(8, {Link(0, 0, Joined(Bytes(middle + 1, text.end()), older))});
+    EXPECT_EQ(DecodeField(Field(kChain, text.size(), 6, 0)), ToUtf8(u"AB\u041C\u0438\u0043")) << cut;
   }
+  EXPECT_TRUE(data->GetLedger().IsClean());
 }
 
 TEST_F(LongValue, ABrokenChainKeepsWhatWasRead) {
   struct SCase {
     const char* why;
     uint32_t nextPage;
-    uint32_t nextSlot;
+    uint8_t nextSlot;
   };
-  for (const SCase& test : {SCase{"last link, too early", 0, 0}, SCase{"loop to itself", 6, 0},
-                            SCase{"page behind the file", 0xFFFF, 0}, SCase{"slot that is not there", 7, 1},
-                            SCase{"freed row", 8, 0}, SCase{"row without data", 9, 0},
-                            SCase{"page of a table", 10, 0}, SCase{"page of another kind", 11, 0}}) {
+  for (const SCase& test :
+       {SCase{"last link, too early", 0, 0}, SCase{"loop to itself", 6, 0},
+        SCase{"page behind the file", 0xFFFF, 0}, SCase{"slot that is not there", 7, 1},
+        SCase{"freed row", 8, 0}, SCase{"row without data", 9, 0}, SCase{"page of a table", 10, 0},
+        SCase{"page of another kind", 11, 0}, SCase{"loop over two links", 12, 0}}) {
+    SCOPED_TRACE(test.why);
     StartMemo(kJet4Layout);
-    PutLinks(6, {Link(test.nextPage, test.nextSlot, Utf16("abcd"))});
-    PutLinks(7, {Link(0, 0, Utf16("wrong"))});
-    PutLinks(8, {Link(0, 0, Utf16("wrong"))}, 0xC000);
-    PutLinks(9, {Word(0)});
-    Put(10, NewPage(kTablePage).Row(Link(0, 0, Utf16("wrong"))), false);
-    PutLinks(11, {Link(0, 0, Utf16("wrong"))});
+    PutLinks(6, {Link(test.nextPage, test.nextSlot, Utf16(u"abcd"))});
+    PutLinks(7, {Link(0, 0, Utf16(u"wrong"))});
+    PutLinks(8, {Link(0, 0, Utf16(u"wrong"))}, 0xC000);
+    PutLinks(9, {Little(0, 4)});
+    Put(10, NewPage(kTablePage).Row(Link(0, 0, Utf16(u"wrong"))), false);
+    PutLinks(11, {Link(0, 0, Utf16(u"wrong"))});
     pages[11][0] = 2;
-    EXPECT_EQ(Decode(Field(kChain, 40, 6, 0)), "abcd") << test.why;
-    EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u) << test.why;
+    PutLinks(12, {Link(6, 0, Utf16(u"ef"))});
+    const bool isLong = test.nextPage == 12;
+    EXPECT_EQ(DecodeField(Field(kChain, 0x3FFFFFFE, 6, 0)), isLong ? "abcdef" : "abcd");
+    EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
   }
 }
 
-TEST_F(LongValue, ALoopOverTwoLinksEndsAtItsStart) {
-  PutLinks(6, {Link(7, 0, Utf16("ab"))});
-  PutLinks(7, {Link(6, 0, Utf16("cd"))});
-  EXPECT_EQ(Decode(Field(kChain, 0x3FFFFFFE, 6, 0)), "abcd");
-  EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
-}
-
 TEST_F(LongValue, AHeadWithAnotherStampBelongsToAnotherValue) {
-  CTestPage page = NewPage(kOwner).Row(Link(0, 0, Utf16("other")));
-  PutLittle(page.bytes, 8, 0x1234, 4);
+  CTestPage page = NewPage(kLongValueOwner).Row(Link(0, 0, Utf16(u"other")));
+  page.Put32(8, 0x1234);
   Put(6, page, false);
-  EXPECT_EQ(Decode(Field(kChain, 10, 6, 0, 0x1234)), "other");
-  EXPECT_EQ(Decode(Field(kChain, 10, 6, 0, 0x9999)), "");
+  EXPECT_EQ(DecodeField(Field(kChain, 10, 6, 0, 0x1234)), "other");
+  EXPECT_EQ(DecodeField(Field(kChain, 10, 6, 0, 0x9999)), "");
   EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
 }
 
@@ -175,11 +142,11 @@ TEST_F(LongValue, OleValuesGoToNumberedSideFiles) {
   PutLinks(6, {Link(7, 0, Hex("0102030405"))});
   PutLinks(7, {Link(0, 0, Hex("060708"))});
   Put(4, NewPage()
-             .Row(Row(Field(kChain, 8, 6, 0)))
-             .Row(Row(Field(kInline, 0)))
-             .Row(Hex("010000"))                  // null
-             .Row(Row(Field(kSingle, 5, 99, 0)))  // nothing can be read
-             .Row(Row(Joined(Field(kInline, 3), Hex("aabb00")))));
+             .Row(OneColumnRow(Field(kChain, 8, 6, 0)))
+             .Row(OneColumnRow(Field(kInline, 0)))
+             .Row(Hex("010000"))                           // null
+             .Row(OneColumnRow(Field(kSingle, 5, 99, 0)))  // nothing can be read
+             .Row(OneColumnRow(Joined(Field(kInline, 3), Hex("aabb00")))));
   Parse();
   const std::u16string first = CFileNameManager().GetOleFilePath(0);
   const std::u16string second = CFileNameManager().GetOleFilePath(1);
@@ -188,22 +155,22 @@ TEST_F(LongValue, OleValuesGoToNumberedSideFiles) {
   EXPECT_EQ(ToHex(FileBytes(second)), "aabb00");
   EXPECT_TRUE(FileBytes(CFileNameManager().GetOleFilePath(2)).empty());
   // The list holds a count of units + 1 and as many bytes, for each of the two.
-  EXPECT_EQ(FileBytes(CFileNameManager().GetOleListPath()).size(), 2 * (4 + first.size() + 1));
+  EXPECT_EQ(GetFileLength(CFileNameManager().GetOleListPath()), 2 * (4 + first.size() + 1));
   EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
 }
 
 TEST_F(LongValue, AFullDiskEndsTheTableOnly) {
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
   StartMemo(kJet4Layout, kTypeOle);
-  Put(4, NewPage().Row(Row(Joined(Field(kInline, 3), Hex("aabb00")))));
-  CAccessTable& next = data->GetTables().AddTable(uint64_t{9} * 4096);
-  table = &next;
+  Put(4, NewPage().Row(OneColumnRow(Joined(Field(kInline, 3), Hex("aabb00")))));
+  const CAccessTable& full = *table;
+  table = &data->GetTables().AddTable(uint64_t{9} * 4096);
   AddVariable(kTypeMemo, 0, 0);
-  Put(5, NewPage(9).Row(Row(Joined(Field(kInline, 4), Utf16("ok")))));
+  Put(5, NewPage(9).Row(OneColumnRow(Joined(Field(kInline, 4), Utf16(u"ok")))));
   std::filesystem::create_symlink("/dev/full", ToUtf8(CFileNameManager().GetOleFilePath(0)));
   Parse();
   EXPECT_EQ(Lost(EDamage::SkippedTable), 1u);
-  EXPECT_EQ(data->GetTables().GetAt(0)->header.rowCount, 0u);
+  EXPECT_EQ(full.header.rowCount, 0u);
   EXPECT_NE(CRepairLog::Instance().Get().find(SystemMessage(kDiskFullError)), std::u16string::npos);
   EXPECT_EQ(Values(), Texts{"ok"});
 }
@@ -213,7 +180,7 @@ TEST_F(LongValue, ManyRowsAtOneGiantChainEndAtTheBudget) {
   const Bytes content(2000, 'x');
   for (uint32_t page = 6; page < 606; page++) PutLinks(page, {Link(page + 1, 0, content)});
   CTestPage rows = NewPage();
-  for (int i = 0; i < 40; i++) rows.Row(Row(Field(kChain, 1'200'000, 6, 0)));
+  for (int i = 0; i < 40; i++) rows.Row(OneColumnRow(Field(kChain, 1'200'000, 6, 0)));
   Put(4, rows);
   Parse();
   // The budget is 8 times the file (1.2 MB) and 16 MiB: 21 of the 40 values.

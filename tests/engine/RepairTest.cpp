@@ -57,21 +57,16 @@ TEST_P(Repair, NewRunReplacesTheOldOneAndItsFiles) {
   const std::u16string path = CFileNameManager().GetDataFilePath(file.OffsetOf(table));
   Run();
   ASSERT_TRUE(FileExists(path));
-  Run(Bytes(file.OffsetOf(3)));
-  ASSERT_NE(repair.GetData(), nullptr);
+  ASSERT_NE(Run(Bytes(file.OffsetOf(3))), nullptr);
   EXPECT_EQ(repair.GetData()->GetTables().GetCount(), 1u);
   EXPECT_FALSE(FileExists(path));
-}
-
-TEST_P(Repair, StopLeavesNoResult) {
+  // Also where it is stopped, which leaves no result, or where the file cannot be opened.
   Run();
   CRepairingFileStatus::Instance().SetRunning(false);
   EXPECT_EQ(Run(), nullptr);
-  EXPECT_FALSE(FileExists(CFileNameManager().GetDataFilePath(file.OffsetOf(table))));
+  EXPECT_FALSE(FileExists(path));
   EXPECT_EQ(CRepairLog::Instance().Get(), u"") << "the log of the run before is gone";
-}
-
-TEST_P(Repair, FileThatCannotBeOpenedGivesAnEmptyResult) {
+  CRepairingFileStatus::Instance().SetRunning(true);
   repair.Repair(u"/no/such/file", u"", u"/no/such/file");
   ASSERT_NE(repair.GetData(), nullptr);
   EXPECT_EQ(repair.GetData()->GetTables().GetCount(), 0u);
@@ -81,6 +76,7 @@ TEST_P(Repair, WhatIsLostIsCounted) {
   file.AddCatalogueRow(77, u"Gone", 1);
   const uint32_t unnamed = file.AddTable(SmallTable());
   file.Page(rows).Fill(0);
+  file.Page(kCataloguePage).Fill(0);  // its definition is not needed
   const CAccessData* const data = Run();
   ASSERT_NE(data, nullptr);
   const CDamageLedger& ledger = data->GetLedger();
@@ -89,12 +85,6 @@ TEST_P(Repair, WhatIsLostIsCounted) {
   ASSERT_EQ(ledger.GetCount(EDamage::UnnamedTable), 1u);
   EXPECT_EQ(ledger.GetPlaces(EDamage::UnnamedTable)[0].page, unnamed);
   EXPECT_NE(TableNamed(*data, u"RecoveredTable###0"), nullptr);
-}
-
-TEST_P(Repair, CatalogueDefinitionIsNotNeeded) {
-  file.Page(kCataloguePage).Fill(0);
-  const CAccessData* const data = Run();
-  ASSERT_NE(data, nullptr);
   EXPECT_NE(TableNamed(*data, u"People"), nullptr);
 }
 

@@ -1,218 +1,158 @@
 // Rows as they stand in real files, byte by byte, and the same rows with one lie.
 #include "engine/RowFrame.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
-
-#include "tests/engine/Hex.h"
+#include "tests/engine/RowFile.h"
 
 namespace tolvane {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
 // Nine columns: text 0 and 1, byte, integer, long, double, date, currency and (in the mask) yes/no.
-constexpr SRowShape kNineColumns{
-    .columnsEver = 9, .variableColumnsEver = 2, .maximumStoredColumns = 256, .firstVariableNumber = 0};
+const std::string kFixed = "02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000";
+const std::string kJet4Row = "0900" + kFixed + "fffe61626364656667 680069006a006b006c006d006e006f007000 0000";
+const std::string kJet3Row = "09" + kFixed + "61626364656667 68696a6b6c6d6e6f70";
 
-Bytes Jet4Row() {
-  return Hex(
-      "0900 02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000"
-      "fffe61626364656667 68006900 6a006b006c006d006e006f007000 0000 3c00 2a00 2100 0200 ff01");
-}
-
-Bytes Jet3Row() {
-  return Hex(
-      "09 02 de00 5543de13 7b14ae47e1c87b40 0000000040a7da40 b888000000000000"
-      "61626364656667 68696a6b6c6d6e6f70 302720 02 ff01");
-}
-
-// The field's bytes in hex, or "-" when it is not there.
-std::string Show(const CRowFrame::Field& field) {
-  return field ? ToHex(*field) : "-";
-}
-
-struct SCut {
-  CRowFrame frame;
-  bool isRow;
-  Bytes row;
-  SCut(const SRowLayout& layout, Bytes bytes, const SRowShape& shape) : frame(layout), row(std::move(bytes)) {
-    isRow = frame.Cut(row, shape);
+class RowFrame : public CRowTest {
+ protected:
+  void AddNineColumns() {
+    AddVariable(kTypeText, 0, 0);
+    AddVariable(kTypeText, 1, 1);
+    AddFixed(kTypeByte, 2, 0, 1);
+    AddFixed(kTypeInteger, 3, 1, 2);
+    AddFixed(kTypeLong, 4, 3, 4);
+    AddFixed(kTypeDouble, 5, 7, 8);
+    AddFixed(kTypeDate, 6, 15, 8);
+    AddFixed(kTypeCurrency, 7, 23, 8);
+    AddFixed(kTypeBoolean, 8, 31, 1);
+  }
+  static Texts NineTexts(const std::string& first, const std::string& second) {
+    return {first, second, "2", "222", "333333333", "444.55500", "09/21/1974 ", "3.5000", "True"};
+  }
+  void StartTexts(const SJetLayout& newLayout, uint16_t count) {
+    Start(newLayout);
+    for (uint16_t i = 0; i < count; i++) AddVariable(kTypeText, i, i);
+  }
+  // The bytes from `start` on are offsets, jump bytes, variable count and mask.
+  Texts DecodeTexts(size_t start, const Bytes& tail) {
+    Bytes row{static_cast<uint8_t>(table->columns.GetCount())};
+    while (row.size() < start) row.push_back(row.size() < 200 ? 'a' : row.size() < 300 ? 'b' : 'c');
+    return Decode(Joined(row, tail));
   }
 };
 
-TEST(RowFrame, Jet4RowIsCutIntoItsFields) {
-  const SCut cut(kRowLayoutJet4, Jet4Row(), kNineColumns);
-  ASSERT_TRUE(cut.isRow);
-  EXPECT_EQ(Show(cut.frame.FindVariable(0)), "fffe61626364656667");
-  EXPECT_EQ(Show(cut.frame.FindVariable(1)), "680069006a006b006c006d006e006f007000");
-  EXPECT_EQ(Show(cut.frame.FindVariable(2)), "-");
-  EXPECT_EQ(Show(cut.frame.FindFixed(0, 1)), "02");
-  EXPECT_EQ(Show(cut.frame.FindFixed(23, 8)), "b888000000000000");
-  EXPECT_EQ(Show(cut.frame.FindFixed(24, 8)), "-");  // reaches into the variable data
-  for (uint32_t number = 0; number < 9; number++) EXPECT_TRUE(cut.frame.IsPresent(number)) << number;
-  EXPECT_FALSE(cut.frame.IsPresent(9));
-}
-
-TEST(RowFrame, Jet3RowIsCutIntoItsFields) {
-  const SCut cut(kRowLayoutJet3, Jet3Row(), kNineColumns);
-  ASSERT_TRUE(cut.isRow);
-  EXPECT_EQ(Show(cut.frame.FindVariable(0)), "61626364656667");
-  EXPECT_EQ(Show(cut.frame.FindVariable(1)), "68696a6b6c6d6e6f70");
-  EXPECT_EQ(Show(cut.frame.FindVariable(2)), "-");
-  EXPECT_EQ(Show(cut.frame.FindFixed(23, 8)), "b888000000000000");
-  EXPECT_EQ(Show(cut.frame.FindFixed(24, 8)), "-");
-  EXPECT_TRUE(cut.frame.IsPresent(8));
-}
-
-TEST(RowFrame, StoredColumnCountDecidesWhetherItIsARow) {
-  SRowShape shape = kNineColumns;
-  const auto isRow = [&](const SRowLayout& layout, const char* hex) {
-    return SCut(layout, Hex(hex), shape).isRow;
+TEST_F(RowFrame, ALieCostsOnlyTheValuesThatItBounds) {
+  struct SCase {
+    const char* lie;
+    const SJetLayout& layout;
+    std::string row;
+    Texts texts;
+    uint64_t broken;
   };
-  EXPECT_FALSE(isRow(kRowLayoutJet4, ""));
-  EXPECT_FALSE(isRow(kRowLayoutJet4, "09"));
-  EXPECT_FALSE(isRow(kRowLayoutJet4, "0000ff"));
-  EXPECT_TRUE(isRow(kRowLayoutJet4, "0900ff01"));
-  EXPECT_FALSE(isRow(kRowLayoutJet4, "0a00ff03"));
-  EXPECT_FALSE(isRow(kRowLayoutJet3, "00ff"));
-  EXPECT_FALSE(isRow(kRowLayoutJet3, "0aff03"));
-  shape.columnsEver = 400;
-  EXPECT_TRUE(isRow(kRowLayoutJet4, ("ff00" + std::string(64, 'f')).c_str()));
-  EXPECT_FALSE(isRow(kRowLayoutJet4, ("0001" + std::string(64, 'f')).c_str()));
-  EXPECT_FALSE(isRow(kRowLayoutJet4, ("2c01" + std::string(80, 'f')).c_str()));
-}
-
-TEST(RowFrame, ARowShorterThanItsMaskHasNothingPresent) {
-  SRowShape shape = kNineColumns;
-  shape.columnsEver = 200;
-  const SCut cut(kRowLayoutJet4, Hex("c800ffffffff"), shape);
-  ASSERT_TRUE(cut.isRow);
-  for (uint32_t number = 0; number < 200; number++) EXPECT_FALSE(cut.frame.IsPresent(number)) << number;
-}
-
-TEST(RowFrame, AVariableCountThatCannotBeTrueLeavesTheFirstValue) {
-  Bytes row = Jet4Row();
-  row[row.size() - 4] = 10;  // more than the nine columns
-  const SCut four(kRowLayoutJet4, row, kNineColumns);
-  EXPECT_EQ(Show(four.frame.FindVariable(0)), "fffe61626364656667");
-  EXPECT_EQ(Show(four.frame.FindVariable(1)), "-");
-  EXPECT_EQ(Show(four.frame.FindFixed(23, 8)), "b888000000000000");
-
-  row = Jet3Row();
-  row[row.size() - 3] = 10;
-  const SCut three(kRowLayoutJet3, row, kNineColumns);
-  EXPECT_EQ(Show(three.frame.FindVariable(0)), "61626364656667");
-  EXPECT_EQ(Show(three.frame.FindVariable(1)), "-");
-}
-
-TEST(RowFrame, AWrongOffsetCostsOnlyTheValuesThatItBounds) {
-  for (const uint8_t lie : {uint8_t{0}, uint8_t{20}, uint8_t{0xff}}) {
-    Bytes row = Jet4Row();
-    row[row.size() - 8] = lie;  // end of the first value, start of the second
-    row[row.size() - 7] = lie == 0xff ? 0xff : 0;
-    const SCut cut(kRowLayoutJet4, row, kNineColumns);
-    ASSERT_TRUE(cut.isRow);
-    EXPECT_EQ(Show(cut.frame.FindVariable(0)), "-") << int{lie};
-    EXPECT_EQ(Show(cut.frame.FindFixed(23, 8)), "b888000000000000") << int{lie};
-  }
-  Bytes row = Jet4Row();
-  row[row.size() - 10] = 0xff;  // end of data, behind the row
-  const SCut cut(kRowLayoutJet4, row, kNineColumns);
-  EXPECT_EQ(Show(cut.frame.FindVariable(0)), "fffe61626364656667");
-  EXPECT_EQ(Show(cut.frame.FindVariable(1)), "-");
-}
-
-TEST(RowFrame, ARowOlderThanTheVariableColumnsHasNoOffsets) {
-  // Two longs, and behind them the mask; a text column 2 came later.
-  const SRowShape shape{
-      .columnsEver = 3, .variableColumnsEver = 1, .maximumStoredColumns = 256, .firstVariableNumber = 2};
-  const SCut cut(kRowLayoutJet4, Hex("0200 01000000 05000000 03"), shape);
-  ASSERT_TRUE(cut.isRow);
-  EXPECT_EQ(Show(cut.frame.FindFixed(0, 4)), "01000000");
-  EXPECT_EQ(Show(cut.frame.FindFixed(4, 4)), "05000000");
-  EXPECT_FALSE(cut.frame.IsPresent(2));
-}
-
-TEST(RowFrame, Jet3OffsetsStepUpAtTheJumpBytes) {
-  // Offsets 10, 200, 300 and end of data 310 in a row of 320 bytes: index 2 is the first at 256 or above.
-  const SRowShape shape{
-      .columnsEver = 3, .variableColumnsEver = 3, .maximumStoredColumns = 256, .firstVariableNumber = 0};
-  Bytes row(310, 0);
-  row[0] = 3;
-  for (size_t i = 10; i < row.size(); i++) row[i] = static_cast<uint8_t>(i < 200 ? 'a' : i < 300 ? 'b' : 'c');
-  for (const uint8_t byte : Hex("36 2c c8 0a 02 03 07")) row.push_back(byte);
-  const SCut cut(kRowLayoutJet3, row, shape);
-  ASSERT_TRUE(cut.isRow);
-  EXPECT_EQ(cut.frame.FindVariable(0).value().size(), 190u);
-  EXPECT_EQ(cut.frame.FindVariable(1).value().size(), 100u);
-  EXPECT_EQ(Show(cut.frame.FindVariable(2)), "63636363636363636363");
-  EXPECT_EQ(cut.frame.FindVariable(1).value().front(), 'b');
-}
-
-TEST(RowFrame, Jet3SurplusJumpByteIsNoOffset) {
-  // Data end at 255; only the offsets lie above 256, so the jump byte matches nothing, whatever it holds.
-  const SRowShape shape{
-      .columnsEver = 2, .variableColumnsEver = 2, .maximumStoredColumns = 256, .firstVariableNumber = 0};
-  for (const uint8_t surplus : {uint8_t{0xff}, uint8_t{1}}) {
-    Bytes row(254, 'x');
-    row[0] = 2;
-    for (const uint8_t byte : Hex("fe c8 0a")) row.push_back(byte);
-    row.push_back(surplus);
-    row.push_back(2);
-    row.push_back(3);
-    const SCut cut(kRowLayoutJet3, row, shape);
-    ASSERT_TRUE(cut.isRow);
-    ASSERT_TRUE(cut.frame.FindVariable(0));
-    EXPECT_EQ(cut.frame.FindVariable(0)->size(), 190u);
-    ASSERT_TRUE(cut.frame.FindVariable(1));
-    EXPECT_EQ(cut.frame.FindVariable(1)->size(), 54u);
+  const std::string first = "abcdefg", second = "hijklmnop";
+  for (const SCase& test : {
+           SCase{"none", kJet4Layout, kJet4Row + "3c00 2a00 2100 0200 ff01", NineTexts(first, second), 0},
+           SCase{"none", kJet3Layout, kJet3Row + "302720 02 ff01", NineTexts(first, second), 0},
+           SCase{"count", kJet4Layout, kJet4Row + "3c00 2a00 2100 0a00 ff01", NineTexts(first, ""), 1},
+           SCase{"count", kJet3Layout, kJet3Row + "302720 0a ff01", NineTexts(first, ""), 1},
+           SCase{"early end", kJet4Layout, kJet4Row + "3c00 0000 2100 0200 ff01", NineTexts("", ""), 2},
+           SCase{"late end", kJet4Layout, kJet4Row + "3c00 ffff 2100 0200 ff01", NineTexts("", ""), 2},
+           SCase{"late end", kJet4Layout, kJet4Row + "ff00 2a00 2100 0200 ff01", NineTexts(first, ""), 1},
+       }) {
+    SCOPED_TRACE(test.lie + test.row);
+    Start(test.layout);
+    AddNineColumns();
+    EXPECT_EQ(Decode(Hex(test.row)), test.texts);
+    EXPECT_EQ(Lost(EDamage::BrokenValue), test.broken);
   }
 }
 
-// 255 columns of which 230 hold a byte: the data end below 256, the row is longer than 512, and FF, the value
-// of both surplus jump bytes, is the number of the end of data.
-TEST(RowFrame, Jet3SurplusJumpBytesOfTheWidestRow) {
-  constexpr size_t kColumns = 255, kFilled = 230;
-  const SRowShape shape{.columnsEver = kColumns,
-                        .variableColumnsEver = kColumns,
-                        .maximumStoredColumns = 256,
-                        .firstVariableNumber = 0};
-  Bytes row(1 + kFilled, 'v');
-  row[0] = kColumns;
-  for (size_t i = kColumns + 1; i-- > 0;) row.push_back(static_cast<uint8_t>(1 + std::min(i, kFilled)));
-  for (const uint8_t byte : Hex("ff ff ff")) row.push_back(byte);
-  row.resize(row.size() + 32, 0xFF);
-  const SCut cut(kRowLayoutJet3, row, shape);
-  ASSERT_TRUE(cut.isRow);
-  EXPECT_EQ(Show(cut.frame.FindVariable(0)), "76");
-  EXPECT_EQ(Show(cut.frame.FindVariable(kFilled - 1)), "76");
-  ASSERT_TRUE(cut.frame.FindVariable(kColumns - 1));
-  EXPECT_TRUE(cut.frame.FindVariable(kColumns - 1)->empty());
+// Nulls are empty, whatever bytes they hold, and yes/no is never null.
+TEST_F(RowFrame, ColumnsThatAreNullOrNewerThanTheRowAreEmpty) {
+  AddNineColumns();
+  EXPECT_EQ(Decode(Hex("0900" + kFixed + "2100 2100 2100 0200 0000")),
+            (Texts{"", "", "", "", "", "", "", "", "False"}));
+  EXPECT_EQ(Decode(Hex("0400 02 de00 41004200 0900 0500 0500 0200 0e")),
+            (Texts{"", "AB", "2", "222", "", "", "", "", "False"}));
+  // A row older than the text column has no offsets.
+  Start(kJet4Layout);
+  AddFixed(kTypeLong, 0, 0, 4);
+  AddFixed(kTypeLong, 1, 4, 4);
+  AddVariable(kTypeText, 2, 0);
+  EXPECT_EQ(Decode(Hex("0200 01000000 05000000 03")), (Texts{"1", "5", ""}));
+  // A row that is shorter than its mask.
+  table->header.highestColumnNumber = 200;
+  EXPECT_EQ(Decode(Hex("c800ffffffff")), (Texts{"", "", ""}));
+  EXPECT_TRUE(data->GetLedger().IsClean());
+}
+
+TEST_F(RowFrame, AFixedValueDoesNotReachIntoTheVariableOnes) {
+  AddFixed(kTypeLong, 0, 0, 4);
+  AddVariable(kTypeText, 1, 0);
+  AddFixed(kTypeDouble, 2, 4, 8);
+  EXPECT_EQ(Decode(Hex("0300 07000000 4100 4200 0a00 0600 0100 07")), (Texts{"7", "AB", ""}));
+  EXPECT_EQ(Decode(Hex("0300 07000000 4100 4200 ff00 0600 0100 07")), (Texts{"7", "", ""})) << "unsound";
+  EXPECT_EQ(Lost(EDamage::BrokenValue), 3u);
+}
+
+TEST_F(RowFrame, StoredColumnCountDecidesWhetherItIsARow) {
+  const std::string mask(80, 'f');
+  struct SCase {
+    const SJetLayout& layout;
+    std::string row;
+    uint16_t columnsEver;
+    bool isRow;
+  };
+  for (const SCase& test :
+       {SCase{kJet4Layout, "09", 9, false}, SCase{kJet4Layout, "0000ff", 9, false},
+        SCase{kJet4Layout, "0900ff01", 9, true}, SCase{kJet4Layout, "0a00ff03", 9, false},
+        SCase{kJet3Layout, "00ff", 9, false}, SCase{kJet3Layout, "0aff03", 9, false},
+        SCase{kJet4Layout, "ff00" + mask, 400, true}, SCase{kJet4Layout, "0001" + mask, 400, false},
+        SCase{kJet4Layout, "2c01" + mask, 400, false}}) {
+    StartTexts(test.layout, 1);
+    table->header.highestColumnNumber = test.columnsEver;
+    EXPECT_EQ(Decode(Hex(test.row)).size(), test.isRow ? 1u : 0u) << test.row;
+    EXPECT_EQ(Lost(EDamage::RejectedRow), test.isRow ? 0u : 1u) << test.row;
+  }
+}
+
+TEST_F(RowFrame, Jet3OffsetsStepUpAtTheJumpBytes) {
+  // Offsets 10, 200, 300 and end of data 310 in a row of 317 bytes: index 2 is the first at 256 or above.
+  StartTexts(kJet3Layout, 3);
+  EXPECT_EQ(DecodeTexts(310, Hex("36 2c c8 0a 02 03 07")),
+            (Texts{std::string(190, 'a'), std::string(100, 'b'), std::string(10, 'c')}));
+  // Data end at 254; only the offsets lie above 256, so the jump byte matches nothing, whatever it holds.
+  StartTexts(kJet3Layout, 2);
+  for (const char* tail : {"fe c8 0a ff 02 03", "fe c8 0a 01 02 03"})
+    EXPECT_EQ(DecodeTexts(254, Hex(tail)), (Texts{std::string(190, 'a'), std::string(54, 'b')}));
+  // 255 columns of which 230 hold a byte: the data end below 256, the row is longer than 512, and FF, the
+  // value of both surplus jump bytes, is the number of the end of data.
+  StartTexts(kJet3Layout, 255);
+  Bytes tail;
+  for (int i = 255; i >= 0; i--) tail.push_back(static_cast<uint8_t>(1 + std::min(i, 230)));
+  tail.resize(tail.size() + 3 + 32, 0xFF);
+  Texts expected(199, "a");
+  expected.resize(230, "b");
+  expected.resize(255);
+  EXPECT_EQ(DecodeTexts(231, tail), expected);
+  EXPECT_TRUE(data->GetLedger().IsClean());
 }
 
 // Every byte of both rows set to every value: each field that is found lies inside the row.
-TEST(RowFrame, NoByteOfARowLeadsOutsideIt) {
-  for (const SRowLayout* layout : {&kRowLayoutJet3, &kRowLayoutJet4}) {
-    const Bytes sound = layout->countWidth == 1 ? Jet3Row() : Jet4Row();
-    CRowFrame frame(*layout);
-    for (size_t at = 0; at < sound.size(); at++) {
-      for (int value = 0; value < 256; value++) {
-        const Bytes row = [&] {
-          Bytes bytes = sound;
-          bytes[at] = static_cast<uint8_t>(value);
-          return bytes;
-        }();
-        if (!frame.Cut(row, kNineColumns)) continue;
-        for (size_t i = 0; i < 300; i++) {
-          for (const CRowFrame::Field& field : {frame.FindVariable(i), frame.FindFixed(i, 8)}) {
-            if (!field || field->empty()) continue;
-            ASSERT_GE(field->data(), row.data());
-            ASSERT_LE(field->data() + field->size(), row.data() + row.size());
-          }
+TEST_F(RowFrame, NoByteOfARowLeadsOutsideIt) {
+  constexpr SRowShape kShape{
+      .columnsEver = 9, .variableColumnsEver = 2, .maximumStoredColumns = 256, .firstVariableNumber = 0};
+  for (const SRowLayout* rowLayout : {&kRowLayoutJet3, &kRowLayoutJet4}) {
+    const bool isJet3 = rowLayout->countWidth == 1;
+    const Bytes sound = Hex(isJet3 ? kJet3Row + "302720 02 ff01" : kJet4Row + "3c00 2a00 2100 0200 ff01");
+    CRowFrame frame(*rowLayout);
+    for (size_t i = 0; i < sound.size() * 256; i++) {
+      Bytes row = sound;
+      row[i / 256] = static_cast<uint8_t>(i);
+      if (!frame.Cut(row, kShape)) continue;
+      for (size_t index = 0; index < 300; index++) {
+        for (const CRowFrame::Field& field : {frame.FindVariable(index), frame.FindFixed(index, 8)}) {
+          if (!field || field->empty()) continue;
+          ASSERT_GE(field->data(), row.data());
+          ASSERT_LE(field->data() + field->size(), row.data() + row.size());
         }
       }
     }
