@@ -16,33 +16,33 @@
 
 namespace tolvane {
 
+using Lines = std::vector<std::string>;
+
 class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrameWindow {
  public:
-  std::vector<std::string> calls;
+  Lines calls;
   std::deque<bool> answers;          // to questions; No when there is none left
   std::deque<std::u16string> paths;  // to file dialogs; cancelled when there is none left
   std::function<void()> onQuestion;  // while the question is open
 
   SFileQuestion lastFileQuestion;
-  std::vector<std::string> tables;
+  Lines tables;
   std::string summary, log, status, hint, selectedFile, outputPath;
   SCommandSwitches switches;
-  int paints = 0;
 
   // The recorded lines that begin with one of the words; all are forgotten.
-  std::vector<std::string> Take(const std::vector<std::string_view>& words) {
-    std::vector<std::string> taken;
+  Lines Take(const std::vector<std::string_view>& words) {
+    Lines taken;
     for (std::string& call : calls)
-      if (std::any_of(words.begin(), words.end(),
-                      [&](std::string_view word) { return call.starts_with(word); }))
+      if (std::ranges::any_of(words, [&](std::string_view word) { return call.starts_with(word); }))
         taken.push_back(std::move(call));
     calls.clear();
     return taken;
   }
 
   void ShowMessage(std::u16string_view text, EMessageIcon icon) override {
-    static const char* const kIcons[] = {"plain", "info", "warning"};
-    Note("message " + std::string(kIcons[static_cast<size_t>(icon)]) + ": " + ToUtf8(text));
+    constexpr const char* kIcons[] = {" plain: ", " info: ", " warning: "};
+    Note("message" + std::string(kIcons[static_cast<size_t>(icon)]) + ToUtf8(text));
   }
   bool AskYesNo(std::u16string_view text) override {
     Note("ask: " + ToUtf8(text));
@@ -91,7 +91,7 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
   void ResetProgressBar() override { Note("bar reset"); }
   void RefreshProgress() override { Note("progress"); }
   void EnableCommands(const SCommandSwitches& enabled) override { switches = enabled; }
-  void KeepPainting() override { ++paints; }
+  void KeepPainting() override {}
   void RestoreIfMinimised() override { Note("restore"); }
   void EndProcess() override { Note("end process"); }
 
@@ -122,7 +122,7 @@ class CFakeClock : public CWaitClock {
 class CFakeProcesses : public CProcessManager {
  public:
   bool isRunning = true;
-  std::vector<std::string> ended;
+  Lines ended;
 
   bool IsRunning(std::u16string_view) override { return isRunning; }
   size_t Terminate(std::u16string_view name) override {

@@ -1,0 +1,277 @@
+// What stands around the workflow: start-up, the one copy, the choice of files, settings, and what the pages
+// say about a result.
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "app/AppStart.h"
+#include "app/ErrorLog.h"
+#include "app/Findings.h"
+#include "app/LogText.h"
+#include "app/OutputChoice.h"
+#include "app/RecentFiles.h"
+#include "app/Settings.h"
+#include "app/StartChoice.h"
+#include "app/ViewTexts.h"
+#include "platform/InstanceChecker.h"
+#include "tests/app/FakeFrontEnd.h"
+#include "tests/platform/ScratchFolder.h"
+
+namespace tolvane {
+
+namespace {
+
+// Notes each step and fails the one that is named.
+class CFakeStart : public CStartActions {
+ public:
+  std::string failing;
+  Lines steps;
+
+  bool InitialiseOle() override { return Step("ole"); }
+  void EnableControlContainer() override { Step("controls"); }
+  void LoadProfile(std::u16string_view key, size_t recentFiles) override {
+    Step("profile " + ToUtf8(key) + " " + std::to_string(recentFiles));
+  }
+  void SetVisualStyle() override { Step("style"); }
+  void RegisterDocument() override { Step("document"); }
+  bool IsAlreadyRunning(std::u16string_view name) override { return !Step("instance " + ToUtf8(name)); }
+  bool MakeWorkFolder(std::u16string& problem) override {
+    problem = u"no room";
+    return Step("work folder");
+  }
+  bool OpenMainWindow(std::u16string_view path) override { return Step("window " + ToUtf8(path)); }
+  void UpdateMainWindow() override { Step("update"); }
+
+ private:
+  bool Step(const std::string& step) {
+    steps.push_back(step);
+    return failing.empty() || !step.starts_with(failing);
+  }
+};
+
+TEST(AppStart, StepsInTheirOrder) {
+  const Lines all{
+      "ole",         "controls",     "profile Local AppWizard-Generated Applications 4",
+      "style",       "document",     "instance 46985B92-200C-47a3-81FA-D116CE9E74CF_TolvaneForAccess",
+      "work folder", "window a.mdb", "update"};
+  struct SCase {
+    std::string failing;
+    ptrdiff_t steps;
+    Lines messages;
+  };
+  const SCase cases[] = {
+      {"", 9, {}},
+      {"ole", 1, {"message info: Are you sure, you want to close the application?"}},
+      {"instance", 6, {"message info: Tolvane for Access is already running."}},
+      {"work", 7, {"message warning: There is no folder for temporary files: no room"}},
+      {"window", 8, {}},
+  };
+  for (const SCase& c : cases) {
+    CFakeStart start;
+    start.failing = c.failing;
+    CFakeFrontEnd window;
+    EXPECT_EQ(InitInstance(start, window, u"a.mdb"), c.failing.empty()) << c.failing;
+    EXPECT_EQ(start.steps, Lines(all.begin(), all.begin() + c.steps));
+    EXPECT_EQ(window.calls, c.messages);
+  }
+}
+
+TEST(InstanceChecker, OneHoldsTheName) {
+  std::u16string name = u"tolvane-test-";
+  for (const uint8_t byte : MakeGuid().bytes) name += ToDecimal(byte);
+  {
+    CInstanceChecker first;
+    EXPECT_FALSE(first.IsAlreadyRunning(name));
+    EXPECT_TRUE(CInstanceChecker().IsAlreadyRunning(name));
+    EXPECT_FALSE(CInstanceChecker().IsAlreadyRunning(name + u"x"));
+  }
+  EXPECT_FALSE(CInstanceChecker().IsAlreadyRunning(name)) << "gone with its holder";
+}
+
+TEST(Settings, Prefixes) {
+  const std::u16string kIllegal = u"Illegal character found in file pre fix ";
+  EXPECT_EQ(SSettings().prefix, u"Rep");
+  EXPECT_EQ(CheckPrefix(u""), u"Please fill prefix");
+  for (const char16_t unit : std::u16string_view(u"/\\|*:?<>'"))
+    EXPECT_EQ(CheckPrefix(std::u16string(u"a") + unit + u"b"), kIllegal);
+  for (const std::u16string_view prefix : {u"Rep", u"   ", u"\"", u"\u00E9.~"})
+    EXPECT_FALSE(CheckPrefix(prefix));
+}
+
+TEST(StartChoice, IsComplete) {
+  EXPECT_EQ(CheckStartChoice({}), u"Please Select Corrupted MS Access Database File.");
+  EXPECT_EQ(CheckStartChoice({true, u"a.mdb", u""}), u"Please Select Template MS Access Database File.");
+  EXPECT_FALSE(CheckStartChoice({false, u"a.mdb", u""}));
+  EXPECT_FALSE(CheckStartChoice({true, u"a.mdb", u"b.mdb"}));
+  EXPECT_EQ(AskForCorruptedFile(EAskedFrom::StartDialog).title, u"Select Corrupted MS Access file...");
+  EXPECT_EQ(AskForTemplateFile(EAskedFrom::StartDialog).title, u"Select template file...");
+}
+
+class CFakeStore : public CRecentFileStore {
+ public:
+  std::vector<std::u16string> paths{u"a", u"", u"B", u"b", u"c", u"d", u"e"};
+  std::vector<std::u16string> Load() override { return paths; }
+  void Save(const std::vector<std::u16string>& saved) override { paths = saved; }
+};
+
+TEST(RecentFiles, FourWithoutDoubles) {
+  using Paths = std::vector<std::u16string>;
+  CFakeStore store;
+  CRecentFiles files(store);
+  files.Load();
+  EXPECT_EQ(files.Get(), (Paths{u"a", u"b", u"c", u"d"}));
+  files.Add(u"C");
+  EXPECT_EQ(store.paths, (Paths{u"C", u"a", u"b", u"d"}));
+  files.Add(u"f");
+  EXPECT_EQ(store.paths, (Paths{u"f", u"C", u"a", u"b"}));
+  files.Add(files.Get()[2]);
+  EXPECT_EQ(store.paths, (Paths{u"a", u"f", u"C", u"b"}));
+  files.Remove(u"c");
+  EXPECT_EQ(store.paths, (Paths{u"a", u"f", u"b"}));
+}
+
+TEST(LogText, TheSameTextTwiceIsNoChange) {
+  CLogText log;
+  EXPECT_FALSE(log.Set(u""));
+  EXPECT_TRUE(log.Set(u"a"));
+  EXPECT_FALSE(log.Set(u"a"));
+}
+
+TEST(ErrorLog, AppendsTheFirstHalfOfTheBytes) {
+  const CScratchFolder scratch;
+  const CErrorLog log(scratch / u"log.txt");
+  EXPECT_TRUE(log.Write(u"abcd"));
+  EXPECT_TRUE(log.Write(u"ef"));
+  EXPECT_EQ(ReadText(scratch / u"log.txt"), std::string("a\0b\0e\0", 6));
+  EXPECT_TRUE(CErrorLog(scratch / u"none/log.txt").Write(u"lost"));
+  EXPECT_TRUE(CErrorLog().GetPath().ends_with(u"\\ErrorLog\\ErrorLog.txt"));
+}
+
+class OutputChoice : public testing::Test {
+ protected:
+  std::u16string Choose(const std::u16string& source, std::deque<std::u16string> answers) {
+    window.paths = std::move(answers);
+    return ChooseOutput(window, {.corruptedPath = source, .templatePath = {}}, lastPath);
+  }
+
+  CScratchFolder scratch;
+  CFakeFrontEnd window;
+  std::u16string lastPath;
+};
+
+TEST_F(OutputChoice, OffersTheNameAndTheFormatOfTheSource) {
+  struct SCase {
+    std::u16string source;
+    bool isAce;
+    std::u16string name, extension, filter;
+  };
+  const SCase cases[] = {
+      {scratch / u"db.accdb", true, u"Tolvane_db.accdb", u"accdb", u"MS Access Files (*.accdb)|*.accdb||"},
+      {scratch / u"a.b.MDB", false, u"Tolvane_a.b.MDB", u"MDB", u"MS Access Files (*.mdb)|*.mdb||"},
+      {u"db.bak", false, u"Tolvane_db.bak", u"bak", u"MS Access Files (*.accdb;*.mdb)|*.accdb;*.mdb||"},
+      {u"db", true, u"Tolvane_db", u"accdb", u"MS Access Files (*.accdb)|*.accdb||"},
+      {u"db.", false, u"Tolvane_db.", u"mdb", u"MS Access Files (*.mdb)|*.mdb||"},
+  };
+  for (const SCase& c : cases) {
+    const SFileQuestion question = AskForOutputFile({c.source, {}, c.isAce});
+    EXPECT_EQ(question.defaultName, c.name);
+    EXPECT_EQ(question.defaultExtension, c.extension);
+    EXPECT_EQ(question.filter, c.filter);
+  }
+}
+
+TEST_F(OutputChoice, TheExtensionOfTheSourceIsForced) {
+  const std::array<std::u16string_view, 3> cases[] = {
+      // source, typed, chosen
+      {u"s.mdb", u"x.mdb", u"x.mdb"},
+      {u"s.MDB", u"x.mdb", u"x.mdb"},
+      {u"s.mdb", u"x.MDB", u"x.MDB"},
+      {u"s.accdb", u"x.mdb", u"x.mdb.accdb"},
+      {u"s.mdb", u"x", u"x.mdb"},
+      {u"s.mdb", u"taken.mdb", u"taken.mdb"},
+      {u"s.mdb", u"many", u"many.mdb1.mdb2.mdb"},
+  };
+  for (const std::u16string_view name : {u"taken.mdb", u"many.mdb", u"many.mdb1.mdb"})
+    WriteText(scratch / name, "old");
+  for (const auto& [source, typed, chosen] : cases) {
+    EXPECT_EQ(ToUtf8(Choose(scratch / source, {scratch / typed})), ToUtf8(scratch / chosen));
+    EXPECT_EQ(lastPath, scratch / typed);
+  }
+  EXPECT_FALSE(FileExists(scratch / u"taken.mdb")) << "the dialog asked about it";
+  EXPECT_EQ(ReadText(scratch / u"many.mdb"), "old");
+}
+
+TEST_F(OutputChoice, BadNamesAreAskedForAgain) {
+  const std::u16string source = scratch / u"s.mdb";
+  WriteText(source, "damaged");
+  const auto ofLength = [&](size_t length) {
+    std::u16string path = scratch / u"";
+    path.resize(length - 4, u'n');
+    return path + u".mdb";
+  };
+  EXPECT_EQ(Choose(source, {ofLength(246), scratch / u".mdb", scratch / u".accdb", source, ofLength(245)}),
+            ofLength(245));
+  EXPECT_EQ(
+      window.Take({"message"}),
+      (Lines{"message warning: File name should be less than 245 characters.",
+             "message warning: Please provide a valid file name.",
+             "message warning: Please provide a valid file name.",
+             "message warning: The repaired database cannot be saved over the file that it is made from. "
+             "Please provide another file name."}));
+  lastPath.clear();
+  EXPECT_EQ(Choose(source, {scratch / u".mdb"}), u"") << "cancelled";
+  EXPECT_EQ(lastPath, u"");
+  EXPECT_EQ(ReadText(source), "damaged");
+}
+
+TEST_F(OutputChoice, AFileThatCannotBeDeletedEndsTheChoice) {
+  const std::u16string folder = scratch / u"folder.mdb";
+  ASSERT_TRUE(CreateFolder(folder));
+  EXPECT_EQ(Choose(scratch / u"s.mdb", {folder}), u"");
+  const std::string start = "message plain: File" + ToUtf8(folder) + " cannot be overwritten.\n";
+  const std::string message = window.Take({"message"}).at(0);
+  EXPECT_TRUE(message.starts_with(start)) << message;
+  EXPECT_GT(message.size(), start.size()) << "the system's reason";
+}
+
+TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
+  SSaveSummary summary;
+  summary.tablesSaved = 1;
+  summary.recordsSaved = 12;
+  EXPECT_EQ(ToUtf8(DescribeSave(summary, u"o.mdb", {})), "o.mdb\r\n1 table, 12 records");
+  summary.queriesSaved = 2;
+  summary.relationsSaved = 1;
+  summary.emptyRowsDropped = 1;
+  summary.indexesLost = 1;
+  summary.queriesSkipped = 3;
+  summary.losses.push_back({u"Orders", 2, 1, u"too large"});
+  summary.notes.push_back(u"a remark");
+  EXPECT_EQ(
+      ToUtf8(DescribeSave(summary, u"o.mdb", u"disk full")),
+      "o.mdb\r\n1 table, 12 records\r\n2 saved queries\r\n1 relationship\r\n1 empty row left out\r\n\r\n"
+      "The new database is not whole: disk full\r\n\r\n"
+      "Not saved:\r\n2 records of table Orders: too large\r\n1 value of table Orders: too large\r\n1 "
+      "index\r\n"
+      "3 queries of kinds that cannot be rebuilt\r\n\r\n"
+      "Remarks:\r\na remark");
+}
+
+TEST(Findings, DamageInWordsWithItsPlaces) {
+  CAccessData data;
+  CAccessTable& table = data.GetTables().AddTable(5 * 4096);
+  table.name = u"Orders";
+  EXPECT_TRUE(ListDamage(data, 2).empty());
+  for (uint64_t page = 7; page < 10; ++page)
+    data.GetLedger().Add(EDamage::RejectedRow, {page, 5 * 4096, 3, 1});
+  data.GetLedger().Add(EDamage::MissingRows, {5, 5 * 4096, -1, 40});
+  const auto found = ListDamage(data, 2);
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_EQ(found[0].count, 3u);
+  EXPECT_EQ(ToUtf8(found[0].words), "rows that cannot be true");
+  EXPECT_EQ(ToUtf8(found[0].places), "table Orders, page 7, row 3; table Orders, page 8, row 3; ...");
+  EXPECT_EQ(ToUtf8(found[1].places), "table Orders, 40 rows");
+}
+
+}  // namespace
+
+}  // namespace tolvane
