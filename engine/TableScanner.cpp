@@ -138,8 +138,9 @@ class CTableScanner::COwners {
   std::unordered_map<uint32_t, bool> m_isDefinition;
 };
 
-void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page) {
-  data.GetLedger().Add(kind, {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount) {
+  data.GetLedger().Add(kind,
+                       {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = amount});
 }
 
 bool CTableScanner::StartsTable(Page page) const {
@@ -241,7 +242,8 @@ void CTableScanner::ScanDataPages(CAccessData& data, const std::u16string& sourc
     if (isRead && isLost && !isFree && IsOrphan(page)) Count(data, EDamage::OrphanDataPage, number);
     if (m_layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
   }
-  if (reader.GetLength() % m_layout.pageSize != 0) Count(data, EDamage::PartialPage, pageCount);
+  if (const uint64_t rest = reader.GetLength() % m_layout.pageSize; rest != 0)
+    Count(data, EDamage::PartialPage, pageCount, rest);
   status.Flush();
   progress.SetPos(progress.GetMax());
   CDisplayPause::Instance().Pause();

@@ -39,7 +39,7 @@ class CTableScanner {
   [[nodiscard]] bool StartsTable(Page page) const;
   EOwner CreditPage(CAccessData& data, Page page, uint64_t offset, COwners& owners) const;
   [[nodiscard]] bool IsOrphan(Page page) const;
-  static void Count(CAccessData& data, EDamage kind, uint64_t page);
+  static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
 
   const SJetLayout& m_layout;
   const SRecoveryRules& m_rules;

@@ -65,7 +65,7 @@ TEST_P(ScannerOfBoth, PartialLastPageIsNoPage) {
   scanner.ScanTableDefinitions(data, source.GetPath());
   EXPECT_EQ(Candidates(), Pages{2});
   scanner.ScanDataPages(data, source.GetPath());
-  EXPECT_EQ(Lost(EDamage::PartialPage), 1u);
+  EXPECT_EQ(Lost(EDamage::PartialPage), layout.pageSize - 1u);
   EXPECT_EQ(CProgressStatus::Instance().GetMax(), static_cast<int32_t>(2 * table));
   EXPECT_EQ(CProgressStatus::Instance().GetPos(), static_cast<int32_t>(2 * table));
 }
