@@ -1,5 +1,4 @@
-// A database in a file of its own, made through the operations that the writer uses, and read back by the
-// walker.
+// A database in a file of its own, made through the operations that the writer uses.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,26 +6,31 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "checker/DatabaseCheck.h"
-#include "platform/ErrorHandler.h"
-#include "platform/FileCust.h"
-#include "platform/Files.h"
-#include "platform/Process.h"
-#include "platform/Text.h"
-#include "tests/embedded/FileWalker.h"
+#include "tests/embedded/StoredTable.h"
+#include "tests/platform/ScratchFolder.h"
 #include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane::test {
 
 struct SField {
-  std::u16string_view name;
-  int16_t type;
+  std::u16string name;
+  int16_t type = kDaoText;
   int32_t size = 0;
   int32_t attributes = 0;
+  std::u16string defaultValue = {};
 };
+const SField kCounter = {u"Id", kDaoLong, 4, kDaoFixedField | kDaoAutoIncrement};
+
+using Texts = std::vector<std::u16string>;
+
+inline std::string LittleEndian(uint64_t value, size_t size) {
+  std::string bytes;
+  for (size_t i = 0; i < size; i++) bytes += static_cast<char>(value >> 8 * i & 0xFF);
+  return bytes;
+}
 
 // `length` bytes that repeat late; handed over in pieces of odd sizes, as a file on a slow disk might.
 class CPatternSource : public CDaoByteSource {
@@ -54,71 +58,91 @@ class CPatternSource : public CDaoByteSource {
 
 class DatabaseFixture : public ::testing::Test {
  protected:
-  DatabaseFixture() { RemoveFile(m_path); }
-  ~DatabaseFixture() override {
-    m_recordset.reset();
-    m_database.reset();
-    RemoveFile(m_path);
-  }
-
   void Create(const SEmbeddedLimits& limits = {}) {
     m_engine = MakeEmbeddedEngine(limits);
     ExpectOk(m_engine->CreateDatabase(m_path, u";LANGID=0x0409;CP=1252;COUNTRY=0", m_version, m_database));
   }
   void Reopen() {
+    if (m_recordset) ExpectOk(CloseTable());
     ExpectOk(m_database->Close());
     ExpectOk(m_engine->OpenDatabase(m_path, false, false, u"", m_database));
   }
-  CDaoResult AddTable(std::u16string_view name, const std::vector<SField>& fields) {
+  std::unique_ptr<CDaoTableDef> NewTable(std::u16string_view name, const std::vector<SField>& fields = {}) {
     std::unique_ptr<CDaoTableDef> table;
-    if (CDaoResult result = m_database->CreateTableDef(name, 0x10000, u"", u"", table); !result.IsOk())
-      return result;
+    ExpectOk(m_database->CreateTableDef(name, 0x10000, u"", u"", table));
     for (const SField& field : fields)
-      if (CDaoResult result = table->CreateField(field.name, field.type, field.size, field.attributes);
-          !result.IsOk())
-        return result;
+      ExpectOk(table->CreateField(
+          {field.name, field.type, field.size, field.attributes, false, false, field.defaultValue}));
+    return table;
+  }
+  CDaoResult AddTable(std::u16string_view name, const std::vector<SField>& fields,
+                      const std::vector<CDaoIndexInfo>& indexes = {}) {
+    const std::unique_ptr<CDaoTableDef> table = NewTable(name, fields);
+    for (const CDaoIndexInfo& index : indexes) ExpectOk(table->CreateIndex(index));
     return table->Append();
   }
   void OpenTable(std::u16string_view name) {
-    if (m_recordset) ExpectOk(m_recordset->Close());
+    if (m_recordset) ExpectOk(CloseTable());
     ExpectOk(
         m_database->OpenRecordset(std::u16string(u"SELECT * FROM [").append(name).append(u"]"), m_recordset));
   }
+  CDaoResult CloseTable() {
+    const std::unique_ptr<CDaoRecordset> open = std::move(m_recordset);
+    return open->Close();
+  }
   // A new record with these values; u"-" leaves a field alone.
-  CDaoResult AddRow(const std::vector<std::u16string>& values) {
+  CDaoResult AddRow(const Texts& values) {
     if (CDaoResult result = m_recordset->AddNew(); !result.IsOk()) return result;
     for (size_t i = 0; i < values.size(); i++)
       if (values[i] != u"-")
         if (CDaoResult result = m_recordset->SetFieldValue(i, values[i]); !result.IsOk()) return result;
     return m_recordset->Update();
   }
+  // Records into a table that is open for that long only; answers what closing it says.
+  CDaoResult AddRows(std::u16string_view table, const std::vector<Texts>& rows) {
+    OpenTable(table);
+    for (const Texts& row : rows) ExpectOk(AddRow(row));
+    return CloseTable();
+  }
   // Closes everything; the file must be sound.
-  CFileWalker CloseAndCheck() {
-    if (m_recordset) ExpectOk(m_recordset->Close());
-    m_recordset.reset();
+  void CloseAndCheck() {
+    if (m_recordset) ExpectOk(CloseTable());
     ExpectOk(m_database->Close());
-    CFileWalker walker(ReadFile());
-    EXPECT_EQ(walker.Check(), std::vector<std::string>{});
     const SCheckReport report = CheckDatabase(m_path);
+    EXPECT_EQ(report.verdict, ECheckVerdict::Checked);
     for (const SFinding& finding : report.findings)
       ADD_FAILURE() << finding.rule << " " << ToUtf8(finding.table) << ": " << ToUtf8(finding.text);
-    return walker;
   }
-  [[nodiscard]] std::string ReadFile() const {
-    CFileCust file;
-    CErrorHandler handler;
-    EXPECT_TRUE(file.Open(m_path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting));
-    std::string bytes(static_cast<size_t>(file.GetLength()), '\0');
-    file.Read({reinterpret_cast<uint8_t*>(bytes.data()), bytes.size()}, handler);
-    return bytes;
+  SStoredTable CloseAndRead(std::u16string_view table) {
+    CloseAndCheck();
+    return Read(table);
+  }
+
+  [[nodiscard]] SStoredTable Read(std::u16string_view table) const { return ReadStoredTable(m_path, table); }
+  [[nodiscard]] std::u16string Text(const Value& value) const { return TextOf(value, IsJet3()); }
+  [[nodiscard]] bool IsJet3() const { return m_version == kDaoVersionJet3; }
+  [[nodiscard]] size_t PageSize() const { return IsJet3() ? 2048 : 4096; }
+  [[nodiscard]] size_t PageCount() const { return ReadText(m_path).size() / PageSize(); }
+  [[nodiscard]] std::string Page(uint32_t page) const {
+    return ReadText(m_path).substr(page * PageSize(), PageSize());
+  }
+  // The bytes of a row of any page with slots.
+  [[nodiscard]] std::string Row(uint32_t pointer) const {
+    const std::string page = Page(pointer >> 8);
+    const auto slotAt = [&](size_t row) {
+      const size_t at = (IsJet3() ? 10 : 14) + 2 * row;
+      return static_cast<uint8_t>(page[at]) + static_cast<uint8_t>(page[at + 1]) % 32 * size_t{256};
+    };
+    const size_t row = pointer & 0xFF, end = row == 0 ? PageSize() : slotAt(row - 1);
+    return page.substr(slotAt(row), end - slotAt(row));
   }
   static void ExpectOk(const CDaoResult& result) {
     EXPECT_EQ(result.code, EDaoError::None) << ToUtf8(result.text);
   }
 
+  const CScratchFolder m_folder;  // goes last
+  const std::u16string m_path = m_folder / u"made.mdb";
   int32_t m_version = kDaoVersionJet4;
-  const std::u16string m_path =
-      GetTempFolder() + u"embedded_test_" + ToDecimal(uint64_t{GetProcessNumber()}) + u".mdb";
   std::unique_ptr<CDaoEngine> m_engine;
   std::unique_ptr<CDaoDatabase> m_database;
   std::unique_ptr<CDaoRecordset> m_recordset;
@@ -128,8 +152,8 @@ class DatabaseFixture : public ::testing::Test {
 class BothFormats : public DatabaseFixture, public ::testing::WithParamInterface<int32_t> {
  protected:
   BothFormats() { m_version = GetParam(); }
-  [[nodiscard]] bool IsJet3() const { return m_version == kDaoVersionJet3; }
 };
+inline const auto kBothFormats = ::testing::Values(kDaoVersionJet3, kDaoVersionJet4);
 inline std::string FormatName(const ::testing::TestParamInfo<int32_t>& info) {
   return info.param == kDaoVersionJet3 ? "Jet3" : "Jet4";
 }

@@ -5,24 +5,16 @@
 #include <algorithm>
 #include <random>
 
-#include "platform/Files.h"
-#include "platform/Process.h"
-#include "platform/Text.h"
 #include "tests/embedded/KeyBytes.h"
+#include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {
 namespace {
 
 class IndexSorterTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    m_folder = GetTempFolder() + u"tolvane_sorter_" + ToDecimal(uint64_t{GetProcessNumber()});
-    ASSERT_TRUE(CreateFolder(m_folder));
-    m_folder += kPathSeparator;
-  }
-  void TearDown() override { RemoveFolderTree(m_folder); }
-
-  std::u16string m_folder;
+  const CScratchFolder m_scratch;
+  const std::u16string m_folder = m_scratch / u"";
 };
 
 struct SAdded {
@@ -60,7 +52,7 @@ void ExpectSorted(CIndexSorter& sorter, std::vector<SAdded> entries) {
   SIndexEntry entry;
   for (size_t i = 0; i < entries.size(); i++) {
     ASSERT_TRUE(sorter.Next(entry));
-    ASSERT_EQ(ToHex({entry.key.begin(), entry.key.end()}), ToHex(entries[i].key));
+    ASSERT_TRUE(std::ranges::equal(entry.key, entries[i].key)) << i;
     ASSERT_EQ(entry.page, entries[i].page);
     ASSERT_EQ(entry.row, entries[i].row);
     ASSERT_EQ(entry.repeatsKey, i != 0 && entries[i - 1].key == entries[i].key);
@@ -81,31 +73,22 @@ TEST_F(IndexSorterTest, LongRunsOfEqualSizes) {
   EXPECT_GT(sorter.GetRunCount(), 1U);
 }
 
-TEST_F(IndexSorterTest, SmallSetsStayInMemory) {
-  CIndexSorter sorter(m_folder);
-  ExpectSorted(sorter, MakeEntries(1000));
-  EXPECT_EQ(sorter.GetRunCount(), 0U);
-  EXPECT_TRUE(ListFolder(m_folder).empty());
-  CIndexSorter empty(m_folder);
-  ExpectSorted(empty, {});
-}
-
-TEST_F(IndexSorterTest, LargeSetsGoThroughAFileThatDoesNotStay) {
-  {
-    CIndexSorter sorter(m_folder, 64 << 10);
-    CIndexSorter neighbour(m_folder, 64 << 10);
-    ExpectSorted(neighbour, MakeEntries(3000));
-    ExpectSorted(sorter, MakeEntries(20000));
-    EXPECT_GT(sorter.GetRunCount(), 10U);
-    EXPECT_EQ(ListFolder(m_folder).size(), 2U);
+TEST_F(IndexSorterTest, SmallSetsStayInMemoryLargeOnesGoThroughAFileThatDoesNotStay) {
+  const struct {
+    size_t bound, count, leastRuns, mostRuns;
+  } cases[] = {{64 << 20, 0, 0, 0},
+               {64 << 20, 1000, 0, 0},
+               {64 << 10, 20000, 10, 1000},
+               {1, 50, 50, 50}};  // a bound below one entry
+  for (const auto& test : cases) {
+    CIndexSorter sorter(m_folder, test.bound), neighbour(m_folder, test.bound);
+    ExpectSorted(neighbour, MakeEntries(test.count));
+    ExpectSorted(sorter, MakeEntries(test.count));
+    EXPECT_GE(sorter.GetRunCount(), test.leastRuns);
+    EXPECT_LE(sorter.GetRunCount(), test.mostRuns);
+    EXPECT_EQ(ListFolder(m_folder).size(), test.mostRuns == 0 ? 0U : 2U);
   }
   EXPECT_TRUE(ListFolder(m_folder).empty());
-}
-
-TEST_F(IndexSorterTest, ABoundBelowOneEntryStillSorts) {
-  CIndexSorter sorter(m_folder, 1);
-  ExpectSorted(sorter, MakeEntries(50));
-  EXPECT_EQ(sorter.GetRunCount(), 50U);
 }
 
 // Row pointers of the short key stand on both sides of the longer key that begins with it.
@@ -121,19 +104,16 @@ TEST_F(IndexSorterTest, AKeyThatBeginsAnotherIsStillSeenToRepeat) {
   EXPECT_EQ(repeats, (std::vector<bool>{false, false, true}));
 }
 
-TEST_F(IndexSorterTest, AFolderThatIsNotThereIsAnError) {
-  CIndexSorter sorter(m_folder + u"missing" + kPathSeparator, 64);
+TEST_F(IndexSorterTest, FailuresAreErrors) {
+  CIndexSorter sorter(m_scratch / u"missing/", 64);
   EDaoError error = EDaoError::None;
   for (const SAdded& added : MakeEntries(10)) error = sorter.Add(added.key, added.page, added.row);
   EXPECT_EQ(error, EDaoError::DiskError);
   EXPECT_EQ(sorter.Sort(), EDaoError::DiskError);
   SIndexEntry entry;
   EXPECT_FALSE(sorter.Next(entry));
-}
-
-TEST_F(IndexSorterTest, AKeyBeyondAnyPageIsRefused) {
-  CIndexSorter sorter(m_folder);
-  EXPECT_EQ(sorter.Add(std::vector<uint8_t>(70000, 1), 1, 0), EDaoError::RecordTooLarge);
+  CIndexSorter other(m_folder);
+  EXPECT_EQ(other.Add(std::vector<uint8_t>(70000, 1), 1, 0), EDaoError::RecordTooLarge) << "beyond any page";
 }
 
 }  // namespace

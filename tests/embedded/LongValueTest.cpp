@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "tests/embedded/DatabaseFixture.h"
+#include "tests/embedded/KeyBytes.h"
 
 namespace tolvane::test {
 namespace {
@@ -13,60 +14,78 @@ class LongValue : public BothFormats {
  protected:
   void CreateTable() {
     Create();
-    ExpectOk(AddTable(u"T", {{u"Memo", kDaoMemo, 0, 0x22}, {u"Binary", kDaoLongBinary, 0, 0x22}}));
+    ExpectOk(AddTable(u"T", {{u"Memo", kDaoMemo}, {u"Binary", kDaoLongBinary}}));
     OpenTable(u"T");
   }
-  CDaoResult AddBinary(uint64_t length) {
+  void AddBinary(uint64_t length) {
     CPatternSource source(length);
     ExpectOk(m_recordset->AddNew());
-    if (CDaoResult result = m_recordset->SetFieldValue(1, source); !result.IsOk()) return result;
-    return m_recordset->Update();
+    ExpectOk(m_recordset->SetFieldValue(1, source));
+    ExpectOk(m_recordset->Update());
   }
 };
 
-constexpr unsigned kInline = 2, kSingle = 1, kChain = 0;
+struct SPlace {
+  size_t length;
+  EStoredAs kind;
+};
+using Places = std::vector<SPlace>;
+using enum EStoredAs;
 
 TEST_P(LongValue, BinaryGoesWhereItsLengthSaysAndComesBack) {
   CreateTable();
-  using Cases = std::vector<std::pair<uint64_t, unsigned>>;
-  const Cases jet4 = {{0, kInline},    {1, kInline},    {64, kInline},   {65, kSingle},
-                      {4076, kSingle}, {4077, kChain},  {4078, kChain},  {8144, kChain},
-                      {8145, kChain},  {12216, kChain}, {200000, kChain}};
-  const Cases jet3 = {{0, kInline},    {1, kInline},   {32, kInline},   {33, kSingle},
-                      {2032, kSingle}, {2033, kChain}, {2034, kChain},  {4064, kChain},
-                      {4065, kChain},  {6096, kChain}, {200000, kChain}};
-  const Cases& cases = IsJet3() ? jet3 : jet4;
-  for (const auto& [length, kind] : cases) ExpectOk(AddBinary(length));
-  CFileWalker walker = CloseAndCheck();
-  const SWalkedTable table = walker.Read(u"T");
-  ASSERT_EQ(table.rows.size(), cases.size());
-  size_t i = 0;
-  for (const auto& [pointer, row] : table.rows) {
-    EXPECT_EQ(row[1], CPatternSource::Expected(cases[i].first)) << cases[i].first;
-    EXPECT_EQ(walker.KindOf(table, pointer, 1), cases[i].second) << cases[i].first;
-    i++;
+  const Places places =
+      IsJet3()
+          ? Places{{0, Inline},   {1, Inline},   {32, Inline},  {33, Single},  {2032, Single}, {2033, Chain},
+                   {2034, Chain}, {4064, Chain}, {4065, Chain}, {6096, Chain}, {200000, Chain}}
+          : Places{{0, Inline},   {1, Inline},   {64, Inline},  {65, Single},   {4076, Single}, {4077, Chain},
+                   {4078, Chain}, {8144, Chain}, {8145, Chain}, {12216, Chain}, {200000, Chain}};
+  for (const SPlace& place : places) AddBinary(place.length);
+  const SStoredTable table = CloseAndRead(u"T");
+  ASSERT_EQ(table.rows.size(), places.size());
+  for (size_t i = 0; i < places.size(); i++) {
+    EXPECT_EQ(table.rows[i][1], CPatternSource::Expected(places[i].length)) << places[i].length;
+    EXPECT_EQ(KindOf(table.stored[i][1]), places[i].kind) << places[i].length;
   }
 }
 
 // What counts for staying in the row is the text's length before compression; outside the row it stays plain.
 TEST_P(LongValue, MemoGoesWhereItsUncompressedLengthSays) {
   CreateTable();
-  using Cases = std::vector<std::pair<size_t, unsigned>>;
-  const Cases jet4 = {{32, kInline},  {33, kSingle},  {2038, kSingle},
-                      {2039, kChain}, {2040, kChain}, {50001, kChain}};
-  const Cases jet3 = {{32, kInline},  {33, kSingle},  {2032, kSingle},
-                      {2033, kChain}, {2040, kChain}, {50001, kChain}};
-  const Cases& cases = IsJet3() ? jet3 : jet4;
-  for (const auto& [length, kind] : cases) ExpectOk(AddRow({std::u16string(length - 1, u'a') + u'z'}));
-  CFileWalker walker = CloseAndCheck();
-  const SWalkedTable table = walker.Read(u"T");
-  size_t i = 0;
-  for (const auto& [pointer, row] : table.rows) {
-    EXPECT_EQ(walker.Text(row[0]), std::u16string(cases[i].first - 1, u'a') + u'z');
-    EXPECT_EQ(walker.KindOf(table, pointer, 0), cases[i].second) << cases[i].first;
-    EXPECT_EQ(row[0]->size(), IsJet3() ? cases[i].first : i == 0 ? 34 : 2 * cases[i].first);
-    i++;
+  const size_t longest = IsJet3() ? 2032 : 2038;  // in one row
+  const SPlace places[] = {{32, Inline},         {33, Single},  {longest, Single},
+                           {longest + 1, Chain}, {2040, Chain}, {50001, Chain}};
+  for (const SPlace& place : places) ExpectOk(AddRow({std::u16string(place.length - 1, u'a') + u'z'}));
+  const SStoredTable table = CloseAndRead(u"T");
+  for (size_t i = 0; i < std::size(places); i++) {
+    const size_t length = places[i].length;
+    EXPECT_EQ(Text(table.rows[i][0]), std::u16string(length - 1, u'a') + u'z');
+    EXPECT_EQ(KindOf(table.stored[i][0]), places[i].kind) << length;
+    EXPECT_EQ(table.rows[i][0]->size(), IsJet3() ? length : i == 0 ? 34 : 2 * length);
   }
+}
+
+// A value of three pieces in a new database: length, pointer and stamp in the row; each piece but the last
+// fills its row; the stamp is on the first page alone.
+TEST_P(LongValue, ChainsAreLinkedAsEnginesDo) {
+  CreateTable();
+  const size_t piece = IsJet3() ? 2032 : 4072;
+  AddBinary(2 * piece + 7);
+  const std::string reference = *CloseAndRead(u"T").stored[0][1];
+  const std::string stamp = IsJet3() ? std::string(4, '\0') : reference.substr(8);
+  EXPECT_EQ(reference.substr(0, 4) + reference.substr(8), LittleEndian(2 * piece + 7, 4) + stamp);
+  EXPECT_EQ(stamp == std::string(4, '\0'), IsJet3());
+  std::string next = reference.substr(4, 4);
+  for (const size_t expected : {piece, piece, size_t{7}}) {
+    const auto pointer = GetLittle<uint32_t>(BytesOf(next), 0);
+    const std::string page = Page(pointer >> 8), row = Row(pointer);
+    EXPECT_EQ(page.substr(4, 4), "LVAL");
+    EXPECT_TRUE(IsJet3() ||
+                page.substr(8, 4) == (next == reference.substr(4, 4) ? stamp : std::string(4, '\0')));
+    EXPECT_EQ(row.size(), 4 + expected);
+    next = row.substr(0, 4);
+  }
+  EXPECT_EQ(next, std::string(4, '\0'));
 }
 
 TEST_P(LongValue, KeepsTextsThatAreHardToStore) {
@@ -74,19 +93,15 @@ TEST_P(LongValue, KeepsTextsThatAreHardToStore) {
   const std::u16string hard = std::u16string(u"a\0b", 3) + char16_t{0xD800} + std::u16string(100, u'\u0416');
   ExpectOk(AddRow({hard}));
   ExpectOk(AddRow({u"\uFEFF\u0416"}));
-  const CDaoResult closed = m_recordset->Close();
+  const CDaoResult closed = CloseTable();
   ExpectOk(closed);
-  const auto rows = CloseAndCheck().Read(u"T").Rows();
-  if (IsJet3()) {
-    EXPECT_EQ(rows[0][0], std::string("a\0b", 3) + std::string(101, '?'));
-    EXPECT_EQ(rows[1][0], "?");
-    EXPECT_EQ(ToUtf8(closed.text),
-              "102 characters that the code page 1252 does not hold were replaced in table T");
-    return;
-  }
-  EXPECT_EQ(closed.text, u"");
-  EXPECT_EQ(TextOf(rows[0][0]), hard);
-  EXPECT_EQ(TextOf(rows[1][0]), u"\u0416") << "a leading mark would turn the text into a compressed one";
+  EXPECT_EQ(ToUtf8(closed.text),
+            IsJet3() ? "102 characters that the code page 1252 does not hold were replaced in table T" : "");
+  const auto rows = CloseAndRead(u"T").rows;
+  const std::u16string replaced = std::u16string(u"a\0b", 3) + std::u16string(101, u'?');
+  EXPECT_EQ(Text(rows[0][0]), IsJet3() ? replaced : hard);
+  EXPECT_EQ(Text(rows[1][0]), IsJet3() ? u"?" : u"\u0416")
+      << "a leading mark would turn the text into a compressed one";
 }
 
 // The file is as small as if the discarded values had never been.
@@ -97,30 +112,26 @@ TEST_P(LongValue, PagesOfDiscardedValuesAreUsedAgain) {
     ExpectOk(m_recordset->AddNew());
     ExpectOk(m_recordset->SetFieldValue(1, first));
     EXPECT_EQ(m_recordset->SetFieldValue(1, broken).code, EDaoError::DiskError);
-    if (i == 0) ExpectOk(m_recordset->Update());
     if (i == 1) ExpectOk(m_recordset->SetFieldValue(1, last));
-    if (i == 1) ExpectOk(m_recordset->Update());
+    if (i <= 1) ExpectOk(m_recordset->Update());
   }
-  CFileWalker walker = CloseAndCheck();
-  const auto rows = walker.Read(u"T").Rows();
+  const auto rows = CloseAndRead(u"T").rows;
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[0][1], CPatternSource::Expected(100000)) << "a value that fails leaves the one before";
   EXPECT_EQ(rows[1][1], CPatternSource::Expected(90000));
-  EXPECT_LT(walker.PageCount(), IsJet3() ? 20u + 200u : 19u + 100u);
+  EXPECT_LT(PageCount(), IsJet3() ? 20u + 200u : 19u + 100u);
 }
 
 TEST_P(LongValue, SharesPagesOverSessions) {
   CreateTable();
   for (int session = 0; session < 4; session++) {
-    ExpectOk(AddBinary(450));
-    ExpectOk(m_recordset->Close());
+    AddBinary(450);
     Reopen();
     OpenTable(u"T");
   }
-  CFileWalker walker = CloseAndCheck();
-  const SWalkedTable table = walker.Read(u"T");
-  EXPECT_EQ(walker.ReadMap(table.columns[1].ownedMap).size(), 1u);
-  EXPECT_EQ(table.Rows()[3][1], CPatternSource::Expected(450));
+  const SStoredTable table = CloseAndRead(u"T");
+  EXPECT_EQ(table.columns[1].ownedPages.GetCount(), 1u);
+  EXPECT_EQ(table.rows[3][1], CPatternSource::Expected(450));
 }
 
 TEST_P(LongValue, OnlyLongBinaryFieldsTakeBytes) {
@@ -133,24 +144,20 @@ TEST_P(LongValue, OnlyLongBinaryFieldsTakeBytes) {
 // Engines move long values out of a record that would be too long otherwise.
 TEST_P(LongValue, ShortValuesLeaveARecordThatIsTooLong) {
   Create();
-  std::vector<std::u16string> names;
   std::vector<SField> fields;
-  for (uint64_t i = 0; i < 120; i++) names.push_back(u"F" + ToDecimal(i));
-  for (size_t i = 0; i < names.size(); i++)
-    fields.push_back({names[i], i == 119 ? kDaoLongBinary : kDaoMemo, 0, 0x22});
+  Texts values;
+  for (uint64_t i = 0; i < 120; i++) {
+    fields.push_back({u"F" + ToDecimal(i), i == 119 ? kDaoLongBinary : kDaoMemo});
+    values.push_back(std::u16string(10 + i % 22, u'x') + ToDecimal(i % 10));
+  }
   ExpectOk(AddTable(u"T", fields));
-  OpenTable(u"T");
-  std::vector<std::u16string> values;
-  for (uint64_t i = 0; i < 120; i++) values.push_back(std::u16string(10 + i % 22, u'x') + ToDecimal(i % 10));
-  ExpectOk(AddRow(values));
-  CFileWalker walker = CloseAndCheck();
-  const SWalkedTable table = walker.Read(u"T");
-  const uint32_t row = table.rows.begin()->first;
+  ExpectOk(AddRows(u"T", {values}));
+  const SStoredTable table = CloseAndRead(u"T");
   size_t longestKept = 0, shortestMoved = 99;
   for (size_t i = 0; i < 120; i++) {
-    const Value& value = table.rows.at(row)[i];
-    EXPECT_EQ(i == 119 ? *value : ToUtf8(walker.Text(value)), ToUtf8(values[i])) << i;
-    if (walker.KindOf(table, row, i) == kInline)
+    const Value& value = table.rows.at(0)[i];
+    EXPECT_EQ(i == 119 ? *value : ToUtf8(Text(value)), ToUtf8(values[i])) << i;
+    if (KindOf(table.stored.at(0)[i]) == Inline)
       longestKept = std::max(longestKept, values[i].size());
     else
       shortestMoved = std::min(shortestMoved, values[i].size());
@@ -159,7 +166,7 @@ TEST_P(LongValue, ShortValuesLeaveARecordThatIsTooLong) {
   EXPECT_GT(longestKept, 10u) << "no more than needed";
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, LongValue, ::testing::Values(kDaoVersionJet3, kDaoVersionJet4), FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, LongValue, kBothFormats, FormatName);
 
 }  // namespace
 }  // namespace tolvane::test

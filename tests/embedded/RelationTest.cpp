@@ -1,37 +1,26 @@
-// Relations: their rows, and the pairs of indexes that enforce them. The page walker and the checker prove
-// the file when a test closes its database.
+// Relations: their rows, and the pairs of indexes that enforce them. The checker proves the file when a test
+// closes its database.
+#include <algorithm>
 #include <string>
 
 #include "tests/embedded/DatabaseFixture.h"
+#include "tests/embedded/KeyBytes.h"
 
 namespace tolvane::test {
 
 class Relations : public BothFormats {
  protected:
   // A table with a long column for each name; the first `keyed` ones are its primary key.
-  void AddKeyedTable(std::u16string_view name, const std::vector<std::u16string>& fields, size_t keyed,
-                     const std::vector<std::u16string>& indexed = {}, int16_t type = kDaoLong) {
-    std::unique_ptr<CDaoTableDef> table;
-    ExpectOk(m_database->CreateTableDef(name, 0, {}, {}, table));
-    for (const std::u16string& field : fields) ExpectOk(table->CreateField(field, type, 0, 0));
-    CDaoIndexInfo key;
-    key.name = u"Primary Key";
-    key.primary = key.unique = true;
-    for (size_t i = 0; i < keyed; i++) key.fields.push_back({fields[i]});
-    if (keyed > 0) ExpectOk(table->CreateIndex(key));
-    for (const std::u16string& field : indexed) {
-      CDaoIndexInfo index;
-      index.name = u"By" + field;
-      index.fields = {{field}};
-      ExpectOk(table->CreateIndex(index));
-    }
-    ExpectOk(table->Append());
-  }
-  void AddRows(std::u16string_view table, const std::vector<std::vector<std::u16string>>& rows) {
-    OpenTable(table);
-    for (const auto& row : rows) ExpectOk(AddRow(row));
-    ExpectOk(m_recordset->Close());
-    m_recordset.reset();
+  void AddKeyedTable(std::u16string_view name, const Texts& names, size_t keyed, const Texts& indexed = {},
+                     int16_t type = kDaoLong) {
+    std::vector<SField> fields;
+    for (const std::u16string& field : names) fields.push_back({field, type});
+    std::vector<CDaoIndexInfo> indexes;
+    if (keyed > 0) indexes.push_back({.name = u"Primary Key", .fields = {}, .primary = true});
+    for (size_t i = 0; i < keyed; i++) indexes[0].fields.push_back({names[i]});
+    for (const std::u16string& field : indexed)
+      indexes.push_back({.name = u"By" + field, .fields = {{field}}});
+    ExpectOk(AddTable(name, fields, indexes));
   }
   CDaoResult Relate(std::u16string_view name, std::u16string_view foreign, std::u16string_view primary,
                     const std::vector<CDaoRelationFieldInfo>& fields, int32_t attributes = 0) {
@@ -50,8 +39,8 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   Create();
   AddKeyedTable(u"Customers", {u"Id", u"Boss"}, 1);
   AddKeyedTable(u"Orders", {u"Id", u"Customer", u"Payer"}, 1, {u"Payer"});
-  AddRows(u"Customers", {{u"1", u"-"}, {u"2", u"1"}, {u"3", u"1"}});
-  AddRows(u"Orders", {{u"10", u"3", u"-"}, {u"11", u"1", u"2"}, {u"12", u"1", u"-"}});
+  ExpectOk(AddRows(u"Customers", {{u"1", u"-"}, {u"2", u"1"}, {u"3", u"1"}}));
+  ExpectOk(AddRows(u"Orders", {{u"10", u"3", u"-"}, {u"11", u"1", u"2"}, {u"12", u"1", u"-"}}));
   Reopen();
   ExpectOk(Relate(u"CustomersOrders", u"Orders", u"customers", {{u"Id", u"Customer"}},
                   kDaoRelationUpdateCascade | kDaoRelationDeleteCascade));
@@ -63,28 +52,26 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   ExpectOk(Relate(u"Loose", u"Orders", u"Customers", {{u"Boss", u"Id"}, {u"Id", u"Payer"}},
                   kDaoRelationDontEnforce));
   // Rows that come later find their places in the indexes.
-  AddRows(u"Orders", {{u"13", u"2", u"3"}});
-  CFileWalker file = CloseAndCheck();
-
-  const uint32_t customers = file.Read(u"Customers").page, orders = file.Read(u"Orders").page;
-  const std::string bytes = ReadFile();
+  ExpectOk(AddRows(u"Orders", {{u"13", u"2", u"3"}}));
+  const uint32_t customers = CloseAndRead(u"Customers").page, orders = Read(u"Orders").page;
+  const std::string bytes = ReadText(m_path);
   // Number, real index, side, partner's number, partner's page, cascades: the new index of Customer is real
   // index 2 of Orders; Payer has one already.
   for (const std::string& side :
        {Side(2, 2, 2, 1, customers, 1, 1), Side(1, 0, 1, 2, orders, 1, 1), Side(3, 1, 2, 2, customers, 0, 0),
         Side(2, 0, 1, 3, orders, 0, 0), Side(3, 1, 2, 4, customers, 0, 0), Side(4, 0, 1, 3, customers, 0, 0)})
     EXPECT_NE(bytes.find(side), std::string::npos) << side;
-  EXPECT_EQ(file.Read(u"Orders").indexes.size(), 3u);
+  EXPECT_EQ(Read(u"Orders").indexFlags.size(), 3u);
 
   std::vector<std::string> rows;
-  const SWalkedTable relations = file.Read(u"MSysRelationships");
-  for (const auto& row : relations.Rows()) {
-    std::string line;
+  const SStoredTable relations = Read(u"MSysRelationships");
+  for (const auto& row : relations.rows) {
+    std::string& line = rows.emplace_back();
     for (size_t i = 0; i < row.size(); i++)
-      line += (relations.columns[i].type == kDaoLong ? Number(Little(row[i].value_or(""), 0, 4))
-                                                     : ToUtf8(file.Text(row[i]))) +
+      line += (relations.columns[i].type == kDaoLong
+                   ? std::to_string(GetLittle<uint32_t>(BytesOf(row[i].value_or("")), 0))
+                   : ToUtf8(Text(row[i]))) +
               " ";
-    rows.push_back(line);
   }
   std::sort(rows.begin(), rows.end());
   // Jet 4 stores the columns by name: ccolumn grbit icolumn szColumn szObject szReferencedColumn
@@ -105,9 +92,9 @@ TEST_P(Relations, OnlySatisfiedOnesAreEnforced) {
   AddKeyedTable(u"One", {u"A", u"B"}, 2);
   AddKeyedTable(u"Two", {u"X", u"Y", u"Z"}, 0);
   AddKeyedTable(u"Texts", {u"T"}, 1, {}, kDaoText);
-  AddRows(u"One", {{u"1", u"1"}, {u"1", u"2"}, {u"2", u"1"}});
+  ExpectOk(AddRows(u"One", {{u"1", u"1"}, {u"1", u"2"}, {u"2", u"1"}}));
   // A key that is null in part refers to nothing.
-  AddRows(u"Two", {{u"1", u"1", u"1"}, {u"2", u"1", u"1"}, {u"-", u"7", u"2"}, {u"-", u"-", u"9"}});
+  ExpectOk(AddRows(u"Two", {{u"1", u"1", u"1"}, {u"2", u"1", u"1"}, {u"-", u"7", u"2"}, {u"-", u"-", u"9"}}));
   const struct {
     std::u16string_view foreign, primary;
     std::vector<CDaoRelationFieldInfo> fields;
@@ -162,8 +149,8 @@ TEST_P(Relations, WhatIsReferredToBecomesUnique) {
   Create();
   AddKeyedTable(u"One", {u"A", u"B", u"C"}, 0, {u"A", u"B"});
   AddKeyedTable(u"Two", {u"X"}, 0);
-  AddRows(u"One", {{u"1", u"1"}, {u"2", u"3"}, {u"-", u"3"}, {u"-", u"4"}});
-  AddRows(u"Two", {{u"1"}, {u"1"}});
+  ExpectOk(AddRows(u"One", {{u"1", u"1"}, {u"2", u"3"}, {u"-", u"3"}, {u"-", u"4"}}));
+  ExpectOk(AddRows(u"Two", {{u"1"}, {u"1"}}));
   const CDaoResult unique = Relate(u"R", u"Two", u"One", {{u"A", u"X"}});
   EXPECT_TRUE(unique.IsOk());
   EXPECT_EQ(unique.text,
@@ -172,9 +159,9 @@ TEST_P(Relations, WhatIsReferredToBecomesUnique) {
   EXPECT_EQ(repeated.code, EDaoError::NoUniqueIndex);
   EXPECT_EQ(repeated.text, u"1 record of table \"One\" repeats a key that is referred to (3).");
   EXPECT_EQ(Relate(u"S", u"Two", u"One", {{u"C", u"X"}}).code, EDaoError::NoUniqueIndex);
-  const SWalkedTable one = CloseAndCheck().Read(u"One");
-  EXPECT_EQ(one.indexes[0].flags & 1, 1u);
-  EXPECT_EQ(one.indexes[1].flags & 1, 0u);
+  const std::vector<uint8_t> flags = CloseAndRead(u"One").indexFlags;
+  EXPECT_EQ(flags[0] & 1, 1);
+  EXPECT_EQ(flags[1] & 1, 0);
 }
 
 TEST_P(Relations, LargeTablesAreComparedByTheirIndexes) {
@@ -182,13 +169,16 @@ TEST_P(Relations, LargeTablesAreComparedByTheirIndexes) {
   AddKeyedTable(u"Many", {u"Id"}, 1);
   AddKeyedTable(u"More", {u"Id", u"Ref"}, 1);
   constexpr int kRows = 30000;
-  OpenTable(u"Many");
-  for (int i = 0; i < kRows; i += 2) ExpectOk(AddRow({ToDecimal(i)}));
-  OpenTable(u"More");
-  for (int i = 0; i < kRows; i++) ExpectOk(AddRow({ToDecimal(i), ToDecimal((i * 7919 % kRows) & ~1)}));
-  ExpectOk(m_recordset->Close());
+  std::vector<Texts> many, more;
+  for (int i = 0; i < kRows; i++) {
+    if (i % 2 == 0) many.push_back({ToDecimal(i)});
+    more.push_back({ToDecimal(i), ToDecimal((i * 7919 % kRows) & ~1)});
+  }
+  ExpectOk(AddRows(u"Many", many));
+  ExpectOk(AddRows(u"More", more));
   ExpectOk(Relate(u"R", u"More", u"Many", {{u"Id", u"Ref"}}));
-  AddRows(u"More", {{u"-1", u"-5"}, {u"-2", u"-5"}, {u"-3", u"29999"}, {u"-4", u"15001"}, {u"-5", u"30000"}});
+  ExpectOk(AddRows(
+      u"More", {{u"-1", u"-5"}, {u"-2", u"-5"}, {u"-3", u"29999"}, {u"-4", u"15001"}, {u"-5", u"30000"}}));
   const CDaoResult refused = Relate(u"S", u"More", u"Many", {{u"Id", u"Ref"}});
   EXPECT_EQ(refused.code, EDaoError::RelatedRecordMissing);
   EXPECT_EQ(refused.text,
@@ -199,7 +189,7 @@ TEST_P(Relations, LargeTablesAreComparedByTheirIndexes) {
 // 32 indexes at most; one of the foreign table that does the same gives up its place.
 TEST_P(Relations, TheFormatBoundsTheIndexes) {
   Create();
-  std::vector<std::u16string> fields{u"Id"}, indexed;
+  Texts fields{u"Id"}, indexed;
   for (int i = 0; i < 31; i++) indexed.push_back(u"F" + ToDecimal(i));
   fields.insert(fields.end(), indexed.begin(), indexed.end());
   AddKeyedTable(u"Wide", fields, 1, indexed);
@@ -212,6 +202,6 @@ TEST_P(Relations, TheFormatBoundsTheIndexes) {
   CloseAndCheck();
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, Relations, ::testing::Values(kDaoVersionJet3, kDaoVersionJet4), FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, Relations, kBothFormats, FormatName);
 
 }  // namespace tolvane::test

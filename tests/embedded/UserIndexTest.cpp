@@ -1,5 +1,6 @@
-// Indexes of user tables: trees over the rows, and what rows take from an index. The page walker proves
-// order, links and completeness when a test closes its database.
+// Indexes of user tables: trees over the rows, and what rows take from an index. The checker proves order,
+// links, keys and completeness when a test closes its database.
+#include <numeric>
 #include <string>
 
 #include "tests/embedded/DatabaseFixture.h"
@@ -8,83 +9,86 @@ namespace tolvane::test {
 
 class UserIndexes : public BothFormats {
  protected:
-  struct SIndex {
-    std::u16string_view name;
-    std::vector<CDaoIndexFieldInfo> fields;
-    bool primary = false, unique = false, ignoreNulls = false, required = false;
-  };
-
-  CDaoResult AddIndexedTable(std::u16string_view name, const std::vector<SField>& fields,
-                             const std::vector<SIndex>& indexes) {
-    std::unique_ptr<CDaoTableDef> table;
-    ExpectOk(m_database->CreateTableDef(name, 0, {}, {}, table));
-    for (const SField& field : fields)
-      ExpectOk(table->CreateField(field.name, field.type, field.size, field.attributes));
-    for (const SIndex& index : indexes) {
-      CDaoIndexInfo info;
-      info.name = index.name;
-      info.fields = index.fields;
-      info.primary = index.primary;
-      info.unique = index.unique;
-      info.ignoreNulls = index.ignoreNulls;
-      info.required = index.required;
-      ExpectOk(table->CreateIndex(info));
-    }
-    return table->Append();
+  static CDaoIndexInfo Primary(std::u16string_view field) {
+    return {.name = u"Primary Key", .fields = {{std::u16string(field)}}, .primary = true, .unique = true};
   }
 };
 
 TEST_P(UserIndexes, TreesOverEveryKindOfKey) {
   Create();
-  ExpectOk(AddIndexedTable(
-      u"T", {{u"Id", kDaoLong}, {u"Name", kDaoText, 50, 0x22}, {u"When", kDaoDate}, {u"Flag", kDaoBoolean}},
-      {{u"Primary Key", {{u"Id"}}, true, true},
-       {u"ByName", {{u"name"}, {u"When", true}}},
-       {u"Flags", {{u"Flag", true}, {u"Id"}}},
-       {u"Sparse", {{u"When"}}, false, false, true}}));
-  OpenTable(u"T");
+  ExpectOk(AddTable(u"T",
+                    {{u"Id", kDaoLong}, {u"Name", kDaoText, 50}, {u"When", kDaoDate}, {u"Flag", kDaoBoolean}},
+                    {Primary(u"Id"),
+                     {.name = u"ByName", .fields = {{u"name"}, {u"When", true}}},
+                     {.name = u"Flags", .fields = {{u"Flag", true}, {u"Id"}}},
+                     {.name = u"Sparse", .fields = {{u"When"}}, .ignoreNulls = true}}));
   constexpr int kRows = 5000;
+  std::vector<Texts> rows;
   for (int i = 0; i < kRows; i++) {
     const int id = i * 7919 % kRows;  // a permutation: the keys arrive in no order
-    const std::u16string when =
-        id % 3 == 0 ? std::u16string(u"-") : u"01/0" + ToDecimal(id % 9 + 1) + u"/2001 ";
-    ExpectOk(AddRow({ToDecimal(id), id % 5 == 0 ? std::u16string(u"-") : u"Name " + ToDecimal(id % 100), when,
-                     id % 2 == 0 ? u"True" : u"False"}));
+    rows.push_back({ToDecimal(id), id % 5 == 0 ? u"-" : u"Name " + ToDecimal(id % 100),
+                    id % 3 == 0 ? u"-" : u"01/0" + ToDecimal(id % 9 + 1) + u"/2001 ",
+                    id % 2 == 0 ? u"True" : u"False"});
   }
-  const CDaoResult closed = m_recordset->Close();
-  EXPECT_TRUE(closed.IsOk());
+  const CDaoResult closed = AddRows(u"T", rows);
+  ExpectOk(closed);
   EXPECT_EQ(closed.text, u"");
+  // The definition says how many different keys each has: 80 names and none, with 6 dates and none.
+  const std::string definition = Page(CloseAndRead(u"T").page);
+  std::string distinct;
+  for (size_t i = 0; i < 4; i++)
+    distinct += definition.substr(IsJet3() ? 43 + 8 * i + 4 : 63 + 12 * i + 4, 4);
+  EXPECT_EQ(distinct,
+            LittleEndian(kRows, 4) + LittleEndian(81 * 7, 4) + LittleEndian(kRows, 4) + LittleEndian(6, 4));
+}
+
+// Long keys, two rows each, alike to nearly their end or from the first byte on: every count of entries
+// around the splits of pages, up to a tree of four levels.
+TEST_P(UserIndexes, EveryTreeAroundASplitIsSound) {
+  Create();
+  std::vector<uint64_t> counts(80);
+  std::iota(counts.begin(), counts.end(), 0);
+  counts.push_back(700);
+  for (const uint64_t count : counts) {
+    const std::u16string table = u"T" + ToDecimal(count);
+    ExpectOk(AddTable(table, {{u"Same"}, {u"Number"}},
+                      {{.name = u"Alike", .fields = {{u"Same"}, {u"Number"}}},
+                       {.name = u"Different", .fields = {{u"Number"}, {u"Same"}}}}));
+    std::vector<Texts> rows;
+    for (uint64_t i = 0; i < count; i++)
+      rows.push_back(
+          {std::u16string(255, u'x'), ToDecimal(1000 + i / 2) + std::u16string(250 - i % 3, u'y')});
+    ExpectOk(AddRows(table, rows));
+  }
   CloseAndCheck();
 }
 
 TEST_P(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   Create();
-  ExpectOk(AddIndexedTable(u"T", {{u"Id", kDaoLong}, {u"Name", kDaoText, 50, 0x22}},
-                           {{u"Primary Key", {{u"Id"}}, true, true},
-                            {u"Needed", {{u"Name"}}, false, false, false, true},
-                            {u"Alone", {{u"Name"}}, false, true}}));
+  ExpectOk(AddTable(u"T", {{u"Id", kDaoLong}, {u"Name", kDaoText, 50}},
+                    {Primary(u"Id"),
+                     {.name = u"Needed", .fields = {{u"Name"}}, .required = true},
+                     {.name = u"Alone", .fields = {{u"Name"}}, .unique = true}}));
   OpenTable(u"T");
-  ExpectOk(AddRow({u"17", u"a"}));
-  ExpectOk(AddRow({u"17", u"-"}));
-  ExpectOk(AddRow({u"18", u"-"}));
+  for (const Texts& row : {Texts{u"17", u"a"}, {u"17", u"-"}, {u"18", u"-"}}) ExpectOk(AddRow(row));
   const CDaoResult closed = m_recordset->Close();
-  EXPECT_TRUE(closed.IsOk());
+  ExpectOk(closed);
   EXPECT_EQ(closed.text,
             u"Index \"Needed\" no longer requires values: 2 records have none. "
             u"Index \"Primary Key\" is no longer unique: 1 record repeats a key (17). "
             u"Index \"Primary Key\" is no longer the primary key.");
   EXPECT_EQ(m_recordset->GetChangedIndexCount(), 2u);
-  CloseAndCheck();
+  m_recordset.reset();
+  EXPECT_EQ(CloseAndRead(u"T").rows.size(), 3u);
 }
 
 TEST_P(UserIndexes, RowsAddedLaterAreIndexedToo) {
   Create();
-  ExpectOk(AddIndexedTable(u"T", {{u"Id", kDaoLong}}, {{u"Primary Key", {{u"Id"}}, true, true}}));
+  ExpectOk(AddTable(u"T", {{u"Id", kDaoLong}}, {Primary(u"Id")}));
   for (int round = 0; round < 2; round++) {
-    OpenTable(u"T");
-    for (int i = 0; i < 2000; i++) ExpectOk(AddRow({ToDecimal(i * 2 + round)}));
-    ExpectOk(m_recordset->Close());
-    m_recordset.reset();
+    std::vector<Texts> rows;
+    for (int i = 0; i < 2000; i++) rows.push_back({ToDecimal(i * 2 + round)});
+    ExpectOk(AddRows(u"T", rows));
     Reopen();
   }
   CloseAndCheck();
@@ -92,68 +96,52 @@ TEST_P(UserIndexes, RowsAddedLaterAreIndexedToo) {
 
 TEST_P(UserIndexes, OfLongValuesOnlyMemosAreKeysAndNotInJet3) {
   Create();
-  std::unique_ptr<CDaoTableDef> table;
-  ExpectOk(m_database->CreateTableDef(u"T", 0, {}, {}, table));
-  ExpectOk(table->CreateField(u"M", kDaoMemo, 0, 0x22));
-  ExpectOk(table->CreateField(u"O", kDaoLongBinary, 0, 0x22));
-  CDaoIndexInfo index;
-  index.name = u"I";
-  index.fields = {{u"O"}};
-  EXPECT_EQ(table->CreateIndex(index).code, EDaoError::InvalidDataType);
-  index.fields = {{u"M"}};
-  EXPECT_EQ(table->CreateIndex(index).code, IsJet3() ? EDaoError::InvalidDataType : EDaoError::None);
+  const auto table = NewTable(u"T", {{u"M", kDaoMemo}, {u"O", kDaoLongBinary}});
+  EXPECT_EQ(table->CreateIndex({.name = u"I", .fields = {{u"O"}}}).code, EDaoError::InvalidDataType);
+  EXPECT_EQ(table->CreateIndex({.name = u"I", .fields = {{u"M"}}}).code,
+            IsJet3() ? EDaoError::InvalidDataType : EDaoError::None);
 }
 
 // In the row, in a row of their own, in a chain of pages; alike in all that a key holds, and beyond it.
 TEST_P(UserIndexes, MemosAreIndexedWhereverTheyAreStored) {
   if (IsJet3()) GTEST_SKIP() << "no indexes on memos";
   Create();
-  ExpectOk(AddIndexedTable(
-      u"T", {{u"Id", kDaoLong}, {u"M", kDaoMemo, 0, 0x22}},
-      {{u"ByMemo", {{u"M"}}}, {u"Backwards", {{u"M", true}, {u"Id"}}}, {u"Alone", {{u"M"}}, false, true}}));
-  OpenTable(u"T");
+  ExpectOk(AddTable(u"T", {{u"Id", kDaoLong}, {u"M", kDaoMemo}},
+                    {{.name = u"ByMemo", .fields = {{u"M"}}},
+                     {.name = u"Backwards", .fields = {{u"M", true}, {u"Id"}}},
+                     {.name = u"Alone", .fields = {{u"M"}}, .unique = true}}));
   const auto repeat = [](size_t count, char16_t unit) { return std::u16string(count, unit); };
-  const std::u16string memos[] = {u"-",
-                                  u"",
-                                  u"short",
-                                  u"caf\u00E9",
-                                  u"\u65E5",
-                                  repeat(300, u'a'),
-                                  repeat(255, u'b'),
-                                  repeat(255, u'b') + u"x",
-                                  repeat(9000, u'c'),
-                                  repeat(260, u'd') + u' ',
-                                  repeat(9000, u'\u0153')};
-  int id = 0;
-  for (const std::u16string& memo : memos) ExpectOk(AddRow({ToDecimal(id++), memo}));
-  const CDaoResult closed = m_recordset->Close();
-  EXPECT_TRUE(closed.IsOk());
+  std::vector<Texts> rows;
+  for (const std::u16string& memo :
+       {std::u16string(u"-"), std::u16string(), std::u16string(u"short"), std::u16string(u"caf\u00E9"),
+        std::u16string(u"\u65E5"), repeat(300, u'a'), repeat(255, u'b'), repeat(255, u'b') + u"x",
+        repeat(9000, u'c'), repeat(260, u'd') + u' ', repeat(9000, u'\u0153')})
+    rows.push_back({ToDecimal(rows.size()), memo});
+  const CDaoResult closed = AddRows(u"T", rows);
+  ExpectOk(closed);
   EXPECT_EQ(closed.text, u"Index \"Alone\" is no longer unique: 1 record repeats a key (\"" +
                              repeat(40, u'b') + u"...\").");
-  CFileWalker walker = CloseAndCheck();
-  EXPECT_EQ(walker.Read(u"T").indexes.size(), 3u);
+  EXPECT_EQ(CloseAndRead(u"T").indexFlags.size(), 3u);
 }
 
 TEST_P(UserIndexes, AnIndexWithAKeyTooLongForAPageIsLeftOut) {
   Create();
   std::vector<SField> fields = {{u"Id", kDaoLong}};
-  SIndex index{u"Long", {}};
-  for (const std::u16string_view name : {u"A", u"B", u"C", u"D", u"E"}) {
-    fields.push_back({name, kDaoText, 255, 0x22});
-    index.fields.push_back({std::u16string(name)});
+  CDaoIndexInfo index{.name = u"Long", .fields = {}};
+  for (const char16_t* name : {u"A", u"B", u"C", u"D", u"E"}) {
+    fields.push_back({name});
+    index.fields.push_back({name});
   }
-  ExpectOk(AddIndexedTable(u"T", fields, {{u"Primary Key", {{u"Id"}}, true, true}, index}));
-  OpenTable(u"T");
+  ExpectOk(AddTable(u"T", fields, {Primary(u"Id"), index}));
   // Letters that take several bytes of a key each.
-  const std::u16string text(255, IsJet3() ? u'\u00C6' : u'-');
-  ExpectOk(AddRow({u"1", text, text, text, text, text}));
-  const CDaoResult closed = m_recordset->Close();
-  EXPECT_TRUE(closed.IsOk());
+  Texts row(6, std::u16string(255, IsJet3() ? u'\u00C6' : u'-'));
+  row[0] = u"1";
+  const CDaoResult closed = AddRows(u"T", {row});
+  ExpectOk(closed);
   EXPECT_EQ(closed.text, u"Index \"Long\" was left out: a key of it is too long for a page.");
-  CloseAndCheck();
+  EXPECT_EQ(CloseAndRead(u"T").indexFlags.size(), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, UserIndexes, ::testing::Values(kDaoVersionJet3, kDaoVersionJet4),
-                         FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, UserIndexes, kBothFormats, FormatName);
 
 }  // namespace tolvane::test
