@@ -53,8 +53,8 @@ Change FlipMapBit(const Place& map, const Place& page) {
 
 // --- places ---
 
-Place Page(size_t page) {
-  return [=](const CChangedFile&) { return SRow{page, 0}; };
+Place At(size_t page, size_t start = 0) {
+  return [=](const CChangedFile&) { return SRow{page, start}; };
 }
 // Where a page number stands, the page itself.
 Place PageAt(const Place& place, size_t offset, size_t width) {
@@ -83,7 +83,7 @@ Place DefinitionWith(std::string_view column) {
 }
 // Real index `i` of a definition, by its constant.
 Place RealIndex(size_t definition, size_t i) {
-  const Place first = Find(Page(definition), {"\x83\x07\0\0", 4});
+  const Place first = Find(At(definition), {"\x83\x07\0\0", 4});
   return [=](const CChangedFile& f) { return SRow{definition, first(f).start + 52 * i}; };
 }
 Place Root(size_t definition, size_t i) {
@@ -114,7 +114,7 @@ SRow LongValueMaps(const CChangedFile& f) {
 
 // The index of MSysACEs: one leaf, entries of 9 bytes: flag, 4 bytes of key, page, row.
 constexpr size_t kObjects = 2, kAces = 3, kEntry = 9;
-const Place kAceLeaf = Root(kAces, 0), kAceRows = RowsOf(Page(kAces));
+const Place kAceLeaf = Root(kAces, 0), kAceRows = RowsOf(At(kAces));
 constexpr size_t EntryAt(size_t i) {
   return 480 + kEntry * i;
 }
@@ -160,9 +160,9 @@ struct SBroken {
 
 const SBroken kPages[] = {
     {"length of the file", [](CChangedFile& f) { f.GetBytes().resize(f.GetBytes().size() + 100); }, {"A1"}},
-    {"header's mark", Set(Page(0), 1, 1, 2), {"A2"}},
-    {"page of a system table's definition", Flip(Page(0), 0x24, 4), {"A3"}},
-    {"second pointer to the global map", Flip(Page(0), 0x1C, 4), {"A3"}},
+    {"header's mark", Set(At(0), 1, 1, 2), {"A2"}},
+    {"page of a system table's definition", Flip(At(0), 0x24, 4), {"A3"}},
+    {"second pointer to the global map", Flip(At(0), 0x1C, 4), {"A3"}},
     // Every fourth byte: the password takes part in the key that masks all owners.
     {"password",
      [](CChangedFile& f) {
@@ -177,13 +177,13 @@ const SBroken kPages[] = {
     {"pointer to no row", Flip(kPlainRows, 15, 0x40), {"R2", "C11"}},
     {"body without pointer", Flip(kPlainRows, 15, 0x80), {"R2", "C11"}},
     {"kind of a map", Set(Follow(kPlain, kFreeMap), 0, 1, 7), {"D1"}},
-    {"page in two maps", FlipMapBit(Follow(kPlain, kOwnedMap), Page(3)), {"F2"}},
+    {"page in two maps", FlipMapBit(Follow(kPlain, kOwnedMap), At(3)), {"F2"}},
     {"page outside the file", FlipMapBit(Follow(kPlain, kOwnedMap), BehindTheEnd), {"F5"}},
     {"page missing in its map", FlipMapBit(Follow(kPlain, kOwnedMap), kPlainRows), {"C11", "F3"}},
-    {"page with room that is not owned", FlipMapBit(Follow(kPlain, kFreeMap), Page(1)), {"D5"}},
-    {"used page marked free", FlipMapBit(RowOf(Page(1), 0), Page(7)), {"F1"}},
-    {"page behind the end not free", FlipMapBit(RowOf(Page(1), 0), BehindTheEnd), {"F4"}},
-    {"second global map", FlipMapBit(RowOf(Page(1), 1), Page(9)), {"F6"}},
+    {"page with room that is not owned", FlipMapBit(Follow(kPlain, kFreeMap), At(1)), {"D5"}},
+    {"used page marked free", FlipMapBit(RowOf(At(1), 0), At(7)), {"F1"}},
+    {"page behind the end not free", FlipMapBit(RowOf(At(1), 0), BehindTheEnd), {"F4"}},
+    {"second global map", FlipMapBit(RowOf(At(1), 1), At(9)), {"F6"}},
 };
 
 const SBroken kDefinitions[] = {
@@ -263,87 +263,39 @@ const SBroken kObjectRows[] = {
     {"row of no query", Set(QueryRow(8), 2, 4, 0x80777777), {"E11", "H4"}},
 };
 
-// --- places in real databases ---
-
-constexpr const char16_t* kRelations = u"V2003/indexTestV2003.mdb";
-constexpr const char16_t* kMovedRows = u"V2003/overflowTestV2003.mdb";
-constexpr const char16_t* kComplex = u"V2007/complexDataTestV2007.accdb";
-constexpr const char16_t* kJet3 = u"V1997/indexTestV1997.mdb";
-constexpr uint32_t kDefinitionMark = 0x659, kLongValueMark = 0x4C41564C;
-
-// Rows of MSysRelationships: column count, grbit, ccolumn, icolumn, then the names.
-SRow Relation(const CChangedFile& f) {
-  const size_t page = f.FirstOwnedPage(5);
-  size_t row = 0;
-  while ((f.Get(page, 14 + 2 * row, 2) & 0x8000) != 0) row++;  // deleted
-  return {page, f.StartOfRow(page, row)};
-}
-// An index of a definition that enforces a relationship.
-SRow RelationIndex(const CChangedFile& f) {
-  for (size_t page = 6; page < f.GetPageCount(); page++) {
-    if (f.Get(page, 0, 2) != 0x0102 || f.Get(page, 12, 4) != kDefinitionMark) continue;
-    for (size_t at = 63; at + 28 < CChangedFile::kPageSize; at++)
-      if (f.Get(page, at, 4) == kDefinitionMark && f.Get(page, at + 12, 1) == 2 &&
-          f.Get(page, at + 23, 1) == 2 && f.Get(page, at + 24, 4) == 0)
-        return {page, at};
-  }
-  return {0, 0};
-}
-// The flags of the real indexes stand behind their mark; those of all indexes of the other table change.
-void WeakenReferredToIndexes(CChangedFile& f) {
-  const SRow index = RelationIndex(f);
-  const size_t page = f.Get(index.page, index.start + 17, 4);
-  for (size_t at = 63; at + 52 < CChangedFile::kPageSize; at++)
-    if (f.Get(page, at, 4) == 0x783) f.At(page, at + 46) = 0x88;
-}
-void BreakPropertyBlobs(CChangedFile& f) {
-  for (size_t page = 1; page < f.GetPageCount(); page++)
-    if (f.Get(page, 4, 4) == kLongValueMark)
-      for (size_t at = 0; (at = f.Find(page, {"MR2\0", 4}, at)) != std::string::npos;) f.At(page, at) = 'X';
-}
-// The slot of a row that has moved.
-SRow MovedRow(const CChangedFile& f) {
-  for (size_t page = 1; page < f.GetPageCount(); page++) {
-    if (f.Get(page, 0, 2) != 0x0101 || f.Get(page, 4, 4) == kLongValueMark) continue;
-    for (size_t row = 0; row < f.Get(page, 12, 2); row++)
-      if ((f.Get(page, 14 + 2 * row, 2) & 0xC000) == 0x4000) return {page, f.StartOfRow(page, row)};
-  }
-  return {0, 0};
-}
-// The first row of MSysComplexColumns: column count, kind, flat table, table, complex number.
-SRow ComplexColumn(const CChangedFile& f) {
-  return {116, f.StartOfRow(116, 0)};
-}
-// The only leaf of the index of MSysACEs; entries of a flag, four bytes of key and four of row pointer.
-SRow Jet3Leaf(const CChangedFile& f) {
-  return {f.FindPage(4, kAces), 0};
-}
-SRow Jet3Object(const CChangedFile& f) {
-  const size_t page = f.FindPage(1, kObjects);
-  return {page, f.Get(page, 10, 2) & 0x1FFF};
-}
-
 struct SBrokenReal : SBroken {
   const char16_t* file;
 };
 
+// A row of MSysRelationships (column count, grbit, ccolumn, icolumn, then the names), the index that enforces
+// a relationship, and the flags of the indexes that it refers to.
+constexpr const char16_t* kRelations = u"V2003/indexTestV2003.mdb";
+const Place kRelation = At(37, 3999), kRelationIndex = At(24, 570), kReferredTo = At(27, 205 + 46);
+constexpr const char16_t* kMovedRows = u"V2003/overflowTestV2003.mdb";
+// A row of MSysComplexColumns: column count, kind, flat table, table, complex number.
+constexpr const char16_t* kComplex = u"V2007/complexDataTestV2007.accdb";
+const Place kComplexColumn = At(116, 4063);
+// The only leaf of the index of MSysACEs: entries of a flag, four bytes of key and four of row pointer.
+constexpr const char16_t* kJet3 = u"V1997/indexTestV1997.mdb";
+const Place kJet3Leaf = At(13);
+
 const SBrokenReal kReal[] = {
-    {{"count of a relationship", Raise(Relation, 6), {"G2"}}, kRelations},
-    {{"cascade of a relationship", Flip(Relation, 3, 1), {"G5"}}, kRelations},
-    {{"name in a relationship", Set(Relation, 14, 1, 'q'), {"E11", "G1", "G3"}}, kRelations},
-    {{"partner of an index", Set(RelationIndex, 13, 1, 77), {"G3"}}, kRelations},
-    {{"index that is referred to", WeakenReferredToIndexes, {"E13", "G6"}}, kRelations},
-    {{"column of a relationship", Flip(RelationIndex, 8, 1), {"C14", "G6"}}, kRelations},
-    {{"property blobs", BreakPropertyBlobs, {"P1"}}, kRelations},
-    {{"moved row", Set(MovedRow, 0, 1, 200), {"C11", "C8", "R2"}}, kMovedRows},
-    {{"flat table", Set(ComplexColumn, 6, 1, 2), {"E11", "K1"}}, kComplex},
-    {{"complex number", Set(ComplexColumn, 14, 1, 99), {"C12", "E11", "K2"}}, kComplex},
-    {{"column of a flat table", Write(Find(Page(60), WideBytes("Value")), 0, "W"), {"K3"}}, kComplex},
-    {{"Jet 3: free bytes", Raise(Jet3Leaf, 2), {"E4"}}, kJet3},
-    {{"Jet 3: byte of a key", Flip(Jet3Leaf, 0xF8, 1), {"E11"}}, kJet3},
-    {{"Jet 3: level", Raise(Jet3Leaf, 0x15), {"E5"}}, kJet3},
-    {{"Jet 3: mark of a definition", Set(Page(2), 2, 1, 'X'), {"C3"}}, kJet3},
-    {{"Jet 3: row of the catalogue", Set(Jet3Object, 0, 1, 99), {"A7", "B3", "B6", "R1"}}, kJet3},
+    {{"count of a relationship", Raise(kRelation, 6), {"G2"}}, kRelations},
+    {{"cascade of a relationship", Flip(kRelation, 3, 1), {"G5"}}, kRelations},
+    {{"name in a relationship", Set(kRelation, 14, 1, 'q'), {"E11", "G1", "G3"}}, kRelations},
+    {{"partner of an index", Set(kRelationIndex, 13, 1, 77), {"G3"}}, kRelations},
+    {{"index that is referred to", Set(kReferredTo, 0, 1, 0x88), {"E13", "G6"}}, kRelations},
+    {{"column of a relationship", Flip(kRelationIndex, 8, 1), {"C14", "G6"}}, kRelations},
+    {{"property blob", Set(At(16, 3944), 0, 1, 'X'), {"P1"}}, kRelations},
+    {{"moved row", Set(At(27, 3997), 0, 1, 200), {"C11", "C8", "R2"}}, kMovedRows},
+    {{"flat table", Set(kComplexColumn, 6, 1, 2), {"E11", "K1"}}, kComplex},
+    {{"complex number", Set(kComplexColumn, 14, 1, 99), {"C12", "E11", "K2"}}, kComplex},
+    {{"column of a flat table", Set(At(60, 260), 0, 1, 'W'), {"K3"}}, kComplex},  // "Value"
+    {{"Jet 3: free bytes", Raise(kJet3Leaf, 2), {"E4"}}, kJet3},
+    {{"Jet 3: byte of a key", Flip(kJet3Leaf, 0xF8, 1), {"E11"}}, kJet3},
+    {{"Jet 3: level", Raise(kJet3Leaf, 0x15), {"E5"}}, kJet3},
+    {{"Jet 3: mark of a definition", Set(At(2), 2, 1, 'X'), {"C3"}}, kJet3},
+    {{"Jet 3: row of the catalogue", Set(At(18, 1993), 0, 1, 99), {"A7", "B3", "B6", "R1"}}, kJet3},
 };
 
 void ExpectRules(const SBroken& broken, CChangedFile file) {

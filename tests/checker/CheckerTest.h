@@ -47,13 +47,6 @@ class CChangedFile {
       if (m_bytes[page * m_pageSize] == type && Get(page, 4, 4) == owner) return page;
     return 0;
   }
-  // The first page of rows that the table's map names; freed pages may name the table as well.
-  [[nodiscard]] size_t FirstOwnedPage(size_t definition) const {
-    const SRow map = Follow(definition, 55);
-    size_t bit = 0;
-    while (bit < 8 * 64 && (Get(map.page, map.start + 5 + bit / 8, 1) >> bit % 8 & 1) == 0) bit++;
-    return bit + Get(map.page, map.start + 1, 4);
-  }
   // Definition page of the table that has a column of this name.
   [[nodiscard]] size_t FindTable(std::string_view column) const;
   // Where the bytes stand on the page; npos when they do not.
