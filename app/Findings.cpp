@@ -10,7 +10,8 @@ namespace tolvane {
 
 namespace {
 
-std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place) {
+std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place,
+                           NumberText number) {
   std::u16string text;
   const auto add = [&text](const std::u16string& part) { text += (text.empty() ? u"" : u", ") + part; };
   if (place.definition != CDamageLedger::kNoTable) {
@@ -18,7 +19,7 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
     if (table && !table->name.empty()) add(u"table " + table->name);
   }
   if (kind == EDamage::MissingRows) {
-    add(Counted(place.amount, u"row"));
+    add(Counted(place.amount, u"row", number));
   } else {
     add(u"page " + ToDecimal(place.page));
     if (place.row >= 0) add(u"row " + ToDecimal(place.row));
@@ -26,11 +27,12 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
   return text;
 }
 
-std::u16string FormatPlaces(const CAccessData& data, EDamage kind, size_t placesShown) {
+std::u16string FormatPlaces(const CAccessData& data, EDamage kind, size_t placesShown, NumberText number) {
+  if (kind == EDamage::LeadingBytes) return {};  // the words say where
   const auto& places = data.GetLedger().GetPlaces(kind);
   std::u16string text;
   for (size_t i = 0; i < places.size() && i < placesShown; ++i)
-    text += (i == 0 ? u"" : u"; ") + FormatPlace(data, kind, places[i]);
+    text += (i == 0 ? u"" : u"; ") + FormatPlace(data, kind, places[i], number);
   if (places.size() > placesShown) text += u"; ...";
   return text;
 }
@@ -72,8 +74,10 @@ const std::vector<SDamageWords>& GetDamageWords() {
   static const std::vector<SDamageWords> kWords{
       {EDamage::UnreadablePage, "unreadablePage", "page that the system cannot read",
        "pages that the system cannot read"},
-      {EDamage::PartialPage, "partialPage", "byte behind the last whole page",
-       "bytes behind the last whole page"},
+      {EDamage::LeadingBytes, "leadingBytes", "foreign byte in front of the database",
+       "foreign bytes in front of the database"},
+      {EDamage::PartialPage, "partialPage", "page at the end that is not whole",
+       "pages at the end that are not whole"},
       {EDamage::OrphanDataPage, "orphanDataPage", "page of rows whose table is not known",
        "pages of rows whose table is not known"},
       {EDamage::BrokenDefinition, "brokenDefinition", "broken table definition", "broken table definitions"},
@@ -131,12 +135,12 @@ bool HasSaveLosses(const SSaveSummary& summary) {
          summary.relationsWeakened > 0;
 }
 
-std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown) {
+std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown, NumberText number) {
   std::vector<SFinding> found;
   for (const SDamageWords& words : GetDamageWords())
     if (const uint64_t count = data.GetLedger().GetCount(words.kind); count > 0)
       found.push_back({count, FromAscii(count == 1 ? words.singular : words.plural),
-                       FormatPlaces(data, words.kind, placesShown)});
+                       FormatPlaces(data, words.kind, placesShown, number)});
   for (const SColumnPlace& place : FindUnknownColumns(data))
     found.push_back({place.table->header.rowCount,
                      u"values of the unknown type " + ToDecimal(place.column->type) + u": table " +
@@ -172,8 +176,8 @@ std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
   return found;
 }
 
-std::u16string Counted(uint64_t count, std::u16string_view noun) {
-  return ToDecimal(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
+std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number) {
+  return number(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
 }
 
 }  // namespace tolvane

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "model/AccessData.h"
+#include "platform/Text.h"
 #include "writer/SavedTable.h"
 
 namespace tolvane {
@@ -51,12 +52,15 @@ struct SFinding {
   std::u16string words;
   std::u16string places;
 };
+// How numbers are written in texts.
+using NumberText = std::u16string (*)(uint64_t);
 // What was lost or is doubtful on reading, with up to `placesShown` places of each kind.
-std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown);
+std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown,
+                                 NumberText number = ToDecimal<uint64_t>);
 // What could not be saved as it was recovered.
 std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary);
 
 // "1 row", "2 rows"
-std::u16string Counted(uint64_t count, std::u16string_view noun);
+std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number = ToDecimal<uint64_t>);
 
 }  // namespace tolvane

@@ -7,6 +7,8 @@
 
 #include "app/SpillFile.h"
 #include "app/TextSearch.h"
+#include "store/PreviewText.h"
+#include "store/StoredValueReader.h"
 
 namespace tolvane {
 
@@ -14,8 +16,9 @@ namespace tolvane {
 //
 //   0 u32 column   4 u32 units   8 the text in UTF-16
 //
-// and ends where the next row begins. Numbers are in the machine's own order: no other program reads the
-// file.
+// and ends where the next row begins. The row's place in the table's data file, a u64, stands in front of
+// them as the text of a column that no table has. Numbers are in the machine's own order: no other program
+// reads the file.
 class CRecordStore::CState {
  public:
   struct SCell {
@@ -24,6 +27,8 @@ class CRecordStore::CState {
     uint64_t at = 0;  // of the text
   };
   static constexpr size_t kCellHead = 8;
+  static constexpr uint32_t kPlaceColumn = UINT32_MAX;
+  static constexpr uint32_t kPlaceUnits = sizeof(uint64_t) / sizeof(char16_t);
 
   mutable std::mutex mutex;
   std::vector<SColumn> columns;
@@ -31,6 +36,8 @@ class CRecordStore::CState {
   mutable CSpillFile cells;
   bool isFull = false;  // the last row may lack cells, and no further one is taken
   uint32_t generation = 0;
+  const CAccessTable* table = nullptr;
+  mutable CStoredValueReader values;  // opened when first needed
 
   [[nodiscard]] uint64_t EndOf(size_t item) const {
     return item + 1 < rows.size() ? rows[item + 1] : cells.GetLength();
@@ -51,13 +58,42 @@ class CRecordStore::CState {
     text.resize(bytes / 2);
     return text;
   }
+  void Append(uint32_t column, std::span<const uint8_t> text) {
+    const std::array<uint32_t, 2> head{column, static_cast<uint32_t>(text.size() / sizeof(char16_t))};
+    isFull = isFull || !cells.Append({reinterpret_cast<const uint8_t*>(head.data()), kCellHead}) ||
+             !cells.Append(text);
+  }
+  [[nodiscard]] std::u16string FindCell(size_t item, uint32_t column, size_t maxUnits) const {
+    if (item >= rows.size()) return {};
+    uint64_t position = rows[item];
+    const uint64_t end = EndOf(item);
+    for (SCell cell; NextCell(position, end, cell);)
+      if (cell.column == column) return ReadText(cell, maxUnits);
+    return {};
+  }
+  [[nodiscard]] std::u16string ReadStored(size_t item, size_t column, size_t maxUnits) const {
+    const std::u16string place = FindCell(item, kPlaceColumn, kPlaceUnits);
+    if (!table || place.size() != kPlaceUnits) return {};
+    if (!values.IsOpen() && !values.Open(table->GetDefinitionOffset())) return {};
+    uint64_t position = 0;
+    std::memcpy(&position, place.data(), sizeof(position));
+    return values.Read(position, column, maxUnits);
+  }
+  [[nodiscard]] bool IsShortened(size_t column, std::u16string_view shown) const {
+    return table && column < table->columns.GetCount() &&
+           CPreviewText::IsShortened(*table->columns.GetAt(column), shown);
+  }
+  [[nodiscard]] bool Contains(size_t item, const SCell& cell, std::u16string_view folded) const {
+    const std::u16string shown = ReadText(cell, SIZE_MAX);
+    return ContainsFolded(IsShortened(cell.column, shown) ? ReadStored(item, cell.column, SIZE_MAX) : shown,
+                          folded);
+  }
   // The first cell of the item from column `first` on that holds the text.
   [[nodiscard]] std::optional<size_t> FindInRow(size_t item, size_t first, std::u16string_view folded) const {
     uint64_t position = rows[item];
     const uint64_t end = EndOf(item);
     for (SCell cell; NextCell(position, end, cell);)
-      if (cell.column >= first && cell.units >= folded.size() &&
-          ContainsFolded(ReadText(cell, SIZE_MAX), folded))
+      if (cell.column >= first && cell.column != kPlaceColumn && Contains(item, cell, folded))
         return cell.column;
     return std::nullopt;
   }
@@ -83,9 +119,19 @@ void CRecordStore::SetItemText(size_t item, size_t column, std::u16string_view t
   const std::lock_guard lock(m_state->mutex);
   CState& state = *m_state;
   if (state.isFull || text.empty() || item + 1 != state.rows.size()) return;
-  const std::array<uint32_t, 2> head{static_cast<uint32_t>(column), static_cast<uint32_t>(text.size())};
-  state.isFull = !state.cells.Append({reinterpret_cast<const uint8_t*>(head.data()), CState::kCellHead}) ||
-                 !state.cells.Append({reinterpret_cast<const uint8_t*>(text.data()), 2 * text.size()});
+  state.Append(static_cast<uint32_t>(column),
+               {reinterpret_cast<const uint8_t*>(text.data()), 2 * text.size()});
+}
+
+void CRecordStore::SetItemPlace(size_t item, uint64_t place) {
+  const std::lock_guard lock(m_state->mutex);
+  if (item + 1 == m_state->rows.size())
+    m_state->Append(CState::kPlaceColumn, {reinterpret_cast<const uint8_t*>(&place), sizeof(place)});
+}
+
+void CRecordStore::SetTable(const CAccessTable& table) {
+  const std::lock_guard lock(m_state->mutex);
+  m_state->table = &table;
 }
 
 std::vector<CRecordStore::SColumn> CRecordStore::GetColumns() const {
@@ -100,13 +146,19 @@ size_t CRecordStore::GetItemCount() const {
 
 std::u16string CRecordStore::GetCell(size_t item, size_t column, size_t maxUnits) const {
   const std::lock_guard lock(m_state->mutex);
-  const CState& state = *m_state;
-  if (item >= state.rows.size()) return {};
-  uint64_t position = state.rows[item];
-  const uint64_t end = state.EndOf(item);
-  for (CState::SCell cell; state.NextCell(position, end, cell);)
-    if (cell.column == column) return state.ReadText(cell, maxUnits);
-  return {};
+  return m_state->FindCell(item, static_cast<uint32_t>(column), maxUnits);
+}
+
+std::u16string CRecordStore::GetWholeCell(size_t item, size_t column, size_t maxUnits) const {
+  const std::u16string shown = GetCell(item, column);
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->IsShortened(column, shown) ? m_state->ReadStored(item, column, maxUnits)
+                                             : shown.substr(0, maxUnits);
+}
+
+std::u16string CRecordStore::GetStoredText(size_t item, size_t column, size_t maxUnits) const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->ReadStored(item, column, maxUnits);
 }
 
 void CRecordStore::Clear() {
@@ -116,6 +168,8 @@ void CRecordStore::Clear() {
   state.columns.clear();
   state.cells.Clear();
   state.isFull = false;
+  state.table = nullptr;
+  state.values.Close();
   ++state.generation;
 }
 

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "model/AccessTable.h"
 #include "store/PreviewList.h"
 
 namespace tolvane {
@@ -32,13 +33,22 @@ class CRecordStore : public CPreviewList {
   void InsertColumn(size_t index, std::u16string_view heading, int32_t width) override;
   void InsertItem(size_t index) override;
   void SetItemText(size_t item, size_t column, std::u16string_view text) override;
+  void SetItemPlace(size_t item, uint64_t place) override;
+
+  // Before the preview's thread starts: the table whose rows come. It must stay until the next Clear; without
+  // it there are no whole cells.
+  void SetTable(const CAccessTable& table);
 
   // Called by the window. Columns are complete as soon as there is one item or the preview has finished.
   [[nodiscard]] std::vector<SColumn> GetColumns() const;
   // Items whose cells are all there and those whose last cells still come.
   [[nodiscard]] size_t GetItemCount() const override;
-  // The whole cell; `maxUnits` shortens what is only drawn.
+  // What the list shows; `maxUnits` shortens it further.
   [[nodiscard]] std::u16string GetCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
+  // The same, but of a memo that the list shows in part all of it, read from the table's data file.
+  [[nodiscard]] std::u16string GetWholeCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
+  // The value as the data file holds it: of an OLE object, the path of its side file.
+  [[nodiscard]] std::u16string GetStoredText(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
   // Removes all rows, then all columns. Not while the preview's thread runs.
   void Clear();
   // Changes with every Clear.
@@ -51,7 +61,8 @@ class CRecordStore : public CPreviewList {
     size_t item = 0;
     size_t column = 0;
   };
-  // The next cell after `from` (or, without it, from the first cell) whose text holds `text`, ignoring case;
+  // The next cell after `from` (or, without it, from the first cell) that holds `text`, ignoring case, memos
+  // in full;
   // wraps round, and looks at the rest of the first item again at the end. Looks at no more than `maxItems`
   // items, so that a window stays alive: `from` of the next call is then `lookedTo`, the last cell that was
   // looked at. Whoever calls counts the items: after GetItemCount() + 1 of them there is no such cell.

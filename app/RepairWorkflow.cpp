@@ -15,6 +15,7 @@ namespace {
 constexpr uint32_t kPollPeriod = 5;      // milliseconds
 constexpr double kPauseAfterStop = 3.0;  // seconds
 constexpr uint32_t kPauseSlice = 20;     // milliseconds
+constexpr size_t kObjectBytes = 65536;   // of an OLE object that are shown
 
 SCommandSwitches SwitchesOf(EPageState page) {
   switch (page) {
@@ -87,13 +88,18 @@ void CRepairWorkflow::ShowHint() {
       return m_view.SetHint(m_manager->GetCorruptedPath().empty() ? kChooseFileHint : kFileSelectedHint);
     case EPageState::Saved:
       if (m_save.IsWorking()) return m_view.SetHint(kSavedHint);
-      if (!m_save.GetProblem().empty()) return m_view.SetHint(u"The database could not be saved as a whole.");
-      return m_view.SetHint(m_save.GetSummary().tablesSaved > 0
-                                ? kSavedHint
-                                : u"The new database was saved without any table.");
+      if (!m_save.GetProblem().empty()) return m_view.SetHint(kBrokenSaveHint);
+      return m_view.SetHint(m_save.GetSummary().tablesSaved > 0 ? kSavedHint : kEmptySaveHint);
+    case EPageState::Repaired:
+      return m_view.SetHint(IsNothingFound() ? kNothingFoundHint : std::u16string_view());
     default:
       return m_view.SetHint({});
   }
+}
+
+bool CRepairWorkflow::IsNothingFound() const {
+  const CAccessData* data = m_manager->GetData();
+  return !data || ListTables(*data).empty();
 }
 
 void CRepairWorkflow::Next() {
@@ -292,7 +298,8 @@ void CRepairWorkflow::OnSaveTimer() {
 
 void CRepairWorkflow::ShowSaved() {
   m_view.SetOutputPath(m_save.GetOutputPath());
-  m_view.SetSummary(DescribeSave(m_save.GetSummary(), m_save.GetOutputPath(), m_save.GetProblem()));
+  const CAccessData* data = m_manager->GetData();
+  if (data) m_view.SetSummary(DescribeSave(m_save.GetSummary(), *data, m_save.GetProblem()));
 }
 
 bool CRepairWorkflow::StopSave() {
@@ -385,7 +392,22 @@ void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
   ClearPreview();
   ShowSummary();
   const CAccessTable* table = FindTable(m_treeItem);
-  if (table) m_preview.Start(*table, *m_manager->GetData(), m_records);
+  if (!table) return;
+  m_records.SetTable(*table);
+  m_preview.Start(*table, *m_manager->GetData(), m_records);
+}
+
+bool CRepairWorkflow::IsObject(size_t column) const {
+  const CAccessTable* table = m_repairThread.IsWorking() ? nullptr : FindTable(m_treeItem);
+  return table && column < table->columns.GetCount() && table->columns.GetAt(column)->type == kTypeOle;
+}
+
+std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t maxUnits) const {
+  if (!IsObject(place.column)) return m_records.GetWholeCell(place.item, place.column, maxUnits);
+  // Of a row without an object nothing is stored, and nothing shown.
+  const bool isThere = !m_records.GetCell(place.item, place.column).empty();
+  return isThere ? DescribeObject(m_records.GetStoredText(place.item, place.column), kObjectBytes)
+                 : std::u16string();
 }
 
 void CRepairWorkflow::ShowSummary() {

@@ -78,10 +78,15 @@ class CRepairWorkflow {
   [[nodiscard]] const COvRepairFileManager& GetManager() const { return *m_manager; }
   [[nodiscard]] const std::u16string& GetOutputPath() const { return m_save.GetOutputPath(); }
   [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
+  // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
+  // first bytes.
+  [[nodiscard]] bool IsObject(size_t column) const;
+  [[nodiscard]] std::u16string DescribeValue(CRecordStore::SPlace place, size_t maxUnits = SIZE_MAX) const;
 
  private:
   [[nodiscard]] bool AreWorkersBusy() const;
   void SetPage(EPageState page);
+  [[nodiscard]] bool IsNothingFound() const;
   void ShowHint();
   void ShowSummary();
 

@@ -1,7 +1,13 @@
 #include "app/ViewTexts.h"
 
+#include <algorithm>
+#include <span>
+
 #include "app/Findings.h"
 #include "engine/SourceCheck.h"
+#include "platform/ErrorHandler.h"
+#include "platform/FileCust.h"
+#include "platform/Files.h"
 #include "platform/Text.h"
 #include "query/Query.h"
 #include "writer/QuerySaver.h"
@@ -11,6 +17,7 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kPlacesShown = 3;
+constexpr size_t kBytesInLine = 16;
 
 class CLines {
  public:
@@ -23,7 +30,7 @@ class CLines {
     Add({});
     Add(heading);
     for (const SFinding& finding : findings) {
-      Add(ToDecimal(finding.count) + u" " + finding.words);
+      Add(ToGroupedDecimal(finding.count) + u" " + finding.words);
       if (!finding.places.empty()) Add(u"    " + finding.places);
     }
   }
@@ -33,13 +40,30 @@ class CLines {
   std::u16string m_text;
 };
 
+// "00000010  41 42 ...  AB..."
+std::u16string DumpLine(size_t at, std::span<const uint8_t> bytes) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string line;
+  for (int shift = 28; shift >= 0; shift -= 4) line += kDigits[at >> shift & 15];
+  line += "  ";
+  for (size_t i = 0; i < kBytesInLine; ++i)
+    line += i < bytes.size() ? std::string{kDigits[bytes[i] >> 4], kDigits[bytes[i] & 15], ' '} : "   ";
+  line += ' ';
+  for (const uint8_t byte : bytes) line += byte >= ' ' && byte < 0x7F ? static_cast<char>(byte) : '.';
+  return FromAscii(line);
+}
+
 std::u16string CountedQueries(uint64_t count) {
-  return ToDecimal(count) + (count == 1 ? u" saved query" : u" saved queries");
+  return ToGroupedDecimal(count) + (count == 1 ? u" saved query" : u" saved queries");
+}
+
+std::u16string Grouped(uint64_t count, std::u16string_view noun) {
+  return Counted(count, noun, ToGroupedDecimal);
 }
 
 void AddSource(const COvRepairFileManager& manager, const SSourceFacts& facts, CLines& lines) {
   lines.Add(manager.GetCorruptedPath());
-  lines.Add(FromAscii(FormatName(facts)) + u", " + Counted(facts.pageCount, u"page") + u" of " +
+  lines.Add(FromAscii(FormatName(facts)) + u", " + Grouped(facts.pageCount, u"page") + u" of " +
             ToDecimal(facts.pageSize) + u" bytes");
   if (manager.GetMode().IsAdvance()) lines.Add(u"Definitions from " + manager.GetTemplatePath());
 }
@@ -49,10 +73,24 @@ void AddTables(const CAccessData& data, CLines& lines) {
   uint64_t rows = 0;
   for (const STableItem& table : tables) rows += table.rows;
   lines.Add({});
-  lines.Add(Counted(tables.size(), u"table") + u", " + Counted(rows, u"row"));
+  lines.Add(Grouped(tables.size(), u"table") + u", " + Grouped(rows, u"row"));
   CTList<CQuery> queries;
   if (CQuerySaver::ReadQueries(data, queries) && queries.GetCount() > 0)
     lines.Add(CountedQueries(static_cast<uint64_t>(queries.GetCount())));
+}
+
+void AddNothing(const COvRepairFileManager& manager, CLines& lines) {
+  lines.Add({});
+  lines.Add(u"Nothing could be recovered.");
+  const SSourceVerdict verdict = CheckSource(manager.GetCorruptedPath());
+  lines.Add(
+      verdict.state != ESourceState::Ok
+          ? verdict.reason
+          : u"No page of the file defines a table. It may be no Access database, or overwritten as a whole.");
+}
+
+void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lines) {
+  lines.AddFindings(heading, ListDamage(data, kPlacesShown, ToGroupedDecimal));
 }
 
 }  // namespace
@@ -77,37 +115,54 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
   const CAccessData* data = manager.GetData();
   if (data) {
     AddSource(manager, data->source, lines);
-    AddTables(*data, lines);
-    lines.AddFindings(u"Lost or doubtful:", ListDamage(*data, kPlacesShown));
-    if (IsRecoveryWhole(*data)) lines.Add(u"Nothing was lost.");
   }
   if (!data || IsNothingRecovered(*data)) {
-    lines.Add({});
-    lines.Add(u"Nothing could be recovered.");
-    const SSourceVerdict verdict = CheckSource(manager.GetCorruptedPath());
-    if (verdict.state != ESourceState::Ok) lines.Add(verdict.reason);
+    AddNothing(manager, lines);
+  } else {
+    AddTables(*data, lines);
+    if (IsRecoveryWhole(*data)) lines.Add(u"Nothing was lost.");
   }
+  if (data) AddDamage(u"Lost or doubtful:", *data, lines);
   return lines.Take();
 }
 
-std::u16string DescribeSave(const SSaveSummary& summary, std::u16string_view path,
+std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem) {
   CLines lines;
-  lines.Add(path);
-  lines.Add(Counted(summary.tablesSaved, u"table") + u", " + Counted(summary.recordsSaved, u"record"));
+  lines.Add(Grouped(summary.tablesSaved, u"table") + u", " + Grouped(summary.recordsSaved, u"record"));
   if (summary.queriesSaved > 0) lines.Add(CountedQueries(summary.queriesSaved));
-  if (summary.relationsSaved > 0) lines.Add(Counted(summary.relationsSaved, u"relationship"));
-  if (summary.emptyRowsDropped > 0) lines.Add(Counted(summary.emptyRowsDropped, u"empty row") + u" left out");
+  if (summary.relationsSaved > 0) lines.Add(Grouped(summary.relationsSaved, u"relationship"));
+  if (summary.emptyRowsDropped > 0) lines.Add(Grouped(summary.emptyRowsDropped, u"empty row") + u" left out");
   if (!problem.empty()) {
     lines.Add({});
     lines.Add(u"The new database is not whole: " + std::u16string(problem));
   }
   lines.AddFindings(u"Not saved:", ListSaveLosses(summary));
+  AddDamage(u"Lost or doubtful before that, in the damaged file:", recovered, lines);
   if (!summary.notes.empty()) {
     lines.Add({});
     lines.Add(u"Remarks:");
     for (const std::u16string& note : summary.notes) lines.Add(note);
   }
+  return lines.Take();
+}
+
+std::u16string DescribeObject(const std::u16string& path, size_t bytesShown) {
+  if (!FileExists(path)) return u"No object.";  // what is empty gets no side file
+  CFileCust file;
+  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
+    return u"This object could not be read.";
+  const uint64_t length = file.GetLength();
+  if (length == 0) return u"No object.";
+  std::vector<uint8_t> bytes(static_cast<size_t>(std::min<uint64_t>(length, bytesShown)));
+  CErrorHandler handler;
+  bytes.resize(file.ReadAt(0, bytes, handler));
+  CLines lines;
+  lines.Add(u"OLE object, " + Grouped(length, u"byte"));
+  if (bytes.size() < length) lines.Add(u"The first " + Grouped(bytes.size(), u"byte") + u":");
+  lines.Add({});
+  for (size_t at = 0; at < bytes.size(); at += kBytesInLine)
+    lines.Add(DumpLine(at, std::span(bytes).subspan(at, std::min(kBytesInLine, bytes.size() - at))));
   return lines.Take();
 }
 

@@ -23,13 +23,22 @@ inline constexpr std::u16string_view kSavedHint = u"The database has been repair
 
 // The recovered tables that the tree shows: those that a save would write.
 std::vector<STableItem> ListTables(const CAccessData& data);
+// Where nothing was recovered.
+inline constexpr std::u16string_view kNothingFoundHint =
+    u"No table was found. The summary says what is known of the file; an older copy may hold more.";
+inline constexpr std::u16string_view kEmptySaveHint = u"The new database was saved without any table.";
+inline constexpr std::u16string_view kBrokenSaveHint = u"The database could not be saved as a whole.";
+
 // Summaries; lines are joined with "\r\n".
 std::u16string DescribeTable(const CAccessTable& table);
 // Of the root: source, tables, rows, saved queries and everything lost. Reads the saved queries back, and
 // looks at the source once more when nothing was recovered.
 std::u16string DescribeRepair(const COvRepairFileManager& manager);
-// Of the last page. `problem` is why the save ended early, or empty.
-std::u16string DescribeSave(const SSaveSummary& summary, std::u16string_view path,
+// Of the last page: what was saved, what not, and what of `recovered` was lost before. `problem` is why the
+// save ended early, or empty.
+std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem);
+// Of an OLE object: its length and its first bytes, as numbers and as characters. `path` is its side file.
+std::u16string DescribeObject(const std::u16string& path, size_t bytesShown);
 
 }  // namespace tolvane

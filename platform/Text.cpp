@@ -88,4 +88,15 @@ int64_t LeadingInteger(std::u16string_view text) {
   return isNegative ? static_cast<int64_t>(0 - magnitude) : static_cast<int64_t>(magnitude);
 }
 
+std::u16string ToGroupedDecimal(uint64_t value) {
+  const std::u16string digits = ToDecimal(value);
+  const std::u16string separator = GetDigitSeparator();
+  std::u16string grouped;
+  for (size_t i = 0; i < digits.size(); ++i) {
+    if (i > 0 && (digits.size() - i) % 3 == 0) grouped += separator;
+    grouped += digits[i];
+  }
+  return grouped;
+}
+
 }  // namespace tolvane

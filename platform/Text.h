@@ -35,6 +35,10 @@ std::u16string ToDecimal(T value) {
   return FromAscii({digits, static_cast<size_t>(end - digits)});
 }
 
+// "1,234", with what stands between the groups in the user's region; a comma where the system does not tell.
+std::u16string ToGroupedDecimal(uint64_t value);
+std::u16string GetDigitSeparator();
+
 // ASCII letters only; other units must be equal.
 bool EqualsIgnoreCase(std::u16string_view a, std::u16string_view b);
 

@@ -37,4 +37,8 @@ std::u16string FromNativePath(std::string_view path) {
   return out;
 }
 
+std::u16string GetDigitSeparator() {
+  return u",";
+}
+
 }  // namespace tolvane

@@ -153,6 +153,7 @@ void CAccessTableDataFileParser::FillPreview(const CAccessTable* table, CPreview
 bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t columnCount, CPreviewList& list) {
   const size_t item = list.GetItemCount();
   list.InsertItem(item);
+  list.SetItemPlace(item, m_file.GetPosition());
   std::u16string text;
   for (size_t i = 0; i < columnCount; ++i) {
     uint32_t count = 0;

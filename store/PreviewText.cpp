@@ -32,6 +32,11 @@ size_t CPreviewText::GetUnitsNeeded(size_t column) const {
   return m_table.columns.GetAt(column)->type == kTypeMemo ? kMemoUnits + 1 : CValueStream::kAllUnits;
 }
 
+bool CPreviewText::IsShortened(const CAccessColumn& column, std::u16string_view shown) {
+  return column.type == kTypeMemo && shown.size() == kMemoUnitsShown + kMemoMark.size() &&
+         shown.ends_with(kMemoMark);
+}
+
 void CPreviewText::Show(size_t column, std::u16string& text) {
   switch (m_table.columns.GetAt(column)->type) {
     case kTypeDate:

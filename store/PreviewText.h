@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "model/AccessTable.h"
@@ -23,6 +24,8 @@ class CPreviewText {
 
   // How much of a stored value Show needs.
   [[nodiscard]] size_t GetUnitsNeeded(size_t column) const;
+  // True when Show has cut the stored text to this one.
+  static bool IsShortened(const CAccessColumn& column, std::u16string_view shown);
   // Replaces the stored text by the shown one. The column must exist.
   void Show(size_t column, std::u16string& text);
 

@@ -27,6 +27,7 @@ class CValueStream {
   void Close();
   [[nodiscard]] bool IsOpen() const { return m_file.IsOpen(); }
   [[nodiscard]] bool IsAtEnd() const { return m_position >= m_length; }
+  [[nodiscard]] uint64_t GetPosition() const { return m_position; }
   // Bytes between the position and the end; 0 past the end.
   [[nodiscard]] uint64_t GetBytesLeft() const { return IsAtEnd() ? 0 : m_length - m_position; }
 
@@ -37,6 +38,7 @@ class CValueStream {
   // the file ends earlier the text is what is there and the answer is false.
   bool ReadText(uint32_t count, std::u16string& text, size_t maximumUnits = kAllUnits);
   void Skip(uint64_t count);
+  void MoveTo(uint64_t position) { m_position = position; }
 
  private:
   size_t ReadBytes(std::span<uint8_t> bytes);

@@ -17,8 +17,8 @@ constexpr int kButtonHeight = 26;
 
 }  // namespace
 
-CCellDialog::CCellDialog(std::u16string caption, std::u16string text)
-    : CDialog(IDD_CELL), m_caption(std::move(caption)), m_text(std::move(text)) {}
+CCellDialog::CCellDialog(std::u16string caption, std::u16string text, const CFont& font)
+    : CDialog(IDD_CELL), m_caption(std::move(caption)), m_text(std::move(text)), m_font(font) {}
 
 void CCellDialog::OnInitDialog() {
   SetText(m_caption);
@@ -28,6 +28,7 @@ void CCellDialog::OnInitDialog() {
                                            IMAGE_ICON, GetSystemMetrics(SM_CXSMICON),
                                            GetSystemMetrics(SM_CYSMICON), LR_SHARED)));
   m_edit.Attach(GetDlgItem(m_window, IDC_CELL_TEXT));
+  m_edit.SetFont(m_font.GetHandle());
   m_edit.Send(EM_SETLIMITTEXT, 0);
   SetWindowTextW(m_edit.GetHandle(), ToWide(ToEditText(m_text)).c_str());
   OnSize();

@@ -5,12 +5,14 @@
 
 #include "ui/ReadOnlyEdit.h"
 #include "ui/win/Dialog.h"
+#include "ui/win/Fonts.h"
 
 namespace tolvane {
 
 class CCellDialog : public CDialog {
  public:
-  CCellDialog(std::u16string caption, std::u16string text);
+  // The font must outlive the dialog.
+  CCellDialog(std::u16string caption, std::u16string text, const CFont& font);
 
  protected:
   void OnInitDialog() override;
@@ -20,6 +22,7 @@ class CCellDialog : public CDialog {
  private:
   std::u16string m_caption;
   std::u16string m_text;
+  const CFont& m_font;
   CReadOnlyEdit m_edit;
 };
 

@@ -9,6 +9,7 @@
 
 #include "app/status/Status.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 #include "platform/Wide_win.h"
 #include "ui/CrashNote.h"
 #include "ui/DlgSettings.h"
@@ -151,7 +152,7 @@ void CMainFrame::RefreshProgress() {
 void CMainFrame::UpdateTitle() {
   std::u16string title;
   if (m_isBusy) {
-    title = FormatCount(static_cast<uint64_t>(m_progress.GetPercent())) + u"% - ";
+    title = ToDecimal(m_progress.GetPercent()) + u"% - ";
     m_taskbar.ShowPercent(m_progress.GetPercent());
   } else {
     m_taskbar.Clear();

@@ -11,6 +11,7 @@
 
 #include "app/StartChoice.h"
 #include "app/status/Status.h"
+#include "platform/Text.h"
 #include "platform/Wide_win.h"
 #include "ui/CellDialog.h"
 #include "ui/Resource.h"
@@ -316,11 +317,11 @@ void COrlinVexaFileScanView::UpdateRecordsLabel() {
   std::u16string text = u"Recor&ds";
   const size_t rows = m_records.GetRowCount();
   if (CPreviewThreadStatus::Instance().IsBusy())
-    text += u" - reading, " + FormatCount(rows) + u" so far";
+    text += u" - reading, " + ToGroupedDecimal(rows) + u" so far";
   else if (rows == 0)
     text += u" - this table has none";
   else
-    text += u" - " + FormatCount(rows) + (rows == 1 ? u" row" : u" rows");
+    text += u" - " + ToGroupedDecimal(rows) + (rows == 1 ? u" row" : u" rows");
   GetItem(IDC_RECORDS_LABEL).SetText(text);
 }
 
@@ -337,23 +338,30 @@ void COrlinVexaFileScanView::OnCellChanged() {
   std::u16string label = u"&Value - select a row of the list to read its values in full";
   std::u16string value;
   if (m_workflow && place) {
-    label = u"&Value - row " + FormatCount(place->item + 1) + u", " +
+    label = u"&Value - row " + ToGroupedDecimal(place->item + 1) + u", " +
             ToLabel(m_records.GetHeading(place->column));
-    value = m_workflow->GetRecords().GetCell(place->item, place->column, kPaneUnits + 1);
+    value = m_workflow->DescribeValue(*place, kPaneUnits + 1);
     if (value.size() > kPaneUnits) {
       value.resize(kPaneUnits);
       label += u" - its beginning; press Enter in the list for the whole value";
     }
   }
   GetItem(IDC_CELL_LABEL).SetText(label);
+  m_cell.SetFont(GetCellFont().GetHandle());
   m_cell.SetText(ToEditText(value));
+}
+
+// The bytes of an object stand below each other.
+const CFont& COrlinVexaFileScanView::GetCellFont() const {
+  const auto place = m_records.GetPlace();
+  return m_workflow && place && m_workflow->IsObject(place->column) ? m_fonts.fixed : m_fonts.message;
 }
 
 void COrlinVexaFileScanView::ShowWholeCell() {
   const auto place = m_records.GetPlace();
   if (!m_workflow || !place) return;
-  CCellDialog dialog(m_records.GetHeading(place->column) + u" - row " + FormatCount(place->item + 1),
-                     m_workflow->GetRecords().GetCell(place->item, place->column));
+  CCellDialog dialog(m_records.GetHeading(place->column) + u" - row " + ToGroupedDecimal(place->item + 1),
+                     m_workflow->DescribeValue(*place), GetCellFont());
   dialog.DoModal(GetParent(m_window));
 }
 
@@ -391,7 +399,7 @@ void COrlinVexaFileScanView::ContinueFind() {
       return;
     case CRecordSearch::EState::Found:
       m_records.GoTo(m_search.GetPlace());
-      Say(u"Found \"" + m_search.GetText() + u"\" in row " + FormatCount(m_search.GetPlace().item + 1) +
+      Say(u"Found \"" + m_search.GetText() + u"\" in row " + ToGroupedDecimal(m_search.GetPlace().item + 1) +
           u".");
       break;
     case CRecordSearch::EState::NotFound:

@@ -83,6 +83,7 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   LRESULT OnNotify(NMHDR* header);
   void OnTreeChanged();
   void OnCellChanged();
+  [[nodiscard]] const CFont& GetCellFont() const;
   void OnTimer(UINT_PTR timer);
   void WatchRecords();
   void UpdateRecordsLabel();

@@ -189,7 +189,7 @@ CRecordList::ECopied CRecordList::Copy() const {
   if (Send(LVM_GETSELECTEDCOUNT) > 1) return CopyRows(false);
   const auto place = GetPlace();
   if (!m_records || !place) return ECopied::Nothing;
-  const bool isCopied = CopyTextToClipboard(m_window, m_records->GetCell(place->item, place->column));
+  const bool isCopied = CopyTextToClipboard(m_window, m_records->GetWholeCell(place->item, place->column));
   return isCopied ? ECopied::Cell : ECopied::Nothing;
 }
 
@@ -207,7 +207,7 @@ CRecordList::ECopied CRecordList::CopyRows(bool hasHeadings) const {
          text.size() < kCopiedUnits) {
     hasRows = true;
     for (size_t column = 0; column < m_columns.size(); ++column) {
-      AppendInOneLine(text, m_records->GetCell(static_cast<size_t>(row), column));
+      AppendInOneLine(text, m_records->GetWholeCell(static_cast<size_t>(row), column));
       endCell(column);
     }
   }

@@ -4,8 +4,8 @@ namespace tolvane {
 
 namespace {
 
-// Items a piece: a few hundredths of a second.
-constexpr size_t kPiece = 2000;
+// Items a piece: few, as each may hold a long memo.
+constexpr size_t kPiece = 100;
 
 }  // namespace
 

@@ -11,18 +11,6 @@ constexpr char16_t kRootText[] = u"Recovered Tables";
 
 }  // namespace
 
-std::u16string FormatCount(uint64_t count) {
-  wchar_t separator[8] = L",";
-  GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_STHOUSAND, separator, static_cast<int>(std::size(separator)));
-  const std::u16string digits = ToDecimal(count);
-  std::u16string grouped;
-  for (size_t i = 0; i < digits.size(); ++i) {
-    if (i > 0 && (digits.size() - i) % 3 == 0) grouped += FromWide(separator);
-    grouped += digits[i];
-  }
-  return grouped;
-}
-
 bool CTreeControl::Create(HWND parent, UINT identifier) {
   constexpr DWORD kStyle =
       WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP;
@@ -51,7 +39,8 @@ void CTreeControl::SetTables(const std::vector<STableItem>& tables) {
   m_root = Insert(TVI_ROOT, m_names.front(), 0);
   for (const STableItem& table : tables) {
     m_names.push_back(table.name);
-    Insert(m_root, table.name + u"  (" + FormatCount(table.rows) + (table.rows == 1 ? u" row)" : u" rows)"),
+    Insert(m_root,
+           table.name + u"  (" + ToGroupedDecimal(table.rows) + (table.rows == 1 ? u" row)" : u" rows)"),
            m_names.size() - 1);
   }
   Send(TVM_EXPAND, TVE_EXPAND, reinterpret_cast<LPARAM>(m_root));

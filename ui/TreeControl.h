@@ -32,7 +32,4 @@ class CTreeControl : public CWnd {
   bool m_isFilling = false;
 };
 
-// "1,234" as the user's region writes it.
-std::u16string FormatCount(uint64_t count);
-
 }  // namespace tolvane

@@ -237,8 +237,10 @@ TEST_F(OutputChoice, AFileThatCannotBeDeletedEndsTheChoice) {
 TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
   SSaveSummary summary;
   summary.tablesSaved = 1;
-  summary.recordsSaved = 12;
-  EXPECT_EQ(ToUtf8(DescribeSave(summary, u"o.mdb", {})), "o.mdb\r\n1 table, 12 records");
+  summary.recordsSaved = 1234;
+  CAccessData recovered;
+  EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, {})), "1 table, 1,234 records");
+  recovered.GetLedger().Add(EDamage::RejectedRow, {7, CDamageLedger::kNoTable, 3, 1});
   summary.queriesSaved = 2;
   summary.relationsSaved = 1;
   summary.emptyRowsDropped = 1;
@@ -246,14 +248,15 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
   summary.queriesSkipped = 3;
   summary.losses.push_back({u"Orders", 2, 1, u"too large"});
   summary.notes.push_back(u"a remark");
-  EXPECT_EQ(
-      ToUtf8(DescribeSave(summary, u"o.mdb", u"disk full")),
-      "o.mdb\r\n1 table, 12 records\r\n2 saved queries\r\n1 relationship\r\n1 empty row left out\r\n\r\n"
-      "The new database is not whole: disk full\r\n\r\n"
-      "Not saved:\r\n2 records of table Orders: too large\r\n1 value of table Orders: too large\r\n1 "
-      "index\r\n"
-      "3 queries of kinds that cannot be rebuilt\r\n\r\n"
-      "Remarks:\r\na remark");
+  EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, u"disk full")),
+            "1 table, 1,234 records\r\n2 saved queries\r\n1 relationship\r\n1 empty row left out\r\n\r\n"
+            "The new database is not whole: disk full\r\n\r\n"
+            "Not saved:\r\n2 records of table Orders: too large\r\n1 value of table Orders: too large\r\n1 "
+            "index\r\n"
+            "3 queries of kinds that cannot be rebuilt\r\n\r\n"
+            "Lost or doubtful before that, in the damaged file:\r\n1 row that cannot be true\r\n    page 7, "
+            "row 3\r\n\r\n"
+            "Remarks:\r\na remark");
 }
 
 TEST(Findings, DamageInWordsWithItsPlaces) {

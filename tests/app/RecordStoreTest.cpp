@@ -7,6 +7,9 @@
 
 #include "app/SpillFile.h"
 #include "app/TextSearch.h"
+#include "app/status/Status.h"
+#include "store/AccessTableDataFile.h"
+#include "store/AccessTableDataFileParser.h"
 #include "store/WorkFolder.h"
 #include "tests/platform/ScratchFolder.h"
 
@@ -107,6 +110,37 @@ TEST_F(RecordStore, FindsIgnoringCase) {
   EXPECT_EQ(lookedTo.item, 1u);
   EXPECT_EQ(Find(u"\u043C", lookedTo, 2), "");
   EXPECT_EQ(Find(u"\u043C", lookedTo, 1), "4/1");
+}
+
+TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
+  CAccessTable table(5 * 4096);
+  for (const uint8_t type : {kTypeText, kTypeMemo, kTypeOle}) {
+    CAccessColumn column;
+    column.type = type;
+    table.columns.Add(std::move(column));
+  }
+  const std::u16string memo = std::u16string(5000, u'm') + u" the end";
+  CAccessTableDataFile file;
+  ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
+  for (const std::u16string_view note : {std::u16string_view(u"short"), std::u16string_view(memo)})
+    for (const std::u16string_view value :
+         {std::u16string_view(u"text"), note, std::u16string_view(u"side.Ole")})
+      file.WriteValue(value);
+  file.CloseDataFile();
+  store.SetTable(table);
+  CPreviewThreadStatus::Instance().SetAbort(0);
+  CAccessTableDataFileParser().FillPreview(&table, &store);
+  ASSERT_EQ(store.GetItemCount(), 2u);
+  EXPECT_EQ(ToUtf8(store.GetCell(1, 1)), std::string(90, 'm') + "[Memo...]");
+  EXPECT_EQ(store.GetWholeCell(1, 1), memo);
+  EXPECT_EQ(store.GetWholeCell(1, 1, 10), memo.substr(0, 10));
+  EXPECT_EQ(ToUtf8(store.GetWholeCell(0, 1) + store.GetWholeCell(1, 2) + store.GetStoredText(1, 2)),
+            "shortOleside.Ole");
+  EXPECT_EQ(Find(u"THE END"), "1/1");
+  EXPECT_EQ(Find(u"[memo"), "");
+  store.Clear();
+  EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(table.GetDefinitionOffset()));
+  EXPECT_TRUE(ListFolder(folder.GetPath()).empty()) << "nobody holds the data file";
 }
 
 TEST_F(RecordStore, AFullDiskShowsWhatItHas) {

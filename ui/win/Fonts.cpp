@@ -20,6 +20,12 @@ LOGFONTW MakeTitle(LOGFONTW font) {
   return font;
 }
 
+LOGFONTW MakeFixed(LOGFONTW font) {
+  font.lfPitchAndFamily = FIXED_PITCH | FF_MODERN;
+  std::wcscpy(font.lfFaceName, L"Consolas");
+  return font;
+}
+
 LOGFONTW MakeLogFont(CDpi dpi) {
   LOGFONTW font{};
   font.lfHeight = dpi.Scale(kLogHeight);
@@ -69,6 +75,7 @@ SFonts::SFonts(CDpi dpi)
     : message(dpi.GetMessageFont()),
       bold(MakeBold(dpi.GetMessageFont())),
       title(MakeTitle(dpi.GetMessageFont())),
-      log(MakeLog(dpi)) {}
+      log(MakeLog(dpi)),
+      fixed(MakeFixed(dpi.GetMessageFont())) {}
 
 }  // namespace tolvane

@@ -38,6 +38,7 @@ struct SFonts {
   CFont bold;
   CFont title;
   CFont log;
+  CFont fixed;  // all characters of one width
 };
 
 }  // namespace tolvane
