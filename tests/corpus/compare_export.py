@@ -14,9 +14,11 @@ out by a rule about the column, never by naming a file:
   type N               types without a text of their own must read "Default N"
   Jet 3 column names   are copied byte by byte; columns are matched by position, their number must be right
   freed pages          a table may show as many more rows as live rows stand on pages that its usage map no longer
-                       names; the reader's rows must all be there
-  mdbtools             does not know dates before 1900, cuts binary values, ends texts at a zero unit and has
-                       no surrogate pairs: such columns are compared with mdb-reader alone, such texts as far as they go
+                       names; the reader's rows must all be there. A definition that was freed but not overwritten
+                       shows as a table without a name
+  mdbtools             does not know dates before 1900, cuts binary values and numbers (after 16 digits), ends texts at
+                       a zero unit and has no surrogate pairs: such columns are compared with mdb-reader alone, such
+                       texts as far as they go
   time of day          mdb-reader counts it backwards before 30 December 1899, and to the millisecond: half seconds may
                        be rounded either way
   undefined bytes      the five that code page 1252 leaves undefined are kept by the program, replaced by the readers
@@ -25,9 +27,7 @@ out by a rule about the column, never by naming a file:
 """
 import collections
 import csv
-import datetime
 import json
-import struct
 import sys
 import tempfile
 
@@ -35,9 +35,9 @@ import corpus
 import expected
 import pages
 import readers
-import repaired
 
 COMPLEX_MARKERS = {'', '<Data>', 'Attachement', '<Complex Data>'}
+LEFT_TO_MDB_READER = 'mdbtools: binary columns, dates before 1900 and long numbers left to mdb-reader'
 
 
 def export(options, path, *more):
@@ -47,29 +47,26 @@ def export(options, path, *more):
         tables = {}
         for entry in report['files']:
             with open(entry['path'], encoding='utf-8', newline='') as file:
-                lines = list(csv.reader(file))
-            if len(lines) - 1 != entry['rows']:
-                raise corpus.Failure('%s: %d rows reported, %d written' % (
-                    entry['table'], entry['rows'], len(lines) - 1))
-            tables[entry['table']] = (lines[0], lines[1:])
+                names, *rows = csv.reader(file)
+            if len(rows) != entry['rows']:
+                raise corpus.Failure('%s: %d rows reported, %d written' % (entry['table'], entry['rows'], len(rows)))
+            tables[entry['table']] = (names, rows)
         return tables
 
 
-def live_rows_on_freed_pages(table):
-    return len(table.rows(table.freed_pages()))
-
-
-def check_columns(verdict, name, names, table, is_jet3):
-    if is_jet3:
-        verdict.note('Jet 3 column names: matched by position', len(names))
-        if len(names) != len(table.columns):
-            verdict.error('%s: %d columns for %d' % (name, len(names), len(table.columns)))
-            return False
-        return True
-    if names != [column.name for column in table.columns]:
-        verdict.error('%s: columns %s for %s' % (name, names[:8], [column.name for column in table.columns][:8]))
-        return False
-    return True
+def check_names(verdict, healthy, local, ours):
+    """The tables: those of the catalogue, and definitions that were freed."""
+    named = {number for table in local.values() for number in table.definition_pages}
+    # Jet 3 pages do not tell whether they begin a definition.
+    freed = [n for n in healthy.pages_of_type(pages.DEFINITION)
+             if n not in named and (healthy.format.is_jet3 or healthy.page(n)[40] in b'SN')]
+    extra = set(ours) - set(local)
+    unnamed = {name for name in extra if name.startswith('RecoveredTable###')}
+    if unnamed and len(unnamed) <= len(freed):
+        verdict.note('freed definitions shown as tables without a name', len(unnamed))
+        extra -= unnamed
+    for name in sorted(extra | set(local) - set(ours)):
+        verdict.error('table %s: %s' % (name, 'not in the file' if name in extra else 'missing'))
 
 
 def complex_texts(table, column, ours):
@@ -83,23 +80,23 @@ def complex_texts(table, column, ours):
     values = collections.defaultdict(list)
     for row in rows:
         values[row[key_at]].append(row[value_at])
-    keys = [row.fields.get(column.number) for row in table.rows()]
-    return sorted(', '.join(values[str(struct.unpack('<i', key)[0])]) if key else '' for key in keys)
+    return sorted(', '.join(values[str(row.integer(column))]) if column.number in row.fields else ''
+                  for row in table.rows())
 
 
 def is_skipped_text(column, texts, table, ours):
     """Whether the cells of a column that is not compared with a reader are what its rule says."""
-    if column.type not in expected.KNOWN:
+    if column.type not in pages.KNOWN:
         return set(texts) <= {'', 'Default %d' % column.type}
-    if column.type == expected.COMPLEX_KEY:
+    if column.type == pages.COMPLEX:
         want = complex_texts(table, column, ours)
         return sorted(texts) == want if want is not None else set(texts) <= COMPLEX_MARKERS
     return True
 
 
-def check_skipped(verdict, name, rows, table, ours):
-    """Columns whose cells no reader can confirm: what can be said of them is checked."""
-    compared = []
+def compared_columns(verdict, name, table, ours):
+    """Columns that a reader can confirm; of the others, what can be said is checked."""
+    compared, (_, rows) = [], ours[name]
     for i, column in enumerate(table.columns):
         reason = expected.skip_reason(column)
         if reason is None:
@@ -113,19 +110,13 @@ def check_skipped(verdict, name, rows, table, ours):
 
 def check_cells(verdict, name, rows, table, view, keep, reader):
     """The program's rows against a reader's, as multisets of the compared columns."""
-    columns = corpus.pick(table.columns, keep)
-    order = [view.columns.index(column.name) for column in columns]
-    want = [[expected.export_texts(row[i], column) for i, column in zip(order, columns)] for row in view.rows]
-    have = [corpus.pick(row, keep) for row in rows]
-    as_shown = expected.as_shown(reader, table.file.format.is_jet3)
-    want = [[[as_shown(text) for text in texts] for texts in row] for row in want]
-    have = [[as_shown(text) for text in row] for row in have]
-    missing, extra = corpus.differences(want, have)
-    revived = live_rows_on_freed_pages(table)
-    if not missing and 0 < sum(extra.values()) <= revived:
+    shown = expected.as_shown(reader, table.file.format.is_jet3)
+    columns = [(view.columns.index(table.columns[i].name), table.columns[i]) for i in keep]
+    want = [[tuple(map(shown, expected.export_texts(row[i], column))) for i, column in columns] for row in view.rows]
+    missing, extra = corpus.differences(want, [[shown(row[i]) for i in keep] for row in rows])
+    if not missing and 0 < sum(extra.values()) <= len(table.rows(table.freed_pages())):
         verdict.note('rows of freed pages', sum(extra.values()))
-        extra.clear()
-    if missing or extra:
+    elif missing or extra:
         verdict.error('%s: %s: %d missing, %d not in the source of %d: %s' % (
             reader, name, sum(missing.values()), sum(extra.values()), len(view.rows),
             corpus.first_difference(missing, extra)))
@@ -133,61 +124,51 @@ def check_cells(verdict, name, rows, table, view, keep, reader):
 
 
 def unknown_to_mdbtools(table, view):
-    """Columns whose values mdbtools does not print as they are: dates before 1900, binary ones (cut)."""
-    names = {column.name for column in table.columns if column.type == expected.BINARY}
-    for i, name in enumerate(view.columns if view else []):
-        if any(isinstance(row[i], datetime.datetime) and row[i].year < 1900 for row in view.rows):
-            names.add(name)
-    return names
+    """Columns whose values mdbtools does not print as they are: dates before 1900; binary ones and long numbers (cut)."""
+    def is_unknown(value, column):
+        if column.type == pages.DOUBLE and value is not None:
+            return '%.5f' % float('%.16g' % float(value)) != '%.5f' % float(value)
+        return column.type == pages.BINARY or getattr(value, 'year', 1900) < 1900
+
+    return {name for row in (view.rows if view else ()) for value, name in zip(row, view.columns)
+            if is_unknown(value, table.column[name])}
 
 
 def check_table(verdict, path, name, table, ours, view):
     names, rows = ours[name]
     verdict.tables += 1
     verdict.rows += len(rows)
-    if not check_columns(verdict, name, names, table, table.file.format.is_jet3):
+    is_jet3, stored = table.file.format.is_jet3, [column.name for column in table.columns]
+    if is_jet3:
+        verdict.note('Jet 3 column names: matched by position', len(names))
+    if len(names) != len(stored) or (names != stored and not is_jet3):
+        verdict.error('%s: columns %s for %s' % (name, names[:8], stored[:8]))
         return
-    keep = check_skipped(verdict, name, rows, table, ours)
-    exported = readers.mdbtools_export(path, name)
+    keep = compared_columns(verdict, name, table, ours)
     if view:
         check_cells(verdict, name, rows, table, view, keep, 'mdb-reader')
-    if exported and sorted(exported.columns) == sorted(column.name for column in table.columns):
+    exported = readers.mdbtools_export(path, name, table.column)
+    if exported and sorted(exported.columns) == sorted(stored):
         unknown = unknown_to_mdbtools(table, view)
         if unknown:
-            verdict.note('mdbtools: binary columns and dates before 1900 left to mdb-reader', len(rows) * len(unknown))
-        check_cells(verdict, name, rows, table, repaired.from_mdbtools(exported, table.columns),
-                    [i for i in keep if table.columns[i].name not in unknown], 'mdbtools')
+            verdict.note(LEFT_TO_MDB_READER, len(rows) * len(unknown))
+        keep = [i for i in keep if stored[i] not in unknown]
+        check_cells(verdict, name, rows, table, exported, keep, 'mdbtools')
     elif not view:
         verdict.note('table that neither reader can read: rows counted only')
-        live = len(table.rows())
-        if live != len(rows):
-            verdict.error('%s: %d rows for %d' % (name, len(rows), live))
+        if len(rows) != len(table.rows()):
+            verdict.error('%s: %d rows for %d' % (name, len(rows), len(table.rows())))
 
 
-def compare_file(options, path):
-    verdict = corpus.Verdict()
-    healthy = corpus.open_pages(path)
-    if healthy is None:
-        corpus.tolvane(options, 'inspect', path, good=(0, 2, 3, 4))
-        verdict.note('encrypted file: nothing to compare')
-        return verdict
-    ours = export(options, path, '--all')
-    seen, _ = readers.mdb_reader(path)
-    for name, table in pages.local_tables(healthy).items():
-        if name not in ours:
-            verdict.error('table %s is missing' % name)
-        else:
-            check_table(verdict, path, name, table, ours, seen.get(name))
-    return verdict
-
-
-def main():
-    options = corpus.arguments(__doc__)
-    report = corpus.Report('export against independent readers')
-    for path, short in corpus.databases(options):
-        report.judge(short, lambda: compare_file(options, path))
-    return report.end()
+def compare_file(options, path, healthy, verdict):
+    """What `tolvane export` shows of a database, and what mdb-reader sees of it: ({table: Seen}, [errors])."""
+    ours, local = export(options, path, '--all'), pages.local_tables(healthy)
+    seen, errors = readers.mdb_reader(path)
+    check_names(verdict, healthy, local, ours)
+    for name in sorted(local.keys() & ours.keys()):
+        check_table(verdict, path, name, local[name], ours, seen.get(name))
+    return seen, errors
 
 
 if __name__ == '__main__':
-    sys.exit(main())
+    sys.exit(corpus.main(__doc__, 'export against independent readers', corpus.each(compare_file)))

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Repairs every healthy real database that holds relationships and compares those of the new database, as two independent
-readers show them, with those of the source; then damages a copy so that a relationship can no longer be enforced.
+readers show them, with those of the source; then damages copies, so that a relationship can no longer be enforced and
+so that the rows of the relationships are noise.
 
     python3 tests/corpus/compare_relations.py --tolvane build/release/tolvane [--corpus FOLDER] [--only TEXT]
 
@@ -8,164 +9,112 @@ mdb-export and mdb-reader show the rows of MSysRelationships; mdb-schema, which 
 must print a statement for each that is enforced. `tolvane tables --json` must list the same relationships, and every new
 database must pass `tolvane check`, which proves the indexes that enforce them.
 """
+import collections
 import json
-import os
 import re
-import struct
 import sys
-import tempfile
 
 import corpus
 import pages
 import readers
-import repaired
 
 TABLE = 'MSysRelationships'
-COLUMNS = ['szRelationship', 'grbit', 'ccolumn', 'icolumn', 'szObject', 'szColumn', 'szReferencedObject',
-           'szReferencedColumn']
-NOT_ENFORCED, CASCADES = 2, 0x1100
-
-
-def sorted_rows(seen):
-    order = [seen.columns.index(name) for name in COLUMNS]
-    return sorted(tuple(str(row[i]) for i in order) for row in seen.rows)
-
-
-def of_users(rows):
-    return [row for row in rows if not row[0].startswith('MSys')]
-
-
-def rows_by_readers(path, verdict):
-    """The rows as mdb-export shows them; mdb-reader must show the same."""
-    exported = readers.mdbtools_export(path, TABLE)
-    rows = sorted_rows(exported) if exported else []
-    seen, _ = readers.mdb_reader(path)
-    if TABLE in seen and sorted_rows(seen[TABLE]) != rows:
-        verdict.error('%s: the readers show different rows' % os.path.basename(path))
-    return of_users(rows)
-
-
+NOT_ENFORCED, CASCADE_UPDATES, CASCADE_DELETES = 2, 0x100, 0x1000
+Pair = collections.namedtuple('Pair', 'szRelationship grbit ccolumn icolumn szObject szColumn szReferencedObject '
+                                      'szReferencedColumn')
 STATEMENT = re.compile(r'ALTER TABLE "(.*)" ADD CONSTRAINT .* FOREIGN KEY \("(.*)"\) REFERENCES "(.*)"\("(.*?)"\)(.*)')
+
+
+def pairs_of(seen):
+    order = [seen.columns.index(name) for name in Pair._fields]
+    return sorted(Pair(*(str(row[i]) for i in order)) for row in seen.rows)
+
+
+def pairs_by_readers(path, verdict):
+    """The pairs of columns between users' tables as mdb-export shows them; mdb-reader must show the same."""
+    exported, (seen, _) = readers.mdbtools_export(path, TABLE), readers.mdb_reader(path)
+    pairs = pairs_of(exported) if exported else []
+    if TABLE in seen and pairs_of(seen[TABLE]) != pairs:
+        verdict.error('the readers show different rows: %r for %r' % (pairs_of(seen[TABLE]), pairs))
+    return [pair for pair in pairs if not pair.szRelationship.startswith('MSys')]
 
 
 def schema(path):
     """What mdb-schema makes of the enforced relationships, in the form of enforced()."""
-    status, output = readers.run(['mdb-schema', path, 'postgres'])
-    lines = output.decode('utf-8', 'replace').split('\n') if status == 0 else []
-    found = [match.groups() for match in map(STATEMENT.match, lines) if match]
+    found = [match.groups() for match in map(STATEMENT.match, readers.mdbtools_schema(path)) if match]
     return {(*names, 'ON UPDATE CASCADE' in rest, 'ON DELETE CASCADE' in rest) for *names, rest in found
             if not names[0].startswith('MSys')}
 
 
-def enforced(rows):
+def enforced(pairs):
     """Table, column, referenced table and column, and whether updates and deletes cascade."""
-    return {(*row[4:], bool(int(row[1]) & 0x100), bool(int(row[1]) & 0x1000)) for row in rows
-            if not int(row[1]) & NOT_ENFORCED}
+    return {(*pair[4:], bool(int(pair.grbit) & CASCADE_UPDATES), bool(int(pair.grbit) & CASCADE_DELETES))
+            for pair in pairs if not int(pair.grbit) & NOT_ENFORCED}
 
 
 def listed(options, path):
-    """The rows that `tolvane tables` makes of the relationships, one for each pair, name and columns alone."""
+    """The pairs that `tolvane tables` makes of the relationships, by name and columns alone."""
     found = json.loads(corpus.tolvane(options, 'tables', path, '--json'))['relationships']
     return sorted((one['name'], one['table'], column, one['referencedTable'], referenced)
                   for one in found for column, referenced in zip(one['columns'], one['referencedColumns']))
 
 
-def repair(options, path, output_path):
-    repaired.remove(output_path)
-    done = json.loads(corpus.tolvane(options, 'repair', path, '-o', output_path, '--json'))
-    corpus.tolvane(options, 'check', output_path, good=(0,))
-    return done['saving']
-
-
-def compare_file(options, path, output_path, rows, verdict):
-    saving = repair(options, path, output_path)
-    local = pages.local_tables(corpus.open_pages(path))
-    expected = [row for row in rows if row[4] in local and row[6] in local]
-    for row in rows:
-        if row not in expected:
-            verdict.note('relationship with a table of another database: told, not saved')
-    found = rows_by_readers(output_path, verdict)
-    verdict.tables, verdict.rows, verdict.cells = len(local), len(rows), len(rows) * len(COLUMNS)
+def compare_healthy(options, path, local, pairs, verdict):
+    output, told = corpus.repair(options, path)
+    expected = [pair for pair in pairs if pair.szObject in local and pair.szReferencedObject in local]
+    if len(expected) < len(pairs):
+        verdict.note('relationship with a table of another database: told, not saved', len(pairs) - len(expected))
+    found = pairs_by_readers(output, verdict)
     if found != expected:
         verdict.error('%r for %r' % (found, expected))
     # mdb-schema loses some of a source that holds relationships between system tables, too.
-    if schema(output_path) != enforced(expected) or not schema(path) <= enforced(expected):
-        verdict.error('mdb-schema: %r for %r' % (schema(output_path), schema(path)))
-    if saving['relationshipsLost'] != len(rows) - len(expected) or saving['relationshipsNoLongerEnforced']:
+    if schema(output) != enforced(expected) or not schema(path) <= enforced(expected):
+        verdict.error('mdb-schema: %r for %r' % (schema(output), schema(path)))
+    saving = told['saving']
+    if saving['relationshipsLost'] != len(pairs) - len(expected) or saving['relationshipsNoLongerEnforced']:
         verdict.error('the summary counts %r' % saving)
-    if listed(options, path) != [(row[0], *row[4:]) for row in rows]:
+    if listed(options, path) != [(pair.szRelationship, *pair[4:]) for pair in pairs]:
         verdict.error('tolvane tables: %r' % listed(options, path))
 
 
-def remove_referenced_rows(path, damaged_path, rows):
-    """Destroys the data pages of the tables that the relationships refer to."""
-    healthy = pages.Pages(path)
-    local = pages.local_tables(healthy)
-    data = bytearray(healthy.data)
-    for name in {row[6] for row in rows}:
-        for number in local[name].data_pages():
-            data[number * healthy.size:(number + 1) * healthy.size] = bytes(healthy.size)
-    with open(damaged_path, 'wb') as file:
-        file.write(data)
-
-
-def lose_references(options, path, folder, rows, verdict):
-    """Without what they refer to, relationships come back with their columns and are no longer enforced."""
-    damaged_path = os.path.join(folder, 'damaged' + os.path.splitext(path)[1])
-    output_path = os.path.join(folder, 'output' + os.path.splitext(path)[1])
-    remove_referenced_rows(path, damaged_path, rows)
-    saving = repair(options, damaged_path, output_path)
-    expected = sorted((row[0], str(int(row[1]) & ~CASCADES | NOT_ENFORCED), *row[2:]) for row in rows)
-    found = rows_by_readers(output_path, verdict)
-    if found != expected:
+def lose_references(options, path, healthy, local, pairs, verdict):
+    """Without the rows that they refer to, relationships come back with their columns and are no longer enforced."""
+    damage = corpus.Damage(healthy)
+    for name in {pair.szReferencedObject for pair in pairs}:
+        damage.zero(local[name].data_pages())
+    output, told = corpus.repair(options, damage.save(options, path))
+    cascades = CASCADE_UPDATES | CASCADE_DELETES
+    expected = [pair._replace(grbit=str(int(pair.grbit) & ~cascades | NOT_ENFORCED)) for pair in pairs]
+    found, saving = pairs_by_readers(output, verdict), told['saving']
+    if found != sorted(expected):
         verdict.error('without the rows that are referred to: %r for %r' % (found, expected))
-    told = [note for note in saving['notes'] if 'is not enforced: ' in note and 'refer' in note]
-    if saving['relationshipsNoLongerEnforced'] != len(rows) or len(told) != len(rows):
+    notes = [note for note in saving['notes'] if 'is not enforced: ' in note and 'refer' in note]
+    if saving['relationshipsNoLongerEnforced'] != len(pairs) or len(notes) != len(pairs):
         verdict.error('without the rows that are referred to: told %r' % saving['notes'])
 
 
-def lose_relation_rows(options, path, folder, verdict):
-    """Scrambles each byte of the pages with the rows of MSysRelationships, one after the other in big steps: the save
-    must go on, and what it makes must be sound."""
-    healthy = pages.Pages(path)
-    damaged_path = os.path.join(folder, 'damaged' + os.path.splitext(path)[1])
-    output_path = os.path.join(folder, 'output' + os.path.splitext(path)[1])
-    for number in range(1, healthy.count):
-        if healthy.type_of(number) != pages.DATA or healthy.owner_of(number) != 5:
-            continue
+def scramble_pairs(options, path, healthy, local, verdict):
+    """Writes over bytes of each page with rows of the relationships, behind its header, in big steps: the save must go
+    on, and what it makes must be sound."""
+    for number in local[TABLE].data_pages():
         for step, value in ((7, 0x5A), (11, 0xFF), (3, 0)):
-            data = bytearray(healthy.data)
+            damage = corpus.Damage(healthy)
             for at in range(number * healthy.size + 16, (number + 1) * healthy.size, step):
-                data[at] = value
-            struct.pack_into('<I', data, number * healthy.size + 4, 5)
-            with open(damaged_path, 'wb') as file:
-                file.write(data)
-            repair(options, damaged_path, output_path)
-            rows_by_readers(output_path, verdict)
+                damage.bytes[at] = value
+            pairs_by_readers(corpus.repair(options, damage.save(options, path))[0], verdict)
 
 
-def main():
-    options = corpus.arguments(__doc__)
-    report = corpus.Report('relationships: tables, pairs, cells')
-    with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
-        for path, short in corpus.databases(options):
-            verdict = corpus.Verdict()
-            if corpus.open_pages(path) is None:
-                continue
-            rows = rows_by_readers(path, verdict)
-            if not rows:
-                continue
-            output_path = os.path.join(folder, 'output' + os.path.splitext(path)[1])
-            try:
-                compare_file(options, path, output_path, rows, verdict)
-                if not any(int(row[1]) & NOT_ENFORCED for row in rows):
-                    lose_references(options, path, folder, rows, verdict)
-                lose_relation_rows(options, path, folder, verdict)
-            except corpus.Failure as failure:
-                verdict.error(str(failure))
-            report.add(short, verdict)
-    return report.end()
+def compare_file(options, path, healthy, verdict):
+    pairs, local = pairs_by_readers(path, verdict), pages.local_tables(healthy)
+    if not pairs:
+        return False
+    verdict.tables, verdict.rows, verdict.cells = len(local), len(pairs), len(pairs) * len(Pair._fields)
+    compare_healthy(options, path, local, pairs, verdict)
+    if not any(int(pair.grbit) & NOT_ENFORCED for pair in pairs):
+        lose_references(options, path, healthy, local, pairs, verdict)
+    scramble_pairs(options, path, healthy, local, verdict)
+    return True
 
 
 if __name__ == '__main__':
-    sys.exit(main())
+    sys.exit(corpus.main(__doc__, 'relationships: tables, pairs, cells', corpus.each(compare_file)))

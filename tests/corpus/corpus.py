@@ -7,32 +7,31 @@ import json
 import os
 import subprocess
 import sys
+import tempfile
 
 import pages
 import readers
 
 SKIPPED = 77  # told to ctest
-HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
 
 
-def arguments(description, needs_corpus=True, flags=None):
-    """Parses the command line; ends with SKIPPED and a reason where something is missing. `flags` are a script's own
-    options without a value, each with its help."""
+class Failure(Exception):
+    """The program did not do what it must."""
+
+
+def arguments(description):
+    """Parses the command line; ends with SKIPPED and a reason where something is missing."""
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument('--tolvane', required=True, help='the program')
-    parser.add_argument('--corpus', help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)')
+    parser.add_argument('--tolvane', required=True, help='the program', type=os.path.abspath)
+    parser.add_argument('--corpus', help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)',
+                        default=os.environ.get('TOLVANE_CORPUS') or os.path.join(ROOT, '..', 'shared', 'corpus'))
     parser.add_argument('--only', default='', help='files whose path holds this text')
-    parser.add_argument('--make-sample', help='the generator of the bundled sample; its healthy form is used as well')
-    for flag, text in (flags or {}).items():
-        parser.add_argument(flag, action='store_true', help=text)
+    parser.add_argument('--make-sample', help='the generator of the bundled sample')
     found = parser.parse_args()
-    found.tolvane = os.path.abspath(found.tolvane)
-    found.corpus = found.corpus or os.environ.get('TOLVANE_CORPUS') or os.path.join(
-        HERE, '..', '..', '..', 'shared', 'corpus')
-    if needs_corpus and not os.path.isdir(found.corpus) and not found.make_sample:
-        print('skipped: no folder of real databases at %s' % found.corpus)
-        sys.exit(SKIPPED)
     lacks = readers.missing()
+    if not os.path.isdir(found.corpus) and not found.make_sample:
+        lacks = 'a folder of real databases at ' + found.corpus
     if lacks:
         print('skipped: missing ' + lacks)
         sys.exit(SKIPPED)
@@ -50,36 +49,50 @@ def databases(options):
                 yield path, short
 
 
-def tolvane(options, *command, good=(0, 3), limit=120):
+def tolvane(options, *command, good=(0, 3)):
     """Standard output of the program; Failure when it ends in any other way than promised."""
     try:
-        done = subprocess.run([options.tolvane, *command], stdin=subprocess.DEVNULL, capture_output=True,
-                              timeout=limit, check=False)
-    except subprocess.TimeoutExpired:
-        raise Failure('tolvane %s: no end after %d s' % (command[0], limit)) from None
+        done = subprocess.run([options.tolvane, *command], stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
+                              check=False)
+    except subprocess.TimeoutExpired as hang:
+        raise Failure('tolvane %s: no end after %d s' % (command[0], hang.timeout)) from None
     if done.returncode not in good:
         raise Failure('tolvane %s: status %d: %s' % (
             command[0], done.returncode, done.stderr.decode('utf-8', 'replace').strip()[-400:]))
     return done.stdout
 
 
-class Failure(Exception):
-    """The program did not do what it must."""
+def repair(options, source, name='output', *more):
+    """Repairs a file and proves the new database with `tolvane check`: its path, and what the repair told."""
+    output = os.path.join(options.folder, name + os.path.splitext(source)[1])
+    told = json.loads(tolvane(options, 'repair', source, '-o', output, '--overwrite', '--json', *more))
+    tolvane(options, 'check', output, good=(0,))
+    return output, told
 
 
-class Verdict:
-    """Collects what one file's comparison found."""
+def open_pages(path):
+    """Pages of a healthy file, or None when it is encrypted."""
+    healthy = pages.Pages(path)
+    return None if healthy.is_encrypted() else healthy
 
-    def __init__(self):
-        self.tables = self.rows = self.cells = 0
-        self.rules = collections.Counter()  # documented difference -> how often
-        self.errors = []
 
-    def note(self, rule, times=1):
-        self.rules[rule] += times
+class Damage:
+    """A damaged copy of a healthy file and the pages that were touched."""
 
-    def error(self, text):
-        self.errors.append(text)
+    def __init__(self, healthy):
+        self.size, self.bytes, self.touched = healthy.size, bytearray(healthy.data), set()
+
+    def zero(self, numbers):
+        for number in numbers:
+            self.bytes[number * self.size:(number + 1) * self.size] = bytes(self.size)
+            self.touched.add(number)
+
+    def save(self, options, source):
+        """Writes the copy and answers its path; `source` gives the ending."""
+        path = os.path.join(options.folder, 'damaged' + os.path.splitext(source)[1])
+        with open(path, 'wb') as file:
+            file.write(self.bytes)
+        return path
 
 
 def differences(want, have):
@@ -96,10 +109,6 @@ def differences(want, have):
     return missing, +have
 
 
-def pick(row, keep):
-    return [row[i] for i in keep]
-
-
 def first_difference(missing, extra):
     """A short text about two multisets that should have been the same."""
     if missing and extra:
@@ -111,34 +120,45 @@ def first_difference(missing, extra):
     return ('missing ' if missing else 'not in the source: ') + repr(row)[:160]
 
 
+class Verdict:
+    """Collects what one comparison found."""
+
+    def __init__(self):
+        self.tables = self.rows = self.cells = 0
+        self.rules = collections.Counter()  # documented difference -> how often
+        self.errors = []
+
+    def note(self, rule, times=1):
+        self.rules[rule] += times
+
+    def error(self, text):
+        self.errors.append(text)
+
+
 class Report:
-    """Prints a line a file and, at the end, the rules that were needed."""
+    """Prints a line a comparison and, at the end, the rules that were needed."""
 
     def __init__(self, title):
-        self.title, self.failed, self.files = title, 0, 0
+        self.failed, self.files = 0, 0
         self.rules = collections.Counter()
         print('%-46s %7s %7s %9s  %s' % (title, 'tables', 'rows', 'cells', 'result'))
 
-    def add(self, name, verdict):
+    def judge(self, name, check):
+        """Adds the line of what check(verdict) finds; none when it answers False."""
+        verdict = Verdict()
+        try:
+            if check(verdict) is False:
+                return
+        except Failure as failure:
+            verdict.error(str(failure))
         self.files += 1
+        self.failed += bool(verdict.errors)
         self.rules.update(verdict.rules)
-        result = 'same' if not verdict.rules else 'same by the rules'
-        if verdict.errors:
-            self.failed += 1
-            result = 'DIFFERENT'
+        result = 'DIFFERENT' if verdict.errors else 'same by the rules' if verdict.rules else 'same'
         print('%-46s %7d %7d %9d  %s' % (name, verdict.tables, verdict.rows, verdict.cells, result))
         for error in verdict.errors[:12]:
             print('    ' + error)
         sys.stdout.flush()
-
-    def judge(self, name, compare):
-        """Adds the verdict that compare() answers; when it cannot, that is an error of the file."""
-        try:
-            verdict = compare()
-        except Failure as failure:
-            verdict = Verdict()
-            verdict.error(str(failure))
-        self.add(name, verdict)
 
     def end(self):
         if self.rules:
@@ -146,16 +166,27 @@ class Report:
             for rule, count in sorted(self.rules.items()):
                 print('%8d  %s' % (count, rule))
         print('\n%d files, %d with unexplained differences' % (self.files, self.failed))
-        if self.files == 0:
-            print('no file was compared')
         return 1 if self.failed or self.files == 0 else 0
 
 
-def open_pages(path):
-    """Pages of a healthy file, or None when it is encrypted."""
-    healthy = pages.Pages(path)
-    return None if healthy.is_encrypted() else healthy
+def main(description, title, judge):
+    """The whole of a script: judge(options, report, path, short) for each file. Answers the exit status."""
+    options, report = arguments(description), Report(title)
+    with tempfile.TemporaryDirectory(prefix='tolvane-') as options.folder:
+        for path, short in databases(options):
+            judge(options, report, path, short)
+    return report.end()
 
 
-def parse_json_lines(output):
-    return [json.loads(line) for line in output.decode('utf-8').split('\n') if line]
+def each(check):
+    """Has main() judge each file by check(options, path, healthy, verdict); of encrypted ones nothing can be said."""
+    def judge(options, report, path, short):
+        def judged(verdict):
+            healthy = open_pages(path)
+            if healthy is None:
+                tolvane(options, 'inspect', path, good=(0, 2, 3, 4))
+                verdict.note('encrypted file: nothing to compare')
+                return None
+            return check(options, path, healthy, verdict)
+        report.judge(short, judged)
+    return judge

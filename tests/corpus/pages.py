@@ -1,15 +1,32 @@
 """A small reader of healthy Jet 3, Jet 4 and ACE files, page by page, written for these tests alone: it says on which
-pages each row, definition and long value lies, so that a test can destroy pages and know what must survive.
+pages each row, definition and long value lies, so that a test can destroy pages and know what must survive, and which
+indexes a table has.
 
 It trusts the file (they are healthy copies) and raises Unreadable where it cannot follow.
 """
 import struct
 
-DATA, DEFINITION, INDEX_NODE, INDEX_LEAF, BITMAP = 1, 2, 3, 4, 5
+DATA, DEFINITION, INDEX_NODE, INDEX_LEAF, BITMAP = range(1, 6)
+BOOLEAN, BYTE, INTEGER, LONG, CURRENCY, SINGLE, DOUBLE, DATE, BINARY, TEXT, OLE, MEMO = range(1, 13)
+GUID, DECIMAL, COMPLEX = 15, 16, 18
+KNOWN = {*range(BOOLEAN, MEMO + 1), GUID, DECIMAL, COMPLEX}
 SLOT_HIDDEN, SLOT_POINTER, SLOT_START = 0x8000, 0x4000, 0x1FFF
-TYPE_BOOLEAN, TYPE_TEXT, TYPE_OLE, TYPE_MEMO = 1, 10, 11, 12
+VALUE_INLINE, VALUE_ON_ONE_PAGE = 0x80, 0x40  # kinds of long value; others are chains
 CATALOGUE_PAGE = 2
-TABLE_TYPE = 40  # offset of "S" or "N" in a Jet 4 definition
+NO_COLUMN = 0xFFFF
+
+LAYOUT = {  # Jet 3, Jet 4 and ACE
+    'page_size': (2048, 4096),
+    # data pages: how many slots, and where they begin
+    'slot_count': (8, 12), 'slots': (10, 14),
+    # definitions: single values, the length of the header, of each index's statistics, of a column and of an index
+    'variable_count': (23, 43), 'column_count': (25, 45), 'real_indexes': (31, 51), 'used_map': (35, 55),
+    'header': (43, 63), 'statistics': (8, 12), 'column': (18, 25), 'index': (39, 52),
+    # in a column
+    'number': (1, 5), 'variable': (3, 7), 'flags': (13, 15), 'fixed': (14, 21),
+    # in an index
+    'index_columns': (0, 4),
+}
 
 
 class Unreadable(Exception):
@@ -21,41 +38,23 @@ class Format:
 
     def __init__(self, is_jet3):
         self.is_jet3 = is_jet3
-        self.page_size = 2048 if is_jet3 else 4096
-        self.slot_count, self.slots = (8, 10) if is_jet3 else (12, 14)
-        self.column_count, self.real_indexes, self.used_map = (25, 31, 35) if is_jet3 else (45, 51, 55)
-        self.variable_count = 23 if is_jet3 else 43
-        self.header, self.index_statistics, self.descriptor = (43, 8, 18) if is_jet3 else (63, 12, 25)
+        for name, places in LAYOUT.items():
+            setattr(self, name, places[0 if is_jet3 else 1])
+
+    def decode_text(self, raw):
+        """A text value; compressed Jet 4 texts without toggles are all that the catalogue's names need."""
+        if self.is_jet3:
+            return raw.decode('cp1252', 'replace')
+        if raw[:2] == b'\xff\xfe' and 0 not in raw:
+            return raw[2:].decode('latin-1')
+        return raw.decode('utf-16le', 'replace')
 
 
-class Column:
-    def __init__(self, raw, is_jet3):
-        number, variable, flags, fixed = (1, 3, 13, 14) if is_jet3 else (5, 7, 15, 21)
-        self.type = raw[0]
-        self.number = _u16(raw, number)
-        self.variable = _u16(raw, variable)
-        self.scale = raw[12]
-        self.is_fixed = bool(raw[flags] & 1)
-        self.is_calculated = not is_jet3 and raw[16] & 0xC0 == 0xC0
-        self.fixed_offset = _u16(raw, fixed)
-        self.length = _u16(raw, fixed + 2)
-        self.name = ''
-
-
-class Row:
-    """One live row: its home page, and every page that must be whole for all its values to come back."""
-
-    def __init__(self, page, slot):
-        self.page, self.slot = page, slot
-        self.pages = {page}
-        self.fields = {}  # column number -> raw bytes; absent when null
-
-
-def _u16(data, at):
+def u16(data, at):
     return struct.unpack_from('<H', data, at)[0]
 
 
-def _u32(data, at):
+def u32(data, at):
     return struct.unpack_from('<I', data, at)[0]
 
 
@@ -80,21 +79,11 @@ class Pages:
 
     def owner_of(self, number):
         """Definition page of a data page; 'LVAL' for long values."""
-        owner = self.data[number * self.size + 4:number * self.size + 8]
-        return 'LVAL' if owner == b'LVAL' else _u32(owner, 0)
+        owner = self.page(number)[4:8]
+        return 'LVAL' if owner == b'LVAL' else u32(owner, 0)
 
     def pages_of_type(self, *types):
         return [number for number in range(1, self.count) if self.type_of(number) in types]
-
-    def first_definition_pages(self):
-        """Pages that pass for the beginning of a table definition, in use or not: in Jet 3, where the type of the table is
-        not asked for, those that go on with one too."""
-        return [n for n in self.pages_of_type(DEFINITION) if self.format.is_jet3 or self.page(n)[TABLE_TYPE] in b'SN']
-
-    def usage_map_pages(self):
-        """Pages that hold nothing but usage maps: bitmap pages, and data pages without an owner."""
-        return [n for n in range(1, self.count)
-                if self.type_of(n) == BITMAP or (self.type_of(n) == DATA and (n == 1 or self.owner_of(n) == 0))]
 
     def slots(self, number):
         """(start, end, word) of each slot of a data page."""
@@ -102,8 +91,8 @@ class Pages:
         if page[0] != DATA:
             raise Unreadable('page %d holds no rows' % number)
         end, found = self.size, []
-        for i in range(_u16(page, form.slot_count)):
-            word = _u16(page, form.slots + 2 * i)
+        for i in range(u16(page, form.slot_count)):
+            word = u16(page, form.slots + 2 * i)
             start = word & SLOT_START
             if start > end:
                 raise Unreadable('slot %d of page %d' % (i, number))
@@ -123,44 +112,57 @@ class Pages:
     def used_pages(self, table):
         """Pages that the table's usage map names, and the pages that hold the map."""
         row, home = self.row_at(table.used_map)
-        used, holders = set(), {home}
         if row[0] == 0:
-            self._add_bits(used, row[5:], _u32(row, 1))
-        else:
-            per_page = (self.size - 4) * 8
-            for i in range((len(row) - 1) // 4):
-                bitmap = _u32(row, 1 + 4 * i)
-                if bitmap:
-                    holders.add(bitmap)
-                    self._add_bits(used, self.page(bitmap)[4:], i * per_page)
-        return used, holders
+            return _numbers(row[5:], u32(row, 1)), {home}
+        holders = {u32(row, at): at // 4 for at in range(1, len(row) - 3, 4) if u32(row, at)}
+        per_page = (self.size - 4) * 8
+        used = [_numbers(self.page(bitmap)[4:], i * per_page) for bitmap, i in holders.items()]
+        return set().union(*used), {home, *holders}
 
-    @staticmethod
-    def _add_bits(pages, bits, first):
-        for i, byte in enumerate(bits):
-            for bit in range(8):
-                if byte >> bit & 1:
-                    pages.add(first + 8 * i + bit)
+
+def _numbers(bits, first):
+    """Numbers of the bits that are set; the first bit's is given."""
+    return {first + i for i in range(8 * len(bits)) if bits[i // 8] >> i % 8 & 1}
+
+
+class Column:
+    def __init__(self, raw, form):
+        self.type, self.scale = raw[0], raw[12]
+        self.number, self.variable = u16(raw, form.number), u16(raw, form.variable)
+        self.fixed_offset, self.length = u16(raw, form.fixed), u16(raw, form.fixed + 2)
+        self.is_fixed = bool(raw[form.flags] & 1)
+        self.is_calculated = not form.is_jet3 and raw[16] & 0xC0 == 0xC0
+        self.name = ''
+
+
+class Row:
+    """One live row: its home page, and every page that must be whole for all its values to come back."""
+
+    def __init__(self, page, slot):
+        self.page, self.slot = page, slot
+        self.pages = {page}
+        self.fields = {}  # column number -> raw bytes; absent when null
+
+    def integer(self, column):
+        raw = self.fields.get(column.number, b'')
+        return int.from_bytes(raw[:column.length], 'little', signed=column.type != BYTE)
 
 
 class Table:
-    """A table definition and its rows."""
+    """A table definition and its rows; the columns stand in the order of their numbers."""
 
     def __init__(self, pages, definition):
-        self.file, self.definition = pages, definition
-        form = pages.format
+        self.file, self.definition, form = pages, definition, pages.format
         self.definition_pages, body = self._assemble()
-        self.column_total = _u16(body, form.column_count)
-        self.variable_total = _u16(body, form.variable_count)
-        self.used_map = _u32(body, form.used_map)
-        at = form.header + form.index_statistics * _u32(body, form.real_indexes)
-        self.columns = []
-        for _ in range(self.column_total):
-            self.columns.append(Column(body[at:at + form.descriptor], form.is_jet3))
-            at += form.descriptor
-        for column in self.columns:
-            at = self._read_name(column, body, at)
+        self.variable_total, self.used_map = u16(body, form.variable_count), u32(body, form.used_map)
+        index_total, column_total = u32(body, form.real_indexes), u16(body, form.column_count)
+        at = form.header + form.statistics * index_total
+        names_at = at + form.column * column_total
+        self.columns = [Column(body[i:i + form.column], form) for i in range(at, names_at, form.column)]
+        at = self._read_names(body, names_at) + form.index_columns
         self.columns.sort(key=lambda column: column.number)
+        self.column = {column.name: column for column in self.columns}
+        self.indexes = [self._index(body, at + form.index * i) for i in range(index_total)]
 
     def _assemble(self):
         chain, body, number = [], b'', self.definition
@@ -170,26 +172,35 @@ class Table:
                 raise Unreadable('definition %d' % self.definition)
             chain.append(number)
             body += page if not body else page[8:]
-            number = _u32(page, 4)
+            number = u32(page, 4)
         return chain, body
 
-    def _read_name(self, column, body, at):
-        if self.file.format.is_jet3:
-            column.name = body[at + 1:at + 1 + body[at]].decode('cp1252', 'replace')
-            return at + 1 + body[at]
-        length = _u16(body, at)
-        column.name = body[at + 2:at + 2 + length].decode('utf-16le', 'replace')
-        return at + 2 + length
+    def _read_names(self, body, at):
+        is_jet3 = self.file.format.is_jet3
+        for column in self.columns:
+            length, at = (body[at], at + 1) if is_jet3 else (u16(body, at), at + 2)
+            column.name = body[at:at + length].decode('cp1252' if is_jet3 else 'utf-16le', 'replace')
+            at += length
+        return at
+
+    def _index(self, body, at):
+        """[(position of a column, ascending)]; None for a column whose number is above their count."""
+        positions = {column.number: i for i, column in enumerate(self.columns) if column.number <= len(self.columns)}
+        parts = [struct.unpack_from('<HB', body, at + 3 * i) for i in range(10)]
+        return [(positions.get(number), bool(order & 1)) for number, order in parts if number != NO_COLUMN]
 
     def data_pages(self):
         """Every data page that names this table as its owner, freed ones included."""
-        return [n for n in range(1, self.file.count)
-                if self.file.type_of(n) == DATA and self.file.owner_of(n) == self.definition and n != 1]
+        return [n for n in self.file.pages_of_type(DATA) if n != 1 and self.file.owner_of(n) == self.definition]
 
     def freed_pages(self):
         """Data pages that still name this table though its usage map no longer holds them."""
         used = self.file.used_pages(self)[0]
         return [n for n in self.data_pages() if n not in used]
+
+    def live_rows(self):
+        """The rows of the pages in use."""
+        return self.rows(sorted(set(self.data_pages()) - set(self.freed_pages())))
 
     def rows(self, pages=None):
         """Live rows in page and slot order; of all owned pages unless some are named."""
@@ -200,22 +211,21 @@ class Table:
                     continue
                 row, raw = Row(number, slot), self.file.page(number)[start:end]
                 if word & SLOT_POINTER:
-                    raw, target = self.file.row_at(_u32(raw, 0))
+                    raw, target = self.file.row_at(u32(raw, 0))
                     row.pages.add(target)
                 self._split(row, raw)
                 found.append(row)
         return found
 
     def _split(self, row, raw):
-        jet3 = self.file.format.is_jet3
-        stored, base = (raw[0], 1) if jet3 else (_u16(raw, 0), 2)
+        stored, base = (raw[0], 1) if self.file.format.is_jet3 else (u16(raw, 0), 2)
         mask_length = (stored + 7) // 8
         mask = raw[-mask_length:]
         offsets = self._variable_offsets(raw, mask_length) if self.variable_total else []
         for column in self.columns:
             if column.number >= stored or not mask[column.number // 8] >> column.number % 8 & 1:
                 continue
-            if column.type == TYPE_BOOLEAN:
+            if column.type == BOOLEAN:
                 value = b'\1'
             elif column.is_fixed:
                 value = raw[base + column.fixed_offset:base + column.fixed_offset + column.length]
@@ -224,59 +234,41 @@ class Table:
             else:
                 continue
             row.fields[column.number] = value
-            if column.type in (TYPE_OLE, TYPE_MEMO) and len(value) >= 12:
+            if column.type in (OLE, MEMO) and len(value) >= 12:
                 row.pages |= self._long_value_pages(value)
 
     def _variable_offsets(self, raw, mask_length):
         if not self.file.format.is_jet3:
             count_at = len(raw) - mask_length - 2
-            count = _u16(raw, count_at)
-            return [_u16(raw, count_at - 2 - 2 * i) for i in range(count + 1)]
-        count_at = len(raw) - mask_length - 1
-        count, jumps = raw[count_at], (len(raw) - 1) // 256
+            return [u16(raw, count_at - 2 - 2 * i) for i in range(u16(raw, count_at) + 1)]
+        count_at, jumps = len(raw) - mask_length - 1, (len(raw) - 1) // 256
         jump_at = [raw[count_at - 1 - k] for k in range(jumps)]
         offsets, passed = [], 0
-        for i in range(count + 1):
+        for i in range(raw[count_at] + 1):
             while passed < jumps and jump_at[passed] == i:
                 passed += 1
             offsets.append(raw[count_at - 1 - jumps - i] + 256 * passed)
         return offsets
 
     def _long_value_pages(self, value):
-        kind, pointer, pages = value[3] & 0xC0, _u32(value, 4), set()
-        if kind == 0x80:
-            return pages
-        length = _u32(value, 0) & 0x3FFFFFFF
+        kind, pointer, pages = value[3] & 0xC0, u32(value, 4), set()
+        length = 0 if kind == VALUE_INLINE else u32(value, 0) & 0x3FFFFFFF
         while pointer and length > 0 and pointer >> 8 not in pages:
             link, number = self.file.row_at(pointer)
             pages.add(number)
-            if kind == 0x40:
+            if kind == VALUE_ON_ONE_PAGE:
                 break
             length -= len(link) - 4
-            pointer = _u32(link, 0)
+            pointer = u32(link, 0)
         return pages
-
-
-def decode_text(raw, is_jet3):
-    """A text value; compressed Jet 4 texts without toggles are all that the catalogue's names need."""
-    if is_jet3:
-        return raw.decode('cp1252', 'replace')
-    if raw[:2] == b'\xff\xfe' and 0 not in raw:
-        return raw[2:].decode('latin-1')
-    return raw.decode('utf-16le', 'replace')
 
 
 def local_tables(pages):
     """name -> Table of every local table in the catalogue, system tables included."""
-    catalogue = Table(pages, CATALOGUE_PAGE)
-    numbers = {column.name: column.number for column in catalogue.columns}
-    tables = {}
-    for row in catalogue.rows(sorted(set(catalogue.data_pages()) - set(catalogue.freed_pages()))):
-        kind = struct.unpack('<h', row.fields.get(numbers['Type'], b'\0\0'))[0]
-        if kind not in (1, 4):
-            continue
-        identifier = struct.unpack('<i', row.fields[numbers['Id']])[0]
-        if 0 < identifier < pages.count and pages.type_of(identifier) == DEFINITION:
-            name = decode_text(row.fields[numbers['Name']], pages.format.is_jet3)
-            tables[name] = Table(pages, identifier)
+    catalogue, tables = Table(pages, CATALOGUE_PAGE), {}
+    kind, identifier, name = (catalogue.column[key] for key in ('Type', 'Id', 'Name'))
+    for row in catalogue.live_rows():
+        number = row.integer(identifier)
+        if row.integer(kind) in (1, 4) and 0 < number < pages.count and pages.type_of(number) == DEFINITION:
+            tables[pages.format.decode_text(row.fields[name.number])] = Table(pages, number)
     return tables

@@ -1,7 +1,7 @@
 // node read_database.mjs DATABASE: every table that the npm package mdb-reader sees, as one JSON document:
-//   {"tables": [{"name", "columns": [{"name", "type", "scale"}], "rows": [[value, ...], ...]}], "errors": [...]}
+//   {"tables": [{"name", "columns": [name, ...], "rows": [[value, ...], ...]}], "errors": [...]}
 // A value is null, true/false, text (numbers too, so that none is rounded), {"date": milliseconds since 1970}, {"bytes": hex}
-// or {"complex": true}. TOLVANE_MDB_READER names the package's folder; TOLVANE_DATABASE_PASSWORD the password.
+// or {"complex": true}. TOLVANE_MDB_READER names the package's folder.
 import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import { pathToFileURL } from "node:url";
@@ -20,15 +20,14 @@ function plain(value) {
   return String(value);
 }
 
-const password = process.env.TOLVANE_DATABASE_PASSWORD;
-const reader = new MDBReader(readFileSync(process.argv[2]), password ? { password } : undefined);
+const reader = new MDBReader(readFileSync(process.argv[2]));
 const result = { tables: [], errors: [] };
 for (const name of reader.getTableNames({ normalTables: true, systemTables: true, linkedTables: false })) {
   try {
     const table = reader.getTable(name);
-    const columns = table.getColumns();
-    const rows = table.getData().map((row) => columns.map((column) => plain(row[column.name])));
-    result.tables.push({ name, columns: columns.map(({ name, type, scale }) => ({ name, type, scale })), rows });
+    const columns = table.getColumnNames();
+    const rows = table.getData().map((row) => columns.map((column) => plain(row[column])));
+    result.tables.push({ name, columns, rows });
   } catch (error) {
     result.errors.push(`${name}: ${error.message}`);
   }

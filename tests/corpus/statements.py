@@ -4,6 +4,7 @@ mdb-queries shows every query as SELECT columns FROM [sources] WHERE condition O
 statement of ours is brought into that form, part by part; each step that leaves out or reorders something is a named
 rule of RULES, and what still differs then is an error.
 """
+import collections
 import re
 
 # What mdb-queries leaves out.
@@ -24,7 +25,6 @@ RULES = {
     'source outside the joins': 'sources that no join names are left out when there are joins',
     'order of sources': 'sources stand in the order of the joins, not in that of their rows',
 }
-COLUMN = 6  # kind of stored row
 BUILT = {'select', 'append', 'update', 'delete', 'crosstab', 'union'}
 CLAUSES = ('TRANSFORM', 'SELECT', 'INSERT INTO', 'UPDATE', 'SET', 'DELETE FROM', 'FROM', 'WHERE', 'GROUP BY', 'HAVING',
            'ORDER BY', 'PIVOT')
@@ -43,12 +43,11 @@ def top_level(text):
 
 
 def clauses(sql):
-    """keyword -> text of each top-level clause."""
-    found, current = {}, None
+    """keyword -> text of each top-level clause; the empty text for those that are not there."""
+    found, current = dict.fromkeys(CLAUSES, ''), None
     for token, depth in top_level(sql):
-        if depth == 0 and token in CLAUSES and token not in found:
+        if depth == 0 and not found.get(token, 'not a keyword'):
             current = token
-            found[current] = ''
         elif current:
             found[current] += token
     return {keyword: text.strip() for keyword, text in found.items()}
@@ -91,47 +90,43 @@ def sources(text):
     return [name.strip('[]') for name, _ in found], any(alias for _, alias in found)
 
 
-class View:
-    """A query as mdb-queries shows it."""
+# A query as mdb-queries shows it.
+View = collections.namedtuple('View', 'keyword columns names where order')
 
-    def __init__(self, keyword, columns, names, where, order):
-        self.keyword, self.columns, self.names, self.where, self.order = keyword, columns, names, where, order
+
+def selected(found):
+    """What stands behind SELECT: its keyword and the columns."""
+    keyword, listed = re.match(r'(DISTINCTROW|DISTINCT|)\s*(.*)', found['SELECT'], re.S).groups()
+    return keyword, items(listed)
 
 
 def shown_view(text):
     found = clauses(text)
-    keyword = re.match(r'(DISTINCTROW|DISTINCT|)\s*', found.get('SELECT', ''))
-    names = [name.strip('[]') for name in items(found.get('FROM', ''))]
-    return View(keyword.group(1), items(found.get('SELECT', '')[keyword.end():]), names, found.get('WHERE', ''),
-                found.get('ORDER BY', ''))
+    names = [name.strip('[]') for name in items(found['FROM'])]
+    return View(*selected(found), names, found['WHERE'], found['ORDER BY'])
 
 
 def rebuilt_view(sql, note):
     """The same of a rebuilt statement; `note` is told each rule that it took."""
     found = clauses(sql)
-    keyword = re.match(r'(DISTINCTROW|DISTINCT|)\s*', found.get('SELECT', ''))
-    columns = items(found.get('TRANSFORM', '')) + items(found.get('SELECT', '')[keyword.end():]) + \
-        items(found.get('PIVOT', ''))
-    if set(found) & {'TRANSFORM', 'INSERT INTO', 'UPDATE', 'DELETE FROM'}:
-        note('SELECT for all')
-    if set(found) & {'INSERT INTO', 'SET'}:
-        note('no targets')
-    if 'SET' in found:
-        columns = [item.partition(' = ')[2] for item in items(found['SET'])]
-    if any(without_alias(column)[1] for column in columns):
-        note('no column alias')
-    if set(found) & {'GROUP BY', 'HAVING'}:
-        note('no grouping')
-    source = next((found[key] for key in ('FROM', 'UPDATE', 'DELETE FROM') if key in found), '')
+    keyword, listed = selected(found)
+    values = [item.partition(' = ')[2] for item in items(found['SET'])]
+    columns = values or items(found['TRANSFORM']) + listed + items(found['PIVOT'])
+    plain = [without_alias(column)[0] for column in columns]
+    source = found['FROM'] or found['UPDATE'] or found['DELETE FROM']
     names, has_alias = sources(source)
-    if has_alias:
-        note('no source alias')
-    if JOIN.search(source):
-        note('no joins')
-    if '\n' in sql:
-        note('spacing')
-    return View(keyword.group(1), [without_alias(column)[0] for column in columns], names, found.get('WHERE', ''),
-                found.get('ORDER BY', ''))
+    taken = {
+        'SELECT for all': found['TRANSFORM'] or found['INSERT INTO'] or found['UPDATE'] or found['DELETE FROM'],
+        'no targets': found['INSERT INTO'] or found['SET'],
+        'no column alias': plain != columns,
+        'no grouping': found['GROUP BY'] or found['HAVING'],
+        'no source alias': has_alias,
+        'no joins': JOIN.search(source),
+        'spacing': '\n' in sql,
+    }
+    for rule in filter(taken.get, taken):
+        note(rule)
+    return View(keyword, plain, names, found['WHERE'], found['ORDER BY'])
 
 
 def compare_views(ours, theirs, kind, note, error):
@@ -140,9 +135,8 @@ def compare_views(ours, theirs, kind, note, error):
         note('delete without columns')
     elif ours.columns != theirs.columns:
         error('columns %s for %s' % (ours.columns, theirs.columns))
-    kept = theirs.names
-    if len(ours.names) > 1:  # perhaps joined
-        kept = [name for name in theirs.names if name in ours.names]
+    is_joined = len(ours.names) > 1  # perhaps
+    kept = [name for name in theirs.names if name in ours.names or not is_joined]
     if kept != theirs.names:
         note('source outside the joins')
     if sorted(kept) != sorted(ours.names):

@@ -11,6 +11,7 @@ Prints one line a story and keeps a picture of every page, at 96 and 192 DPI, in
 77 where Wine, a virtual screen or the readers are missing. `--images` makes nothing but the pictures of the user guide.
 """
 import argparse
+import json
 import os
 import shutil
 import signal
@@ -28,7 +29,6 @@ import corpus  # noqa: E402
 import damage_repair  # noqa: E402
 import pages  # noqa: E402
 import readers  # noqa: E402
-import repaired  # noqa: E402
 
 SKIPPED = corpus.SKIPPED
 OPEN_TITLE = 'Select corrupted file to repair...'
@@ -116,27 +116,22 @@ class Desk:
         program.wait_for_page('saved')
 
     def sources(self, healthy, path):
-        return repaired.source_tables(path, pages.local_tables(healthy), corpus.Verdict())
+        return damage_repair.sources(path, healthy, corpus.Verdict())
 
-    def check_saved(self, path, damage, sources):
+    def check_saved(self, path, damage, sources, rescued=None):
         """Every row on an untouched page is there, for mdb-reader cell by cell and for mdbtools by count."""
         corpus.tolvane(self.options, 'check', path, good=(0,))
-        output, verdict = repaired.RepairedDatabase(path), corpus.Verdict()
+        output, verdict = damage_repair.Output(path), corpus.Verdict()
         for source in sources:
-            damage_repair.check_table(verdict, output, source, damage_repair.matched_rows(source, verdict), damage)
-            rows = output.rows_by_mdbtools(source.name)
+            damage_repair.check_table(verdict, output, source, damage, rescued)
+            rows = readers.mdbtools_export(path, source.name)
             if rows is None or len(rows.rows) != len(output.seen[source.name].rows):
                 verdict.error('%s: the two readers see different rows' % source.name)
         if verdict.errors or verdict.rows == 0:
             raise Failed('%s: %s' % (os.path.basename(path), '; '.join(verdict.errors) or 'no rows'))
 
     def sample_damage(self):
-        damage = damage_repair.Damage(self.healthy)
-        with open(self.damaged, 'rb') as file:
-            data = file.read()
-        size = self.healthy.size
-        damage.touched = {n for n in range(self.healthy.count) if self.healthy.page(n) != data[n * size:(n + 1) * size]}
-        return damage
+        return damage_repair.damage_of(self.healthy, self.damaged)
 
     def run_folders(self):
         """Folders of temporary files that a run left."""
@@ -204,8 +199,8 @@ def save_log(desk, program):
 def preview(desk):
     """Tables, records, values, the search and the whole value of the sample."""
     program = desk.repair(desk.damaged)
-    told = {table['name']: table['rows'] for table in corpus.parse_json_lines(
-        corpus.tolvane(desk.options, 'tables', '--json', desk.damaged).replace(b'\n', b'') + b'\n')[0]['tables']}
+    told = {table['name']: table['rows'] for table in json.loads(
+        corpus.tolvane(desk.options, 'tables', '--json', desk.damaged))['tables']}
     expect(program.tables(), told, 'tables and rows')
     names = list(told)
     for name in ('Notes', 'Customers'):
@@ -241,8 +236,8 @@ def preview(desk):
 
 def template_repair(desk):
     """A table whose definition is gone comes back by a template, and only by one."""
-    damage = damage_repair.Damage(desk.healthy)
-    damage_repair.one_definition(desk.healthy, damage, pages.local_tables(desk.healthy))
+    damage = corpus.Damage(desk.healthy)
+    rescued = damage_repair.one_definition(damage, desk.healthy, pages.local_tables(desk.healthy))
     source, output = desk.path('no definition.mdb'), desk.path('by template.mdb')
     with open(source, 'wb') as file:
         file.write(damage.bytes)
@@ -260,7 +255,7 @@ def template_repair(desk):
     program.wait_for_page('review')
     expect_text(program.text('IDC_SUMMARY'), 'Definitions from ' + windows_path(desk.healthy_path), 'summary')
     desk.save(program, output)
-    desk.check_saved(output, damage, desk.sources(desk.healthy, desk.healthy_path))
+    desk.check_saved(output, damage, desk.sources(desk.healthy, desk.healthy_path), rescued)
     program.close()
 
 
@@ -523,7 +518,7 @@ def real_files(desk):
         program = desk.repair(path)
         desk.save(program, output, default='Tolvane_' + os.path.basename(name))
         healthy = corpus.open_pages(path)
-        desk.check_saved(output, damage_repair.Damage(healthy), desk.sources(healthy, path))
+        desk.check_saved(output, corpus.Damage(healthy), desk.sources(healthy, path))
         program.close()
     return None
 
@@ -581,7 +576,8 @@ def guide_pictures(desk):
     names = ('Trade.mdb', 'Trade backup.mdb')
     for source, name in zip((desk.damaged, desk.healthy_path), names):
         shutil.copy(source, os.path.join(folder, name))
-    repaired.remove(os.path.join(folder, 'Tolvane_Trade.mdb'))
+    if os.path.exists(os.path.join(folder, 'Tolvane_Trade.mdb')):
+        os.unlink(os.path.join(folder, 'Tolvane_Trade.mdb'))
     damaged, template = ('C:\\Databases\\' + name for name in names)
     program = desk.start(damaged)
     desk.picture('choose')
