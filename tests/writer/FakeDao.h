@@ -1,7 +1,6 @@
 // A database engine that records every call as a line of text and refuses what a test asks it to refuse.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -39,14 +38,13 @@ class CFakeTableDef : public CDaoTableDef {
  public:
   explicit CFakeTableDef(SFakeLog& log) : m_log(log) {}
   CDaoResult CreateField(std::u16string_view name, int16_t type, int32_t size, int32_t attributes) override {
-    return m_log.Call("field " + ToUtf8(name) + " type=" + std::to_string(type) +
-                      " size=" + std::to_string(size) + " attributes=" + std::to_string(attributes));
+    return m_log.Call("field " + ToUtf8(name) + Numbers(type, size, attributes));
   }
   CDaoResult CreateField(const CDaoFieldInfo& field) override {
-    return m_log.Call("described field " + ToUtf8(field.name) + " type=" + std::to_string(field.type) +
-                      " size=" + std::to_string(field.size) + " attributes=" +
-                      std::to_string(field.attributes) + " default=" + ToUtf8(field.defaultValue) +
-                      (field.required ? " required" : "") + (field.allowZeroLength ? " zero-length" : ""));
+    return m_log.Call("described field " + ToUtf8(field.name) +
+                      Numbers(field.type, field.size, field.attributes) +
+                      " default=" + ToUtf8(field.defaultValue) + (field.required ? " required" : "") +
+                      (field.allowZeroLength ? " zero-length" : ""));
   }
   CDaoResult CreateIndex(const CDaoIndexInfo& index) override {
     std::string line = "index " + ToUtf8(index.name) + " (";
@@ -66,6 +64,11 @@ class CFakeTableDef : public CDaoTableDef {
   void Close() override { m_log.calls.emplace_back("close table"); }
 
  private:
+  static std::string Numbers(int16_t type, int32_t size, int32_t attributes) {
+    return " type=" + std::to_string(type) + " size=" + std::to_string(size) +
+           " attributes=" + std::to_string(attributes);
+  }
+
   SFakeLog& m_log;
 };
 
@@ -83,15 +86,12 @@ class CFakeRecordset : public CDaoRecordset {
     do {
       if (!bytes.Read(buffer, count)) return {EDaoError::DiskError, u"unreadable"};
       content.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
-      largestPiece = std::max(largestPiece, count);
     } while (count > 0);
     return m_log.Call("set " + std::to_string(index) + " bytes " + std::to_string(bytes.GetLength()) + " " +
-                      content.substr(0, 8));
+                      content.substr(0, 4) + ".." + std::to_string(content.size()));
   }
   CDaoResult Update() override { return m_log.Call("update"); }
   CDaoResult Close() override { return m_log.Call("close rows"); }
-
-  size_t largestPiece = 0;
 
  private:
   SFakeLog& m_log;

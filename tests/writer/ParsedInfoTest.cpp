@@ -25,13 +25,6 @@ struct SPiece {
   std::string_view bytes;
 };
 
-Bytes Expected(size_t size, const std::vector<SPiece>& pieces) {
-  Bytes bytes(size);
-  for (const SPiece& piece : pieces)
-    std::copy(piece.bytes.begin(), piece.bytes.end(), bytes.begin() + static_cast<ptrdiff_t>(piece.offset));
-  return bytes;
-}
-
 // A literal with its zero bytes.
 template <size_t N>
 constexpr std::string_view B(const char (&literal)[N]) {
@@ -39,13 +32,11 @@ constexpr std::string_view B(const char (&literal)[N]) {
 }
 
 void ExpectBytes(const Bytes& actual, size_t size, const std::vector<SPiece>& pieces) {
-  ASSERT_EQ(actual.size(), size);
-  const Bytes expected = Expected(size, pieces);
-  for (size_t i = 0; i < size; i++) ASSERT_EQ(int{actual[i]}, int{expected[i]}) << "at offset " << i;
-}
-
-Bytes ReadFile(const std::u16string& path) {
-  return BytesOf(ReadText(path));
+  Bytes expected(size);
+  for (const SPiece& piece : pieces)
+    std::ranges::copy(piece.bytes, expected.begin() + static_cast<ptrdiff_t>(piece.offset));
+  const auto difference = std::ranges::mismatch(actual, expected).in1 - actual.begin();
+  EXPECT_TRUE(actual == expected) << actual.size() << " bytes, different at " << difference;
 }
 
 CAccdbColInfo Column(std::u16string name, uint16_t size, uint8_t type, uint8_t flags) {
@@ -143,7 +134,7 @@ class CParsedInfoFileTest : public CWriterTest {
 TEST_F(CParsedInfoFileTest, HoldsTheFirstHalfOfEachTableImage) {
   CAccdbParsedInfo info;
   ASSERT_TRUE(Write(info));
-  ExpectBytes(ReadFile(GetPath()), 5112, {});
+  ExpectBytes(BytesOf(ReadText(GetPath())), 5112, {});
 
   info.database.path = u"D:\\x";
   info.database.number = -2;
@@ -153,7 +144,7 @@ TEST_F(CParsedInfoFileTest, HoldsTheFirstHalfOfEachTableImage) {
   info.tables[1].rowCount = 9;  // beyond the cut
   info.tables[1].columns.Add(Column(u"A", 50, 10, 2));
   ASSERT_TRUE(Write(info)) << m_problem;
-  ExpectBytes(ReadFile(GetPath()), 5112 + 1560 + 2622,
+  ExpectBytes(BytesOf(ReadText(GetPath())), 5112 + 1560 + 2622,
               {{0, B("D\0:\0\\\0x\0")},
                {2048, B("\xfe\xff\xff\xff")},
                {4092, B("\2\0\0\0")},
@@ -236,21 +227,15 @@ TEST_F(CParsedInfoFileTest, CollectorTakesEveryTable) {
   EXPECT_EQ(first.dataFilePath, InFolder(u"40960"));
   EXPECT_EQ(info.tables[1].dataFilePath, InFolder(u"18446744071562072064"));
   EXPECT_EQ(info.tables[2].dataFilePath, InFolder(u"8192"));
-  ASSERT_EQ(first.columns.GetCount(), 2u);
-  const CAccdbColInfo& id = *first.columns.begin();
-  EXPECT_EQ(id.name, u"ID");
-  EXPECT_EQ(std::vector<int>({id.size, id.type, id.flags, id.complexData.has_value()}),
-            std::vector<int>({4, 4, 7, 0}));
-  ASSERT_TRUE((first.columns.begin() + 1)->complexData);
-  EXPECT_EQ((first.columns.begin() + 1)->complexData->complexId, u"4");
-  ASSERT_EQ(first.indexes.GetCount(), 1u);
-  const CAccdbIndexInfo& primary = *first.indexes.begin();
-  EXPECT_EQ(primary.name, u"Primary Key");
-  EXPECT_EQ(primary.isPrimary, 1);
-  ASSERT_EQ(primary.columns.size(), 2u);
-  EXPECT_EQ(primary.columns[1].columnNumber, 2);
-  EXPECT_EQ(primary.columns[0].isAscending, 1);
-  EXPECT_EQ(primary.columns[1].isAscending, 0);
+  CAccdbColInfoList columns;
+  columns.Add(Column(u"ID", 4, 4, 7));
+  CAccdbColInfo tagsColumn = Column(u"Tags", 4, 18, 3);
+  tagsColumn.complexData.emplace(u"Tags", u"1", u"2", u"3", u"4");
+  columns.Add(tagsColumn);
+  EXPECT_EQ(first.columns.EncodeImage(), columns.EncodeImage());
+  CAccdbIndexInfoList indexes;
+  indexes.Add({1, u"Primary Key", {{1, 1}, {2, 0}}});
+  EXPECT_EQ(first.indexes.EncodeImage(), indexes.EncodeImage());
 }
 
 }  // namespace

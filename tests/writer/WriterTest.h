@@ -76,14 +76,38 @@ class CWriterTest : public testing::Test {
 
   static std::string GetLog() { return ToUtf8(CRepairLog::Instance().Get()); }
   const SSaveSummary& GetSummary() const { return m_writer.GetSummary(); }
+  // All that the summary of the save says: its counts but those that are 0, then losses, notes and the
+  // failure.
+  Lines Outcome() const {
+    const SSaveSummary& summary = GetSummary();
+    std::string counts;
+    for (const auto& [word, count] : {std::pair{"tables", summary.tablesSaved},
+                                      {"records", summary.recordsSaved},
+                                      {"dropped values", summary.fieldsDropped},
+                                      {"empty rows", summary.emptyRowsDropped},
+                                      {"lost columns", summary.columnsLost},
+                                      {"lost indexes", summary.indexesLost},
+                                      {"queries", summary.queriesSaved},
+                                      {"lost queries", summary.queriesLost},
+                                      {"skipped queries", summary.queriesSkipped},
+                                      {"relations", summary.relationsSaved},
+                                      {"weakened relations", summary.relationsWeakened},
+                                      {"lost relations", summary.relationsLost}})
+      if (count != 0) counts += (counts.empty() ? "" : ", ") + std::to_string(count) + " " + word;
+    Lines lines{counts};
+    for (const SSaveLoss& loss : summary.losses)
+      lines.push_back(ToUtf8(loss.table) + " lost " + std::to_string(loss.records) + " records, " +
+                      std::to_string(loss.fields) + " values: " + ToUtf8(loss.reason));
+    for (const std::u16string& note : summary.notes) lines.push_back(ToUtf8(note));
+    if (!summary.failure.empty()) lines.push_back("failure: " + ToUtf8(summary.failure));
+    return lines;
+  }
 
   // The refusals of a test: lines that begin with `start` get `code`, the first `times` times.
   void Refuse(std::string start, EDaoError code, std::u16string text, int times = 1 << 20) {
-    m_engine.log.refuse = [this, start = std::move(start), code, text = std::move(text),
+    m_engine.log.refuse = [start = std::move(start), code, text = std::move(text),
                            times](const std::string& line) mutable -> CDaoResult {
-      if (!line.starts_with(start) || times == 0) return CDaoResult::Ok();
-      --times;
-      ++m_refusals;
+      if (!line.starts_with(start) || times-- <= 0) return CDaoResult::Ok();
       return {code, text};
     };
   }
@@ -92,7 +116,6 @@ class CWriterTest : public testing::Test {
   CAccessData m_data;
   CFakeEngine m_engine;
   CAccessSaveRepairedFile m_writer{m_engine};
-  int m_refusals = 0;
 };
 
 }  // namespace tolvane
