@@ -4,15 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <initializer_list>
-#include <span>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "model/AccessTable.h"
-#include "platform/ErrorHandler.h"
-#include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "store/AccessTableDataFile.h"
 #include "store/FileNameManager.h"
@@ -32,18 +31,13 @@ class CStoreTest : public testing::Test {
   }
 
   static void WriteFileBytes(std::u16string_view path, const Bytes& bytes) {
-    CFileCust file;
-    ASSERT_TRUE(file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways));
-    if (!bytes.empty()) file.Write(bytes);
-    file.Close();
+    std::ofstream file(std::filesystem::path(path), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    ASSERT_TRUE(file.good());
   }
   static Bytes ReadFileBytes(std::u16string_view path) {
-    CFileCust file;
-    CErrorHandler handler;
-    if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) return {};
-    Bytes bytes(file.GetLength());
-    bytes.resize(file.ReadAt(0, bytes, handler));
-    return bytes;
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
   }
   static std::u16string DataPath(uint64_t key) { return CFileNameManager().GetDataFilePath(key); }
 
@@ -55,14 +49,6 @@ class CStoreTest : public testing::Test {
       for (const std::u16string& value : row) file.WriteValue(value);
     file.CloseDataFile();
   }
-  // Cuts bytes off the end of a data file.
-  static void Shorten(uint64_t key, size_t bytesCut) {
-    Bytes bytes = ReadFileBytes(DataPath(key));
-    ASSERT_GE(bytes.size(), bytesCut);
-    bytes.resize(bytes.size() - bytesCut);
-    WriteFileBytes(DataPath(key), bytes);
-  }
-
   static CAccessColumn& AddColumn(CAccessTable& table, uint8_t type, std::u16string_view name = u"c") {
     CAccessColumn column;
     column.type = type;

@@ -38,7 +38,6 @@ TEST_F(ValueStream, ALyingCountGivesNoMoreThanTheFileHolds) {
   for (const uint8_t top : Bytes{0x00, 0x7F, 0x80, 0xFF}) {
     Write({0xFF, 0xFF, 0xFF, top, 'a', 0, 'b', 0, 'c'});
     EXPECT_EQ(Next(), u"<cut>ab");
-    EXPECT_TRUE(m_stream.IsAtEnd());
     EXPECT_EQ(m_stream.GetBytesLeft(), 0U);
     EXPECT_EQ(Next(), u"<no count>");
   }
@@ -68,10 +67,10 @@ TEST_F(ValueStream, TheDataFileReaderGivesWhatIsThereAndThenTheEnd) {
   EXPECT_FALSE(reader.ReadNext(text));
   EXPECT_EQ(text, u"old");
 
-  WriteFileBytes(DataPath(2), {7,    0,    0,    0,    'a', 0, 0,  0, 'b', 0, 0,  // a zero unit within
-                               0,    0,    0,    0,                               //
-                               0xF0, 0xFF, 0xFF, 0xFF, 'c', 0, 'd'});
-  reader.SetPath(DataPath(2));
+  Write({7,    0,    0,    0,    'a', 0, 0,  0, 'b', 0, 0,  // a zero unit within
+         0,    0,    0,    0,                               //
+         0xF0, 0xFF, 0xFF, 0xFF, 'c', 0, 'd'});
+  reader.SetPath(DataPath(1));
   ASSERT_TRUE(reader.Open());
   for (const auto* expected : {u"a", u"", u"c"}) {
     EXPECT_FALSE(reader.IsEnd());

@@ -10,36 +10,32 @@
 namespace tolvane {
 namespace {
 
-class WorkFolder : public CStoreTest {
- protected:
-  std::u16string Separator() const { return std::u16string(1, kPathSeparator); }
-};
+const std::u16string kSeparator(1, kPathSeparator);
+
+class WorkFolder : public CStoreTest {};
 
 TEST_F(WorkFolder, PathsEndWithTheSeparator) {
   const std::u16string before = GetWorkFolder();
   SetWorkFolder(u"somewhere");
-  EXPECT_EQ(GetWorkFolder(), u"somewhere" + Separator());
-  EXPECT_EQ(CFileNameManager().GetDataFilePath(40960), u"somewhere" + Separator() + u"40960");
-  SetWorkFolder(u"somewhere" + Separator());
-  EXPECT_EQ(GetWorkFolder(), u"somewhere" + Separator());
+  EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
+  EXPECT_EQ(CFileNameManager().GetDataFilePath(40960), u"somewhere" + kSeparator + u"40960");
+  SetWorkFolder(u"somewhere" + kSeparator);
+  EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
   SetWorkFolder({});
-  EXPECT_EQ(GetWorkFolder(), GetExecutableFolder() + u"TolvaneforAccess" + Separator());
+  EXPECT_EQ(GetWorkFolder(), GetExecutableFolder() + u"TolvaneforAccess" + kSeparator);
   SetWorkFolder(before);
 }
 
 TEST_F(WorkFolder, CreateFolderPathCreatesEachLevelOnce) {
-  const std::u16string path =
-      InFolder(u"one") + Separator() + u"two words" + Separator() + u"\u4E09" + Separator();
-  CFileNameManager().CreateFolderPath(path);
-  EXPECT_EQ(GetFileKind(path), EFileKind::Folder);
-  CFileNameManager().CreateFolderPath(path + Separator() + u"four");
+  const std::u16string path = InFolder(u"one") + kSeparator + u"two \u4E09" + kSeparator;
+  for (const std::u16string& folder : {path, path + kSeparator + u"four", std::u16string()})
+    CFileNameManager().CreateFolderPath(folder);
   EXPECT_EQ(GetFileKind(path + u"four"), EFileKind::Folder);
-  CFileNameManager().CreateFolderPath(u"");
 }
 
 TEST_F(WorkFolder, ARunFolderIsUsedWhileItLivesAndLeavesNothing) {
   const std::u16string outer = GetWorkFolder();
-  const std::u16string base = InFolder(u"base") + Separator() + u"deeper";
+  const std::u16string base = InFolder(u"base") + kSeparator + u"deeper";
   {
     CRunFolder first;
     CRunFolder second;
@@ -85,12 +81,12 @@ TEST_F(WorkFolder, OnlyFoldersOfEndedRunsAreStale) {
   for (const std::u16string& name : kept) ASSERT_TRUE(CreateFolder(InFolder(name)));
   const std::u16string stale = InFolder(u"run-4000000000-0123456789abcdef");
   ASSERT_TRUE(CreateFolder(stale));
-  WriteFileBytes(stale + Separator() + u"4096", {1});
+  WriteFileBytes(stale + kSeparator + u"4096", {1});
   WriteFileBytes(InFolder(u"run-4000000000-fedcba9876543210"), {1});  // a file of a user
 
   // A link to a folder that is not ours.
   ASSERT_TRUE(CreateFolder(InFolder(u"precious")));
-  WriteFileBytes(InFolder(u"precious") + Separator() + u"file", {1});
+  WriteFileBytes(InFolder(u"precious") + kSeparator + u"file", {1});
   std::error_code noLink;
   std::filesystem::create_directory_symlink(
       std::filesystem::path(InFolder(u"precious")),
@@ -100,7 +96,7 @@ TEST_F(WorkFolder, OnlyFoldersOfEndedRunsAreStale) {
   EXPECT_FALSE(FileExists(stale));
   for (const std::u16string& name : kept) EXPECT_TRUE(FileExists(InFolder(name))) << ToUtf8(name);
   EXPECT_TRUE(FileExists(InFolder(u"run-4000000000-fedcba9876543210")));
-  EXPECT_TRUE(FileExists(InFolder(u"precious") + Separator() + u"file"));
+  EXPECT_TRUE(FileExists(InFolder(u"precious") + kSeparator + u"file"));
 }
 
 }  // namespace
