@@ -11,39 +11,38 @@ namespace tolvane {
 namespace {
 
 TEST(Text, SoundTextSurvivesUtf8) {
-  const std::u16string text(u"A\u00E9\u0416\u6F22\U0001F600\0z", 8);
-  const std::string bytes("A\xC3\xA9\xD0\x96\xE6\xBC\xA2\xF0\x9F\x98\x80\0z", 14);
+  // The first and the last character of each length, and a zero.
+  const std::u16string text(u"A\u00E9\u0416\u6F22\U0001F600\0\u007F\u07FF\uFFFF\U0010FFFF", 12);
+  const std::string bytes(
+      "A\xC3\xA9\xD0\x96\xE6\xBC\xA2\xF0\x9F\x98\x80\0\x7F\xDF\xBF\xEF\xBF\xBF\xF4\x8F\xBF\xBF", 23);
   EXPECT_EQ(ToUtf8(text), bytes);
   EXPECT_EQ(FromUtf8(bytes), text);
-  // The last character of each length.
-  EXPECT_EQ(ToUtf8(u"\u007F\u07FF\uFFFF\U0010FFFF"), "\x7F\xDF\xBF\xEF\xBF\xBF\xF4\x8F\xBF\xBF");
-  EXPECT_EQ(FromUtf8("\x7F\xDF\xBF\xEF\xBF\xBF\xF4\x8F\xBF\xBF"), u"\u007F\u07FF\uFFFF\U0010FFFF");
 }
 
-TEST(Text, LoneSurrogatesShowAsReplacementCharacters) {
+TEST(Text, WhatIsNoTextShowsAsReplacementCharacters) {
   const std::string replaced = "\xEF\xBF\xBD";
-  EXPECT_EQ(ToUtf8(u"a\xD83D"), "a" + replaced);
-  EXPECT_EQ(ToUtf8(u"\xD83D"
-                   u"a"),
-            replaced + "a");
-  EXPECT_EQ(ToUtf8(u"\xDE00\xD83D"), replaced + replaced);
-  EXPECT_EQ(ToUtf8(u"\xD83D\xD83D\xDE00"), replaced + "\xF0\x9F\x98\x80");
-  EXPECT_EQ(ToUtf8(std::u16string(u"\xDE00\0", 2)), replaced + std::string(1, '\0'));
-}
+  const std::pair<std::u16string, std::string> lone[] = {
+      {u"a\xD83D", "a" + replaced},
+      {u"\xD83D\u0061", replaced + "a"},
+      {u"\xDE00\xD83D", replaced + replaced},
+      {u"\xD83D\xD83D\xDE00", replaced + "\xF0\x9F\x98\x80"},
+      {std::u16string(u"\xDE00\0", 2), replaced + std::string(1, '\0')}};
+  for (const auto& [units, bytes] : lone) EXPECT_EQ(ToUtf8(units), bytes);
 
-TEST(Text, EveryByteThatIsNoUtf8IsReplaced) {
-  const auto replaced = [](size_t count) { return std::u16string(count, u'\uFFFD'); };
-  EXPECT_EQ(FromUtf8("\x80"), replaced(1));
-  EXPECT_EQ(FromUtf8("\xC0\x80"), replaced(2));          // overlong zero
-  EXPECT_EQ(FromUtf8("\xE0\x9F\xBF"), replaced(3));      // overlong
-  EXPECT_EQ(FromUtf8("\xF0\x8F\xBF\xBF"), replaced(4));  // overlong
-  EXPECT_EQ(FromUtf8("\xED\xA0\x80"), replaced(3));      // a surrogate
-  EXPECT_EQ(FromUtf8("\xF4\x90\x80\x80"), replaced(4));  // beyond the last character
-  EXPECT_EQ(FromUtf8("\xE6\xBC"), replaced(2));          // cut off
-  EXPECT_EQ(FromUtf8("\xE6\xBC"
-                     "A"),
-            replaced(2) + u"A");  // cut off by another character
-  EXPECT_EQ(FromUtf8("\xFF\xC3\xA9"), replaced(1) + u"\u00E9");
+  struct SCase {
+    const char* why;
+    std::string bytes;
+    size_t replaced;
+    std::u16string rest;
+  };
+  for (const SCase& test :
+       {SCase{"no start", "\x80", 1, u""}, SCase{"overlong zero", "\xC0\x80", 2, u""},
+        SCase{"overlong", "\xE0\x9F\xBF", 3, u""}, SCase{"overlong", "\xF0\x8F\xBF\xBF", 4, u""},
+        SCase{"a surrogate", "\xED\xA0\x80", 3, u""},
+        SCase{"beyond the last character", "\xF4\x90\x80\x80", 4, u""}, SCase{"cut off", "\xE6\xBC", 2, u""},
+        SCase{"cut off by a letter", "\xE6\xBCz", 2, u"z"},
+        SCase{"no byte of UTF-8", "\xFF\xC3\xA9", 1, u"\u00E9"}})
+    EXPECT_EQ(FromUtf8(test.bytes), std::u16string(test.replaced, u'\uFFFD') + test.rest) << test.why;
 }
 
 TEST(Text, EveryFileNameOfThisSystemSurvives) {
@@ -68,23 +67,22 @@ TEST(Text, SurrogatesThatStandForNoByteAreReplacedInPaths) {
   EXPECT_EQ(FromNativePath(ToNativePath(u"\u6F22\U0001F600")), u"\u6F22\U0001F600");
 }
 
-TEST(Text, Decimal) {
-  EXPECT_EQ(ToDecimal(std::numeric_limits<int64_t>::min()), u"-9223372036854775808");
-  EXPECT_EQ(ToDecimal(std::numeric_limits<uint64_t>::max()), u"18446744073709551615");
-  EXPECT_EQ(ToDecimal(uint8_t{7}), u"7");
-}
-
 TEST(Text, LeadingIntegerReadsWhatTheCLibraryReads) {
-  EXPECT_EQ(LeadingInteger(u" \t\n-12abc"), -12);
-  EXPECT_EQ(LeadingInteger(u"+7"), 7);
-  EXPECT_EQ(LeadingInteger(u"007.9"), 7);
+  constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
+  constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+  EXPECT_EQ(ToDecimal(kMin), u"-9223372036854775808");
+  EXPECT_EQ(ToDecimal(std::numeric_limits<uint64_t>::max()), u"18446744073709551615");
   for (const char16_t* none : {u"", u"  ", u"-", u"- 5", u"+-5", u"x1", u"\u0661"})
     EXPECT_EQ(LeadingInteger(none), 0);
-  EXPECT_EQ(LeadingInteger(u"9223372036854775807"), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(LeadingInteger(u"9223372036854775808"), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(LeadingInteger(u"-9223372036854775808"), std::numeric_limits<int64_t>::min());
-  EXPECT_EQ(LeadingInteger(u"-99999999999999999999999"), std::numeric_limits<int64_t>::min());
-  EXPECT_EQ(LeadingInteger(std::u16string(u"5\0006", 3)), 5);
+  const std::pair<std::u16string, int64_t> cases[] = {{u" \t\n-12abc", -12},
+                                                      {u"+7", 7},
+                                                      {u"007.9", 7},
+                                                      {u"9223372036854775807", kMax},
+                                                      {u"9223372036854775808", kMax},
+                                                      {u"-9223372036854775808", kMin},
+                                                      {u"-99999999999999999999999", kMin},
+                                                      {std::u16string(u"5\0006", 3), 5}};
+  for (const auto& [text, value] : cases) EXPECT_EQ(LeadingInteger(text), value) << ToUtf8(text);
 }
 
 TEST(Text, OnlyAsciiLettersIgnoreCase) {
