@@ -27,12 +27,6 @@ class Tables : public testing::Test {
   CRunFolder m_folder;
 };
 
-std::vector<uint64_t> OffsetsOf(const CAccessTableList& tables) {
-  std::vector<uint64_t> offsets;
-  for (const auto& table : tables) offsets.push_back(table->GetDefinitionOffset());
-  return offsets;
-}
-
 TEST_F(Tables, TheFirstOfTwoTablesWithOneOffsetCounts) {
   CAccessTableList tables;
   CAccessTable& first = tables.AddTable(0x2000);
@@ -56,7 +50,9 @@ TEST_F(Tables, RemovingUnmarkedKeepsTheOrderOfTheOthersAndTakesTheirDataFiles) {
   tables.Mark(0x5000, 0);
   tables.Mark(0x4000, 0);
   tables.RemoveUnmarked();
-  EXPECT_EQ(OffsetsOf(tables), (std::vector<uint64_t>{0x2000, 0x3000}));
+  ASSERT_EQ(tables.GetCount(), 2U);
+  EXPECT_EQ(tables.GetAt(0)->GetDefinitionOffset(), 0x2000U);
+  EXPECT_EQ(tables.FindTable(0x3000), tables.GetAt(1));
   EXPECT_EQ(tables.FindTable(0x5000), nullptr);
   EXPECT_FALSE(FileExists(removed));
   EXPECT_TRUE(FileExists(kept));
@@ -105,21 +101,6 @@ TEST_F(Tables, ADiscardedRunTakesItsFilesWithIt) {
   data.reset();
   EXPECT_FALSE(FileExists(dataFile));
   EXPECT_FALSE(FileExists(list));
-}
-
-TEST_F(Tables, HalfAMillionQueryObjectsGoWithoutDeepRecursion) {
-  CAccessData data;
-  CTList<CQuerySysObject>& objects = data.GetQueryObjects();
-  for (int i = 0; i < 500'000; ++i) objects.Append(std::make_unique<CQuerySysObject>(u"q", u"1", u""));
-  EXPECT_EQ(objects.GetCount(), 500'000);
-  // A copy of an element must not drag its followers along.
-  const CQuerySysObject copy = *objects.GetHead();
-  EXPECT_EQ(copy.GetNext(), nullptr);
-  EXPECT_NE(objects.GetHead()->GetNext(), nullptr);
-  objects.Clear();
-  EXPECT_EQ(objects.GetTail(), nullptr);
-  objects.Append(std::make_unique<CQuerySysObject>(u"again", u"2", u""));
-  EXPECT_EQ(objects.GetHead(), objects.GetTail());
 }
 
 }  // namespace

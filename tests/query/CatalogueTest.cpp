@@ -55,8 +55,12 @@ TEST(QueryEngine, TheLaterObjectWins) {
 
 TEST(List, HalfAMillionElementsAreFreedOneByOne) {
   CTList<CQueryAttributes> rows;
-  for (int i = 0; i < 500'000; ++i) rows.Append(std::make_unique<CQueryAttributes>());
+  for (int i = 0; i < 500'000; ++i) AddRow(rows, u"1", u"");
   EXPECT_EQ(rows.GetCount(), 500'000);
+  // A copy of an element must not drag its followers along.
+  const CQueryAttributes copy = *rows.GetHead();
+  EXPECT_EQ(copy.GetNext(), nullptr);
+  EXPECT_NE(rows.GetHead()->GetNext(), nullptr);
   rows.Clear();
   EXPECT_EQ(rows.GetHead(), nullptr);
   EXPECT_EQ(rows.GetTail(), nullptr);
