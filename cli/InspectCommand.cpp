@@ -86,8 +86,9 @@ std::string DrawFindings(const SPageTotals& totals, const SFindings& findings, c
   std::string text = Heading("Source", style) + "  " + ToDisplay(arguments.source) + "\n  " +
                      (totals.isJet3 ? "Jet 3" : "Jet 4 or ACE") + ", " + Counted(totals.pages, "page") +
                      " of " + std::to_string(totals.pageSize) + " bytes";
-  if (totals.partialBytes > 0)
-    text += " and " + Counted(totals.partialBytes, "byte") + " behind the last one";
+  if (totals.leadingBytes > 0)
+    text += ", " + Counted(totals.leadingBytes, "foreign byte") + " in front of the first";
+  if (totals.partialBytes > 0) text += ", " + Counted(totals.partialBytes, "byte") + " behind the last";
   text += "\n\n" + Heading("Pages", style) + DrawKinds(findings, style) + "\n" + Heading("Map", style) +
           findings.map.Draw(style.width > 0 ? style.width : kUsualWidth);
   if (findings.badPageCount > 0)
@@ -98,11 +99,9 @@ std::string DrawFindings(const SPageTotals& totals, const SFindings& findings, c
 Json DescribeFindings(const SPageTotals& totals, const SFindings& findings, const SArguments& arguments,
                       EExitStatus status) {
   Json result = MakeResult(arguments, status);
-  result["source"] = {{"path", ToUtf8(arguments.source)},
-                      {"isJet3", totals.isJet3},
-                      {"pageSize", totals.pageSize},
-                      {"pages", totals.pages},
-                      {"partialBytes", totals.partialBytes}};
+  result["source"] = {{"path", ToUtf8(arguments.source)},    {"isJet3", totals.isJet3},
+                      {"pageSize", totals.pageSize},         {"pages", totals.pages},
+                      {"leadingBytes", totals.leadingBytes}, {"partialBytes", totals.partialBytes}};
   result["kinds"] = Json::array();
   for (size_t kind = 0; kind < findings.counts.size(); ++kind) {
     Json counts = {{"kind", ToUtf8(GetPageKindName(static_cast<EPageKind>(kind)))},
@@ -146,7 +145,7 @@ SCommandEnd RunInspect(CSession& session) {
   const SPageTotals& totals = inspector.GetTotals();
   // Pages without an owner remain in healthy files, too.
   const bool isClean = totals.Of(EPageVerdict::Damaged) == 0 && totals.Of(EPageVerdict::Unreadable) == 0 &&
-                       totals.partialBytes == 0;
+                       totals.leadingBytes == 0 && totals.partialBytes == 0;
   const EExitStatus status = isClean ? EExitStatus::Done : EExitStatus::Incomplete;
   if (arguments.isJson) {
     if (!PrintJson(DescribeFindings(totals, findings, arguments, status))) return OutputLost();

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "engine/DatabaseStart.h"
 #include "engine/JetLayout.h"
 #include "engine/ValidateData.h"
 #include "platform/ErrorHandler.h"
@@ -24,7 +25,7 @@ bool CAccessVersionHandler::IsJet4(const std::u16string& path) {
   if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) return false;
   std::array<uint8_t, kHeaderBytes> header{};
   CErrorHandler handler;
-  file.ReadAt(0, header, handler);
+  file.ReadAt(FindDatabaseStart(file), header, handler);
   file.Close();
   const bool isJet4 = header[kVersionByte] != 0 || !CValidateData().IsJet3(path);
   g_isJet4.store(isJet4);

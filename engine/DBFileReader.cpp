@@ -1,10 +1,17 @@
 #include "engine/DBFileReader.h"
 
+#include <algorithm>
+
+#include "engine/DatabaseStart.h"
+
 namespace tolvane {
 
 bool CDBFileReader::Open(CErrorHandler& handler) {
   Close();
-  if (m_file.Open(m_path, EFileAccess::Read, EFileShare::Read, EFileCreation::OpenExisting)) return true;
+  if (m_file.Open(m_path, EFileAccess::Read, EFileShare::Read, EFileCreation::OpenExisting)) {
+    m_start = FindDatabaseStart(m_file);
+    return true;
+  }
   handler.ReportError(SystemMessage(m_file.GetLastErrorCode()), 1);
   return false;
 }
@@ -14,8 +21,13 @@ bool CDBFileReader::Close() {
   return true;
 }
 
+uint64_t CDBFileReader::GetLength() {
+  const uint64_t length = m_file.GetLength();
+  return length - std::min(m_start, length);
+}
+
 bool CDBFileReader::Seek(uint64_t offset, CErrorHandler& handler) {
-  m_file.Seek(offset, ESeekOrigin::Begin, ESeekDirection::Forward, handler);
+  m_file.Seek(m_start + offset, ESeekOrigin::Begin, ESeekDirection::Forward, handler);
   return !handler.HasError();
 }
 

@@ -58,6 +58,7 @@ bool CPageInspector::Inspect(const std::u16string& path, const Sink& sink) {
   if (!m_reader.Open(path)) return false;
   m_totals.isJet3 = m_layout->isJet3;
   m_totals.pageSize = m_layout->pageSize;
+  m_totals.leadingBytes = m_reader.GetStart();
   m_totals.partialBytes = m_reader.GetLength() % m_layout->pageSize;
   m_freePages.Load(m_reader, *m_layout);
   const bool isDone = NoteKinds() && JudgePages(sink);

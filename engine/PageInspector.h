@@ -63,6 +63,7 @@ struct SPageTotals {
   bool isJet3 = false;
   uint32_t pageSize = 0;
   uint64_t pages = 0;         // whole ones
+  uint64_t leadingBytes = 0;  // foreign ones, in front of the first page
   uint64_t partialBytes = 0;  // behind the last whole page
   std::array<uint64_t, static_cast<size_t>(EPageKind::Count_)> kinds{};
   std::array<uint64_t, static_cast<size_t>(EPageVerdict::Count_)> verdicts{};

@@ -28,6 +28,8 @@ class CPageReader {
   void Close();
 
   [[nodiscard]] uint64_t GetLength() const { return m_length; }
+  // Bytes in front of the first page; offsets and the length don't count them.
+  [[nodiscard]] uint64_t GetStart() const { return m_file.GetStart(); }
   // Whole pages.
   [[nodiscard]] uint64_t GetPageCount(uint32_t pageSize) const { return m_length / pageSize; }
 

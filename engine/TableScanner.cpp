@@ -242,6 +242,7 @@ void CTableScanner::ScanDataPages(CAccessData& data, const std::u16string& sourc
     if (isRead && isLost && !isFree && IsOrphan(page)) Count(data, EDamage::OrphanDataPage, number);
     if (m_layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
   }
+  if (reader.GetStart() != 0) Count(data, EDamage::LeadingBytes, 0, reader.GetStart());
   if (const uint64_t rest = reader.GetLength() % m_layout.pageSize; rest != 0)
     Count(data, EDamage::PartialPage, pageCount, rest);
   status.Flush();

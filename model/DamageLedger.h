@@ -13,6 +13,7 @@ namespace tolvane {
 
 enum class EDamage : uint8_t {
   UnreadablePage,    // the system could not read it
+  LeadingBytes,      // foreign bytes in front of the first page
   PartialPage,       // bytes behind the last whole page
   OrphanDataPage,    // a data page whose owner is no known table
   BrokenDefinition,  // a definition that is cut, loops or has unreadable columns or names

@@ -1,0 +1,64 @@
+#include "engine/DatabaseStart.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "engine/JetLayout.h"
+#include "platform/ErrorHandler.h"
+
+namespace tolvane {
+
+namespace {
+
+// Mail programs, card images and some recovery tools leave bytes of their own in front of a file:
+//
+//   0          start                              start + 2 pages
+//   | foreign  | 00 01 00 00 "Standard " ... | .. | 02 01 ...       definition of the catalogue
+//
+// Another start than 0 is believed only where both stand, and where a file that begins at 0 has neither. A
+// database that is stored in another one's OLE object is cut into pieces there and shows no second mark.
+constexpr std::string_view kHeaderMark{"\0\1\0\0Standard ", 13};
+constexpr std::array<uint8_t, 2> kDefinitionMark{kPageDefinition, kPageFormatted};
+
+constexpr size_t kBytesSearched = size_t{1} << 20;
+constexpr int kStartsTried = 16;
+
+bool HasCatalogue(CFileCust& file, uint64_t start, uint32_t pageSize) {
+  std::array<uint8_t, kDefinitionMark.size()> head{};
+  CErrorHandler handler;
+  file.ReadAt(start + uint64_t{kCataloguePage} * pageSize, head, handler);
+  return head == kDefinitionMark;
+}
+
+uint32_t PageSizeOf(std::string_view header) {
+  const bool isJet3 = header.size() > kVersionByte && header[kVersionByte] == 0;
+  return (isJet3 ? kJet3Layout : kJet4Layout).pageSize;
+}
+
+std::string_view ReadText(CFileCust& file, std::vector<uint8_t>& buffer) {
+  CErrorHandler handler;
+  const size_t size = file.ReadAt(0, buffer, handler);
+  return {reinterpret_cast<const char*>(buffer.data()), size};
+}
+
+}  // namespace
+
+uint64_t FindDatabaseStart(CFileCust& file) {
+  std::vector<uint8_t> buffer(kHeaderMark.size());
+  if (ReadText(file, buffer) == kHeaderMark) return 0;
+  if (HasCatalogue(file, 0, kJet3Layout.pageSize) || HasCatalogue(file, 0, kJet4Layout.pageSize)) return 0;
+  buffer.resize(kBytesSearched);
+  const std::string_view text = ReadText(file, buffer);
+  size_t start = text.find(kHeaderMark);
+  for (int tried = 0; tried < kStartsTried && start != std::string_view::npos; ++tried) {
+    if (HasCatalogue(file, start, PageSizeOf(text.substr(start)))) return start;
+    start = text.find(kHeaderMark, start + 1);
+  }
+  return 0;
+}
+
+}  // namespace tolvane
