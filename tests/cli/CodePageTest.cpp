@@ -13,7 +13,8 @@ namespace {
 
 class CodePage : public CEngineTest {
  protected:
-  // A table of one text column with one row, in Windows-1251. The header has lost its code page.
+  // Table Люди with the column Имя and the value "Ольга 1", in Windows-1251. The header has lost its code
+  // page.
   static Bytes MakeCyrillic() {
     CDatabaseBuilder file(kJet3Layout);
     STableSpec spec;
@@ -21,9 +22,8 @@ class CodePage : public CEngineTest {
     spec.columns.back().codePage = 1251;
     spec.rowCount = 1;
     const uint32_t table = file.AddTable(spec);
-    file.AddDataPage(
-        table,
-        {{MakeRow(spec, kJet3Layout, {StoredText(u"\u00CE\u00EB\u00FC\u00E3\u00E0 1", kJet3Layout)})}});
+    const Bytes value = StoredText(u"\u00CE\u00EB\u00FC\u00E3\u00E0 1", kJet3Layout);
+    file.AddDataPage(table, {{MakeRow(spec, kJet3Layout, {value})}});
     file.AddCatalogueRow(table, u"\u00CB\u00FE\u00E4\u00E8", 1);
     file.SetHeader16(kHeaderCodePage, 0);
     return file.Build();
@@ -36,8 +36,7 @@ class CodePage : public CEngineTest {
   }
 
   // What a second recovery finds in the saved database: names of table and column, and the one value.
-  std::vector<std::string> SaveAndReadBack(const CAccessData& data, bool isAccess2000,
-                                           SSaveSummary& summary) {
+  std::vector<std::string> SaveAndReadBack(const CAccessData& data, bool isAccess2000) {
     const CTempFile output({});
     RemoveFile(output.GetPath());
     const auto engine = MakeEmbeddedEngine();
@@ -51,30 +50,28 @@ class CodePage : public CEngineTest {
     summary = writer.GetSummary();
     const auto saved = Recover(output.GetPath());
     EXPECT_EQ(saved->source.isJet3, !isAccess2000);
-    for (const auto& table : saved->GetTables()) {
-      if (table->name.starts_with(u"MSys")) continue;
-      const CAccessColumn& column = *table->columns.GetAt(0);
-      CTableRowReader reader(*table);
-      std::vector<std::u16string> cells;
-      EXPECT_TRUE(reader.Open() && reader.ReadRow(cells));
-      return {ToUtf8(table->name), ToUtf8(column.GetName()), cells.empty() ? "" : ToUtf8(cells[0])};
-    }
-    return {};
+    const auto& tables = saved->GetTables();
+    const auto table = std::find_if(tables.begin(), tables.end(),
+                                    [](const auto& t) { return !t->name.starts_with(u"MSys"); });
+    if (table == tables.end()) return {};
+    CTableRowReader reader(**table);
+    std::vector<std::u16string> cells;
+    EXPECT_TRUE(reader.Open() && reader.ReadRow(cells));
+    return {ToUtf8((*table)->name), ToUtf8((*table)->columns.GetAt(0)->GetName()), ToUtf8(cells.at(0))};
   }
+
+  SSaveSummary summary;
 };
 
 TEST_F(CodePage, CyrillicTextIsReplacedAndCountedOrKeptInTheNewerFormat) {
+  using Texts = std::vector<std::string>;
   const CTempFile source(MakeCyrillic());
   const auto data = Recover(source.GetPath());
-  ASSERT_NE(TableNamed(*data, u"\u041B\u044E\u0434\u0438"), nullptr);
-  SSaveSummary summary;
-  EXPECT_EQ(SaveAndReadBack(*data, false, summary),
-            (std::vector<std::string>{"Table", "\u6946\u6C65d", "????? 1"}));
+  EXPECT_EQ(SaveAndReadBack(*data, false), (Texts{"Table", "\u6946\u6C65d", "????? 1"}));
   EXPECT_EQ(summary.charactersReplaced, 5u);
   EXPECT_TRUE(HasSaveLosses(summary));
-  EXPECT_EQ(SaveAndReadBack(*data, true, summary),
-            (std::vector<std::string>{"\u041B\u044E\u0434\u0438", "\u0418\u043C\u044F",
-                                      "\u041E\u043B\u044C\u0433\u0430 1"}));
+  EXPECT_EQ(SaveAndReadBack(*data, true),
+            (Texts{"\u041B\u044E\u0434\u0438", "\u0418\u043C\u044F", "\u041E\u043B\u044C\u0433\u0430 1"}));
   EXPECT_EQ(summary.charactersReplaced, 0u);
   EXPECT_FALSE(HasSaveLosses(summary));
 }
