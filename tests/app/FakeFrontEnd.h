@@ -27,7 +27,7 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
 
   SFileQuestion lastFileQuestion;
   Lines tables;
-  std::string summary, log, status, hint, selectedFile, outputPath;
+  std::string summary, log, status, hint, selectedFile, outputPath;  // what stands there now
   SCommandSwitches switches;
 
   // The recorded lines that begin with one of the words; all are forgotten.
@@ -50,14 +50,10 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
     return TakeFrom(answers);
   }
   std::u16string ChooseOpenFile(const SFileQuestion& question) override {
-    Note("open: " + ToUtf8(question.title));
-    lastFileQuestion = question;
-    return TakeFrom(paths);
+    return Choose("open: " + ToUtf8(question.title), question);
   }
   std::u16string ChooseSaveFile(const SFileQuestion& question) override {
-    Note("save: " + ToUtf8(question.defaultName));
-    lastFileQuestion = question;
-    return TakeFrom(paths);
+    return Choose("save: " + ToUtf8(question.defaultName), question);
   }
 
   void ShowPage(EPageState page, bool isTemplateMode) override {
@@ -66,17 +62,13 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
   void SetSelectedFile(std::u16string_view path) override { selectedFile = ToUtf8(path); }
   void SetTemplateFile(std::u16string_view path) override { Note("template " + ToUtf8(path)); }
   void SetHint(std::u16string_view text) override { hint = ToUtf8(text); }
-  void SetStatusLine(std::u16string_view text) override {
-    status = ToUtf8(text);
-    Note("status " + status);
-  }
+  void SetStatusLine(std::u16string_view text) override { Note("status " + (status = ToUtf8(text))); }
   void SetSummary(std::u16string_view text) override { summary = ToUtf8(text); }
   void SetLogText(std::u16string_view text) override { log = ToUtf8(text); }
   void ClearLog() override { log.clear(); }
   void SetTables(const std::vector<STableItem>& items) override {
     tables.clear();
-    for (const STableItem& item : items)
-      tables.push_back(ToUtf8(item.name) + " " + std::to_string(item.rows));
+    for (const auto& [name, rows] : items) tables.push_back(ToUtf8(name) + " " + std::to_string(rows));
     Note("tables " + std::to_string(items.size()));
   }
   void RefreshRecords() override { Note("refresh records"); }
@@ -97,6 +89,11 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
 
  private:
   void Note(std::string line) { calls.push_back(std::move(line)); }
+  std::u16string Choose(std::string line, const SFileQuestion& question) {
+    Note(std::move(line));
+    lastFileQuestion = question;
+    return TakeFrom(paths);
+  }
   template <class T>
   static T TakeFrom(std::deque<T>& prepared) {
     if (prepared.empty()) return T{};
@@ -121,10 +118,9 @@ class CFakeClock : public CWaitClock {
 
 class CFakeProcesses : public CProcessManager {
  public:
-  bool isRunning = true;
   Lines ended;
 
-  bool IsRunning(std::u16string_view) override { return isRunning; }
+  bool IsRunning(std::u16string_view) override { return true; }
   size_t Terminate(std::u16string_view name) override {
     ended.push_back(ToUtf8(name));
     return 1;

@@ -7,7 +7,6 @@
 #include "app/AppStart.h"
 #include "app/ErrorLog.h"
 #include "app/Findings.h"
-#include "app/LogText.h"
 #include "app/OutputChoice.h"
 #include "app/RecentFiles.h"
 #include "app/Settings.h"
@@ -18,7 +17,6 @@
 #include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {
-
 namespace {
 
 // Notes each step and fails the one that is named.
@@ -54,19 +52,18 @@ TEST(AppStart, StepsInTheirOrder) {
       "ole",         "controls",     "profile Local AppWizard-Generated Applications 4",
       "style",       "document",     "instance 46985B92-200C-47a3-81FA-D116CE9E74CF_TolvaneForAccess",
       "work folder", "window a.mdb", "update"};
-  struct SCase {
+  const struct {
     std::string failing;
     ptrdiff_t steps;
     Lines messages;
-  };
-  const SCase cases[] = {
+  } cases[] = {
       {"", 9, {}},
       {"ole", 1, {"message info: Are you sure, you want to close the application?"}},
       {"instance", 6, {"message info: Tolvane for Access is already running."}},
       {"work", 7, {"message warning: There is no folder for temporary files: no room"}},
       {"window", 8, {}},
   };
-  for (const SCase& c : cases) {
+  for (const auto& c : cases) {
     CFakeStart start;
     start.failing = c.failing;
     CFakeFrontEnd window;
@@ -130,13 +127,6 @@ TEST(RecentFiles, FourWithoutDoubles) {
   EXPECT_EQ(store.paths, (Paths{u"a", u"f", u"b"}));
 }
 
-TEST(LogText, TheSameTextTwiceIsNoChange) {
-  CLogText log;
-  EXPECT_FALSE(log.Set(u""));
-  EXPECT_TRUE(log.Set(u"a"));
-  EXPECT_FALSE(log.Set(u"a"));
-}
-
 TEST(ErrorLog, AppendsTheFirstHalfOfTheBytes) {
   const CScratchFolder scratch;
   const CErrorLog log(scratch / u"log.txt");
@@ -160,23 +150,22 @@ class OutputChoice : public testing::Test {
 };
 
 TEST_F(OutputChoice, OffersTheNameAndTheFormatOfTheSource) {
-  struct SCase {
+  const struct {
     std::u16string source;
     bool isAce;
-    std::u16string name, extension, filter;
+    std::u16string name, extension, patterns;
+  } cases[] = {
+      {scratch / u"db.accdb", true, u"Tolvane_db.accdb", u"accdb", u"*.accdb"},
+      {scratch / u"a.b.MDB", false, u"Tolvane_a.b.MDB", u"MDB", u"*.mdb"},
+      {u"db.bak", false, u"Tolvane_db.bak", u"bak", u"*.accdb;*.mdb"},
+      {u"db", true, u"Tolvane_db", u"accdb", u"*.accdb"},
+      {u"db.", false, u"Tolvane_db.", u"mdb", u"*.mdb"},
   };
-  const SCase cases[] = {
-      {scratch / u"db.accdb", true, u"Tolvane_db.accdb", u"accdb", u"MS Access Files (*.accdb)|*.accdb||"},
-      {scratch / u"a.b.MDB", false, u"Tolvane_a.b.MDB", u"MDB", u"MS Access Files (*.mdb)|*.mdb||"},
-      {u"db.bak", false, u"Tolvane_db.bak", u"bak", u"MS Access Files (*.accdb;*.mdb)|*.accdb;*.mdb||"},
-      {u"db", true, u"Tolvane_db", u"accdb", u"MS Access Files (*.accdb)|*.accdb||"},
-      {u"db.", false, u"Tolvane_db.", u"mdb", u"MS Access Files (*.mdb)|*.mdb||"},
-  };
-  for (const SCase& c : cases) {
+  for (const auto& c : cases) {
     const SFileQuestion question = AskForOutputFile({c.source, {}, c.isAce});
     EXPECT_EQ(question.defaultName, c.name);
     EXPECT_EQ(question.defaultExtension, c.extension);
-    EXPECT_EQ(question.filter, c.filter);
+    EXPECT_EQ(question.filter, u"MS Access Files (" + c.patterns + u")|" + c.patterns + u"||");
   }
 }
 
@@ -205,9 +194,8 @@ TEST_F(OutputChoice, BadNamesAreAskedForAgain) {
   const std::u16string source = scratch / u"s.mdb";
   WriteText(source, "damaged");
   const auto ofLength = [&](size_t length) {
-    std::u16string path = scratch / u"";
-    path.resize(length - 4, u'n');
-    return path + u".mdb";
+    const std::u16string start = scratch / u"";
+    return start + std::u16string(length - start.size() - 4, u'n') + u".mdb";
   };
   EXPECT_EQ(Choose(source, {ofLength(246), scratch / u".mdb", scratch / u".accdb", source, ofLength(245)}),
             ofLength(245));
@@ -276,5 +264,4 @@ TEST(Findings, DamageInWordsWithItsPlaces) {
 }
 
 }  // namespace
-
 }  // namespace tolvane

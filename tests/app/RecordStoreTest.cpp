@@ -14,7 +14,6 @@
 #include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {
-
 namespace {
 
 using Place = CRecordStore::SPlace;
@@ -87,12 +86,11 @@ TEST_F(RecordStore, ReadsWhileRowsArrive) {
 TEST_F(RecordStore, FindsIgnoringCase) {
   for (const char16_t* text : {u"Bergen", u"M\u00DCNCHEN", u"", u"bergen and more", u"\u041C\u043E\u0441"})
     AddRow(text);
-  struct SCase {
+  const struct {
     std::u16string_view text;
     std::optional<Place> from;
     std::string found;
-  };
-  const SCase cases[] = {
+  } cases[] = {
       {u"BERG", {}, "0/1"},
       {u"berg", Place{0, 1}, "3/1"},
       {u"berg", Place{3, 1}, "0/1"},  // round the end
@@ -104,7 +102,7 @@ TEST_F(RecordStore, FindsIgnoringCase) {
       {u"", {}, ""},
       {u"0", Place{99, 0}, "0/0"},
   };
-  for (const SCase& c : cases) EXPECT_EQ(Find(c.text, c.from), c.found) << ToUtf8(c.text);
+  for (const auto& c : cases) EXPECT_EQ(Find(c.text, c.from), c.found) << ToUtf8(c.text);
   // Piece by piece.
   EXPECT_EQ(Find(u"\u043C", {}, 2), "");
   EXPECT_EQ(lookedTo.item, 1u);
@@ -162,5 +160,4 @@ TEST(TextSearch, FoldsTheCapitalsOfThreeScripts) {
 }
 
 }  // namespace
-
 }  // namespace tolvane

@@ -15,7 +15,6 @@
 #include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
-
 namespace {
 
 constexpr SCommandSwitches kRepairOnly{.canRepair = true, .canStop = false, .canSave = false};
@@ -196,19 +195,18 @@ TEST_F(Workflow, FilesThatCannotBeReadStartNothing) {
   const std::string refusal =
       "message plain: File '" + ToUtf8(missing) + "' does not exist or access is denied.";
   ASSERT_TRUE(CreateFolder(scratch / u"folder"));
-  struct SCase {
+  const struct {
     std::u16string corrupted, healthy;
     bool isTemplateMode;
     std::string message;
-  };
-  const SCase cases[] = {
+  } cases[] = {
       {missing, {}, false, refusal},
       {missing, damaged, true, refusal},
       {damaged, missing, true, refusal},
       {damaged, {}, true, "message info: Please Select Template MS Access Database File."},
       {scratch / u"folder", {}, false, "message plain: "},
   };
-  for (const SCase& c : cases) {
+  for (const auto& c : cases) {
     MakeWorkflow();
     workflow->ChooseMode(c.isTemplateMode);
     workflow->SelectTemplateFile(c.healthy);
@@ -348,18 +346,17 @@ TEST_F(Workflow, WhatHoldsNoTableIsNoSuccess) {
 TEST_F(Workflow, SelectingATableShowsItsRows) {
   Repair();
   CRecordStore& records = workflow->GetRecords();
-  struct SCase {
+  const struct {
     std::u16string name;
     std::string summary;
     size_t rows;
-  };
-  const SCase cases[] = {
+  } cases[] = {
       {u"Twin", "Table Name : Twin\r\nTotal Column(s) : 2\r\nTotal Row(s) : 1", 1},
       {u"cities", "", 0},
       {u"MSysObjects", "Table Name : MSysObjects\r\nTotal Column(s) : 17\r\nTotal Row(s) : 4", 4},
       {u"Cities", "Table Name : Cities\r\nTotal Column(s) : 2\r\nTotal Row(s) : 300", 300},
   };
-  for (const SCase& c : cases) {
+  for (const auto& c : cases) {
     Preview(c.name);
     EXPECT_EQ(window.summary, c.summary);
     EXPECT_EQ(records.GetItemCount(), c.rows) << ToUtf8(c.name);
@@ -530,12 +527,11 @@ TEST_F(Workflow, ForbiddenCommandsDoNoHarm) {
 
 TEST_F(Workflow, CloseAsksOnEveryPage) {
   using enum EPageState;
-  struct SCase {
+  const struct {
     EPageState page;
     std::deque<bool> answers;
     Lines calls;
-  };
-  const SCase cases[] = {
+  } cases[] = {
       {FileSelected, {}, {"restore", kAskClose}},
       {FileSelected, {true}, {"restore", kAskClose, "end process"}},
       {Repairing, {}, {"restore", kAskStop}},
@@ -547,7 +543,7 @@ TEST_F(Workflow, CloseAsksOnEveryPage) {
        {"restore", kAskStop, "page 3", kTellStopped, kAskClose, "page 1", "end process"}},
       {Saved, {true}, {"restore", kAskClose, "page 3", "page 1", "end process"}},
   };
-  for (const SCase& c : cases) {
+  for (const auto& c : cases) {
     GoTo(c.page);
     workflow->SelectTreeItem(u"Cities");
     window.calls.clear();
@@ -572,5 +568,4 @@ TEST_F(Workflow, GoingAwayStopsWhatRuns) {
 }
 
 }  // namespace
-
 }  // namespace tolvane
