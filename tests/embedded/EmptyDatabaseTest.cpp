@@ -35,28 +35,15 @@ constexpr SRange kVaryingJet4[] = {
 
 // There is no empty Jet 3 file of a real engine. The model was written by the Jet 4 engine and holds one
 // table and the objects of the user interface, but its first pages are those of an empty one. What differs
-// there:
+// there: marks of the Jet 4 engine (in page 0 and in each column), the build, a commit counter, free pages,
+// numbers of rows and of distinct keys; of page 4 what is uninitialised, the end of page 2, and the pages
+// that LvProp (6) and MSysACEs (12) own.
 constexpr SRange kVaryingJet3[] = {
-    {0, 0x38, 1},   // mark of the Jet 4 engine
-    {0, 0x56, 2},   // build
-    {0, 0x602, 1},  // commit counter of a user
-    {1, 0x782, 2},  // free pages
-    {2, 0x00C, 1},  // rows
-    {3, 0x00C, 1},
-    {2, 0x02F, 1},  // distinct keys
-    {2, 0x037, 1},
-    {3, 0x02F, 1},
-    {2, 0x042, 1, 17, 18},  // mark of the Jet 4 engine in each column
-    {3, 0x03A, 1, 4, 18},
-    {4, 0x03A, 1, 7, 18},
-    {5, 0x04A, 1, 8, 18},
-    {4, 0x065, 1, 4, 18},  // uninitialised: place of a variable column, flags of unused index columns
-    {4, 0x0F1, 1, 7, 3},
-    {2, 0x780, 128},  // ... the end of the page
-    {6, 0x1CB, 1},    // pages of LvProp
-    {6, 0x250, 1},
-    {12, 0x6FD, 1},  // pages of MSysACEs
-    {12, 0x782, 1}};
+    {0, 0x38, 1},         {0, 0x56, 2},          {0, 0x602, 1},        {1, 0x782, 2},
+    {2, 0x00C, 1},        {3, 0x00C, 1},         {2, 0x02F, 1},        {2, 0x037, 1},
+    {3, 0x02F, 1},        {2, 0x042, 1, 17, 18}, {3, 0x03A, 1, 4, 18}, {4, 0x03A, 1, 7, 18},
+    {5, 0x04A, 1, 8, 18}, {4, 0x065, 1, 4, 18},  {4, 0x0F1, 1, 7, 3},  {2, 0x780, 128},
+    {6, 0x1CB, 1},        {6, 0x250, 1},         {12, 0x6FD, 1},       {12, 0x782, 1}};
 
 struct SModel {
   int32_t version;

@@ -112,33 +112,18 @@ TEST(QueryText, DeepNestingNeitherRecursesNorCrawls) {
                 std::string(kDepth - 1, ')') + "\n");
 }
 
+// A stored row, what is rarely set last.
 struct SQueryRow {
-  const char16_t* attribute;
-  std::u16string expression = {};
-  std::u16string name1 = {};
-  std::u16string name2 = {};
-  const char16_t* flag = u"";
+  uint8_t attribute;
+  std::optional<std::u16string> expression = {}, name1 = {}, name2 = {};
+  std::optional<int16_t> flag = {};
 };
 
-std::u16string Build(const std::u16string& type, const std::vector<SQueryRow>& fields) {
+template <class TRow>
+std::u16string SqlOf(uint32_t type, const std::vector<TRow>& rows) {
   CQuery query;
-  query.type = type;
-  for (const SQueryRow& field : fields) {
-    auto row = std::make_unique<CQueryAttributes>();
-    row->Attribute = field.attribute;
-    row->Expression = field.expression;
-    row->Name1 = field.name1;
-    row->Name2 = field.name2;
-    row->Flag = field.flag;
-    query.rows.Append(std::move(row));
-  }
-  return query.GetSql();
-}
-
-std::u16string Rebuild(const SStoredQuery& stored) {
-  CQuery query;
-  query.type = ToDecimal(stored.objectFlags);
-  for (const SStoredQueryRow& from : stored.rows) {
+  query.type = ToDecimal(type);
+  for (const TRow& from : rows) {
     auto row = std::make_unique<CQueryAttributes>();
     row->Attribute = ToDecimal(from.attribute);
     row->Expression = from.expression.value_or(u"");
@@ -156,56 +141,52 @@ TEST(QueryText, RebuiltStatementsComeBackUnchanged) {
   for (int i = 0; i < 20'000; ++i) {
     const std::u16string left = u"T" + ToDecimal(i);
     const std::u16string right = u"T" + ToDecimal(i + 1);
-    chain.push_back({u"7", left + u".a = " + right + u".b", left, right, u"1"});
+    chain.push_back({7, left + u".a = " + right + u".b", left, right, 1});
   }
-  const std::vector<SQueryRow> clauses{{u"5", u"", u"my t"}, {u"6", u"f(a, \"b, (\")", u"x y"},
-                                       {u"8", u"w"},         {u"9", u"g"},
-                                       {u"10", u"h"},        {u"11", u"o", u"D"}};
-  const std::vector<SQueryRow> crosstab{{u"5", u"", u"T"},
-                                        {u"6", u"Sum(x)", u"S", u"", u"0"},
-                                        {u"6", u"n", u"", u"", u"0"},
-                                        {u"6", u"a", u"", u"", u"2"},
-                                        {u"9", u"a", u"", u"", u"2"},
-                                        {u"9", u"p", u"", u"", u"1"}};
+  const std::vector<SQueryRow> clauses{
+      {5, u"", u"my t"}, {6, u"f(a, \"b, (\")", u"x y"}, {8, u"w"}, {9, u"g"}, {10, u"h"}, {11, u"o", u"D"}};
+  const std::vector<SQueryRow> crosstab{{5, u"", u"T"},         {6, u"Sum(x)", u"S", u"", 0},
+                                        {6, u"n", u"", u"", 0}, {6, u"a", u"", u"", 2},
+                                        {9, u"a", u"", u"", 2}, {9, u"p", u"", u"", 1}};
   struct SCase {
-    const char16_t* type;
+    uint32_t type;
     std::vector<SQueryRow> rows;
   };
   const std::vector<SCase> cases{
-      {u"0", {}},
-      {u"0", clauses},
-      {u"0", {{u"10", u""}, {u"11", u""}}},
-      {u"0", chain},
-      {u"0", {{u"8", std::u16string(1'000'000, u'[') + u"]"}}},
-      {u"0", {{u"8", std::u16string(500'000, u'(') + u"x" + std::u16string(500'000, u')')}}},
-      {u"0",
-       {{u"5", u"", u"Order Lines", u"l"},
-        {u"7", u"l.a = B.a", u"l", u"B", u"2"},
-        {u"7", u"(l.b) = (B.b)", u"l", u"B", u"2"},
-        {u"7", u"", u"C-D", u"E(old)", u"3"},
-        {u"7", u"B.c = [E(old)].c", u"B", u"E(old)", u"1"},
-        {u"7", u"(B.d = [C-D].d)", u"C-D", u"B", u"1"}}},
-      {u"64", {{u"1", u"", u"my t"}, {u"5", u"", u"S"}, {u"6", u"x", u"", u"a"}, {u"6", u"y"}}},
-      {u"64", {{u"1", u"", u"t(old)"}, {u"5", u"", u"S"}}},
-      {u"64", {{u"6", u"x", u"", u"a"}}},
-      {u"48", {{u"5", u"", u"T"}, {u"6", u"\"=\"", u"", u"A B.c"}, {u"6", u"1", u"", u"d"}, {u"8", u"w"}}},
-      {u"48", {{u"7", u"e", u"A", u"B", u"1"}, {u"6", u"1", u"", u"d"}}},
-      {u"32", clauses},
-      {u"16", crosstab},
-      {u"16", {crosstab.begin() + 3, crosstab.end()}},
-      {u"16", {crosstab.begin() + 5, crosstab.end()}},
-      {u"128",
-       {{u"3", u"", u"", u"", u"3"},
-        {u"5", u"SELECT 1\r\n", u"", u"X7YZ_____1"},
-        {u"5", u"SELECT 2", u"", u"X7YZ_____2"}}},
+      {0, {}},
+      {0, clauses},
+      {0, {{10, u""}, {11, u""}}},
+      {0, chain},
+      {0, {{8, std::u16string(1'000'000, u'[') + u"]"}}},
+      {0, {{8, std::u16string(500'000, u'(') + u"x" + std::u16string(500'000, u')')}}},
+      {0,
+       {{5, u"", u"Order Lines", u"l"},
+        {7, u"l.a = B.a", u"l", u"B", 2},
+        {7, u"(l.b) = (B.b)", u"l", u"B", 2},
+        {7, u"", u"C-D", u"E(old)", 3},
+        {7, u"B.c = [E(old)].c", u"B", u"E(old)", 1},
+        {7, u"(B.d = [C-D].d)", u"C-D", u"B", 1}}},
+      {64, {{1, u"", u"my t"}, {5, u"", u"S"}, {6, u"x", u"", u"a"}, {6, u"y"}}},
+      {64, {{1, u"", u"t(old)"}, {5, u"", u"S"}}},
+      {64, {{6, u"x", u"", u"a"}}},
+      {48, {{5, u"", u"T"}, {6, u"\"=\"", u"", u"A B.c"}, {6, u"1", u"", u"d"}, {8, u"w"}}},
+      {48, {{7, u"e", u"A", u"B", 1}, {6, u"1", u"", u"d"}}},
+      {32, clauses},
+      {16, crosstab},
+      {16, {crosstab.begin() + 3, crosstab.end()}},
+      {16, {crosstab.begin() + 5, crosstab.end()}},
+      {128,
+       {{3, u"", u"", u"", 3},
+        {5, u"SELECT 1\r\n", u"", u"X7YZ_____1"},
+        {5, u"SELECT 2", u"", u"X7YZ_____2"}}},
   };
   for (size_t i = 0; i < cases.size(); ++i) {
     SCOPED_TRACE(i);
-    const std::u16string sql = Build(cases[i].type, cases[i].rows);
+    const std::u16string sql = SqlOf(cases[i].type, cases[i].rows);
     SStoredQuery stored;
     std::u16string reason;
     ASSERT_TRUE(SplitQueryText(sql, stored, reason));
-    const std::u16string again = Rebuild(stored);
+    const std::u16string again = SqlOf(stored.objectFlags, stored.rows);
     EXPECT_TRUE(again == sql) << ToUtf8(again.substr(0, 500)) << "\n" << ToUtf8(sql.substr(0, 500));
     EXPECT_FALSE(stored.isWhole);
   }

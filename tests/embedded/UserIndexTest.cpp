@@ -82,18 +82,6 @@ TEST_P(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   EXPECT_EQ(CloseAndRead(u"T").rows.size(), 3u);
 }
 
-TEST_P(UserIndexes, RowsAddedLaterAreIndexedToo) {
-  Create();
-  ExpectOk(AddTable(u"T", {{u"Id", kDaoLong}}, {Primary(u"Id")}));
-  for (int round = 0; round < 2; round++) {
-    std::vector<Texts> rows;
-    for (int i = 0; i < 2000; i++) rows.push_back({ToDecimal(i * 2 + round)});
-    ExpectOk(AddRows(u"T", rows));
-    Reopen();
-  }
-  CloseAndCheck();
-}
-
 TEST_P(UserIndexes, OfLongValuesOnlyMemosAreKeysAndNotInJet3) {
   Create();
   const auto table = NewTable(u"T", {{u"M", kDaoMemo}, {u"O", kDaoLongBinary}});
