@@ -88,6 +88,39 @@ TEST_P(Repair, WhatIsLostIsCounted) {
   EXPECT_NE(TableNamed(*data, u"People"), nullptr);
 }
 
+// A table of the user's on a system table's usual page is left out of a save, so it is told.
+TEST_P(Repair, TableThatLooksLikeASystemTableIsCounted) {
+  const uint32_t modules = layout.isJet3 ? 0xB000 / layout.pageSize : 0x10000 / layout.pageSize;
+  while (file.GetPageCount() < modules) file.AddPage();
+  ASSERT_EQ(file.AddTable(SmallTable()), modules);
+  const auto count = [this] { return Run()->GetLedger().GetCount(EDamage::MistakableTable); };
+  EXPECT_EQ(count(), 0u) << "a table without rows";
+  file.AddDataPage(modules, {{SmallRow(layout, 1, u"Ann")}});
+  EXPECT_EQ(count(), 1u);
+  file.AddCatalogueRow(modules, u"Orders", 1);
+  EXPECT_EQ(count(), 0u) << "a table that the catalogue names";
+}
+
+TEST_P(Repair, BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure) {
+  const auto isFound = [this](Bytes bytes, size_t inFront) {
+    bytes.insert(bytes.begin(), inFront, 0xAB);
+    const CAccessData* const data = Run(bytes);
+    const bool hasPeople = TableNamed(*data, u"People") != nullptr;
+    EXPECT_EQ(data->GetLedger().GetCount(EDamage::LeadingBytes), hasPeople ? inFront : 0u);
+    return hasPeople;
+  };
+  const Bytes sound = file.Build();
+  for (const size_t inFront : {size_t{1}, size_t{777}, size_t{layout.pageSize}, size_t{500'000}})
+    EXPECT_TRUE(isFound(sound, inFront)) << inFront;
+  EXPECT_FALSE(isFound(sound, size_t{2} << 20)) << "too far for a search";
+  // The pages of a file without a header stay where they are, whatever its values hold.
+  file.AddDataPage(table, {{SmallRow(layout, 3, u"Cid")}, {Bytes(sound.begin(), sound.begin() + 30)}});
+  file.Page(0).Fill(0).Put8(kVersionByte, sound[kVersionByte]);
+  EXPECT_TRUE(isFound(file.Build(), 0));
+  file.Page(kCataloguePage).Fill(0);
+  EXPECT_TRUE(isFound(file.Build(), 0));
+}
+
 // The template gives the columns, the damaged file the rows; its row counts promise nothing.
 TEST_P(Repair, TemplateGivesTheDefinitions) {
   Bytes whole = file.Build();
