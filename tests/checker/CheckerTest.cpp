@@ -3,76 +3,47 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 
-#include "writer/embedded/EmbeddedEngine.h"
+#include "tests/embedded/DatabaseFixture.h"
 
 namespace tolvane::test {
 namespace {
 
-constexpr int kSmallTables = 90;  // with their long names: an index tree of two levels in the catalogue
+constexpr size_t kSmallTables = 90;  // with their long names: an index tree of two levels in the catalogue
 
-struct SField {
-  std::u16string_view name;
-  int16_t type;
-  int32_t size, attributes;
-};
-
-void Expect(const CDaoResult& result) {
-  ASSERT_TRUE(result.IsOk()) << ToUtf8(result.text);
-}
-
-void AddTable(CDaoDatabase& database, const std::u16string& name, const std::vector<SField>& fields,
-              const std::vector<std::vector<std::u16string>>& rows) {
-  std::unique_ptr<CDaoTableDef> table;
-  Expect(database.CreateTableDef(name, 0, u"", u"", table));
-  for (const SField& field : fields)
-    Expect(table->CreateField(field.name, field.type, field.size, field.attributes));
-  Expect(table->Append());
-  std::unique_ptr<CDaoRecordset> records;
-  Expect(database.OpenRecordset(u"SELECT * FROM [" + name + u"]", records));
-  for (const std::vector<std::u16string>& row : rows) {
-    Expect(records->AddNew());
-    for (size_t i = 0; i < row.size(); i++) Expect(records->SetFieldValue(i, row[i]));
-    Expect(records->Update());
+class CSoundDatabase : public DatabaseFixture {
+ public:
+  std::vector<uint8_t> Make() {
+    Create();
+    ExpectOk(AddTable(u"Plain", {{u"PlainId", kDaoLong, 4, kDaoAutoIncrement | kDaoFixedField},
+                                 {u"PlainText", kDaoText, 20, kDaoVariableField},
+                                 {u"PlainFlag", kDaoBoolean, 1, kDaoFixedField},
+                                 {u"PlainDate", kDaoDate, 8, kDaoFixedField}}));
+    std::vector<Texts> plain, values;
+    for (size_t i = 1; i <= 200; i++)
+      plain.push_back({ToDecimal(i), u"PlainValue" + std::u16string(i % 10, u'x'),
+                       i % 2 == 0 ? u"Yes" : u"No", u"2001-02-03 04:05:06"});
+    ExpectOk(AddRows(u"Plain", plain));
+    // One long value of each kind: in the row, in one row of a page, in a chain.
+    ExpectOk(AddTable(u"Long", {{u"LongMemo", kDaoMemo, 0, kDaoVariableField},
+                                {u"LongNote", kDaoMemo, 0, kDaoVariableField}}));
+    for (const size_t length : {20, 300, 9000})
+      values.push_back({std::u16string(length, u'm'), std::u16string(length + 1, u'n')});
+    ExpectOk(AddRows(u"Long", values));
+    for (size_t i = 0; i < kSmallTables; i++)
+      ExpectOk(AddTable(u"SmallTableWithANameThatIsLongEnoughForTwoLeaves" + ToDecimal(100 + i),
+                        {{u"Number", kDaoLong, 4, kDaoFixedField}}));
+    std::unique_ptr<CDaoQueryDef> query;
+    ExpectOk(m_database->CreateQueryDef(u"PlainQuery",
+                                        u"SELECT PlainId, PlainText FROM Plain WHERE PlainId > 3", query));
+    ExpectOk(query->Append());
+    ExpectOk(m_database->Close());
+    return ReadFileBytes(m_path);
   }
-  Expect(records->Close());
-}
 
-std::vector<uint8_t> MakeSoundBytes() {
-  const CScratchFolder folder;
-  const std::u16string path = folder / u"sound.mdb";
-  const auto engine = MakeEmbeddedEngine();
-  std::unique_ptr<CDaoDatabase> database;
-  Expect(engine->CreateDatabase(path, u";LANGID=0x0409;CP=1252;COUNTRY=0", kDaoVersionJet4, database));
-  // Texts of 10 to 19 characters.
-  std::vector<std::vector<std::u16string>> plain;
-  for (size_t i = 1; i <= 200; i++)
-    plain.push_back({ToDecimal(i), u"PlainValue" + std::u16string(i % 10, u'x'), i % 2 == 0 ? u"Yes" : u"No",
-                     u"2001-02-03 04:05:06"});
-  AddTable(*database, u"Plain",
-           {{u"PlainId", kDaoLong, 4, kDaoAutoIncrement | kDaoFixedField},
-            {u"PlainText", kDaoText, 20, kDaoVariableField},
-            {u"PlainFlag", kDaoBoolean, 1, kDaoFixedField},
-            {u"PlainDate", kDaoDate, 8, kDaoFixedField}},
-           plain);
-  // One long value of each kind: in the row, in one row of a page, in a chain.
-  std::vector<std::vector<std::u16string>> values;
-  for (const size_t length : {20, 300, 9000})
-    values.push_back({std::u16string(length, u'm'), std::u16string(length + 1, u'n')});
-  AddTable(*database, u"Long",
-           {{u"LongMemo", kDaoMemo, 0, kDaoVariableField}, {u"LongNote", kDaoMemo, 0, kDaoVariableField}},
-           values);
-  for (int i = 0; i < kSmallTables; i++)
-    AddTable(*database, u"SmallTableWithANameThatIsLongEnoughForTwoLeaves" + ToDecimal(100 + i),
-             {{u"Number", kDaoLong, 4, kDaoFixedField}}, {});
-  std::unique_ptr<CDaoQueryDef> query;
-  Expect(database->CreateQueryDef(u"PlainQuery", u"SELECT PlainId, PlainText FROM Plain WHERE PlainId > 3",
-                                  query));
-  Expect(query->Append());
-  Expect(database->Close());
-  return ReadFileBytes(path);
-}
+ private:
+  void TestBody() override {}
+};
 
 }  // namespace
 
@@ -97,7 +68,7 @@ std::string WideBytes(std::string_view ascii) {
 }
 
 CChangedFile MakeSoundFile() {
-  static const std::vector<uint8_t> bytes = MakeSoundBytes();
+  static const std::vector<uint8_t> bytes = CSoundDatabase().Make();
   return CChangedFile(bytes);
 }
 
