@@ -284,18 +284,6 @@ TEST_F(Workflow, ADroppedFileIsSelectedUnlessSomethingRuns) {
   EXPECT_EQ(window.selectedFile, ToUtf8(other));
 }
 
-TEST_F(Workflow, StopAnsweredNoChangesNothing) {
-  EXPECT_TRUE(workflow->StopRepair());
-  EXPECT_TRUE(workflow->StopSave());
-  GoTo(EPageState::Repairing);
-  window.calls.clear();
-  EXPECT_FALSE(workflow->StopRepair());
-  EXPECT_TRUE(workflow->StopSave());
-  EXPECT_EQ(window.calls, Lines{kAskStop});
-  EXPECT_TRUE(IsRepairing());
-  EXPECT_EQ(window.switches, kStopOnly);
-}
-
 // The pause behind step 2 holds the worker there; later stops come wherever it is by then.
 TEST_F(Workflow, StopInEveryStepDiscardsTheRepair) {
   WriteFile(damaged, MakeSource(3000));
@@ -304,19 +292,21 @@ TEST_F(Workflow, StopInEveryStepDiscardsTheRepair) {
     SetPause(step > "(Step 2/4)" ? 0 : 600'000);
     StartRepair();
     Until([&] { return ToUtf8(CStatusProgress::Instance().GetText()) >= step || !IsRepairing(); });
-    window.answers = {true};
     window.calls.clear();
-    workflow->StopRepair();
+    EXPECT_FALSE(workflow->StopRepair()) << "No";
+    EXPECT_EQ(window.calls, Lines{kAskStop});
+    window.answers = {true};
+    EXPECT_TRUE(workflow->StopRepair());
     EXPECT_EQ(window.Take({"ask", "status", "kill", "tables", "refresh", "page", "message", "bar"}),
-              (Lines{kAskStop, "status Please wait...", "kill 61462", "bar hidden", "bar reset", "tables 0",
-                     "refresh records", "status ", "page 1", kTellStopped}));
+              (Lines{kAskStop, kAskStop, "status Please wait...", "kill 61462", "bar hidden", "bar reset",
+                     "tables 0", "refresh records", "status ", "page 1", kTellStopped}));
     EXPECT_EQ(window.hint, kChooseHint);
     EXPECT_EQ(window.selectedFile, "");
     EXPECT_EQ(window.switches, kRepairOnly);
     EXPECT_EQ(workflow->GetManager().GetRepair(), nullptr);
-    EXPECT_EQ(CRepairThreadCounter::Instance().GetCount(), 0);
     EXPECT_FALSE(workflow->IsWorking());
   }
+  EXPECT_TRUE(workflow->StopRepair() && workflow->StopSave()) << "nothing is to be stopped";
   workflow->Next();
   EXPECT_EQ(window.calls, Lines{"open: Select corrupted file to repair..."}) << "as the hint says";
 }
