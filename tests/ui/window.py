@@ -1,33 +1,35 @@
-"""The window program under Wine on a display of its own, worked through the driver (drive_win.cpp)."""
+"""The window program under Wine on a display of its own, worked by calls of Windows functions through the driver
+(drive_win.cpp)."""
+import contextlib
 import itertools
 import os
+import pathlib
 import re
 import shutil
+import struct
 import subprocess
 import time
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-ROOT = os.path.dirname(os.path.dirname(HERE))
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 SCREEN = (2100, 1560)
+WINE = shutil.which('wine64') or shutil.which('wine64', path='/usr/lib/wine') or 'wine'
+WINE_SERVER = shutil.which('wineserver') or '/usr/lib/wine/wineserver'
 PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a measure
 
-WM_CLOSE, WM_SETTEXT, WM_KEYDOWN, WM_COMMAND = 0x10, 0x0C, 0x100, 0x111
-BM_CLICK, LB_GETCOUNT, LB_SETCURSEL, CB_GETCOUNT, CB_GETCURSEL = 0xF5, 0x18B, 0x186, 0x146, 0x147
+WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH, WM_CLOSE, WM_KEYDOWN, WM_COMMAND = 0x0C, 0x0D, 0x0E, 0x10, 0x100, 0x111
+BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL = 0xF5, 0x18B, 0x146, 0x147
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
-VK_RETURN, VK_HOME, VK_RIGHT, VK_DOWN = 0x0D, 0x24, 0x27, 0x28
+VK_HOME = 0x24
+CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 259
 OK, CANCEL, YES, NO = 1, 2, 6, 7
-BOX_TEXT = 0xFFFF
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
+NOWHERE = 0x10  # below the first page that any program has
 PROGRAM = 'Tolvane for Access'
 
 
-def _numbers():
-    with open(os.path.join(ROOT, 'ui', 'Resource.h'), encoding='utf-8') as header:
-        return {name: int(value) for name, value in re.findall(r'^#define (ID\w+) (\d+)$', header.read(), re.M)}
-
-
-ID = _numbers()
+ID = {name: int(value) for name, value in re.findall(
+    r'^#define (ID\w+) (\d+)$', (ROOT / 'ui' / 'Resource.h').read_text('utf-8'), re.M)}
 
 
 class Failed(Exception):
@@ -44,102 +46,9 @@ def expect_text(found, part, what):
         raise Failed('%s: %r, expected in it %r' % (what, found, part))
 
 
-def missing():
-    """What must be there and is not; empty when all is there."""
-    lacks = [tool for tool in ('Xvfb', 'import', 'convert') if not shutil.which(tool)]
-    if not wine():
-        lacks.append('wine64')
-    return ', '.join(lacks)
-
-
-def wine():
-    places = (shutil.which('wine64'), '/usr/lib/wine/wine64', shutil.which('wine'))
-    return next((place for place in places if place and os.path.exists(place)), None)
-
-
-def windows_path(path):
-    return 'Z:' + os.path.abspath(path).replace('/', '\\')
-
-
-def _escape(field):
-    return str(field).replace('\\', '\\\\').replace('\t', '\\t').replace('\n', '\\n').replace('\r', '\\r')
-
-
-def _unescape(field):
-    return re.sub(r'\\(.)', lambda found: {'t': '\t', 'n': '\n', 'r': '\r'}.get(found[1], found[1]), field)
-
-
-def chunks(fields, size):
-    return [tuple(fields[i:i + size]) for i in range(0, len(fields), size)]
-
-
-class Session:
-    """A display and a Wine of their own, and the driver in it. The prefix stays for the next run."""
-
-    def __init__(self, folder, prefix, drive, dpi=96):
-        self.folder, self.dpi = folder, dpi
-        os.makedirs(prefix, exist_ok=True)
-        read, write = os.pipe()
-        self.display = subprocess.Popen(
-            ['Xvfb', '-displayfd', str(write), '-screen', '0', '%dx%dx24' % SCREEN, '-nolisten', 'tcp'],
-            pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        os.close(write)
-        with os.fdopen(read) as answer:
-            number = answer.readline().strip()
-        self.environment = dict(os.environ, DISPLAY=':' + number, WINEPREFIX=os.path.abspath(prefix), WINEDEBUG='-all',
-                                WINEDLLOVERRIDES='winemenubuilder.exe,mscoree,mshtml=d', LC_ALL='C.UTF-8')
-        self._set_up()
-        self.driver = subprocess.Popen([wine(), drive], env=self.environment, stdin=subprocess.PIPE,
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding='utf-8')
-
-    def _run(self, *command):
-        subprocess.run([wine(), *command], env=self.environment, check=True, timeout=600,  # makes a new prefix, too
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def _set_up(self):
-        """A desktop as large as the screen, so that windows have frames; the resolution; no recent files."""
-        settings = os.path.join(self.folder, 'settings.reg')
-        with open(settings, 'w', encoding='ascii') as file:
-            file.write('REGEDIT4\n\n'
-                       '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer]\n"Desktop"="Default"\n\n'
-                       '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer\\Desktops]\n"Default"="%dx%d"\n\n'
-                       '[HKEY_CURRENT_USER\\Control Panel\\Desktop]\n"LogPixels"=dword:%08x\n"FontSmoothing"="2"\n'
-                       '"FontSmoothingType"=dword:00000002\n\n'
-                       '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n' % (*SCREEN, self.dpi))
-        self._run('regedit', '/S', windows_path(settings))
-        self.end_server()
-
-    def end_server(self):
-        server = shutil.which('wineserver') or '/usr/lib/wine/wineserver'
-        subprocess.run([server, '-k', '-w'], env=self.environment, timeout=PATIENCE, check=False,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def ask(self, *fields):
-        """The fields of the driver's answer."""
-        self.driver.stdin.write('\t'.join(_escape(field) for field in fields) + '\n')
-        self.driver.stdin.flush()
-        answer = self.driver.stdout.readline()
-        if not answer:
-            raise Failed('the driver has ended')
-        status, *values = [_unescape(field) for field in answer.rstrip('\r\n').split('\t')]
-        if status != 'ok':
-            raise Failed('%s: %s' % (' '.join(str(field) for field in fields), values[0]))
-        return values
-
-    def end(self):
-        self.driver.stdin.close()
-        try:
-            self.driver.wait(20)
-        except subprocess.TimeoutExpired:
-            self.driver.kill()
-        self.end_server()
-        self.display.terminate()
-        self.display.wait()
-
-
-def wait_for(condition, what, patience=PATIENCE):
+def wait_for(condition, what):
     """The first answer of `condition` that is something."""
-    end = time.monotonic() + patience
+    end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
         found = condition()
         if found:
@@ -148,44 +57,148 @@ def wait_for(condition, what, patience=PATIENCE):
     raise Failed('waited in vain for ' + what)
 
 
+def missing():
+    """What must be there and is not; empty when all is there."""
+    return ', '.join(tool for tool in ('Xvfb', 'import', WINE, WINE_SERVER) if not shutil.which(tool))
+
+
+def windows_path(path):
+    return 'Z:' + os.path.abspath(path).replace('/', '\\')
+
+
+def unix_path(path):
+    return path[2:].replace('\\', '/')
+
+
+class Session:
+    """A display and a Wine of their own, and the driver in it. The prefix stays for the next run."""
+
+    SETTINGS = ('REGEDIT4\n\n'
+                '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer]\n"Desktop"="Default"\n\n'
+                '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer\\Desktops]\n"Default"="%dx%d"\n\n'
+                '[HKEY_CURRENT_USER\\Control Panel\\Desktop]\n"LogPixels"=dword:%08x\n"FontSmoothing"="2"\n'
+                '"FontSmoothingType"=dword:00000002\n\n'
+                '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
+
+    def __init__(self, folder, prefix, drive, dpi):
+        self.dpi = dpi
+        prefix.mkdir(parents=True, exist_ok=True)
+        read, write = os.pipe()
+        self.display = subprocess.Popen(
+            ['Xvfb', '-displayfd', str(write), '-screen', '0', '%dx%dx24' % SCREEN, '-nolisten', 'tcp'],
+            pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as answer:
+            display = ':' + answer.readline().strip()
+        self.environment = dict(os.environ, DISPLAY=display, WINEPREFIX=prefix.resolve(), WINEDEBUG='-all',
+                                WINEDLLOVERRIDES='winemenubuilder.exe,mscoree,mshtml=d', LC_ALL='C.UTF-8')
+        # A desktop as large as the screen, so that windows have frames; the resolution; no recent files.
+        settings = folder / 'settings.reg'
+        settings.write_text(self.SETTINGS % (*SCREEN, dpi))
+        self.run(WINE, 'regedit', '/S', windows_path(settings), check=True)
+        self.run(WINE_SERVER, '-k', '-w')
+        self.driver = subprocess.Popen([WINE, drive], env=self.environment, stdin=subprocess.PIPE,
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding='ascii')
+
+    def run(self, *command, check=False):
+        """With time to make a new prefix, too."""
+        subprocess.run(command, env=self.environment, check=check, timeout=600, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def call(self, function, *arguments):
+        """What the function returns, and all memory that it was given, as it left it. Bytes are memory, and so are texts,
+        in UTF-16; the rest are numbers."""
+        def word(argument):
+            memory = (argument + '\0').encode('utf-16le') if isinstance(argument, str) else argument
+            return 'x' + memory.hex() if isinstance(memory, bytes) else str(memory)
+
+        self.driver.stdin.write(' '.join([function, *map(word, arguments)]) + '\n')
+        self.driver.stdin.flush()
+        answer = self.driver.stdout.readline().split()
+        if not answer:
+            raise Failed('the driver does not answer to %s%r' % (function, arguments))
+        return [bytes.fromhex(word[1:]) if word[0] == 'x' else int(word) for word in answer]
+
+    def clipboard(self):
+        if not self.call('OpenClipboard', 0)[0]:
+            raise Failed('the clipboard is in use')
+        text = self.call('GlobalLock', self.call('GetClipboardData', CF_UNICODETEXT)[0])[0]
+        length = self.call('lstrlenW', text)[0]
+        memory = self.call('lstrcpynW', bytes(2 * length + 2), text, length + 1)[1]
+        self.call('CloseClipboard')
+        return memory[:2 * length].decode('utf-16le')
+
+    @contextlib.contextmanager
+    def holding(self, path):
+        """Opens a file so that nobody else can."""
+        file = self.call('CreateFileW', windows_path(path), GENERIC_READ, 0, 0, OPEN_EXISTING, 0, 0)[0]
+        expect(file > 0, True, 'whether %s opens' % path)
+        yield
+        self.call('CloseHandle', file)
+
+    def end(self):
+        self.driver.kill()
+        self.run(WINE_SERVER, '-k', '-w')
+        self.display.terminate()
+        self.display.wait()
+
+
 class Window:
-    """A dialog, a message box or a control."""
+    """A frame, a dialog, a message box or a control."""
 
     def __init__(self, session, handle):
-        self.session, self.handle = session, int(handle)
+        self.session, self.handle = session, handle
 
     def item(self, identifier):
-        found = Window(self.session, self.session.ask('item', self.handle, identifier)[0])
-        if found.handle == 0:
+        handle = self.session.call('GetDlgItem', self.handle, identifier)[0]
+        if handle == 0:
             raise Failed('no control %d' % identifier)
-        return found
+        return Window(self.session, handle)
 
-    def state(self):
-        return self.session.ask('state', self.handle)
-
-    def text(self):
-        return self.state()[2]
-
-    def is_shown(self):
-        return self.state()[0] == '1'
-
-    def is_enabled(self):
-        return self.state()[1] == '1'
-
-    def write(self, text):
-        self.session.ask('write', self.handle, text)
+    def _ask(self, message, w, l):
+        """The window's answer and the memory that it was given."""
+        answered, *memory = self.session.call('SendMessageTimeoutW', self.handle, message, w, l, 0, PATIENCE * 1000, bytes(8))
+        if not answered:
+            raise Failed('the window has gone or does not answer')
+        return int.from_bytes(memory.pop(), 'little', signed=True), *memory
 
     def send(self, message, w=0, l=0):
-        return int(self.session.ask('send', self.handle, message, w, l)[0])
+        return self._ask(message, w, l)[0]
 
     def post(self, message, w=0, l=0):
-        self.session.ask('post', self.handle, message, w, l)
+        expect(self.session.call('PostMessageW', self.handle, message, w, l)[0] != 0, True, 'whether a message is taken')
+
+    def text(self):
+        room = self.send(WM_GETTEXTLENGTH) + 1
+        length, memory = self._ask(WM_GETTEXT, room, bytes(2 * room))
+        return memory[:2 * length].decode('utf-16le')
+
+    def write(self, text):
+        self.send(WM_SETTEXT, 0, text)
+
+    def is_shown(self):
+        return self.session.call('IsWindowVisible', self.handle)[0] != 0
+
+    def is_enabled(self):
+        return self.session.call('IsWindowEnabled', self.handle)[0] != 0
 
     def press(self, identifier):
         self.post(WM_COMMAND, identifier)
 
-    def controls(self):
-        return chunks(self.session.ask('controls', self.handle), 5)
+    def children(self, name=0):
+        """Windows inside it of a class or of any; of the desktop, those without a parent."""
+        found, handle = [], 0
+        while handle := self.session.call('FindWindowExW', self.handle, handle, name, 0)[0]:
+            found.append(Window(self.session, handle))
+        return found
+
+    def message(self):
+        """What a box says, or its title."""
+        return next((text for text in (child.text() for child in self.children('Static')) if text), '') or self.text()
+
+    def area(self):
+        """(left, top, right, bottom) on the screen."""
+        return struct.unpack('<4i', self.session.call('GetWindowRect', self.handle, bytes(16))[1])
 
 
 class Program:
@@ -193,28 +206,33 @@ class Program:
 
     TITLES = {'Repairing the database': 'repairing', 'Recovered tables and records': 'review',
               'Saving the repaired database': 'saving', 'Saving has finished': 'saved'}
+    BUTTONS = {'&Repair...': 'start', '&Repair': 'chosen'}
+    STARTUP = struct.pack('<I100x', 104)  # of which the first field is the length
 
     def __init__(self, session, executable, *arguments):
-        self.session = session
+        self.session, self.frame, self.view = session, None, None
         words = [windows_path(executable), *arguments]
-        self.process = session.ask('start', ' '.join('"%s"' % word for word in words),
-                                   windows_path(os.path.dirname(executable)))[0]
-        self.frame = self.view = None
+        started, *memory = session.call('CreateProcessW', 0, ' '.join('"%s"' % word for word in words), 0, 0, 0, 0, 0,
+                                        windows_path(os.path.dirname(executable)), self.STARTUP, bytes(24))
+        expect(started, 1, 'whether the program starts')
+        self.process, _, self.identifier, _ = struct.unpack('<QQII', memory[-1])
 
     def wait_for_frame(self):
-        self.frame = Window(self.session, wait_for(
-            lambda: next((handle for handle, name, *_ in self.windows() if name == 'TolvaneForAccessFrame'), None),
-            'the main window'))
+        self.frame = wait_for(lambda: self.windows('TolvaneForAccessFrame'), 'the main window')[0]
         self.view = self.frame.item(ID['IDC_VIEW'])
         return self
 
     # --- what is there ---
 
-    def windows(self):
-        return chunks(self.session.ask('windows', self.process), 4)
+    def windows(self, name=0):
+        """Visible windows without a parent."""
+        def owner(window):
+            return struct.unpack('<I', self.session.call('GetWindowThreadProcessId', window.handle, bytes(4))[1])[0]
+        return [window for window in Window(self.session, 0).children(name)
+                if owner(window) == self.identifier and window.is_shown()]
 
     def exit_code(self):
-        return next(iter(self.session.ask('exit-code', self.process)), None)
+        return struct.unpack('<I', self.session.call('GetExitCodeProcess', self.process, bytes(4))[1])[0]
 
     def control(self, name):
         return self.view.item(ID[name])
@@ -222,77 +240,61 @@ class Program:
     def text(self, name):
         return self.control(name).text()
 
+    def shown(self, *names):
+        return [self.control(name).is_shown() for name in names]
+
     def page(self):
-        title = self.text('IDC_TITLE')
-        return self.TITLES.get(title) or {'&Repair...': 'start', '&Repair': 'chosen'}[self.text('ID_NEXT')]
+        """Nothing while the pages change."""
+        return self.TITLES.get(self.text('IDC_TITLE')) or self.BUTTONS.get(self.text('ID_NEXT'))
 
-    def notice(self):
-        return self.frame.item(ID['IDC_STATUS_BAR']).text()
+    def wait_for_page(self, page):
+        wait_for(lambda: self.page() == page, 'the page ' + page)
 
-    def wait_for_page(self, *pages):
-        """Boxes that nobody expects fail here, too."""
-        def look():
-            page = self.page()
-            if page in pages:
-                return page
-            box = self.find_box()
-            if box:
-                raise Failed('on the page %s: %s' % (page, self.box_text(box)))
-            return None
-        return wait_for(look, 'the page ' + ' or '.join(pages))
+    def wait_for_text(self, name, text):
+        wait_for(lambda: self.text(name) == text, '%s to be %r' % (name, text))
+
+    def wait_for_notice(self, part):
+        wait_for(lambda: part in self.frame.item(ID['IDC_STATUS_BAR']).text(), 'the notice ' + part)
+
+    def wait_for_rows(self, count):
+        records = self.control('IDC_RECORDS')
+        wait_for(lambda: records.send(LVM_GETITEMCOUNT) == count, '%d rows in the list' % count)
 
     # --- what is done ---
 
-    def command(self, name, offset=0):
-        self.frame.press(ID[name] + offset)
+    def command(self, name):
+        self.frame.press(ID[name])
 
-    def find_box(self):
-        """The dialog that waits for an answer."""
-        for handle, name, enabled, _ in self.windows():
-            if name == '#32770' and enabled == '1':
-                return Window(self.session, handle)
-        return None
+    def find_box(self, over=None):
+        """The dialog that waits for an answer; `over`: a dialog that stays behind it."""
+        return next((box for box in self.windows('#32770') if box.is_enabled() and (
+            over is None or box.handle != over.handle)), None)
 
-    def box_text(self, box):
-        texts = [text for _, identifier, _, _, text in box.controls() if int(identifier) & 0xFFFF == BOX_TEXT and text]
-        return texts[0] if texts else box.text()
-
-    def wait_for_box(self, what):
-        return wait_for(self.find_box, what)
-
-    def answer_box(self, text, button, exactly=True):
-        """Waits for the message, checks it and presses the button."""
-        box = self.wait_for_box('the message ' + text)
-        expect(box.text(), PROGRAM, 'title of the message')
-        found = self.box_text(box)
-        if exactly:
-            expect(found, text, 'message')
-        else:
-            expect_text(found, text, 'message')
-        self.close_box(box, button)
-
-    def close_box(self, box, button):
-        box.press(button)
-        wait_for(lambda: str(box.handle) not in [window[0] for window in self.windows()], 'the end of a dialog')
-
-    def wait_for_other_box(self, dialog, what):
-        """The box over a dialog that stays."""
-        def look():
-            box = self.find_box()
-            return box if box and box.handle != dialog.handle else None
-        return wait_for(look, what)
+    def wait_for_box(self, what, over=None):
+        return wait_for(lambda: self.find_box(over), what)
 
     def wait_for_dialog(self, title):
         box = self.wait_for_box('the dialog ' + title)
         expect(box.text(), title, 'title of the dialog')
         return box
 
+    def answer(self, *boxes):
+        """Waits for each (message, button), checks the message and presses the button."""
+        for message, button in boxes:
+            box = self.wait_for_box('the message ' + message)
+            expect((box.text(), box.message()), (PROGRAM, message), 'message')
+            self.close_box(box, button)
+
+    def close_box(self, box, button):
+        box.press(button)
+        wait_for(lambda: not box.is_shown(), 'the end of a dialog')
+
     def file_name(self, dialog):
         """The line of a file dialog in which the name is."""
         for identifier in FILE_NAME:
-            found = self.session.ask('item', dialog.handle, identifier)[0]
-            if found != '0' and Window(self.session, found).is_shown():
-                return Window(self.session, found)
+            handle = self.session.call('GetDlgItem', dialog.handle, identifier)[0]
+            if handle and Window(self.session, handle).is_shown():
+                return Window(self.session, handle)
         raise Failed('the file dialog has no line for a name')
 
     def answer_file_dialog(self, title, path, default=None):
@@ -306,11 +308,7 @@ class Program:
             return
         name.write(path)
         dialog.press(OK)
-
-        def is_answered():
-            box = self.find_box()
-            return box is None or box.handle != dialog.handle
-        wait_for(is_answered, 'the end of the file dialog')
+        wait_for(lambda: not (dialog.is_shown() and dialog.is_enabled()), 'the end of the file dialog')
 
     def select_table(self, index):
         """By its place below the root of the tree; -1 is the root. False when there are fewer."""
@@ -333,25 +331,28 @@ class Program:
             lines = dict(line.split(' : ', 1) for line in self.text('IDC_SUMMARY').split('\r\n'))
             found[lines['Table Name']] = int(lines['Total Row(s)'])
 
-    def wait_for_rows(self, count):
-        records = self.control('IDC_RECORDS')
-        wait_for(lambda: records.send(LVM_GETITEMCOUNT) == count, '%d rows in the list' % count)
+    def ask_to_close(self, *boxes):
+        self.frame.post(WM_CLOSE)
+        self.answer(*boxes)
 
     def close(self):
-        self.frame.post(WM_CLOSE)
-        self.answer_box('Are you sure, you want to close the application?', YES)
-        self.wait_for_end('0')
+        self.ask_to_close(('Are you sure, you want to close the application?', YES))
+        self.wait_for_end(0)
 
     def wait_for_end(self, code):
-        expect(wait_for(self.exit_code, 'the end of the program'), code, 'exit code')
+        wait_for(lambda: self.exit_code() != STILL_ACTIVE, 'the end of the program')
+        expect(self.exit_code(), code, 'exit code')
 
     def end(self):
-        if self.exit_code() is None:
-            self.session.ask('end', self.process)
+        self.session.call('TerminateProcess', self.process, 1)
+
+    def fail(self):
+        """Makes it jump to where nothing is, in a thread of its own."""
+        expect(self.session.call('CreateRemoteThread', self.process, 0, 0, NOWHERE, 0, 0, 0)[0] != 0, True, 'a thread')
 
     def shoot(self, path, dialog=None):
         """A picture of the window, or of a dialog over it."""
-        left, top, width, height = self.session.ask('area', (dialog or self.frame).handle)
+        left, top, right, bottom = (dialog or self.frame).area()
         time.sleep(0.3)  # until the last paint is on the screen
-        subprocess.run(['import', '-window', 'root', '-crop', '%sx%s+%s+%s' % (width, height, left, top), '+repage', path],
-                       env=self.session.environment, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.session.run('import', '-window', 'root', '-crop', '%dx%d+%d+%d' % (right - left, bottom - top, left, top),
+                         '+repage', path, check=True)
