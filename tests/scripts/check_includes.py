@@ -5,10 +5,11 @@
 2. System headers and conditional compilation appear only where the system is: platform/*_win.cpp and
    platform/*_posix.cpp, the Windows program and the automation of an installed database engine.
 
-    python3 tests/scripts/check_includes.py [PROJECT_ROOT]
+    python3 tests/scripts/check_includes.py PROJECT_ROOT
 
 Prints one line a breach and exits with 1; with 0 and a count when there is none.
 """
+import glob
 import os
 import re
 import sys
@@ -54,60 +55,45 @@ def layer_of(path):
     if parts[0] == 'store':
         return 'store-files' if stem in STORE_FILES else 'store-readers'
     if parts[0] == 'writer':
-        if len(parts) > 2:
-            return parts[1]
-        return 'dao' if stem == 'dao' else 'writer'
+        return parts[1] if len(parts) > 2 else 'dao' if stem == 'dao' else 'writer'
     return parts[0] if parts[0] in LAYERS else None
 
 
 def may_use_system(path):
-    if path.startswith(('ui/', 'writer/automation/')):
-        return True
-    return re.match(r'platform/[^/]+_(win|posix)\.(cpp|h)$', path) is not None
+    return re.match(r'ui/|writer/automation/|platform/[^/]+_(win|posix)\.(cpp|h)$', path) is not None
+
+
+def breach_of(root, path, line):
+    """What is wrong with a line; None when nothing is."""
+    layer, include = layer_of(path), INCLUDE.match(line)
+    if CONDITIONAL.match(line) and not may_use_system(path):
+        return 'conditional compilation outside the platform layer: ' + line.strip()
+    project, system = include.groups() if include else (None, None)
+    if system and SYSTEM_HEADER.match(system) and not may_use_system(path):
+        return 'system header outside the platform layer: <%s>' % system
+    if not project:
+        return None
+    if not os.path.exists(os.path.join(root, project)):
+        return 'include is not a path from the root: "%s"' % project
+    target = layer_of(project)
+    if target != layer and target not in LAYERS[layer]:
+        return '%s may not include %s: "%s"' % (layer, target or 'what is in no layer', project)
+    return None
 
 
 def check(root, path):
-    breaches = []
-    layer = layer_of(path)
     with open(os.path.join(root, path), encoding='utf-8') as source:
-        for number, line in enumerate(source, 1):
-            where = '%s:%d: ' % (path, number)
-            if CONDITIONAL.match(line) and not may_use_system(path):
-                breaches.append(where + 'conditional compilation outside the platform layer: ' + line.strip())
-            include = INCLUDE.match(line)
-            if not include:
-                continue
-            project, system = include.groups()
-            if system and SYSTEM_HEADER.match(system) and not may_use_system(path):
-                breaches.append(where + 'system header outside the platform layer: <%s>' % system)
-            if not project:
-                continue
-            if not os.path.exists(os.path.join(root, project)):
-                breaches.append(where + 'include is not a path from the root: "%s"' % project)
-                continue
-            target = layer_of(project)
-            if target is None:
-                breaches.append(where + 'a layer may not include "%s"' % project)
-            elif target != layer and target not in LAYERS[layer]:
-                breaches.append(where + '%s may not include %s: "%s"' % (layer, target, project))
-    return breaches
+        found = [(number, breach_of(root, path, line)) for number, line in enumerate(source, 1)]
+    return ['%s:%d: %s' % (path, number, breach) for number, breach in found if breach]
 
 
-def main(argv):
-    root = argv[1] if len(argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
-    files = []
-    for folder in sorted({'format', 'platform', 'app', 'query', 'store', 'model', 'engine', 'writer', 'checker', 'cli', 'ui'}):
-        for where, _, names in os.walk(os.path.join(root, folder)):
-            for name in sorted(names):
-                path = os.path.relpath(os.path.join(where, name), root).replace(os.sep, '/')
-                if name.endswith(('.h', '.cpp')) and layer_of(path) is not None:
-                    files.append(path)
+def main(root):
+    paths = [path for folder in ('store', *LAYERS) for path in glob.glob('%s/%s/**' % (root, folder), recursive=True)]
+    files = sorted(os.path.relpath(path, root) for path in paths if path.endswith(('.h', '.cpp')))
     breaches = [breach for path in files for breach in check(root, path)]
-    for breach in breaches:
-        print(breach)
-    print('%d files, %d breaches' % (len(files), len(breaches)))
+    print('\n'.join(breaches + ['%d files, %d breaches' % (len(files), len(breaches))]))
     return 1 if breaches or not files else 0
 
 
 if __name__ == '__main__':
-    sys.exit(main(sys.argv))
+    sys.exit(main(sys.argv[1]))

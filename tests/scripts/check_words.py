@@ -2,7 +2,7 @@
 """Keeps what belongs to a developer's desk out of the project: names of machine folders, references to documents
 that are not in the repository, and databases other than the sample that our own code made.
 
-    python3 tests/scripts/check_words.py [PROJECT_ROOT]
+    python3 tests/scripts/check_words.py PROJECT_ROOT
 
 The patterns are put together from pieces so that this file does not hold what it looks for.
 """
@@ -31,23 +31,22 @@ def tracked(root):
     return found
 
 
-def main(argv):
-    root = argv[1] if len(argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
-    breaches, files = [], tracked(root)
-    for name in files:
-        path = os.path.join(root, name)
-        if DATABASE.search(name) and not name.startswith('samples/'):
-            breaches.append('%s: a database file that does not belong here' % name)
-        if BINARY.search(name) or not os.path.isfile(path):
-            continue
-        with open(path, encoding='utf-8', errors='replace') as text:
-            for number, line in enumerate(text, 1):
-                for what, pattern in WORDS.items():
-                    if re.search(pattern, line):
-                        breaches.append('%s:%d: %s: %s' % (name, number, what, line.strip()[:100]))
+def breaches_of(root, name):
+    if DATABASE.search(name) and not name.startswith('samples/'):
+        return [name + ': a database file that does not belong here']
+    if BINARY.search(name) or not os.path.isfile(os.path.join(root, name)):
+        return []
+    with open(os.path.join(root, name), encoding='utf-8', errors='replace') as text:
+        return ['%s:%d: %s: %s' % (name, number, what, line.strip()[:100]) for number, line in enumerate(text, 1)
+                for what, pattern in WORDS.items() if re.search(pattern, line)]
+
+
+def main(root):
+    files = tracked(root)
+    breaches = [breach for name in files for breach in breaches_of(root, name)]
     print('\n'.join(breaches + ['%d files, %d breaches' % (len(files), len(breaches))]))
     return 1 if breaches or not files else 0
 
 
 if __name__ == '__main__':
-    sys.exit(main(sys.argv))
+    sys.exit(main(sys.argv[1]))
