@@ -1,9 +1,8 @@
-// Decisions of the command line: arguments, the exit status, the output's name.
+// Decisions of the command line: arguments and the exit status.
 #include <gtest/gtest.h>
 
 #include "cli/Arguments.h"
 #include "cli/Findings.h"
-#include "cli/OutputFile.h"
 
 namespace tolvane {
 namespace {
@@ -118,11 +117,6 @@ TEST(Arguments, WrongUsageIsOneLine) {
     EXPECT_EQ(parsed.text.find('\n'), std::string::npos) << parsed.text;
     EXPECT_FALSE(parsed.text.empty());
   }
-}
-
-TEST(OutputFile, DefaultStandsBesideTheSource) {
-  EXPECT_EQ(DefaultOutputPath(u"a/b c.accdb"), u"a/Tolvane_b c.accdb");
-  EXPECT_EQ(DefaultOutputPath(u"x.mdb"), u"Tolvane_x.mdb");
 }
 
 }  // namespace

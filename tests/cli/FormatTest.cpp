@@ -2,10 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <nlohmann/json.hpp>
 
-#include "cli/ByteText.h"
 #include "cli/JsonOutput.h"
 #include "cli/RowFormat.h"
 #include "tests/platform/ScratchFolder.h"
@@ -15,26 +13,19 @@ namespace {
 
 using Row = std::vector<std::u16string>;
 
-std::string Format(EExportFormat form, const Row& columns,
-                   const std::function<void(CRowFormat& format)>& writeRows) {
+std::string Format(EExportFormat form, const Row& columns, const std::vector<Row>& rows) {
   const CScratchFolder folder;
   CExportSink sink;
   EXPECT_TRUE(sink.CreateNew(folder / u"out"));
   const auto format = MakeRowFormat(form, sink);
   format->WriteHeader(columns);
-  writeRows(*format);
+  for (const Row& row : rows) {
+    format->BeginRow();
+    for (const std::u16string& cell : row) format->WriteText(cell);
+    format->EndRow();
+  }
   EXPECT_TRUE(sink.Close());
   return ReadText(folder / u"out");
-}
-
-std::string Format(EExportFormat form, const Row& columns, const std::vector<Row>& rows) {
-  return Format(form, columns, [&](CRowFormat& format) {
-    for (const Row& row : rows) {
-      format.BeginRow();
-      for (const std::u16string& cell : row) format.WriteText(cell);
-      format.EndRow();
-    }
-  });
 }
 
 TEST(RowFormat, CsvQuotesOnlyWhatNeedsIt) {
@@ -43,14 +34,12 @@ TEST(RowFormat, CsvQuotesOnlyWhatNeedsIt) {
   EXPECT_EQ(Format(EExportFormat::Csv, {u"a", u"b,c"}, rows),
             "a,\"b,c\"\r\nplain,\"say \"\"hi\"\"\"\r\n\"two\r\nlines\",\r\n blank ,\xC3\xBC\xE4\xB8\xAD\r\n");
   // An empty cell of a single column is not an empty line.
-  EXPECT_EQ(Format(EExportFormat::Csv, {u"a"}, std::vector<Row>{{u""}, {u"\""}}),
-            "a\r\n\"\"\r\n\"\"\"\"\r\n");
+  EXPECT_EQ(Format(EExportFormat::Csv, {u"a"}, {{u""}, {u"\""}}), "a\r\n\"\"\r\n\"\"\"\"\r\n");
 }
 
 TEST(RowFormat, JsonLinesKeepEveryTextAndEveryColumn) {
   const Row texts{u"\"\\/\b\f\n\r\t", std::u16string(u"zero\0unit", 9), u"\x1F\x7F\u2028", u"\U0001F600"};
-  const std::string text =
-      Format(EExportFormat::JsonLines, {u"x", u"x", u"x_2", u"y\n"}, std::vector<Row>{texts, texts});
+  const std::string text = Format(EExportFormat::JsonLines, {u"x", u"x", u"x_2", u"y\n"}, {texts, texts});
   ASSERT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
   const auto row = nlohmann::ordered_json::parse(text.substr(0, text.find('\n')));
   ASSERT_EQ(row.size(), 4u);
@@ -65,40 +54,12 @@ TEST(RowFormat, JsonLinesKeepEveryTextAndEveryColumn) {
       << "half a surrogate pair";
 }
 
-TEST(RowFormat, BytesStandBetweenTexts) {
-  const auto write = [](CRowFormat& format) {
-    format.BeginRow();
-    format.WriteText(u"x");
-    format.BeginBytes();
-    format.WriteBytes("00");
-    format.WriteBytes("ff");
-    format.EndBytes();
-    format.WriteText(u"y");
-    format.EndRow();
-  };
-  EXPECT_EQ(Format(EExportFormat::Csv, {u"a", u"b", u"c"}, write), "a,b,c\r\nx,00ff,y\r\n");
-  EXPECT_EQ(Format(EExportFormat::JsonLines, {u"a", u"b", u"c"}, write),
-            "{\"a\":\"x\",\"b\":\"00ff\",\"c\":\"y\"}\n");
-}
-
 TEST(ExportSink, StaysFailed) {
   const CScratchFolder folder;
   CExportSink sink;
   EXPECT_FALSE(sink.CreateNew(folder / u"none/out"));
   EXPECT_FALSE(sink.GetProblem().empty());
   EXPECT_FALSE(sink.Write("x"));
-}
-
-TEST(ByteText, HexAndBase64InPieces) {
-  const std::vector<uint8_t> bytes{'M', 'a', 'n', 'y', 0x00, 0xFF, 0xFE};
-  const std::span<const uint8_t> all(bytes);
-  std::string hex, base64, two;
-  AppendHex(all, hex);
-  EXPECT_EQ(hex, "4d616e7900fffe");
-  for (const auto piece : {all.first(3), all.subspan(3, 3), all.subspan(6)}) AppendBase64(piece, base64);
-  EXPECT_EQ(base64, "TWFueQD//g==");
-  AppendBase64(all.first(2), two);
-  EXPECT_EQ(two, "TWE=");
 }
 
 }  // namespace
