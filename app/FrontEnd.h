@@ -19,6 +19,7 @@ struct SFileQuestion {
   std::u16string filter;
   std::u16string defaultExtension;
   std::u16string defaultName;
+  std::u16string folder = {};  // where the dialog starts; empty: where the system thinks best
 };
 
 // Modal questions and messages.

@@ -57,6 +57,7 @@ SFileQuestion AskForOutputFile(const SOutputOrigin& origin) {
   SFileQuestion question;
   question.defaultExtension = OutputExtension(origin);
   question.defaultName = std::u16string(kPrefix) + std::u16string(FileNameOf(origin.corruptedPath));
+  question.folder = FolderOf(origin.corruptedPath);
   const std::u16string folded = FoldCase(question.defaultExtension);
   if (folded == u"accdb") {
     question.filter = u"MS Access Files (*.accdb)|*.accdb||";

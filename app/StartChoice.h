@@ -9,13 +9,10 @@
 
 namespace tolvane {
 
-inline constexpr std::u16string_view kStandardModeCaption = u"Standard Mode";
-inline constexpr std::u16string_view kTemplateModeCaption = u"Template Mode";
 inline constexpr std::u16string_view kStandardModeText =
     u"This is default mode to repair corrupted MS Access file";
 inline constexpr std::u16string_view kTemplateModeText =
     u"Select this mode if you have template file having same structure";
-inline constexpr std::u16string_view kSelectedPathCaption = u"Selected database path :";
 
 struct SStartChoice {
   bool isTemplateMode = false;

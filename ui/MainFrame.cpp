@@ -60,6 +60,7 @@ bool CMainFrame::Create(std::u16string_view path) {
                  {WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_ACCEPTFILES}, nullptr, menu))
     return false;
   if (!CreateChildren() || !CreateWorkflow()) return false;
+  ApplyDpi(CDpi::Of(m_window));
   TakeFirstPlace();
   m_workflow->Start();
   m_view.SetRecentFiles(m_recentFiles.Get());
@@ -70,15 +71,14 @@ bool CMainFrame::Create(std::u16string_view path) {
 
 // Where the system puts it, but never beyond the screen.
 void CMainFrame::TakeFirstPlace() const {
-  const CDpi dpi = CDpi::Of(m_window);
   MONITORINFO monitor{};
   monitor.cbSize = sizeof(monitor);
   GetMonitorInfoW(MonitorFromWindow(m_window, MONITOR_DEFAULTTONEAREST), &monitor);
   const RECT& work = monitor.rcWork;
   RECT place{};
   GetWindowRect(m_window, &place);
-  const int width = std::min<int>(dpi.Scale(kWidth), work.right - work.left);
-  const int height = std::min<int>(dpi.Scale(kHeight), work.bottom - work.top);
+  const int width = std::min<int>(m_dpi.Scale(kWidth), work.right - work.left);
+  const int height = std::min<int>(m_dpi.Scale(kHeight), work.bottom - work.top);
   const int left = std::clamp<int>(place.left, work.left, work.right - width);
   const int top = std::clamp<int>(place.top, work.top, work.bottom - height);
   SetWindowPos(m_window, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -128,10 +128,25 @@ void CMainFrame::KillTimer(uint32_t identifier) {
 
 void CMainFrame::ShowProgressBar(bool isShown) {
   if (isShown && !m_isBusy) m_progress.Start();
+  if (!isShown && m_isBusy) CallUser();
   m_isBusy = isShown;
   ShowWindow(m_activityBar, isShown ? SW_SHOWNA : SW_HIDE);
   SetThreadExecutionState(isShown ? ES_CONTINUOUS | ES_SYSTEM_REQUIRED : ES_CONTINUOUS);
+  if (isShown)
+    ShutdownBlockReasonCreate(m_window, L"A database is being repaired.");
+  else
+    ShutdownBlockReasonDestroy(m_window);
   UpdateTitle();
+}
+
+// The button on the taskbar blinks when the work has ended and the user is elsewhere.
+void CMainFrame::CallUser() const {
+  if (GetActiveWindow()) return;
+  FLASHWINFO call{};
+  call.cbSize = sizeof(call);
+  call.hwnd = m_window;
+  call.dwFlags = FLASHW_TRAY | FLASHW_TIMERNOFG;
+  FlashWindowEx(&call);
 }
 
 void CMainFrame::StepProgressBar() {
@@ -359,25 +374,28 @@ void CMainFrame::Arrange() {
   SendMessageW(m_statusBar, WM_SIZE, 0, 0);
   RECT status{};
   GetWindowRect(m_statusBar, &status);
-  RECT client = GetClientArea();
-  const CDpi dpi = CDpi::Of(m_window);
+  const RECT client = GetClientArea();
   const int width = client.right;
-  const int parts[] = {width - dpi.Scale(kActivityWidth), -1};
+  const int parts[] = {width - m_dpi.Scale(kActivityWidth), -1};
   SendMessageW(m_statusBar, SB_SETPARTS, std::size(parts), reinterpret_cast<LPARAM>(parts));
   RECT part{};
   SendMessageW(m_statusBar, SB_GETRECT, 1, reinterpret_cast<LPARAM>(&part));
-  CArea activity = CArea(part).Inset(dpi.Scale(4), dpi.Scale(3));
-  activity.CutRight(dpi.Scale(16));
+  CArea activity = CArea(part).Inset(m_dpi.Scale(4), m_dpi.Scale(3));
+  activity.CutRight(m_dpi.Scale(16));
   MoveWindow(m_activityBar, activity.GetRect().left, activity.GetRect().top, activity.GetWidth(),
              activity.GetHeight(), TRUE);
   MoveWindow(m_view.GetHandle(), 0, 0, width, client.bottom - (status.bottom - status.top), TRUE);
 }
 
-void CMainFrame::OnDpiChanged(const RECT& area) {
-  const CDpi dpi = CDpi::Of(m_window);
+void CMainFrame::ApplyDpi(CDpi dpi) {
+  m_dpi = dpi;
   m_statusFont = CFont(dpi.GetMessageFont());
   SendMessageW(m_statusBar, WM_SETFONT, reinterpret_cast<WPARAM>(m_statusFont.GetHandle()), TRUE);
   m_view.SetDpi(dpi);
+}
+
+void CMainFrame::OnDpiChanged(UINT dpi, const RECT& area) {
+  ApplyDpi(CDpi(dpi));
   SetWindowPos(m_window, nullptr, area.left, area.top, area.right - area.left, area.bottom - area.top,
                SWP_NOZORDER | SWP_NOACTIVATE);
 }
@@ -438,14 +456,12 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_SIZE:
       Arrange();
       return 0;
-    case WM_GETMINMAXINFO: {
-      const CDpi dpi = CDpi::Of(m_window);
-      reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {dpi.Scale(kLeastWidth),
-                                                               dpi.Scale(kLeastHeight)};
+    case WM_GETMINMAXINFO:
+      reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {m_dpi.Scale(kLeastWidth),
+                                                               m_dpi.Scale(kLeastHeight)};
       return 0;
-    }
     case WM_DPICHANGED:
-      OnDpiChanged(*reinterpret_cast<const RECT*>(lParam));
+      OnDpiChanged(LOWORD(wParam), *reinterpret_cast<const RECT*>(lParam));
       return 0;
     case WM_INITMENUPOPUP:
       OnMenu(reinterpret_cast<HMENU>(wParam));

@@ -62,7 +62,9 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void OnOpenFolder();
   void OnHelp();
   void OnDrop(WPARAM drop);
-  void OnDpiChanged(const RECT& area);
+  void OnDpiChanged(UINT dpi, const RECT& area);
+  void ApplyDpi(CDpi dpi);
+  void CallUser() const;
   void OnMenu(HMENU menu);
   void SelectFile(std::u16string_view path);
   void SelectRecentFile(const std::u16string& path);
@@ -85,6 +87,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   SCommandSwitches m_switches;
   HWND m_statusBar = nullptr;
   HWND m_activityBar = nullptr;
+  CDpi m_dpi;
   CFont m_statusFont;
   HACCEL m_keys = nullptr;
   bool m_isBusy = false;  // between showing and hiding the progress bar

@@ -1,21 +1,17 @@
 #include "ui/ModeButtons.h"
 
-#include "app/StartChoice.h"
-#include "platform/Wide_win.h"
-
 namespace tolvane {
 
-bool CModeButton::CreateButton(HWND parent, UINT identifier, std::u16string_view caption, DWORD groupStyle) {
-  return CreateControl(L"BUTTON", ToWide(caption).c_str(), {BS_AUTORADIOBUTTON | groupStyle, 0}, parent,
-                       identifier);
+bool CModeButton::CreateButton(HWND parent, UINT identifier, const wchar_t* caption, DWORD groupStyle) {
+  return CreateControl(L"BUTTON", caption, {BS_AUTORADIOBUTTON | groupStyle, 0}, parent, identifier);
 }
 
 bool CRdBtnStandardMode::Create(HWND parent, UINT identifier) {
-  return CreateButton(parent, identifier, kStandardModeCaption, WS_GROUP | WS_TABSTOP);
+  return CreateButton(parent, identifier, L"&Standard Mode", WS_GROUP | WS_TABSTOP);
 }
 
 bool CRdBtnAdvanceMode::Create(HWND parent, UINT identifier) {
-  return CreateButton(parent, identifier, kTemplateModeCaption, 0);
+  return CreateButton(parent, identifier, L"&Template Mode", 0);
 }
 
 }  // namespace tolvane

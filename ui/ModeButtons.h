@@ -11,7 +11,7 @@ class CModeButton : public CWnd {
   void Choose(bool isChosen) const { Send(BM_SETCHECK, isChosen ? BST_CHECKED : BST_UNCHECKED); }
 
  protected:
-  bool CreateButton(HWND parent, UINT identifier, std::u16string_view caption, DWORD groupStyle);
+  bool CreateButton(HWND parent, UINT identifier, const wchar_t* caption, DWORD groupStyle);
 };
 
 class CRdBtnStandardMode : public CModeButton {

@@ -48,11 +48,9 @@ bool COrlinVexaFileScanView::Create(HWND frame) {
                  reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_VIEW))))
     return false;
   if (!CreateControls()) return false;
-  GetItem(IDC_FILE_LABEL).SetText(kSelectedPathCaption);
   GetItem(IDC_MODE_STANDARD_TEXT).SetText(kStandardModeText);
   GetItem(IDC_MODE_TEMPLATE_TEXT).SetText(kTemplateModeText);
   m_standardMode.Choose(true);
-  SetDpi(CDpi::Of(m_window));
   return true;
 }
 
@@ -565,8 +563,9 @@ LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lP
       return 0;
     case WM_CTLCOLORSTATIC:
       return OnControlColour(reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
-    case WM_NEXTDLGCTL:
-      SetFocus(GetNextDlgTabItem(m_window, GetFocus(), FALSE));
+    case WM_NEXTDLGCTL:  // to a control, or else to the next or the one before
+      SetFocus(LOWORD(lParam) != 0 ? reinterpret_cast<HWND>(wParam)
+                                   : GetNextDlgTabItem(m_window, GetFocus(), wParam != 0));
       return 0;
     case DM_GETDEFID:
       return GetDefaultButton() != 0 ? MAKELRESULT(GetDefaultButton(), DC_HASDEFID) : 0;

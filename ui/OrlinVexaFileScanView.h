@@ -22,6 +22,7 @@ namespace tolvane {
 
 class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
  public:
+  // Without fonts, which come with the first SetDpi.
   bool Create(HWND frame);
   // Before the workflow starts; it must outlive the view.
   void SetWorkflow(CRepairWorkflow& workflow);

@@ -21,14 +21,6 @@ bool CReadOnlyEdit::Create(HWND parent, UINT identifier, EEditForm form) {
   return true;
 }
 
-void CReadOnlyEdit::CopyToClipboard() const {
-  DWORD first = 0;
-  DWORD last = 0;
-  Send(EM_GETSEL, reinterpret_cast<WPARAM>(&first), reinterpret_cast<LPARAM>(&last));
-  if (first == last) SelectAll();
-  Send(WM_COPY);
-}
-
 LRESULT CReadOnlyEdit::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   constexpr WPARAM kControlA = 1;
   if (message == WM_GETDLGCODE) return DLGC_WANTARROWS | DLGC_WANTCHARS;

@@ -13,8 +13,6 @@ class CReadOnlyEdit : public CWnd {
   bool Create(HWND parent, UINT identifier, EEditForm form);
   void Attach(HWND control) { Subclass(control); }
   void SelectAll() const { Send(EM_SETSEL, 0, -1); }
-  // The selected text, or all of it when none is selected.
-  void CopyToClipboard() const;
 
  protected:
   LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;

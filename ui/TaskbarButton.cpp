@@ -15,8 +15,12 @@ void CTaskbarButton::OnCreated(HWND window) {
   m_window = window;
   if (m_taskbar) return;
   if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
-                              reinterpret_cast<void**>(&m_taskbar))))
+                              reinterpret_cast<void**>(&m_taskbar)))) {
     m_taskbar = nullptr;
+  } else if (FAILED(m_taskbar->HrInit())) {
+    m_taskbar->Release();
+    m_taskbar = nullptr;
+  }
 }
 
 void CTaskbarButton::ShowPercent(int percent) {

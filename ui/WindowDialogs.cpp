@@ -25,6 +25,7 @@ std::u16string AskForPath(HWND owner, const SFileQuestion& question, DWORD flags
   std::ranges::replace(filter, L'|', L'\0');
   const std::wstring title = ToWide(question.title);
   const std::wstring extension = ToWide(question.defaultExtension);
+  const std::wstring folder = ToWide(question.folder);
   std::wstring path = ToWide(question.defaultName);
   path.resize(kLongestPath);
   OPENFILENAMEW dialog{};
@@ -33,6 +34,7 @@ std::u16string AskForPath(HWND owner, const SFileQuestion& question, DWORD flags
   dialog.lpstrFilter = filter.c_str();
   dialog.lpstrFile = path.data();
   dialog.nMaxFile = static_cast<DWORD>(path.size());
+  dialog.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
   dialog.lpstrTitle = title.empty() ? nullptr : title.c_str();
   dialog.lpstrDefExt = extension.empty() ? nullptr : extension.c_str();
   dialog.Flags = flags;

@@ -164,6 +164,7 @@ TEST_F(OutputChoice, OffersTheNameAndTheFormatOfTheSource) {
   for (const auto& c : cases) {
     const SFileQuestion question = AskForOutputFile({c.source, {}, c.isAce});
     EXPECT_EQ(question.defaultName, c.name);
+    EXPECT_EQ(question.folder, FolderOf(c.source));
     EXPECT_EQ(question.defaultExtension, c.extension);
     EXPECT_EQ(question.filter, u"MS Access Files (" + c.patterns + u")|" + c.patterns + u"||");
   }

@@ -98,6 +98,8 @@ class Desk:
     def shoot(self, name, dialog=None):
         path = self.shots / ('%s-%d.png' % (name, self.session.dpi))
         self.program.shoot(path, dialog)
+        if not dialog:
+            self.program.check_access_keys()
         return path
 
     def check_saved(self, path, source=None, damage=None, rescued=None):
@@ -136,7 +138,7 @@ def standard_repair(desk):
     expect(program.page(), 'start', 'page after a cancelled dialog')
     desk.choose(desk.damaged)
     program.wait_for_page('chosen')
-    expect(program.text('IDC_FILE_LABEL'), 'Selected database path :', 'label of the file')
+    expect(program.text('IDC_FILE_LABEL'), 'Selected database &path :', 'label of the file')
     expect(program.text('IDC_HINT'), CHOSEN_HINT, 'hint')
     expect(program.frame.text(), 'damaged.mdb - ' + window.PROGRAM, 'title')
     desk.shoot('2-chosen')
@@ -398,7 +400,7 @@ def start_dialog(desk):
 
 
 def recent_files(desk):
-    """A repaired file is offered at the next start; one that has gone is taken from the list."""
+    """A dropped file is chosen, a repaired one is offered at the next start; one that has gone leaves the list."""
     copy = shutil.copy(desk.damaged, desk.folder / 'R\u00e9cent & \u03b4\u03b9\u03c0\u03bb\u03cc \u65e5\u672c.mdb')
     desk.repair(copy).close()
     program = desk.start()
@@ -406,6 +408,8 @@ def recent_files(desk):
     expect(recent.is_shown(), True, 'list of recent files')
     count = recent.send(window.LB_GETCOUNT)
     desk.shoot('1-recent')
+    program.drop(windows_path(desk.damaged))
+    program.wait_for_text('IDC_FILE', windows_path(desk.damaged))
     program.command('ID_RECENT_FIRST')
     program.wait_for_text('IDC_FILE', windows_path(copy))
     copy.unlink()

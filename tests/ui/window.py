@@ -17,6 +17,7 @@ WINE_SERVER = shutil.which('wineserver') or '/usr/lib/wine/wineserver'
 PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a measure
 
 WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH, WM_CLOSE, WM_KEYDOWN, WM_COMMAND = 0x0C, 0x0D, 0x0E, 0x10, 0x100, 0x111
+WM_DROPFILES = 0x233
 BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL = 0xF5, 0x18B, 0x146, 0x147
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
@@ -24,6 +25,8 @@ VK_HOME = 0x24
 CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 259
 OK, CANCEL, YES, NO = 1, 2, 6, 7
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
+MEM_COMMIT, PAGE_READWRITE = 0x1000, 4
+MENUS = ['&File', '&Edit', 'Repa&ir', '&Help']
 NOWHERE = 0x10  # below the first page that any program has
 PROGRAM = 'Tolvane for Access'
 
@@ -349,6 +352,20 @@ class Program:
     def fail(self):
         """Makes it jump to where nothing is, in a thread of its own."""
         expect(self.session.call('CreateRemoteThread', self.process, 0, 0, NOWHERE, 0, 0, 0)[0] != 0, True, 'a thread')
+
+    def drop(self, path):
+        """A file on the window. The list of files lies in the program's memory, as the system puts it there."""
+        files = struct.pack('<5I', 20, 0, 0, 0, 1) + (path + '\0\0').encode('utf-16le')
+        memory = self.session.call('VirtualAllocEx', self.process, 0, len(files), MEM_COMMIT, PAGE_READWRITE)[0]
+        self.session.call('WriteProcessMemory', self.process, memory, files, len(files), 0)
+        self.frame.post(WM_DROPFILES, memory)
+
+    def check_access_keys(self):
+        """No two menus, labels and buttons of the page share a key."""
+        controls = self.view.children('Static') + self.view.children('Button')
+        texts = MENUS + [control.text() for control in controls if control.is_shown()]
+        keys = sorted(key.upper() for text in texts for key in re.findall(r'&(\w)', text))
+        expect(keys, sorted(set(keys)), 'access keys')
 
     def shoot(self, path, dialog=None):
         """A picture of the window, or of a dialog over it."""

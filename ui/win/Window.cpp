@@ -96,12 +96,6 @@ LRESULT CALLBACK CWnd::ControlProcedure(HWND, UINT message, WPARAM wParam, LPARA
   return reinterpret_cast<CWnd*>(self)->OnMessage(message, wParam, lParam);
 }
 
-std::wstring LoadText(UINT identifier) {
-  const wchar_t* text = nullptr;  // points into the program's resources
-  const int length = LoadStringW(GetModuleHandleW(nullptr), identifier, reinterpret_cast<wchar_t*>(&text), 0);
-  return {text, static_cast<size_t>(length)};
-}
-
 void DispatchPaintMessages() {
   MSG message;
   while (PeekMessageW(&message, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE)) DispatchMessageW(&message);

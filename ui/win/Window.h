@@ -65,9 +65,6 @@ class CWnd {
   bool m_isSubclassed = false;
 };
 
-// Wide text for the system's functions, and back.
-std::wstring LoadText(UINT identifier);
-
 // Dispatches the paint messages that wait and no others.
 void DispatchPaintMessages();
 
