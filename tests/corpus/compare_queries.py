@@ -69,7 +69,7 @@ def compare_output(verdict, ours, before, repaired, after):
             continue
         compare_query(verdict, 'output', repaired[name], after[name])
         # Only what the rebuilt statement leaves out may differ between the two sides of the other reader.
-        statements.compare_views(statements.shown_view(after[name]), statements.shown_view(before[name]),
+        statements.compare_views(statements.view(after[name]), statements.view(before[name]),
                                  saved[name]['kind'], lambda rule: None,
                                  lambda text: verdict.error('output: %s: %s' % (name, text)))
 
