@@ -18,29 +18,6 @@ constexpr uint16_t kJet3Mark = 0x4356;  // "VC" where Jet 4 counts free bytes
 // Behind the sort order of a column: Jet 4 its version, Jet 3 the code page.
 constexpr size_t kSortVersionBehind = 3, kCodePageBehind = 2;
 
-// Bytes of the types that have one length; 0 for the others.
-constexpr uint16_t LengthOfType(uint8_t type) {
-  switch (type) {
-    case kTypeBoolean:
-    case kTypeByte:
-      return 1;
-    case kTypeInteger:
-      return 2;
-    case kTypeLong:
-    case kTypeSingle:
-    case kTypeComplex:
-      return 4;
-    case kTypeCurrency:
-    case kTypeDouble:
-    case kTypeDate:
-      return 8;
-    case kTypeGuid:
-      return 16;
-    default:
-      return 0;
-  }
-}
-
 }  // namespace
 
 std::string MakeStoredNameKey(const CCheckedFile& file, std::span<const uint8_t> stored) {
@@ -319,7 +296,8 @@ void CDefinitionCheck::CheckColumns(const SCheckedTable& table) {
       Error("C13", Say(u"column ", column.name,
                        column.hasMaps ? u" has maps of long values, but holds none"
                                       : u" has no maps of its long values"));
-    const uint16_t length = LengthOfType(column.type);
+    // Decimals of few digits state fewer bytes than their values have.
+    const uint16_t length = column.type == kTypeDecimal ? uint16_t{0} : LengthOfType(column.type);
     if (length != 0 && column.length != length && !column.IsCalculated())
       Error("C18", Say(u"column ", column.name, u" of type ", column.type, u" has length ", column.length));
   }

@@ -18,28 +18,10 @@ namespace {
 constexpr size_t kDecimalBytes = 17;
 constexpr size_t kDecimalLowWords = 8;
 
-// How many bytes a value of a type has; 0 where the column or the value itself tells.
+// How many bytes a value of a type has; 0 where the column or the value itself tells, or the text of the
+// value does not depend on them.
 size_t WidthOf(uint8_t type) {
-  switch (type) {
-    case kTypeByte:
-      return 1;
-    case kTypeInteger:
-      return 2;
-    case kTypeLong:
-    case kTypeSingle:
-    case kTypeComplex:
-      return 4;
-    case kTypeCurrency:
-    case kTypeDouble:
-    case kTypeDate:
-      return 8;
-    case kTypeGuid:
-      return CDataConversion::kGuidBytes;
-    case kTypeDecimal:
-      return kDecimalBytes;
-    default:
-      return 0;
-  }
+  return type == kTypeBoolean || type > kTypeComplex ? 0 : LengthOfType(type);
 }
 
 class CMemoSink : public CLongValueSink {

@@ -32,6 +32,35 @@ constexpr bool IsLongValueType(uint8_t type) {
   return type == kTypeOle || type == kTypeMemo;
 }
 
+// Bytes of a value of the types that have one length; 0 for the others. In rows a boolean takes none: it
+// lives in the null mask.
+constexpr uint16_t LengthOfType(uint8_t type) {
+  switch (type) {
+    case kTypeBoolean:
+    case kTypeByte:
+      return 1;
+    case kTypeInteger:
+      return 2;
+    case kTypeLong:
+    case kTypeSingle:
+    case kTypeComplex:
+      return 4;
+    case kTypeCurrency:
+    case kTypeDouble:
+    case kTypeDate:
+    case kTypeBigInt:
+      return 8;
+    case kTypeGuid:
+      return 16;
+    case kTypeDecimal:
+      return 17;
+    case kTypeExtendedDate:
+      return 42;
+    default:
+      return 0;
+  }
+}
+
 // The flag byte.
 inline constexpr uint8_t kColumnFixed = 0x01;  // stored in the row's fixed area
 inline constexpr uint8_t kColumnUpdatable = 0x02;

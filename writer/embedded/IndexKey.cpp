@@ -34,13 +34,10 @@ constexpr std::array<uint8_t, kGuidLength> kGuidDisplayOrder = {3, 2, 1,  0,  5,
                                                                 8, 9, 10, 11, 12, 13, 14, 15};
 
 // Numeric values: sign byte (80 negative), then four little-endian dwords, the most significant first.
-constexpr size_t kNumericLength = 17;
 constexpr size_t kNumericDwords = 4;
 constexpr uint8_t kNumericStoredNegative = 0x80;
 constexpr uint8_t kNumericKeyPositive = 0xFF;
 constexpr uint8_t kNumericKeyNegative = 0x00;
-
-constexpr size_t kExtendedDateLength = 42;
 
 constexpr uint16_t kGeneralSortOrder = 0x0409;
 constexpr uint8_t kGeneralLegacyVersion = 0;
@@ -120,34 +117,6 @@ bool AppendText(const SIndexKeyFormat& format, Bytes value, EKeyOrder order, std
   return format.sortVersion == kGeneralLegacyVersion && AppendJet4TextKey(value, order, key);
 }
 
-// Length that a value of the type must have; 0 = any.
-constexpr size_t StorageLength(uint8_t type) {
-  switch (type) {
-    case kTypeBoolean:
-    case kTypeByte:
-      return 1;
-    case kTypeInteger:
-      return 2;
-    case kTypeLong:
-    case kTypeComplex:
-    case kTypeSingle:
-      return 4;
-    case kTypeCurrency:
-    case kTypeBigInt:
-    case kTypeDouble:
-    case kTypeDate:
-      return 8;
-    case kTypeGuid:
-      return kGuidLength;
-    case kTypeDecimal:
-      return kNumericLength;
-    case kTypeExtendedDate:
-      return kExtendedDateLength;
-    default:
-      return 0;
-  }
-}
-
 // Types that came with Jet 4 or ACE do not occur in older files.
 constexpr bool HasKeys(EIndexVersion version, uint8_t type) {
   switch (type) {
@@ -214,7 +183,7 @@ bool AppendIndexKey(const SIndexKeyFormat& format, uint8_t type, bool ascending,
     key.push_back(flags.null);
     return true;
   }
-  const size_t length = StorageLength(type);
+  const size_t length = LengthOfType(type);
   if (length != 0 && storageBytes->size() != length) return false;
   const size_t start = key.size();
   key.push_back(flags.value);

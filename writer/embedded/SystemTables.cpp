@@ -90,22 +90,8 @@ constexpr SSystemAce kAces[] = {{kObjectsPage, EAccount::User, 0x60000, false},
                                 {kContainerRelationships, EAccount::Users, 0xFFFFF, true}};
 
 uint16_t LengthOf(const SEmbeddedLayout& layout, uint8_t type) {
-  switch (type) {
-    case kTypeBoolean:
-    case kTypeByte:
-      return 1;
-    case kTypeInteger:
-      return 2;
-    case kTypeLong:
-      return 4;
-    case kTypeDate:
-      return 8;
-    case kTypeText:
-    case kTypeBinary:
-      return static_cast<uint16_t>(kMaxTextLength * layout.text.unitSize);
-    default:
-      return 0;
-  }
+  const bool isShort = type == kTypeText || type == kTypeBinary;
+  return isShort ? static_cast<uint16_t>(kMaxTextLength * layout.text.unitSize) : LengthOfType(type);
 }
 
 bool IsVariable(uint8_t type) {
