@@ -46,6 +46,7 @@ struct SCheckedRealIndex {
   std::vector<SCheckedIndexPart> parts;
   uint32_t map = 0, root = 0;
   uint8_t flags = 0;
+  bool isProven = false;  // once it was checked: it breaks no rule
 
   [[nodiscard]] bool Has(uint8_t flag) const { return (flags & flag) != 0; }
 };

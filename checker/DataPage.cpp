@@ -45,4 +45,24 @@ void CDataPage::CheckSlots(CFindings& findings, uint32_t number) const {
     findings.Error("D4", {number}, Say(u"the page states ", stored, u" free bytes and has ", expected));
 }
 
+bool CRowReader::Read(uint32_t page, uint32_t row, uint32_t owner, std::span<const uint8_t>& bytes) {
+  SSlot slot;
+  if (!m_page.Load(page) || !CDataPage(m_file.GetLayout(), m_page.GetBytes()).GetSlot(row, slot))
+    return false;
+  bytes = slot.bytes;
+  return slot.flags != kRowMoved ||
+         (bytes.size() >= 4 && ReadBody(GetLittle<uint32_t>(bytes, 0), owner, bytes));
+}
+
+bool CRowReader::ReadBody(uint32_t pointer, uint32_t owner, std::span<const uint8_t>& bytes) {
+  if (!m_bodyPage.Load(PageOfPointer(pointer))) return false;
+  const CDataPage data(m_file.GetLayout(), m_bodyPage.GetBytes());
+  SSlot slot;
+  if (!data.IsDataPage() || data.GetOwner() != owner || !data.GetSlot(RowOfPointer(pointer), slot) ||
+      slot.flags != kRowHidden)
+    return false;
+  bytes = slot.bytes;
+  return true;
+}
+
 }  // namespace tolvane

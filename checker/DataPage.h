@@ -49,4 +49,20 @@ class CDataPage {
   const std::span<const uint8_t> m_page;
 };
 
+// Reads rows by their place.
+class CRowReader {
+ public:
+  explicit CRowReader(CCheckedFile& file) : m_file(file), m_page(file), m_bodyPage(file) {}
+
+  // The row that indexes name by this slot, wherever it has moved. False when there is none. The bytes stay
+  // until the next call.
+  bool Read(uint32_t page, uint32_t row, uint32_t owner, std::span<const uint8_t>& bytes);
+  // The body of a moved row of the table with this definition page.
+  bool ReadBody(uint32_t pointer, uint32_t owner, std::span<const uint8_t>& bytes);
+
+ private:
+  CCheckedFile& m_file;
+  CPageBuffer m_page, m_bodyPage;
+};
+
 }  // namespace tolvane

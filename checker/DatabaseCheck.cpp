@@ -69,12 +69,12 @@ class CDatabaseCheck {
     if (object.id >= m_context.file.GetPageCount())
       m_context.findings.Error("B4", object.place, Say(u"there is no definition page ", object.id));
     else if (m_table.Open(object.id)) {
-      m_relations.AddTable(object, m_table.GetTable());
       m_complexColumns.AddTable(object, m_table.GetTable());
       const bool isListOfComplex = CComplexCheck::IsComplexColumns(object);
       Finish([&](const CRowView& row, SPlace place) {
         if (isListOfComplex) m_complexColumns.AddRow(row, place);
       });
+      m_relations.AddTable(object, m_table.GetTable());
     }
   }
 

@@ -15,6 +15,7 @@ void CFindings::Add(ESeverity severity, std::string_view rule, SPlace place, std
   if (count.errors + count.doubts < m_keptPerRule)
     m_findings.push_back({severity, rule, place, m_table, std::move(text)});
   (severity == ESeverity::Error ? count.errors : count.doubts)++;
+  if (severity == ESeverity::Error) m_errors++;
 }
 
 void CFindings::Note(std::u16string text) {

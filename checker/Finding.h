@@ -53,6 +53,7 @@ class CFindings {
   // What was not looked at, and why; each text once.
   void Note(std::u16string text);
 
+  [[nodiscard]] uint64_t CountErrors() const { return m_errors; }
   [[nodiscard]] const std::vector<SFinding>& GetFindings() const { return m_findings; }
   [[nodiscard]] const std::map<std::string_view, SRuleCount>& GetCounts() const { return m_counts; }
   [[nodiscard]] const std::vector<std::u16string>& GetNotes() const { return m_notes; }
@@ -64,6 +65,7 @@ class CFindings {
   std::u16string m_table;
   std::vector<SFinding> m_findings;
   std::map<std::string_view, SRuleCount> m_counts;
+  uint64_t m_errors = 0;
   std::vector<std::u16string> m_notes;
 };
 

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <utility>
 
+#include "checker/DataPage.h"
 #include "checker/SystemRow.h"
+#include "writer/embedded/IndexCursor.h"
 #include "writer/embedded/SystemTables.h"
 
 namespace tolvane {
@@ -13,6 +15,7 @@ namespace {
 
 constexpr uint32_t kNotEnforced = 0x2, kCascadeUpdates = 0x100, kCascadeDeletes = 0x1000;
 constexpr size_t kMostPairs = 100'000, kMostSides = 100'000;
+constexpr uint16_t kDescendingForm = 0x100;
 
 }  // namespace
 
@@ -63,14 +66,36 @@ void CRelationCheck::AddTable(const SCheckedObject& object, const SCheckedTable&
 
 CRelationCheck::SSide CRelationCheck::MakeSide(const SCheckedObject& object, const SCheckedTable& table,
                                                const SCheckedLogicalIndex& index) {
-  SSide side{index.name,           index.nameKey,      table.page, index.number,
-             index.partnerTable,   index.partnerIndex, index.side, index.cascadeUpdates,
-             index.cascadeDeletes, object.nameKey,     {},         false};
+  SSide side{.name = index.name,
+             .nameKey = index.nameKey,
+             .page = table.page,
+             .number = index.number,
+             .partnerPage = index.partnerTable,
+             .partnerNumber = index.partnerIndex,
+             .side = index.side,
+             .cascadeUpdates = index.cascadeUpdates,
+             .cascadeDeletes = index.cascadeDeletes,
+             .table = object.name,
+             .tableKey = object.nameKey};
   if (index.realIndex >= table.realIndexes.size()) return side;  // a finding of its own
   const SCheckedRealIndex& real = table.realIndexes[index.realIndex];
-  for (const SCheckedIndexPart& part : real.parts) side.columns.push_back(part.column->nameKey);
+  for (const SCheckedIndexPart& part : real.parts)
+    if (part.column != nullptr) side.parts.push_back(MakePart(part));  // else told before
+  side.root = real.root;
   side.isUnique = real.Has(kIndexUnique);
+  side.isProven = real.isProven;
   return side;
+}
+
+CRelationCheck::SPart CRelationCheck::MakePart(const SCheckedIndexPart& part) {
+  const SCheckedColumn& column = *part.column;
+  SPart made{column.nameKey, column.number, column.type != kTypeBoolean};
+  made.form = {static_cast<uint16_t>(part.ascending ? column.type : column.type | kDescendingForm)};
+  if (column.type == kTypeText || column.type == kTypeMemo)
+    made.form = {made.form[0], column.sortOrder, column.sortVersion, column.codePage};
+  else if (column.type == kTypeDecimal)
+    made.form[1] = column.sortOrder;  // in its place are precision and scale
+  return made;
 }
 
 void CRelationCheck::AddLinkedTable(const SCheckedObject& object) {
@@ -147,17 +172,64 @@ void CRelationCheck::CheckColumns(const std::vector<size_t>& pairs, const SSide&
   const SSide& primary = found->second;
   std::set<std::pair<std::string_view, std::string_view>> wanted, indexed;
   for (const size_t i : pairs) wanted.insert({m_pairs[i].column, m_pairs[i].referencedColumn});
-  for (size_t i = 0; i < std::min(foreign.columns.size(), primary.columns.size()); i++)
-    indexed.insert({foreign.columns[i], primary.columns[i]});
+  for (size_t i = 0; i < std::min(foreign.parts.size(), primary.parts.size()); i++)
+    indexed.insert({foreign.parts[i].nameKey, primary.parts[i].nameKey});
   const SPair& pair = m_pairs[pairs[0]];
-  if (foreign.tableKey != pair.table || primary.tableKey != pair.referencedTable || wanted != indexed ||
-      foreign.columns.size() != primary.columns.size())
+  const bool isOnColumns = foreign.tableKey == pair.table && primary.tableKey == pair.referencedTable &&
+                           wanted == indexed && foreign.parts.size() == primary.parts.size();
+  if (!isOnColumns)
     m_context.findings.Error("G6", {foreign.page},
                              Say(u"the indexes of relationship ", pair.name, u" are not on its columns"));
   if (!primary.isUnique)
     m_context.findings.Error(
         "G6", {primary.page},
         Say(u"what relationship ", pair.name, u" refers to is not unique: index ", primary.name));
+  if (isOnColumns) CheckReferences(pair, foreign, primary);
+}
+
+// Indexes that break a rule prove nothing about their rows.
+void CRelationCheck::CheckReferences(const SPair& pair, const SSide& foreign, const SSide& primary) {
+  if (!foreign.isProven || !primary.isProven || m_context.IsStopped()) return;
+  const bool isComparable =
+      std::equal(foreign.parts.begin(), foreign.parts.end(), primary.parts.begin(), primary.parts.end(),
+                 [](const SPart& a, const SPart& b) { return a.form == b.form; });
+  if (!isComparable)
+    m_context.findings.Note(Say(u"The keys of relationship ", pair.name,
+                                u" differ in type, direction or sort order: its rows were not compared."));
+  else if (++m_walks[foreign.root] > kMaxIndexes)
+    m_context.findings.Note(Say(u"Relationships beyond the first ", kMaxIndexes,
+                                u" over one index were not compared with their rows."));
+  else
+    CompareRows(pair, foreign, primary);
+}
+
+void CRelationCheck::CompareRows(const SPair& pair, const SSide& foreign, const SSide& primary) {
+  CCheckedFile& file = m_context.file;
+  const auto readPage = [&file](uint32_t page, std::span<uint8_t> bytes) {
+    return file.Read(page, bytes) ? CDaoResult::Ok() : CDaoResult{EDaoError::DiskError, {}};
+  };
+  CIndexCursor foreignKeys(file.GetLayout(), file.GetPageCount(), foreign.root, readPage),
+      primaryKeys(file.GetLayout(), file.GetPageCount(), primary.root, readPage);
+  CRowReader rows(file);
+  m_context.findings.EnterTable(foreign.table);
+  bool hasNull = false;
+  const CDaoResult result = FindUnmatched(foreignKeys, primaryKeys, [&](uint32_t pointer, bool isNewKey) {
+    const SPlace place{PageOfPointer(pointer), RowOfPointer(pointer)};
+    std::span<const uint8_t> row;
+    if (isNewKey)  // a key that is null in part refers to nothing
+      hasNull = !rows.Read(place.page, place.row, foreign.page, row) ||
+                std::any_of(foreign.parts.begin(), foreign.parts.end(), [&](const SPart& part) {
+                  return part.mayBeNull && !CRowView::HasValue(file.GetLayout(), row, part.number);
+                });
+    if (!hasNull)
+      m_context.findings.Error(
+          "G7", place,
+          Say(u"the row refers to no row of table ", primary.table, u" (relationship ", pair.name, u")"));
+    return !m_context.IsStopped();
+  });
+  m_context.findings.EnterTable({});
+  if (!result.IsOk())
+    m_context.findings.Note(Say(u"The rows of relationship ", pair.name, u" could not be compared."));
 }
 
 // The two sides name each other and agree.

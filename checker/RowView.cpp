@@ -94,6 +94,14 @@ std::optional<std::span<const uint8_t>> CRowView::Get(const SCheckedColumn& colu
   return m_row.subspan(start, m_offsets[size_t{column.variableIndex} + 1] - start);
 }
 
+bool CRowView::HasValue(const SEmbeddedLayout& layout, std::span<const uint8_t> row, uint16_t number) {
+  const size_t width = layout.row.countSize;
+  if (row.size() < width) return false;
+  const size_t columns = width == 1 ? row[0] : GetLittle<uint16_t>(row, 0), maskSize = (columns + 7) / 8;
+  if (number >= columns || row.size() < width + maskSize) return false;
+  return (row[row.size() - maskSize + number / 8] >> (number % 8) & 1) != 0;
+}
+
 std::optional<std::span<const uint8_t>> CRowView::Get(uint16_t number) const {
   const SCheckedColumn* column = m_table.FindColumn(number);
   return column == nullptr ? std::nullopt : Get(*column);

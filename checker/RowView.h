@@ -32,6 +32,9 @@ class CRowView {
 
   [[nodiscard]] const SCheckedTable& GetTable() const { return m_table; }
 
+  // Whether the row says that it has a value in the column, for rows of a table that is not at hand.
+  static bool HasValue(const SEmbeddedLayout& layout, std::span<const uint8_t> row, uint16_t number);
+
  private:
   [[nodiscard]] bool IsPresent(uint16_t number) const {
     return number < m_columns && (m_row[m_maskAt + number / 8] >> (number % 8) & 1) != 0;

@@ -93,21 +93,10 @@ void CTableCheck::CheckPage(uint32_t page, const RowVisitor& visit) {
   }
 }
 
-bool CTableCheck::FindBody(uint32_t pointer, std::span<const uint8_t>& body) {
-  if (!m_bodyPage.Load(PageOfPointer(pointer))) return false;
-  const CDataPage data(m_context.file.GetLayout(), m_bodyPage.GetBytes());
-  SSlot slot;
-  if (!data.IsDataPage() || data.GetOwner() != m_table->page || !data.GetSlot(RowOfPointer(pointer), slot) ||
-      slot.flags != kRowHidden)
-    return false;
-  body = slot.bytes;
-  return true;
-}
-
 bool CTableCheck::FollowPointer(std::span<const uint8_t> pointer, SPlace place,
                                 std::span<const uint8_t>& body) {
   const uint32_t target = pointer.size() < 4 ? 0 : GetLittle<uint32_t>(pointer, 0);
-  if (!FindBody(target, body)) {
+  if (!m_rows.ReadBody(target, m_table->page, body)) {
     m_context.findings.Error("R2", place,
                              Say(u"the row has moved to page ", PageOfPointer(target), u" row ",
                                  RowOfPointer(target), u", which is no such row"));
@@ -180,12 +169,8 @@ void CTableCheck::AddToIndexes(SPlace place) {
 }
 
 bool CTableCheck::ReadRow(uint32_t page, uint32_t row, const CRowView*& view) {
-  if (!m_page.Load(page)) return false;
-  SSlot slot;
-  if (!CDataPage(m_context.file.GetLayout(), m_page.GetBytes()).GetSlot(row, slot)) return false;
-  std::span<const uint8_t> bytes = slot.bytes;
-  if (slot.flags == kRowMoved && (bytes.size() < 4 || !FindBody(GetLittle<uint32_t>(bytes, 0), bytes)))
-    return false;
+  std::span<const uint8_t> bytes;
+  if (!m_rows.Read(page, row, m_table->page, bytes)) return false;
   view = m_row.get();
   return m_row->Frame(bytes, m_problem);
 }
@@ -194,9 +179,12 @@ void CTableCheck::CheckIndexes() {
   const RowReader reader = [this](uint32_t page, uint32_t row, const CRowView*& view) {
     return ReadRow(page, row, view);
   };
-  for (size_t i = 0; i < m_keys.size(); i++)
+  for (size_t i = 0; i < m_keys.size(); i++) {
+    const uint64_t before = m_context.findings.CountErrors();
     CIndexCheck(m_context, m_usage, *m_table, m_table->realIndexes[i], *m_keys[i])
         .Check(m_expected[i], reader);
+    m_table->realIndexes[i].isProven = m_context.findings.CountErrors() == before;
+  }
 }
 
 }  // namespace tolvane

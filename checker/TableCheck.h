@@ -29,7 +29,7 @@ class CTableCheck {
         m_definition(context),
         m_longValues(context),
         m_page(context.file),
-        m_bodyPage(context.file) {}
+        m_rows(context.file) {}
 
   // Each row, where the indexes know it to be.
   using RowVisitor = std::function<void(const CRowView& row, SPlace place)>;
@@ -51,14 +51,14 @@ class CTableCheck {
   void CheckText(const SCheckedColumn& column, std::span<const uint8_t> value, SPlace place);
   void AddToIndexes(SPlace place);
   bool FollowPointer(std::span<const uint8_t> pointer, SPlace place, std::span<const uint8_t>& body);
-  bool FindBody(uint32_t pointer, std::span<const uint8_t>& body);
   bool ReadRow(uint32_t page, uint32_t row, const CRowView*& view);
 
   SCheckContext& m_context;
   CUsageCheck& m_usage;
   CDefinitionCheck m_definition;
   CLongValueCheck m_longValues;
-  CPageBuffer m_page, m_bodyPage;
+  CPageBuffer m_page;
+  CRowReader m_rows;
 
   std::unique_ptr<SCheckedTable> m_table;
   std::unique_ptr<CRowView> m_row;

@@ -286,6 +286,7 @@ const SBrokenReal kReal[] = {
     {{"partner of an index", Set(kRelationIndex, 13, 1, 77), {"G3"}}, kRelations},
     {{"index that is referred to", Set(kReferredTo, 0, 1, 0x88), {"E13", "G6"}}, kRelations},
     {{"column of a relationship", Flip(kRelationIndex, 8, 1), {"C14", "G6"}}, kRelations},
+    {{"index of a relationship without its column", Set(At(24, 414), 0, 1, 99), {"C17", "G6"}}, kRelations},
     {{"property blob", Set(At(16, 3944), 0, 1, 'X'), {"P1"}}, kRelations},
     {{"moved row", Set(At(27, 3997), 0, 1, 200), {"C11", "C8", "R2"}}, kMovedRows},
     {{"flat table", Set(kComplexColumn, 6, 1, 2), {"E11", "K1"}}, kComplex},

@@ -47,12 +47,12 @@ uint32_t CIndexCursor::GetRowPointer() const {
 }
 
 CDaoResult CIndexCursor::LoadPage(uint32_t page) {
-  m_bytes.resize(m_file.GetLayout().pageSize);
-  if (page == 0 || page >= m_file.GetPageCount()) return Damaged();
-  if (CDaoResult result = m_file.Read(page, m_bytes); !result.IsOk()) return result;
+  m_bytes.resize(m_layout.pageSize);
+  if (page == 0 || page >= m_pageCount) return Damaged();
+  if (CDaoResult result = m_readPage(page, m_bytes); !result.IsOk()) return result;
   std::u16string problem;
   const bool isIndex = m_bytes[0] == kIndexNodeType || m_bytes[0] == kIndexLeafType;
-  if (!isIndex || !m_page.Parse(m_file.GetLayout().index, m_bytes, problem)) return Damaged();
+  if (!isIndex || !m_page.Parse(m_layout.index, m_bytes, problem)) return Damaged();
   m_isLoaded = true;
   return CDaoResult::Ok();
 }
@@ -77,7 +77,7 @@ CDaoResult CIndexCursor::SkipEmptyPages() {
       m_isAtEnd = true;
       return CDaoResult::Ok();
     }
-    if (++m_pagesRead > m_file.GetPageCount()) return Damaged();
+    if (++m_pagesRead > m_pageCount) return Damaged();
     if (CDaoResult result = LoadPage(m_page.GetNext()); !result.IsOk()) return result;
     if (!m_page.IsLeaf()) return Damaged();
     m_position = 0;
@@ -98,6 +98,30 @@ size_t CIndexCursor::FindEntry(size_t start, std::span<const uint8_t> key) {
   }
   if (start < m_page.GetCount()) m_page.GetEntry(start, m_entry);
   return start;
+}
+
+// Both indexes ascend, so one walk over each is enough.
+CDaoResult FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
+                         const std::function<bool(uint32_t rowPointer, bool isNewKey)>& visit) {
+  std::vector<uint8_t> key;
+  bool isMatched = false;
+  const auto hasKey = [&key](const CIndexCursor& cursor) {
+    return !cursor.IsAtEnd() &&
+           std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end());
+  };
+  CDaoResult result = foreign.Seek({});
+  while (result.IsOk() && !foreign.IsAtEnd()) {
+    const bool isNewKey = !hasKey(foreign);
+    if (isNewKey) {
+      key.assign(foreign.GetKey().begin(), foreign.GetKey().end());
+      result = primary.Seek(key);
+      if (!result.IsOk()) break;
+      isMatched = hasKey(primary);
+    }
+    if (!isMatched && !visit(foreign.GetRowPointer(), isNewKey)) break;
+    result = foreign.Next();
+  }
+  return result;
 }
 
 }  // namespace tolvane

@@ -93,7 +93,6 @@ class CRelationEnforcer {
   CDaoResult FindForeignIndex();
   CDaoResult MakeRoom();
   CDaoResult CheckRows();
-  CDaoResult CheckKey(CIndexCursor& foreign, CIndexCursor& primary);
   CDaoResult AddPair();
   static size_t CountNulls(CTableStore& table, const std::vector<uint16_t>& columns, uint32_t pointer);
   [[nodiscard]] SLogicalIndex MakeSide(uint8_t side) const;
@@ -217,37 +216,23 @@ CDaoResult CRelationEnforcer::FindForeignIndex() {
   return m_foreign.AddIndex(std::move(wanted));
 }
 
-// Both indexes ascend, so one walk over each is enough.
 CDaoResult CRelationEnforcer::CheckRows() {
   CIndexCursor foreign(m_file, ForeignIndex().root);
   CIndexCursor primary(m_file, PrimaryIndex().root);
-  if (CDaoResult result = foreign.Seek({}); !result.IsOk()) return result;
-  while (!foreign.IsAtEnd())
-    if (CDaoResult result = CheckKey(foreign, primary); !result.IsOk()) return result;
-  if (m_orphans == 0) return CDaoResult::Ok();
+  bool hasNull = false;
+  const CDaoResult result = FindUnmatched(foreign, primary, [&](uint32_t pointer, bool isNewKey) {
+    if (isNewKey) hasNull = CountNulls(m_foreign, m_columns.foreign, pointer) != 0;
+    if (hasNull) return true;
+    if (isNewKey && m_orphanRows.size() < kKeysShown) m_orphanRows.push_back(pointer);
+    m_orphans++;
+    return true;
+  });
+  if (!result.IsOk() || m_orphans == 0) return result;
   return {EDaoError::RelatedRecordMissing,
           ToDecimal(m_orphans) + (m_orphans == 1 ? u" record" : u" records") + u" of table \"" +
               m_relation.foreignTable + (m_orphans == 1 ? u"\" refers" : u"\" refer") +
               u" to no record of table \"" + m_relation.table + u"\" (" +
               DescribeKeys(m_file, m_foreign, ForeignIndex(), m_orphanRows, m_orphans) + u")."};
-}
-
-// All records of the foreign table with the present key.
-CDaoResult CRelationEnforcer::CheckKey(CIndexCursor& foreign, CIndexCursor& primary) {
-  const std::vector<uint8_t> key(foreign.GetKey().begin(), foreign.GetKey().end());
-  const uint32_t first = foreign.GetRowPointer();
-  if (CDaoResult result = primary.Seek(key); !result.IsOk()) return result;
-  const auto hasKey = [&key](const CIndexCursor& cursor) {
-    return !cursor.IsAtEnd() &&
-           std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end());
-  };
-  const bool isOrphan = !hasKey(primary) && CountNulls(m_foreign, m_columns.foreign, first) == 0;
-  if (isOrphan && m_orphanRows.size() < kKeysShown) m_orphanRows.push_back(first);
-  while (hasKey(foreign)) {
-    m_orphans += isOrphan ? 1 : 0;
-    if (CDaoResult result = foreign.Next(); !result.IsOk()) return result;
-  }
-  return CDaoResult::Ok();
 }
 
 size_t CRelationEnforcer::CountNulls(CTableStore& table, const std::vector<uint16_t>& columns,
