@@ -60,11 +60,14 @@ TEST(ExitStatus, EveryLossOfSavingIsTold) {
   for (uint64_t SSaveSummary::*count :
        {&SSaveSummary::fieldsDropped, &SSaveSummary::charactersReplaced, &SSaveSummary::columnsLost,
         &SSaveSummary::indexesLost, &SSaveSummary::indexesWeakened, &SSaveSummary::queriesLost,
-        &SSaveSummary::relationsLost, &SSaveSummary::relationsWeakened}) {
+        &SSaveSummary::queriesSkipped, &SSaveSummary::relationsLost, &SSaveSummary::relationsWeakened}) {
     saved = {};
     saved.*count = 1;
     EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Incomplete);
   }
+  saved = {};
+  saved.losses.push_back({u"Orders", 1, 0, u"too large"});
+  EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Incomplete);
   saved.failure = u"full";
   EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Failed);
 }
