@@ -121,10 +121,6 @@ def mdbtools_tables(path):
     return _lines(_mdbtools('mdb-tables', '-1', path))
 
 
-def mdbtools_schema(path):
-    return _lines(_mdbtools('mdb-schema', path, 'postgres')) or []
-
-
 def mdbtools_queries(path):
     """{name: statement} of the saved queries as mdb-queries shows them, or None when it fails."""
     names = _lines(_mdbtools('mdb-queries', '-L', '-1', path))
