@@ -21,10 +21,12 @@ class CQueryStepTest : public CWriterTest {
 };
 
 TEST_F(CQueryStepTest, QueriesAreCreatedBeforeTheRows) {
-  AddQueries({{u"-1", u"a"}, {u"-2", u"x"}, {u"-1", u"b"}, {u"-3", u"h"}}, {{u"First", u"-1", u""},
-                                                                            {u"First", u"-1", u"0"},
-                                                                            {u"make", u"-2", u"80"},
-                                                                            {u"~sq_fForm", u"-3", u"0"}});
+  AddQueries({{u"-1", u"a"}, {u"-2", u"x"}, {u"-1", u"b"}, {u"-3", u"h"}, {u"-4", u"r"}},
+             {{u"First", u"-1", u""},
+              {u"First", u"-1", u"0"},
+              {u"make", u"-2", u"80"},
+              {u"~sq_fForm", u"-3", u"0"},
+              {u"~sq_rReport", u"-4", u"80"}});
   WriteRows(AddTable(u"T", {{u"a"}}), {{u"v"}});
   ASSERT_TRUE(m_writer.Save());
   const std::string open = "open " + ToUtf8(InFolder(u"new.mdb"));

@@ -130,18 +130,20 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
 // Enforcing costs a walk over both tables, so a table is walked no more often than it has room for indexes.
 TEST_F(CRelationStepTest, TriesToEnforceAreBounded) {
   std::vector<Row> rows;
-  rows.reserve(50);
-  for (int i = 0; i < 50; ++i)
-    rows.push_back({u"R" + ToDecimal(i), u"256", u"1", u"0", u"T", u"a", i < 40 ? u"A" : u"B", u"x"});
+  rows.reserve(85);
+  for (int i = 0; i < 85; ++i) {
+    const char16_t* primary = i < 40 ? u"A" : i < 50 ? u"B" : u"Self";
+    rows.push_back({u"R" + ToDecimal(i), u"256", u"1", u"0", i < 50 ? u"T" : u"Self", u"a", primary, u"x"});
+  }
   AddRelations(rows);
-  for (const std::u16string_view name : {u"T", u"A", u"B"}) AddTable(name, {{u"a"}, {u"x"}});
+  for (const std::u16string_view name : {u"T", u"A", u"B", u"Self"}) AddTable(name, {{u"a"}, {u"x"}});
   m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
     const bool isEnforced = line.starts_with("relation") && line.ends_with("=256");
     return isEnforced ? CDaoResult{EDaoError::NoUniqueIndex, u"no"} : CDaoResult::Ok();
   };
   ASSERT_TRUE(m_writer.Save());
-  EXPECT_EQ(Created().size(), 50u + 32u);
-  EXPECT_EQ(Outcome().front(), "3 tables, 50 relations, 50 weakened relations");
+  EXPECT_EQ(Created().size(), 50u + 32u + 35u + 32u);
+  EXPECT_EQ(Outcome().front(), "4 tables, 85 relations, 85 weakened relations");
 }
 
 // Thousands of relationships of nonsense are told once, and cost no more than reading them.

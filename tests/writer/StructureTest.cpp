@@ -222,14 +222,4 @@ TEST_F(CStructureTest, IndexesAreGivenUpBeforeTheTable) {
   EXPECT_EQ(Outcome(), (Lines{"1 tables, 1 lost indexes", "Table \"T\" was saved without its indexes"}));
 }
 
-TEST_F(CStructureTest, AFullDiskEndsTheSave) {
-  AddTable(u"A", {{u"a"}});
-  AddTable(u"B", {{u"a"}});
-  Refuse("append", EDaoError::DiskFull, u"The disk is full.");
-  EXPECT_FALSE(m_writer.Save());
-  EXPECT_EQ(Outcome(), (Lines{"", "failure: The disk is full."}));
-  EXPECT_EQ(m_engine.log.Find("table").size(), 1u);
-  EXPECT_EQ(m_engine.log.calls.back(), "close database");
-}
-
 }  // namespace tolvane
