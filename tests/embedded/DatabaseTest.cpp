@@ -91,7 +91,7 @@ TEST_P(Database, NumbersItselfAndKeepsNumbersThatAreGiven) {
   Create();
   ExpectOk(AddTable(u"T", {kCounter, {u"X", kDaoByte}}));
   OpenTable(u"T");
-  for (const char16_t* id : {u"-", u"10", u"-", u"-5"}) ExpectOk(AddRow({id, u"1"}));
+  for (const char16_t* id : {u"-", u"10", u"-", u"3", u"-5"}) ExpectOk(AddRow({id, u"1"}));
   EXPECT_NE(AddRow({u"77", u"999"}).code, EDaoError::None);
   Reopen();
   ExpectOk(AddRows(u"T", {{u"-", u"1"}}));
@@ -99,7 +99,7 @@ TEST_P(Database, NumbersItselfAndKeepsNumbersThatAreGiven) {
   std::vector<Value> ids;
   for (const auto& row : table.rows) ids.push_back(row[0]);
   EXPECT_EQ(ids, (std::vector<Value>{LittleEndian(1, 4), LittleEndian(10, 4), LittleEndian(11, 4),
-                                     "\xFB\xFF\xFF\xFF", LittleEndian(12, 4)}));
+                                     LittleEndian(3, 4), "\xFB\xFF\xFF\xFF", LittleEndian(12, 4)}));
   EXPECT_EQ(table.autoNumber, 12);
 }
 

@@ -161,6 +161,15 @@ TEST_P(Limits, AFullFileIsStillSound) {
   EXPECT_LE(PageCount(), 200u);
 }
 
+// There is room for its definition and maps, not for its indexes.
+TEST_P(Limits, ATableThatDoesNotFitLeavesNothingBehind) {
+  Create({.maxPages = IsJet3() ? 23u : 22u, .tempFolder = {}});
+  std::vector<CDaoIndexInfo> indexes;
+  for (int i = 0; i < 5; i++) indexes.push_back({.name = u"I" + ToDecimal(i), .fields = {{u"N"}}});
+  EXPECT_EQ(AddTable(u"T", {{u"N", kDaoLong}}, indexes).code, EDaoError::DatabaseTooLarge);
+  EXPECT_EQ(CloseAndRead(u"MSysObjects").rows.size(), 8u);
+}
+
 TEST_F(Jet4Limits, AFailingDiskIsReportedAgainAndAgain) {
   Create();
   ExpectOk(m_database->Close());

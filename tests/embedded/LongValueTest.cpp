@@ -112,6 +112,8 @@ TEST_P(LongValue, PagesOfDiscardedValuesAreUsedAgain) {
     ExpectOk(m_recordset->AddNew());
     ExpectOk(m_recordset->SetFieldValue(1, first));
     EXPECT_EQ(m_recordset->SetFieldValue(1, broken).code, EDaoError::DiskError);
+    EXPECT_EQ(m_recordset->SetFieldValue(0, last).code, EDaoError::InvalidDataType)
+        << "a memo takes no bytes";
     if (i == 1) ExpectOk(m_recordset->SetFieldValue(1, last));
     if (i <= 1) ExpectOk(m_recordset->Update());
   }
@@ -132,13 +134,6 @@ TEST_P(LongValue, SharesPagesOverSessions) {
   const SStoredTable table = CloseAndRead(u"T");
   EXPECT_EQ(table.columns[1].ownedPages.GetCount(), 1u);
   EXPECT_EQ(table.rows[3][1], CPatternSource::Expected(450));
-}
-
-TEST_P(LongValue, OnlyLongBinaryFieldsTakeBytes) {
-  CreateTable();
-  CPatternSource source(10);
-  ExpectOk(m_recordset->AddNew());
-  EXPECT_EQ(m_recordset->SetFieldValue(0, source).code, EDaoError::InvalidDataType);
 }
 
 // Engines move long values out of a record that would be too long otherwise.
