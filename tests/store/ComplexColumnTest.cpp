@@ -79,10 +79,6 @@ TEST_F(ComplexColumn, RecordsFindTheirColumnsAndAnIncompleteOneIsDropped) {
   CMSysComplexColumns records;
   ASSERT_TRUE(records.Load(DataPath(1)));
   ASSERT_EQ(records.GetCount(), 6U);
-  EXPECT_EQ(records.GetAt(0)->columnName, u"Colours");
-  EXPECT_EQ(records.GetAt(0)->complexId, u"3");
-  EXPECT_EQ(records.GetAt(6), nullptr);
-
   CAccessTableList tables;
   CAccessTable& table = tables.AddTable(109 * 4096);
   AddColumn(table, kTypeLong, u"number").misc = 3;  // no complex column
@@ -95,19 +91,13 @@ TEST_F(ComplexColumn, RecordsFindTheirColumnsAndAnIncompleteOneIsDropped) {
 
   ASSERT_TRUE(records.Load(DataPath(404)));
   EXPECT_EQ(records.GetCount(), 0U);
-}
-
-TEST_F(ComplexColumn, TooManyRecordsAreReported) {
-  Bytes bytes((CMSysComplexColumns::kMaximumRecords + 1) * 5 * 4);  // as many records of five counts of 0
-  WriteFileBytes(DataPath(1), bytes);
-  CMSysComplexColumns records;
-  EXPECT_FALSE(records.Load(DataPath(1)));
-  EXPECT_EQ(records.GetProblem(), u"list too long");
-  EXPECT_EQ(records.GetCount(), CMSysComplexColumns::kMaximumRecords);
-  bytes.resize(bytes.size() - 20);
-  WriteFileBytes(DataPath(1), bytes);
-  EXPECT_TRUE(records.Load(DataPath(1)));
-  EXPECT_EQ(records.GetProblem(), u"");
+  // As many records as are taken, of five counts of 0, and then one more.
+  for (const size_t more : {size_t{0}, size_t{1}}) {
+    WriteFileBytes(DataPath(1), Bytes((CMSysComplexColumns::kMaximumRecords + more) * 5 * 4));
+    EXPECT_EQ(records.Load(DataPath(1)), more == 0);
+    EXPECT_EQ(records.GetProblem(), more == 0 ? u"" : u"list too long");
+    EXPECT_EQ(records.GetCount(), CMSysComplexColumns::kMaximumRecords);
+  }
 }
 
 }  // namespace

@@ -83,21 +83,6 @@ TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
   EXPECT_FALSE(FileExists(InFolder(u"5")));
 }
 
-TEST_F(DataFile, ReadersSeeWhatWasWrittenSoFar) {
-  CAccessTableDataFile file;
-  ASSERT_TRUE(file.CreateDataFile(9));
-  file.WriteValue(std::u16string(300'000, u'x'));
-  CValueStream stream;
-  ASSERT_TRUE(stream.Open(DataPath(9)));
-  file.WriteValue(u"later");
-  file.CloseDataFile();
-  uint32_t count = 0;
-  std::u16string text;
-  ASSERT_TRUE(stream.ReadCount(count));
-  EXPECT_FALSE(stream.ReadText(count, text)) << "its end was not written when the stream was opened";
-  EXPECT_TRUE(stream.IsAtEnd());
-}
-
 TEST_F(DataFile, TheOleListHoldsTheFirstHalfOfEachPathAndTakesWhatThatNames) {
   CAccessTableDataFile file;
   file.AppendOleFileName(u"C:\\a.Ole");

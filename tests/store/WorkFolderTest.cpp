@@ -16,26 +16,19 @@ class WorkFolder : public CStoreTest {};
 
 TEST_F(WorkFolder, PathsEndWithTheSeparator) {
   const std::u16string before = GetWorkFolder();
-  SetWorkFolder(u"somewhere");
-  EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
-  EXPECT_EQ(CFileNameManager().GetDataFilePath(40960), u"somewhere" + kSeparator + u"40960");
-  SetWorkFolder(u"somewhere" + kSeparator);
-  EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
+  for (const std::u16string& folder : {std::u16string(u"somewhere"), u"somewhere" + kSeparator}) {
+    SetWorkFolder(folder);
+    EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
+    EXPECT_EQ(CFileNameManager().GetDataFilePath(40960), u"somewhere" + kSeparator + u"40960");
+  }
   SetWorkFolder({});
   EXPECT_EQ(GetWorkFolder(), GetExecutableFolder() + u"TolvaneforAccess" + kSeparator);
   SetWorkFolder(before);
 }
 
-TEST_F(WorkFolder, CreateFolderPathCreatesEachLevelOnce) {
-  const std::u16string path = InFolder(u"one") + kSeparator + u"two \u4E09" + kSeparator;
-  for (const std::u16string& folder : {path, path + kSeparator + u"four", std::u16string()})
-    CFileNameManager().CreateFolderPath(folder);
-  EXPECT_EQ(GetFileKind(path + u"four"), EFileKind::Folder);
-}
-
 TEST_F(WorkFolder, ARunFolderIsUsedWhileItLivesAndLeavesNothing) {
   const std::u16string outer = GetWorkFolder();
-  const std::u16string base = InFolder(u"base") + kSeparator + u"deeper";
+  const std::u16string base = InFolder(u"base") + kSeparator + u"two \u4E09";
   {
     CRunFolder first;
     CRunFolder second;
@@ -67,26 +60,24 @@ TEST_F(WorkFolder, AFileInTheWayIsAProblemThatNamesIt) {
 }
 
 TEST_F(WorkFolder, OnlyFoldersOfEndedRunsAreStale) {
-  const std::u16string alive = u"run-" + ToDecimal(GetProcessNumber()) + u"-0123456789abcdef";
-  const std::vector<std::u16string> kept{
-      alive,
-      u"run-4000000000",                   // no random part
-      u"run-4000000000-0123456789abcde",   // one digit short
-      u"run-4000000000-0123456789abcdeg",  // no hexadecimal digit
-      u"run-4x00000000-0123456789abcdef",  //
-      u"run--0123456789abcdef",            //
+  const std::u16string stale = InFolder(u"run-4000000000-0123456789abcdef");
+  std::vector<std::u16string> kept{
+      u"run-" + ToDecimal(GetProcessNumber()) + u"-0123456789abcdef",  // of this run
+      u"run-4000000000",                                               // no random part
+      u"run-4000000000-0123456789abcde",                               // one digit short
+      u"run-4000000000-0123456789abcdeg",                              // no hexadecimal digit
+      u"run-4x00000000-0123456789abcdef",
+      u"run--0123456789abcdef",
       u"run-99999999999999999999-0123456789abcdef",
       u"my run-4000000000-0123456789abcdef",
+      u"precious",
   };
   for (const std::u16string& name : kept) ASSERT_TRUE(CreateFolder(InFolder(name)));
-  const std::u16string stale = InFolder(u"run-4000000000-0123456789abcdef");
   ASSERT_TRUE(CreateFolder(stale));
-  WriteFileBytes(stale + kSeparator + u"4096", {1});
-  WriteFileBytes(InFolder(u"run-4000000000-fedcba9876543210"), {1});  // a file of a user
-
-  // A link to a folder that is not ours.
-  ASSERT_TRUE(CreateFolder(InFolder(u"precious")));
-  WriteFileBytes(InFolder(u"precious") + kSeparator + u"file", {1});
+  // What a user might have: a file of such a name, and a link to a folder that is not ours.
+  kept.insert(kept.end(), {u"run-4000000000-fedcba9876543210", u"precious" + kSeparator + u"file"});
+  for (const std::u16string& file : {stale + kSeparator + u"4096", InFolder(kept[9]), InFolder(kept[10])})
+    WriteFileBytes(file, {1});
   std::error_code noLink;
   std::filesystem::create_directory_symlink(
       std::filesystem::path(InFolder(u"precious")),
@@ -95,8 +86,6 @@ TEST_F(WorkFolder, OnlyFoldersOfEndedRunsAreStale) {
   CRunFolder::RemoveStale(InFolder(u""));
   EXPECT_FALSE(FileExists(stale));
   for (const std::u16string& name : kept) EXPECT_TRUE(FileExists(InFolder(name))) << ToUtf8(name);
-  EXPECT_TRUE(FileExists(InFolder(u"run-4000000000-fedcba9876543210")));
-  EXPECT_TRUE(FileExists(InFolder(u"precious") + kSeparator + u"file"));
 }
 
 }  // namespace

@@ -1,12 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "model/AccessColumn.h"
+#include "model/AccessData.h"
 #include "model/MSysComplexColumnsData.h"
+#include "platform/Files.h"
+#include "store/AccessTableDataFile.h"
+#include "store/FileNameManager.h"
+#include "store/WorkFolder.h"
 
 namespace tolvane {
 namespace {
@@ -77,7 +82,66 @@ TEST(Column, NameEndsAtItsFirstZeroUnitOrAfter255Units) {
   column.SetName(std::u16string_view(u"ab\0cd", 5));
   EXPECT_EQ(column.GetName(), u"ab");
   EXPECT_EQ(column.name[3], u'c');
-  EXPECT_EQ(column.name[5], u'\0') << "the longer name before must not show";
+  EXPECT_EQ(column.name[254], u'\0') << "the longer name before must not show";
+}
+
+class Tables : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(m_folder.Create(GetTempFolder())); }
+
+  // An empty data file, as a table without rows has one.
+  std::u16string MakeDataFile(uint64_t key) {
+    CAccessTableDataFile file;
+    EXPECT_TRUE(file.CreateDataFile(key));
+    return file.GetPath();
+  }
+
+ private:
+  CRunFolder m_folder;
+};
+
+TEST_F(Tables, TheFirstOfTwoTablesWithOneOffsetCountsUntilItGoesWithItsFile) {
+  CAccessTableList tables;
+  CAccessTable& first = tables.AddTable(0x2000);
+  CAccessTable& second = tables.AddTable(0x2000);
+  EXPECT_TRUE(tables.CreditDataPage(0x9000, 0x2000));
+  EXPECT_FALSE(tables.CreditDataPage(0x9000, 0x2001));
+  EXPECT_EQ(first.dataPages.GetCount(), 1U);
+  EXPECT_EQ(second.dataPages.GetCount(), 0U);
+
+  const std::u16string dataFile = MakeDataFile(0x2000);
+  EXPECT_FALSE(tables.Mark(0x3000, 0));
+  EXPECT_TRUE(tables.Mark(0x2000, 0));
+  tables.RemoveUnmarked();
+  EXPECT_EQ(tables.FindTable(0x2000), &second);
+  EXPECT_FALSE(FileExists(dataFile));
+}
+
+TEST_F(Tables, KeyAndPageTexts) {
+  CAccessTableList tables;
+  tables.AddTable(0x1800);
+  CAccessTable& table = tables.AddTable(0x4B000);
+  EXPECT_EQ(table.GetKeyText(), u"75");
+  EXPECT_EQ(table.GetPageText(4096), u"75");
+  EXPECT_EQ(table.GetPageText(2048), u"150");
+  EXPECT_EQ(tables.GetAt(0)->GetKeyText(), u"1") << "4096 bytes count for the smaller pages too";
+  EXPECT_EQ(tables.GetAt(0)->GetPageText(2048), u"3");
+  EXPECT_TRUE(tables.SetNameByKey(u"75", u"Orders"));
+  EXPECT_FALSE(tables.SetNameByKey(u"075", u"No"));
+  EXPECT_EQ(table.name, u"Orders");
+}
+
+TEST_F(Tables, ADiscardedRunTakesItsFilesWithIt) {
+  const std::u16string dataFile = MakeDataFile(0x6000);
+  CAccessTableDataFile().AppendOleFileName(u"x");
+  const std::u16string list = CFileNameManager().GetOleListPath();
+  auto data = std::make_unique<CAccessData>();
+  data->GetTables().AddTable(0x6000);
+  EXPECT_TRUE(FileExists(dataFile));
+  EXPECT_TRUE(FileExists(list));
+  data.reset();
+  EXPECT_FALSE(FileExists(dataFile));
+  EXPECT_FALSE(FileExists(list));
 }
 
 }  // namespace
