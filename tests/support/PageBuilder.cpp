@@ -32,9 +32,9 @@ Bytes MakeColumn(const SColumnSpec& column, const SJetLayout& layout) {
   const SColumnLayout& at = layout.column;
   CPageBytes bytes(at.size);
   bytes.Put8(0, column.type).Put16(at.number, column.number).Put16(at.variableIndex, column.variableIndex);
-  bytes.Put32(at.misc, column.misc).Put8(at.flags, column.flags).Put16(at.fixedOffset, column.fixedOffset);
+  bytes.Put8(at.flags, column.flags).Put16(at.fixedOffset, column.fixedOffset);
   bytes.Put16(at.length, column.length);
-  if (at.extendedFlags != 0) bytes.Put8(at.extendedFlags, column.extendedFlags).Put32(1, kDefinitionMark);
+  if (!layout.isJet3) bytes.Put32(1, kDefinitionMark);
   if (at.codePage != 0 && column.type == kTypeText) bytes.Put16(at.codePage, column.codePage);
   return bytes.GetBytes();
 }
@@ -47,7 +47,6 @@ Bytes MakeRealIndex(const SIndexSpec& index, const SJetLayout& layout) {
     bytes.Put16(at.columns + i * kIndexColumnSize, index.columns[i].number);
     bytes.Put8(at.columns + i * kIndexColumnSize + 2, index.columns[i].order);
   }
-  bytes.Put8(at.flags, index.flags);
   return bytes.GetBytes();
 }
 
@@ -88,24 +87,10 @@ SStoredOffsets PlaceValues(const STableSpec& table, const SJetLayout& layout,
   return row;
 }
 
-// Offsets last first, jump bytes last first, number of variable columns.
-void AppendOffsets(SStoredOffsets& row, size_t maskBytes, const SJetLayout& layout) {
+// Offsets last first, number of variable columns.
+void AppendOffsets(SStoredOffsets& row, const SJetLayout& layout) {
   const std::vector<size_t>& offsets = row.offsets;
-  for (size_t i = offsets.size(); i-- > 0;) {
-    if (layout.isJet3)
-      row.data.push_back(static_cast<uint8_t>(offsets[i]));
-    else
-      Append(row.data, Little(offsets[i], 2));
-  }
-  if (layout.isJet3) {
-    size_t jumps = 0;
-    while ((row.data.size() + jumps + 1 + maskBytes - 1) / 256 > jumps) jumps++;
-    for (size_t k = jumps; k-- > 0;) {
-      const auto first =
-          std::find_if(offsets.begin(), offsets.end(), [&](size_t o) { return o >= (k + 1) * 256; });
-      row.data.push_back(first == offsets.end() ? 0xFF : static_cast<uint8_t>(first - offsets.begin()));
-    }
-  }
+  for (size_t i = offsets.size(); i-- > 0;) Append(row.data, Little(offsets[i], layout.isJet3 ? 1 : 2));
   Append(row.data, Little(offsets.size() - 1, layout.isJet3 ? 1 : 2));
 }
 
@@ -194,8 +179,9 @@ Bytes MakeRow(const STableSpec& table, const SJetLayout& layout,
     const uint16_t number = table.columns[i].number;
     if (values[i]) mask[number / 8] = static_cast<uint8_t>(mask[number / 8] | 1u << number % 8);
   }
-  if (table.CountVariableEver() > 0) AppendOffsets(row, mask.size(), layout);
+  if (table.CountVariableEver() > 0) AppendOffsets(row, layout);
   Append(row.data, mask);
+  if (layout.isJet3 && row.data.size() > 256) throw std::invalid_argument("a row with jump bytes");
   return row.data;
 }
 
@@ -207,9 +193,7 @@ Bytes MakeDefinition(const STableSpec& table, const SJetLayout& layout) {
   const SDefinitionLayout& at = layout.definition;
   CPageBytes header(at.headerLength);
   header.PutBytes(0, std::span(at.signature).first(at.signatureLength));
-  header.Put32(at.rowCount, table.rowCount)
-      .Put32(at.autoNumber, table.autoNumber)
-      .Put8(at.tableType, table.type);
+  header.Put32(at.rowCount, table.rowCount).Put8(at.tableType, table.type);
   header.Put16(at.highestColumn, table.CountEver()).Put16(at.variableColumns, table.CountVariableEver());
   header.Put16(at.columnCount, static_cast<uint32_t>(table.columns.size()));
   header.Put32(at.indexCount, static_cast<uint32_t>(table.indexes.size()));

@@ -2,7 +2,7 @@
 //
 //   CDatabaseBuilder file(kJet4Layout);
 //   const uint32_t table = file.AddTable(spec);
-//   const uint32_t page = file.AddDataPage(table, {{MakeRow(spec, file.GetLayout(), {...})}});
+//   const uint32_t page = file.AddDataPage(table, {{MakeRow(spec, kJet4Layout, {...})}});
 //   file.Page(page).Put16(kJet4Layout.data.slotCount, 0xFFFF);   // the lie
 //   const CTempFile source(file.Build());
 //
@@ -47,8 +47,6 @@ struct SColumnSpec {
   uint8_t flags = 2;
   uint16_t fixedOffset = 0;
   uint16_t length = 0;  // bytes, as stored
-  uint32_t misc = 0;    // Jet 3: its bytes 5 to 8
-  uint8_t extendedFlags = 0;
   uint16_t codePage = 1252;  // Jet 3 texts
 };
 
@@ -58,7 +56,6 @@ struct SIndexSpec {
     uint8_t order = kIndexAscending;
   };
   std::vector<SColumn> columns{};
-  uint8_t flags = 0;  // where the format has them, see SIndexLayout
   bool isPrimary = false;
   std::u16string name{};
 };
@@ -67,7 +64,6 @@ struct STableSpec {
   std::vector<SColumnSpec> columns;
   std::vector<SIndexSpec> indexes;
   uint32_t rowCount = 0;
-  uint32_t autoNumber = 0;
   uint8_t type = kUserTable;
 
   // Append a column behind the others: numbers, offsets and indexes go on from the last one.
@@ -83,7 +79,7 @@ struct SRowSpec {
 };
 
 // Values of the columns in the order of `table.columns`; none is null. A yes/no column is true when it has
-// any value, even an empty one.
+// any value, even an empty one. A Jet 3 row has at most 256 bytes.
 Bytes MakeRow(const STableSpec& table, const SJetLayout& layout,
               const std::vector<std::optional<Bytes>>& values);
 Bytes MakePointerRow(uint32_t page, uint8_t slot);
@@ -97,7 +93,6 @@ class CDatabaseBuilder {
  public:
   explicit CDatabaseBuilder(const SJetLayout& layout);
 
-  [[nodiscard]] const SJetLayout& GetLayout() const { return m_layout; }
   [[nodiscard]] uint32_t GetPageCount() const { return static_cast<uint32_t>(m_pages.size()); }
   [[nodiscard]] uint64_t OffsetOf(uint32_t page) const { return uint64_t{page} * m_layout.pageSize; }
   CPageBytes& Page(uint32_t page) { return m_pages.at(page); }
