@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,16 @@
 #include "tests/support/PageBuilder.h"
 
 namespace tolvane {
+
+// Bytes written as hex digits; blanks are ignored.
+inline Bytes Hex(std::string digits) {
+  std::erase(digits, ' ');
+  if (digits.size() % 2 != 0) throw std::invalid_argument("odd number of hex digits");
+  Bytes bytes;
+  for (size_t at = 0; at < digits.size(); at += 2)
+    bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
+  return bytes;
+}
 
 class CEngineTest : public testing::Test {
  protected:

@@ -81,7 +81,7 @@ TEST_F(PageReader, FileThatShrinksLosesOnlyThePagesThatAreGone) {
   EXPECT_EQ(reader.GetLength(), 400 * kSize) << "the length is that of the opened file";
 }
 
-TEST_F(PageReader, HandlerKeepsItsErrorAndTheEndOfTheFileIsNone) {
+TEST_F(PageReader, TheEndOfTheFileIsNoErrorAndAnErrorStays) {
   const CTempFile source(Bytes{1, 2, 3});
   CDBFileReader file;
   CErrorHandler handler;
@@ -90,13 +90,8 @@ TEST_F(PageReader, HandlerKeepsItsErrorAndTheEndOfTheFileIsNone) {
   Bytes bytes(4, 9);
   EXPECT_TRUE(file.SeekRead(bytes, 1, handler));
   EXPECT_EQ(bytes, (Bytes{2, 3, 9, 9}));
-  EXPECT_TRUE(file.SeekFromEnd(1, handler));
-  EXPECT_TRUE(file.Read(bytes, handler));
-  EXPECT_EQ(bytes[0], 3);
-
-  CDBFileReader missing;
-  missing.SetPath(u"/no/such/file");
-  EXPECT_FALSE(missing.Open(handler));
+  file.SetPath(u"/no/such/file");
+  EXPECT_FALSE(file.Open(handler));
   EXPECT_NE(handler.GetMessageText(), u"Operation completed successfully.");
   EXPECT_FALSE(file.Seek(0, handler)) << "the handler remembers";
 }

@@ -122,20 +122,6 @@ TEST_F(RecordParser, RowsThatOverlapCannotFloodTheOutput) {
   EXPECT_GT(Lost(EDamage::RejectedRow), 900u);
 }
 
-TEST_F(RecordParser, ARejectedRowLeavesTheOthersAligned) {
-  AddFixed(kTypeLong, 1, 0, 4);
-  const Bytes good = Hex("0200 07000000 4100 4200 0a00 0600 0100 03");
-  Bytes tooMany = good;
-  tooMany[0] = 3;
-  Bytes none = good;
-  none[0] = 0;
-  Put(4, NewPage().Row(good).Row(tooMany).Row(none).Row({0x02}).Row(good));
-  Parse();
-  EXPECT_EQ(Values(), (Texts{"AB", "7", "AB", "7"}));
-  EXPECT_EQ(table->header.rowCount, 2u);
-  EXPECT_EQ(Lost(EDamage::RejectedRow), 3u);
-}
-
 TEST_F(RecordParser, APageBehindTheFileEndsTheTableOnly) {
   CAccessTable& first = *table;
   first.dataPages.Add(uint64_t{4096} * 900);

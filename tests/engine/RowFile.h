@@ -12,7 +12,6 @@
 #include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 #include "tests/engine/EngineTest.h"
-#include "tests/engine/Hex.h"
 
 namespace tolvane {
 
@@ -67,16 +66,12 @@ class CRowTest : public CEngineTest {
   }
 
   CAccessColumn& AddFixed(uint8_t type, uint16_t number, uint16_t offset, uint16_t length) {
-    CAccessColumn& column = AddColumn(type, number, length);
-    column.flags = kColumnFixed;
-    column.fixedOffset = offset;
-    return column;
+    return AddColumn(
+        {.type = type, .number = number, .flags = kColumnFixed, .fixedOffset = offset, .length = length});
   }
   CAccessColumn& AddVariable(uint8_t type, uint16_t number, uint16_t index, uint16_t length = 255) {
-    CAccessColumn& column = AddColumn(type, number, length);
-    column.variableIndex = index;
     table->header.variableColumnCount++;
-    return column;
+    return AddColumn({.type = type, .number = number, .variableIndex = index, .flags = 0, .length = length});
   }
   // The row of a table whose only column is of variable length.
   Bytes OneColumnRow(const Bytes& value) const {
@@ -131,13 +126,16 @@ class CRowTest : public CEngineTest {
   CAccessTable* table = nullptr;
 
  private:
-  CAccessColumn& AddColumn(uint8_t type, uint16_t number, uint16_t length) {
+  CAccessColumn& AddColumn(const SColumnSpec& spec) {
     CAccessColumn column;
-    column.type = type;
-    column.number = number;
-    column.length = length;
+    column.type = spec.type;
+    column.number = spec.number;
+    column.variableIndex = spec.variableIndex;
+    column.flags = spec.flags;
+    column.fixedOffset = spec.fixedOffset;
+    column.length = spec.length;
     table->columns.Add(std::move(column));
-    table->header.highestColumnNumber = static_cast<uint16_t>(number + 1);
+    table->header.highestColumnNumber = static_cast<uint16_t>(spec.number + 1);
     return *table->columns.GetAt(table->columns.GetCount() - 1);
   }
 };

@@ -1,9 +1,6 @@
 #include "engine/TextDecoder.h"
 
-#include <gtest/gtest.h>
-
-#include "platform/Text.h"
-#include "tests/engine/Hex.h"
+#include "tests/engine/EngineTest.h"
 
 namespace tolvane {
 namespace {
