@@ -71,14 +71,11 @@ TEST(CodePage, EachPageHasItsLetters) {
   }
 }
 
-TEST(CodePage, DamagedPairsCostOnlyThemselves) {
+TEST(CodePage, DamagedPairsCostOnlyThemselvesAndOfTwoCodesTheUsualOneIsWritten) {
   EXPECT_EQ(Decode(932, "\x95"), u"\uFFFD");
   EXPECT_EQ(Decode(932, "\x95\"A"), u"\uFFFD\"A");
   EXPECT_EQ(Decode(932, "\x85\xA0\x88\x9F"), u"\uFFFD\u4E9C");
   EXPECT_EQ(Decode(932, std::string_view("\x95\0A", 3)), std::u16string(u"\uFFFD\0A", 3));
-}
-
-TEST(CodePage, OfTwoCodesTheUsualOneIsWritten) {
   EXPECT_EQ(Decode(932, "\x81\xCA\xEE\xF9\xFA\x54"), u"\uFFE2\uFFE2\uFFE2");
   EXPECT_EQ(Encode(932, u"\uFFE2"), (SEncoded{"\x81\xCA", 0}));
   EXPECT_EQ(Encode(932, u"\u2252"), (SEncoded{"\x81\xE0", 0}));
@@ -88,10 +85,7 @@ TEST(CodePage, CharactersThatThePageLacksAreCounted) {
   EXPECT_EQ(Encode(kWindowsLatin1, u"a\u0416b\U0001F600\u0080"), (SEncoded{"a?b??", 3}));
   EXPECT_EQ(Encode(1251, u"x\xD800"), (SEncoded{"x?", 1}));
   EXPECT_EQ(Encode(932, u"\u00E9\u4E9C"), (SEncoded{"?\x88\x9F", 1}));
-  EXPECT_EQ(Encode(65001,
-                   u"\xDC00"
-                   u"x"),
-            (SEncoded{"?x", 1}));
+  EXPECT_EQ(Encode(65001, u"\xDC00\u0078"), (SEncoded{"?x", 1}));
   // No look-alikes: the page has a plain "A", not a full-width one.
   EXPECT_EQ(Encode(kWindowsLatin1, u"\uFF21"), (SEncoded{"?", 1}));
   EXPECT_EQ(Encode(1251, u"\u00E9"), (SEncoded{"?", 1}));
@@ -99,8 +93,7 @@ TEST(CodePage, CharactersThatThePageLacksAreCounted) {
 }
 
 TEST(CodePage, UnknownPagesAreReadAsLatin1) {
-  for (const uint32_t codePage :
-       {uint32_t{1}, uint32_t{1200}, uint32_t{1201}, uint32_t{59999}, uint32_t{0xFFFF04E3}}) {
+  for (const uint32_t codePage : {1u, 1200u, 1201u, 59999u, 0xFFFF04E3u}) {
     SCOPED_TRACE(codePage);
     EXPECT_FALSE(IsCodePageKnown(codePage));
     EXPECT_EQ(Decode(codePage, "A\x80"), u"A\u20AC");

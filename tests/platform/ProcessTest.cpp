@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <thread>
 
@@ -66,24 +64,6 @@ TEST(Process, TheLocalDateIsToday) {
   EXPECT_EQ((static_cast<int>(date) + 6) % 7, local.tm_wday);
   const double seconds = (date - static_cast<int>(date)) * 86400.0;
   EXPECT_NEAR(seconds, local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, 60.0);
-}
-
-TEST(Process, PeakMemoryGrowsWithUse) {
-  const uint64_t before = GetPeakMemory();
-  if (before == 0) GTEST_SKIP() << "the system does not tell";
-  constexpr size_t kSize = size_t{64} << 20;
-  std::vector<uint8_t> block(kSize);
-  std::memset(block.data(), 0x5A, block.size());
-  EXPECT_GT(GetPeakMemory() + block[kSize / 2], before + kSize / 2);
-}
-
-TEST(Process, GuidsDifferAndTheEnvironmentIsRead) {
-  const SGuidBytes first = MakeGuid();
-  const SGuidBytes second = MakeGuid();
-  EXPECT_NE(std::memcmp(first.bytes, second.bytes, sizeof(first.bytes)), 0);
-  EXPECT_FALSE(GetEnvironment(u"PATH").empty());
-  EXPECT_EQ(GetEnvironment(u"TOLVANE_NEVER_SET"), u"");
-  EXPECT_EQ(GetEnvironment(u""), u"");
 }
 
 TEST(Process, ProgramsAreFoundAndEndedByTheirWholeName) {

@@ -27,32 +27,14 @@ TEST(RepairThreadCounter, PostfixOperatorsAnswerTheOldCount) {
   EXPECT_EQ(CRepairThreadCounter::Instance().GetCount(), 0);
 }
 
-TEST(ProgressStatus, MaximumIsAtLeastOne) {
-  CProgressStatus progress;
-  EXPECT_EQ(progress.GetMax(), 1);
-  for (const auto& [set, expected] :
-       {std::pair{7, 7}, {0, 1}, {1, 1}, {-5, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}}) {
-    progress.SetMax(set);
-    EXPECT_EQ(progress.GetMax(), expected);
-  }
-  progress.SetPos(-3);
-  progress.IncrementPos();
-  EXPECT_EQ(progress.GetPos(), -2) << "a position has no lower limit";
-}
-
-TEST(RepairLog, LinesAreJoined) {
+TEST(RepairLog, AnEmptyLineJoinsOnlyToOthers) {
   CRepairLog log;
-  log.Append(u"first");
-  EXPECT_EQ(log.Get(), u"first");
-  log.Append(u"second");
   log.Append(u"");
-  EXPECT_EQ(log.Get(), u"first\r\nsecond\r\n");
+  log.Append(u"first");
+  log.Append(u"");
+  EXPECT_EQ(log.Get(), u"first\r\n");
   log.Set(u"only");
   EXPECT_EQ(log.Get(), u"only");
-  log.Clear();
-  log.Append(u"");
-  log.Append(u"new");
-  EXPECT_EQ(log.Get(), u"new") << "an empty log stays empty after an empty line";
 }
 
 TEST(Status, NoUpdateIsLostBetweenThreads) {
