@@ -236,6 +236,7 @@ const SBroken kIndexes[] = {
     {"next page", Raise(kAceLeaf, 16), {"E3"}},
     {"free bytes of an index page", Raise(kAceLeaf, 2), {"E4"}},
     {"level", Raise(kAceLeaf, 26), {"E5"}},
+    {"level of a node", Raise(Root(kObjects, 0), 26), {"E5"}},
     {"entry of a node", Raise(Root(kObjects, 0), 480 + 20), {"E6"}},
     {"order of entries", Swap(kAceLeaf, EntryAt(0), EntryAt(1), kEntry), {"E7"}},
     // Entry 0 is the query's.
@@ -257,6 +258,7 @@ const SBroken kObjectRows[] = {
     {"wrong container", Set(Object(kSmall + "112"), kParent, 4, 0x0F000003), {"B5", "E11"}},
     {"number of no page", Set(Object(kSmall + "113"), kId, 4, 0x00AAAAAA), {"B4", "B6", "B7", "E11", "F3"}},
     {"permission for nothing", Set(RowOf(kAceRows, 0), 2, 4, 0x00777777), {"B6", "E11"}},
+    {"query without start", Set(QueryRow(0), 6, 1, 12), {"E11", "H1", "H5"}},
     {"query without end", Set(QueryRow(255), 6, 1, 12), {"E11", "H1", "H5"}},
     {"order of query rows skips one", Raise(QueryRow(8), 13 + 3), {"E11", "H2"}},
     {"kind of a query", Set(Object("PlainQuery"), kKind, 1, 0x20), {"H3"}},
