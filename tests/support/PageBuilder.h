@@ -46,7 +46,7 @@ struct SColumnSpec {
   uint16_t variableIndex = 0;
   uint8_t flags = 2;
   uint16_t fixedOffset = 0;
-  uint16_t length = 0;  // bytes, as stored
+  uint16_t length = 0;       // bytes, as stored
   uint16_t codePage = 1252;  // Jet 3 texts
 };
 
