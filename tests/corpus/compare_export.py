@@ -12,7 +12,6 @@ out by a rule about the column, never by naming a file:
   complex column       several values are joined from their own table, which is compared itself; attachments and
                        version histories show a marker
   type N               types without a text of their own must read "Default N"
-  Jet 3 column names   are copied byte by byte; columns are matched by position, their number must be right
   freed pages          a table may show as many more rows as live rows stand on pages that its usage map no longer
                        names; the reader's rows must all be there. A definition that was freed but not overwritten
                        shows as a table without a name
@@ -138,10 +137,8 @@ def check_table(verdict, path, name, table, ours, view):
     names, rows = ours[name]
     verdict.tables += 1
     verdict.rows += len(rows)
-    is_jet3, stored = table.file.format.is_jet3, [column.name for column in table.columns]
-    if is_jet3:
-        verdict.note('Jet 3 column names: matched by position', len(names))
-    if len(names) != len(stored) or (names != stored and not is_jet3):
+    stored = [column.name for column in table.columns]
+    if names != stored:
         verdict.error('%s: columns %s for %s' % (name, names[:8], stored[:8]))
         return
     keep = compared_columns(verdict, name, table, ours)
