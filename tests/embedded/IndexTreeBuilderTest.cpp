@@ -113,20 +113,6 @@ TEST(IndexTreeBuilder, NoNodeIsLeftWithASingleChild) {
   }
 }
 
-TEST(IndexTreeBuilder, CountsEntriesAndKeys) {
-  SFile file;
-  CIndexTreeBuilder builder(kIndexPageJet4, kOwner, kRoot, file.Sink());
-  for (uint32_t row = 0; row < 999; row++)
-    ASSERT_TRUE(builder.Add(std::vector<uint8_t>(1, static_cast<uint8_t>(row / 10)), 5,
-                            static_cast<uint8_t>(row % 10)));
-  EXPECT_TRUE(builder.Finish());
-  EXPECT_EQ(builder.GetEntryCount(), 999U);
-  EXPECT_EQ(builder.GetDistinctKeyCount(), 100U);
-  EXPECT_EQ(builder.GetPages().size(), file.pages.size());
-  EXPECT_FALSE(builder.Add({}, 0xFFFFFF, 0)) << "it is closed";
-  EXPECT_FALSE(builder.Finish());
-}
-
 TEST(IndexTreeBuilder, EntriesOutOfOrderAreRefused) {
   for (const auto& [page, row] : {std::pair<uint32_t, uint8_t>{5, 1}, {5, 0}, {4, 9}}) {
     SFile file;

@@ -17,6 +17,7 @@ class Jet3 : public DatabaseFixture {
 // in the header.
 TEST_F(Jet3, SystemRowsAreThoseOfTheOriginalEngine) {
   Create();
+  ExpectOk(AddTable(u"T", {{u"N", kDaoLong}}));
   CloseAndCheck();
   const auto object = [this](uint32_t row) {
     const std::string bytes = Row(18 << 8 | row);
@@ -29,6 +30,9 @@ TEST_F(Jet3, SystemRowsAreThoseOfTheOriginalEngine) {
       FromHex(
           "11 02000000 0100000f 0100 00000080 4d5379734f626a6563747302032c2c2c2c2c2c2c2c2c2c2a1f0bff0000"));
   EXPECT_EQ(BytesOf(Row(19 << 8 | 1)), FromHex("04 03000000 00000600 0301 0b09 01 07"));
+  // Those of a table of the user's: for him and for his group.
+  EXPECT_EQ(BytesOf(Row(19 << 8 | 16)), FromHex("04 14000000 ffff0f00 0301 0b09 01 07"));
+  EXPECT_EQ(BytesOf(Row(19 << 8 | 17)), FromHex("04 14000000 ffff0f00 0201 0b09 01 07"));
   EXPECT_EQ(BytesOf(Page(0).substr(0x56, 2)), FromHex("917f"));
 }
 

@@ -229,7 +229,9 @@ TEST_P(Limits, MapsTakeTheFormThatTheirPagesNeed) {
   EXPECT_EQ(Row(alone[0])[0], '\0');
   EXPECT_GT(Row(alone[0]).size(), 1800u);
   EXPECT_EQ(Row(alone[1]).size(), IsJet3() ? 133u : 69u) << "the bits start far behind";
+  EXPECT_EQ(Row(alone[1]).substr(0, 5), '\0' + LittleEndian(33088, 4)) << "a multiple of 16";
   EXPECT_EQ(Row(crowded[5])[0], '\1');
+  EXPECT_EQ(Row(crowded[5]).find_last_not_of('\0'), 2u) << "one page of bits";
   EXPECT_EQ(ReadStoredMap(m_path, 1 << 8), std::vector<uint32_t>{30000});
   EXPECT_EQ(CheckDatabase(m_path).counts.count("F4"), 0u) << "all numbers past the end are free";
 }

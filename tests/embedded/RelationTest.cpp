@@ -22,10 +22,14 @@ class Relations : public BothFormats {
       indexes.push_back({.name = u"By" + field, .fields = {{field}}});
     ExpectOk(AddTable(name, fields, indexes));
   }
+  // `fields` are pairs of names, "primary>foreign" each.
   CDaoResult Relate(std::u16string_view name, std::u16string_view foreign, std::u16string_view primary,
-                    const std::vector<CDaoRelationFieldInfo>& fields, int32_t attributes = 0) {
+                    const Texts& fields, int32_t attributes = 0) {
+    std::vector<CDaoRelationFieldInfo> pairs;
+    for (const std::u16string& pair : fields)
+      pairs.push_back({pair.substr(0, pair.find(u'>')), pair.substr(pair.find(u'>') + 1)});
     return m_database->CreateRelation(
-        {std::u16string(name), std::u16string(primary), std::u16string(foreign), attributes, fields});
+        {std::u16string(name), std::u16string(primary), std::u16string(foreign), attributes, pairs});
   }
   // A logical index as it must lie in the file, without what the formats add around it.
   std::string Side(uint32_t number, uint32_t real, uint8_t side, uint32_t partner, uint32_t page,
@@ -42,15 +46,13 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   ExpectOk(AddRows(u"Customers", {{u"1", u"-"}, {u"2", u"1"}, {u"3", u"1"}}));
   ExpectOk(AddRows(u"Orders", {{u"10", u"3", u"-"}, {u"11", u"1", u"2"}, {u"12", u"1", u"-"}}));
   Reopen();
-  ExpectOk(Relate(u"CustomersOrders", u"Orders", u"customers", {{u"Id", u"Customer"}},
+  ExpectOk(Relate(u"CustomersOrders", u"Orders", u"customers", {u"Id>Customer"},
                   kDaoRelationUpdateCascade | kDaoRelationDeleteCascade));
-  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {{u"Id", u"Payer"}}, kDaoRelationLeft));
+  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {u"Id>Payer"}, kDaoRelationLeft));
   Reopen();
-  ExpectOk(Relate(u"Bosses", u"Customers", u"Customers", {{u"Id", u"Boss"}}));
-  EXPECT_EQ(Relate(u"BOSSES", u"Customers", u"Customers", {{u"Id", u"Boss"}}).code,
-            EDaoError::RelationExists);
-  ExpectOk(Relate(u"Loose", u"Orders", u"Customers", {{u"Boss", u"Id"}, {u"Id", u"Payer"}},
-                  kDaoRelationDontEnforce));
+  ExpectOk(Relate(u"Bosses", u"Customers", u"Customers", {u"Id>Boss"}));
+  EXPECT_EQ(Relate(u"BOSSES", u"Customers", u"Customers", {u"Id>Boss"}).code, EDaoError::RelationExists);
+  ExpectOk(Relate(u"Loose", u"Orders", u"Customers", {u"Boss>Id", u"Id>Payer"}, kDaoRelationDontEnforce));
   // Rows that come later find their places in the indexes.
   ExpectOk(AddRows(u"Orders", {{u"13", u"2", u"3"}}));
   const uint32_t customers = CloseAndRead(u"Customers").page, orders = Read(u"Orders").page;
@@ -96,51 +98,38 @@ TEST_P(Relations, OnlySatisfiedOnesAreEnforced) {
   // A key that is null in part refers to nothing.
   ExpectOk(AddRows(u"Two", {{u"1", u"1", u"1"}, {u"2", u"1", u"1"}, {u"-", u"7", u"2"}, {u"-", u"-", u"9"}}));
   const struct {
-    std::u16string_view foreign, primary;
-    std::vector<CDaoRelationFieldInfo> fields;
+    std::u16string_view primary;
+    Texts fields;
     EDaoError code;
     std::u16string_view text;
   } cases[] = {
-      {u"Two", u"None", {{u"A", u"X"}}, EDaoError::ObjectNotFound, u"There is no table named \"None\"."},
-      {u"Two",
-       u"MSysObjects",
-       {{u"Id", u"X"}},
+      {u"None", {u"A>X"}, EDaoError::ObjectNotFound, u"There is no table named \"None\"."},
+      {u"MSysObjects",
+       {u"Id>X"},
        EDaoError::NotSupported,
        u"Only the database itself changes a system table."},
-      {u"Two",
-       u"One",
-       {{u"A", u"Q"}},
+      {u"One",
+       {u"A>Q"},
        EDaoError::ItemNotFound,
        u"The relation names a field \"Q\" that table \"Two\" does not have."},
-      {u"Two", u"One", {}, EDaoError::InvalidArgument, u"A relation has 1 to 10 pairs of fields."},
-      {u"Two",
-       u"One",
-       {{u"A", u"X"}, {u"B", u"x"}},
-       EDaoError::DuplicateField,
-       u"The relation names a field twice."},
-      {u"Two",
-       u"One",
-       {{u"A", u"X"}},
+      {u"One", {}, EDaoError::InvalidArgument, u"A relation has 1 to 10 pairs of fields."},
+      {u"One", {u"A>X", u"B>x"}, EDaoError::DuplicateField, u"The relation names a field twice."},
+      {u"One",
+       {u"A>X"},
        EDaoError::NoUniqueIndex,
        u"Table \"One\" has no unique index on the fields that are referred to."},
-      {u"Two",
-       u"Texts",
-       {{u"T", u"X"}},
-       EDaoError::FieldTypesDiffer,
-       u"The fields \"T\" and \"X\" have different types."},
-      {u"Two",
-       u"One",
-       {{u"A", u"Z"}, {u"B", u"Y"}},
+      {u"Texts", {u"T>X"}, EDaoError::FieldTypesDiffer, u"The fields \"T\" and \"X\" have different types."},
+      {u"One",
+       {u"A>Z", u"B>Y"},
        EDaoError::RelatedRecordMissing,
        u"1 record of table \"Two\" refers to no record of table \"One\" (2, 7)."},
-      {u"Two", u"One", {{u"B", u"Y"}, {u"A", u"X"}}, EDaoError::None, u""},
-  };
+      {u"One", {u"B>Y", u"A>X"}, EDaoError::None, u""}};
   for (const auto& relation : cases) {
-    const CDaoResult result = Relate(u"R", relation.foreign, relation.primary, relation.fields);
+    const CDaoResult result = Relate(u"R", u"Two", relation.primary, relation.fields);
     EXPECT_EQ(result.code, relation.code) << ToUtf8(result.text);
     EXPECT_EQ(result.text, relation.text);
   }
-  EXPECT_EQ(Relate(u"a.b", u"Two", u"One", {{u"A", u"X"}}).code, EDaoError::InvalidName);
+  EXPECT_EQ(Relate(u"a.b", u"Two", u"One", {u"A>X"}).code, EDaoError::InvalidName);
   CloseAndCheck();
 }
 
@@ -151,14 +140,14 @@ TEST_P(Relations, WhatIsReferredToBecomesUnique) {
   AddKeyedTable(u"Two", {u"X"}, 0);
   ExpectOk(AddRows(u"One", {{u"1", u"1"}, {u"2", u"3"}, {u"-", u"3"}, {u"-", u"4"}}));
   ExpectOk(AddRows(u"Two", {{u"1"}, {u"1"}}));
-  const CDaoResult unique = Relate(u"R", u"Two", u"One", {{u"A", u"X"}});
+  const CDaoResult unique = Relate(u"R", u"Two", u"One", {u"A>X"});
   EXPECT_TRUE(unique.IsOk());
   EXPECT_EQ(unique.text,
             u"Index \"ByA\" of table \"One\" is unique again, because the relation refers to it.");
-  const CDaoResult repeated = Relate(u"S", u"Two", u"One", {{u"B", u"X"}});
+  const CDaoResult repeated = Relate(u"S", u"Two", u"One", {u"B>X"});
   EXPECT_EQ(repeated.code, EDaoError::NoUniqueIndex);
   EXPECT_EQ(repeated.text, u"1 record of table \"One\" repeats a key that is referred to (3).");
-  EXPECT_EQ(Relate(u"S", u"Two", u"One", {{u"C", u"X"}}).code, EDaoError::NoUniqueIndex);
+  EXPECT_EQ(Relate(u"S", u"Two", u"One", {u"C>X"}).code, EDaoError::NoUniqueIndex);
   const std::vector<uint8_t> flags = CloseAndRead(u"One").indexFlags;
   EXPECT_EQ(flags[0] & 1, 1);
   EXPECT_EQ(flags[1] & 1, 0);
@@ -176,10 +165,10 @@ TEST_P(Relations, LargeTablesAreComparedByTheirIndexes) {
   }
   ExpectOk(AddRows(u"Many", many));
   ExpectOk(AddRows(u"More", more));
-  ExpectOk(Relate(u"R", u"More", u"Many", {{u"Id", u"Ref"}}));
+  ExpectOk(Relate(u"R", u"More", u"Many", {u"Id>Ref"}));
   ExpectOk(AddRows(
       u"More", {{u"-1", u"-5"}, {u"-2", u"-5"}, {u"-3", u"29999"}, {u"-4", u"15001"}, {u"-5", u"30000"}}));
-  const CDaoResult refused = Relate(u"S", u"More", u"Many", {{u"Id", u"Ref"}});
+  const CDaoResult refused = Relate(u"S", u"More", u"Many", {u"Id>Ref"});
   EXPECT_EQ(refused.code, EDaoError::RelatedRecordMissing);
   EXPECT_EQ(refused.text,
             u"5 records of table \"More\" refer to no record of table \"Many\" (-5; 15001; 29999; ...).");
@@ -205,10 +194,10 @@ TEST_P(Relations, TheFormatBoundsTheIndexes) {
   AddKeyedTable(u"Wide", fields, 1, indexed);
   AddKeyedTable(u"Key", {u"Id"}, 1);
   for (int i = 0; i < 31; i++)
-    ExpectOk(Relate(u"R" + ToDecimal(i), u"Wide", u"Key", {{u"Id", u"F" + ToDecimal(i)}}));
-  EXPECT_EQ(Relate(u"Last", u"Wide", u"Key", {{u"Id", u"Id"}}).code, EDaoError::TooManyIndexes);
-  EXPECT_EQ(Relate(u"Other", u"Key", u"Wide", {{u"Id", u"Id"}}).code, EDaoError::TooManyIndexes);
-  ExpectOk(Relate(u"Other", u"Key", u"Wide", {{u"Id", u"Id"}}, kDaoRelationDontEnforce));
+    ExpectOk(Relate(u"R" + ToDecimal(i), u"Wide", u"Key", {u"Id>F" + ToDecimal(i)}));
+  EXPECT_EQ(Relate(u"Last", u"Wide", u"Key", {u"Id>Id"}).code, EDaoError::TooManyIndexes);
+  EXPECT_EQ(Relate(u"Other", u"Key", u"Wide", {u"Id>Id"}).code, EDaoError::TooManyIndexes);
+  ExpectOk(Relate(u"Other", u"Key", u"Wide", {u"Id>Id"}, kDaoRelationDontEnforce));
   CloseAndCheck();
 }
 
