@@ -253,18 +253,26 @@ void CMainFrame::OnViewCommand(UINT identifier) {
   switch (identifier) {
     case ID_COPY:
       return m_view.Copy();
-    case ID_COPY_ROWS:
-      return m_view.CopyRows();
     case ID_COPY_LOG:
       return m_view.CopyLog();
     case ID_SELECT_ALL:
       return m_view.SelectAll();
+    default:
+      if (m_view.HasRecords()) OnRecordsCommand(identifier);
+  }
+}
+
+void CMainFrame::OnRecordsCommand(UINT identifier) {
+  CRecordPane& records = m_view.GetRecords();
+  switch (identifier) {
+    case ID_COPY_ROWS:
+      return records.CopyRows();
     case ID_FIND:
-      return m_view.BeginFind();
+      return records.BeginFind();
     case ID_FIND_NEXT:
-      return m_view.FindNext();
+      return records.FindNext();
     case ID_SHOW_CELL:
-      return m_view.ShowWholeCell();
+      return records.ShowWholeCell();
     default:
       return;
   }

@@ -53,6 +53,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   bool CreateWorkflow();
   void OnCommand(UINT identifier);
   void OnViewCommand(UINT identifier);
+  void OnRecordsCommand(UINT identifier);
   void OnClose();
   void OnNext();
   void OnStop();

@@ -13,7 +13,6 @@
 #include "app/status/Status.h"
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
-#include "ui/CellDialog.h"
 #include "ui/Resource.h"
 #include "ui/ViewControls.h"
 
@@ -23,19 +22,6 @@ namespace {
 
 constexpr UINT_PTR kWatchTimer = 1;
 constexpr UINT kWatchPeriod = 150;
-constexpr UINT_PTR kFindTimer = 2;
-// A piece of a search, and the pause for everything else after it; in milliseconds.
-constexpr ULONGLONG kFindSlice = 40;
-constexpr UINT kFindPause = 10;
-// An ampersand is no access key.
-std::u16string ToLabel(std::u16string_view text) {
-  std::u16string label;
-  for (const char16_t unit : text) label.append(unit == u'&' ? 2 : 1, unit);
-  return label;
-}
-
-// What the pane below the list shows of a value; the whole of it opens in a window of its own.
-constexpr size_t kPaneUnits = 32768;
 
 }  // namespace
 
@@ -55,7 +41,6 @@ bool COrlinVexaFileScanView::Create(HWND frame) {
 }
 
 bool COrlinVexaFileScanView::CreateControls() {
-  const CRecordList::SActions actions{[this] { OnCellChanged(); }, [this] { ShowWholeCell(); }};
   for (const SControl& control : GetViewControls()) {
     bool isCreated = true;
     switch (control.identifier) {
@@ -70,12 +55,6 @@ bool COrlinVexaFileScanView::CreateControls() {
         break;
       case IDC_SUMMARY:
         isCreated = m_summary.Create(m_window, IDC_SUMMARY, EEditForm::Lines);
-        break;
-      case IDC_FIND:
-        isCreated = m_find.Create(m_window, IDC_FIND, EEditForm::LineToType);
-        break;
-      case IDC_CELL:
-        isCreated = m_cell.Create(m_window, IDC_CELL, EEditForm::Lines);
         break;
       case IDC_LOG:
         isCreated = m_log.CreatePane(m_window, IDC_LOG);
@@ -92,8 +71,10 @@ bool COrlinVexaFileScanView::CreateControls() {
       case IDC_TREE:
         isCreated = m_tree.Create(m_window, IDC_TREE);
         break;
+      case IDC_FIND:
       case IDC_RECORDS:
-        isCreated = m_records.Create(m_window, IDC_RECORDS, actions);
+      case IDC_CELL:
+        isCreated = m_records.CreateControl(m_window, control.identifier);
         break;
       default:
         isCreated = CreateStandardControl(m_window, control);
@@ -106,14 +87,19 @@ bool COrlinVexaFileScanView::CreateControls() {
 
 void COrlinVexaFileScanView::SetWorkflow(CRepairWorkflow& workflow) {
   m_workflow = &workflow;
-  m_records.SetRecords(&workflow.GetRecords());
+  m_records.SetWorkflow(workflow);
+}
+
+void COrlinVexaFileScanView::SetNotice(std::function<void(std::u16string_view)> notice) {
+  m_records.SetNotice(notice);
+  m_notice = std::move(notice);
 }
 
 void COrlinVexaFileScanView::SetDpi(CDpi dpi) {
   m_dpi = dpi;
   SFonts previous = std::exchange(m_fonts, SFonts(dpi));
   ApplyFonts();
-  m_records.Rescale(dpi);
+  m_records.SetFonts(m_fonts, dpi);
   Arrange();
 }
 
@@ -220,7 +206,7 @@ UINT COrlinVexaFileScanView::GetFirstFocus() const {
 
 UINT COrlinVexaFileScanView::GetDefaultButton() const {
   const HWND focus = GetFocus();
-  if (focus == m_find.GetHandle()) return ID_FIND_NEXT;
+  if (m_records.IsFind(focus)) return ID_FIND_NEXT;
   if (focus == GetDlgItem(m_window, IDC_RECENT_LIST)) return IDC_RECENT_LIST;
   if (m_state.page == EPageState::Saved) return ID_OPEN_FOLDER;
   return IsShownHere(ID_NEXT) ? ID_NEXT : 0;
@@ -301,117 +287,26 @@ std::u16string COrlinVexaFileScanView::GetChosenRecentFile() const {
 
 void COrlinVexaFileScanView::RefreshRecords() {
   m_records.Refresh();
-  OnCellChanged();
+  m_records.ShowCell();
   WatchRecords();
 }
 
 // Until the preview's thread has ended, the rows that have come since are added now and then.
 void COrlinVexaFileScanView::WatchRecords() {
-  UpdateRecordsLabel();
+  m_records.Refresh();
   SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
-}
-
-void COrlinVexaFileScanView::UpdateRecordsLabel() {
-  std::u16string text = u"Recor&ds";
-  const size_t rows = m_records.GetRowCount();
-  if (CPreviewThreadStatus::Instance().IsBusy())
-    text += u" - reading, " + ToGroupedDecimal(rows) + u" so far";
-  else if (rows == 0)
-    text += u" - this table has none";
-  else
-    text += u" - " + ToGroupedDecimal(rows) + (rows == 1 ? u" row" : u" rows");
-  GetItem(IDC_RECORDS_LABEL).SetText(text);
 }
 
 void COrlinVexaFileScanView::OnTreeChanged() {
   if (!m_workflow || m_tree.IsFilling()) return;
-  CancelFind();
+  m_records.CancelFind();
   ShowReview();
   m_workflow->SelectTreeItem(m_tree.GetSelectedName());
   WatchRecords();
 }
 
-void COrlinVexaFileScanView::OnCellChanged() {
-  const auto place = m_records.GetPlace();
-  std::u16string label = u"&Value - select a row of the list to read its values in full";
-  std::u16string value;
-  if (m_workflow && place) {
-    label = u"&Value - row " + ToGroupedDecimal(place->item + 1) + u", " +
-            ToLabel(m_records.GetHeading(place->column));
-    value = m_workflow->DescribeValue(*place, kPaneUnits + 1);
-    if (value.size() > kPaneUnits) {
-      value.resize(kPaneUnits);
-      label += u" - its beginning; press Enter in the list for the whole value";
-    }
-  }
-  GetItem(IDC_CELL_LABEL).SetText(label);
-  m_cell.SetFont(GetCellFont().GetHandle());
-  m_cell.SetText(ToEditText(value));
-}
-
-// The bytes of an object stand below each other.
-const CFont& COrlinVexaFileScanView::GetCellFont() const {
-  const auto place = m_records.GetPlace();
-  return m_workflow && place && m_workflow->IsObject(place->column) ? m_fonts.fixed : m_fonts.message;
-}
-
-void COrlinVexaFileScanView::ShowWholeCell() {
-  const auto place = m_records.GetPlace();
-  if (!m_workflow || !place) return;
-  CCellDialog dialog(m_records.GetHeading(place->column) + u" - row " + ToGroupedDecimal(place->item + 1),
-                     m_workflow->DescribeValue(*place), GetCellFont());
-  dialog.DoModal(GetParent(m_window));
-}
-
-void COrlinVexaFileScanView::BeginFind() {
-  if (!HasRecords()) return;
-  SetFocus(m_find.GetHandle());
-  m_find.SelectAll();
-}
-
-void COrlinVexaFileScanView::FindNext() {
-  if (!HasRecords()) return;
-  const std::u16string text = m_find.GetText();
-  if (text.empty()) return BeginFind();
-  m_search.Begin(text, m_records.GetPlace());
-  Say(u"Searching...");
-  ContinueFind();
-}
-
-bool COrlinVexaFileScanView::CancelFind() {
-  if (m_search.GetState() != CRecordSearch::EState::Searching) return false;
-  m_search.Cancel();
-  Say({});
-  return true;
-}
-
-void COrlinVexaFileScanView::ContinueFind() {
-  if (!m_workflow) return;
-  const ULONGLONG end = GetTickCount64() + kFindSlice;
-  do {
-    m_search.Continue(m_workflow->GetRecords());
-  } while (m_search.GetState() == CRecordSearch::EState::Searching && GetTickCount64() < end);
-  switch (m_search.GetState()) {
-    case CRecordSearch::EState::Searching:
-      SetTimer(m_window, kFindTimer, kFindPause, nullptr);
-      return;
-    case CRecordSearch::EState::Found:
-      m_records.GoTo(m_search.GetPlace());
-      Say(u"Found \"" + m_search.GetText() + u"\" in row " + ToGroupedDecimal(m_search.GetPlace().item + 1) +
-          u".");
-      break;
-    case CRecordSearch::EState::NotFound:
-      Say(u"\"" + m_search.GetText() + u"\" is not in this table.");
-      MessageBeep(MB_OK);
-      break;
-    case CRecordSearch::EState::Idle:
-      break;
-  }
-  KillTimer(m_window, kFindTimer);
-}
-
 void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
-  if (timer == kFindTimer) return ContinueFind();
+  if (timer == CRecordPane::kFindTimer) return m_records.ContinueFind();
   if (timer != kWatchTimer) return;
   const bool isBusy = CPreviewThreadStatus::Instance().IsBusy();
   const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
@@ -421,47 +316,25 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
     SetStatusLine(CStatusProgress::Instance().GetText());
   }
   m_records.Refresh();
-  UpdateRecordsLabel();
   if (!isBusy && !isWorking) KillTimer(m_window, kWatchTimer);
 }
 
 // --- commands ---
 
-void COrlinVexaFileScanView::Say(std::u16string_view text) const {
-  if (m_notice) m_notice(text);
-}
-
-void COrlinVexaFileScanView::SayCopied(CRecordList::ECopied copied) const {
-  switch (copied) {
-    case CRecordList::ECopied::Nothing:
-      return Say(u"Nothing was copied: select a row first.");
-    case CRecordList::ECopied::Cell:
-      return Say(u"The value was copied.");
-    case CRecordList::ECopied::Rows:
-      return Say(u"The selected rows were copied.");
-    case CRecordList::ECopied::PartOfRows:
-      return Say(
-          u"Only the first of the selected rows were copied: all of them are too much for the clipboard.");
-  }
-}
-
 void COrlinVexaFileScanView::Copy() {
   const HWND focus = GetFocus();
-  if (focus == m_records.GetHandle()) return SayCopied(m_records.Copy());
+  if (m_records.IsList(focus)) return m_records.Copy();
   SendMessageW(focus, WM_COPY, 0, 0);
 }
 
-void COrlinVexaFileScanView::CopyRows() {
-  if (HasRecords()) SayCopied(m_records.CopyRows(true));
-}
-
 void COrlinVexaFileScanView::CopyLog() {
-  Say(m_log.CopyLog() ? u"The log was copied." : u"The clipboard is in use by another program.");
+  if (!m_notice) return;
+  m_notice(m_log.CopyLog() ? u"The log was copied." : u"The clipboard is in use by another program.");
 }
 
 void COrlinVexaFileScanView::SelectAll() const {
   const HWND focus = GetFocus();
-  if (focus == m_records.GetHandle()) return m_records.SelectAll();
+  if (m_records.IsList(focus)) return m_records.SelectAll();
   SendMessageW(focus, EM_SETSEL, 0, -1);
 }
 
@@ -475,7 +348,7 @@ void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
       if (notification == LBN_DBLCLK || notification == BN_CLICKED) break;
       return;
     case IDCANCEL:
-      if (CancelFind() || !m_switches.canStop) return;
+      if (m_records.CancelFind() || !m_switches.canStop) return;
       identifier = ID_STOP;
       break;
     default:

@@ -11,8 +11,7 @@
 #include "ui/LogEdit.h"
 #include "ui/ModeButtons.h"
 #include "ui/ReadOnlyEdit.h"
-#include "ui/RecordList.h"
-#include "ui/RecordSearch.h"
+#include "ui/RecordPane.h"
 #include "ui/TreeControl.h"
 #include "ui/ViewLayout.h"
 #include "ui/win/Fonts.h"
@@ -34,20 +33,17 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void RestoreFocus();
   void KeepFocus();
   // The status bar's text.
-  void SetNotice(std::function<void(std::u16string_view)> notice) { m_notice = std::move(notice); }
+  void SetNotice(std::function<void(std::u16string_view)> notice);
 
   // Commands.
   void Copy();
-  void CopyRows();
   void CopyLog();
   void SelectAll() const;
-  void BeginFind();
-  void FindNext();
-  void ShowWholeCell();
   [[nodiscard]] const CLogEditView& GetLog() const { return m_log; }
   [[nodiscard]] std::u16string GetChosenRecentFile() const;
   [[nodiscard]] bool HasRecords() const { return m_state.page == EPageState::Repaired && IsTableShown(); }
-  bool CancelFind();
+  // For the commands of the menu, while there are records.
+  [[nodiscard]] CRecordPane& GetRecords() { return m_records; }
 
   // CMainViewWindow
   void ShowPage(EPageState page, bool isTemplateMode) override;
@@ -83,14 +79,8 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void OnCommand(UINT identifier, UINT notification);
   LRESULT OnNotify(NMHDR* header);
   void OnTreeChanged();
-  void OnCellChanged();
-  [[nodiscard]] const CFont& GetCellFont() const;
   void OnTimer(UINT_PTR timer);
   void WatchRecords();
-  void UpdateRecordsLabel();
-  void ContinueFind();
-  void Say(std::u16string_view text) const;
-  void SayCopied(CRecordList::ECopied copied) const;
   [[nodiscard]] LRESULT OnControlColour(HDC context, HWND control) const;
   void Paint();
   [[nodiscard]] EDrag SplitterAt(POINT point) const;
@@ -109,13 +99,10 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   CReadOnlyEdit m_template;
   CReadOnlyEdit m_output;
   CReadOnlyEdit m_summary;
-  CReadOnlyEdit m_find;
-  CReadOnlyEdit m_cell;
   CAccessProgressCtrl m_progress;
   CLogEditView m_log;
   CTreeControl m_tree;
-  CRecordList m_records;
-  CRecordSearch m_search;
+  CRecordPane m_records;
   std::vector<std::u16string> m_recentFiles;
   RECT m_treeSplitter{};
   RECT m_lowerSplitter{};
