@@ -63,7 +63,9 @@ std::u16string Grouped(uint64_t count, std::u16string_view noun) {
 
 void AddSource(const COvRepairFileManager& manager, const SSourceFacts& facts, CLines& lines) {
   lines.Add(manager.GetCorruptedPath());
-  lines.Add(FromAscii(FormatName(facts)) + u", " + Grouped(facts.pageCount, u"page") + u" of " +
+  std::string format = FormatName(facts);
+  if (format[0] >= 'a' && format[0] <= 'z') format[0] = static_cast<char>(format[0] - 'a' + 'A');
+  lines.Add(FromAscii(format) + u", " + Grouped(facts.pageCount, u"page") + u" of " +
             ToDecimal(facts.pageSize) + u" bytes");
   if (manager.GetMode().IsAdvance()) lines.Add(u"Definitions from " + manager.GetTemplatePath());
 }

@@ -25,7 +25,7 @@ inline constexpr std::u16string_view kSavedHint = u"The database has been repair
 std::vector<STableItem> ListTables(const CAccessData& data);
 // Where nothing was recovered.
 inline constexpr std::u16string_view kNothingFoundHint =
-    u"No table was found. The summary says what is known of the file; an older copy may hold more.";
+    u"No table was found. The summary says what is known of the file.";
 inline constexpr std::u16string_view kEmptySaveHint = u"The new database was saved without any table.";
 inline constexpr std::u16string_view kBrokenSaveHint = u"The database could not be saved as a whole.";
 
