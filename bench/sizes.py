@@ -32,8 +32,8 @@ def read_free_word(file, number):
 
 class TableSize:
     def __init__(self, file, table, free):
-        self.rows = table.rows(sorted(set(table.data_pages()) - set(table.freed_pages())))
-        data = {n for n in file.used_pages(table)[0] if file.type_of(n) == pages.DATA}
+        self.rows = table.live_rows()
+        data = {n for n in file.used_pages(table) if file.type_of(n) == pages.DATA}
         values = {n for row in self.rows for n in row.pages if n < file.count and file.owner_of(n) == 'LVAL'}
         indexes = {n for n in file.pages_of_type(pages.INDEX_LEAF, pages.INDEX_NODE)
                    if file.owner_of(n) == table.definition and n not in free}
@@ -46,7 +46,7 @@ def measure(path):
     file = corpus.open_pages(path)
     if file is None:
         raise pages.Unreadable('encrypted')
-    free = file.used_pages(WholeFile)[0]
+    free = file.used_pages(WholeFile)
     return file, {name: TableSize(file, table, free) for name, table in pages.local_tables(file).items()
                   if not name.startswith('MSys')}
 

@@ -8,10 +8,8 @@ Where the standard rules of reading differ from the letter of the file format, t
 reader's value by the rule (expected.py); the report ends with the rules that were needed. What cannot be computed is left
 out by a rule about the column, never by naming a file:
 
-  calculated column    not compared: the readers show the wrapper around the stored result
   complex column       several values are joined from their own table, which is compared itself; attachments and
                        version histories show a marker
-  type N               types without a text of their own must read "Default N"
   freed pages          a table may show as many more rows as live rows stand on pages that its usage map no longer
                        names; the reader's rows must all be there. A definition that was freed but not overwritten
                        shows as a table without a name
@@ -20,7 +18,6 @@ out by a rule about the column, never by naming a file:
                        texts as far as they go
   time of day          mdb-reader counts it backwards before 30 December 1899, and to the millisecond: half seconds may
                        be rounded either way
-  undefined bytes      the five that code page 1252 leaves undefined are kept by the program, replaced by the readers
   unreadable           a table that neither reader opens (unknown column types): rows are counted by the page reader
                        of these tests
 """

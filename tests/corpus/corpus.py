@@ -80,7 +80,14 @@ class Damage:
     """A damaged copy of a healthy file and the pages that were touched."""
 
     def __init__(self, healthy):
-        self.size, self.bytes, self.touched = healthy.size, bytearray(healthy.data), set()
+        self.healthy, self.size, self.bytes, self.touched = healthy, healthy.size, bytearray(healthy.data), set()
+
+    def become(self, path):
+        """A damaged copy that was made elsewhere."""
+        with open(path, 'rb') as file:
+            self.bytes = file.read()
+        self.touched = {n for n in range(self.healthy.count)
+                        if self.healthy.page(n) != self.bytes[n * self.size:(n + 1) * self.size]}
 
     def zero(self, numbers):
         for number in numbers:

@@ -28,7 +28,6 @@ FILES = ['V1997/compIndexTestV1997.mdb', 'V1997/testIndexCodesV1997.mdb', 'V2000
          'V2007/odbcLinkerTestV2007.accdb', 'V2010/binIdxTestV2010.accdb', 'V2010/complexDataTestV2010.accdb',
          'V2000/test2V2000.mdb']
 BUNDLED = os.path.join(corpus.ROOT, 'samples', 'damaged.mdb')
-SAMPLE_TABLES = 6
 LEAST_SHARE = 0.75  # of the rows of the bundled sample
 
 
@@ -70,15 +69,6 @@ KINDS = {
     'a definition destroyed, with template': one_definition,
     'tail cut off': tail,
 }
-
-
-def damage_of(healthy, path):
-    """What makes a damaged copy of the same length different."""
-    damage, size = corpus.Damage(healthy), healthy.size
-    with open(path, 'rb') as file:
-        damage.bytes = file.read()
-    damage.touched = {n for n in range(healthy.count) if healthy.page(n) != damage.bytes[n * size:(n + 1) * size]}
-    return damage
 
 
 # --- what must survive ---
@@ -184,12 +174,6 @@ def check_damage(options, path, tables, damage, verdict, rescued=None):
         verdict.note('nothing could survive')
 
 
-def check_made(options, path, tables, damage, verdict):
-    check_damage(options, path, tables, damage, verdict)
-    if verdict.tables < SAMPLE_TABLES or verdict.rows == sum(len(source.rows) for source in tables):
-        verdict.error('%d tables to check, and %d rows survive' % (verdict.tables, verdict.rows))
-
-
 def check_bundled(options, tables, verdict):
     output = Output(corpus.repair(options, BUNDLED)[0])
     for source in tables:
@@ -207,18 +191,18 @@ def check_bundled(options, tables, verdict):
         verdict.error('%d of %d rows came back' % (verdict.rows, made))
 
 
-def judge_file(options, report, path):
+def judge_file(options, report, path, kinds):
     """Every kind of damage. Answers what the file holds."""
     name, healthy, reading = os.path.basename(path), corpus.open_pages(path), corpus.Verdict()
     local, tables = pages.local_tables(healthy), sources(path, healthy, reading)
     if reading.errors:
         report.judge(name, lambda verdict: verdict.errors.extend(reading.errors))
-    for kind, apply in KINDS.items():
+    for kind, apply in kinds.items():
         damage = corpus.Damage(healthy)
         rescued = apply(damage, healthy, local)
         report.judge('%s: %s' % (name, kind),
                      lambda verdict: check_damage(options, path, tables, damage, verdict, rescued))
-    return healthy, tables
+    return tables
 
 
 def main():
@@ -226,14 +210,13 @@ def main():
     with tempfile.TemporaryDirectory(prefix='tolvane-') as options.folder:
         for path, short in corpus.databases(options):
             if short in FILES:
-                judge_file(options, report, path)
+                judge_file(options, report, path, KINDS)
         if options.make_sample:
             sample, damaged = (os.path.join(options.folder, name) for name in ('sample.mdb', 'made.mdb'))
             subprocess.run([options.make_sample, sample, damaged], check=True, stdout=subprocess.DEVNULL)
-            healthy, tables = judge_file(options, report, sample)
-            report.judge('sample, damaged as it is made', lambda verdict: check_made(
-                options, sample, tables, damage_of(healthy, damaged), verdict))
-            report.judge('sample, as it is bundled', lambda verdict: check_bundled(options, tables, verdict))
+            made = {'damaged as it is made': lambda damage, healthy, local: damage.become(damaged)}
+            tables = judge_file(options, report, sample, KINDS | made)
+            report.judge('sample.mdb: as it is bundled', lambda verdict: check_bundled(options, tables, verdict))
     return report.end()
 
 

@@ -90,34 +90,23 @@ class Pages:
         page, form = self.page(number), self.format
         if page[0] != DATA:
             raise Unreadable('page %d holds no rows' % number)
-        end, found = self.size, []
-        for i in range(u16(page, form.slot_count)):
-            word = u16(page, form.slots + 2 * i)
-            start = word & SLOT_START
-            if start > end:
-                raise Unreadable('slot %d of page %d' % (i, number))
-            found.append((start, end, word))
-            end = start
-        return found
+        words = [u16(page, form.slots + 2 * i) for i in range(u16(page, form.slot_count))]
+        starts = [word & SLOT_START for word in words]
+        return list(zip(starts, [self.size, *starts], words))
 
     def row_at(self, pointer):
         """Bytes of the row that a stored pointer (slot in the low byte, page above it) names, and its page."""
-        number, slot = pointer >> 8, pointer & 0xFF
-        found = self.slots(number)
-        if slot >= len(found):
-            raise Unreadable('slot %d of page %d' % (slot, number))
-        start, end, _ = found[slot]
-        return self.page(number)[start:end], number
+        start, end, _ = self.slots(pointer >> 8)[pointer & 0xFF]
+        return self.page(pointer >> 8)[start:end], pointer >> 8
 
     def used_pages(self, table):
-        """Pages that the table's usage map names, and the pages that hold the map."""
-        row, home = self.row_at(table.used_map)
+        """Pages that the table's usage map names."""
+        row, _ = self.row_at(table.used_map)
         if row[0] == 0:
-            return _numbers(row[5:], u32(row, 1)), {home}
-        holders = {u32(row, at): at // 4 for at in range(1, len(row) - 3, 4) if u32(row, at)}
-        per_page = (self.size - 4) * 8
-        used = [_numbers(self.page(bitmap)[4:], i * per_page) for bitmap, i in holders.items()]
-        return set().union(*used), {home, *holders}
+            return _numbers(row[5:], u32(row, 1))
+        bitmaps = [u32(row, at) for at in range(1, len(row) - 3, 4)]
+        return set().union(*(_numbers(self.page(bitmap)[4:], i * (self.size - 4) * 8)
+                             for i, bitmap in enumerate(bitmaps) if bitmap))
 
 
 def _numbers(bits, first):
@@ -195,12 +184,13 @@ class Table:
 
     def freed_pages(self):
         """Data pages that still name this table though its usage map no longer holds them."""
-        used = self.file.used_pages(self)[0]
+        used = self.file.used_pages(self)
         return [n for n in self.data_pages() if n not in used]
 
     def live_rows(self):
         """The rows of the pages in use."""
-        return self.rows(sorted(set(self.data_pages()) - set(self.freed_pages())))
+        used = self.file.used_pages(self)
+        return self.rows([n for n in self.data_pages() if n in used])
 
     def rows(self, pages=None):
         """Live rows in page and slot order; of all owned pages unless some are named."""

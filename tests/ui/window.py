@@ -188,10 +188,10 @@ class Window:
     def press(self, identifier):
         self.post(WM_COMMAND, identifier)
 
-    def children(self, name=0):
-        """Windows inside it of a class or of any; of the desktop, those without a parent."""
+    def children(self, name=0, title=0):
+        """Windows inside it of a class and a title or of any; of the desktop, those without a parent."""
         found, handle = [], 0
-        while handle := self.session.call('FindWindowExW', self.handle, handle, name, 0)[0]:
+        while handle := self.session.call('FindWindowExW', self.handle, handle, name, title)[0]:
             found.append(Window(self.session, handle))
         return found
 
@@ -227,11 +227,11 @@ class Program:
 
     # --- what is there ---
 
-    def windows(self, name=0):
+    def windows(self, name=0, title=0):
         """Visible windows without a parent."""
         def owner(window):
             return struct.unpack('<I', self.session.call('GetWindowThreadProcessId', window.handle, bytes(4))[1])[0]
-        return [window for window in Window(self.session, 0).children(name)
+        return [window for window in Window(self.session, 0).children(name, title)
                 if owner(window) == self.identifier and window.is_shown()]
 
     def exit_code(self):
@@ -259,33 +259,36 @@ class Program:
     def wait_for_notice(self, part):
         wait_for(lambda: part in self.frame.item(ID['IDC_STATUS_BAR']).text(), 'the notice ' + part)
 
-    def wait_for_rows(self, count):
-        records = self.control('IDC_RECORDS')
-        wait_for(lambda: records.send(LVM_GETITEMCOUNT) == count, '%d rows in the list' % count)
-
     # --- what is done ---
 
-    def command(self, name):
+    def command(self, name, *boxes, page=None, notice=None):
+        """And what follows: messages and the buttons that answer them, a page, a notice."""
         self.frame.press(ID[name])
+        self.answer(*boxes)
+        if page:
+            self.wait_for_page(page)
+        if notice:
+            self.wait_for_notice(notice)
 
-    def find_box(self, over=None):
+    def choose(self, name, title, path, default=None):
+        """A command that opens a file dialog."""
+        self.command(name)
+        self.answer_file_dialog(title, path, default)
+
+    def wait_for_box(self, what, over=None, title=0):
         """The dialog that waits for an answer; `over`: a dialog that stays behind it."""
-        return next((box for box in self.windows('#32770') if box.is_enabled() and (
-            over is None or box.handle != over.handle)), None)
-
-    def wait_for_box(self, what, over=None):
-        return wait_for(lambda: self.find_box(over), what)
+        boxes = wait_for(lambda: [box for box in self.windows('#32770', title) if box.is_enabled() and (
+            over is None or box.handle != over.handle)], what)
+        return boxes[0]
 
     def wait_for_dialog(self, title):
-        box = self.wait_for_box('the dialog ' + title)
-        expect(box.text(), title, 'title of the dialog')
-        return box
+        return self.wait_for_box('the dialog ' + title, title=title)
 
     def answer(self, *boxes):
         """Waits for each (message, button), checks the message and presses the button."""
         for message, button in boxes:
-            box = self.wait_for_box('the message ' + message)
-            expect((box.text(), box.message()), (PROGRAM, message), 'message')
+            box = self.wait_for_box('the message ' + message, title=PROGRAM)
+            expect(box.message(), message, 'message')
             self.close_box(box, button)
 
     def close_box(self, box, button):
