@@ -78,11 +78,11 @@ constexpr SPageTexts kPageTexts[] = {
     {u"Repair a damaged Access database", u"&Repair...", IDC_STEP_CHOOSE, u""},
     {u"Repair a damaged Access database", u"&Repair", IDC_STEP_CHOOSE, u""},
     {u"Repairing the database", u"", IDC_STEP_REPAIR,
-     u"The damaged file is only read. You can stop at any time."},
+     u"The damaged file is only read. If you stop, what was found so far is discarded."},
     {u"Recovered tables and records", u"&Save repaired database...", IDC_STEP_REVIEW,
      u"Select a table to look at its records, then save everything as a new database."},
     {u"Saving the repaired database", u"", IDC_STEP_SAVE,
-     u"What was recovered is written to a new database. The damaged file stays as it is."},
+     u"What was recovered is written to a new database. If you stop, its unfinished file is deleted."},
     {u"Saving has finished", u"", IDC_STEP_SAVE, u""},
 };
 
