@@ -157,6 +157,10 @@ TEST_F(FieldDecoder, CalculatedColumnsShowTheirResult) {
   }
   EXPECT_EQ(decode(kTypeLong, "0c0000"), "");
   EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
+  const Bytes tooLong = Joined(Bytes(16, 0), Little(9, 4));
+  EXPECT_EQ(DecodeVariable(kTypeText, Joined(tooLong, Hex("fffe41")), 0xC0), "")
+      << "a result that ends early";
+  EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
 }
 
 TEST_F(FieldDecoder, ACalculatedMemoIsWrappedInsideItsLongValue) {

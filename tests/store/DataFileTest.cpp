@@ -78,7 +78,8 @@ TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
   ASSERT_TRUE(file.CreateDataFile(8));
   file.CloseDataFile();
   EXPECT_EQ(GetFileLength(DataPath(8)), 0U) << "another table's value";
-  for (const uint64_t key : {7, 5, 5}) EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(key));
+  for (const uint64_t key : {uint64_t{7}, uint64_t{5}, uint64_t{5}})
+    EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(key));
   EXPECT_EQ(GetFileKind(InFolder(u"7")), EFileKind::Folder);
   EXPECT_FALSE(FileExists(InFolder(u"5")));
 }

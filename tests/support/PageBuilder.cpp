@@ -57,43 +57,6 @@ Bytes MakeLogicalIndex(const SIndexSpec& index, uint32_t number, const SJetLayou
   return bytes.GetBytes();
 }
 
-struct SStoredOffsets {
-  std::vector<size_t> offsets;  // of the variable values and of their end
-  Bytes data;                   // the row up to that end
-};
-
-SStoredOffsets PlaceValues(const STableSpec& table, const SJetLayout& layout,
-                           const std::vector<std::optional<Bytes>>& values) {
-  SStoredOffsets row;
-  row.data = Little(table.CountEver(), layout.isJet3 ? 1 : 2);
-  const size_t base = row.data.size();
-  for (size_t i = 0; i < table.columns.size(); i++) {
-    const SColumnSpec& column = table.columns[i];
-    if ((column.flags & kColumnFixed) == 0 || column.type == kTypeBoolean) continue;
-    const size_t start = base + column.fixedOffset;
-    row.data.resize(std::max(row.data.size(), start + column.length));
-    if (values[i])
-      std::copy(values[i]->begin(), values[i]->end(), row.data.begin() + static_cast<ptrdiff_t>(start));
-  }
-  for (uint16_t index = 0; index < table.CountVariableEver(); index++) {
-    row.offsets.push_back(row.data.size());
-    for (size_t i = 0; i < table.columns.size(); i++) {
-      const SColumnSpec& column = table.columns[i];
-      if ((column.flags & kColumnFixed) == 0 && column.variableIndex == index && values[i])
-        Append(row.data, *values[i]);
-    }
-  }
-  row.offsets.push_back(row.data.size());
-  return row;
-}
-
-// Offsets last first, number of variable columns.
-void AppendOffsets(SStoredOffsets& row, const SJetLayout& layout) {
-  const std::vector<size_t>& offsets = row.offsets;
-  for (size_t i = offsets.size(); i-- > 0;) Append(row.data, Little(offsets[i], layout.isJet3 ? 1 : 2));
-  Append(row.data, Little(offsets.size() - 1, layout.isJet3 ? 1 : 2));
-}
-
 }  // namespace
 
 CPageBytes& CPageBytes::Put8(size_t position, uint32_t value) {
@@ -170,19 +133,42 @@ Bytes StoredText(std::u16string_view text, const SJetLayout& layout) {
   return bytes;
 }
 
+// Number of columns, fixed area, variable values, offsets (last first), number of variable columns, null
+// mask.
 Bytes MakeRow(const STableSpec& table, const SJetLayout& layout,
               const std::vector<std::optional<Bytes>>& values) {
   if (values.size() != table.columns.size()) throw std::invalid_argument("one value a column");
-  SStoredOffsets row = PlaceValues(table, layout, values);
+  const size_t width = layout.isJet3 ? 1 : 2;
+  CPageBytes fixed(layout.pageSize);
+  size_t fixedEnd = 0;
+  std::vector<Bytes> variable(table.CountVariableEver());
   Bytes mask((table.CountEver() + 7u) / 8);
   for (size_t i = 0; i < values.size(); i++) {
-    const uint16_t number = table.columns[i].number;
-    if (values[i]) mask[number / 8] = static_cast<uint8_t>(mask[number / 8] | 1u << number % 8);
+    const SColumnSpec& column = table.columns[i];
+    const bool isFixed = (column.flags & kColumnFixed) != 0;
+    const bool isInFixedArea = isFixed && column.type != kTypeBoolean;
+    if (isInFixedArea) fixedEnd = std::max<size_t>(fixedEnd, column.fixedOffset + column.length);
+    if (!values[i]) continue;
+    if (isInFixedArea) fixed.PutBytes(column.fixedOffset, *values[i]);
+    if (!isFixed) variable[column.variableIndex] = *values[i];
+    mask[column.number / 8] = static_cast<uint8_t>(mask[column.number / 8] | 1u << column.number % 8);
   }
-  if (table.CountVariableEver() > 0) AppendOffsets(row, layout);
-  Append(row.data, mask);
-  if (layout.isJet3 && row.data.size() > 256) throw std::invalid_argument("a row with jump bytes");
-  return row.data;
+
+  Bytes row = Little(table.CountEver(), width);
+  Append(row, std::span(fixed.GetBytes()).first(fixedEnd));
+  if (!variable.empty()) {
+    Bytes offsets = Little(variable.size(), width);
+    for (const Bytes& value : variable) {
+      const Bytes offset = Little(row.size(), width);
+      offsets.insert(offsets.begin(), offset.begin(), offset.end());
+      Append(row, value);
+    }
+    Append(row, Little(row.size(), width));
+    Append(row, offsets);
+  }
+  Append(row, mask);
+  if (layout.isJet3 && row.size() > 256) throw std::invalid_argument("a row with jump bytes");
+  return row;
 }
 
 Bytes MakePointerRow(uint32_t page, uint8_t slot) {
