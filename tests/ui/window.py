@@ -21,7 +21,7 @@ WM_DROPFILES = 0x233
 BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL = 0xF5, 0x18B, 0x146, 0x147
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
-VK_HOME = 0x24
+VK_CONTROL, VK_MENU, VK_HOME, KEYEVENTF_KEYUP = 0x11, 0x12, 0x24, 2
 CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 259
 OK, CANCEL, YES, NO = 1, 2, 6, 7
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
@@ -355,6 +355,13 @@ class Program:
     def fail(self):
         """Makes it jump to where nothing is, in a thread of its own."""
         expect(self.session.call('CreateRemoteThread', self.process, 0, 0, NOWHERE, 0, 0, 0)[0] != 0, True, 'a thread')
+
+    def type(self, *keys):
+        """Keys of the keyboard, held down together."""
+        self.session.call('SetForegroundWindow', self.frame.handle)
+        for flags, held in ((0, keys), (KEYEVENTF_KEYUP, reversed(keys))):
+            for key in held:
+                self.session.call('keybd_event', key, 0, flags, 0)
 
     def drop(self, path):
         """A file on the window. The list of files lies in the program's memory, as the system puts it there."""
