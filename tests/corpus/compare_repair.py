@@ -28,12 +28,12 @@ def saved_rows(verdict, rows, types):
 
 
 def compare_tables(verdict, step, want, have):
-    """Two exports, {table: (names, rows)}; the same rows in the same order. No names: they are not compared."""
+    """Two exports, {table: (names, rows)}; the same rows in the same order."""
     for name in sorted(set(want) ^ set(have)):
         verdict.error('%s: table %s: %s' % (step, name, 'missing' if name in want else 'not there before'))
     for name in sorted(set(want) & set(have)):
         (want_names, want_rows), (names, rows) = want[name], have[name]
-        if want_names and names != want_names:
+        if names != want_names:
             verdict.error('%s: %s: columns %s for %s' % (step, name, names[:8], want_names[:8]))
         if len(rows) != len(want_rows):
             verdict.error('%s: %s: %d rows for %d' % (step, name, len(rows), len(want_rows)))
@@ -80,8 +80,7 @@ def compare_file(options, path, healthy, verdict):
     first, second, third = (compare_export.export(options, file) for file in (path, once, twice))
     report = json.loads(corpus.tolvane(options, 'tables', path, '--json', '--quiet'))
     types = {table['name']: [column['typeCode'] for column in table['columns']] for table in report['tables']}
-    want = {name: (None if healthy.format.is_jet3 else names, saved_rows(verdict, rows, types[name]))
-            for name, (names, rows) in first.items()}
+    want = {name: (names, saved_rows(verdict, rows, types[name])) for name, (names, rows) in first.items()}
     compare_tables(verdict, 'saved once', want, second)
     compare_tables(verdict, 'saved twice', second, third)
 
