@@ -54,13 +54,5 @@ TEST(RowFormat, JsonLinesKeepEveryTextAndEveryColumn) {
       << "half a surrogate pair";
 }
 
-TEST(ExportSink, StaysFailed) {
-  const CScratchFolder folder;
-  CExportSink sink;
-  EXPECT_FALSE(sink.CreateNew(folder / u"none/out"));
-  EXPECT_FALSE(sink.GetProblem().empty());
-  EXPECT_FALSE(sink.Write("x"));
-}
-
 }  // namespace
 }  // namespace tolvane
