@@ -79,7 +79,7 @@ TEST_F(IndexSorterTest, SmallSetsStayInMemoryLargeOnesGoThroughAFileThatDoesNotS
   } cases[] = {{64 << 20, 0, 0, 0},
                {64 << 20, 1000, 0, 0},
                {64 << 10, 20000, 10, 1000},
-               {1, 50, 50, 50}};  // a bound below one entry
+               {1, 51, 51, 51}};  // a bound below one entry
   for (const auto& test : cases) {
     CIndexSorter sorter(m_folder, test.bound), neighbour(m_folder, test.bound);
     ExpectSorted(neighbour, MakeEntries(test.count));
@@ -95,8 +95,8 @@ TEST_F(IndexSorterTest, SmallSetsStayInMemoryLargeOnesGoThroughAFileThatDoesNotS
 TEST_F(IndexSorterTest, AKeyThatBeginsAnotherIsStillSeenToRepeat) {
   CIndexSorter sorter(m_folder);
   ASSERT_EQ(sorter.Add(FromHex("7F"), 0x000001, 0), EDaoError::None);
-  ASSERT_EQ(sorter.Add(FromHex("7F 00 00 02 00"), 0x000009, 0), EDaoError::None);
-  ASSERT_EQ(sorter.Add(FromHex("7F"), 0x000003, 0), EDaoError::None);
+  ASSERT_EQ(sorter.Add(FromHex("7F 00 00 02"), 0x000009, 0), EDaoError::None);
+  ASSERT_EQ(sorter.Add(FromHex("7F"), 0x000002, 5), EDaoError::None);
   ASSERT_EQ(sorter.Sort(), EDaoError::None);
   SIndexEntry entry;
   std::vector<bool> repeats;

@@ -48,7 +48,8 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   Reopen();
   ExpectOk(Relate(u"CustomersOrders", u"Orders", u"customers", {u"Id>Customer"},
                   kDaoRelationUpdateCascade | kDaoRelationDeleteCascade));
-  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {u"Id>Payer"}, kDaoRelationLeft));
+  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {u"Id>Payer"},
+                  kDaoRelationLeft | kDaoRelationUpdateCascade));
   Reopen();
   ExpectOk(Relate(u"Bosses", u"Customers", u"Customers", {u"Id>Boss"}));
   EXPECT_EQ(Relate(u"BOSSES", u"Customers", u"Customers", {u"Id>Boss"}).code, EDaoError::RelationExists);
@@ -60,8 +61,8 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   // Number, real index, side, partner's number, partner's page, cascades: the new index of Customer is real
   // index 2 of Orders; Payer has one already.
   for (const std::string& side :
-       {Side(2, 2, 2, 1, customers, 1, 1), Side(1, 0, 1, 2, orders, 1, 1), Side(3, 1, 2, 2, customers, 0, 0),
-        Side(2, 0, 1, 3, orders, 0, 0), Side(3, 1, 2, 4, customers, 0, 0), Side(4, 0, 1, 3, customers, 0, 0)})
+       {Side(2, 2, 2, 1, customers, 1, 1), Side(1, 0, 1, 2, orders, 1, 1), Side(3, 1, 2, 2, customers, 1, 0),
+        Side(2, 0, 1, 3, orders, 1, 0), Side(3, 1, 2, 4, customers, 0, 0), Side(4, 0, 1, 3, customers, 0, 0)})
     EXPECT_NE(bytes.find(side), std::string::npos) << side;
   EXPECT_EQ(Read(u"Orders").indexFlags.size(), 3u);
 
@@ -79,13 +80,13 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   // Jet 4 stores the columns by name: ccolumn grbit icolumn szColumn szObject szReferencedColumn
   // szReferencedObject szRelationship; Jet 3 by number.
   const std::vector<std::string> jet4{
-      "1 0 0 Boss Customers Id Customers Bosses ", "1 16777216 0 Payer Orders Id Customers Payers ",
+      "1 0 0 Boss Customers Id Customers Bosses ", "1 16777472 0 Payer Orders Id Customers Payers ",
       "1 4352 0 Customer Orders Id customers CustomersOrders ", "2 2 0 Id Orders Boss Customers Loose ",
       "2 2 1 Payer Orders Id Customers Loose "};
   const std::vector<std::string> jet3{
       "Bosses 0 1 0 Customers Boss Customers Id ", "CustomersOrders 4352 1 0 Orders Customer customers Id ",
       "Loose 2 2 0 Orders Id Customers Boss ", "Loose 2 2 1 Orders Payer Customers Id ",
-      "Payers 16777216 1 0 Orders Payer Customers Id "};
+      "Payers 16777472 1 0 Orders Payer Customers Id "};
   EXPECT_EQ(rows, IsJet3() ? jet3 : jet4);
 }
 
