@@ -69,7 +69,7 @@ class CMainViewWindow {
   virtual void SetTables(const std::vector<STableItem>& tables) = 0;
   // The rows of the list come from the workflow's record store, which has just been emptied or begun anew.
   virtual void RefreshRecords() = 0;
-  // Where the repaired database lies, for the last page; empty clears it.
+  // Where the repaired database is to lie, for the pages of the save; empty clears it.
   virtual void SetOutputPath(std::u16string_view path) = 0;
 };
 

@@ -269,7 +269,9 @@ void CRepairWorkflow::BeginSave() {
     m_dialogs.ShowMessage(u"There is nothing to save.", EMessageIcon::Information);
     return;
   }
-  if (m_save.ChooseOutputPath(m_dialogs, m_processes, *m_manager).empty()) return;
+  const std::u16string path = m_save.ChooseOutputPath(m_dialogs, m_processes, *m_manager);
+  if (path.empty()) return;
+  m_view.SetOutputPath(path);
   SetPage(EPageState::Saving);
   if (m_save.StartSave(m_view, *m_engine, *m_manager, [this] { StartSaveTimer(); })) return;
   StopSaveTimer();
@@ -297,7 +299,6 @@ void CRepairWorkflow::OnSaveTimer() {
 }
 
 void CRepairWorkflow::ShowSaved() {
-  m_view.SetOutputPath(m_save.GetOutputPath());
   const CAccessData* data = m_manager->GetData();
   if (data) m_view.SetSummary(DescribeSave(m_save.GetSummary(), *data, m_save.GetProblem()));
 }

@@ -13,7 +13,10 @@ constexpr uint32_t On(EPageState page) {
   return 1u << static_cast<uint32_t>(page);
 }
 constexpr uint32_t kChoicePages = On(EPageState::ModeSelection) | On(EPageState::FileSelected);
-constexpr uint32_t kWorkPages = On(EPageState::Repairing) | On(EPageState::Saving);
+constexpr uint32_t kSavePage = On(EPageState::Saving);
+constexpr uint32_t kWorkPages = On(EPageState::Repairing) | kSavePage;
+// The pages about the damaged file; later ones are about the new one.
+constexpr uint32_t kSourcePages = kChoicePages | On(EPageState::Repairing);
 constexpr uint32_t kReviewPage = On(EPageState::Repaired);
 constexpr uint32_t kDonePage = On(EPageState::Saved);
 constexpr uint32_t kAllPages = kChoicePages | kWorkPages | kReviewPage | kDonePage;
@@ -27,8 +30,8 @@ constexpr SControl kControls[] = {
     {IDC_STEP_SAVE, kAllPages, L"4. Save"},
 
     {IDC_FILE_HEADING, kChoicePages, L"Damaged database", EKind::Text, EWhen::Always, EFace::Bold},
-    {IDC_FILE_LABEL, kChoicePages | kWorkPages, L"Selected database &path :"},
-    {IDC_FILE, kChoicePages | kWorkPages, L"", EKind::Own},
+    {IDC_FILE_LABEL, kSourcePages, L"Selected database &path :"},
+    {IDC_FILE, kSourcePages, L"", EKind::Own},
     {ID_CHOOSE_FILE, kChoicePages, L"&Choose...", EKind::Button},
     {IDC_DROP_NOTE, kChoicePages,
      L"You can also drop an .mdb or .accdb file anywhere on this window. The file is only read, never "
@@ -44,13 +47,13 @@ constexpr SControl kControls[] = {
     {IDC_RECENT_LABEL, kChoicePages, L"Rece&nt databases", EKind::Text, EWhen::Recent, EFace::Bold},
     {IDC_RECENT_LIST, kChoicePages, L"", EKind::List, EWhen::Recent},
 
+    {IDC_OUTPUT_LABEL, kSavePage | kDonePage, L"Re&paired database :"},
+    {IDC_OUTPUT, kSavePage | kDonePage, L"", EKind::Own},
     {IDC_STATUS_LINE, kWorkPages},
     {IDC_PROGRESS, kWorkPages, L"", EKind::Own},
 
     {IDC_TREE_LABEL, kReviewPage, L"What was f&ound"},
     {IDC_TREE, kReviewPage, L"", EKind::Own},
-    {IDC_OUTPUT_LABEL, kDonePage, L"Re&paired database :"},
-    {IDC_OUTPUT, kDonePage, L"", EKind::Own},
     {IDC_SUMMARY_LABEL, kReviewPage | kDonePage, L"S&ummary"},
     {IDC_SUMMARY, kReviewPage | kDonePage, L"", EKind::Own},
     {IDC_FIND_LABEL, kReviewPage, L"Fi&nd:", EKind::Text, EWhen::Table},

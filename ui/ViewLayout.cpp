@@ -135,7 +135,10 @@ void CViewLayout::ArrangeChoice(CArea area) {
 }
 
 void CViewLayout::ArrangeWork(CArea area) {
-  ArrangePathLine(area, IDC_FILE_LABEL, IDC_FILE, 0);
+  if (m_state.page == EPageState::Saving)
+    ArrangePathLine(area, IDC_OUTPUT_LABEL, IDC_OUTPUT, 0);
+  else
+    ArrangePathLine(area, IDC_FILE_LABEL, IDC_FILE, 0);
   area.CutTop(Px(kGap));
   m_mover.Place(IDC_STATUS_LINE, area.CutTop(Line(), Px(kGap)));
   m_mover.Place(IDC_PROGRESS, area.CutTop(Px(kProgressHeight), Px(kSectionGap)));
