@@ -47,13 +47,18 @@ void CountInterrupt() {
   g_interrupts++;
 }
 
-TEST(Process, InterruptsReachTheHandler) {
+TEST(Process, InterruptsReachTheHandlerUnlessTheyAreIgnored) {
   if (IsOnWindows()) GTEST_SKIP() << "a console event cannot be sent to this process alone";
+  for (const int number : {SIGINT, SIGTERM}) std::signal(number, SIG_DFL);
   SetInterruptHandler(CountInterrupt);
-  for (const int number : {SIGINT, SIGTERM}) std::raise(number);
-  std::raise(SIGINT);
-  SetInterruptHandler(nullptr);
+  for (const int number : {SIGINT, SIGTERM, SIGINT}) std::raise(number);
   EXPECT_EQ(g_interrupts, 3);
+  std::signal(SIGTERM, SIG_IGN);  // as in a background job
+  SetInterruptHandler(CountInterrupt);
+  std::raise(SIGTERM);
+  EXPECT_EQ(g_interrupts, 3);
+  SetInterruptHandler(nullptr);
+  std::signal(SIGTERM, SIG_DFL);
 }
 
 TEST(Process, TheLocalDateIsToday) {
