@@ -279,6 +279,8 @@ class Program:
         """The dialog that waits for an answer; `over`: a dialog that stays behind it."""
         boxes = wait_for(lambda: [box for box in self.windows('#32770', title) if box.is_enabled() and (
             over is None or box.handle != over.handle)], what)
+        if title:
+            expect(boxes[0].text(), title, 'title')  # they are looked for without regard to case
         return boxes[0]
 
     def wait_for_dialog(self, title):
