@@ -62,6 +62,8 @@ TEST(IndexTreeBuilder, AnOverflowingLeafUsesThePrefixOfItsEntries) {
       {Keys(460, FromHex("7F 80 00 00 01")), 448, 5, 3},
       // The third entry of 802 bytes does not fit, prefix or not; the prefix is used all the same.
       {long3, 2, 2, 198},
+      // Three entries of 600 bytes fill the page to its last byte.
+      {MakeKeys(4, 596), 3, 0, 0},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.count);

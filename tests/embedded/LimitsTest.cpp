@@ -109,6 +109,12 @@ TEST_P(Limits, RecordsThatDoNotFit) {
   EXPECT_EQ(m_recordset->SetFieldValue(21, u"x").code, EDaoError::ItemNotFound);
   ExpectOk(m_recordset->Update());
   EXPECT_EQ(m_recordset->SetFieldValue(0, u"x").code, EDaoError::NoAddNew);
+  // The pages of a long value go with its record.
+  CPatternSource longValue(9000);
+  ExpectOk(m_recordset->AddNew());
+  ExpectOk(m_recordset->SetFieldValue(20, longValue));
+  for (size_t i = 0; i < values.size(); i++) ExpectOk(m_recordset->SetFieldValue(i, values[i]));
+  EXPECT_EQ(m_recordset->Update().code, EDaoError::RecordTooLarge);
   const SStoredTable table = CloseAndRead(u"T");
   ASSERT_EQ(table.rows.size(), 3u);
   EXPECT_EQ(ToUtf8(Text(table.rows[2][0])), "short enough");
