@@ -27,8 +27,9 @@ TEST(Process, AnEndedChildThatNobodyCollectedIsNotAlive) {
   if (IsOnWindows()) GTEST_SKIP() << "no such processes here";
   const CScratchFolder folder;
   const std::string file = ToNativePath(folder / u"number");
-  // The shell starts a child that ends at once, then becomes a program that never collects it.
-  const std::string command = "true & echo $! > '" + file + "'; exec sleep 2";
+  // The shell starts a child, then becomes a program that never collects it: the child must end later, or the
+  // shell does.
+  const std::string command = "sleep 0.3 & echo $! > '" + file + "'; exec sleep 3";
   std::thread parent([&command] { EXPECT_EQ(std::system(command.c_str()), 0); });
   uint32_t number = 0;
   for (int i = 0; number == 0 && i < 1000; i++) {
@@ -36,7 +37,7 @@ TEST(Process, AnEndedChildThatNobodyCollectedIsNotAlive) {
     number = static_cast<uint32_t>(LeadingInteger(FromUtf8(ReadText(folder / u"number"))));
   }
   const double start = GetMonotonicSeconds();
-  while (IsProcessAlive(number) && GetMonotonicSeconds() < start + 1.5) SleepMilliseconds(10);
+  while (IsProcessAlive(number) && GetMonotonicSeconds() < start + 2) SleepMilliseconds(10);
   EXPECT_NE(number, 0u);
   EXPECT_FALSE(IsProcessAlive(number)) << "while its parent still runs";
   parent.join();
