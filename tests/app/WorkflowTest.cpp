@@ -545,6 +545,9 @@ TEST_F(Workflow, CloseAsksOnEveryPage) {
 
 TEST_F(Workflow, GoingAwayStopsWhatRuns) {
   GoTo(EPageState::Repairing);
+  window.calls.clear();
+  workflow->SelectTreeItem(u"Cities");
+  EXPECT_EQ(window.calls, Lines{}) << "the result is the worker's own";
   workflow.reset();
   EXPECT_FALSE(IsRepairing());
   // Back leaves a running repair alone; closing then waits for it.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "cli/ByteText.h"
 #include "cli/JsonOutput.h"
 #include "cli/RowFormat.h"
 #include "tests/platform/ScratchFolder.h"
@@ -52,6 +53,18 @@ TEST(RowFormat, JsonLinesKeepEveryTextAndEveryColumn) {
             "\"a\uFFFD"
             "b\"")
       << "half a surrogate pair";
+}
+
+TEST(ByteText, HexAndBase64InPieces) {
+  const std::vector<uint8_t> bytes{'M', 'a', 'n', 'y', 0x00, 0xFF, 0xFE};
+  const std::span<const uint8_t> all(bytes);
+  std::string hex, base64, two;
+  AppendHex(all, hex);
+  EXPECT_EQ(hex, "4d616e7900fffe");
+  for (const auto piece : {all.first(3), all.subspan(3, 3), all.subspan(6)}) AppendBase64(piece, base64);
+  EXPECT_EQ(base64, "TWFueQD//g==");
+  AppendBase64(all.first(2), two);
+  EXPECT_EQ(two, "TWE=");
 }
 
 }  // namespace
