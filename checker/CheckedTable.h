@@ -5,36 +5,23 @@
 #include <string>
 #include <vector>
 
-#include "writer/embedded/EmbeddedLayout.h"
 #include "writer/embedded/PageSet.h"
+#include "writer/embedded/TableDefinition.h"
 
 namespace tolvane {
 
-struct SCheckedColumn {
-  std::u16string name;
+struct SCheckedColumn : SColumnDefinition {
   std::string nameKey;  // names with equal keys are the same name; keys sort as the names do
-  uint8_t type = 0;
-  uint8_t flags = 0;
-  uint8_t extendedFlags = 0;
-  uint16_t number = 0;
-  uint16_t variableIndex = 0;
-  uint16_t displayNumber = 0;
-  uint16_t fixedOffset = 0;
-  uint16_t length = 0;
   uint16_t sortOrder = 0;
   uint8_t sortVersion = 0;
   uint16_t codePage = 0;       // Jet 3
   uint32_t complexNumber = 0;  // of a complex column
   bool hasMaps = false;
-  uint32_t ownedMap = 0, freeMap = 0;
   CPageSet ownedPages;  // long values
 
-  [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
   [[nodiscard]] bool IsCalculated() const { return (extendedFlags & kColumnCalculated) == kColumnCalculated; }
   // A calculated text may be a long value whatever its type says.
   [[nodiscard]] bool HoldsLongValues() const { return IsLongValueType(type) || (IsCalculated() && hasMaps); }
-  // Bytes in the fixed part; booleans live in the null mask alone.
-  [[nodiscard]] size_t GetFixedSize() const { return IsFixed() && type != kTypeBoolean ? length : size_t{0}; }
 };
 
 struct SCheckedIndexPart {
@@ -51,13 +38,8 @@ struct SCheckedRealIndex {
   [[nodiscard]] bool Has(uint8_t flag) const { return (flags & flag) != 0; }
 };
 
-struct SCheckedLogicalIndex {
-  std::u16string name;
+struct SCheckedLogicalIndex : SLogicalIndex {
   std::string nameKey;
-  uint32_t number = 0, realIndex = 0;
-  uint8_t side = 0;
-  uint32_t partnerIndex = 0, partnerTable = 0;
-  uint8_t cascadeUpdates = 0, cascadeDeletes = 0, kind = 0;
 };
 
 struct SCheckedTable {

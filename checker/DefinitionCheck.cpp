@@ -159,14 +159,7 @@ void CDefinitionCheck::ParseColumns(CByteTaker& taker, size_t count, SCheckedTab
 SCheckedColumn CDefinitionCheck::ParseColumn(std::span<const uint8_t> bytes) {
   const SColumnLayout& at = m_layout.column;
   SCheckedColumn column;
-  column.type = bytes[at.type];
-  column.number = GetLittle<uint16_t>(bytes, at.number);
-  column.variableIndex = GetLittle<uint16_t>(bytes, at.variableIndex);
-  column.displayNumber = GetLittle<uint16_t>(bytes, at.displayNumber);
-  column.flags = bytes[at.flags];
-  column.extendedFlags = GetLittle<uint8_t>(bytes, at.extendedFlags);
-  column.fixedOffset = column.IsFixed() ? GetLittle<uint16_t>(bytes, at.fixedOffset) : uint16_t{0};
-  column.length = GetLittle<uint16_t>(bytes, at.length);
+  static_cast<SColumnDefinition&>(column) = DecodeColumn(at, bytes);
   column.sortOrder = GetLittle<uint16_t>(bytes, at.sortOrder);
   if (m_context.file.IsJet3())
     column.codePage = GetLittle<uint16_t>(bytes, at.sortOrder + kCodePageBehind);
@@ -212,14 +205,7 @@ void CDefinitionCheck::ParseLogicalIndexes(CByteTaker& taker, size_t count, SChe
     if (!taker.IsOk()) return;
     ExpectMagic(GetLittle<uint32_t>(bytes, at.magic), kDefinitionMagic, u"a logical index");
     SCheckedLogicalIndex index;
-    index.number = GetLittle<uint32_t>(bytes, at.number);
-    index.realIndex = GetLittle<uint32_t>(bytes, at.realIndex);
-    index.side = bytes[at.side];
-    index.partnerIndex = GetLittle<uint32_t>(bytes, at.partnerIndex);
-    index.partnerTable = GetLittle<uint32_t>(bytes, at.partnerTable);
-    index.cascadeUpdates = bytes[at.cascadeUpdates];
-    index.cascadeDeletes = bytes[at.cascadeDeletes];
-    index.kind = bytes[at.kind];
+    static_cast<SLogicalIndex&>(index) = DecodeLogicalIndex(at, bytes);
     table.logicalIndexes.push_back(std::move(index));
   }
   for (SCheckedLogicalIndex& index : table.logicalIndexes) {
@@ -328,7 +314,7 @@ void CDefinitionCheck::CheckFixedPart(const SCheckedTable& table) {
     if (column->fixedOffset < end)
       Error("C10",
             Say(u"column ", column->name, u" begins at ", column->fixedOffset, u", inside another one"));
-    end = column->fixedOffset + column->GetFixedSize();
+    end = size_t{column->fixedOffset} + column->GetFixedSize();
   }
   if (end > m_layout.pageSize) Error("C10", u"the fixed columns are longer than a page");
 }

@@ -21,7 +21,7 @@ CRowView::CRowView(const SEmbeddedLayout& layout, const SCheckedTable& table)
   for (const SCheckedColumn& column : table.columns)
     if (column.GetFixedSize() != 0)
       m_fixedEnds[size_t{column.number} + 1] =
-          static_cast<uint16_t>(std::min<size_t>(column.fixedOffset + column.GetFixedSize(), 0xFFFF));
+          static_cast<uint16_t>(std::min<size_t>(size_t{column.fixedOffset} + column.GetFixedSize(), 0xFFFF));
   for (size_t i = 1; i < m_fixedEnds.size(); i++)
     m_fixedEnds[i] = std::max(m_fixedEnds[i], m_fixedEnds[i - 1]);
 }

@@ -66,19 +66,6 @@ void EncodeColumn(const SColumnLayout& at, const SColumnDefinition& column, std:
   PutLittle(block, at.length, column.length);
 }
 
-SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t> block) {
-  SColumnDefinition column;
-  column.type = block[at.type];
-  column.number = GetLittle<uint16_t>(block, at.number);
-  column.variableIndex = GetLittle<uint16_t>(block, at.variableIndex);
-  column.displayNumber = GetLittle<uint16_t>(block, at.displayNumber);
-  column.flags = GetLittle<uint8_t>(block, at.flags);
-  column.extendedFlags = GetLittle<uint8_t>(block, at.extendedFlags);  // 0 where there are none
-  column.fixedOffset = column.IsFixed() ? GetLittle<uint16_t>(block, at.fixedOffset) : uint16_t{0};
-  column.length = GetLittle<uint16_t>(block, at.length);
-  return column;
-}
-
 void EncodeRealIndex(const SRealIndexLayout& at, const SRealIndex& index, std::span<uint8_t> block) {
   PutLittle(block, at.magic, kRealIndexMagic);
   for (size_t i = 0; i < kIndexSlots; i++) {
@@ -116,19 +103,6 @@ void EncodeLogicalIndex(const SLogicalIndexLayout& at, const SLogicalIndex& inde
   block[at.cascadeUpdates] = index.cascadeUpdates;
   block[at.cascadeDeletes] = index.cascadeDeletes;
   block[at.kind] = index.kind;
-}
-
-SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const uint8_t> block) {
-  SLogicalIndex index;
-  index.number = GetLittle<uint32_t>(block, at.number);
-  index.realIndex = GetLittle<uint32_t>(block, at.realIndex);
-  index.side = block[at.side];
-  index.partnerIndex = GetLittle<uint32_t>(block, at.partnerIndex);
-  index.partnerTable = GetLittle<uint32_t>(block, at.partnerTable);
-  index.cascadeUpdates = block[at.cascadeUpdates];
-  index.cascadeDeletes = block[at.cascadeDeletes];
-  index.kind = block[at.kind];
-  return index;
 }
 
 // In the order of their maps: by display number, then by name, whatever order the columns are stored in.
@@ -232,6 +206,32 @@ uint16_t DefinitionWord(const SEmbeddedLayout& layout, size_t bytesLeft) {
 }
 
 }  // namespace
+
+SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t> block) {
+  SColumnDefinition column;
+  column.type = block[at.type];
+  column.number = GetLittle<uint16_t>(block, at.number);
+  column.variableIndex = GetLittle<uint16_t>(block, at.variableIndex);
+  column.displayNumber = GetLittle<uint16_t>(block, at.displayNumber);
+  column.flags = GetLittle<uint8_t>(block, at.flags);
+  column.extendedFlags = GetLittle<uint8_t>(block, at.extendedFlags);  // 0 where there are none
+  column.fixedOffset = column.IsFixed() ? GetLittle<uint16_t>(block, at.fixedOffset) : uint16_t{0};
+  column.length = GetLittle<uint16_t>(block, at.length);
+  return column;
+}
+
+SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const uint8_t> block) {
+  SLogicalIndex index;
+  index.number = GetLittle<uint32_t>(block, at.number);
+  index.realIndex = GetLittle<uint32_t>(block, at.realIndex);
+  index.side = block[at.side];
+  index.partnerIndex = GetLittle<uint32_t>(block, at.partnerIndex);
+  index.partnerTable = GetLittle<uint32_t>(block, at.partnerTable);
+  index.cascadeUpdates = block[at.cascadeUpdates];
+  index.cascadeDeletes = block[at.cascadeDeletes];
+  index.kind = block[at.kind];
+  return index;
+}
 
 void STableDefinition::LayOutColumns() {
   uint16_t fixedOffset = 0;

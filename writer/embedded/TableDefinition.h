@@ -73,6 +73,10 @@ struct STableDefinition {
   [[nodiscard]] const SColumnDefinition* FindColumn(uint16_t number) const;
 };
 
+// One descriptor; its name stands elsewhere.
+SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t> block);
+SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const uint8_t> block);
+
 std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STableDefinition& definition);
 // False when the block is not a sound definition.
 bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> block,
