@@ -6,6 +6,7 @@
 #include "engine/DataConversion.h"
 #include "engine/DataReader.h"
 #include "engine/NumberText.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -33,7 +34,7 @@ void AppendCurrency(std::span<const uint8_t> bytes, std::u16string& text) {
   text += currency;
 }
 
-void AppendDecimal(std::span<const uint8_t> bytes, std::u16string& text) {
+void AppendScaledDecimal(std::span<const uint8_t> bytes, std::u16string& text) {
   const auto word = [&](size_t at) { return CDataReader::ReadUInt32(&bytes[at]); };
   AppendWideDecimal(bytes[kDecimalSign] != 0,
                     {0, word(kDecimalHigh), word(kDecimalLow + 4), word(kDecimalLow)},
@@ -77,17 +78,17 @@ bool AppendCalculated(uint8_t type, std::span<const uint8_t> result, const SReco
       if (type == kTypeBoolean)
         text += result[0] != 0 ? u"True" : u"False";
       else
-        AppendInteger(type == kTypeByte ? result[0] : static_cast<int8_t>(result[0]), text);
+        AppendDecimal(type == kTypeByte ? result[0] : static_cast<int8_t>(result[0]), text);
       return true;
     case 2:
-      AppendInteger(static_cast<int16_t>(CDataReader::ReadUInt16(result.data())), text);
+      AppendDecimal(static_cast<int16_t>(CDataReader::ReadUInt16(result.data())), text);
       return true;
     case 4: {
       const uint32_t bits = CDataReader::ReadUInt32(result.data());
       if (isFraction)
         AppendDouble(static_cast<double>(std::bit_cast<float>(bits)), rules.floatDecimals, text);
       else
-        AppendInteger(static_cast<int32_t>(bits), text);
+        AppendDecimal(static_cast<int32_t>(bits), text);
       return true;
     }
     case 8:
@@ -96,7 +97,7 @@ bool AppendCalculated(uint8_t type, std::span<const uint8_t> result, const SReco
       if (type == kTypeGuid)
         CDataConversion::GuidToText(result.first<CDataConversion::kGuidBytes>(), text);
       else
-        AppendDecimal(result, text);
+        AppendScaledDecimal(result, text);
       return true;
     default:
       return false;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/CodePage.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -55,31 +56,32 @@ SDay ToDay(int64_t n) {
   return {year, static_cast<int64_t>(month) + 1, n - daysBefore(month) + 1};
 }
 
-void AppendNumber(int64_t value, size_t digits, std::u16string& text) {
-  const size_t end = text.size() + digits;
-  text.resize(end);
-  for (size_t i = 1; i <= digits; i++, value /= 10) text[end - i] = static_cast<char16_t>(u'0' + value % 10);
+// The last digits of a number over a pattern's places from `at` on.
+template <size_t kPlaces>
+void PutNumber(int64_t value, size_t digits, size_t at, std::array<char16_t, kPlaces>& pattern) {
+  auto rest = static_cast<uint32_t>(value);
+  for (size_t i = digits; i-- > 0; rest /= 10) pattern[at + i] = static_cast<char16_t>(u'0' + rest % 10);
 }
 
 // Twelve-hour clock: hours 0 and 12 are both "12".
 void AppendTime(int64_t seconds, std::u16string& text) {
   const int64_t hour = seconds / 3600;
-  AppendNumber(hour % 12 == 0 ? 12 : hour % 12, 2, text);
-  text += u':';
-  AppendNumber(seconds / 60 % 60, 2, text);
-  text += u':';
-  AppendNumber(seconds % 60, 2, text);
-  text += hour < 12 ? u" AM" : u" PM";
+  std::array<char16_t, 11> time{u'0', u'0', u':', u'0', u'0', u':', u'0', u'0', u' ', u'A', u'M'};
+  PutNumber(hour % 12 == 0 ? 12 : hour % 12, 2, 0, time);
+  PutNumber(seconds / 60 % 60, 2, 3, time);
+  PutNumber(seconds % 60, 2, 6, time);
+  if (hour >= 12) time[9] = u'P';
+  text.append(time.data(), time.size());
 }
 
 void AppendDay(const SDay& day, std::u16string& text) {
-  AppendNumber(day.month, 2, text);
-  text += u'/';
-  AppendNumber(day.day, 2, text);
-  text += u'/';
-  AppendNumber(day.year, 4, text);
+  std::array<char16_t, 10> date{u'0', u'0', u'/', u'0', u'0', u'/', u'0', u'0', u'0', u'0'};
+  PutNumber(day.month, 2, 0, date);
+  PutNumber(day.day, 2, 3, date);
+  PutNumber(day.year, 4, 6, date);
   // A year that reads "0/" keeps two digits.
-  if (text.size() >= 8 && text[6] == u'0' && text[7] == u'/') text[7] = u'0';
+  if (date[6] == u'0' && date[7] == u'/') date[7] = u'0';
+  text.append(date.data(), date.size());
 }
 
 }  // namespace
@@ -122,7 +124,7 @@ void CDataConversion::CurrencyToText(std::span<const uint8_t, kCurrencyBytes> by
 
   text.assign(isNegative ? u"-" : u"");
   if (count <= kDecimals) text.append(kDecimals + 1 - count, u'0');
-  for (size_t i = 0; i < count; i++) text += static_cast<char16_t>(digits[i]);
+  AppendAscii({digits.data(), count}, text);
   text.insert(text.size() - kDecimals, 1, u'.');
 }
 

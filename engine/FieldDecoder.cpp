@@ -10,6 +10,7 @@
 #include "engine/DataReader.h"
 #include "engine/NumberText.h"
 #include "platform/CodePage.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -91,14 +92,14 @@ EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uin
   const uint8_t* at = bytes.data();
   switch (field.type) {
     case kTypeByte:
-      AppendInteger(at[0], text);
+      AppendDecimal(at[0], text);
       break;
     case kTypeInteger:
-      AppendInteger(static_cast<int16_t>(CDataReader::ReadUInt16(at)), text);
+      AppendDecimal(static_cast<int16_t>(CDataReader::ReadUInt16(at)), text);
       break;
     case kTypeLong:
     case kTypeComplex:
-      AppendInteger(static_cast<int32_t>(CDataReader::ReadUInt32(at)), text);
+      AppendDecimal(static_cast<int32_t>(CDataReader::ReadUInt32(at)), text);
       break;
     case kTypeCurrency:
       CDataConversion::CurrencyToText(bytes.first<8>(), text);
@@ -139,7 +140,7 @@ EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uin
       break;
     default:
       text = u"Default ";
-      AppendInteger(field.type, text);
+      AppendDecimal(field.type, text);
       break;
   }
   return EFieldResult::Decoded;

@@ -5,17 +5,14 @@
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
-#include <string_view>
+
+#include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
 
 constexpr uint32_t kMostDecimals = 40;
-
-void AppendAscii(std::string_view ascii, std::u16string& text) {
-  for (const char c : ascii) text += static_cast<char16_t>(c);
-}
 
 // Divides in place and answers the remainder.
 uint32_t DivideByTen(std::array<uint32_t, 4>& words) {
@@ -29,12 +26,6 @@ uint32_t DivideByTen(std::array<uint32_t, 4>& words) {
 }
 
 }  // namespace
-
-void AppendInteger(int64_t value, std::u16string& text) {
-  std::array<char, 24> digits;
-  const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  AppendAscii({digits.data(), static_cast<size_t>(end - digits.data())}, text);
-}
 
 void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
   if (std::isnan(value)) {

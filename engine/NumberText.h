@@ -8,8 +8,6 @@
 
 namespace tolvane {
 
-void AppendInteger(int64_t value, std::u16string& text);
-
 // "inf", "-inf" and "nan" for what is no number.
 void AppendDouble(double value, uint32_t decimals, std::u16string& text);
 

@@ -1,5 +1,8 @@
 #include "platform/Text.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <limits>
 #include <type_traits>
 
@@ -9,20 +12,33 @@ namespace tolvane {
 
 namespace {
 
+// One unit for each. Through a buffer, because a string that grows is filled with zeros first.
+template <class TFrom, class TTo>
+void AppendEach(std::basic_string_view<TFrom> text, std::basic_string<TTo>& out) {
+  std::array<TTo, 128> buffer;
+  while (!text.empty()) {
+    const std::basic_string_view<TFrom> piece = text.substr(0, buffer.size());
+    std::transform(piece.begin(), piece.end(), buffer.begin(),
+                   [](TFrom c) { return static_cast<TTo>(static_cast<std::make_unsigned_t<TFrom>>(c)); });
+    out.append(buffer.data(), piece.size());
+    text.remove_prefix(piece.size());
+  }
+}
+
 // Most text is ASCII: whole runs of it are copied at once, and `pos` moves behind the run.
 template <class TFrom, class TTo>
 void CopyAscii(std::basic_string_view<TFrom> text, size_t& pos, std::basic_string<TTo>& out) {
-  size_t end = pos;
-  while (end < text.size() && static_cast<std::make_unsigned_t<TFrom>>(text[end]) < 0x80) end++;
-  const size_t start = out.size();
-  out.resize(start + end - pos);
-  for (size_t i = start; pos < end; pos++, i++) out[i] = static_cast<TTo>(text[pos]);
+  const auto first = text.begin() + static_cast<std::ptrdiff_t>(pos);
+  const auto last = std::find_if(first, text.end(),
+                                 [](TFrom c) { return static_cast<std::make_unsigned_t<TFrom>>(c) >= 0x80; });
+  const auto length = static_cast<size_t>(last - first);
+  AppendEach(text.substr(pos, length), out);
+  pos += length;
 }
 
 }  // namespace
 
 void AppendUtf8(std::u16string_view text, std::string& out) {
-  out.reserve(out.size() + text.size());
   for (size_t pos = 0; true;) {
     CopyAscii(text, pos, out);
     if (pos == text.size()) return;
@@ -33,6 +49,7 @@ void AppendUtf8(std::u16string_view text, std::string& out) {
 
 std::string ToUtf8(std::u16string_view text) {
   std::string out;
+  out.reserve(text.size());
   AppendUtf8(text, out);
   return out;
 }
@@ -49,9 +66,14 @@ std::u16string FromUtf8(std::string_view text) {
   }
 }
 
+void AppendAscii(std::string_view text, std::u16string& out) {
+  for (const char c : text) out.push_back(static_cast<unsigned char>(c));
+}
+
 std::u16string FromAscii(std::string_view text) {
-  std::u16string out(text.size(), u'\0');
-  for (size_t i = 0; i < text.size(); i++) out[i] = static_cast<unsigned char>(text[i]);
+  std::u16string out;
+  out.reserve(text.size());
+  AppendAscii(text, out);
   return out;
 }
 

@@ -27,12 +27,20 @@ std::u16string FromNativePath(std::string_view path);
 // Each byte becomes one unit.
 std::u16string FromAscii(std::string_view text);
 
+void AppendAscii(std::string_view text, std::u16string& out);
+
 // Digits without grouping, whatever the locale.
 template <std::integral T>
-std::u16string ToDecimal(T value) {
+void AppendDecimal(T value, std::u16string& out) {
   char digits[24];
   const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
-  return FromAscii({digits, static_cast<size_t>(end - digits)});
+  AppendAscii({digits, static_cast<size_t>(end - digits)}, out);
+}
+template <std::integral T>
+std::u16string ToDecimal(T value) {
+  std::u16string text;
+  AppendDecimal(value, text);
+  return text;
 }
 
 // "1,234", with what stands between the groups in the user's region; a comma where the system does not tell.

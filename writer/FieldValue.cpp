@@ -11,10 +11,16 @@ namespace tolvane {
 
 namespace {
 
+// In place: a value costs no allocation.
+void SetDecimal(int64_t value, std::u16string& text) {
+  text.clear();
+  AppendDecimal(value, text);
+}
+
 EFieldValue KeepInRange(int64_t least, int64_t greatest, std::u16string& text) {
   const int64_t value = LeadingInteger(text);
   if (value < least || value > greatest) return EFieldValue::Dropped;
-  text = ToDecimal(value);
+  SetDecimal(value, text);
   return EFieldValue::Text;
 }
 
@@ -33,8 +39,9 @@ EFieldValue ConvertForField(uint8_t columnType, const SRecoveryRules& rules, std
     case kTypeInteger:
       return KeepInRange(std::numeric_limits<int16_t>::min(), std::numeric_limits<int16_t>::max(), text);
     case kTypeLong:
-      text = ToDecimal(std::clamp<int64_t>(LeadingInteger(text), std::numeric_limits<int32_t>::min(),
-                                           std::numeric_limits<int32_t>::max()));
+      SetDecimal(std::clamp<int64_t>(LeadingInteger(text), std::numeric_limits<int32_t>::min(),
+                                     std::numeric_limits<int32_t>::max()),
+                 text);
       return EFieldValue::Text;
     case kTypeDate:
       FixDateDigits(text);

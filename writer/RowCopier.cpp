@@ -78,21 +78,25 @@ ESaveStep CRowCopier::CopyRow(std::vector<std::u16string>& cells) {
 ESaveStep CRowCopier::SetValue(size_t column, std::u16string& text, SRow& row) {
   if (text.empty()) return ESaveStep::Done;
   const size_t field = m_saved.fields[column];
-  CDaoResult result{EDaoError::ItemNotFound, u"Its column could not be created."};
-  if (field != SSavedTable::kNoField) {
-    const EFieldValue value = ConvertForField(m_saved.table->columns.GetAt(column)->type, m_rules, text);
-    if (value == EFieldValue::Dropped) {
+  if (field == SSavedTable::kNoField)
+    return NoteValue({EDaoError::ItemNotFound, u"Its column could not be created."}, row);
+  switch (ConvertForField(m_saved.table->columns.GetAt(column)->type, m_rules, text)) {
+    case EFieldValue::Dropped:
       ++m_summary.fieldsDropped;
       return ESaveStep::Done;
-    }
-    result = value == EFieldValue::File ? SetFromFile(field, text) : m_recordset->SetFieldValue(field, text);
+    case EFieldValue::File:
+      return NoteValue(SetFromFile(field, text), row);
+    default:
+      return NoteValue(m_recordset->SetFieldValue(field, text), row);
   }
+}
+
+ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
   if (EndsSave(result.code)) return Fail(result);
-  if (result.IsOk()) {
+  if (result.IsOk())
     row.hasValue = true;
-  } else {
-    if (row.failedFields++ == 0) row.reason = result.text;
-  }
+  else if (row.failedFields++ == 0)
+    row.reason = result.text;
   return ESaveStep::Done;
 }
 

@@ -34,6 +34,7 @@ class CRowCopier {
   ESaveStep CopyRows();
   ESaveStep CopyRow(std::vector<std::u16string>& cells);
   ESaveStep SetValue(size_t column, std::u16string& text, SRow& row);
+  ESaveStep NoteValue(const CDaoResult& result, SRow& row);
   CDaoResult SetFromFile(size_t field, const std::u16string& path);
   ESaveStep StoreRow(SRow& row);
   ESaveStep Close();

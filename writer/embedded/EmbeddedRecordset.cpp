@@ -42,17 +42,21 @@ CDaoResult CEmbeddedRecordset::AddNew() {
   return CDaoResult::Ok();
 }
 
-CDaoResult CEmbeddedRecordset::CheckField(size_t index) const {
+// Asked of every value, so without a text.
+bool CEmbeddedRecordset::CanSetField(size_t index) const {
+  return m_table != nullptr && m_file->IsOpen() && m_isAdding &&
+         index < m_table->GetDefinition().columns.size();
+}
+
+CDaoResult CEmbeddedRecordset::RefuseField() const {
   if (m_table == nullptr || !m_file->IsOpen())
     return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
   if (!m_isAdding) return {EDaoError::NoAddNew, u"No new record has been started."};
-  if (index >= m_table->GetDefinition().columns.size())
-    return {EDaoError::ItemNotFound, u"The table has no field of that number."};
-  return CDaoResult::Ok();
+  return {EDaoError::ItemNotFound, u"The table has no field of that number."};
 }
 
 CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view text) {
-  if (CDaoResult result = CheckField(index); !result.IsOk()) return result;
+  if (!CanSetField(index)) return RefuseField();
   const SColumnDefinition& column = m_table->GetDefinition().columns[index];
   switch (column.type) {
     case kTypeText:
@@ -70,7 +74,7 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view t
 }
 
 CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes) {
-  if (CDaoResult result = CheckField(index); !result.IsOk()) return result;
+  if (!CanSetField(index)) return RefuseField();
   const SColumnDefinition& column = m_table->GetDefinition().columns[index];
   if (column.type != kTypeOle)
     return WithField(EDaoError::InvalidDataType, column, u"only a long binary field takes bytes");
@@ -133,7 +137,7 @@ CDaoResult CEmbeddedRecordset::SetDefaults() {
 }
 
 CDaoResult CEmbeddedRecordset::Update() {
-  if (CDaoResult result = CheckField(0); !result.IsOk()) return result;
+  if (!CanSetField(0)) return RefuseField();
   m_isAdding = false;
   CDaoResult result = SetDefaults();
   if (result.IsOk()) result = m_table->StoreRow();

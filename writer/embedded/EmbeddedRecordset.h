@@ -32,7 +32,9 @@ class CEmbeddedRecordset : public CDaoRecordset {
   CDaoResult Close() override;
 
  private:
-  [[nodiscard]] CDaoResult CheckField(size_t index) const;
+  [[nodiscard]] bool CanSetField(size_t index) const;
+  // Why such a field cannot be set.
+  [[nodiscard]] CDaoResult RefuseField() const;
   CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
   CDaoResult SetMemo(size_t index, std::u16string_view text);
   CDaoResult SetConverted(const SColumnDefinition& column, std::u16string_view text);

@@ -144,11 +144,29 @@ std::optional<int64_t> RoundScaled(const SDecimal& decimal, int decimals) {
   return static_cast<int64_t>(decimal.negative ? 0 - magnitude : magnitude);
 }
 
+// A sign and digits alone, as most whole numbers are spelled, and not so many that they could be out of
+// range.
+std::optional<int64_t> TakePlainNumber(std::u16string_view text) {
+  const bool negative = !text.empty() && text.front() == u'-';
+  if (negative) text.remove_prefix(1);
+  if (text.empty() || text.size() > std::numeric_limits<int64_t>::digits10) return std::nullopt;
+  int64_t value = 0;
+  for (const char16_t unit : text) {
+    if (!IsDigit(unit)) return std::nullopt;
+    value = value * 10 + (unit - u'0');
+  }
+  return negative ? -value : value;
+}
+
+std::optional<int64_t> TakeScaledNumber(std::u16string_view text, int decimals) {
+  SDecimal decimal;
+  return ParseDecimal(text, decimal) ? RoundScaled(decimal, decimals) : std::nullopt;
+}
+
 template <class TStored>
 bool ConvertWhole(std::u16string_view text, int decimals, std::vector<uint8_t>& storage) {
-  SDecimal decimal;
-  if (!ParseDecimal(text, decimal)) return false;
-  const std::optional<int64_t> value = RoundScaled(decimal, decimals);
+  std::optional<int64_t> value = decimals == 0 ? TakePlainNumber(text) : std::nullopt;
+  if (!value) value = TakeScaledNumber(text, decimals);
   if (!value || *value < int64_t{std::numeric_limits<TStored>::min()} ||
       *value > int64_t{std::numeric_limits<TStored>::max()}) {
     return false;
@@ -200,16 +218,14 @@ bool IsLeapYear(int year) {
 
 // Days since 30 December 1899; nothing for a day that the calendar does not have.
 std::optional<int32_t> DaysOf(int year, int month, int day) {
-  constexpr std::array<int, 12> kMonthDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  constexpr std::array<int, 13> kBefore = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
   if (year < kFirstYear || year > kLastYear || month < 1 || month > 12) return std::nullopt;
-  const auto daysIn = [year, &kMonthDays](int m) {
-    return kMonthDays[static_cast<size_t>(m - 1)] + (m == 2 && IsLeapYear(year) ? 1 : 0);
+  const auto daysBefore = [&](int m) {
+    return kBefore[static_cast<size_t>(m - 1)] + (m > 2 && IsLeapYear(year) ? 1 : 0);
   };
-  if (day < 1 || day > daysIn(month)) return std::nullopt;
+  if (day < 1 || day > daysBefore(month + 1) - daysBefore(month)) return std::nullopt;
   const int past = year - 1;
-  int32_t days = past * 365 + past / 4 - past / 100 + past / 400 + day - 1 - kDaysBeforeZeroDate;
-  for (int m = 1; m < month; m++) days += daysIn(m);
-  return days;
+  return past * 365 + past / 4 - past / 100 + past / 400 + daysBefore(month) + day - 1 - kDaysBeforeZeroDate;
 }
 
 // "MM/DD/YYYY" or "YYYY-MM-DD".
