@@ -1,8 +1,9 @@
-// Single characters of UTF-8 and UTF-16, for the conversions of platform/. No state, no allocation but the
-// output.
+// Single characters and units of UTF-8 and UTF-16. No state, no allocation but the output.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -54,6 +55,18 @@ inline void AppendUtf8CodePoint(char32_t c, std::string& out) {
     tail(12);
     tail(6);
     tail(0);
+  }
+}
+
+// UTF-16LE, two bytes a unit. `target` has room for them.
+inline void PutUnits(std::u16string_view units, uint8_t* target) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::copy_n(reinterpret_cast<const uint8_t*>(units.data()), 2 * units.size(), target);
+  } else {
+    for (const char16_t unit : units) {
+      *target++ = static_cast<uint8_t>(unit);
+      *target++ = static_cast<uint8_t>(unit >> 8);
+    }
   }
 }
 

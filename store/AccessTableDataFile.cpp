@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/Files.h"
+#include "platform/TextUnits.h"
 #include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 
@@ -16,17 +17,8 @@ constexpr size_t kBufferBytes = 256 * 1024;
 // No system's path is longer; a list record that claims more names nothing.
 constexpr uint32_t kMaximumPathBytes = 2 * 65536;
 
-uint8_t* PutCount(uint32_t count, uint8_t* target) {
+void PutCount(uint32_t count, uint8_t* target) {
   for (int shift = 0; shift < 32; shift += 8) *target++ = static_cast<uint8_t>(count >> shift);
-  return target;
-}
-
-uint8_t* PutUnits(std::u16string_view units, uint8_t* target) {
-  for (const char16_t unit : units) {
-    *target++ = static_cast<uint8_t>(unit);
-    *target++ = static_cast<uint8_t>(unit >> 8);
-  }
-  return target;
 }
 
 }  // namespace
@@ -67,11 +59,10 @@ void CAccessTableDataFile::WriteValue(std::u16string_view text) {
   ++m_used;
 }
 
-// Where the next bytes go, at most as many as the buffer holds.
-uint8_t* CAccessTableDataFile::MakeRoom(size_t bytes) {
-  if (m_buffer.empty()) m_buffer.resize(kBufferBytes);
-  if (kBufferBytes - m_used < bytes) FlushBuffer();
-  return m_buffer.data() + m_used;
+// Made at its first use.
+void CAccessTableDataFile::EmptyBuffer() {
+  FlushBuffer();
+  m_buffer.resize(kBufferBytes);
 }
 
 void CAccessTableDataFile::FlushBuffer() {
@@ -98,7 +89,8 @@ void CAccessTableDataFile::AppendOleFileName(std::u16string_view path) {
     throw CFileCustException(list.GetLastErrorCode());
   const size_t count = path.size() + 1;
   std::vector<uint8_t> record(kCountBytes + 2 * path.size() + 1);  // for an empty path a zero byte follows
-  PutUnits(path, PutCount(static_cast<uint32_t>(count), record.data()));
+  PutCount(static_cast<uint32_t>(count), record.data());
+  PutUnits(path, record.data() + kCountBytes);
   record.resize(kCountBytes + count);
   list.WriteAt(list.GetLength(), record);
 }

@@ -53,7 +53,12 @@ class CAccessTableDataFile {
   [[nodiscard]] uint32_t GetLastErrorCode() const { return m_file.GetLastErrorCode(); }
 
  private:
-  uint8_t* MakeRoom(size_t bytes);
+  // Where the next bytes go, at most as many as the buffer holds.
+  uint8_t* MakeRoom(size_t bytes) {
+    if (m_buffer.size() - m_used < bytes) EmptyBuffer();
+    return m_buffer.data() + m_used;
+  }
+  void EmptyBuffer();
   void FlushBuffer();
 
   std::u16string m_strPath;  // the file created last; empty until then

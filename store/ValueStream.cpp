@@ -61,11 +61,15 @@ void CValueStream::Skip(uint64_t count) {
 
 // Fewer bytes than asked at the end of the file, or where the system fails to read: the stream ends there.
 size_t CValueStream::ReadBytes(std::span<uint8_t> bytes) {
+  // Nearly always all of them stand in the block.
+  if (IsInBlock(bytes.size())) {
+    std::memcpy(bytes.data(), &m_block[static_cast<size_t>(m_position - m_blockStart)], bytes.size());
+    m_position += bytes.size();
+    return bytes.size();
+  }
   size_t done = 0;
   while (done < bytes.size() && !IsAtEnd()) {
-    if (m_position < m_blockStart || m_position >= m_blockStart + m_blockSize) {
-      if (!FillBlock()) break;
-    }
+    if (!IsInBlock(1) && !FillBlock()) break;
     const size_t at = static_cast<size_t>(m_position - m_blockStart);
     const size_t piece = std::min(bytes.size() - done, m_blockSize - at);
     std::memcpy(bytes.data() + done, m_block.data() + at, piece);

@@ -41,6 +41,11 @@ class CValueStream {
   void MoveTo(uint64_t position) { m_position = position; }
 
  private:
+  // The next `count` bytes, at least one.
+  [[nodiscard]] bool IsInBlock(size_t count) const {
+    const uint64_t at = m_position - m_blockStart;
+    return at < m_blockSize && count <= m_blockSize - at;
+  }
   size_t ReadBytes(std::span<uint8_t> bytes);
   bool FillBlock();
 

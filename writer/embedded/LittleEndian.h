@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/TextUnits.h"
+
 namespace tolvane {
 
 // An offset that a page format does not have.
@@ -42,15 +44,11 @@ inline uint64_t DoubleBits(double value) {
   return std::bit_cast<uint64_t>(value);
 }
 
-// UTF-16LE, two bytes a unit. `out` must hold all of them.
-inline void PutUnits(std::span<uint8_t> out, std::u16string_view text) {
-  for (size_t i = 0; i < text.size(); i++) PutLittle(out, 2 * i, static_cast<uint16_t>(text[i]));
-}
-
+// UTF-16LE, two bytes a unit.
 inline void AppendUnits(std::vector<uint8_t>& out, std::u16string_view text) {
   const size_t at = out.size();
   out.resize(at + 2 * text.size());
-  PutUnits(std::span(out).subspan(at), text);
+  PutUnits(text, out.data() + at);
 }
 
 // A last odd byte is dropped.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/TextUnits.h"
 #include "writer/embedded/StoredText.h"
 #include "writer/embedded/UsageMap.h"
 
@@ -14,16 +15,27 @@ class CTextSource : public CDaoByteSource {
  public:
   explicit CTextSource(std::u16string_view text) : m_text(text) {}
   bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
-    const size_t end = std::min(m_position + buffer.size(), 2 * m_text.size());
-    bytesRead = end - m_position;
+    bytesRead = std::min(buffer.size(), 2 * m_text.size() - m_position);
+    buffer = buffer.first(bytesRead);
     // A piece may begin or end inside a unit.
-    for (size_t i = 0; i < bytesRead; i++, m_position++)
-      buffer[i] = static_cast<uint8_t>(m_text[m_position / 2] >> (m_position % 2 * 8));
+    if (m_position % 2 != 0) buffer = TakeHalf(buffer);
+    const size_t units = buffer.size() / 2;
+    PutUnits(m_text.substr(m_position / 2, units), buffer.data());
+    m_position += 2 * units;
+    TakeHalf(buffer.subspan(2 * units));
     return true;
   }
   [[nodiscard]] uint64_t GetLength() const override { return 2 * uint64_t{m_text.size()}; }
 
  private:
+  // Half a unit, if there is room for it; answers the rest of the room.
+  std::span<uint8_t> TakeHalf(std::span<uint8_t> room) {
+    if (room.empty()) return room;
+    room[0] = static_cast<uint8_t>(m_text[m_position / 2] >> (m_position % 2 * 8));
+    m_position++;
+    return room.subspan(1);
+  }
+
   std::u16string_view m_text;
   size_t m_position = 0;  // in bytes
 };
