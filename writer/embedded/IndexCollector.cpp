@@ -81,12 +81,12 @@ bool CIndexedValues::ReadHead(std::span<const uint8_t> reference, std::span<cons
 CIndexCollector::CIndexCollector(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
                                  size_t memory)
     : m_layout(file.GetLayout()),
-      m_definition(definition),
       m_index(index),
       m_values(file, definition),
       m_sorter(file.GetTempFolder(), memory) {
   for (const SIndexColumn& part : index.columns) {
     const SColumnDefinition* column = definition.FindColumn(part.number);
+    m_columns.push_back(column);
     if (column == nullptr || !AppendIndexKey({m_layout.keys}, column->type, part.ascending, {}, m_allNullKey))
       m_obstacle = u"it has a column that cannot be indexed";
   }
@@ -103,12 +103,12 @@ EDaoError CIndexCollector::Add(std::span<const uint8_t> row, uint32_t pointer) {
 bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
   m_key.clear();
   m_nullColumns = 0;
-  for (const SIndexColumn& part : m_index.columns) {
-    const SColumnDefinition* column = m_definition.FindColumn(part.number);
+  for (size_t i = 0; i < m_columns.size(); i++) {
+    const SColumnDefinition& column = *m_columns[i];
     std::optional<std::span<const uint8_t>> value;
-    if (!m_values.Read(row, *column, value))
+    if (!m_values.Read(row, column, value))
       m_obstacle = u"a value of it cannot be read";
-    else if (!AppendIndexKey({m_layout.keys}, column->type, part.ascending, value, m_key))
+    else if (!AppendIndexKey({m_layout.keys}, column.type, m_index.columns[i].ascending, value, m_key))
       m_obstacle = u"it holds characters whose place in the sort order is not known";
     if (!value) m_nullColumns++;
   }

@@ -60,8 +60,8 @@ class CIndexCollector {
   bool MakeKey(std::span<const uint8_t> row);
 
   const SEmbeddedLayout& m_layout;
-  const STableDefinition& m_definition;
   const SRealIndex& m_index;
+  std::vector<const SColumnDefinition*> m_columns;  // of the index; null where the table has none such
   CIndexedValues m_values;
   CIndexSorter m_sorter;
   std::vector<uint8_t> m_key;

@@ -127,10 +127,13 @@ std::span<const uint8_t> CIndexSorter::BytesOf(const SRecord& record) const {
   return Bytes(m_arena).subspan(record.offset, record.size);
 }
 
+// Rows mostly come in the order of their numbers already.
 void CIndexSorter::SortRecords() {
-  std::sort(m_records.begin(), m_records.end(), [this](const SRecord& a, const SRecord& b) {
+  const auto isBefore = [this](const SRecord& a, const SRecord& b) {
     return a.prefix != b.prefix ? a.prefix < b.prefix : IsLess(BytesOf(a), BytesOf(b));
-  });
+  };
+  if (!std::is_sorted(m_records.begin(), m_records.end(), isBefore))
+    std::sort(m_records.begin(), m_records.end(), isBefore);
 }
 
 bool CIndexSorter::OpenFile() {

@@ -34,10 +34,23 @@ constexpr std::array<uint16_t, kBlocks + 1> CountRowsBeforeBlocks() {
 constexpr auto kRowsBeforeBlock = CountRowsBeforeBlocks();
 static_assert(kJet4Weights[0].first == 0, "every code unit must have a row");
 
+// The row of each code unit of the first block, which most texts are made of.
+constexpr std::array<uint16_t, 256> ListFirstBlock() {
+  std::array<uint16_t, 256> rows{};
+  uint16_t row = 0;
+  for (size_t unit = 0; unit < rows.size(); unit++) {
+    while (row + 1U < std::size(kJet4Weights) && kJet4Weights[row + 1U].first <= unit) row++;
+    rows[unit] = row;
+  }
+  return rows;
+}
+constexpr auto kFirstBlock = ListFirstBlock();
+
 }  // namespace
 
 const SJet4Weight& FindJet4Weight(char16_t unit) {
   const size_t block = unit >> 8;
+  if (block == 0) return kJet4Weights[kFirstBlock[unit]];
   const auto* begin = kJet4Weights + kRowsBeforeBlock[block];
   const auto* end = kJet4Weights + kRowsBeforeBlock[block + 1];
   const auto* after = std::upper_bound(
