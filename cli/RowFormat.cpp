@@ -1,5 +1,6 @@
 #include "cli/RowFormat.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "cli/JsonOutput.h"
@@ -7,9 +8,26 @@
 
 namespace tolvane {
 
-void CCsvFormat::Separate() {
-  if (m_column++ > 0) m_sink.Write(",");
+namespace {
+
+bool NeedsQuotes(std::u16string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char16_t unit) {
+    return unit == u',' || unit == u'"' || unit == u'\r' || unit == u'\n';
+  });
 }
+
+void AppendQuoted(std::u16string_view text, std::string& out) {
+  out += '"';
+  for (size_t quote = text.find(u'"'); quote != std::u16string_view::npos; quote = text.find(u'"')) {
+    AppendUtf8(text.substr(0, quote + 1), out);
+    out += '"';
+    text.remove_prefix(quote + 1);
+  }
+  AppendUtf8(text, out);
+  out += '"';
+}
+
+}  // namespace
 
 void CCsvFormat::WriteHeader(const std::vector<std::u16string>& columns) {
   m_columnCount = columns.size();
@@ -19,20 +37,19 @@ void CCsvFormat::WriteHeader(const std::vector<std::u16string>& columns) {
 }
 
 void CCsvFormat::WriteText(std::u16string_view text) {
-  Separate();
+  m_cell.clear();
+  if (m_column++ > 0) m_cell += ',';
   // The quotes of an empty cell tell a row with one column from an empty line.
   const bool isLoneEmpty = text.empty() && m_columnCount == 1;
-  const bool needsQuotes = isLoneEmpty || text.find_first_of(u",\"\r\n") != std::u16string_view::npos;
-  m_cell.clear();
-  if (needsQuotes) m_cell += '"';
-  for (size_t quote = text.find(u'"'); quote != std::u16string_view::npos; quote = text.find(u'"')) {
-    AppendUtf8(text.substr(0, quote + 1), m_cell);
-    m_cell += '"';
-    text.remove_prefix(quote + 1);
-  }
-  AppendUtf8(text, m_cell);
-  if (needsQuotes) m_cell += '"';
+  if (isLoneEmpty || NeedsQuotes(text))
+    AppendQuoted(text, m_cell);
+  else
+    AppendUtf8(text, m_cell);
   m_sink.Write(m_cell);
+}
+
+void CCsvFormat::BeginBytes() {
+  if (m_column++ > 0) m_sink.Write(",");
 }
 
 void CJsonLinesFormat::WriteHeader(const std::vector<std::u16string>& columns) {

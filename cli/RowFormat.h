@@ -40,13 +40,11 @@ class CCsvFormat : public CRowFormat {
   void WriteHeader(const std::vector<std::u16string>& columns) override;
   void BeginRow() override { m_column = 0; }
   void WriteText(std::u16string_view text) override;
-  void BeginBytes() override { Separate(); }
+  void BeginBytes() override;
   void EndBytes() override {}
   void EndRow() override { m_sink.Write("\r\n"); }
 
  private:
-  void Separate();
-
   size_t m_column = 0;
   size_t m_columnCount = 0;
   std::string m_cell;
