@@ -25,6 +25,12 @@ if(TOLVANE_SANITIZE)
   endif()
 endif()
 
+if(TOLVANE_FUZZ)
+  set(_fuzz -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(tolvane_options INTERFACE ${_fuzz})
+  target_link_options(tolvane_options INTERFACE ${_fuzz})
+endif()
+
 # tolvane_library(NAME SOURCES file... LINKS target...)
 # One static library a folder, linked only to the folders that it may include.
 function(tolvane_library name)

@@ -46,8 +46,9 @@ bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
   return true;
 }
 
-CDatabaseBuilder::CDatabaseBuilder(const std::string& path) : m_engine(MakeEmbeddedEngine()) {
-  Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, kDaoVersionJet4, m_database), path);
+CDatabaseBuilder::CDatabaseBuilder(const std::string& path, int32_t version)
+    : m_engine(MakeEmbeddedEngine()) {
+  Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, version, m_database), path);
 }
 
 CDatabaseBuilder::~CDatabaseBuilder() = default;

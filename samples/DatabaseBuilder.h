@@ -39,7 +39,7 @@ class CMemorySource : public CDaoByteSource {
 
 class CDatabaseBuilder {
  public:
-  explicit CDatabaseBuilder(const std::string& path);
+  explicit CDatabaseBuilder(const std::string& path, int32_t version = kDaoVersionJet4);
   ~CDatabaseBuilder();
   CDatabaseBuilder(const CDatabaseBuilder&) = delete;
   CDatabaseBuilder& operator=(const CDatabaseBuilder&) = delete;
@@ -56,6 +56,8 @@ class CDatabaseBuilder {
   void EndRow();
   void CloseTable();
 
+  // For what else goes into it, with no table open.
+  CDaoDatabase& GetDatabase() { return *m_database; }
   void Close();
 
  private:

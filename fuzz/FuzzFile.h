@@ -1,0 +1,19 @@
+// The bytes of one run as a file in the temporary folder, which every fuzzer has for itself.
+#pragma once
+
+#include <cstdlib>
+
+#include "platform/FileCust.h"
+#include "platform/Files.h"
+
+namespace tolvane {
+
+inline std::u16string WriteInput(const uint8_t* data, size_t size) {
+  const std::u16string path = GetTempFolder() + u"input";
+  CFileCust file;
+  if (!file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways)) std::abort();
+  file.Write({data, size});
+  return path;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,57 @@
+// Saved queries, both ways. The first byte says what the text behind it is:
+//   'S'   the SQL of a query: split into rows, and made SQL again from these
+//   else  the kind of a query, as a digit, and its rows for a builder: fields end with '|', rows with '~'
+#include <algorithm>
+
+#include "platform/Text.h"
+#include "query/QB.h"
+#include "writer/embedded/QueryText.h"
+
+namespace tolvane {
+namespace {
+
+std::u16string Take(std::u16string_view& text, char16_t end) {
+  const std::u16string piece(text.substr(0, text.find(end)));
+  text.remove_prefix(std::min(piece.size() + 1, text.size()));
+  return piece;
+}
+
+std::u16string Build(uint32_t type, std::u16string_view text) {
+  CTList<CQueryAttributes> rows;
+  while (!text.empty()) {
+    const std::u16string line = Take(text, u'~');
+    std::u16string_view fields = line;
+    auto row = std::make_unique<CQueryAttributes>();
+    for (auto field : {&CQueryAttributes::Attribute, &CQueryAttributes::Flag, &CQueryAttributes::Name1,
+                       &CQueryAttributes::Name2, &CQueryAttributes::Expression})
+      (*row).*field = Take(fields, u'|');
+    rows.Append(std::move(row));
+  }
+  std::u16string sql;
+  if (const auto builder = MakeQueryBuilder(ToDecimal(type))) builder->Build(rows, sql);
+  return sql;
+}
+
+void Split(std::u16string_view sql) {
+  SStoredQuery query;
+  std::u16string reason, rows;
+  if (!SplitQueryText(sql, query, reason)) return;
+  for (const SStoredQueryRow& row : query.rows)
+    rows += ToDecimal(row.attribute) + u"|" + ToDecimal(row.flag.value_or(0)) + u"|" +
+            row.name1.value_or(u"") + u"|" + row.name2.value_or(u"") + u"|" + row.expression.value_or(u"") +
+            u"~";
+  SplitQueryText(Build(query.objectFlags, rows), query, reason);
+}
+
+}  // namespace
+}  // namespace tolvane
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  const std::u16string text = tolvane::FromUtf8({reinterpret_cast<const char*>(data) + 1, size - 1});
+  if (data[0] == 'S')
+    tolvane::Split(text);
+  else
+    tolvane::Build(data[0] % 16U * 16, text);
+  return 0;
+}
