@@ -239,7 +239,7 @@ TEST_F(Workflow, TemplateModeTakesTheDefinitionsOfTheOtherFile) {
   const std::u16string healthy = scratch / u"healthy.mdb";
   Bytes bytes = MakeSource();
   WriteFile(healthy, bytes);
-  for (const size_t page : {6, 7, 8, 9, 10})
+  for (const size_t page : {6u, 7u, 8u, 9u, 10u})
     if (bytes[page * 4096] == 2) bytes[page * 4096] = 9;
   WriteFile(damaged, bytes);
   window.paths = {healthy};

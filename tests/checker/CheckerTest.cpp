@@ -27,7 +27,7 @@ class CSoundDatabase : public DatabaseFixture {
     // One long value of each kind: in the row, in one row of a page, in a chain.
     ExpectOk(AddTable(u"Long", {{u"LongMemo", kDaoMemo, 0, kDaoVariableField},
                                 {u"LongNote", kDaoMemo, 0, kDaoVariableField}}));
-    for (const size_t length : {20, 300, 9000})
+    for (const size_t length : {20u, 300u, 9000u})
       values.push_back({std::u16string(length, u'm'), std::u16string(length + 1, u'n')});
     ExpectOk(AddRows(u"Long", values));
     for (size_t i = 0; i < kSmallTables; i++)

@@ -51,7 +51,7 @@ TEST(HostileFile, LinksThatLeadBackEndTheWalk) {
 TEST(HostileFile, CutFilesAndForeignFilesAreRefusedOrReported) {
   const std::vector<uint8_t> sound = MakeSoundFile().GetBytes();
   std::vector<uint8_t> bytes = sound;
-  for (const size_t length : {4095, 100, 0}) {
+  for (const size_t length : {4095u, 100u, 0u}) {
     bytes.resize(length);
     EXPECT_EQ(CheckBytes(bytes).verdict, ECheckVerdict::NotADatabase);
   }

@@ -92,7 +92,7 @@ TEST(ProgressLine, TheLineKeepsItsWidthWhateverTheValues) {
   const CStepClock clock;
   const std::u16string status = u"(Step 2/2)Saving table data: " + std::u16string(500, u'\u4e2d');
   for (const int32_t position : {-5, 0, 7, 10, 2'000'000'000})
-    for (const size_t width : {20, 29, 30, 79, 300}) {
+    for (const size_t width : {20u, 29u, 30u, 79u, 300u}) {
       const std::string line = FormatProgress({status, position, 10}, clock, width);
       EXPECT_LE(DisplayWidth(line), width) << line;
     }
