@@ -87,8 +87,9 @@ class DatabaseFixture : public ::testing::Test {
         m_database->OpenRecordset(std::u16string(u"SELECT * FROM [").append(name).append(u"]"), m_recordset));
   }
   CDaoResult CloseTable() {
-    const std::unique_ptr<CDaoRecordset> open = std::move(m_recordset);
-    return open->Close();
+    CDaoResult result = m_recordset->Close();
+    m_recordset.reset();
+    return result;
   }
   // A new record with these values; u"-" leaves a field alone.
   CDaoResult AddRow(const Texts& values) {
