@@ -18,6 +18,7 @@ bool CDBFileReader::Open(CErrorHandler& handler) {
 
 bool CDBFileReader::Close() {
   if (m_file.IsOpen()) m_file.Close();
+  m_start = 0;
   return true;
 }
 

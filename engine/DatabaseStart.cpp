@@ -19,13 +19,16 @@ namespace {
 //   0          start                              start + 2 pages
 //   | foreign  | 00 01 00 00 "Standard " ... | .. | 02 01 ...       definition of the catalogue
 //
-// Another start than 0 is believed only where both stand, and where a file that begins at 0 has neither. A
-// database that is stored in another one's OLE object is cut into pieces there and shows no second mark.
+// Another start than 0 is believed only where both stand, where a file that begins at 0 has neither, and
+// where what stands in front are no pages of a database: pages of another file can lie inside a damaged one.
+// A database that is stored in another one's OLE object is cut into pieces there and shows no second mark.
 constexpr std::string_view kHeaderMark{"\0\1\0\0Standard ", 13};
 constexpr std::array<uint8_t, 2> kDefinitionMark{kPageDefinition, kPageFormatted};
 
 constexpr size_t kBytesSearched = size_t{1} << 20;
 constexpr int kStartsTried = 16;
+// Foreign bytes look like the head of a page by chance; hardly twice.
+constexpr int kHeadsByChance = 1;
 
 bool HasCatalogue(CFileCust& file, uint64_t start, uint32_t pageSize) {
   std::array<uint8_t, kDefinitionMark.size()> head{};
@@ -37,6 +40,14 @@ bool HasCatalogue(CFileCust& file, uint64_t start, uint32_t pageSize) {
 uint32_t PageSizeOf(std::string_view header) {
   const bool isJet3 = header.size() > kVersionByte && header[kVersionByte] == 0;
   return (isJet3 ? kJet3Layout : kJet4Layout).pageSize;
+}
+
+bool HasPages(std::string_view foreign, uint32_t pageSize) {
+  int heads = 0;
+  for (size_t at = pageSize; at + 2 <= foreign.size(); at += pageSize)
+    if (foreign[at] >= kPageData && foreign[at] <= kPageEmptiedData && foreign[at + 1] == kPageFormatted)
+      heads++;
+  return heads > kHeadsByChance;
 }
 
 std::string_view ReadText(CFileCust& file, std::vector<uint8_t>& buffer) {
@@ -55,7 +66,8 @@ uint64_t FindDatabaseStart(CFileCust& file) {
   const std::string_view text = ReadText(file, buffer);
   size_t start = text.find(kHeaderMark);
   for (int tried = 0; tried < kStartsTried && start != std::string_view::npos; ++tried) {
-    if (HasCatalogue(file, start, PageSizeOf(text.substr(start)))) return start;
+    const uint32_t pageSize = PageSizeOf(text.substr(start));
+    if (HasCatalogue(file, start, pageSize) && !HasPages(text.substr(0, start), pageSize)) return start;
     start = text.find(kHeaderMark, start + 1);
   }
   return 0;

@@ -119,6 +119,10 @@ TEST_P(Repair, BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure) {
   EXPECT_TRUE(isFound(file.Build(), 0));
   file.Page(kCataloguePage).Fill(0);
   EXPECT_TRUE(isFound(file.Build(), 0));
+  // Neither do they where another file's first pages were written over its last ones.
+  Bytes mixed = file.Build();
+  mixed.insert(mixed.end(), sound.begin(), sound.begin() + 3 * layout.pageSize);
+  EXPECT_TRUE(isFound(mixed, 0));
 }
 
 // The template gives the columns, the damaged file the rows; its row counts promise nothing.
