@@ -63,8 +63,9 @@ class CRecordStore : public CPreviewList {
   };
   // The next cell after `from` (or, without it, from the first cell) that holds `text`, ignoring case, memos
   // in full; wraps round, and looks at the rest of the first item again at the end. Looks at no more than
-  // `maxItems` items, so that a window stays alive: `from` of the next call is then `lookedTo`, the last cell that was
-  // looked at. Whoever calls counts the items: after GetItemCount() + 1 of them there is no such cell.
+  // `maxItems` items, so that a window stays alive: `from` of the next call is then `lookedTo`, the last cell
+  // that was looked at. Whoever calls counts the items: after GetItemCount() + 1 of them there is no such
+  // cell.
   [[nodiscard]] std::optional<SPlace> Find(std::u16string_view text, std::optional<SPlace> from,
                                            size_t maxItems, SPlace& lookedTo) const;
 
