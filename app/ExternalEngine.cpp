@@ -3,12 +3,12 @@
 #include <memory>
 
 #include "app/FileSave.h"
-#include "app/status/Status.h"
 #include "platform/FileCust.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/WorkFolder.h"
-#include "writer/AccdbPICollector.h"
-#include "writer/AccddbPIWriter.h"
+#include "writer/handoff/AccdbPICollector.h"
+#include "writer/handoff/AccddbPIWriter.h"
 
 namespace tolvane {
 

@@ -1,9 +1,9 @@
 #include "app/FileSave.h"
 
 #include "app/OutputChoice.h"
-#include "app/status/Status.h"
 #include "engine/AccessVersionHandler.h"
 #include "platform/Files.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

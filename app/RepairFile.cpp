@@ -1,7 +1,7 @@
 #include "app/RepairFile.h"
 
 #include "app/WorkerThread.h"
-#include "app/status/Status.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -3,10 +3,10 @@
 #include "app/RepairFile.h"
 #include "app/StartChoice.h"
 #include "app/ViewTexts.h"
-#include "app/status/Status.h"
 #include "engine/DBFileReader.h"
 #include "platform/ErrorHandler.h"
 #include "platform/Files.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

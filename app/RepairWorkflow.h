@@ -16,8 +16,8 @@
 #include "app/ShowPageState.h"
 #include "app/TablePreview.h"
 #include "app/WorkerThread.h"
+#include "dao/dao.h"
 #include "platform/ProcessManager.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -1,6 +1,6 @@
 #include "app/TablePreview.h"
 
-#include "app/status/Status.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

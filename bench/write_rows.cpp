@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
+#include "embedded/EmbeddedEngine.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
 #include "platform/Text.h"
 #include "samples/DatabaseBuilder.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "checker/HeaderCheck.h"
 #include "checker/SystemRow.h"
-#include "writer/embedded/SystemTables.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane {
 namespace {

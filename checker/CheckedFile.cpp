@@ -5,8 +5,8 @@
 
 #include "checker/CheckedLayout.h"
 #include "checker/HeaderCheck.h"
+#include "embedded/Rc4.h"
 #include "platform/ErrorHandler.h"
-#include "writer/embedded/Rc4.h"
 
 namespace tolvane {
 namespace {

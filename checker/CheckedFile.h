@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "checker/CheckVerdict.h"
+#include "embedded/EmbeddedLayout.h"
 #include "platform/FileCust.h"
-#include "writer/embedded/EmbeddedLayout.h"
 
 namespace tolvane {
 

@@ -2,7 +2,7 @@
 // that a format lacks is kAbsent and reads as 0.
 #pragma once
 
-#include "writer/embedded/EmbeddedLayout.h"
+#include "embedded/EmbeddedLayout.h"
 
 namespace tolvane {
 

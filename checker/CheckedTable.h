@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "writer/embedded/PageSet.h"
-#include "writer/embedded/TableDefinition.h"
+#include "embedded/PageSet.h"
+#include "embedded/TableDefinition.h"
 
 namespace tolvane {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "checker/SystemRow.h"
-#include "writer/embedded/SystemTables.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane {
 namespace {

@@ -7,7 +7,7 @@
 #include "checker/RelationCheck.h"
 #include "checker/TableCheck.h"
 #include "checker/UsageCheck.h"
-#include "writer/embedded/SystemTables.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane {
 namespace {

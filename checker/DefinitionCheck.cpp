@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <set>
 
+#include "embedded/LittleEndian.h"
+#include "embedded/StoredText.h"
+#include "embedded/TextKey.h"
 #include "platform/CodePage.h"
-#include "writer/embedded/LittleEndian.h"
-#include "writer/embedded/StoredText.h"
-#include "writer/embedded/TextKey.h"
 
 namespace tolvane {
 namespace {

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cmath>
 
-#include "writer/embedded/Rc4.h"
+#include "embedded/Rc4.h"
 
 namespace tolvane {
 namespace {

@@ -14,7 +14,7 @@
 #include "checker/RowKeys.h"
 #include "checker/RowView.h"
 #include "checker/UsageCheck.h"
-#include "writer/embedded/IndexPage.h"
+#include "embedded/IndexPage.h"
 
 namespace tolvane {
 

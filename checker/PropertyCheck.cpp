@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "writer/embedded/LittleEndian.h"
+#include "embedded/LittleEndian.h"
 
 namespace tolvane {
 namespace {

@@ -1,8 +1,8 @@
 #include "checker/QueryCheck.h"
 
 #include "checker/SystemRow.h"
-#include "writer/embedded/IndexPage.h"
-#include "writer/embedded/SystemTables.h"
+#include "embedded/IndexPage.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane {
 namespace {

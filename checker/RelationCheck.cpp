@@ -7,8 +7,8 @@
 
 #include "checker/DataPage.h"
 #include "checker/SystemRow.h"
-#include "writer/embedded/IndexCursor.h"
-#include "writer/embedded/SystemTables.h"
+#include "embedded/IndexCursor.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane {
 namespace {

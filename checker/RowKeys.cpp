@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "writer/embedded/IndexKey.h"
-#include "writer/embedded/StoredText.h"
+#include "embedded/IndexKey.h"
+#include "embedded/StoredText.h"
 
 namespace tolvane {
 namespace {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "checker/DefinitionCheck.h"
-#include "writer/embedded/StoredText.h"
+#include "embedded/StoredText.h"
 
 namespace tolvane {
 

@@ -8,7 +8,7 @@
 
 #include "checker/CheckedFile.h"
 #include "checker/RowView.h"
-#include "writer/embedded/LittleEndian.h"
+#include "embedded/LittleEndian.h"
 
 namespace tolvane {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "checker/CheckContext.h"
-#include "writer/embedded/PageSet.h"
+#include "embedded/PageSet.h"
 
 namespace tolvane {
 

@@ -1,7 +1,6 @@
 // check: proves that a database is consistent, without a repair.
 #include <nlohmann/json.hpp>
 
-#include "app/status/Status.h"
 #include "checker/DatabaseCheck.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
@@ -10,6 +9,7 @@
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

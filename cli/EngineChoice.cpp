@@ -1,7 +1,7 @@
 #include "cli/EngineChoice.h"
 
+#include "embedded/EmbeddedEngine.h"
 #include "store/WorkFolder.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/Arguments.h"
-#include "writer/dao.h"
+#include "dao/dao.h"
 
 namespace tolvane {
 

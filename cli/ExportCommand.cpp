@@ -1,7 +1,6 @@
 // export: the rows of one table on standard output, or of all tables as one file each.
 #include <nlohmann/json.hpp>
 
-#include "app/status/Status.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/Findings.h"
@@ -14,6 +13,7 @@
 #include "cli/TextTable.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -1,7 +1,6 @@
 // inspect: what every page of the file is, without a repair.
 #include <nlohmann/json.hpp>
 
-#include "app/status/Status.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
@@ -11,6 +10,7 @@
 #include "cli/TextTable.h"
 #include "engine/PageInspector.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -2,8 +2,8 @@
 
 #include <atomic>
 
-#include "app/status/Status.h"
 #include "platform/Process.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -3,9 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Findings.h"
+#include "dao/dao.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -1,7 +1,6 @@
 // preview: the first rows of one table, as the preview list shows them.
 #include <nlohmann/json.hpp>
 
-#include "app/status/Status.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/Findings.h"
@@ -10,6 +9,7 @@
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/AccessTableDataFileParser.h"
 
 namespace tolvane {

@@ -1,7 +1,6 @@
 // repair: recovers the tables and writes them into a new database.
 #include <nlohmann/json.hpp>
 
-#include "app/status/Status.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/EngineChoice.h"
@@ -11,6 +10,7 @@
 #include "cli/OutputFile.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "writer/AccessSaveRepairedFile.h"
 
 namespace tolvane {

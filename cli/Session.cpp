@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "app/WorkerThread.h"
-#include "app/status/Status.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/Version.h"
@@ -15,6 +14,7 @@
 #include "platform/Process.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -9,8 +9,8 @@
 #include "cli/JsonOutput.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
+#include "dao/dao.h"
 #include "writer/RelationReader.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

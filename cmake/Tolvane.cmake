@@ -31,11 +31,23 @@ if(TOLVANE_FUZZ)
   target_link_options(tolvane_options INTERFACE ${_fuzz})
 endif()
 
+# The headers of the standard library that most files need, compiled once and used by every library.
+if(TOLVANE_PCH)
+  file(WRITE ${CMAKE_BINARY_DIR}/standard.cpp "// Carries the compiled headers.\n")
+  add_library(tolvane_standard STATIC ${CMAKE_BINARY_DIR}/standard.cpp)
+  target_link_libraries(tolvane_standard PRIVATE tolvane_options)
+  target_precompile_headers(tolvane_standard PRIVATE <algorithm> <array> <cstddef> <cstdint> <functional> <limits> <map>
+    <memory> <mutex> <optional> <set> <span> <string> <string_view> <unordered_map> <unordered_set> <utility> <vector>)
+endif()
+
 # tolvane_library(NAME SOURCES file... LINKS target...)
 # One static library a folder, linked only to the folders that it may include.
 function(tolvane_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
   add_library(tolvane_${name} STATIC ${arg_SOURCES})
   target_link_libraries(tolvane_${name} PUBLIC tolvane_options ${arg_LINKS})
+  if(TOLVANE_PCH)
+    target_precompile_headers(tolvane_${name} REUSE_FROM tolvane_standard)
+  endif()
   set_property(GLOBAL APPEND PROPERTY TOLVANE_SOURCES ${arg_SOURCES})
 endfunction()

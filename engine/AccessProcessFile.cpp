@@ -4,7 +4,6 @@
 #include <map>
 #include <optional>
 
-#include "app/status/Status.h"
 #include "engine/AccessVersionHandler.h"
 #include "engine/DefinitionDecoder.h"
 #include "engine/FreePageMap.h"
@@ -14,6 +13,7 @@
 #include "platform/CodePage.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/AccessTableDataFileParser.h"
 #include "store/FileNameManager.h"
 #include "store/MSysComplexColumns.h"

@@ -1,9 +1,9 @@
 #include "engine/AccessRepair.h"
 
-#include "app/status/Status.h"
 #include "engine/AccessProcessFile.h"
 #include "engine/AccessVersionHandler.h"
 #include "engine/SourceCheck.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

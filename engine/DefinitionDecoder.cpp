@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "app/status/Status.h"
 #include "engine/CatalogueImage.h"
 #include "engine/DefinitionChain.h"
 #include "engine/FreePageMap.h"
 #include "engine/PageReader.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "app/status/Status.h"
 #include "engine/DataReader.h"
 #include "engine/RowLayout.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "app/status/Status.h"
 #include "engine/AccessVersionHandler.h"
 #include "engine/DataReader.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <limits>
 
-#include "app/status/Status.h"
 #include "engine/PageReader.h"
 #include "engine/TableWalk.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -8,9 +8,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "app/status/Status.h"
 #include "engine/DataReader.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "app/status/Status.h"
 #include "engine/DataReader.h"
 #include "engine/RowLayout.h"
 #include "platform/FileCust.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

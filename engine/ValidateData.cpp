@@ -4,9 +4,9 @@
 #include <array>
 #include <cstdint>
 
-#include "app/status/Status.h"
 #include "engine/DBFileReader.h"
 #include "engine/JetLayout.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -3,9 +3,9 @@
 //   else  the kind of a query, as a digit, and its rows for a builder: fields end with '|', rows with '~'
 #include <algorithm>
 
+#include "embedded/QueryText.h"
 #include "platform/Text.h"
 #include "query/QB.h"
-#include "writer/embedded/QueryText.h"
 
 namespace tolvane {
 namespace {

@@ -2,16 +2,16 @@
 // database must be sound whatever it came from.
 #include <cstdio>
 
-#include "app/status/Status.h"
 #include "checker/DatabaseCheck.h"
+#include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
 #include "engine/PageInspector.h"
 #include "fuzz/FuzzFile.h"
+#include "status/Status.h"
 #include "store/RowReader.h"
 #include "store/WorkFolder.h"
 #include "writer/AccessSaveRepairedFile.h"
 #include "writer/QuerySaver.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 namespace {

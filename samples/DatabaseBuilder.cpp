@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "embedded/EmbeddedEngine.h"
 #include "platform/Text.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "writer/dao.h"
+#include "dao/dao.h"
 
 namespace tolvane {
 

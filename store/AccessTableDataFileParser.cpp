@@ -7,8 +7,8 @@
 #include <optional>
 #include <unordered_map>
 
-#include "app/status/Status.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/FileNameManager.h"
 #include "store/PreviewText.h"
 

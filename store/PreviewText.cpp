@@ -1,8 +1,8 @@
 #include "store/PreviewText.h"
 
-#include "app/status/Status.h"
 #include "model/MSysComplexColumnsData.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 

@@ -4,7 +4,7 @@
 // After windows.h, whose types these need.
 #include <commctrl.h>
 
-#include "app/status/Status.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

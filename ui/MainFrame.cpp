@@ -7,17 +7,17 @@
 
 #include <algorithm>
 
-#include "app/status/Status.h"
+#include "embedded/EmbeddedEngine.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
+#include "status/Status.h"
 #include "ui/CrashNote.h"
 #include "ui/DlgSettings.h"
 #include "ui/Resource.h"
 #include "ui/StartRecoverDlg.h"
 #include "ui/win/Dialog.h"
 #include "ui/win/Layout.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 

@@ -10,13 +10,13 @@
 #include "app/RecentFiles.h"
 #include "app/RepairWorkflow.h"
 #include "app/Settings.h"
+#include "dao/dao.h"
 #include "platform/ProcessManager.h"
 #include "store/WorkFolder.h"
 #include "ui/OrlinVexaFileScanView.h"
 #include "ui/TaskbarButton.h"
 #include "ui/WindowDialogs.h"
 #include "ui/win/Window.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -5,9 +5,9 @@
 #include <commctrl.h>
 #include <ole2.h>
 
-#include "app/status/Status.h"
 #include "platform/Arguments.h"
 #include "platform/Files.h"
+#include "status/Status.h"
 #include "ui/CrashNote.h"
 
 namespace tolvane {

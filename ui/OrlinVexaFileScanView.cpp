@@ -10,9 +10,9 @@
 #include <utility>
 
 #include "app/StartChoice.h"
-#include "app/status/Status.h"
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
+#include "status/Status.h"
 #include "ui/Resource.h"
 #include "ui/ViewControls.h"
 

@@ -1,7 +1,7 @@
 #include "ui/RecordPane.h"
 
-#include "app/status/Status.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "ui/CellDialog.h"
 #include "ui/Resource.h"
 

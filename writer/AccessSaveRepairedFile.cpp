@@ -4,10 +4,10 @@
 #include <limits>
 #include <utility>
 
-#include "app/status/Status.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/FileNameManager.h"
 #include "writer/QuerySaver.h"
 #include "writer/RowCopier.h"

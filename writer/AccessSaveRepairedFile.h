@@ -9,11 +9,11 @@
 #include <string_view>
 #include <vector>
 
+#include "dao/dao.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 #include "writer/RelationSaver.h"
 #include "writer/SavedTable.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

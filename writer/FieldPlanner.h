@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "dao/dao.h"
 #include "model/AccessColumn.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -7,8 +7,8 @@
 #include <unordered_set>
 #include <utility>
 
-#include "app/status/Status.h"
 #include "platform/Process.h"
+#include "status/Status.h"
 #include "store/FileNameManager.h"
 
 namespace tolvane {

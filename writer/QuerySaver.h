@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dao/dao.h"
 #include "model/AccessData.h"
 #include "query/Query.h"
 #include "query/QueryAttributes.h"
@@ -15,7 +16,6 @@
 #include "store/ValueStream.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -7,11 +7,11 @@
 #include <unordered_map>
 #include <utility>
 
-#include "app/status/Status.h"
+#include "dao/dao.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/RowReader.h"
 #include "writer/SafeName.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -4,8 +4,8 @@
 #include <limits>
 #include <utility>
 
-#include "app/status/Status.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

@@ -10,11 +10,11 @@
 #include <unordered_map>
 #include <vector>
 
+#include "dao/dao.h"
 #include "model/AccessData.h"
 #include "writer/RelationReader.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

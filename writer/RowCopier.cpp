@@ -1,6 +1,6 @@
 #include "writer/RowCopier.h"
 
-#include "app/status/Status.h"
+#include "status/Status.h"
 #include "store/RowReader.h"
 #include "writer/FieldValue.h"
 #include "writer/SideFileSource.h"

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "dao/dao.h"
 #include "model/RecoveryRules.h"
 #include "writer/SavedTable.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "dao/dao.h"
 #include "model/AccessTable.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

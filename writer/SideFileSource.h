@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "dao/dao.h"
 #include "platform/FileCust.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "app/status/Status.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 
 namespace tolvane {
 

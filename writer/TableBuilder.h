@@ -9,10 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "dao/dao.h"
 #include "writer/FieldPlanner.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

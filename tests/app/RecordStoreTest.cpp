@@ -7,7 +7,7 @@
 
 #include "app/SpillFile.h"
 #include "app/TextSearch.h"
-#include "app/status/Status.h"
+#include "status/Status.h"
 #include "store/AccessTableDataFile.h"
 #include "store/AccessTableDataFileParser.h"
 #include "store/WorkFolder.h"

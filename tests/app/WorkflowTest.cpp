@@ -5,14 +5,14 @@
 #include <utility>
 
 #include "app/RepairWorkflow.h"
-#include "app/status/Status.h"
+#include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
+#include "status/Status.h"
 #include "store/WorkFolder.h"
 #include "tests/app/FakeFrontEnd.h"
 #include "tests/engine/EngineTest.h"
 #include "tests/platform/ScratchFolder.h"
 #include "tests/writer/FakeDao.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 namespace {

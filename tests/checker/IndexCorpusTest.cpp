@@ -11,9 +11,9 @@
 
 #include "checker/CatalogueCheck.h"
 #include "checker/TableCheck.h"
+#include "embedded/IndexPage.h"
+#include "embedded/IndexTreeBuilder.h"
 #include "tests/checker/CheckerTest.h"
-#include "writer/embedded/IndexPage.h"
-#include "writer/embedded/IndexTreeBuilder.h"
 
 namespace tolvane::test {
 namespace {

@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "app/Findings.h"
+#include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
 #include "store/RowReader.h"
 #include "tests/engine/EngineTest.h"
 #include "writer/AccessSaveRepairedFile.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane {
 namespace {

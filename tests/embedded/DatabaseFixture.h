@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "checker/DatabaseCheck.h"
+#include "embedded/EmbeddedEngine.h"
 #include "tests/embedded/StoredTable.h"
 #include "tests/platform/ScratchFolder.h"
-#include "writer/embedded/EmbeddedEngine.h"
 
 namespace tolvane::test {
 

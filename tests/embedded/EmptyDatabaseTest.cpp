@@ -5,9 +5,9 @@
 #include <bit>
 #include <span>
 
+#include "embedded/HeaderPage.h"
 #include "platform/Terminal.h"
 #include "tests/embedded/DatabaseFixture.h"
-#include "writer/embedded/HeaderPage.h"
 
 namespace tolvane::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "writer/embedded/FieldText.h"
+#include "embedded/FieldText.h"
 
 #include <gtest/gtest.h>
 

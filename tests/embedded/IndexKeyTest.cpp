@@ -1,4 +1,4 @@
-#include "writer/embedded/IndexKey.h"
+#include "embedded/IndexKey.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "writer/embedded/IndexSorter.h"
+#include "embedded/IndexSorter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,14 @@
 // Pages of an index as engines fill them, and failures. Whole trees are proved by the checker in
 // UserIndexTest.
-#include "writer/embedded/IndexTreeBuilder.h"
+#include "embedded/IndexTreeBuilder.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <string>
 
+#include "embedded/IndexPage.h"
 #include "tests/embedded/KeyBytes.h"
-#include "writer/embedded/IndexPage.h"
 
 namespace tolvane {
 namespace {

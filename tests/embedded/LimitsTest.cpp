@@ -1,9 +1,9 @@
 // What the engine refuses, with which error, and that a refusal leaves everything else as it was.
 #include <gtest/gtest.h>
 
+#include "embedded/PageFile.h"
+#include "embedded/UsageMap.h"
 #include "tests/embedded/DatabaseFixture.h"
-#include "writer/embedded/PageFile.h"
-#include "writer/embedded/UsageMap.h"
 
 namespace tolvane::test {
 namespace {

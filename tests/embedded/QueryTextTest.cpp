@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "embedded/QueryText.h"
 #include "platform/Text.h"
 #include "query/Query.h"
-#include "writer/embedded/QueryText.h"
 
 namespace tolvane {
 namespace {

@@ -1,5 +1,5 @@
 // Rows of every length come back value by value.
-#include "writer/embedded/RowEncoder.h"
+#include "embedded/RowEncoder.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include "checker/SystemRow.h"
 #include "checker/TableCheck.h"
-#include "writer/embedded/SystemTables.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "writer/embedded/TextKey.h"
+#include "embedded/TextKey.h"
 
 #include <gtest/gtest.h>
 

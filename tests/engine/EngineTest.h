@@ -8,11 +8,11 @@
 #include <string>
 #include <string_view>
 
-#include "app/status/Status.h"
 #include "engine/JetLayout.h"
 #include "model/AccessData.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "status/Status.h"
 #include "store/WorkFolder.h"
 #include "tests/support/PageBuilder.h"
 

@@ -50,17 +50,13 @@ def layer_of(path):
     """The layer of a file named from the project's root; None for files outside the layers (tests and the like)."""
     parts = path.split('/')
     stem = os.path.splitext(parts[-1])[0]
-    if parts[0] == 'app':
-        return 'status' if parts[1:2] == ['status'] else 'app'
     if parts[0] == 'store':
         return 'store-files' if stem in STORE_FILES else 'store-readers'
-    if parts[0] == 'writer':
-        return parts[1] if len(parts) > 2 else 'dao' if stem == 'dao' else 'writer'
     return parts[0] if parts[0] in LAYERS else None
 
 
 def may_use_system(path):
-    return re.match(r'ui/|writer/automation/|platform/[^/]+_(win|posix)\.(cpp|h)$', path) is not None
+    return re.match(r'ui/|automation/|platform/[^/]+_(win|posix)\.(cpp|h)$', path) is not None
 
 
 def breach_of(root, path, line):

@@ -1,4 +1,4 @@
-#include "app/status/Status.h"
+#include "status/Status.h"
 
 #include <gtest/gtest.h>
 

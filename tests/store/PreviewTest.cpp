@@ -1,5 +1,5 @@
-#include "app/status/Status.h"
 #include "model/MSysComplexColumnsData.h"
+#include "status/Status.h"
 #include "store/AccessTableDataFileParser.h"
 #include "tests/store/StoreTest.h"
 

@@ -1,6 +1,6 @@
 #include <array>
 
-#include "app/status/Status.h"
+#include "status/Status.h"
 #include "store/AccessTableDataFileParser.h"
 #include "tests/store/StoreTest.h"
 

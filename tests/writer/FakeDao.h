@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "dao/dao.h"
 #include "platform/Text.h"
-#include "writer/dao.h"
 
 namespace tolvane {
 

@@ -11,8 +11,8 @@
 #include "store/FileNameManager.h"
 #include "tests/platform/ScratchFolder.h"
 #include "tests/writer/WriterTest.h"
-#include "writer/AccdbPICollector.h"
-#include "writer/AccddbPIWriter.h"
+#include "writer/handoff/AccdbPICollector.h"
+#include "writer/handoff/AccddbPIWriter.h"
 
 namespace tolvane {
 namespace {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "app/status/Status.h"
 #include "platform/Files.h"
+#include "status/Status.h"
 #include "store/AccessTableDataFile.h"
 #include "store/WorkFolder.h"
 #include "tests/writer/FakeDao.h"

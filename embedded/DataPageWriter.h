@@ -1,0 +1,42 @@
+// Packs rows into pages of one owner, page after page. A page is written when the next row no longer fits it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "embedded/PageFile.h"
+#include "embedded/PageSet.h"
+#include "embedded/SlottedPage.h"
+
+namespace tolvane {
+
+class CDataPageWriter {
+ public:
+  // All must outlive the writer. `owned` and `free` are the owner's maps: pages are added to them as they are
+  // used, and stay in `free` while an average row would still fit.
+  CDataPageWriter(CPageFile& file, uint32_t owner, EPageUse use, CPageSet& owned, CPageSet& free);
+
+  // Room for one row, to be filled before the next call; `pointer` is the row's.
+  CDaoResult AddRow(size_t rowSize, std::span<uint8_t>& row, uint32_t& pointer);
+  // Writes the open page.
+  CDaoResult Flush();
+
+ private:
+  CDaoResult OpenPage(size_t rowSize);
+  CDaoResult ResumePage(size_t rowSize, bool& resumed);
+  [[nodiscard]] size_t GetAverageRow() const {
+    return m_rows == 0 ? 0 : static_cast<size_t>(m_rowBytes / m_rows);
+  }
+
+  CPageFile& m_file;
+  const uint32_t m_owner;
+  const EPageUse m_use;
+  CPageSet& m_owned;
+  CPageSet& m_free;
+  CSlottedPage m_page;
+  uint32_t m_number = 0;  // 0: no page is open
+  bool m_mayResume = true;
+  uint64_t m_rows = 0, m_rowBytes = 0;
+};
+
+}  // namespace tolvane

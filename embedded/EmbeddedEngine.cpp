@@ -1,0 +1,54 @@
+#include "embedded/EmbeddedEngine.h"
+
+#include <utility>
+
+#include "embedded/EmbeddedDatabase.h"
+#include "embedded/Locale.h"
+#include "platform/Files.h"
+
+namespace tolvane {
+namespace {
+
+class CEmbeddedEngine : public CDaoEngine {
+ public:
+  explicit CEmbeddedEngine(const SEmbeddedLimits& limits)
+      : m_maxPages(limits.maxPages),
+        m_tempFolder(limits.tempFolder.empty() ? GetTempFolder() : limits.tempFolder) {}
+
+  CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
+                            std::unique_ptr<CDaoDatabase>& database) override {
+    database.reset();
+    if (CDaoResult result = CheckLocale(locale); !result.IsOk()) return result;
+    if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
+    const SEmbeddedLayout& layout = (options & kDaoVersionJet3) != 0 ? kLayoutJet3 : kLayoutJet4;
+    auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages);
+    file->SetTempFolder(m_tempFolder);
+    if (CDaoResult result = file->Create(path); !result.IsOk()) return result;
+    database = std::make_unique<CEmbeddedDatabase>(std::move(file));
+    return CDaoResult::Ok();
+  }
+
+  CDaoResult OpenDatabase(std::u16string_view path, bool, bool readOnly, std::u16string_view,
+                          std::unique_ptr<CDaoDatabase>& database) override {
+    database.reset();
+    if (!FileExists(path)) return {EDaoError::NotFound, u"The database file does not exist."};
+    auto file = std::make_shared<CEmbeddedFile>(ProbeFileLayout(path), m_maxPages);
+    file->SetTempFolder(m_tempFolder);
+    const EFileAccess access = readOnly ? EFileAccess::Read : EFileAccess::ReadWrite;
+    if (CDaoResult result = file->Open(path, access); !result.IsOk()) return result;
+    database = std::make_unique<CEmbeddedDatabase>(std::move(file));
+    return CDaoResult::Ok();
+  }
+
+ private:
+  const uint32_t m_maxPages;
+  const std::u16string m_tempFolder;
+};
+
+}  // namespace
+
+std::unique_ptr<CDaoEngine> MakeEmbeddedEngine(const SEmbeddedLimits& limits) {
+  return std::make_unique<CEmbeddedEngine>(limits);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,20 @@
+// Our own database engine behind dao/dao.h: Jet 3 and Jet 4 files from scratch, on every platform, without
+// any installed software. It adds tables, rows and queries to databases that it made itself.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "dao/dao.h"
+
+namespace tolvane {
+
+struct SEmbeddedLimits {
+  uint32_t maxPages = 0;      // of a file; 0 is the most that the format allows
+  std::u16string tempFolder;  // for sorting large indexes; empty is the system's
+};
+
+std::unique_ptr<CDaoEngine> MakeEmbeddedEngine(const SEmbeddedLimits& limits = {});
+
+}  // namespace tolvane

@@ -1,0 +1,60 @@
+// One database file while it is open: what its database, definition and recordset objects share. They hold it
+// together, so that releasing them in the wrong order does no harm.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "embedded/Catalogue.h"
+#include "embedded/PageFile.h"
+#include "embedded/TableStore.h"
+
+namespace tolvane {
+
+// The page format of the file; Jet 4 when it cannot be told.
+const SEmbeddedLayout& ProbeFileLayout(std::u16string_view path);
+
+class CEmbeddedFile {
+ public:
+  // `maxPages` bounds the file's length where the format does not; 0 is no bound.
+  CEmbeddedFile(const SEmbeddedLayout& layout, uint32_t maxPages);
+  ~CEmbeddedFile();
+  CEmbeddedFile(const CEmbeddedFile&) = delete;
+  CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
+
+  void SetTempFolder(std::u16string_view folder) { m_file.SetTempFolder(folder); }
+  CDaoResult Create(std::u16string_view path);
+  CDaoResult Open(std::u16string_view path, EFileAccess access);
+  // Completes the file, whatever is still open; a second call does nothing.
+  CDaoResult Close();
+
+  [[nodiscard]] bool IsOpen() const { return m_isOpen; }
+  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_file.GetLayout(); }
+  [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
+  // `definition` has its columns, without pages.
+  CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
+  // Ok carries a text when characters had to be replaced.
+  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query);
+  CDaoResult AddRelation(const CDaoRelationInfo& relation);
+  CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
+  CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);
+
+ private:
+  // Tables and queries share their names.
+  CDaoResult CheckNewName(std::u16string_view name) const;
+  // The definition page of a user's table that is not open.
+  CDaoResult FindClosedTable(std::u16string_view name, uint32_t& page) const;
+  CDaoResult LoadDatabase();
+  CDaoResult StoreAll();
+
+  CPageFile m_file;
+  SHeaderPage m_header;
+  CCatalogue m_catalogue;
+  std::vector<std::shared_ptr<CTableStore>> m_openTables;
+  bool m_isOpen = false;
+  bool m_isReadOnly = false;
+};
+
+}  // namespace tolvane

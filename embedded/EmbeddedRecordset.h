@@ -1,0 +1,57 @@
+// Adds rows to one table. Values are converted as they are set, into buffers that are used again for every
+// row.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dao/dao.h"
+#include "embedded/EmbeddedFile.h"
+
+namespace tolvane {
+
+class CEmbeddedRecordset : public CDaoRecordset {
+ public:
+  // `name` is the table's, for messages.
+  CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file, std::shared_ptr<CTableStore> table,
+                     std::u16string_view name);
+  ~CEmbeddedRecordset() override;
+
+  CDaoResult AddNew() override;
+  // A long binary field takes the text's bytes in the system's code page: binary fields of a damaged file are
+  // read as texts of that code page, and this turns them back.
+  CDaoResult SetFieldValue(size_t index, std::u16string_view text) override;
+  CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
+  CDaoResult Update() override;
+  [[nodiscard]] uint64_t GetReplacedCount() const override { return m_replaced; }
+  [[nodiscard]] uint64_t GetChangedIndexCount() const override { return m_changedIndexes; }
+  // Ok carries a text when characters had to be replaced.
+  CDaoResult Close() override;
+
+ private:
+  [[nodiscard]] bool CanSetField(size_t index) const;
+  // Why such a field cannot be set.
+  [[nodiscard]] CDaoResult RefuseField() const;
+  CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetMemo(size_t index, std::u16string_view text);
+  CDaoResult SetConverted(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetDefaults();
+  CDaoResult SetAutoNumber();
+
+  std::shared_ptr<CEmbeddedFile> m_file;
+  std::shared_ptr<CTableStore> m_table;  // null when closed
+  std::u16string m_name;
+  uint64_t m_replaced = 0;  // characters in stored rows that the format cannot hold
+  uint64_t m_replacedInRow = 0;
+  uint64_t m_changedIndexes = 0;   // known when closed
+  std::vector<uint8_t> m_storage;  // the value being converted
+  const SColumnDefinition* m_autoNumber = nullptr;
+  std::vector<const SColumnDefinition*> m_autoGuids;
+  int32_t m_autoValue = 0;  // of the present row
+  bool m_isAdding = false;
+};
+
+}  // namespace tolvane

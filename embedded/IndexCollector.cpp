@@ -1,0 +1,133 @@
+#include "embedded/IndexCollector.h"
+
+#include <algorithm>
+
+#include "embedded/IndexKey.h"
+#include "embedded/RowEncoder.h"
+#include "embedded/StoredText.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+namespace {
+
+constexpr size_t kLongestShownText = 40;
+
+std::u16string DescribeValue(const STextLayout& layout, uint8_t type, std::span<const uint8_t> value) {
+  switch (type) {
+    case kTypeBoolean:
+      return value[0] != 0 ? u"True" : u"False";
+    case kTypeByte:
+      return ToDecimal(value[0]);
+    case kTypeInteger:
+      return ToDecimal(GetLittle<int16_t>(value, 0));
+    case kTypeLong:
+      return ToDecimal(GetLittle<int32_t>(value, 0));
+    case kTypeText:
+    case kTypeMemo: {
+      std::u16string text = DecodePlainText(layout, value);
+      if (text.size() > kLongestShownText) text = text.substr(0, kLongestShownText) + u"...";
+      return u'"' + text + u'"';
+    }
+    default: {
+      std::u16string text = u"0x";
+      for (const uint8_t byte : value) {
+        text += u"0123456789ABCDEF"[byte >> 4];
+        text += u"0123456789ABCDEF"[byte & 15];
+      }
+      return text;
+    }
+  }
+}
+
+}  // namespace
+
+CIndexedValues::CIndexedValues(CPageFile& file, const STableDefinition& definition)
+    : m_file(file), m_definition(definition), m_page(file.GetLayout()), m_bytes(file.GetLayout().pageSize) {}
+
+bool CIndexedValues::Read(std::span<const uint8_t> row, const SColumnDefinition& column,
+                          std::optional<std::span<const uint8_t>>& value) {
+  if (!ReadRowColumn(m_file.GetLayout(), m_definition, row, column, value)) return false;
+  if (!value || (column.type != kTypeText && column.type != kTypeMemo)) return true;
+  std::span<const uint8_t> stored = *value;
+  if (column.type == kTypeMemo && !ReadHead(*value, stored)) return false;
+  m_text.clear();
+  AppendPlainText(m_file.GetLayout().text, stored, m_text);
+  value = m_text;
+  return true;
+}
+
+// Pieces but the last are as long as a page, so the first holds all that a key needs of a chained value.
+bool CIndexedValues::ReadHead(std::span<const uint8_t> reference, std::span<const uint8_t>& head) {
+  if (reference.size() < kReferenceSize) return false;
+  const uint32_t kind = GetLittle<uint32_t>(reference, 0) & ~kLongestLongValue;
+  if (kind == kLongValueInline) {
+    head = reference.subspan(kReferenceSize);
+  } else {
+    const auto pointer = GetLittle<uint32_t>(reference, kReferencePointer);
+    if (PageOfPointer(pointer) != m_pageNumber) {
+      m_pageNumber = 0;
+      if (!m_file.Read(PageOfPointer(pointer), m_bytes).IsOk() || !m_page.Load(m_bytes)) return false;
+      m_pageNumber = PageOfPointer(pointer);
+    }
+    head = m_page.GetRow(RowOfPointer(pointer));
+    const size_t link = kind == kLongValueChain ? kChainPointerSize : 0;
+    if (m_page.GetOwner() != kOwnerLongValues || head.size() < link) return false;
+    head = head.subspan(link);
+  }
+  head = head.first(std::min(head.size(), kIndexedMemoBytes));
+  return true;
+}
+
+CIndexCollector::CIndexCollector(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
+                                 size_t memory)
+    : m_layout(file.GetLayout()),
+      m_index(index),
+      m_values(file, definition),
+      m_sorter(file.GetTempFolder(), memory) {
+  for (const SIndexColumn& part : index.columns) {
+    const SColumnDefinition* column = definition.FindColumn(part.number);
+    m_columns.push_back(column);
+    if (column == nullptr || !AppendIndexKey({m_layout.keys}, column->type, part.ascending, {}, m_allNullKey))
+      m_obstacle = u"it has a column that cannot be indexed";
+  }
+}
+
+EDaoError CIndexCollector::Add(std::span<const uint8_t> row, uint32_t pointer) {
+  if (!m_obstacle.empty() || !MakeKey(row)) return EDaoError::None;
+  if (m_nullColumns > 0) m_nullRows++;
+  const bool isAllNull = m_nullColumns == m_index.columns.size();
+  if (isAllNull && (m_index.flags & kIndexIgnoreNulls) != 0) return EDaoError::None;
+  return m_sorter.Add(m_key, PageOfPointer(pointer), static_cast<uint8_t>(RowOfPointer(pointer)));
+}
+
+bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
+  m_key.clear();
+  m_nullColumns = 0;
+  for (size_t i = 0; i < m_columns.size(); i++) {
+    const SColumnDefinition& column = *m_columns[i];
+    std::optional<std::span<const uint8_t>> value;
+    if (!m_values.Read(row, column, value))
+      m_obstacle = u"a value of it cannot be read";
+    else if (!AppendIndexKey({m_layout.keys}, column.type, m_index.columns[i].ascending, value, m_key))
+      m_obstacle = u"it holds characters whose place in the sort order is not known";
+    if (!value) m_nullColumns++;
+  }
+  if (m_key.size() > m_layout.index.LongestKey()) m_obstacle = u"a key of it is too long for a page";
+  return m_obstacle.empty();
+}
+
+std::u16string DescribeKey(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
+                           std::span<const uint8_t> row) {
+  CIndexedValues values(file, definition);
+  std::u16string text;
+  for (const SIndexColumn& part : index.columns) {
+    const SColumnDefinition* column = definition.FindColumn(part.number);
+    std::optional<std::span<const uint8_t>> value;
+    if (!text.empty()) text += u", ";
+    const bool isThere = values.Read(row, *column, value) && value;
+    text += isThere ? DescribeValue(file.GetLayout().text, column->type, *value) : u"null";
+  }
+  return text;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,46 @@
+// One page of an index, cut into its entries. Layout: IndexPageLayout.h.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "embedded/IndexPageLayout.h"
+#include "embedded/LittleEndian.h"
+
+namespace tolvane {
+
+class CIndexPage {
+ public:
+  // Takes a copy of the page. False, with `problem`, when its mask cannot be followed; then it has no
+  // entries.
+  bool Parse(const SIndexPageLayout& layout, std::span<const uint8_t> page, std::u16string& problem);
+
+  [[nodiscard]] uint8_t GetType() const { return m_page[0]; }
+  [[nodiscard]] bool IsLeaf() const { return m_page[0] == kIndexLeafType; }
+  [[nodiscard]] uint32_t GetOwner() const { return GetLittle<uint32_t>(m_page, m_layout->owner); }
+  [[nodiscard]] uint32_t GetPrevious() const { return GetLittle<uint32_t>(m_page, m_layout->previous); }
+  [[nodiscard]] uint32_t GetNext() const { return GetLittle<uint32_t>(m_page, m_layout->next); }
+  [[nodiscard]] uint32_t GetTail() const { return GetLittle<uint32_t>(m_page, m_layout->tail); }
+  [[nodiscard]] uint8_t GetLevel() const { return m_page[m_layout->level]; }
+  [[nodiscard]] size_t GetStatedFreeBytes() const { return GetLittle<uint16_t>(m_page, m_layout->free); }
+  [[nodiscard]] size_t GetFreeBytes() const {
+    return m_layout->Capacity() - (m_ends.empty() ? 0 : m_ends.back());
+  }
+
+  [[nodiscard]] size_t GetCount() const { return m_ends.size(); }
+  // The whole entry, its shared prefix included.
+  void GetEntry(size_t i, std::vector<uint8_t>& entry) const;
+
+ private:
+  const SIndexPageLayout* m_layout = nullptr;
+  std::vector<uint8_t> m_page;
+  std::vector<uint16_t> m_ends;
+  size_t m_prefix = 0;
+};
+
+// Numbers in entries are big-endian.
+uint32_t ReadBigEndian(std::span<const uint8_t> bytes);
+
+}  // namespace tolvane

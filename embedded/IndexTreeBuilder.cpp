@@ -1,0 +1,219 @@
+#include "embedded/IndexTreeBuilder.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "embedded/LittleEndian.h"
+
+namespace tolvane {
+namespace {
+
+using Bytes = std::span<const uint8_t>;
+
+constexpr uint32_t kMaxRowPage = 0xFFFFFF;  // three bytes in an entry
+
+void AppendChildPointer(uint32_t page, std::vector<uint8_t>& entry) {
+  for (int shift = 24; shift >= 0; shift -= 8) entry.push_back(static_cast<uint8_t>(page >> shift));
+}
+
+uint32_t ReadChildPointer(Bytes bytes) {
+  uint32_t page = 0;
+  for (const uint8_t byte : bytes) page = page << 8 | byte;
+  return page;
+}
+
+size_t CommonLength(Bytes a, Bytes b) {
+  const size_t most = std::min(a.size(), b.size());
+  return static_cast<size_t>(
+      std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(most), b.begin()).first - a.begin());
+}
+
+}  // namespace
+
+// One page that is still being filled.
+struct CIndexTreeBuilder::SPage {
+  size_t level = 0;
+  std::vector<uint8_t> entries;  // complete, one after the other
+  std::vector<uint32_t> ends;    // where each entry ends in `entries`
+  size_t prefix = 0;             // what all entries share, as far as the page can state it
+  uint32_t number = 0;           // 0 = first of its level and perhaps the root
+  uint32_t previous = 0;
+  // Nodes: the last child, not yet an entry because it may stay the tail.
+  uint32_t tail = 0;
+  std::vector<uint8_t> tailEntry;
+
+  [[nodiscard]] bool IsLeaf() const { return level == 0; }
+  [[nodiscard]] size_t LastStart() const { return ends.size() > 1 ? ends[ends.size() - 2] : 0; }
+  [[nodiscard]] Bytes First() const { return Bytes(entries).first(ends.front()); }
+  [[nodiscard]] Bytes Last() const { return Bytes(entries).subspan(LastStart()); }
+  // The last leaf entry at or below this page.
+  [[nodiscard]] Bytes LastLeafEntry() const { return IsLeaf() ? Last() : Bytes(tailEntry); }
+
+  void Append(Bytes entry, size_t sharedPrefix) {
+    entries.insert(entries.end(), entry.begin(), entry.end());
+    ends.push_back(static_cast<uint32_t>(entries.size()));
+    prefix = sharedPrefix;
+  }
+  void RemoveLast() {
+    entries.resize(LastStart());
+    ends.pop_back();
+  }
+  void Clear() {
+    entries.clear();
+    ends.clear();
+    prefix = 0;
+    tail = 0;
+    tailEntry.clear();
+  }
+};
+
+CIndexTreeBuilder::CIndexTreeBuilder(const SIndexPageLayout& layout, uint32_t ownerPage, uint32_t rootPage,
+                                     SIndexPageSink sink)
+    : m_layout(layout), m_ownerPage(ownerPage), m_sink(std::move(sink)), m_pages{rootPage} {
+  m_levels.push_back(std::make_unique<SPage>());
+}
+
+CIndexTreeBuilder::~CIndexTreeBuilder() = default;
+
+bool CIndexTreeBuilder::Add(std::span<const uint8_t> key, uint32_t page, uint8_t row) {
+  if (m_closed) return false;
+  m_closed = true;  // until the entry is in
+  if (!SetEntry(key, page, row)) return false;
+  SPage& leaf = *m_levels.front();
+  if (!Fits(leaf, m_entry) && !StartNextPage(leaf)) return false;
+  leaf.Append(m_entry, SharedPrefix(leaf, m_entry));
+  const Bytes lastKey =
+      Bytes(m_lastEntry).first(m_lastEntry.size() - std::min(m_lastEntry.size(), kRowPointerSize));
+  if (m_entryCount == 0 || !std::equal(key.begin(), key.end(), lastKey.begin(), lastKey.end()))
+    m_distinctKeys++;
+  m_entryCount++;
+  m_entry.swap(m_lastEntry);
+  m_closed = false;
+  return true;
+}
+
+bool CIndexTreeBuilder::SetEntry(std::span<const uint8_t> key, uint32_t page, uint8_t row) {
+  if (page > kMaxRowPage || key.size() > m_layout.LongestKey()) return false;
+  m_entry.assign(key.begin(), key.end());
+  for (int shift = 16; shift >= 0; shift -= 8) m_entry.push_back(static_cast<uint8_t>(page >> shift));
+  m_entry.push_back(row);
+  return m_entryCount == 0 || m_lastEntry < m_entry;
+}
+
+// Entries ascend, so what the first and the last share is shared by all. The row pointer stays out of the
+// prefix: pages whose prefix reaches into it were never seen. Nodes use no prefix.
+size_t CIndexTreeBuilder::SharedPrefix(const SPage& page, std::span<const uint8_t> entry) const {
+  if (!page.IsLeaf()) return 0;
+  const size_t keySize = entry.size() - kRowPointerSize;
+  if (page.ends.empty()) return std::min(keySize, (size_t{1} << (8 * m_layout.prefixWidth)) - 1);
+  return std::min({page.prefix, keySize, CommonLength(page.First(), entry)});
+}
+
+bool CIndexTreeBuilder::Fits(const SPage& page, std::span<const uint8_t> entry) const {
+  const size_t saved = SharedPrefix(page, entry) * page.ends.size();
+  return page.entries.size() + entry.size() - saved <= m_layout.Capacity();
+}
+
+bool CIndexTreeBuilder::AddChild(size_t level, std::span<const uint8_t> lastEntry, uint32_t child) {
+  if (level == m_levels.size()) {
+    m_levels.push_back(std::make_unique<SPage>());
+    m_levels.back()->level = level;
+  }
+  SPage& node = *m_levels[level];
+  if (node.tail != 0) {
+    AppendChildPointer(node.tail, node.tailEntry);
+    if (!Fits(node, node.tailEntry)) {
+      if (!SplitNode(node)) return false;
+    } else {
+      node.Append(node.tailEntry, 0);
+    }
+  }
+  node.tail = child;
+  node.tailEntry.assign(lastEntry.begin(), lastEntry.end());
+  return true;
+}
+
+// The node is full and its tail, already with its child pointer, needs an entry. The last entry becomes the
+// tail instead and the old tail opens the next node, so that no node is left with a single child. With room
+// for one entry only that is impossible; then the tail stays.
+bool CIndexTreeBuilder::SplitNode(SPage& node) {
+  std::vector<uint8_t> carried;
+  if (node.ends.size() > 1) {
+    carried.swap(node.tailEntry);
+    const Bytes last = node.Last();
+    node.tailEntry.assign(last.begin(), last.end());
+    node.RemoveLast();
+  }
+  const size_t entrySize = node.tailEntry.size() - kChildPointerSize;
+  node.tail = ReadChildPointer(Bytes(node.tailEntry).subspan(entrySize));
+  node.tailEntry.resize(entrySize);
+  if (!StartNextPage(node)) return false;
+  if (!carried.empty()) node.Append(carried, 0);
+  return true;
+}
+
+// Closes a full page: it and the page after it get their numbers, and the parent learns of it.
+bool CIndexTreeBuilder::StartNextPage(SPage& page) {
+  if (page.number == 0 && !Allocate(page.number)) return false;
+  uint32_t next = 0;
+  if (!Allocate(next) || !Write(page, page.number, next)) return false;
+  if (!AddChild(page.level + 1, page.LastLeafEntry(), page.number)) return false;
+  page.Clear();
+  page.previous = page.number;
+  page.number = next;
+  return true;
+}
+
+bool CIndexTreeBuilder::Finish() {
+  if (m_closed) return false;
+  m_closed = true;
+  // A level that was never split is the topmost one: its page is the root.
+  size_t level = 0;
+  for (; m_levels[level]->number != 0; level++) {
+    const SPage& page = *m_levels[level];
+    if (!Write(page, page.number, 0) || !AddChild(level + 1, page.LastLeafEntry(), page.number)) return false;
+  }
+  return Write(*m_levels[level], m_pages.front(), 0);
+}
+
+bool CIndexTreeBuilder::Write(const SPage& page, uint32_t number, uint32_t next) {
+  const SIndexPageLayout& at = m_layout;
+  // As the engines do it: what a page that overflows shares is left out of it, even where the next entry did
+  // not fit all the same; the last page of a level stays complete while it can.
+  const size_t prefix = next != 0 || page.entries.size() > at.Capacity() ? page.prefix : 0;
+  m_image.assign(at.pageSize, 0);
+  size_t used = 0;
+  size_t start = 0;
+  for (size_t i = 0; i < page.ends.size(); i++) {
+    const size_t skipped = i == 0 ? 0 : prefix;
+    const Bytes stored = Bytes(page.entries).subspan(start + skipped, page.ends[i] - start - skipped);
+    std::copy(stored.begin(), stored.end(), m_image.begin() + static_cast<std::ptrdiff_t>(at.entries + used));
+    used += stored.size();
+    uint8_t& maskByte = m_image[at.mask + used / 8];
+    maskByte = static_cast<uint8_t>(maskByte | 1U << used % 8);
+    start = page.ends[i];
+  }
+  m_image[0] = page.IsLeaf() ? kIndexLeafType : kIndexNodeType;
+  m_image[1] = kIndexPageMark;
+  PutLittle(m_image, at.free, static_cast<uint16_t>(at.Capacity() - used));
+  PutLittle(m_image, at.owner, m_ownerPage);
+  PutLittle(m_image, at.previous, page.previous);
+  PutLittle(m_image, at.next, next);
+  PutLittle(m_image, at.tail, page.tail);
+  if (at.prefixWidth == 1)
+    PutLittle(m_image, at.prefix, static_cast<uint8_t>(prefix));
+  else
+    PutLittle(m_image, at.prefix, static_cast<uint16_t>(prefix));
+  m_image[at.level] = static_cast<uint8_t>(page.level);
+  return m_sink.writePage(number, m_image);
+}
+
+bool CIndexTreeBuilder::Allocate(uint32_t& page) {
+  page = m_sink.allocatePage();
+  if (page == 0) return false;
+  m_pages.push_back(page);
+  return true;
+}
+
+}  // namespace tolvane

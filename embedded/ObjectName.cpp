@@ -1,0 +1,51 @@
+#include "embedded/ObjectName.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "embedded/EmbeddedLayout.h"
+#include "embedded/IndexKey.h"
+#include "embedded/StoredText.h"
+
+namespace tolvane {
+namespace {
+
+constexpr std::u16string_view kForbidden = u".!`[]";
+constexpr char16_t kFirstPrintable = u' ';
+
+CDaoResult Invalid(std::u16string_view kind, std::u16string_view why) {
+  std::u16string text(u"The ");
+  text.append(kind).append(u" name is not allowed: it ").append(why).append(u".");
+  return {EDaoError::InvalidName, std::move(text)};
+}
+
+}  // namespace
+
+CDaoResult CheckObjectName(const SEmbeddedLayout& layout, std::u16string_view kind,
+                           std::u16string_view name) {
+  if (WithoutByteOrderMarks(name).empty()) return Invalid(kind, u"is empty");
+  if (name.size() > kMaxNameLength) return Invalid(kind, u"is longer than 64 characters");
+  if (name.front() == u' ') return Invalid(kind, u"begins with a blank");
+  if (name.find_first_of(kForbidden) != std::u16string_view::npos)
+    return Invalid(kind, u"contains one of the characters . ! ` [ ]");
+  if (std::any_of(name.begin(), name.end(), [](char16_t unit) { return unit < kFirstPrintable; }))
+    return Invalid(kind, u"contains a control character");
+  std::vector<uint8_t> stored;
+  if (AppendStoredText(layout.text, name, ETextForm::Plain, stored) != 0)
+    return Invalid(kind, u"contains a character that the code page 1252 does not hold");
+  return CDaoResult::Ok();
+}
+
+std::string MakeNameKey(const SEmbeddedLayout& layout, std::u16string_view name) {
+  std::vector<uint8_t> bytes, key;
+  AppendStoredText(layout.text, name, ETextForm::Plain, bytes);
+  AppendIndexKey({layout.keys}, kTypeText, true, std::span<const uint8_t>(bytes), key);
+  return {key.begin(), key.end()};
+}
+
+bool IsNameBefore(const SEmbeddedLayout& layout, std::u16string_view a, std::u16string_view b) {
+  return MakeNameKey(layout, a) < MakeNameKey(layout, b);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,64 @@
+#include "embedded/QueryStore.h"
+
+#include <array>
+#include <bit>
+#include <optional>
+
+#include "embedded/RowValues.h"
+
+namespace tolvane {
+namespace {
+
+// Column numbers of MSysQueries.
+enum EQueriesColumn : uint16_t {
+  kQueriesObjectId = 0,
+  kQueriesAttribute = 1,
+  kQueriesOrder = 2,
+  kQueriesName1 = 3,
+  kQueriesName2 = 4,
+  kQueriesExpression = 5,
+  kQueriesFlag = 6,
+};
+
+bool Fits(const std::optional<std::u16string>& name) {
+  return !name || name->size() <= kMaxTextLength;
+}
+
+CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRow& row, uint32_t order,
+                         size_t& replaced) {
+  queries.BeginRow();
+  CRowValues values(queries);
+  values.SetNumber(kQueriesObjectId, id);
+  values.SetNumber(kQueriesAttribute, row.attribute);
+  const std::array<uint8_t, 4> counter{static_cast<uint8_t>(order >> 24), static_cast<uint8_t>(order >> 16),
+                                       static_cast<uint8_t>(order >> 8), static_cast<uint8_t>(order)};
+  values.SetBytes(kQueriesOrder, counter);
+  if (row.flag) values.SetNumber(kQueriesFlag, *row.flag);
+  if (row.name1) values.SetText(kQueriesName1, *row.name1);
+  if (row.name2) values.SetText(kQueriesName2, *row.name2);
+  if (row.expression)
+    if (CDaoResult result = values.SetMemo(kQueriesExpression, *row.expression); !result.IsOk())
+      return result;
+  replaced += values.GetReplaced();
+  return queries.StoreRow();
+}
+
+}  // namespace
+
+CDaoResult CheckQueryRows(const SStoredQuery& query) {
+  for (const SStoredQueryRow& row : query.rows)
+    if (!Fits(row.name1) || !Fits(row.name2))
+      return {EDaoError::FieldTooSmall, u"The query holds a name of more than 255 characters."};
+  return CDaoResult::Ok();
+}
+
+CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query, size_t& replaced) {
+  std::array<uint32_t, 256> orders{};
+  for (const SStoredQueryRow& row : query.rows)
+    if (CDaoResult result = StoreQueryRow(queries, id, row, ++orders[row.attribute], replaced);
+        !result.IsOk())
+      return result;
+  return CDaoResult::Ok();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,19 @@
+// Stores the rows of a saved query in MSysQueries.
+#pragma once
+
+#include <cstdint>
+
+#include "dao/dao.h"
+#include "embedded/QueryText.h"
+#include "embedded/TableStore.h"
+
+namespace tolvane {
+
+// Names longer than the columns hold cannot be stored; nothing is written then.
+CDaoResult CheckQueryRows(const SStoredQuery& query);
+
+// `id` is the query's catalogue id, `queries` the open table MSysQueries. Rows of one attribute are counted
+// from 1 in the column Order. `replaced` counts the characters that the format cannot hold.
+CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query, size_t& replaced);
+
+}  // namespace tolvane

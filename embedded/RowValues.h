@@ -1,0 +1,53 @@
+// Sets columns of the row that a table store is putting together, by column number.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "embedded/LittleEndian.h"
+#include "embedded/StoredText.h"
+#include "embedded/TableStore.h"
+
+namespace tolvane {
+
+class CRowValues {
+ public:
+  // The row has been begun.
+  explicit CRowValues(CTableStore& table) : m_table(table) {}
+
+  template <class T>
+  void SetNumber(uint16_t column, T value) {
+    uint8_t bytes[sizeof(T)];
+    PutLittle(std::span<uint8_t>(bytes), 0, value);
+    SetBytes(column, bytes);
+  }
+  void SetBytes(uint16_t column, std::span<const uint8_t> bytes) {
+    m_table.GetRow().Set(*m_table.GetDefinition().FindColumn(column), bytes);
+  }
+  // System tables never compress.
+  void SetText(uint16_t column, std::u16string_view text) {
+    std::vector<uint8_t> bytes;
+    m_replaced += AppendStoredText(m_table.GetLayout().text, text, ETextForm::Plain, bytes);
+    SetBytes(column, bytes);
+  }
+  CDaoResult SetMemo(uint16_t column, std::u16string_view text) {
+    const std::vector<SColumnDefinition>& columns = m_table.GetDefinition().columns;
+    size_t position = 0;
+    while (columns[position].number != column) position++;
+    size_t replaced = 0;
+    CDaoResult result = m_table.GetLongValues(position)->SetText(text, m_table.GetRow(), replaced);
+    m_replaced += replaced;
+    return result;
+  }
+  // Characters of all texts that the format cannot hold.
+  [[nodiscard]] size_t GetReplaced() const { return m_replaced; }
+
+ private:
+  CTableStore& m_table;
+  size_t m_replaced = 0;
+};
+
+}  // namespace tolvane

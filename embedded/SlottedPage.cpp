@@ -1,0 +1,77 @@
+#include "embedded/SlottedPage.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tolvane {
+
+CSlottedPage::CSlottedPage(const SEmbeddedLayout& layout)
+    : m_layout(layout), m_page(layout.pageSize), m_lowest(layout.pageSize) {}
+
+void CSlottedPage::Start(uint32_t owner) {
+  std::fill(m_page.begin(), m_page.end(), uint8_t{0});
+  m_page[kPageTypeAt] = static_cast<uint8_t>(EPageType::Data);
+  m_page[kPageMarkAt] = kPageMark;
+  PutLittle(std::span(m_page), m_layout.data.owner, owner);
+  m_slotCount = 0;
+  m_lowest = m_page.size();
+}
+
+bool CSlottedPage::Load(std::span<const uint8_t> page) {
+  const SDataPageLayout& at = m_layout.data;
+  if (page.size() != m_page.size() || page[kPageTypeAt] != static_cast<uint8_t>(EPageType::Data))
+    return false;
+  const uint32_t slots = GetLittle<uint16_t>(page, at.slotCount);
+  if (slots > kMaxRowsPerPage || at.slots + kSlotSize * slots > page.size()) return false;
+  size_t lowest = page.size();
+  for (uint32_t i = 0; i < slots; i++) {
+    const uint16_t slot = GetLittle<uint16_t>(page, at.slots + kSlotSize * i);
+    if ((slot & kSlotFlags) != 0 || slot > lowest) return false;
+    lowest = slot;
+  }
+  if (lowest < at.slots + kSlotSize * slots) return false;
+  std::copy(page.begin(), page.end(), m_page.begin());
+  m_slotCount = slots;
+  m_lowest = lowest;
+  return true;
+}
+
+std::span<uint8_t> CSlottedPage::AddRow(size_t rowSize) {
+  m_lowest -= rowSize;
+  PutLittle(std::span(m_page), SlotAt(m_slotCount++), static_cast<uint16_t>(m_lowest));
+  return std::span(m_page).subspan(m_lowest, rowSize);
+}
+
+bool CSlottedPage::ReplaceRow(uint32_t row, std::span<const uint8_t> bytes) {
+  if (row >= m_slotCount) return false;
+  const size_t start = StartOf(row), end = EndOf(row), oldSize = end - start;
+  if (bytes.size() > oldSize && bytes.size() - oldSize > GetFreeBytes()) return false;
+  const size_t newLowest = m_lowest + oldSize - bytes.size();
+  std::memmove(&m_page[newLowest], &m_page[m_lowest], start - m_lowest);
+  for (uint32_t i = row; i < m_slotCount; i++)
+    PutLittle(std::span(m_page), SlotAt(i), static_cast<uint16_t>(StartOf(i) + oldSize - bytes.size()));
+  std::copy(bytes.begin(), bytes.end(), m_page.begin() + static_cast<std::ptrdiff_t>(end - bytes.size()));
+  m_lowest = newLowest;
+  return true;
+}
+
+void CSlottedPage::SetStamp(uint32_t stamp) {
+  PutLittle(std::span(m_page), m_layout.data.stamp, stamp);
+}
+
+std::span<const uint8_t> CSlottedPage::GetRow(uint32_t row) const {
+  if (row >= m_slotCount) return {};
+  return std::span(m_page).subspan(StartOf(row), EndOf(row) - StartOf(row));
+}
+
+uint32_t CSlottedPage::GetOwner() const {
+  return GetLittle<uint32_t>(m_page, m_layout.data.owner);
+}
+
+std::span<const uint8_t> CSlottedPage::Finish() {
+  PutLittle(std::span(m_page), m_layout.data.freeBytes, static_cast<uint16_t>(GetFreeBytes()));
+  PutLittle(std::span(m_page), m_layout.data.slotCount, static_cast<uint16_t>(m_slotCount));
+  return m_page;
+}
+
+}  // namespace tolvane
