@@ -136,8 +136,8 @@ bool HasSaveLosses(const SSaveSummary& summary) {
          summary.relationsWeakened > 0;
 }
 
-std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown, NumberText number) {
-  std::vector<SFinding> found;
+std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, NumberText number) {
+  std::vector<SLossLine> found;
   for (const SDamageWords& words : GetDamageWords())
     if (const uint64_t count = data.GetLedger().GetCount(words.kind); count > 0)
       found.push_back({count, FromAscii(count == 1 ? words.singular : words.plural),
@@ -150,8 +150,8 @@ std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown, Nu
   return found;
 }
 
-std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary) {
-  std::vector<SFinding> found;
+std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
+  std::vector<SLossLine> found;
   const auto add = [&found](uint64_t count, std::u16string_view singular, std::u16string_view plural,
                             const std::u16string& rest = {}) {
     if (count > 0) found.push_back({count, std::u16string(count == 1 ? singular : plural) + rest, {}});

@@ -47,7 +47,7 @@ bool HasSaveLosses(const SSaveSummary& summary);
 
 // So many of what, and where; no places when nothing is known about them. Recovered names in the texts may
 // hold any unit.
-struct SFinding {
+struct SLossLine {
   uint64_t count = 0;
   std::u16string words;
   std::u16string places;
@@ -55,10 +55,10 @@ struct SFinding {
 // How numbers are written in texts.
 using NumberText = std::u16string (*)(uint64_t);
 // What was lost or is doubtful on reading, with up to `placesShown` places of each kind.
-std::vector<SFinding> ListDamage(const CAccessData& data, size_t placesShown,
-                                 NumberText number = ToDecimal<uint64_t>);
+std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown,
+                                  NumberText number = ToDecimal<uint64_t>);
 // What could not be saved as it was recovered.
-std::vector<SFinding> ListSaveLosses(const SSaveSummary& summary);
+std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary);
 
 // "1 row", "2 rows"
 std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number = ToDecimal<uint64_t>);

@@ -7,7 +7,7 @@ namespace tolvane {
 
 bool RepairFile(COvRepairFileManager& manager) {
   manager.SetRepair(nullptr);
-  auto repair = std::make_unique<CAccessRepair>();
+  auto repair = std::make_unique<CAccessRepair>(RulesOf(manager.GetRules()));
   const std::u16string corrupted = manager.GetCorruptedPath();
   repair->Repair(corrupted, {}, manager.GetMode().IsAdvance() ? manager.GetTemplatePath() : corrupted);
   if (!CRepairingFileStatus::Instance().IsRunning()) return false;

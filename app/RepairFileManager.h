@@ -30,6 +30,9 @@ class COvRepairFileManager {
  public:
   [[nodiscard]] CRepairModeStatus& GetMode() { return m_mode; }
   [[nodiscard]] const CRepairModeStatus& GetMode() const { return m_mode; }
+  // For the next repair; a save goes by those of the repair that it saves.
+  [[nodiscard]] ERules GetRules() const { return m_rules; }
+  void SetRules(ERules rules) { m_rules = rules; }
   // The last successful repair; null before the first and after a stopped one.
   [[nodiscard]] const CAccessRepair* GetRepair() const { return m_repair.get(); }
   void SetRepair(std::unique_ptr<CAccessRepair> repair) { m_repair = std::move(repair); }
@@ -43,6 +46,7 @@ class COvRepairFileManager {
 
  private:
   CRepairModeStatus m_mode;
+  ERules m_rules = kDefaultRules;
   std::unique_ptr<CAccessRepair> m_repair;
   std::u16string m_corruptedPath;
   std::u16string m_templatePath;

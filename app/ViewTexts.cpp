@@ -25,11 +25,11 @@ class CLines {
     if (!m_text.empty()) m_text += u"\r\n";
     m_text += line;
   }
-  void AddFindings(std::u16string_view heading, const std::vector<SFinding>& findings) {
+  void AddFindings(std::u16string_view heading, const std::vector<SLossLine>& findings) {
     if (findings.empty()) return;
     Add({});
     Add(heading);
-    for (const SFinding& finding : findings) {
+    for (const SLossLine& finding : findings) {
       Add(ToGroupedDecimal(finding.count) + u" " + finding.words);
       if (!finding.places.empty()) Add(u"    " + finding.places);
     }

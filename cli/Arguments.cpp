@@ -72,13 +72,17 @@ constexpr const char* kCheckHelp =
 // The parser works with the system's bytes; the program with text.
 struct SWords {
   std::string source, templatePath, workFolder, logFile, output, table, folder;
-  std::string engine = "embedded", format = "csv", ole = "hex";
+  std::string rules, engine = "embedded", format = "csv", ole = "hex";
 };
 
 void AddSource(CLI::App& command, SArguments& arguments, SWords& words) {
   command.add_option("SOURCE", words.source, "The damaged database")->required();
   command.add_option("--template", words.templatePath,
                      "A healthy database of the same structure; table definitions are read from it");
+  command
+      .add_option("--rules", words.rules,
+                  "exact: what the file holds; standard (default): the documented conventions")
+      ->check(CLI::IsMember(std::vector<std::string>{"exact", "standard"}).description("NAME"));
   command.add_option("--work-dir", words.workFolder, "Folder for temporary files");
   command.add_flag("--json", arguments.isJson, "Result for programs, as JSON with a schema version");
   command.add_flag("-q,--quiet", arguments.isQuiet, "No progress on standard error");
@@ -170,6 +174,8 @@ void TakeWords(const SWords& words, SArguments& arguments) {
   arguments.output = FromNativePath(words.output);
   arguments.table = FromNativePath(words.table);
   arguments.folder = FromNativePath(words.folder);
+  if (words.rules == "exact") arguments.rules = ERules::Exact;
+  if (words.rules == "standard") arguments.rules = ERules::Standard;
   if (words.engine == "dao") arguments.engine = EEngineChoice::Dao;
   if (words.format == "jsonl") arguments.format = EExportFormat::JsonLines;
   if (words.ole == "base64") arguments.ole = EOleForm::Base64;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/ExitStatus.h"
+#include "model/RecoveryRules.h"
 
 namespace tolvane {
 
@@ -20,6 +21,7 @@ struct SArguments {
   std::u16string templatePath;  // empty: the source holds the definitions
   std::u16string workFolder;    // empty: the program chooses
   std::u16string logFile;
+  ERules rules = kDefaultRules;
   bool isJson = false;
   bool isQuiet = false;
   bool isVerbose = false;

@@ -61,10 +61,10 @@ std::string DrawTables(const CAccessData& data, const SArguments& arguments, con
 }
 
 std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
-  const std::vector<SFinding> findings = ListDamage(data, kPlacesShown);
+  const std::vector<SLossLine> findings = ListDamage(data, kPlacesShown);
   if (findings.empty()) return {};
   std::string text = Heading("Lost or doubtful", style);
-  for (const SFinding& finding : findings) {
+  for (const SLossLine& finding : findings) {
     AppendCount(finding.count, ToDisplay(finding.words), text);
     constexpr size_t kIndent = 12;
     const size_t room = style.width > kIndent ? style.width - kIndent : 0;
@@ -77,7 +77,7 @@ std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
 
 std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style) {
   std::string text;
-  for (const SFinding& loss : ListSaveLosses(summary)) AppendCount(loss.count, ToDisplay(loss.words), text);
+  for (const SLossLine& loss : ListSaveLosses(summary)) AppendCount(loss.count, ToDisplay(loss.words), text);
   if (!text.empty()) text = Heading("Not saved", style) + text;
   if (summary.charactersReplaced > 0)
     text += "            tolvane repair --access-2000 keeps all characters\n";

@@ -23,7 +23,7 @@ void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/,
   CRepairLog::Instance().Clear();
   // The data files are named after the tables: those of the run before must be gone before new ones are made.
   m_data.reset();
-  m_data = std::make_unique<CAccessData>();
+  m_data = std::make_unique<CAccessData>(m_rules);
   m_parser.reset();
 
   const bool isJet4 = CAccessVersionHandler().IsJet4(sourcePath);

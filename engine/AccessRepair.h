@@ -20,7 +20,8 @@ class CAccessProcessFile;
 
 class CAccessRepair {
  public:
-  explicit CAccessRepair(const SRecoveryRules& rules = kStandardRules);
+  // The rules must outlive the object; the result carries a copy.
+  explicit CAccessRepair(const SRecoveryRules& rules);
   virtual ~CAccessRepair();
   CAccessRepair(const CAccessRepair&) = delete;
   CAccessRepair& operator=(const CAccessRepair&) = delete;

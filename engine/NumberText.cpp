@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "model/RecoveryRules.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -34,8 +35,10 @@ void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
   }
   std::array<char, 400> digits;  // the largest double has 309 digits before its point
   const auto written =
-      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed,
-                    static_cast<int>(std::min(decimals, kMostDecimals)));
+      decimals == kShortestDigits
+          ? std::to_chars(digits.data(), digits.data() + digits.size(), value)
+          : std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed,
+                          static_cast<int>(std::min(decimals, kMostDecimals)));
   AppendAscii({digits.data(), static_cast<size_t>(written.ptr - digits.data())}, text);
 }
 

@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   SetWorkFolder(GetTempFolder());
   const std::u16string path = WriteInput(data, size);
   CRepairingFileStatus::Instance().SetRunning(true);
-  CAccessRepair repair;
+  CAccessRepair repair{kStandardRules};
   repair.Repair(path, {}, path);
   ReadAll(*repair.GetData());
   CPageInspector().Inspect(path, [](const SPageReport&) {});

@@ -7,6 +7,7 @@
 
 #include "model/AccessTable.h"
 #include "model/DamageLedger.h"
+#include "model/RecoveryRules.h"
 #include "query/QuerySysObject.h"
 #include "query/TList.h"
 
@@ -25,11 +26,13 @@ struct SSourceFacts {
 // Destroying it deletes the tables' data files and the OLE side files.
 class CAccessData {
  public:
-  CAccessData() = default;
+  // The rules that the run goes by are copied.
+  explicit CAccessData(const SRecoveryRules& rules) : m_rules(rules) {}
   virtual ~CAccessData();
   CAccessData(const CAccessData&) = delete;
   CAccessData& operator=(const CAccessData&) = delete;
 
+  [[nodiscard]] const SRecoveryRules& GetRules() const { return m_rules; }
   [[nodiscard]] CAccessTableList& GetTables() { return m_tables; }
   [[nodiscard]] const CAccessTableList& GetTables() const { return m_tables; }
   [[nodiscard]] CTList<CQuerySysObject>& GetQueryObjects() { return m_queryObjects; }
@@ -41,6 +44,7 @@ class CAccessData {
   SSourceFacts source;
 
  private:
+  const SRecoveryRules m_rules;
   CAccessTableList m_tables;
   CTList<CQuerySysObject> m_queryObjects;
   CDamageLedger m_ledger;

@@ -3,12 +3,20 @@
 // set is in force.
 //
 // The standard set is the product's documented behaviour. Some of its rules differ from what healthy files
-// hold; docs/limits.md tells users what that costs them.
+// hold; docs/limits.md tells users what that costs them. The exact set follows what healthy files hold.
+//
+// A run chooses one set at its door (ERules) and carries it in its result, CAccessData::GetRules.
 #pragma once
 
 #include <cstdint>
 
 namespace tolvane {
+
+enum class ERules : uint8_t { Standard, Exact };
+inline constexpr ERules kDefaultRules = ERules::Standard;
+
+// As many digits as tell the value from its neighbours.
+inline constexpr uint32_t kShortestDigits = 0xFFFFFFFF;
 
 struct SRecoveryRules {
   // --- pages ---
@@ -56,7 +64,7 @@ struct SRecoveryRules {
 
   // Decimal: only the last eight bytes count, as a two's complement number; its sign byte is ignored.
   bool decimalLowWordsOnly;
-  // Digits after the point of single and double values.
+  // Digits after the point of single and double values, or kShortestDigits.
   uint32_t floatDecimals;
   // A date at midnight keeps the blank that stood before its time.
   bool midnightKeepsBlank;
@@ -92,5 +100,33 @@ inline constexpr SRecoveryRules kStandardRules{
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
 };
+
+inline constexpr SRecoveryRules kExactRules{
+    .unreadablePageKeepsPrevious = false,
+    .creditFreedPages = false,
+    .requireOwnerDefinition = false,
+    .requireDefinitionMark = true,
+    .useBuiltInCatalogue = true,  // it is the same in every file, and page 2 may be gone
+    .columnNumberLowByteOnly = false,
+    .indexFlagsOffsetJet4 = 46,
+    .indexFlagsExactMatch = false,
+    .logicalIndexNumberOffsetJet4 = 8,
+    .logicalIndexNumberOffsetJet3 = 4,
+    .logicalCountIsRealCount = false,
+    .rawJet3Names = false,
+    .rowStartMask = 0x1FFF,
+    .skipHiddenRows = false,
+    .trustOverflowTarget = false,
+    .maximumStoredColumns = 0x10000,
+    .decimalLowWordsOnly = false,
+    .floatDecimals = kShortestDigits,
+    .midnightKeepsBlank = false,
+    .dropBytesAbove127 = false,
+    .dropEmptyRows = false,
+};
+
+constexpr const SRecoveryRules& RulesOf(ERules rules) {
+  return rules == ERules::Exact ? kExactRules : kStandardRules;
+}
 
 }  // namespace tolvane

@@ -35,8 +35,7 @@ std::u16string Counted(uint64_t count, std::u16string_view noun) {
 
 }  // namespace
 
-CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine, const SRecoveryRules& rules)
-    : m_engine(engine), m_rules(rules) {}
+CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine) : m_engine(engine) {}
 
 CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
 
@@ -154,7 +153,7 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
   }
   CStatusProgress::Instance().SetText(u"(Step 2/2)Saving table data: " + table.name);
   CRepairLog::Instance().Append(u"Saving data for " + table.name + u"...");
-  return CRowCopier(database, m_rules, saved, m_summary).Copy();
+  return CRowCopier(database, m_data->GetRules(), saved, m_summary).Copy();
 }
 
 void CAccessSaveRepairedFile::CloseTable(SSavedTable& saved) {

@@ -11,7 +11,6 @@
 
 #include "dao/dao.h"
 #include "model/AccessData.h"
-#include "model/RecoveryRules.h"
 #include "writer/RelationSaver.h"
 #include "writer/SavedTable.h"
 
@@ -20,12 +19,12 @@ namespace tolvane {
 // Runs on the save thread. CSavingStatus must be saving; clearing it stops the save at the next value.
 class CAccessSaveRepairedFile {
  public:
-  CAccessSaveRepairedFile(CDaoEngine& engine, const SRecoveryRules& rules = kStandardRules);
+  explicit CAccessSaveRepairedFile(CDaoEngine& engine);
   virtual ~CAccessSaveRepairedFile();
   CAccessSaveRepairedFile(const CAccessSaveRepairedFile&) = delete;
   CAccessSaveRepairedFile& operator=(const CAccessSaveRepairedFile&) = delete;
 
-  // Not owned; must outlive the save.
+  // Not owned; must outlive the save, which goes by the rules that it was recovered with.
   void SetData(const CAccessData* data) { m_data = data; }
   // A file of that name is deleted when the save starts.
   void SetOutputPath(std::u16string_view path) { m_outputPath = path; }
@@ -52,7 +51,6 @@ class CAccessSaveRepairedFile {
   bool CloseDatabase(CDaoDatabase& database, ESaveStep step);
 
   CDaoEngine& m_engine;
-  const SRecoveryRules& m_rules;
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
   bool m_isAccess2000 = false;

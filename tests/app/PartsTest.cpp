@@ -227,7 +227,7 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
   SSaveSummary summary;
   summary.tablesSaved = 1;
   summary.recordsSaved = 1234;
-  CAccessData recovered;
+  CAccessData recovered{kStandardRules};
   EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, {})), "1 table, 1,234 records");
   recovered.GetLedger().Add(EDamage::RejectedRow, {7, CDamageLedger::kNoTable, 3, 1});
   summary.queriesSaved = 2;
@@ -249,7 +249,7 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
 }
 
 TEST(Findings, DamageInWordsWithItsPlaces) {
-  CAccessData data;
+  CAccessData data{kStandardRules};
   CAccessTable& table = data.GetTables().AddTable(5 * 4096);
   table.name = u"Orders";
   EXPECT_TRUE(ListDamage(data, 2).empty());

@@ -30,7 +30,7 @@ class CodePage : public CEngineTest {
   }
 
   static std::unique_ptr<CAccessData> Recover(const std::u16string& path) {
-    CAccessRepair repair;
+    CAccessRepair repair{kStandardRules};
     repair.Repair(path, u"", path);
     return repair.TakeData();
   }

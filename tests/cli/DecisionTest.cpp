@@ -20,7 +20,7 @@ CAccessTable& AddTable(CAccessData& data, uint64_t page, std::u16string_view nam
 }
 
 TEST(ExitStatus, TellsWholeNothingAndIncomplete) {
-  CAccessData data;
+  CAccessData data{kStandardRules};
   EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Nothing);
   CAccessTable& catalogue = AddTable(data, 2, u"MSysObjects", 0);
   EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Nothing) << "its definition is always there";
@@ -34,7 +34,7 @@ TEST(ExitStatus, TellsWholeNothingAndIncomplete) {
 
 TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
   for (const auto& [rows, status] : {std::pair{3u, EExitStatus::Incomplete}, {0u, EExitStatus::Done}}) {
-    CAccessData data;
+    CAccessData data{kStandardRules};
     AddTable(data, 5, u"Orders", rows, kTypeBigInt);
     EXPECT_EQ(DecideStatus(data, nullptr), status);
   }
@@ -42,7 +42,7 @@ TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
 
 TEST(ExitStatus, EveryKindOfDamageIsTold) {
   for (size_t kind = 0; kind < static_cast<size_t>(EDamage::Count_); ++kind) {
-    CAccessData data;
+    CAccessData data{kStandardRules};
     AddTable(data, 5, u"Orders", 3);
     data.GetLedger().Add(static_cast<EDamage>(kind), {1, CDamageLedger::kNoTable, -1, 1});
     EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Incomplete) << kind;
@@ -51,7 +51,7 @@ TEST(ExitStatus, EveryKindOfDamageIsTold) {
 }
 
 TEST(ExitStatus, EveryLossOfSavingIsTold) {
-  CAccessData data;
+  CAccessData data{kStandardRules};
   AddTable(data, 5, u"Orders", 3);
   SSaveSummary saved;
   EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Done);
@@ -73,7 +73,7 @@ TEST(ExitStatus, EveryLossOfSavingIsTold) {
 }
 
 TEST(FindTable, ByNameOrPage) {
-  CAccessData data;
+  CAccessData data{kStandardRules};
   CAccessTable& lower = AddTable(data, 5, u"orders", 0);
   CAccessTable& exact = AddTable(data, 6, u"Orders", 0);
   CAccessTable& odd = AddTable(data, 7, u"page:5", 0);

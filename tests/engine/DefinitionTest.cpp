@@ -228,7 +228,7 @@ class DefinitionChain : public CBothFormats {
   // Decodes the tables at these pages of the file and answers how many are broken.
   uint64_t Parse(const std::vector<uint32_t>& pages) {
     const CTempFile source(file.Build());
-    data = std::make_unique<CAccessData>();
+    data = std::make_unique<CAccessData>(rules);
     for (const uint32_t page : pages) data->GetTables().AddTable(file.OffsetOf(page));
     CDefinitionDecoder(layout, rules, 1252).ParseTableDefinitions(*data, source.GetPath());
     return data->GetLedger().GetCount(EDamage::BrokenDefinition);

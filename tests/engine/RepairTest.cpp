@@ -31,7 +31,7 @@ class Repair : public CBothFormats {
   CDatabaseBuilder file{layout};
   uint32_t table = 0;
   uint32_t rows = 0;
-  CAccessRepair repair;
+  CAccessRepair repair{kStandardRules};
 };
 INSTANTIATE_TEST_SUITE_P(Formats, Repair, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
 

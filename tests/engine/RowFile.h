@@ -61,7 +61,7 @@ class CRowTest : public CEngineTest {
   void Start(const SJetLayout& newLayout) {
     layout = &newLayout;
     pages.clear();
-    data = std::make_unique<CAccessData>();
+    data = std::make_unique<CAccessData>(rules);
     table = &data->GetTables().AddTable(uint64_t{kTablePage} * layout->pageSize);
   }
 

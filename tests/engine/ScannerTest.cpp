@@ -36,7 +36,7 @@ class ScannerOfBoth : public CBothFormats {
   uint64_t Lost(EDamage kind) const { return data.GetLedger().GetCount(kind); }
 
   CTableScanner scanner{layout, kStandardRules};
-  CAccessData data;
+  CAccessData data{kStandardRules};
   CDatabaseBuilder file{layout};
 };
 INSTANTIATE_TEST_SUITE_P(Formats, ScannerOfBoth, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
@@ -186,7 +186,7 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   const uint32_t third = file.AddTable(SmallTable());
   file.Page(table).Put32(kNextPageOffset, continuation);
   EXPECT_EQ(FindTables(), (Pages{2, table, continuation, third}));
-  CAccessData beyondTheFile;
+  CAccessData beyondTheFile{kStandardRules};
   for (const uint64_t offset : {file.OffsetOf(table), file.OffsetOf(continuation), uint64_t{1} << 40})
     beyondTheFile.GetTables().AddTable(offset);
   EXPECT_EQ(WithoutContinuations(), (Pages{2, table, third}));

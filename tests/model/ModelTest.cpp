@@ -135,7 +135,7 @@ TEST_F(Tables, ADiscardedRunTakesItsFilesWithIt) {
   const std::u16string dataFile = MakeDataFile(0x6000);
   CAccessTableDataFile().AppendOleFileName(u"x");
   const std::u16string list = CFileNameManager().GetOleListPath();
-  auto data = std::make_unique<CAccessData>();
+  auto data = std::make_unique<CAccessData>(kStandardRules);
   data->GetTables().AddTable(0x6000);
   EXPECT_TRUE(FileExists(dataFile));
   EXPECT_TRUE(FileExists(list));

@@ -36,7 +36,7 @@ class TableNaming : public CStoreTest {
   uint64_t LostTables() const { return m_data.GetLedger().GetCount(EDamage::LostTable); }
 
   uint32_t m_pageSize = 4096;
-  CAccessData m_data;
+  CAccessData m_data{kStandardRules};
   CAccessTableDataFileParser m_parser;
 };
 

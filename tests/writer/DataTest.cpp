@@ -6,6 +6,8 @@ namespace tolvane {
 
 class CDataTest : public CWriterTest {
  protected:
+  using CWriterTest::CWriterTest;
+
   // One table with one column of `type` and one row a value; the texts that were set.
   Lines SaveValues(uint8_t type, const Row& values) {
     CAccessTable& table = AddTable(u"T", {{u"c", type, 4, 0}});
@@ -67,15 +69,14 @@ TEST_F(CDataTest, ValuesAreReadAsTheirTypes) {
   }
 }
 
-TEST_F(CDataTest, OtherRulesLetBytesPass) {
-  SRecoveryRules rules = kStandardRules;
-  rules.dropBytesAbove127 = false;
-  rules.dropEmptyRows = false;
-  CAccessSaveRepairedFile writer(m_engine, rules);
-  writer.SetData(&m_data);
-  writer.SetOutputPath(InFolder(u"new.mdb"));
+class CExactDataTest : public CDataTest {
+ protected:
+  CExactDataTest() : CDataTest(kExactRules) {}
+};
+
+TEST_F(CExactDataTest, BytesAndEmptyRowsPass) {
   WriteRows(AddTable(u"T", {{u"c", kTypeByte, 1, 0}}), {{u"200"}, {u""}});
-  ASSERT_TRUE(writer.Save());
+  ASSERT_TRUE(m_writer.Save());
   EXPECT_EQ(CallsFrom("add"),
             (Lines{"add", "set 0 200", "update", "add", "update", "close rows", "close database"}));
 }

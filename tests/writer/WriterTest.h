@@ -28,6 +28,8 @@ struct STestColumn {
 
 class CWriterTest : public testing::Test {
  protected:
+  explicit CWriterTest(const SRecoveryRules& rules = kStandardRules) : m_data(rules) {}
+
   void SetUp() override {
     ASSERT_TRUE(m_folder.Create(GetTempFolder())) << "no folder to write to";
     CSavingStatus::Instance().SetSaving(true);
