@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -70,29 +71,64 @@ enum EDaoType : int16_t {
   kDaoSingle = 6,
   kDaoDouble = 7,
   kDaoDate = 8,
+  kDaoBinary = 9,
   kDaoText = 10,
   kDaoLongBinary = 11,
   kDaoMemo = 12,
   kDaoGuid = 15,
+  kDaoBigInt = 16,
+  kDaoDecimal = 20,
+  kDaoExtendedDate = 26,
+  // Complex fields: each record holds any number of values, or of files.
+  kDaoAttachment = 101,
+  kDaoComplexByte = 102,
+  kDaoComplexInteger = 103,
+  kDaoComplexLong = 104,
+  kDaoComplexSingle = 105,
+  kDaoComplexDouble = 106,
+  kDaoComplexGuid = 107,
+  kDaoComplexDecimal = 108,
+  kDaoComplexText = 109,
 };
+// Fixed or variable: where an engine can choose, how a text, binary or number field is stored; neither: as
+// usual.
 inline constexpr int32_t kDaoFixedField = 0x01;
 inline constexpr int32_t kDaoVariableField = 0x02;
 inline constexpr int32_t kDaoAutoIncrement = 0x10;
 inline constexpr int32_t kDaoUpdatable = 0x20;
 inline constexpr int32_t kDaoSystemField = 0x2000;
+inline constexpr int32_t kDaoHyperlinkField = 0x8000;  // memo
+
+// Attributes of a table.
+inline constexpr int32_t kDaoHiddenObject = 0x1;
 
 // Options of CreateDatabase.
 inline constexpr int32_t kDaoVersionJet3 = 0x20;
 inline constexpr int32_t kDaoVersionJet4 = 0x40;
+inline constexpr int32_t kDaoVersionAce = 0x80;
+
+// A property that a table, field, query or database carries for the programs that work with it.
+struct CDaoProperty {
+  std::u16string name;
+  uint8_t type = 0;            // as columns have: EColumnType
+  bool isDdl = false;          // belongs to the engine's own set, not to a user interface's
+  std::vector<uint8_t> value;  // as a row stores it; texts as UTF-16LE
+};
 
 struct CDaoFieldInfo {
   std::u16string name;
   int16_t type = 0;
-  int32_t size = 0;  // text: characters; fixed types: ignored
+  int32_t size = 0;  // text: characters; binary: bytes; other types: ignored
   int32_t attributes = 0;
   bool required = false;
   bool allowZeroLength = false;
   std::u16string defaultValue;
+  uint8_t precision = 18, scale = 0;      // decimal: digits, and those of them behind the point
+  std::optional<bool> isCompressed = {};  // text, memo: whether short texts may be compressed; else as usual
+  // Text, memo: language of the sort order, its version in the top byte; 0: the database's.
+  uint32_t sortOrder = 0;
+  // AutoNumber and complex fields: the last number given out; records raise it.
+  int32_t lastNumber = 0;
 };
 
 struct CDaoIndexFieldInfo {

@@ -10,45 +10,91 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kRandomGuid = u"GenGUID()";
+constexpr uint8_t kMaxPrecision = 28;
 
 CDaoResult Invalid(std::u16string text) {
   return {EDaoError::InvalidArgument, std::move(text)};
 }
 
+// What a field of some type is as a column.
 struct SFieldType {
   int16_t daoType;
-  uint8_t length;  // 0: text, memo and long binary have their own
-  uint8_t flags;
+  uint8_t type;
+  uint8_t flags;          // unless other ones are asked for
+  uint8_t since = 0;      // version of the format
+  bool hasChoice = true;  // between fixed and variable
 };
 constexpr uint8_t kFixedFlags = kColumnFixed | kColumnUpdatable;
-constexpr SFieldType kFieldTypes[] = {
-    {kDaoBoolean, 1, kFixedFlags},   {kDaoByte, 1, kFixedFlags},      {kDaoInteger, 2, kFixedFlags},
-    {kDaoLong, 4, kFixedFlags},      {kDaoCurrency, 8, kFixedFlags},  {kDaoSingle, 4, kFixedFlags},
-    {kDaoDouble, 8, kFixedFlags},    {kDaoDate, 8, kFixedFlags},      {kDaoGuid, 16, kFixedFlags},
-    {kDaoText, 0, kColumnUpdatable}, {kDaoMemo, 0, kColumnUpdatable}, {kDaoLongBinary, 0, kColumnUpdatable}};
+constexpr uint8_t kJet4Version = 1, kAceVersion = 2;
+constexpr SFieldType kFieldTypes[] = {{kDaoBoolean, kTypeBoolean, kFixedFlags, 0, false},
+                                      {kDaoByte, kTypeByte, kFixedFlags},
+                                      {kDaoInteger, kTypeInteger, kFixedFlags},
+                                      {kDaoLong, kTypeLong, kFixedFlags},
+                                      {kDaoCurrency, kTypeCurrency, kFixedFlags},
+                                      {kDaoSingle, kTypeSingle, kFixedFlags},
+                                      {kDaoDouble, kTypeDouble, kFixedFlags},
+                                      {kDaoDate, kTypeDate, kFixedFlags},
+                                      {kDaoGuid, kTypeGuid, kFixedFlags},
+                                      {kDaoBinary, kTypeBinary, kColumnUpdatable},
+                                      {kDaoText, kTypeText, kColumnUpdatable},
+                                      {kDaoMemo, kTypeMemo, kColumnUpdatable, 0, false},
+                                      {kDaoLongBinary, kTypeOle, kColumnUpdatable, 0, false},
+                                      {kDaoDecimal, kTypeDecimal, kFixedFlags, kJet4Version},
+                                      {kDaoBigInt, kTypeBigInt, kFixedFlags, kAceVersion},
+                                      {kDaoExtendedDate, kTypeExtendedDate, kFixedFlags, kAceVersion}};
 
-const SFieldType* FindFieldType(int16_t daoType) {
+const SFieldType* FindFieldType(const SEmbeddedLayout& layout, int16_t daoType) {
   for (const SFieldType& type : kFieldTypes)
-    if (type.daoType == daoType) return &type;
+    if (type.daoType == daoType && type.since <= layout.version) return &type;
   return nullptr;
 }
 
-// Field types have the same numbers in a definition.
+uint8_t ChooseFlags(const SFieldType& type, const CDaoFieldInfo& field) {
+  uint8_t flags = type.flags;
+  if (type.hasChoice && (field.attributes & kDaoFixedField) != 0) flags |= kColumnFixed;
+  if (type.hasChoice && (field.attributes & kDaoVariableField) != 0)
+    flags = static_cast<uint8_t>(flags & ~kColumnFixed);
+  if (field.type == kDaoMemo && (field.attributes & kDaoHyperlinkField) != 0) flags |= kColumnHyperlink;
+  return flags;
+}
+
+// What a variable decimal column states; its values take as much as those of a fixed one.
+uint16_t LengthOfDecimal(uint8_t precision) {
+  return precision <= 9 ? 5 : precision <= 19 ? 9 : 13;
+}
+
+// Bytes of the longest value: of texts, of binary fields, of the others.
+CDaoResult ChooseLength(const SEmbeddedLayout& layout, const CDaoFieldInfo& field,
+                        const SColumnDefinition& column, uint16_t& length) {
+  length = LengthOfType(column.type);
+  if (field.type == kDaoDecimal && !column.IsFixed()) length = LengthOfDecimal(field.precision);
+  if (field.type == kDaoDecimal &&
+      (field.precision < 1 || field.precision > kMaxPrecision || field.scale > field.precision))
+    return Invalid(u"A decimal field has 1 to 28 digits, and no more of them behind the point.");
+  if (field.type != kDaoText && field.type != kDaoBinary) return CDaoResult::Ok();
+  const bool isText = field.type == kDaoText;
+  const size_t most = isText ? kMaxTextLength : kMaxTextLength * layout.text.unitSize;
+  if (field.size < 0 || field.size > static_cast<int32_t>(most))
+    return Invalid(isText ? u"A text field holds 1 to 255 characters."
+                          : u"A binary field holds 1 to 510 bytes, 255 in the format of Access 97.");
+  const size_t units = field.size == 0 ? most : static_cast<size_t>(field.size);
+  length = static_cast<uint16_t>(isText ? units * layout.text.unitSize : units);
+  return CDaoResult::Ok();
+}
+
 CDaoResult MakeColumn(const SEmbeddedLayout& layout, const CDaoFieldInfo& field, SColumnDefinition& column) {
-  const SFieldType* type = FindFieldType(field.type);
+  const SFieldType* type = FindFieldType(layout, field.type);
   if (type == nullptr)
     return {EDaoError::InvalidDataType, u"The field has a type that the format does not know."};
   column.name = field.name;
-  column.type = static_cast<uint8_t>(field.type);
-  column.flags = type->flags;
-  column.length = type->length;
-  if (field.type == kDaoText) {
-    if (field.size < 0 || field.size > static_cast<int32_t>(kMaxTextLength))
-      return Invalid(u"A text field holds 1 to 255 characters.");
-    const size_t characters = field.size == 0 ? kMaxTextLength : static_cast<size_t>(field.size);
-    column.length = static_cast<uint16_t>(layout.text.unitSize * characters);
-    if (!layout.text.IsCodePage()) column.extendedFlags = kColumnCompressed;
-  }
+  column.type = type->type;
+  column.flags = ChooseFlags(*type, field);
+  if (CDaoResult result = ChooseLength(layout, field, column, column.length); !result.IsOk()) return result;
+  column.precision = field.precision;
+  column.scale = field.scale;
+  const bool isText = field.type == kDaoText || field.type == kDaoMemo;
+  if (isText && !layout.text.IsCodePage() && field.isCompressed.value_or(field.type == kDaoText))
+    column.extendedFlags = kColumnCompressed;
   if ((field.attributes & kDaoAutoIncrement) != 0) {
     if (field.type != kDaoLong)
       return {EDaoError::InvalidDataType, u"Only a long field can count its records by itself."};
@@ -106,6 +152,8 @@ CDaoResult CEmbeddedTableDef::CreateField(const CDaoFieldInfo& field) {
   if (!m_fieldKeys.insert(MakeNameKey(m_file->GetLayout(), field.name)).second)
     return {EDaoError::DuplicateField, u"The table has a field named \"" + field.name + u"\" already."};
   column.displayNumber = static_cast<uint16_t>(m_definition.columns.size());
+  if ((column.flags & kColumnAutoNumber) != 0)
+    m_definition.autoNumber = static_cast<uint32_t>(field.lastNumber);
   m_definition.columns.push_back(std::move(column));
   return CDaoResult::Ok();
 }

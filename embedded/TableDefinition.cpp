@@ -52,13 +52,43 @@ void EncodeHeader(const SDefinitionLayout& at, const STableDefinition& definitio
   PutLittle(header, at.freeMap, definition.freeMap);
 }
 
+// Four bytes behind the display number:
+//   texts and most others   u16 language | 0 | u8 version of the sort order      (Jet 3: u16 code page)
+//   decimals                u8 precision | u8 scale | 0 | 0
+//   extended dates          09 | u8 digits of a second | 0 | 0
+//   complex columns         u32 number
+constexpr size_t kScaleBehind = 1, kSortVersionBehind = 3;
+constexpr uint16_t kExtendedDateOrder = 0x0709;
+
+void EncodeOrder(const SColumnLayout& at, const SColumnDefinition& column, std::span<uint8_t> block) {
+  if (column.type == kTypeComplex) {
+    PutLittle(block, at.sortOrder, column.complexId);
+  } else if (column.type == kTypeDecimal) {
+    block[at.sortOrder] = column.precision;
+    block[at.sortOrder + kScaleBehind] = column.scale;
+  } else if (column.type == kTypeExtendedDate) {
+    PutLittle(block, at.sortOrder, kExtendedDateOrder);
+  } else {
+    PutLittle(block, at.sortOrder, column.order.language);
+    if (at.codePage == kAbsent) block[at.sortOrder + kSortVersionBehind] = column.order.version;
+  }
+}
+
+void DecodeOrder(const SColumnLayout& at, std::span<const uint8_t> block, SColumnDefinition& column) {
+  column.complexId = GetLittle<uint32_t>(block, at.sortOrder);
+  column.precision = block[at.sortOrder];
+  column.scale = block[at.sortOrder + kScaleBehind];
+  column.order.language = GetLittle<uint16_t>(block, at.sortOrder);
+  column.order.version = at.codePage == kAbsent ? block[at.sortOrder + kSortVersionBehind] : uint8_t{0};
+}
+
 void EncodeColumn(const SColumnLayout& at, const SColumnDefinition& column, std::span<uint8_t> block) {
   block[at.type] = column.type;
   PutLittle(block, at.magic, kDefinitionMagic);
   PutLittle(block, at.number, column.number);
   PutLittle(block, at.variableIndex, column.variableIndex);
   PutLittle(block, at.displayNumber, column.displayNumber);
-  PutLittle(block, at.sortOrder, kSortOrder);
+  EncodeOrder(at, column, block);
   PutLittle(block, at.codePage, kCodePage);
   PutLittle(block, at.flags, column.flags);
   PutLittle(block, at.extendedFlags, column.extendedFlags);
@@ -217,6 +247,7 @@ SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t>
   column.extendedFlags = GetLittle<uint8_t>(block, at.extendedFlags);  // 0 where there are none
   column.fixedOffset = column.IsFixed() ? GetLittle<uint16_t>(block, at.fixedOffset) : uint16_t{0};
   column.length = GetLittle<uint16_t>(block, at.length);
+  DecodeOrder(at, block, column);
   return column;
 }
 

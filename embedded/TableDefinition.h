@@ -9,6 +9,13 @@
 
 namespace tolvane {
 
+// How texts sort: language 0x0409 in version 0 is "General Legacy", in version 1 "General".
+struct STextOrder {
+  uint16_t language = kSortOrder;
+  uint8_t version = 0;
+  bool operator==(const STextOrder&) const = default;
+};
+
 struct SColumnDefinition {
   std::u16string name;
   uint8_t type = 0;
@@ -19,7 +26,11 @@ struct SColumnDefinition {
   uint16_t variableIndex = 0;  // fixed columns: variable columns with a lower number
   uint16_t fixedOffset = 0;    // fixed columns: offset in the fixed part
   uint16_t length = 0;         // bytes; text: the most that fit; long values: 0
-  uint32_t ownedMap = 0;       // long values: maps of the column's pages
+  // Four bytes that have a meaning of their own in some types.
+  STextOrder order;                  // texts; the others have it for no reason
+  uint8_t precision = 0, scale = 0;  // decimals
+  uint32_t complexId = 0;            // complex columns: their number in MSysComplexColumns
+  uint32_t ownedMap = 0;             // long values: maps of the column's pages
   uint32_t freeMap = 0;
 
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }

@@ -68,6 +68,7 @@ inline constexpr uint8_t kColumnAutoNumber = 0x04;
 inline constexpr uint8_t kColumnSystem = 0x10;
 inline constexpr uint8_t kColumnSid = 0x20;
 inline constexpr uint8_t kColumnAutoGuid = 0x40;
+inline constexpr uint8_t kColumnHyperlink = 0x80;  // memo
 
 // The byte of further flags (Jet 4 and later).
 inline constexpr uint8_t kColumnCompressed = 0x01;
