@@ -1,7 +1,6 @@
 #include "app/FileSave.h"
 
 #include "app/OutputChoice.h"
-#include "engine/AccessVersionHandler.h"
 #include "platform/Files.h"
 #include "status/Status.h"
 
@@ -47,8 +46,6 @@ bool COvFileSave::StartSave(CMainViewWindow& view, CDaoEngine& engine, const COv
   CProgressStatus::Instance().SetPos(0);
   CSavingStatus::Instance().SetSaving(true);
   startTimer();
-  // Another file may have been looked at since the repair.
-  CAccessVersionHandler().IsJet4(manager.GetCorruptedPath());
   if (m_thread.Start([this, &engine] { RunSaveWorker(engine); })) return true;
   CSavingStatus::Instance().SetSaving(false);
   return false;

@@ -133,7 +133,7 @@ SCommandEnd RunInspect(CSession& session) {
   CRepairingFileStatus::Instance().SetRunning(true);
   session.RunWatched(
       [&] {
-        isDone = inspector.Inspect(arguments.source,
+        isDone = inspector.Inspect(session.GetSource(),
                                    [&findings](const SPageReport& report) { findings.Add(report); });
       },
       problem);

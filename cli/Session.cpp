@@ -94,7 +94,7 @@ std::optional<SFailure> CSession::CheckFiles() {
 }
 
 std::optional<SFailure> CSession::CheckSourceFile() {
-  const SSourceVerdict verdict = CheckSource(m_arguments.source);
+  const SSourceVerdict verdict = OpenSource(m_source, m_arguments.source);
   if (verdict.state == ESourceState::Ok) return std::nullopt;
   return MakeSourceFailure(m_arguments.source, verdict);
 }
@@ -102,7 +102,7 @@ std::optional<SFailure> CSession::CheckSourceFile() {
 std::optional<SFailure> CSession::CheckTemplate() {
   const std::u16string& path = m_arguments.templatePath;
   if (path.empty()) return std::nullopt;
-  const SSourceVerdict verdict = CheckSource(path);
+  const SSourceVerdict verdict = OpenSource(m_template, path);
   if (verdict.state != ESourceState::Ok) {
     SFailure failure = MakeSourceFailure(path, verdict);
     failure.status = EExitStatus::Failed;
@@ -154,10 +154,9 @@ std::optional<SFailure> CSession::Recover() {
   if (auto failure = MakeWorkFolder()) return failure;
   CRepairingFileStatus::Instance().SetRunning(true);
   m_progress.Start(GetFileLength(m_arguments.source));
-  const std::u16string& scanPath =
-      m_arguments.templatePath.empty() ? m_arguments.source : m_arguments.templatePath;
+  CSource& definitions = m_template.IsOpen() ? m_template : m_source;
   std::u16string problem;
-  const bool isWhole = RunWatched([&] { m_repair.Repair(m_arguments.source, {}, scanPath); }, problem);
+  const bool isWhole = RunWatched([&] { m_repair.Repair(m_source, definitions); }, problem);
   CRepairingFileStatus::Instance().SetRunning(false);
   m_data = m_repair.TakeData();
   if (IsInterrupted()) return StoppedByUser();

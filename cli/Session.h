@@ -13,6 +13,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
 #include "engine/AccessRepair.h"
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "platform/FileCust.h"
 #include "store/WorkFolder.h"
@@ -27,6 +28,8 @@ class CSession {
   CSession& operator=(const CSession&) = delete;
 
   [[nodiscard]] const SArguments& GetArguments() const { return m_arguments; }
+  // The damaged file, open once CheckFiles found no failure.
+  [[nodiscard]] CSource& GetSource() { return m_source; }
 
   // The source, the template and the log file, before anything is done. A failure ends the program.
   std::optional<SFailure> CheckFiles();
@@ -54,6 +57,8 @@ class CSession {
   const SArguments& m_arguments;
   CProgressLine m_progress;
   CRunFolder m_runFolder;
+  CSource m_source;
+  CSource m_template;
   CAccessRepair m_repair;
   std::unique_ptr<CAccessData> m_data;  // goes before the work folder that holds its files
   CFileCust m_logFile;

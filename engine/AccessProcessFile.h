@@ -1,13 +1,11 @@
-// The parsers of the two page formats: the steps of one repair run, in the slots that the driver calls.
+// The parser of the pages: the steps of one repair run, in the slots that the driver calls.
 //
-// Both formats go through the same steps; they differ in their layout table and in that only Jet 4 and later
-// have complex columns. A parser lives for one run, on one thread. A step that cannot open its file does
-// nothing; every step leaves early once the repair is stopped.
+// Both page formats go through the same steps by their layout table; only Jet 4 and later have complex
+// columns. A parser lives for one run, on one thread. A step does nothing with a source that is not open, and
+// every step leaves early once the repair is stopped.
 #pragma once
 
-#include <string>
-
-#include "engine/JetLayout.h"
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 
@@ -15,64 +13,47 @@ namespace tolvane {
 
 class CAccessProcessFile {
  public:
-  CAccessProcessFile() = default;
+  virtual ~CAccessProcessFile() = default;
   CAccessProcessFile(const CAccessProcessFile&) = delete;
   CAccessProcessFile& operator=(const CAccessProcessFile&) = delete;
 
-  // After step 4: what hides behind the complex columns.
-  virtual void ParseComplexColumns(CAccessData& data);
+  // The damaged file, and the file that holds the definitions: the same object, or a template. Both are set
+  // before the first step and outlive the parser.
+  void SetSourcePath(CSource& source) { m_source = &source; }
+  void SetScanPath(CSource& definitions) { m_definitions = &definitions; }
+
+  void ScanTableDefinitions(CAccessData& data);  // step 1
   // After step 1: removes candidates that only continue another table's definition.
-  virtual void DropContinuationDefinitions(CAccessData& data);
-  // The file that step 1 reads.
-  virtual void SetScanPath(std::u16string path);
-  virtual void ParseTableNames(CAccessData& data);  // step 4
-  virtual void ParseRecords(CAccessData& data);     // step 3
+  void DropContinuationDefinitions(CAccessData& data);
+  void ScanDataPages(CAccessData& data);  // step 2
   // Decodes the candidates' columns and indexes.
-  virtual void ParseTableDefinitions(CAccessData& data);
-  virtual void SortColumns(CAccessData& data);
-  virtual void ScanDataPages(CAccessData& data);         // step 2
-  virtual void ScanTableDefinitions(CAccessData& data);  // step 1
-  // The damaged file.
-  virtual void SetSourcePath(std::u16string path);
-  virtual ~CAccessProcessFile() = default;
-};
-
-// The steps as both formats have them.
-class CAccessPageParser : public CAccessProcessFile {
- public:
-  // Both arguments outlive the parser.
-  CAccessPageParser(const SJetLayout& layout, const SRecoveryRules& rules);
-
-  void DropContinuationDefinitions(CAccessData& data) override;
-  void SetScanPath(std::u16string path) override { m_scanPath = std::move(path); }
-  void ParseTableNames(CAccessData& data) override;
-  void ParseRecords(CAccessData& data) override;
-  void ParseTableDefinitions(CAccessData& data) override;
-  void SortColumns(CAccessData& data) override;
-  void ScanDataPages(CAccessData& data) override;
-  void ScanTableDefinitions(CAccessData& data) override;
-  void SetSourcePath(std::u16string path) override { m_sourcePath = std::move(path); }
+  void ParseTableDefinitions(CAccessData& data);
+  void SortColumns(CAccessData& data);
+  void ParseRecords(CAccessData& data);     // step 3
+  void ParseTableNames(CAccessData& data);  // step 4
+  // After step 4: what hides behind the complex columns.
+  virtual void ParseComplexColumns(CAccessData& data) = 0;
 
  protected:
-  [[nodiscard]] const SJetLayout& GetLayout() const { return m_layout; }
+  // The rules outlive the parser.
+  explicit CAccessProcessFile(const SRecoveryRules& rules) : m_rules(rules) {}
+  [[nodiscard]] const SJetLayout& GetLayout() const { return m_source->GetLayout(); }
 
  private:
-  void CountMissingRows(CAccessData& data) const;
-
-  const SJetLayout& m_layout;
   const SRecoveryRules& m_rules;
-  std::u16string m_scanPath;
-  std::u16string m_sourcePath;
+  CSource* m_source = nullptr;
+  CSource* m_definitions = nullptr;
 };
 
-class CAccessProcessFileJet3 : public CAccessPageParser {
+class CAccessProcessFileJet3 : public CAccessProcessFile {
  public:
-  explicit CAccessProcessFileJet3(const SRecoveryRules& rules) : CAccessPageParser(kJet3Layout, rules) {}
+  explicit CAccessProcessFileJet3(const SRecoveryRules& rules) : CAccessProcessFile(rules) {}
+  void ParseComplexColumns(CAccessData& /*data*/) override {}
 };
 
-class CAccessProcessFileJet4 : public CAccessPageParser {
+class CAccessProcessFileJet4 : public CAccessProcessFile {
  public:
-  explicit CAccessProcessFileJet4(const SRecoveryRules& rules) : CAccessPageParser(kJet4Layout, rules) {}
+  explicit CAccessProcessFileJet4(const SRecoveryRules& rules) : CAccessProcessFile(rules) {}
   void ParseComplexColumns(CAccessData& data) override;
 };
 

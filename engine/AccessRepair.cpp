@@ -2,7 +2,8 @@
 
 #include "engine/AccessProcessFile.h"
 #include "engine/AccessVersionHandler.h"
-#include "engine/SourceCheck.h"
+#include "engine/Source.h"
+#include "platform/Files.h"
 #include "status/Status.h"
 
 namespace tolvane {
@@ -20,21 +21,35 @@ CAccessRepair::CAccessRepair(const SRecoveryRules& rules) : m_rules(rules) {}
 CAccessRepair::~CAccessRepair() = default;
 
 void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/, std::u16string scanPath) {
+  CSource source;
+  source.Open(sourcePath);
+  if (scanPath == sourcePath || IsSameFile(scanPath, sourcePath)) {
+    Repair(source, source);
+    return;
+  }
+  CSource definitions;
+  definitions.Open(scanPath);
+  Repair(source, definitions);
+}
+
+void CAccessRepair::Repair(CSource& source, CSource& definitions) {
   CRepairLog::Instance().Clear();
   // The data files are named after the tables: those of the run before must be gone before new ones are made.
   m_data.reset();
   m_data = std::make_unique<CAccessData>(m_rules);
   m_parser.reset();
 
-  const bool isJet4 = CAccessVersionHandler().IsJet4(sourcePath);
-  m_data->sourcePath = sourcePath;
-  m_data->source = ReadSourceFacts(sourcePath, isJet4);
+  const bool isJet4 = !source.GetLayout().isJet3;
+  if (source.IsOpen()) CAccessVersionHandler::ShowJet4Flag(isJet4);
+  if (&definitions != &source) definitions.UseLayout(source.GetLayout());
+  m_data->sourcePath = source.GetPath();
+  m_data->source = source.GetFacts();
   if (isJet4)
     m_parser = std::make_unique<CAccessProcessFileJet4>(m_rules);
   else
     m_parser = std::make_unique<CAccessProcessFileJet3>(m_rules);
-  m_parser->SetSourcePath(std::move(sourcePath));
-  m_parser->SetScanPath(std::move(scanPath));
+  m_parser->SetSourcePath(source);
+  m_parser->SetScanPath(definitions);
 
   const bool isDone = RunSteps();
   m_parser.reset();

@@ -17,12 +17,13 @@
 namespace tolvane {
 
 class CAccessProcessFile;
+class CSource;
 
 class CAccessRepair {
  public:
   // The rules must outlive the object; the result carries a copy.
   explicit CAccessRepair(const SRecoveryRules& rules);
-  virtual ~CAccessRepair();
+  ~CAccessRepair();
   CAccessRepair(const CAccessRepair&) = delete;
   CAccessRepair& operator=(const CAccessRepair&) = delete;
 
@@ -30,6 +31,9 @@ class CAccessRepair {
   // healthy database of the same structure. CRepairingFileStatus must be running; clearing it stops the run,
   // which then leaves no result. The second text is not used.
   void Repair(std::u16string sourcePath, std::u16string unused, std::u16string scanPath);
+  // The same for files that are open already: the damaged one and the one that holds the definitions, which
+  // may be the same object. A template is read in the page format of the damaged file.
+  void Repair(CSource& source, CSource& definitions);
 
   // Null before the first run and after a stopped one. Owned here until taken.
   [[nodiscard]] CAccessData* GetData() const { return m_data.get(); }

@@ -1,14 +1,9 @@
 #include "engine/AccessVersionHandler.h"
 
-#include <array>
 #include <atomic>
-#include <cstdint>
 
-#include "engine/DatabaseStart.h"
-#include "engine/JetLayout.h"
+#include "engine/Source.h"
 #include "engine/ValidateData.h"
-#include "platform/ErrorHandler.h"
-#include "platform/FileCust.h"
 
 namespace tolvane {
 
@@ -16,24 +11,19 @@ namespace {
 
 std::atomic<bool> g_isJet4{false};
 
-constexpr size_t kHeaderBytes = 512;
-
 }  // namespace
 
-bool CAccessVersionHandler::IsJet4(const std::u16string& path) {
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) return false;
-  std::array<uint8_t, kHeaderBytes> header{};
-  CErrorHandler handler;
-  file.ReadAt(FindDatabaseStart(file), header, handler);
-  file.Close();
-  const bool isJet4 = header[kVersionByte] != 0 || !CValidateData().IsJet3(path);
-  g_isJet4.store(isJet4);
-  return isJet4;
+bool CAccessVersionHandler::IsJet4(CSource& source) const {
+  if (!source.IsOpen()) return false;
+  return source.GetHeader()[kVersionByte] != 0 || !CValidateData().IsJet3(source.GetPages());
 }
 
 bool CAccessVersionHandler::IsJet4Flag() {
   return g_isJet4.load();
+}
+
+void CAccessVersionHandler::ShowJet4Flag(bool isJet4) {
+  g_isJet4.store(isJet4);
 }
 
 }  // namespace tolvane

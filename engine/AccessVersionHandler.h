@@ -1,18 +1,18 @@
 // Which of the two page formats a file has.
 #pragma once
 
-#include <string>
-
 namespace tolvane {
+
+class CSource;
 
 class CAccessVersionHandler {
  public:
-  virtual ~CAccessVersionHandler() = default;
-  // From the header's version byte; where that is zero, from the pages themselves. A file that cannot be
-  // opened counts as Jet 3. The answer is kept in the process-wide flag, unless the file could not be opened.
-  bool IsJet4(const std::u16string& path);
-  // The last answer of this process. Any thread.
+  // From the header's version byte; where that is zero, from the pages themselves. A source that is not open
+  // counts as Jet 3.
+  bool IsJet4(CSource& source) const;
+  // The answer for the last repair of this process. Any thread.
   static bool IsJet4Flag();
+  static void ShowJet4Flag(bool isJet4);
 };
 
 }  // namespace tolvane

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "engine/JetLayout.h"
-#include "platform/ErrorHandler.h"
 
 namespace tolvane {
 
@@ -30,10 +29,9 @@ constexpr int kStartsTried = 16;
 // Foreign bytes look like the head of a page by chance; hardly twice.
 constexpr int kHeadsByChance = 1;
 
-bool HasCatalogue(CFileCust& file, uint64_t start, uint32_t pageSize) {
+bool HasCatalogue(CPageReader& file, uint64_t start, uint32_t pageSize) {
   std::array<uint8_t, kDefinitionMark.size()> head{};
-  CErrorHandler handler;
-  file.ReadAt(start + uint64_t{kCataloguePage} * pageSize, head, handler);
+  file.ReadFile(start + uint64_t{kCataloguePage} * pageSize, head);
   return head == kDefinitionMark;
 }
 
@@ -50,15 +48,14 @@ bool HasPages(std::string_view foreign, uint32_t pageSize) {
   return heads > kHeadsByChance;
 }
 
-std::string_view ReadText(CFileCust& file, std::vector<uint8_t>& buffer) {
-  CErrorHandler handler;
-  const size_t size = file.ReadAt(0, buffer, handler);
+std::string_view ReadText(CPageReader& file, std::vector<uint8_t>& buffer) {
+  const size_t size = file.ReadFile(0, buffer);
   return {reinterpret_cast<const char*>(buffer.data()), size};
 }
 
 }  // namespace
 
-uint64_t FindDatabaseStart(CFileCust& file) {
+uint64_t FindDatabaseStart(CPageReader& file) {
   std::vector<uint8_t> buffer(kHeaderMark.size());
   if (ReadText(file, buffer) == kHeaderMark) return 0;
   if (HasCatalogue(file, 0, kJet3Layout.pageSize) || HasCatalogue(file, 0, kJet4Layout.pageSize)) return 0;

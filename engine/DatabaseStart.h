@@ -3,11 +3,11 @@
 
 #include <cstdint>
 
-#include "platform/FileCust.h"
+#include "engine/PageReader.h"
 
 namespace tolvane {
 
 // The byte offset of page 0. A file in which no start can be told begins at 0.
-uint64_t FindDatabaseStart(CFileCust& file);
+uint64_t FindDatabaseStart(CPageReader& file);
 
 }  // namespace tolvane

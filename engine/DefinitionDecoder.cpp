@@ -4,8 +4,6 @@
 
 #include "engine/CatalogueImage.h"
 #include "engine/DefinitionChain.h"
-#include "engine/FreePageMap.h"
-#include "engine/PageReader.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 #include "status/Status.h"
@@ -23,12 +21,10 @@ CDefinitionDecoder::CDefinitionDecoder(const SJetLayout& layout, const SRecovery
                                        uint32_t codePage)
     : m_layout(layout), m_rules(rules), m_codePage(codePage) {}
 
-void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, const std::u16string& scanPath) {
-  CPageReader reader;
-  if (!reader.Open(scanPath)) return;
-  CFreePageMap freePages;
-  freePages.Load(reader, m_layout);
-  CDefinitionChain chain(reader, m_layout);
+void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& definitions) {
+  if (!definitions.IsOpen()) return;
+  const CFreePageMap& freePages = definitions.GetFreePages();
+  CDefinitionChain chain(definitions.GetPages(), m_layout);
   const std::vector<uint8_t> image = MakeCatalogueImage(m_layout, m_rules);
 
   for (const auto& table : data.GetTables()) {

@@ -16,6 +16,7 @@
 
 #include "engine/DataReader.h"
 #include "engine/JetLayout.h"
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 
@@ -32,7 +33,7 @@ class CDefinitionDecoder {
 
   // Decodes every candidate of the list, until the repair is stopped. Broken definitions are counted in the
   // ledger, except those on pages that the file says are free.
-  void ParseTableDefinitions(CAccessData& data, const std::u16string& scanPath);
+  void ParseTableDefinitions(CAccessData& data, CSource& definitions);
   // One definition, put together. False when something in it is missing or cannot be true.
   bool Decode(std::span<const uint8_t> definition, CAccessTable& table);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "engine/AccessVersionHandler.h"
 #include "engine/DataReader.h"
 #include "status/Status.h"
 
@@ -51,31 +50,31 @@ std::u16string_view GetPageVerdictName(EPageVerdict verdict) {
   return verdict < EPageVerdict::Count_ ? kNames[static_cast<size_t>(verdict)] : std::u16string_view{};
 }
 
-bool CPageInspector::Inspect(const std::u16string& path, const Sink& sink) {
+bool CPageInspector::Inspect(CSource& source, const Sink& sink) {
   m_totals = {};
   m_kinds.clear();
-  m_layout = CAccessVersionHandler().IsJet4(path) ? &kJet4Layout : &kJet3Layout;
-  if (!m_reader.Open(path)) return false;
-  m_totals.isJet3 = m_layout->isJet3;
-  m_totals.pageSize = m_layout->pageSize;
-  m_totals.leadingBytes = m_reader.GetStart();
-  m_totals.partialBytes = m_reader.GetLength() % m_layout->pageSize;
-  m_freePages.Load(m_reader, *m_layout);
-  const bool isDone = NoteKinds() && JudgePages(sink);
-  m_reader.Close();
-  return isDone;
+  if (!source.IsOpen()) return false;
+  m_source = &source;
+  m_layout = &source.GetLayout();
+  m_freePages = &source.GetFreePages();
+  const SSourceFacts& facts = source.GetFacts();
+  m_totals.isJet3 = facts.isJet3;
+  m_totals.pageSize = facts.pageSize;
+  m_totals.leadingBytes = facts.start;
+  m_totals.partialBytes = facts.length % facts.pageSize;
+  return NoteKinds() && JudgePages(sink);
 }
 
 bool CPageInspector::NoteKinds() {
-  const auto count = static_cast<size_t>(m_reader.GetPageCount(m_layout->pageSize));
+  const auto count = static_cast<size_t>(m_source->GetPageCount());
   m_kinds.assign(count, EPageKind::Unreadable);
   m_isContinuation.assign(count, false);
   std::vector<uint8_t> page(m_layout->pageSize);
   for (size_t number = 0; number < count; number++) {
     if (!IsRunning()) return false;
-    if (!m_reader.ReadPage(uint64_t{number} * page.size(), page)) continue;
+    if (!m_source->ReadPage(number, page)) continue;
     m_kinds[number] = KindOf(page, number);
-    if (page[0] != kPageDefinition || page[1] != kPageFormatted || m_freePages.IsFree(number)) continue;
+    if (page[0] != kPageDefinition || page[1] != kPageFormatted || m_freePages->IsFree(number)) continue;
     const uint32_t next = CDataReader::ReadUInt32(&page[kNextPageOffset]);
     if (next != 0 && next < count) m_isContinuation[next] = true;
   }
@@ -90,7 +89,7 @@ bool CPageInspector::JudgePages(const Sink& sink) {
   for (uint64_t number = 0; number < m_kinds.size(); number++) {
     if (!IsRunning()) return false;
     SPageReport report{.page = number, .kind = EPageKind::Unreadable, .verdict = EPageVerdict::Unreadable};
-    if (m_reader.ReadPage(number * page.size(), page)) report = Judge(page, number);
+    if (m_source->ReadPage(number, page)) report = Judge(page, number);
     m_totals.pages++;
     m_totals.kinds[static_cast<size_t>(report.kind)]++;
     m_totals.verdicts[static_cast<size_t>(report.verdict)]++;
@@ -142,7 +141,7 @@ EPageKind CPageInspector::NotedKind(uint64_t page) const {
 SPageReport CPageInspector::Judge(Page page, uint64_t number) const {
   SPageReport report{.page = number, .kind = NotedKind(number)};
   if (HasOwner(report.kind)) report.owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-  if (m_freePages.IsFree(number)) {
+  if (m_freePages->IsFree(number)) {
     report.verdict = EPageVerdict::Free;
     return report;
   }
@@ -228,6 +227,8 @@ std::u16string_view CPageInspector::FindOwnerFault(const SPageReport& report) co
   if (report.kind == EPageKind::DefinitionContinuation)
     return m_isContinuation[static_cast<size_t>(report.page)] ? std::u16string_view{} : kChainGone;
   if (!HasOwner(report.kind) || report.kind == EPageKind::EmptiedData) return {};
+  // The catalogue's definition is known without the file.
+  if (report.owner == kCataloguePage) return {};
   const EPageKind owner = NotedKind(report.owner);
   return owner == EPageKind::Definition ? std::u16string_view{} : kOwnerGone;
 }

@@ -10,13 +10,10 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
-#include "engine/FreePageMap.h"
-#include "engine/JetLayout.h"
-#include "engine/PageReader.h"
+#include "engine/Source.h"
 
 namespace tolvane {
 
@@ -76,9 +73,9 @@ class CPageInspector {
  public:
   using Sink = std::function<void(const SPageReport&)>;
 
-  // False when the file cannot be opened or the work was stopped; the totals then cover what was seen. As
+  // False when the source is not open or the work was stopped; the totals then cover what was seen. As
   // everywhere, CRepairingFileStatus says whether to go on.
-  bool Inspect(const std::u16string& path, const Sink& sink);
+  bool Inspect(CSource& source, const Sink& sink);
   [[nodiscard]] const SPageTotals& GetTotals() const { return m_totals; }
 
  private:
@@ -97,9 +94,10 @@ class CPageInspector {
   [[nodiscard]] std::u16string_view FindOwnerFault(const SPageReport& report) const;
   [[nodiscard]] EPageKind NotedKind(uint64_t page) const;
 
+  // Of the file that is being looked at.
+  CSource* m_source = nullptr;
   const SJetLayout* m_layout = &kJet4Layout;
-  CPageReader m_reader;
-  CFreePageMap m_freePages;
+  const CFreePageMap* m_freePages = nullptr;
   SPageTotals m_totals;
   std::vector<EPageKind> m_kinds;
   std::vector<bool> m_isContinuation;  // pages that a definition names as its next

@@ -17,7 +17,8 @@ bool CPageReader::Open(const std::u16string& path, CErrorHandler& handler) {
   Close();
   m_file.SetPath(path);
   if (!m_file.Open(handler)) return false;
-  m_length = m_file.GetLength();
+  m_fileLength = m_file.GetLength();
+  SetStart(0);
   return true;
 }
 
@@ -28,7 +29,23 @@ bool CPageReader::Open(const std::u16string& path) {
 
 void CPageReader::Close() {
   m_file.Close();
-  m_length = m_blockStart = m_lastSingleEnd = m_singlesFrom = m_singlesUntil = 0;
+  m_fileLength = 0;
+  SetStart(0);
+}
+
+void CPageReader::SetStart(uint64_t start) {
+  Forget();
+  m_start = std::min(start, m_fileLength);
+  m_length = m_fileLength - m_start;
+}
+
+size_t CPageReader::ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes) {
+  CErrorHandler handler;
+  return m_file.ReadAt(fileOffset, bytes, handler);
+}
+
+void CPageReader::Forget() {
+  m_blockStart = m_lastSingleEnd = m_singlesFrom = m_singlesUntil = 0;
   m_blockSize = 0;
   for (SCachedPage& cached : m_cache) cached = {};
   m_unreadable.clear();
@@ -55,8 +72,7 @@ bool CPageReader::ReadPage(uint64_t offset, std::span<uint8_t> page) {
 size_t CPageReader::ReadPartialPage(uint64_t offset, std::span<uint8_t> page) {
   if (offset >= m_length) return 0;
   const auto size = static_cast<size_t>(std::min<uint64_t>(page.size(), m_length - offset));
-  CErrorHandler handler;
-  return m_file.ReadAt(offset, page.first(size), handler);
+  return ReadFile(m_start + offset, page.first(size));
 }
 
 // One page or less: no reading ahead.
@@ -73,8 +89,7 @@ size_t CPageReader::NextBlockSize(uint64_t offset, size_t pageSize) const {
 
 bool CPageReader::ReadBlock(uint64_t offset, size_t size) {
   if (m_block.size() < size) m_block.resize(size);
-  CErrorHandler handler;
-  if (m_file.ReadAt(offset, std::span(m_block).first(size), handler) == size) {
+  if (ReadFile(m_start + offset, std::span(m_block).first(size)) == size) {
     m_blockStart = offset;
     m_blockSize = size;
     return true;
@@ -92,8 +107,7 @@ bool CPageReader::ReadSingle(uint64_t offset, std::span<uint8_t> page) {
                                         [](const auto& a, const auto& b) { return a.lastUse < b.lastUse; });
   slot.offset = ~uint64_t{0};
   slot.bytes.resize(page.size());
-  CErrorHandler handler;
-  if (m_file.ReadAt(offset, slot.bytes, handler) != page.size()) {
+  if (ReadFile(m_start + offset, slot.bytes) != page.size()) {
     if (m_unreadable.size() < kUnreadableKept) m_unreadable.insert(offset);
     return false;
   }

@@ -1,5 +1,6 @@
-// Pages of one file by offset, read ahead where the requests run on and singly where they jump.
+// Pages of one database by offset, read ahead where the requests run on and singly where they jump.
 //
+// Offsets and the length count from the database's first page, which other bytes may stand in front of.
 // A page that the system cannot read costs no other page: a block that fails is read again page by page. The
 // length is taken when the file is opened; a file that shrinks afterwards only has unreadable pages. A page
 // that failed once is not tried again (failing disks take seconds to say so). One thread at a time.
@@ -26,10 +27,15 @@ class CPageReader {
   bool Open(const std::u16string& path, CErrorHandler& handler);
   bool Open(const std::u16string& path);
   void Close();
+  [[nodiscard]] bool IsOpen() const { return m_file.IsOpen(); }
+
+  // Where the first page is in the file. What was read before is forgotten.
+  void SetStart(uint64_t start);
+  [[nodiscard]] uint64_t GetStart() const { return m_start; }
+  // Bytes of the file itself, wherever the database starts; answers how many could be read.
+  size_t ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes);
 
   [[nodiscard]] uint64_t GetLength() const { return m_length; }
-  // Bytes in front of the first page; offsets and the length don't count them.
-  [[nodiscard]] uint64_t GetStart() const { return m_file.GetStart(); }
   // Whole pages.
   [[nodiscard]] uint64_t GetPageCount(uint32_t pageSize) const { return m_length / pageSize; }
 
@@ -46,6 +52,7 @@ class CPageReader {
     std::vector<uint8_t> bytes;
   };
 
+  void Forget();
   bool ReadBlock(uint64_t offset, size_t size);
   bool ReadSingle(uint64_t offset, std::span<uint8_t> page);
   [[nodiscard]] size_t NextBlockSize(uint64_t offset, size_t pageSize) const;
@@ -53,6 +60,8 @@ class CPageReader {
   const SCachedPage* FindCached(uint64_t offset, size_t size);
 
   CDBFileReader m_file;
+  uint64_t m_fileLength = 0;
+  uint64_t m_start = 0;
   uint64_t m_length = 0;
 
   std::vector<uint8_t> m_block;

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "engine/PageReader.h"
 #include "engine/TableWalk.h"
 #include "platform/Text.h"
 #include "status/Status.h"
@@ -29,14 +28,13 @@ void ShowTable(uint64_t position, uint64_t count) {
 
 }  // namespace
 
-void CRecordParser::ParseRecords(CAccessData& data, const std::u16string& sourcePath) {
-  CPageReader reader;
-  if (!reader.Open(sourcePath) || reader.GetLength() == 0) return;
+void CRecordParser::ParseRecords(CAccessData& data, CSource& source) const {
+  if (!source.IsOpen() || source.GetPages().GetLength() == 0) return;
 
   CProgressStatus& progress = CProgressStatus::Instance();
   progress.SetMax(SumOfRowCounts(data.GetTables()));
   progress.SetPos(0);
-  CTableWalk walk(m_layout, m_rules, reader, data);
+  CTableWalk walk(source, m_rules, data);
   uint64_t position = 0;
   for (const auto& table : data.GetTables()) {
     if (!CRepairingFileStatus::Instance().IsRunning()) return;

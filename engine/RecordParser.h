@@ -6,9 +6,7 @@
 // whatever its row offsets say; nothing is thrown.
 #pragma once
 
-#include <string>
-
-#include "engine/JetLayout.h"
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 
@@ -16,14 +14,13 @@ namespace tolvane {
 
 class CRecordParser {
  public:
-  // Both arguments outlive the parser.
-  CRecordParser(const SJetLayout& layout, const SRecoveryRules& rules) : m_layout(layout), m_rules(rules) {}
+  // The rules outlive the parser.
+  explicit CRecordParser(const SRecoveryRules& rules) : m_rules(rules) {}
 
-  // Returns early when the repairing flag is cleared.
-  void ParseRecords(CAccessData& data, const std::u16string& sourcePath);
+  // Nothing is done with a source that is not open. Returns early when the repairing flag is cleared.
+  void ParseRecords(CAccessData& data, CSource& source) const;
 
  private:
-  const SJetLayout& m_layout;
   const SRecoveryRules& m_rules;
 };
 

@@ -1,39 +1,25 @@
 #include "engine/SourceCheck.h"
 
 #include <algorithm>
-#include <array>
-#include <span>
 #include <string_view>
+#include <vector>
 
 #include "engine/DataReader.h"
-#include "engine/HeaderMask.h"
 #include "engine/JetLayout.h"
-#include "engine/PageReader.h"
-#include "platform/CodePage.h"
 #include "platform/Files.h"
 
 namespace tolvane {
 
 namespace {
 
-constexpr size_t kHeaderBytes = kHeaderEncryptionLength + 8;
 // Pages that are looked at to tell whether they are encoded.
 constexpr uint64_t kPagesSampled = 64;
 
 // What the encryption description starts with.
 constexpr uint32_t kAgileVersion = 4 | 4 << 16;
 
-using Header = std::array<uint8_t, kHeaderBytes>;
-
-Header ReadHeader(CPageReader& reader) {
-  Header header{};
-  reader.ReadPartialPage(0, header);
-  ApplyHeaderMask(std::span(header).subspan(kHeaderMaskStart));
-  return header;
-}
-
 // The text "Standard ... DB" or "MSISAM Database", and the fixed page number of the catalogue.
-bool IsPlausible(const Header& header) {
+bool IsPlausible(const CSource::Header& header) {
   constexpr size_t kName = 4;
   constexpr size_t kCatalogue = 0x20;
   const std::string_view name(reinterpret_cast<const char*>(header.data()) + kName, 15);
@@ -63,20 +49,34 @@ bool IsKnownEncryption(uint32_t version) {
 }
 
 // Empty when the pages can be read.
-std::u16string_view EncryptionScheme(const Header& header, CPageReader& reader, uint32_t pageSize) {
+std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
+  const CSource::Header& header = source.GetHeader();
   const bool hasKey = IsPlausible(header) && CDataReader::ReadUInt32(&header[kHeaderDatabaseKey]) != 0;
   const bool isAce = header[kVersionByte] > 1;
   const uint32_t version = CDataReader::ReadUInt32(&header[kHeaderEncryptionLength + 2]);
   const bool hasDescription =
       isAce && CDataReader::ReadUInt16(&header[kHeaderEncryptionLength]) != 0 && IsKnownEncryption(version);
-  if ((!hasKey && !hasDescription) || ArePagesPlain(reader, pageSize)) return {};
+  if ((!hasKey && !hasDescription) || ArePagesPlain(source.GetPages(), pageSize)) return {};
   if (!hasDescription) return u"Jet encoding";
   return version == kAgileVersion ? u"agile encryption, AES" : u"RC4 CryptoAPI";
 }
 
+SSourceVerdict Judge(CSource& source) {
+  const uint64_t length = source.GetPages().GetLength();
+  if (length == 0) return {ESourceState::Empty, u"The file is empty."};
+  const bool saysJet3 = source.GetHeader()[kVersionByte] == 0;
+  const uint32_t pageSize = (saysJet3 ? kJet3Layout : kJet4Layout).pageSize;
+  if (length < pageSize) return {ESourceState::TooShort, u"The file is shorter than one page of a database."};
+  if (const std::u16string_view scheme = EncryptionScheme(source, pageSize); !scheme.empty())
+    return {ESourceState::Encrypted, u"The database is encrypted (" + std::u16string(scheme) +
+                                         u"). Its pages cannot be read without decrypting it first."};
+  return {};
+}
+
 }  // namespace
 
-SSourceVerdict CheckSource(const std::u16string& path) {
+SSourceVerdict OpenSource(CSource& source, const std::u16string& path) {
+  source.Close();
   switch (GetFileKind(path)) {
     case EFileKind::Missing:
       return {ESourceState::Missing, u"The file does not exist."};
@@ -87,35 +87,15 @@ SSourceVerdict CheckSource(const std::u16string& path) {
     case EFileKind::File:
       break;
   }
-  CPageReader reader;
   CErrorHandler handler;
-  if (!reader.Open(path, handler))
+  if (!source.Open(path, handler))
     return {ESourceState::NotReadable, u"The file cannot be read: " + handler.GetMessageText()};
-  if (reader.GetLength() == 0) return {ESourceState::Empty, u"The file is empty."};
-
-  const Header header = ReadHeader(reader);
-  const uint32_t pageSize = header[kVersionByte] != 0 ? kJet4Layout.pageSize : kJet3Layout.pageSize;
-  if (reader.GetLength() < pageSize)
-    return {ESourceState::TooShort, u"The file is shorter than one page of a database."};
-  if (const std::u16string_view scheme = EncryptionScheme(header, reader, pageSize); !scheme.empty())
-    return {ESourceState::Encrypted, u"The database is encrypted (" + std::u16string(scheme) +
-                                         u"). Its pages cannot be read without decrypting it first."};
-  return {};
+  return Judge(source);
 }
 
-SSourceFacts ReadSourceFacts(const std::u16string& path, bool isJet4) {
-  SSourceFacts facts;
-  facts.isJet3 = !isJet4;
-  facts.pageSize = isJet4 ? kJet4Layout.pageSize : kJet3Layout.pageSize;
-  CPageReader reader;
-  if (!reader.Open(path)) return facts;
-  const Header header = ReadHeader(reader);
-  facts.versionByte = header[kVersionByte];
-  facts.length = reader.GetLength();
-  facts.pageCount = reader.GetPageCount(facts.pageSize);
-  const uint32_t codePage = CDataReader::ReadUInt16(&header[kHeaderCodePage]);
-  if (codePage != 0 && IsCodePageKnown(codePage)) facts.codePage = codePage;
-  return facts;
+SSourceVerdict CheckSource(const std::u16string& path) {
+  CSource source;
+  return OpenSource(source, path);
 }
 
 }  // namespace tolvane

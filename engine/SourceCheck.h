@@ -1,11 +1,11 @@
-// What can be said about a file before it is repaired: whether there is anything to read, and what its header
-// tells. A damaged header is no obstacle.
+// What can be said about a file before it is repaired: whether there is anything to read, and whether it can
+// be read. A damaged header is no obstacle.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "model/AccessData.h"
+#include "engine/Source.h"
 
 namespace tolvane {
 
@@ -25,9 +25,9 @@ struct SSourceVerdict {
   std::u16string reason;  // a sentence without the path, for the user; empty when all is well
 };
 
+// Opens `source`, which stays open where the system lets it, and judges it.
+SSourceVerdict OpenSource(CSource& source, const std::u16string& path);
+// The verdict alone.
 SSourceVerdict CheckSource(const std::u16string& path);
-
-// What page 0 says, for a file whose format has been decided.
-SSourceFacts ReadSourceFacts(const std::u16string& path, bool isJet4);
 
 }  // namespace tolvane

@@ -99,29 +99,36 @@ bool IsDataPage(std::span<const uint8_t> page) {
   return page[0] == kPageData && page[1] == kPageFormatted;
 }
 
+// Pages of long values and of usage maps belong to no table.
+bool IsOrphan(std::span<const uint8_t> page) {
+  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  return owner != kLongValueOwner && owner != kUsageMapOwner && owner != kGlobalMapPage;
+}
+
 }  // namespace
 
 // Whether owner pages still look like definitions. One page is read for each owner that is a candidate.
 class CTableScanner::COwners {
  public:
-  COwners(CPageReader& reader, const SJetLayout& layout, const SRecoveryRules& rules)
-      : m_reader(reader),
-        m_layout(layout),
+  COwners(CSource& source, const SRecoveryRules& rules)
+      : m_source(source),
         m_rules(rules),
-        m_pageCount(reader.GetPageCount(layout.pageSize)),
-        m_page(layout.pageSize) {}
+        m_pageCount(source.GetPageCount()),
+        m_page(source.GetLayout().pageSize) {}
+
+  [[nodiscard]] uint64_t OffsetOf(uint32_t owner) const { return uint64_t{owner} * m_page.size(); }
 
   // For Jet 4 the page number, not the byte offset, is compared with the end of the file; what only the byte
   // offset would reject is stopped by the number of pages.
   [[nodiscard]] bool IsPossible(uint32_t owner) const {
-    return owner < m_pageCount && !(m_layout.isJet3 && owner == 0);
+    return owner < m_pageCount && !(m_source.GetLayout().isJet3 && owner == 0);
   }
 
   bool IsDefinition(uint32_t owner) {
     if (owner == kCataloguePage || !m_rules.requireOwnerDefinition) return true;
     const auto [entry, isNew] = m_isDefinition.try_emplace(owner, false);
     if (isNew) {
-      const bool isRead = m_reader.ReadPage(uint64_t{owner} * m_layout.pageSize, m_page);
+      const bool isRead = m_source.ReadPage(owner, m_page);
       // An owner that cannot be read is taken for the one before it.
       entry->second = (isRead || m_rules.unreadablePageKeepsPrevious) && m_page[0] == kPageDefinition &&
                       m_page[1] == kPageFormatted;
@@ -130,8 +137,7 @@ class CTableScanner::COwners {
   }
 
  private:
-  CPageReader& m_reader;
-  const SJetLayout& m_layout;
+  CSource& m_source;
   const SRecoveryRules& m_rules;
   uint64_t m_pageCount;
   std::vector<uint8_t> m_page;
@@ -143,8 +149,8 @@ void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page, uint64
                        {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = amount});
 }
 
-bool CTableScanner::StartsTable(Page page) const {
-  const SDefinitionLayout& at = m_layout.definition;
+bool CTableScanner::StartsTable(Page page, const SJetLayout& layout) const {
+  const SDefinitionLayout& at = layout.definition;
   const auto signature = std::span(at.signature).first(at.signatureLength);
   if (!std::equal(signature.begin(), signature.end(), page.begin())) return false;
   const uint8_t type = page[at.tableType];
@@ -153,43 +159,41 @@ bool CTableScanner::StartsTable(Page page) const {
          CDataReader::ReadUInt32(&page[at.secondWord]) == kDefinitionMark;
 }
 
-void CTableScanner::ScanTableDefinitions(CAccessData& data, const std::u16string& scanPath) {
-  CPageReader reader;
-  if (!reader.Open(scanPath)) return;
-  const uint64_t pageCount = reader.GetPageCount(m_layout.pageSize);
-  const uint64_t catalogue = uint64_t{kCataloguePage} * m_layout.pageSize;
+void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions) const {
+  if (!definitions.IsOpen()) return;
+  const SJetLayout& layout = definitions.GetLayout();
+  const uint64_t pageCount = definitions.GetPageCount();
   CProgressStatus& progress = CProgressStatus::Instance();
   progress.SetMax(ToProgress(2 * pageCount));
   progress.SetPos(0);
-  CScanStatus status(kDefinitionStatus, reader.GetLength());
-  data.GetTables().AddTable(catalogue);
+  CScanStatus status(kDefinitionStatus, definitions.GetPages().GetLength());
+  data.GetTables().AddTable(uint64_t{kCataloguePage} * layout.pageSize);
 
-  std::vector<uint8_t> page(m_layout.pageSize);
+  std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < pageCount; number++) {
     if (!IsRunning()) return;
-    const uint64_t offset = number * m_layout.pageSize;
-    const bool isUsable = reader.ReadPage(offset, page) || m_rules.unreadablePageKeepsPrevious;
-    if (isUsable && offset != catalogue && StartsTable(page)) data.GetTables().AddTable(offset);
+    const uint64_t offset = number * layout.pageSize;
+    const bool isUsable = definitions.ReadPage(number, page) || m_rules.unreadablePageKeepsPrevious;
+    if (isUsable && number != kCataloguePage && StartsTable(page, layout)) data.GetTables().AddTable(offset);
     status.Refresh(offset);
     progress.IncrementPos();
   }
 }
 
-void CTableScanner::DropContinuationDefinitions(CAccessData& data, const std::u16string& scanPath) {
-  CPageReader reader;
-  if (!reader.Open(scanPath)) return;
+void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& definitions) const {
+  if (!definitions.IsOpen()) return;
+  const SJetLayout& layout = definitions.GetLayout();
   CAccessTableList& tables = data.GetTables();
   Candidates candidates;
-  std::vector<uint8_t> page(m_layout.pageSize);
+  std::vector<uint8_t> page(layout.pageSize);
   for (const auto& table : tables) {
     const uint64_t offset = table->GetDefinitionOffset();
     if (offset == 0) continue;
-    if (offset > reader.GetLength()) return;
-    if (!reader.ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
-    const uint8_t type = page[m_layout.definition.tableType];
-    candidates[offset] = {
-        .next = uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * m_layout.pageSize,
-        .isTyped = type == kSystemTable || type == kUserTable};
+    if (offset > definitions.GetPages().GetLength()) return;
+    if (!definitions.GetPages().ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
+    const uint8_t type = page[layout.definition.tableType];
+    candidates[offset] = {.next = uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * layout.pageSize,
+                          .isTyped = type == kSystemTable || type == kUserTable};
   }
   auto named = CountNamed(candidates);
   for (const auto& table : tables)
@@ -198,41 +202,34 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, const std::u1
 }
 
 CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, uint64_t offset,
-                                                COwners& owners) const {
+                                                COwners& owners) {
   if (!IsDataPage(page)) return EOwner::None;
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
   if (!owners.IsPossible(owner)) return EOwner::Impossible;
-  const uint64_t definition = uint64_t{owner} * m_layout.pageSize;
+  const uint64_t definition = owners.OffsetOf(owner);
   if (data.GetTables().FindTable(definition) == nullptr) return EOwner::Unknown;
   if (!owners.IsDefinition(owner)) return EOwner::Unknown;
   data.GetTables().CreditDataPage(offset, definition);
   return EOwner::Known;
 }
 
-// Pages of long values and of usage maps belong to no table.
-bool CTableScanner::IsOrphan(Page page) const {
-  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-  return owner != kLongValueOwner && owner != kUsageMapOwner && owner != kGlobalMapPage;
-}
-
-void CTableScanner::ScanDataPages(CAccessData& data, const std::u16string& sourcePath) {
-  CPageReader reader;
-  if (!reader.Open(sourcePath)) return;
-  CFreePageMap freePages;
-  freePages.Load(reader, m_layout);
-  COwners owners(reader, m_layout, m_rules);
-  const uint64_t pageCount = reader.GetPageCount(m_layout.pageSize);
+void CTableScanner::ScanDataPages(CAccessData& data, CSource& source) const {
+  if (!source.IsOpen()) return;
+  const SJetLayout& layout = source.GetLayout();
+  const CFreePageMap& freePages = source.GetFreePages();
+  COwners owners(source, m_rules);
+  const uint64_t pageCount = source.GetPageCount();
   CProgressStatus& progress = CProgressStatus::Instance();
   // Another range only where the definitions came from a file of another length.
   progress.SetMax(ToProgress(static_cast<uint64_t>(progress.GetPos()) + pageCount));
-  CScanStatus status(kDataStatus, reader.GetLength());
+  CScanStatus status(kDataStatus, source.GetPages().GetLength());
 
-  std::vector<uint8_t> page(m_layout.pageSize);
+  std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < pageCount; number++) {
     if (!IsRunning()) return;
-    const uint64_t offset = number * m_layout.pageSize;
+    const uint64_t offset = number * layout.pageSize;
     progress.IncrementPos();
-    const bool isRead = reader.ReadPage(offset, page);
+    const bool isRead = source.ReadPage(number, page);
     if (!isRead) Count(data, EDamage::UnreadablePage, number);
     if (!isRead && !m_rules.unreadablePageKeepsPrevious) continue;
     const bool isFree = freePages.IsFree(number);
@@ -240,10 +237,11 @@ void CTableScanner::ScanDataPages(CAccessData& data, const std::u16string& sourc
     const EOwner owner = CreditPage(data, page, offset, owners);
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
     if (isRead && isLost && !isFree && IsOrphan(page)) Count(data, EDamage::OrphanDataPage, number);
-    if (m_layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
+    if (layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
   }
-  if (reader.GetStart() != 0) Count(data, EDamage::LeadingBytes, 0, reader.GetStart());
-  if (const uint64_t rest = reader.GetLength() % m_layout.pageSize; rest != 0)
+  const SSourceFacts& facts = source.GetFacts();
+  if (facts.start != 0) Count(data, EDamage::LeadingBytes, 0, facts.start);
+  if (const uint64_t rest = facts.length % layout.pageSize; rest != 0)
     Count(data, EDamage::PartialPage, pageCount, rest);
   status.Flush();
   progress.SetPos(progress.GetMax());

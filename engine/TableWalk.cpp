@@ -25,20 +25,19 @@ constexpr size_t kTextUnitsKept = size_t{1} << 20;
 
 }  // namespace
 
-CTableWalk::CTableWalk(const SJetLayout& layout, const SRecoveryRules& rules, CPageReader& reader,
-                       CAccessData& data)
-    : m_layout(layout),
+CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data)
+    : m_layout(source.GetLayout()),
       m_rules(rules),
-      m_reader(reader),
+      m_reader(source.GetPages()),
       m_data(data),
       m_sideFile(m_dataFile),
-      m_longValues(reader, layout, rules),
-      m_fields(RowLayoutOf(layout), rules, m_longValues, m_sideFile),
-      m_frame(RowLayoutOf(layout)),
-      m_page(layout.pageSize),
-      m_target(layout.pageSize),
+      m_longValues(m_reader, m_layout, rules),
+      m_fields(RowLayoutOf(m_layout), rules, m_longValues, m_sideFile),
+      m_frame(RowLayoutOf(m_layout)),
+      m_page(m_layout.pageSize),
+      m_target(m_layout.pageSize),
       m_targetOffset(kNoPage),
-      m_movedBytesLeft(kMovedYield * reader.GetLength() + kMovedBase) {}
+      m_movedBytesLeft(kMovedYield * m_reader.GetLength() + kMovedBase) {}
 
 bool CTableWalk::ParseTable(CAccessTable& table) {
   m_table = &table;

@@ -11,12 +11,11 @@
 #include <vector>
 
 #include "engine/FieldDecoder.h"
-#include "engine/JetLayout.h"
 #include "engine/LongValueReader.h"
 #include "engine/OleSideFile.h"
-#include "engine/PageReader.h"
 #include "engine/PageSlot.h"
 #include "engine/RowFrame.h"
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 #include "store/AccessTableDataFile.h"
@@ -26,8 +25,8 @@ namespace tolvane {
 // One object for all tables of a run: side files are numbered and budgets are spent over the run.
 class CTableWalk {
  public:
-  // All arguments outlive the walk; `reader` is open.
-  CTableWalk(const SJetLayout& layout, const SRecoveryRules& rules, CPageReader& reader, CAccessData& data);
+  // All arguments outlive the walk; the source is open.
+  CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data);
 
   // False: the run was stopped. A table whose data file cannot be written is logged and counted.
   bool ParseTable(CAccessTable& table);

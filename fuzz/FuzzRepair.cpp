@@ -49,10 +49,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   SetWorkFolder(GetTempFolder());
   const std::u16string path = WriteInput(data, size);
   CRepairingFileStatus::Instance().SetRunning(true);
+  CSource source;
+  source.Open(path);
   CAccessRepair repair{kStandardRules};
-  repair.Repair(path, {}, path);
+  repair.Repair(source, source);
   ReadAll(*repair.GetData());
-  CPageInspector().Inspect(path, [](const SPageReport&) {});
+  CPageInspector().Inspect(source, [](const SPageReport&) {});
   Save(*repair.GetData());
   return 0;
 }

@@ -19,7 +19,8 @@ struct SSourceFacts {
   uint32_t pageSize = 4096;
   uint8_t versionByte = 0;
   uint32_t codePage = 1252;  // of Jet 3 texts
-  uint64_t length = 0;       // bytes
+  uint64_t start = 0;        // bytes in front of the first page
+  uint64_t length = 0;       // bytes from there on
   uint64_t pageCount = 0;    // whole pages
 };
 

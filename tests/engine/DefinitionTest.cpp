@@ -227,10 +227,10 @@ class DefinitionChain : public CBothFormats {
  protected:
   // Decodes the tables at these pages of the file and answers how many are broken.
   uint64_t Parse(const std::vector<uint32_t>& pages) {
-    const CTempFile source(file.Build());
+    COpenedFile source(file.Build(), layout);
     data = std::make_unique<CAccessData>(rules);
     for (const uint32_t page : pages) data->GetTables().AddTable(file.OffsetOf(page));
-    CDefinitionDecoder(layout, rules, 1252).ParseTableDefinitions(*data, source.GetPath());
+    CDefinitionDecoder(layout, rules, 1252).ParseTableDefinitions(*data, source);
     return data->GetLedger().GetCount(EDamage::BrokenDefinition);
   }
   const CAccessColumnList& Columns(size_t table = 0) const { return data->GetTables().GetAt(table)->columns; }

@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "engine/JetLayout.h"
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -43,6 +44,22 @@ class CEngineTest : public testing::Test {
 
  private:
   CRunFolder m_folder;
+};
+
+// A file of these bytes, opened.
+class COpenedFile {
+ public:
+  explicit COpenedFile(std::span<const uint8_t> bytes) : m_file(bytes) { m_source.Open(m_file.GetPath()); }
+  // Read in this format, whatever the bytes say.
+  COpenedFile(std::span<const uint8_t> bytes, const SJetLayout& layout) : COpenedFile(bytes) {
+    m_source.UseLayout(layout);
+  }
+  operator CSource&() { return m_source; }
+  CSource* operator->() { return &m_source; }
+
+ private:
+  CTempFile m_file;
+  CSource m_source;
 };
 
 // Tests of what both formats do alike.

@@ -1,11 +1,11 @@
 // The file as the parsers see it: pages, version, what can be said before a repair.
 #include <vector>
 
+#include "engine/AccessRepair.h"
 #include "engine/AccessVersionHandler.h"
 #include "engine/DBFileReader.h"
 #include "engine/PageReader.h"
 #include "engine/SourceCheck.h"
-#include "engine/ValidateData.h"
 #include "tests/engine/EngineTest.h"
 
 namespace tolvane {
@@ -98,9 +98,7 @@ TEST_F(PageReader, TheEndOfTheFileIsNoErrorAndAnErrorStays) {
 
 class SourceOfBytes : public CEngineTest {
  protected:
-  static bool IsJet4(const Bytes& bytes) {
-    return CAccessVersionHandler().IsJet4(CTempFile(bytes).GetPath());
-  }
+  static bool IsJet4(const Bytes& bytes) { return !COpenedFile(bytes)->GetLayout().isJet3; }
   static SSourceVerdict Check(const Bytes& bytes) { return CheckSource(CTempFile(bytes).GetPath()); }
 };
 
@@ -109,12 +107,15 @@ TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
   for (const int version : {0, 1, 2, 3, 0x80, 0xFF}) {
     bytes[0x14] = static_cast<uint8_t>(version);
     EXPECT_EQ(IsJet4(bytes), version != 0) << version;
-    EXPECT_EQ(CAccessVersionHandler::IsJet4Flag(), version != 0) << version;
   }
-  // A file that cannot be opened is Jet 3 and leaves the flag.
-  EXPECT_FALSE(CAccessVersionHandler().IsJet4(u"/no/such/file"));
+  // A file that cannot be opened is Jet 3 and leaves the flag of the last repair.
+  const CTempFile jet4(bytes);
+  CAccessRepair().Repair(jet4.GetPath(), u"", jet4.GetPath());
+  CSource source;
+  EXPECT_FALSE(source.Open(u"/no/such/file"));
+  EXPECT_TRUE(source.GetLayout().isJet3);
+  CAccessRepair().Repair(source, source);
   EXPECT_TRUE(CAccessVersionHandler::IsJet4Flag());
-  EXPECT_TRUE(CValidateData().IsJet3(u"/no/such/file"));
 }
 
 TEST_F(SourceOfBytes, WithoutAVersionThePagesTell) {
@@ -128,8 +129,6 @@ TEST_F(SourceOfBytes, WithoutAVersionThePagesTell) {
     bytes.PutBytes(2048 * page, Bytes{0x02, 0x01, 'V', 'C'});
     EXPECT_EQ(IsJet4(bytes.GetBytes()), page == 10);
   }
-  CRepairingFileStatus::Instance().SetRunning(false);
-  EXPECT_TRUE(IsJet4(CDatabaseBuilder(kJet3Layout).Build())) << "a stopped test finds nothing";
 }
 
 TEST_F(SourceOfBytes, WhatIsNoDatabaseFileAndDamageThatIsNoObstacle) {
@@ -173,13 +172,13 @@ TEST_F(SourceOfBytes, FactsOfTheHeader) {
   file.SetHeader16(kHeaderCodePage, 1251);
   Bytes bytes = file.Build();
   bytes.resize(bytes.size() + 7);
-  const SSourceFacts facts = ReadSourceFacts(CTempFile(bytes).GetPath(), false);
+  const SSourceFacts facts = COpenedFile(bytes)->GetFacts();
   EXPECT_EQ(facts.pageSize, 2048u);
   EXPECT_EQ(facts.codePage, 1251u);
   EXPECT_EQ(facts.length, bytes.size());
   EXPECT_EQ(facts.pageCount, file.GetPageCount());
   file.SetHeader16(kHeaderCodePage, 64999);
-  EXPECT_EQ(ReadSourceFacts(CTempFile(file.Build()).GetPath(), false).codePage, 1252u);
+  EXPECT_EQ(COpenedFile(file.Build())->GetFacts().codePage, 1252u);
 }
 
 }  // namespace

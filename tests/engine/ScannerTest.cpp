@@ -1,6 +1,5 @@
 #include <vector>
 
-#include "engine/FreePageMap.h"
 #include "engine/TableScanner.h"
 #include "tests/engine/EngineTest.h"
 
@@ -19,12 +18,12 @@ class ScannerOfBoth : public CBothFormats {
     return pages;
   }
   Pages FindTables() {
-    scanner.ScanTableDefinitions(data, CTempFile(file.Build()).GetPath());
+    scanner.ScanTableDefinitions(data, COpenedFile(file.Build(), layout));
     return Candidates();
   }
-  void FindPages() { scanner.ScanDataPages(data, CTempFile(file.Build()).GetPath()); }
+  void FindPages() { scanner.ScanDataPages(data, COpenedFile(file.Build(), layout)); }
   Pages WithoutContinuations() {
-    scanner.DropContinuationDefinitions(data, CTempFile(file.Build()).GetPath());
+    scanner.DropContinuationDefinitions(data, COpenedFile(file.Build(), layout));
     return Candidates();
   }
   Pages PagesOf(uint32_t table) const {
@@ -35,7 +34,7 @@ class ScannerOfBoth : public CBothFormats {
   }
   uint64_t Lost(EDamage kind) const { return data.GetLedger().GetCount(kind); }
 
-  CTableScanner scanner{layout, kStandardRules};
+  CTableScanner scanner{kStandardRules};
   CAccessData data{kStandardRules};
   CDatabaseBuilder file{layout};
 };
@@ -61,10 +60,10 @@ TEST_P(ScannerOfBoth, PartialLastPageIsNoPage) {
   const uint32_t table = file.AddTable(SmallTable());
   Bytes bytes = file.Build();
   bytes.pop_back();
-  const CTempFile source(bytes);
-  scanner.ScanTableDefinitions(data, source.GetPath());
+  COpenedFile source(bytes, layout);
+  scanner.ScanTableDefinitions(data, source);
   EXPECT_EQ(Candidates(), Pages{2});
-  scanner.ScanDataPages(data, source.GetPath());
+  scanner.ScanDataPages(data, source);
   EXPECT_EQ(Lost(EDamage::PartialPage), layout.pageSize - 1u);
   EXPECT_EQ(CProgressStatus::Instance().GetMax(), static_cast<int32_t>(2 * table));
   EXPECT_EQ(CProgressStatus::Instance().GetPos(), static_cast<int32_t>(2 * table));
@@ -73,15 +72,16 @@ TEST_P(ScannerOfBoth, PartialLastPageIsNoPage) {
 TEST_P(ScannerOfBoth, FilesWithoutAPageHaveTheCatalogueOnly) {
   for (const auto& [length, status] : {std::pair{0, "0(kb) / 0(kb)"}, {1999, "0(kb) / 1(kb)"}}) {
     data.GetTables().Clear();
-    scanner.ScanTableDefinitions(data, CTempFile(Bytes(static_cast<size_t>(length), 2)).GetPath());
+    scanner.ScanTableDefinitions(data, COpenedFile(Bytes(static_cast<size_t>(length), 2), layout));
     EXPECT_EQ(Candidates(), Pages{2});
     EXPECT_EQ(StatusText(), std::string("(Step 1/4)Scanning file for table definition: ") + status);
     EXPECT_EQ(CProgressStatus::Instance().GetMax(), 1);
   }
   data.GetTables().Clear();
-  scanner.ScanTableDefinitions(data, u"/no/such/file");
-  scanner.DropContinuationDefinitions(data, u"/no/such/file");
-  scanner.ScanDataPages(data, u"/no/such/file");
+  CSource closed;
+  scanner.ScanTableDefinitions(data, closed);
+  scanner.DropContinuationDefinitions(data, closed);
+  scanner.ScanDataPages(data, closed);
   EXPECT_EQ(data.GetTables().GetCount(), 0u);
 }
 
@@ -161,13 +161,10 @@ TEST_P(ScannerOfBoth, FreePagesAreNoLoss) {
   const uint32_t bits = file.AddPage();
   const uint32_t freed = file.AddDataPage(3, {});
   const auto check = [&] {
-    const CTempFile source(file.Build());
-    scanner.ScanDataPages(data, source.GetPath());
+    COpenedFile source(file.Build(), layout);
+    scanner.ScanDataPages(data, source);
     EXPECT_EQ(Lost(EDamage::OrphanDataPage), 0u);
-    CPageReader reader;
-    ASSERT_TRUE(reader.Open(source.GetPath()));
-    CFreePageMap free;
-    free.Load(reader, layout);
+    const CFreePageMap& free = source->GetFreePages();
     EXPECT_TRUE(free.IsFree(freed));
     EXPECT_FALSE(free.IsFree(freed - 1));
     EXPECT_FALSE(free.IsFree(~uint64_t{0}));
@@ -190,7 +187,7 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   for (const uint64_t offset : {file.OffsetOf(table), file.OffsetOf(continuation), uint64_t{1} << 40})
     beyondTheFile.GetTables().AddTable(offset);
   EXPECT_EQ(WithoutContinuations(), (Pages{2, table, third}));
-  scanner.DropContinuationDefinitions(beyondTheFile, CTempFile(file.Build()).GetPath());
+  scanner.DropContinuationDefinitions(beyondTheFile, COpenedFile(file.Build(), layout));
   EXPECT_EQ(beyondTheFile.GetTables().GetCount(), 3u) << "nothing when a candidate lies beyond the file";
   // A link from outside counts also where the continuation leads back to itself.
   file.Page(continuation).Put32(kNextPageOffset, continuation);

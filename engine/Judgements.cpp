@@ -1,0 +1,62 @@
+#include "engine/Judgements.h"
+
+#include <algorithm>
+#include <map>
+
+#include "platform/CodePage.h"
+
+namespace tolvane {
+
+namespace {
+
+CDamageLedger::SPlace PlaceOf(const CAccessTable& table, uint32_t pageSize, uint64_t amount) {
+  return {.page = table.GetPage(pageSize),
+          .definition = table.GetDefinitionOffset(),
+          .row = -1,
+          .amount = amount};
+}
+
+}  // namespace
+
+std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables) {
+  std::map<uint16_t, size_t> votes;
+  for (const auto& table : tables)
+    for (const CAccessColumn& column : table->columns)
+      if (column.codePage != 0 && IsCodePageKnown(column.codePage)) votes[column.codePage]++;
+  const auto most = std::max_element(votes.begin(), votes.end(),
+                                     [](const auto& a, const auto& b) { return a.second < b.second; });
+  if (most == votes.end()) return std::nullopt;
+  return most->first;
+}
+
+void CountMissingRows(CAccessData& data, const CSource& source) {
+  const SJetLayout& layout = source.GetLayout();
+  const uint64_t mostRows = source.GetPageCount() * layout.data.MaximumSlots(layout.pageSize);
+  for (const auto& table : data.GetTables()) {
+    const uint32_t promised = table->promisedRows;
+    if (promised <= table->header.rowCount || promised > mostRows) continue;
+    data.GetLedger().Add(EDamage::MissingRows,
+                         PlaceOf(*table, layout.pageSize, promised - table->header.rowCount));
+  }
+}
+
+// A user's table may stand where a system table usually does, and goes by its name while the catalogue is
+// lost.
+std::optional<EDamage> DoubtOfName(const CAccessTable& table) {
+  if (table.nameSource == ENameSource::Generated) return EDamage::UnnamedTable;
+  const bool isUsers = table.header.tableType == kUserTable && table.header.rowCount > 0;
+  if (table.nameSource == ENameSource::Place && isUsers) return EDamage::MistakableTable;
+  return std::nullopt;
+}
+
+void CountDoubtfulNames(CAccessData& data, CSource& definitions) {
+  const uint32_t pageSize = definitions.GetLayout().pageSize;
+  const CFreePageMap& freePages = definitions.GetFreePages();
+  for (const auto& table : data.GetTables()) {
+    const std::optional<EDamage> doubt = DoubtOfName(*table);
+    if (doubt && !freePages.IsFree(table->GetPage(pageSize)))
+      data.GetLedger().Add(*doubt, PlaceOf(*table, pageSize, 1));
+  }
+}
+
+}  // namespace tolvane

@@ -1,0 +1,68 @@
+// One opened database file, as every step of a run reads it: its pages, where the database starts in the
+// file, the page format, what the header tells, which pages are free. Each is found once.
+//
+// The file is opened for reading only and stays open until Close or the end of the object. One thread at a
+// time; a run hands it from step to step by reference.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "engine/FreePageMap.h"
+#include "engine/JetLayout.h"
+#include "engine/PageReader.h"
+#include "model/AccessData.h"
+
+namespace tolvane {
+
+class CSource {
+ public:
+  // What page 0 holds of interest, its masked part in plain; zeros where the file is shorter.
+  static constexpr size_t kHeaderBytes = kHeaderEncryptionLength + 8;
+  using Header = std::array<uint8_t, kHeaderBytes>;
+
+  CSource() = default;
+  CSource(const CSource&) = delete;
+  CSource& operator=(const CSource&) = delete;
+
+  // Opens the file and finds out what it is. False: the system refuses, with its reason in the handler; the
+  // source is then closed, of no length, and counts as Jet 3.
+  bool Open(const std::u16string& path, CErrorHandler& handler);
+  bool Open(const std::u16string& path);
+  void Close();
+  [[nodiscard]] bool IsOpen() const { return m_pages.IsOpen(); }
+  [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
+
+  [[nodiscard]] const SJetLayout& GetLayout() const { return *m_layout; }
+  // Reads the pages in this format, whatever the file says of itself: that of the file whose rows the
+  // definitions of this one describe.
+  void UseLayout(const SJetLayout& layout);
+
+  [[nodiscard]] CPageReader& GetPages() { return m_pages; }
+  // Whole pages.
+  [[nodiscard]] uint64_t GetPageCount() const { return m_pages.GetPageCount(m_layout->pageSize); }
+  // Reads one page by its number; see CPageReader::ReadPage.
+  bool ReadPage(uint64_t number, std::span<uint8_t> page) {
+    return m_pages.ReadPage(number * m_layout->pageSize, page);
+  }
+  [[nodiscard]] const Header& GetHeader() const { return m_header; }
+  [[nodiscard]] const SSourceFacts& GetFacts() const { return m_facts; }
+  [[nodiscard]] const CFreePageMap& GetFreePages();
+
+ private:
+  void ReadHeader();
+  void ReadFacts();
+
+  std::u16string m_path;
+  CPageReader m_pages;
+  const SJetLayout* m_layout = &kJet3Layout;
+  Header m_header{};
+  SSourceFacts m_facts;
+  std::optional<CFreePageMap> m_freePages;  // nothing until somebody asks
+};
+
+}  // namespace tolvane
