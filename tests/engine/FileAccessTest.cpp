@@ -81,6 +81,17 @@ TEST_F(PageReader, FileThatShrinksLosesOnlyThePagesThatAreGone) {
   EXPECT_EQ(reader.GetLength(), 400 * kSize) << "the length is that of the opened file";
 }
 
+// Failing disks take seconds to say so: what failed once is lost for the run, also when it comes back.
+TEST_F(PageReader, APageThatFailedOnceIsNotTriedAgain) {
+  const CTempFile source(NumberedPages(40));
+  ASSERT_TRUE(reader.Open(source.GetPath()));
+  if (!source.Truncate(20 * kSize)) GTEST_SKIP() << "an open file cannot be cut here";
+  for (uint32_t page = 10; page < 30; page++) ASSERT_EQ(Read(page), page < 20 ? int64_t{page} : -1);
+  ASSERT_TRUE(source.Truncate(40 * kSize));
+  EXPECT_EQ(Read(25), -1);
+  EXPECT_EQ(Read(35), 0) << "a page that was never tried";
+}
+
 TEST_F(PageReader, TheEndOfTheFileIsNoErrorAndAnErrorStays) {
   const CTempFile source(Bytes{1, 2, 3});
   CDBFileReader file;
@@ -110,11 +121,11 @@ TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
   }
   // A file that cannot be opened is Jet 3 and leaves the flag of the last repair.
   const CTempFile jet4(bytes);
-  CAccessRepair().Repair(jet4.GetPath(), u"", jet4.GetPath());
+  CAccessRepair(kStandardRules).Repair(jet4.GetPath(), u"", jet4.GetPath());
   CSource source;
   EXPECT_FALSE(source.Open(u"/no/such/file"));
   EXPECT_TRUE(source.GetLayout().isJet3);
-  CAccessRepair().Repair(source, source);
+  CAccessRepair(kStandardRules).Repair(source, source);
   EXPECT_TRUE(CAccessVersionHandler::IsJet4Flag());
 }
 

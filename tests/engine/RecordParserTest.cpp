@@ -42,6 +42,16 @@ TEST_P(RecordParserOfBoth, LiveRowsOfAllPagesInTheirOrder) {
   EXPECT_TRUE(data->GetLedger().IsClean());
 }
 
+TEST_P(RecordParserOfBoth, ProgressNamesTheTableAndEndsFull) {
+  table->header.rowCount = 5;
+  data->GetTables().AddTable(uint64_t{9} * layout->pageSize).header.rowCount = 6;
+  Put(4, NewPage().Row(Row(u"one")));
+  Parse();
+  EXPECT_EQ(StatusText(), "(Step 3/4) Parsing table records from raw table data: table - 2 / 2");
+  EXPECT_EQ(CProgressStatus::Instance().GetMax(), 11);
+  EXPECT_EQ(CProgressStatus::Instance().GetPos(), 11);
+}
+
 TEST_P(RecordParserOfBoth, MovedRowsAreFollowedForOneHop) {
   Put(4, NewPage()
              .Row(MakePointerRow(5, 1), kSlotPointer)

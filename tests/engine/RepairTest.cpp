@@ -47,6 +47,7 @@ TEST_P(Repair, SoundFileComesBackWhole) {
   EXPECT_EQ(people->header.rowCount, 2u);
   EXPECT_EQ(people->columns.GetCount(), 2u);
   EXPECT_TRUE(data->GetLedger().IsClean());
+  EXPECT_EQ(StatusText(), "(Step 4/4)Scanning table name from raw table data...People");
   EXPECT_EQ(ToUtf8(CRepairLog::Instance().Get()),
             "Scanning file for table definition...\r\nScanning file for table data...\r\n"
             "Parsing file data for table fields...\r\nParsing file data for table name...");
