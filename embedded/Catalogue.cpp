@@ -39,27 +39,52 @@ CCatalogue::CCatalogue(CPageFile& file) : m_file(file) {}
 
 CDaoResult CCatalogue::Create(const SHeaderPage& header) {
   m_sidMask = header.sidMask;
-  if (CDaoResult result = CreateTables(); !result.IsOk()) return result;
+  if (CDaoResult result = CreateCatalogueTables(header.order); !result.IsOk()) return result;
   if (CDaoResult result = LoadTables(); !result.IsOk()) return result;
   for (const SSystemObject& object : GetSystemObjects())
-    if (CDaoResult result = AddObject(object, kSystemObjectFlag, header.creationDate); !result.IsOk())
-      return result;
-  for (const SSystemAce& ace : GetSystemAces())
+    if (CDaoResult result = AddObject(object, header.creationDate); !result.IsOk()) return result;
+  // The first rows of the catalogue have their page by now, as in files of the original engine.
+  if (CDaoResult result = CreateComplexTables(header.order); !result.IsOk()) return result;
+  for (const SSystemTable& table : GetSystemTables(m_file.GetLayout()).subspan(kCatalogueTableCount)) {
+    const SSystemObject object{table.page,   kContainerTables, table.name,
+                               kObjectTable, EAccount::None,   table.objectFlags};
+    if (CDaoResult result = AddObject(object, header.creationDate); !result.IsOk()) return result;
+  }
+  for (const SSystemAce& ace : GetSystemAces(m_file.GetLayout()))
     if (CDaoResult result = AddAce(ace); !result.IsOk()) return result;
   return CDaoResult::Ok();
 }
 
+CDaoResult CCatalogue::CreateComplexTables(STextOrder order) {
+  const std::span<const SSystemTable> tables = GetSystemTables(m_file.GetLayout());
+  for (size_t table = kCatalogueTableCount; table < tables.size(); table++) {
+    STableDefinition definition = MakeSystemTable(m_file.GetLayout(), order, table);
+    std::vector<uint32_t> pages;
+    if (CDaoResult result = CreateTable(m_file, definition, pages); !result.IsOk()) return result;
+  }
+  return LoadComplexColumns();
+}
+
+CDaoResult CCatalogue::LoadComplexColumns() {
+  if (!m_file.GetLayout().hasComplexColumns) return CDaoResult::Ok();
+  m_complexColumns = std::make_unique<CTableStore>(m_file, kComplexColumnsPage);
+  if (CDaoResult result = m_complexColumns->Load(); !result.IsOk()) return result;
+  return IsSystemTable(m_file.GetLayout(), kCatalogueTableCount, m_complexColumns->GetDefinition())
+             ? CDaoResult::Ok()
+             : OtherProgram();
+}
+
 // Engines put the maps of the three small system tables of a Jet 3 file on one page.
-CDaoResult CCatalogue::CreateTables() {
+CDaoResult CCatalogue::CreateCatalogueTables(STextOrder order) {
   const bool isShared = m_file.GetLayout().map.isSharedBySystem;
   std::vector<STableDefinition> definitions;
   size_t mapsLeft = 0;
-  for (uint32_t table = 0; table < kSystemTableCount; table++) {
-    definitions.push_back(MakeSystemTable(m_file.GetLayout(), table));
+  for (uint32_t table = 0; table < kCatalogueTableCount; table++) {
+    definitions.push_back(MakeSystemTable(m_file.GetLayout(), order, table));
     if (table > 0) mapsLeft += CountUsageMaps(definitions.back());
   }
   std::vector<uint32_t> shared;
-  for (uint32_t table = 0; table < kSystemTableCount; table++) {
+  for (uint32_t table = 0; table < kCatalogueTableCount; table++) {
     SMapPlaces maps;
     maps.isEachIndexApart = isShared && table == 0;
     if (isShared && table > 0) {
@@ -79,6 +104,7 @@ CDaoResult CCatalogue::CreateTables() {
 CDaoResult CCatalogue::Load(const SHeaderPage& header) {
   m_sidMask = header.sidMask;
   if (CDaoResult result = LoadTables(); !result.IsOk()) return result;
+  if (CDaoResult result = LoadComplexColumns(); !result.IsOk()) return result;
   bool isSound = true;
   CDaoResult result = Table(kObjectsPage).ForEachRow([&](std::span<const uint8_t> row, uint32_t) {
     return isSound = LoadObject(row);
@@ -87,7 +113,7 @@ CDaoResult CCatalogue::Load(const SHeaderPage& header) {
 }
 
 CDaoResult CCatalogue::LoadTables() {
-  for (uint32_t table = 0; table < kSystemTableCount; table++) {
+  for (uint32_t table = 0; table < kCatalogueTableCount; table++) {
     m_tables[table] = std::make_unique<CTableStore>(m_file, kObjectsPage + table);
     if (CDaoResult result = m_tables[table]->Load(); !result.IsOk()) return result;
     if (!IsSystemTable(m_file.GetLayout(), table, m_tables[table]->GetDefinition())) return OtherProgram();
@@ -113,7 +139,7 @@ CDaoResult CCatalogue::Store() {
   for (const auto& table : m_tables)
     if (table)
       if (CDaoResult result = table->Store(); !result.IsOk()) return result;
-  return CDaoResult::Ok();
+  return m_complexColumns ? m_complexColumns->Store() : CDaoResult::Ok();
 }
 
 const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {
@@ -122,17 +148,17 @@ const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {
 }
 
 CDaoResult CCatalogue::AddTable(std::u16string_view name, uint32_t definitionPage, double date) {
-  const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User};
-  if (CDaoResult result = AddObject(object, 0, date); !result.IsOk()) return result;
+  const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User, 0};
+  if (CDaoResult result = AddObject(object, date); !result.IsOk()) return result;
   return AddUserAces(definitionPage, kFullAccess);
 }
 
 CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& query, double date,
                                 size_t& replaced) {
   if (CDaoResult result = CheckQueryRows(query); !result.IsOk()) return result;
-  SSystemObject object{0, kContainerTables, name, kObjectQuery, EAccount::User};
+  SSystemObject object{0, kContainerTables, name, kObjectQuery, EAccount::User, query.objectFlags};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  if (CDaoResult result = AddObject(object, query.objectFlags, date); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
   return StoreQueryRows(Table(kQueriesPage), object.id, query, replaced);
 }
@@ -142,9 +168,9 @@ bool CCatalogue::HasRelation(std::u16string_view name) const {
 }
 
 CDaoResult CCatalogue::AddRelation(const CDaoRelationInfo& relation, double date) {
-  SSystemObject object{0, kContainerRelationships, relation.name, kObjectRelationship, EAccount::User};
+  SSystemObject object{0, kContainerRelationships, relation.name, kObjectRelationship, EAccount::User, 0};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  if (CDaoResult result = AddObject(object, 0, date); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kRelationAccess); !result.IsOk()) return result;
   m_relations.insert(MakeNameKey(m_file.GetLayout(), relation.name));
   return StoreRelationRows(Table(kRelationshipsPage), relation);
@@ -156,7 +182,7 @@ CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
   return CDaoResult::Ok();
 }
 
-CDaoResult CCatalogue::AddObject(const SSystemObject& object, uint32_t flags, double date) {
+CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date) {
   CTableStore& table = Table(kObjectsPage);
   table.BeginRow();
   CRowValues values(table);
@@ -165,9 +191,9 @@ CDaoResult CCatalogue::AddObject(const SSystemObject& object, uint32_t flags, do
   values.SetNumber(kObjectsType, object.type);
   values.SetNumber(kObjectsDateCreate, DoubleBits(date));
   values.SetNumber(kObjectsDateUpdate, DoubleBits(date));
-  values.SetNumber(kObjectsFlags, flags);
+  values.SetNumber(kObjectsFlags, object.flags);
   values.SetText(kObjectsName, object.name);
-  values.SetBytes(kObjectsOwner, MaskedSid(object.owner));
+  if (object.owner != EAccount::None) values.SetBytes(kObjectsOwner, MaskedSid(object.owner));
   if (CDaoResult result = table.StoreRow(); !result.IsOk()) return result;
   if (object.parent == kContainerTables)
     m_objects.emplace(MakeNameKey(m_file.GetLayout(), object.name), SCatalogueObject{object.id, object.type});
@@ -190,9 +216,10 @@ CDaoResult CCatalogue::AddAce(const SSystemAce& ace) {
   return table.StoreRow();
 }
 
-std::array<uint8_t, 2> CCatalogue::MaskedSid(EAccount account) const {
-  std::array<uint8_t, 2> sid{};
-  PutLittle(std::span<uint8_t>(sid), 0, static_cast<uint16_t>(account));
+std::vector<uint8_t> CCatalogue::MaskedSid(EAccount account) const {
+  std::array<uint8_t, 2> buffer{};
+  const std::span<const uint8_t> plain = GetSid(account, buffer);
+  std::vector<uint8_t> sid(plain.begin(), plain.end());
   for (size_t i = 0; i < sid.size(); i++) sid[i] ^= m_sidMask[i];
   return sid;
 }

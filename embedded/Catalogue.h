@@ -44,19 +44,22 @@ class CCatalogue {
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }
-  CDaoResult AddObject(const SSystemObject& object, uint32_t flags, double date);
+  CDaoResult AddObject(const SSystemObject& object, double date);
   CDaoResult AddAce(const SSystemAce& ace);
   // The two entries that every object of the users has; `userAccess` is the owner's.
   CDaoResult AddUserAces(uint32_t object, uint32_t userAccess);
   CDaoResult GiveObjectId(uint32_t& id);
-  std::array<uint8_t, 2> MaskedSid(EAccount account) const;
-  CDaoResult CreateTables();
+  std::vector<uint8_t> MaskedSid(EAccount account) const;
+  CDaoResult CreateCatalogueTables(STextOrder order);
+  CDaoResult CreateComplexTables(STextOrder order);
   CDaoResult LoadTables();
+  CDaoResult LoadComplexColumns();
   bool LoadObject(std::span<const uint8_t> row);
 
   CPageFile& m_file;
   SSidMask m_sidMask{};
-  std::array<std::unique_ptr<CTableStore>, kSystemTableCount> m_tables;
+  std::array<std::unique_ptr<CTableStore>, kCatalogueTableCount> m_tables;
+  std::unique_ptr<CTableStore> m_complexColumns;      // null in files of other formats than ACE
   std::map<std::string, SCatalogueObject> m_objects;  // by name key
   std::set<std::string> m_relations;                  // name keys
   uint32_t m_nextObjectId = kFirstObjectId;

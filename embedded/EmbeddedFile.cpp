@@ -16,8 +16,7 @@ namespace {
 CDaoResult Refuse(EHeaderVerdict verdict) {
   switch (verdict) {
     case EHeaderVerdict::OtherVersion:
-      return {EDaoError::NotSupported,
-              u"Only databases of the Access 97 to 2003 formats can be opened for writing."};
+      return {EDaoError::NotSupported, u"The database has a version of the format that is not known."};
     case EHeaderVerdict::Encrypted:
       return {EDaoError::NotSupported, u"The database is encrypted."};
     default:
@@ -56,10 +55,11 @@ CEmbeddedFile::~CEmbeddedFile() {
   static_cast<void>(Close());
 }
 
-CDaoResult CEmbeddedFile::Create(std::u16string_view path) {
+CDaoResult CEmbeddedFile::Create(std::u16string_view path, STextOrder order) {
   if (CDaoResult result = m_file.Create(path); !result.IsOk()) return result;
   m_isOpen = true;
   m_header.creationDate = GetLocalDate();
+  m_header.order = order;
   if (CDaoResult result = m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)); !result.IsOk())
     return result;
   return m_catalogue.Create(m_header);

@@ -25,7 +25,7 @@ class CEmbeddedFile {
   CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
 
   void SetTempFolder(std::u16string_view folder) { m_file.SetTempFolder(folder); }
-  CDaoResult Create(std::u16string_view path);
+  CDaoResult Create(std::u16string_view path, STextOrder order = {});
   CDaoResult Open(std::u16string_view path, EFileAccess access);
   // Completes the file, whatever is still open; a second call does nothing.
   CDaoResult Close();

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "embedded/IndexKey.h"
 #include "embedded/IndexPageLayout.h"
@@ -144,6 +145,7 @@ struct STextLayout {
 
 struct SEmbeddedLayout {
   uint32_t pageSize;
+  std::string_view engineName;  // on page 0
   uint8_t version;
   uint64_t maxFileLength;
   STextLayout text;
@@ -157,10 +159,12 @@ struct SEmbeddedLayout {
   SLogicalIndexLayout logicalIndex;
   SIndexPageLayout index;
   EIndexVersion keys;
+  bool hasComplexColumns = false;
 };
 
 inline constexpr SEmbeddedLayout kLayoutJet4{
     .pageSize = 4096,
+    .engineName = "Standard Jet DB",
     .version = 1,
     .maxFileLength = kMaxFileLength,
     .text = {.unitSize = 2, .nameLengthSize = 2},
@@ -226,6 +230,7 @@ inline constexpr SEmbeddedLayout kLayoutJet4{
 
 inline constexpr SEmbeddedLayout kLayoutJet3{
     .pageSize = 2048,
+    .engineName = "Standard Jet DB",
     .version = 0,
     .maxFileLength = 0x40000000,
     .text = {.unitSize = 1, .nameLengthSize = 1},
@@ -289,5 +294,16 @@ inline constexpr SEmbeddedLayout kLayoutJet3{
     .index = kIndexPageJet3,
     .keys = EIndexVersion::Jet3,
 };
+
+// ACE is Jet 4 with more column types and its own tables; the version byte is raised where the content needs
+// it.
+inline constexpr SEmbeddedLayout kLayoutAce = [] {
+  SEmbeddedLayout layout = kLayoutJet4;
+  layout.version = 2;
+  layout.engineName = "Standard ACE DB";
+  layout.keys = EIndexVersion::Ace;
+  layout.hasComplexColumns = true;
+  return layout;
+}();
 
 }  // namespace tolvane

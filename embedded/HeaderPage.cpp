@@ -10,14 +10,16 @@
 namespace tolvane {
 namespace {
 
-constexpr size_t kNameAt = 0x04, kVersionAt = 0x14;
+constexpr size_t kNameAt = 0x04, kVersionAt = 0x14, kMinorVersionAt = 0x15;
+constexpr size_t kOrderVersionBehind = 3;  // behind the sort order of Jet 4
+constexpr uint8_t kVersionWithMinor = 3, kHighestVersion = 6;
 constexpr size_t kMaskedAt = 0x18;
 constexpr size_t kMapPointersAt = 0x18, kDefinitionsAt = 0x20, kPageKeyAt = 0x3E;
 constexpr size_t kKeyWords = 28;  // words from the password to the date, from which the SID key is made
 constexpr size_t kCommitSlots = 256;
 constexpr uint32_t kConstant = 0x654;
 constexpr uint32_t kHeaderMark = 0x100;  // page type 0, then 01 00 00
-constexpr std::string_view kEngineName = "Standard Jet DB", kFormatName = "4.0";
+constexpr std::string_view kFormatName = "4.0";
 constexpr std::array<uint8_t, 4> kHeaderKey{0xC7, 0xDA, 0x39, 0x6B};
 constexpr uint16_t kFirstCommit = 0x0101, kRestingCommit = 0x0100;
 
@@ -58,13 +60,16 @@ std::vector<uint8_t> BuildHeaderPage(const SEmbeddedLayout& layout, SHeaderPage&
   const SHeaderLayout& at = layout.header;
   if (header.build == 0) header.build = at.usualBuild;
   PutLittle<uint32_t>(page, 0, kHeaderMark);
-  std::memcpy(&page[kNameAt], kEngineName.data(), kEngineName.size());
-  PutLittle<uint32_t>(page, kVersionAt, layout.version);
+  std::memcpy(&page[kNameAt], layout.engineName.data(), layout.engineName.size());
+  if (header.version < layout.version) header.version = layout.version;
+  page[kVersionAt] = header.version;
+  page[kMinorVersionAt] = header.version == kVersionWithMinor ? 1 : 0;
   PutLittle(page, kMapPointersAt, MakeRowPointer(kGlobalMapPage, kGlobalFreeRow));
   PutLittle(page, kMapPointersAt + 4, MakeRowPointer(kGlobalMapPage, kGlobalSecondRow));
   for (uint32_t i = 0; i < 4; i++) PutLittle(page, kDefinitionsAt + size_t{4} * i, kObjectsPage + i);
   PutLittle(page, at.codePage, kCodePage);
-  PutLittle(page, at.sortOrder, kSortOrder);
+  PutLittle(page, at.sortOrder, header.order.language);
+  if (at.date != kAbsent) page[at.sortOrder + kOrderVersionBehind] = header.order.version;
   PutLittle(page, at.build, header.build);
   if (at.date != kAbsent) PutCreationDate(at, page, header);
   CRc4(kHeaderKey).Apply(page.subspan(kMaskedAt, at.maskedSize));
@@ -76,18 +81,23 @@ std::vector<uint8_t> BuildHeaderPage(const SEmbeddedLayout& layout, SHeaderPage&
 }
 
 const SEmbeddedLayout& ProbeLayout(std::span<const uint8_t> header) {
+  if (header.size() < kLayoutProbe) return kLayoutJet4;
   for (const SEmbeddedLayout* layout : {&kLayoutJet3, &kLayoutJet4})
-    if (header.size() >= kLayoutProbe && header[kVersionAt] == layout->version) return *layout;
-  return kLayoutJet4;
+    if (header[kVersionAt] == layout->version) return *layout;
+  return header[kVersionAt] <= kHighestVersion ? kLayoutAce : kLayoutJet4;
 }
 
 EHeaderVerdict ParseHeaderPage(const SEmbeddedLayout& layout, std::span<const uint8_t> page,
                                SHeaderPage& header) {
   if (page.size() < layout.pageSize || GetLittle<uint32_t>(page, 0) != kHeaderMark)
     return EHeaderVerdict::NotADatabase;
-  const std::string_view name(reinterpret_cast<const char*>(&page[kNameAt]), kEngineName.size());
-  if (name != kEngineName) return EHeaderVerdict::NotADatabase;
-  if (page[kVersionAt] != layout.version) return EHeaderVerdict::OtherVersion;
+  const std::string_view name(reinterpret_cast<const char*>(&page[kNameAt]), layout.engineName.size());
+  if (name != layout.engineName)
+    return name == kLayoutAce.engineName || name == kLayoutJet4.engineName ? EHeaderVerdict::OtherVersion
+                                                                           : EHeaderVerdict::NotADatabase;
+  header.version = page[kVersionAt];
+  const uint8_t highest = layout.hasComplexColumns ? kHighestVersion : layout.version;
+  if (header.version < layout.version || header.version > highest) return EHeaderVerdict::OtherVersion;
   std::vector<uint8_t> plain(page.begin(), page.end());
   CRc4(kHeaderKey).Apply(std::span(plain).subspan(kMaskedAt, layout.header.maskedSize));
   if (GetLittle<uint32_t>(plain, kPageKeyAt) != 0) return EHeaderVerdict::Encrypted;
@@ -96,6 +106,9 @@ EHeaderVerdict ParseHeaderPage(const SEmbeddedLayout& layout, std::span<const ui
       return EHeaderVerdict::NotADatabase;
   header.creationDate = std::bit_cast<double>(GetLittle<uint64_t>(plain, layout.header.date));
   header.build = GetLittle<uint16_t>(plain, layout.header.build);
+  header.order.language = GetLittle<uint16_t>(plain, layout.header.sortOrder);
+  if (layout.header.date != kAbsent)
+    header.order.version = plain[layout.header.sortOrder + kOrderVersionBehind];
   header.sidMask = MakeSidMask(layout.header, plain, DayOf(header.creationDate));
   return EHeaderVerdict::Ok;
 }

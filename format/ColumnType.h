@@ -74,6 +74,8 @@ inline constexpr uint8_t kColumnHyperlink = 0x80;  // memo
 inline constexpr uint8_t kColumnCompressed = 0x01;
 inline constexpr uint8_t kColumnFlatRowId = 0x04;   // flat table: its own row id
 inline constexpr uint8_t kColumnFlatKey = 0x08;     // flat table: key that matches the parent row's value
+inline constexpr uint8_t kColumnOfFile = 0x10;      // flat table of attachments
+inline constexpr uint8_t kColumnOfHistory = 0x20;   // complex column that keeps the versions of a memo
 inline constexpr uint8_t kColumnCalculated = 0xC0;  // both bits: the value stands in a wrapper
 
 }  // namespace tolvane

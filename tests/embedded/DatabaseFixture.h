@@ -122,6 +122,10 @@ class DatabaseFixture : public ::testing::Test {
   [[nodiscard]] SStoredTable Read(std::u16string_view table) const { return ReadStoredTable(m_path, table); }
   [[nodiscard]] std::u16string Text(const Value& value) const { return TextOf(value, IsJet3()); }
   [[nodiscard]] bool IsJet3() const { return m_version == kDaoVersionJet3; }
+  [[nodiscard]] bool IsAce() const { return m_version == kDaoVersionAce; }
+  // What a new database has.
+  [[nodiscard]] uint32_t EmptyPages() const { return IsJet3() ? 20 : IsAce() ? 42 : 19; }
+  [[nodiscard]] size_t EmptyObjects() const { return IsAce() ? 18 : 8; }
   [[nodiscard]] size_t PageSize() const { return IsJet3() ? 2048 : 4096; }
   [[nodiscard]] size_t PageCount() const { return ReadText(m_path).size() / PageSize(); }
   [[nodiscard]] std::string Page(uint32_t page) const {
@@ -149,14 +153,14 @@ class DatabaseFixture : public ::testing::Test {
   std::unique_ptr<CDaoRecordset> m_recordset;
 };
 
-// The same test over both page formats.
-class BothFormats : public DatabaseFixture, public ::testing::WithParamInterface<int32_t> {
+// The same test over all formats.
+class AllFormats : public DatabaseFixture, public ::testing::WithParamInterface<int32_t> {
  protected:
-  BothFormats() { m_version = GetParam(); }
+  AllFormats() { m_version = GetParam(); }
 };
-inline const auto kBothFormats = ::testing::Values(kDaoVersionJet3, kDaoVersionJet4);
+inline const auto kAllFormats = ::testing::Values(kDaoVersionJet3, kDaoVersionJet4, kDaoVersionAce);
 inline std::string FormatName(const ::testing::TestParamInfo<int32_t>& info) {
-  return info.param == kDaoVersionJet3 ? "Jet3" : "Jet4";
+  return info.param == kDaoVersionJet3 ? "Jet3" : info.param == kDaoVersionJet4 ? "Jet4" : "Ace";
 }
 
 }  // namespace tolvane::test

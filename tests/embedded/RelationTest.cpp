@@ -8,7 +8,7 @@
 
 namespace tolvane::test {
 
-class Relations : public BothFormats {
+class Relations : public AllFormats {
  protected:
   // A table with a long column for each name; the first `keyed` ones are its primary key.
   void AddKeyedTable(std::u16string_view name, const Texts& names, size_t keyed, const Texts& indexed = {},
@@ -202,6 +202,6 @@ TEST_P(Relations, TheFormatBoundsTheIndexes) {
   CloseAndCheck();
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, Relations, kBothFormats, FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, Relations, kAllFormats, FormatName);
 
 }  // namespace tolvane::test

@@ -7,7 +7,7 @@
 
 namespace tolvane::test {
 
-class UserIndexes : public BothFormats {
+class UserIndexes : public AllFormats {
  protected:
   static CDaoIndexInfo Primary(std::u16string_view field) {
     return {.name = u"Primary Key", .fields = {{std::u16string(field)}}, .primary = true, .unique = true};
@@ -131,6 +131,6 @@ TEST_P(UserIndexes, AnIndexWithAKeyTooLongForAPageIsLeftOut) {
   EXPECT_EQ(CloseAndRead(u"T").indexFlags.size(), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, UserIndexes, kBothFormats, FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, UserIndexes, kAllFormats, FormatName);
 
 }  // namespace tolvane::test

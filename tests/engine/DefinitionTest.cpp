@@ -142,7 +142,7 @@ TEST(Definition, Jet4ColumnNumbersKeepTheirLowByte) {
   EXPECT_EQ(Decode(MakeDefinition(table, kJet3Layout), kJet3Layout)->table.columns.GetAt(1)->number, 0x0105);
 }
 
-class DefinitionOfBoth : public CBothFormats {};
+class DefinitionOfBoth : public CAllFormats {};
 INSTANTIATE_TEST_SUITE_P(Formats, DefinitionOfBoth, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
 
 TEST_P(DefinitionOfBoth, CutEndsWithOneEmptyColumnAndNoIndex) {
@@ -223,7 +223,7 @@ STableSpec WideTable(size_t columns) {
   return table;
 }
 
-class DefinitionChain : public CBothFormats {
+class DefinitionChain : public CAllFormats {
  protected:
   // Decodes the tables at these pages of the file and answers how many are broken.
   uint64_t Parse(const std::vector<uint32_t>& pages) {

@@ -63,7 +63,7 @@ class COpenedFile {
 };
 
 // Tests of what both formats do alike.
-class CBothFormats : public CEngineTest, public testing::WithParamInterface<const SJetLayout*> {
+class CAllFormats : public CEngineTest, public testing::WithParamInterface<const SJetLayout*> {
  protected:
   const SJetLayout& layout = *GetParam();
 };

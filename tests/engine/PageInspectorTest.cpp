@@ -7,7 +7,7 @@ namespace tolvane {
 
 namespace {
 
-class PageInspectorOfBoth : public CBothFormats {
+class PageInspectorOfBoth : public CAllFormats {
  protected:
   PageInspectorOfBoth() {
     table = file.AddTable(SmallTable());

@@ -9,7 +9,7 @@ namespace tolvane {
 
 namespace {
 
-class Repair : public CBothFormats {
+class Repair : public CAllFormats {
  protected:
   // A table "People" with two rows and its row in the catalogue.
   Repair() {

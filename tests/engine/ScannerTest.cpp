@@ -9,7 +9,7 @@ namespace {
 
 using Pages = std::vector<uint64_t>;
 
-class ScannerOfBoth : public CBothFormats {
+class ScannerOfBoth : public CAllFormats {
  protected:
   Pages Candidates() const {
     Pages pages;
