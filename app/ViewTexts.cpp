@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <span>
 
-#include "app/Findings.h"
+#include "app/Losses.h"
 #include "engine/SourceCheck.h"
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
@@ -25,13 +25,13 @@ class CLines {
     if (!m_text.empty()) m_text += u"\r\n";
     m_text += line;
   }
-  void AddFindings(std::u16string_view heading, const std::vector<SLossLine>& findings) {
-    if (findings.empty()) return;
+  void AddLosses(std::u16string_view heading, const std::vector<SLossLine>& losses) {
+    if (losses.empty()) return;
     Add({});
     Add(heading);
-    for (const SLossLine& finding : findings) {
-      Add(ToGroupedDecimal(finding.count) + u" " + finding.words);
-      if (!finding.places.empty()) Add(u"    " + finding.places);
+    for (const SLossLine& loss : losses) {
+      Add(ToGroupedDecimal(loss.count) + u" " + loss.words);
+      if (!loss.places.empty()) Add(u"    " + loss.places);
     }
   }
   [[nodiscard]] std::u16string Take() { return std::move(m_text); }
@@ -92,7 +92,7 @@ void AddNothing(const COvRepairFileManager& manager, CLines& lines) {
 }
 
 void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lines) {
-  lines.AddFindings(heading, ListDamage(data, kPlacesShown, ToGroupedDecimal));
+  lines.AddLosses(heading, ListDamage(data, kPlacesShown, ToGroupedDecimal));
 }
 
 }  // namespace
@@ -139,7 +139,7 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
     lines.Add({});
     lines.Add(u"The new database is not whole: " + std::u16string(problem));
   }
-  lines.AddFindings(u"Not saved:", ListSaveLosses(summary));
+  lines.AddLosses(u"Not saved:", ListSaveLosses(summary));
   AddDamage(u"Lost or doubtful before that, in the damaged file:", recovered, lines);
   if (!summary.notes.empty()) {
     lines.Add({});

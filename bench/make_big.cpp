@@ -8,7 +8,7 @@
 
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "samples/DatabaseBuilder.h"
+#include "samples/SampleBuilder.h"
 
 namespace tolvane {
 namespace {
@@ -16,7 +16,7 @@ namespace {
 // Bytes that one row takes in the file, measured; the shares of the tables follow from them.
 constexpr uint64_t kContactBytes = 130, kMeasurementBytes = 40, kLetterBytes = 2900;
 
-void AddTables(CDatabaseBuilder& database) {
+void AddTables(CSampleBuilder& database) {
   database.AddTable("Contacts", {AutoNumber("ID"), Text("Name", 80), Text("Street", 80), Text("City", 40),
                                  Text("Phone", 24), Text("Mail", 80), Fixed("Born", kDaoDate),
                                  Fixed("Balance", kDaoCurrency), Fixed("Active", kDaoBoolean)});
@@ -34,7 +34,7 @@ std::string SomeDay(CSampleRandom& random) {
                   1 + static_cast<int>(random.Below(28)));
 }
 
-void FillContacts(CDatabaseBuilder& database, CSampleRandom& random, uint64_t rows) {
+void FillContacts(CSampleBuilder& database, CSampleRandom& random, uint64_t rows) {
   static const char* const kNames[] = {"Anna", "Jon",  "Maria", "Peter", "Lena",
                                        "Tom",  "Ines", "Karl",  "Olga",  "Ben"};
   static const char* const kLast[] = {"Berg", "Lund", "Costa", "Novak", "Roth",
@@ -58,7 +58,7 @@ void FillContacts(CDatabaseBuilder& database, CSampleRandom& random, uint64_t ro
   database.CloseTable();
 }
 
-void FillMeasurements(CDatabaseBuilder& database, CSampleRandom& random, uint64_t rows) {
+void FillMeasurements(CSampleBuilder& database, CSampleRandom& random, uint64_t rows) {
   database.OpenTable("Measurements");
   for (uint64_t i = 0; i < rows; i++) {
     database.BeginRow();
@@ -71,7 +71,7 @@ void FillMeasurements(CDatabaseBuilder& database, CSampleRandom& random, uint64_
   database.CloseTable();
 }
 
-void FillLetters(CDatabaseBuilder& database, CSampleRandom& random, uint64_t rows) {
+void FillLetters(CSampleBuilder& database, CSampleRandom& random, uint64_t rows) {
   const std::string stock = Prose(random, 20'000);
   database.OpenTable("Letters");
   for (uint64_t i = 0; i < rows; i++) {
@@ -87,7 +87,7 @@ void FillLetters(CDatabaseBuilder& database, CSampleRandom& random, uint64_t row
 int Run(const std::string& path, uint64_t megabytes) {
   const uint64_t bytes = megabytes << 20;
   RemoveFile(FromNativePath(path));
-  CDatabaseBuilder database(path);
+  CSampleBuilder database(path);
   CSampleRandom random(1);
   AddTables(database);
   FillContacts(database, random, bytes * 2 / 5 / kContactBytes);

@@ -17,7 +17,7 @@
 #include "platform/Files.h"
 #include "platform/Process.h"
 #include "platform/Text.h"
-#include "samples/DatabaseBuilder.h"
+#include "samples/SampleBuilder.h"
 
 namespace tolvane {
 namespace {

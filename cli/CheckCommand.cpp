@@ -1,5 +1,4 @@
 // check: proves that a database is consistent, without a repair.
-#include <nlohmann/json.hpp>
 
 #include "checker/DatabaseCheck.h"
 #include "cli/Commands.h"

@@ -1,12 +1,10 @@
 #include "cli/CommandLine.h"
 
-#include <nlohmann/json.hpp>
-
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "cli/Commands.h"
-#include "cli/Findings.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
 #include "platform/Terminal.h"
 
 namespace tolvane {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "dao/dao.h"
 
 namespace tolvane {

@@ -1,11 +1,10 @@
 // export: the rows of one table on standard output, or of all tables as one file each.
-#include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
-#include "cli/Findings.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
 #include "cli/OutputFile.h"
 #include "cli/SafeFileName.h"
 #include "cli/Summary.h"

@@ -1,5 +1,4 @@
 // inspect: what every page of the file is, without a repair.
-#include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"

@@ -1,8 +1,6 @@
 #include "cli/JsonOutput.h"
 
-#include <nlohmann/json.hpp>
-
-#include "cli/Findings.h"
+#include "cli/Outcome.h"
 #include "dao/dao.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
@@ -175,7 +173,7 @@ Json DescribeSaving(const SSaveSummary& summary) {
 }
 
 bool PrintJson(const Json& result) {
-  return WriteStream(EStream::Output, result.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  return WriteStream(EStream::Output, result.Dump() + "\n");
 }
 
 void AppendJsonString(std::u16string_view text, std::string& out) {

@@ -1,12 +1,12 @@
 // Results for programs: one JSON object on standard output, with the version of its schema.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "cli/ExitStatus.h"
+#include "cli/Json.h"
 #include "model/AccessData.h"
 #include "writer/RelationReader.h"
 #include "writer/SavedTable.h"
@@ -15,8 +15,6 @@ namespace tolvane {
 
 // Raised when a member changes its meaning or goes; new members do not raise it.
 inline constexpr int kJsonSchema = 1;
-
-using Json = nlohmann::ordered_json;
 
 // What every result begins with.
 Json MakeResult(const SArguments& arguments, EExitStatus status);

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "cli/ExitStatus.h"
 
 namespace tolvane {

@@ -1,11 +1,10 @@
 // preview: the first rows of one table, as the preview list shows them.
-#include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
-#include "cli/Findings.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "platform/Text.h"

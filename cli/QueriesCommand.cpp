@@ -1,15 +1,14 @@
 // queries: the saved queries, rebuilt as SQL text, without saving them.
 #include <algorithm>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
-#include "cli/Findings.h"
 #include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"
 #include "writer/QuerySaver.h"

@@ -1,12 +1,11 @@
 // repair: recovers the tables and writes them into a new database.
-#include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/EngineChoice.h"
-#include "cli/Findings.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
 #include "cli/OutputFile.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"

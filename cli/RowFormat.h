@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "cli/ExportSink.h"
 
 namespace tolvane {

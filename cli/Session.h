@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
 #include "engine/AccessRepair.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "cli/DisplayText.h"
-#include "cli/Findings.h"
+#include "cli/Outcome.h"
 #include "cli/TextTable.h"
 #include "platform/Terminal.h"
 
@@ -61,14 +61,14 @@ std::string DrawTables(const CAccessData& data, const SArguments& arguments, con
 }
 
 std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
-  const std::vector<SLossLine> findings = ListDamage(data, kPlacesShown);
-  if (findings.empty()) return {};
+  const std::vector<SLossLine> losses = ListDamage(data, kPlacesShown);
+  if (losses.empty()) return {};
   std::string text = Heading("Lost or doubtful", style);
-  for (const SLossLine& finding : findings) {
-    AppendCount(finding.count, ToDisplay(finding.words), text);
+  for (const SLossLine& loss : losses) {
+    AppendCount(loss.count, ToDisplay(loss.words), text);
     constexpr size_t kIndent = 12;
     const size_t room = style.width > kIndent ? style.width - kIndent : 0;
-    const std::string places = ToDisplay(finding.places);
+    const std::string places = ToDisplay(loss.places);
     if (!places.empty())
       text += std::string(kIndent, ' ') + (room > 0 ? Shorten(places, room) : places) + "\n";
   }

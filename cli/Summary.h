@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 #include "model/AccessData.h"
 #include "writer/SavedTable.h"
 

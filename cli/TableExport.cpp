@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "app/Findings.h"
+#include "app/Losses.h"
 #include "cli/ByteText.h"
 #include "cli/Interrupt.h"
 #include "cli/SafeFileName.h"

@@ -1,12 +1,11 @@
 // tables: what can be recovered, without saving it.
-#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
-#include "cli/Findings.h"
 #include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "dao/dao.h"

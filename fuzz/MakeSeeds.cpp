@@ -3,12 +3,12 @@
 
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "samples/DatabaseBuilder.h"
+#include "samples/SampleBuilder.h"
 
 namespace tolvane {
 namespace {
 
-void FillTable(CDatabaseBuilder& database, const char* name) {
+void FillTable(CSampleBuilder& database, const char* name) {
   const char* const values[] = {"1.5", "200", "-1e9", "2001-02-03 04:05:06", "text"};
   database.AddTable(name,
                     {AutoNumber("ID"), Fixed("Money", kDaoCurrency), Fixed("Byte", kDaoByte),
@@ -28,7 +28,7 @@ void FillTable(CDatabaseBuilder& database, const char* name) {
 
 void MakeSeed(const std::string& path, int32_t version) {
   RemoveFile(FromNativePath(path));
-  CDatabaseBuilder builder(path, version);
+  CSampleBuilder builder(path, version);
   FillTable(builder, "One");
   FillTable(builder, "Two");
   CDaoDatabase& database = builder.GetDatabase();

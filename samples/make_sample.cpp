@@ -11,7 +11,7 @@
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "samples/DatabaseBuilder.h"
+#include "samples/SampleBuilder.h"
 
 namespace tolvane {
 namespace {
@@ -22,7 +22,7 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr uint32_t kCustomers = 120, kProducts = 60, kOrders = 400, kNotes = 90, kPictures = 10;
 
-void AddTables(CDatabaseBuilder& database) {
+void AddTables(CSampleBuilder& database) {
   database.AddTable(
       "Customers",
       {AutoNumber("ID"), Text("Company", 80), Text("Contact", 50), Text("City", 40), Text("Phone", 24),
@@ -50,7 +50,7 @@ std::string Day(CSampleRandom& random) {
                   1 + static_cast<int>(random.Below(28)));
 }
 
-void FillCustomers(CDatabaseBuilder& database, CSampleRandom& random) {
+void FillCustomers(CSampleBuilder& database, CSampleRandom& random) {
   static const char* const kFirst[] = {"North", "Harbour", "Old Town", "Miller",
                                        "Green", "River",   "Castle",   "Summit"};
   static const char* const kSecond[] = {"Trading", "Foods", "Tools",      "Textiles",
@@ -83,7 +83,7 @@ std::string GuidText(CSampleRandom& random) {
   return text + '}';
 }
 
-void FillProducts(CDatabaseBuilder& database, CSampleRandom& random) {
+void FillProducts(CSampleBuilder& database, CSampleRandom& random) {
   static const char* const kKinds[] = {"Lamp",   "Chair", "Kettle", "Clock",
                                        "Basket", "Rug",   "Mirror", "Shelf"};
   static const char* const kTraits[] = {"small", "blue", "folding", "oak",
@@ -101,7 +101,7 @@ void FillProducts(CDatabaseBuilder& database, CSampleRandom& random) {
   database.CloseTable();
 }
 
-void FillOrders(CDatabaseBuilder& database, CSampleRandom& random) {
+void FillOrders(CSampleBuilder& database, CSampleRandom& random) {
   database.OpenTable("Orders");
   for (uint32_t i = 0; i < kOrders; i++) {
     database.BeginRow();
@@ -129,7 +129,7 @@ void FillOrders(CDatabaseBuilder& database, CSampleRandom& random) {
   database.CloseTable();
 }
 
-void FillNotes(CDatabaseBuilder& database, CSampleRandom& random) {
+void FillNotes(CSampleBuilder& database, CSampleRandom& random) {
   // Notes of all three kinds of storage: in the row, in one row of a page of long values, over several pages.
   constexpr std::array<uint32_t, 4> kLengths{20, 300, 1500, 4500};
   database.OpenTable("Notes");
@@ -169,7 +169,7 @@ Bytes Bitmap(uint32_t width, uint32_t height, uint32_t colour) {
   return bytes;
 }
 
-void FillPictures(CDatabaseBuilder& database, CSampleRandom& random) {
+void FillPictures(CSampleBuilder& database, CSampleRandom& random) {
   database.OpenTable("Pictures");
   for (uint32_t i = 0; i < kPictures; i++) {
     database.BeginRow();
@@ -306,7 +306,7 @@ bool WriteAll(const std::u16string& path, const Bytes& bytes) {
 }
 
 void MakeDatabase(const std::string& path) {
-  CDatabaseBuilder database(path);
+  CSampleBuilder database(path);
   CSampleRandom random(2004);
   AddTables(database);
   FillCustomers(database, random);

@@ -6,7 +6,7 @@
 
 #include "app/AppStart.h"
 #include "app/ErrorLog.h"
-#include "app/Findings.h"
+#include "app/Losses.h"
 #include "app/OutputChoice.h"
 #include "app/RecentFiles.h"
 #include "app/Settings.h"

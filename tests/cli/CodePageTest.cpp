@@ -1,7 +1,7 @@
 // An Access 97 database in another code page than the Western one, from damaged file to saved file.
 #include <gtest/gtest.h>
 
-#include "app/Findings.h"
+#include "app/Losses.h"
 #include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
 #include "store/RowReader.h"

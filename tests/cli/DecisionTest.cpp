@@ -1,8 +1,8 @@
 // Decisions of the command line: arguments and the exit status.
 #include <gtest/gtest.h>
 
-#include "cli/Arguments.h"
-#include "cli/Findings.h"
+#include "cli/CommandArguments.h"
+#include "cli/Outcome.h"
 
 namespace tolvane {
 namespace {

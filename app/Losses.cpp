@@ -1,4 +1,4 @@
-#include "app/Findings.h"
+#include "app/Losses.h"
 
 #include <algorithm>
 #include <iterator>

@@ -37,12 +37,12 @@ class CMemorySource : public CDaoByteSource {
   size_t m_position = 0;
 };
 
-class CDatabaseBuilder {
+class CSampleBuilder {
  public:
-  explicit CDatabaseBuilder(const std::string& path, int32_t version = kDaoVersionJet4);
-  ~CDatabaseBuilder();
-  CDatabaseBuilder(const CDatabaseBuilder&) = delete;
-  CDatabaseBuilder& operator=(const CDatabaseBuilder&) = delete;
+  explicit CSampleBuilder(const std::string& path, int32_t version = kDaoVersionJet4);
+  ~CSampleBuilder();
+  CSampleBuilder(const CSampleBuilder&) = delete;
+  CSampleBuilder& operator=(const CSampleBuilder&) = delete;
 
   // The first field becomes the primary key; `indexed` names further ones with an index.
   void AddTable(const std::string& name, const std::vector<SSampleField>& fields,

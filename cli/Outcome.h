@@ -1,10 +1,10 @@
-// The findings as the command line needs them: the table that was asked for, and how the program ends.
+// How a run turns out for the command line: the table that was asked for, and the exit status.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-#include "app/Findings.h"
+#include "app/Losses.h"
 #include "cli/ExitStatus.h"
 
 namespace tolvane {

@@ -1,4 +1,4 @@
-#include "cli/Arguments.h"
+#include "cli/CommandArguments.h"
 
 #include <CLI/CLI.hpp>
 #include <utility>

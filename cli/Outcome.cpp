@@ -1,4 +1,4 @@
-#include "cli/Findings.h"
+#include "cli/Outcome.h"
 
 #include "platform/Text.h"
 

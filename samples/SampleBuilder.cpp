@@ -1,4 +1,4 @@
-#include "samples/DatabaseBuilder.h"
+#include "samples/SampleBuilder.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -46,14 +46,14 @@ bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
   return true;
 }
 
-CDatabaseBuilder::CDatabaseBuilder(const std::string& path, int32_t version)
+CSampleBuilder::CSampleBuilder(const std::string& path, int32_t version)
     : m_engine(MakeEmbeddedEngine()) {
   Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, version, m_database), path);
 }
 
-CDatabaseBuilder::~CDatabaseBuilder() = default;
+CSampleBuilder::~CSampleBuilder() = default;
 
-void CDatabaseBuilder::AddTable(const std::string& name, const std::vector<SSampleField>& fields,
+void CSampleBuilder::AddTable(const std::string& name, const std::vector<SSampleField>& fields,
                                 const std::vector<const char*>& indexed) {
   std::unique_ptr<CDaoTableDef> table;
   Require(m_database->CreateTableDef(FromUtf8(name), kTableAttributes, {}, {}, table), name);
@@ -74,35 +74,35 @@ void CDatabaseBuilder::AddTable(const std::string& name, const std::vector<SSamp
   table->Close();
 }
 
-void CDatabaseBuilder::OpenTable(const std::string& name) {
+void CSampleBuilder::OpenTable(const std::string& name) {
   Require(m_database->OpenRecordset(u"SELECT * FROM [" + FromUtf8(name) + u"]", m_rows), name);
 }
 
-void CDatabaseBuilder::BeginRow() {
+void CSampleBuilder::BeginRow() {
   Require(m_rows->AddNew(), "new row");
 }
 
-void CDatabaseBuilder::Set(size_t field, std::string_view text) {
+void CSampleBuilder::Set(size_t field, std::string_view text) {
   if (text.empty()) return;
   m_text.assign(text.begin(), text.end());  // sample texts are ASCII
   Require(m_rows->SetFieldValue(field, m_text), text);
 }
 
-void CDatabaseBuilder::SetBytes(size_t field, std::span<const uint8_t> bytes) {
+void CSampleBuilder::SetBytes(size_t field, std::span<const uint8_t> bytes) {
   CMemorySource source(bytes);
   Require(m_rows->SetFieldValue(field, source), "bytes");
 }
 
-void CDatabaseBuilder::EndRow() {
+void CSampleBuilder::EndRow() {
   Require(m_rows->Update(), "row");
 }
 
-void CDatabaseBuilder::CloseTable() {
+void CSampleBuilder::CloseTable() {
   Require(m_rows->Close(), "end of table");
   m_rows.reset();
 }
 
-void CDatabaseBuilder::Close() {
+void CSampleBuilder::Close() {
   Require(m_database->Close(), "closing");
   m_database.reset();
 }

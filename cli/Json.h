@@ -1,0 +1,50 @@
+// A document for programs, put together value by value. The JSON library that writes it stands behind one
+// source file: it costs seconds in each that includes it.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace tolvane {
+
+// Null until something is put in. Objects keep the order of their members. Converts from what values are made
+// of, so that documents are written down as they look.
+class Json {
+ public:
+  using CArray = std::vector<Json>;
+  using CObject = std::vector<std::pair<std::string, Json>>;
+
+  Json() = default;
+  Json(bool value) : m_value(value) {}
+  Json(double value) : m_value(value) {}
+  Json(std::signed_integral auto value) : m_value(static_cast<int64_t>(value)) {}
+  Json(std::unsigned_integral auto value) : m_value(static_cast<uint64_t>(value)) {}
+  Json(const char* text) : m_value(std::string(text)) {}
+  Json(std::string_view text) : m_value(std::string(text)) {}
+  Json(std::string text) : m_value(std::move(text)) {}
+  Json(std::initializer_list<std::pair<std::string_view, Json>> members);
+  static Json array();
+
+  // The member, added as null where there is none; a null becomes an object. Not for other values.
+  Json& operator[](std::string_view name);
+  // Of an array; a null becomes one.
+  void push_back(Json value);
+
+  // Indented text in UTF-8; ill-formed text is replaced.
+  [[nodiscard]] std::string Dump() const;
+
+  using CValue = std::variant<std::monostate, bool, int64_t, uint64_t, double, std::string, CArray, CObject>;
+  [[nodiscard]] const CValue& Get() const { return m_value; }
+
+ private:
+  CValue m_value;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,94 @@
+#!/usr/bin/env python3
+"""Proves that a name stands for one thing over the whole program:
+
+1. No type is defined twice in one namespace: a linker would silently take one of the two for both. Types inside an
+   unnamed namespace belong to their file.
+2. No two headers of the program carry one file name, so that an include says what it means wherever it stands.
+
+The test programs are linked with the program, each folder of tests for itself: the same holds there.
+
+    python3 tests/scripts/check_names.py PROJECT_ROOT
+
+Prints one line a breach and exits with 1; with 0 and a count when there is none.
+"""
+import collections
+import glob
+import os
+import re
+import sys
+
+NOT_THE_PROGRAM = ('build', 'tests', 'fuzz', 'bench')
+TOKEN = re.compile(r'''
+    //[^\n]* | /\*.*?\*/                                   # comments
+  | (?:u8|u|U|L)?R"([^(\s]*)\(.*?\)\1"                     # raw texts
+  | "(?:\\.|[^"\\\n])*" | (?<![0-9A-Fa-f])'(?:\\.|[^'\\\n])+' # texts and characters
+  | ^[ \t]*\#(?:\\\n|[^\n])*                               # preprocessor lines
+  | (?P<namespace>\b(?:inline\s+)?namespace\b\s*(?P<space>[\w:]*)\s*\{)
+  | (?P<type>\b(?:struct|class|union|enum(?:\s+class)?)\s+(?:alignas\([^)]*\)\s*)?(?P<name>[A-Z]\w*)(?:\s+final)?\s*
+      (?::(?!:)[^;{()]*)?\{)
+  | [{}]''', re.X | re.S | re.M)
+
+
+def types_of(text):
+    """(qualified name, line) of each type that the text defines outside unnamed namespaces and functions."""
+    scopes = []  # names; None for a block that is no namespace and no type, '' for an unnamed namespace
+    for token in TOKEN.finditer(text):
+        if token['namespace']:
+            scopes.append(token['space'])
+        elif token['type']:
+            if all(scopes):
+                yield '::'.join([*scopes, token['name']]), text.count('\n', 0, token.start()) + 1
+            scopes.append(token['name'])
+        elif token[0] == '{':
+            scopes.append(None)
+        elif token[0] == '}' and scopes:
+            scopes.pop()
+
+
+def program_of(path):
+    """The program that a file is linked into: '' for what is linked into all of them."""
+    parts = path.split('/')
+    if parts[:2] == ['tests', 'support'] or parts[0] not in NOT_THE_PROGRAM:
+        return ''
+    return '/'.join(parts[:2]) if parts[0] == 'tests' else parts[0]
+
+
+def system_of(path):
+    found = re.search(r'_(win|posix)\.', path)
+    return found[1] if found else ''
+
+
+def meet(one, other):
+    """Whether two files can be linked into one program."""
+    systems, programs = {system_of(one), system_of(other)} - {''}, {program_of(one), program_of(other)} - {''}
+    return len(systems) < 2 and len(programs) < 2
+
+
+def twice(places):
+    return [(one, other) for i, one in enumerate(places) for other in places[i + 1:] if meet(one[0], other[0])]
+
+
+def check(root, paths):
+    types, headers = collections.defaultdict(list), collections.defaultdict(list)
+    for path in paths:
+        with open(os.path.join(root, path), encoding='utf-8') as source:
+            for name, line in types_of(source.read()):
+                types[name].append((path, line))
+        if path.endswith('.h'):
+            headers[os.path.basename(path).lower()].append((path, 1))
+    return ['%s:%d: %s is also defined in %s:%d' % (*other, name, *one)
+            for name, places in sorted(types.items()) for one, other in twice(places)] + [
+            '%s:%d: %s is also the name of %s' % (*other, name, one[0])
+            for name, places in sorted(headers.items()) for one, other in twice(places)]
+
+
+def main(root):
+    files = sorted(os.path.relpath(path, root) for path in glob.glob(root + '/**', recursive=True)
+                   if path.endswith(('.h', '.cpp')) and not os.path.relpath(path, root).startswith('build/'))
+    breaches = check(root, files)
+    print('\n'.join(breaches + ['%d files, %d breaches' % (len(files), len(breaches))]))
+    return 1 if breaches or not files else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main(sys.argv[1]))
