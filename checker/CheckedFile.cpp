@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
-#include "checker/CheckedLayout.h"
 #include "checker/HeaderCheck.h"
-#include "embedded/Rc4.h"
+#include "format/Layout.h"
+#include "format/Rc4.h"
 #include "platform/ErrorHandler.h"
 
 namespace tolvane {
 namespace {
 
 constexpr size_t kCachedPages = 512;
-constexpr uint8_t kVersionJet3 = 0, kVersionJet4 = 1;
 
 }  // namespace
 
@@ -20,7 +19,7 @@ ECheckVerdict CCheckedFile::Open(std::u16string_view path) {
   if (!m_file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
     return ECheckVerdict::CannotOpen;
   m_length = m_file.GetLength();
-  m_header.resize(kCheckedJet4.pageSize);
+  m_header.resize(kLayoutJet4.pageSize);
   CErrorHandler handler;
   m_header.resize(m_file.ReadAt(0, m_header, handler));
   if (handler.HasError()) return ECheckVerdict::CannotOpen;
@@ -31,20 +30,20 @@ ECheckVerdict CCheckedFile::Open(std::u16string_view path) {
 }
 
 bool CCheckedFile::RecogniseHeader() {
-  if (m_header.size() < kCheckedJet3.pageSize) return false;
-  const char* name = reinterpret_cast<const char*>(&m_header[kHeaderNameAt]);
+  if (m_header.size() < kLayoutJet3.pageSize) return false;
+  const char* name = reinterpret_cast<const char*>(&m_header[kHeaderName]);
   const auto isNamed = [&](std::string_view expected) {
     return std::memcmp(name, expected.data(), expected.size()) == 0;
   };
-  if (!isNamed(kJetEngineName) && !isNamed(kAceEngineName)) return false;
-  const uint8_t version = m_header[kHeaderVersionAt];
-  m_layout = version == kVersionJet3 ? &kCheckedJet3 : &kCheckedJet4;
+  if (!isNamed(kEngineNameJet) && !isNamed(kEngineNameAce)) return false;
+  const uint8_t version = m_header[kHeaderVersion];
+  m_layout = version == kVersionJet3 ? &kLayoutJet3 : &kLayoutJet4;
   m_version = version == kVersionJet3   ? EIndexVersion::Jet3
               : version == kVersionJet4 ? EIndexVersion::Jet4
                                         : EIndexVersion::Ace;
   if (m_header.size() < m_layout->pageSize) return false;
   m_header.resize(m_layout->pageSize);
-  UnmaskHeader(m_header, IsJet3() ? kMaskedSizeJet3 : kMaskedSizeJet4);
+  UnmaskHeader(m_header, m_layout->header.maskedSize);
   return true;
 }
 

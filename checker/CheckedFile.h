@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "checker/CheckVerdict.h"
-#include "embedded/EmbeddedLayout.h"
+#include "format/Layout.h"
 #include "platform/FileCust.h"
 
 namespace tolvane {
@@ -21,7 +21,7 @@ class CCheckedFile {
 
   ECheckVerdict Open(std::u16string_view path);
 
-  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return *m_layout; }
+  [[nodiscard]] const SLayout& GetLayout() const { return *m_layout; }
   [[nodiscard]] EIndexVersion GetVersion() const { return m_version; }
   [[nodiscard]] bool IsJet3() const { return m_version == EIndexVersion::Jet3; }
   [[nodiscard]] uint64_t GetLength() const { return m_length; }
@@ -42,7 +42,7 @@ class CCheckedFile {
   bool RecogniseHeader();
 
   CFileCust m_file;
-  const SEmbeddedLayout* m_layout = nullptr;
+  const SLayout* m_layout = nullptr;
   EIndexVersion m_version = EIndexVersion::Jet4;
   uint64_t m_length = 0;
   uint32_t m_pageCount = 0;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "embedded/PageSet.h"
 #include "embedded/TableDefinition.h"
+#include "format/PageSet.h"
 
 namespace tolvane {
 

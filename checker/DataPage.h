@@ -8,25 +8,20 @@
 
 namespace tolvane {
 
-inline constexpr uint16_t kRowHidden = 0x8000;  // alone: the body of a row that is named elsewhere
-inline constexpr uint16_t kRowMoved = 0x4000;   // alone: a row pointer to the body
-inline constexpr uint16_t kRowStartBits = 0x1FFF;
-inline constexpr uint32_t kMaxSlots = 256;  // a row pointer has one byte for the slot
-
 struct SSlot {
   std::span<const uint8_t> bytes;
-  uint16_t flags = 0;  // kRowHidden | kRowMoved
+  uint16_t flags = 0;  // kSlotHidden | kSlotPointer
 };
 
 class CDataPage {
  public:
   // Both must outlive the object.
-  CDataPage(const SEmbeddedLayout& layout, std::span<const uint8_t> page) : m_layout(layout), m_page(page) {}
+  CDataPage(const SLayout& layout, std::span<const uint8_t> page) : m_layout(layout), m_page(page) {}
 
   [[nodiscard]] bool IsDataPage() const {
-    return m_page[kPageTypeAt] == static_cast<uint8_t>(EPageType::Data) && m_page[kPageMarkAt] == kPageMark;
+    return m_page[kPageTypeAt] == static_cast<uint8_t>(kPageData) && m_page[kPageMarkAt] == kPageFormatted;
   }
-  [[nodiscard]] uint32_t GetOwner() const { return GetLittle<uint32_t>(m_page, m_layout.data.owner); }
+  [[nodiscard]] uint32_t GetOwner() const { return GetLittle<uint32_t>(m_page, kOwnerOffset); }
   [[nodiscard]] uint32_t GetStamp() const { return GetLittle<uint32_t>(m_page, m_layout.data.stamp); }
   // As stored, and as far as the page and the row pointers reach.
   [[nodiscard]] uint32_t GetStoredSlots() const {
@@ -45,7 +40,7 @@ class CDataPage {
   }
   [[nodiscard]] size_t EndOfSlots() const { return m_layout.data.slots + size_t{2} * GetStoredSlots(); }
 
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   const std::span<const uint8_t> m_page;
 };
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <set>
 
-#include "embedded/LittleEndian.h"
 #include "embedded/StoredText.h"
-#include "embedded/TextKey.h"
+#include "format/Bytes.h"
+#include "format/TextKey.h"
 #include "platform/CodePage.h"
 
 namespace tolvane {
@@ -14,7 +14,6 @@ namespace {
 // 255 columns and some hundred indexes with the longest names take less.
 constexpr size_t kMaxDefinitionPages = 64;
 constexpr size_t kMaxNameUnits = 64;
-constexpr uint16_t kJet3Mark = 0x4356;  // "VC" where Jet 4 counts free bytes
 // Behind the sort order of a column: Jet 4 its version, Jet 3 the code page.
 constexpr size_t kSortVersionBehind = 3, kCodePageBehind = 2;
 
@@ -71,8 +70,7 @@ bool CDefinitionCheck::ReadBlock(uint32_t firstPage) {
     if (!m_context.ledger.Claim(page, EPageRole::Definition, firstPage)) break;
     if (!m_page.Load(page)) break;
     const std::span<const uint8_t> bytes = m_page.GetBytes();
-    if (bytes[kPageTypeAt] != static_cast<uint8_t>(EPageType::Definition) ||
-        bytes[kPageMarkAt] != kPageMark) {
+    if (bytes[kPageTypeAt] != static_cast<uint8_t>(kPageDefinition) || bytes[kPageMarkAt] != kPageFormatted) {
       m_context.findings.Error("B4", {page}, u"the page is no definition page");
       break;
     }
@@ -95,7 +93,7 @@ void CDefinitionCheck::CheckChain() {
     const size_t here = std::min(left, perPage);
     left -= here;
     const size_t unused = perPage - here;
-    const size_t expected = m_context.file.IsJet3()    ? kJet3Mark
+    const size_t expected = m_context.file.IsJet3()    ? kJet3DefinitionMark
                             : unused > kDefinitionHead ? unused - kDefinitionHead
                                                        : 0;
     if (m_freeWords[i] == expected) continue;
@@ -334,7 +332,7 @@ void CDefinitionCheck::CheckIndexes(const SCheckedTable& table) {
       continue;
     }
     isUsed[index.realIndex] = true;
-    if (index.kind != kKindPrimary) continue;
+    if (index.kind != kIndexKindPrimary) continue;
     primaries++;
     if (!table.realIndexes[index.realIndex].Has(kIndexUnique))
       Error("E13", Say(u"primary key ", index.name, u" is not unique"));

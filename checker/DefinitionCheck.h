@@ -52,7 +52,7 @@ class CDefinitionCheck {
   void Doubt(std::string_view rule, std::u16string text);
 
   SCheckContext& m_context;
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   CPageBuffer m_page;
   uint32_t m_firstPage = 0;
   std::vector<uint8_t> m_block;

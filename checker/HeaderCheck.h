@@ -16,13 +16,6 @@
 
 namespace tolvane {
 
-inline constexpr size_t kHeaderNameAt = 0x04, kHeaderVersionAt = 0x14;
-// With the zero behind them.
-inline constexpr char kJetEngineText[] = "Standard Jet DB", kAceEngineText[] = "Standard ACE DB";
-inline constexpr std::string_view kJetEngineName{kJetEngineText, sizeof kJetEngineText},
-    kAceEngineName{kAceEngineText, sizeof kAceEngineText};
-inline constexpr size_t kMaskedSizeJet3 = 126, kMaskedSizeJet4 = 128;
-
 // Takes the mask off (or puts it on).
 void UnmaskHeader(std::span<uint8_t> page, size_t maskedSize);
 bool IsHeaderEncrypted(std::span<const uint8_t> header);

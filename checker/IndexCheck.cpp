@@ -90,7 +90,7 @@ bool CIndexCheck::Open(uint32_t number, int parentLevel) {
   std::u16string problem;
   const bool isParsed = frame.page.Parse(m_layout, m_buffer.GetBytes(), problem);
   const uint8_t type = frame.page.GetType();
-  if ((type != kIndexLeafType && type != kIndexNodeType) || m_buffer.GetBytes()[1] != kIndexPageMark) {
+  if ((type != kPageIndexLeaf && type != kPageIndexNode) || m_buffer.GetBytes()[1] != kPageFormatted) {
     m_context.findings.Error("E2", {number}, u"no index page, but an index names it");
     return false;
   }

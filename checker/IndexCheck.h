@@ -14,7 +14,7 @@
 #include "checker/RowKeys.h"
 #include "checker/RowView.h"
 #include "checker/UsageCheck.h"
-#include "embedded/IndexPage.h"
+#include "format/IndexPage.h"
 
 namespace tolvane {
 

@@ -39,7 +39,7 @@ class CLongValueCheck {
   bool FindRow(uint32_t pointer, std::span<const uint8_t>& row);
 
   SCheckContext& m_context;
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   CPageBuffer m_page;
 };
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
 
 namespace tolvane {
 namespace {

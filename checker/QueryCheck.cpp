@@ -1,8 +1,8 @@
 #include "checker/QueryCheck.h"
 
 #include "checker/SystemRow.h"
-#include "embedded/IndexPage.h"
 #include "embedded/SystemTables.h"
+#include "format/IndexPage.h"
 
 namespace tolvane {
 namespace {

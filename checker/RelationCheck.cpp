@@ -54,7 +54,7 @@ void CRelationCheck::AddTable(const SCheckedObject& object, const SCheckedTable&
     for (const size_t i : primary->second)
       m_pairs[i].hasReferencedColumn = columns.count(m_pairs[i].referencedColumn) != 0;
   for (const SCheckedLogicalIndex& index : table.logicalIndexes) {
-    if (index.kind != kKindRelation) continue;
+    if (index.kind != kIndexKindForeign) continue;
     if (m_sides.size() == kMostSides) {
       m_isComplete = false;
       return;

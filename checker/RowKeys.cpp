@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "embedded/IndexKey.h"
 #include "embedded/StoredText.h"
+#include "format/IndexKey.h"
 
 namespace tolvane {
 namespace {

@@ -12,7 +12,7 @@ constexpr uint8_t kFalse = 0, kTrue = 1;
 
 }  // namespace
 
-CRowView::CRowView(const SEmbeddedLayout& layout, const SCheckedTable& table)
+CRowView::CRowView(const SLayout& layout, const SCheckedTable& table)
     : m_table(table),
       m_width(layout.row.countSize),
       m_jumpEvery(m_width == 1 ? kJumpEvery : 0),
@@ -94,7 +94,7 @@ std::optional<std::span<const uint8_t>> CRowView::Get(const SCheckedColumn& colu
   return m_row.subspan(start, m_offsets[size_t{column.variableIndex} + 1] - start);
 }
 
-bool CRowView::HasValue(const SEmbeddedLayout& layout, std::span<const uint8_t> row, uint16_t number) {
+bool CRowView::HasValue(const SLayout& layout, std::span<const uint8_t> row, uint16_t number) {
   const size_t width = layout.row.countSize;
   if (row.size() < width) return false;
   const size_t columns = width == 1 ? row[0] : GetLittle<uint16_t>(row, 0), maskSize = (columns + 7) / 8;

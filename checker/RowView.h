@@ -20,7 +20,7 @@ namespace tolvane {
 class CRowView {
  public:
   // Both must outlive the view.
-  CRowView(const SEmbeddedLayout& layout, const SCheckedTable& table);
+  CRowView(const SLayout& layout, const SCheckedTable& table);
 
   // Takes over a row, whose bytes must outlive the view's use. False, with `problem`, when it is no row of
   // the table.
@@ -33,7 +33,7 @@ class CRowView {
   [[nodiscard]] const SCheckedTable& GetTable() const { return m_table; }
 
   // Whether the row says that it has a value in the column, for rows of a table that is not at hand.
-  static bool HasValue(const SEmbeddedLayout& layout, std::span<const uint8_t> row, uint16_t number);
+  static bool HasValue(const SLayout& layout, std::span<const uint8_t> row, uint16_t number);
 
  private:
   [[nodiscard]] bool IsPresent(uint16_t number) const {

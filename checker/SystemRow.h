@@ -8,7 +8,7 @@
 
 #include "checker/CheckedFile.h"
 #include "checker/RowView.h"
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
 
 namespace tolvane {
 

@@ -87,8 +87,8 @@ void CTableCheck::CheckPage(uint32_t page, const RowVisitor& visit) {
     if (!data.GetSlot(row, slot)) continue;  // reported with the slots
     const SPlace place{page, row};
     std::span<const uint8_t> bytes = slot.bytes;
-    if (slot.flags == kRowHidden) m_context.bodies.Add(page, row);
-    if ((slot.flags & kRowHidden) != 0) continue;
+    if (slot.flags == kSlotHidden) m_context.bodies.Add(page, row);
+    if ((slot.flags & kSlotHidden) != 0) continue;
     if (slot.flags == 0 || FollowPointer(slot.bytes, place, bytes)) CheckRow(bytes, place, visit);
   }
 }

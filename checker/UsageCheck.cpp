@@ -47,8 +47,8 @@ bool CUsageCheck::OpenRow(uint32_t pointer, std::u16string_view what, std::span<
 
 bool CUsageCheck::OpenBits(uint32_t page, uint32_t mapPage) {
   if (!m_context.ledger.Claim(page, EPageRole::MapBits, mapPage) || !m_bits.Load(page)) return false;
-  if (m_bits.GetBytes()[kPageTypeAt] == static_cast<uint8_t>(EPageType::MapBits) &&
-      m_bits.GetBytes()[kPageMarkAt] == kPageMark)
+  if (m_bits.GetBytes()[kPageTypeAt] == static_cast<uint8_t>(kPageMap) &&
+      m_bits.GetBytes()[kPageMarkAt] == kPageFormatted)
     return true;
   m_context.findings.Error("D1", {page}, u"a usage map refers to this page, but it holds no bits of a map");
   return false;

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "checker/CheckContext.h"
-#include "embedded/PageSet.h"
+#include "format/PageSet.h"
 
 namespace tolvane {
 

@@ -9,7 +9,7 @@
 namespace tolvane {
 namespace {
 
-const SEmbeddedLayout& ChooseLayout(int32_t options) {
+const SLayout& ChooseLayout(int32_t options) {
   if ((options & kDaoVersionAce) != 0) return kLayoutAce;
   return (options & kDaoVersionJet3) != 0 ? kLayoutJet3 : kLayoutJet4;
 }
@@ -25,7 +25,7 @@ class CEmbeddedEngine : public CDaoEngine {
     database.reset();
     if (CDaoResult result = CheckLocale(locale); !result.IsOk()) return result;
     if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
-    const SEmbeddedLayout& layout = ChooseLayout(options);
+    const SLayout& layout = ChooseLayout(options);
     auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages);
     file->SetTempFolder(m_tempFolder);
     if (CDaoResult result = file->Create(path); !result.IsOk()) return result;

@@ -32,14 +32,14 @@ CDaoResult Closed() {
 }
 
 // The last page that the format allows lies below its longest file.
-uint32_t LimitPages(const SEmbeddedLayout& layout, uint32_t maxPages) {
+uint32_t LimitPages(const SLayout& layout, uint32_t maxPages) {
   const auto most = static_cast<uint32_t>(layout.maxFileLength / layout.pageSize - 1);
   return maxPages == 0 ? most : std::min(maxPages, most);
 }
 
 }  // namespace
 
-const SEmbeddedLayout& ProbeFileLayout(std::u16string_view path) {
+const SLayout& ProbeFileLayout(std::u16string_view path) {
   CFileCust file;
   CErrorHandler handler;
   std::array<uint8_t, kLayoutProbe> bytes{};
@@ -48,7 +48,7 @@ const SEmbeddedLayout& ProbeFileLayout(std::u16string_view path) {
   return ProbeLayout(std::span(bytes).first(file.Read(bytes, handler)));
 }
 
-CEmbeddedFile::CEmbeddedFile(const SEmbeddedLayout& layout, uint32_t maxPages)
+CEmbeddedFile::CEmbeddedFile(const SLayout& layout, uint32_t maxPages)
     : m_file(layout, LimitPages(layout, maxPages)), m_catalogue(m_file) {}
 
 CEmbeddedFile::~CEmbeddedFile() {

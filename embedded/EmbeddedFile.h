@@ -14,12 +14,12 @@
 namespace tolvane {
 
 // The page format of the file; Jet 4 when it cannot be told.
-const SEmbeddedLayout& ProbeFileLayout(std::u16string_view path);
+const SLayout& ProbeFileLayout(std::u16string_view path);
 
 class CEmbeddedFile {
  public:
   // `maxPages` bounds the file's length where the format does not; 0 is no bound.
-  CEmbeddedFile(const SEmbeddedLayout& layout, uint32_t maxPages);
+  CEmbeddedFile(const SLayout& layout, uint32_t maxPages);
   ~CEmbeddedFile();
   CEmbeddedFile(const CEmbeddedFile&) = delete;
   CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
@@ -31,7 +31,7 @@ class CEmbeddedFile {
   CDaoResult Close();
 
   [[nodiscard]] bool IsOpen() const { return m_isOpen; }
-  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_file.GetLayout(); }
+  [[nodiscard]] const SLayout& GetLayout() const { return m_file.GetLayout(); }
   [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
   // `definition` has its columns, without pages.
   CDaoResult AddTable(std::u16string_view name, STableDefinition definition);

@@ -43,7 +43,7 @@ constexpr SFieldType kFieldTypes[] = {{kDaoBoolean, kTypeBoolean, kFixedFlags, 0
                                       {kDaoBigInt, kTypeBigInt, kFixedFlags, kAceVersion},
                                       {kDaoExtendedDate, kTypeExtendedDate, kFixedFlags, kAceVersion}};
 
-const SFieldType* FindFieldType(const SEmbeddedLayout& layout, int16_t daoType) {
+const SFieldType* FindFieldType(const SLayout& layout, int16_t daoType) {
   for (const SFieldType& type : kFieldTypes)
     if (type.daoType == daoType && type.since <= layout.version) return &type;
   return nullptr;
@@ -64,8 +64,8 @@ uint16_t LengthOfDecimal(uint8_t precision) {
 }
 
 // Bytes of the longest value: of texts, of binary fields, of the others.
-CDaoResult ChooseLength(const SEmbeddedLayout& layout, const CDaoFieldInfo& field,
-                        const SColumnDefinition& column, uint16_t& length) {
+CDaoResult ChooseLength(const SLayout& layout, const CDaoFieldInfo& field, const SColumnDefinition& column,
+                        uint16_t& length) {
   length = LengthOfType(column.type);
   if (field.type == kDaoDecimal && !column.IsFixed()) length = LengthOfDecimal(field.precision);
   if (field.type == kDaoDecimal &&
@@ -82,7 +82,7 @@ CDaoResult ChooseLength(const SEmbeddedLayout& layout, const CDaoFieldInfo& fiel
   return CDaoResult::Ok();
 }
 
-CDaoResult MakeColumn(const SEmbeddedLayout& layout, const CDaoFieldInfo& field, SColumnDefinition& column) {
+CDaoResult MakeColumn(const SLayout& layout, const CDaoFieldInfo& field, SColumnDefinition& column) {
   const SFieldType* type = FindFieldType(layout, field.type);
   if (type == nullptr)
     return {EDaoError::InvalidDataType, u"The field has a type that the format does not know."};
@@ -107,7 +107,7 @@ CDaoResult MakeColumn(const SEmbeddedLayout& layout, const CDaoFieldInfo& field,
 }
 
 // Jet 3 indexes no long values, the later formats memos.
-bool CanBeIndexed(const SEmbeddedLayout& layout, uint8_t type) {
+bool CanBeIndexed(const SLayout& layout, uint8_t type) {
   return !IsLongValueType(type) || (type == kTypeMemo && layout.keys != EIndexVersion::Jet3);
 }
 
@@ -207,7 +207,7 @@ void CEmbeddedTableDef::LayOutIndexes() {
     SLogicalIndex logical;
     logical.name = index.name;
     logical.number = logical.realIndex = static_cast<uint32_t>(m_definition.realIndexes.size());
-    logical.kind = isPrimary ? kKindPrimary : uint8_t{0};
+    logical.kind = isPrimary ? kIndexKindPrimary : uint8_t{0};
     m_definition.realIndexes.push_back(std::move(real));
     m_definition.logicalIndexes.push_back(std::move(logical));
   }

@@ -9,7 +9,7 @@
 #include <optional>
 #include <system_error>
 
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
 #include "platform/Text.h"
 
 namespace tolvane {

@@ -5,23 +5,14 @@
 #include <cstring>
 #include <string_view>
 
-#include "embedded/Rc4.h"
+#include "format/Rc4.h"
 
 namespace tolvane {
 namespace {
 
-constexpr size_t kNameAt = 0x04, kVersionAt = 0x14, kMinorVersionAt = 0x15;
-constexpr size_t kOrderVersionBehind = 3;  // behind the sort order of Jet 4
-constexpr uint8_t kVersionWithMinor = 3, kHighestVersion = 6;
-constexpr size_t kMaskedAt = 0x18;
-constexpr size_t kMapPointersAt = 0x18, kDefinitionsAt = 0x20, kPageKeyAt = 0x3E;
+constexpr size_t kMinorVersionAt = 0x15;
+constexpr uint8_t kVersionWithMinor = kVersionAce14, kHighestVersion = kVersionAce17;
 constexpr size_t kKeyWords = 28;  // words from the password to the date, from which the SID key is made
-constexpr size_t kCommitSlots = 256;
-constexpr uint32_t kConstant = 0x654;
-constexpr uint32_t kHeaderMark = 0x100;  // page type 0, then 01 00 00
-constexpr std::string_view kFormatName = "4.0";
-constexpr std::array<uint8_t, 4> kHeaderKey{0xC7, 0xDA, 0x39, 0x6B};
-constexpr uint16_t kFirstCommit = 0x0101, kRestingCommit = 0x0100;
 
 uint32_t DayOf(double date) {
   const double day = std::floor(date);
@@ -54,61 +45,59 @@ void PutCreationDate(const SHeaderLayout& at, std::span<uint8_t> page, SHeaderPa
 
 }  // namespace
 
-std::vector<uint8_t> BuildHeaderPage(const SEmbeddedLayout& layout, SHeaderPage& header) {
+std::vector<uint8_t> BuildHeaderPage(const SLayout& layout, SHeaderPage& header) {
   std::vector<uint8_t> bytes(layout.pageSize);
   const std::span<uint8_t> page(bytes);
   const SHeaderLayout& at = layout.header;
   if (header.build == 0) header.build = at.usualBuild;
   PutLittle<uint32_t>(page, 0, kHeaderMark);
-  std::memcpy(&page[kNameAt], layout.engineName.data(), layout.engineName.size());
+  std::memcpy(&page[kHeaderName], layout.engineName.data(), layout.engineName.size());
   if (header.version < layout.version) header.version = layout.version;
-  page[kVersionAt] = header.version;
+  page[kHeaderVersion] = header.version;
   page[kMinorVersionAt] = header.version == kVersionWithMinor ? 1 : 0;
-  PutLittle(page, kMapPointersAt, MakeRowPointer(kGlobalMapPage, kGlobalFreeRow));
-  PutLittle(page, kMapPointersAt + 4, MakeRowPointer(kGlobalMapPage, kGlobalSecondRow));
-  for (uint32_t i = 0; i < 4; i++) PutLittle(page, kDefinitionsAt + size_t{4} * i, kObjectsPage + i);
-  PutLittle(page, at.codePage, kCodePage);
+  PutLittle(page, kHeaderMapPointers, MakeRowPointer(kGlobalMapPage, kGlobalFreeRow));
+  PutLittle(page, kHeaderMapPointers + 4, MakeRowPointer(kGlobalMapPage, kGlobalSecondRow));
+  for (uint32_t i = 0; i < 4; i++) PutLittle(page, kHeaderDefinitions + size_t{4} * i, kObjectsPage + i);
+  PutLittle(page, kHeaderCodePage, kGeneralCodePage);
   PutLittle(page, at.sortOrder, header.order.language);
-  if (at.date != kAbsent) page[at.sortOrder + kOrderVersionBehind] = header.order.version;
+  PutLittle(page, at.sortVersion, header.order.version);
   PutLittle(page, at.build, header.build);
   if (at.date != kAbsent) PutCreationDate(at, page, header);
-  CRc4(kHeaderKey).Apply(page.subspan(kMaskedAt, at.maskedSize));
-  PutLittle(page, at.constant, kConstant);
-  if (at.format != kAbsent) std::memcpy(&page[at.format], kFormatName.data(), kFormatName.size());
+  CRc4(kHeaderMaskKey).Apply(page.subspan(kHeaderMasked, at.maskedSize));
+  PutLittle(page, at.constant, kHeaderConstant);
+  if (at.format != kAbsent) std::memcpy(&page[at.format], kHeaderFormat.data(), kHeaderFormat.size());
   for (size_t i = 0; i < kCommitSlots; i++)
     PutLittle(page, at.commit + 2 * i, i == 0 ? kFirstCommit : kRestingCommit);
   return bytes;
 }
 
-const SEmbeddedLayout& ProbeLayout(std::span<const uint8_t> header) {
+const SLayout& ProbeLayout(std::span<const uint8_t> header) {
   if (header.size() < kLayoutProbe) return kLayoutJet4;
-  for (const SEmbeddedLayout* layout : {&kLayoutJet3, &kLayoutJet4})
-    if (header[kVersionAt] == layout->version) return *layout;
-  return header[kVersionAt] <= kHighestVersion ? kLayoutAce : kLayoutJet4;
+  for (const SLayout* layout : {&kLayoutJet3, &kLayoutJet4})
+    if (header[kHeaderVersion] == layout->version) return *layout;
+  return header[kHeaderVersion] <= kHighestVersion ? kLayoutAce : kLayoutJet4;
 }
 
-EHeaderVerdict ParseHeaderPage(const SEmbeddedLayout& layout, std::span<const uint8_t> page,
-                               SHeaderPage& header) {
+EHeaderVerdict ParseHeaderPage(const SLayout& layout, std::span<const uint8_t> page, SHeaderPage& header) {
   if (page.size() < layout.pageSize || GetLittle<uint32_t>(page, 0) != kHeaderMark)
     return EHeaderVerdict::NotADatabase;
-  const std::string_view name(reinterpret_cast<const char*>(&page[kNameAt]), layout.engineName.size());
+  const std::string_view name(reinterpret_cast<const char*>(&page[kHeaderName]), layout.engineName.size());
   if (name != layout.engineName)
     return name == kLayoutAce.engineName || name == kLayoutJet4.engineName ? EHeaderVerdict::OtherVersion
                                                                            : EHeaderVerdict::NotADatabase;
-  header.version = page[kVersionAt];
+  header.version = page[kHeaderVersion];
   const uint8_t highest = layout.hasComplexColumns ? kHighestVersion : layout.version;
   if (header.version < layout.version || header.version > highest) return EHeaderVerdict::OtherVersion;
   std::vector<uint8_t> plain(page.begin(), page.end());
-  CRc4(kHeaderKey).Apply(std::span(plain).subspan(kMaskedAt, layout.header.maskedSize));
-  if (GetLittle<uint32_t>(plain, kPageKeyAt) != 0) return EHeaderVerdict::Encrypted;
+  CRc4(kHeaderMaskKey).Apply(std::span(plain).subspan(kHeaderMasked, layout.header.maskedSize));
+  if (GetLittle<uint32_t>(plain, kHeaderDatabaseKey) != 0) return EHeaderVerdict::Encrypted;
   for (uint32_t i = 0; i < 4; i++)
-    if (GetLittle<uint32_t>(plain, kDefinitionsAt + size_t{4} * i) != kObjectsPage + i)
+    if (GetLittle<uint32_t>(plain, kHeaderDefinitions + size_t{4} * i) != kObjectsPage + i)
       return EHeaderVerdict::NotADatabase;
   header.creationDate = std::bit_cast<double>(GetLittle<uint64_t>(plain, layout.header.date));
   header.build = GetLittle<uint16_t>(plain, layout.header.build);
   header.order.language = GetLittle<uint16_t>(plain, layout.header.sortOrder);
-  if (layout.header.date != kAbsent)
-    header.order.version = plain[layout.header.sortOrder + kOrderVersionBehind];
+  header.order.version = GetLittle<uint8_t>(plain, layout.header.sortVersion);
   header.sidMask = MakeSidMask(layout.header, plain, DayOf(header.creationDate));
   return EHeaderVerdict::Ok;
 }

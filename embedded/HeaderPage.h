@@ -34,16 +34,15 @@ struct SHeaderPage {
   SSidMask sidMask{};       // follows from the rest
 };
 
-std::vector<uint8_t> BuildHeaderPage(const SEmbeddedLayout& layout, SHeaderPage& header);
+std::vector<uint8_t> BuildHeaderPage(const SLayout& layout, SHeaderPage& header);
 
 // The layout that a file's first bytes name. Where they name none that is written here it is Jet 4, and
 // ParseHeaderPage says what is wrong.
 inline constexpr size_t kLayoutProbe = 0x15;
-const SEmbeddedLayout& ProbeLayout(std::span<const uint8_t> header);
+const SLayout& ProbeLayout(std::span<const uint8_t> header);
 
 enum class EHeaderVerdict : uint8_t { Ok, NotADatabase, OtherVersion, Encrypted };
 // Only headers of the layout's versions that belong to an unencrypted file are accepted.
-EHeaderVerdict ParseHeaderPage(const SEmbeddedLayout& layout, std::span<const uint8_t> page,
-                               SHeaderPage& header);
+EHeaderVerdict ParseHeaderPage(const SLayout& layout, std::span<const uint8_t> page, SHeaderPage& header);
 
 }  // namespace tolvane

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "embedded/IndexKey.h"
 #include "embedded/RowEncoder.h"
 #include "embedded/StoredText.h"
+#include "format/IndexKey.h"
 #include "platform/Text.h"
 
 namespace tolvane {

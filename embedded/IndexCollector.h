@@ -59,7 +59,7 @@ class CIndexCollector {
   // False, with the obstacle noted, when the row has no key.
   bool MakeKey(std::span<const uint8_t> row);
 
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   const SRealIndex& m_index;
   std::vector<const SColumnDefinition*> m_columns;  // of the index; null where the table has none such
   CIndexedValues m_values;

@@ -51,7 +51,7 @@ CDaoResult CIndexCursor::LoadPage(uint32_t page) {
   if (page == 0 || page >= m_pageCount) return Damaged();
   if (CDaoResult result = m_readPage(page, m_bytes); !result.IsOk()) return result;
   std::u16string problem;
-  const bool isIndex = m_bytes[0] == kIndexNodeType || m_bytes[0] == kIndexLeafType;
+  const bool isIndex = m_bytes[0] == kPageIndexNode || m_bytes[0] == kPageIndexLeaf;
   if (!isIndex || !m_page.Parse(m_layout.index, m_bytes, problem)) return Damaged();
   m_isLoaded = true;
   return CDaoResult::Ok();

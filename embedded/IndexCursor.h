@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "embedded/IndexPage.h"
 #include "embedded/PageFile.h"
+#include "format/IndexPage.h"
 
 namespace tolvane {
 
@@ -22,7 +22,7 @@ class CIndexCursor {
   CIndexCursor(CPageFile& file, uint32_t root)
       : CIndexCursor(file.GetLayout(), file.GetPageCount(), root,
                      [&file](uint32_t page, std::span<uint8_t> bytes) { return file.Read(page, bytes); }) {}
-  CIndexCursor(const SEmbeddedLayout& layout, uint32_t pageCount, uint32_t root, PageReader readPage)
+  CIndexCursor(const SLayout& layout, uint32_t pageCount, uint32_t root, PageReader readPage)
       : m_layout(layout), m_pageCount(pageCount), m_root(root), m_readPage(std::move(readPage)) {}
 
   // The smallest entry whose key is not below `key`; an empty key stands before all. Steps only forward:
@@ -42,7 +42,7 @@ class CIndexCursor {
   // Position of the first entry from `start` on that is not below `key`.
   size_t FindEntry(size_t start, std::span<const uint8_t> key);
 
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   const uint32_t m_pageCount;
   const uint32_t m_root;
   const PageReader m_readPage;

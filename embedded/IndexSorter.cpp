@@ -5,8 +5,8 @@
 #include <atomic>
 #include <utility>
 
-#include "embedded/IndexPageLayout.h"
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
+#include "format/IndexPageLayout.h"
 #include "platform/ErrorHandler.h"
 #include "platform/Files.h"
 #include "platform/Process.h"

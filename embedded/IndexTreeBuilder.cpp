@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
 
 namespace tolvane {
 namespace {
@@ -194,10 +194,10 @@ bool CIndexTreeBuilder::Write(const SPage& page, uint32_t number, uint32_t next)
     maskByte = static_cast<uint8_t>(maskByte | 1U << used % 8);
     start = page.ends[i];
   }
-  m_image[0] = page.IsLeaf() ? kIndexLeafType : kIndexNodeType;
-  m_image[1] = kIndexPageMark;
-  PutLittle(m_image, at.free, static_cast<uint16_t>(at.Capacity() - used));
-  PutLittle(m_image, at.owner, m_ownerPage);
+  m_image[0] = page.IsLeaf() ? kPageIndexLeaf : kPageIndexNode;
+  m_image[1] = kPageFormatted;
+  PutLittle(m_image, kFreeBytesOffset, static_cast<uint16_t>(at.Capacity() - used));
+  PutLittle(m_image, kOwnerOffset, m_ownerPage);
   PutLittle(m_image, at.previous, page.previous);
   PutLittle(m_image, at.next, next);
   PutLittle(m_image, at.tail, page.tail);

@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-#include "embedded/IndexPageLayout.h"
+#include "format/IndexPageLayout.h"
 
 namespace tolvane {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "embedded/EmbeddedLayout.h"
+#include "format/Layout.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -38,8 +38,9 @@ CDaoResult CheckPart(std::u16string_view part) {
   const auto number = equals == part.npos ? std::nullopt : ParseNumber(part.substr(equals + 1));
   if (!number)
     return {EDaoError::InvalidArgument, u"The locale \"" + std::u16string(part) + u"\" is not understood."};
-  if (EqualsIgnoreCase(key, u"COUNTRY") || (EqualsIgnoreCase(key, u"LANGID") && *number == kSortOrder) ||
-      (EqualsIgnoreCase(key, u"CP") && *number == kCodePage))
+  if (EqualsIgnoreCase(key, u"COUNTRY") ||
+      (EqualsIgnoreCase(key, u"LANGID") && *number == kGeneralSortOrder) ||
+      (EqualsIgnoreCase(key, u"CP") && *number == kGeneralCodePage))
     return CDaoResult::Ok();
   return {EDaoError::NotSupported,
           u"No database can be created with the locale \"" + std::u16string(part) +

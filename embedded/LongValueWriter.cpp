@@ -116,7 +116,7 @@ CDaoResult CLongValueWriter::SetBytes(CDaoByteSource& source, CRowEncoder& row) 
 
 // What counts for staying in the row is the length before compression.
 CDaoResult CLongValueWriter::SetText(std::u16string_view text, CRowEncoder& row, size_t& replaced) {
-  const SEmbeddedLayout& layout = m_file.GetLayout();
+  const SLayout& layout = m_file.GetLayout();
   text = WithoutByteOrderMarks(text);
   replaced = 0;
   if (layout.text.IsCodePage()) {

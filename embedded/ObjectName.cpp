@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "embedded/EmbeddedLayout.h"
-#include "embedded/IndexKey.h"
 #include "embedded/StoredText.h"
+#include "format/IndexKey.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 namespace {
@@ -22,8 +22,7 @@ CDaoResult Invalid(std::u16string_view kind, std::u16string_view why) {
 
 }  // namespace
 
-CDaoResult CheckObjectName(const SEmbeddedLayout& layout, std::u16string_view kind,
-                           std::u16string_view name) {
+CDaoResult CheckObjectName(const SLayout& layout, std::u16string_view kind, std::u16string_view name) {
   if (WithoutByteOrderMarks(name).empty()) return Invalid(kind, u"is empty");
   if (name.size() > kMaxNameLength) return Invalid(kind, u"is longer than 64 characters");
   if (name.front() == u' ') return Invalid(kind, u"begins with a blank");
@@ -37,14 +36,14 @@ CDaoResult CheckObjectName(const SEmbeddedLayout& layout, std::u16string_view ki
   return CDaoResult::Ok();
 }
 
-std::string MakeNameKey(const SEmbeddedLayout& layout, std::u16string_view name) {
+std::string MakeNameKey(const SLayout& layout, std::u16string_view name) {
   std::vector<uint8_t> bytes, key;
   AppendStoredText(layout.text, name, ETextForm::Plain, bytes);
   AppendIndexKey({layout.keys}, kTypeText, true, std::span<const uint8_t>(bytes), key);
   return {key.begin(), key.end()};
 }
 
-bool IsNameBefore(const SEmbeddedLayout& layout, std::u16string_view a, std::u16string_view b) {
+bool IsNameBefore(const SLayout& layout, std::u16string_view a, std::u16string_view b) {
   return MakeNameKey(layout, a) < MakeNameKey(layout, b);
 }
 

@@ -5,18 +5,18 @@
 #include <string_view>
 
 #include "dao/dao.h"
-#include "embedded/EmbeddedLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
 // `kind` is what is named, for the message: "table", "field", "index".
-CDaoResult CheckObjectName(const SEmbeddedLayout& layout, std::u16string_view kind, std::u16string_view name);
+CDaoResult CheckObjectName(const SLayout& layout, std::u16string_view kind, std::u16string_view name);
 
 // Two names with equal keys are the same name: the key is the one that the catalogue's index holds, so case
 // and trailing blanks make no difference.
-std::string MakeNameKey(const SEmbeddedLayout& layout, std::u16string_view name);
+std::string MakeNameKey(const SLayout& layout, std::u16string_view name);
 
 // Orders names as definitions store them, ignoring case.
-bool IsNameBefore(const SEmbeddedLayout& layout, std::u16string_view a, std::u16string_view b);
+bool IsNameBefore(const SLayout& layout, std::u16string_view a, std::u16string_view b);
 
 }  // namespace tolvane

@@ -20,7 +20,7 @@ std::u16string WithReason(std::u16string_view what, uint32_t systemError) {
 
 }  // namespace
 
-CPageFile::CPageFile(const SEmbeddedLayout& layout, uint32_t maxPages)
+CPageFile::CPageFile(const SLayout& layout, uint32_t maxPages)
     : m_layout(layout),
       m_maxPages(maxPages),
       m_reservedPages(std::min(kMaxReservedPages, maxPages / 8)),

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "dao/dao.h"
-#include "embedded/EmbeddedLayout.h"
-#include "embedded/PageSet.h"
+#include "format/Layout.h"
+#include "format/PageSet.h"
 #include "platform/FileCust.h"
 
 namespace tolvane {
@@ -24,7 +24,7 @@ enum class EPageUse : uint8_t { Content, Structure };
 class CPageFile {
  public:
   // `layout` must outlive the object. `maxPages` bounds the file's length.
-  CPageFile(const SEmbeddedLayout& layout, uint32_t maxPages);
+  CPageFile(const SLayout& layout, uint32_t maxPages);
   CPageFile(const CPageFile&) = delete;
   CPageFile& operator=(const CPageFile&) = delete;
 
@@ -35,7 +35,7 @@ class CPageFile {
   CDaoResult Close();
   CDaoResult Flush();
 
-  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_layout; }
+  [[nodiscard]] const SLayout& GetLayout() const { return m_layout; }
   // Where what is too much for memory is sorted; with its separator at the end.
   void SetTempFolder(std::u16string_view folder) { m_tempFolder = folder; }
   [[nodiscard]] const std::u16string& GetTempFolder() const { return m_tempFolder; }
@@ -59,7 +59,7 @@ class CPageFile {
   [[nodiscard]] bool IsInWindow(uint32_t page) const;
   [[nodiscard]] std::span<uint8_t> WindowPage(uint32_t page);
 
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   const uint32_t m_maxPages;
   const uint32_t m_reservedPages;  // kept for EPageUse::Structure
   CFileCust m_file;

@@ -6,18 +6,18 @@
 #include <utility>
 
 #include "embedded/IndexCursor.h"
-#include "embedded/IndexKey.h"
 #include "embedded/ObjectName.h"
 #include "embedded/RowValues.h"
 #include "embedded/SystemTables.h"
 #include "embedded/TableIndexes.h"
+#include "format/IndexKey.h"
 #include "platform/Text.h"
 
 namespace tolvane {
 namespace {
 
-CDaoResult FindColumn(const SEmbeddedLayout& layout, const STableDefinition& definition,
-                      std::u16string_view table, std::u16string_view field, uint16_t& number) {
+CDaoResult FindColumn(const SLayout& layout, const STableDefinition& definition, std::u16string_view table,
+                      std::u16string_view field, uint16_t& number) {
   const std::string key = MakeNameKey(layout, field);
   for (const SColumnDefinition& column : definition.columns) {
     if (MakeNameKey(layout, column.name) != key) continue;
@@ -43,9 +43,10 @@ bool HasColumns(const SRealIndex& index, std::vector<uint16_t> numbers) {
 }
 
 bool IsPrimaryKey(const STableDefinition& definition, size_t realIndex) {
-  return std::any_of(
-      definition.logicalIndexes.begin(), definition.logicalIndexes.end(),
-      [&](const auto& logical) { return logical.realIndex == realIndex && logical.kind == kKindPrimary; });
+  return std::any_of(definition.logicalIndexes.begin(), definition.logicalIndexes.end(),
+                     [&](const auto& logical) {
+                       return logical.realIndex == realIndex && logical.kind == kIndexKindPrimary;
+                     });
 }
 
 // The index on exactly these columns that serves best: the primary key, else a unique one, else any.
@@ -250,7 +251,7 @@ SLogicalIndex CRelationEnforcer::MakeSide(uint8_t side) const {
   const bool isForeign = side == kForeignSide;
   SLogicalIndex index;
   index.side = side;
-  index.kind = kKindRelation;
+  index.kind = kIndexKindForeign;
   index.realIndex = static_cast<uint32_t>(isForeign ? m_foreignIndex : m_primaryIndex);
   index.partnerTable = (isForeign ? m_primary : m_foreign).GetPage();
   index.cascadeUpdates = (m_relation.attributes & kDaoRelationUpdateCascade) != 0 ? 1 : 0;
@@ -276,7 +277,7 @@ CDaoResult CRelationEnforcer::AddPair() {
 
 }  // namespace
 
-CDaoResult FindRelationColumns(const SEmbeddedLayout& layout, const CDaoRelationInfo& relation,
+CDaoResult FindRelationColumns(const SLayout& layout, const CDaoRelationInfo& relation,
                                const STableDefinition& primary, const STableDefinition& foreign,
                                SRelationColumns& columns) {
   if (relation.fields.empty() || relation.fields.size() > kMaxIndexFields)

@@ -15,7 +15,7 @@ struct SRelationColumns {
 };
 
 // Fails when a field is not there, or their number is none that the format takes.
-CDaoResult FindRelationColumns(const SEmbeddedLayout& layout, const CDaoRelationInfo& relation,
+CDaoResult FindRelationColumns(const SLayout& layout, const CDaoRelationInfo& relation,
                                const STableDefinition& primary, const STableDefinition& foreign,
                                SRelationColumns& columns);
 

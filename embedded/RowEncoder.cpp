@@ -64,7 +64,7 @@ size_t ReadOffset(const SRowLayout& layout, const CRowTail& tail, std::span<cons
 
 }  // namespace
 
-CRowEncoder::CRowEncoder(const SEmbeddedLayout& layout, const STableDefinition& definition)
+CRowEncoder::CRowEncoder(const SLayout& layout, const STableDefinition& definition)
     : m_layout(layout),
       m_definition(definition),
       m_fixed(definition.GetFixedPartSize()),
@@ -155,9 +155,8 @@ void CRowEncoder::WriteVariable(std::span<uint8_t> row, size_t at) const {
   putOffset(m_variable.size());
 }
 
-bool ReadRowColumn(const SEmbeddedLayout& layout, const STableDefinition& definition,
-                   std::span<const uint8_t> row, const SColumnDefinition& column,
-                   std::optional<std::span<const uint8_t>>& value) {
+bool ReadRowColumn(const SLayout& layout, const STableDefinition& definition, std::span<const uint8_t> row,
+                   const SColumnDefinition& column, std::optional<std::span<const uint8_t>>& value) {
   static constexpr uint8_t kFalse = 0, kTrue = 1;
   const size_t width = layout.row.countSize;
   value.reset();

@@ -14,7 +14,7 @@ namespace tolvane {
 class CRowEncoder {
  public:
   // Both must outlive the encoder.
-  CRowEncoder(const SEmbeddedLayout& layout, const STableDefinition& definition);
+  CRowEncoder(const SLayout& layout, const STableDefinition& definition);
 
   // A new row: every column null, every boolean false.
   void Begin();
@@ -43,7 +43,7 @@ class CRowEncoder {
     m_mask[column.number / 8] = static_cast<uint8_t>(m_mask[column.number / 8] | 1u << (column.number % 8));
   }
 
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   const STableDefinition& m_definition;
   std::vector<uint8_t> m_fixed;
   std::vector<uint8_t> m_mask;
@@ -54,8 +54,7 @@ class CRowEncoder {
 
 // The stored bytes of one column in a row of this definition; nullopt is null. A boolean is one byte, 0 or 1.
 // False when the row is not a sound row.
-bool ReadRowColumn(const SEmbeddedLayout& layout, const STableDefinition& definition,
-                   std::span<const uint8_t> row, const SColumnDefinition& column,
-                   std::optional<std::span<const uint8_t>>& value);
+bool ReadRowColumn(const SLayout& layout, const STableDefinition& definition, std::span<const uint8_t> row,
+                   const SColumnDefinition& column, std::optional<std::span<const uint8_t>>& value);
 
 }  // namespace tolvane

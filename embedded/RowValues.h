@@ -7,9 +7,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "embedded/LittleEndian.h"
 #include "embedded/StoredText.h"
 #include "embedded/TableStore.h"
+#include "format/Bytes.h"
 
 namespace tolvane {
 

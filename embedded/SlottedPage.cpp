@@ -5,22 +5,21 @@
 
 namespace tolvane {
 
-CSlottedPage::CSlottedPage(const SEmbeddedLayout& layout)
+CSlottedPage::CSlottedPage(const SLayout& layout)
     : m_layout(layout), m_page(layout.pageSize), m_lowest(layout.pageSize) {}
 
 void CSlottedPage::Start(uint32_t owner) {
   std::fill(m_page.begin(), m_page.end(), uint8_t{0});
-  m_page[kPageTypeAt] = static_cast<uint8_t>(EPageType::Data);
-  m_page[kPageMarkAt] = kPageMark;
-  PutLittle(std::span(m_page), m_layout.data.owner, owner);
+  m_page[kPageTypeAt] = static_cast<uint8_t>(kPageData);
+  m_page[kPageMarkAt] = kPageFormatted;
+  PutLittle(std::span(m_page), kOwnerOffset, owner);
   m_slotCount = 0;
   m_lowest = m_page.size();
 }
 
 bool CSlottedPage::Load(std::span<const uint8_t> page) {
   const SDataPageLayout& at = m_layout.data;
-  if (page.size() != m_page.size() || page[kPageTypeAt] != static_cast<uint8_t>(EPageType::Data))
-    return false;
+  if (page.size() != m_page.size() || page[kPageTypeAt] != static_cast<uint8_t>(kPageData)) return false;
   const uint32_t slots = GetLittle<uint16_t>(page, at.slotCount);
   if (slots > kMaxRowsPerPage || at.slots + kSlotSize * slots > page.size()) return false;
   size_t lowest = page.size();
@@ -65,11 +64,11 @@ std::span<const uint8_t> CSlottedPage::GetRow(uint32_t row) const {
 }
 
 uint32_t CSlottedPage::GetOwner() const {
-  return GetLittle<uint32_t>(m_page, m_layout.data.owner);
+  return GetLittle<uint32_t>(m_page, kOwnerOffset);
 }
 
 std::span<const uint8_t> CSlottedPage::Finish() {
-  PutLittle(std::span(m_page), m_layout.data.freeBytes, static_cast<uint16_t>(GetFreeBytes()));
+  PutLittle(std::span(m_page), kFreeBytesOffset, static_cast<uint16_t>(GetFreeBytes()));
   PutLittle(std::span(m_page), m_layout.data.slotCount, static_cast<uint16_t>(m_slotCount));
   return m_page;
 }

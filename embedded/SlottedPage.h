@@ -5,13 +5,13 @@
 #include <span>
 #include <vector>
 
-#include "embedded/EmbeddedLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
 class CSlottedPage {
  public:
-  explicit CSlottedPage(const SEmbeddedLayout& layout);
+  explicit CSlottedPage(const SLayout& layout);
 
   // An empty page of that owner.
   void Start(uint32_t owner);
@@ -43,7 +43,7 @@ class CSlottedPage {
   [[nodiscard]] size_t StartOf(uint32_t row) const { return GetLittle<uint16_t>(m_page, SlotAt(row)); }
   [[nodiscard]] size_t EndOf(uint32_t row) const { return row == 0 ? m_page.size() : StartOf(row - 1); }
 
-  const SEmbeddedLayout& m_layout;
+  const SLayout& m_layout;
   std::vector<uint8_t> m_page;
   uint32_t m_slotCount = 0;
   size_t m_lowest;  // start of the lowest row

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 
@@ -28,7 +28,7 @@ std::u16string_view WithoutByteOrderMarks(std::u16string_view text) {
 size_t AppendStoredText(const STextLayout& layout, std::u16string_view text, ETextForm form,
                         std::vector<uint8_t>& out) {
   text = WithoutByteOrderMarks(text);
-  if (layout.IsCodePage()) return EncodeCodePage(kCodePage, text, out);
+  if (layout.IsCodePage()) return EncodeCodePage(kGeneralCodePage, text, out);
   if (form == ETextForm::Plain || !CanCompress(text)) {
     AppendUnits(out, text);
     return 0;
@@ -69,7 +69,7 @@ void AppendPlainText(const STextLayout& layout, std::span<const uint8_t> stored,
 std::u16string DecodePlainText(const STextLayout& layout, std::span<const uint8_t> stored) {
   if (!layout.IsCodePage()) return UnitsOf(stored);
   std::u16string text;
-  DecodeCodePage(kCodePage, stored, text);
+  DecodeCodePage(kGeneralCodePage, stored, text);
   return text;
 }
 
@@ -77,7 +77,7 @@ std::u16string DescribeReplaced(uint64_t count, std::u16string_view where) {
   if (count == 0) return {};
   std::u16string text = ToDecimal(count);
   text.append(count == 1 ? u" character that the code page " : u" characters that the code page ");
-  text.append(ToDecimal(uint64_t{kCodePage})).append(u" does not hold ");
+  text.append(ToDecimal(uint64_t{kGeneralCodePage})).append(u" does not hold ");
   return text.append(count == 1 ? u"was" : u"were").append(u" replaced in ").append(where);
 }
 

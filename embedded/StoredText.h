@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "embedded/EmbeddedLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 

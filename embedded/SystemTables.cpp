@@ -66,15 +66,15 @@ constexpr SColumn kFileColumns[] = {{u"FileURL", kTypeMemo},       {u"FileName",
 
 // In order of their numbers; real and logical indexes correspond one to one.
 const SIndex kObjectsIndexes[] = {{u"ParentIdName", kIndexUnique, 0, {kObjectsParentId, kObjectsName}},
-                                  {u"Id", kIndexUnique, kKindPrimary, {kObjectsId}}};
+                                  {u"Id", kIndexUnique, kIndexKindPrimary, {kObjectsId}}};
 const SIndex kAcesIndexes[] = {{u"ObjectId", kIndexRequired, 0, {kAcesObjectId}}};
-const SIndex kQueriesIndexes[] = {{u"ObjectIdAttribute", kIndexUnique, kKindPrimary, {0, 1, 2}}};
+const SIndex kQueriesIndexes[] = {{u"ObjectIdAttribute", kIndexUnique, kIndexKindPrimary, {0, 1, 2}}};
 const SIndex kRelationshipsIndexes[] = {{u"szRelationship", kIndexIgnoreNulls, 0, {0}},
                                         {u"szObject", kIndexIgnoreNulls, 0, {4}},
                                         {u"szReferencedObject", kIndexIgnoreNulls, 0, {6}}};
 
 const SIndex kComplexColumnsIndexes[] = {
-    {u"IdxID", kIndexUnique | kIndexIgnoreNulls | kIndexRequired, kKindPrimary, {kComplexColumnsId}},
+    {u"IdxID", kIndexUnique | kIndexIgnoreNulls | kIndexRequired, kIndexKindPrimary, {kComplexColumnsId}},
     {u"IdxConceptualTableID", kIndexIgnoreNulls | kIndexRequired, 0, {kComplexColumnsTable}},
     {u"IdxFlatTableID", kIndexIgnoreNulls | kIndexRequired, 0, {kComplexColumnsFlatTable}}};
 
@@ -178,7 +178,7 @@ constexpr std::array<uint8_t, kLongestSid> MakeAdministrators() {
 }
 constexpr auto kAdministrators = MakeAdministrators();
 
-uint16_t LengthOf(const SEmbeddedLayout& layout, uint8_t type) {
+uint16_t LengthOf(const SLayout& layout, uint8_t type) {
   const bool isShort = type == kTypeText || type == kTypeBinary;
   return isShort ? static_cast<uint16_t>(kMaxTextLength * layout.text.unitSize) : LengthOfType(type);
 }
@@ -187,7 +187,7 @@ bool IsVariable(uint8_t type) {
   return type == kTypeText || type == kTypeBinary || IsLongValueType(type);
 }
 
-SColumnDefinition MakeColumn(const SEmbeddedLayout& layout, const SColumn& from) {
+SColumnDefinition MakeColumn(const SLayout& layout, const SColumn& from) {
   SColumnDefinition column;
   column.name = from.name;
   column.type = from.type;
@@ -197,7 +197,7 @@ SColumnDefinition MakeColumn(const SEmbeddedLayout& layout, const SColumn& from)
   return column;
 }
 
-SColumnDefinition MakeSystemColumn(const SEmbeddedLayout& layout, const SColumn& from) {
+SColumnDefinition MakeSystemColumn(const SLayout& layout, const SColumn& from) {
   SColumnDefinition column = MakeColumn(layout, from);
   column.flags |= kColumnSystem;
   if (from.name == u"Owner" || from.name == u"SID") column.flags |= kColumnSid;
@@ -238,7 +238,7 @@ std::span<const uint8_t> GetSid(EAccount account, std::array<uint8_t, 2>& buffer
   return buffer;
 }
 
-std::span<const SSystemTable> GetSystemTables(const SEmbeddedLayout& layout) {
+std::span<const SSystemTable> GetSystemTables(const SLayout& layout) {
   return std::span(kTables).first(layout.hasComplexColumns ? std::size(kTables) : kCatalogueTableCount);
 }
 
@@ -252,7 +252,7 @@ std::vector<SColumnDefinition> MakeComplexColumns(EComplexKind kind) {
   return columns;
 }
 
-STableDefinition MakeSystemTable(const SEmbeddedLayout& layout, STextOrder order, size_t table) {
+STableDefinition MakeSystemTable(const SLayout& layout, STextOrder order, size_t table) {
   STableDefinition definition;
   definition.tableType = table < kCatalogueTableCount ? kSystemTable : kUserTable;
   if (table < kFirstKind) {
@@ -276,12 +276,12 @@ STableDefinition MakeSystemTable(const SEmbeddedLayout& layout, STextOrder order
 std::span<const SSystemObject> GetSystemObjects() {
   return kObjects;
 }
-std::span<const SSystemAce> GetSystemAces(const SEmbeddedLayout& layout) {
+std::span<const SSystemAce> GetSystemAces(const SLayout& layout) {
   static const std::vector<SSystemAce> kOfAce = ListAceAces();
   return layout.hasComplexColumns ? std::span<const SSystemAce>(kOfAce) : kAces;
 }
 
-bool IsSystemTable(const SEmbeddedLayout& layout, size_t table, const STableDefinition& definition) {
+bool IsSystemTable(const SLayout& layout, size_t table, const STableDefinition& definition) {
   const STableDefinition expected = MakeSystemTable(layout, {}, table);
   const auto sameColumn = [](const SColumnDefinition& a, const SColumnDefinition& b) {
     return std::tie(a.name, a.type, a.number, a.variableIndex, a.fixedOffset, a.length) ==

@@ -108,18 +108,18 @@ struct SSystemTable {
   uint32_t objectFlags;
 };
 // In the order in which they are made; the catalogue's four are the first.
-std::span<const SSystemTable> GetSystemTables(const SEmbeddedLayout& layout);
+std::span<const SSystemTable> GetSystemTables(const SLayout& layout);
 // Definition of the table at that place of the list, without pages.
-STableDefinition MakeSystemTable(const SEmbeddedLayout& layout, STextOrder order, size_t table);
+STableDefinition MakeSystemTable(const SLayout& layout, STextOrder order, size_t table);
 // The kind's own columns, as in its empty table.
 std::vector<SColumnDefinition> MakeComplexColumns(EComplexKind kind);
 
 // The first rows of MSysObjects and MSysACEs, in the order in which they are stored. Those of ACE's own
 // tables follow from the list.
 std::span<const SSystemObject> GetSystemObjects();
-std::span<const SSystemAce> GetSystemAces(const SEmbeddedLayout& layout);
+std::span<const SSystemAce> GetSystemAces(const SLayout& layout);
 
 // True when the definition has the columns and indexes of that system table, so that rows can be added to it.
-bool IsSystemTable(const SEmbeddedLayout& layout, size_t table, const STableDefinition& definition);
+bool IsSystemTable(const SLayout& layout, size_t table, const STableDefinition& definition);
 
 }  // namespace tolvane

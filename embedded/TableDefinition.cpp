@@ -36,8 +36,8 @@ std::span<uint8_t> AppendBlock(std::vector<uint8_t>& out, size_t size) {
 
 void EncodeHeader(const SDefinitionLayout& at, const STableDefinition& definition,
                   std::span<uint8_t> header) {
-  header[kPageTypeAt] = static_cast<uint8_t>(EPageType::Definition);
-  header[kPageMarkAt] = kPageMark;
+  header[kPageTypeAt] = static_cast<uint8_t>(kPageDefinition);
+  header[kPageMarkAt] = kPageFormatted;
   PutLittle(header, at.magic, kDefinitionMagic);
   PutLittle(header, at.rowCount, definition.rowCount);
   PutLittle(header, at.autoNumber, definition.autoNumber);
@@ -89,7 +89,7 @@ void EncodeColumn(const SColumnLayout& at, const SColumnDefinition& column, std:
   PutLittle(block, at.variableIndex, column.variableIndex);
   PutLittle(block, at.displayNumber, column.displayNumber);
   EncodeOrder(at, column, block);
-  PutLittle(block, at.codePage, kCodePage);
+  PutLittle(block, at.codePage, kGeneralCodePage);
   PutLittle(block, at.flags, column.flags);
   PutLittle(block, at.extendedFlags, column.extendedFlags);
   PutLittle(block, at.fixedOffset, column.fixedOffset);
@@ -136,7 +136,7 @@ void EncodeLogicalIndex(const SLogicalIndexLayout& at, const SLogicalIndex& inde
 }
 
 // In the order of their maps: by display number, then by name, whatever order the columns are stored in.
-std::vector<const SColumnDefinition*> LongValueColumns(const SEmbeddedLayout& layout,
+std::vector<const SColumnDefinition*> LongValueColumns(const SLayout& layout,
                                                        const STableDefinition& definition) {
   std::vector<const SColumnDefinition*> columns;
   for (const SColumnDefinition& column : definition.columns)
@@ -172,8 +172,7 @@ bool TakeHeader(const SDefinitionLayout& at, CByteTaker& taker, STableDefinition
 }
 
 // After a failed take the pieces are empty and nothing more is decoded; the caller asks the taker at the end.
-void TakeColumns(const SEmbeddedLayout& layout, size_t count, CByteTaker& taker,
-                 STableDefinition& definition) {
+void TakeColumns(const SLayout& layout, size_t count, CByteTaker& taker, STableDefinition& definition) {
   for (size_t i = 0; i < count; i++) {
     const std::span<const uint8_t> bytes = taker.Take(layout.column.size);
     if (taker.IsOk()) definition.columns.push_back(DecodeColumn(layout.column, bytes));
@@ -181,8 +180,8 @@ void TakeColumns(const SEmbeddedLayout& layout, size_t count, CByteTaker& taker,
   for (SColumnDefinition& column : definition.columns) column.name = TakeName(layout.text, taker);
 }
 
-void TakeIndexes(const SEmbeddedLayout& layout, const SPartCounts& counts,
-                 std::span<const uint8_t> statistics, CByteTaker& taker, STableDefinition& definition) {
+void TakeIndexes(const SLayout& layout, const SPartCounts& counts, std::span<const uint8_t> statistics,
+                 CByteTaker& taker, STableDefinition& definition) {
   const SDefinitionLayout& at = layout.definition;
   for (size_t i = 0; i < counts.real; i++) {
     const std::span<const uint8_t> bytes = taker.Take(layout.realIndex.size);
@@ -213,7 +212,7 @@ void TakeLongValueMaps(CByteTaker& taker, STableDefinition& definition) {
 }
 
 // What later code relies on: numbers within their counts, unique, and fixed columns inside the row.
-bool IsSound(const SEmbeddedLayout& layout, const STableDefinition& definition) {
+bool IsSound(const SLayout& layout, const STableDefinition& definition) {
   std::set<uint16_t> numbers, variables;
   for (const SColumnDefinition& column : definition.columns) {
     if (column.number >= definition.columnsEver || !numbers.insert(column.number).second) return false;
@@ -230,8 +229,8 @@ bool IsSound(const SEmbeddedLayout& layout, const STableDefinition& definition) 
 
 // What a page's head says of the page. A number of free bytes counts eight bytes less than the page has left,
 // and stops at 0.
-uint16_t DefinitionWord(const SEmbeddedLayout& layout, size_t bytesLeft) {
-  if (!layout.definition.hasFreeBytes) return kDefinitionMark;
+uint16_t DefinitionWord(const SLayout& layout, size_t bytesLeft) {
+  if (!layout.definition.hasFreeBytes) return kJet3DefinitionMark;
   return static_cast<uint16_t>(bytesLeft > kDefinitionHead ? bytesLeft - kDefinitionHead : 0);
 }
 
@@ -294,7 +293,7 @@ const SColumnDefinition* STableDefinition::FindColumn(uint16_t number) const {
   return nullptr;
 }
 
-std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STableDefinition& definition) {
+std::vector<uint8_t> EncodeDefinition(const SLayout& layout, const STableDefinition& definition) {
   std::vector<uint8_t> block;
   EncodeHeader(layout.definition, definition, AppendBlock(block, layout.definition.headerSize));
   for (const SRealIndex& index : definition.realIndexes)
@@ -318,8 +317,7 @@ std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STabl
   return block;
 }
 
-bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> block,
-                      STableDefinition& definition) {
+bool DecodeDefinition(const SLayout& layout, std::span<const uint8_t> block, STableDefinition& definition) {
   CByteTaker taker(block);
   SPartCounts counts;
   definition = {};
@@ -331,14 +329,14 @@ bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> bl
   return taker.IsOk() && IsSound(layout, definition);
 }
 
-size_t CountDefinitionPages(const SEmbeddedLayout& layout, size_t blockSize) {
+size_t CountDefinitionPages(const SLayout& layout, size_t blockSize) {
   const size_t perPage = layout.pageSize - kDefinitionHead;
   return std::max<size_t>(1, (blockSize - kDefinitionHead + perPage - 1) / perPage);
 }
 
 CDaoResult StoreDefinition(CPageFile& file, const STableDefinition& definition,
                            std::vector<uint32_t>& pages) {
-  const SEmbeddedLayout& layout = file.GetLayout();
+  const SLayout& layout = file.GetLayout();
   const std::vector<uint8_t> block = EncodeDefinition(layout, definition);
   const size_t perPage = layout.pageSize - kDefinitionHead;
   const size_t needed = CountDefinitionPages(layout, block.size());
@@ -353,8 +351,8 @@ CDaoResult StoreDefinition(CPageFile& file, const STableDefinition& definition,
     const std::span<const uint8_t> part =
         content.subspan(i * perPage, std::min(perPage, content.size() - i * perPage));
     std::fill(bytes.begin(), bytes.end(), uint8_t{0});
-    bytes[kPageTypeAt] = static_cast<uint8_t>(EPageType::Definition);
-    bytes[kPageMarkAt] = kPageMark;
+    bytes[kPageTypeAt] = static_cast<uint8_t>(kPageDefinition);
+    bytes[kPageMarkAt] = kPageFormatted;
     PutLittle(std::span(bytes), kDefinitionFree, DefinitionWord(layout, perPage - part.size()));
     PutLittle(std::span(bytes), kDefinitionNext, i + 1 < needed ? pages[i + 1] : 0);
     std::copy(part.begin(), part.end(), bytes.begin() + kDefinitionHead);
@@ -373,7 +371,7 @@ CDaoResult LoadDefinition(CPageFile& file, uint32_t firstPage, STableDefinition&
   for (uint32_t page = firstPage; page != 0; page = GetLittle<uint32_t>(bytes, kDefinitionNext)) {
     if (page >= file.GetPageCount() || pages.size() == kMaxPages) return damaged;
     if (CDaoResult result = file.Read(page, bytes); !result.IsOk()) return result;
-    if (bytes[kPageTypeAt] != static_cast<uint8_t>(EPageType::Definition)) return damaged;
+    if (bytes[kPageTypeAt] != static_cast<uint8_t>(kPageDefinition)) return damaged;
     block.insert(block.end(), bytes.begin() + (pages.empty() ? 0 : static_cast<ptrdiff_t>(kDefinitionHead)),
                  bytes.end());
     pages.push_back(page);

@@ -11,7 +11,7 @@ namespace tolvane {
 
 // How texts sort: language 0x0409 in version 0 is "General Legacy", in version 1 "General".
 struct STextOrder {
-  uint16_t language = kSortOrder;
+  uint16_t language = kGeneralSortOrder;
   uint8_t version = 0;
   bool operator==(const STextOrder&) const = default;
 };
@@ -88,13 +88,12 @@ struct STableDefinition {
 SColumnDefinition DecodeColumn(const SColumnLayout& at, std::span<const uint8_t> block);
 SLogicalIndex DecodeLogicalIndex(const SLogicalIndexLayout& at, std::span<const uint8_t> block);
 
-std::vector<uint8_t> EncodeDefinition(const SEmbeddedLayout& layout, const STableDefinition& definition);
+std::vector<uint8_t> EncodeDefinition(const SLayout& layout, const STableDefinition& definition);
 // False when the block is not a sound definition.
-bool DecodeDefinition(const SEmbeddedLayout& layout, std::span<const uint8_t> block,
-                      STableDefinition& definition);
+bool DecodeDefinition(const SLayout& layout, std::span<const uint8_t> block, STableDefinition& definition);
 
 // Pages that a block of this size takes.
-size_t CountDefinitionPages(const SEmbeddedLayout& layout, size_t blockSize);
+size_t CountDefinitionPages(const SLayout& layout, size_t blockSize);
 // Writes the block to `pages`; the first one is the definition's own number. Missing pages are allocated.
 CDaoResult StoreDefinition(CPageFile& file, const STableDefinition& definition, std::vector<uint32_t>& pages);
 CDaoResult LoadDefinition(CPageFile& file, uint32_t firstPage, STableDefinition& definition,

@@ -210,7 +210,7 @@ CDaoResult CIndexRebuild::Weaken(size_t index, const SRepeats& repeats) {
 
 void CIndexRebuild::LosePrimary(size_t index) {
   for (SLogicalIndex& logical : m_definition.logicalIndexes) {
-    if (logical.realIndex != index || logical.kind != kKindPrimary) continue;
+    if (logical.realIndex != index || logical.kind != kIndexKindPrimary) continue;
     logical.kind = 0;
     Note(index, u"is no longer the primary key");
   }

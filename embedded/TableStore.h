@@ -47,7 +47,7 @@ class CTableStore {
 
   [[nodiscard]] uint32_t GetPage() const { return m_page; }
   [[nodiscard]] const STableDefinition& GetDefinition() const { return m_definition; }
-  [[nodiscard]] const SEmbeddedLayout& GetLayout() const { return m_file.GetLayout(); }
+  [[nodiscard]] const SLayout& GetLayout() const { return m_file.GetLayout(); }
   [[nodiscard]] int32_t GetAutoNumber() const { return static_cast<int32_t>(m_definition.autoNumber); }
   void RaiseAutoNumber(int32_t value);
 

@@ -13,7 +13,7 @@ CDaoResult BadMap() {
   return {EDaoError::NotADatabase, u"A map of used pages in the database is damaged."};
 }
 
-uint32_t PagesPerBitPage(const SEmbeddedLayout& layout) {
+uint32_t PagesPerBitPage(const SLayout& layout) {
   return (layout.pageSize - static_cast<uint32_t>(kMapPageBits)) * 8;
 }
 
@@ -45,8 +45,8 @@ std::vector<uint32_t> ReferencesOf(std::span<const uint8_t> row) {
 }
 
 CDaoResult WriteBitPage(CPageFile& file, uint32_t page, std::span<uint8_t> bytes) {
-  bytes[kPageTypeAt] = static_cast<uint8_t>(EPageType::MapBits);
-  bytes[kPageMarkAt] = kPageMark;
+  bytes[kPageTypeAt] = static_cast<uint8_t>(kPageMap);
+  bytes[kPageMarkAt] = kPageFormatted;
   return file.Write(page, bytes);
 }
 
@@ -173,7 +173,7 @@ CDaoResult LoadUsageMap(CPageFile& file, uint32_t pointer, CPageSet& pages) {
     if (references[i] == 0) continue;
     if (references[i] >= file.GetPageCount()) return BadMap();
     if (CDaoResult result = file.Read(references[i], bytes); !result.IsOk()) return result;
-    if (bytes[kPageTypeAt] != static_cast<uint8_t>(EPageType::MapBits)) return BadMap();
+    if (bytes[kPageTypeAt] != static_cast<uint8_t>(kPageMap)) return BadMap();
     AddBits(std::span(bytes).subspan(kMapPageBits), uint64_t{i} * PagesPerBitPage(file.GetLayout()),
             file.GetPageCount(), pages);
   }
@@ -181,7 +181,7 @@ CDaoResult LoadUsageMap(CPageFile& file, uint32_t pointer, CPageSet& pages) {
 }
 
 CDaoResult StoreGlobalMap(CPageFile& file) {
-  const SEmbeddedLayout& layout = file.GetLayout();
+  const SLayout& layout = file.GetLayout();
   std::vector<uint8_t> bytes(layout.pageSize);
   if (CDaoResult result = file.Read(kGlobalMapPage, bytes); !result.IsOk()) return result;
   CSlottedPage mapPage(layout);

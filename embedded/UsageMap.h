@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "embedded/PageFile.h"
-#include "embedded/PageSet.h"
+#include "format/PageSet.h"
 
 namespace tolvane {
 

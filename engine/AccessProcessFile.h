@@ -37,7 +37,7 @@ class CAccessProcessFile {
  protected:
   // The rules outlive the parser.
   explicit CAccessProcessFile(const SRecoveryRules& rules) : m_rules(rules) {}
-  [[nodiscard]] const SJetLayout& GetLayout() const { return m_source->GetLayout(); }
+  [[nodiscard]] const SLayout& GetLayout() const { return m_source->GetLayout(); }
 
  private:
   const SRecoveryRules& m_rules;

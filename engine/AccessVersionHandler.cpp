@@ -15,7 +15,7 @@ std::atomic<bool> g_isJet4{false};
 
 bool CAccessVersionHandler::IsJet4(CSource& source) const {
   if (!source.IsOpen()) return false;
-  return source.GetHeader()[kVersionByte] != 0 || !CValidateData().IsJet3(source.GetPages());
+  return source.GetHeader()[kHeaderVersion] != 0 || !CValidateData().IsJet3(source.GetPages());
 }
 
 bool CAccessVersionHandler::IsJet4Flag() {

@@ -47,12 +47,10 @@ constexpr uint8_t kIdColumn = 0;
 constexpr uint8_t kParentIdColumn = 1;
 constexpr uint8_t kNameColumn = 2;
 constexpr uint32_t kIndexes = 2;  // (ParentId, Name) and the primary key (Id)
-constexpr uint32_t kIndexBlockMark = 0x783;
-constexpr uint8_t kIndexFlagJet4 = 0x80;
 
 class CImage {
  public:
-  CImage(const SJetLayout& layout, const SRecoveryRules& rules)
+  CImage(const SLayout& layout, const SRecoveryRules& rules)
       : m_layout(layout), m_rules(rules), m_bytes(layout.pageSize), m_columns(kColumns) {
     if (layout.isJet3) {
       for (SCatalogueColumn& column : m_columns) column.length = std::min(column.length, kJet3TextBytes);
@@ -65,7 +63,7 @@ class CImage {
 
   std::vector<uint8_t> Make() {
     PutHeader();
-    size_t at = m_layout.definition.headerLength + kIndexes * m_layout.definition.statisticsLength;
+    size_t at = m_layout.definition.headerSize + kIndexes * m_layout.definition.statisticsSize;
     for (const SCatalogueColumn& column : m_columns) at = PutColumn(at, column);
     for (const SCatalogueColumn& column : m_columns) at = PutName(at, column.name);
     at = PutRealIndex(at, std::array{kParentIdColumn, kNameColumn});
@@ -86,14 +84,14 @@ class CImage {
 
   void PutHeader() {
     const SDefinitionLayout& at = m_layout.definition;
-    std::copy_n(at.signature.begin(), at.signatureLength, m_bytes.begin());
-    if (at.secondWord != 0) Put(at.secondWord, kDefinitionMark, 4);
+    std::copy_n(at.signature.begin(), at.signatureSize, m_bytes.begin());
+    if (at.magic != kAbsent) Put(at.magic, kDefinitionMagic, 4);
     Put(at.tableType, kSystemTable, 1);
-    Put(at.highestColumn, kColumns.size(), 2);
-    Put(at.variableColumns, kVariableColumns, 2);
+    Put(at.columnsEver, kColumns.size(), 2);
+    Put(at.variableEver, kVariableColumns, 2);
     Put(at.columnCount, kColumns.size(), 2);
-    Put(at.indexCount, kIndexes, 4);
-    Put(at.realIndexCount, kIndexes, 4);
+    Put(at.logicalCount, kIndexes, 4);
+    Put(at.realCount, kIndexes, 4);
   }
 
   size_t PutColumn(size_t position, const SCatalogueColumn& column) {
@@ -113,35 +111,35 @@ class CImage {
     const bool isRaw = m_layout.isJet3 && m_rules.rawJet3Names;
     const size_t unit = m_layout.isJet3 && !isRaw ? 1 : 2;
     const size_t units = name.size() + (isRaw ? 1 : 0);
-    Put(position, units * unit, m_layout.definition.nameLengthWidth);
-    position += m_layout.definition.nameLengthWidth;
+    Put(position, units * unit, m_layout.text.nameLengthSize);
+    position += m_layout.text.nameLengthSize;
     for (size_t i = 0; i < name.size(); i++) Put(position + i * unit, name[i], unit);
     return position + units * unit;
   }
 
   size_t PutRealIndex(size_t position, std::span<const uint8_t> columns) {
-    const SIndexLayout& at = m_layout.index;
-    if (at.columns != 0) Put(position, kIndexBlockMark, 4);
-    for (size_t i = 0; i < kIndexColumnsStored; i++) {
-      const size_t place = position + at.columns + i * kIndexColumnSize;
-      Put(place, i < columns.size() ? columns[i] : kNoIndexColumn, 2);
+    const SRealIndexLayout& at = m_layout.realIndex;
+    if (at.magic != kAbsent) Put(position + at.magic, kRealIndexMagic, 4);
+    for (size_t i = 0; i < kIndexSlots; i++) {
+      const size_t place = position + at.slots + i * kIndexSlotSize;
+      Put(place, i < columns.size() ? columns[i] : kNoColumn, 2);
       Put(place + 2, kIndexAscending, 1);
     }
     if (!m_layout.isJet3) Put(position + m_rules.indexFlagsOffsetJet4, kIndexUnique, 1);
-    Put(position + at.flags, m_layout.isJet3 ? kIndexUnique : kIndexUnique | kIndexFlagJet4, 1);
-    return position + at.realSize;
+    Put(position + at.flags, kIndexUnique | at.alwaysSet, 1);
+    return position + at.size;
   }
 
   size_t PutLogicalIndex(size_t position, uint32_t number, uint8_t kind) {
-    const SIndexLayout& at = m_layout.index;
-    if (at.logicalNumber != 0) Put(position, kDefinitionMark, 4);
-    Put(position + at.logicalNumber, number, 4);
-    Put(position + at.logicalNumber + 4, number, 4);
+    const SLogicalIndexLayout& at = m_layout.logicalIndex;
+    if (at.magic != kAbsent) Put(position + at.magic, kDefinitionMagic, 4);
+    Put(position + at.number, number, 4);
+    Put(position + at.realIndex, number, 4);
     Put(position + at.kind, kind, 1);
-    return position + at.logicalSize;
+    return position + at.size;
   }
 
-  const SJetLayout& m_layout;
+  const SLayout& m_layout;
   const SRecoveryRules& m_rules;
   std::vector<uint8_t> m_bytes;
   std::array<SCatalogueColumn, kColumns.size()> m_columns;
@@ -149,7 +147,7 @@ class CImage {
 
 }  // namespace
 
-std::vector<uint8_t> MakeCatalogueImage(const SJetLayout& layout, const SRecoveryRules& rules) {
+std::vector<uint8_t> MakeCatalogueImage(const SLayout& layout, const SRecoveryRules& rules) {
   return CImage(layout, rules).Make();
 }
 

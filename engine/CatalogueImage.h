@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <vector>
 
-#include "engine/JetLayout.h"
+#include "format/Layout.h"
 #include "model/RecoveryRules.h"
 
 namespace tolvane {
 
 // One page, made so that a decoder that follows `rules` reads the right columns from it.
-std::vector<uint8_t> MakeCatalogueImage(const SJetLayout& layout, const SRecoveryRules& rules);
+std::vector<uint8_t> MakeCatalogueImage(const SLayout& layout, const SRecoveryRules& rules);
 
 }  // namespace tolvane

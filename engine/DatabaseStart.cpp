@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/JetLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
@@ -21,8 +21,8 @@ namespace {
 // Another start than 0 is believed only where both stand, where a file that begins at 0 has neither, and
 // where what stands in front are no pages of a database: pages of another file can lie inside a damaged one.
 // A database that is stored in another one's OLE object is cut into pieces there and shows no second mark.
-constexpr std::string_view kHeaderMark{"\0\1\0\0Standard ", 13};
-constexpr std::array<uint8_t, 2> kDefinitionMark{kPageDefinition, kPageFormatted};
+constexpr std::string_view kHeaderText{"\0\1\0\0Standard ", 13};
+constexpr std::array<uint8_t, 2> kDefinitionHeadBytes{kPageDefinition, kPageFormatted};
 
 constexpr size_t kBytesSearched = size_t{1} << 20;
 constexpr int kStartsTried = 16;
@@ -30,14 +30,14 @@ constexpr int kStartsTried = 16;
 constexpr int kHeadsByChance = 1;
 
 bool HasCatalogue(CPageReader& file, uint64_t start, uint32_t pageSize) {
-  std::array<uint8_t, kDefinitionMark.size()> head{};
-  file.ReadFile(start + uint64_t{kCataloguePage} * pageSize, head);
-  return head == kDefinitionMark;
+  std::array<uint8_t, kDefinitionHeadBytes.size()> head{};
+  file.ReadFile(start + uint64_t{kObjectsPage} * pageSize, head);
+  return head == kDefinitionHeadBytes;
 }
 
 uint32_t PageSizeOf(std::string_view header) {
-  const bool isJet3 = header.size() > kVersionByte && header[kVersionByte] == 0;
-  return (isJet3 ? kJet3Layout : kJet4Layout).pageSize;
+  const bool isJet3 = header.size() > kHeaderVersion && header[kHeaderVersion] == 0;
+  return (isJet3 ? kLayoutJet3 : kLayoutJet4).pageSize;
 }
 
 bool HasPages(std::string_view foreign, uint32_t pageSize) {
@@ -56,16 +56,16 @@ std::string_view ReadText(CPageReader& file, std::vector<uint8_t>& buffer) {
 }  // namespace
 
 uint64_t FindDatabaseStart(CPageReader& file) {
-  std::vector<uint8_t> buffer(kHeaderMark.size());
-  if (ReadText(file, buffer) == kHeaderMark) return 0;
-  if (HasCatalogue(file, 0, kJet3Layout.pageSize) || HasCatalogue(file, 0, kJet4Layout.pageSize)) return 0;
+  std::vector<uint8_t> buffer(kHeaderText.size());
+  if (ReadText(file, buffer) == kHeaderText) return 0;
+  if (HasCatalogue(file, 0, kLayoutJet3.pageSize) || HasCatalogue(file, 0, kLayoutJet4.pageSize)) return 0;
   buffer.resize(kBytesSearched);
   const std::string_view text = ReadText(file, buffer);
-  size_t start = text.find(kHeaderMark);
+  size_t start = text.find(kHeaderText);
   for (int tried = 0; tried < kStartsTried && start != std::string_view::npos; ++tried) {
     const uint32_t pageSize = PageSizeOf(text.substr(start));
     if (HasCatalogue(file, start, pageSize) && !HasPages(text.substr(0, start), pageSize)) return start;
-    start = text.find(kHeaderMark, start + 1);
+    start = text.find(kHeaderText, start + 1);
   }
   return 0;
 }

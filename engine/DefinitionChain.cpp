@@ -6,7 +6,7 @@
 
 namespace tolvane {
 
-CDefinitionChain::CDefinitionChain(CPageReader& reader, const SJetLayout& layout)
+CDefinitionChain::CDefinitionChain(CPageReader& reader, const SLayout& layout)
     : m_reader(reader), m_linksLeft(2 * reader.GetPageCount(layout.pageSize)), m_page(layout.pageSize) {}
 
 bool CDefinitionChain::Read(uint64_t offset) {
@@ -30,7 +30,7 @@ bool CDefinitionChain::ReadOnePage(uint64_t offset) {
     m_isWhole = false;
     if (offset + m_page.size() > m_reader.GetLength()) m_reader.ReadPartialPage(offset, m_page);
   }
-  const size_t head = m_bytes.empty() ? 0 : kDefinitionPageHead;
+  const size_t head = m_bytes.empty() ? 0 : kDefinitionHead;
   m_bytes.resize(m_bytes.size() + m_page.size());
   std::copy(m_page.begin() + static_cast<ptrdiff_t>(head), m_page.end(),
             m_bytes.begin() + static_cast<ptrdiff_t>(m_end));
@@ -39,7 +39,7 @@ bool CDefinitionChain::ReadOnePage(uint64_t offset) {
 }
 
 std::optional<uint64_t> CDefinitionChain::NextOffset() {
-  const uint64_t next = uint64_t{CDataReader::ReadUInt32(&m_page[kNextPageOffset])} * m_page.size();
+  const uint64_t next = uint64_t{CDataReader::ReadUInt32(&m_page[kDefinitionNext])} * m_page.size();
   if (next == 0) return std::nullopt;
   const bool canFollow = next < m_reader.GetLength() && m_visited.count(next) == 0 && m_linksLeft > 0 &&
                          m_bytes.size() + m_page.size() <= kLongestDefinition;

@@ -8,8 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "engine/JetLayout.h"
 #include "engine/PageReader.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
@@ -20,7 +20,7 @@ class CDefinitionChain {
 
   // The reader is open and outlives this object. Links are followed at most twice as often as the file has
   // pages, over all definitions: beyond that each one is cut after its first page.
-  CDefinitionChain(CPageReader& reader, const SJetLayout& layout);
+  CDefinitionChain(CPageReader& reader, const SLayout& layout);
 
   // Reads the definition whose first page is at `offset`. An unreadable page leaves zeros. False: the chain
   // leads out of the file or back into itself, is too long, or a page of it cannot be read.

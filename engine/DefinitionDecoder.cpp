@@ -17,8 +17,7 @@ constexpr uint32_t kLongestUtf16Name = 254;  // bytes
 
 }  // namespace
 
-CDefinitionDecoder::CDefinitionDecoder(const SJetLayout& layout, const SRecoveryRules& rules,
-                                       uint32_t codePage)
+CDefinitionDecoder::CDefinitionDecoder(const SLayout& layout, const SRecoveryRules& rules, uint32_t codePage)
     : m_layout(layout), m_rules(rules), m_codePage(codePage) {}
 
 void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& definitions) {
@@ -30,7 +29,7 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
   for (const auto& table : data.GetTables()) {
     if (!CRepairingFileStatus::Instance().IsRunning()) return;
     const uint32_t page = table->GetPage(m_layout.pageSize);
-    if (page == kCataloguePage && m_rules.useBuiltInCatalogue) {
+    if (page == kObjectsPage && m_rules.useBuiltInCatalogue) {
       Decode(image, *table);
       continue;
     }
@@ -63,23 +62,23 @@ void CDefinitionDecoder::ReadHeader(SWalk& walk, CAccessTable& table) const {
   const CByteView& bytes = walk.bytes;
   SAccessTableHeader header;
   header.definitionLength = bytes.GetUInt32(at.length);
-  if (at.secondWord != 0) header.secondWord = bytes.GetUInt32(at.secondWord);
+  if (at.magic != kAbsent) header.secondWord = bytes.GetUInt32(at.magic);
   header.rowCount = bytes.GetUInt32(at.rowCount);
   header.nextAutoNumber = bytes.GetUInt32(at.autoNumber);
   header.tableType = bytes.GetUInt8(at.tableType);
-  header.highestColumnNumber = bytes.GetUInt16(at.highestColumn);
-  header.variableColumnCount = bytes.GetUInt16(at.variableColumns);
+  header.highestColumnNumber = bytes.GetUInt16(at.columnsEver);
+  header.variableColumnCount = bytes.GetUInt16(at.variableEver);
   header.columnCount = bytes.GetUInt16(at.columnCount);
-  header.indexCount = bytes.GetUInt32(at.indexCount);
-  header.realIndexCount = bytes.GetUInt32(at.realIndexCount);
-  header.usedPagesMap = bytes.GetUInt32(at.usedPagesMap);
-  header.freePagesMap = bytes.GetUInt32(at.freePagesMap);
+  header.indexCount = bytes.GetUInt32(at.logicalCount);
+  header.realIndexCount = bytes.GetUInt32(at.realCount);
+  header.usedPagesMap = bytes.GetUInt32(at.ownedMap);
+  header.freePagesMap = bytes.GetUInt32(at.freeMap);
   table.header = header;
   table.promisedRows = header.rowCount;
 
   walk.columnCount = header.columnCount;
   walk.realIndexCount = header.realIndexCount;
-  walk.position = at.headerLength + uint64_t{at.statisticsLength} * header.realIndexCount;
+  walk.position = at.headerSize + uint64_t{at.statisticsSize} * header.realIndexCount;
   if (header.columnCount == 0 || header.definitionLength > walk.length) walk.isSound = false;
 }
 
@@ -109,13 +108,13 @@ CAccessColumn CDefinitionDecoder::ReadColumn(const SWalk& walk, uint64_t at) con
   if (!m_layout.isJet3 && m_rules.columnNumberLowByteOnly) column.number &= 0xFF;
   column.variableIndex = walk.bytes.GetUInt16(at + field.variableIndex);
   column.misc = walk.bytes.GetUInt32(at + field.misc);
-  if (field.codePage != 0 && (column.type == kTypeText || column.type == kTypeMemo))
+  if (field.codePage != kAbsent && (column.type == kTypeText || column.type == kTypeMemo))
     column.codePage = walk.bytes.GetUInt16(at + field.codePage);
   column.flags = walk.bytes.GetUInt8(at + field.flags);
-  if (field.extendedFlags != 0) column.extendedFlags = walk.bytes.GetUInt8(at + field.extendedFlags);
+  if (field.extendedFlags != kAbsent) column.extendedFlags = walk.bytes.GetUInt8(at + field.extendedFlags);
   column.fixedOffset = walk.bytes.GetUInt16(at + field.fixedOffset);
   column.length = walk.bytes.GetUInt16(at + field.length);
-  if (field.isTextLengthHalved && column.type == kTypeText)
+  if (!m_layout.text.IsCodePage() && column.type == kTypeText)
     column.length = static_cast<uint16_t>(column.length / 2);
   return column;
 }
@@ -125,7 +124,7 @@ void CDefinitionDecoder::ReadNames(SWalk& walk, CAccessTable& table) {
   uint32_t generated = 0;
   // Where descriptors are missing the names lie behind the cut as well.
   for (size_t i = 0; i < table.columns.GetCount(); i++) {
-    const uint32_t width = m_layout.definition.nameLengthWidth;
+    const uint32_t width = m_layout.text.nameLengthSize;
     const uint32_t length = width == 1 ? ReadByteName(walk) : ReadUtf16Name(walk);
     auto ownBytes = static_cast<uint16_t>(length);
     if (m_name[0] == u'\0') {
@@ -180,12 +179,12 @@ uint32_t CDefinitionDecoder::ReadByteName(const SWalk& walk) {
 }
 
 void CDefinitionDecoder::ReadRealIndexes(SWalk& walk, CAccessTable& table) {
-  const SIndexLayout& at = m_layout.index;
+  const SRealIndexLayout& at = m_layout.realIndex;
   const uint64_t first = walk.position;
-  walk.position += uint64_t{at.realSize} * walk.realIndexCount;
+  walk.position += uint64_t{at.size} * walk.realIndexCount;
   for (uint32_t i = 0; i < walk.realIndexCount; i++) {
-    const uint64_t entry = first + uint64_t{at.realSize} * i;
-    if (entry + at.columns >= walk.length || m_indexesLeft == 0) {
+    const uint64_t entry = first + uint64_t{at.size} * i;
+    if (entry + at.slots >= walk.length || m_indexesLeft == 0) {
       walk.isSound = false;
       return;
     }
@@ -195,11 +194,11 @@ void CDefinitionDecoder::ReadRealIndexes(SWalk& walk, CAccessTable& table) {
 }
 
 CAccessTableIndex CDefinitionDecoder::ReadRealIndex(const SWalk& walk, uint64_t at) const {
-  const SIndexLayout& field = m_layout.index;
+  const SRealIndexLayout& field = m_layout.realIndex;
   CAccessTableIndex index;
-  ReadIndexColumns(walk, at + field.columns, index);
-  index.usedPagesMap = walk.bytes.GetUInt32(at + field.usedPagesMap);
-  index.rootPage = walk.bytes.GetUInt32(at + field.rootPage);
+  ReadIndexColumns(walk, at + field.slots, index);
+  index.usedPagesMap = walk.bytes.GetUInt32(at + field.map);
+  index.rootPage = walk.bytes.GetUInt32(at + field.root);
   const uint32_t flagsOffset = m_layout.isJet3 ? field.flags : m_rules.indexFlagsOffsetJet4;
   const uint8_t flags = walk.bytes.GetUInt8(at + flagsOffset);
   const auto isSet = [&](uint8_t flag) {
@@ -218,22 +217,22 @@ void CDefinitionDecoder::ReadIndexColumns(const SWalk& walk, uint64_t at, CAcces
     return std::any_of(index.columns.begin(), end,
                        [&](const auto& column) { return column.columnNumber == number; });
   };
-  for (; index.columnCount < CAccessTableIndex::kMaximumColumns; at += kIndexColumnSize) {
-    if (at + kIndexColumnSize > walk.length) return;
+  for (; index.columnCount < CAccessTableIndex::kMaximumColumns; at += kIndexSlotSize) {
+    if (at + kIndexSlotSize > walk.length) return;
     const uint16_t number = walk.bytes.GetUInt16(at);
-    if (number == kNoIndexColumn || number > walk.columnCount || hasColumn(number)) return;
+    if (number == kNoColumn || number > walk.columnCount || hasColumn(number)) return;
     index.columns[index.columnCount++] = {.columnNumber = number,
                                           .isAscending = walk.bytes.GetUInt8(at + 2) == kIndexAscending};
   }
 }
 
 void CDefinitionDecoder::ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const {
-  const SIndexLayout& at = m_layout.index;
+  const SLogicalIndexLayout& at = m_layout.logicalIndex;
   const uint32_t count = m_rules.logicalCountIsRealCount ? walk.realIndexCount : table.header.indexCount;
   const uint32_t numberOffset =
       m_layout.isJet3 ? m_rules.logicalIndexNumberOffsetJet3 : m_rules.logicalIndexNumberOffsetJet4;
-  for (uint32_t i = 0; i < count; i++, walk.position += at.logicalSize) {
-    if (walk.position + at.logicalSize > walk.length) {
+  for (uint32_t i = 0; i < count; i++, walk.position += at.size) {
+    if (walk.position + at.size > walk.length) {
       walk.isSound = false;
       return;
     }

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "engine/DataReader.h"
-#include "engine/JetLayout.h"
 #include "engine/Source.h"
+#include "format/Layout.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 
@@ -29,7 +29,7 @@ class CDefinitionDecoder {
   static constexpr size_t kMaximumIndexes = size_t{1} << 18;
 
   // Layout and rules outlive the decoder. The code page is that of Jet 3 names.
-  CDefinitionDecoder(const SJetLayout& layout, const SRecoveryRules& rules, uint32_t codePage);
+  CDefinitionDecoder(const SLayout& layout, const SRecoveryRules& rules, uint32_t codePage);
 
   // Decodes every candidate of the list, until the repair is stopped. Broken definitions are counted in the
   // ledger, except those on pages that the file says are free.
@@ -62,7 +62,7 @@ class CDefinitionDecoder {
   void ReadIndexColumns(const SWalk& walk, uint64_t at, CAccessTableIndex& index) const;
   void ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const;
 
-  const SJetLayout& m_layout;
+  const SLayout& m_layout;
   const SRecoveryRules& m_rules;
   uint32_t m_codePage;
   size_t m_columnsLeft = kMaximumColumns;

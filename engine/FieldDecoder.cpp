@@ -36,7 +36,7 @@ class CMemoSink : public CLongValueSink {
 
 }  // namespace
 
-CFieldDecoder::CFieldDecoder(const SRowLayout& layout, const SRecoveryRules& rules,
+CFieldDecoder::CFieldDecoder(const STextLayout& layout, const SRecoveryRules& rules,
                              CLongValueReader& longValues, COleSideFile& sideFile)
     : m_layout(layout), m_rules(rules), m_longValues(longValues), m_sideFile(sideFile) {}
 
@@ -55,7 +55,7 @@ void CFieldDecoder::SetTable(const CAccessTable& table, uint32_t codePage) {
 
 CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint32_t codePage) const {
   const size_t known = WidthOf(column.type);
-  const size_t unit = column.type == kTypeText ? m_layout.textUnitWidth : 1;
+  const size_t unit = column.type == kTypeText ? m_layout.unitSize : 1;
   const bool isNamed = column.codePage != 0 && IsCodePageKnown(column.codePage);
   SField field{};
   field.type = column.type;
@@ -68,7 +68,7 @@ CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint
   field.place = column.IsFixed() ? column.fixedOffset : column.variableIndex;
   field.width = known != 0 ? known : column.length * unit;
   if (!field.isCalculated) field.needed = column.type == kTypeDecimal ? kDecimalLowWords : known;
-  field.coding = {.isUtf16 = m_layout.textUnitWidth == 2, .codePage = isNamed ? column.codePage : codePage};
+  field.coding = {.isUtf16 = !m_layout.IsCodePage(), .codePage = isNamed ? column.codePage : codePage};
   return field;
 }
 

@@ -25,8 +25,8 @@
 #include "engine/LongValueReader.h"
 #include "engine/OleSideFile.h"
 #include "engine/RowFrame.h"
-#include "engine/RowLayout.h"
 #include "engine/TextDecoder.h"
+#include "format/Layout.h"
 #include "model/AccessTable.h"
 #include "model/RecoveryRules.h"
 
@@ -41,7 +41,7 @@ enum class EFieldResult : uint8_t {
 class CFieldDecoder {
  public:
   // All arguments outlive the decoder.
-  CFieldDecoder(const SRowLayout& layout, const SRecoveryRules& rules, CLongValueReader& longValues,
+  CFieldDecoder(const STextLayout& layout, const SRecoveryRules& rules, CLongValueReader& longValues,
                 COleSideFile& sideFile);
 
   // The table of the rows that follow. `codePage` is used by Jet 3 columns that name none.
@@ -77,7 +77,7 @@ class CFieldDecoder {
   EFieldResult DecodeOle(std::span<const uint8_t> bytes, std::u16string& text);
   void DecodeDecimal(const SField& field, std::span<const uint8_t> bytes, std::u16string& text) const;
 
-  const SRowLayout& m_layout;
+  const STextLayout& m_layout;
   const SRecoveryRules& m_rules;
   CLongValueReader& m_longValues;
   COleSideFile& m_sideFile;

@@ -19,7 +19,7 @@ constexpr uint64_t kMaximumPages = uint64_t{1} << 20;
 
 }  // namespace
 
-void CFreePageMap::Load(CPageReader& reader, const SJetLayout& layout) {
+void CFreePageMap::Load(CPageReader& reader, const SLayout& layout) {
   m_isFree.assign(static_cast<size_t>(std::min(reader.GetPageCount(layout.pageSize), kMaximumPages)), false);
   std::vector<uint8_t> page(layout.pageSize);
   if (!reader.ReadPage(uint64_t{kGlobalMapPage} * layout.pageSize, page)) return;
@@ -39,7 +39,7 @@ void CFreePageMap::TakeBits(uint64_t firstPage, std::span<const uint8_t> bits) {
     if ((bits[i / 8] >> (i % 8) & 1) != 0) m_isFree[static_cast<size_t>(firstPage + i)] = true;
 }
 
-void CFreePageMap::TakeMapPages(CPageReader& reader, const SJetLayout& layout,
+void CFreePageMap::TakeMapPages(CPageReader& reader, const SLayout& layout,
                                 std::span<const uint8_t> numbers) {
   const uint64_t pagesEach = uint64_t{layout.pageSize - kMapPageHead} * 8;
   std::vector<uint8_t> page(layout.pageSize);

@@ -11,22 +11,22 @@
 #include <span>
 #include <vector>
 
-#include "engine/JetLayout.h"
 #include "engine/PageReader.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
 class CFreePageMap {
  public:
   // A map that cannot be read tells of no free page.
-  void Load(CPageReader& reader, const SJetLayout& layout);
+  void Load(CPageReader& reader, const SLayout& layout);
   [[nodiscard]] bool IsFree(uint64_t page) const {
     return page < m_isFree.size() && m_isFree[static_cast<size_t>(page)];
   }
 
  private:
   void TakeBits(uint64_t firstPage, std::span<const uint8_t> bits);
-  void TakeMapPages(CPageReader& reader, const SJetLayout& layout, std::span<const uint8_t> numbers);
+  void TakeMapPages(CPageReader& reader, const SLayout& layout, std::span<const uint8_t> numbers);
 
   std::vector<bool> m_isFree;
 };

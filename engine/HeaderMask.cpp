@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "engine/JetLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::array<uint8_t, 4> kMaskKey{0xC7, 0xDA, 0x39, 0x6B};
 
-using Mask = std::array<uint8_t, kHeaderMaskEnd - kHeaderMaskStart>;
+using Mask = std::array<uint8_t, kHeaderMaskEnd - kHeaderMasked>;
 
 // The key stream of RC4.
 constexpr Mask MakeMask() {

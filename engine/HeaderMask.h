@@ -11,7 +11,7 @@ namespace tolvane {
 
 inline constexpr size_t kHeaderMaskEnd = 0x96;
 
-// Masks or unmasks: `bytes` are those from kHeaderMaskStart on; what reaches beyond the mask stays as it is.
+// Masks or unmasks: `bytes` are those from kHeaderMasked on; what reaches beyond the mask stays as it is.
 void ApplyHeaderMask(std::span<uint8_t> bytes);
 
 }  // namespace tolvane

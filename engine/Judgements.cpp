@@ -30,7 +30,7 @@ std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables) {
 }
 
 void CountMissingRows(CAccessData& data, const CSource& source) {
-  const SJetLayout& layout = source.GetLayout();
+  const SLayout& layout = source.GetLayout();
   const uint64_t mostRows = source.GetPageCount() * layout.data.MaximumSlots(layout.pageSize);
   for (const auto& table : data.GetTables()) {
     const uint32_t promised = table->promisedRows;

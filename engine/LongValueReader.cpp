@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/DataReader.h"
-#include "engine/RowLayout.h"
+#include "format/Layout.h"
 #include "status/Status.h"
 
 namespace tolvane {
@@ -32,11 +32,11 @@ constexpr size_t kBucketsKept = 1024;
 
 }  // namespace
 
-CLongValueReader::CLongValueReader(CPageReader& reader, const SJetLayout& layout, const SRecoveryRules& rules)
+CLongValueReader::CLongValueReader(CPageReader& reader, const SLayout& layout, const SRecoveryRules& rules)
     : m_reader(reader),
       m_layout(layout),
       m_rules(rules),
-      m_stampOffset(RowLayoutOf(layout).chainStamp),
+      m_stampOffset(layout.data.stamp),
       m_page(layout.pageSize),
       m_loadedOffset(kNoPage),
       m_budget(kBudgetPerByte * reader.GetLength() + kBudgetBase) {}
@@ -81,7 +81,7 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
     const auto row = FindLiveRow(pointer);
     if (!row || row->size() <= kLinkData) return false;
     // Two stamps that differ: the page now starts another value's chain.
-    const uint32_t pageStamp = m_stampOffset != 0 ? CDataReader::ReadUInt32(&m_page[m_stampOffset]) : 0;
+    const uint32_t pageStamp = m_stampOffset != kAbsent ? CDataReader::ReadUInt32(&m_page[m_stampOffset]) : 0;
     if (isHead && stamp != 0 && pageStamp != 0 && pageStamp != stamp) return false;
     isHead = false;
 
@@ -110,7 +110,7 @@ bool CLongValueReader::LoadPage(uint32_t page) {
     if (!m_reader.ReadPage(offset, m_page)) return false;
     m_loadedOffset = offset;
   }
-  return m_page[0] == kPageData && CDataReader::ReadUInt32(&m_page[kOwnerOffset]) == kLongValueOwner;
+  return m_page[0] == kPageData && CDataReader::ReadUInt32(&m_page[kOwnerOffset]) == kOwnerLongValues;
 }
 
 bool CLongValueReader::IsVisited(SRowPointer pointer) {

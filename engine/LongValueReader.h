@@ -21,9 +21,9 @@
 #include <unordered_set>
 #include <vector>
 
-#include "engine/JetLayout.h"
 #include "engine/PageReader.h"
 #include "engine/PageSlot.h"
+#include "format/Layout.h"
 #include "model/RecoveryRules.h"
 
 namespace tolvane {
@@ -37,7 +37,7 @@ class CLongValueSink {
 
 class CLongValueReader {
  public:
-  CLongValueReader(CPageReader& reader, const SJetLayout& layout, const SRecoveryRules& rules);
+  CLongValueReader(CPageReader& reader, const SLayout& layout, const SRecoveryRules& rules);
 
   // Hands the bytes that could be read to `sink`. False: fewer than the field states, or no long value at
   // all.
@@ -53,7 +53,7 @@ class CLongValueReader {
   bool SpendBudget(size_t bytes);
 
   CPageReader& m_reader;
-  const SJetLayout& m_layout;
+  const SLayout& m_layout;
   const SRecoveryRules& m_rules;
   const uint32_t m_stampOffset;  // 0: the format has none
   std::vector<uint8_t> m_page;

@@ -75,7 +75,7 @@ bool CPageInspector::NoteKinds() {
     if (!m_source->ReadPage(number, page)) continue;
     m_kinds[number] = KindOf(page, number);
     if (page[0] != kPageDefinition || page[1] != kPageFormatted || m_freePages->IsFree(number)) continue;
-    const uint32_t next = CDataReader::ReadUInt32(&page[kNextPageOffset]);
+    const uint32_t next = CDataReader::ReadUInt32(&page[kDefinitionNext]);
     if (next != 0 && next < count) m_isContinuation[next] = true;
   }
   for (size_t number = 0; number < count; number++)
@@ -121,16 +121,16 @@ EPageKind CPageInspector::KindOf(Page page, uint64_t number) const {
       return EPageKind::Unknown;
   }
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-  if (owner == kLongValueOwner) return EPageKind::LongValue;
-  return owner == kUsageMapOwner || owner == kGlobalMapPage ? EPageKind::UsageMap : EPageKind::Data;
+  if (owner == kOwnerLongValues) return EPageKind::LongValue;
+  return owner == kOwnerMaps || owner == kGlobalMapPage ? EPageKind::UsageMap : EPageKind::Data;
 }
 
 EPageKind CPageInspector::KindOfDefinition(Page page) const {
   const SDefinitionLayout& at = m_layout->definition;
-  const auto signature = std::span(at.signature).first(at.signatureLength);
+  const auto signature = std::span(at.signature).first(at.signatureSize);
   if (!std::equal(signature.begin(), signature.end(), page.begin())) return EPageKind::Unknown;
   const bool hasType = page[at.tableType] == kSystemTable || page[at.tableType] == kUserTable;
-  const bool hasMark = at.secondWord == 0 || CDataReader::ReadUInt32(&page[at.secondWord]) == kDefinitionMark;
+  const bool hasMark = at.magic == kAbsent || CDataReader::ReadUInt32(&page[at.magic]) == kDefinitionMagic;
   return hasType && hasMark ? EPageKind::Definition : EPageKind::DefinitionContinuation;
 }
 
@@ -197,10 +197,10 @@ std::u16string_view CPageInspector::FindRowFault(Page page) const {
 
 // The last bit of the entry mask says where the last entry ends; the rest of the page is free.
 std::u16string_view CPageInspector::FindIndexFault(Page page) const {
-  const SIndexPageLayout& at = m_layout->indexPage;
-  uint32_t end = 0;
-  for (uint32_t byte = at.entries; byte-- > at.mask && end == 0;)
-    for (uint32_t bit = 8; bit-- > 0 && end == 0;)
+  const SIndexPageLayout& at = m_layout->index;
+  size_t end = 0;
+  for (size_t byte = at.entries; byte-- > at.mask && end == 0;)
+    for (size_t bit = 8; bit-- > 0 && end == 0;)
       if ((page[byte] >> bit & 1) != 0) end = (byte - at.mask) * 8 + bit;
   if (end > m_layout->pageSize - at.entries) return kRowBounds;
   const bool isExact =
@@ -209,16 +209,16 @@ std::u16string_view CPageInspector::FindIndexFault(Page page) const {
 }
 
 std::u16string_view CPageInspector::FindDefinitionFault(Page page, EPageKind kind) const {
-  const uint32_t next = CDataReader::ReadUInt32(&page[kNextPageOffset]);
+  const uint32_t next = CDataReader::ReadUInt32(&page[kDefinitionNext]);
   if (next != 0 && NotedKind(next) != EPageKind::DefinitionContinuation) return kNextPage;
   if (kind != EPageKind::Definition) return {};
   const SDefinitionLayout& at = m_layout->definition;
   const uint64_t columns = CDataReader::ReadUInt16(&page[at.columnCount]);
-  const uint64_t indexes = CDataReader::ReadUInt32(&page[at.realIndexCount]);
-  const uint64_t least = at.headerLength + indexes * (at.statisticsLength + m_layout->index.realSize) +
+  const uint64_t indexes = CDataReader::ReadUInt32(&page[at.realCount]);
+  const uint64_t least = at.headerSize + indexes * (at.statisticsSize + m_layout->realIndex.size) +
                          columns * m_layout->column.size;
-  const bool isPossible = columns <= CDataReader::ReadUInt16(&page[at.highestColumn]) &&
-                          indexes <= CDataReader::ReadUInt32(&page[at.indexCount]) &&
+  const bool isPossible = columns <= CDataReader::ReadUInt16(&page[at.columnsEver]) &&
+                          indexes <= CDataReader::ReadUInt32(&page[at.logicalCount]) &&
                           least <= CDataReader::ReadUInt32(&page[at.length]);
   return isPossible ? std::u16string_view{} : kDefinitionCounts;
 }
@@ -228,7 +228,7 @@ std::u16string_view CPageInspector::FindOwnerFault(const SPageReport& report) co
     return m_isContinuation[static_cast<size_t>(report.page)] ? std::u16string_view{} : kChainGone;
   if (!HasOwner(report.kind) || report.kind == EPageKind::EmptiedData) return {};
   // The catalogue's definition is known without the file.
-  if (report.owner == kCataloguePage) return {};
+  if (report.owner == kObjectsPage) return {};
   const EPageKind owner = NotedKind(report.owner);
   return owner == EPageKind::Definition ? std::u16string_view{} : kOwnerGone;
 }

@@ -96,7 +96,7 @@ class CPageInspector {
 
   // Of the file that is being looked at.
   CSource* m_source = nullptr;
-  const SJetLayout* m_layout = &kJet4Layout;
+  const SLayout* m_layout = &kLayoutJet4;
   const CFreePageMap* m_freePages = nullptr;
   SPageTotals m_totals;
   std::vector<EPageKind> m_kinds;

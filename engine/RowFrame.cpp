@@ -30,7 +30,7 @@ bool CRowFrame::IsPresent(uint32_t number) const {
 }
 
 CRowFrame::Field CRowFrame::FindFixed(size_t offset, size_t width) const {
-  const size_t start = m_layout.countWidth + offset;
+  const size_t start = m_layout.countSize + offset;
   if (start > m_fixedEnd || width > m_fixedEnd - start) return std::nullopt;
   return m_row.subspan(start, width);
 }
@@ -39,7 +39,7 @@ CRowFrame::Field CRowFrame::FindVariable(size_t index) const {
   if (index + 1 >= m_offsets.size()) return std::nullopt;
   const size_t start = m_offsets[index];
   const size_t end = m_offsets[index + 1];
-  if (start < m_layout.countWidth || end < start) return std::nullopt;
+  if (start < m_layout.countSize || end < start) return std::nullopt;
   // The offsets lie behind the data, so a value that reaches its own end offset is none.
   if (static_cast<ptrdiff_t>(end) > PositionOfOffset(index + 1)) return std::nullopt;
   return m_row.subspan(start, end - start);
@@ -47,27 +47,27 @@ CRowFrame::Field CRowFrame::FindVariable(size_t index) const {
 
 uint32_t CRowFrame::ReadCount(size_t position) const {
   uint32_t value = m_row[position];
-  if (m_layout.countWidth == 2) value |= static_cast<uint32_t>(m_row[position + 1]) << 8;
+  if (m_layout.countSize == 2) value |= static_cast<uint32_t>(m_row[position + 1]) << 8;
   return value;
 }
 
 // A count that cannot be true still leaves the first variable value readable.
 size_t CRowFrame::ReadVariableCount() const {
   constexpr size_t kFallback = 1;
-  if (m_bodyEnd < m_layout.countWidth) return kFallback;
-  const size_t count = ReadCount(m_bodyEnd - m_layout.countWidth);
+  if (m_bodyEnd < m_layout.countSize) return kFallback;
+  const size_t count = ReadCount(m_bodyEnd - m_layout.countSize);
   return count > m_columnCount ? kFallback : count;
 }
 
 CRowFrame::SOffsetTable CRowFrame::LocateOffsets(size_t count) const {
   SOffsetTable table;
   table.jumpCount = m_layout.hasJumpTable ? (m_row.size() - 1) / kJumpStep : 0;
-  table.jumps = static_cast<ptrdiff_t>(m_bodyEnd) - static_cast<ptrdiff_t>(m_layout.countWidth) - 1;
-  table.first = table.jumps + 1 - static_cast<ptrdiff_t>(table.jumpCount + m_layout.offsetWidth);
+  table.jumps = static_cast<ptrdiff_t>(m_bodyEnd) - static_cast<ptrdiff_t>(m_layout.countSize) - 1;
+  table.first = table.jumps + 1 - static_cast<ptrdiff_t>(table.jumpCount + m_layout.countSize);
   // The number of jump bytes comes from the row's length, so there are too many where the data end below the
   // last steps and only what follows them lies above. FF, which they hold, is an offset's number in the
   // widest rows.
-  const ptrdiff_t endOffset = table.first - static_cast<ptrdiff_t>(count * m_layout.offsetWidth);
+  const ptrdiff_t endOffset = table.first - static_cast<ptrdiff_t>(count * m_layout.countSize);
   if (endOffset >= 0) table.jumpCount = std::min(table.jumpCount, static_cast<size_t>(endOffset) / kJumpStep);
   return table;
 }
@@ -77,10 +77,9 @@ void CRowFrame::ReadOffsets(size_t count) {
   size_t jumpsUsed = 0;
   for (size_t i = 0; i <= count; i++) {
     const ptrdiff_t position = PositionOfOffset(i);
-    if (position < static_cast<ptrdiff_t>(m_layout.countWidth)) return;
+    if (position < static_cast<ptrdiff_t>(m_layout.countSize)) return;
     size_t offset = m_row[static_cast<size_t>(position)];
-    if (m_layout.offsetWidth == 2)
-      offset |= static_cast<size_t>(m_row[static_cast<size_t>(position) + 1]) << 8;
+    if (m_layout.countSize == 2) offset |= static_cast<size_t>(m_row[static_cast<size_t>(position) + 1]) << 8;
     // Jump bytes lie above the offsets, so their positions are valid here.
     while (jumpsUsed < m_table.jumpCount && m_row[static_cast<size_t>(m_table.jumps) - jumpsUsed] == i)
       jumpsUsed++;
@@ -92,12 +91,12 @@ void CRowFrame::ReadOffsets(size_t count) {
 size_t CRowFrame::FindFixedEnd(size_t count, const SRowShape& shape) const {
   if (AreOffsetsSound(count, shape)) return m_offsets[0];
   const ptrdiff_t second = PositionOfOffset(1);
-  return second < static_cast<ptrdiff_t>(m_layout.countWidth) ? m_bodyEnd : static_cast<size_t>(second);
+  return second < static_cast<ptrdiff_t>(m_layout.countSize) ? m_bodyEnd : static_cast<size_t>(second);
 }
 
 bool CRowFrame::AreOffsetsSound(size_t count, const SRowShape& shape) const {
   if (m_offsets.size() != count + 1 || count > shape.variableColumnsEver) return false;
-  size_t previous = m_layout.countWidth;
+  size_t previous = m_layout.countSize;
   for (const size_t offset : m_offsets) {
     if (offset < previous) return false;
     previous = offset;
@@ -106,7 +105,7 @@ bool CRowFrame::AreOffsetsSound(size_t count, const SRowShape& shape) const {
 }
 
 ptrdiff_t CRowFrame::PositionOfOffset(size_t index) const {
-  return m_table.first - static_cast<ptrdiff_t>(index * m_layout.offsetWidth);
+  return m_table.first - static_cast<ptrdiff_t>(index * m_layout.countSize);
 }
 
 }  // namespace tolvane

@@ -10,7 +10,7 @@
 #include <span>
 #include <vector>
 
-#include "engine/RowLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 

@@ -14,7 +14,7 @@ bool CSource::Open(const std::u16string& path, CErrorHandler& handler) {
   if (!m_pages.Open(path, handler)) return false;
   m_pages.SetStart(FindDatabaseStart(m_pages));
   ReadHeader();
-  UseLayout(CAccessVersionHandler().IsJet4(*this) ? kJet4Layout : kJet3Layout);
+  UseLayout(CAccessVersionHandler().IsJet4(*this) ? kLayoutJet4 : kLayoutJet3);
   return true;
 }
 
@@ -27,10 +27,10 @@ void CSource::Close() {
   m_pages.Close();
   m_path.clear();
   m_header = {};
-  UseLayout(kJet3Layout);
+  UseLayout(kLayoutJet3);
 }
 
-void CSource::UseLayout(const SJetLayout& layout) {
+void CSource::UseLayout(const SLayout& layout) {
   m_layout = &layout;
   m_freePages.reset();
   ReadFacts();
@@ -43,14 +43,14 @@ const CFreePageMap& CSource::GetFreePages() {
 
 void CSource::ReadHeader() {
   m_pages.ReadPartialPage(0, m_header);
-  ApplyHeaderMask(std::span(m_header).subspan(kHeaderMaskStart));
+  ApplyHeaderMask(std::span(m_header).subspan(kHeaderMasked));
 }
 
 void CSource::ReadFacts() {
   m_facts = {};
   m_facts.isJet3 = m_layout->isJet3;
   m_facts.pageSize = m_layout->pageSize;
-  m_facts.versionByte = m_header[kVersionByte];
+  m_facts.versionByte = m_header[kHeaderVersion];
   m_facts.start = m_pages.GetStart();
   m_facts.length = m_pages.GetLength();
   m_facts.pageCount = GetPageCount();

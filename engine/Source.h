@@ -13,8 +13,8 @@
 #include <string>
 
 #include "engine/FreePageMap.h"
-#include "engine/JetLayout.h"
 #include "engine/PageReader.h"
+#include "format/Layout.h"
 #include "model/AccessData.h"
 
 namespace tolvane {
@@ -37,10 +37,10 @@ class CSource {
   [[nodiscard]] bool IsOpen() const { return m_pages.IsOpen(); }
   [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
 
-  [[nodiscard]] const SJetLayout& GetLayout() const { return *m_layout; }
+  [[nodiscard]] const SLayout& GetLayout() const { return *m_layout; }
   // Reads the pages in this format, whatever the file says of itself: that of the file whose rows the
   // definitions of this one describe.
-  void UseLayout(const SJetLayout& layout);
+  void UseLayout(const SLayout& layout);
 
   [[nodiscard]] CPageReader& GetPages() { return m_pages; }
   // Whole pages.
@@ -59,7 +59,7 @@ class CSource {
 
   std::u16string m_path;
   CPageReader m_pages;
-  const SJetLayout* m_layout = &kJet3Layout;
+  const SLayout* m_layout = &kLayoutJet3;
   Header m_header{};
   SSourceFacts m_facts;
   std::optional<CFreePageMap> m_freePages;  // nothing until somebody asks

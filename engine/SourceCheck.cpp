@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "engine/DataReader.h"
-#include "engine/JetLayout.h"
+#include "format/Layout.h"
 #include "platform/Files.h"
 
 namespace tolvane {
@@ -24,7 +24,7 @@ bool IsPlausible(const CSource::Header& header) {
   constexpr size_t kCatalogue = 0x20;
   const std::string_view name(reinterpret_cast<const char*>(header.data()) + kName, 15);
   return (name.starts_with("Standard ") || name == "MSISAM Database") &&
-         CDataReader::ReadUInt32(&header[kCatalogue]) == kCataloguePage;
+         CDataReader::ReadUInt32(&header[kCatalogue]) == kObjectsPage;
 }
 
 // Encoded pages are noise: hardly one has a page type and the formatting mark.
@@ -52,7 +52,7 @@ bool IsKnownEncryption(uint32_t version) {
 std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
   const CSource::Header& header = source.GetHeader();
   const bool hasKey = IsPlausible(header) && CDataReader::ReadUInt32(&header[kHeaderDatabaseKey]) != 0;
-  const bool isAce = header[kVersionByte] > 1;
+  const bool isAce = header[kHeaderVersion] > 1;
   const uint32_t version = CDataReader::ReadUInt32(&header[kHeaderEncryptionLength + 2]);
   const bool hasDescription =
       isAce && CDataReader::ReadUInt16(&header[kHeaderEncryptionLength]) != 0 && IsKnownEncryption(version);
@@ -64,8 +64,8 @@ std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
 SSourceVerdict Judge(CSource& source) {
   const uint64_t length = source.GetPages().GetLength();
   if (length == 0) return {ESourceState::Empty, u"The file is empty."};
-  const bool saysJet3 = source.GetHeader()[kVersionByte] == 0;
-  const uint32_t pageSize = (saysJet3 ? kJet3Layout : kJet4Layout).pageSize;
+  const bool saysJet3 = source.GetHeader()[kHeaderVersion] == 0;
+  const uint32_t pageSize = (saysJet3 ? kLayoutJet3 : kLayoutJet4).pageSize;
   if (length < pageSize) return {ESourceState::TooShort, u"The file is shorter than one page of a database."};
   if (const std::u16string_view scheme = EncryptionScheme(source, pageSize); !scheme.empty())
     return {ESourceState::Encrypted, u"The database is encrypted (" + std::u16string(scheme) +

@@ -102,7 +102,7 @@ bool IsDataPage(std::span<const uint8_t> page) {
 // Pages of long values and of usage maps belong to no table.
 bool IsOrphan(std::span<const uint8_t> page) {
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-  return owner != kLongValueOwner && owner != kUsageMapOwner && owner != kGlobalMapPage;
+  return owner != kOwnerLongValues && owner != kOwnerMaps && owner != kGlobalMapPage;
 }
 
 }  // namespace
@@ -125,7 +125,7 @@ class CTableScanner::COwners {
   }
 
   bool IsDefinition(uint32_t owner) {
-    if (owner == kCataloguePage || !m_rules.requireOwnerDefinition) return true;
+    if (owner == kObjectsPage || !m_rules.requireOwnerDefinition) return true;
     const auto [entry, isNew] = m_isDefinition.try_emplace(owner, false);
     if (isNew) {
       const bool isRead = m_source.ReadPage(owner, m_page);
@@ -149,32 +149,32 @@ void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page, uint64
                        {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = amount});
 }
 
-bool CTableScanner::StartsTable(Page page, const SJetLayout& layout) const {
+bool CTableScanner::StartsTable(Page page, const SLayout& layout) const {
   const SDefinitionLayout& at = layout.definition;
-  const auto signature = std::span(at.signature).first(at.signatureLength);
+  const auto signature = std::span(at.signature).first(at.signatureSize);
   if (!std::equal(signature.begin(), signature.end(), page.begin())) return false;
   const uint8_t type = page[at.tableType];
-  if (at.isTypeTested && type != kSystemTable && type != kUserTable) return false;
-  return !m_rules.requireDefinitionMark || at.secondWord == 0 ||
-         CDataReader::ReadUInt32(&page[at.secondWord]) == kDefinitionMark;
+  if (!layout.isJet3 && type != kSystemTable && type != kUserTable) return false;
+  return !m_rules.requireDefinitionMark || at.magic == kAbsent ||
+         CDataReader::ReadUInt32(&page[at.magic]) == kDefinitionMagic;
 }
 
 void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions) const {
   if (!definitions.IsOpen()) return;
-  const SJetLayout& layout = definitions.GetLayout();
+  const SLayout& layout = definitions.GetLayout();
   const uint64_t pageCount = definitions.GetPageCount();
   CProgressStatus& progress = CProgressStatus::Instance();
   progress.SetMax(ToProgress(2 * pageCount));
   progress.SetPos(0);
   CScanStatus status(kDefinitionStatus, definitions.GetPages().GetLength());
-  data.GetTables().AddTable(uint64_t{kCataloguePage} * layout.pageSize);
+  data.GetTables().AddTable(uint64_t{kObjectsPage} * layout.pageSize);
 
   std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < pageCount; number++) {
     if (!IsRunning()) return;
     const uint64_t offset = number * layout.pageSize;
     const bool isUsable = definitions.ReadPage(number, page) || m_rules.unreadablePageKeepsPrevious;
-    if (isUsable && number != kCataloguePage && StartsTable(page, layout)) data.GetTables().AddTable(offset);
+    if (isUsable && number != kObjectsPage && StartsTable(page, layout)) data.GetTables().AddTable(offset);
     status.Refresh(offset);
     progress.IncrementPos();
   }
@@ -182,7 +182,7 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
 
 void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& definitions) const {
   if (!definitions.IsOpen()) return;
-  const SJetLayout& layout = definitions.GetLayout();
+  const SLayout& layout = definitions.GetLayout();
   CAccessTableList& tables = data.GetTables();
   Candidates candidates;
   std::vector<uint8_t> page(layout.pageSize);
@@ -192,7 +192,7 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
     if (offset > definitions.GetPages().GetLength()) return;
     if (!definitions.GetPages().ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
     const uint8_t type = page[layout.definition.tableType];
-    candidates[offset] = {.next = uint64_t{CDataReader::ReadUInt32(&page[kNextPageOffset])} * layout.pageSize,
+    candidates[offset] = {.next = uint64_t{CDataReader::ReadUInt32(&page[kDefinitionNext])} * layout.pageSize,
                           .isTyped = type == kSystemTable || type == kUserTable};
   }
   auto named = CountNamed(candidates);
@@ -215,7 +215,7 @@ CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, ui
 
 void CTableScanner::ScanDataPages(CAccessData& data, CSource& source) const {
   if (!source.IsOpen()) return;
-  const SJetLayout& layout = source.GetLayout();
+  const SLayout& layout = source.GetLayout();
   const CFreePageMap& freePages = source.GetFreePages();
   COwners owners(source, m_rules);
   const uint64_t pageCount = source.GetPageCount();

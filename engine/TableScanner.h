@@ -32,7 +32,7 @@ class CTableScanner {
   using Page = std::span<const uint8_t>;
   enum class EOwner : uint8_t { None, Impossible, Unknown, Known };
 
-  [[nodiscard]] bool StartsTable(Page page, const SJetLayout& layout) const;
+  [[nodiscard]] bool StartsTable(Page page, const SLayout& layout) const;
   static EOwner CreditPage(CAccessData& data, Page page, uint64_t offset, COwners& owners);
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/DataReader.h"
-#include "engine/RowLayout.h"
+#include "format/Layout.h"
 #include "platform/FileCust.h"
 #include "status/Status.h"
 
@@ -32,8 +32,8 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData
       m_data(data),
       m_sideFile(m_dataFile),
       m_longValues(m_reader, m_layout, rules),
-      m_fields(RowLayoutOf(m_layout), rules, m_longValues, m_sideFile),
-      m_frame(RowLayoutOf(m_layout)),
+      m_fields(m_layout.text, rules, m_longValues, m_sideFile),
+      m_frame(m_layout.row),
       m_page(m_layout.pageSize),
       m_target(m_layout.pageSize),
       m_targetOffset(kNoPage),
@@ -111,7 +111,7 @@ bool CTableWalk::CutPage() {
 }
 
 void CTableWalk::FollowPointer(uint32_t slot, size_t start) {
-  if (start + kRowPointerBytes > m_page.size()) {
+  if (start + kRowPointerSize > m_page.size()) {
     Count(EDamage::BrokenOverflow, slot);
     return;
   }

@@ -47,7 +47,7 @@ class CTableWalk {
   void GiveUp(std::u16string_view reason);
   void CloseQuietly();
 
-  const SJetLayout& m_layout;
+  const SLayout& m_layout;
   const SRecoveryRules& m_rules;
   CPageReader& m_reader;
   CAccessData& m_data;

@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdint>
 
-#include "engine/JetLayout.h"
 #include "engine/PageReader.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
@@ -16,10 +16,10 @@ constexpr uint32_t kPagesTried = 10;
 
 bool CValidateData::IsJet3(CPageReader& pages) const {
   if (!pages.IsOpen()) return true;
-  std::array<uint8_t, kJet3Layout.definition.signature.size()> head{};
-  for (uint64_t page = 0; page < kPagesTried && page < pages.GetPageCount(kJet3Layout.pageSize); page++) {
-    pages.ReadPartialPage(page * kJet3Layout.pageSize, head);
-    if (head == kJet3Layout.definition.signature) return true;
+  std::array<uint8_t, kLayoutJet3.definition.signature.size()> head{};
+  for (uint64_t page = 0; page < kPagesTried && page < pages.GetPageCount(kLayoutJet3.pageSize); page++) {
+    pages.ReadPartialPage(page * kLayoutJet3.pageSize, head);
+    if (head == kLayoutJet3.definition.signature) return true;
   }
   return false;
 }

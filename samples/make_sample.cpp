@@ -191,7 +191,7 @@ constexpr uint8_t kDataPage = 1, kNodePage = 3, kLeafPage = 4;
 constexpr size_t kFreeBytes = 2, kOwner = 4, kSlotCount = 12, kSlots = 14;
 constexpr uint16_t kSlotPointer = 0x4000, kSlotHidden = 0x8000, kSlotStart = 0x1FFF;
 constexpr uint32_t kLongValues = 0x4C41564C;  // owner word of pages of long values
-constexpr uint32_t kCataloguePage = 2;
+constexpr uint32_t kObjectsPage = 2;
 
 class CPages {
  public:
@@ -235,7 +235,7 @@ class CPages {
 // Tables of rows, by the number of data pages: the definition pages of the tables with more than one.
 std::vector<uint32_t> FindOwners(const CPages& pages, size_t leastPages) {
   std::vector<uint32_t> owners;
-  for (uint32_t page = kCataloguePage + 4; page < pages.GetCount(); page++)
+  for (uint32_t page = kObjectsPage + 4; page < pages.GetCount(); page++)
     if (pages.FindDataPages(page).size() >= leastPages) owners.push_back(page);
   return owners;
 }
@@ -273,9 +273,9 @@ uint32_t MoveRows(CPages& pages) {
 }
 
 void DestroyPages(CPages& pages) {
-  pages.Destroy(0, 0);               // the header: "unrecognized database format"
-  pages.Destroy(1, 0);               // the map of free pages
-  pages.Destroy(kCataloguePage, 0);  // the definition of the catalogue
+  pages.Destroy(0, 0);             // the header: "unrecognized database format"
+  pages.Destroy(1, 0);             // the map of free pages
+  pages.Destroy(kObjectsPage, 0);  // the definition of the catalogue
   for (uint32_t page = 3; page < pages.GetCount(); page++)
     if (pages.GetType(page) == kLeafPage || pages.GetType(page) == kNodePage) pages.Destroy(page, 0xF6);
   for (const uint32_t owner : FindOwners(pages, 3)) pages.Destroy(pages.FindDataPages(owner)[1], 0);

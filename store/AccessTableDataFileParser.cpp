@@ -17,7 +17,7 @@ namespace tolvane {
 namespace {
 
 constexpr int32_t kHeadingWidth = 100;
-constexpr uint64_t kCataloguePage = 2;
+constexpr uint64_t kObjectsPage = 2;
 constexpr std::u16string_view kLocalTableType = u"1";
 constexpr std::u16string_view kScanStatus = u"(Step 4/4)Scanning table name from raw table data...";
 
@@ -168,7 +168,7 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
 
 bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t pageSize) {
   if (!IsRepairRunning()) return false;
-  const CAccessTable* const catalogue = parseData.GetTables().FindTable(kCataloguePage * pageSize);
+  const CAccessTable* const catalogue = parseData.GetTables().FindTable(kObjectsPage * pageSize);
   if (catalogue == nullptr || !OpenDataFile(catalogue->GetDefinitionOffset())) return false;
 
   CProgressStatus& progress = CProgressStatus::Instance();

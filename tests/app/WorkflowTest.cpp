@@ -29,7 +29,7 @@ const char* const kChooseHint = "Please click on repair button and select corrup
 // Tables "People" (2 rows), "Cities" (`cities` rows) and two more called "Twin".
 Bytes MakeSource(uint32_t cities = 300) {
   constexpr size_t kRowsOnPage = 50;
-  CDatabaseBuilder file(kJet4Layout);
+  CDatabaseBuilder file(kLayoutJet4);
   for (const auto& [name, rows] : {std::pair{u"People", 2u}, std::pair{u"Cities", cities},
                                    std::pair{u"Twin", 1u}, std::pair{u"Twin", 3u}}) {
     STableSpec spec = SmallTable();
@@ -37,7 +37,7 @@ Bytes MakeSource(uint32_t cities = 300) {
     const uint32_t table = file.AddTable(spec);
     std::vector<SRowSpec> page;
     for (uint32_t row = 1; row <= rows; ++row) {
-      page.push_back({SmallRow(kJet4Layout, row, u"Name " + ToDecimal(row))});
+      page.push_back({SmallRow(kLayoutJet4, row, u"Name " + ToDecimal(row))});
       if (page.size() == kRowsOnPage || row == rows) file.AddDataPage(table, std::exchange(page, {}));
     }
     file.AddCatalogueRow(table, name, 1);

@@ -11,8 +11,8 @@
 
 #include "checker/CatalogueCheck.h"
 #include "checker/TableCheck.h"
-#include "embedded/IndexPage.h"
 #include "embedded/IndexTreeBuilder.h"
+#include "format/IndexPage.h"
 #include "tests/checker/CheckerTest.h"
 
 namespace tolvane::test {
@@ -157,7 +157,7 @@ class CFileSurvey {
     std::vector<Bytes> made;
     uint32_t pages = 1;
     const auto keepLeaf = [&](uint32_t, std::span<const uint8_t> page) {
-      if (page[0] == kIndexLeafType) made.emplace_back(page.begin(), page.end());
+      if (page[0] == kPageIndexLeaf) made.emplace_back(page.begin(), page.end());
       return true;
     };
     CIndexTreeBuilder builder(layout, m_table.GetTable().page, pages, {[&] { return ++pages; }, keepLeaf});
@@ -174,9 +174,9 @@ class CFileSurvey {
   }
 
   static bool ArePagesEqual(const SIndexPageLayout& layout, const Bytes& a, const Bytes& b) {
-    const auto free = GetLittle<uint16_t>(a, layout.free);
+    const auto free = GetLittle<uint16_t>(a, kFreeBytesOffset);
     const auto from = static_cast<std::ptrdiff_t>(layout.prefix);
-    return free == GetLittle<uint16_t>(b, layout.free) &&
+    return free == GetLittle<uint16_t>(b, kFreeBytesOffset) &&
            std::equal(a.begin() + from, a.end() - free, b.begin() + from);
   }
 

@@ -16,14 +16,14 @@ class CodePage : public CEngineTest {
   // Table Люди with the column Имя and the value "Ольга 1", in Windows-1251. The header has lost its code
   // page.
   static Bytes MakeCyrillic() {
-    CDatabaseBuilder file(kJet3Layout);
+    CDatabaseBuilder file(kLayoutJet3);
     STableSpec spec;
     spec.AddVariable(u"\u00C8\u00EC\u00FF", kTypeText, 50);
     spec.columns.back().codePage = 1251;
     spec.rowCount = 1;
     const uint32_t table = file.AddTable(spec);
-    const Bytes value = StoredText(u"\u00CE\u00EB\u00FC\u00E3\u00E0 1", kJet3Layout);
-    file.AddDataPage(table, {{MakeRow(spec, kJet3Layout, {value})}});
+    const Bytes value = StoredText(u"\u00CE\u00EB\u00FC\u00E3\u00E0 1", kLayoutJet3);
+    file.AddDataPage(table, {{MakeRow(spec, kLayoutJet3, {value})}});
     file.AddCatalogueRow(table, u"\u00CB\u00FE\u00E4\u00E8", 1);
     file.SetHeader16(kHeaderCodePage, 0);
     return file.Build();

@@ -1,4 +1,4 @@
-#include "embedded/IndexKey.h"
+#include "format/IndexKey.h"
 
 #include <gtest/gtest.h>
 

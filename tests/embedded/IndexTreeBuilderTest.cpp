@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "embedded/IndexPage.h"
+#include "format/IndexPage.h"
 #include "tests/embedded/KeyBytes.h"
 
 namespace tolvane {

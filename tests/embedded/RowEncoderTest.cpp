@@ -21,7 +21,7 @@ STableDefinition MakeDefinition(size_t textColumns) {
 }
 
 // `sizes` are those of the values; every fifth one is null where they are 0.
-void ExpectRoundTrip(const SEmbeddedLayout& layout, const STableDefinition& definition,
+void ExpectRoundTrip(const SLayout& layout, const STableDefinition& definition,
                      const std::vector<size_t>& sizes) {
   CRowEncoder encoder(layout, definition);
   encoder.Begin();
@@ -48,7 +48,7 @@ void ExpectRoundTrip(const SEmbeddedLayout& layout, const STableDefinition& defi
 // number of the end's offset, too.
 TEST(RowEncoder, EveryLengthComesBack) {
   const STableDefinition few = MakeDefinition(8), most = MakeDefinition(255);
-  for (const SEmbeddedLayout* layout : {&kLayoutJet3, &kLayoutJet4}) {
+  for (const SLayout* layout : {&kLayoutJet3, &kLayoutJet4}) {
     for (size_t total = 0; total < 8 * 255; total++) {
       std::vector<size_t> front(8), back(8), spread(255), last(255);
       for (size_t i = 0, left = total; i < 8; i++) {

@@ -1,4 +1,4 @@
-#include "embedded/TextKey.h"
+#include "format/TextKey.h"
 
 #include <gtest/gtest.h>
 

@@ -50,7 +50,7 @@ SRecoveryRules WithReadableNames() {
 }
 
 // `length` cuts the buffer; by default it is one page, as a short definition has.
-std::unique_ptr<SDecoded> Decode(Bytes bytes, const SJetLayout& layout, size_t length = 0,
+std::unique_ptr<SDecoded> Decode(Bytes bytes, const SLayout& layout, size_t length = 0,
                                  const SRecoveryRules& rules = WithReadableNames()) {
   bytes.resize(length != 0 ? length : std::max<size_t>(bytes.size(), layout.pageSize));
   auto decoded = std::make_unique<SDecoded>();
@@ -85,20 +85,20 @@ std::string Describe(const SDecoded& decoded) {
 }
 
 // Where the names start.
-size_t NamesOf(const STableSpec& table, const SJetLayout& layout) {
-  return layout.definition.headerLength + table.indexes.size() * layout.definition.statisticsLength +
+size_t NamesOf(const STableSpec& table, const SLayout& layout) {
+  return layout.definition.headerSize + table.indexes.size() * layout.definition.statisticsSize +
          table.columns.size() * layout.column.size;
 }
 
 // The length of a Jet 4 text counts characters once it is read. The standard rules look for the flags of a
 // Jet 4 index at another place; those of the Jet 3 index hold 9, which is not exactly 8.
 TEST(Definition, FieldsAreReadFromTheirPlaces) {
-  EXPECT_EQ(Describe(*Decode(Hex(kJet4Definition), kJet4Layout)),
+  EXPECT_EQ(Describe(*Decode(Hex(kJet4Definition), kLayoutJet4)),
             "sound, f9 bytes, word 659, 7 rows of 7, next 9, type 4e, 2 ever, 1 variable, maps 2e500 2e501\n"
             "0 name: type a at 0/0, length 32, flags 2 1, misc 409, code page 0\n"
             "1 data: type f at 1/0, length 10, flags 43 0, misc 409, code page 0\n"
             "Primary Key: 1+, root 2e6, primary 1, unique 0, no nulls 0, required 0");
-  EXPECT_EQ(Describe(*Decode(Hex(kJet3Definition), kJet3Layout)),
+  EXPECT_EQ(Describe(*Decode(Hex(kJet3Definition), kLayoutJet3)),
             "sound, a9 bytes, word 0, 7 rows of 7, next 9, type 4e, 2 ever, 1 variable, maps 3700 3701\n"
             "0 name: type a at 0/0, length 32, flags 2 0, misc 10000, code page 4e4\n"
             "1 data: type f at 1/0, length 10, flags 43 0, misc 10001, code page 0\n"
@@ -109,7 +109,7 @@ TEST(Definition, FieldsAreReadFromTheirPlaces) {
 TEST(Definition, RawJet3NamesKeepTheTailOfTheOneBefore) {
   STableSpec table;
   for (const char16_t* name : {u"abcdef", u"xy", u"z", u"", u"no"}) table.AddFixed(name, kTypeLong, 4);
-  const auto decoded = Decode(MakeDefinition(table, kJet3Layout), kJet3Layout, 0, kStandardRules);
+  const auto decoded = Decode(MakeDefinition(table, kLayoutJet3), kLayoutJet3, 0, kStandardRules);
   EXPECT_EQ(decoded->Names(), ToUtf8(u"\u6261\u6463\u6665 \u7978\u6463 \u797A RecoveredField####0 \u6F6Ee "));
   std::vector<int> ownBytes;
   for (const CAccessColumn& column : decoded->table.columns) ownBytes.push_back(column.storedNameBytes);
@@ -119,31 +119,31 @@ TEST(Definition, RawJet3NamesKeepTheTailOfTheOneBefore) {
 TEST(Definition, Jet4NamesThatCannotBeReadAreGenerated) {
   STableSpec table;
   table.AddFixed(u"", kTypeLong, 4).AddFixed(u"", kTypeLong, 4).AddFixed(u"C", kTypeLong, 4);
-  CPageBytes bytes(kJet4Layout.pageSize);
-  bytes.PutBytes(0, MakeDefinition(table, kJet4Layout));
-  bytes.Put16(NamesOf(table, kJet4Layout), 255).Put16(NamesOf(table, kJet4Layout) + 2, 0xFFFF);
-  const auto decoded = Decode(bytes.GetBytes(), kJet4Layout);
+  CPageBytes bytes(kLayoutJet4.pageSize);
+  bytes.PutBytes(0, MakeDefinition(table, kLayoutJet4));
+  bytes.Put16(NamesOf(table, kLayoutJet4), 255).Put16(NamesOf(table, kLayoutJet4) + 2, 0xFFFF);
+  const auto decoded = Decode(bytes.GetBytes(), kLayoutJet4);
   EXPECT_EQ(decoded->Names(), "RecoveredField####0 RecoveredField####1 C ");
   EXPECT_FALSE(decoded->isSound);
 
   // A name of 254 bytes is the longest; one that ends with the buffer is not read.
   STableSpec longest;
   longest.AddFixed(std::u16string(127, u'n'), kTypeLong, 4);
-  const size_t end = NamesOf(longest, kJet4Layout) + 2 + 254;
-  const Bytes definition = MakeDefinition(longest, kJet4Layout);
-  EXPECT_EQ(Decode(definition, kJet4Layout, end + 1)->Names(), std::string(127, 'n') + " ");
-  EXPECT_EQ(Decode(definition, kJet4Layout, end)->Names(), "RecoveredField####0 ");
+  const size_t end = NamesOf(longest, kLayoutJet4) + 2 + 254;
+  const Bytes definition = MakeDefinition(longest, kLayoutJet4);
+  EXPECT_EQ(Decode(definition, kLayoutJet4, end + 1)->Names(), std::string(127, 'n') + " ");
+  EXPECT_EQ(Decode(definition, kLayoutJet4, end)->Names(), "RecoveredField####0 ");
 }
 
 TEST(Definition, Jet4ColumnNumbersKeepTheirLowByte) {
   STableSpec table = SmallTable();
   table.columns[1].number = 0x0105;
-  EXPECT_EQ(Decode(MakeDefinition(table, kJet4Layout), kJet4Layout)->table.columns.GetAt(1)->number, 5);
-  EXPECT_EQ(Decode(MakeDefinition(table, kJet3Layout), kJet3Layout)->table.columns.GetAt(1)->number, 0x0105);
+  EXPECT_EQ(Decode(MakeDefinition(table, kLayoutJet4), kLayoutJet4)->table.columns.GetAt(1)->number, 5);
+  EXPECT_EQ(Decode(MakeDefinition(table, kLayoutJet3), kLayoutJet3)->table.columns.GetAt(1)->number, 0x0105);
 }
 
 class DefinitionOfBoth : public CAllFormats {};
-INSTANTIATE_TEST_SUITE_P(Formats, DefinitionOfBoth, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, DefinitionOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 
 TEST_P(DefinitionOfBoth, CutEndsWithOneEmptyColumnAndNoIndex) {
   STableSpec table;
@@ -170,7 +170,7 @@ TEST_P(DefinitionOfBoth, HostileCountsCostNoMoreThanTheBuffer) {
   bytes.PutBytes(0, MakeDefinition(SmallTable(), layout)).Put16(layout.definition.columnCount, 0xFFFF);
   const auto manyColumns = Decode(bytes.GetBytes(), layout);
   EXPECT_LE(manyColumns->table.columns.GetCount(), layout.pageSize / layout.column.size);
-  bytes.Put32(layout.definition.realIndexCount, 0xFFFFFFFF);
+  bytes.Put32(layout.definition.realCount, 0xFFFFFFFF);
   const auto manyIndexes = Decode(bytes.GetBytes(), layout);
   EXPECT_EQ(manyIndexes->table.columns.GetCount(), 1u) << "the descriptors lie beyond the buffer";
   EXPECT_EQ(manyIndexes->table.indexes.GetCount(), 0u);
@@ -189,7 +189,7 @@ TEST_P(DefinitionOfBoth, IndexColumnsEndAtTheFirstThatCannotBe) {
   bytes.PutBytes(0, MakeDefinition(table, layout));
   const size_t flagsOfFirst = NamesOf(table, layout) + (layout.isJet3 ? 3 * 2 + 38 : 3 * 4 + 42);
   const std::vector<uint8_t> flags{0x01, 0x02, 0x08, 0x03, 0x0A};
-  for (size_t i = 0; i < flags.size(); i++) bytes.Put8(flagsOfFirst + i * layout.index.realSize, flags[i]);
+  for (size_t i = 0; i < flags.size(); i++) bytes.Put8(flagsOfFirst + i * layout.realIndex.size, flags[i]);
   const std::string description = Describe(*Decode(bytes.GetBytes(), layout));
   EXPECT_EQ(description.substr(description.find("\nIndex_0")),
             "\nIndex_0: 2- 0+, root 0, primary 0, unique 1, no nulls 0, required 0"
@@ -239,7 +239,7 @@ class DefinitionChain : public CAllFormats {
   CDatabaseBuilder file{layout};
   std::unique_ptr<CAccessData> data;
 };
-INSTANTIATE_TEST_SUITE_P(Formats, DefinitionChain, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, DefinitionChain, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 
 TEST_P(DefinitionChain, LongDefinitionsAreReadUntilALinkLies) {
   const uint32_t page = file.AddTable(WideTable(250));
@@ -249,13 +249,13 @@ TEST_P(DefinitionChain, LongDefinitionsAreReadUntilALinkLies) {
   ASSERT_EQ(Columns().GetCount(), 250u);
   EXPECT_EQ(Columns().GetAt(249)->GetName(), u"Column249");
 
-  file.Page(last).Put32(kNextPageOffset, page);
+  file.Page(last).Put32(kDefinitionNext, page);
   EXPECT_EQ(Parse({page}), 1u) << "a loop";
   ASSERT_EQ(Columns().GetCount(), 250u);
   EXPECT_EQ(Columns().GetAt(249)->GetName(), u"Column249");
 
   for (const uint32_t lie : {page, 0xFFFFFFFFu}) {
-    file.Page(page).Put32(kNextPageOffset, lie);
+    file.Page(page).Put32(kDefinitionNext, lie);
     EXPECT_EQ(Parse({page}), 1u) << lie;
     ASSERT_LT(Columns().GetCount(), 250u);
     EXPECT_EQ(Columns().GetAt(Columns().GetCount() - 1)->type, kTypeNone);
@@ -264,9 +264,9 @@ TEST_P(DefinitionChain, LongDefinitionsAreReadUntilALinkLies) {
 }
 
 TEST_P(DefinitionChain, CatalogueIsNeverReadFromTheFile) {
-  file.Page(kCataloguePage).Fill(0);
+  file.Page(kObjectsPage).Fill(0);
   rules = kStandardRules;
-  EXPECT_EQ(Parse({kCataloguePage}), 0u);
+  EXPECT_EQ(Parse({kObjectsPage}), 0u);
   EXPECT_EQ(Columns().GetCount(), 17u);
 }
 
@@ -280,9 +280,9 @@ TEST_P(DefinitionChain, SharedChainIsNotFollowedForEver) {
   const uint32_t first = file.GetPageCount();
   for (uint32_t i = 0; i < kChain; i++) {
     const uint32_t page = file.AddPage();
-    if (i + 1 < kChain) file.Page(page).Put32(kNextPageOffset, page + 1);
+    if (i + 1 < kChain) file.Page(page).Put32(kDefinitionNext, page + 1);
   }
-  for (const uint32_t table : tables) file.Page(table).Put32(kNextPageOffset, first);
+  for (const uint32_t table : tables) file.Page(table).Put32(kDefinitionNext, first);
   // 166 pages allow 332 links: three chains whole, the fourth cut in the middle, the others at once.
   EXPECT_EQ(Parse(tables), kTables - 3);
   EXPECT_EQ(Columns(kTables - 1).GetCount(), 10u);

@@ -51,7 +51,7 @@ class COpenedFile {
  public:
   explicit COpenedFile(std::span<const uint8_t> bytes) : m_file(bytes) { m_source.Open(m_file.GetPath()); }
   // Read in this format, whatever the bytes say.
-  COpenedFile(std::span<const uint8_t> bytes, const SJetLayout& layout) : COpenedFile(bytes) {
+  COpenedFile(std::span<const uint8_t> bytes, const SLayout& layout) : COpenedFile(bytes) {
     m_source.UseLayout(layout);
   }
   operator CSource&() { return m_source; }
@@ -63,11 +63,11 @@ class COpenedFile {
 };
 
 // Tests of what both formats do alike.
-class CAllFormats : public CEngineTest, public testing::WithParamInterface<const SJetLayout*> {
+class CAllFormats : public CEngineTest, public testing::WithParamInterface<const SLayout*> {
  protected:
-  const SJetLayout& layout = *GetParam();
+  const SLayout& layout = *GetParam();
 };
-inline std::string FormatName(const testing::TestParamInfo<const SJetLayout*>& info) {
+inline std::string FormatName(const testing::TestParamInfo<const SLayout*>& info) {
   return info.param->isJet3 ? "Jet3" : "Jet4";
 }
 
@@ -77,7 +77,7 @@ inline STableSpec SmallTable() {
   return table;
 }
 
-inline Bytes SmallRow(const SJetLayout& layout, uint32_t id, std::u16string_view name) {
+inline Bytes SmallRow(const SLayout& layout, uint32_t id, std::u16string_view name) {
   return MakeRow(SmallTable(), layout, {Little(id, 4), StoredText(name, layout)});
 }
 

@@ -18,12 +18,12 @@ class FieldDecoder : public CRowTest {
  protected:
   // The text of one value in a table of that one column.
   std::string DecodeFixed(uint8_t type, const Bytes& value, uint32_t misc = 0) {
-    Start(kJet4Layout);
+    Start(kLayoutJet4);
     AddFixed(type, 0, 0, static_cast<uint16_t>(value.size())).misc = misc;
     return DecodeOne(Joined(Joined(Hex("0100"), value), Hex("01")));
   }
   std::string DecodeVariable(uint8_t type, const Bytes& value, uint8_t extendedFlags = 0) {
-    Start(kJet4Layout);
+    Start(kLayoutJet4);
     AddVariable(type, 0, 0).extendedFlags = extendedFlags;
     return DecodeOne(OneColumnRow(value));
   }
@@ -40,7 +40,7 @@ TEST_F(FieldDecoder, NumbersMayBeVariableAndTextFixed) {
   table->header.highestColumnNumber = 5;
   EXPECT_EQ(Decode(Hex("0500 4e006f004900 7a00 feffffff 0e00 0a00 0800 0200 15")), (Texts{"-2", "NoI", "z"}));
 
-  Start(kJet3Layout);
+  Start(kLayoutJet3);
   AddFixed(kTypeText, 0, 0, 2);
   EXPECT_EQ(Decode(Hex("01 4ee4 01")), (Texts{"N\xC3\xA4"})) << "one byte a character";
 }

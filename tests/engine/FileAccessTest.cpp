@@ -114,7 +114,7 @@ class SourceOfBytes : public CEngineTest {
 };
 
 TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
-  Bytes bytes = CDatabaseBuilder(kJet3Layout).Build();
+  Bytes bytes = CDatabaseBuilder(kLayoutJet3).Build();
   for (const int version : {0, 1, 2, 3, 0x80, 0xFF}) {
     bytes[0x14] = static_cast<uint8_t>(version);
     EXPECT_EQ(IsJet4(bytes), version != 0) << version;
@@ -130,7 +130,7 @@ TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
 }
 
 TEST_F(SourceOfBytes, WithoutAVersionThePagesTell) {
-  Bytes jet4 = CDatabaseBuilder(kJet4Layout).Build();
+  Bytes jet4 = CDatabaseBuilder(kLayoutJet4).Build();
   jet4[0x14] = 0;
   EXPECT_TRUE(IsJet4(jet4));
   EXPECT_TRUE(IsJet4(Bytes{}));
@@ -149,8 +149,8 @@ TEST_F(SourceOfBytes, WhatIsNoDatabaseFileAndDamageThatIsNoObstacle) {
   EXPECT_EQ(Check(Bytes(2047)).state, ESourceState::TooShort);
   EXPECT_EQ(Check(Bytes(2048)).state, ESourceState::Ok);
   CPageBytes jet4(4095);
-  EXPECT_EQ(Check(jet4.Put8(kVersionByte, 1).GetBytes()).state, ESourceState::TooShort);
-  CDatabaseBuilder file(kJet4Layout);
+  EXPECT_EQ(Check(jet4.Put8(kHeaderVersion, 1).GetBytes()).state, ESourceState::TooShort);
+  CDatabaseBuilder file(kLayoutJet4);
   EXPECT_EQ(Check(file.Build()).state, ESourceState::Ok);
   for (const uint8_t header : {uint8_t{0}, uint8_t{0xA5}}) {
     file.Page(0).Fill(header);
@@ -159,8 +159,8 @@ TEST_F(SourceOfBytes, WhatIsNoDatabaseFileAndDamageThatIsNoObstacle) {
 }
 
 TEST_F(SourceOfBytes, EncryptionIsNamedAndAKeyAloneIsNone) {
-  CDatabaseBuilder file(kJet4Layout);
-  file.SetHeader16(0x20, kCataloguePage);
+  CDatabaseBuilder file(kLayoutJet4);
+  file.SetHeader16(0x20, kObjectsPage);
   const auto expectEncrypted = [&file](const std::u16string& scheme) {
     Bytes bytes = file.Build();
     EXPECT_EQ(Check(bytes).state, ESourceState::Ok) << "the pages can be read";
@@ -172,14 +172,14 @@ TEST_F(SourceOfBytes, EncryptionIsNamedAndAKeyAloneIsNone) {
   file.SetHeader32(kHeaderDatabaseKey, 0x12345678);
   expectEncrypted(u"Jet encoding");
   file.SetHeader32(kHeaderDatabaseKey, 0);
-  file.Page(0).Put8(kVersionByte, 3).Put16(0x299, 200).Put32(0x29B, 0x00040004);
+  file.Page(0).Put8(kHeaderVersion, 3).Put16(0x299, 200).Put32(0x29B, 0x00040004);
   expectEncrypted(u"agile encryption, AES");
   file.Page(0).Put32(0x29B, 0x00020003);
   expectEncrypted(u"RC4 CryptoAPI");
 }
 
 TEST_F(SourceOfBytes, FactsOfTheHeader) {
-  CDatabaseBuilder file(kJet3Layout);
+  CDatabaseBuilder file(kLayoutJet3);
   file.SetHeader16(kHeaderCodePage, 1251);
   Bytes bytes = file.Build();
   bytes.resize(bytes.size() + 7);

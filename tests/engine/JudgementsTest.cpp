@@ -47,7 +47,7 @@ TEST_F(Judgements, NamesThatMayBeWrong) {
 }
 
 TEST_F(Judgements, PromisedRowsThatAreNotThereAreMissing) {
-  COpenedFile source(Bytes(size_t{4} * 4096), kJet4Layout);
+  COpenedFile source(Bytes(size_t{4} * 4096), kLayoutJet4);
   CAccessTable& table = data.GetTables().AddTable(3 * 4096);
   const auto missing = [&](uint32_t promised, uint32_t found) {
     data.GetLedger() = {};
@@ -59,7 +59,7 @@ TEST_F(Judgements, PromisedRowsThatAreNotThereAreMissing) {
   EXPECT_EQ(missing(10, 7), 3u);
   EXPECT_EQ(missing(7, 7), 0u);
   EXPECT_EQ(missing(7, 10), 0u);
-  const uint32_t most = 4 * kJet4Layout.data.MaximumSlots(4096);
+  const uint32_t most = 4 * kLayoutJet4.data.MaximumSlots(4096);
   EXPECT_EQ(missing(most, 0), most);
   EXPECT_EQ(missing(most + 1, 0), 0u) << "more than the file has room for";
 }

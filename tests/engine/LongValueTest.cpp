@@ -22,7 +22,7 @@ Bytes Link(uint32_t nextPage, uint8_t nextSlot, const Bytes& content) {
 }
 
 Bytes Utf16(std::u16string_view text) {
-  return StoredText(text, kJet4Layout);
+  return StoredText(text, kLayoutJet4);
 }
 
 Bytes FileBytes(std::u16string_view path) {
@@ -34,16 +34,16 @@ class LongValue : public CRowTest {
  protected:
   void SetUp() override {
     CRowTest::SetUp();
-    StartMemo(kJet4Layout);
+    StartMemo(kLayoutJet4);
   }
   // A table whose only column is the long value.
-  void StartMemo(const SJetLayout& newLayout, uint8_t type = kTypeMemo) {
+  void StartMemo(const SLayout& newLayout, uint8_t type = kTypeMemo) {
     Start(newLayout);
     AddVariable(type, 0, 0);
   }
   std::string DecodeField(const Bytes& field) { return DecodeOne(OneColumnRow(field)); }
   void PutLinks(uint32_t number, const std::vector<Bytes>& rows, uint16_t flags = 0) {
-    CTestPage page = NewPage(kLongValueOwner);
+    CTestPage page = NewPage(kOwnerLongValues);
     for (const Bytes& row : rows) page.Row(row, flags);
     Put(number, page, false);
   }
@@ -65,7 +65,7 @@ TEST_F(LongValue, InlineValuesKeepWhatIsThere) {
 }
 
 TEST_F(LongValue, SingleRowOfALongValuePage) {
-  for (const SJetLayout* format : {&kJet3Layout, &kJet4Layout}) {
+  for (const SLayout* format : {&kLayoutJet3, &kLayoutJet4}) {
     StartMemo(*format);
     const Bytes text = StoredText(u"Um\u00FC", *format);
     const size_t width = text.size() / 3;
@@ -79,7 +79,7 @@ TEST_F(LongValue, SingleRowOfALongValuePage) {
 }
 
 TEST_F(LongValue, Jet3TextUsesTheColumnsCodePage) {
-  StartMemo(kJet3Layout);
+  StartMemo(kLayoutJet3);
   data->source.codePage = 1251;
   const Bytes field = Joined(Field(kInline, 3), Hex("cce8f0"));
   EXPECT_EQ(DecodeField(field), ToUtf8(u"\u041C\u0438\u0440"));
@@ -130,7 +130,7 @@ TEST_F(LongValue, ABrokenChainKeepsWhatWasRead) {
 }
 
 TEST_F(LongValue, AHeadWithAnotherStampBelongsToAnotherValue) {
-  CTestPage page = NewPage(kLongValueOwner).Row(Link(0, 0, Utf16(u"other")));
+  CTestPage page = NewPage(kOwnerLongValues).Row(Link(0, 0, Utf16(u"other")));
   page.Put32(8, 0x1234);
   Put(6, page, false);
   EXPECT_EQ(DecodeField(Field(kChain, 10, 6, 0, 0x1234)), "other");
@@ -139,7 +139,7 @@ TEST_F(LongValue, AHeadWithAnotherStampBelongsToAnotherValue) {
 }
 
 TEST_F(LongValue, OleValuesGoToNumberedSideFiles) {
-  StartMemo(kJet4Layout, kTypeOle);
+  StartMemo(kLayoutJet4, kTypeOle);
   PutLinks(6, {Link(7, 0, Hex("0102030405"))});
   PutLinks(7, {Link(0, 0, Hex("060708"))});
   Put(4, NewPage()
@@ -162,7 +162,7 @@ TEST_F(LongValue, OleValuesGoToNumberedSideFiles) {
 
 TEST_F(LongValue, AFullDiskEndsTheTableOnly) {
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
-  StartMemo(kJet4Layout, kTypeOle);
+  StartMemo(kLayoutJet4, kTypeOle);
   Put(4, NewPage().Row(OneColumnRow(Joined(Field(kInline, 3), Hex("aabb00")))));
   const CAccessTable& full = *table;
   table = &data->GetTables().AddTable(uint64_t{9} * 4096);
@@ -177,7 +177,7 @@ TEST_F(LongValue, AFullDiskEndsTheTableOnly) {
 }
 
 TEST_F(LongValue, ManyRowsAtOneGiantChainEndAtTheBudget) {
-  StartMemo(kJet3Layout);
+  StartMemo(kLayoutJet3);
   const Bytes content(2000, 'x');
   for (uint32_t page = 6; page < 606; page++) PutLinks(page, {Link(page + 1, 0, content)});
   CTestPage rows = NewPage();

@@ -32,14 +32,14 @@ class PageInspectorOfBoth : public CAllFormats {
   CPageInspector inspector;
   std::vector<SPageReport> reports;
 };
-INSTANTIATE_TEST_SUITE_P(Formats, PageInspectorOfBoth, testing::Values(&kJet3Layout, &kJet4Layout),
+INSTANTIATE_TEST_SUITE_P(Formats, PageInspectorOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4),
                          FormatName);
 
 TEST_P(PageInspectorOfBoth, SoundPagesAreWhatTheyAre) {
   STableSpec wide;
   for (int i = 0; i < 250; i++) wide.AddFixed(u"SomeColumn", kTypeLong, 4);
   const uint32_t definition = file.AddTable(wide);
-  const uint32_t longValues = file.AddDataPage(kLongValueOwner, {{Bytes(100)}});
+  const uint32_t longValues = file.AddDataPage(kOwnerLongValues, {{Bytes(100)}});
   Inspect(0);
   EXPECT_EQ(inspector.GetTotals().Of(EPageVerdict::Ok), file.GetPageCount());
   const std::pair<uint32_t, EPageKind> kinds[] = {{0, EPageKind::Header},
@@ -72,11 +72,11 @@ TEST_P(PageInspectorOfBoth, NumbersThatContradictEachOtherAreDamage) {
 }
 
 TEST_P(PageInspectorOfBoth, OtherDamage) {
-  file.Page(leaf).Put8(layout.indexPage.mask + 4, 0xFF);
+  file.Page(leaf).Put8(layout.index.mask + 4, 0xFF);
   EXPECT_EQ(Inspect(leaf).verdict, EPageVerdict::Damaged);
-  file.Page(table).Put32(kNextPageOffset, rows);
+  file.Page(table).Put32(kDefinitionNext, rows);
   EXPECT_EQ(Inspect(table).verdict, EPageVerdict::Damaged);
-  file.Page(table).Put32(kNextPageOffset, 0).Put16(layout.definition.columnCount, 900);
+  file.Page(table).Put32(kDefinitionNext, 0).Put16(layout.definition.columnCount, 900);
   EXPECT_EQ(Inspect(table).verdict, EPageVerdict::Damaged);
   file.Page(4).Fill(0x66);
   EXPECT_EQ(Inspect(4).kind, EPageKind::Unknown);
@@ -90,7 +90,7 @@ TEST_P(PageInspectorOfBoth, PagesOfALostTableAreOrphans) {
   EXPECT_EQ(Damaged(), 0u);
   // The catalogue's rows are read by a definition that needs no page.
   const uint32_t catalogue = file.AddCatalogueRow(table, u"People", 1);
-  file.Page(kCataloguePage).Fill(0);
+  file.Page(kObjectsPage).Fill(0);
   EXPECT_EQ(Inspect(catalogue).verdict, EPageVerdict::Ok);
 }
 

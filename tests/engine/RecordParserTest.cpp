@@ -11,9 +11,9 @@ class RecordParser : public CRowTest {
  protected:
   void SetUp() override {
     CRowTest::SetUp();
-    StartText(kJet4Layout);
+    StartText(kLayoutJet4);
   }
-  void StartText(const SJetLayout& newLayout) {
+  void StartText(const SLayout& newLayout) {
     Start(newLayout);
     AddVariable(kTypeText, 0, 0);
   }
@@ -21,14 +21,14 @@ class RecordParser : public CRowTest {
 };
 
 // The same over both formats.
-class RecordParserOfBoth : public RecordParser, public testing::WithParamInterface<const SJetLayout*> {
+class RecordParserOfBoth : public RecordParser, public testing::WithParamInterface<const SLayout*> {
  protected:
   void SetUp() override {
     CRowTest::SetUp();
     StartText(*GetParam());
   }
 };
-INSTANTIATE_TEST_SUITE_P(Formats, RecordParserOfBoth, testing::Values(&kJet3Layout, &kJet4Layout),
+INSTANTIATE_TEST_SUITE_P(Formats, RecordParserOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4),
                          FormatName);
 
 TEST_P(RecordParserOfBoth, LiveRowsOfAllPagesInTheirOrder) {

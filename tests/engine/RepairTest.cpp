@@ -33,7 +33,7 @@ class Repair : public CAllFormats {
   uint32_t rows = 0;
   CAccessRepair repair{kStandardRules};
 };
-INSTANTIATE_TEST_SUITE_P(Formats, Repair, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, Repair, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 
 TEST_P(Repair, SoundFileComesBackWhole) {
   const CAccessData* const data = Run();
@@ -77,7 +77,7 @@ TEST_P(Repair, WhatIsLostIsCounted) {
   file.AddCatalogueRow(77, u"Gone", 1);
   const uint32_t unnamed = file.AddTable(SmallTable());
   file.Page(rows).Fill(0);
-  file.Page(kCataloguePage).Fill(0);  // its definition is not needed
+  file.Page(kObjectsPage).Fill(0);  // its definition is not needed
   const CAccessData* const data = Run();
   ASSERT_NE(data, nullptr);
   const CDamageLedger& ledger = data->GetLedger();
@@ -116,9 +116,9 @@ TEST_P(Repair, BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure) {
   EXPECT_FALSE(isFound(sound, size_t{2} << 20)) << "too far for a search";
   // The pages of a file without a header stay where they are, whatever its values hold.
   file.AddDataPage(table, {{SmallRow(layout, 3, u"Cid")}, {Bytes(sound.begin(), sound.begin() + 30)}});
-  file.Page(0).Fill(0).Put8(kVersionByte, sound[kVersionByte]);
+  file.Page(0).Fill(0).Put8(kHeaderVersion, sound[kHeaderVersion]);
   EXPECT_TRUE(isFound(file.Build(), 0));
-  file.Page(kCataloguePage).Fill(0);
+  file.Page(kObjectsPage).Fill(0);
   EXPECT_TRUE(isFound(file.Build(), 0));
   // Neither do they where another file's first pages were written over its last ones.
   Bytes mixed = file.Build();

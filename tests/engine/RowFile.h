@@ -25,7 +25,7 @@ inline Bytes Joined(Bytes head, const Bytes& tail) {
 // Rows are packed from the page's end downwards.
 class CTestPage : public CPageBytes {
  public:
-  CTestPage(const SJetLayout& layout, uint32_t owner)
+  CTestPage(const SLayout& layout, uint32_t owner)
       : CPageBytes(layout.pageSize), m_layout(layout), m_lowest(layout.pageSize) {
     Put8(0, kPageData).Put8(1, kPageFormatted).Put32(kOwnerOffset, owner);
   }
@@ -42,7 +42,7 @@ class CTestPage : public CPageBytes {
   }
 
  private:
-  const SJetLayout& m_layout;
+  const SLayout& m_layout;
   uint32_t m_lowest = 0;
   uint32_t m_slots = 0;
 };
@@ -54,11 +54,11 @@ class CRowTest : public CEngineTest {
 
   void SetUp() override {
     CEngineTest::SetUp();
-    Start(kJet4Layout);
+    Start(kLayoutJet4);
   }
 
   // A new file and a new table, on definition page 3.
-  void Start(const SJetLayout& newLayout) {
+  void Start(const SLayout& newLayout) {
     layout = &newLayout;
     pages.clear();
     data = std::make_unique<CAccessData>(rules);
@@ -118,7 +118,7 @@ class CRowTest : public CEngineTest {
   }
   uint64_t Lost(EDamage kind) const { return data->GetLedger().GetCount(kind); }
 
-  const SJetLayout* layout = nullptr;
+  const SLayout* layout = nullptr;
   SRecoveryRules rules = kStandardRules;
   std::map<uint32_t, Bytes> pages;
   std::unique_ptr<CAccessData> data;

@@ -27,7 +27,7 @@ class RowFrame : public CRowTest {
   static Texts NineTexts(const std::string& first, const std::string& second) {
     return {first, second, "2", "222", "333333333", "444.55500", "09/21/1974 ", "3.5000", "True"};
   }
-  void StartTexts(const SJetLayout& newLayout, uint16_t count) {
+  void StartTexts(const SLayout& newLayout, uint16_t count) {
     Start(newLayout);
     for (uint16_t i = 0; i < count; i++) AddVariable(kTypeText, i, i);
   }
@@ -42,20 +42,20 @@ class RowFrame : public CRowTest {
 TEST_F(RowFrame, ALieCostsOnlyTheValuesThatItBounds) {
   struct SCase {
     const char* lie;
-    const SJetLayout& layout;
+    const SLayout& layout;
     std::string row;
     Texts texts;
     uint64_t broken;
   };
   const std::string first = "abcdefg", second = "hijklmnop";
   for (const SCase& test : {
-           SCase{"none", kJet4Layout, kJet4Row + "3c00 2a00 2100 0200 ff01", NineTexts(first, second), 0},
-           SCase{"none", kJet3Layout, kJet3Row + "302720 02 ff01", NineTexts(first, second), 0},
-           SCase{"count", kJet4Layout, kJet4Row + "3c00 2a00 2100 0a00 ff01", NineTexts(first, ""), 1},
-           SCase{"count", kJet3Layout, kJet3Row + "302720 0a ff01", NineTexts(first, ""), 1},
-           SCase{"early end", kJet4Layout, kJet4Row + "3c00 0000 2100 0200 ff01", NineTexts("", ""), 2},
-           SCase{"late end", kJet4Layout, kJet4Row + "3c00 ffff 2100 0200 ff01", NineTexts("", ""), 2},
-           SCase{"late end", kJet4Layout, kJet4Row + "ff00 2a00 2100 0200 ff01", NineTexts(first, ""), 1},
+           SCase{"none", kLayoutJet4, kJet4Row + "3c00 2a00 2100 0200 ff01", NineTexts(first, second), 0},
+           SCase{"none", kLayoutJet3, kJet3Row + "302720 02 ff01", NineTexts(first, second), 0},
+           SCase{"count", kLayoutJet4, kJet4Row + "3c00 2a00 2100 0a00 ff01", NineTexts(first, ""), 1},
+           SCase{"count", kLayoutJet3, kJet3Row + "302720 0a ff01", NineTexts(first, ""), 1},
+           SCase{"early end", kLayoutJet4, kJet4Row + "3c00 0000 2100 0200 ff01", NineTexts("", ""), 2},
+           SCase{"late end", kLayoutJet4, kJet4Row + "3c00 ffff 2100 0200 ff01", NineTexts("", ""), 2},
+           SCase{"late end", kLayoutJet4, kJet4Row + "ff00 2a00 2100 0200 ff01", NineTexts(first, ""), 1},
        }) {
     SCOPED_TRACE(test.lie + test.row);
     Start(test.layout);
@@ -73,7 +73,7 @@ TEST_F(RowFrame, ColumnsThatAreNullOrNewerThanTheRowAreEmpty) {
   EXPECT_EQ(Decode(Hex("0400 02 de00 41004200 0900 0500 0500 0200 0e")),
             (Texts{"", "AB", "2", "222", "", "", "", "", "False"}));
   // A row older than the text column has no offsets.
-  Start(kJet4Layout);
+  Start(kLayoutJet4);
   AddFixed(kTypeLong, 0, 0, 4);
   AddFixed(kTypeLong, 1, 4, 4);
   AddVariable(kTypeText, 2, 0);
@@ -96,17 +96,17 @@ TEST_F(RowFrame, AFixedValueDoesNotReachIntoTheVariableOnes) {
 TEST_F(RowFrame, StoredColumnCountDecidesWhetherItIsARow) {
   const std::string mask(80, 'f');
   struct SCase {
-    const SJetLayout& layout;
+    const SLayout& layout;
     std::string row;
     uint16_t columnsEver;
     bool isRow;
   };
   for (const SCase& test :
-       {SCase{kJet4Layout, "09", 9, false}, SCase{kJet4Layout, "0000ff", 9, false},
-        SCase{kJet4Layout, "0900ff01", 9, true}, SCase{kJet4Layout, "0a00ff03", 9, false},
-        SCase{kJet3Layout, "00ff", 9, false}, SCase{kJet3Layout, "0aff03", 9, false},
-        SCase{kJet4Layout, "ff00" + mask, 400, true}, SCase{kJet4Layout, "0001" + mask, 400, false},
-        SCase{kJet4Layout, "2c01" + mask, 400, false}}) {
+       {SCase{kLayoutJet4, "09", 9, false}, SCase{kLayoutJet4, "0000ff", 9, false},
+        SCase{kLayoutJet4, "0900ff01", 9, true}, SCase{kLayoutJet4, "0a00ff03", 9, false},
+        SCase{kLayoutJet3, "00ff", 9, false}, SCase{kLayoutJet3, "0aff03", 9, false},
+        SCase{kLayoutJet4, "ff00" + mask, 400, true}, SCase{kLayoutJet4, "0001" + mask, 400, false},
+        SCase{kLayoutJet4, "2c01" + mask, 400, false}}) {
     StartTexts(test.layout, 1);
     table->header.highestColumnNumber = test.columnsEver;
     EXPECT_EQ(Decode(Hex(test.row)).size(), test.isRow ? 1u : 0u) << test.row;
@@ -116,16 +116,16 @@ TEST_F(RowFrame, StoredColumnCountDecidesWhetherItIsARow) {
 
 TEST_F(RowFrame, Jet3OffsetsStepUpAtTheJumpBytes) {
   // Offsets 10, 200, 300 and end of data 310 in a row of 317 bytes: index 2 is the first at 256 or above.
-  StartTexts(kJet3Layout, 3);
+  StartTexts(kLayoutJet3, 3);
   EXPECT_EQ(DecodeTexts(310, Hex("36 2c c8 0a 02 03 07")),
             (Texts{std::string(190, 'a'), std::string(100, 'b'), std::string(10, 'c')}));
   // Data end at 254; only the offsets lie above 256, so the jump byte matches nothing, whatever it holds.
-  StartTexts(kJet3Layout, 2);
+  StartTexts(kLayoutJet3, 2);
   for (const char* tail : {"fe c8 0a ff 02 03", "fe c8 0a 01 02 03"})
     EXPECT_EQ(DecodeTexts(254, Hex(tail)), (Texts{std::string(190, 'a'), std::string(54, 'b')}));
   // 255 columns of which 230 hold a byte: the data end below 256, the row is longer than 512, and FF, the
   // value of both surplus jump bytes, is the number of the end of data.
-  StartTexts(kJet3Layout, 255);
+  StartTexts(kLayoutJet3, 255);
   Bytes tail;
   for (int i = 255; i >= 0; i--) tail.push_back(static_cast<uint8_t>(1 + std::min(i, 230)));
   tail.resize(tail.size() + 3 + 32, 0xFF);
@@ -140,8 +140,8 @@ TEST_F(RowFrame, Jet3OffsetsStepUpAtTheJumpBytes) {
 TEST_F(RowFrame, NoByteOfARowLeadsOutsideIt) {
   constexpr SRowShape kShape{
       .columnsEver = 9, .variableColumnsEver = 2, .maximumStoredColumns = 256, .firstVariableNumber = 0};
-  for (const SRowLayout* rowLayout : {&kRowLayoutJet3, &kRowLayoutJet4}) {
-    const bool isJet3 = rowLayout->countWidth == 1;
+  for (const SRowLayout* rowLayout : {&kLayoutJet3.row, &kLayoutJet4.row}) {
+    const bool isJet3 = rowLayout->countSize == 1;
     const Bytes sound = Hex(isJet3 ? kJet3Row + "302720 02 ff01" : kJet4Row + "3c00 2a00 2100 0200 ff01");
     CRowFrame frame(*rowLayout);
     for (size_t i = 0; i < sound.size() * 256; i++) {

@@ -38,7 +38,7 @@ class ScannerOfBoth : public CAllFormats {
   CAccessData data{kStandardRules};
   CDatabaseBuilder file{layout};
 };
-INSTANTIATE_TEST_SUITE_P(Formats, ScannerOfBoth, testing::Values(&kJet3Layout, &kJet4Layout), FormatName);
+INSTANTIATE_TEST_SUITE_P(Formats, ScannerOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 
 // The catalogue comes first and once, whatever its page holds. Jet 3 asks for the two letters and not for the
 // type, Jet 4 the other way round.
@@ -52,7 +52,7 @@ TEST_P(ScannerOfBoth, OnlyTheFormatsOwnMarksStartATable) {
   const Pages expected{2, table, layout.isJet3 ? odd : unmarked};
   EXPECT_EQ(FindTables(), expected);
   data.GetTables().Clear();
-  file.Page(kCataloguePage).Fill(0xFF);
+  file.Page(kObjectsPage).Fill(0xFF);
   EXPECT_EQ(FindTables(), expected);
 }
 
@@ -114,22 +114,22 @@ TEST_P(ScannerOfBoth, StopLeavesTheScanAtOnce) {
 TEST_P(ScannerOfBoth, DataPagesGoToTheirOwnersOrAreOrphans) {
   const uint32_t table = file.AddTable(SmallTable());
   const uint32_t first = file.AddDataPage(table, {});
-  const uint32_t catalogued = file.AddDataPage(kCataloguePage, {});
+  const uint32_t catalogued = file.AddDataPage(kObjectsPage, {});
   const uint32_t second = file.AddDataPage(table, {});
   const uint32_t unformatted = file.AddDataPage(table, {});
   file.Page(unformatted).Put8(1, 0);
-  file.Page(kCataloguePage).Fill(0);  // its rows are found all the same
+  file.Page(kObjectsPage).Fill(0);  // its rows are found all the same
   const uint32_t noTable = file.AddPage();
   file.Page(noTable).PutBytes(0, Bytes{kPageDefinition, kPageFormatted});  // no candidate
   Pages orphans;
   for (const uint32_t owner : {noTable, 3u, 0x00FFFFFFu, 0xFFFFFFFFu})
     orphans.push_back(file.AddDataPage(owner, {}));
-  file.AddDataPage(kLongValueOwner, {});
-  file.AddDataPage(kUsageMapOwner, {});
+  file.AddDataPage(kOwnerLongValues, {});
+  file.AddDataPage(kOwnerMaps, {});
   FindTables();
   FindPages();
   EXPECT_EQ(PagesOf(table), (Pages{first, second}));
-  EXPECT_EQ(PagesOf(kCataloguePage), Pages{catalogued});
+  EXPECT_EQ(PagesOf(kObjectsPage), Pages{catalogued});
   Pages counted;
   for (const auto& place : data.GetLedger().GetPlaces(EDamage::OrphanDataPage)) counted.push_back(place.page);
   EXPECT_EQ(counted, orphans);
@@ -181,7 +181,7 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   const uint32_t table = file.AddTable(SmallTable());
   const uint32_t continuation = file.AddTable(SmallTable());
   const uint32_t third = file.AddTable(SmallTable());
-  file.Page(table).Put32(kNextPageOffset, continuation);
+  file.Page(table).Put32(kDefinitionNext, continuation);
   EXPECT_EQ(FindTables(), (Pages{2, table, continuation, third}));
   CAccessData beyondTheFile{kStandardRules};
   for (const uint64_t offset : {file.OffsetOf(table), file.OffsetOf(continuation), uint64_t{1} << 40})
@@ -190,7 +190,7 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   scanner.DropContinuationDefinitions(beyondTheFile, COpenedFile(file.Build(), layout));
   EXPECT_EQ(beyondTheFile.GetTables().GetCount(), 3u) << "nothing when a candidate lies beyond the file";
   // A link from outside counts also where the continuation leads back to itself.
-  file.Page(continuation).Put32(kNextPageOffset, continuation);
+  file.Page(continuation).Put32(kDefinitionNext, continuation);
   data.GetTables().Clear();
   FindTables();
   EXPECT_EQ(WithoutContinuations(), (Pages{2, table, third}));
@@ -198,11 +198,11 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
 
 TEST_P(ScannerOfBoth, ADefinitionThatLeadsBackToItsStartStays) {
   const uint32_t alone = file.AddTable(SmallTable());
-  file.Page(alone).Put32(kNextPageOffset, alone);
+  file.Page(alone).Put32(kDefinitionNext, alone);
   const uint32_t second = file.AddTable(SmallTable());
   const uint32_t first = file.AddTable(SmallTable());
-  file.Page(first).Put32(kNextPageOffset, second);
-  file.Page(second).Put32(kNextPageOffset, first);
+  file.Page(first).Put32(kDefinitionNext, second);
+  file.Page(second).Put32(kDefinitionNext, first);
   // Only Jet 3 takes a page for a definition that does not name the kind of its table.
   if (layout.isJet3) file.Page(second).Put8(layout.definition.tableType, 0);
   FindTables();

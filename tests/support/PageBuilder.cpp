@@ -22,38 +22,39 @@ void Append(Bytes& bytes, std::span<const uint8_t> more) {
 }
 
 // A name or index name in a definition.
-void AppendName(Bytes& bytes, std::u16string_view name, const SJetLayout& layout) {
+void AppendName(Bytes& bytes, std::u16string_view name, const SLayout& layout) {
   const Bytes text = StoredText(name, layout);
-  Append(bytes, Little(text.size(), layout.definition.nameLengthWidth));
+  Append(bytes, Little(text.size(), layout.text.nameLengthSize));
   Append(bytes, text);
 }
 
-Bytes MakeColumn(const SColumnSpec& column, const SJetLayout& layout) {
+Bytes MakeColumn(const SColumnSpec& column, const SLayout& layout) {
   const SColumnLayout& at = layout.column;
   CPageBytes bytes(at.size);
   bytes.Put8(0, column.type).Put16(at.number, column.number).Put16(at.variableIndex, column.variableIndex);
   bytes.Put8(at.flags, column.flags).Put16(at.fixedOffset, column.fixedOffset);
   bytes.Put16(at.length, column.length);
-  if (!layout.isJet3) bytes.Put32(1, kDefinitionMark);
-  if (at.codePage != 0 && column.type == kTypeText) bytes.Put16(at.codePage, column.codePage);
+  if (!layout.isJet3) bytes.Put32(1, kDefinitionMagic);
+  if (at.codePage != kAbsent && column.type == kTypeText) bytes.Put16(at.codePage, column.codePage);
   return bytes.GetBytes();
 }
 
-Bytes MakeRealIndex(const SIndexSpec& index, const SJetLayout& layout) {
-  const SIndexLayout& at = layout.index;
-  CPageBytes bytes(at.realSize);
-  for (size_t i = 0; i < 10; i++) bytes.Put16(at.columns + i * kIndexColumnSize, kNoIndexColumn);
+Bytes MakeRealIndex(const SIndexSpec& index, const SLayout& layout) {
+  const SRealIndexLayout& at = layout.realIndex;
+  CPageBytes bytes(at.size);
+  for (size_t i = 0; i < 10; i++) bytes.Put16(at.slots + i * kIndexSlotSize, kNoColumn);
   for (size_t i = 0; i < index.columns.size(); i++) {
-    bytes.Put16(at.columns + i * kIndexColumnSize, index.columns[i].number);
-    bytes.Put8(at.columns + i * kIndexColumnSize + 2, index.columns[i].order);
+    bytes.Put16(at.slots + i * kIndexSlotSize, index.columns[i].number);
+    bytes.Put8(at.slots + i * kIndexSlotSize + 2, index.columns[i].order);
   }
   return bytes.GetBytes();
 }
 
-Bytes MakeLogicalIndex(const SIndexSpec& index, uint32_t number, const SJetLayout& layout) {
-  CPageBytes bytes(layout.index.logicalSize);
-  bytes.Put32(layout.index.logicalNumber, number).Put32(layout.index.logicalNumber + 4, number);
-  bytes.Put8(layout.index.kind, index.isPrimary ? kIndexKindPrimary : 0);
+Bytes MakeLogicalIndex(const SIndexSpec& index, uint32_t number, const SLayout& layout) {
+  const SLogicalIndexLayout& at = layout.logicalIndex;
+  CPageBytes bytes(at.size);
+  bytes.Put32(at.number, number).Put32(at.realIndex, number);
+  bytes.Put8(at.kind, index.isPrimary ? kIndexKindPrimary : 0);
   return bytes.GetBytes();
 }
 
@@ -127,7 +128,7 @@ Bytes Little(uint64_t value, size_t width) {
   return bytes;
 }
 
-Bytes StoredText(std::u16string_view text, const SJetLayout& layout) {
+Bytes StoredText(std::u16string_view text, const SLayout& layout) {
   Bytes bytes;
   for (const char16_t unit : text) Append(bytes, Little(unit, layout.isJet3 ? 1 : 2));
   return bytes;
@@ -135,7 +136,7 @@ Bytes StoredText(std::u16string_view text, const SJetLayout& layout) {
 
 // Number of columns, fixed area, variable values, offsets (last first), number of variable columns, null
 // mask.
-Bytes MakeRow(const STableSpec& table, const SJetLayout& layout,
+Bytes MakeRow(const STableSpec& table, const SLayout& layout,
               const std::vector<std::optional<Bytes>>& values) {
   if (values.size() != table.columns.size()) throw std::invalid_argument("one value a column");
   const size_t width = layout.isJet3 ? 1 : 2;
@@ -175,19 +176,19 @@ Bytes MakePointerRow(uint32_t page, uint8_t slot) {
   return Little(uint64_t{page} << 8 | slot, 4);
 }
 
-Bytes MakeDefinition(const STableSpec& table, const SJetLayout& layout) {
+Bytes MakeDefinition(const STableSpec& table, const SLayout& layout) {
   const SDefinitionLayout& at = layout.definition;
-  CPageBytes header(at.headerLength);
-  header.PutBytes(0, std::span(at.signature).first(at.signatureLength));
+  CPageBytes header(at.headerSize);
+  header.PutBytes(0, std::span(at.signature).first(at.signatureSize));
   header.Put32(at.rowCount, table.rowCount).Put8(at.tableType, table.type);
-  header.Put16(at.highestColumn, table.CountEver()).Put16(at.variableColumns, table.CountVariableEver());
+  header.Put16(at.columnsEver, table.CountEver()).Put16(at.variableEver, table.CountVariableEver());
   header.Put16(at.columnCount, static_cast<uint32_t>(table.columns.size()));
-  header.Put32(at.indexCount, static_cast<uint32_t>(table.indexes.size()));
-  header.Put32(at.realIndexCount, static_cast<uint32_t>(table.indexes.size()));
-  if (at.secondWord != 0) header.Put32(at.secondWord, kDefinitionMark);
+  header.Put32(at.logicalCount, static_cast<uint32_t>(table.indexes.size()));
+  header.Put32(at.realCount, static_cast<uint32_t>(table.indexes.size()));
+  if (at.magic != kAbsent) header.Put32(at.magic, kDefinitionMagic);
 
   Bytes bytes;
-  bytes.resize(table.indexes.size() * at.statisticsLength);
+  bytes.resize(table.indexes.size() * at.statisticsSize);
   for (const SColumnSpec& column : table.columns) Append(bytes, MakeColumn(column, layout));
   for (const SColumnSpec& column : table.columns) AppendName(bytes, column.name, layout);
   for (const SIndexSpec& index : table.indexes) Append(bytes, MakeRealIndex(index, layout));
@@ -201,13 +202,13 @@ Bytes MakeDefinition(const STableSpec& table, const SJetLayout& layout) {
   return bytes;
 }
 
-CDatabaseBuilder::CDatabaseBuilder(const SJetLayout& layout) : m_layout(layout) {
+CDatabaseBuilder::CDatabaseBuilder(const SLayout& layout) : m_layout(layout) {
   CPageBytes& header = Page(AddPage());
-  header.Put8(1, 1).PutBytes(4, StoredText(u"Standard Jet DB", kJet3Layout));
-  header.Put8(kVersionByte, layout.isJet3 ? 0 : 1);
-  Bytes masked(kHeaderMaskEnd - kHeaderMaskStart);
+  header.Put8(1, 1).PutBytes(4, StoredText(u"Standard Jet DB", kLayoutJet3));
+  header.Put8(kHeaderVersion, layout.isJet3 ? 0 : 1);
+  Bytes masked(kHeaderMaskEnd - kHeaderMasked);
   ApplyHeaderMask(masked);
-  header.PutBytes(kHeaderMaskStart, masked);
+  header.PutBytes(kHeaderMasked, masked);
   SetHeader16(kHeaderCodePage, 1252);
 
   // An inline map that starts at page 0 and says that no page is free.
@@ -232,19 +233,19 @@ uint32_t CDatabaseBuilder::AddDefinition(std::span<const uint8_t> definition) {
   Page(first).PutBytes(0, definition.first(std::min(definition.size(), pageSize)));
   uint32_t last = first;
   size_t onLast = std::min(definition.size(), pageSize);
-  for (size_t done = pageSize; done < definition.size(); done += pageSize - kDefinitionPageHead) {
+  for (size_t done = pageSize; done < definition.size(); done += pageSize - kDefinitionHead) {
     const uint32_t page = AddPage();
     const auto body =
-        definition.subspan(done, std::min(definition.size() - done, pageSize - kDefinitionPageHead));
+        definition.subspan(done, std::min(definition.size() - done, pageSize - kDefinitionHead));
     const auto& signature = m_layout.definition.signature;
-    Page(page).PutBytes(0, std::span(signature).first(m_layout.definition.signatureLength));
-    Page(page).PutBytes(kDefinitionPageHead, body);
-    Page(last).Put32(kNextPageOffset, page);
+    Page(page).PutBytes(0, std::span(signature).first(m_layout.definition.signatureSize));
+    Page(page).PutBytes(kDefinitionHead, body);
+    Page(last).Put32(kDefinitionNext, page);
     last = page;
-    onLast = body.size() + kDefinitionPageHead;
+    onLast = body.size() + kDefinitionHead;
   }
-  if (!m_layout.isJet3 && onLast + kDefinitionPageHead <= pageSize)
-    Page(last).Put16(kFreeBytesOffset, static_cast<uint32_t>(pageSize - kDefinitionPageHead - onLast));
+  if (!m_layout.isJet3 && onLast + kDefinitionHead <= pageSize)
+    Page(last).Put16(kFreeBytesOffset, static_cast<uint32_t>(pageSize - kDefinitionHead - onLast));
   return first;
 }
 
@@ -268,7 +269,7 @@ uint32_t CDatabaseBuilder::AddDataPage(uint32_t owner, const std::vector<SRowSpe
 }
 
 uint32_t CDatabaseBuilder::AddIndexLeaf(uint32_t owner, const std::vector<Bytes>& entries) {
-  const SIndexPageLayout& at = m_layout.indexPage;
+  const SIndexPageLayout& at = m_layout.index;
   const uint32_t number = AddPage();
   CPageBytes& page = Page(number);
   page.Put8(0, kPageIndexLeaf).Put8(1, kPageFormatted).Put32(kOwnerOffset, owner);
@@ -278,11 +279,11 @@ uint32_t CDatabaseBuilder::AddIndexLeaf(uint32_t owner, const std::vector<Bytes>
     end += static_cast<uint32_t>(entry.size());
     page.Put8(at.mask + end / 8, page.GetBytes()[at.mask + end / 8] | 1u << end % 8);
   }
-  page.Put16(kFreeBytesOffset, m_layout.pageSize - at.entries - end);
+  page.Put16(kFreeBytesOffset, static_cast<uint32_t>(at.Capacity()) - end);
   return number;
 }
 
-STableSpec CatalogueSpec(const SJetLayout& layout) {
+STableSpec CatalogueSpec(const SLayout& layout) {
   const uint16_t textLength = layout.isJet3 ? 255 : 510;
   STableSpec table;
   table.type = kSystemTable;
@@ -309,17 +310,16 @@ uint32_t CDatabaseBuilder::AddCatalogueRow(uint32_t id, std::u16string_view name
   values[2] = StoredText(name, m_layout);
   values[3] = Little(static_cast<uint16_t>(type), 2);
   values[7] = Little(flags, 4);
-  return AddDataPage(kCataloguePage, {{MakeRow(catalogue, m_layout, values)}});
+  return AddDataPage(kObjectsPage, {{MakeRow(catalogue, m_layout, values)}});
 }
 
 void CDatabaseBuilder::SetHeader16(size_t position, uint32_t value) {
-  Bytes masked(m_pages[0].GetBytes().begin() + kHeaderMaskStart,
-               m_pages[0].GetBytes().begin() + kHeaderMaskEnd);
+  Bytes masked(m_pages[0].GetBytes().begin() + kHeaderMasked, m_pages[0].GetBytes().begin() + kHeaderMaskEnd);
   ApplyHeaderMask(masked);
-  masked.at(position - kHeaderMaskStart) = static_cast<uint8_t>(value);
-  masked.at(position - kHeaderMaskStart + 1) = static_cast<uint8_t>(value >> 8);
+  masked.at(position - kHeaderMasked) = static_cast<uint8_t>(value);
+  masked.at(position - kHeaderMasked + 1) = static_cast<uint8_t>(value >> 8);
   ApplyHeaderMask(masked);
-  m_pages[0].PutBytes(kHeaderMaskStart, masked);
+  m_pages[0].PutBytes(kHeaderMasked, masked);
 }
 
 void CDatabaseBuilder::SetHeader32(size_t position, uint32_t value) {

@@ -1,9 +1,9 @@
 // Small databases built page by page, so that a test can tell one lie about an otherwise sound file.
 //
-//   CDatabaseBuilder file(kJet4Layout);
+//   CDatabaseBuilder file(kLayoutJet4);
 //   const uint32_t table = file.AddTable(spec);
-//   const uint32_t page = file.AddDataPage(table, {{MakeRow(spec, kJet4Layout, {...})}});
-//   file.Page(page).Put16(kJet4Layout.data.slotCount, 0xFFFF);   // the lie
+//   const uint32_t page = file.AddDataPage(table, {{MakeRow(spec, kLayoutJet4, {...})}});
+//   file.Page(page).Put16(kLayoutJet4.data.slotCount, 0xFFFF);   // the lie
 //   const CTempFile source(file.Build());
 //
 // Pages 0 (header), 1 (map of free pages, all in use) and 2 (definition of the catalogue) are always there;
@@ -18,7 +18,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/JetLayout.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
@@ -80,18 +80,18 @@ struct SRowSpec {
 
 // Values of the columns in the order of `table.columns`; none is null. A yes/no column is true when it has
 // any value, even an empty one. A Jet 3 row has at most 256 bytes.
-Bytes MakeRow(const STableSpec& table, const SJetLayout& layout,
+Bytes MakeRow(const STableSpec& table, const SLayout& layout,
               const std::vector<std::optional<Bytes>>& values);
 Bytes MakePointerRow(uint32_t page, uint8_t slot);
 Bytes Little(uint64_t value, size_t width);
 // UTF-16LE for Jet 4, one byte a character for Jet 3.
-Bytes StoredText(std::u16string_view text, const SJetLayout& layout);
+Bytes StoredText(std::u16string_view text, const SLayout& layout);
 // The whole definition, as it stands when its pages are put together.
-Bytes MakeDefinition(const STableSpec& table, const SJetLayout& layout);
+Bytes MakeDefinition(const STableSpec& table, const SLayout& layout);
 
 class CDatabaseBuilder {
  public:
-  explicit CDatabaseBuilder(const SJetLayout& layout);
+  explicit CDatabaseBuilder(const SLayout& layout);
 
   [[nodiscard]] uint32_t GetPageCount() const { return static_cast<uint32_t>(m_pages.size()); }
   [[nodiscard]] uint64_t OffsetOf(uint32_t page) const { return uint64_t{page} * m_layout.pageSize; }
@@ -115,12 +115,12 @@ class CDatabaseBuilder {
  private:
   void PutRows(CPageBytes& page, const std::vector<SRowSpec>& rows) const;
 
-  const SJetLayout& m_layout;
+  const SLayout& m_layout;
   std::vector<CPageBytes> m_pages;
 };
 
 // The catalogue's definition, as MakeRow needs it.
-STableSpec CatalogueSpec(const SJetLayout& layout);
+STableSpec CatalogueSpec(const SLayout& layout);
 
 // A file of these bytes that goes with the object.
 class CTempFile {

@@ -1,4 +1,4 @@
-#include "embedded/IndexPage.h"
+#include "format/IndexPage.h"
 
 namespace tolvane {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "embedded/IndexPageLayout.h"
-#include "embedded/LittleEndian.h"
+#include "format/Bytes.h"
+#include "format/IndexPageLayout.h"
 
 namespace tolvane {
 
@@ -18,13 +18,13 @@ class CIndexPage {
   bool Parse(const SIndexPageLayout& layout, std::span<const uint8_t> page, std::u16string& problem);
 
   [[nodiscard]] uint8_t GetType() const { return m_page[0]; }
-  [[nodiscard]] bool IsLeaf() const { return m_page[0] == kIndexLeafType; }
-  [[nodiscard]] uint32_t GetOwner() const { return GetLittle<uint32_t>(m_page, m_layout->owner); }
+  [[nodiscard]] bool IsLeaf() const { return m_page[0] == kPageIndexLeaf; }
+  [[nodiscard]] uint32_t GetOwner() const { return GetLittle<uint32_t>(m_page, kOwnerOffset); }
   [[nodiscard]] uint32_t GetPrevious() const { return GetLittle<uint32_t>(m_page, m_layout->previous); }
   [[nodiscard]] uint32_t GetNext() const { return GetLittle<uint32_t>(m_page, m_layout->next); }
   [[nodiscard]] uint32_t GetTail() const { return GetLittle<uint32_t>(m_page, m_layout->tail); }
   [[nodiscard]] uint8_t GetLevel() const { return m_page[m_layout->level]; }
-  [[nodiscard]] size_t GetStatedFreeBytes() const { return GetLittle<uint16_t>(m_page, m_layout->free); }
+  [[nodiscard]] size_t GetStatedFreeBytes() const { return GetLittle<uint16_t>(m_page, kFreeBytesOffset); }
   [[nodiscard]] size_t GetFreeBytes() const {
     return m_layout->Capacity() - (m_ends.empty() ? 0 : m_ends.back());
   }

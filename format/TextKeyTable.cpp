@@ -1,4 +1,4 @@
-#include "embedded/TextKeyTable.h"
+#include "format/TextKeyTable.h"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +17,7 @@ constexpr EWeightClass K2 = EWeightClass::Kana2;
 constexpr EWeightClass K3 = EWeightClass::Kana3;
 constexpr EWeightClass X = EWeightClass::Ignored;
 
-#include "embedded/TextKeyTable.inc"
+#include "format/TextKeyTable.inc"
 
 constexpr size_t kBlocks = 256;  // of 256 code units each
 

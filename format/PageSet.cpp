@@ -1,4 +1,4 @@
-#include "embedded/PageSet.h"
+#include "format/PageSet.h"
 
 namespace tolvane {
 

@@ -1,12 +1,12 @@
-#include "embedded/IndexKey.h"
+#include "format/IndexKey.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <iterator>
 
-#include "embedded/TextKey.h"
 #include "format/ColumnType.h"
+#include "format/TextKey.h"
 
 namespace tolvane {
 namespace {

@@ -13,9 +13,9 @@
 #include <span>
 #include <vector>
 
-namespace tolvane {
+#include "format/Layout.h"
 
-enum class EIndexVersion : uint8_t { Jet3, Jet4, Ace };
+namespace tolvane {
 
 struct SIndexKeyFormat {
   EIndexVersion version = EIndexVersion::Jet4;

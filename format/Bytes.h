@@ -1,7 +1,8 @@
 // Little-endian numbers in byte areas: unchecked writing into areas that we made, checked reading of what a
-// file says.
+// file says. Nothing here knows what the bytes mean.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -9,8 +10,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/TextUnits.h"
 
 namespace tolvane {
 
@@ -48,7 +47,12 @@ inline uint64_t DoubleBits(double value) {
 inline void AppendUnits(std::vector<uint8_t>& out, std::u16string_view text) {
   const size_t at = out.size();
   out.resize(at + 2 * text.size());
-  PutUnits(text, out.data() + at);
+  if constexpr (std::endian::native == std::endian::little) {
+    std::copy_n(reinterpret_cast<const uint8_t*>(text.data()), 2 * text.size(), out.data() + at);
+  } else {
+    const std::span<uint8_t> added = std::span(out).subspan(at);
+    for (size_t i = 0; i < text.size(); i++) PutLittle<uint16_t>(added.subspan(2 * i), 0, text[i]);
+  }
 }
 
 // A last odd byte is dropped.

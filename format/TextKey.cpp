@@ -1,10 +1,10 @@
-#include "embedded/TextKey.h"
+#include "format/TextKey.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 
-#include "embedded/TextKeyTable.h"
+#include "format/TextKeyTable.h"
 
 namespace tolvane {
 namespace {
