@@ -132,8 +132,8 @@ bool IsNothingRecovered(const CAccessData& data) {
 bool HasSaveLosses(const SSaveSummary& summary) {
   return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.charactersReplaced > 0 ||
          summary.columnsLost > 0 || summary.indexesLost > 0 || summary.indexesWeakened > 0 ||
-         summary.queriesLost > 0 || summary.queriesSkipped > 0 || summary.relationsLost > 0 ||
-         summary.relationsWeakened > 0;
+         summary.queriesLost > 0 || summary.queriesChanged > 0 || summary.queriesSkipped > 0 ||
+         summary.relationsLost > 0 || summary.relationsWeakened > 0 || summary.systemRowsLost > 0;
 }
 
 std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, NumberText number) {
@@ -170,10 +170,14 @@ std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
   add(summary.indexesWeakened, u"index as it was; the remarks say why",
       u"indexes as they were; the remarks say why");
   add(summary.queriesLost, u"query", u"queries");
+  add(summary.queriesChanged, u"query as it was; the remarks say why",
+      u"queries as they were; the remarks say why");
   add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
       u"queries of kinds that cannot be rebuilt");
   add(summary.relationsLost, u"relationship", u"relationships");
   add(summary.relationsWeakened, u"relationship as an enforced one", u"relationships as enforced ones");
+  add(summary.systemRowsLost, u"row of the saved queries or relationships: it could not be read back",
+      u"rows of the saved queries or relationships: they could not be read back");
   return found;
 }
 

@@ -3,17 +3,14 @@
 #include "checker/SystemRow.h"
 #include "embedded/SystemTables.h"
 #include "format/IndexPage.h"
+#include "format/SavedQuery.h"
 
 namespace tolvane {
 namespace {
 
 enum EColumn : uint16_t { kObjectId = 0, kAttribute = 1, kOrder = 2, kFlag = 6 };
-constexpr uint8_t kStart = 0, kKind = 1, kLastAttribute = 11, kEnd = 255;
 constexpr size_t kEndPosition = 12;
 constexpr size_t kMostQueries = 200'000;
-
-// The kind in attribute 1, by the high digit of the object's flags.
-constexpr int16_t kKindByFlags[] = {1, 6, 5, 4, 3, 2, 7, 8, 9};
 
 }  // namespace
 
@@ -21,7 +18,7 @@ void CQueryCheck::AddRow(const CRowView& row, SPlace place) {
   const CSystemRow values(m_context.file, row);
   const auto id = values.GetNumber<uint32_t>(kObjectId);
   const auto attribute = values.GetNumber<uint8_t>(kAttribute);
-  if (!id || !attribute || (*attribute > kLastAttribute && *attribute != kEnd)) {
+  if (!id || !attribute || (*attribute > kQuerySortKey && *attribute != kQueryEnd)) {
     m_context.findings.Error("H5", place, u"the row of a query has no object or an unknown attribute");
     return;
   }
@@ -31,9 +28,9 @@ void CQueryCheck::AddRow(const CRowView& row, SPlace place) {
   }
   SQuery& query = m_queries[*id];
   if (query.place.page == kNoPage) query.place = place;
-  const size_t position = *attribute == kEnd ? kEndPosition : *attribute;
+  const size_t position = *attribute == kQueryEnd ? kEndPosition : *attribute;
   query.rows[position]++;
-  if (*attribute == kKind) query.kind = values.GetNumber<int16_t>(kFlag);
+  if (*attribute == kQueryKind) query.kind = values.GetNumber<int16_t>(kFlag);
   const std::span<const uint8_t> order = values.GetBytes(kOrder);
   if (order.size() != 4)
     m_context.findings.Error("H2", place, u"the order of a query's row is not four bytes long");
@@ -56,19 +53,19 @@ void CQueryCheck::CheckQuery(uint32_t id, const SQuery& query, const CCatalogueC
       findings.Error("H4", query.place, Say(u"object ", id, u" has the rows of a query, but is none"));
     return;
   }
-  if (query.rows[kStart] != 1 || query.rows[kEndPosition] != 1 || query.rows[kKind] > 1)
+  if (query.rows[kQueryStart] != 1 || query.rows[kEndPosition] != 1 || query.rows[kQueryKind] > 1)
     findings.Error("H1", query.place,
-                   Say(u"query ", object->name, u" has ", query.rows[kStart], u" starts, ",
-                       query.rows[kEndPosition], u" ends and ", query.rows[kKind], u" kinds"));
+                   Say(u"query ", object->name, u" has ", query.rows[kQueryStart], u" starts, ",
+                       query.rows[kEndPosition], u" ends and ", query.rows[kQueryKind], u" kinds"));
   // Equal orders are ruled out by the unique index, so the highest one tells whether some are missing.
   for (size_t i = 0; i < kAttributes; i++)
     if (query.highestOrder[i] != query.rows[i])
-      findings.Error("H2", query.place,
-                     Say(u"query ", object->name, u" has ", query.rows[i], u" rows of attribute ",
-                         i == kEndPosition ? size_t{kEnd} : i, u", numbered up to ", query.highestOrder[i]));
-  const size_t digit = object->flags >> 4 & 0xF;
-  const bool isKnown = digit < std::size(kKindByFlags);
-  if (!isKnown || (query.kind && *query.kind != kKindByFlags[digit]))
+      findings.Error(
+          "H2", query.place,
+          Say(u"query ", object->name, u" has ", query.rows[i], u" rows of attribute ",
+              i == kEndPosition ? size_t{kQueryEnd} : i, u", numbered up to ", query.highestOrder[i]));
+  const std::optional<EQueryKind> kind = QueryKindOf(object->flags);
+  if (!kind || (query.kind && *query.kind != *kind))
     findings.Error("H3", query.place,
                    Say(u"the flags of query ", object->name, u" are ", object->flags, u", its rows say kind ",
                        query.kind.value_or(0)));

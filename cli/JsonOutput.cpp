@@ -161,6 +161,7 @@ Json DescribeSaving(const SSaveSummary& summary) {
           {"emptyRows", summary.emptyRowsDropped},
           {"queries", summary.queriesSaved},
           {"queriesLost", summary.queriesLost},
+          {"queriesChanged", summary.queriesChanged},
           {"queriesSkipped", summary.queriesSkipped},
           {"relationships", summary.relationsSaved},
           {"relationshipsNoLongerEnforced", summary.relationsWeakened},

@@ -12,17 +12,16 @@
 #include "cli/Summary.h"
 #include "platform/Text.h"
 #include "writer/QuerySaver.h"
+#include "writer/RecoveredQuery.h"
 
 namespace tolvane {
 
 namespace {
 
-// The kind is in the high half of the type's byte; the low half marks queries of forms and reports.
-std::string_view KindOf(const std::u16string& type) {
+std::string_view KindOf(uint32_t flags) {
   constexpr std::string_view kKinds[] = {"select",     "crosstab",        "delete",       "update", "append",
                                          "make table", "data definition", "pass-through", "union"};
-  const int number = ParseQueryNumber(type);
-  const size_t kind = number < 0 ? std::size(kKinds) : static_cast<size_t>(number) / 16;
+  const uint32_t kind = flags >> kQueryKindShift;
   return kind < std::size(kKinds) ? kKinds[kind] : "unknown";
 }
 
@@ -42,32 +41,39 @@ std::string DrawSql(const std::u16string& sql) {
 // One query of the list.
 struct SListed {
   std::u16string name;  // empty when it is lost
-  std::u16string type;
-  std::u16string sql;            // empty when there is none,
-  std::string_view reason = {};  // and why
+  std::string_view kind;
+  std::u16string sql;       // empty when there is none,
+  std::string reason = {};  // and why; of a text, why it is no statement
   bool isWhole = false;
+  bool isKindLost = false;
 };
 
 std::vector<SListed> ListQueries(const CAccessData& data, CTList<CQuery>& queries) {
   std::vector<SListed> list;
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
-    SListed& listed = list.emplace_back(SListed{query->name, query->type, query->GetSql()});
-    listed.isWhole = query->IsWhole();
-    if (!listed.sql.empty()) continue;
+    const SQueryListing listing = ListQuery(*query, data.GetRules());
+    SListed& listed = list.emplace_back(
+        SListed{query->name, KindOf(listing.flags), listing.sql, ToUtf8(listing.problem), listing.isWhole});
+    listed.isKindLost = query->name.empty() && data.GetRules().queriesAreTheirText;
+    if (!listed.sql.empty() || !listed.reason.empty()) continue;
     listed.reason = CQuerySaver::IsHidden(query->name) ? "a hidden query of a form or report is not rebuilt"
                                                        : "no SQL text can be rebuilt for this query";
   }
   for (const CQuerySysObject* lost : CQuerySaver::FindLost(data, queries))
-    list.push_back({lost->GetName(), lost->GetType(), {}, "only its name is left, its rows are lost"});
+    list.push_back({lost->GetName(),
+                    KindOf(static_cast<uint32_t>(ParseQueryNumber(lost->GetType()))),
+                    {},
+                    "only its name is left, its rows are lost"});
   return list;
 }
 
 std::string DrawQuery(const SListed& query, const SPageStyle& style) {
   const std::u16string name = query.name.empty() ? std::u16string(u"(name lost)") : query.name;
-  const std::string kind = query.name.empty() ? "kind lost, read as select" : std::string(KindOf(query.type));
+  const std::string kind(query.isKindLost ? "kind lost, read as select" : query.kind);
   const std::string text = "\n" + Heading(ToDisplay(name), style) + "  " + kind + "\n";
-  if (query.sql.empty()) return text + "    (" + std::string(query.reason) + ")\n";
-  return text + DrawSql(query.sql) + (query.isWhole ? "" : "    (some of its rows are lost)\n");
+  if (query.sql.empty()) return text + "    (" + query.reason + ")\n";
+  const std::string reason = query.isWhole ? query.reason : "some of its rows are lost";
+  return text + DrawSql(query.sql) + (reason.empty() ? "" : "    (" + reason + ")\n");
 }
 
 std::string DrawCount(const std::vector<const SListed*>& shown, size_t hidden) {
@@ -84,11 +90,11 @@ std::string DrawCount(const std::vector<const SListed*>& shown, size_t hidden) {
 
 Json DescribeQuery(const SListed& query) {
   return {{"name", query.name.empty() ? Json() : Json(ToUtf8(query.name))},
-          {"kind", KindOf(query.type)},
+          {"kind", query.kind},
           {"hidden", CQuerySaver::IsHidden(query.name)},
           {"whole", query.isWhole},
           {"sql", query.sql.empty() ? Json() : Json(ToUtf8(query.sql))},
-          {"reason", query.sql.empty() ? Json(query.reason) : Json()}};
+          {"reason", query.reason.empty() ? Json() : Json(query.reason)}};
 }
 
 }  // namespace

@@ -83,8 +83,9 @@ std::string DrawRelations(const std::vector<SRecoveredRelation>& relations, cons
 std::vector<SRecoveredRelation> ListRelations(const CAccessData& data, const SArguments& arguments) {
   std::vector<SRecoveredRelation> relations;
   // The tables are worth showing without them.
+  uint32_t rowsRead = 0;
   if (!ReadRelations(
-          data, [] { return true; }, relations))
+          data, [] { return true; }, relations, rowsRead))
     return {};
   if (!arguments.withSystemTables)
     std::erase_if(relations, [](const SRecoveredRelation& relation) { return relation.IsSystem(); });

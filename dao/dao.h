@@ -1,6 +1,6 @@
 // The database operations that the writer needs, as abstract classes. The writer knows no implementation.
 //
-//   CDaoEngine -> CDaoDatabase -> CDaoTableDef | CDaoRecordset | CDaoQueryDef
+//   CDaoEngine -> CDaoDatabase -> CDaoTableDef | CDaoRecordset
 //
 // Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time. Objects must
 // be released inside out: recordsets and definitions before their database. Values arrive as text, as the
@@ -15,6 +15,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "format/SavedQuery.h"
 
 namespace tolvane {
 
@@ -210,15 +212,6 @@ class CDaoRecordset {
   [[nodiscard]] virtual uint64_t GetChangedIndexCount() const { return 0; }
 };
 
-// A saved query that is being made. Nothing reaches the database before Append.
-class CDaoQueryDef {
- public:
-  virtual ~CDaoQueryDef() = default;
-  // Ok may carry a text: how the query was stored when not as it was given.
-  virtual CDaoResult Append() = 0;
-  virtual void Close() = 0;
-};
-
 class CDaoDatabase {
  public:
   virtual ~CDaoDatabase() = default;
@@ -226,8 +219,9 @@ class CDaoDatabase {
                                     std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) = 0;
   // `sql` is "SELECT * FROM [table]".
   virtual CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) = 0;
-  virtual CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
-                                    std::unique_ptr<CDaoQueryDef>& queryDef) = 0;
+  // The rows are stored as they stand; an implementation that takes statements renders them. Ok may carry a
+  // text: how the query was stored when not as it was given.
+  virtual CDaoResult CreateQuery(const SSavedQuery& query) = 0;
   // Both tables exist and are not open. A relation that is to be enforced is refused when the primary table
   // has no index on its fields that is unique or can be, when the fields' types differ, and when a record of
   // the foreign table refers to none; the text then names the first keys. Ok may carry a text: what became of

@@ -153,14 +153,13 @@ CDaoResult CCatalogue::AddTable(std::u16string_view name, uint32_t definitionPag
   return AddUserAces(definitionPage, kFullAccess);
 }
 
-CDaoResult CCatalogue::AddQuery(std::u16string_view name, const SStoredQuery& query, double date,
-                                size_t& replaced) {
-  if (CDaoResult result = CheckQueryRows(query); !result.IsOk()) return result;
-  SSystemObject object{0, kContainerTables, name, kObjectQuery, EAccount::User, query.objectFlags};
+CDaoResult CCatalogue::AddQuery(const SSavedQuery& query, double date, size_t& replaced) {
+  if (CDaoResult result = CheckQueryRows(query.rows); !result.IsOk()) return result;
+  SSystemObject object{0, kContainerTables, query.name, kObjectQuery, EAccount::User, query.flags};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  if (CDaoResult result = AddObject(object, date); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date, query.properties); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
-  return StoreQueryRows(Table(kQueriesPage), object.id, query, replaced);
+  return StoreQueryRows(Table(kQueriesPage), object.id, query.rows, replaced);
 }
 
 bool CCatalogue::HasRelation(std::u16string_view name) const {
@@ -182,7 +181,8 @@ CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
   return CDaoResult::Ok();
 }
 
-CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date) {
+CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date,
+                                 std::span<const uint8_t> properties) {
   CTableStore& table = Table(kObjectsPage);
   table.BeginRow();
   CRowValues values(table);
@@ -194,6 +194,9 @@ CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date) {
   values.SetNumber(kObjectsFlags, object.flags);
   values.SetText(kObjectsName, object.name);
   if (object.owner != EAccount::None) values.SetBytes(kObjectsOwner, MaskedSid(object.owner));
+  if (!properties.empty())
+    if (CDaoResult result = values.SetLongBytes(kObjectsProperties, properties); !result.IsOk())
+      return result;
   if (CDaoResult result = table.StoreRow(); !result.IsOk()) return result;
   if (object.parent == kContainerTables)
     m_objects.emplace(MakeNameKey(m_file.GetLayout(), object.name), SCatalogueObject{object.id, object.type});

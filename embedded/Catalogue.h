@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "embedded/HeaderPage.h"
-#include "embedded/QueryText.h"
 #include "embedded/SystemTables.h"
 #include "embedded/TableStore.h"
 
@@ -40,11 +39,11 @@ class CCatalogue {
   [[nodiscard]] bool HasRelation(std::u16string_view name) const;
   CDaoResult AddRelation(const CDaoRelationInfo& relation, double date);
   // Stores the query's rows, too; `replaced` counts their characters that the format cannot hold.
-  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query, double date, size_t& replaced);
+  CDaoResult AddQuery(const SSavedQuery& query, double date, size_t& replaced);
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }
-  CDaoResult AddObject(const SSystemObject& object, double date);
+  CDaoResult AddObject(const SSystemObject& object, double date, std::span<const uint8_t> properties = {});
   CDaoResult AddAce(const SSystemAce& ace);
   // The two entries that every object of the users has; `userAccess` is the owner's.
   CDaoResult AddUserAces(uint32_t object, uint32_t userAccess);

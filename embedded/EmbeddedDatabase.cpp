@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "embedded/EmbeddedQueryDef.h"
 #include "embedded/EmbeddedRecordset.h"
 #include "embedded/EmbeddedTableDef.h"
 #include "embedded/ObjectName.h"
@@ -45,16 +44,11 @@ CDaoResult CEmbeddedDatabase::OpenRecordset(std::u16string_view sql,
   return CDaoResult::Ok();
 }
 
-CDaoResult CEmbeddedDatabase::CreateQueryDef(std::u16string_view name, std::u16string_view sql,
-                                             std::unique_ptr<CDaoQueryDef>& queryDef) {
-  queryDef.reset();
+CDaoResult CEmbeddedDatabase::CreateQuery(const SSavedQuery& query) {
   if (!m_file->IsOpen()) return {EDaoError::CannotOpenFile, u"The database is closed."};
-  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"query", name); !result.IsOk()) return result;
-  SStoredQuery query;
-  std::u16string reason;
-  if (!SplitQueryText(sql, query, reason)) return {EDaoError::InvalidArgument, std::move(reason)};
-  queryDef = std::make_unique<CEmbeddedQueryDef>(m_file, name, std::move(query));
-  return CDaoResult::Ok();
+  if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"query", query.name); !result.IsOk())
+    return result;
+  return m_file->AddQuery(query);
 }
 
 CDaoResult CEmbeddedDatabase::CreateRelation(const CDaoRelationInfo& relation) {

@@ -17,8 +17,7 @@ class CEmbeddedDatabase : public CDaoDatabase {
   CDaoResult CreateTableDef(std::u16string_view name, int32_t attributes, std::u16string_view source,
                             std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) override;
   CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) override;
-  CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
-                            std::unique_ptr<CDaoQueryDef>& queryDef) override;
+  CDaoResult CreateQuery(const SSavedQuery& query) override;
   CDaoResult CreateRelation(const CDaoRelationInfo& relation) override;
   CDaoResult Close() override;
 

@@ -125,10 +125,10 @@ CDaoResult CEmbeddedFile::AddTable(std::u16string_view name, STableDefinition de
   return m_catalogue.AddTable(name, pages.front(), GetLocalDate());
 }
 
-CDaoResult CEmbeddedFile::AddQuery(std::u16string_view name, const SStoredQuery& query) {
-  if (CDaoResult result = CheckNewName(name); !result.IsOk()) return result;
+CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
+  if (CDaoResult result = CheckNewName(query.name); !result.IsOk()) return result;
   size_t replaced = 0;
-  CDaoResult result = m_catalogue.AddQuery(name, query, GetLocalDate(), replaced);
+  CDaoResult result = m_catalogue.AddQuery(query, GetLocalDate(), replaced);
   if (result.IsOk()) result.text = DescribeReplaced(replaced, u"the query");
   return result;
 }

@@ -36,7 +36,7 @@ class CEmbeddedFile {
   // `definition` has its columns, without pages.
   CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
   // Ok carries a text when characters had to be replaced.
-  CDaoResult AddQuery(std::u16string_view name, const SStoredQuery& query);
+  CDaoResult AddQuery(const SSavedQuery& query);
   CDaoResult AddRelation(const CDaoRelationInfo& relation);
   CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
   CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);

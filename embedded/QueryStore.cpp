@@ -18,13 +18,14 @@ enum EQueriesColumn : uint16_t {
   kQueriesName2 = 4,
   kQueriesExpression = 5,
   kQueriesFlag = 6,
+  kQueriesExtra = 7,
 };
 
 bool Fits(const std::optional<std::u16string>& name) {
   return !name || name->size() <= kMaxTextLength;
 }
 
-CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRow& row, uint32_t order,
+CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SQueryRow& row, uint32_t order,
                          size_t& replaced) {
   queries.BeginRow();
   CRowValues values(queries);
@@ -34,6 +35,8 @@ CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRo
                                        static_cast<uint8_t>(order >> 8), static_cast<uint8_t>(order)};
   values.SetBytes(kQueriesOrder, counter);
   if (row.flag) values.SetNumber(kQueriesFlag, *row.flag);
+  if (row.extra && queries.GetDefinition().FindColumn(kQueriesExtra) != nullptr)
+    values.SetNumber(kQueriesExtra, *row.extra);
   if (row.name1) values.SetText(kQueriesName1, *row.name1);
   if (row.name2) values.SetText(kQueriesName2, *row.name2);
   if (row.expression)
@@ -45,16 +48,17 @@ CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SStoredQueryRo
 
 }  // namespace
 
-CDaoResult CheckQueryRows(const SStoredQuery& query) {
-  for (const SStoredQueryRow& row : query.rows)
+CDaoResult CheckQueryRows(std::span<const SQueryRow> rows) {
+  for (const SQueryRow& row : rows)
     if (!Fits(row.name1) || !Fits(row.name2))
       return {EDaoError::FieldTooSmall, u"The query holds a name of more than 255 characters."};
   return CDaoResult::Ok();
 }
 
-CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query, size_t& replaced) {
+CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, std::span<const SQueryRow> rows,
+                          size_t& replaced) {
   std::array<uint32_t, 256> orders{};
-  for (const SStoredQueryRow& row : query.rows)
+  for (const SQueryRow& row : rows)
     if (CDaoResult result = StoreQueryRow(queries, id, row, ++orders[row.attribute], replaced);
         !result.IsOk())
       return result;

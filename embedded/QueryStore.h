@@ -2,18 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "dao/dao.h"
-#include "embedded/QueryText.h"
 #include "embedded/TableStore.h"
 
 namespace tolvane {
 
 // Names longer than the columns hold cannot be stored; nothing is written then.
-CDaoResult CheckQueryRows(const SStoredQuery& query);
+CDaoResult CheckQueryRows(std::span<const SQueryRow> rows);
 
 // `id` is the query's catalogue id, `queries` the open table MSysQueries. Rows of one attribute are counted
 // from 1 in the column Order. `replaced` counts the characters that the format cannot hold.
-CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, const SStoredQuery& query, size_t& replaced);
+CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, std::span<const SQueryRow> rows,
+                          size_t& replaced);
 
 }  // namespace tolvane

@@ -34,18 +34,25 @@ class CRowValues {
     SetBytes(column, bytes);
   }
   CDaoResult SetMemo(uint16_t column, std::u16string_view text) {
-    const std::vector<SColumnDefinition>& columns = m_table.GetDefinition().columns;
-    size_t position = 0;
-    while (columns[position].number != column) position++;
     size_t replaced = 0;
-    CDaoResult result = m_table.GetLongValues(position)->SetText(text, m_table.GetRow(), replaced);
+    CDaoResult result = LongValues(column).SetText(text, m_table.GetRow(), replaced);
     m_replaced += replaced;
     return result;
+  }
+  CDaoResult SetLongBytes(uint16_t column, std::span<const uint8_t> bytes) {
+    return LongValues(column).SetBytes(bytes, m_table.GetRow());
   }
   // Characters of all texts that the format cannot hold.
   [[nodiscard]] size_t GetReplaced() const { return m_replaced; }
 
  private:
+  CLongValueWriter& LongValues(uint16_t column) {
+    const std::vector<SColumnDefinition>& columns = m_table.GetDefinition().columns;
+    size_t position = 0;
+    while (columns[position].number != column) position++;
+    return *m_table.GetLongValues(position);
+  }
+
   CTableStore& m_table;
   size_t m_replaced = 0;
 };

@@ -24,6 +24,7 @@ enum EObjectsColumn : uint16_t {
   kObjectsDateUpdate = 5,
   kObjectsOwner = 6,
   kObjectsFlags = 7,
+  kObjectsProperties = 14,
 };
 enum EAcesColumn : uint16_t { kAcesObjectId = 0, kAcesSid = 1, kAcesAcm = 2, kAcesInheritable = 3 };
 enum ERelationshipsColumn : uint16_t {

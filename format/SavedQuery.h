@@ -1,24 +1,25 @@
 // A saved query as the format keeps it: the flags of its object row and its rows of MSysQueries.
 //
-//   Attribute          Flag                 Name1              Name2            Expression
-//     0 start          0
-//     1 kind           EQueryKind           target table;      its database     statement of a data
-//     definition
-//                                           connection                          or pass-through query
-//     2 parameter      type code            name                                (size of a text: LvExtra)
-//     3 options        bits, below          number of TOP
-//     4 database                            path               connect type
-//     5 source                              table or query     alias            path of its database; a
-//     statement 6 column         0; see below         alias              target column    expression 7 join
-//     1, 2, 3              left source        right source     condition 8 WHERE condition 9 GROUP BY 0; see
-//     below                                             expression
-//    10 HAVING                                                                  condition
-//    11 ORDER BY                            D = descending                      expression
+// clang-format off
+//   Attribute       Flag               Name1             Name2            Expression
+//     0 start       0
+//     1 kind        EQueryKind         target table,     its database     statement of a data definition
+//                                      or connection                      or of a pass-through query
+//     2 parameter   type code          name                               (length of a text: LvExtra)
+//     3 options     bits, see below    number of TOP
+//     4 database                       path              connect type
+//     5 source                         table or query    alias            path of its database; a statement
+//     6 column      0; see below       alias             target column    expression
+//     7 join        1, 2, 3            left source       right source     condition
+//     8 WHERE                                                             condition
+//     9 GROUP BY    0; see below                                          expression
+//    10 HAVING                                                            condition
+//    11 ORDER BY                       D = descending                     expression
 //   255 end
+// clang-format on
 //
-// A union has two sources without Name1, told apart by the marks in Name2. Parentheses of joins are not
-// stored; each condition is a row. The column Order numbers the rows of a query and attribute from 1,
-// big-endian.
+// A union has two sources without Name1, told apart by the marks in Name2. Parentheses of joins are not stored;
+// each condition is a row. The column Order numbers the rows of a query and attribute from 1, big-endian.
 #pragma once
 
 #include <cstddef>
@@ -87,6 +88,9 @@ inline constexpr int16_t kOptionAllColumns = 1, kOptionDistinct = 2, kOptionOwne
 // Flag of column and grouping rows: of a crosstab, or of a VALUES list.
 inline constexpr int16_t kColumnPlain = 0, kColumnPivot = 1, kColumnHeading = 2,
                          kColumnValues = static_cast<int16_t>(0x8000);
+
+// Flag of the join row.
+inline constexpr int16_t kJoinInner = 1, kJoinLeft = 2, kJoinRight = 3;
 
 inline constexpr std::u16string_view kUnionFirst = u"X7YZ_____1", kUnionSecond = u"X7YZ_____2";
 

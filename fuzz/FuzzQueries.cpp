@@ -3,9 +3,9 @@
 //   else  the kind of a query, as a digit, and its rows for a builder: fields end with '|', rows with '~'
 #include <algorithm>
 
-#include "embedded/QueryText.h"
 #include "platform/Text.h"
 #include "query/QB.h"
+#include "query/SqlSplitter.h"
 
 namespace tolvane {
 namespace {
@@ -33,14 +33,14 @@ std::u16string Build(uint32_t type, std::u16string_view text) {
 }
 
 void Split(std::u16string_view sql) {
-  SStoredQuery query;
+  SSplitQuery query;
   std::u16string reason, rows;
   if (!SplitQueryText(sql, query, reason)) return;
-  for (const SStoredQueryRow& row : query.rows)
+  for (const SQueryRow& row : query.rows)
     rows += ToDecimal(row.attribute) + u"|" + ToDecimal(row.flag.value_or(0)) + u"|" +
             row.name1.value_or(u"") + u"|" + row.name2.value_or(u"") + u"|" + row.expression.value_or(u"") +
             u"~";
-  SplitQueryText(Build(query.objectFlags, rows), query, reason);
+  SplitQueryText(Build(query.flags, rows), query, reason);
 }
 
 }  // namespace

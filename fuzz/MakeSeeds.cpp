@@ -32,10 +32,14 @@ void MakeSeed(const std::string& path, int32_t version) {
   FillTable(builder, "One");
   FillTable(builder, "Two");
   CDaoDatabase& database = builder.GetDatabase();
-  const std::u16string_view sql = u"SELECT One.* FROM One INNER JOIN Two ON One.ID = Two.ID";
-  std::unique_ptr<CDaoQueryDef> query;
+  SSavedQuery query{u"Query", 0, {}, {}};
+  query.rows = {
+      {kQueryStart, 0, {}, {}, {}, {}},        {kQueryKind, kKindSelect, {}, {}, {}, {}},
+      {kQuerySource, {}, u"One", {}, {}, {}},  {kQuerySource, {}, u"Two", {}, {}, {}},
+      {kQueryColumn, 0, {}, {}, u"One.*", {}}, {kQueryJoin, 1, u"One", u"Two", u"One.ID = Two.ID", {}},
+      {kQueryEnd, {}, {}, {}, {}, {}}};
   if (!database.CreateRelation({u"Both", u"One", u"Two", 0, {{u"ID", u"ID"}}}).IsOk() ||
-      !database.CreateQueryDef(u"Query", sql, query).IsOk() || !query->Append().IsOk())
+      !database.CreateQuery(query).IsOk())
     std::abort();
   builder.Close();
 }

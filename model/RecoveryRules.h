@@ -75,6 +75,8 @@ struct SRecoveryRules {
   bool dropBytesAbove127;
   // A row whose values are all empty is not stored.
   bool dropEmptyRows;
+  // A saved query is what its rebuilt SQL text says, and not its rows; those of forms and reports are left out.
+  bool queriesAreTheirText;
 };
 
 inline constexpr SRecoveryRules kStandardRules{
@@ -99,6 +101,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .midnightKeepsBlank = true,
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
+    .queriesAreTheirText = true,
 };
 
 inline constexpr SRecoveryRules kExactRules{
@@ -123,6 +126,7 @@ inline constexpr SRecoveryRules kExactRules{
     .midnightKeepsBlank = false,
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,
+    .queriesAreTheirText = false,
 };
 
 constexpr const SRecoveryRules& RulesOf(ERules rules) {

@@ -1,14 +1,6 @@
 #include "query/QBUnion.h"
 
-#include <string_view>
-
 namespace tolvane {
-namespace {
-
-constexpr std::u16string_view kFirstMember = u"X7YZ_____1";
-constexpr std::u16string_view kSecondMember = u"X7YZ_____2";
-
-}  // namespace
 
 void CQBUnion::Build(const CTList<CQueryAttributes>& rows, std::u16string& sql) {
   std::u16string first;
@@ -18,8 +10,8 @@ void CQBUnion::Build(const CTList<CQueryAttributes>& rows, std::u16string& sql) 
     const int attribute = ParseQueryNumber(row->Attribute);
     if (attribute == kQueryOptions) options = ParseQueryNumber(row->Flag);
     if (attribute != kQuerySource) continue;
-    if (row->Name2 == kFirstMember) first = row->Expression;
-    if (row->Name2 == kSecondMember) second = row->Expression;
+    if (row->Name2 == kUnionFirst) first = row->Expression;
+    if (row->Name2 == kUnionSecond) second = row->Expression;
   }
   // The engine keeps the line break before the keyword at the end of the first member.
   if (options == 3) sql = first + u"UNION\n" + second;

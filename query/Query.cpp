@@ -28,6 +28,13 @@ std::u16string CQuery::GetSql() {
   return m_sql;
 }
 
+std::vector<SQueryRow> CQuery::GetRows() const {
+  std::vector<SQueryRow> typed;
+  for (const CQueryAttributes* row = rows.GetHead(); row != nullptr; row = row->GetNext())
+    typed.push_back(row->GetRow());
+  return typed;
+}
+
 bool CQuery::IsWhole() const {
   bool hasStart = false;
   bool hasEnd = false;

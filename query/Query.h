@@ -2,7 +2,9 @@
 // builder of their type. Not thread-safe.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "query/QueryAttributes.h"
 #include "query/QuerySysObject.h"
@@ -14,12 +16,15 @@ class CQuery : public CTListLink<CQuery> {
  public:
   virtual ~CQuery() = default;
 
-  std::u16string name;  // empty when no object matched
-  std::u16string type;  // empty when no object matched: then a select query
+  std::u16string name;              // empty when no object matched
+  std::u16string type;              // empty when no object matched: then a select query
+  std::vector<uint8_t> properties;  // of its object; may be empty
   CTList<CQueryAttributes> rows;
 
   // The SQL text; empty when no builder exists for the type or nothing could be built.
   std::u16string GetSql();
+  // The rows as numbers and texts, in the order in which they were added.
+  [[nodiscard]] std::vector<SQueryRow> GetRows() const;
   // False when the row that opens or the row that closes every definition is lost; others may be lost, too.
   [[nodiscard]] bool IsWhole() const;
 

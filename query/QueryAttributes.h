@@ -4,24 +4,10 @@
 
 #include <string>
 
+#include "format/SavedQuery.h"
 #include "query/TList.h"
 
 namespace tolvane {
-
-// Kinds of rows: the values of Attribute.
-enum EQueryAttribute : int {
-  kQueryStart = 0,
-  kQueryKind = 1,      // append: Name1 is the target table
-  kQueryOptions = 3,   // Flag: 2 distinct, 8 distinct rows; union: 3 UNION, 1 UNION ALL
-  kQuerySource = 5,    // Name1 table or query, Name2 alias; union: Name2 marker, Expression member text
-  kQueryColumn = 6,    // Expression, Name1 alias, Name2 target column
-  kQueryJoin = 7,      // Name1 left table, Name2 right table, Expression condition, Flag kind
-  kQueryCriteria = 8,  // Expression
-  kQueryGrouping = 9,  // Expression
-  kQueryHaving = 10,   // Expression
-  kQuerySortKey = 11,  // Expression, Name1 direction
-  kQueryEnd = 255,
-};
 
 class CQueryAttributes : public CTListLink<CQueryAttributes> {
  public:
@@ -38,6 +24,11 @@ class CQueryAttributes : public CTListLink<CQueryAttributes> {
   std::u16string Name2;
   std::u16string ObjectId;  // id of the query in MSysObjects; rows are grouped by it
   std::u16string Order;     // kept, never used: rows stand in the order in which they were recovered
+  // The row as numbers and texts; an empty text is none.
+  [[nodiscard]] SQueryRow GetRow() const;
+  // The number in Order, which shows four bytes as hexadecimal digits; empty when it is lost.
+  [[nodiscard]] std::optional<uint64_t> GetOrder() const;
+
   // Join rows only: the resolved sides, filled by the builder; empty when the table was seen before.
   std::u16string leftTable;
   std::u16string rightTable;

@@ -10,6 +10,7 @@
 #include "platform/Process.h"
 #include "status/Status.h"
 #include "store/FileNameManager.h"
+#include "writer/RecoveredQuery.h"
 
 namespace tolvane {
 
@@ -93,42 +94,55 @@ bool CQuerySaver::Save() {
   CRepairLog::Instance().Append(u"Saving queries");
 
   CTList<CQueryAttributes> rows;
-  if (!ReadRows(*table, rows, IsSaving)) {
-    if (IsSaving()) Remark(u"Error code : - 004");
-    return false;
-  }
+  uint32_t rowCount = 0;
+  const bool isRead = ReadRows(*table, rows, rowCount, IsSaving);
+  if (!IsSaving()) return false;
+  if (!isRead) Remark(u"Error code : - 004");
+  if (rowCount < table->header.rowCount) m_summary.systemRowsLost += table->header.rowCount - rowCount;
   CTList<CQuery> queries;
   GroupAndMatch(m_data, rows, queries);
   CountLost(queries);
+  if (!isRead) return false;
   progress.SetMax(queries.GetCount());
   progress.SetPos(0);
-
-  std::unique_ptr<CDaoDatabase> database;
-  if (const CDaoResult opened = m_engine.OpenDatabase(m_outputPath, false, false, {}, database);
-      !opened.IsOk()) {
-    Remark(u"The saved queries could not be saved: " + opened.text);
-    return false;
-  }
-  const bool isDone = CreateQueries(*database, queries);
-  if (const CDaoResult closed = database->Close(); !closed.IsOk())
-    Remark(u"The saved queries could not be saved: " + closed.text);
-  if (!isDone) return false;
+  if (!SaveQueries(queries)) return false;
   progress.SetPos(progress.GetMax());
   CDisplayPause::Instance().Pause();
   return true;
+}
+
+bool CQuerySaver::SaveQueries(const CTList<CQuery>& queries) {
+  const uint64_t savedBefore = m_summary.queriesSaved;
+  std::unique_ptr<CDaoDatabase> database;
+  CDaoResult result = m_engine.OpenDatabase(m_outputPath, false, false, {}, database);
+  bool isDone = true;
+  if (result.IsOk()) {
+    isDone = CreateQueries(*database, queries);
+    result = database->Close();
+  } else {
+    for (const CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext())
+      if (!IsLeftOut(query->name)) ++m_summary.queriesLost;
+  }
+  if (result.IsOk()) return isDone;
+  m_summary.queriesLost += m_summary.queriesSaved - savedBefore;
+  m_summary.queriesSaved = savedBefore;
+  Remark(u"The saved queries could not be saved: " + result.text);
+  return false;
 }
 
 bool CQuerySaver::ReadQueries(const CAccessData& data, CTList<CQuery>& queries) {
   const CAccessTable* table = FindQueriesTable(data);
   if (table == nullptr) return true;
   CTList<CQueryAttributes> rows;
-  if (!ReadRows(*table, rows, IsAlwaysRunning)) return false;
+  uint32_t wholeRows = 0;
+  if (!ReadRows(*table, rows, wholeRows, IsAlwaysRunning)) return false;
   GroupAndMatch(data, rows, queries);
   return true;
 }
 
 // A row that the file's end cuts keeps what it has.
-bool CQuerySaver::ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, bool (*isRunning)()) {
+bool CQuerySaver::ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, uint32_t& wholeRows,
+                           bool (*isRunning)()) {
   CValueStream stream;
   if (!stream.Open(CFileNameManager().GetDataFilePath(table.GetDefinitionOffset()))) return false;
   bool isWhole = true;
@@ -137,6 +151,7 @@ bool CQuerySaver::ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& 
     auto row = std::make_unique<CQueryAttributes>();
     isWhole = ReadRow(stream, table.columns.GetCount(), *row);
     rows.Append(std::move(row));
+    if (isWhole) ++wholeRows;
     if (!isRunning()) return false;
   }
   return true;
@@ -163,58 +178,63 @@ void CQuerySaver::GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes
   engine.MatchObjects(queries, data.GetQueryObjects());
 }
 
+// What one query costs is its own: after a full disk the next one may be small enough.
 bool CQuerySaver::CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries) {
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
     if (!IsSaving()) return false;
     CProgressStatus::Instance().IncrementPos();
-    if (!CreateQuery(database, *query)) return false;
+    CreateQuery(database, *query);
   }
   return true;
 }
 
-bool CQuerySaver::CreateQuery(CDaoDatabase& database, CQuery& query) {
-  const std::u16string sql = query.GetSql();
-  if (sql.empty()) {
-    if (!IsHidden(query.name)) ++m_summary.queriesSkipped;
-    return true;
+void CQuerySaver::CreateQuery(CDaoDatabase& database, CQuery& query) {
+  SPreparedQuery prepared = PrepareQuery(query, IsHidden(query.name), m_data.GetRules());
+  if (prepared.isSkipped) {
+    if (!prepared.problem.empty()) ++m_summary.queriesSkipped;
+    return;
   }
-  const std::u16string wanted = query.name.empty() ? MakeFreshQueryName() : query.name;
-  if (IsHidden(wanted)) return true;
-  std::u16string name = wanted;
-  const CDaoResult result = StoreQuery(database, name, sql);
+  SSavedQuery& saved = prepared.query;
+  if (saved.name.empty()) saved.name = MakeFreshQueryName();
+  const std::u16string wanted = saved.name;
+  CDaoResult result{prepared.problem.empty() ? EDaoError::None : EDaoError::InvalidArgument,
+                    prepared.problem};
+  if (result.IsOk()) result = StoreQuery(database, saved);
   if (!result.IsOk()) {
     ++m_summary.queriesLost;
     Remark(u"Query " + wanted + u" could not be saved: " + result.text);
-    return !EndsSave(result.code);
+    return;
   }
   ++m_summary.queriesSaved;
-  if (query.name.empty())
-    Remark(u"Query " + name + u": its name and kind are lost; it was saved as a select query.");
-  if (name != wanted) Remark(u"Query " + wanted + u" was saved as " + name + u".");
-  if (!query.IsWhole()) Remark(u"Query " + name + u": some of its rows are lost.");
-  if (!result.text.empty()) Remark(u"Query " + name + u": " + result.text);
-  return true;
+  if (!prepared.changes.empty()) ++m_summary.queriesChanged;
+  if (saved.name != wanted) Remark(u"Query " + wanted + u" was saved as " + saved.name + u".");
+  for (const std::u16string& change : prepared.changes) Remark(u"Query " + saved.name + change);
+  if (!prepared.note.empty()) result.text += (result.text.empty() ? u"" : u". ") + prepared.note;
+  if (!result.text.empty()) Remark(u"Query " + saved.name + u": " + result.text);
 }
 
-CDaoResult CQuerySaver::StoreQuery(CDaoDatabase& database, std::u16string& name, std::u16string_view sql) {
-  const std::u16string wanted = name;
+// The query's name becomes another one where the database refuses it.
+CDaoResult CQuerySaver::StoreQuery(CDaoDatabase& database, SSavedQuery& query) {
+  const std::u16string wanted = query.name;
   CDaoResult result;
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-    m_names.Take(name);
-    std::unique_ptr<CDaoQueryDef> definition;
-    result = database.CreateQueryDef(name, sql, definition);
-    if (result.IsOk()) result = definition->Append();
-    if (definition) definition->Close();
+    m_names.Take(query.name);
+    result = database.CreateQuery(query);
     const bool isNameRefused = result.code == EDaoError::InvalidName ||
                                result.code == EDaoError::QueryExists || result.code == EDaoError::TableExists;
     if (!isNameRefused) break;
-    name = m_names.MakeVariation(wanted, u"Query");
+    query.name = m_names.MakeVariation(wanted, u"Query");
   }
   return result;
 }
 
 bool CQuerySaver::IsHidden(std::u16string_view name) {
   return name.starts_with(kHiddenPrefix);
+}
+
+// Those of forms and reports, whose loss then is nobody's.
+bool CQuerySaver::IsLeftOut(std::u16string_view name) const {
+  return m_data.GetRules().queriesAreTheirText && IsHidden(name);
 }
 
 std::vector<const CQuerySysObject*> CQuerySaver::FindLost(const CAccessData& data,
@@ -240,7 +260,7 @@ std::vector<const CQuerySysObject*> CQuerySaver::FindLost(const CAccessData& dat
 
 void CQuerySaver::CountLost(const CTList<CQuery>& queries) {
   for (const CQuerySysObject* object : FindLost(m_data, queries)) {
-    if (IsHidden(object->GetName())) continue;
+    if (IsLeftOut(object->GetName())) continue;
     ++m_summary.queriesLost;
     Remark(u"Query " + object->GetName() + u" could not be saved: its rows are lost.");
   }

@@ -35,19 +35,20 @@ class CQuerySaver {
   static bool ReadQueries(const CAccessData& data, CTList<CQuery>& queries);
   // Queries that the catalogue names and of which no row came back. They live as long as `data`.
   static std::vector<const CQuerySysObject*> FindLost(const CAccessData& data, const CTList<CQuery>& queries);
-  // Of a form or report, which keeps it for itself; never saved.
+  // Of a form or report, which keeps it for itself.
   static bool IsHidden(std::u16string_view name);
 
  private:
   static const CAccessTable* FindQueriesTable(const CAccessData& data);
-  static bool ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, bool (*isRunning)());
+  static bool ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, uint32_t& wholeRows,
+                       bool (*isRunning)());
   static bool ReadRow(CValueStream& stream, size_t columnCount, CQueryAttributes& row);
   static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
+  bool SaveQueries(const CTList<CQuery>& queries);
   bool CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries);
-  // False when nothing more can be saved.
-  bool CreateQuery(CDaoDatabase& database, CQuery& query);
-  // `name` becomes another one where the database refuses it.
-  CDaoResult StoreQuery(CDaoDatabase& database, std::u16string& name, std::u16string_view sql);
+  void CreateQuery(CDaoDatabase& database, CQuery& query);
+  CDaoResult StoreQuery(CDaoDatabase& database, SSavedQuery& query);
+  [[nodiscard]] bool IsLeftOut(std::u16string_view name) const;
   void CountLost(const CTList<CQuery>& queries);
   // Tells the user, in the summary and in the log.
   void Remark(std::u16string text);

@@ -124,8 +124,10 @@ bool SRecoveredRelation::IsSystem() const {
   return table.starts_with(kSystemTablePrefix) && referencedTable.starts_with(kSystemTablePrefix);
 }
 
-bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations) {
+bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations,
+                   uint32_t& rowsRead) {
   relations.clear();
+  rowsRead = 0;
   const CAccessTable* table = FindRelationsTable(data);
   if (table == nullptr || table->header.rowCount == 0) return true;
   CTableRowReader reader(*table);
@@ -140,6 +142,7 @@ bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRe
       if (number < row.size()) row[number] = values[i];
     }
     collector.Add(row);
+    if (!reader.IsIncomplete()) ++rowsRead;
     if (!isRunning()) return false;
   }
   collector.Finish(relations);

@@ -77,10 +77,15 @@ bool CRelationSaver::Read() {
       static_cast<int32_t>(std::min<uint32_t>(table->header.rowCount, std::numeric_limits<int32_t>::max())));
   if (!IsSaving()) return false;
   CRepairLog::Instance().Append(u"Saving relations");
-  if (ReadRelations(m_data, IsSaving, m_relations)) return true;
-  m_relations.clear();
-  if (IsSaving()) m_summary.notes.push_back(u"Error code : - 004");
-  return false;
+  uint32_t rowsRead = 0;
+  const bool isRead = ReadRelations(m_data, IsSaving, m_relations, rowsRead);
+  if (!IsSaving()) {
+    m_relations.clear();
+    return false;
+  }
+  if (!isRead) m_summary.notes.push_back(u"Error code : - 004");
+  if (rowsRead < table->header.rowCount) m_summary.systemRowsLost += table->header.rowCount - rowsRead;
+  return isRead;
 }
 
 ESaveStep CRelationSaver::Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables) {

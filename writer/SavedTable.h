@@ -30,10 +30,13 @@ struct SSaveSummary {
   uint64_t indexesWeakened = 0;     // no longer unique, required or there; the notes say why
   uint64_t queriesSaved = 0;
   uint64_t queriesLost = 0;     // saved queries that the new database refused
+  uint64_t queriesChanged = 0;  // of the saved ones: not what they were; the notes say why
   uint64_t queriesSkipped = 0;  // saved queries of a kind for which no SQL text can be rebuilt
   uint64_t relationsSaved = 0;
   uint64_t relationsWeakened = 0;  // of the saved ones: no longer enforced, because the rows do not allow it
   uint64_t relationsLost = 0;      // relationships that are not whole or lack a table or column
+  // Rows of queries and relationships that were recovered and could not be read back.
+  uint64_t systemRowsLost = 0;
   std::vector<SSaveLoss> losses;
   std::vector<std::u16string> notes;  // what was saved in another form than recovered; in the log, too
   std::u16string failure;             // why the save as a whole ended early; empty when it did not

@@ -260,9 +260,9 @@ const SBroken kObjectRows[] = {
     {"permission for nothing", Set(RowOf(kAceRows, 0), 2, 4, 0x00777777), {"B6", "E11"}},
     {"query without start", Set(QueryRow(0), 6, 1, 12), {"E11", "H1", "H5"}},
     {"query without end", Set(QueryRow(255), 6, 1, 12), {"E11", "H1", "H5"}},
-    {"order of query rows skips one", Raise(QueryRow(8), 13 + 3), {"E11", "H2"}},
+    {"order of query rows skips one", Raise(QueryRow(6), 13 + 3), {"E11", "H2"}},
     {"kind of a query", Set(Object("PlainQuery"), kKind, 1, 0x20), {"H3"}},
-    {"row of no query", Set(QueryRow(8), 2, 4, 0x80777777), {"E11", "H4"}},
+    {"row of no query", Set(QueryRow(6), 2, 4, 0x80777777), {"E11", "H4"}},
 };
 
 struct SBrokenReal : SBroken {

@@ -33,10 +33,7 @@ class CSoundDatabase : public DatabaseFixture {
     for (size_t i = 0; i < kSmallTables; i++)
       ExpectOk(AddTable(u"SmallTableWithANameThatIsLongEnoughForTwoLeaves" + ToDecimal(100 + i),
                         {{u"Number", kDaoLong, 4, kDaoFixedField}}));
-    std::unique_ptr<CDaoQueryDef> query;
-    ExpectOk(m_database->CreateQueryDef(u"PlainQuery",
-                                        u"SELECT PlainId, PlainText FROM Plain WHERE PlainId > 3", query));
-    ExpectOk(query->Append());
+    ExpectOk(m_database->CreateQuery(MakeQuery(u"PlainQuery", u"Plain", u"PlainId")));
     ExpectOk(m_database->Close());
     return ReadFileBytes(m_path);
   }

@@ -60,7 +60,8 @@ TEST(ExitStatus, EveryLossOfSavingIsTold) {
   for (uint64_t SSaveSummary::*count :
        {&SSaveSummary::fieldsDropped, &SSaveSummary::charactersReplaced, &SSaveSummary::columnsLost,
         &SSaveSummary::indexesLost, &SSaveSummary::indexesWeakened, &SSaveSummary::queriesLost,
-        &SSaveSummary::queriesSkipped, &SSaveSummary::relationsLost, &SSaveSummary::relationsWeakened}) {
+        &SSaveSummary::queriesChanged, &SSaveSummary::queriesSkipped, &SSaveSummary::systemRowsLost,
+        &SSaveSummary::relationsLost, &SSaveSummary::relationsWeakened}) {
     saved = {};
     saved.*count = 1;
     EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Incomplete);

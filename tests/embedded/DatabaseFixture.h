@@ -32,6 +32,18 @@ inline std::string LittleEndian(uint64_t value, size_t size) {
   return bytes;
 }
 
+// SELECT expression FROM source.
+inline SSavedQuery MakeQuery(std::u16string_view name, std::u16string_view source,
+                             std::u16string_view expression) {
+  SSavedQuery query{std::u16string(name), 0, {}, {}};
+  query.rows = {{kQueryStart, 0, {}, {}, {}, {}},
+                {kQueryKind, kKindSelect, {}, {}, {}, {}},
+                {kQuerySource, {}, std::u16string(source), {}, {}, {}},
+                {kQueryColumn, 0, {}, {}, std::u16string(expression), {}},
+                {kQueryEnd, {}, {}, {}, {}, {}}};
+  return query;
+}
+
 // `length` bytes that repeat late; handed over in pieces of odd sizes, as a file on a slow disk might.
 class CPatternSource : public CDaoByteSource {
  public:

@@ -155,9 +155,7 @@ TEST_P(Database, FillsPagesOverSeveralSessions) {
 TEST_P(Database, TakesTablesQueriesRelationsAndRowsInAnyOrder) {
   Create();
   const auto addQuery = [this](std::u16string_view name) {
-    std::unique_ptr<CDaoQueryDef> query;
-    ExpectOk(m_database->CreateQueryDef(name, u"SELECT T.N FROM T;", query));
-    ExpectOk(query->Append());
+    ExpectOk(m_database->CreateQuery(MakeQuery(name, u"T", u"T.N")));
   };
   const std::vector<SField> fields = {{u"N", kDaoLong}, {u"M", kDaoMemo}};
   const Texts row = {u"1", std::u16string(200, u'x')};

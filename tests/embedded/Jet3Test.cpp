@@ -104,14 +104,12 @@ TEST_F(Jet3, TextsAreBytesOfTheCodePage) {
 
 TEST_F(Jet3, QueriesSayWhatWasReplaced) {
   Create();
-  std::unique_ptr<CDaoQueryDef> query;
-  EXPECT_EQ(m_database->CreateQueryDef(u"\u0416", u"SELECT 1 AS A;", query).code, EDaoError::InvalidName);
-  ExpectOk(m_database->CreateQueryDef(u"Q", u"SELECT \"\u0416\" AS A FROM T;", query));
-  const CDaoResult appended = query->Append();
-  ExpectOk(appended);
-  EXPECT_EQ(ToUtf8(appended.text),
+  EXPECT_EQ(m_database->CreateQuery(MakeQuery(u"\u0416", u"T", u"1")).code, EDaoError::InvalidName);
+  const CDaoResult created = m_database->CreateQuery(MakeQuery(u"Q", u"T", u"\"\u0416\""));
+  ExpectOk(created);
+  EXPECT_EQ(ToUtf8(created.text),
             "1 character that the code page 1252 does not hold was replaced in the query");
-  EXPECT_EQ(CloseAndRead(u"MSysQueries").rows.size(), 6u);
+  EXPECT_EQ(CloseAndRead(u"MSysQueries").rows.size(), 5u);
 }
 
 }  // namespace

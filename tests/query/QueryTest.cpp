@@ -94,6 +94,21 @@ TEST(JoinBuilder, NestsJoinsAndMergesConditions) {
             u"(([C C]) LEFT JOIN (D) ON (e2)) ON (e3)");
 }
 
+// A statement that grows moves behind those that stand already, so the first one left is another group.
+TEST(JoinBuilder, AGrownStatementMovesToTheEnd) {
+  EXPECT_EQ(Sql(u"0", {{u"7", u"e1", u"A", u"B", u"1"},
+                       {u"7", u"e2", u"C", u"D", u"1"},
+                       {u"7", u"e3", u"B", u"E", u"1"}}),
+            u"SELECT *\nFROM (C) INNER JOIN (D) ON (e2)");
+  // A table joined with itself; the first source of an alias; a source row that is none by its letters.
+  EXPECT_EQ(Sql(u"0", {{u"7", u"e", u"A", u"A", u"2"}}), u"SELECT *\nFROM A AND (e)");
+  EXPECT_EQ(Sql(u"0", {{u"05", u"", u"Not", u"x"},
+                       {u"5", u"", u"One", u"x"},
+                       {u"5", u"", u"Two", u"x"},
+                       {u"7", u"e", u"x", u"B", u"1"}}),
+            u"SELECT *\nFROM (One AS x) INNER JOIN (B) ON (e)");
+}
+
 TEST(JoinBuilder, WritesOnlyTheFirstOfUnrelatedGroups) {
   EXPECT_EQ(Sql(u"0", {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"C", u"D", u"1"}}),
             u"SELECT *\nFROM (A) INNER JOIN (B) ON (e1)");
@@ -114,6 +129,18 @@ TEST(AppendBuilder, BracketsTargets) {
   EXPECT_EQ(
       Sql(u"64", {{u"1", u"", u"my t"}, {u"3", u"", u"", u"", u"8"}, {u"6", u"1", u"alias"}, {u"8", u"c"}}),
       u"INSERT INTO [my t] ( [] )\nSELECT DISTINCTROW 1\n\nWHERE c");
+}
+
+TEST(AppendBuilder, TakesTheClausesOfASelectAndTheLaterTarget) {
+  EXPECT_EQ(Sql(u"64", {{u"1", u"", u"first"},
+                        {u"1", u"", u"later"},
+                        {u"5", u"", u"T"},
+                        {u"6", u"x", u"", u"a"},
+                        {u"8", u"w"},
+                        {u"9", u"g"},
+                        {u"10", u"h"},
+                        {u"11", u"o", u"D"}}),
+            u"INSERT INTO later ( [a] )\nSELECT x\nFROM [T]\nWHERE w\nGROUP BY g\nHAVING h\nORDER BY o DESC");
 }
 
 TEST(UpdateBuilder, SplitsTargetsOnlyWhereTheTableHasABlank) {
@@ -138,8 +165,9 @@ TEST(DeleteBuilder, NamesTheLastTableOnly) {
                         {u"5", u"", u"B"},
                         {u"7", u"e", u"A", u"B", u"1"},
                         {u"8", u"w"},
+                        {u"10", u"h"},
                         {u"11", u"o"}}),
-            u"DELETE FROM [B]\nWHERE w");
+            u"DELETE FROM [B]\nWHERE w\nHAVING h");
   EXPECT_EQ(Sql(u"32", {}), u"DELETE FROM ");
 }
 
@@ -157,10 +185,23 @@ TEST(CrosstabBuilder, SortsRowsByTheirFlags) {
             u"TRANSFORM Sum(x) AS [S],\nAvg(x)\nSELECT a\nFROM [T]\nGROUP BY a,\nb\nORDER BY a\nPIVOT p");
 }
 
+TEST(CrosstabBuilder, WritesItsClausesInOneOrder) {
+  EXPECT_EQ(Sql(u"16", {{u"11", u"o"},
+                        {u"10", u"h"},
+                        {u"9", u"p", u"", u"", u"1"},
+                        {u"9", u"a", u"", u"", u"2"},
+                        {u"8", u"w"},
+                        {u"6", u"a", u"", u"", u"2"},
+                        {u"5", u"", u"T"},
+                        {u"3", u"", u"", u"", u"8"}}),
+            u"SELECT DISTINCTROW a\nFROM [T]\nWHERE w\nGROUP BY a\nHAVING h\nORDER BY o\nPIVOT p");
+}
+
 TEST(UnionBuilder, NeedsKnownOptions) {
   const auto union_ = [](const char16_t* flag) {
     return Sql(u"128", {{u"3", u"", u"", u"", flag},
                         {u"5", u"SELECT 1\r\n", u"", u"X7YZ_____1"},
+                        {u"5", u"SELECT 0", u"", u"X7YZ_____2"},
                         {u"5", u"SELECT 2", u"", u"X7YZ_____2"},
                         {u"5", u"SELECT 3", u"", u"X7YZ_____3"}});
   };

@@ -23,15 +23,15 @@ LAYERS = {
     'format': [],
     'platform': [],
     'status': ['platform'],
-    'query': [],
+    'query': ['format'],
     'store-files': ['platform', 'status'],
     'model': ['format', 'platform', 'store-files', 'query'],
     'store-readers': ['format', 'platform', 'status', 'query', 'store-files', 'model'],
     'engine': READING,
-    'dao': [],
+    'dao': ['format'],
     'writer': READING + ['dao'],
     'embedded': ['format', 'platform', 'dao'],
-    'automation': ['platform', 'dao'],
+    'automation': ['format', 'platform', 'query', 'dao'],
     'checker': ['format', 'platform', 'embedded'],
 }
 EVERYTHING = list(LAYERS)

@@ -97,16 +97,6 @@ class CFakeRecordset : public CDaoRecordset {
   SFakeLog& m_log;
 };
 
-class CFakeQueryDef : public CDaoQueryDef {
- public:
-  explicit CFakeQueryDef(SFakeLog& log) : m_log(log) {}
-  CDaoResult Append() override { return m_log.Call("append query"); }
-  void Close() override { static_cast<void>(m_log.Call("close query")); }
-
- private:
-  SFakeLog& m_log;
-};
-
 class CFakeDatabase : public CDaoDatabase {
  public:
   explicit CFakeDatabase(SFakeLog& log) : m_log(log) {}
@@ -120,10 +110,13 @@ class CFakeDatabase : public CDaoDatabase {
     recordset = std::make_unique<CFakeRecordset>(m_log);
     return m_log.Call("rows " + ToUtf8(sql));
   }
-  CDaoResult CreateQueryDef(std::u16string_view name, std::u16string_view sql,
-                            std::unique_ptr<CDaoQueryDef>& queryDef) override {
-    queryDef = std::make_unique<CFakeQueryDef>(m_log);
-    return m_log.Call("query " + ToUtf8(name) + ": " + ToUtf8(sql));
+  CDaoResult CreateQuery(const SSavedQuery& query) override {
+    std::string line = "query " + ToUtf8(query.name) + " flags=" + std::to_string(query.flags) + ":";
+    for (const SQueryRow& row : query.rows)
+      if (row.expression || row.name1)
+        line += " " + std::to_string(row.attribute) + " " + ToUtf8(row.name1.value_or(u"")) +
+                ToUtf8(row.expression.value_or(u""));
+    return m_log.Call(line);
   }
   CDaoResult CreateRelation(const CDaoRelationInfo& relation) override {
     std::string line = "relation " + ToUtf8(relation.name) + ": " + ToUtf8(relation.foreignTable) + " (";

@@ -3,6 +3,7 @@
 
 #include "tests/writer/WriterTest.h"
 #include "writer/QuerySaver.h"
+#include "writer/RecoveredQuery.h"
 
 namespace tolvane {
 
@@ -31,10 +32,10 @@ TEST_F(CQueryStepTest, QueriesAreCreatedBeforeTheRows) {
   ASSERT_TRUE(m_writer.Save());
   const std::string open = "open " + ToUtf8(InFolder(u"new.mdb"));
   EXPECT_EQ(CallsFrom("open"),
-            (Lines{open, "query First: SELECT a, b\n", "append query", "close query", "close database", open,
-                   "rows SELECT * FROM [T]", "add", "set 0 v", "update", "close rows", "close database"}));
+            (Lines{open, "query First flags=0: 6 a 6 b", "close database", open, "rows SELECT * FROM [T]",
+                   "add", "set 0 v", "update", "close rows", "close database"}));
   // One query is of a kind without a builder; those of forms are not the user's.
-  EXPECT_EQ(Outcome(), (Lines{"1 tables, 1 records, 1 queries, 1 skipped queries",
+  EXPECT_EQ(Outcome(), (Lines{"1 tables, 1 records, 1 queries, 1 changed queries, 1 skipped queries",
                               "Query First: some of its rows are lost."}));
   EXPECT_TRUE(GetLog().starts_with("Saving queries"));
 }
@@ -48,17 +49,18 @@ TEST_F(CQueryStepTest, EachLossCostsOneQueryAndIsTold) {
   Refuse("query bad", EDaoError::InvalidArgument, u"no");
   ASSERT_TRUE(m_writer.Save());
   EXPECT_EQ(Outcome(),
-            (Lines{"1 queries, 2 lost queries", "Query without rows could not be saved: its rows are lost.",
+            (Lines{"1 queries, 1 changed queries, 2 lost queries",
+                   "Query without rows could not be saved: its rows are lost.",
                    "Query bad could not be saved: no", "Query good ~sq: some of its rows are lost."}));
   EXPECT_NE(GetLog().find("Query bad could not be saved: no"), std::string::npos);
 }
 
 TEST_F(CQueryStepTest, ARefusedNameIsVaried) {
   AddQueries({{u"-1", u"a"}}, {{u"my.query", u"-1", u"0"}});
-  Refuse("append query", EDaoError::InvalidName, u"no", 1);
+  Refuse("query my.query", EDaoError::InvalidName, u"no", 1);
   ASSERT_TRUE(m_writer.Save());
-  EXPECT_EQ(m_engine.log.Find("query ").back(), "query my_query: SELECT a\n");
-  EXPECT_EQ(Outcome(), (Lines{"1 queries", "Query my.query was saved as my_query.",
+  EXPECT_EQ(m_engine.log.Find("query ").back(), "query my_query flags=0: 6 a");
+  EXPECT_EQ(Outcome(), (Lines{"1 queries, 1 changed queries", "Query my.query was saved as my_query.",
                               "Query my_query: some of its rows are lost."}));
 }
 
@@ -67,7 +69,7 @@ TEST_F(CQueryStepTest, NamelessQueriesGetNamesOfTheirOwn) {
   ASSERT_TRUE(m_writer.Save());
   const Lines queries = m_engine.log.Find("query Query_");
   ASSERT_EQ(queries.size(), 2u);
-  EXPECT_NE(queries[0].substr(0, queries[0].find(':')), queries[1].substr(0, queries[1].find(':')));
+  EXPECT_NE(queries[0].substr(0, queries[0].find(" flags")), queries[1].substr(0, queries[1].find(" flags")));
 
   std::array<uint8_t, 16> guid{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0x05, 0x00};
   std::memset(guid.data() + 8, 0xFF, 8);
@@ -78,11 +80,147 @@ TEST_F(CQueryStepTest, RowsAreReadUpToTheCut) {
   CAccessTable& table = AddQueries({}, {{u"Q", u"-1", u"0"}});
   WriteRows(table, {{u"-1", u"6", u"", u"", u"", u"a", u"", u""}, {u"-1", u"6", u"", u"", u"", u"b"}});
   ASSERT_TRUE(m_writer.Save());
-  EXPECT_EQ(m_engine.log.Find("query").front(), "query Q: SELECT a, b\n");
+  EXPECT_EQ(m_engine.log.Find("query").front(), "query Q flags=0: 6 a 6 b");
   // Without its data file the queries are gone and nothing else.
   CAccessTableDataFile::RemoveDataFile(table.GetDefinitionOffset());
   EXPECT_TRUE(m_writer.Save());
-  EXPECT_EQ(Outcome(), (Lines{"", "Error code : - 004"}));
+  EXPECT_EQ(Outcome(), (Lines{"1 lost queries, 2 lost system rows", "Error code : - 004",
+                              "Query Q could not be saved: its rows are lost."}));
+}
+
+// What the statements of the standard rules leave out is told and counted; what they write in other words is
+// not.
+TEST_F(CQueryStepTest, WhatChangesAQueryIsTold) {
+  CAccessTable& table = AddQueries({}, {{u"same", u"-1", u"0"},
+                                        {u"delete", u"-2", u"32"},
+                                        {u"union", u"-3", u"128"},
+                                        {u"sign", u"-4", u"0"},
+                                        {u"options", u"-5", u"0"},
+                                        {u"pivot", u"-6", u"16"}});
+  const auto row = [](const char16_t* id, const char16_t* attribute, const char16_t* flag,
+                      const char16_t* name1, const char16_t* name2, const char16_t* expression) {
+    return Row{id, attribute, u"", name1, name2, expression, flag, u""};
+  };
+  std::vector<Row> rows;
+  for (const char16_t* id : {u"-1", u"-2", u"-3", u"-4", u"-5", u"-6", u"-7"}) {
+    rows.push_back(row(id, u"0", u"0", u"", u"", u""));
+    rows.push_back(row(id, u"255", u"", u"", u"", u""));
+  }
+  for (const Row& more :
+       {// Joins nested and conditions merged, sort keys and brackets.
+        row(u"-1", u"5", u"", u"T 1", u"", u""), row(u"-1", u"5", u"", u"U", u"u", u""),
+        row(u"-1", u"5", u"", u"V", u"", u""),
+        row(u"-1", u"7", u"2", u"T 1", u"u", u"([T 1].a = u.a) AND (1=1)"),
+        row(u"-1", u"7", u"2", u"T 1", u"u", u"[T 1].b = u.b"),
+        row(u"-1", u"7", u"1", u"u", u"V", u"u.c = V.c"), row(u"-1", u"6", u"0", u"x y", u"", u"f(a, b)"),
+        row(u"-1", u"11", u"", u"D", u"", u"a"), row(u"-1", u"3", u"2", u"", u"", u""),
+        // The first table goes, and what joined it.
+        row(u"-2", u"1", u"5", u"", u"", u""), row(u"-2", u"5", u"", u"A", u"", u""),
+        row(u"-2", u"5", u"", u"B", u"", u""), row(u"-2", u"7", u"1", u"A", u"B", u"A.x = B.x"),
+        row(u"-3", u"3", u"3", u"", u"", u""),
+        row(u"-3", u"5", u"", u"", u"X7YZ_____1", u"SELECT a FROM T\r\n"),
+        row(u"-3", u"5", u"", u"", u"X7YZ_____2", u"SELECT b FROM U;"),
+        row(u"-3", u"11", u"", u"", u"", u"a"),
+        // A name that the text cannot hold without brackets.
+        row(u"-4", u"5", u"", u"it's", u"", u""), row(u"-4", u"5", u"", u"B", u"", u""),
+        row(u"-4", u"7", u"1", u"it's", u"B", u"e"), row(u"-5", u"2", u"10", u"p", u"", u""),
+        row(u"-5", u"3", u"29", u"10", u"", u""), row(u"-5", u"5", u"", u"T", u"", u""),
+        row(u"-5", u"6", u"0", u"", u"", u"a"), row(u"-6", u"1", u"6", u"", u"", u""),
+        row(u"-6", u"5", u"", u"T", u"", u""), row(u"-6", u"6", u"2", u"", u"", u"a"),
+        row(u"-6", u"6", u"1", u"", u"", u"p In (1,2)"), row(u"-6", u"9", u"2", u"", u"", u"a"),
+        row(u"-6", u"9", u"1", u"", u"", u"p"), row(u"-7", u"1", u"9", u"", u"", u""),
+        row(u"-7", u"5", u"", u"T", u"", u"")})
+    rows.push_back(more);
+  WriteRows(table, rows);
+  ASSERT_TRUE(m_writer.Save());
+  Lines told;
+  for (const std::string& line : Outcome())
+    if (const size_t at = line.find(" is not what it was"); at != std::string::npos)
+      told.push_back(line.starts_with("Query Query_") ? line.substr(at) : line);
+  EXPECT_EQ(told, (Lines{"Query delete is not what it was: sources, joins.",
+                         "Query union is not what it was: sources.", "Query sign is not what it was: kind.",
+                         "Query options is not what it was: *, TOP, OWNERACCESS, parameters.",
+                         "Query pivot is not what it was: columns.", " is not what it was: kind."}));
+  EXPECT_EQ(GetSummary().queriesChanged, 6u);
+}
+
+TEST_F(CQueryStepTest, AfterAFullDiskEachQueryIsTriedAndCounted) {
+  AddQueries({{u"-1", u"a"}, {u"-2", u"b"}, {u"-3", u"c"}},
+             {{u"One", u"-1", u"0"}, {u"Two", u"-2", u"0"}, {u"Three", u"-3", u"0"}});
+  Refuse("query", EDaoError::DiskFull, u"full");
+  EXPECT_TRUE(m_writer.Save());
+  EXPECT_EQ(m_engine.log.Find("query").size(), 3u);
+  EXPECT_EQ(GetSummary().queriesLost, 3u);
+  // What was taken and could not be completed is lost as well.
+  m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
+    return line == "close database" ? CDaoResult{EDaoError::DiskFull, u"full"} : CDaoResult::Ok();
+  };
+  SSaveSummary summary;
+  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary).Save());
+  EXPECT_EQ(summary.queriesLost, 3u);
+  EXPECT_EQ(summary.queriesSaved, 0u);
+}
+
+// A query of rows "attribute|order|flag|name1|name2|expression", prepared by the exact rules.
+SPreparedQuery Prepared(const char16_t* type, const std::vector<std::u16string>& rows,
+                        std::u16string_view name = u"Q") {
+  CQuery query;
+  query.name = name;
+  query.type = type;
+  for (const std::u16string& text : rows) {
+    auto row = std::make_unique<CQueryAttributes>();
+    std::array fields{&row->Attribute, &row->Order, &row->Flag, &row->Name1, &row->Name2, &row->Expression};
+    size_t field = 0;
+    for (const char16_t unit : text) {
+      if (unit == u'|')
+        ++field;
+      else
+        *fields[field] += unit;
+    }
+    if (!row->Order.empty()) row->Order.insert(0, u"0000000");
+    query.rows.Append(std::move(row));
+  }
+  return PrepareQuery(query, CQuerySaver::IsHidden(name), kExactRules);
+}
+
+std::string Shown(const SPreparedQuery& prepared) {
+  std::string text = std::to_string(prepared.query.flags) + ":";
+  for (const SQueryRow& row : prepared.query.rows)
+    text += " " + std::to_string(row.attribute) + (row.flag ? "/" + std::to_string(*row.flag) : "") +
+            ToUtf8(row.name1.value_or(u"")) + ToUtf8(row.expression.value_or(u""));
+  for (const std::u16string& change : prepared.changes) text += "\n" + ToUtf8(change);
+  return text + (prepared.problem.empty() ? "" : "\nnot saved: " + ToUtf8(prepared.problem));
+}
+
+TEST(PreparedQuery, HoldsTheStoredRowsInTheirOrder) {
+  EXPECT_EQ(Shown(Prepared(u"8", {u"255|1", u"6|2|0|||b", u"5|1||T", u"6|1|0|||a", u"0|1|0", u"6|2|0|||again",
+                                  u"3|1|24|10", u"1|1|1"})),
+            "8: 0/0 1/1 3/2410 5T 6/0a 6/0b 255");
+  // Of a form; a statement as a whole; a length of a parameter.
+  EXPECT_EQ(Shown(Prepared(u"3", {u"0|1|0", u"3|1|9", u"5|1||T", u"255|1"}, u"~sq_fForm")),
+            "3: 0/0 3/9 5T 255");
+  EXPECT_EQ(Shown(Prepared(u"112", {u"0|1|0", u"1|1|8|ODBC;||exec p", u"255|1"})),
+            "112: 0/0 1/8ODBC;exec p 255");
+}
+
+TEST(PreparedQuery, WhatIsLostIsRestoredOrSaid) {
+  // Start, end and kind are the same in every query of a kind.
+  EXPECT_EQ(
+      Shown(Prepared(u"48", {u"5|1||T", u"6|1|0||a|1"})),
+      "48: 0/0 1/4 5T 6/01 255\nnot saved: some of its rows are lost, and its condition may be among them.");
+  EXPECT_EQ(Shown(Prepared(u"0", {u"0|1|0", u"5|1||T", u"6|2|0|||b", u"255|1"})),
+            "0: 0/0 5T 6/0b 255\n: some of its rows are lost.");
+  EXPECT_EQ(Shown(Prepared(u"0", {u"0|1|0", u"5|1||T", u"200|1||x", u"6|1|0|||b", u"255|1"})),
+            "0: 0/0 5T 6/0b 255\n: some of its rows are lost.");
+  // The kind: by its row where the object is lost, by the object where the row is damaged.
+  const std::vector<std::u16string> rows{u"0|1|0", u"1|1|5", u"3|1|1", u"5|1||T", u"255|1"};
+  EXPECT_EQ(Shown(Prepared(u"", rows, u"")), "32: 0/0 1/5 3/1 5T 255\n: its name is lost.");
+  EXPECT_EQ(Shown(Prepared(u"-1", rows)), "47: 0/0 1/5 3/1 5T 255");
+  EXPECT_EQ(Shown(Prepared(u"32", {u"0|1|0", u"1|1|-7", u"3|1|1", u"5|1||T", u"255|1"})),
+            "32: 0/0 1/5 3/1 5T 255");
+  // No statement.
+  EXPECT_EQ(Shown(Prepared(u"80", {u"0|1|0", u"5|1||T", u"255|1"})),
+            "80: 0/0 1/2 5T 255\nnot saved: lost are its columns, its target.");
 }
 
 TEST_F(CQueryStepTest, AStopLeavesNoQuery) {

@@ -92,7 +92,7 @@ TEST_F(CRelationStepTest, FailuresEndOnlyWhatTheyMust) {
   m_engine.log.refuse = {};
   CAccessTableDataFile::RemoveDataFile(relations.GetDefinitionOffset());
   EXPECT_TRUE(m_writer.Save());
-  EXPECT_EQ(Outcome(), (Lines{"1 tables", "Error code : - 004"}));
+  EXPECT_EQ(Outcome(), (Lines{"1 tables, 1 lost system rows", "Error code : - 004"}));
   EXPECT_EQ(Created().size(), 1u);
 }
 
@@ -116,8 +116,10 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
       {u"", u"", u"", u"", u"", u"", u"", u""},
   });
   std::vector<SRecoveredRelation> relations;
+  uint32_t rowsRead = 0;
   EXPECT_TRUE(ReadRelations(
-      m_data, [] { return true; }, relations));
+      m_data, [] { return true; }, relations, rowsRead));
+  EXPECT_EQ(rowsRead, 16u);
   std::vector<std::u16string> read;
   for (const SRecoveredRelation& relation : relations)
     read.push_back(relation.name + u" " + ToDecimal(relation.pairs.size()) + u" " + relation.problem);

@@ -90,11 +90,13 @@ class CWriterTest : public testing::Test {
                                       {"lost columns", summary.columnsLost},
                                       {"lost indexes", summary.indexesLost},
                                       {"queries", summary.queriesSaved},
+                                      {"changed queries", summary.queriesChanged},
                                       {"lost queries", summary.queriesLost},
                                       {"skipped queries", summary.queriesSkipped},
                                       {"relations", summary.relationsSaved},
                                       {"weakened relations", summary.relationsWeakened},
-                                      {"lost relations", summary.relationsLost}})
+                                      {"lost relations", summary.relationsLost},
+                                      {"lost system rows", summary.systemRowsLost}})
       if (count != 0) counts += (counts.empty() ? "" : ", ") + std::to_string(count) + " " + word;
     Lines lines{counts};
     for (const SSaveLoss& loss : summary.losses)

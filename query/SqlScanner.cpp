@@ -1,6 +1,6 @@
-#include "embedded/SqlScanner.h"
+#include "query/SqlScanner.h"
 
-#include "platform/Text.h"
+#include <algorithm>
 
 namespace tolvane {
 namespace {
@@ -17,7 +17,17 @@ bool IsWordUnit(char16_t unit) {
          unit == u'_' || unit > 0x7F;
 }
 
+char16_t Folded(char16_t unit) {
+  return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+}
+
 }  // namespace
+
+std::u16string FoldedName(std::u16string_view name) {
+  std::u16string folded(name);
+  for (char16_t& unit : folded) unit = Folded(unit);
+  return folded;
+}
 
 CSqlScanner::CSqlScanner(std::u16string_view sql) : m_sql(sql) {
   std::vector<size_t> open;
@@ -74,7 +84,10 @@ std::u16string_view CSqlScanner::GetText(size_t first, size_t last) const {
 }
 
 bool CSqlScanner::IsWord(size_t i, std::u16string_view keyword) const {
-  if (i >= m_tokens.size() || m_tokens[i].kind != ESqlToken::Word || !EqualsIgnoreCase(GetText(i), keyword))
+  if (i >= m_tokens.size() || m_tokens[i].kind != ESqlToken::Word) return false;
+  const std::u16string_view text = GetText(i);
+  if (!std::equal(text.begin(), text.end(), keyword.begin(), keyword.end(),
+                  [](char16_t a, char16_t b) { return Folded(a) == Folded(b); }))
     return false;
   // Behind a dot or an exclamation mark stands a name, whatever it spells.
   return i == 0 || !(IsSymbol(i - 1, u'.') || IsSymbol(i - 1, u'!'));

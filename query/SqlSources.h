@@ -7,22 +7,22 @@
 #include <unordered_map>
 #include <vector>
 
-#include "embedded/QueryText.h"
-#include "embedded/SqlScanner.h"
+#include "format/SavedQuery.h"
+#include "query/SqlScanner.h"
 
 namespace tolvane {
 
 // Reads tokens [first, last), the text behind FROM or UPDATE, and appends a row per source and a row per join
 // condition. Nested joins come before the joins that use them. False when the text is no list of sources.
 // Linear: the tokens are walked once, with a stack of its own for the parentheses.
-class CQuerySources {
+class CSqlSources {
  public:
-  CQuerySources(const CSqlScanner& scanner, size_t first, size_t last)
+  CSqlSources(const CSqlScanner& scanner, size_t first, size_t last)
       : m_scanner(scanner), m_next(first), m_last(last) {}
   bool Read();
 
-  [[nodiscard]] std::vector<SStoredQueryRow>& GetSources() { return m_sources; }
-  [[nodiscard]] std::vector<SStoredQueryRow>& GetJoins() { return m_joins; }
+  [[nodiscard]] std::vector<SQueryRow>& GetSources() { return m_sources; }
+  [[nodiscard]] std::vector<SQueryRow>& GetJoins() { return m_joins; }
 
  private:
   // Numbers [first, last) of tokens or of sources. Sources stand in the order of the text, so that every
@@ -56,9 +56,9 @@ class CQuerySources {
   size_t m_last;
   std::vector<SFrame> m_frames;
   bool m_wantsOperand = true;
-  std::vector<SStoredQueryRow> m_sources;
+  std::vector<SQueryRow> m_sources;
   std::unordered_map<std::u16string, size_t> m_sourceOfName;  // names without the case of ASCII letters
-  std::vector<SStoredQueryRow> m_joins;
+  std::vector<SQueryRow> m_joins;
 };
 
 }  // namespace tolvane

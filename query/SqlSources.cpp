@@ -1,23 +1,9 @@
-#include "embedded/QuerySources.h"
+#include "query/SqlSources.h"
 
 #include <utility>
 
 namespace tolvane {
-namespace {
-
-constexpr uint8_t kSource = 5;
-constexpr uint8_t kJoin = 7;
-
-std::u16string Folded(std::u16string_view name) {
-  std::u16string folded(name);
-  for (char16_t& unit : folded)
-    if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit + (u'a' - u'A'));
-  return folded;
-}
-
-}  // namespace
-
-bool CQuerySources::Read() {
+bool CSqlSources::Read() {
   m_frames.emplace_back();
   while (m_next < m_last) {
     if (!m_wantsOperand || !ReadOperand()) return false;
@@ -25,7 +11,7 @@ bool CQuerySources::Read() {
   return m_frames.size() == 1 && !m_wantsOperand;
 }
 
-bool CQuerySources::ReadOperand() {
+bool CSqlSources::ReadOperand() {
   if (m_scanner.IsSymbol(m_next, u'(')) {
     m_frames.emplace_back().isParenthesis = true;
     ++m_next;
@@ -35,12 +21,12 @@ bool CQuerySources::ReadOperand() {
 }
 
 // A table or query name, perhaps with dots, and an alias behind AS.
-bool CQuerySources::ReadSource() {
+bool CSqlSources::ReadSource() {
   const size_t first = m_next;
   m_next = EndOfName(first);
   if (first == m_next) return false;
-  SStoredQueryRow row;
-  row.attribute = kSource;
+  SQueryRow row;
+  row.attribute = kQuerySource;
   row.name1 = PlainName(m_scanner.GetText(first, m_next));
   if (m_next < m_last && m_scanner.IsWord(m_next, u"AS")) {
     const size_t alias = ++m_next;
@@ -50,12 +36,12 @@ bool CQuerySources::ReadSource() {
   }
   const size_t number = m_sources.size();
   m_sources.push_back(std::move(row));
-  m_sourceOfName[Folded(NameOf(number))] = number;
+  m_sourceOfName[FoldedName(NameOf(number))] = number;
   return CompleteOperand({number, number + 1});
 }
 
 // Names without brackets may hold signs, as Order-Lines and Orders(old) do: what touches belongs to them.
-size_t CQuerySources::EndOfName(size_t first) const {
+size_t CSqlSources::EndOfName(size_t first) const {
   constexpr std::u16string_view kEnds = u"),;=<>";
   const auto isName = [this](size_t i) {
     return m_scanner[i].kind == ESqlToken::Word || m_scanner[i].kind == ESqlToken::Bracketed;
@@ -76,7 +62,7 @@ size_t CQuerySources::EndOfName(size_t first) const {
 }
 
 // A source or a closed parenthesis: the left side of a join, or the right side of the one begun.
-bool CQuerySources::CompleteOperand(SRange operand) {
+bool CSqlSources::CompleteOperand(SRange operand) {
   for (;;) {
     SFrame& frame = m_frames.back();
     if (frame.joinKind == 0) {
@@ -99,7 +85,7 @@ bool CQuerySources::CompleteOperand(SRange operand) {
   }
 }
 
-int CQuerySources::ReadJoinKeyword() {
+int CSqlSources::ReadJoinKeyword() {
   constexpr std::u16string_view kKinds[] = {u"INNER", u"LEFT", u"RIGHT"};
   for (int kind = 0; kind < 3; ++kind) {
     if (m_next >= m_last || !m_scanner.IsWord(m_next, kKinds[kind])) continue;
@@ -111,7 +97,7 @@ int CQuerySources::ReadJoinKeyword() {
   return 0;
 }
 
-bool CQuerySources::TakeJoin(SFrame& frame, SRange right) {
+bool CSqlSources::TakeJoin(SFrame& frame, SRange right) {
   if (m_next >= m_last || !m_scanner.IsWord(m_next, u"ON")) return false;
   const size_t first = ++m_next;
   m_next = FindConditionEnd();
@@ -122,7 +108,7 @@ bool CQuerySources::TakeJoin(SFrame& frame, SRange right) {
 }
 
 // A condition runs to the next join of its level, to the comma behind it or to the parenthesis around it.
-size_t CQuerySources::FindConditionEnd() const {
+size_t CSqlSources::FindConditionEnd() const {
   size_t i = m_next;
   while (i < m_last) {
     const uint32_t depth = m_scanner[m_next].depth;
@@ -140,7 +126,7 @@ size_t CQuerySources::FindConditionEnd() const {
 
 // "(a) AND (b)" becomes two rows; anything else is one. Of parentheses around a row's condition one pair is
 // left out: it belongs to the statement, further ones to the condition.
-void CQuerySources::AddConditions(SRange tokens, int kind, SRange left, SRange right) {
+void CSqlSources::AddConditions(SRange tokens, int kind, SRange left, SRange right) {
   struct SPart {
     SRange tokens;
     bool isOpened;  // its own parentheses are left out already
@@ -161,7 +147,7 @@ void CQuerySources::AddConditions(SRange tokens, int kind, SRange left, SRange r
 }
 
 // The members of "(a) AND (b) AND ..." with their parentheses; one for "(a)"; none for any other text.
-std::vector<CQuerySources::SRange> CQuerySources::SplitAtAnd(SRange tokens) const {
+std::vector<CSqlSources::SRange> CSqlSources::SplitAtAnd(SRange tokens) const {
   std::vector<SRange> members;
   for (size_t i = tokens.first; i < tokens.last && m_scanner.IsSymbol(i, u'(');) {
     const size_t end = m_scanner[i].partner + 1;
@@ -173,7 +159,7 @@ std::vector<CQuerySources::SRange> CQuerySources::SplitAtAnd(SRange tokens) cons
   return {};
 }
 
-void CQuerySources::AddJoinRow(SRange tokens, int kind, SRange left, SRange right) {
+void CSqlSources::AddJoinRow(SRange tokens, int kind, SRange left, SRange right) {
   // The first table of either side that the condition names; without one, the neighbours of the join.
   size_t leftTable = left.last - 1;
   size_t rightTable = right.first;
@@ -181,7 +167,7 @@ void CQuerySources::AddJoinRow(SRange tokens, int kind, SRange left, SRange righ
   bool hasRight = false;
   for (size_t i = tokens.first; i + 1 < tokens.last && !(hasLeft && hasRight); ++i) {
     if (!m_scanner.IsSymbol(i + 1, u'.') && !m_scanner.IsSymbol(i + 1, u'!')) continue;
-    const auto named = m_sourceOfName.find(Folded(PlainName(m_scanner.GetText(i))));
+    const auto named = m_sourceOfName.find(FoldedName(PlainName(m_scanner.GetText(i))));
     if (named == m_sourceOfName.end()) continue;
     if (!hasLeft && left.Holds(named->second)) {
       leftTable = named->second;
@@ -191,8 +177,8 @@ void CQuerySources::AddJoinRow(SRange tokens, int kind, SRange left, SRange righ
       hasRight = true;
     }
   }
-  SStoredQueryRow row;
-  row.attribute = kJoin;
+  SQueryRow row;
+  row.attribute = kQueryJoin;
   row.flag = static_cast<int16_t>(kind);
   row.name1 = NameOf(leftTable);
   row.name2 = NameOf(rightTable);
@@ -200,8 +186,8 @@ void CQuerySources::AddJoinRow(SRange tokens, int kind, SRange left, SRange righ
   m_joins.push_back(std::move(row));
 }
 
-const std::u16string& CQuerySources::NameOf(size_t source) const {
-  const SStoredQueryRow& row = m_sources[source];
+const std::u16string& CSqlSources::NameOf(size_t source) const {
+  const SQueryRow& row = m_sources[source];
   return row.name2 ? *row.name2 : *row.name1;
 }
 

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "embedded/QueryText.h"
 #include "platform/Text.h"
 #include "query/Query.h"
+#include "query/SqlSplitter.h"
 
 namespace tolvane {
 namespace {
@@ -19,11 +19,11 @@ std::string Field(const std::optional<std::u16string>& text) {
 }
 
 std::string Rows(std::u16string_view sql) {
-  SStoredQuery query;
+  SSplitQuery query;
   std::u16string reason;
   if (!SplitQueryText(sql, query, reason)) return "refused: " + ToUtf8(reason);
   std::string text = query.isWhole ? "whole\n" : "";
-  for (const SStoredQueryRow& row : query.rows) {
+  for (const SQueryRow& row : query.rows) {
     if (row.attribute == 0 || row.attribute == 255) continue;
     text += std::to_string(row.attribute) + '|' + (row.flag ? std::to_string(*row.flag) : "") + '|' +
             Field(row.name1) + '|' + Field(row.name2) + '|' + Field(row.expression) + '\n';
@@ -31,7 +31,7 @@ std::string Rows(std::u16string_view sql) {
   return text;
 }
 
-TEST(QueryText, SelectWithJoinsAndLiterals) {
+TEST(SqlSplitter, SelectWithJoinsAndLiterals) {
   EXPECT_EQ(Rows(u"SELECT DISTINCT T1.*, [Order Details].[a,b] AS [x y], Count(*)\n"
                  u"FROM ((T1) LEFT JOIN (T3) ON (T1.a = T3.a)) INNER JOIN ([T 2] AS u) ON ((T3.a = u.a) AND "
                  u"(T3.a = u.b))\n"
@@ -42,22 +42,17 @@ TEST(QueryText, SelectWithJoinsAndLiterals) {
             "7|2|T1|T3|T1.a = T3.a\n7|1|T3|u|T3.a = u.a\n7|1|T3|u|T3.a = u.b\n"
             "8||||(((u.b)=\"it \"\"is\"\" FROM x\")) AND d>#1/1/2001# AND [WHERE].[Order]=1\n"
             "9|0|||f(a, b)\n9|0|||c\n10||||Count(*)>1\n11||D||u.a\n11||||b\n11||||c\n");
-  EXPECT_EQ(Rows(u"PARAMETERS [User Name] Text ( 255 ), x Long; select top 10 percent * from t as u, v where "
-                 u"T.[from]=1"),
-            "1|1|||\n2|10|User Name||\n2|4|x||\n3|49|10||\n5||t|u|\n5||v||\n8||||T.[from]=1\n");
-  EXPECT_EQ(Rows(u"SELECT a INTO [new t] FROM b"), "1|2|new t||\n3|0|||\n5||b||\n6|0|||a\n");
 }
 
-TEST(QueryText, ActionQueries) {
+TEST(SqlSplitter, ActionQueries) {
   EXPECT_EQ(Rows(u"INSERT INTO [my t] ( [a], b )\nSELECT x, f(y, z)\nFROM [T]"),
             "1|3|my t||\n3|0|||\n5||T||\n6|0||a|x\n6|0||b|f(y, z)\n");
   EXPECT_EQ(Rows(u"UPDATE [a b] SET x = \"a=b\", [y] = ([z]=1)\nWHERE q"),
             "1|4|||\n3|0|||\n5||a b||\n6|0||x|\"a=b\"\n6|0||[y]|([z]=1)\n8||||q\n");
   EXPECT_EQ(Rows(u"DELETE FROM [B]\nWHERE w"), "1|5|||\n3|1|||\n5||B||\n8||||w\n");
-  EXPECT_EQ(Rows(u"DELETE B.x FROM B"), "1|5|||\n3|0|||\n5||B||\n6|0|||B.x\n");
 }
 
-TEST(QueryText, CrosstabAndUnion) {
+TEST(SqlSplitter, CrosstabAndUnion) {
   EXPECT_EQ(
       Rows(u"TRANSFORM Sum(x) AS [S]\nSELECT a\nFROM [T]\nGROUP BY a\nORDER BY a\nPIVOT p In (\"a\",\"b\")"),
       "1|6|||\n3|0|||\n5||T||\n6|0|S||Sum(x)\n6|2|||a\n6|1|||p In (\"a\",\"b\")\n"
@@ -67,7 +62,7 @@ TEST(QueryText, CrosstabAndUnion) {
             "5|||X7YZ_____2|SELECT e FROM f\n11||||a\n");
 }
 
-TEST(QueryText, NamesWithSignsNeedNoBrackets) {
+TEST(SqlSplitter, NamesWithSignsNeedNoBrackets) {
   EXPECT_EQ(
       Rows(
           u"SELECT *\nFROM ((Order-Lines) INNER JOIN (Rapport(Eng)) ON ([Order-Lines].a = [Rapport(Eng)].b)) "
@@ -79,7 +74,7 @@ TEST(QueryText, NamesWithSignsNeedNoBrackets) {
             "1|3|Orders(old)||\n3|0|||\n5||T||\n6|0||a|x\n");
 }
 
-TEST(QueryText, OnlyWholeConditionsBecomeRows) {
+TEST(SqlSplitter, OnlyWholeConditionsBecomeRows) {
   const auto joins = [](std::u16string_view condition) {
     const std::string rows = Rows(u"SELECT x FROM (A) INNER JOIN (B) ON " + std::u16string(condition));
     return rows.substr(std::min(rows.find("7|1"), rows.size()));
@@ -91,8 +86,7 @@ TEST(QueryText, OnlyWholeConditionsBecomeRows) {
   EXPECT_EQ(joins(u"()"), "7|1|A|B|\n");
 }
 
-TEST(QueryText, WhatCannotBeSplitIsStoredWhole) {
-  EXPECT_EQ(Rows(u"CREATE TABLE x (y CHAR)"), "1|7|||CREATE TABLE x (y CHAR)\n");
+TEST(SqlSplitter, WhatCannotBeSplitIsStoredWhole) {
   for (const char16_t* sql : {u"SELECT", u"SELECT (((", u"SELECT a FROM b LEFT JOIN c", u"SELECT a FROM (b",
                               u"gibberish", u"SELECT * FROM a,, b", u"INSERT INTO t (a) SELECT 1, 2 FROM b",
                               u"UPDATE t SET", u"SELECT a FROM b INNER JOIN c ON", u"TRANSFORM x", u"UNION",
@@ -102,7 +96,7 @@ TEST(QueryText, WhatCannotBeSplitIsStoredWhole) {
   EXPECT_TRUE(Rows(std::u16string_view(u"SELECT\0 1", 9)).starts_with("refused"));
 }
 
-TEST(QueryText, DeepNestingNeitherRecursesNorCrawls) {
+TEST(SqlSplitter, DeepNestingNeitherRecursesNorCrawls) {
   constexpr size_t kDepth = 200'000;
   const std::u16string open(kDepth, u'(');
   const std::u16string close(kDepth, u')');
@@ -113,7 +107,7 @@ TEST(QueryText, DeepNestingNeitherRecursesNorCrawls) {
 }
 
 // A stored row, what is rarely set last.
-struct SQueryRow {
+struct STestRow {
   uint8_t attribute;
   std::optional<std::u16string> expression = {}, name1 = {}, name2 = {};
   std::optional<int16_t> flag = {};
@@ -136,21 +130,21 @@ std::u16string SqlOf(uint32_t type, const std::vector<TRow>& rows) {
 }
 
 // What the builders write from rows in any state comes back letter by letter from the rows that are stored.
-TEST(QueryText, RebuiltStatementsComeBackUnchanged) {
-  std::vector<SQueryRow> chain;
+TEST(SqlSplitter, RebuiltStatementsComeBackUnchanged) {
+  std::vector<STestRow> chain;
   for (int i = 0; i < 20'000; ++i) {
     const std::u16string left = u"T" + ToDecimal(i);
     const std::u16string right = u"T" + ToDecimal(i + 1);
     chain.push_back({7, left + u".a = " + right + u".b", left, right, 1});
   }
-  const std::vector<SQueryRow> clauses{
+  const std::vector<STestRow> clauses{
       {5, u"", u"my t"}, {6, u"f(a, \"b, (\")", u"x y"}, {8, u"w"}, {9, u"g"}, {10, u"h"}, {11, u"o", u"D"}};
-  const std::vector<SQueryRow> crosstab{{5, u"", u"T"},         {6, u"Sum(x)", u"S", u"", 0},
-                                        {6, u"n", u"", u"", 0}, {6, u"a", u"", u"", 2},
-                                        {9, u"a", u"", u"", 2}, {9, u"p", u"", u"", 1}};
+  const std::vector<STestRow> crosstab{{5, u"", u"T"},         {6, u"Sum(x)", u"S", u"", 0},
+                                       {6, u"n", u"", u"", 0}, {6, u"a", u"", u"", 2},
+                                       {9, u"a", u"", u"", 2}, {9, u"p", u"", u"", 1}};
   struct SCase {
     uint32_t type;
-    std::vector<SQueryRow> rows;
+    std::vector<STestRow> rows;
   };
   const std::vector<SCase> cases{
       {0, {}},
@@ -183,10 +177,10 @@ TEST(QueryText, RebuiltStatementsComeBackUnchanged) {
   for (size_t i = 0; i < cases.size(); ++i) {
     SCOPED_TRACE(i);
     const std::u16string sql = SqlOf(cases[i].type, cases[i].rows);
-    SStoredQuery stored;
+    SSplitQuery stored;
     std::u16string reason;
     ASSERT_TRUE(SplitQueryText(sql, stored, reason));
-    const std::u16string again = SqlOf(stored.objectFlags, stored.rows);
+    const std::u16string again = SqlOf(stored.flags, stored.rows);
     EXPECT_TRUE(again == sql) << ToUtf8(again.substr(0, 500)) << "\n" << ToUtf8(sql.substr(0, 500));
     EXPECT_FALSE(stored.isWhole);
   }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -55,6 +56,8 @@ class CSqlScanner {
   bool m_isBalanced = true;
 };
 
+// With ASCII letters in one case.
+std::u16string FoldedName(std::u16string_view name);
 // The name without its brackets and the blanks around it.
 std::u16string_view PlainName(std::u16string_view name);
 

@@ -1,84 +1,28 @@
-#include "embedded/QueryText.h"
+#include "query/SqlSplitter.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "embedded/QuerySources.h"
-#include "embedded/SqlScanner.h"
-#include "platform/Text.h"
+#include "query/SqlScanner.h"
+#include "query/SqlSources.h"
 
 namespace tolvane {
 namespace {
 
-enum ERow : uint8_t {
-  kStart = 0,
-  kKind = 1,
-  kParameter = 2,
-  kOptions = 3,
-  kSource = 5,
-  kColumn = 6,
-  kWhere = 8,
-  kGroupBy = 9,
-  kHaving = 10,
-  kOrderBy = 11,
-  kEnd = 255,
-};
-
-// Values of the kind row's flag.
-enum EKind : int16_t {
-  kKindSelect = 1,
-  kKindMakeTable = 2,
-  kKindAppend = 3,
-  kKindUpdate = 4,
-  kKindDelete = 5,
-  kKindCrosstab = 6,
-  kKindDataDefinition = 7,
-  kKindUnion = 9,
-};
-
-// Bits of the options row's flag.
-constexpr int16_t kAllColumns = 1;
-constexpr int16_t kDistinct = 2;
-constexpr int16_t kOwnerAccess = 4;
-constexpr int16_t kDistinctRow = 8;
-constexpr int16_t kTop = 0x10;
-constexpr int16_t kPercent = 0x20;
-constexpr int16_t kUnionDistinct = 3;
-constexpr int16_t kUnionAll = 1;
-
-constexpr int16_t kPlainColumn = 0;
-constexpr int16_t kPivot = 1;
-constexpr int16_t kRowHeading = 2;
-
-// Parameter types by their names in SQL.
-struct SParameterType {
-  std::u16string_view name;
-  int16_t code;
-};
-constexpr std::array<SParameterType, 22> kParameterTypes{{
-    {u"VALUE", 0},     {u"BIT", 1},        {u"YESNO", 1},  {u"BOOLEAN", 1},    {u"BYTE", 2},
-    {u"SHORT", 3},     {u"INTEGER", 3},    {u"LONG", 4},   {u"CURRENCY", 5},   {u"MONEY", 5},
-    {u"SINGLE", 6},    {u"IEEESINGLE", 6}, {u"DOUBLE", 7}, {u"IEEEDOUBLE", 7}, {u"DATETIME", 8},
-    {u"DATE", 8},      {u"BINARY", 9},     {u"TEXT", 10},  {u"STRING", 10},    {u"LONGBINARY", 11},
-    {u"LONGTEXT", 12}, {u"GUID", 15},
-}};
-
 class CSplitter {
  public:
-  CSplitter(std::u16string_view sql, SStoredQuery& query) : m_sql(sql), m_scanner(sql), m_query(query) {}
+  CSplitter(std::u16string_view sql, SSplitQuery& query) : m_sql(sql), m_scanner(sql), m_query(query) {}
 
   // False when the statement is of no known form. The rows are then of no use.
   bool Split();
 
  private:
   struct SClauses {
-    size_t from, where, groupBy, having, orderBy, tail;  // each where it starts, or where the next one does
+    size_t from, where, groupBy, having, orderBy, end;  // each where it starts, or where the next one does
   };
 
-  bool SplitParameters();
-  bool SplitSelect(size_t first, size_t last, EKind kind, bool isCrosstab);
-  bool SplitSelectHead(size_t& next);
+  bool SplitSelect(size_t first, size_t last, EQueryKind kind, bool isCrosstab);
+  size_t SplitSelectHead(size_t next);
   bool SplitInsert();
   bool SplitUpdate();
   bool SplitDelete();
@@ -93,23 +37,23 @@ class CSplitter {
   std::vector<std::pair<size_t, size_t>> SplitList(size_t first, size_t last) const;
   size_t FindPair(size_t first, size_t last, std::u16string_view one, std::u16string_view two) const;
 
-  SStoredQueryRow& AddRow(ERow attribute, std::optional<int16_t> flag = {}) {
-    SStoredQueryRow& row = m_query.rows.emplace_back();
+  SQueryRow& AddRow(EQueryAttribute attribute, std::optional<int16_t> flag = {}) {
+    SQueryRow& row = m_query.rows.emplace_back();
     row.attribute = attribute;
     row.flag = flag;
     return row;
   }
-  void AddText(ERow attribute, size_t first, size_t last, std::optional<int16_t> flag = {}) {
+  void AddText(EQueryAttribute attribute, size_t first, size_t last, std::optional<int16_t> flag = {}) {
     AddRow(attribute, flag).expression = m_scanner.GetText(first, last);
   }
-  void AddKind(EKind kind, uint32_t objectFlags) {
-    m_query.objectFlags = objectFlags;
+  void AddKind(EQueryKind kind) {
+    m_query.flags = QueryFlagsOf(kind);
     m_kindRow = m_query.rows.size();
-    AddRow(kKind, static_cast<int16_t>(kind));
-    AddRow(kOptions, int16_t{0});
+    AddRow(kQueryKind, static_cast<int16_t>(kind));
+    AddRow(kQueryOptions, int16_t{0});
   }
-  SStoredQueryRow& Kind() { return m_query.rows[m_kindRow]; }
-  SStoredQueryRow& Options() { return m_query.rows[m_kindRow + 1]; }
+  SQueryRow& Kind() { return m_query.rows[m_kindRow]; }
+  SQueryRow& Options() { return m_query.rows[m_kindRow + 1]; }
   void AddOption(int16_t bits) { Options().flag = static_cast<int16_t>(*Options().flag | bits); }
   [[nodiscard]] bool Is(std::u16string_view word) const {
     return m_next < m_last && m_scanner.IsWord(m_next, word);
@@ -122,7 +66,7 @@ class CSplitter {
 
   std::u16string_view m_sql;
   CSqlScanner m_scanner;
-  SStoredQuery& m_query;
+  SSplitQuery& m_query;
   size_t m_next = 0;
   size_t m_last = 0;
   size_t m_kindRow = 0;
@@ -133,8 +77,7 @@ bool CSplitter::Split() {
   while (m_last > 0 && m_scanner.IsSymbol(m_last - 1, u';')) --m_last;
   if (m_last == 0 || !m_scanner.IsBalanced()) return false;
 
-  AddRow(kStart, int16_t{0});
-  if (!SplitParameters()) return false;
+  AddRow(kQueryStart, int16_t{0});
   const size_t unionKeyword = [this] {
     size_t found = m_last;
     for (size_t i = m_next; i < m_last; ++i)
@@ -157,35 +100,10 @@ bool CSplitter::Split() {
   }
   if (!isSplit) return false;
 
-  AddRow(kEnd);
+  AddRow(kQueryEnd);
   // The clauses were read in the order of the statement; the rows stand in the order of their kinds.
-  std::stable_sort(
-      m_query.rows.begin(), m_query.rows.end(),
-      [](const SStoredQueryRow& x, const SStoredQueryRow& y) { return x.attribute < y.attribute; });
-  return true;
-}
-
-// PARAMETERS name type [, name type]... ;
-bool CSplitter::SplitParameters() {
-  if (!Take(u"PARAMETERS")) return true;
-  const size_t end = m_scanner.FindSymbol(m_next, m_last, 0, u';');
-  if (end == m_last) return false;
-  for (const auto& [first, last] : SplitList(m_next, end)) {
-    if (first >= last) return false;
-    // "Text ( 20 )": the length has no place in the rows.
-    const size_t type = m_scanner.IsSymbol(last - 1, u')') ? last - 4 : last - 1;
-    if (type <= first || type >= last) return false;
-    SStoredQueryRow& row = AddRow(kParameter, int16_t{0});
-    row.name1 = PlainName(m_scanner.GetText(first, type));
-    bool isKnown = false;
-    for (const SParameterType& known : kParameterTypes) {
-      if (!EqualsIgnoreCase(m_scanner.GetText(type), known.name)) continue;
-      row.flag = known.code;
-      isKnown = true;
-    }
-    if (!isKnown) return false;
-  }
-  m_next = end + 1;
+  std::stable_sort(m_query.rows.begin(), m_query.rows.end(),
+                   [](const SQueryRow& x, const SQueryRow& y) { return x.attribute < y.attribute; });
   return true;
 }
 
@@ -213,8 +131,8 @@ size_t CSplitter::FindPair(size_t first, size_t last, std::u16string_view one,
 
 CSplitter::SClauses CSplitter::FindClauses(size_t first, size_t last) const {
   SClauses clauses{};
-  clauses.tail = FindPair(first, last, u"WITH", u"OWNERACCESS");
-  clauses.orderBy = FindPair(first, clauses.tail, u"ORDER", u"BY");
+  clauses.end = last;
+  clauses.orderBy = FindPair(first, last, u"ORDER", u"BY");
   clauses.having = m_scanner.FindWord(first, clauses.orderBy, 0, u"HAVING");
   clauses.groupBy = FindPair(first, clauses.having, u"GROUP", u"BY");
   clauses.where = m_scanner.FindWord(first, clauses.groupBy, 0, u"WHERE");
@@ -224,37 +142,30 @@ CSplitter::SClauses CSplitter::FindClauses(size_t first, size_t last) const {
 
 bool CSplitter::SplitFrom(size_t first, size_t last) {
   if (first == last) return true;
-  CQuerySources sources(m_scanner, first + 1, last);
+  CSqlSources sources(m_scanner, first + 1, last);
   if (!sources.Read()) return false;
-  for (std::vector<SStoredQueryRow>* rows : {&sources.GetSources(), &sources.GetJoins()})
-    for (SStoredQueryRow& row : *rows) m_query.rows.push_back(std::move(row));
+  for (std::vector<SQueryRow>* rows : {&sources.GetSources(), &sources.GetJoins()})
+    for (SQueryRow& row : *rows) m_query.rows.push_back(std::move(row));
   return true;
 }
 
-// DISTINCT, TOP and their like behind SELECT.
-bool CSplitter::SplitSelectHead(size_t& next) {
+// DISTINCT and DISTINCTROW behind SELECT; answers where the columns begin.
+size_t CSplitter::SplitSelectHead(size_t next) {
   m_next = next;
   for (;;) {
     if (Take(u"DISTINCT")) {
-      AddOption(kDistinct);
+      AddOption(kOptionDistinct);
     } else if (Take(u"DISTINCTROW")) {
-      AddOption(kDistinctRow);
-    } else if (Take(u"TOP")) {
-      if (m_next >= m_last) return false;
-      AddOption(kTop);
-      Options().name1 = m_scanner.GetText(m_next++);
-      if (Take(u"PERCENT")) AddOption(kPercent);
-    } else if (!Take(u"ALL")) {
-      break;
+      AddOption(kOptionDistinctRow);
+    } else {
+      return m_next;
     }
   }
-  next = m_next;
-  return true;
 }
 
 bool CSplitter::AddColumns(size_t first, size_t last, int16_t flag) {
   if (last == first + 1 && m_scanner.IsSymbol(first, u'*')) {
-    AddOption(kAllColumns);
+    AddOption(kOptionAllColumns);
     return true;
   }
   for (const auto& [begin, end] : SplitList(first, last)) {
@@ -264,7 +175,7 @@ bool CSplitter::AddColumns(size_t first, size_t last, int16_t flag) {
     for (size_t i = begin; i < end; ++i)
       if (m_scanner[i].depth == m_scanner[begin].depth && m_scanner.IsWord(i, u"AS")) alias = i;
     if (alias != end && alias + 2 != end) return false;
-    AddText(kColumn, begin, alias, flag);
+    AddText(kQueryColumn, begin, alias, flag);
     if (alias != end) m_query.rows.back().name1 = PlainName(m_scanner.GetText(alias + 1));
   }
   return true;
@@ -275,43 +186,35 @@ void CSplitter::SplitOrderBy(size_t first, size_t last) {
     if (begin >= end) continue;
     const bool isDescending = m_scanner.IsWord(end - 1, u"DESC");
     if (end - begin > 1 && (isDescending || m_scanner.IsWord(end - 1, u"ASC"))) --end;
-    AddText(kOrderBy, begin, end);
+    AddText(kQuerySortKey, begin, end);
     if (isDescending) m_query.rows.back().name1 = u"D";
   }
 }
 
 bool CSplitter::AddClauses(const SClauses& clauses, bool isCrosstab) {
-  if (clauses.where < clauses.groupBy) AddText(kWhere, clauses.where + 1, clauses.groupBy);
+  if (clauses.where < clauses.groupBy) AddText(kQueryCriteria, clauses.where + 1, clauses.groupBy);
   if (clauses.groupBy < clauses.having) {
     for (const auto& [begin, end] : SplitList(clauses.groupBy + 2, clauses.having)) {
       if (begin >= end) return false;
-      AddText(kGroupBy, begin, end, isCrosstab ? kRowHeading : kPlainColumn);
+      AddText(kQueryGrouping, begin, end, isCrosstab ? kColumnHeading : kColumnPlain);
     }
   }
-  if (clauses.having < clauses.orderBy) AddText(kHaving, clauses.having + 1, clauses.orderBy);
-  if (clauses.orderBy < clauses.tail) SplitOrderBy(clauses.orderBy + 2, clauses.tail);
+  if (clauses.having < clauses.orderBy) AddText(kQueryHaving, clauses.having + 1, clauses.orderBy);
+  if (clauses.orderBy < clauses.end) SplitOrderBy(clauses.orderBy + 2, clauses.end);
   return true;
 }
 
-bool CSplitter::SplitSelect(size_t first, size_t last, EKind kind, bool isCrosstab) {
+bool CSplitter::SplitSelect(size_t first, size_t last, EQueryKind kind, bool isCrosstab) {
   if (m_scanner.FindWord(first + 1, last, 0, u"SELECT") < last) return false;  // two statements run together
   const SClauses clauses = FindClauses(first, last);
-  const size_t into = m_scanner.FindWord(first, clauses.from, 0, u"INTO");
-  if (kind == kKindSelect && into < clauses.from) {
-    AddKind(kKindMakeTable, kQueryFlagsMakeTable);
-    if (into + 2 != clauses.from) return false;
-    Kind().name1 = PlainName(m_scanner.GetText(into + 1));
-  } else if (kind == kKindSelect) {
-    AddKind(kKindSelect, kQueryFlagsSelect);
-  }
-  if (clauses.tail < last) AddOption(kOwnerAccess);
-  size_t columns = first + 1;
-  if (!SplitSelectHead(columns) || columns > into) return false;
+  if (kind == kKindSelect) AddKind(kKindSelect);
+  const size_t columns = SplitSelectHead(first + 1);
+  if (columns > clauses.from) return false;
   // Columns that are all lost leave the keyword alone; an append without a list takes all.
-  if (columns == into && kind == kKindSelect) return false;
-  if (columns == into && kind == kKindAppend) AddOption(kAllColumns);
+  if (columns == clauses.from && kind == kKindSelect) return false;
+  if (columns == clauses.from && kind == kKindAppend) AddOption(kOptionAllColumns);
   if (!SplitFrom(clauses.from, clauses.where)) return false;
-  return AddColumns(columns, into, isCrosstab ? kRowHeading : kPlainColumn) &&
+  return AddColumns(columns, clauses.from, isCrosstab ? kColumnHeading : kColumnPlain) &&
          AddClauses(clauses, isCrosstab);
 }
 
@@ -326,7 +229,7 @@ bool CSplitter::SplitInsert() {
   size_t open = select;
   if (select > target && m_scanner.IsSymbol(select - 1, u')'))
     while (open > target && m_scanner[open].partner != select - 1) --open;
-  AddKind(kKindAppend, kQueryFlagsAppend);
+  AddKind(kKindAppend);
   Kind().name1 = PlainName(m_scanner.GetText(target, open));
 
   std::vector<std::pair<size_t, size_t>> targets;
@@ -334,8 +237,8 @@ bool CSplitter::SplitInsert() {
   if (!SplitSelect(select, m_last, kKindAppend, false)) return false;
   if (targets.empty()) return true;
   size_t column = 0;
-  for (SStoredQueryRow& row : m_query.rows) {
-    if (row.attribute != kColumn) continue;
+  for (SQueryRow& row : m_query.rows) {
+    if (row.attribute != kQueryColumn) continue;
     if (column == targets.size()) return false;
     row.name2 = PlainName(m_scanner.GetText(targets[column].first, targets[column].second));
     ++column;
@@ -349,32 +252,25 @@ bool CSplitter::SplitUpdate() {
   const size_t where = m_scanner.FindWord(first, m_last, 0, u"WHERE");
   const size_t set = m_scanner.FindWord(first, where, 0, u"SET");
   if (set == where || set + 1 == where) return false;
-  AddKind(kKindUpdate, kQueryFlagsUpdate);
+  AddKind(kKindUpdate);
   if (!SplitFrom(first - 1, set)) return false;
   for (const auto& [begin, end] : SplitList(set + 1, where)) {
     const size_t equals = m_scanner.FindSymbol(begin, end, 0, u'=');
     if (equals == begin || equals + 1 >= end) return false;
-    AddText(kColumn, equals + 1, end, kPlainColumn);
+    AddText(kQueryColumn, equals + 1, end, kColumnPlain);
     m_query.rows.back().name2 = m_scanner.GetText(begin, equals);
   }
-  if (where < m_last) AddText(kWhere, where + 1, m_last);
+  if (where < m_last) AddText(kQueryCriteria, where + 1, m_last);
   return true;
 }
 
-// DELETE [columns] FROM sources [WHERE ...]
+// DELETE FROM source [WHERE ...] [HAVING ...]
 bool CSplitter::SplitDelete() {
-  const size_t first = m_next + 1;
-  const SClauses clauses = FindClauses(first, m_last);
-  if (clauses.from == clauses.where) return false;
-  AddKind(kKindDelete, kQueryFlagsDelete);
-  size_t columns = first;
-  if (!SplitSelectHead(columns) || !SplitFrom(clauses.from, clauses.where)) return false;
-  if (columns == clauses.from) {
-    AddOption(kAllColumns);
-  } else if (!AddColumns(columns, clauses.from, kPlainColumn)) {
-    return false;
-  }
-  return AddClauses(clauses, false);
+  const SClauses clauses = FindClauses(m_next + 1, m_last);
+  if (clauses.from != m_next + 1 || clauses.from == clauses.where) return false;
+  AddKind(kKindDelete);
+  AddOption(kOptionAllColumns);
+  return SplitFrom(clauses.from, clauses.where) && AddClauses(clauses, false);
 }
 
 // A crosstab whose values are lost is still one.
@@ -390,11 +286,11 @@ bool CSplitter::SplitTransform() {
   const size_t select = m_scanner.FindWord(first, m_last, 0, u"SELECT");
   const size_t pivot = m_scanner.FindWord(select, m_last, 0, u"PIVOT");
   if (select == m_last || pivot + 1 >= m_last || hasValues == (select == first)) return false;
-  AddKind(kKindCrosstab, kQueryFlagsCrosstab);
-  if (!AddColumns(first, select, kPlainColumn) || !SplitSelect(select, pivot, kKindCrosstab, true))
+  AddKind(kKindCrosstab);
+  if (!AddColumns(first, select, kColumnPlain) || !SplitSelect(select, pivot, kKindCrosstab, true))
     return false;
-  AddText(kColumn, pivot + 1, m_last, kPivot);
-  AddText(kGroupBy, pivot + 1, m_scanner.FindWord(pivot + 1, m_last, 0, u"IN"), kPivot);
+  AddText(kQueryColumn, pivot + 1, m_last, kColumnPivot);
+  AddText(kQueryGrouping, pivot + 1, m_scanner.FindWord(pivot + 1, m_last, 0, u"IN"), kColumnPivot);
   return true;
 }
 
@@ -405,35 +301,35 @@ bool CSplitter::SplitUnion(size_t keyword) {
   if (isAll) ++second;
   if (keyword == m_next || second >= m_last) return false;
   const size_t orderBy = FindPair(second, m_last, u"ORDER", u"BY");
-  AddKind(kKindUnion, kQueryFlagsUnion);
-  AddOption(isAll ? kUnionAll : kUnionDistinct);
-  SStoredQueryRow& first = AddRow(kSource);
-  first.name2 = u"X7YZ_____1";
+  AddKind(kKindUnion);
+  AddOption(kOptionAllColumns);
+  if (!isAll) AddOption(kOptionDistinct);
+  SQueryRow& first = AddRow(kQuerySource);
+  first.name2 = kUnionFirst;
   // With the line break in front of the keyword, which belongs to the member's text.
   first.expression =
       m_sql.substr(m_scanner[m_next].start, m_scanner[keyword].start - m_scanner[m_next].start);
-  SStoredQueryRow& last = AddRow(kSource);
-  last.name2 = u"X7YZ_____2";
+  SQueryRow& last = AddRow(kQuerySource);
+  last.name2 = kUnionSecond;
   last.expression = m_scanner.GetText(second, orderBy);
   if (orderBy < m_last) SplitOrderBy(orderBy + 2, m_last);
   return true;
 }
 
-void StoreWhole(std::u16string_view sql, SStoredQuery& query) {
-  query.rows.clear();
-  query.objectFlags = kQueryFlagsDataDefinition;
-  query.rows.resize(3);
-  query.rows[0].attribute = kStart;
+void StoreWhole(std::u16string_view sql, SSplitQuery& query) {
+  query.flags = QueryFlagsOf(kKindDataDefinition);
+  query.isWhole = true;
+  query.rows.assign(3, {});
   query.rows[0].flag = int16_t{0};
-  query.rows[1].attribute = kKind;
-  query.rows[1].flag = int16_t{kKindDataDefinition};
+  query.rows[1].attribute = kQueryKind;
+  query.rows[1].flag = kKindDataDefinition;
   query.rows[1].expression = sql;
-  query.rows[2].attribute = kEnd;
+  query.rows[2].attribute = kQueryEnd;
 }
 
 }  // namespace
 
-bool SplitQueryText(std::u16string_view sql, SStoredQuery& query, std::u16string& reason) {
+bool SplitQueryText(std::u16string_view sql, SSplitQuery& query, std::u16string& reason) {
   query = {};
   if (PlainName(sql).empty()) {
     reason = u"The query has no SQL text.";
@@ -443,12 +339,7 @@ bool SplitQueryText(std::u16string_view sql, SStoredQuery& query, std::u16string
     reason = u"The SQL text holds zero units.";
     return false;
   }
-  if (CSplitter(sql, query).Split()) return true;
-  const CSqlScanner scanner(sql);
-  const bool isDefinition =
-      scanner.IsWord(0, u"CREATE") || scanner.IsWord(0, u"ALTER") || scanner.IsWord(0, u"DROP");
-  StoreWhole(sql, query);
-  query.isWhole = !isDefinition;
+  if (!CSplitter(sql, query).Split()) StoreWhole(sql, query);
   return true;
 }
 
