@@ -7,7 +7,8 @@
 
 #include "app/SpillFile.h"
 #include "app/TextSearch.h"
-#include "store/PreviewText.h"
+#include "render/PreviewText.h"
+#include "render/RecordText.h"
 #include "store/StoredValueReader.h"
 
 namespace tolvane {
@@ -37,7 +38,8 @@ class CRecordStore::CState {
   bool isFull = false;  // the last row may lack cells, and no further one is taken
   uint32_t generation = 0;
   const CAccessTable* table = nullptr;
-  mutable CStoredValueReader values;  // opened when first needed
+  mutable std::optional<CRecordText> texts;  // of the table's records
+  mutable CStoredValueReader values;         // opened when first needed
 
   [[nodiscard]] uint64_t EndOf(size_t item) const {
     return item + 1 < rows.size() ? rows[item + 1] : cells.GetLength();
@@ -74,10 +76,13 @@ class CRecordStore::CState {
   [[nodiscard]] std::u16string ReadStored(size_t item, size_t column, size_t maxUnits) const {
     const std::u16string place = FindCell(item, kPlaceColumn, kPlaceUnits);
     if (!table || place.size() != kPlaceUnits) return {};
-    if (!values.IsOpen() && !values.Open(table->GetDefinitionOffset())) return {};
+    if (!values.IsOpen() && !values.Open(table->GetDataFilePath())) return {};
     uint64_t position = 0;
     std::memcpy(&position, place.data(), sizeof(position));
-    return values.Read(position, column, maxUnits);
+    uint32_t count = 0;
+    std::u16string text;
+    if (values.Find(position, column, count)) texts->Read(values.GetStream(), count, column, text, maxUnits);
+    return text;
   }
   [[nodiscard]] bool IsShortened(size_t column, std::u16string_view shown) const {
     return table && column < table->columns.GetCount() &&
@@ -129,8 +134,9 @@ void CRecordStore::SetItemPlace(size_t item, uint64_t place) {
     m_state->Append(CState::kPlaceColumn, {reinterpret_cast<const uint8_t*>(&place), sizeof(place)});
 }
 
-void CRecordStore::SetTable(const CAccessTable& table) {
+void CRecordStore::SetTable(const CAccessTable& table, const SRecoveryRules& rules) {
   const std::lock_guard lock(m_state->mutex);
+  m_state->texts.emplace(table.columns, rules);
   m_state->table = &table;
 }
 

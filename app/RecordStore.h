@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "model/AccessTable.h"
+#include "model/RecoveryRules.h"
 #include "store/PreviewList.h"
 
 namespace tolvane {
@@ -37,7 +38,7 @@ class CRecordStore : public CPreviewList {
 
   // Before the preview's thread starts: the table whose rows come. It must stay until the next Clear; without
   // it there are no whole cells.
-  void SetTable(const CAccessTable& table);
+  void SetTable(const CAccessTable& table, const SRecoveryRules& rules);
 
   // Called by the window. Columns are complete as soon as there is one item or the preview has finished.
   [[nodiscard]] std::vector<SColumn> GetColumns() const;

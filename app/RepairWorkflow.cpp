@@ -394,7 +394,7 @@ void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
   ShowSummary();
   const CAccessTable* table = FindTable(m_treeItem);
   if (!table) return;
-  m_records.SetTable(*table);
+  m_records.SetTable(*table, m_manager->GetData()->GetRules());
   m_preview.Start(*table, *m_manager->GetData(), m_records);
 }
 

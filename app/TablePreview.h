@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "app/WorkerThread.h"
+#include "engine/AccessTableDataFileParser.h"
 #include "model/AccessData.h"
-#include "store/AccessTableDataFileParser.h"
 #include "store/PreviewList.h"
 
 namespace tolvane {

@@ -109,11 +109,15 @@ class CRowMaker {
 // How many rows the database took.
 uint64_t AddRows(CDaoRecordset& rows, uint64_t count) {
   CRowMaker maker;
+  CValueParser parser;
+  SValue value;
   for (uint64_t row = 0; row < count; row++) {
     maker.Next();
     Require(rows.AddNew());
-    for (size_t field = 1; field < kFields.size(); field++)
-      Require(rows.SetFieldValue(field, maker.Get(field)));
+    for (size_t field = 1; field < kFields.size(); field++) {
+      parser.Parse(static_cast<uint8_t>(kFields[field].type), maker.Get(field), value);
+      Require(rows.SetFieldValue(field, value));
+    }
     const CDaoResult stored = rows.Update();
     if (stored.code == EDaoError::DatabaseTooLarge) return row;
     Require(stored);

@@ -7,9 +7,9 @@
 #include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
+#include "engine/AccessTableDataFileParser.h"
 #include "platform/Text.h"
 #include "status/Status.h"
-#include "store/AccessTableDataFileParser.h"
 
 namespace tolvane {
 
@@ -88,7 +88,7 @@ SCommandEnd RunPreview(CSession& session) {
   CFirstRows shown(arguments.rows);
   CPreviewThreadStatus::Instance().SetAbort(0);
   PassInterruptOn();
-  CAccessTableDataFileParser parser;
+  CAccessTableDataFileParser parser(data.GetWorkFolder(), data.GetRules());
   parser.SetPreviewTables(&data.GetTables(), data.source.pageSize);
   std::u16string problem;
   session.RunWatched([&] { parser.FillPreview(table, &shown); }, problem);

@@ -9,7 +9,7 @@
 #include "platform/ErrorHandler.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "store/RowReader.h"
+#include "render/RecordText.h"
 
 namespace tolvane {
 
@@ -32,7 +32,7 @@ EExportEnd CTableExport::Write(CExportSink& sink) {
   std::vector<std::u16string> cells;
   for (const CAccessColumn& column : m_table.columns) cells.push_back(SpelledName(column, m_source));
   format->WriteHeader(cells);
-  CTableRowReader reader(m_table);
+  CTableTextReader reader(m_table, m_rules);
   if (reader.Open()) {
     while (m_problem.empty() && sink.GetProblem().empty() && reader.ReadRow(cells)) {
       if (IsInterrupted()) return EExportEnd::Stopped;

@@ -10,7 +10,7 @@
 #include "cli/ExportSink.h"
 #include "cli/RowFormat.h"
 #include "model/AccessData.h"
-#include "store/PreviewText.h"
+#include "render/PreviewText.h"
 
 namespace tolvane {
 
@@ -25,9 +25,10 @@ class CTableExport {
  public:
   CTableExport(const CAccessData& data, const CAccessTable& table, const SArguments& arguments)
       : m_source(data.source),
+        m_rules(data.GetRules()),
         m_table(table),
         m_arguments(arguments),
-        m_texts(table, &data.GetTables(), data.source.pageSize) {}
+        m_texts(table, &data.GetTables(), data.source.pageSize, data.GetRules()) {}
 
   // For --ole files: the folder of this table's object files, created with the first one, and how the rows
   // name it.
@@ -46,6 +47,7 @@ class CTableExport {
   bool CopyObject(size_t column, CFileCust& file, std::u16string& shownAs);
 
   const SSourceFacts& m_source;
+  const SRecoveryRules& m_rules;
   const CAccessTable& m_table;
   const SArguments& m_arguments;
   CPreviewText m_texts;

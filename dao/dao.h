@@ -3,8 +3,8 @@
 //   CDaoEngine -> CDaoDatabase -> CDaoTableDef | CDaoRecordset
 //
 // Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time. Objects must
-// be released inside out: recordsets and definitions before their database. Values arrive as text, as the
-// data files hold them; the engine converts them to the column's type as a database engine would.
+// be released inside out: recordsets and definitions before their database. Values are typed: each of its
+// field's type.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "format/SavedQuery.h"
+#include "format/Value.h"
 
 namespace tolvane {
 
@@ -92,6 +93,19 @@ enum EDaoType : int16_t {
   kDaoComplexDecimal = 108,
   kDaoComplexText = 109,
 };
+// The type of the values that a field of that type takes; kTypeNone for complex fields.
+constexpr uint8_t ValueTypeOf(int16_t fieldType) {
+  switch (fieldType) {
+    case kDaoBigInt:
+      return kTypeBigInt;
+    case kDaoDecimal:
+      return kTypeDecimal;
+    case kDaoExtendedDate:
+      return kTypeExtendedDate;
+    default:
+      return fieldType > 0 && fieldType <= kDaoGuid ? static_cast<uint8_t>(fieldType) : uint8_t{kTypeNone};
+  }
+}
 // Fixed or variable: where an engine can choose, how a text, binary or number field is stored; neither: as
 // usual.
 inline constexpr int32_t kDaoFixedField = 0x01;
@@ -200,7 +214,9 @@ class CDaoRecordset {
   virtual ~CDaoRecordset() = default;
   virtual CDaoResult AddNew() = 0;
   // By field index in the definition's order, from 0. A failed value leaves the field as it was.
-  virtual CDaoResult SetFieldValue(size_t index, std::u16string_view text) = 0;
+  // A text goes into a text or memo field, bytes of any kind into a long binary one; null leaves the field as
+  // it is.
+  virtual CDaoResult SetFieldValue(size_t index, const SValue& value) = 0;
   virtual CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) = 0;
   // Stores the new record. On failure the record is gone and the next AddNew starts afresh.
   virtual CDaoResult Update() = 0;

@@ -4,9 +4,7 @@
 #include <limits>
 #include <utility>
 
-#include "embedded/FieldText.h"
 #include "embedded/StoredText.h"
-#include "platform/CodePage.h"
 #include "platform/Process.h"
 
 namespace tolvane {
@@ -55,21 +53,20 @@ CDaoResult CEmbeddedRecordset::RefuseField() const {
   return {EDaoError::ItemNotFound, u"The table has no field of that number."};
 }
 
-CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, std::u16string_view text) {
+CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, const SValue& value) {
   if (!CanSetField(index)) return RefuseField();
+  if (value.isNull) return CDaoResult::Ok();
   const SColumnDefinition& column = m_table->GetDefinition().columns[index];
   switch (column.type) {
     case kTypeText:
-      return SetText(column, text);
     case kTypeMemo:
-      return SetMemo(index, text);
-    case kTypeOle: {
-      m_storage.clear();
-      EncodeCodePage(SystemCodePage(), text, m_storage);
-      return m_table->GetLongValues(index)->SetBytes(m_storage, m_table->GetRow());
-    }
+      if (!IsTextType(value.type)) return WithField(EDaoError::InvalidDataType, column, u"it is no text");
+      CopyUnits(value.bytes, m_text);
+      return column.type == kTypeText ? SetText(column, m_text) : SetMemo(index, m_text);
+    case kTypeOle:
+      return m_table->GetLongValues(index)->SetBytes(value.bytes, m_table->GetRow());
     default:
-      return SetConverted(column, text);
+      return SetBytes(column, value);
   }
 }
 
@@ -103,16 +100,14 @@ CDaoResult CEmbeddedRecordset::SetMemo(size_t index, std::u16string_view text) {
   return result;
 }
 
-CDaoResult CEmbeddedRecordset::SetConverted(const SColumnDefinition& column, std::u16string_view text) {
-  const EDaoError error = ConvertFieldText(column.type, text, m_storage);
-  if (error != EDaoError::None || m_storage.size() != column.length)
-    return WithField(error == EDaoError::None ? EDaoError::DataConversion : error, column,
-                     u"the text is no value of the field's type");
+CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const SValue& value) {
+  if (value.type != column.type || value.bytes.size() != column.length)
+    return WithField(EDaoError::DataConversion, column, u"it is no value of the field's type");
   if (column.type == kTypeBoolean) {
-    m_table->GetRow().SetBoolean(column, m_storage.front() != 0);
+    m_table->GetRow().SetBoolean(column, value.bytes[0] != 0);
   } else {
-    m_table->GetRow().Set(column, m_storage);
-    if (&column == m_autoNumber) m_autoValue = GetLittle<int32_t>(m_storage, 0);
+    m_table->GetRow().Set(column, value.bytes);
+    if (&column == m_autoNumber) m_autoValue = GetLittle<int32_t>(value.bytes, 0);
   }
   return CDaoResult::Ok();
 }

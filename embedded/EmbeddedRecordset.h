@@ -1,4 +1,4 @@
-// Adds rows to one table. Values are converted as they are set, into buffers that are used again for every
+// Adds rows to one table. Values are stored as they are set, through buffers that are used again for every
 // row.
 #pragma once
 
@@ -21,9 +21,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   ~CEmbeddedRecordset() override;
 
   CDaoResult AddNew() override;
-  // A long binary field takes the text's bytes in the system's code page: binary fields of a damaged file are
-  // read as texts of that code page, and this turns them back.
-  CDaoResult SetFieldValue(size_t index, std::u16string_view text) override;
+  CDaoResult SetFieldValue(size_t index, const SValue& value) override;
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
   CDaoResult Update() override;
   [[nodiscard]] uint64_t GetReplacedCount() const override { return m_replaced; }
@@ -37,7 +35,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   [[nodiscard]] CDaoResult RefuseField() const;
   CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
   CDaoResult SetMemo(size_t index, std::u16string_view text);
-  CDaoResult SetConverted(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetBytes(const SColumnDefinition& column, const SValue& value);
   CDaoResult SetDefaults();
   CDaoResult SetAutoNumber();
 
@@ -47,7 +45,8 @@ class CEmbeddedRecordset : public CDaoRecordset {
   uint64_t m_replaced = 0;  // characters in stored rows that the format cannot hold
   uint64_t m_replacedInRow = 0;
   uint64_t m_changedIndexes = 0;   // known when closed
-  std::vector<uint8_t> m_storage;  // the value being converted
+  std::u16string m_text;           // the text being set
+  std::vector<uint8_t> m_storage;  // and its stored form
   const SColumnDefinition* m_autoNumber = nullptr;
   std::vector<const SColumnDefinition*> m_autoGuids;
   int32_t m_autoValue = 0;  // of the present row

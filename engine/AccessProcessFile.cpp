@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
+#include "engine/AccessTableDataFileParser.h"
 #include "engine/DefinitionDecoder.h"
 #include "engine/Judgements.h"
+#include "engine/MSysComplexColumns.h"
 #include "engine/RecordParser.h"
 #include "engine/TableScanner.h"
 #include "platform/Text.h"
 #include "status/Status.h"
-#include "store/AccessTableDataFileParser.h"
-#include "store/FileNameManager.h"
-#include "store/MSysComplexColumns.h"
 
 namespace tolvane {
 
@@ -49,7 +48,7 @@ void CAccessProcessFile::ParseRecords(CAccessData& data) {
 }
 
 void CAccessProcessFile::ParseTableNames(CAccessData& data) {
-  CAccessTableDataFileParser parser;
+  CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules);
   parser.ScanTableNames(data, GetLayout().pageSize);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);
@@ -63,8 +62,8 @@ void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
   });
   if (found == tables.end()) return;
   CMSysComplexColumns records;
-  if (!records.Load(CFileNameManager().GetDataFilePath((*found)->GetDefinitionOffset())))
-    CRepairLog::Instance().Append(records.GetProblem());
+  CRecordText texts((*found)->columns, data.GetRules());
+  if (!records.Load((*found)->GetDataFilePath(), &texts)) CRepairLog::Instance().Append(records.GetProblem());
   records.AttachTo(data.GetTables(), GetLayout().pageSize);
 }
 

@@ -5,6 +5,7 @@
 #include "engine/Source.h"
 #include "platform/Files.h"
 #include "status/Status.h"
+#include "store/WorkFolder.h"
 
 namespace tolvane {
 
@@ -36,7 +37,7 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
   CRepairLog::Instance().Clear();
   // The data files are named after the tables: those of the run before must be gone before new ones are made.
   m_data.reset();
-  m_data = std::make_unique<CAccessData>(m_rules);
+  m_data = std::make_unique<CAccessData>(m_rules, GetWorkFolder());
   m_parser.reset();
 
   const bool isJet4 = !source.GetLayout().isJet3;

@@ -1,12 +1,8 @@
 #include "engine/CalculatedValue.h"
 
 #include <algorithm>
-#include <bit>
 
-#include "engine/DataConversion.h"
-#include "engine/DataReader.h"
-#include "engine/NumberText.h"
-#include "platform/Text.h"
+#include "format/Bytes.h"
 
 namespace tolvane {
 
@@ -15,7 +11,8 @@ namespace {
 constexpr size_t kLengthOffset = 16;
 constexpr size_t kResultOffset = 20;
 
-constexpr size_t kDecimalBytes = 16;
+// A decimal result.
+constexpr size_t kDecimalResult = 16;
 constexpr size_t kDecimalScale = 2;
 constexpr size_t kDecimalSign = 3;
 constexpr size_t kDecimalHigh = 4;
@@ -28,87 +25,85 @@ bool IsPlainDouble(uint64_t bits) {
   return bits << 1 == 0 || (exponent != 0 && exponent != 0x7FF);
 }
 
-void AppendCurrency(std::span<const uint8_t> bytes, std::u16string& text) {
-  std::u16string currency;
-  CDataConversion::CurrencyToText(bytes.first<CDataConversion::kCurrencyBytes>(), currency);
-  text += currency;
+uint8_t TypeOfFour(uint8_t type) {
+  const bool isFraction = type == kTypeSingle || type == kTypeDouble || type == kTypeDecimal;
+  return isFraction ? kTypeSingle : kTypeLong;
 }
 
-void AppendScaledDecimal(std::span<const uint8_t> bytes, std::u16string& text) {
-  const auto word = [&](size_t at) { return CDataReader::ReadUInt32(&bytes[at]); };
-  AppendWideDecimal(bytes[kDecimalSign] != 0,
-                    {0, word(kDecimalHigh), word(kDecimalLow + 4), word(kDecimalLow)},
-                    std::min(bytes[kDecimalScale], kMostScale), text);
+uint8_t TypeOfEight(uint8_t type, std::span<const uint8_t> result) {
+  if (type == kTypeDate) return kTypeDate;
+  const bool isCurrency = type == kTypeCurrency || !IsPlainDouble(GetLittle<uint64_t>(result, 0));
+  return isCurrency ? kTypeCurrency : kTypeDouble;
 }
 
-bool AppendEightBytes(uint8_t type, std::span<const uint8_t> bytes, const SRecoveryRules& rules,
-                      std::u16string& text) {
-  if (type == kTypeDate) {
-    const auto blank = rules.midnightKeepsBlank ? EMidnightBlank::Keep : EMidnightBlank::Drop;
-    return CDataConversion::DateToText(bytes.first<CDataConversion::kDateBytes>(), blank, text);
-  }
-  const uint64_t bits =
-      uint64_t{CDataReader::ReadUInt32(&bytes[4])} << 32 | CDataReader::ReadUInt32(&bytes[0]);
-  if (type == kTypeCurrency || !IsPlainDouble(bits))
-    AppendCurrency(bytes, text);
-  else
-    AppendDouble(std::bit_cast<double>(bits), rules.floatDecimals, text);
-  return true;
+// Sign and words as a decimal column stores them.
+SValue MakeDecimal(std::span<const uint8_t> result, ResultBytes& room) {
+  const std::span<uint8_t> bytes(room);
+  room[0] = result[kDecimalSign];
+  PutLittle(bytes, 1, uint32_t{0});
+  PutLittle(bytes, 5, GetLittle<uint32_t>(result, kDecimalHigh));
+  PutLittle(bytes, 9, GetLittle<uint32_t>(result, kDecimalLow + 4));
+  PutLittle(bytes, 13, GetLittle<uint32_t>(result, kDecimalLow));
+  return {.type = kTypeDecimal, .scale = std::min(result[kDecimalScale], kMostScale), .bytes = bytes};
+}
+
+// A yes/no that stands in a column of another class is a number, and true is -1.
+SValue MakeOneByte(uint8_t type, std::span<const uint8_t> result, ResultBytes& room) {
+  if (type == kTypeByte) return {.type = type, .bytes = result};
+  room[0] = result[0];
+  room[1] = result[0] > 0x7F ? 0xFF : 0;
+  if (type != kTypeBoolean) return {.type = kTypeInteger, .bytes = std::span(room).first(2)};
+  room[0] = result[0] != 0 ? 1 : 0;
+  return {.type = type, .bytes = std::span(room).first(1)};
 }
 
 }  // namespace
 
-bool IsCalculated(const CAccessColumn& column) {
-  return (column.extendedFlags & kColumnCalculated) == kColumnCalculated;
-}
-
 std::optional<std::span<const uint8_t>> UnwrapCalculated(std::span<const uint8_t> field) {
   if (field.empty()) return field;
   if (field.size() < kResultOffset) return std::nullopt;
-  const size_t length = CDataReader::ReadUInt32(&field[kLengthOffset]);
+  const size_t length = GetLittle<uint32_t>(field, kLengthOffset);
   if (length > field.size() - kResultOffset) return std::nullopt;
   return field.subspan(kResultOffset, length);
 }
 
-bool AppendCalculated(uint8_t type, std::span<const uint8_t> result, const SRecoveryRules& rules,
-                      std::u16string& text) {
-  const bool isFraction = type == kTypeSingle || type == kTypeDouble || type == kTypeDecimal;
+std::optional<SValue> MakeResult(uint8_t type, std::span<const uint8_t> result, ResultBytes& room) {
+  SValue value{.bytes = result};
   switch (result.size()) {
     case 1:
-      if (type == kTypeBoolean)
-        text += result[0] != 0 ? u"True" : u"False";
-      else
-        AppendDecimal(type == kTypeByte ? result[0] : static_cast<int8_t>(result[0]), text);
-      return true;
+      value = MakeOneByte(type, result, room);
+      break;
     case 2:
-      AppendDecimal(static_cast<int16_t>(CDataReader::ReadUInt16(result.data())), text);
-      return true;
-    case 4: {
-      const uint32_t bits = CDataReader::ReadUInt32(result.data());
-      if (isFraction)
-        AppendDouble(static_cast<double>(std::bit_cast<float>(bits)), rules.floatDecimals, text);
-      else
-        AppendDecimal(static_cast<int32_t>(bits), text);
-      return true;
-    }
+      value.type = kTypeInteger;
+      break;
+    case 4:
+      value.type = TypeOfFour(type);
+      break;
     case 8:
-      return AppendEightBytes(type, result, rules, text);
-    case kDecimalBytes:
+      value.type = TypeOfEight(type, result);
+      break;
+    case kDecimalResult:
       if (type == kTypeGuid)
-        CDataConversion::GuidToText(result.first<CDataConversion::kGuidBytes>(), text);
+        value.type = kTypeGuid;
       else
-        AppendScaledDecimal(result, text);
-      return true;
+        value = MakeDecimal(result, room);
+      break;
     default:
-      return false;
+      return std::nullopt;
   }
+  value.isNull = false;
+  value.isResult = true;
+  return value;
 }
 
 void CUnwrappingSink::Take(std::span<const uint8_t> bytes) {
   const size_t head = std::min(bytes.size(), kHead - m_headBytes);
   std::copy_n(bytes.begin(), head, m_head.begin() + static_cast<ptrdiff_t>(m_headBytes));
   m_headBytes += head;
-  if (head != 0 && m_headBytes == kHead) m_left = CDataReader::ReadUInt32(&m_head[kLengthOffset]);
+  if (head != 0 && m_headBytes == kHead) {
+    m_left = GetLittle<uint32_t>(m_head, kLengthOffset);
+    m_hasResult = m_left != 0;
+  }
   bytes = bytes.subspan(head);
   bytes = bytes.first(std::min(bytes.size(), m_left));
   m_left -= bytes.size();

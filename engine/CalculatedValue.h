@@ -18,23 +18,21 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 
 #include "engine/LongValueReader.h"
-#include "model/AccessColumn.h"
-#include "model/RecoveryRules.h"
+#include "format/Value.h"
 
 namespace tolvane {
-
-bool IsCalculated(const CAccessColumn& column);
 
 // The result without its wrapper, empty for null; nothing when the wrapper does not fit.
 std::optional<std::span<const uint8_t>> UnwrapCalculated(std::span<const uint8_t> field);
 
-// Appends the text of a result that is neither text nor binary, as a column of the type `type` carries it.
-// False: no result of any known type.
-bool AppendCalculated(uint8_t type, std::span<const uint8_t> result, const SRecoveryRules& rules,
-                      std::u16string& text);
+// Room for a result whose stored form is not a value's own.
+using ResultBytes = std::array<uint8_t, kDecimalBytes>;
+
+// The value of a result that is neither text nor binary, in a column of the type `type`; its bytes lie in
+// `result` or in `room`. Nothing: no result of any known type.
+std::optional<SValue> MakeResult(uint8_t type, std::span<const uint8_t> result, ResultBytes& room);
 
 // Hands on the result inside a wrapped long value.
 class CUnwrappingSink : public CLongValueSink {
@@ -43,6 +41,8 @@ class CUnwrappingSink : public CLongValueSink {
   void Take(std::span<const uint8_t> bytes) override;
   // The result was there as a whole.
   [[nodiscard]] bool IsWhole() const;
+  // Nothing was there, or a result of no length: null.
+  [[nodiscard]] bool IsEmpty() const { return m_headBytes == 0 || !m_hasResult; }
 
  private:
   static constexpr size_t kHead = 20;
@@ -50,6 +50,7 @@ class CUnwrappingSink : public CLongValueSink {
   std::array<uint8_t, kHead> m_head{};
   size_t m_headBytes = 0;
   size_t m_left = 0;
+  bool m_hasResult = false;  // the stated length is not 0
 };
 
 }  // namespace tolvane

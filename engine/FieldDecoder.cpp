@@ -1,23 +1,16 @@
 #include "engine/FieldDecoder.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <new>
 
-#include "engine/CalculatedValue.h"
-#include "engine/DataConversion.h"
-#include "engine/DataReader.h"
-#include "engine/NumberText.h"
 #include "platform/CodePage.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
 
-constexpr size_t kDecimalBytes = 17;
 constexpr size_t kDecimalLowWords = 8;
+constexpr size_t kUnitsKept = size_t{1} << 20;  // a longer text's memory is given back after its row
 
 // How many bytes a value of a type has; 0 where the column or the value itself tells, or the text of the
 // value does not depend on them.
@@ -37,8 +30,8 @@ class CMemoSink : public CLongValueSink {
 }  // namespace
 
 CFieldDecoder::CFieldDecoder(const STextLayout& layout, const SRecoveryRules& rules,
-                             CLongValueReader& longValues, COleSideFile& sideFile)
-    : m_layout(layout), m_rules(rules), m_longValues(longValues), m_sideFile(sideFile) {}
+                             CLongValueReader& longValues, CObjectSink& objects)
+    : m_layout(layout), m_rules(rules), m_longValues(longValues), m_objects(objects) {}
 
 void CFieldDecoder::SetTable(const CAccessTable& table, uint32_t codePage) {
   m_shape = {.columnsEver = table.header.highestColumnNumber,
@@ -47,7 +40,7 @@ void CFieldDecoder::SetTable(const CAccessTable& table, uint32_t codePage) {
   m_columns.clear();
   for (const CAccessColumn& column : table.columns) {
     m_columns.push_back(MakeField(column, codePage));
-    const bool isInMask = column.type == kTypeBoolean && !IsCalculated(column);
+    const bool isInMask = column.type == kTypeBoolean && !IsCalculated(column.extendedFlags);
     if (!column.IsFixed() && !isInMask)
       m_shape.firstVariableNumber = std::min<uint32_t>(m_shape.firstVariableNumber, column.number);
   }
@@ -61,104 +54,79 @@ CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint
   field.type = column.type;
   field.scale = column.GetScale();
   field.isFixed = column.IsFixed();
-  field.isCalculated = IsCalculated(column);
+  field.isCalculated = IsCalculated(column.extendedFlags);
   // A calculated memo has the type of a text but, as a long value, no length.
   if (field.isCalculated && column.type == kTypeText && column.length == 0) field.type = kTypeMemo;
   field.number = column.number;
   field.place = column.IsFixed() ? column.fixedOffset : column.variableIndex;
   field.width = known != 0 ? known : column.length * unit;
   if (!field.isCalculated) field.needed = column.type == kTypeDecimal ? kDecimalLowWords : known;
+  // These have no text of their own among the standard ones.
+  if (!field.isCalculated && !m_rules.recordsHoldTexts && column.type > kTypeComplex)
+    field.needed = LengthOfType(column.type);
   field.coding = {.isUtf16 = !m_layout.IsCodePage(), .codePage = isNamed ? column.codePage : codePage};
   return field;
 }
 
-EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, std::u16string& text) {
-  text.clear();
+EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue& value) {
+  static constexpr uint8_t kFalse = 0, kTrue = 1;
   const SField& field = m_columns[column];
+  value = {.type = field.type, .scale = field.scale, .isResult = field.isCalculated, .bytes = {}};
   const bool isPresent = frame.IsPresent(field.number);
   if (field.type == kTypeBoolean && !field.isCalculated) {
-    text = isPresent ? u"True" : u"False";
+    value.isNull = false;
+    value.bytes = std::span(isPresent ? &kTrue : &kFalse, 1);
     return EFieldResult::Decoded;
   }
   if (!isPresent) return EFieldResult::Decoded;
   const CRowFrame::Field bytes =
       field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
   if (!bytes || bytes->size() < field.needed) return EFieldResult::Broken;
-  return field.isCalculated ? DecodeCalculated(field, *bytes, text) : DecodeBytes(field, *bytes, text);
+  return field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
 }
 
-EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uint8_t> bytes,
-                                        std::u16string& text) {
-  const uint8_t* at = bytes.data();
+EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uint8_t> bytes, SValue& value) {
+  value.isNull = false;
   switch (field.type) {
-    case kTypeByte:
-      AppendDecimal(at[0], text);
-      break;
-    case kTypeInteger:
-      AppendDecimal(static_cast<int16_t>(CDataReader::ReadUInt16(at)), text);
-      break;
-    case kTypeLong:
-    case kTypeComplex:
-      AppendDecimal(static_cast<int32_t>(CDataReader::ReadUInt32(at)), text);
-      break;
-    case kTypeCurrency:
-      CDataConversion::CurrencyToText(bytes.first<8>(), text);
-      break;
-    case kTypeSingle:
-      AppendDouble(static_cast<double>(std::bit_cast<float>(CDataReader::ReadUInt32(at))),
-                   m_rules.floatDecimals, text);
-      break;
-    case kTypeDouble: {
-      const uint64_t low = CDataReader::ReadUInt32(at);
-      const uint64_t high = CDataReader::ReadUInt32(at + 4);
-      AppendDouble(std::bit_cast<double>(high << 32 | low), m_rules.floatDecimals, text);
-      break;
-    }
-    case kTypeDate: {
-      const auto blank = m_rules.midnightKeepsBlank ? EMidnightBlank::Keep : EMidnightBlank::Drop;
-      if (!CDataConversion::DateToText(bytes.first<8>(), blank, text)) return EFieldResult::Broken;
-      break;
-    }
-    case kTypeBinary:
-      CDataConversion::BytesToText(bytes, text);
-      break;
     case kTypeText:
-      m_text.Decode(field.coding, bytes, text);
+      DecodeText(field, bytes, value);
       break;
     case kTypeOle:
-      return DecodeOle(bytes, text);
+      return DecodeOle(bytes, value);
     case kTypeMemo:
-      return DecodeMemo(field, bytes, text);
-    case kTypeUnknown13:
-      text = u"Unknown";
-      break;
-    case kTypeGuid:
-      CDataConversion::GuidToText(bytes.first<16>(), text);
-      break;
+      return DecodeMemo(field, bytes, value);
     case kTypeDecimal:
-      DecodeDecimal(field, bytes, text);
+      DecodeDecimal(bytes, value);
       break;
     default:
-      text = u"Default ";
-      AppendDecimal(field.type, text);
+      value.bytes = field.needed != 0 ? bytes.first(field.needed) : bytes;
       break;
   }
   return EFieldResult::Decoded;
 }
 
 EFieldResult CFieldDecoder::DecodeCalculated(const SField& field, std::span<const uint8_t> bytes,
-                                             std::u16string& text) {
-  if (field.type == kTypeMemo) return DecodeMemo(field, bytes, text);
+                                             SValue& value) {
+  if (field.type == kTypeMemo) return DecodeMemo(field, bytes, value);
   const auto result = UnwrapCalculated(bytes);
   if (!result) return EFieldResult::Broken;
-  if (field.type == kTypeText || field.type == kTypeBinary) return DecodeBytes(field, *result, text);
-  if (result->empty() || AppendCalculated(field.type, *result, m_rules, text)) return EFieldResult::Decoded;
-  return EFieldResult::Broken;
+  if (result->empty()) return EFieldResult::Decoded;
+  if (field.type == kTypeText || field.type == kTypeBinary) return DecodeBytes(field, *result, value);
+  const std::optional<SValue> made = MakeResult(field.type, *result, m_room);
+  if (!made) return EFieldResult::Broken;
+  value = *made;
+  return EFieldResult::Decoded;
 }
 
-EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint8_t> bytes,
-                                       std::u16string& text) {
-  m_text.Begin(field.coding, text);
+void CFieldDecoder::DecodeText(const SField& field, std::span<const uint8_t> bytes, SValue& value) {
+  m_units.clear();
+  m_text.Decode(field.coding, bytes, m_units);
+  value.bytes = UnitBytes(m_units);
+}
+
+EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint8_t> bytes, SValue& value) {
+  m_units.clear();
+  m_text.Begin(field.coding, m_units);
   CMemoSink sink(m_text);
   CUnwrappingSink unwrap(sink);
   bool isWhole = false;
@@ -171,27 +139,34 @@ EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint
   } catch (const std::bad_alloc&) {
     isWhole = false;  // what fitted into memory stays
   }
+  value.type = kTypeMemo;
+  value.isNull = field.isCalculated && unwrap.IsEmpty();
+  if (!value.isNull) value.bytes = UnitBytes(m_units);
   return isWhole ? EFieldResult::Decoded : EFieldResult::CutShort;
 }
 
-EFieldResult CFieldDecoder::DecodeOle(std::span<const uint8_t> bytes, std::u16string& text) {
-  m_sideFile.Begin();
-  const bool isWhole = m_longValues.Read(bytes, m_sideFile);
-  text = m_sideFile.End();
+EFieldResult CFieldDecoder::DecodeOle(std::span<const uint8_t> bytes, SValue& value) {
+  m_objects.Begin();
+  const bool isWhole = m_longValues.Read(bytes, m_objects);
+  value.bytes = m_objects.End();
   return isWhole ? EFieldResult::Decoded : EFieldResult::CutShort;
 }
 
-void CFieldDecoder::DecodeDecimal(const SField& field, std::span<const uint8_t> bytes,
-                                  std::u16string& text) const {
-  const auto word = [&](size_t fromEnd) { return CDataReader::ReadUInt32(&bytes[bytes.size() - fromEnd]); };
-  if (m_rules.decimalLowWordsOnly || bytes.size() < kDecimalBytes) {
-    const uint64_t value = uint64_t{word(8)} << 32 | word(4);
-    AppendSignedDigits(static_cast<int64_t>(value), text);
-    if (field.scale != 0 && field.scale <= text.size()) text.insert(text.size() - field.scale, 1, u'.');
+// The sign and all words; a field that lacks the first of them has zeros there.
+void CFieldDecoder::DecodeDecimal(std::span<const uint8_t> bytes, SValue& value) {
+  if (bytes.size() < kDecimalBytes) {
+    m_room.fill(0);
+    std::copy_backward(bytes.begin(), bytes.end(), m_room.end());
+    value.bytes = m_room;
   } else {
-    const bool isNegative = bytes[bytes.size() - kDecimalBytes] != 0;
-    AppendWideDecimal(isNegative, {word(16), word(12), word(8), word(4)}, field.scale, text);
+    value.bytes = bytes.last(kDecimalBytes);
   }
+}
+
+void CFieldDecoder::ReleaseMemory() {
+  if (m_units.capacity() <= kUnitsKept) return;
+  std::u16string().swap(m_units);
+  m_text.ReleaseMemory();
 }
 
 }  // namespace tolvane

@@ -1,19 +1,7 @@
-// The fields of one table's rows as the texts that its data file carries.
+// The fields of one table's rows as values.
 //
-//   type            text
-//   1               "True" or "False", from the null mask
-//   2, 3, 4, 18     decimal number
-//   5               four decimals
-//   6, 7            fixed number of decimals
-//   8               date and time
-//   9               bytes as text of the system's code page
-//   10, 12          the text itself; memos from their long-value pages
-//   11              path of the side file that holds the bytes
-//   13              "Unknown"
-//   15              GUID in braces
-//   16              decimal digits with the column's scale
-//   others          "Default " and the type code
-// Calculated columns: the text of their result.
+// A memo is put together from its pages and its text is the value; an OLE object goes to the sink that keeps
+// objects, and the value is what that calls it. Of a calculated column the value is its result.
 #pragma once
 
 #include <cstddef>
@@ -22,11 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "engine/CalculatedValue.h"
 #include "engine/LongValueReader.h"
-#include "engine/OleSideFile.h"
+#include "engine/ObjectSink.h"
 #include "engine/RowFrame.h"
 #include "engine/TextDecoder.h"
 #include "format/Layout.h"
+#include "format/Value.h"
 #include "model/AccessTable.h"
 #include "model/RecoveryRules.h"
 
@@ -34,7 +24,7 @@ namespace tolvane {
 
 enum class EFieldResult : uint8_t {
   Decoded,   // null and empty values too
-  Broken,    // a present value that cannot be located; its text is empty
+  Broken,    // a present value that cannot be located; it is null
   CutShort,  // a long value of which only the text's part could be read
 };
 
@@ -42,19 +32,19 @@ class CFieldDecoder {
  public:
   // All arguments outlive the decoder.
   CFieldDecoder(const STextLayout& layout, const SRecoveryRules& rules, CLongValueReader& longValues,
-                COleSideFile& sideFile);
+                CObjectSink& objects);
 
   // The table of the rows that follow. `codePage` is used by Jet 3 columns that name none.
   void SetTable(const CAccessTable& table, uint32_t codePage);
   [[nodiscard]] const SRowShape& GetShape() const { return m_shape; }
   [[nodiscard]] size_t GetColumnCount() const { return m_columns.size(); }
 
-  // Replaces `text` by the value of the column at that position of the table's list. Throws
-  // CFileCustException when a side file cannot be written.
-  EFieldResult Decode(const CRowFrame& frame, size_t column, std::u16string& text);
+  // The value of the column at that position of the table's list; it stays until the next call. Throws
+  // CFileCustException when an object cannot be kept.
+  EFieldResult Decode(const CRowFrame& frame, size_t column, SValue& value);
 
-  // Gives back what unusually long texts made it allocate.
-  void ReleaseMemory() { m_text.ReleaseMemory(); }
+  // Gives back what an unusually long text made it allocate.
+  void ReleaseMemory();
 
  private:
   // What is needed of a column, looked up once a table.
@@ -71,17 +61,20 @@ class CFieldDecoder {
   };
 
   [[nodiscard]] SField MakeField(const CAccessColumn& column, uint32_t codePage) const;
-  EFieldResult DecodeBytes(const SField& field, std::span<const uint8_t> bytes, std::u16string& text);
-  EFieldResult DecodeCalculated(const SField& field, std::span<const uint8_t> bytes, std::u16string& text);
-  EFieldResult DecodeMemo(const SField& field, std::span<const uint8_t> bytes, std::u16string& text);
-  EFieldResult DecodeOle(std::span<const uint8_t> bytes, std::u16string& text);
-  void DecodeDecimal(const SField& field, std::span<const uint8_t> bytes, std::u16string& text) const;
+  EFieldResult DecodeBytes(const SField& field, std::span<const uint8_t> bytes, SValue& value);
+  EFieldResult DecodeCalculated(const SField& field, std::span<const uint8_t> bytes, SValue& value);
+  EFieldResult DecodeMemo(const SField& field, std::span<const uint8_t> bytes, SValue& value);
+  EFieldResult DecodeOle(std::span<const uint8_t> bytes, SValue& value);
+  void DecodeText(const SField& field, std::span<const uint8_t> bytes, SValue& value);
+  void DecodeDecimal(std::span<const uint8_t> bytes, SValue& value);
 
   const STextLayout& m_layout;
   const SRecoveryRules& m_rules;
   CLongValueReader& m_longValues;
-  COleSideFile& m_sideFile;
+  CObjectSink& m_objects;
   CTextDecoder m_text;
+  std::u16string m_units;  // of the text decoded last
+  ResultBytes m_room{};    // of a value whose stored form is not its own
   SRowShape m_shape;
   std::vector<SField> m_columns;
 };

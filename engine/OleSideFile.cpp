@@ -1,5 +1,7 @@
 #include "engine/OleSideFile.h"
 
+#include "format/Value.h"
+
 namespace tolvane {
 
 void COleSideFile::Begin() {
@@ -18,12 +20,12 @@ void COleSideFile::Take(std::span<const uint8_t> bytes) {
   m_file.Write(bytes);
 }
 
-const std::u16string& COleSideFile::End() {
+std::span<const uint8_t> COleSideFile::End() {
   if (m_file.IsOpen()) {
     m_file.Close();
     m_list.AppendOleFileName(m_path);
   }
-  return m_path;
+  return UnitBytes(m_path);
 }
 
 }  // namespace tolvane

@@ -4,25 +4,26 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 
-#include "engine/LongValueReader.h"
+#include "engine/ObjectSink.h"
 #include "platform/FileCust.h"
 #include "store/AccessTableDataFile.h"
 #include "store/FileNameManager.h"
 
 namespace tolvane {
 
-// Begin, then the value's bytes as a sink, then End. One value at a time.
-class COleSideFile : public CLongValueSink {
+class COleSideFile : public CObjectSink {
  public:
-  // `list` gets the path of every side file and outlives this object.
-  explicit COleSideFile(CAccessTableDataFile& list) : m_list(list) {}
+  // In the work folder `folder`. `list` gets the path of every side file and outlives this object.
+  COleSideFile(std::u16string folder, CAccessTableDataFile& list)
+      : m_list(list), m_names(std::move(folder)) {}
 
-  void Begin();
+  void Begin() override;
   // The file is created with the first byte, so an empty value has none. Throws CFileCustException.
   void Take(std::span<const uint8_t> bytes) override;
-  // The path of the file just written; empty when there is none. Throws CFileCustException.
-  const std::u16string& End();
+  // The units of the path of the file just written; empty when there is none. Throws CFileCustException.
+  std::span<const uint8_t> End() override;
 
  private:
   CAccessTableDataFile& m_list;

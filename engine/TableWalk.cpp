@@ -20,9 +20,6 @@ constexpr uint64_t kMovedBase = uint64_t{16} << 20;
 
 constexpr uint64_t kNoPage = ~uint64_t{0};
 
-// A longer text's memory is given back after its row.
-constexpr size_t kTextUnitsKept = size_t{1} << 20;
-
 }  // namespace
 
 CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data)
@@ -30,9 +27,12 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData
       m_rules(rules),
       m_reader(source.GetPages()),
       m_data(data),
-      m_sideFile(m_dataFile),
+      m_dataFile(data.GetWorkFolder()),
+      m_sideFile(data.GetWorkFolder(), m_dataFile),
       m_longValues(m_reader, m_layout, rules),
-      m_fields(m_layout.text, rules, m_longValues, m_sideFile),
+      m_fields(m_layout.text, rules, m_longValues,
+               rules.recordsHoldTexts ? static_cast<CObjectSink&>(m_sideFile) : m_objectFile),
+      m_records(rules, m_dataFile),
       m_frame(m_layout.row),
       m_page(m_layout.pageSize),
       m_target(m_layout.pageSize),
@@ -49,6 +49,7 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   table.promisedRows = table.header.rowCount;
 
   bool isRunning = true;
+  m_objectFile.Start(table.GetObjectFilePath());
   try {
     if (m_dataFile.CreateDataFile(table.GetDefinitionOffset()))
       isRunning = WalkPages() && DecodeUnclaimedRows();
@@ -59,6 +60,7 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
     GiveUp(error.GetMessageText());
     CloseQuietly();
   }
+  m_objectFile.Close();
   table.header.rowCount = m_rows;
   return isRunning;
 }
@@ -180,17 +182,15 @@ void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
     return;
   }
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
-    const EFieldResult result = m_fields.Decode(m_frame, column, m_text);
-    if (result == EFieldResult::Broken) Count(EDamage::BrokenValue, slot);
+    SValue value;
+    const EFieldResult result = m_fields.Decode(m_frame, column, value);
+    const bool isWritten = m_records.Write(value);
+    if (result == EFieldResult::Broken || !isWritten) Count(EDamage::BrokenValue, slot);
     if (result == EFieldResult::CutShort) Count(EDamage::BrokenLongValue, slot);
-    m_dataFile.WriteValue(m_text);
   }
   m_rows++;
   CProgressStatus::Instance().IncrementPos();
-  if (m_text.capacity() > kTextUnitsKept) {
-    std::u16string().swap(m_text);
-    m_fields.ReleaseMemory();
-  }
+  m_fields.ReleaseMemory();
 }
 
 void CTableWalk::Count(EDamage kind, int64_t slot) {

@@ -12,8 +12,10 @@
 
 #include "engine/FieldDecoder.h"
 #include "engine/LongValueReader.h"
+#include "engine/ObjectFile.h"
 #include "engine/OleSideFile.h"
 #include "engine/PageSlot.h"
+#include "engine/RecordWriter.h"
 #include "engine/RowFrame.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
@@ -53,10 +55,11 @@ class CTableWalk {
   CAccessData& m_data;
   CAccessTableDataFile m_dataFile;
   COleSideFile m_sideFile;
+  CObjectFile m_objectFile;
   CLongValueReader m_longValues;
   CFieldDecoder m_fields;
+  CRecordWriter m_records;
   CRowFrame m_frame;
-  std::u16string m_text;  // of the value being decoded
 
   CAccessTable* m_table = nullptr;
   uint32_t m_rows = 0;

@@ -77,5 +77,8 @@ inline constexpr uint8_t kColumnFlatKey = 0x08;     // flat table: key that matc
 inline constexpr uint8_t kColumnOfFile = 0x10;      // flat table of attachments
 inline constexpr uint8_t kColumnOfHistory = 0x20;   // complex column that keeps the versions of a memo
 inline constexpr uint8_t kColumnCalculated = 0xC0;  // both bits: the value stands in a wrapper
+constexpr bool IsCalculated(uint8_t extendedFlags) {
+  return (extendedFlags & kColumnCalculated) == kColumnCalculated;
+}
 
 }  // namespace tolvane

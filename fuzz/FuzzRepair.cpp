@@ -7,8 +7,8 @@
 #include "engine/AccessRepair.h"
 #include "engine/PageInspector.h"
 #include "fuzz/FuzzFile.h"
+#include "render/RecordText.h"
 #include "status/Status.h"
-#include "store/RowReader.h"
 #include "store/WorkFolder.h"
 #include "writer/AccessSaveRepairedFile.h"
 #include "writer/QuerySaver.h"
@@ -19,7 +19,7 @@ namespace {
 void ReadAll(const CAccessData& data) {
   std::vector<std::u16string> cells;
   for (const auto& table : data.GetTables()) {
-    CTableRowReader reader(*table);
+    CTableTextReader reader(*table, data.GetRules());
     for (bool isRow = reader.Open(); isRow;) isRow = reader.ReadRow(cells);
   }
   CTList<CQuery> queries;

@@ -6,7 +6,7 @@ namespace tolvane {
 
 CAccessData::~CAccessData() {
   m_tables.Clear();
-  CAccessTableDataFile::RemoveOleFiles();
+  CAccessTableDataFile(m_workFolder).RemoveOleFiles();
 }
 
 }  // namespace tolvane

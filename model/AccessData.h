@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "model/AccessTable.h"
@@ -27,8 +28,10 @@ struct SSourceFacts {
 // Destroying it deletes the tables' data files and the OLE side files.
 class CAccessData {
  public:
-  // The rules that the run goes by are copied.
-  explicit CAccessData(const SRecoveryRules& rules) : m_rules(rules) {}
+  // The rules that the run goes by are copied. `workFolder` holds the run's files, with its separator at the
+  // end.
+  CAccessData(const SRecoveryRules& rules, std::u16string workFolder)
+      : m_rules(rules), m_workFolder(std::move(workFolder)), m_tables(m_workFolder) {}
   virtual ~CAccessData();
   CAccessData(const CAccessData&) = delete;
   CAccessData& operator=(const CAccessData&) = delete;
@@ -41,11 +44,14 @@ class CAccessData {
   [[nodiscard]] CDamageLedger& GetLedger() { return m_ledger; }
   [[nodiscard]] const CDamageLedger& GetLedger() const { return m_ledger; }
 
-  std::u16string sourcePath;  // of the damaged file
+  [[nodiscard]] const std::u16string& GetWorkFolder() const { return m_workFolder; }
+
+  std::u16string sourcePath;              // of the damaged file
   SSourceFacts source;
 
  private:
   const SRecoveryRules m_rules;
+  const std::u16string m_workFolder;
   CAccessTableList m_tables;
   CTList<CQuerySysObject> m_queryObjects;
   CDamageLedger m_ledger;

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
+#include "platform/Files.h"
 #include "platform/Text.h"
-#include "store/AccessTableDataFile.h"
+#include "store/FileNameManager.h"
 
 namespace tolvane {
 
@@ -13,12 +14,14 @@ constexpr uint64_t kKeyTextUnit = 4096;  // for both page sizes
 
 }  // namespace
 
-CAccessTable::CAccessTable(uint64_t definitionOffset)
+CAccessTable::CAccessTable(uint64_t definitionOffset, const std::u16string& workFolder)
     : m_definitionOffset(definitionOffset),
+      m_dataFilePath(CFileNameManager(workFolder).GetDataFilePath(definitionOffset)),
       m_keyText(ToDecimal(int64_t{static_cast<int32_t>(definitionOffset / kKeyTextUnit)})) {}
 
 CAccessTable::~CAccessTable() {
-  CAccessTableDataFile::RemoveDataFile(m_definitionOffset);
+  for (const std::u16string& path : {m_dataFilePath, GetObjectFilePath()})
+    if (CanWrite(path)) RemoveFile(path);
 }
 
 uint32_t CAccessTable::GetPage(uint32_t pageSize) const {
@@ -30,7 +33,7 @@ std::u16string CAccessTable::GetPageText(uint32_t pageSize) const {
 }
 
 CAccessTable& CAccessTableList::AddTable(uint64_t definitionOffset) {
-  m_tables.push_back(std::make_unique<CAccessTable>(definitionOffset));
+  m_tables.push_back(std::make_unique<CAccessTable>(definitionOffset, m_workFolder));
   CAccessTable& table = *m_tables.back();
   m_byOffset.try_emplace(definitionOffset, &table);
   return table;

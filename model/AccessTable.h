@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "model/AccessColumn.h"
@@ -51,11 +52,15 @@ enum class ENameSource : uint8_t { Catalogue, Place, Generated };
 
 class CAccessTable {
  public:
-  explicit CAccessTable(uint64_t definitionOffset);
+  // `workFolder` holds the data file, with its separator at the end.
+  CAccessTable(uint64_t definitionOffset, const std::u16string& workFolder);
   virtual ~CAccessTable();
   CAccessTable(const CAccessTable&) = delete;
   CAccessTable& operator=(const CAccessTable&) = delete;
 
+  [[nodiscard]] const std::u16string& GetDataFilePath() const { return m_dataFilePath; }
+  // Of the file that holds its OLE values, where they share one; it goes with the table, too.
+  [[nodiscard]] std::u16string GetObjectFilePath() const { return m_dataFilePath + u".objects"; }
   [[nodiscard]] uint64_t GetDefinitionOffset() const { return m_definitionOffset; }
   // The definition offset divided by 4096, in decimal, for both page sizes.
   [[nodiscard]] const std::u16string& GetKeyText() const { return m_keyText; }
@@ -75,6 +80,7 @@ class CAccessTable {
 
  private:
   uint64_t m_definitionOffset;
+  std::u16string m_dataFilePath;
   std::u16string m_keyText;
 };
 
@@ -87,6 +93,7 @@ inline bool IsSystemTable(const CAccessTable& table) {
 // In the order in which the definitions were found, with an index by definition offset beside it.
 class CAccessTableList {
  public:
+  explicit CAccessTableList(std::u16string workFolder) : m_workFolder(std::move(workFolder)) {}
   virtual ~CAccessTableList() = default;
 
   CAccessTable& AddTable(uint64_t definitionOffset);
@@ -111,6 +118,7 @@ class CAccessTableList {
  private:
   void IndexTables();
 
+  std::u16string m_workFolder;
   std::vector<std::unique_ptr<CAccessTable>> m_tables;
   std::unordered_map<uint64_t, CAccessTable*> m_byOffset;  // first table of each offset
 };

@@ -68,8 +68,15 @@ struct SRecoveryRules {
   uint32_t floatDecimals;
   // A date at midnight keeps the blank that stood before its time.
   bool midnightKeepsBlank;
+  // Data files hold the texts of values, and an OLE object is a file of its own; otherwise the values
+  // themselves, and a table's objects stand in one file.
+  bool recordsHoldTexts;
 
   // --- saving ---
+
+  // Fields have a type, a size and little else; binary columns become long binary, decimal ones double, and
+  // those of types that Access 2000 did not have texts.
+  bool reduceFields;
 
   // Byte values outside -128..127 are dropped.
   bool dropBytesAbove127;
@@ -99,6 +106,8 @@ inline constexpr SRecoveryRules kStandardRules{
     .decimalLowWordsOnly = true,
     .floatDecimals = 5,
     .midnightKeepsBlank = true,
+    .recordsHoldTexts = true,
+    .reduceFields = true,
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
     .queriesAreTheirText = true,
@@ -124,6 +133,8 @@ inline constexpr SRecoveryRules kExactRules{
     .decimalLowWordsOnly = false,
     .floatDecimals = kShortestDigits,
     .midnightKeepsBlank = false,
+    .recordsHoldTexts = false,
+    .reduceFields = false,
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,
     .queriesAreTheirText = false,

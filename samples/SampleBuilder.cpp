@@ -57,8 +57,10 @@ void CSampleBuilder::AddTable(const std::string& name, const std::vector<SSample
                                 const std::vector<const char*>& indexed) {
   std::unique_ptr<CDaoTableDef> table;
   Require(m_database->CreateTableDef(FromUtf8(name), kTableAttributes, {}, {}, table), name);
-  for (const SSampleField& field : fields)
+  for (const SSampleField& field : fields) {
     Require(table->CreateField(FromUtf8(field.name), field.type, field.size, field.attributes), field.name);
+    m_types[name].push_back(field.type);
+  }
   CDaoIndexInfo key;
   key.name = u"PrimaryKey";
   key.fields = {{FromUtf8(fields.front().name), false}};
@@ -75,6 +77,7 @@ void CSampleBuilder::AddTable(const std::string& name, const std::vector<SSample
 }
 
 void CSampleBuilder::OpenTable(const std::string& name) {
+  m_open = &m_types[name];
   Require(m_database->OpenRecordset(u"SELECT * FROM [" + FromUtf8(name) + u"]", m_rows), name);
 }
 
@@ -85,7 +88,10 @@ void CSampleBuilder::BeginRow() {
 void CSampleBuilder::Set(size_t field, std::string_view text) {
   if (text.empty()) return;
   m_text.assign(text.begin(), text.end());  // sample texts are ASCII
-  Require(m_rows->SetFieldValue(field, m_text), text);
+  SValue value;
+  if (!m_parser.Parse(static_cast<uint8_t>(m_open->at(field)), m_text, value))
+    Require({EDaoError::DataConversion, u"This is no value of its field's type."}, text);
+  Require(m_rows->SetFieldValue(field, value), text);
 }
 
 void CSampleBuilder::SetBytes(size_t field, std::span<const uint8_t> bytes) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "dao/dao.h"
+#include "render/ValueParser.h"
 
 namespace tolvane {
 
@@ -64,6 +66,9 @@ class CSampleBuilder {
   std::unique_ptr<CDaoEngine> m_engine;
   std::unique_ptr<CDaoDatabase> m_database;
   std::unique_ptr<CDaoRecordset> m_rows;
+  std::map<std::string, std::vector<int16_t>> m_types;  // of each table's fields
+  const std::vector<int16_t>* m_open = nullptr;         // of the table that is open
+  CValueParser m_parser;
   std::u16string m_text;  // kept between values, so that a value costs no allocation
 };
 

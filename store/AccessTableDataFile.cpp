@@ -1,11 +1,12 @@
 #include "store/AccessTableDataFile.h"
 
+#include <algorithm>
+#include <cstring>
 #include <span>
 #include <utility>
 
 #include "platform/Files.h"
 #include "platform/TextUnits.h"
-#include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 
 namespace tolvane {
@@ -33,7 +34,7 @@ CAccessTableDataFile::~CAccessTableDataFile() {
 
 bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   CloseDataFile();
-  const std::u16string path = CFileNameManager().GetDataFilePath(key);
+  const std::u16string path = m_names.GetDataFilePath(key);
   if (FileExists(path)) RemoveFile(path);
   if (!m_file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
     return false;
@@ -44,19 +45,27 @@ bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
 
 void CAccessTableDataFile::WriteValue(std::u16string_view text) {
   text = text.substr(0, kMaximumUnits);
-  PutCount(static_cast<uint32_t>(2 * text.size() + 1), MakeRoom(kCountBytes));
+  WriteRecord({reinterpret_cast<const uint8_t*>(text.data()), 2 * text.size()});
+}
+
+void CAccessTableDataFile::WriteRecord(std::span<const uint8_t> bytes) {
+  PutCount(static_cast<uint32_t>(bytes.size() + 1), MakeRoom(kCountBytes));
   m_used += kCountBytes;
-  // In pieces of the buffer's size, so that a long text needs no second copy of itself.
-  do {
-    const size_t room = (kBufferBytes - m_used) / 2;
-    const std::u16string_view piece = text.substr(0, room);
-    PutUnits(piece, m_buffer.data() + m_used);
-    m_used += 2 * piece.size();
-    text.remove_prefix(piece.size());
-    if (!text.empty()) FlushBuffer();
-  } while (!text.empty());
+  // In pieces of the buffer's size, so that a long value needs no second copy of itself.
+  while (!bytes.empty()) {
+    const size_t piece = std::min(bytes.size(), kBufferBytes - m_used);
+    std::memcpy(m_buffer.data() + m_used, bytes.data(), piece);
+    m_used += piece;
+    bytes = bytes.subspan(piece);
+    if (!bytes.empty()) FlushBuffer();
+  }
   *MakeRoom(1) = 0;
   ++m_used;
+}
+
+void CAccessTableDataFile::WriteNull() {
+  PutCount(0, MakeRoom(kCountBytes));
+  m_used += kCountBytes;
 }
 
 // Made at its first use.
@@ -84,8 +93,7 @@ void CAccessTableDataFile::CloseDataFile() {
 
 void CAccessTableDataFile::AppendOleFileName(std::u16string_view path) {
   CFileCust list;
-  if (!list.Open(CFileNameManager().GetOleListPath(), EFileAccess::Write, EFileShare::Read,
-                 EFileCreation::OpenAlways))
+  if (!list.Open(m_names.GetOleListPath(), EFileAccess::Write, EFileShare::Read, EFileCreation::OpenAlways))
     throw CFileCustException(list.GetLastErrorCode());
   const size_t count = path.size() + 1;
   std::vector<uint8_t> record(kCountBytes + 2 * path.size() + 1);  // for an empty path a zero byte follows
@@ -95,14 +103,21 @@ void CAccessTableDataFile::AppendOleFileName(std::u16string_view path) {
   list.WriteAt(list.GetLength(), record);
 }
 
-bool CAccessTableDataFile::RemoveDataFile(uint64_t key) {
-  const std::u16string path = CFileNameManager().GetDataFilePath(key);
+bool CAccessTableDataFile::RemoveDataFile(uint64_t key) const {
+  const std::u16string path = m_names.GetDataFilePath(key);
   if (CanWrite(path)) RemoveFile(path);
   return true;
 }
 
-void CAccessTableDataFile::RemoveOleFiles() {
-  const std::u16string listPath = CFileNameManager().GetOleListPath();
+// By its letters alone: a name with ".." in it is none that this program made.
+bool CAccessTableDataFile::IsInWorkFolder(std::u16string_view path) const {
+  const std::u16string& folder = m_names.GetFolder();
+  return !folder.empty() && path.starts_with(folder) &&
+         path.substr(folder.size()).find_first_of(u"/\\") == std::u16string_view::npos;
+}
+
+void CAccessTableDataFile::RemoveOleFiles() const {
+  const std::u16string listPath = m_names.GetOleListPath();
   if (!FileExists(listPath)) return;
   CValueStream list;
   list.Open(listPath);
@@ -115,7 +130,9 @@ void CAccessTableDataFile::RemoveOleFiles() {
     }
     list.ReadText(count, path);
     // A zero unit would end the name for the system: that is another file's name.
-    if (path.find(u'\0') == std::u16string::npos && GetFileKind(path) == EFileKind::File) RemoveFile(path);
+    if (path.find(u'\0') == std::u16string::npos && IsInWorkFolder(path) &&
+        GetFileKind(path) == EFileKind::File)
+      RemoveFile(path);
   }
   list.Close();
   if (FileExists(listPath)) RemoveFile(listPath);

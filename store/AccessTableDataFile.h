@@ -3,6 +3,8 @@
 //   data file: value records, row after row, one record a column, no header and no row count
 //     0  u32  N = 2L + 1
 //     4       L UTF-16LE units, then one zero byte
+//   or, where a run keeps values instead of their texts, N = 0 for null, else the value's bytes and one zero
+//   byte
 //   OLE list file: one record a side file
 //     0  u32  N = L + 1
 //     4       the first L + 1 bytes of the path's UTF-16LE form
@@ -10,11 +12,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/FileCust.h"
+#include "store/FileNameManager.h"
 
 namespace tolvane {
 
@@ -24,7 +29,8 @@ class CAccessTableDataFile {
   // A longer text is cut there, so that no count is negative for a reader that takes it as a signed number.
   static constexpr size_t kMaximumUnits = 0x3FFF'FFFF;
 
-  CAccessTableDataFile() = default;
+  // `folder` is the work folder of the run, with its separator at the end.
+  explicit CAccessTableDataFile(std::u16string folder) : m_names(std::move(folder)) {}
   // Closes the file; what cannot be written then is lost.
   virtual ~CAccessTableDataFile();
   CAccessTableDataFile(const CAccessTableDataFile&) = delete;
@@ -36,6 +42,11 @@ class CAccessTableDataFile {
   // Appends one value. Buffered; throws CFileCustException when the disk is full or gone. What was buffered
   // is then dropped: the file is not whole and should not be used.
   void WriteValue(std::u16string_view text);
+  // Appends a record of these bytes and the zero byte behind them; of a text's UTF-16LE form it is the same
+  // record.
+  void WriteRecord(std::span<const uint8_t> bytes);
+  // Appends the record without bytes.
+  void WriteNull();
   // Writes what is buffered (may throw CFileCustException) and closes the file, in any case. Nothing when no
   // file is open.
   void CloseDataFile();
@@ -44,10 +55,10 @@ class CAccessTableDataFile {
   void AppendOleFileName(std::u16string_view path);
 
   // Deletes the data file of `key`, if it is there. Always true.
-  static bool RemoveDataFile(uint64_t key);
+  bool RemoveDataFile(uint64_t key) const;
   // Deletes the side files that the list names, then the list. The list holds the first half of each path,
-  // and only a file of exactly that name goes.
-  static void RemoveOleFiles();
+  // and only a file of exactly that name goes, and only inside the work folder.
+  void RemoveOleFiles() const;
 
   [[nodiscard]] const std::u16string& GetPath() const { return m_strPath; }
   [[nodiscard]] uint32_t GetLastErrorCode() const { return m_file.GetLastErrorCode(); }
@@ -61,6 +72,9 @@ class CAccessTableDataFile {
   void EmptyBuffer();
   void FlushBuffer();
 
+  [[nodiscard]] bool IsInWorkFolder(std::u16string_view path) const;
+
+  CFileNameManager m_names;
   std::u16string m_strPath;  // the file created last; empty until then
   CFileCust m_file;
   std::vector<uint8_t> m_buffer;

@@ -1,6 +1,8 @@
 // Reads one table data file value by value, from front to back, without a look at rows.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -8,11 +10,25 @@
 
 namespace tolvane {
 
+// Makes the text of a record, where it is not the record itself.
+class CRecordDecoder {
+ public:
+  virtual ~CRecordDecoder() = default;
+  // The stream stands behind the record's count, and in the end behind the record; `position` is the
+  // record's in the file.
+  virtual bool Decode(CValueStream& stream, uint32_t count, size_t position, std::u16string& text) = 0;
+};
+
 class CDataFileReader {
  public:
+  // Not owned; null where the records are texts.
+  void SetDecoder(CRecordDecoder* decoder) { m_decoder = decoder; }
   void SetPath(std::u16string_view path) { m_path = path; }
   // From the start, up to the length that the file has now. After a failed open the reader is at its end.
-  bool Open() { return m_stream.Open(m_path); }
+  bool Open() {
+    m_records = 0;
+    return m_stream.Open(m_path);
+  }
   void Close() { m_stream.Close(); }
   [[nodiscard]] bool IsEnd() const { return m_stream.IsAtEnd(); }
   // False at the end. The text goes up to the value's first zero unit. A count that runs past the end of the
@@ -20,6 +36,8 @@ class CDataFileReader {
   bool ReadNext(std::u16string& text);
 
  private:
+  CRecordDecoder* m_decoder = nullptr;
+  size_t m_records = 0;  // read so far
   CValueStream m_stream;
   std::u16string m_path;
 };

@@ -2,23 +2,22 @@
 
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "store/WorkFolder.h"
 
 namespace tolvane {
 
 std::u16string CFileNameManager::GetDataFilePath(uint64_t key) const {
-  return GetWorkFolder() + ToDecimal(key);
+  return m_folder + ToDecimal(key);
 }
 
 std::u16string CFileNameManager::GetOleListPath() const {
-  return GetWorkFolder() + u"OleFileNameData";
+  return m_folder + u"OleFileNameData";
 }
 
 std::u16string CFileNameManager::GetOleFilePath(int32_t number) const {
-  return GetWorkFolder() + u"ole_temp_" + ToDecimal(int64_t{number}) + u".Ole";
+  return m_folder + u"ole_temp_" + ToDecimal(int64_t{number}) + u".Ole";
 }
 
-void CFileNameManager::CreateFolderPath(std::u16string_view path) const {
+void CFileNameManager::CreateFolderPath(std::u16string_view path) {
   for (size_t end = 0; end < path.size(); ++end) {
     end = path.find(kPathSeparator, end);
     const std::u16string_view folder = path.substr(0, end);

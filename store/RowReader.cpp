@@ -1,28 +1,58 @@
 #include "store/RowReader.h"
 
-#include "store/FileNameManager.h"
-
 namespace tolvane {
 
-bool CTableRowReader::Open() {
-  m_isIncomplete = false;
-  return m_stream.Open(CFileNameManager().GetDataFilePath(m_table.GetDefinitionOffset()));
+bool CTableRowReader::Open(std::u16string_view path) {
+  m_isIncomplete = m_isInRow = m_hasCount = false;
+  return m_stream.Open(path);
 }
 
-bool CTableRowReader::ReadRow(std::vector<std::u16string>& cells) {
-  cells.resize(m_table.columns.GetCount());
-  if (cells.empty() || m_isIncomplete || m_stream.IsAtEnd()) return false;
-  size_t read = 0;
-  while (read < cells.size() && ReadCell(cells[read])) ++read;
-  m_isIncomplete = read < cells.size();
-  for (size_t i = read; i < cells.size(); ++i) cells[i].clear();
-  return read > 0;
+bool CTableRowReader::BeginRow() {
+  if (m_isInRow) PassRow();
+  m_isInRow = false;
+  if (m_columnCount == 0 || m_isIncomplete || m_stream.IsAtEnd()) return false;
+  m_column = 0;
+  m_isInRow = true;
+  m_hasCount = BeginRecord(m_count);
+  m_column = 0;
+  m_isInRow = m_hasCount;
+  return m_hasCount;
 }
 
-// A value that is there only in part is none.
-bool CTableRowReader::ReadCell(std::u16string& cell) {
+// A value that is there only in part is none, and what follows it cannot be told.
+bool CTableRowReader::BeginRecord(uint32_t& count) {
+  count = 0;
+  if (!m_isInRow || m_isIncomplete || m_column >= m_columnCount) return false;
+  ++m_column;
+  if (m_hasCount) {
+    m_hasCount = false;
+    count = m_count;
+    return true;
+  }
+  m_isIncomplete = !m_stream.ReadCount(count) || count > m_stream.GetBytesLeft();
+  return !m_isIncomplete;
+}
+
+void CTableRowReader::ReadText(std::u16string& text) {
   uint32_t count = 0;
-  return m_stream.ReadCount(count) && count <= m_stream.GetBytesLeft() && m_stream.ReadText(count, cell);
+  text.clear();
+  if (BeginRecord(count) && !m_stream.ReadText(count, text)) {
+    text.clear();
+    m_isIncomplete = true;
+  }
+}
+
+void CTableRowReader::ReadRecord(std::vector<uint8_t>& bytes) {
+  uint32_t count = 0;
+  bytes.clear();
+  if (BeginRecord(count) && !m_stream.ReadRecord(count, bytes)) {
+    bytes.clear();
+    m_isIncomplete = true;
+  }
+}
+
+void CTableRowReader::PassRow() {
+  for (uint32_t count = 0; BeginRecord(count);) m_stream.Skip(count);
 }
 
 }  // namespace tolvane

@@ -1,34 +1,43 @@
-// Reads a table's data file back row by row.
+// Reads a table's data file back row by row, one value in memory at a time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "model/AccessTable.h"
 #include "store/ValueStream.h"
 
 namespace tolvane {
 
-// The table must outlive the reader.
 class CTableRowReader {
  public:
-  explicit CTableRowReader(const CAccessTable& table) : m_table(table) {}
+  explicit CTableRowReader(size_t columnCount) : m_columnCount(columnCount) {}
 
   // From the first row, up to the length that the file has now. False when the data file cannot be opened.
-  bool Open();
-  // One cell a column, in column order; the strings are reused. False after the last row. A row that the
-  // file's end cuts short is the last one: the values that are whole are returned, the other cells are empty.
-  bool ReadRow(std::vector<std::u16string>& cells);
+  bool Open(std::u16string_view path);
+  // Moves on to the next row; what was not read of the last one is passed over. False after the last row. A
+  // row that the file's end cuts short is the last one: the values that are whole are there.
+  bool BeginRow();
+  // The next column's record: a call a column. Without a whole record the text or the bytes are empty.
+  void ReadText(std::u16string& text);
+  void ReadRecord(std::vector<uint8_t>& bytes);
+  // For whoever reads a record by itself: its count, the stream standing behind it. False: no whole record.
+  bool BeginRecord(uint32_t& count);
+  [[nodiscard]] CValueStream& GetStream() { return m_stream; }
   // The row read last is cut short, or the file ends in bytes that make no value.
   [[nodiscard]] bool IsIncomplete() const { return m_isIncomplete; }
 
  private:
-  bool ReadCell(std::u16string& cell);
+  void PassRow();
 
-  const CAccessTable& m_table;
+  size_t m_columnCount;
   CValueStream m_stream;
+  size_t m_column = 0;  // of the present row: the next one
+  bool m_isInRow = false;
+  bool m_hasCount = false;  // the next record's count was read already
+  uint32_t m_count = 0;
   bool m_isIncomplete = false;
 };
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 #include "store/ValueStream.h"
 
@@ -11,13 +11,15 @@ namespace tolvane {
 
 class CStoredValueReader {
  public:
-  // By the table's key. False when the data file cannot be opened.
-  bool Open(uint64_t key);
+  // The path of a table's data file. False when the data file cannot be opened.
+  bool Open(std::u16string_view path) { return m_stream.Open(path); }
   // The data file cannot be deleted before.
   void Close() { m_stream.Close(); }
   [[nodiscard]] bool IsOpen() const { return m_stream.IsOpen(); }
-  // Of the row that begins at `place`; empty where there is no such value.
-  std::u16string Read(uint64_t place, size_t column, size_t maximumUnits = CValueStream::kAllUnits);
+  // Moves to a value of the row that begins at `place`, of which the record's count is told; what follows is
+  // read from the stream. False where there is no such value.
+  bool Find(uint64_t place, size_t column, uint32_t& count);
+  [[nodiscard]] CValueStream& GetStream() { return m_stream; }
 
  private:
   CValueStream m_stream;

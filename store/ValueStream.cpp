@@ -55,6 +55,16 @@ bool CValueStream::ReadText(uint32_t count, std::u16string& text, size_t maximum
   return count <= left && got == units * 2;
 }
 
+bool CValueStream::ReadRecord(uint32_t count, std::vector<uint8_t>& bytes) {
+  const uint64_t start = m_position;
+  const uint64_t left = GetBytesLeft();
+  bytes.resize(static_cast<size_t>(std::min<uint64_t>(count, left)));
+  const size_t wanted = bytes.size();
+  bytes.resize(ReadBytes(bytes));
+  m_position = start + count;
+  return count <= left && bytes.size() == wanted;
+}
+
 void CValueStream::Skip(uint64_t count) {
   m_position += count;
 }

@@ -37,6 +37,8 @@ class CValueStream {
   // The text of a record of `count` bytes, at most its first `maximumUnits` units; moves on by `count`. Where
   // the file ends earlier the text is what is there and the answer is false.
   bool ReadText(uint32_t count, std::u16string& text, size_t maximumUnits = kAllUnits);
+  // The bytes of a record of `count` bytes, in the same way.
+  bool ReadRecord(uint32_t count, std::vector<uint8_t>& bytes);
   void Skip(uint64_t count);
   void MoveTo(uint64_t position) { m_position = position; }
 

@@ -88,7 +88,7 @@ bool CRunFolder::Create(std::u16string_view baseFolder) {
 }
 
 bool CRunFolder::CreateUnder(std::u16string_view baseFolder) {
-  CFileNameManager().CreateFolderPath(baseFolder);
+  CFileNameManager::CreateFolderPath(baseFolder);
   const std::u16string path =
       std::u16string(baseFolder) + std::u16string(kRunPrefix) + MakeRunMark() + kPathSeparator;
   uint32_t error = kNoSystemError;

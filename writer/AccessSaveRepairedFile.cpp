@@ -8,7 +8,6 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "status/Status.h"
-#include "store/FileNameManager.h"
 #include "writer/QuerySaver.h"
 #include "writer/RowCopier.h"
 #include "writer/TableBuilder.h"
@@ -70,8 +69,7 @@ bool CAccessSaveRepairedFile::SaveStructure() {
     return false;
   }
   std::unique_ptr<CDaoDatabase> database;
-  const int32_t version = m_data->source.isJet3 && !m_isAccess2000 ? kDaoVersionJet3 : kDaoVersionJet4;
-  const CDaoResult created = m_engine.CreateDatabase(m_outputPath, kLocale, version, database);
+  const CDaoResult created = m_engine.CreateDatabase(m_outputPath, kLocale, GetVersion(), database);
   if (!created.IsOk()) {
     m_summary.failure = created.text;
     return false;
@@ -79,11 +77,16 @@ bool CAccessSaveRepairedFile::SaveStructure() {
   return CloseDatabase(*database, BuildTables(*database));
 }
 
+int32_t CAccessSaveRepairedFile::GetVersion() const {
+  return m_data->source.isJet3 && !m_isAccess2000 ? kDaoVersionJet3 : kDaoVersionJet4;
+}
+
 ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
   const CAccessTableList& tables = m_data->GetTables();
   CProgressStatus::Instance().SetMax(static_cast<int32_t>(tables.GetCount()));
   CProgressStatus::Instance().SetPos(0);
-  CTableBuilder builder(database, m_summary, {m_data->source.codePage, m_isAccess2000});
+  CTableBuilder builder(database, m_data->GetRules(), GetVersion(), m_summary,
+                        {m_data->source.codePage, m_isAccess2000});
   size_t next = 0;
   for (const auto& table : tables) {
     CProgressStatus::Instance().IncrementPos();
@@ -147,7 +150,7 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
   const CAccessTable& table = *saved.table;
   // Its records are counted as lost already.
   if (!saved.isCreated) return ESaveStep::Done;
-  if (!CanRead(CFileNameManager().GetDataFilePath(table.GetDefinitionOffset()))) {
+  if (!CanRead(table.GetDataFilePath())) {
     LoseRecords(saved, table.header.rowCount, u"The table's temporary file cannot be read.");
     return ESaveStep::Done;
   }

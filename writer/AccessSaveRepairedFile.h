@@ -42,6 +42,8 @@ class CAccessSaveRepairedFile {
 
  private:
   void PrepareTables();
+  // Of the new database, as an option of CreateDatabase.
+  [[nodiscard]] int32_t GetVersion() const;
   ESaveStep BuildTables(CDaoDatabase& database);
   ESaveStep CopyTables(CDaoDatabase& database);
   ESaveStep CopyTable(CDaoDatabase& database, SSavedTable& saved);

@@ -1,5 +1,6 @@
 #include "writer/FieldPlanner.h"
 
+#include <algorithm>
 #include <array>
 
 namespace tolvane {
@@ -41,6 +42,11 @@ constexpr uint8_t kCounterFlags = 0x07;
 constexpr uint8_t kGuidDefaultFlags = 0x43;
 constexpr int32_t kGuidSize = 16;
 
+constexpr uint8_t kMostDigits = 28;  // of a decimal
+constexpr uint8_t kDigitsOfBigInt = 19;
+constexpr int32_t kDecimalTextSize = 31;       // digits, sign, zero and point
+constexpr int32_t kExtendedDateTextSize = 27;  // YYYY-MM-DD HH:MM:SS.fffffff
+
 }  // namespace
 
 void MakeTextField(CDaoFieldInfo& info) {
@@ -49,7 +55,7 @@ void MakeTextField(CDaoFieldInfo& info) {
   info.attributes = kVariable;
 }
 
-SFieldPlan CFieldPlanner::Plan(const CAccessColumn& column) {
+SFieldPlan CFieldPlanner::PlanReduced(const CAccessColumn& column) {
   SFieldPlan plan;
   plan.info.name = column.GetName();
   uint8_t type = column.type;
@@ -81,6 +87,90 @@ SFieldPlan CFieldPlanner::Plan(const CAccessColumn& column) {
   if (type == kTypeLong && column.flags == kCounterFlags && !m_hasCounter) {
     m_hasCounter = true;
     plan.info.attributes |= kDaoAutoIncrement;
+  }
+  return plan;
+}
+
+// A decimal of a table that Jet 3 is to hold is a text: all its digits stay.
+void CFieldPlanner::ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& plan) const {
+  if (m_version == kDaoVersionJet3) {
+    plan.info.type = kDaoText;
+    plan.info.size = kDecimalTextSize;
+    plan.instead = u"text";
+    return;
+  }
+  plan.info.type = kDaoDecimal;
+  plan.info.scale = std::min(scale, kMostDigits);
+  plan.info.precision = std::clamp(precision, std::max<uint8_t>(plan.info.scale, 1), kMostDigits);
+}
+
+void CFieldPlanner::ChooseType(const CAccessColumn& column, SFieldPlan& plan) const {
+  CDaoFieldInfo& info = plan.info;
+  info.type = column.type;
+  switch (column.type) {
+    case kTypeBoolean:
+    case kTypeByte:
+    case kTypeInteger:
+    case kTypeLong:
+    case kTypeCurrency:
+    case kTypeSingle:
+    case kTypeDouble:
+    case kTypeDate:
+    case kTypeGuid:
+    case kTypeOle:
+      break;
+    case kTypeBinary:
+      info.size = column.length;
+      break;
+    case kTypeText:
+      info.size = std::min<int32_t>(column.length, kTextFieldSize);
+      info.isCompressed = (column.extendedFlags & kColumnCompressed) != 0;
+      break;
+    case kTypeMemo:
+      info.isCompressed = (column.extendedFlags & kColumnCompressed) != 0;
+      if ((column.flags & kColumnHyperlink) != 0) info.attributes |= kDaoHyperlinkField;
+      break;
+    case kTypeDecimal:
+      ChooseDecimal(static_cast<uint8_t>(column.misc), column.GetScale(), plan);
+      break;
+    case kTypeBigInt:
+      info.type = kDaoBigInt;
+      if (m_version == kDaoVersionAce) break;
+      ChooseDecimal(kDigitsOfBigInt, 0, plan);
+      if (plan.instead.empty()) plan.instead = u"decimal";
+      break;
+    case kTypeExtendedDate:
+      info.type = kDaoExtendedDate;
+      if (m_version == kDaoVersionAce) break;
+      info.type = kDaoText;
+      info.size = kExtendedDateTextSize;
+      plan.instead = u"text";
+      break;
+    case kTypeComplex:
+      info.type = kDaoLong;  // the key of its values
+      plan.instead = u"the number of its values' group";
+      break;
+    default:
+      info.type = kDaoLongBinary;
+      plan.instead = u"the bytes of its values";
+      break;
+  }
+}
+
+SFieldPlan CFieldPlanner::PlanAsItIs(const CAccessColumn& column) {
+  SFieldPlan plan;
+  plan.form = EFieldForm::Described;
+  plan.info.name = column.GetName();
+  plan.info.attributes = kDaoUpdatable | (column.IsFixed() ? kDaoFixedField : kDaoVariableField);
+  ChooseType(column, plan);
+  if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0 && !m_hasCounter) {
+    m_hasCounter = true;
+    plan.info.attributes |= kDaoAutoIncrement;
+    plan.info.lastNumber = static_cast<int32_t>(m_lastNumber);
+  }
+  if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) {
+    plan.info.attributes |= kDaoSystemField;
+    plan.info.defaultValue = u"GenGUID()";
   }
   return plan;
 }

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "dao/dao.h"
 #include "model/AccessColumn.h"
+#include "model/RecoveryRules.h"
 
 namespace tolvane {
 
@@ -16,15 +18,32 @@ struct SFieldPlan {
   EFieldForm form = EFieldForm::Plain;
   // The column's type has no counterpart; its values are texts that name the type.
   bool isTypeUnknown = false;
+  // What the new database holds instead of the column's type, for the notes; empty where it is the same.
+  std::u16string_view instead = {};
 };
 
 // For the columns of one table, in their order: only a table's first counter counts on, and only its first
 // replication id fills itself.
 class CFieldPlanner {
  public:
-  SFieldPlan Plan(const CAccessColumn& column);
+  // `version` is an option of CreateDatabase; `lastNumber` the last one that the table's counter gave. Both
+  // outlive the planner.
+  CFieldPlanner(const SRecoveryRules& rules, int32_t version, uint32_t lastNumber)
+      : m_rules(rules), m_version(version), m_lastNumber(lastNumber) {}
+
+  SFieldPlan Plan(const CAccessColumn& column) {
+    return m_rules.reduceFields ? PlanReduced(column) : PlanAsItIs(column);
+  }
 
  private:
+  SFieldPlan PlanReduced(const CAccessColumn& column);
+  SFieldPlan PlanAsItIs(const CAccessColumn& column);
+  void ChooseType(const CAccessColumn& column, SFieldPlan& plan) const;
+  void ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& plan) const;
+
+  const SRecoveryRules& m_rules;
+  const int32_t m_version;
+  const uint32_t m_lastNumber;
   bool m_hasCounter = false;
   bool m_hasGuidDefault = false;
 };

@@ -9,7 +9,6 @@
 
 #include "platform/Process.h"
 #include "status/Status.h"
-#include "store/FileNameManager.h"
 #include "writer/RecoveredQuery.h"
 
 namespace tolvane {
@@ -95,7 +94,7 @@ bool CQuerySaver::Save() {
 
   CTList<CQueryAttributes> rows;
   uint32_t rowCount = 0;
-  const bool isRead = ReadRows(*table, rows, rowCount, IsSaving);
+  const bool isRead = ReadRows(*table, m_data.GetRules(), rows, rowCount, IsSaving);
   if (!IsSaving()) return false;
   if (!isRead) Remark(u"Error code : - 004");
   if (rowCount < table->header.rowCount) m_summary.systemRowsLost += table->header.rowCount - rowCount;
@@ -135,21 +134,22 @@ bool CQuerySaver::ReadQueries(const CAccessData& data, CTList<CQuery>& queries) 
   if (table == nullptr) return true;
   CTList<CQueryAttributes> rows;
   uint32_t wholeRows = 0;
-  if (!ReadRows(*table, rows, wholeRows, IsAlwaysRunning)) return false;
+  if (!ReadRows(*table, data.GetRules(), rows, wholeRows, IsAlwaysRunning)) return false;
   GroupAndMatch(data, rows, queries);
   return true;
 }
 
 // A row that the file's end cuts keeps what it has.
-bool CQuerySaver::ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, uint32_t& wholeRows,
-                           bool (*isRunning)()) {
+bool CQuerySaver::ReadRows(const CAccessTable& table, const SRecoveryRules& rules,
+                           CTList<CQueryAttributes>& rows, uint32_t& wholeRows, bool (*isRunning)()) {
   CValueStream stream;
-  if (!stream.Open(CFileNameManager().GetDataFilePath(table.GetDefinitionOffset()))) return false;
+  if (!stream.Open(table.GetDataFilePath())) return false;
+  CRecordText texts(table.columns, rules);
   bool isWhole = true;
   while (isWhole && !stream.IsAtEnd()) {
     CProgressStatus::Instance().IncrementPos();
     auto row = std::make_unique<CQueryAttributes>();
-    isWhole = ReadRow(stream, table.columns.GetCount(), *row);
+    isWhole = ReadRow(stream, table.columns.GetCount(), texts, *row);
     rows.Append(std::move(row));
     if (isWhole) ++wholeRows;
     if (!isRunning()) return false;
@@ -158,13 +158,14 @@ bool CQuerySaver::ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& 
 }
 
 // False when the file ended.
-bool CQuerySaver::ReadRow(CValueStream& stream, size_t columnCount, CQueryAttributes& row) {
+bool CQuerySaver::ReadRow(CValueStream& stream, size_t columnCount, CRecordText& texts,
+                          CQueryAttributes& row) {
   std::u16string text;
   for (size_t i = 0; i < columnCount; ++i) {
     uint32_t count = 0;
     if (stream.IsAtEnd() || !stream.ReadCount(count)) return false;
     if (static_cast<int32_t>(count) < 0) return true;
-    const bool isWhole = stream.ReadText(count, text);
+    const bool isWhole = texts.Read(stream, count, i, text);
     if (i < kCells.size()) row.*kCells[i] = text;
     if (!isWhole) return false;
   }

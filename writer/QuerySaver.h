@@ -13,6 +13,7 @@
 #include "query/QueryAttributes.h"
 #include "query/QuerySysObject.h"
 #include "query/TList.h"
+#include "render/RecordText.h"
 #include "store/ValueStream.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
@@ -40,9 +41,9 @@ class CQuerySaver {
 
  private:
   static const CAccessTable* FindQueriesTable(const CAccessData& data);
-  static bool ReadRows(const CAccessTable& table, CTList<CQueryAttributes>& rows, uint32_t& wholeRows,
-                       bool (*isRunning)());
-  static bool ReadRow(CValueStream& stream, size_t columnCount, CQueryAttributes& row);
+  static bool ReadRows(const CAccessTable& table, const SRecoveryRules& rules, CTList<CQueryAttributes>& rows,
+                       uint32_t& wholeRows, bool (*isRunning)());
+  static bool ReadRow(CValueStream& stream, size_t columnCount, CRecordText& texts, CQueryAttributes& row);
   static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
   bool SaveQueries(const CTList<CQuery>& queries);
   bool CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries);

@@ -9,8 +9,8 @@
 
 #include "dao/dao.h"
 #include "platform/Text.h"
+#include "render/RecordText.h"
 #include "status/Status.h"
-#include "store/RowReader.h"
 #include "writer/SafeName.h"
 
 namespace tolvane {
@@ -130,7 +130,7 @@ bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRe
   rowsRead = 0;
   const CAccessTable* table = FindRelationsTable(data);
   if (table == nullptr || table->header.rowCount == 0) return true;
-  CTableRowReader reader(*table);
+  CTableTextReader reader(*table, data.GetRules());
   if (!reader.Open()) return false;
   CRelationCollector collector;
   std::vector<std::u16string> values;

@@ -1,7 +1,6 @@
 #include "writer/RowCopier.h"
 
 #include "status/Status.h"
-#include "store/RowReader.h"
 #include "writer/FieldValue.h"
 #include "writer/SideFileSource.h"
 
@@ -39,14 +38,14 @@ ESaveStep CRowCopier::Close() {
 }
 
 ESaveStep CRowCopier::CopyRows() {
-  CTableRowReader reader(*m_saved.table);
+  for (const CAccessColumn& column : m_saved.table->columns) m_kinds.push_back(KindOf(column));
+  CTableRowReader reader(m_saved.table->columns.GetCount());
   uint64_t rowsRead = 0;
-  if (reader.Open()) {
-    std::vector<std::u16string> cells;
-    while (reader.ReadRow(cells)) {
+  if (reader.Open(m_saved.table->GetDataFilePath())) {
+    while (reader.BeginRow()) {
       ++rowsRead;
       CProgressStatus::Instance().IncrementPos();
-      const ESaveStep step = CopyRow(cells);
+      const ESaveStep step = CopyRow(reader);
       if (step != ESaveStep::Done) return step;
     }
   }
@@ -56,7 +55,7 @@ ESaveStep CRowCopier::CopyRows() {
   return ESaveStep::Done;
 }
 
-ESaveStep CRowCopier::CopyRow(std::vector<std::u16string>& cells) {
+ESaveStep CRowCopier::CopyRow(CTableRowReader& reader) {
   SRow row;
   if (!m_hasNewRecord) {
     const CDaoResult added = m_recordset->AddNew();
@@ -67,27 +66,65 @@ ESaveStep CRowCopier::CopyRow(std::vector<std::u16string>& cells) {
     }
     m_hasNewRecord = true;
   }
-  for (size_t i = 0; i < cells.size(); ++i) {
-    const ESaveStep step = SetValue(i, cells[i], row);
+  for (size_t i = 0; i < m_saved.fields.size(); ++i) {
+    const ESaveStep step = SetValue(i, reader, row);
     if (step != ESaveStep::Done) return step;
     if (!CSavingStatus::Instance().IsSaving()) return ESaveStep::Stopped;
   }
   return StoreRow(row);
 }
 
-ESaveStep CRowCopier::SetValue(size_t column, std::u16string& text, SRow& row) {
-  if (text.empty()) return ESaveStep::Done;
+ESaveStep CRowCopier::SetValue(size_t column, CTableRowReader& reader, SRow& row) {
+  if (m_rules.recordsHoldTexts) {
+    reader.ReadText(m_text);
+    return SetText(column, row);
+  }
+  const SValueKind& kind = m_kinds[column];
+  SValue value;
+  if (IsTextType(kind.type) && !kind.isResult) {
+    // Straight into the units of a text, which may be long.
+    uint32_t count = 0;
+    if (!reader.BeginRecord(count) || count == 0) return ESaveStep::Done;
+    if (!reader.GetStream().ReadText(count, m_text)) return ESaveStep::Done;
+    value = {.type = kind.type, .isNull = false, .bytes = UnitBytes(m_text)};
+  } else {
+    reader.ReadRecord(m_record);
+    if (!TakeValue(kind, m_record, value))
+      return NoteValue({EDaoError::DataConversion, u"Its temporary record is damaged."}, row);
+  }
+  if (value.isNull) return ESaveStep::Done;
+  if (m_saved.fields[column] == SSavedTable::kNoField)
+    return NoteValue({EDaoError::ItemNotFound, u"Its column could not be created."}, row);
+  if (value.type == kTypeOle) {
+    SObjectPlace place{.path = m_saved.table->GetObjectFilePath()};
+    if (!TakeObjectReference(value.bytes, place))
+      return NoteValue({EDaoError::DataConversion, u"Its temporary record is damaged."}, row);
+    return NoteValue(SetFromFile(m_saved.fields[column], place), row);
+  }
+  return NoteValue(SetTyped(column, value), row);
+}
+
+CDaoResult CRowCopier::SetTyped(size_t column, SValue& value) {
+  const SFieldType& field = m_saved.fieldTypes[column];
+  if (m_converter.Convert(ValueTypeOf(field.type), field.scale, value))
+    return m_recordset->SetFieldValue(m_saved.fields[column], value);
+  return {EDaoError::DataConversion, u"The value cannot be stored in field \"" + m_saved.fieldNames[column] +
+                                         u"\": the field's type does not hold it."};
+}
+
+ESaveStep CRowCopier::SetText(size_t column, SRow& row) {
+  if (m_text.empty()) return ESaveStep::Done;
   const size_t field = m_saved.fields[column];
   if (field == SSavedTable::kNoField)
     return NoteValue({EDaoError::ItemNotFound, u"Its column could not be created."}, row);
-  switch (ConvertForField(m_saved.table->columns.GetAt(column)->type, m_rules, text)) {
+  switch (ConvertForField(m_saved.table->columns.GetAt(column)->type, m_rules, m_text)) {
     case EFieldValue::Dropped:
       ++m_summary.fieldsDropped;
       return ESaveStep::Done;
     case EFieldValue::File:
-      return NoteValue(SetFromFile(field, text), row);
+      return NoteValue(SetFromFile(field, {.path = m_text}), row);
     default:
-      return NoteValue(m_recordset->SetFieldValue(field, text), row);
+      return NoteValue(SetParsed(column), row);
   }
 }
 
@@ -100,9 +137,19 @@ ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
   return ESaveStep::Done;
 }
 
-CDaoResult CRowCopier::SetFromFile(size_t field, const std::u16string& path) {
+CDaoResult CRowCopier::SetParsed(size_t column) {
+  SValue value;
+  uint8_t type = ValueTypeOf(m_saved.fieldTypes[column].type);
+  // The range of bytes that is stored reaches below zero; what such a number becomes is the engine's to say.
+  if (type == kTypeByte && m_text.front() == u'-') type = kTypeInteger;
+  if (m_parser.Parse(type, m_text, value)) return m_recordset->SetFieldValue(m_saved.fields[column], value);
+  return {EDaoError::DataConversion, u"The value cannot be stored in field \"" + m_saved.fieldNames[column] +
+                                         u"\": the text is no value of the field's type."};
+}
+
+CDaoResult CRowCopier::SetFromFile(size_t field, const SObjectPlace& place) {
   CSideFileSource source;
-  if (!source.Open(path)) return {EDaoError::NotFound, source.GetProblem()};
+  if (!source.Open(place)) return {EDaoError::NotFound, source.GetProblem()};
   const CDaoResult result = m_recordset->SetFieldValue(field, source);
   // A source that cannot be read costs this value, whatever the engine calls it.
   if (!result.IsOk() && !source.GetProblem().empty()) return {EDaoError::NotFound, source.GetProblem()};
@@ -110,7 +157,7 @@ CDaoResult CRowCopier::SetFromFile(size_t field, const std::u16string& path) {
 }
 
 ESaveStep CRowCopier::StoreRow(SRow& row) {
-  if (!row.hasValue && row.failedFields > 0) {
+  if (!row.hasValue && row.failedFields > 0 && m_rules.dropEmptyRows) {
     LoseRecords(m_saved, 1, row.reason);
     return ESaveStep::Done;
   }

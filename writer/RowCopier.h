@@ -9,11 +9,16 @@
 
 #include "dao/dao.h"
 #include "model/RecoveryRules.h"
+#include "render/RecordText.h"
+#include "render/ValueParser.h"
+#include "store/ObjectPlace.h"
+#include "store/RowReader.h"
+#include "writer/FieldConverter.h"
 #include "writer/SavedTable.h"
 
 namespace tolvane {
 
-// One object a table. Holds one row in memory; OLE values are handed over piece by piece.
+// One object a table. Holds one value in memory; OLE values are handed over piece by piece.
 class CRowCopier {
  public:
   CRowCopier(CDaoDatabase& database, const SRecoveryRules& rules, SSavedTable& saved, SSaveSummary& summary)
@@ -32,10 +37,13 @@ class CRowCopier {
   };
 
   ESaveStep CopyRows();
-  ESaveStep CopyRow(std::vector<std::u16string>& cells);
-  ESaveStep SetValue(size_t column, std::u16string& text, SRow& row);
+  ESaveStep CopyRow(CTableRowReader& reader);
+  ESaveStep SetValue(size_t column, CTableRowReader& reader, SRow& row);
+  CDaoResult SetTyped(size_t column, SValue& value);
+  ESaveStep SetText(size_t column, SRow& row);
+  CDaoResult SetParsed(size_t column);
   ESaveStep NoteValue(const CDaoResult& result, SRow& row);
-  CDaoResult SetFromFile(size_t field, const std::u16string& path);
+  CDaoResult SetFromFile(size_t field, const SObjectPlace& place);
   ESaveStep StoreRow(SRow& row);
   ESaveStep Close();
   ESaveStep Fail(const CDaoResult& result);
@@ -45,6 +53,11 @@ class CRowCopier {
   SSavedTable& m_saved;
   SSaveSummary& m_summary;
   std::unique_ptr<CDaoRecordset> m_recordset;
+  CValueParser m_parser;
+  CFieldConverter m_converter;
+  std::vector<SValueKind> m_kinds;  // by column
+  std::vector<uint8_t> m_record;
+  std::u16string m_text;        // of the present value
   bool m_hasNewRecord = false;  // AddNew was called, Update not yet
 };
 

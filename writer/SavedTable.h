@@ -42,6 +42,11 @@ struct SSaveSummary {
   std::u16string failure;             // why the save as a whole ended early; empty when it did not
 };
 
+struct SFieldType {
+  int16_t type = 0;   // EDaoType
+  uint8_t scale = 0;  // of a decimal
+};
+
 struct SSavedTable {
   static constexpr size_t kNoField = ~size_t{0};
 
@@ -49,6 +54,7 @@ struct SSavedTable {
   bool isCreated = false;
   std::u16string name;                     // in the new database
   std::vector<size_t> fields;              // by column: its field, or kNoField
+  std::vector<SFieldType> fieldTypes;      // by column: what its values become
   std::vector<std::u16string> fieldNames;  // by column; empty where there is no field
   SSaveLoss loss;
 };

@@ -113,10 +113,11 @@ CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes ind
 
 CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped) {
   const CAccessColumnList& columns = saved.table->columns;
-  CFieldPlanner planner;
+  CFieldPlanner planner(m_rules, m_version, saved.table->header.nextAutoNumber);
   m_fieldNames = {};
   m_columnByNumber.clear();
   saved.fieldNames.assign(columns.GetCount(), {});
+  saved.fieldTypes.assign(columns.GetCount(), {});
   saved.fields.assign(columns.GetCount(), SSavedTable::kNoField);
   size_t fieldCount = 0;
   CDaoResult refusal{EDaoError::InvalidArgument, u"It has no column that could be created."};
@@ -124,12 +125,13 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
     isStopped = !CSavingStatus::Instance().IsSaving();
     if (isStopped) return CDaoResult::Ok();
     const CAccessColumn& column = *columns.GetAt(i);
-    const SFieldPlan plan = planner.Plan(column);
+    SFieldPlan plan = planner.Plan(column);
     m_columnByNumber.try_emplace(column.number, i);
     CDaoResult result{EDaoError::TooManyFields, u"A table holds at most 255 fields."};
     if (fieldCount < kMaximumFields) result = AddField(column, plan, tableDef);
     if (result.IsOk()) {
       saved.fields[i] = fieldCount++;
+      saved.fieldTypes[i] = {plan.info.type, plan.info.scale};
       saved.fieldNames[i] = std::exchange(result.text, {});
       continue;
     }
@@ -142,7 +144,7 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
 }
 
 // On success the result's text is the name that the field got.
-CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan plan, CDaoTableDef& tableDef) {
+CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan& plan, CDaoTableDef& tableDef) {
   if (m_byteNames.isSpeltAtOnce && column.storedNameBytes != 0)
     plan.info.name = UnfoldName(column.GetName(), column.storedNameBytes, m_byteNames.codePage);
   CDaoResult result = CreateField(plan, tableDef);
@@ -151,6 +153,8 @@ CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan plan,
   if (plan.isTypeUnknown)
     Note(u"Column", column.GetName(),
          u" has the unknown type " + ToDecimal(column.type) + u" and was saved as text");
+  if (!plan.instead.empty())
+    Note(u"Column", column.GetName(), u" was saved as " + std::u16string(plan.instead));
   m_fieldNames.Take(plan.info.name);
   result.text = std::move(plan.info.name);
   return result;

@@ -25,8 +25,14 @@ struct SByteNames {
 // Works on one database; one object for all its tables.
 class CTableBuilder {
  public:
-  CTableBuilder(CDaoDatabase& database, SSaveSummary& summary, const SByteNames& byteNames)
-      : m_database(database), m_summary(summary), m_byteNames(byteNames) {}
+  // `version` is the option with which the database was created.
+  CTableBuilder(CDaoDatabase& database, const SRecoveryRules& rules, int32_t version, SSaveSummary& summary,
+                const SByteNames& byteNames)
+      : m_database(database),
+        m_rules(rules),
+        m_version(version),
+        m_summary(summary),
+        m_byteNames(byteNames) {}
 
   // Sets name, fields and, when the table exists afterwards, isCreated. A table that cannot be created is no
   // failure of the save: all its records count as lost.
@@ -42,7 +48,7 @@ class CTableBuilder {
   SAttempt TryBuild(SSavedTable& saved, EIndexes indexes);
   ESaveStep EndWithoutTable(SSavedTable& saved, const CDaoResult& result);
   CDaoResult AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped);
-  CDaoResult AddField(const CAccessColumn& column, SFieldPlan plan, CDaoTableDef& tableDef);
+  CDaoResult AddField(const CAccessColumn& column, SFieldPlan& plan, CDaoTableDef& tableDef);
   CDaoResult RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
                         CDaoTableDef& tableDef);
   CDaoResult AddIndexes(const SSavedTable& saved, CDaoTableDef& tableDef);
@@ -51,6 +57,8 @@ class CTableBuilder {
   void KeepNotes(const SSavedTable& saved);
 
   CDaoDatabase& m_database;
+  const SRecoveryRules& m_rules;
+  const int32_t m_version;
   SSaveSummary& m_summary;
   const SByteNames m_byteNames;
   CNameSet m_tableNames;

@@ -13,6 +13,7 @@
 #include "app/StartChoice.h"
 #include "app/ViewTexts.h"
 #include "platform/InstanceChecker.h"
+#include "store/WorkFolder.h"
 #include "tests/app/FakeFrontEnd.h"
 #include "tests/platform/ScratchFolder.h"
 
@@ -227,7 +228,7 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
   SSaveSummary summary;
   summary.tablesSaved = 1;
   summary.recordsSaved = 1234;
-  CAccessData recovered{kStandardRules};
+  CAccessData recovered{kStandardRules, GetWorkFolder()};
   EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, {})), "1 table, 1,234 records");
   recovered.GetLedger().Add(EDamage::RejectedRow, {7, CDamageLedger::kNoTable, 3, 1});
   summary.queriesSaved = 2;
@@ -249,7 +250,7 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
 }
 
 TEST(Findings, DamageInWordsWithItsPlaces) {
-  CAccessData data{kStandardRules};
+  CAccessData data{kStandardRules, GetWorkFolder()};
   CAccessTable& table = data.GetTables().AddTable(5 * 4096);
   table.name = u"Orders";
   EXPECT_TRUE(ListDamage(data, 2).empty());

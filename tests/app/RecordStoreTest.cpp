@@ -7,9 +7,9 @@
 
 #include "app/SpillFile.h"
 #include "app/TextSearch.h"
+#include "engine/AccessTableDataFileParser.h"
 #include "status/Status.h"
 #include "store/AccessTableDataFile.h"
-#include "store/AccessTableDataFileParser.h"
 #include "store/WorkFolder.h"
 #include "tests/platform/ScratchFolder.h"
 
@@ -111,23 +111,23 @@ TEST_F(RecordStore, FindsIgnoringCase) {
 }
 
 TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
-  CAccessTable table(5 * 4096);
+  CAccessTable table(5 * 4096, GetWorkFolder());
   for (const uint8_t type : {kTypeText, kTypeMemo, kTypeOle}) {
     CAccessColumn column;
     column.type = type;
     table.columns.Add(std::move(column));
   }
   const std::u16string memo = std::u16string(5000, u'm') + u" the end";
-  CAccessTableDataFile file;
+  CAccessTableDataFile file(GetWorkFolder());
   ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
   for (const std::u16string_view note : {std::u16string_view(u"short"), std::u16string_view(memo)})
     for (const std::u16string_view value :
          {std::u16string_view(u"text"), note, std::u16string_view(u"side.Ole")})
       file.WriteValue(value);
   file.CloseDataFile();
-  store.SetTable(table);
+  store.SetTable(table, kStandardRules);
   CPreviewThreadStatus::Instance().SetAbort(0);
-  CAccessTableDataFileParser().FillPreview(&table, &store);
+  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules).FillPreview(&table, &store);
   ASSERT_EQ(store.GetItemCount(), 2u);
   EXPECT_EQ(ToUtf8(store.GetCell(1, 1)), std::string(90, 'm') + "[Memo...]");
   EXPECT_EQ(store.GetWholeCell(1, 1), memo);
@@ -137,7 +137,7 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
   EXPECT_EQ(Find(u"THE END"), "1/1");
   EXPECT_EQ(Find(u"[memo"), "");
   store.Clear();
-  EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(table.GetDefinitionOffset()));
+  EXPECT_TRUE(CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(table.GetDefinitionOffset()));
   EXPECT_TRUE(ListFolder(folder.GetPath()).empty()) << "nobody holds the data file";
 }
 

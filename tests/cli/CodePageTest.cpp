@@ -4,7 +4,7 @@
 #include "app/Losses.h"
 #include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
-#include "store/RowReader.h"
+#include "render/RecordText.h"
 #include "tests/engine/EngineTest.h"
 #include "writer/AccessSaveRepairedFile.h"
 
@@ -54,7 +54,7 @@ class CodePage : public CEngineTest {
     const auto table = std::find_if(tables.begin(), tables.end(),
                                     [](const auto& t) { return !t->name.starts_with(u"MSys"); });
     if (table == tables.end()) return {};
-    CTableRowReader reader(**table);
+    CTableTextReader reader(**table, saved->GetRules());
     std::vector<std::u16string> cells;
     EXPECT_TRUE(reader.Open() && reader.ReadRow(cells));
     return {ToUtf8((*table)->name), ToUtf8((*table)->columns.GetAt(0)->GetName()), ToUtf8(cells.at(0))};

@@ -3,6 +3,7 @@
 
 #include "cli/CommandArguments.h"
 #include "cli/Outcome.h"
+#include "store/WorkFolder.h"
 
 namespace tolvane {
 namespace {
@@ -20,7 +21,7 @@ CAccessTable& AddTable(CAccessData& data, uint64_t page, std::u16string_view nam
 }
 
 TEST(ExitStatus, TellsWholeNothingAndIncomplete) {
-  CAccessData data{kStandardRules};
+  CAccessData data{kStandardRules, GetWorkFolder()};
   EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Nothing);
   CAccessTable& catalogue = AddTable(data, 2, u"MSysObjects", 0);
   EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Nothing) << "its definition is always there";
@@ -34,7 +35,7 @@ TEST(ExitStatus, TellsWholeNothingAndIncomplete) {
 
 TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
   for (const auto& [rows, status] : {std::pair{3u, EExitStatus::Incomplete}, {0u, EExitStatus::Done}}) {
-    CAccessData data{kStandardRules};
+    CAccessData data{kStandardRules, GetWorkFolder()};
     AddTable(data, 5, u"Orders", rows, kTypeBigInt);
     EXPECT_EQ(DecideStatus(data, nullptr), status);
   }
@@ -42,7 +43,7 @@ TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
 
 TEST(ExitStatus, EveryKindOfDamageIsTold) {
   for (size_t kind = 0; kind < static_cast<size_t>(EDamage::Count_); ++kind) {
-    CAccessData data{kStandardRules};
+    CAccessData data{kStandardRules, GetWorkFolder()};
     AddTable(data, 5, u"Orders", 3);
     data.GetLedger().Add(static_cast<EDamage>(kind), {1, CDamageLedger::kNoTable, -1, 1});
     EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Incomplete) << kind;
@@ -51,7 +52,7 @@ TEST(ExitStatus, EveryKindOfDamageIsTold) {
 }
 
 TEST(ExitStatus, EveryLossOfSavingIsTold) {
-  CAccessData data{kStandardRules};
+  CAccessData data{kStandardRules, GetWorkFolder()};
   AddTable(data, 5, u"Orders", 3);
   SSaveSummary saved;
   EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Done);
@@ -74,7 +75,7 @@ TEST(ExitStatus, EveryLossOfSavingIsTold) {
 }
 
 TEST(FindTable, ByNameOrPage) {
-  CAccessData data{kStandardRules};
+  CAccessData data{kStandardRules, GetWorkFolder()};
   CAccessTable& lower = AddTable(data, 5, u"orders", 0);
   CAccessTable& exact = AddTable(data, 6, u"Orders", 0);
   CAccessTable& odd = AddTable(data, 7, u"page:5", 0);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 
 #include "checker/DatabaseCheck.h"
 #include "embedded/EmbeddedEngine.h"
+#include "render/ValueParser.h"
 #include "tests/embedded/StoredTable.h"
 #include "tests/platform/ScratchFolder.h"
 
@@ -68,6 +70,14 @@ class CPatternSource : public CDaoByteSource {
   uint64_t m_length, m_failAt, m_position = 0;
 };
 
+// Names differ by more than the case of their letters.
+inline std::u16string Lower(std::u16string_view name) {
+  std::u16string lower(name);
+  for (char16_t& unit : lower)
+    if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit + 32);
+  return lower;
+}
+
 class DatabaseFixture : public ::testing::Test {
  protected:
   void Create(const SEmbeddedLimits& limits = {}) {
@@ -82,9 +92,11 @@ class DatabaseFixture : public ::testing::Test {
   std::unique_ptr<CDaoTableDef> NewTable(std::u16string_view name, const std::vector<SField>& fields = {}) {
     std::unique_ptr<CDaoTableDef> table;
     ExpectOk(m_database->CreateTableDef(name, 0x10000, u"", u"", table));
-    for (const SField& field : fields)
+    for (const SField& field : fields) {
       ExpectOk(table->CreateField(
           {field.name, field.type, field.size, field.attributes, false, false, field.defaultValue}));
+      m_types[Lower(name)].push_back(field.type);
+    }
     return table;
   }
   CDaoResult AddTable(std::u16string_view name, const std::vector<SField>& fields,
@@ -95,6 +107,7 @@ class DatabaseFixture : public ::testing::Test {
   }
   void OpenTable(std::u16string_view name) {
     if (m_recordset) ExpectOk(CloseTable());
+    m_open = m_types[Lower(name)];
     ExpectOk(
         m_database->OpenRecordset(std::u16string(u"SELECT * FROM [").append(name).append(u"]"), m_recordset));
   }
@@ -103,12 +116,19 @@ class DatabaseFixture : public ::testing::Test {
     m_recordset.reset();
     return result;
   }
+  // One value, spelled as a text.
+  CDaoResult SetText(size_t field, std::u16string_view text) {
+    SValue value;
+    const uint8_t type = field < m_open.size() ? ValueTypeOf(m_open[field]) : uint8_t{kTypeText};
+    if (!m_parser.Parse(type, text, value)) return {EDaoError::DataConversion, std::u16string(text)};
+    return m_recordset->SetFieldValue(field, value);
+  }
   // A new record with these values; u"-" leaves a field alone.
   CDaoResult AddRow(const Texts& values) {
     if (CDaoResult result = m_recordset->AddNew(); !result.IsOk()) return result;
     for (size_t i = 0; i < values.size(); i++)
       if (values[i] != u"-")
-        if (CDaoResult result = m_recordset->SetFieldValue(i, values[i]); !result.IsOk()) return result;
+        if (CDaoResult result = SetText(i, values[i]); !result.IsOk()) return result;
     return m_recordset->Update();
   }
   // Records into a table that is open for that long only; answers what closing it says.
@@ -160,6 +180,9 @@ class DatabaseFixture : public ::testing::Test {
   const CScratchFolder m_folder;  // goes last
   const std::u16string m_path = m_folder / u"made.mdb";
   int32_t m_version = kDaoVersionJet4;
+  CValueParser m_parser;
+  std::map<std::u16string, std::vector<int16_t>> m_types;  // of each table's fields
+  std::vector<int16_t> m_open;                             // of the table that is open
   std::unique_ptr<CDaoEngine> m_engine;
   std::unique_ptr<CDaoDatabase> m_database;
   std::unique_ptr<CDaoRecordset> m_recordset;

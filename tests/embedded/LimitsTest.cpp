@@ -105,15 +105,15 @@ TEST_P(Limits, RecordsThatDoNotFit) {
   EXPECT_EQ(AddRow(values).code, EDaoError::RecordTooLarge);
   EXPECT_EQ(m_recordset->Update().code, EDaoError::NoAddNew) << "the record is gone";
   EXPECT_EQ(AddRow({std::u16string(256, u'a')}).code, EDaoError::FieldTooSmall);
-  ExpectOk(m_recordset->SetFieldValue(0, u"short enough"));
-  EXPECT_EQ(m_recordset->SetFieldValue(21, u"x").code, EDaoError::ItemNotFound);
+  ExpectOk(SetText(0, u"short enough"));
+  EXPECT_EQ(SetText(21, u"x").code, EDaoError::ItemNotFound);
   ExpectOk(m_recordset->Update());
-  EXPECT_EQ(m_recordset->SetFieldValue(0, u"x").code, EDaoError::NoAddNew);
+  EXPECT_EQ(SetText(0, u"x").code, EDaoError::NoAddNew);
   // The pages of a long value go with its record.
   CPatternSource longValue(9000);
   ExpectOk(m_recordset->AddNew());
   ExpectOk(m_recordset->SetFieldValue(20, longValue));
-  for (size_t i = 0; i < values.size(); i++) ExpectOk(m_recordset->SetFieldValue(i, values[i]));
+  for (size_t i = 0; i < values.size(); i++) ExpectOk(SetText(i, values[i]));
   EXPECT_EQ(m_recordset->Update().code, EDaoError::RecordTooLarge);
   const SStoredTable table = CloseAndRead(u"T");
   ASSERT_EQ(table.rows.size(), 3u);
@@ -152,7 +152,7 @@ TEST_P(Limits, AFullFileIsStillSound) {
   ExpectOk(AddRow({u"first"}));
   ExpectOk(m_recordset->AddNew());
   EXPECT_EQ(m_recordset->SetFieldValue(1, tooLong).code, EDaoError::DatabaseTooLarge);
-  ExpectOk(m_recordset->SetFieldValue(0, u"second"));
+  ExpectOk(SetText(0, u"second"));
   ExpectOk(m_recordset->Update());
   size_t stored = 2;
   const std::u16string text(255, IsJet3() ? u'\u00D6' : u'\u0416');

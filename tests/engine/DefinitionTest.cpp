@@ -32,7 +32,7 @@ const std::string kJet4Definition =
     "1400 5000720069006d006100720079004b0065007900 ffff";
 
 struct SDecoded {
-  CAccessTable table{0};
+  CAccessTable table{0, GetWorkFolder()};
   bool isSound = false;
 
   // The names of the columns, with a blank behind each.
@@ -228,7 +228,7 @@ class DefinitionChain : public CAllFormats {
   // Decodes the tables at these pages of the file and answers how many are broken.
   uint64_t Parse(const std::vector<uint32_t>& pages) {
     COpenedFile source(file.Build(), layout);
-    data = std::make_unique<CAccessData>(rules);
+    data = std::make_unique<CAccessData>(rules, GetWorkFolder());
     for (const uint32_t page : pages) data->GetTables().AddTable(file.OffsetOf(page));
     CDefinitionDecoder(layout, rules, 1252).ParseTableDefinitions(*data, source);
     return data->GetLedger().GetCount(EDamage::BrokenDefinition);

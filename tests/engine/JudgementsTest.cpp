@@ -17,7 +17,7 @@ class Judgements : public CEngineTest {
     }
   }
 
-  CAccessData data{kStandardRules};
+  CAccessData data{kStandardRules, GetWorkFolder()};
 };
 
 TEST_F(Judgements, MostColumnsDecideTheCodePage) {

@@ -149,14 +149,14 @@ TEST_F(LongValue, OleValuesGoToNumberedSideFiles) {
              .Row(OneColumnRow(Field(kSingle, 5, 99, 0)))  // nothing can be read
              .Row(OneColumnRow(Joined(Field(kInline, 3), Hex("aabb00")))));
   Parse();
-  const std::u16string first = CFileNameManager().GetOleFilePath(0);
-  const std::u16string second = CFileNameManager().GetOleFilePath(1);
+  const std::u16string first = CFileNameManager(GetWorkFolder()).GetOleFilePath(0);
+  const std::u16string second = CFileNameManager(GetWorkFolder()).GetOleFilePath(1);
   EXPECT_EQ(Values(), (Texts{ToUtf8(first), "", "", "", ToUtf8(second)}));
   EXPECT_EQ(FileBytes(first), Hex("0102030405060708"));
   EXPECT_EQ(FileBytes(second), Hex("aabb00"));
-  EXPECT_TRUE(FileBytes(CFileNameManager().GetOleFilePath(2)).empty());
+  EXPECT_TRUE(FileBytes(CFileNameManager(GetWorkFolder()).GetOleFilePath(2)).empty());
   // The list holds a count of units + 1 and as many bytes, for each of the two.
-  EXPECT_EQ(GetFileLength(CFileNameManager().GetOleListPath()), 2 * (4 + first.size() + 1));
+  EXPECT_EQ(GetFileLength(CFileNameManager(GetWorkFolder()).GetOleListPath()), 2 * (4 + first.size() + 1));
   EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
 }
 
@@ -168,7 +168,7 @@ TEST_F(LongValue, AFullDiskEndsTheTableOnly) {
   table = &data->GetTables().AddTable(uint64_t{9} * 4096);
   AddVariable(kTypeMemo, 0, 0);
   Put(5, NewPage(9).Row(OneColumnRow(Joined(Field(kInline, 4), Utf16(u"ok")))));
-  std::filesystem::create_symlink("/dev/full", ToUtf8(CFileNameManager().GetOleFilePath(0)));
+  std::filesystem::create_symlink("/dev/full", ToUtf8(CFileNameManager(GetWorkFolder()).GetOleFilePath(0)));
   Parse();
   EXPECT_EQ(Lost(EDamage::SkippedTable), 1u);
   EXPECT_EQ(full.header.rowCount, 0u);

@@ -51,11 +51,11 @@ TEST_P(Repair, SoundFileComesBackWhole) {
   EXPECT_EQ(ToUtf8(CRepairLog::Instance().Get()),
             "Scanning file for table definition...\r\nScanning file for table data...\r\n"
             "Parsing file data for table fields...\r\nParsing file data for table name...");
-  EXPECT_TRUE(FileExists(CFileNameManager().GetDataFilePath(people->GetDefinitionOffset())));
+  EXPECT_TRUE(FileExists(CFileNameManager(GetWorkFolder()).GetDataFilePath(people->GetDefinitionOffset())));
 }
 
 TEST_P(Repair, NewRunReplacesTheOldOneAndItsFiles) {
-  const std::u16string path = CFileNameManager().GetDataFilePath(file.OffsetOf(table));
+  const std::u16string path = CFileNameManager(GetWorkFolder()).GetDataFilePath(file.OffsetOf(table));
   Run();
   ASSERT_TRUE(FileExists(path));
   ASSERT_NE(Run(Bytes(file.OffsetOf(3))), nullptr);

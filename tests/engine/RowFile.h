@@ -61,7 +61,7 @@ class CRowTest : public CEngineTest {
   void Start(const SLayout& newLayout) {
     layout = &newLayout;
     pages.clear();
-    data = std::make_unique<CAccessData>(rules);
+    data = std::make_unique<CAccessData>(rules, GetWorkFolder());
     table = &data->GetTables().AddTable(uint64_t{kTablePage} * layout->pageSize);
   }
 
@@ -109,7 +109,7 @@ class CRowTest : public CEngineTest {
   // All values of the table's data file in UTF-8.
   Texts Values() const {
     CValueStream stream;
-    stream.Open(CFileNameManager().GetDataFilePath(table->GetDefinitionOffset()));
+    stream.Open(CFileNameManager(GetWorkFolder()).GetDataFilePath(table->GetDefinitionOffset()));
     Texts values;
     uint32_t count = 0;
     for (std::u16string text; stream.ReadCount(count) && stream.ReadText(count, text);)

@@ -35,7 +35,7 @@ class ScannerOfBoth : public CAllFormats {
   uint64_t Lost(EDamage kind) const { return data.GetLedger().GetCount(kind); }
 
   CTableScanner scanner{kStandardRules};
-  CAccessData data{kStandardRules};
+  CAccessData data{kStandardRules, GetWorkFolder()};
   CDatabaseBuilder file{layout};
 };
 INSTANTIATE_TEST_SUITE_P(Formats, ScannerOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
@@ -183,7 +183,7 @@ TEST_P(ScannerOfBoth, ContinuationsAreDropped) {
   const uint32_t third = file.AddTable(SmallTable());
   file.Page(table).Put32(kDefinitionNext, continuation);
   EXPECT_EQ(FindTables(), (Pages{2, table, continuation, third}));
-  CAccessData beyondTheFile{kStandardRules};
+  CAccessData beyondTheFile{kStandardRules, GetWorkFolder()};
   for (const uint64_t offset : {file.OffsetOf(table), file.OffsetOf(continuation), uint64_t{1} << 40})
     beyondTheFile.GetTables().AddTable(offset);
   EXPECT_EQ(WithoutContinuations(), (Pages{2, table, third}));

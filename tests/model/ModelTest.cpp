@@ -91,7 +91,7 @@ class Tables : public testing::Test {
 
   // An empty data file, as a table without rows has one.
   std::u16string MakeDataFile(uint64_t key) {
-    CAccessTableDataFile file;
+    CAccessTableDataFile file(GetWorkFolder());
     EXPECT_TRUE(file.CreateDataFile(key));
     return file.GetPath();
   }
@@ -101,7 +101,7 @@ class Tables : public testing::Test {
 };
 
 TEST_F(Tables, TheFirstOfTwoTablesWithOneOffsetCountsUntilItGoesWithItsFile) {
-  CAccessTableList tables;
+  CAccessTableList tables{GetWorkFolder()};
   CAccessTable& first = tables.AddTable(0x2000);
   CAccessTable& second = tables.AddTable(0x2000);
   EXPECT_TRUE(tables.CreditDataPage(0x9000, 0x2000));
@@ -118,7 +118,7 @@ TEST_F(Tables, TheFirstOfTwoTablesWithOneOffsetCountsUntilItGoesWithItsFile) {
 }
 
 TEST_F(Tables, KeyAndPageTexts) {
-  CAccessTableList tables;
+  CAccessTableList tables{GetWorkFolder()};
   tables.AddTable(0x1800);
   CAccessTable& table = tables.AddTable(0x4B000);
   EXPECT_EQ(table.GetKeyText(), u"75");
@@ -133,9 +133,9 @@ TEST_F(Tables, KeyAndPageTexts) {
 
 TEST_F(Tables, ADiscardedRunTakesItsFilesWithIt) {
   const std::u16string dataFile = MakeDataFile(0x6000);
-  CAccessTableDataFile().AppendOleFileName(u"x");
-  const std::u16string list = CFileNameManager().GetOleListPath();
-  auto data = std::make_unique<CAccessData>(kStandardRules);
+  CAccessTableDataFile(GetWorkFolder()).AppendOleFileName(u"x");
+  const std::u16string list = CFileNameManager(GetWorkFolder()).GetOleListPath();
+  auto data = std::make_unique<CAccessData>(kStandardRules, GetWorkFolder());
   data->GetTables().AddTable(0x6000);
   EXPECT_TRUE(FileExists(dataFile));
   EXPECT_TRUE(FileExists(list));

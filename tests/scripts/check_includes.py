@@ -14,19 +14,16 @@ import os
 import re
 import sys
 
-# store/ holds two layers: the files themselves, below the model, and the readers above it.
-STORE_FILES = {'AccessTableDataFile', 'FileNameManager', 'RunMark', 'ValueStream', 'WorkFolder'}
-
 # layer -> layers that it may include besides itself
-READING = ['format', 'platform', 'status', 'query', 'store-files', 'model', 'store-readers']
+READING = ['format', 'platform', 'status', 'query', 'store', 'model', 'render']
 LAYERS = {
     'format': [],
     'platform': [],
     'status': ['platform'],
     'query': ['format'],
-    'store-files': ['platform', 'status'],
-    'model': ['format', 'platform', 'store-files', 'query'],
-    'store-readers': ['format', 'platform', 'status', 'query', 'store-files', 'model'],
+    'store': ['format', 'platform', 'status'],
+    'model': ['format', 'platform', 'store', 'query'],
+    'render': ['format', 'platform', 'status', 'query', 'store', 'model'],
     'engine': READING,
     'dao': ['format'],
     'writer': READING + ['dao'],
@@ -48,11 +45,8 @@ CONDITIONAL = re.compile(r'^\s*#\s*(?:if|ifdef|ifndef|elif|else|endif)\b')
 
 def layer_of(path):
     """The layer of a file named from the project's root; None for files outside the layers (tests and the like)."""
-    parts = path.split('/')
-    stem = os.path.splitext(parts[-1])[0]
-    if parts[0] == 'store':
-        return 'store-files' if stem in STORE_FILES else 'store-readers'
-    return parts[0] if parts[0] in LAYERS else None
+    folder = path.split('/')[0]
+    return folder if folder in LAYERS else None
 
 
 def may_use_system(path):
@@ -84,7 +78,7 @@ def check(root, path):
 
 
 def main(root):
-    paths = [path for folder in ('store', *LAYERS) for path in glob.glob('%s/%s/**' % (root, folder), recursive=True)]
+    paths = [path for folder in LAYERS for path in glob.glob('%s/%s/**' % (root, folder), recursive=True)]
     files = sorted(os.path.relpath(path, root) for path in paths if path.endswith(('.h', '.cpp')))
     breaches = [breach for path in files for breach in check(root, path)]
     print('\n'.join(breaches + ['%d files, %d breaches' % (len(files), len(breaches))]))

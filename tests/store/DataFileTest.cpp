@@ -1,7 +1,8 @@
 #include "store/AccessTableDataFile.h"
 
+#include "store/RunMark.h"
 #include "store/ValueStream.h"
-#include "tests/store/StoreTest.h"
+#include "tests/support/StoreTest.h"
 
 namespace tolvane {
 namespace {
@@ -21,7 +22,7 @@ class DataFile : public CStoreTest {
 };
 
 TEST_F(DataFile, ValuesAreCountUnitsAndAZeroByte) {
-  CAccessTableDataFile file;
+  CAccessTableDataFile file(GetWorkFolder());
   EXPECT_EQ(file.GetPath(), u"");
   ASSERT_TRUE(file.CreateDataFile(18446744073709551615ULL));
   EXPECT_EQ(file.GetPath(), InFolder(u"18446744073709551615"));
@@ -63,7 +64,7 @@ TEST_F(DataFile, ValuesAroundTheBufferSizeComeBackWhole) {
 }
 
 TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
-  CAccessTableDataFile file;
+  CAccessTableDataFile file(GetWorkFolder());
   ASSERT_TRUE(file.CreateDataFile(5));
   file.WriteValue(u"old");
   ASSERT_TRUE(file.CreateDataFile(6));
@@ -79,13 +80,13 @@ TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
   file.CloseDataFile();
   EXPECT_EQ(GetFileLength(DataPath(8)), 0U) << "another table's value";
   for (const uint64_t key : {uint64_t{7}, uint64_t{5}, uint64_t{5}})
-    EXPECT_TRUE(CAccessTableDataFile::RemoveDataFile(key));
+    EXPECT_TRUE(CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(key));
   EXPECT_EQ(GetFileKind(InFolder(u"7")), EFileKind::Folder);
   EXPECT_FALSE(FileExists(InFolder(u"5")));
 }
 
 TEST_F(DataFile, TheOleListHoldsTheFirstHalfOfEachPathAndTakesWhatThatNames) {
-  CAccessTableDataFile file;
+  CAccessTableDataFile file(GetWorkFolder());
   file.AppendOleFileName(u"C:\\a.Ole");
   file.AppendOleFileName(u"");
   file.AppendOleFileName(u"\u20AC");
@@ -96,14 +97,14 @@ TEST_F(DataFile, TheOleListHoldsTheFirstHalfOfEachPathAndTakesWhatThatNames) {
 
   // Twice as long as the name of an existing file: the first half is that file.
   const std::u16string half = InFolder(u"half");
-  const std::u16string whole = CFileNameManager().GetOleFilePath(12);
+  const std::u16string whole = CFileNameManager(GetWorkFolder()).GetOleFilePath(12);
   EXPECT_EQ(whole, InFolder(u"ole_temp_12.Ole"));
   for (const size_t oddUnit : {size_t{0}, size_t{1}}) {
     WriteFileBytes(half, {1});
     WriteFileBytes(whole, {1});
     file.AppendOleFileName(half + std::u16string(half.size() - oddUnit, u'#'));
     file.AppendOleFileName(whole);
-    CAccessTableDataFile::RemoveOleFiles();
+    CAccessTableDataFile(GetWorkFolder()).RemoveOleFiles();
     EXPECT_EQ(ListFolder(InFolder(u"")), std::vector<std::u16string>{u"ole_temp_12.Ole"});
   }
 }
@@ -116,10 +117,16 @@ TEST_F(DataFile, RemovingOleFilesTouchesNothingElseAndEndsAtALie) {
   AppendRecord(list, InFolder(u"missing"));
   AppendRecord(list, InFolder(std::u16string_view(u"a\0x", 3)));
   AppendRecord(list, InFolder(u"b"));
+  // The half of a long path may name a file of the user's.
+  const std::u16string outside = GetTempFolder() + kPathSeparator + MakeRunMark();
+  WriteFileBytes(outside, {1});
+  AppendRecord(list, outside);
+  AppendRecord(list, InFolder(u"folder") + kPathSeparator + u".." + kPathSeparator + u"a");
   AppendRecord(list, InFolder(u"c"), 1);  // one byte past the end
   WriteFileBytes(InFolder(u"OleFileNameData"), list);
-  CAccessTableDataFile::RemoveOleFiles();
+  CAccessTableDataFile(GetWorkFolder()).RemoveOleFiles();
   EXPECT_EQ(ListFolder(InFolder(u"")), (std::vector<std::u16string>{u"a", u"c", u"folder"}));
+  EXPECT_TRUE(RemoveFile(outside));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include "platform/Process.h"
 #include "platform/Text.h"
-#include "tests/store/StoreTest.h"
+#include "tests/support/StoreTest.h"
 
 namespace tolvane {
 namespace {
@@ -19,7 +19,7 @@ TEST_F(WorkFolder, PathsEndWithTheSeparator) {
   for (const std::u16string& folder : {std::u16string(u"somewhere"), u"somewhere" + kSeparator}) {
     SetWorkFolder(folder);
     EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
-    EXPECT_EQ(CFileNameManager().GetDataFilePath(40960), u"somewhere" + kSeparator + u"40960");
+    EXPECT_EQ(CFileNameManager(GetWorkFolder()).GetDataFilePath(40960), u"somewhere" + kSeparator + u"40960");
   }
   SetWorkFolder({});
   EXPECT_EQ(GetWorkFolder(), GetExecutableFolder() + u"TolvaneforAccess" + kSeparator);

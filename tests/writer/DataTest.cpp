@@ -54,8 +54,8 @@ TEST_F(CDataTest, ValuesAreReadAsTheirTypes) {
       {kTypeLong, {u"0042", u" -7x", u"99999999999", u"abc"}, {"42", "-7", "2147483647", "0"}},
       // Dates get digits at two places.
       {kTypeDate,
-       {u"07/04/2001 ", u"07/04/ /01", u"07/04/2x01", u"07", u"12:00:00 AM"},
-       {"07/04/2001 ", "07/04/0001", "07/04/2001", "07", "12:00:00 AM"}},
+       {u"07/04/2001 ", u"07/04/x901", u"07/04/2x01", u"12:00:00 AM"},
+       {"2001-07-04", "0901-07-04", "2001-07-04", "1899-12-30"}},
       {kTypeGuid, {u"{0A000000-0000-0000-0000-000000000000}"}, {"{0A000000-0000-0000-0000-000000000000}"}},
   };
   for (const auto& test : cases) {
@@ -74,11 +74,32 @@ class CExactDataTest : public CDataTest {
   CExactDataTest() : CDataTest(kExactRules) {}
 };
 
-TEST_F(CExactDataTest, BytesAndEmptyRowsPass) {
-  WriteRows(AddTable(u"T", {{u"c", kTypeByte, 1, 0}}), {{u"200"}, {u""}});
+// Null sets nothing, the empty text does, and what the new database has no type for becomes one that holds
+// it.
+TEST_F(CExactDataTest, ValuesArriveAsTheyAre) {
+  CAccessTable& table = AddTable(u"T", {{u"byte", kTypeByte, 1, kColumnFixed},
+                                        {u"text", kTypeText},
+                                        {u"number", kTypeBigInt, 8},
+                                        {u"object", kTypeOle, 0},
+                                        {u"result", kTypeDouble, 39}});
+  table.columns.GetAt(4)->extendedFlags = kColumnCalculated;
+  WriteText(table.GetObjectFilePath(), "xxabcy");
+  CAccessTableDataFile file(m_folder.GetPath());
+  ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
+  file.WriteRecord(std::vector<uint8_t>{200});
+  file.WriteRecord({});
+  file.WriteRecord(std::vector<uint8_t>{0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
+  file.WriteRecord(std::vector<uint8_t>{2, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0});
+  file.WriteRecord(std::vector<uint8_t>{kTypeSingle, 0, 0, 0, 0x80, 0x3E});
+  for (int i = 0; i < 5; ++i) file.WriteNull();
+  file.CloseDataFile();
+  table.header.rowCount = 2;
   ASSERT_TRUE(m_writer.Save());
   EXPECT_EQ(CallsFrom("add"),
-            (Lines{"add", "set 0 200", "update", "add", "update", "close rows", "close database"}));
+            (Lines{"add", "set 0 200", "set 1 ", "set 2 -2", "set 3 bytes 3 abc..3", "set 4 0.25", "update",
+                   "add", "update", "close rows", "close database"}));
+  EXPECT_EQ(m_engine.log.Find("described field number"),
+            Lines{"described field number type=20 size=0 attributes=34 default="});
 }
 
 TEST_F(CDataTest, OleValuesComeFromTheirFiles) {

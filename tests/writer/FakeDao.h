@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "dao/dao.h"
+#include "platform/CodePage.h"
 #include "platform/Text.h"
+#include "render/ExactText.h"
 
 namespace tolvane {
 
@@ -76,7 +78,13 @@ class CFakeRecordset : public CDaoRecordset {
  public:
   explicit CFakeRecordset(SFakeLog& log) : m_log(log) {}
   CDaoResult AddNew() override { return m_log.Call("add"); }
-  CDaoResult SetFieldValue(size_t index, std::u16string_view text) override {
+  // Bytes in the system's code page show as letters, too.
+  CDaoResult SetFieldValue(size_t index, const SValue& value) override {
+    std::u16string text;
+    if (value.type == kTypeOle)
+      DecodeCodePage(SystemCodePage(), value.bytes, text);
+    else
+      MakeExactText(value, text);
     return m_log.Call("set " + std::to_string(index) + " " + ToUtf8(text));
   }
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override {

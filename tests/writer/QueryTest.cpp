@@ -82,7 +82,7 @@ TEST_F(CQueryStepTest, RowsAreReadUpToTheCut) {
   ASSERT_TRUE(m_writer.Save());
   EXPECT_EQ(m_engine.log.Find("query").front(), "query Q flags=0: 6 a 6 b");
   // Without its data file the queries are gone and nothing else.
-  CAccessTableDataFile::RemoveDataFile(table.GetDefinitionOffset());
+  CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(table.GetDefinitionOffset());
   EXPECT_TRUE(m_writer.Save());
   EXPECT_EQ(Outcome(), (Lines{"1 lost queries, 2 lost system rows", "Error code : - 004",
                               "Query Q could not be saved: its rows are lost."}));

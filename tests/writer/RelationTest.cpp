@@ -90,7 +90,7 @@ TEST_F(CRelationStepTest, FailuresEndOnlyWhatTheyMust) {
   EXPECT_EQ(Created().size(), 1u);
 
   m_engine.log.refuse = {};
-  CAccessTableDataFile::RemoveDataFile(relations.GetDefinitionOffset());
+  CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(relations.GetDefinitionOffset());
   EXPECT_TRUE(m_writer.Save());
   EXPECT_EQ(Outcome(), (Lines{"1 tables, 1 lost system rows", "Error code : - 004"}));
   EXPECT_EQ(Created().size(), 1u);

@@ -28,10 +28,10 @@ struct STestColumn {
 
 class CWriterTest : public testing::Test {
  protected:
-  explicit CWriterTest(const SRecoveryRules& rules = kStandardRules) : m_data(rules) {}
+  explicit CWriterTest(const SRecoveryRules& rules = kStandardRules) : m_data(rules, m_folder.GetPath()) {}
 
   void SetUp() override {
-    ASSERT_TRUE(m_folder.Create(GetTempFolder())) << "no folder to write to";
+    ASSERT_TRUE(m_hasFolder) << "no folder to write to";
     CSavingStatus::Instance().SetSaving(true);
     CRepairLog::Instance().Clear();
     m_writer.SetData(&m_data);
@@ -61,7 +61,7 @@ class CWriterTest : public testing::Test {
   }
 
   static void WriteRows(CAccessTable& table, const std::vector<Row>& rows) {
-    CAccessTableDataFile file;
+    CAccessTableDataFile file(GetWorkFolder());
     ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
     for (const Row& row : rows)
       for (const std::u16string& cell : row) file.WriteValue(cell);
@@ -117,6 +117,7 @@ class CWriterTest : public testing::Test {
   }
 
   CRunFolder m_folder;
+  bool m_hasFolder = m_folder.Create(GetTempFolder());  // before what keeps its files there
   CAccessData m_data;
   CFakeEngine m_engine;
   CAccessSaveRepairedFile m_writer{m_engine};

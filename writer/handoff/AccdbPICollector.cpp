@@ -35,10 +35,10 @@ CAccdbIndexInfo CollectIndex(const CAccessTableIndex& index) {
   return info;
 }
 
-CAccdbTblInfo CollectTable(const CAccessTable& table) {
+CAccdbTblInfo CollectTable(const CAccessTable& table, const CFileNameManager& names) {
   CAccdbTblInfo info;
   info.name = table.name;
-  info.dataFilePath = CFileNameManager().GetDataFilePath(DataFileKey(table.GetDefinitionOffset()));
+  info.dataFilePath = names.GetDataFilePath(DataFileKey(table.GetDefinitionOffset()));
   info.rowCount = table.header.rowCount;
   for (const CAccessColumn& column : table.columns) info.columns.Add(CollectColumn(column));
   for (const CAccessTableIndex& index : table.indexes) info.indexes.Add(CollectIndex(index));
@@ -50,7 +50,8 @@ CAccdbTblInfo CollectTable(const CAccessTable& table) {
 void CAccdbPICollector::Collect(const CAccessData& parseData, CAccdbParsedInfo& parsedInfo) const {
   parsedInfo = {};
   parsedInfo.database.path = parseData.sourcePath;
-  for (const auto& table : parseData.GetTables()) parsedInfo.tables.push_back(CollectTable(*table));
+  const CFileNameManager names(parseData.GetWorkFolder());
+  for (const auto& table : parseData.GetTables()) parsedInfo.tables.push_back(CollectTable(*table, names));
 }
 
 }  // namespace tolvane

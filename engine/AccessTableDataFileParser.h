@@ -7,8 +7,11 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "model/AccessData.h"
+#include "render/RecordText.h"
+#include "store/FileNameManager.h"
 #include "store/PreviewList.h"
 #include "store/ValueStream.h"
 
@@ -19,6 +22,10 @@ class CPreviewText;
 class CAccessTableDataFileParser {
  public:
   virtual ~CAccessTableDataFileParser() = default;
+
+  // `workFolder` is where the run's data files are, with its separator at the end.
+  CAccessTableDataFileParser(std::u16string workFolder, const SRecoveryRules& rules)
+      : m_names(std::move(workFolder)), m_rules(rules) {}
 
   // Opens the data file of a table at its start. False when it cannot be opened.
   bool OpenDataFile(uint64_t key);
@@ -48,10 +55,12 @@ class CAccessTableDataFileParser {
   enum class ERowEnd : uint8_t { Complete, EndOfFile, Stopped };
 
   bool FillRow(CPreviewText& previewText, size_t columnCount, CPreviewList& list);
-  ERowEnd ReadCatalogueRow(size_t columnCount, const CTablesByPage& tables, SCatalogueRow& row,
-                           CAccessData& parseData);
+  ERowEnd ReadCatalogueRow(CRecordText& recordText, size_t columnCount, const CTablesByPage& tables,
+                           SCatalogueRow& row, CAccessData& parseData);
   void UseCatalogueRow(const CTablesByPage& tables, const SCatalogueRow& row, CAccessData& parseData) const;
 
+  CFileNameManager m_names;
+  SRecoveryRules m_rules;
   CPreviewList* m_pList = nullptr;
   const CAccessTable* m_pTable = nullptr;
   const CAccessTableList* m_previewTables = nullptr;

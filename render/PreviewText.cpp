@@ -1,9 +1,9 @@
-#include "store/PreviewText.h"
+#include "render/PreviewText.h"
 
 #include "model/MSysComplexColumnsData.h"
 #include "platform/Text.h"
+#include "render/ExactText.h"
 #include "status/Status.h"
-#include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 
 namespace tolvane {
@@ -28,8 +28,15 @@ constexpr uint64_t kUnitsShownAtLeast = 1'000'000;
 
 }  // namespace
 
-size_t CPreviewText::GetUnitsNeeded(size_t column) const {
-  return m_table.columns.GetAt(column)->type == kTypeMemo ? kMemoUnits + 1 : CValueStream::kAllUnits;
+bool CPreviewText::Read(CValueStream& stream, uint32_t count, size_t column, std::u16string& text) {
+  const bool isMemo = m_table.columns.GetAt(column)->type == kTypeMemo;
+  if (!m_records.Read(stream, count, column, text, isMemo ? kMemoUnits + 1 : CValueStream::kAllUnits))
+    return false;
+  if (count == 0)
+    text = kNullText;
+  else
+    Show(column, text);
+  return true;
 }
 
 bool CPreviewText::IsShortened(const CAccessColumn& column, std::u16string_view shown) {
@@ -40,7 +47,9 @@ bool CPreviewText::IsShortened(const CAccessColumn& column, std::u16string_view 
 void CPreviewText::Show(size_t column, std::u16string& text) {
   switch (m_table.columns.GetAt(column)->type) {
     case kTypeDate:
-      if (text.size() > kDateUnits && text.find(kMidnight) != std::u16string::npos) text.resize(kDateUnits);
+      if (m_rules.recordsHoldTexts && text.size() > kDateUnits &&
+          text.find(kMidnight) != std::u16string::npos)
+        text.resize(kDateUnits);
       break;
     case kTypeOle:
       text = u"Ole";
@@ -96,8 +105,10 @@ CPreviewText::SFlatTable& CPreviewText::GetFlatTable(size_t column) {
   if (table == nullptr) return flat;
   const auto isAborted = [] { return CPreviewThreadStatus::Instance().IsAborted(); };
   CComplexParser parser;
+  CRecordText records(table->columns, m_rules);
+  parser.SetDecoder(&records);
   parser.SetLayout(MultiValueLayoutOf(*table));
-  parser.SetPath(CFileNameManager().GetDataFilePath(table->GetDefinitionOffset()));
+  parser.SetPath(table->GetDataFilePath());
   parser.Open();
   flat.unitsLeft = kTimesShown * parser.BuildTexts(flat.texts, isAborted) + kUnitsShownAtLeast;
   parser.Close();

@@ -40,6 +40,8 @@ class CFlatTableParser {
   virtual void BuildText(std::u16string_view key, std::u16string& text) = 0;
   virtual ~CFlatTableParser() = default;
 
+  // Where the records are not texts; not owned.
+  void SetDecoder(CRecordDecoder* decoder) { m_reader.SetDecoder(decoder); }
   void SetPath(std::u16string_view path) { m_reader.SetPath(path); }
   bool Open() { return m_reader.Open(); }
   void Close() { m_reader.Close(); }

@@ -9,7 +9,8 @@
 #include <unordered_map>
 
 #include "model/AccessTable.h"
-#include "store/FlatTableParser.h"
+#include "render/FlatTableParser.h"
+#include "render/RecordText.h"
 
 namespace tolvane {
 
@@ -19,11 +20,18 @@ class CPreviewText {
  public:
   // `tables` is where flat tables are looked up by their definition page; without one, multi-value cells are
   // empty. Both must outlive this object.
-  CPreviewText(const CAccessTable& table, const CAccessTableList* tables, uint32_t pageSize)
-      : m_table(table), m_tables(tables), m_pageSize(pageSize) {}
+  CPreviewText(const CAccessTable& table, const CAccessTableList* tables, uint32_t pageSize,
+               const SRecoveryRules& rules)
+      : m_table(table),
+        m_tables(tables),
+        m_pageSize(pageSize),
+        m_rules(rules),
+        m_records(table.columns, rules) {}
 
-  // How much of a stored value Show needs.
-  [[nodiscard]] size_t GetUnitsNeeded(size_t column) const;
+  // The shown text of the record of `count` bytes at which the stream stands; moves behind it. False where
+  // the file ends earlier.
+  bool Read(CValueStream& stream, uint32_t count, size_t column, std::u16string& text);
+  [[nodiscard]] bool TellsNull() const { return m_records.TellsNull(); }
   // True when Show has cut the stored text to this one.
   static bool IsShortened(const CAccessColumn& column, std::u16string_view shown);
   // Replaces the stored text by the shown one. The column must exist.
@@ -41,6 +49,8 @@ class CPreviewText {
   const CAccessTable& m_table;
   const CAccessTableList* m_tables;
   uint32_t m_pageSize;
+  const SRecoveryRules& m_rules;
+  CRecordText m_records;
   std::unordered_map<size_t, SFlatTable> m_flatTables;  // by column
 };
 

@@ -1,7 +1,7 @@
+#include "engine/AccessTableDataFileParser.h"
 #include "model/MSysComplexColumnsData.h"
 #include "status/Status.h"
-#include "store/AccessTableDataFileParser.h"
-#include "tests/store/StoreTest.h"
+#include "tests/support/StoreTest.h"
 
 namespace tolvane {
 namespace {
@@ -39,13 +39,13 @@ class Preview : public CStoreTest {
   void TearDown() override { CPreviewThreadStatus::Instance().SetAbort(0); }
 
   const std::vector<Row>& Fill() {
-    CAccessTableDataFileParser parser;
+    CAccessTableDataFileParser parser(GetWorkFolder(), kStandardRules);
     parser.SetPreviewTables(&m_tables, 4096);
     parser.FillPreview(&m_table, &m_list);
     return m_list.items;
   }
 
-  CAccessTableList m_tables;
+  CAccessTableList m_tables{GetWorkFolder()};
   CAccessTable& m_table = m_tables.AddTable(kKey);
   CFakeList m_list;
 };
@@ -58,9 +58,9 @@ TEST_F(Preview, ShowsHeadingsAndRows) {
   EXPECT_EQ(Fill(), (std::vector<Row>{{u"1", u"a"}, {u"2", u""}}));
   EXPECT_EQ(m_list.headings, (Row{u"Id", std::u16string(255, u'n')}));
 
-  CAccessTableDataFile::RemoveDataFile(kKey);
+  CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(kKey);
   CFakeList list;
-  CAccessTableDataFileParser().FillPreview(&m_table, &list);
+  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules).FillPreview(&m_table, &list);
   EXPECT_EQ(list.headings, m_list.headings);
   EXPECT_TRUE(list.items.empty()) << "no data file";
 }
@@ -87,11 +87,11 @@ TEST_F(Preview, DisplayRules) {
                             SCase{kTypeOle, u"/tmp/ole_temp_3.Ole", u"Ole"}, SCase{kTypeMemo, memo, memo},
                             SCase{kTypeMemo, memo + u"m", memo.substr(10) + u"[Memo...]"},
                             SCase{kTypeText, longText, longText}, SCase{kTypeComplex, u"5", u"<Data>"}}) {
-    CAccessTable table(0x7000);
+    CAccessTable table(0x7000, GetWorkFolder());
     AddColumn(table, test.type);
     WriteRows(0x7000, {{test.stored}});
     CFakeList list;
-    CAccessTableDataFileParser parser;
+    CAccessTableDataFileParser parser(GetWorkFolder(), kStandardRules);
     parser.SetPreviewTarget(&table, &list);
     parser.FillPreview();
     EXPECT_EQ(list.items.at(0).at(0), test.shown);
@@ -135,7 +135,7 @@ TEST_F(Preview, AnAbortIsSeenBeforeTheNextValue) {
   EXPECT_EQ(m_list.cellsSet, 5U);
 
   CFakeList untouched;
-  CAccessTableDataFileParser().FillPreview(&m_table, &untouched);
+  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules).FillPreview(&m_table, &untouched);
   EXPECT_TRUE(untouched.headings.empty());
 }
 

@@ -1,4 +1,4 @@
-#include "store/FlatTableParser.h"
+#include "render/FlatTableParser.h"
 
 #include <optional>
 

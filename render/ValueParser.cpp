@@ -1,4 +1,4 @@
-#include "embedded/FieldText.h"
+#include "render/ValueParser.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,9 @@
 #include <system_error>
 
 #include "format/Bytes.h"
+#include "platform/CodePage.h"
 #include "platform/Text.h"
+#include "render/Calendar.h"
 
 namespace tolvane {
 namespace {
@@ -18,11 +20,6 @@ namespace {
 constexpr size_t kLongestNumber = 512;      // a double in full has 309 digits before the point
 constexpr int32_t kExponentLimit = 100000;  // beyond any type's range; larger spelled exponents stop here
 constexpr int kCurrencyDecimals = 4;
-
-constexpr int32_t kDaysBeforeZeroDate = 693593;  // from 1 January of year 1 to 30 December 1899
-constexpr int kFirstYear = 100;
-constexpr int kLastYear = 9999;
-constexpr int kSecondsPerDay = 86400;
 
 constexpr bool IsDigit(char16_t unit) {
   return unit >= u'0' && unit <= u'9';
@@ -212,27 +209,11 @@ bool ConvertBoolean(std::u16string_view text, std::vector<uint8_t>& storage) {
 
 // ---- dates
 
-bool IsLeapYear(int year) {
-  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
-
-// Days since 30 December 1899; nothing for a day that the calendar does not have.
-std::optional<int32_t> DaysOf(int year, int month, int day) {
-  constexpr std::array<int, 13> kBefore = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
-  if (year < kFirstYear || year > kLastYear || month < 1 || month > 12) return std::nullopt;
-  const auto daysBefore = [&](int m) {
-    return kBefore[static_cast<size_t>(m - 1)] + (m > 2 && IsLeapYear(year) ? 1 : 0);
-  };
-  if (day < 1 || day > daysBefore(month + 1) - daysBefore(month)) return std::nullopt;
-  const int past = year - 1;
-  return past * 365 + past / 4 - past / 100 + past / 400 + daysBefore(month) + day - 1 - kDaysBeforeZeroDate;
-}
-
 // "MM/DD/YYYY" or "YYYY-MM-DD".
 std::optional<int32_t> TakeDate(CTextCursor& cursor) {
-  int year = 0;
-  int month = 0;
-  int day = 0;
+  int32_t year = 0;
+  int32_t month = 0;
+  int32_t day = 0;
   if (cursor.Rest().find(u'/') != std::u16string_view::npos) {
     if (!cursor.TakeNumber(1, 2, month) || !cursor.Take(u'/') || !cursor.TakeNumber(1, 2, day) ||
         !cursor.Take(u'/') || !cursor.TakeNumber(3, 4, year)) {
@@ -242,7 +223,7 @@ std::optional<int32_t> TakeDate(CTextCursor& cursor) {
              !cursor.Take(u'-') || !cursor.TakeNumber(1, 2, day)) {
     return std::nullopt;
   }
-  return DaysOf(year, month, day);
+  return DateValueOf({year, month, day});
 }
 
 // "HH:MM" or "HH:MM:SS", by 24 hours or with AM or PM; the whole rest of the text. Seconds since midnight.
@@ -322,44 +303,50 @@ bool ConvertGuid(std::u16string_view text, std::vector<uint8_t>& storage) {
   return true;
 }
 
-bool Convert(int16_t type, std::u16string_view text, std::vector<uint8_t>& storage) {
+bool Convert(uint8_t type, std::u16string_view text, std::vector<uint8_t>& storage) {
   switch (type) {
-    case kDaoBoolean:
+    case kTypeBoolean:
       return ConvertBoolean(text, storage);
-    case kDaoByte:
+    case kTypeByte:
       return ConvertWhole<uint8_t>(text, 0, storage);
-    case kDaoInteger:
+    case kTypeInteger:
       return ConvertWhole<int16_t>(text, 0, storage);
-    case kDaoLong:
+    case kTypeLong:
       return ConvertWhole<int32_t>(text, 0, storage);
-    case kDaoCurrency:
+    case kTypeCurrency:
       return ConvertWhole<int64_t>(text, kCurrencyDecimals, storage);
-    case kDaoSingle:
+    case kTypeSingle:
       return ConvertFloat<float, uint32_t>(text, storage);
-    case kDaoDouble:
+    case kTypeDouble:
       return ConvertFloat<double, uint64_t>(text, storage);
-    case kDaoDate:
+    case kTypeDate:
       return ConvertDate(text, storage);
-    default:
+    case kTypeGuid:
       return ConvertGuid(text, storage);
+    default:
+      return false;
   }
-}
-
-constexpr bool TakesText(int16_t type) {
-  return (type >= kDaoBoolean && type <= kDaoDate) || type == kDaoText || type == kDaoMemo ||
-         type == kDaoGuid;
 }
 
 }  // namespace
 
-EDaoError ConvertFieldText(int16_t daoType, std::u16string_view text, std::vector<uint8_t>& storage) {
-  storage.clear();
-  if (!TakesText(daoType)) return EDaoError::InvalidDataType;
-  if (daoType == kDaoText || daoType == kDaoMemo) {
-    AppendUnits(storage, text);
-    return EDaoError::None;
+bool CValueParser::Parse(uint8_t type, std::u16string_view text, SValue& value) {
+  m_storage.clear();
+  bool isValue = true;
+  switch (type) {
+    case kTypeText:
+    case kTypeMemo:
+      AppendUnits(m_storage, text);
+      break;
+    case kTypeOle:
+      EncodeCodePage(SystemCodePage(), text, m_storage);
+      break;
+    default:
+      isValue = Convert(type, TrimBlanks(text), m_storage);
   }
-  return Convert(daoType, TrimBlanks(text), storage) ? EDaoError::None : EDaoError::DataConversion;
+  value = {.type = type, .isNull = !isValue, .bytes = {}};
+  if (isValue) value.bytes = m_storage;
+  return isValue;
 }
 
 }  // namespace tolvane

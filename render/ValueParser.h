@@ -1,4 +1,4 @@
-// Turns the text that a field is given into the bytes that a row stores, as the database engine would.
+// Texts back to values, as a database engine would read them.
 //
 //   boolean               "True" "Yes" "On" / "False" "No" "Off" in any case; a number, true unless 0
 //   byte, integer, long   a number, rounded to the nearest whole one, halves to the even one
@@ -6,7 +6,8 @@
 //   single, double        a number
 //   date                  "MM/DD/YYYY", "MM/DD/YYYY HH:MM:SS AM", "YYYY-MM-DD HH:MM:SS", a time alone = day 0
 //   GUID                  32 hex digits, with or without hyphens and braces
-//   text, memo            anything; plain UTF-16LE
+//   text, memo            anything
+//   OLE object            anything: its bytes in the system's code page
 //
 // A number is decimal, with an optional sign, point and exponent. Blanks around anything but text are
 // ignored.
@@ -16,13 +17,18 @@
 #include <string_view>
 #include <vector>
 
-#include "dao/dao.h"
+#include "format/Value.h"
 
 namespace tolvane {
 
-// Replaces the content of `storage`; a boolean becomes one byte 0 or 1. On failure `storage` is empty:
-// DataConversion when the text is no value of the type or out of its range, InvalidDataType for types that
-// take no text.
-EDaoError ConvertFieldText(int16_t daoType, std::u16string_view text, std::vector<uint8_t>& storage);
+class CValueParser {
+ public:
+  // The value stays until the next call. False, and null, when the text is no value of the type or out of its
+  // range.
+  bool Parse(uint8_t type, std::u16string_view text, SValue& value);
+
+ private:
+  std::vector<uint8_t> m_storage;  // of the value made last
+};
 
 }  // namespace tolvane

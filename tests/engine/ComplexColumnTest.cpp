@@ -1,7 +1,7 @@
+#include "engine/MSysComplexColumns.h"
 #include "model/MSysComplexColumnsData.h"
-#include "store/FlatTableParser.h"
-#include "store/MSysComplexColumns.h"
-#include "tests/store/StoreTest.h"
+#include "render/FlatTableParser.h"
+#include "tests/support/StoreTest.h"
 
 namespace tolvane {
 namespace {
@@ -43,7 +43,7 @@ TEST_F(ComplexColumn, ItemsOfOneKeyAreJoined) {
 }
 
 TEST_F(ComplexColumn, TheLayoutIsToldByTheColumnsMarks) {
-  CAccessTable compacted(kFlat);
+  CAccessTable compacted(kFlat, GetWorkFolder());
   AddColumn(compacted, kTypeLong, u"_Colours").extendedFlags = kColumnFlatKey;
   AddColumn(compacted, kTypeLong, u"Cars_Colours").extendedFlags = kColumnFlatRowId;
   AddColumn(compacted, kTypeText, u"Value");
@@ -53,7 +53,7 @@ TEST_F(ComplexColumn, TheLayoutIsToldByTheColumnsMarks) {
   EXPECT_EQ(Build(parser, u"2"), u"red, green");
 
   // Without the marks: the key's name, and the row id numbers itself.
-  CAccessTable unmarked(61 * 4096);
+  CAccessTable unmarked(61 * 4096, GetWorkFolder());
   AddColumn(unmarked, kTypeLong, u"A_id").flags = kColumnAutoNumber;
   AddColumn(unmarked, kTypeText, u"Value");
   AddColumn(unmarked, kTypeLong, u"_Colours");
@@ -62,7 +62,7 @@ TEST_F(ComplexColumn, TheLayoutIsToldByTheColumnsMarks) {
   EXPECT_EQ(layout.key, 2U);
 
   // Columns that tell nothing: as they were created.
-  CAccessTable bare(62 * 4096);
+  CAccessTable bare(62 * 4096, GetWorkFolder());
   AddTextColumns(bare, 2);
   EXPECT_EQ(MultiValueLayoutOf(bare).groupSize, 3U);
   EXPECT_EQ(MultiValueLayoutOf(bare).key, 2U);
@@ -79,7 +79,7 @@ TEST_F(ComplexColumn, RecordsFindTheirColumnsAndAnIncompleteOneIsDropped) {
   CMSysComplexColumns records;
   ASSERT_TRUE(records.Load(DataPath(1)));
   ASSERT_EQ(records.GetCount(), 6U);
-  CAccessTableList tables;
+  CAccessTableList tables{GetWorkFolder()};
   CAccessTable& table = tables.AddTable(109 * 4096);
   AddColumn(table, kTypeLong, u"number").misc = 3;  // no complex column
   AddColumn(table, kTypeComplex, u"Files").misc = 4;

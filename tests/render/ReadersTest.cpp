@@ -1,7 +1,7 @@
 // What is read back of a data file, value by value and row by row.
-#include "store/RowReader.h"
+#include "render/RecordText.h"
 #include "store/ValueStream.h"
-#include "tests/store/StoreTest.h"
+#include "tests/support/StoreTest.h"
 
 namespace tolvane {
 namespace {
@@ -59,7 +59,7 @@ class RowReader : public CStoreTest {
   RowReader() { AddTextColumns(m_table, 3); }
 
   std::vector<Row> ReadAll() {
-    CTableRowReader reader(m_table);
+    CTableTextReader reader(m_table, kStandardRules);
     EXPECT_TRUE(reader.Open());
     std::vector<Row> rows;
     for (Row cells; reader.ReadRow(cells);) rows.push_back(cells);
@@ -67,7 +67,7 @@ class RowReader : public CStoreTest {
     return rows;
   }
 
-  CAccessTable m_table{kKey};
+  CAccessTable m_table{kKey, GetWorkFolder()};
   bool m_isIncomplete = false;
 };
 
@@ -105,13 +105,13 @@ TEST_F(RowReader, TellsThatTheLastRowIsCut) {
 
 TEST_F(RowReader, NoFileOrNoColumnsMeansNoRows) {
   Row cells;
-  CTableRowReader missing(m_table);
+  CTableTextReader missing(m_table, kStandardRules);
   EXPECT_FALSE(missing.Open());
   EXPECT_FALSE(missing.ReadRow(cells));
 
-  const CAccessTable bare(kKey);
+  const CAccessTable bare(kKey, GetWorkFolder());
   WriteRows(kKey, {{u"stray"}});
-  CTableRowReader reader(bare);
+  CTableTextReader reader(bare, kStandardRules);
   EXPECT_TRUE(reader.Open());
   EXPECT_FALSE(reader.ReadRow(cells));
 }

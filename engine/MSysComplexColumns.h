@@ -9,6 +9,7 @@
 
 #include "model/AccessTable.h"
 #include "model/MSysComplexColumnsData.h"
+#include "store/DataFileReader.h"
 
 namespace tolvane {
 
@@ -17,10 +18,10 @@ class CMSysComplexColumns {
   // Each complex column needs a flat table, and a database holds at most 32,768 objects.
   static constexpr size_t kMaximumRecords = 8 * 32'768;
 
-  // Replaces the records by those of the table's data file; an incomplete last row is dropped. A file that
-  // cannot be opened gives none. False when there are too many: the first kMaximumRecords are kept, and
-  // GetProblem says so.
-  bool Load(std::u16string_view dataFilePath);
+  // `decoder` makes the texts where the data file does not hold them. Replaces the records by those of the
+  // table's data file; an incomplete last row is dropped. A file that cannot be opened gives none. False when
+  // there are too many: the first kMaximumRecords are kept, and GetProblem says so.
+  bool Load(std::u16string_view dataFilePath, CRecordDecoder* decoder = nullptr);
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
   [[nodiscard]] size_t GetCount() const { return m_records.size(); }

@@ -1,10 +1,9 @@
-#include "store/MSysComplexColumns.h"
+#include "engine/MSysComplexColumns.h"
 
 #include <memory>
 #include <unordered_map>
 
 #include "platform/Text.h"
-#include "store/DataFileReader.h"
 
 namespace tolvane {
 
@@ -24,11 +23,12 @@ ColumnsById ComplexColumnsOf(CAccessTable& table) {
 
 }  // namespace
 
-bool CMSysComplexColumns::Load(std::u16string_view dataFilePath) {
+bool CMSysComplexColumns::Load(std::u16string_view dataFilePath, CRecordDecoder* decoder) {
   m_records.clear();
   m_problem.clear();
   CDataFileReader reader;
   reader.SetPath(dataFilePath);
+  reader.SetDecoder(decoder);
   reader.Open();
   std::u16string name, type, flat, conceptual, id;
   while (reader.ReadNext(name) && reader.ReadNext(type) && reader.ReadNext(flat) &&

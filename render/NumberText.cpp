@@ -1,10 +1,11 @@
-#include "engine/NumberText.h"
+#include "render/NumberText.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
+#include <string_view>
 
 #include "model/RecoveryRules.h"
 #include "platform/Text.h"
@@ -15,7 +16,19 @@ namespace {
 
 constexpr uint32_t kMostDecimals = 40;
 
-// Divides in place and answers the remainder.
+// Any nan is "nan".
+template <class T>
+void AppendShortestOf(T value, std::u16string& text) {
+  std::array<char, 40> digits;
+  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+  AppendAscii(std::isnan(value)
+                  ? std::string_view("nan")
+                  : std::string_view(digits.data(), static_cast<size_t>(written.ptr - digits.data())),
+              text);
+}
+
+}  // namespace
+
 uint32_t DivideByTen(std::array<uint32_t, 4>& words) {
   uint64_t rest = 0;
   for (uint32_t& word : words) {
@@ -25,8 +38,6 @@ uint32_t DivideByTen(std::array<uint32_t, 4>& words) {
   }
   return static_cast<uint32_t>(rest);
 }
-
-}  // namespace
 
 void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
   if (std::isnan(value)) {
@@ -40,6 +51,24 @@ void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
           : std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed,
                           static_cast<int>(std::min(decimals, kMostDecimals)));
   AppendAscii({digits.data(), static_cast<size_t>(written.ptr - digits.data())}, text);
+}
+
+void AppendShortest(double value, std::u16string& text) {
+  AppendShortestOf(value, text);
+}
+
+void AppendShortest(float value, std::u16string& text) {
+  AppendShortestOf(value, text);
+}
+
+void AppendScaled(bool isNegative, uint64_t magnitude, size_t scale, std::u16string& text) {
+  std::array<char, 20> digits;
+  const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), magnitude).ptr;
+  const auto count = static_cast<size_t>(end - digits.data());
+  if (isNegative) text += u'-';
+  if (count <= scale) text.append(scale + 1 - count, u'0');
+  AppendAscii({digits.data(), count}, text);
+  if (scale != 0) text.insert(text.size() - scale, 1, u'.');
 }
 
 void AppendSignedDigits(int64_t value, std::u16string& text) {

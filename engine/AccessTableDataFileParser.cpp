@@ -1,4 +1,4 @@
-#include "store/AccessTableDataFileParser.h"
+#include "engine/AccessTableDataFileParser.h"
 
 #include <algorithm>
 #include <array>
@@ -8,9 +8,8 @@
 #include <unordered_map>
 
 #include "platform/Text.h"
+#include "render/PreviewText.h"
 #include "status/Status.h"
-#include "store/FileNameManager.h"
-#include "store/PreviewText.h"
 
 namespace tolvane {
 
@@ -118,7 +117,7 @@ class CAccessTableDataFileParser::CTablesByPage {
 };
 
 bool CAccessTableDataFileParser::OpenDataFile(uint64_t key) {
-  return m_file.Open(CFileNameManager().GetDataFilePath(key));
+  return m_file.Open(m_names.GetDataFilePath(key));
 }
 
 void CAccessTableDataFileParser::SetPreviewTarget(const CAccessTable* table, CPreviewList* list) {
@@ -143,7 +142,7 @@ void CAccessTableDataFileParser::FillPreview(const CAccessTable* table, CPreview
     list->InsertColumn(i, table->columns.GetAt(i)->GetName(), kHeadingWidth);
   }
   if (columnCount == 0 || IsPreviewAborted() || !OpenDataFile(table->GetDefinitionOffset())) return;
-  CPreviewText previewText(*table, m_previewTables, m_previewPageSize);
+  CPreviewText previewText(*table, m_previewTables, m_previewPageSize, m_rules);
   while (!m_file.IsAtEnd() && !IsPreviewAborted() && FillRow(previewText, columnCount, *list)) {
   }
   m_file.Close();
@@ -158,9 +157,8 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
   for (size_t i = 0; i < columnCount; ++i) {
     uint32_t count = 0;
     if (IsPreviewAborted() || !m_file.ReadCount(count)) return false;
-    if (count == 0) continue;
-    if (!m_file.ReadText(count, text, previewText.GetUnitsNeeded(i))) return false;
-    previewText.Show(i, text);
+    if (count == 0 && !previewText.TellsNull()) continue;
+    if (!previewText.Read(m_file, count, i, text)) return false;
     list.SetItemText(item, i, text);
   }
   return true;
@@ -178,10 +176,11 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
 
   const CTablesByPage tables(parseData.GetTables(), pageSize);
   const size_t columnCount = catalogue->columns.GetCount();
+  CRecordText recordText(catalogue->columns, m_rules);
   ERowEnd end = ERowEnd::Complete;
   for (uint32_t row = 0; row < rowCount && columnCount > 0 && end == ERowEnd::Complete; ++row) {
     SCatalogueRow texts;
-    end = ReadCatalogueRow(columnCount, tables, texts, parseData);
+    end = ReadCatalogueRow(recordText, columnCount, tables, texts, parseData);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
       if (const auto page = PageOfText(texts.id))
         parseData.GetLedger().Add(EDamage::LostTable, {*page, CDamageLedger::kNoTable, -1, 1});
@@ -194,7 +193,8 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
   return true;
 }
 
-CAccessTableDataFileParser::ERowEnd CAccessTableDataFileParser::ReadCatalogueRow(size_t columnCount,
+CAccessTableDataFileParser::ERowEnd CAccessTableDataFileParser::ReadCatalogueRow(CRecordText& recordText,
+                                                                                 size_t columnCount,
                                                                                  const CTablesByPage& tables,
                                                                                  SCatalogueRow& row,
                                                                                  CAccessData& parseData) {
@@ -208,7 +208,7 @@ CAccessTableDataFileParser::ERowEnd CAccessTableDataFileParser::ReadCatalogueRow
       m_file.Skip(count);
       continue;
     }
-    if (!m_file.ReadText(count, *text)) return ERowEnd::EndOfFile;
+    if (!recordText.Read(m_file, count, i, *text)) return ERowEnd::EndOfFile;
     UseCatalogueRow(tables, row, parseData);
   }
   return ERowEnd::Complete;

@@ -1,8 +1,8 @@
 #include <array>
 
+#include "engine/AccessTableDataFileParser.h"
 #include "status/Status.h"
-#include "store/AccessTableDataFileParser.h"
-#include "tests/store/StoreTest.h"
+#include "tests/support/StoreTest.h"
 
 namespace tolvane {
 namespace {
@@ -36,8 +36,8 @@ class TableNaming : public CStoreTest {
   uint64_t LostTables() const { return m_data.GetLedger().GetCount(EDamage::LostTable); }
 
   uint32_t m_pageSize = 4096;
-  CAccessData m_data{kStandardRules};
-  CAccessTableDataFileParser m_parser;
+  CAccessData m_data{kStandardRules, GetWorkFolder()};
+  CAccessTableDataFileParser m_parser{GetWorkFolder(), kStandardRules};
 };
 
 TEST_F(TableNaming, TablesTakeTheirNamesAndQueriesAreListedTwice) {
@@ -126,13 +126,13 @@ TEST_F(TableNaming, WithoutACatalogueOrWhenStoppedNothingIsNamed) {
   m_parser.NameUnnamedTables(Tables(), true);
   EXPECT_EQ(catalogue.name, u"");
   CRepairingFileStatus::Instance().SetRunning(true);
-  CAccessTableDataFile::RemoveDataFile(0x2000);
+  CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(0x2000);
   EXPECT_FALSE(Scan());
 }
 
 TEST_F(TableNaming, UnnamedTablesAreNamedByTheirPlaceOrNumbered) {
   const auto namesOf = [this](bool isJet4Pages) {
-    CAccessTableList tables;
+    CAccessTableList tables{GetWorkFolder()};
     for (const uint64_t key : std::vector<uint64_t>{0x3000, 0x2000, 0x10000, 0xB000, 0x1800, 0x99000})
       tables.AddTable(key);
     tables.GetAt(5)->name = u"Named";

@@ -24,7 +24,9 @@ using Row = std::vector<std::u16string>;
 
 class CStoreTest : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(m_folder.Create(GetTempFolder())) << "no folder to write to"; }
+  // Before the members of a test, which keep their files there.
+  CStoreTest() { m_hasFolder = m_folder.Create(GetTempFolder()); }
+  void SetUp() override { ASSERT_TRUE(m_hasFolder) << "no folder to write to"; }
 
   std::u16string InFolder(std::u16string_view name) const {
     return m_folder.GetPath() + std::u16string(name);
@@ -39,11 +41,13 @@ class CStoreTest : public testing::Test {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(file), {});
   }
-  static std::u16string DataPath(uint64_t key) { return CFileNameManager().GetDataFilePath(key); }
+  static std::u16string DataPath(uint64_t key) {
+    return CFileNameManager(GetWorkFolder()).GetDataFilePath(key);
+  }
 
   // The data file of a table with these rows.
   static void WriteRows(uint64_t key, const std::vector<Row>& rows) {
-    CAccessTableDataFile file;
+    CAccessTableDataFile file(GetWorkFolder());
     ASSERT_TRUE(file.CreateDataFile(key));
     for (const Row& row : rows)
       for (const std::u16string& value : row) file.WriteValue(value);
@@ -63,6 +67,7 @@ class CStoreTest : public testing::Test {
 
  private:
   CRunFolder m_folder;
+  bool m_hasFolder = false;
 };
 
 }  // namespace tolvane

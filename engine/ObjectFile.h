@@ -1,0 +1,35 @@
+// The bytes of a table's OLE values, one behind the other in one file of the work folder.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "engine/ObjectSink.h"
+#include "platform/FileCust.h"
+#include "store/ObjectPlace.h"
+
+namespace tolvane {
+
+class CObjectFile : public CObjectSink {
+ public:
+  // The file of the values that follow. It is created with the first byte.
+  void Start(const std::u16string& path);
+  // Completes the file. Nothing when none was created.
+  void Close();
+
+  void Begin() override;
+  void Take(std::span<const uint8_t> bytes) override;
+  // Where the value stands in the file (store/ObjectPlace.h).
+  std::span<const uint8_t> End() override;
+
+ private:
+  std::u16string m_path;
+  CFileCust m_file;
+  uint64_t m_length = 0;  // of the file
+  uint64_t m_start = 0;   // of the present value
+  ObjectReference m_reference{};
+};
+
+}  // namespace tolvane

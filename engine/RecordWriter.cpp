@@ -1,0 +1,37 @@
+#include "engine/RecordWriter.h"
+
+#include "render/StandardText.h"
+#include "store/ValueRecord.h"
+
+namespace tolvane {
+
+bool CRecordWriter::Write(const SValue& value) {
+  if (m_rules.recordsHoldTexts) return WriteText(value);
+  if (value.isNull)
+    m_file.WriteNull();
+  else if (value.isResult)
+    WriteResult(value);
+  else
+    m_file.WriteRecord(value.bytes);
+  return true;
+}
+
+bool CRecordWriter::WriteText(const SValue& value) {
+  // A text's bytes are its record.
+  if (!value.isNull && (IsTextType(value.type) || value.type == kTypeOle)) {
+    m_file.WriteRecord(
+        value.bytes.first(std::min(value.bytes.size(), 2 * CAccessTableDataFile::kMaximumUnits)));
+    return true;
+  }
+  const bool hasText = MakeStandardText(value, m_rules, m_text);
+  m_file.WriteValue(m_text);
+  return hasText;
+}
+
+void CRecordWriter::WriteResult(const SValue& value) {
+  m_result.assign({value.type, value.scale});
+  m_result.insert(m_result.end(), value.bytes.begin(), value.bytes.end());
+  m_file.WriteRecord(m_result);
+}
+
+}  // namespace tolvane

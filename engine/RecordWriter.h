@@ -1,0 +1,33 @@
+// Writes decoded values to a table's data file, in the form that the rules ask for.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "format/Value.h"
+#include "model/RecoveryRules.h"
+#include "store/AccessTableDataFile.h"
+
+namespace tolvane {
+
+class CRecordWriter {
+ public:
+  // Both outlive the writer.
+  CRecordWriter(const SRecoveryRules& rules, CAccessTableDataFile& file) : m_rules(rules), m_file(file) {}
+
+  // False, with the record of an empty text, when the value has no text. Throws CFileCustException.
+  bool Write(const SValue& value);
+
+ private:
+  bool WriteText(const SValue& value);
+  void WriteResult(const SValue& value);
+
+  const SRecoveryRules& m_rules;
+  CAccessTableDataFile& m_file;
+  std::u16string m_text;
+  std::vector<uint8_t> m_result;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,82 @@
+#include "render/StandardText.h"
+
+#include <bit>
+
+#include "format/Bytes.h"
+#include "platform/Text.h"
+#include "render/DataConversion.h"
+#include "render/NumberText.h"
+
+namespace tolvane {
+
+namespace {
+
+// A result is printed with all its digits; of a stored decimal the rules may believe only the last words.
+void AppendDecimalText(const SValue& value, const SRecoveryRules& rules, std::u16string& text) {
+  const std::array<uint32_t, 4> words = DecimalWords(value.bytes);
+  if (!rules.decimalLowWordsOnly || value.isResult) {
+    AppendWideDecimal(value.bytes[0] != 0, words, value.scale, text);
+    return;
+  }
+  AppendSignedDigits(static_cast<int64_t>(uint64_t{words[2]} << 32 | words[3]), text);
+  if (value.scale != 0 && value.scale <= text.size()) text.insert(text.size() - value.scale, 1, u'.');
+}
+
+}  // namespace
+
+bool MakeStandardText(const SValue& value, const SRecoveryRules& rules, std::u16string& text) {
+  text.clear();
+  if (value.isNull) return true;
+  const std::span<const uint8_t> bytes = value.bytes;
+  switch (value.type) {
+    case kTypeBoolean:
+      text = bytes[0] != 0 ? u"True" : u"False";
+      return true;
+    case kTypeByte:
+      AppendDecimal(bytes[0], text);
+      return true;
+    case kTypeInteger:
+      AppendDecimal(GetLittle<int16_t>(bytes, 0), text);
+      return true;
+    case kTypeLong:
+    case kTypeComplex:
+      AppendDecimal(GetLittle<int32_t>(bytes, 0), text);
+      return true;
+    case kTypeCurrency:
+      CDataConversion::CurrencyToText(bytes.first<CDataConversion::kCurrencyBytes>(), text);
+      return true;
+    case kTypeSingle:
+      AppendDouble(double{std::bit_cast<float>(GetLittle<uint32_t>(bytes, 0))}, rules.floatDecimals, text);
+      return true;
+    case kTypeDouble:
+      AppendDouble(std::bit_cast<double>(GetLittle<uint64_t>(bytes, 0)), rules.floatDecimals, text);
+      return true;
+    case kTypeDate:
+      return CDataConversion::DateToText(
+          bytes.first<CDataConversion::kDateBytes>(),
+          rules.midnightKeepsBlank ? EMidnightBlank::Keep : EMidnightBlank::Drop, text);
+    case kTypeBinary:
+      CDataConversion::BytesToText(bytes, text);
+      return true;
+    case kTypeText:
+    case kTypeMemo:
+    case kTypeOle:
+      CopyUnits(bytes, text);
+      return true;
+    case kTypeUnknown13:
+      text = u"Unknown";
+      return true;
+    case kTypeGuid:
+      CDataConversion::GuidToText(bytes.first<CDataConversion::kGuidBytes>(), text);
+      return true;
+    case kTypeDecimal:
+      AppendDecimalText(value, rules, text);
+      return true;
+    default:
+      text = u"Default ";
+      AppendDecimal(value.type, text);
+      return true;
+  }
+}
+
+}  // namespace tolvane

@@ -1,0 +1,26 @@
+// Where the bytes of an OLE value are: a file of its own, or a piece of the file that holds all of a table's.
+//
+//   reference in a record of values   0  u64  offset in the table's object file    8  u64  length
+//   reference in a record of texts    the path of the value's file
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace tolvane {
+
+struct SObjectPlace {
+  static constexpr uint64_t kToTheEnd = ~uint64_t{0};
+  std::u16string path;
+  uint64_t offset = 0;
+  uint64_t length = kToTheEnd;
+};
+
+using ObjectReference = std::array<uint8_t, 16>;
+ObjectReference MakeObjectReference(uint64_t offset, uint64_t length);
+// False when the bytes are no reference.
+bool TakeObjectReference(std::span<const uint8_t> bytes, SObjectPlace& place);
+
+}  // namespace tolvane
