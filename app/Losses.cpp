@@ -18,7 +18,7 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
     const CAccessTable* table = data.GetTables().FindTable(place.definition);
     if (table && !table->name.empty()) add(u"table " + table->name);
   }
-  if (kind == EDamage::MissingRows) {
+  if (kind == EDamage::MissingRows || kind == EDamage::SurplusRows) {
     add(Counted(place.amount, u"row", number));
   } else {
     add(u"page " + ToDecimal(place.page));
@@ -94,6 +94,15 @@ const std::vector<SDamageWords>& GetDamageWords() {
        "pages of rows with impossible heads"},
       {EDamage::MissingRows, "missingRows", "row missing, by the count in the table's definition",
        "rows missing, by the counts in the tables' definitions"},
+      {EDamage::SurplusRows, "surplusRows", "row more than the count in the table's definition",
+       "rows more than the counts in the tables' definitions"},
+      {EDamage::MovedPages, "movedPages", "page found away from its place",
+       "pages found away from their places"},
+      {EDamage::OtherDatabase, "otherDatabase", "further database in the file, which was not read",
+       "further databases in the file, which were not read"},
+      {EDamage::UnfitTemplate, "unfitTemplate",
+       "page of rows that belongs to no table of the template: is it a database of the same structure?",
+       "pages of rows that belong to no table of the template: is it a database of the same structure?"},
       {EDamage::BrokenValue, "brokenValue", "value outside its row", "values outside their rows"},
       {EDamage::BrokenLongValue, "brokenLongValue", "memo or OLE object that ends early",
        "memos or OLE objects that end early"},

@@ -69,6 +69,8 @@ SFailure StoppedByUser() {
 CSession::CSession(const SArguments& arguments)
     : m_arguments(arguments),
       m_progress(ChooseForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
+      m_source(RulesOf(arguments.rules)),
+      m_template(RulesOf(arguments.rules)),
       m_repair(RulesOf(arguments.rules)) {}
 
 CSession::~CSession() = default;

@@ -28,7 +28,10 @@ void CAccessProcessFile::DropContinuationDefinitions(CAccessData& data) {
 }
 
 void CAccessProcessFile::ScanDataPages(CAccessData& data) {
-  CTableScanner(m_rules).ScanDataPages(data, *m_source);
+  const bool hasTemplate = m_definitions != m_source;
+  if (hasTemplate && m_rules.templateMatchesByName)
+    m_match = CTemplateMatch(*m_source, *m_definitions, m_rules, data.GetWorkFolder());
+  m_homeless = CTableScanner(m_rules).ScanDataPages(data, *m_source, m_match);
 }
 
 // The catalogue's columns, and with them the names of the tables, follow the code page of the others.
@@ -43,15 +46,19 @@ void CAccessProcessFile::SortColumns(CAccessData& data) {
 
 // The row counts of a template say nothing about the damaged file.
 void CAccessProcessFile::ParseRecords(CAccessData& data) {
-  CRecordParser(m_rules).ParseRecords(data, *m_source);
+  CPageClaims claims(*m_source, data.GetTables(), m_homeless);
+  CRecordParser(m_rules).ParseRecords(data, *m_source, claims);
+  CountHomelessPages(data, m_homeless, claims);
   if (m_definitions == m_source) CountMissingRows(data, *m_source);
 }
 
 void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules);
   parser.ScanTableNames(data, GetLayout().pageSize);
+  m_match.NameTables(data.GetTables(), GetLayout().pageSize);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);
+  if (m_definitions != m_source) CountUnfitPages(data, m_homeless);
 }
 
 void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {

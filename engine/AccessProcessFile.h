@@ -5,7 +5,11 @@
 // every step leaves early once the repair is stopped.
 #pragma once
 
+#include <vector>
+
+#include "engine/PageClaims.h"
 #include "engine/Source.h"
+#include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 
@@ -43,6 +47,8 @@ class CAccessProcessFile {
   const SRecoveryRules& m_rules;
   CSource* m_source = nullptr;
   CSource* m_definitions = nullptr;
+  std::vector<SHomelessPage> m_homeless;
+  CTemplateMatch m_match;
 };
 
 class CAccessProcessFileJet3 : public CAccessProcessFile {

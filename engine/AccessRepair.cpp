@@ -22,13 +22,13 @@ CAccessRepair::CAccessRepair(const SRecoveryRules& rules) : m_rules(rules) {}
 CAccessRepair::~CAccessRepair() = default;
 
 void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/, std::u16string scanPath) {
-  CSource source;
+  CSource source(m_rules);
   source.Open(sourcePath);
   if (scanPath == sourcePath || IsSameFile(scanPath, sourcePath)) {
     Repair(source, source);
     return;
   }
-  CSource definitions;
+  CSource definitions(m_rules);
   definitions.Open(scanPath);
   Repair(source, definitions);
 }

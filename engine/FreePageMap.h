@@ -8,13 +8,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
 #include "engine/PageReader.h"
-#include "format/Layout.h"
+#include "engine/PageSlot.h"
 
 namespace tolvane {
+
+// Hands over the numbers of the pages that a usage map names; `map` leads to its row. False: there is no map,
+// or it names more than `mostPages`.
+bool ReadUsageMap(CPageReader& reader, const SLayout& layout, SRowPointer map, uint64_t mostPages,
+                  const std::function<void(uint32_t)>& take);
 
 class CFreePageMap {
  public:
@@ -25,9 +31,6 @@ class CFreePageMap {
   }
 
  private:
-  void TakeBits(uint64_t firstPage, std::span<const uint8_t> bits);
-  void TakeMapPages(CPageReader& reader, const SLayout& layout, std::span<const uint8_t> numbers);
-
   std::vector<bool> m_isFree;
 };
 

@@ -34,10 +34,34 @@ void CountMissingRows(CAccessData& data, const CSource& source) {
   const uint64_t mostRows = source.GetPageCount() * layout.data.MaximumSlots(layout.pageSize);
   for (const auto& table : data.GetTables()) {
     const uint32_t promised = table->promisedRows;
-    if (promised <= table->header.rowCount || promised > mostRows) continue;
-    data.GetLedger().Add(EDamage::MissingRows,
-                         PlaceOf(*table, layout.pageSize, promised - table->header.rowCount));
+    const uint32_t found = table->header.rowCount;
+    if (promised > mostRows) continue;
+    if (promised > found)
+      data.GetLedger().Add(EDamage::MissingRows, PlaceOf(*table, layout.pageSize, promised - found));
+    else if (promised < found && table->GetPage(layout.pageSize) != kObjectsPage &&
+             data.GetRules().surplusRowsAreDoubtful)
+      data.GetLedger().Add(EDamage::SurplusRows, PlaceOf(*table, layout.pageSize, found - promised));
   }
+}
+
+void CountHomelessPages(CAccessData& data, const std::vector<SHomelessPage>& homeless,
+                        const CPageClaims& claims) {
+  for (const auto& [page, reason] : homeless) {
+    if (reason == SHomelessPage::EReason::Free || claims.IsAdopted(page)) continue;
+    const bool hasHead = reason == SHomelessPage::EReason::NoOwner;
+    data.GetLedger().Add(hasHead ? EDamage::OrphanDataPage : EDamage::BrokenPage,
+                         {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+  }
+}
+
+void CountUnfitPages(CAccessData& data, const std::vector<SHomelessPage>& homeless) {
+  for (const auto& table : data.GetTables())
+    if (!IsSystemTable(*table) && table->header.rowCount > 0) return;
+  for (const SHomelessPage& page : homeless)
+    if (page.reason == SHomelessPage::EReason::NoOwner)
+      data.GetLedger().Add(
+          EDamage::UnfitTemplate,
+          {.page = page.page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
 }
 
 // A user's table may stand where a system table usually does, and goes by its name while the catalogue is

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
+#include "engine/PageClaims.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
 
@@ -13,9 +15,18 @@ namespace tolvane {
 // that are named equally often. Columns name it over and over; the header, which breaks first, only once.
 std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables);
 
-// Files tables in the ledger whose definitions promise more rows than were found. A promise of more rows than
-// the source has room for is none.
+// Files tables in the ledger whose definitions promise more rows than were found, and where the rules want it
+// those that promise fewer. A promise of more rows than
+// the source has room for is none, and the catalogue's built-in definition promises nothing.
 void CountMissingRows(CAccessData& data, const CSource& source);
+
+// Files the pages that no table adopted in the ledger; free ones are no loss.
+void CountHomelessPages(CAccessData& data, const std::vector<SHomelessPage>& homeless,
+                        const CPageClaims& claims);
+
+// After the tables are named: files the pages of rows that belong to no table of a template in the ledger,
+// where no table of the user's got a row.
+void CountUnfitPages(CAccessData& data, const std::vector<SHomelessPage>& homeless);
 
 // Whether a table's name may be wrong: it was made up, or comes from the usual place of a system table though
 // the table looks like a user's.

@@ -37,6 +37,35 @@ void CPageReader::SetStart(uint64_t start) {
   Forget();
   m_start = std::min(start, m_fileLength);
   m_length = m_fileLength - m_start;
+  m_stretches = {{.offset = 0, .place = m_start, .length = m_length}};
+}
+
+void CPageReader::SetStretches(std::span<const SPageStretch> stretches, uint32_t pageSize) {
+  if (stretches.empty()) return;
+  Forget();
+  m_stretches.clear();
+  for (const SPageStretch& stretch : stretches)
+    m_stretches.push_back(
+        {.offset = stretch.page * pageSize, .place = stretch.place, .length = stretch.length});
+  m_start = m_stretches.front().place;
+  m_length = m_stretches.back().offset + m_stretches.back().length;
+}
+
+const CPageReader::SStretch* CPageReader::FindStretch(uint64_t offset) const {
+  const auto behind =
+      std::upper_bound(m_stretches.begin(), m_stretches.end(), offset,
+                       [](uint64_t at, const SStretch& stretch) { return at < stretch.offset; });
+  if (behind == m_stretches.begin()) return nullptr;
+  const SStretch& stretch = *(behind - 1);
+  return offset - stretch.offset < stretch.length ? &stretch : nullptr;
+}
+
+size_t CPageReader::ReadStretch(uint64_t offset, std::span<uint8_t> bytes) {
+  const SStretch* const stretch = FindStretch(offset);
+  if (stretch == nullptr) return 0;
+  const uint64_t into = offset - stretch->offset;
+  const auto size = static_cast<size_t>(std::min<uint64_t>(bytes.size(), stretch->length - into));
+  return ReadFile(stretch->place + into, bytes.first(size));
 }
 
 size_t CPageReader::ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes) {
@@ -72,7 +101,7 @@ bool CPageReader::ReadPage(uint64_t offset, std::span<uint8_t> page) {
 size_t CPageReader::ReadPartialPage(uint64_t offset, std::span<uint8_t> page) {
   if (offset >= m_length) return 0;
   const auto size = static_cast<size_t>(std::min<uint64_t>(page.size(), m_length - offset));
-  return ReadFile(m_start + offset, page.first(size));
+  return ReadStretch(offset, page.first(size));
 }
 
 // One page or less: no reading ahead.
@@ -84,12 +113,14 @@ size_t CPageReader::NextBlockSize(uint64_t offset, size_t pageSize) const {
     size = std::min(2 * m_blockSize, kLargestBlock);
   else if (goesOnFrom(m_lastSingleEnd))
     size = kFirstBlockPages * pageSize;
-  return static_cast<size_t>(std::min<uint64_t>(size, (m_length - offset) / pageSize * pageSize));
+  const SStretch* const stretch = FindStretch(offset);
+  const uint64_t left = stretch != nullptr ? stretch->offset + stretch->length - offset : 0;
+  return static_cast<size_t>(std::min<uint64_t>(size, left / pageSize * pageSize));
 }
 
 bool CPageReader::ReadBlock(uint64_t offset, size_t size) {
   if (m_block.size() < size) m_block.resize(size);
-  if (ReadFile(m_start + offset, std::span(m_block).first(size)) == size) {
+  if (ReadStretch(offset, std::span(m_block).first(size)) == size) {
     m_blockStart = offset;
     m_blockSize = size;
     return true;
@@ -107,7 +138,7 @@ bool CPageReader::ReadSingle(uint64_t offset, std::span<uint8_t> page) {
                                         [](const auto& a, const auto& b) { return a.lastUse < b.lastUse; });
   slot.offset = ~uint64_t{0};
   slot.bytes.resize(page.size());
-  if (ReadFile(m_start + offset, slot.bytes) != page.size()) {
+  if (ReadStretch(offset, slot.bytes) != page.size()) {
     if (m_unreadable.size() < kUnreadableKept) m_unreadable.insert(offset);
     return false;
   }

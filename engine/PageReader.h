@@ -19,6 +19,13 @@
 
 namespace tolvane {
 
+// Pages that stand one behind the other in the file.
+struct SPageStretch {
+  uint64_t page = 0;    // number of the first one
+  uint64_t place = 0;   // where it starts in the file
+  uint64_t length = 0;  // bytes
+};
+
 class CPageReader {
  public:
   static constexpr size_t kLargestBlock = size_t{1} << 20;
@@ -31,7 +38,11 @@ class CPageReader {
 
   // Where the first page is in the file. What was read before is forgotten.
   void SetStart(uint64_t start);
+  // The same for pages that do not all stand one behind the other: stretches in the order of their pages,
+  // the first one with page 0 or where that would be. Pages between two stretches cannot be read.
+  void SetStretches(std::span<const SPageStretch> stretches, uint32_t pageSize);
   [[nodiscard]] uint64_t GetStart() const { return m_start; }
+  [[nodiscard]] uint64_t GetFileLength() const { return m_fileLength; }
   // Bytes of the file itself, wherever the database starts; answers how many could be read.
   size_t ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes);
 
@@ -52,7 +63,17 @@ class CPageReader {
     std::vector<uint8_t> bytes;
   };
 
+  struct SStretch {
+    uint64_t offset;  // of its first page
+    uint64_t place;
+    uint64_t length;
+  };
+
   void Forget();
+  // The stretch that holds the offset; null: none does.
+  [[nodiscard]] const SStretch* FindStretch(uint64_t offset) const;
+  // Bytes from `offset` on that could be read, none beyond the end of their stretch.
+  size_t ReadStretch(uint64_t offset, std::span<uint8_t> bytes);
   bool ReadBlock(uint64_t offset, size_t size);
   bool ReadSingle(uint64_t offset, std::span<uint8_t> page);
   [[nodiscard]] size_t NextBlockSize(uint64_t offset, size_t pageSize) const;
@@ -63,6 +84,7 @@ class CPageReader {
   uint64_t m_fileLength = 0;
   uint64_t m_start = 0;
   uint64_t m_length = 0;
+  std::vector<SStretch> m_stretches;  // never empty
 
   std::vector<uint8_t> m_block;
   uint64_t m_blockStart = 0;

@@ -28,13 +28,13 @@ void ShowTable(uint64_t position, uint64_t count) {
 
 }  // namespace
 
-void CRecordParser::ParseRecords(CAccessData& data, CSource& source) const {
+void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims) const {
   if (!source.IsOpen() || source.GetPages().GetLength() == 0) return;
 
   CProgressStatus& progress = CProgressStatus::Instance();
   progress.SetMax(SumOfRowCounts(data.GetTables()));
   progress.SetPos(0);
-  CTableWalk walk(source, m_rules, data);
+  CTableWalk walk(source, m_rules, data, claims);
   uint64_t position = 0;
   for (const auto& table : data.GetTables()) {
     if (!CRepairingFileStatus::Instance().IsRunning()) return;

@@ -6,6 +6,7 @@
 // whatever its row offsets say; nothing is thrown.
 #pragma once
 
+#include "engine/PageClaims.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
@@ -17,8 +18,9 @@ class CRecordParser {
   // The rules outlive the parser.
   explicit CRecordParser(const SRecoveryRules& rules) : m_rules(rules) {}
 
-  // Nothing is done with a source that is not open. Returns early when the repairing flag is cleared.
-  void ParseRecords(CAccessData& data, CSource& source) const;
+  // Nothing is done with a source that is not open. Pages that a table claims are adopted where they hold
+  // rows of it. Returns early when the repairing flag is cleared.
+  void ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims) const;
 
  private:
   const SRecoveryRules& m_rules;

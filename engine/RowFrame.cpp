@@ -16,12 +16,26 @@ bool CRowFrame::Cut(std::span<const uint8_t> row, const SRowShape& shape) {
   m_bodyEnd = row.size() - m_mask.size();
   m_fixedEnd = m_bodyEnd;
   m_offsets.clear();
+  m_variableCount = 0;
+  m_hasOffsets = false;
   if (shape.firstVariableNumber >= m_columnCount) return true;
 
+  m_hasOffsets = true;
   const size_t count = ReadVariableCount();
   ReadOffsets(count);
   m_fixedEnd = FindFixedEnd(count, shape);
   return true;
+}
+
+std::optional<CRowFrame::SMeasure> CRowFrame::Measure() const {
+  if (m_mask.empty() || m_bodyEnd < m_layout.countSize) return std::nullopt;
+  if (!m_hasOffsets) return SMeasure{.columns = m_columnCount, .slack = m_bodyEnd - m_layout.countSize};
+  if (m_variableCount > m_columnCount || !AreOffsetsSound(m_variableCount, m_columnCount))
+    return std::nullopt;
+  return SMeasure{.columns = m_columnCount,
+                  .variables = m_variableCount,
+                  .fixedEnd = m_offsets.front(),
+                  .slack = static_cast<size_t>(PositionOfOffset(m_variableCount)) - m_offsets.back()};
 }
 
 bool CRowFrame::IsPresent(uint32_t number) const {
@@ -52,11 +66,12 @@ uint32_t CRowFrame::ReadCount(size_t position) const {
 }
 
 // A count that cannot be true still leaves the first variable value readable.
-size_t CRowFrame::ReadVariableCount() const {
+size_t CRowFrame::ReadVariableCount() {
   constexpr size_t kFallback = 1;
+  m_variableCount = ~size_t{0};
   if (m_bodyEnd < m_layout.countSize) return kFallback;
-  const size_t count = ReadCount(m_bodyEnd - m_layout.countSize);
-  return count > m_columnCount ? kFallback : count;
+  m_variableCount = ReadCount(m_bodyEnd - m_layout.countSize);
+  return m_variableCount > m_columnCount ? kFallback : m_variableCount;
 }
 
 CRowFrame::SOffsetTable CRowFrame::LocateOffsets(size_t count) const {
@@ -89,13 +104,13 @@ void CRowFrame::ReadOffsets(size_t count) {
 
 // The first offset, if the offsets are sound as a whole; else where at least two offsets must start.
 size_t CRowFrame::FindFixedEnd(size_t count, const SRowShape& shape) const {
-  if (AreOffsetsSound(count, shape)) return m_offsets[0];
+  if (AreOffsetsSound(count, shape.variableColumnsEver)) return m_offsets[0];
   const ptrdiff_t second = PositionOfOffset(1);
   return second < static_cast<ptrdiff_t>(m_layout.countSize) ? m_bodyEnd : static_cast<size_t>(second);
 }
 
-bool CRowFrame::AreOffsetsSound(size_t count, const SRowShape& shape) const {
-  if (m_offsets.size() != count + 1 || count > shape.variableColumnsEver) return false;
+bool CRowFrame::AreOffsetsSound(size_t count, size_t variableColumnsEver) const {
+  if (m_offsets.size() != count + 1 || count > variableColumnsEver) return false;
   size_t previous = m_layout.countSize;
   for (const size_t offset : m_offsets) {
     if (offset < previous) return false;

@@ -4,6 +4,7 @@
 // stay while the frame is used.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -35,6 +36,18 @@ class CRowFrame {
   // False: these bytes are no row of that shape.
   bool Cut(std::span<const uint8_t> row, const SRowShape& shape);
 
+  // What the row says of itself: how many columns it stores, how many of variable length, where the fixed
+  // area ends (0: the row does not say) and how many bytes lie unused behind its last value.
+  struct SMeasure {
+    uint32_t columns = 0;
+    size_t variables = 0;
+    size_t fixedEnd = 0;
+    size_t slack = 0;
+    auto operator<=>(const SMeasure&) const = default;
+  };
+  // Nothing when its parts contradict each other.
+  [[nodiscard]] std::optional<SMeasure> Measure() const;
+
   // The column's bit in the null mask; false for columns that are newer than the row.
   [[nodiscard]] bool IsPresent(uint32_t number) const;
   [[nodiscard]] Field FindFixed(size_t offset, size_t width) const;
@@ -49,17 +62,19 @@ class CRowFrame {
   };
 
   [[nodiscard]] uint32_t ReadCount(size_t position) const;
-  [[nodiscard]] size_t ReadVariableCount() const;
+  [[nodiscard]] size_t ReadVariableCount();
   [[nodiscard]] SOffsetTable LocateOffsets(size_t count) const;
   void ReadOffsets(size_t count);
   [[nodiscard]] size_t FindFixedEnd(size_t count, const SRowShape& shape) const;
-  [[nodiscard]] bool AreOffsetsSound(size_t count, const SRowShape& shape) const;
+  [[nodiscard]] bool AreOffsetsSound(size_t count, size_t variableColumnsEver) const;
   [[nodiscard]] ptrdiff_t PositionOfOffset(size_t index) const;
 
   const SRowLayout& m_layout;
   std::span<const uint8_t> m_row;
   std::span<const uint8_t> m_mask;  // empty when the row is shorter than its mask
   uint32_t m_columnCount = 0;
+  size_t m_variableCount = 0;  // as the row has it
+  bool m_hasOffsets = false;
   size_t m_bodyEnd = 0;   // where the mask starts
   size_t m_fixedEnd = 0;  // no fixed field reaches beyond
   SOffsetTable m_table;

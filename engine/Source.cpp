@@ -1,5 +1,10 @@
 #include "engine/Source.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <vector>
+
 #include "engine/AccessVersionHandler.h"
 #include "engine/DataReader.h"
 #include "engine/DatabaseStart.h"
@@ -8,13 +13,25 @@
 
 namespace tolvane {
 
+namespace {
+
+constexpr size_t kEngineName = 4;
+constexpr std::string_view kAceName = "Standard ACE";
+constexpr std::string_view kJetName = "Standard Jet";
+// Page 18 of ACE files defines the table of complex columns; this stands in the name of one of its columns.
+constexpr uint64_t kComplexColumnsPage = 18;
+constexpr std::array<uint8_t, 14> kComplexColumn{'C', 0, 'o', 0, 'm', 0, 'p', 0, 'l', 0, 'e', 0, 'x', 0};
+
+}  // namespace
+
 bool CSource::Open(const std::u16string& path, CErrorHandler& handler) {
   Close();
   m_path = path;
   if (!m_pages.Open(path, handler)) return false;
-  m_pages.SetStart(FindDatabaseStart(m_pages));
+  FindPages();
   ReadHeader();
-  UseLayout(CAccessVersionHandler().IsJet4(*this) ? kLayoutJet4 : kLayoutJet3);
+  const bool isJet4 = CAccessVersionHandler().IsJet4(*this);
+  UseLayout(m_evidence.layout != nullptr ? *m_evidence.layout : isJet4 ? kLayoutJet4 : kLayoutJet3);
   return true;
 }
 
@@ -27,6 +44,7 @@ void CSource::Close() {
   m_pages.Close();
   m_path.clear();
   m_header = {};
+  m_evidence = {};
   UseLayout(kLayoutJet3);
 }
 
@@ -41,16 +59,43 @@ const CFreePageMap& CSource::GetFreePages() {
   return *m_freePages;
 }
 
+void CSource::FindPages() {
+  if (m_rules.pagesDecideFormat) m_evidence = tolvane::FindPages(m_pages, m_wantedStart);
+  if (m_evidence.layout != nullptr)
+    m_pages.SetStretches(m_evidence.stretches, m_evidence.layout->pageSize);
+  else
+    m_pages.SetStart(FindDatabaseStart(m_pages));
+}
+
 void CSource::ReadHeader() {
   m_pages.ReadPartialPage(0, m_header);
   ApplyHeaderMask(std::span(m_header).subspan(kHeaderMasked));
+}
+
+// The header's word, unless the pages say that it cannot be true.
+uint8_t CSource::TellVersion() {
+  const uint8_t said = m_header[kHeaderVersion];
+  if (!m_rules.pagesDecideFormat) return said;
+  constexpr uint8_t kJet4 = 1;
+  constexpr uint8_t kAce = 2;
+  if (m_layout->isJet3) return 0;
+  const std::string_view name(reinterpret_cast<const char*>(m_header.data()) + kEngineName, kAceName.size());
+  if (name == kAceName) return std::max(said, kAce);
+  if (name == kJetName) return kJet4;
+  std::vector<uint8_t> page(m_layout->pageSize);
+  const bool isAce =
+      ReadPage(kComplexColumnsPage, page) && page[0] == kPageDefinition &&
+      std::search(page.begin(), page.end(), kComplexColumn.begin(), kComplexColumn.end()) != page.end();
+  return isAce ? kAce : kJet4;
 }
 
 void CSource::ReadFacts() {
   m_facts = {};
   m_facts.isJet3 = m_layout->isJet3;
   m_facts.pageSize = m_layout->pageSize;
-  m_facts.versionByte = m_header[kHeaderVersion];
+  m_facts.versionByte = TellVersion();
+  m_facts.movedPages = m_evidence.movedPages;
+  m_facts.otherStarts = m_evidence.otherStarts;
   m_facts.start = m_pages.GetStart();
   m_facts.length = m_pages.GetLength();
   m_facts.pageCount = GetPageCount();

@@ -13,9 +13,11 @@
 #include <string>
 
 #include "engine/FreePageMap.h"
+#include "engine/PageEvidence.h"
 #include "engine/PageReader.h"
 #include "format/Layout.h"
 #include "model/AccessData.h"
+#include "model/RecoveryRules.h"
 
 namespace tolvane {
 
@@ -25,7 +27,10 @@ class CSource {
   static constexpr size_t kHeaderBytes = kHeaderEncryptionLength + 8;
   using Header = std::array<uint8_t, kHeaderBytes>;
 
-  CSource() = default;
+  // The rules outlive the source. `wantedStart`: where the database begins that is meant, in a file that
+  // holds several; 0 takes the first one.
+  explicit CSource(const SRecoveryRules& rules = kStandardRules, uint64_t wantedStart = 0)
+      : m_rules(rules), m_wantedStart(wantedStart) {}
   CSource(const CSource&) = delete;
   CSource& operator=(const CSource&) = delete;
 
@@ -54,12 +59,17 @@ class CSource {
   [[nodiscard]] const CFreePageMap& GetFreePages();
 
  private:
+  void FindPages();
   void ReadHeader();
   void ReadFacts();
+  [[nodiscard]] uint8_t TellVersion();
 
+  const SRecoveryRules& m_rules;
+  uint64_t m_wantedStart;
   std::u16string m_path;
   CPageReader m_pages;
   const SLayout* m_layout = &kLayoutJet3;
+  SPageEvidence m_evidence;  // only where the rules ask for it
   Header m_header{};
   SSourceFacts m_facts;
   std::optional<CFreePageMap> m_freePages;  // nothing until somebody asks

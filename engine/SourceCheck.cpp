@@ -64,7 +64,7 @@ std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
 SSourceVerdict Judge(CSource& source) {
   const uint64_t length = source.GetPages().GetLength();
   if (length == 0) return {ESourceState::Empty, u"The file is empty."};
-  const bool saysJet3 = source.GetHeader()[kHeaderVersion] == 0;
+  const bool saysJet3 = source.GetFacts().versionByte == 0;
   const uint32_t pageSize = (saysJet3 ? kLayoutJet3 : kLayoutJet4).pageSize;
   if (length < pageSize) return {ESourceState::TooShort, u"The file is shorter than one page of a database."};
   if (const std::u16string_view scheme = EncryptionScheme(source, pageSize); !scheme.empty())

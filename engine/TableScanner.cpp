@@ -105,6 +105,13 @@ bool IsOrphan(std::span<const uint8_t> page) {
   return owner != kOwnerLongValues && owner != kOwnerMaps && owner != kGlobalMapPage;
 }
 
+// Neither a page of any type nor one that was never written.
+bool HasNoHead(std::span<const uint8_t> page, uint64_t number) {
+  const bool hasType = page[1] == kPageFormatted && page[0] >= kPageData && page[0] <= kPageEmptiedData;
+  if (number == 0 || hasType) return false;
+  return std::any_of(page.begin(), page.end(), [](uint8_t byte) { return byte != 0; });
+}
+
 }  // namespace
 
 // Whether owner pages still look like definitions. One page is read for each owner that is a candidate.
@@ -202,19 +209,21 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
 }
 
 CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, uint64_t offset,
-                                                COwners& owners) {
+                                                COwners& owners, const CTemplateMatch& match) {
   if (!IsDataPage(page)) return EOwner::None;
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
   if (!owners.IsPossible(owner)) return EOwner::Impossible;
-  const uint64_t definition = owners.OffsetOf(owner);
+  const uint64_t definition = owners.OffsetOf(match.DefinitionOf(owner));
   if (data.GetTables().FindTable(definition) == nullptr) return EOwner::Unknown;
   if (!owners.IsDefinition(owner)) return EOwner::Unknown;
   data.GetTables().CreditDataPage(offset, definition);
   return EOwner::Known;
 }
 
-void CTableScanner::ScanDataPages(CAccessData& data, CSource& source) const {
-  if (!source.IsOpen()) return;
+std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSource& source,
+                                                        const CTemplateMatch& match) const {
+  std::vector<SHomelessPage> homeless;
+  if (!source.IsOpen()) return homeless;
   const SLayout& layout = source.GetLayout();
   const CFreePageMap& freePages = source.GetFreePages();
   COwners owners(source, m_rules);
@@ -226,26 +235,40 @@ void CTableScanner::ScanDataPages(CAccessData& data, CSource& source) const {
 
   std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < pageCount; number++) {
-    if (!IsRunning()) return;
+    if (!IsRunning()) return homeless;
     const uint64_t offset = number * layout.pageSize;
     progress.IncrementPos();
     const bool isRead = source.ReadPage(number, page);
     if (!isRead) Count(data, EDamage::UnreadablePage, number);
     if (!isRead && !m_rules.unreadablePageKeepsPrevious) continue;
     const bool isFree = freePages.IsFree(number);
-    if (isFree && !m_rules.creditFreedPages) continue;
-    const EOwner owner = CreditPage(data, page, offset, owners);
+    if (isFree && !m_rules.creditFreedPages) {
+      if (m_rules.adoptOrphanPages && IsDataPage(page))
+        homeless.push_back({static_cast<uint32_t>(number), SHomelessPage::EReason::Free});
+      continue;
+    }
+    const EOwner owner = CreditPage(data, page, offset, owners, match);
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
-    if (isRead && isLost && !isFree && IsOrphan(page)) Count(data, EDamage::OrphanDataPage, number);
+    const bool isOrphan = isRead && isLost && !isFree && IsOrphan(page);
+    if (m_rules.adoptOrphanPages && (isOrphan || HasNoHead(page, number)))
+      homeless.push_back({static_cast<uint32_t>(number),
+                          isOrphan ? SHomelessPage::EReason::NoOwner : SHomelessPage::EReason::NoHead});
+    else if (isOrphan)
+      Count(data, EDamage::OrphanDataPage, number);
     if (layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
   }
   const SSourceFacts& facts = source.GetFacts();
   if (facts.start != 0) Count(data, EDamage::LeadingBytes, 0, facts.start);
+  if (facts.movedPages != 0)
+    Count(data, EDamage::MovedPages, pageCount - std::min(facts.movedPages, pageCount), facts.movedPages);
+  for (const uint64_t start : facts.otherStarts)
+    Count(data, EDamage::OtherDatabase, (start - facts.start) / layout.pageSize);
   if (const uint64_t rest = facts.length % layout.pageSize; rest != 0)
     Count(data, EDamage::PartialPage, pageCount, rest);
   status.Flush();
   progress.SetPos(progress.GetMax());
   CDisplayPause::Instance().Pause();
+  return homeless;
 }
 
 }  // namespace tolvane

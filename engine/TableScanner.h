@@ -7,8 +7,11 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
+#include "engine/PageClaims.h"
 #include "engine/Source.h"
+#include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 
@@ -24,8 +27,10 @@ class CTableScanner {
   // Removes candidates that another candidate names as its next page; of a ring one stays. Nothing at all is
   // removed when one of them lies beyond the end of the file.
   void DropContinuationDefinitions(CAccessData& data, CSource& definitions) const;
-  // Step 2. Credits each data page of the damaged file to the candidate that owns it.
-  void ScanDataPages(CAccessData& data, CSource& source) const;
+  // Step 2. Credits each data page of the damaged file to the candidate that owns it. Where the rules have
+  // pages adopted, those without a home are handed back instead of being counted.
+  std::vector<SHomelessPage> ScanDataPages(CAccessData& data, CSource& source,
+                                           const CTemplateMatch& match = {}) const;
 
  private:
   class COwners;
@@ -33,7 +38,8 @@ class CTableScanner {
   enum class EOwner : uint8_t { None, Impossible, Unknown, Known };
 
   [[nodiscard]] bool StartsTable(Page page, const SLayout& layout) const;
-  static EOwner CreditPage(CAccessData& data, Page page, uint64_t offset, COwners& owners);
+  static EOwner CreditPage(CAccessData& data, Page page, uint64_t offset, COwners& owners,
+                           const CTemplateMatch& match);
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
 
   const SRecoveryRules& m_rules;

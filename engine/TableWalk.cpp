@@ -18,15 +18,19 @@ constexpr size_t kPageYield = 8;
 constexpr uint64_t kMovedYield = 8;
 constexpr uint64_t kMovedBase = uint64_t{16} << 20;
 
+// Pages of a table that are looked at to learn what its rows are like.
+constexpr size_t kPagesLearned = 64;
+
 constexpr uint64_t kNoPage = ~uint64_t{0};
 
 }  // namespace
 
-CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data)
+CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data, CPageClaims& claims)
     : m_layout(source.GetLayout()),
       m_rules(rules),
       m_reader(source.GetPages()),
       m_data(data),
+      m_claims(claims),
       m_dataFile(data.GetWorkFolder()),
       m_sideFile(data.GetWorkFolder(), m_dataFile),
       m_longValues(m_reader, m_layout, rules),
@@ -44,15 +48,18 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   m_rows = 0;
   m_claimed.clear();
   m_hidden.clear();
+  m_unsoundPages.clear();
+  m_claimedOffsets.clear();
   std::fill(m_page.begin(), m_page.end(), uint8_t{0});
   m_fields.SetTable(table, m_data.source.codePage);
   table.promisedRows = table.header.rowCount;
+  LearnRows();
 
   bool isRunning = true;
   m_objectFile.Start(table.GetObjectFilePath());
   try {
     if (m_dataFile.CreateDataFile(table.GetDefinitionOffset()))
-      isRunning = WalkPages() && DecodeUnclaimedRows();
+      isRunning = WalkPages() && AdoptPages() && RebuildPages() && DecodeUnclaimedRows();
     else
       GiveUp(SystemMessage(m_dataFile.GetLastErrorCode()));
     m_dataFile.CloseDataFile();
@@ -81,6 +88,7 @@ bool CTableWalk::WalkPages() {
 
 // False: the run was stopped.
 bool CTableWalk::CutPage() {
+  if (m_profile) return CutExactPage();
   const uint32_t count = CDataReader::ReadUInt16(&m_page[m_layout.data.slotCount]);
   const auto slotsOnPage = m_layout.data.MaximumSlots(m_layout.pageSize);
   if (count > slotsOnPage) Count(EDamage::BrokenPage, -1);
@@ -112,6 +120,96 @@ bool CTableWalk::CutPage() {
   return true;
 }
 
+// Some pages, spread over all of the table's, tell what its rows look like.
+void CTableWalk::LearnRows() {
+  m_profile.reset();
+  if (!m_rules.rowsMatchDefinition) return;
+  m_profile.emplace(*m_table, m_layout, m_fields.GetShape());
+  const size_t count = m_table->dataPages.GetCount();
+  const size_t step = count / kPagesLearned + 1;
+  for (auto page = m_table->dataPages.begin(); page < m_table->dataPages.end();) {
+    if (m_reader.ReadPage(*page, m_target)) LearnPage();
+    page += std::min<ptrdiff_t>(static_cast<ptrdiff_t>(step), m_table->dataPages.end() - page);
+  }
+  m_targetOffset = kNoPage;
+  m_profile->Conclude();
+}
+
+void CTableWalk::LearnPage() {
+  const Bytes page = m_target;
+  const uint32_t count = std::min<uint32_t>(CDataReader::ReadUInt16(&page[m_layout.data.slotCount]),
+                                            m_layout.data.MaximumSlots(m_layout.pageSize));
+  size_t end = page.size();
+  for (uint32_t slot = 0; slot < count; slot++) {
+    const uint16_t word = *ReadSlot(page, m_layout, slot);
+    const size_t start = word & m_rules.rowStartMask;
+    const auto row = RowBetween(page, m_layout, slot, start, end);
+    if (row && (word & (kSlotHidden | kSlotPointer)) == 0) m_profile->Learn(m_frame, *row);
+    end = start;
+  }
+}
+
+bool CTableWalk::CutExactPage() {
+  if (!AreSlotsSound(m_page, m_layout)) {
+    m_unsoundPages.push_back(m_offset);
+    return true;
+  }
+  for (const SPageRow& row : RowsOfSlots(m_page, m_layout))
+    if (!TakeRow(row)) return false;
+  return true;
+}
+
+// Pages whose heads do not say that they are the table's. False: the run was stopped.
+bool CTableWalk::AdoptPages() {
+  if (!m_profile) return true;
+  for (const uint32_t page : m_claims.PagesOf(*m_table)) {
+    m_offset = uint64_t{page} * m_layout.pageSize;
+    if (!m_reader.ReadPage(m_offset, m_page)) continue;
+    const bool isSound = m_page[0] == kPageData && AreSlotsSound(m_page, m_layout);
+    const uint64_t rowsBefore = m_rows;
+    if (isSound && !CutExactPage()) return false;
+    const bool hasRows =
+        isSound ? m_rows > rowsBefore : !FindRows(m_page, m_layout, *m_profile, m_frame).empty();
+    if (hasRows) m_claims.Adopt(page);
+    if (hasRows && !isSound) m_unsoundPages.push_back(m_offset);
+  }
+  return true;
+}
+
+// Last, when the bodies of moved rows that were read through a pointer are known. False: the run was stopped.
+bool CTableWalk::RebuildPages() {
+  for (const uint64_t offset : m_unsoundPages) {
+    m_offset = offset;
+    if (!m_reader.ReadPage(offset, m_page)) continue;
+    Count(EDamage::BrokenPage, -1);
+    for (SPageRow row : FindRows(m_page, m_layout, *m_profile, m_frame)) {
+      if ((row.flags & kSlotPointer) == 0) {
+        if (m_claimedOffsets.count(m_offset + row.start) != 0) continue;
+        row.flags = 0;
+      }
+      if (!TakeRow(row)) return false;
+    }
+  }
+  return true;
+}
+
+// False: the run was stopped.
+bool CTableWalk::TakeRow(const SPageRow& row) {
+  if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+  const bool isHidden = (row.flags & kSlotHidden) != 0;
+  const bool isPointer = (row.flags & kSlotPointer) != 0;
+  if (isHidden) {
+    NoteHidden(row.slot, row.flags);
+  } else if (isPointer) {
+    FollowPointer(row.slot, row.start);
+  } else if (row.start < row.end) {
+    DecodeRow(Bytes(m_page).subspan(row.start, row.end - row.start), row.slot);
+  } else {
+    Count(EDamage::RejectedRow, row.slot);
+  }
+  return true;
+}
+
 void CTableWalk::FollowPointer(uint32_t slot, size_t start) {
   if (start + kRowPointerSize > m_page.size()) {
     Count(EDamage::BrokenOverflow, slot);
@@ -124,7 +222,14 @@ void CTableWalk::FollowPointer(uint32_t slot, size_t start) {
     return;
   }
   m_movedBytesLeft -= row->size();
-  if (!m_rules.skipHiddenRows) m_claimed.insert(pointer.ToWord());
+  if (!m_rules.skipHiddenRows) {
+    // A second pointer to the same body is damage, not a second row.
+    if (!m_claimed.insert(pointer.ToWord()).second) {
+      Count(EDamage::BrokenOverflow, slot);
+      return;
+    }
+    m_claimedOffsets.insert(m_targetOffset + static_cast<size_t>(row->data() - m_target.data()));
+  }
   DecodeRow(*row, slot);
 }
 
@@ -177,7 +282,8 @@ bool CTableWalk::DecodeUnclaimedRows() {
 }
 
 void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
-  if (!m_frame.Cut(row, m_fields.GetShape())) {
+  const bool isRow = m_profile ? m_profile->Accepts(m_frame, row) : m_frame.Cut(row, m_fields.GetShape());
+  if (!isRow) {
     Count(EDamage::RejectedRow, slot);
     return;
   }

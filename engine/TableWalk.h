@@ -14,9 +14,12 @@
 #include "engine/LongValueReader.h"
 #include "engine/ObjectFile.h"
 #include "engine/OleSideFile.h"
+#include "engine/PageClaims.h"
+#include "engine/PageRows.h"
 #include "engine/PageSlot.h"
 #include "engine/RecordWriter.h"
 #include "engine/RowFrame.h"
+#include "engine/RowProfile.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
@@ -28,7 +31,7 @@ namespace tolvane {
 class CTableWalk {
  public:
   // All arguments outlive the walk; the source is open.
-  CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data);
+  CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data, CPageClaims& claims);
 
   // False: the run was stopped. A table whose data file cannot be written is logged and counted.
   bool ParseTable(CAccessTable& table);
@@ -38,6 +41,13 @@ class CTableWalk {
 
   bool WalkPages();
   bool CutPage();
+  // The same by the rules that hold rows against their definition.
+  void LearnRows();
+  void LearnPage();
+  bool CutExactPage();
+  bool RebuildPages();
+  bool AdoptPages();
+  bool TakeRow(const SPageRow& row);
   void FollowPointer(uint32_t slot, size_t start);
   std::optional<Bytes> FindMovedRow(SRowPointer pointer);
   [[nodiscard]] bool IsMovedRowOfTable(SRowPointer pointer) const;
@@ -53,6 +63,7 @@ class CTableWalk {
   const SRecoveryRules& m_rules;
   CPageReader& m_reader;
   CAccessData& m_data;
+  CPageClaims& m_claims;
   CAccessTableDataFile m_dataFile;
   COleSideFile m_sideFile;
   CObjectFile m_objectFile;
@@ -69,6 +80,11 @@ class CTableWalk {
   std::vector<uint8_t> m_target;  // page of a moved row
   uint64_t m_targetOffset;
   uint64_t m_movedBytesLeft;  // row bytes that pointers may still yield, over the run
+
+  // Only while rows are held against their definition.
+  std::optional<CRowProfile> m_profile;
+  std::vector<uint64_t> m_unsoundPages;           // whose slots cannot be true
+  std::unordered_set<uint64_t> m_claimedOffsets;  // where the bodies of moved rows start in the file
 
   // Only while hidden rows count as rows of their own.
   std::unordered_set<uint32_t> m_claimed;  // targets of pointers

@@ -23,6 +23,9 @@ struct SSourceFacts {
   uint64_t start = 0;        // bytes in front of the first page
   uint64_t length = 0;       // bytes from there on
   uint64_t pageCount = 0;    // whole pages
+  uint64_t movedPages = 0;   // that stand elsewhere than their number says
+  // Where further databases start in the file, in bytes from its first one.
+  std::vector<uint64_t> otherStarts{};
 };
 
 // Destroying it deletes the tables' data files and the OLE side files.

@@ -24,6 +24,10 @@ enum class EDamage : uint8_t {
   BrokenOverflow,    // an overflow pointer that leads to no row
   BrokenPage,        // a data page whose row count cannot be true
   MissingRows,       // the definition promises more rows than were found
+  SurplusRows,       // the definition promises fewer
+  MovedPages,        // pages that stand elsewhere than their number says
+  OtherDatabase,     // another database behind the one that was read
+  UnfitTemplate,     // rows that belong to no table of the template
   BrokenValue,       // a present value that lies outside its row
   BrokenLongValue,   // a memo or OLE value whose chain ends early
   SkippedTable,      // a table whose data file could not be written

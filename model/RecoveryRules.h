@@ -21,6 +21,12 @@ inline constexpr uint32_t kShortestDigits = 0xFFFFFFFF;
 struct SRecoveryRules {
   // --- pages ---
 
+  // Format, start and places of the pages follow from all pages together, not from the header alone.
+  bool pagesDecideFormat;
+  // A page of rows whose owner cannot be told from its head goes to the table whose maps or indexes name it.
+  bool adoptOrphanPages;
+  // Rows go to the template's table of the same name where both files name their tables and the pages differ.
+  bool templateMatchesByName;
   // A page that cannot be read leaves the previous page's bytes in the buffer and is taken for that page.
   bool unreadablePageKeepsPrevious;
   // A freed data page that still names its old owner is credited to it.
@@ -55,6 +61,11 @@ struct SRecoveryRules {
   uint16_t rowStartMask;
   // A row offset entry with bit 0x8000 is never a row of its own.
   bool skipHiddenRows;
+  // A row whose frame disagrees with its table's definition is no row, and where the slots of a page cannot
+  // be true its rows are found by their frames.
+  bool rowsMatchDefinition;
+  // More rows than a definition promises are as doubtful as fewer.
+  bool surplusRowsAreDoubtful;
   // The target of an overflow pointer is taken without a look at its own flags or its page's owner.
   bool trustOverflowTarget;
   // Rows with this many stored columns or more are rejected.
@@ -87,6 +98,9 @@ struct SRecoveryRules {
 };
 
 inline constexpr SRecoveryRules kStandardRules{
+    .pagesDecideFormat = false,
+    .adoptOrphanPages = false,
+    .templateMatchesByName = false,
     .unreadablePageKeepsPrevious = true,
     .creditFreedPages = true,
     .requireOwnerDefinition = true,
@@ -101,6 +115,8 @@ inline constexpr SRecoveryRules kStandardRules{
     .rawJet3Names = true,
     .rowStartMask = 0x0FFF,
     .skipHiddenRows = true,
+    .rowsMatchDefinition = false,
+    .surplusRowsAreDoubtful = false,
     .trustOverflowTarget = true,
     .maximumStoredColumns = 256,
     .decimalLowWordsOnly = true,
@@ -114,6 +130,9 @@ inline constexpr SRecoveryRules kStandardRules{
 };
 
 inline constexpr SRecoveryRules kExactRules{
+    .pagesDecideFormat = true,
+    .adoptOrphanPages = true,
+    .templateMatchesByName = true,
     .unreadablePageKeepsPrevious = false,
     .creditFreedPages = false,
     .requireOwnerDefinition = false,
@@ -128,6 +147,8 @@ inline constexpr SRecoveryRules kExactRules{
     .rawJet3Names = false,
     .rowStartMask = 0x1FFF,
     .skipHiddenRows = false,
+    .rowsMatchDefinition = true,
+    .surplusRowsAreDoubtful = true,
     .trustOverflowTarget = false,
     .maximumStoredColumns = 0x10000,
     .decimalLowWordsOnly = false,

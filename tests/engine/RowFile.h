@@ -92,7 +92,9 @@ class CRowTest : public CEngineTest {
     const uint32_t last = pages.empty() ? kTablePage : std::max(kTablePage, pages.rbegin()->first);
     for (uint32_t number = 0; number <= last; number++)
       file = Joined(std::move(file), pages.count(number) != 0 ? pages[number] : Bytes(layout->pageSize, 0));
-    CRecordParser(rules).ParseRecords(*data, COpenedFile(file, *layout));
+    COpenedFile source(file, *layout);
+    CPageClaims none;
+    CRecordParser(rules).ParseRecords(*data, source, none);
   }
   // The values of a table that holds only this row.
   Texts Decode(const Bytes& row) {

@@ -1,0 +1,49 @@
+// Pages of rows that cannot be told from their heads, and the tables that lay claim to them: by the map of
+// the table's pages, or by the entries of its indexes, which name page and slot of every row.
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "engine/Source.h"
+#include "model/AccessTable.h"
+
+namespace tolvane {
+
+// A page without a home, as step 2 met it.
+struct SHomelessPage {
+  enum class EReason : uint8_t {
+    NoOwner,  // a page of rows whose owner is no table
+    NoHead,   // a page without a type
+    Free,     // a table's, but the map of free pages says it is free
+  };
+  uint32_t page = 0;
+  EReason reason = EReason::NoOwner;
+};
+
+class CPageClaims {
+ public:
+  CPageClaims() = default;
+  // Looks for claims on these pages by tables whose definitions are decoded. Reads the index pages only where
+  // the maps leave a page without a claim.
+  CPageClaims(CSource& source, const CAccessTableList& tables, const std::vector<SHomelessPage>& homeless);
+
+  // Pages that the table claims, in ascending order.
+  [[nodiscard]] std::vector<uint32_t> PagesOf(const CAccessTable& table) const;
+  // Rows of the page were found in the table that claims it.
+  void Adopt(uint32_t page) { m_adopted.insert(page); }
+  [[nodiscard]] bool IsAdopted(uint32_t page) const { return m_adopted.count(page) != 0; }
+
+ private:
+  void AskMaps(CSource& source, const CAccessTableList& tables);
+  void AskIndexes(CSource& source, const CAccessTableList& tables);
+  void Claim(uint32_t page, const CAccessTable& table);
+
+  std::unordered_set<uint32_t> m_unclaimed;
+  std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_claims;
+  std::unordered_set<uint32_t> m_adopted;
+};
+
+}  // namespace tolvane

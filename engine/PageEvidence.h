@@ -1,0 +1,38 @@
+// Where the pages of a database are in a file, told by the pages themselves: their format, the first one's
+// place, and stretches that stand away from their places because bytes were put in or lost in front of them.
+//
+//   0         start                                  end of the file
+//   | foreign | page 0 | page 1 | .. xx | page 40 ... |
+//                                    ^ bytes put in: what follows is a stretch of its own
+//
+// A sound head proves a page: its free bytes, slots or marks agree with each other, which foreign bytes
+// hardly ever do. The work is linear in the length of the file; a file whose pages are where they should be
+// is not read as a whole.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "engine/PageReader.h"
+#include "format/Layout.h"
+
+namespace tolvane {
+
+// Whether the bytes are a page of that format whose head holds together; a page that was never written is
+// none. Any number of bytes.
+bool IsSoundPage(std::span<const uint8_t> page, const SLayout& layout);
+
+struct SPageEvidence {
+  const SLayout* layout = nullptr;  // null: no page proves anything
+  // In the order of the pages; at least one where there is a layout.
+  std::vector<SPageStretch> stretches;
+  uint64_t movedPages = 0;            // in stretches behind the first one
+  std::vector<uint64_t> otherStarts;  // places of further databases' headers in the file
+};
+
+// Of a file that is open and has no stretches set. `wantedStart`: the database that begins there; any is
+// taken where it is 0.
+SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart = 0);
+
+}  // namespace tolvane

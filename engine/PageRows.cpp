@@ -1,0 +1,164 @@
+#include "engine/PageRows.h"
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+
+#include "engine/DataReader.h"
+#include "engine/PageSlot.h"
+
+namespace tolvane {
+
+namespace {
+
+using Bytes = std::span<const uint8_t>;
+
+constexpr uint16_t kUnusedSlotBit = 0x2000;
+constexpr uint16_t kDeleted = kSlotHidden | kSlotPointer;
+constexpr size_t kShortestRow = 3;
+
+// What a damaged page's own words say, where they can be true.
+struct SHints {
+  std::optional<uint32_t> count;                   // of slots
+  size_t lowest = 0;                               // no row starts below
+  std::unordered_map<size_t, uint16_t> flagsOf;    // by a row's start
+  std::unordered_map<size_t, size_t> startBehind;  // start of the next slot's row, by a row's start
+};
+
+SHints ReadHints(Bytes page, const SLayout& layout) {
+  SHints hints;
+  hints.lowest = layout.data.slots;
+  const uint32_t count = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
+  if (page[0] != kPageData || count > layout.data.MaximumSlots(layout.pageSize)) return hints;
+  const size_t tableEnd = layout.data.slots + size_t{2} * count;
+  const size_t free = CDataReader::ReadUInt16(&page[kFreeBytesOffset]);
+  hints.lowest = tableEnd;
+  if (count == 0) return hints;
+  hints.count = count;
+  if (tableEnd + free <= page.size()) hints.lowest = tableEnd + free;
+  size_t before = page.size();
+  for (uint32_t slot = 0; slot < count; slot++) {
+    const uint16_t word = *ReadSlot(page, layout, slot);
+    const size_t start = word & kSlotStart;
+    if ((word & kUnusedSlotBit) != 0 || start < tableEnd || start > before) continue;
+    hints.startBehind.try_emplace(before, start);
+    if (start < before) hints.flagsOf[start] = word & kDeleted;
+    before = start;
+  }
+  return hints;
+}
+
+class CRowFinder {
+ public:
+  CRowFinder(Bytes page, const SLayout& layout, const CRowProfile& profile, CRowFrame& frame)
+      : m_page(page), m_layout(layout), m_profile(profile), m_frame(frame), m_hints(ReadHints(page, layout)) {
+    NoteStarts();
+  }
+
+  std::vector<SPageRow> Find() {
+    std::vector<SPageRow> rows;
+    size_t end = m_page.size();
+    uint32_t passed = 0;  // stretches that a slot stands for
+    while (end >= m_hints.lowest + kShortestRow && !(m_hints.count && passed >= *m_hints.count)) {
+      const auto stretch = StretchBefore(end);
+      if (!stretch) {
+        end--;
+        continue;
+      }
+      if (stretch->flags != kDeleted) {
+        rows.push_back(*stretch);
+        rows.back().slot = passed;
+      }
+      passed++;
+      end = stretch->start;
+    }
+    return rows;
+  }
+
+ private:
+  // Where a row may start: where the bytes state one of the numbers of columns.
+  void NoteStarts() {
+    const uint32_t width = m_layout.row.countSize;
+    for (size_t at = m_hints.lowest; at + width <= m_page.size(); at++) {
+      const uint32_t count = width == 1 ? m_page[at] : CDataReader::ReadUInt16(&m_page[at]);
+      const auto& counts = m_profile.GetColumnCounts();
+      if (std::find(counts.begin(), counts.end(), count) != counts.end()) m_starts.push_back(at);
+    }
+  }
+
+  std::optional<SPageRow> StretchBefore(size_t end) {
+    const auto hint = m_hints.startBehind.find(end);
+    const size_t hinted = hint != m_hints.startBehind.end() ? hint->second : end;
+    if (hinted < end && IsRow(hinted, end)) return SPageRow{0, hinted, end, FlagsOf(hinted)};
+    if (const auto start = FindStart(end)) return SPageRow{0, *start, end, FlagsOf(*start)};
+    if (hinted < end && hinted >= m_hints.lowest && (FlagsOf(hinted) & kSlotPointer) != 0)
+      return SPageRow{0, hinted, end, FlagsOf(hinted)};
+    return std::nullopt;
+  }
+
+  [[nodiscard]] uint16_t FlagsOf(size_t start) const {
+    const auto found = m_hints.flagsOf.find(start);
+    return found != m_hints.flagsOf.end() ? found->second : uint16_t{0};
+  }
+
+  // The nearest start whose row ends there.
+  std::optional<size_t> FindStart(size_t end) {
+    for (auto at = std::lower_bound(m_starts.begin(), m_starts.end(), end); at != m_starts.begin();) {
+      const size_t start = *--at;
+      if (m_triesLeft == 0) return std::nullopt;
+      m_triesLeft--;
+      if (IsRow(start, end)) return start;
+    }
+    return std::nullopt;
+  }
+
+  bool IsRow(size_t start, size_t end) {
+    return start >= m_hints.lowest && m_profile.Recognises(m_frame, m_page.subspan(start, end - start));
+  }
+
+  // A page full of a row's first bytes must not cost the square of its size.
+  static constexpr size_t kMostTries = size_t{1} << 17;
+
+  Bytes m_page;
+  const SLayout& m_layout;
+  const CRowProfile& m_profile;
+  CRowFrame& m_frame;
+  SHints m_hints;
+  std::vector<size_t> m_starts;
+  size_t m_triesLeft = kMostTries;
+};
+
+}  // namespace
+
+bool AreSlotsSound(Bytes page, const SLayout& layout) {
+  const uint32_t count = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
+  if (count > layout.data.MaximumSlots(layout.pageSize)) return false;
+  const size_t tableEnd = layout.data.slots + size_t{2} * count;
+  size_t lowest = page.size();
+  for (uint32_t slot = 0; slot < count; slot++) {
+    const uint16_t word = *ReadSlot(page, layout, slot);
+    const size_t start = word & kSlotStart;
+    if (start > lowest || start < tableEnd || (word & kUnusedSlotBit) != 0) return false;
+    lowest = start;
+  }
+  return CDataReader::ReadUInt16(&page[kFreeBytesOffset]) == lowest - tableEnd;
+}
+
+std::vector<SPageRow> RowsOfSlots(Bytes page, const SLayout& layout) {
+  std::vector<SPageRow> rows(CDataReader::ReadUInt16(&page[layout.data.slotCount]));
+  size_t end = page.size();
+  for (uint32_t slot = 0; slot < rows.size(); slot++) {
+    const uint16_t word = *ReadSlot(page, layout, slot);
+    const size_t start = word & kSlotStart;
+    rows[slot] = {slot, start, end, static_cast<uint16_t>(word & kDeleted)};
+    end = start;
+  }
+  return rows;
+}
+
+std::vector<SPageRow> FindRows(Bytes page, const SLayout& layout, const CRowProfile& profile,
+                               CRowFrame& frame) {
+  return CRowFinder(page, layout, profile, frame).Find();
+}
+
+}  // namespace tolvane

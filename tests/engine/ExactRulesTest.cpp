@@ -1,0 +1,174 @@
+// Files as the exact rules read them: pages, not one byte, decide, and a row is held against its definition.
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "engine/AccessRepair.h"
+#include "store/FileNameManager.h"
+#include "tests/engine/EngineTest.h"
+
+namespace tolvane {
+
+namespace {
+
+class ExactRules : public CAllFormats {
+ protected:
+  static constexpr uint32_t kRows = 40;
+
+  // A table "People" with two pages of rows, a map of its pages, and its row in the catalogue.
+  ExactRules() {
+    STableSpec people = SmallTable();
+    people.rowCount = kRows;
+    table = file.AddTable(people);
+    for (uint32_t page = 0; page < 2; page++) rows.push_back(file.AddDataPage(table, RowsOfPage(page)));
+    Bytes map(layout.isJet3 ? 133 : 69);
+    for (const uint32_t page : rows) map[5 + page / 8] |= static_cast<uint8_t>(1u << page % 8);
+    const uint32_t maps = file.AddDataPage(kOwnerMaps, {{map}});
+    file.Page(table).Put32(layout.definition.ownedMap, maps << 8);
+    file.AddCatalogueRow(table, u"People", 1);
+  }
+
+  [[nodiscard]] std::vector<SRowSpec> RowsOfPage(uint32_t page) const {
+    std::vector<SRowSpec> specs;
+    for (uint32_t i = page * kRows / 2; i < (page + 1) * kRows / 2; i++)
+      specs.push_back({SmallRow(layout, i, u"Name " + ToDecimal(uint64_t{i}))});
+    return specs;
+  }
+
+  // Rows of "People"; nothing when there is no such table.
+  std::optional<uint32_t> Repair(std::span<const uint8_t> bytes, const SRecoveryRules& rules = kExactRules) {
+    const CTempFile source(bytes);
+    CAccessRepair repair(rules);
+    repair.Repair(source.GetPath(), u"", source.GetPath());
+    data = repair.TakeData();
+    const CAccessTable* const people = TableNamed(*data, u"People");
+    if (people == nullptr) return std::nullopt;
+    return people->header.rowCount;
+  }
+  [[nodiscard]] uint64_t Lost(EDamage kind) const { return data->GetLedger().GetCount(kind); }
+
+  CDatabaseBuilder file{layout};
+  uint32_t table = 0;
+  std::vector<uint32_t> rows;
+  std::unique_ptr<CAccessData> data;
+};
+INSTANTIATE_TEST_SUITE_P(Formats, ExactRules, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
+
+TEST_P(ExactRules, AFirstPageOfAnyBytesCostsNothing) {
+  const Bytes sound = file.Build();
+  EXPECT_EQ(Repair(sound), kRows);
+  EXPECT_TRUE(data->GetLedger().IsClean());
+  for (const uint8_t value : {uint8_t{0}, uint8_t{1}, uint8_t{0xA7}}) {
+    Bytes bytes = sound;
+    std::fill_n(bytes.begin(), layout.pageSize, value);
+    EXPECT_EQ(Repair(bytes), kRows) << int{value};
+    EXPECT_EQ(data->source.isJet3, layout.isJet3);
+  }
+  for (const int version : {1, 9, 255}) {
+    Bytes bytes = sound;
+    bytes[kHeaderVersion] = static_cast<uint8_t>(version);
+    EXPECT_EQ(Repair(bytes), kRows) << version;
+  }
+}
+
+TEST_P(ExactRules, ADatabaseIsFoundAnywhereInAFile) {
+  const Bytes sound = file.Build();
+  for (const size_t inFront : {size_t{1}, size_t{777}, size_t{3} << 20}) {
+    Bytes bytes(inFront, 0xAB);
+    bytes.insert(bytes.end(), sound.begin(), sound.end());
+    EXPECT_EQ(Repair(bytes), kRows) << inFront;
+    EXPECT_EQ(Lost(EDamage::LeadingBytes), inFront);
+  }
+  // Of two, in step or not, the first is read and the other told.
+  for (const size_t between : {size_t{0}, size_t{100}}) {
+    Bytes bytes = sound;
+    bytes.resize(bytes.size() + between, 0x55);
+    bytes.insert(bytes.end(), sound.begin(), sound.end());
+    EXPECT_EQ(Repair(bytes), kRows) << between;
+    EXPECT_EQ(Lost(EDamage::OtherDatabase), 1u);
+    const CTempFile both(bytes);
+    CSource second(kExactRules, sound.size() + between);
+    ASSERT_TRUE(second.Open(both.GetPath()));
+    EXPECT_EQ(second.GetFacts().start, sound.size() + between);
+  }
+}
+
+TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
+  const Bytes sound = file.Build();
+  // Inside a page that nothing needs.
+  const auto at = static_cast<ptrdiff_t>(file.OffsetOf(3) + 50);
+  Bytes longer = sound;
+  longer.insert(longer.begin() + at, 333, 0xCD);
+  EXPECT_EQ(Repair(longer), kRows);
+  EXPECT_GT(Lost(EDamage::MovedPages), 0u);
+  Bytes shorter = sound;
+  shorter.erase(shorter.begin() + at, shorter.begin() + at + 333);
+  EXPECT_EQ(Repair(shorter), kRows);
+  // Whole pages, too: owners tell the numbers.
+  Bytes missing = sound;
+  missing.erase(missing.begin() + at, missing.begin() + at + 10 + layout.pageSize);
+  EXPECT_EQ(Repair(missing), kRows);
+}
+
+TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
+  for (uint32_t slot = 0; slot < kRows / 2; slot++)
+    file.Page(rows[0]).Put16(layout.data.slots + 2 * slot, 0x1234 + slot * 977);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::BrokenPage), 1u);
+  EXPECT_EQ(Lost(EDamage::MissingRows), 0u);
+}
+
+TEST_P(ExactRules, PagesWithoutAHeadGoToTheTableWhoseMapNamesThem) {
+  file.Page(rows[0]).Put32(kOwnerOffset, 0x00123456);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::OrphanDataPage), 0u);
+  file.Page(rows[0]).PutBytes(0, Bytes(layout.data.slots, 0xEE));
+  EXPECT_EQ(Repair(file.Build()), kRows);
+}
+
+TEST_P(ExactRules, RowsOfAnotherShapeAreNone) {
+  STableSpec other;
+  other.AddFixed(u"A", kTypeLong, 4).AddFixed(u"B", kTypeLong, 4).AddVariable(u"C", kTypeText, 50);
+  const Bytes row = MakeRow(other, layout, {Little(1, 4), Little(2, 4), StoredText(u"stale", layout)});
+  file.AddDataPage(table, {{row}, {row}});
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::RejectedRow), 2u);
+  EXPECT_EQ(Lost(EDamage::SurplusRows), 0u);
+  file.AddDataPage(table, {{SmallRow(layout, 99, u"one too many")}});
+  EXPECT_EQ(Repair(file.Build()), kRows + 1);
+  EXPECT_EQ(Lost(EDamage::SurplusRows), 1u);
+}
+
+TEST_P(ExactRules, ATemplateNeedsNothingOfTheDamagedDefinitions) {
+  const CTempFile healthy(file.Build());
+  const auto withTemplate = [&](const Bytes& bytes) {
+    const CTempFile damaged(bytes);
+    CAccessRepair repair(kExactRules);
+    repair.Repair(damaged.GetPath(), u"", healthy.GetPath());
+    data = repair.TakeData();
+    const CAccessTable* const people = TableNamed(*data, u"People");
+    return people != nullptr ? people->header.rowCount : 0;
+  };
+  file.Page(table).Fill(0);
+  EXPECT_EQ(withTemplate(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::UnfitTemplate), 0u);
+  // A file of the same tables on other pages.
+  CDatabaseBuilder other(layout);
+  other.AddPage();
+  const uint32_t moved = other.AddTable(SmallTable());
+  other.AddDataPage(moved, RowsOfPage(0));
+  other.AddCatalogueRow(moved, u"People", 1);
+  other.Page(moved).Fill(0);
+  EXPECT_EQ(withTemplate(other.Build()), kRows / 2);
+  // And one of other tables.
+  CDatabaseBuilder foreign(layout);
+  while (foreign.GetPageCount() < 30) foreign.AddPage();
+  foreign.AddDataPage(25, RowsOfPage(0));
+  EXPECT_EQ(withTemplate(foreign.Build()), 0u);
+  EXPECT_EQ(Lost(EDamage::UnfitTemplate), 1u);
+}
+
+}  // namespace
+
+}  // namespace tolvane
