@@ -49,7 +49,7 @@ build() { cmake -S "$root" --preset "$1" "${@:2}" && ninja -C "$root/build/$1" -
 
 sources() {
   local folder
-  for folder in platform app query store model engine writer checker cli; do
+  for folder in format platform status query store model render engine dao writer embedded checker app cli; do
     [ ! -d "$root/$folder" ] || find "$root/$folder" -name '*.cpp' ! -name '*_win.cpp' ! -path '*/automation/*'
   done | sort
 }
@@ -64,6 +64,13 @@ check_tidy() {
   mapfile -t files < <(sources)
   (cd "$root" && run-clang-tidy -quiet -j "$jobs" -p build/clang "${files[@]}")
 }
+
+# The fast tests of a build that is not optimised: what inlining hides shows there.
+test_build() { ctest --test-dir "$root/build/$1" -j "$jobs" -LE slow --no-tests=error; }
+
+# The debug build's objects hold what the linker needs to compare the types of all files: two of one name are an
+# error.
+check_odr() { ninja -C "$root/build/debug" tolvane_odr; }
 
 test_sanitizers() {
   ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
@@ -119,7 +126,11 @@ fi
 
 failed=0
 stage format check_format || failed=1
+stage debug build debug -DTOLVANE_ODR=ON || failed=1
+stage debug-tests test_build debug || failed=1
+stage odr check_odr || failed=1
 stage clang build clang || failed=1
+stage clang-tests test_build clang || failed=1
 stage tidy check_tidy || failed=1
 stage sanitizers build sanitizers || failed=1
 stage sanitizer-tests test_sanitizers || failed=1

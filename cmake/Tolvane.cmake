@@ -27,6 +27,12 @@ if(TOLVANE_SANITIZE)
   endif()
 endif()
 
+# Objects that carry the types of their source, for the program tolvane_odr, which is linked to compare them.
+if(TOLVANE_ODR)
+  target_compile_options(tolvane_options INTERFACE -flto -ffat-lto-objects)
+  target_link_options(tolvane_options INTERFACE $<IF:$<BOOL:$<TARGET_PROPERTY:TOLVANE_COMPARES_TYPES>>,-flto=auto,-fno-lto>)
+endif()
+
 if(TOLVANE_FUZZ)
   set(_fuzz -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_options(tolvane_options INTERFACE ${_fuzz})
@@ -42,6 +48,14 @@ if(TOLVANE_PCH)
     <memory> <mutex> <optional> <set> <span> <string> <string_view> <unordered_map> <unordered_set> <utility> <vector>)
 endif()
 
+# The release build compiles several sources of a folder as one; these share a private name with another.
+set(TOLVANE_ALONE
+  checker/QueryCheck.cpp
+  engine/FieldDecoder.cpp engine/TableScanner.cpp engine/TableWalk.cpp
+  platform/CodePage_posix.cpp platform/WriteWorker_posix.cpp
+  store/ValueStream.cpp
+  writer/QuerySaver.cpp writer/RelationSaver.cpp writer/TableBuilder.cpp)
+
 # tolvane_library(NAME SOURCES file... LINKS target...)
 # One static library a folder, linked only to the folders that it may include.
 function(tolvane_library name)
@@ -50,6 +64,15 @@ function(tolvane_library name)
   target_link_libraries(tolvane_${name} PUBLIC tolvane_options ${arg_LINKS})
   if(TOLVANE_PCH)
     target_precompile_headers(tolvane_${name} REUSE_FROM tolvane_standard)
+  endif()
+  if(TOLVANE_UNITY)
+    set_target_properties(tolvane_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+    file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    foreach(source ${arg_SOURCES})
+      if("${folder}/${source}" IN_LIST TOLVANE_ALONE)
+        set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+      endif()
+    endforeach()
   endif()
   set_property(GLOBAL APPEND PROPERTY TOLVANE_SOURCES ${arg_SOURCES})
 endfunction()

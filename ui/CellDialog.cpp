@@ -3,8 +3,8 @@
 #include "platform/Wide_win.h"
 #include "ui/Clipboard.h"
 #include "ui/Resource.h"
+#include "ui/win/Area.h"
 #include "ui/win/Dpi.h"
-#include "ui/win/Layout.h"
 
 namespace tolvane {
 

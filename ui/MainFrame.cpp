@@ -16,8 +16,8 @@
 #include "ui/DlgSettings.h"
 #include "ui/Resource.h"
 #include "ui/StartRecoverDlg.h"
+#include "ui/win/Area.h"
 #include "ui/win/Dialog.h"
-#include "ui/win/Layout.h"
 
 namespace tolvane {
 

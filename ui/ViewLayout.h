@@ -6,9 +6,9 @@
 #include <string>
 
 #include "app/ShowPageState.h"
+#include "ui/win/Area.h"
 #include "ui/win/Dpi.h"
 #include "ui/win/Fonts.h"
-#include "ui/win/Layout.h"
 
 namespace tolvane {
 

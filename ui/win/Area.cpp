@@ -1,4 +1,4 @@
-#include "ui/win/Layout.h"
+#include "ui/win/Area.h"
 
 #include <algorithm>
 
