@@ -10,10 +10,9 @@
 #include "checker/CheckContext.h"
 #include "checker/CheckedTable.h"
 #include "checker/RowView.h"
+#include "embedded/SystemTables.h"
 
 namespace tolvane {
-
-inline constexpr int16_t kObjectLinkedOdbc = 4, kObjectLinkedAccess = 6;
 
 struct SCheckedObject {
   uint32_t id = 0, parent = 0;

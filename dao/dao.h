@@ -64,6 +64,11 @@ struct [[nodiscard]] CDaoResult {
   static CDaoResult Ok() { return {}; }
 };
 
+// What an implementation answers that does not have the operation.
+inline CDaoResult NotSupported() {
+  return {EDaoError::NotSupported, u"The database engine does not offer this."};
+}
+
 // Field types that the writer asks for.
 enum EDaoType : int16_t {
   kDaoBoolean = 1,
@@ -145,6 +150,22 @@ struct CDaoFieldInfo {
   uint32_t sortOrder = 0;
   // AutoNumber and complex fields: the last number given out; records raise it.
   int32_t lastNumber = 0;
+  // A calculated field: what its values follow from. Its values are stored as they are set.
+  std::u16string expression = {};
+  // Memo: earlier versions of a value are kept, see OpenComplexRecordset.
+  bool keepsHistory = false;
+  std::vector<CDaoProperty> properties = {};
+  std::vector<CDaoProperty> valueProperties = {};  // complex field: of the values themselves
+};
+
+// A table of another database or server, of which only the way there is stored.
+struct CDaoLinkInfo {
+  bool isOdbc = false;
+  std::u16string source;                // the table's name there
+  std::u16string database;              // the file; a server's is part of `connect`
+  std::u16string connect;               // without its "ODBC;" for servers
+  std::vector<uint8_t> shortInfo = {};  // what an engine remembers of the server, as stored
+  std::vector<uint8_t> longInfo = {};
 };
 
 struct CDaoIndexFieldInfo {
@@ -204,6 +225,11 @@ class CDaoTableDef {
                                  int32_t attributes) = 0;
   virtual CDaoResult CreateField(const CDaoFieldInfo& field) = 0;
   virtual CDaoResult CreateIndex(const CDaoIndexInfo& index) = 0;
+  // Of the table itself. The fields' come with their fields.
+  virtual CDaoResult SetProperties(std::span<const CDaoProperty>) { return NotSupported(); }
+  // Makes the table a link. A table of a server has fields, and may have indexes, as far as they are known;
+  // one of a file has none.
+  virtual CDaoResult SetLink(const CDaoLinkInfo&) { return NotSupported(); }
   virtual CDaoResult Append() = 0;
   virtual void Close() = 0;
 };
@@ -235,6 +261,23 @@ class CDaoDatabase {
                                     std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) = 0;
   // `sql` is "SELECT * FROM [table]".
   virtual CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) = 0;
+  // The values of all records in a complex field, or the versions of a memo that keeps them: one record a
+  // value. Its fields are, by index:
+  //   values        Value, number of this record (counted by itself), key
+  //   attachments   FileData, FileFlags, FileName, FileTimeStamp, FileType, FileURL, number, key
+  //   versions      the memo, date, number, key
+  // The key is what the complex field of a record holds; records that are given none get numbers of their
+  // own.
+  virtual CDaoResult OpenComplexRecordset(std::u16string_view, std::u16string_view,
+                                          std::unique_ptr<CDaoRecordset>& recordset) {
+    recordset.reset();
+    return NotSupported();
+  }
+  // Of the database itself ("MSysDb"), which must be set before there are other objects, or of one of its
+  // documents ("SummaryInfo", "UserDefined").
+  virtual CDaoResult SetProperties(std::u16string_view, std::span<const CDaoProperty>) {
+    return NotSupported();
+  }
   // The rows are stored as they stand; an implementation that takes statements renders them. Ok may carry a
   // text: how the query was stored when not as it was given.
   virtual CDaoResult CreateQuery(const SSavedQuery& query) = 0;

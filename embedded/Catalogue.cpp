@@ -16,6 +16,9 @@ namespace {
 
 // Full access; what containers hand on to new objects by default.
 constexpr uint32_t kFullAccess = 0xFFFFF;
+// What everybody has to the tables behind complex columns.
+constexpr uint32_t kHiddenAccess = 0xFFEFF;
+constexpr std::u16string_view kDatabaseName = u"MSysDb";
 // What the owner of a relation has.
 constexpr uint32_t kRelationAccess = 0xF00FE;
 
@@ -42,13 +45,13 @@ CDaoResult CCatalogue::Create(const SHeaderPage& header) {
   if (CDaoResult result = CreateCatalogueTables(header.order); !result.IsOk()) return result;
   if (CDaoResult result = LoadTables(); !result.IsOk()) return result;
   for (const SSystemObject& object : GetSystemObjects())
-    if (CDaoResult result = AddObject(object, header.creationDate); !result.IsOk()) return result;
+    if (CDaoResult result = AddObject(object, header.creationDate, {}); !result.IsOk()) return result;
   // The first rows of the catalogue have their page by now, as in files of the original engine.
   if (CDaoResult result = CreateComplexTables(header.order); !result.IsOk()) return result;
   for (const SSystemTable& table : GetSystemTables(m_file.GetLayout()).subspan(kCatalogueTableCount)) {
     const SSystemObject object{table.page,   kContainerTables, table.name,
                                kObjectTable, EAccount::None,   table.objectFlags};
-    if (CDaoResult result = AddObject(object, header.creationDate); !result.IsOk()) return result;
+    if (CDaoResult result = AddObject(object, header.creationDate, {}); !result.IsOk()) return result;
   }
   for (const SSystemAce& ace : GetSystemAces(m_file.GetLayout()))
     if (CDaoResult result = AddAce(ace); !result.IsOk()) return result;
@@ -69,9 +72,9 @@ CDaoResult CCatalogue::LoadComplexColumns() {
   if (!m_file.GetLayout().hasComplexColumns) return CDaoResult::Ok();
   m_complexColumns = std::make_unique<CTableStore>(m_file, kComplexColumnsPage);
   if (CDaoResult result = m_complexColumns->Load(); !result.IsOk()) return result;
-  return IsSystemTable(m_file.GetLayout(), kCatalogueTableCount, m_complexColumns->GetDefinition())
-             ? CDaoResult::Ok()
-             : OtherProgram();
+  if (!IsSystemTable(m_file.GetLayout(), kCatalogueTableCount, m_complexColumns->GetDefinition()))
+    return OtherProgram();
+  return LoadComplexPlaces();
 }
 
 // Engines put the maps of the three small system tables of a Jet 3 file on one page.
@@ -106,8 +109,8 @@ CDaoResult CCatalogue::Load(const SHeaderPage& header) {
   if (CDaoResult result = LoadTables(); !result.IsOk()) return result;
   if (CDaoResult result = LoadComplexColumns(); !result.IsOk()) return result;
   bool isSound = true;
-  CDaoResult result = Table(kObjectsPage).ForEachRow([&](std::span<const uint8_t> row, uint32_t) {
-    return isSound = LoadObject(row);
+  CDaoResult result = Table(kObjectsPage).ForEachRow([&](std::span<const uint8_t> row, uint32_t pointer) {
+    return isSound = LoadObject(row, pointer);
   });
   return result.IsOk() && !isSound ? OtherProgram() : result;
 }
@@ -121,7 +124,7 @@ CDaoResult CCatalogue::LoadTables() {
   return CDaoResult::Ok();
 }
 
-bool CCatalogue::LoadObject(std::span<const uint8_t> row) {
+bool CCatalogue::LoadObject(std::span<const uint8_t> row, uint32_t pointer) {
   const STableDefinition& definition = Table(kObjectsPage).GetDefinition();
   const auto id = ReadColumn(m_file, definition, row, kObjectsId);
   const auto parent = ReadColumn(m_file, definition, row, kObjectsParentId);
@@ -129,6 +132,7 @@ bool CCatalogue::LoadObject(std::span<const uint8_t> row) {
   const auto name = ReadColumn(m_file, definition, row, kObjectsName);
   if (id.size() != 4 || parent.size() != 4 || type.size() != 2) return false;
   const SCatalogueObject object{GetLittle<uint32_t>(id, 0), GetLittle<int16_t>(type, 0)};
+  if (object.id == kDatabaseObject) m_databaseRow = pointer;
   if (object.id >= m_nextObjectId) m_nextObjectId = object.id + 1;
   const std::string key = MakeNameKey(m_file.GetLayout(), DecodePlainText(m_file.GetLayout().text, name));
   if (GetLittle<uint32_t>(parent, 0) == kContainerRelationships) return m_relations.insert(key).second;
@@ -147,17 +151,106 @@ const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {
   return found == m_objects.end() ? nullptr : &found->second;
 }
 
-CDaoResult CCatalogue::AddTable(std::u16string_view name, uint32_t definitionPage, double date) {
-  const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User, 0};
-  if (CDaoResult result = AddObject(object, date); !result.IsOk()) return result;
-  return AddUserAces(definitionPage, kFullAccess);
+CDaoResult CCatalogue::AddTable(const SNewTable& table, uint32_t definitionPage, double date) {
+  SSystemObject object{definitionPage, kContainerTables, table.name,
+                       kObjectTable,   EAccount::User,   table.objectFlags};
+  if (!table.complexColumns.empty()) object.flags |= kHasComplexColumnsFlag;
+  if (table.link) {
+    object.type = table.link->isOdbc ? kObjectLinkedOdbc : kObjectLinkedAccess;
+    object.flags |= table.link->isOdbc ? kLinkedOdbcFlags : kLinkedAccessFlags;
+  }
+  if (object.id == 0)
+    if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
+  const SExtras extras{table.properties, table.link ? &*table.link : nullptr};
+  if (CDaoResult result = AddObject(object, date, extras); !result.IsOk()) return result;
+  return AddUserAces(object.id, kFullAccess);
+}
+
+CDaoResult CCatalogue::AddHiddenTable(std::u16string_view name, uint32_t definitionPage, uint32_t flags,
+                                      std::span<const uint8_t> properties, double date) {
+  const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User, flags};
+  if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
+  for (const EAccount account : {EAccount::User, EAccount::Administrators, EAccount::Users})
+    if (CDaoResult result = AddAce({definitionPage, account, kHiddenAccess, flags == kFlatTableFlags});
+        !result.IsOk())
+      return result;
+  return CDaoResult::Ok();
+}
+
+uint32_t CCatalogue::GetLastComplexId() const {
+  return static_cast<uint32_t>(m_complexColumns->GetAutoNumber());
+}
+
+CDaoResult CCatalogue::AddComplexColumn(std::u16string_view column, const SComplexPlace& place) {
+  m_complexColumns->BeginRow();
+  CRowValues values(*m_complexColumns);
+  values.SetText(kComplexColumnsName, column);
+  values.SetNumber(kComplexColumnsKind, place.kind);
+  values.SetNumber(kComplexColumnsFlatTable, place.flatTable);
+  values.SetNumber(kComplexColumnsTable, place.table);
+  values.SetNumber(kComplexColumnsId, place.id);
+  if (CDaoResult result = m_complexColumns->StoreRow(); !result.IsOk()) return result;
+  m_complexColumns->RaiseAutoNumber(static_cast<int32_t>(place.id));
+  m_complexPlaces.push_back(place);
+  return CDaoResult::Ok();
+}
+
+const SComplexPlace* CCatalogue::FindComplexColumn(uint32_t table, std::u16string_view field) const {
+  const std::string key = MakeNameKey(m_file.GetLayout(), field);
+  for (const SComplexPlace& place : m_complexPlaces)
+    if (place.table == table && MakeNameKey(m_file.GetLayout(), place.field) == key) return &place;
+  return nullptr;
+}
+
+// A history is looked for by its memo, whose name only its kind tells.
+CDaoResult CCatalogue::LoadComplexPlaces() {
+  bool isSound = true;
+  CDaoResult result = m_complexColumns->ForEachRow([&](std::span<const uint8_t> row, uint32_t) {
+    const STableDefinition& definition = m_complexColumns->GetDefinition();
+    const auto number = [&](uint16_t column) {
+      const auto bytes = ReadColumn(m_file, definition, row, column);
+      isSound = isSound && bytes.size() == 4;
+      return isSound ? GetLittle<uint32_t>(bytes, 0) : 0;
+    };
+    SComplexPlace place{number(kComplexColumnsId),
+                        number(kComplexColumnsTable),
+                        number(kComplexColumnsKind),
+                        number(kComplexColumnsFlatTable),
+                        {}};
+    place.field =
+        DecodePlainText(m_file.GetLayout().text, ReadColumn(m_file, definition, row, kComplexColumnsName));
+    m_complexPlaces.push_back(std::move(place));
+    return isSound;
+  });
+  for (SComplexPlace& place : m_complexPlaces) {
+    if (!result.IsOk() || place.kind <= kLastAceSystemPage) continue;
+    STableDefinition kind;
+    std::vector<uint32_t> pages;
+    result = LoadDefinition(m_file, place.kind, kind, pages);
+    for (const SColumnDefinition& column : kind.columns)
+      if (column.type == kTypeMemo) place.field = column.name;
+  }
+  return result.IsOk() && !isSound ? OtherProgram() : result;
+}
+
+CDaoResult CCatalogue::SetProperties(std::u16string_view document, std::span<const uint8_t> properties,
+                                     double date) {
+  CTableStore& table = Table(kObjectsPage);
+  if (document == kDatabaseName) {
+    if (m_databaseRow == 0) return OtherProgram();
+    return table.EditRow(m_databaseRow, [&] { return SetExtras({properties, nullptr}); });
+  }
+  SSystemObject object{0, kContainerDatabases, document, kObjectDocument, EAccount::User, 0};
+  if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
+  return AddAce({object.id, EAccount::Users, kFullAccess, false});
 }
 
 CDaoResult CCatalogue::AddQuery(const SSavedQuery& query, double date, size_t& replaced) {
   if (CDaoResult result = CheckQueryRows(query.rows); !result.IsOk()) return result;
   SSystemObject object{0, kContainerTables, query.name, kObjectQuery, EAccount::User, query.flags};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  if (CDaoResult result = AddObject(object, date, query.properties); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date, {query.properties, nullptr}); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
   return StoreQueryRows(Table(kQueriesPage), object.id, query.rows, replaced);
 }
@@ -169,7 +262,7 @@ bool CCatalogue::HasRelation(std::u16string_view name) const {
 CDaoResult CCatalogue::AddRelation(const CDaoRelationInfo& relation, double date) {
   SSystemObject object{0, kContainerRelationships, relation.name, kObjectRelationship, EAccount::User, 0};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  if (CDaoResult result = AddObject(object, date); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date, {}); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kRelationAccess); !result.IsOk()) return result;
   m_relations.insert(MakeNameKey(m_file.GetLayout(), relation.name));
   return StoreRelationRows(Table(kRelationshipsPage), relation);
@@ -181,8 +274,7 @@ CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
   return CDaoResult::Ok();
 }
 
-CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date,
-                                 std::span<const uint8_t> properties) {
+CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date, const SExtras& extras) {
   CTableStore& table = Table(kObjectsPage);
   table.BeginRow();
   CRowValues values(table);
@@ -194,13 +286,31 @@ CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date,
   values.SetNumber(kObjectsFlags, object.flags);
   values.SetText(kObjectsName, object.name);
   if (object.owner != EAccount::None) values.SetBytes(kObjectsOwner, MaskedSid(object.owner));
-  if (!properties.empty())
-    if (CDaoResult result = values.SetLongBytes(kObjectsProperties, properties); !result.IsOk())
-      return result;
-  if (CDaoResult result = table.StoreRow(); !result.IsOk()) return result;
+  if (CDaoResult result = SetExtras(extras); !result.IsOk()) return result;
+  uint32_t pointer = 0;
+  if (CDaoResult result = table.StoreRow(pointer); !result.IsOk()) return result;
+  if (object.id == kDatabaseObject) m_databaseRow = pointer;
   if (object.parent == kContainerTables)
     m_objects.emplace(MakeNameKey(m_file.GetLayout(), object.name), SCatalogueObject{object.id, object.type});
   return CDaoResult::Ok();
+}
+
+// Of the row that is being put together.
+CDaoResult CCatalogue::SetExtras(const SExtras& extras) {
+  CRowValues values(Table(kObjectsPage));
+  if (!extras.properties.empty())
+    if (CDaoResult result = values.SetLongBytes(kObjectsProperties, extras.properties); !result.IsOk())
+      return result;
+  if (extras.link == nullptr) return CDaoResult::Ok();
+  const CDaoLinkInfo& link = *extras.link;
+  if (!link.source.empty()) values.SetText(kObjectsForeignName, link.source);
+  if (!link.shortInfo.empty()) values.SetBytes(kObjectsShortInfo, link.shortInfo);
+  if (!link.longInfo.empty())
+    if (CDaoResult result = values.SetLongBytes(kObjectsLongInfo, link.longInfo); !result.IsOk())
+      return result;
+  if (!link.database.empty())
+    if (CDaoResult result = values.SetMemo(kObjectsDatabase, link.database); !result.IsOk()) return result;
+  return link.connect.empty() ? CDaoResult::Ok() : values.SetMemo(kObjectsConnect, link.connect);
 }
 
 CDaoResult CCatalogue::AddUserAces(uint32_t object, uint32_t userAccess) {

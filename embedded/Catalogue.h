@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "embedded/HeaderPage.h"
+#include "embedded/NewTable.h"
 #include "embedded/SystemTables.h"
 #include "embedded/TableStore.h"
 
@@ -19,6 +20,12 @@ namespace tolvane {
 struct SCatalogueObject {
   uint32_t id = 0;  // tables: their definition page
   int16_t type = 0;
+};
+
+// Where a complex column and its values are.
+struct SComplexPlace {
+  uint32_t id = 0, table = 0, kind = 0, flatTable = 0;  // definition pages
+  std::u16string field;                                 // column, or memo whose versions it keeps
 };
 
 class CCatalogue {
@@ -33,8 +40,19 @@ class CCatalogue {
 
   // Tables and queries; nullptr when there is none of that name, in whatever case.
   [[nodiscard]] const SCatalogueObject* Find(std::u16string_view name) const;
-  // The name must be free. `date` is when the table was made.
-  CDaoResult AddTable(std::u16string_view name, uint32_t definitionPage, double date);
+  // The name must be free, its definition be stored; a link may have none. `date` is when the table was made.
+  CDaoResult AddTable(const SNewTable& table, uint32_t definitionPage, double date);
+  // A flat table, or the kind of a history.
+  CDaoResult AddHiddenTable(std::u16string_view name, uint32_t definitionPage, uint32_t flags,
+                            std::span<const uint8_t> properties, double date);
+
+  // Complex columns: the last number given out; a column's place; the flat table of one.
+  [[nodiscard]] uint32_t GetLastComplexId() const;
+  CDaoResult AddComplexColumn(std::u16string_view column, const SComplexPlace& place);
+  [[nodiscard]] const SComplexPlace* FindComplexColumn(uint32_t table, std::u16string_view field) const;
+
+  // Of MSysDb or one of its documents, which is made.
+  CDaoResult SetProperties(std::u16string_view document, std::span<const uint8_t> properties, double date);
   // Likewise among the relations.
   [[nodiscard]] bool HasRelation(std::u16string_view name) const;
   CDaoResult AddRelation(const CDaoRelationInfo& relation, double date);
@@ -43,7 +61,14 @@ class CCatalogue {
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }
-  CDaoResult AddObject(const SSystemObject& object, double date, std::span<const uint8_t> properties = {});
+  // What only some objects have.
+  struct SExtras {
+    std::span<const uint8_t> properties;
+    const CDaoLinkInfo* link = nullptr;
+  };
+  CDaoResult AddObject(const SSystemObject& object, double date, const SExtras& extras);
+  CDaoResult SetExtras(const SExtras& extras);
+  CDaoResult LoadComplexPlaces();
   CDaoResult AddAce(const SSystemAce& ace);
   // The two entries that every object of the users has; `userAccess` is the owner's.
   CDaoResult AddUserAces(uint32_t object, uint32_t userAccess);
@@ -53,14 +78,16 @@ class CCatalogue {
   CDaoResult CreateComplexTables(STextOrder order);
   CDaoResult LoadTables();
   CDaoResult LoadComplexColumns();
-  bool LoadObject(std::span<const uint8_t> row);
+  bool LoadObject(std::span<const uint8_t> row, uint32_t pointer);
 
   CPageFile& m_file;
   SSidMask m_sidMask{};
   std::array<std::unique_ptr<CTableStore>, kCatalogueTableCount> m_tables;
+  std::vector<SComplexPlace> m_complexPlaces;
   std::unique_ptr<CTableStore> m_complexColumns;      // null in files of other formats than ACE
   std::map<std::string, SCatalogueObject> m_objects;  // by name key
   std::set<std::string> m_relations;                  // name keys
+  uint32_t m_databaseRow = 0;                         // pointer of the row of MSysDb
   uint32_t m_nextObjectId = kFirstObjectId;
 };
 

@@ -54,4 +54,11 @@ CDaoResult CDataPageWriter::Flush() {
   return m_file.Write(m_number, m_page.Finish());
 }
 
+CDaoResult CDataPageWriter::Close() {
+  CDaoResult result = Flush();
+  m_number = 0;
+  m_mayResume = true;
+  return result;
+}
+
 }  // namespace tolvane

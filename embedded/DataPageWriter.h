@@ -20,6 +20,8 @@ class CDataPageWriter {
   CDaoResult AddRow(size_t rowSize, std::span<uint8_t>& row, uint32_t& pointer);
   // Writes the open page.
   CDaoResult Flush();
+  // Writes it and lets go of it, so that others may change it; the next row may go on there.
+  CDaoResult Close();
 
  private:
   CDaoResult OpenPage(size_t rowSize);

@@ -19,15 +19,15 @@ CEmbeddedDatabase::~CEmbeddedDatabase() {
   static_cast<void>(Close());
 }
 
-CDaoResult CEmbeddedDatabase::CreateTableDef(std::u16string_view name, int32_t, std::u16string_view source,
-                                             std::u16string_view connect,
+CDaoResult CEmbeddedDatabase::CreateTableDef(std::u16string_view name, int32_t attributes,
+                                             std::u16string_view source, std::u16string_view connect,
                                              std::unique_ptr<CDaoTableDef>& tableDef) {
   tableDef.reset();
   if (!m_file->IsOpen()) return {EDaoError::CannotOpenFile, u"The database is closed."};
   if (!source.empty() || !connect.empty())
-    return {EDaoError::NotSupported, u"Linked tables cannot be created."};
+    return {EDaoError::NotSupported, u"A linked table is described by SetLink."};
   if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"table", name); !result.IsOk()) return result;
-  tableDef = std::make_unique<CEmbeddedTableDef>(m_file, name);
+  tableDef = std::make_unique<CEmbeddedTableDef>(m_file, name, attributes);
   return CDaoResult::Ok();
 }
 
@@ -49,6 +49,21 @@ CDaoResult CEmbeddedDatabase::CreateQuery(const SSavedQuery& query) {
   if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"query", query.name); !result.IsOk())
     return result;
   return m_file->AddQuery(query);
+}
+
+CDaoResult CEmbeddedDatabase::OpenComplexRecordset(std::u16string_view table, std::u16string_view field,
+                                                   std::unique_ptr<CDaoRecordset>& recordset) {
+  recordset.reset();
+  std::shared_ptr<CTableStore> flat;
+  if (CDaoResult result = m_file->OpenFlatTable(table, field, flat); !result.IsOk()) return result;
+  recordset = std::make_unique<CEmbeddedRecordset>(
+      m_file, std::move(flat), std::u16string(table) + u", values of " + std::u16string(field));
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedDatabase::SetProperties(std::u16string_view document,
+                                            std::span<const CDaoProperty> properties) {
+  return m_file->SetProperties(document, properties);
 }
 
 CDaoResult CEmbeddedDatabase::CreateRelation(const CDaoRelationInfo& relation) {

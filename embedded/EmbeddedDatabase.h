@@ -18,6 +18,9 @@ class CEmbeddedDatabase : public CDaoDatabase {
                             std::u16string_view connect, std::unique_ptr<CDaoTableDef>& tableDef) override;
   CDaoResult OpenRecordset(std::u16string_view sql, std::unique_ptr<CDaoRecordset>& recordset) override;
   CDaoResult CreateQuery(const SSavedQuery& query) override;
+  CDaoResult OpenComplexRecordset(std::u16string_view table, std::u16string_view field,
+                                  std::unique_ptr<CDaoRecordset>& recordset) override;
+  CDaoResult SetProperties(std::u16string_view document, std::span<const CDaoProperty> properties) override;
   CDaoResult CreateRelation(const CDaoRelationInfo& relation) override;
   CDaoResult Close() override;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "embedded/PropertyStore.h"
 #include "embedded/RelationStore.h"
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
@@ -27,9 +28,16 @@ CDaoResult Refuse(EHeaderVerdict verdict) {
 CDaoResult ReadOnly() {
   return {EDaoError::NotSupported, u"The database was opened for reading only."};
 }
+CDaoResult AlreadyOpen() {
+  return {EDaoError::NotSupported, u"The table is open already."};
+}
 CDaoResult Closed() {
   return {EDaoError::CannotOpenFile, u"The database is closed."};
 }
+
+// Versions that brought new columns.
+constexpr uint8_t kVersionOfCalculated = kVersionAce14, kVersionOfBigInt = kVersionAce16,
+                  kVersionOfExtendedDate = kVersionAce17;
 
 // The last page that the format allows lies below its longest file.
 uint32_t LimitPages(const SLayout& layout, uint32_t maxPages) {
@@ -60,6 +68,8 @@ CDaoResult CEmbeddedFile::Create(std::u16string_view path, STextOrder order) {
   m_isOpen = true;
   m_header.creationDate = GetLocalDate();
   m_header.order = order;
+  if (order.version != 0)
+    m_header.version = kVersionOfCalculated;  // such files have this version or a later one
   if (CDaoResult result = m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)); !result.IsOk())
     return result;
   return m_catalogue.Create(m_header);
@@ -104,13 +114,18 @@ CDaoResult CEmbeddedFile::StoreAll() {
     note(table->Store());
   }
   note(m_catalogue.Store());
+  if (m_isHeaderChanged) note(m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)));
   note(StoreGlobalMap(m_file));
   return first;
 }
 
-CDaoResult CEmbeddedFile::CheckNewName(std::u16string_view name) const {
+CDaoResult CEmbeddedFile::CheckWritable() const {
   if (!m_isOpen) return Closed();
-  if (m_isReadOnly) return ReadOnly();
+  return m_isReadOnly ? ReadOnly() : CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedFile::CheckNewName(std::u16string_view name) const {
+  if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
   const SCatalogueObject* object = m_catalogue.Find(name);
   if (object == nullptr) return CDaoResult::Ok();
   std::u16string text = object->type == kObjectQuery ? u"A query named \"" : u"A table named \"";
@@ -118,11 +133,79 @@ CDaoResult CEmbeddedFile::CheckNewName(std::u16string_view name) const {
   return {object->type == kObjectQuery ? EDaoError::QueryExists : EDaoError::TableExists, std::move(text)};
 }
 
-CDaoResult CEmbeddedFile::AddTable(std::u16string_view name, STableDefinition definition) {
-  if (CDaoResult result = CheckNewName(name); !result.IsOk()) return result;
+// What newer columns need; engines refuse a lower version.
+void CEmbeddedFile::NeedVersionOf(const STableDefinition& definition) {
+  uint8_t needed = m_header.version;
+  for (const SColumnDefinition& column : definition.columns) {
+    if (column.IsCalculated()) needed = std::max(needed, kVersionOfCalculated);
+    if (column.type == kTypeBigInt) needed = std::max(needed, kVersionOfBigInt);
+    if (column.type == kTypeExtendedDate) needed = std::max(needed, kVersionOfExtendedDate);
+  }
+  m_isHeaderChanged = m_isHeaderChanged || needed != m_header.version;
+  m_header.version = needed;
+}
+
+// Flat tables come before the table that they belong to, so that it never names what is not there.
+CDaoResult CEmbeddedFile::AddTable(SNewTable table) {
+  if (CDaoResult result = CheckNewName(table.name); !result.IsOk()) return result;
+  for (SColumnDefinition& column : table.definition.columns)
+    if (column.order == STextOrder{})
+      column.order.version = column.HasTexts() ? m_header.order.version : uint8_t{0};
+  std::vector<SComplexPlace> places;
+  if (CDaoResult result = CreateFlatTables(table, places); !result.IsOk()) return result;
   std::vector<uint32_t> pages;
-  if (CDaoResult result = CreateTable(m_file, definition, pages); !result.IsOk()) return result;
-  return m_catalogue.AddTable(name, pages.front(), GetLocalDate());
+  if (!table.link || table.link->isOdbc)
+    if (CDaoResult result = CreateTable(m_file, table.definition, pages); !result.IsOk()) return result;
+  const uint32_t page = pages.empty() ? 0 : pages.front();
+  if (CDaoResult result = m_catalogue.AddTable(table, page, GetLocalDate()); !result.IsOk()) return result;
+  for (size_t i = 0; i < places.size(); i++) {
+    places[i].table = page;
+    if (CDaoResult result = m_catalogue.AddComplexColumn(table.complexColumns[i].column, places[i]);
+        !result.IsOk())
+      return result;
+  }
+  NeedVersionOf(table.definition);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedFile::CreateFlatTables(SNewTable& table, std::vector<SComplexPlace>& places) {
+  for (const SNewComplexColumn& complex : table.complexColumns) {
+    SComplexPlace& place = places.emplace_back();
+    place.id = m_catalogue.GetLastComplexId() + static_cast<uint32_t>(places.size());
+    place.kind = complex.kind;
+    place.field = complex.IsHistory() ? complex.memo : complex.column;
+    for (SColumnDefinition& column : table.definition.columns)
+      if (column.name == complex.column) column.complexId = place.id;
+    if (complex.IsHistory()) {
+      SNamedDefinition kind = MakeHistoryKind(GetLayout(), m_header.order, complex.memo);
+      if (CDaoResult result = AddHiddenTable(kind, kComplexKindFlags, {}, place.kind); !result.IsOk())
+        return result;
+    }
+    SNamedDefinition flat = MakeFlatTable(GetLayout(), m_header.order, complex, table.name);
+    CPropertyList properties(GetLayout());
+    if (CDaoResult result = properties.AddToColumn(flat.valueColumn, complex.valueProperties); !result.IsOk())
+      return result;
+    if (CDaoResult result = AddHiddenTable(flat, kFlatTableFlags, properties.MakeBlob(), place.flatTable);
+        !result.IsOk())
+      return result;
+  }
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedFile::AddHiddenTable(SNamedDefinition& hidden, uint32_t flags,
+                                         std::span<const uint8_t> properties, uint32_t& page) {
+  std::vector<uint32_t> pages;
+  if (CDaoResult result = CreateTable(m_file, hidden.definition, pages); !result.IsOk()) return result;
+  page = pages.front();
+  return m_catalogue.AddHiddenTable(hidden.name, page, flags, properties, GetLocalDate());
+}
+
+CDaoResult CEmbeddedFile::SetProperties(std::u16string_view document,
+                                        std::span<const CDaoProperty> properties) {
+  if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
+  CPropertyList list(GetLayout());
+  if (CDaoResult result = list.AddToObject(properties); !result.IsOk()) return result;
+  return m_catalogue.SetProperties(document, list.MakeBlob(), GetLocalDate());
 }
 
 CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
@@ -134,8 +217,7 @@ CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
 }
 
 CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
-  if (!m_isOpen) return Closed();
-  if (m_isReadOnly) return ReadOnly();
+  if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
   if (m_catalogue.HasRelation(relation.name))
     return {EDaoError::RelationExists, u"A relation named \"" + relation.name + u"\" exists already."};
   uint32_t primaryPage = 0, foreignPage = 0;
@@ -162,21 +244,40 @@ CDaoResult CEmbeddedFile::FindClosedTable(std::u16string_view name, uint32_t& pa
   const SCatalogueObject* object = m_catalogue.Find(name);
   if (object == nullptr || object->type != kObjectTable)
     return {EDaoError::ObjectNotFound, u"There is no table named \"" + std::u16string(name) + u"\"."};
-  if (object->id < kFirstFreePage)
+  if (IsSystemPage(GetLayout(), object->id))
     return {EDaoError::NotSupported, u"Only the database itself changes a system table."};
-  const auto isSame = [&](const auto& open) { return open->GetPage() == object->id; };
-  if (std::any_of(m_openTables.begin(), m_openTables.end(), isSame))
-    return {EDaoError::NotSupported, u"The table is open already."};
+  if (IsTableOpen(object->id)) return AlreadyOpen();
   page = object->id;
   return CDaoResult::Ok();
 }
 
 CDaoResult CEmbeddedFile::OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table) {
   table.reset();
-  if (!m_isOpen) return Closed();
-  if (m_isReadOnly) return ReadOnly();
+  if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
   uint32_t page = 0;
   if (CDaoResult result = FindClosedTable(name, page); !result.IsOk()) return result;
+  return OpenPage(page, table);
+}
+
+CDaoResult CEmbeddedFile::OpenFlatTable(std::u16string_view name, std::u16string_view field,
+                                        std::shared_ptr<CTableStore>& table) {
+  table.reset();
+  if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
+  const SCatalogueObject* object = m_catalogue.Find(name);
+  const SComplexPlace* place = object == nullptr ? nullptr : m_catalogue.FindComplexColumn(object->id, field);
+  if (place == nullptr)
+    return {EDaoError::ItemNotFound, u"Table \"" + std::u16string(name) + u"\" has no complex field \"" +
+                                         std::u16string(field) + u"\"."};
+  if (IsTableOpen(place->flatTable)) return AlreadyOpen();
+  return OpenPage(place->flatTable, table);
+}
+
+bool CEmbeddedFile::IsTableOpen(uint32_t page) const {
+  return std::any_of(m_openTables.begin(), m_openTables.end(),
+                     [page](const auto& open) { return open->GetPage() == page; });
+}
+
+CDaoResult CEmbeddedFile::OpenPage(uint32_t page, std::shared_ptr<CTableStore>& table) {
   auto store = std::make_shared<CTableStore>(m_file, page);
   if (CDaoResult result = store->Load(); !result.IsOk()) return result;
   m_openTables.push_back(store);

@@ -33,12 +33,18 @@ class CEmbeddedFile {
   [[nodiscard]] bool IsOpen() const { return m_isOpen; }
   [[nodiscard]] const SLayout& GetLayout() const { return m_file.GetLayout(); }
   [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
-  // `definition` has its columns, without pages.
-  CDaoResult AddTable(std::u16string_view name, STableDefinition definition);
+  CDaoResult AddTable(SNewTable table);
+  // Properties of the database or one of its documents.
+  CDaoResult SetProperties(std::u16string_view document, std::span<const CDaoProperty> properties);
+  // The sort order of the file's texts.
+  [[nodiscard]] STextOrder GetOrder() const { return m_header.order; }
   // Ok carries a text when characters had to be replaced.
   CDaoResult AddQuery(const SSavedQuery& query);
   CDaoResult AddRelation(const CDaoRelationInfo& relation);
   CDaoResult OpenTable(std::u16string_view name, std::shared_ptr<CTableStore>& table);
+  // The flat table of a complex column, or of the versions of a memo.
+  CDaoResult OpenFlatTable(std::u16string_view name, std::u16string_view field,
+                           std::shared_ptr<CTableStore>& table);
   CDaoResult CloseTable(const std::shared_ptr<CTableStore>& table);
 
  private:
@@ -46,6 +52,14 @@ class CEmbeddedFile {
   CDaoResult CheckNewName(std::u16string_view name) const;
   // The definition page of a user's table that is not open.
   CDaoResult FindClosedTable(std::u16string_view name, uint32_t& page) const;
+  CDaoResult CheckWritable() const;
+  [[nodiscard]] bool IsTableOpen(uint32_t page) const;
+  CDaoResult OpenPage(uint32_t page, std::shared_ptr<CTableStore>& table);
+  CDaoResult CreateFlatTables(SNewTable& table, std::vector<SComplexPlace>& places);
+  CDaoResult AddHiddenTable(SNamedDefinition& hidden, uint32_t flags, std::span<const uint8_t> properties,
+                            uint32_t& page);
+  // Raises the version byte to what the table's columns need.
+  void NeedVersionOf(const STableDefinition& definition);
   CDaoResult LoadDatabase();
   CDaoResult StoreAll();
 
@@ -53,6 +67,7 @@ class CEmbeddedFile {
   SHeaderPage m_header;
   CCatalogue m_catalogue;
   std::vector<std::shared_ptr<CTableStore>> m_openTables;
+  bool m_isHeaderChanged = false;
   bool m_isOpen = false;
   bool m_isReadOnly = false;
 };

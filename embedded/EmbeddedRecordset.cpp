@@ -1,6 +1,7 @@
 #include "embedded/EmbeddedRecordset.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
 
@@ -16,12 +17,32 @@ CDaoResult WithField(EDaoError code, const SColumnDefinition& column, std::u16st
   return {code, std::move(text)};
 }
 
+// A calculated value:  16 zeros | 10 u32 length | 14 data | 3 zeros. Without data it is null.
+constexpr size_t kWrapperLength = 16, kWrapperHead = 20, kWrapperTail = 3;
+constexpr uint8_t kWrappedTrue = 0xFF;
+
+// A decimal in it:  u16 0 | u8 scale | u8 80 = negative | u32 high word | u32 low word | u32 middle word
+bool WrapDecimal(const SValue& value, std::vector<uint8_t>& data) {
+  const std::array<uint32_t, 4> words = DecimalWords(value.bytes);
+  if (words[0] != 0) return false;
+  data = {0, 0, value.scale, value.bytes[0]};
+  for (const uint32_t word : {words[1], words[3], words[2]}) AppendLittle(data, word);
+  return true;
+}
+
 }  // namespace
 
 CEmbeddedRecordset::CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file,
                                        std::shared_ptr<CTableStore> table, std::u16string_view name)
     : m_file(std::move(file)), m_table(std::move(table)), m_name(name) {
-  for (const SColumnDefinition& column : m_table->GetDefinition().columns) {
+  const std::vector<SColumnDefinition>& columns = m_table->GetDefinition().columns;
+  for (size_t i = 0; i < columns.size(); i++) m_positions.push_back(i);
+  std::sort(m_positions.begin(), m_positions.end(),
+            [&](size_t a, size_t b) { return columns[a].number < columns[b].number; });
+  for (size_t index = 0; index < columns.size(); index++)
+    if (ColumnAt(index).IsCalculated()) m_calculated.push_back(index);
+  for (const SColumnDefinition& column : columns) {
+    if (column.type == kTypeComplex) m_complexColumns.push_back(&column);
     if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) m_autoNumber = &column;
     if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) m_autoGuids.push_back(&column);
   }
@@ -37,6 +58,7 @@ CDaoResult CEmbeddedRecordset::AddNew() {
   m_table->BeginRow();
   m_isAdding = true;
   m_replacedInRow = 0;
+  m_complexValue = 0;
   return CDaoResult::Ok();
 }
 
@@ -56,7 +78,8 @@ CDaoResult CEmbeddedRecordset::RefuseField() const {
 CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, const SValue& value) {
   if (!CanSetField(index)) return RefuseField();
   if (value.isNull) return CDaoResult::Ok();
-  const SColumnDefinition& column = m_table->GetDefinition().columns[index];
+  const SColumnDefinition& column = ColumnAt(index);
+  if (column.IsCalculated()) return SetCalculated(index, value);
   switch (column.type) {
     case kTypeText:
     case kTypeMemo:
@@ -64,23 +87,28 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, const SValue& value) 
       CopyUnits(value.bytes, m_text);
       return column.type == kTypeText ? SetText(column, m_text) : SetMemo(index, m_text);
     case kTypeOle:
-      return m_table->GetLongValues(index)->SetBytes(value.bytes, m_table->GetRow());
+      return LongValuesAt(index).SetBytes(value.bytes, m_table->GetRow());
     default:
       return SetBytes(column, value);
   }
 }
 
+// The units of a memo are never held whole, unless they are so few that they may be compressed.
 CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes) {
   if (!CanSetField(index)) return RefuseField();
-  const SColumnDefinition& column = m_table->GetDefinition().columns[index];
-  if (column.type != kTypeOle)
-    return WithField(EDaoError::InvalidDataType, column, u"only a long binary field takes bytes");
-  return m_table->GetLongValues(index)->SetBytes(bytes, m_table->GetRow());
+  const SColumnDefinition& column = ColumnAt(index);
+  if (column.type == kTypeOle) return LongValuesAt(index).SetBytes(bytes, m_table->GetRow());
+  if (column.type != kTypeMemo)
+    return WithField(EDaoError::InvalidDataType, column, u"only a memo or long binary field takes bytes");
+  size_t replaced = 0;
+  CDaoResult result = LongValuesAt(index).SetText(bytes, m_table->GetRow(), replaced);
+  if (result.IsOk()) m_replacedInRow += replaced;
+  return result;
 }
 
 CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16string_view text) {
   const STextLayout& layout = m_table->GetLayout().text;
-  const bool mayCompress = (column.extendedFlags & kColumnCompressed) != 0;
+  const bool mayCompress = (column.extendedFlags & kColumnCompressed) != 0 && !column.IsFixed();
   m_storage.clear();
   const size_t replaced = AppendStoredText(
       layout, text, mayCompress ? ETextForm::CompressedIfPossible : ETextForm::Plain, m_storage);
@@ -88,6 +116,11 @@ CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16
   const size_t length = layout.IsCodePage() ? m_storage.size() : layout.unitSize * text.size();
   if (length > column.length)
     return WithField(EDaoError::FieldTooSmall, column, u"the text is longer than the field");
+  // A text of fixed length is filled with blanks.
+  for (size_t size = m_storage.size(); column.IsFixed() && size < column.length; size += layout.unitSize) {
+    m_storage.push_back(u' ');
+    if (!layout.IsCodePage()) m_storage.push_back(0);
+  }
   m_table->GetRow().Set(column, m_storage);
   m_replacedInRow += replaced;
   return CDaoResult::Ok();
@@ -95,20 +128,52 @@ CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16
 
 CDaoResult CEmbeddedRecordset::SetMemo(size_t index, std::u16string_view text) {
   size_t replaced = 0;
-  CDaoResult result = m_table->GetLongValues(index)->SetText(text, m_table->GetRow(), replaced);
+  CDaoResult result = LongValuesAt(index).SetText(text, m_table->GetRow(), replaced);
   if (result.IsOk()) m_replacedInRow += replaced;
   return result;
 }
 
 CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const SValue& value) {
-  if (value.type != column.type || value.bytes.size() != column.length)
+  const bool isKey = column.type == kTypeComplex && value.type == kTypeLong;
+  const bool isSized = column.type == kTypeBinary ? value.bytes.size() <= column.length
+                                                  : value.bytes.size() == LengthOfType(column.type);
+  if (!isSized || (value.type != column.type && !isKey))
     return WithField(EDaoError::DataConversion, column, u"it is no value of the field's type");
+  if (column.type == kTypeDecimal && value.scale != column.scale)
+    return WithField(EDaoError::DataConversion, column, u"it has another number of digits behind the point");
   if (column.type == kTypeBoolean) {
     m_table->GetRow().SetBoolean(column, value.bytes[0] != 0);
   } else {
     m_table->GetRow().Set(column, value.bytes);
     if (&column == m_autoNumber) m_autoValue = GetLittle<int32_t>(value.bytes, 0);
+    if (column.type == kTypeComplex)
+      m_complexValue = std::max(m_complexValue, GetLittle<int32_t>(value.bytes, 0));
   }
+  return CDaoResult::Ok();
+}
+
+// The value stands in a wrapper; a memo's wrapper is the long value.
+CDaoResult CEmbeddedRecordset::SetCalculated(size_t index, const SValue& value) {
+  const SColumnDefinition& column = ColumnAt(index);
+  std::vector<uint8_t> data(value.bytes.begin(), value.bytes.end());
+  if (value.isNull) {
+    data.clear();
+  } else if (value.type == kTypeBoolean) {
+    data.assign(1, data.front() != 0 ? kWrappedTrue : uint8_t{0});
+  } else if (value.type == kTypeText && column.type == kTypeText && !column.HoldsLongValues()) {
+    CopyUnits(value.bytes, m_text);
+    data.clear();
+    AppendStoredText(m_table->GetLayout().text, m_text, ETextForm::CompressedIfPossible, data);
+  } else if (value.type == kTypeDecimal) {
+    if (!WrapDecimal(value, data))
+      return WithField(EDaoError::DataConversion, column, u"it has too many digits for a calculated field");
+  }
+  m_storage.assign(kWrapperHead, 0);
+  PutLittle(std::span(m_storage), kWrapperLength, static_cast<uint32_t>(data.size()));
+  m_storage.insert(m_storage.end(), data.begin(), data.end());
+  m_storage.resize(m_storage.size() + kWrapperTail);
+  if (column.HoldsLongValues()) return LongValuesAt(index).SetBytes(m_storage, m_table->GetRow());
+  m_table->GetRow().Set(column, m_storage);
   return CDaoResult::Ok();
 }
 
@@ -123,9 +188,29 @@ CDaoResult CEmbeddedRecordset::SetAutoNumber() {
   return CDaoResult::Ok();
 }
 
+// All complex columns of a record have one number, and never none.
+CDaoResult CEmbeddedRecordset::SetComplexNumbers() {
+  if (m_complexColumns.empty()) return CDaoResult::Ok();
+  if (m_complexValue == 0) {
+    if (m_table->GetComplexNumber() == std::numeric_limits<int32_t>::max())
+      return WithField(EDaoError::InvalidArgument, *m_complexColumns.front(),
+                       u"the highest number has been given already");
+    m_complexValue = m_table->GetComplexNumber() + 1;
+  }
+  uint8_t bytes[sizeof m_complexValue];
+  PutLittle(std::span<uint8_t>(bytes), 0, m_complexValue);
+  for (const SColumnDefinition* column : m_complexColumns)
+    if (!m_table->GetRow().IsSet(*column)) m_table->GetRow().Set(*column, bytes);
+  return CDaoResult::Ok();
+}
+
 CDaoResult CEmbeddedRecordset::SetDefaults() {
   if (m_autoNumber != nullptr)
     if (CDaoResult result = SetAutoNumber(); !result.IsOk()) return result;
+  if (CDaoResult result = SetComplexNumbers(); !result.IsOk()) return result;
+  for (const size_t index : m_calculated)
+    if (!m_table->GetRow().IsSet(ColumnAt(index)))
+      if (CDaoResult result = SetCalculated(index, {}); !result.IsOk()) return result;
   for (const SColumnDefinition* column : m_autoGuids)
     if (!m_table->GetRow().IsSet(*column)) m_table->GetRow().Set(*column, MakeGuid().bytes);
   return CDaoResult::Ok();
@@ -141,6 +226,7 @@ CDaoResult CEmbeddedRecordset::Update() {
     return result;
   }
   if (m_autoNumber != nullptr) m_table->RaiseAutoNumber(m_autoValue);
+  if (!m_complexColumns.empty()) m_table->RaiseComplexNumber(m_complexValue);
   m_replaced += m_replacedInRow;
   return result;
 }

@@ -36,8 +36,18 @@ class CEmbeddedRecordset : public CDaoRecordset {
   CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
   CDaoResult SetMemo(size_t index, std::u16string_view text);
   CDaoResult SetBytes(const SColumnDefinition& column, const SValue& value);
+  CDaoResult SetCalculated(size_t index, const SValue& value);
   CDaoResult SetDefaults();
+  CDaoResult SetComplexNumbers();
+  // Fields count in the order of their numbers, in which they were created.
+  [[nodiscard]] const SColumnDefinition& ColumnAt(size_t index) const {
+    return m_table->GetDefinition().columns[m_positions[index]];
+  }
   CDaoResult SetAutoNumber();
+
+  [[nodiscard]] CLongValueWriter& LongValuesAt(size_t index) const {
+    return *m_table->GetLongValues(m_positions[index]);
+  }
 
   std::shared_ptr<CEmbeddedFile> m_file;
   std::shared_ptr<CTableStore> m_table;  // null when closed
@@ -49,7 +59,11 @@ class CEmbeddedRecordset : public CDaoRecordset {
   std::vector<uint8_t> m_storage;  // and its stored form
   const SColumnDefinition* m_autoNumber = nullptr;
   std::vector<const SColumnDefinition*> m_autoGuids;
-  int32_t m_autoValue = 0;  // of the present row
+  std::vector<const SColumnDefinition*> m_complexColumns;
+  std::vector<size_t> m_calculated;  // fields
+  std::vector<size_t> m_positions;   // of the fields in the definition
+  int32_t m_complexValue = 0;        // the present row's number in complex columns; 0: none yet
+  int32_t m_autoValue = 0;           // of the present row
   bool m_isAdding = false;
 };
 

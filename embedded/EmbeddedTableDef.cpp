@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "embedded/ObjectName.h"
+#include "embedded/PropertyStore.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -82,12 +83,31 @@ CDaoResult ChooseLength(const SLayout& layout, const CDaoFieldInfo& field, const
   return CDaoResult::Ok();
 }
 
+// The value of a calculated column stands in a wrapper; the length leaves room for it. Yes and no are
+// integers.
+CDaoResult MakeCalculated(const SLayout& layout, SColumnDefinition& column) {
+  constexpr uint16_t kWrapped = 39, kWrappedText = 509;
+  if (!layout.hasComplexColumns || column.type == kTypeOle || column.type == kTypeBinary)
+    return {EDaoError::InvalidDataType, u"The format has no calculated field of this type."};
+  column.flags = kColumnUpdatable;
+  column.extendedFlags = kColumnCalculated;
+  column.length = column.type == kTypeText ? kWrappedText : column.type == kTypeMemo ? uint16_t{0} : kWrapped;
+  if (column.type == kTypeMemo) column.type = kTypeText;
+  if (column.type == kTypeBoolean) column.type = kTypeInteger;
+  return CDaoResult::Ok();
+}
+
 CDaoResult MakeColumn(const SLayout& layout, const CDaoFieldInfo& field, SColumnDefinition& column) {
   const SFieldType* type = FindFieldType(layout, field.type);
   if (type == nullptr)
     return {EDaoError::InvalidDataType, u"The field has a type that the format does not know."};
   column.name = field.name;
   column.type = type->type;
+  if (field.sortOrder != 0)
+    column.order = {static_cast<uint16_t>(field.sortOrder), static_cast<uint8_t>(field.sortOrder >> 24)};
+  if (!field.expression.empty()) return MakeCalculated(layout, column);
+  if (field.keepsHistory && (!layout.hasComplexColumns || field.type != kDaoMemo))
+    return {EDaoError::InvalidDataType, u"Only memo fields of the newest format keep their versions."};
   column.flags = ChooseFlags(*type, field);
   if (CDaoResult result = ChooseLength(layout, field, column, column.length); !result.IsOk()) return result;
   column.precision = field.precision;
@@ -113,20 +133,18 @@ bool CanBeIndexed(const SLayout& layout, uint8_t type) {
 
 }  // namespace
 
-CEmbeddedTableDef::CEmbeddedTableDef(std::shared_ptr<CEmbeddedFile> file, std::u16string_view name)
-    : m_file(std::move(file)), m_name(name) {}
+CEmbeddedTableDef::CEmbeddedTableDef(std::shared_ptr<CEmbeddedFile> file, std::u16string_view name,
+                                     int32_t attributes)
+    : m_file(std::move(file)) {
+  m_table.name = name;
+  if ((attributes & kDaoHiddenObject) != 0) m_table.objectFlags = kHiddenObjectFlag;
+}
 
 CDaoResult CEmbeddedTableDef::CheckOpen() const {
   if (m_file == nullptr || !m_file->IsOpen())
     return {EDaoError::CannotOpenFile, u"The table definition or its database is closed."};
   if (m_isAppended) return Invalid(u"The table exists already; its definition can no longer be changed.");
   return CDaoResult::Ok();
-}
-
-bool CEmbeddedTableDef::HasAutoNumber(uint8_t flag) const {
-  for (const SColumnDefinition& column : m_definition.columns)
-    if ((column.flags & flag) != 0) return true;
-  return false;
 }
 
 CDaoResult CEmbeddedTableDef::CreateField(std::u16string_view name, int16_t type, int32_t size,
@@ -143,18 +161,41 @@ CDaoResult CEmbeddedTableDef::CreateField(const CDaoFieldInfo& field) {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
   if (CDaoResult result = CheckObjectName(m_file->GetLayout(), u"field", field.name); !result.IsOk())
     return result;
-  if (m_definition.columns.size() == kMaxFields)
+  if (m_table.definition.columns.size() == kMaxFields)
     return {EDaoError::TooManyFields, u"A table has at most 255 fields."};
-  SColumnDefinition column;
-  if (CDaoResult result = MakeColumn(m_file->GetLayout(), field, column); !result.IsOk()) return result;
-  if ((column.flags & kColumnAutoNumber) != 0 && HasAutoNumber(kColumnAutoNumber))
-    return Invalid(u"A table has at most one field that counts its records.");
-  if (!m_fieldKeys.insert(MakeNameKey(m_file->GetLayout(), field.name)).second)
+  const std::string key = MakeNameKey(m_file->GetLayout(), field.name);
+  if (m_fieldKeys.count(key) != 0)
     return {EDaoError::DuplicateField, u"The table has a field named \"" + field.name + u"\" already."};
-  column.displayNumber = static_cast<uint16_t>(m_definition.columns.size());
-  if ((column.flags & kColumnAutoNumber) != 0)
-    m_definition.autoNumber = static_cast<uint32_t>(field.lastNumber);
-  m_definition.columns.push_back(std::move(column));
+  if (CDaoResult result = AddColumn(field); !result.IsOk()) return result;
+  m_fieldKeys.insert(key);
+  m_fields.push_back(field);
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedTableDef::AddColumn(const CDaoFieldInfo& field) {
+  SColumnDefinition column;
+  const EComplexKind* kind = m_file->GetLayout().hasComplexColumns ? FindComplexKind(field.type) : nullptr;
+  if (kind != nullptr) {
+    column = MakeComplexColumn(field.name, false);
+    m_table.complexColumns.push_back({field.name, {}, *kind, field.valueProperties});
+    m_table.definition.complexNumber =
+        std::max(m_table.definition.complexNumber, static_cast<uint32_t>(field.lastNumber));
+  } else if (CDaoResult result = MakeColumn(m_file->GetLayout(), field, column); !result.IsOk()) {
+    return result;
+  }
+  if (CDaoResult result = CheckAutoNumber(column); !result.IsOk()) return result;
+  column.displayNumber = static_cast<uint16_t>(m_table.definition.columns.size());
+  if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0)
+    m_table.definition.autoNumber = static_cast<uint32_t>(field.lastNumber);
+  m_table.definition.columns.push_back(std::move(column));
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedTableDef::CheckAutoNumber(const SColumnDefinition& column) const {
+  if (column.type != kTypeLong || (column.flags & kColumnAutoNumber) == 0) return CDaoResult::Ok();
+  for (const SColumnDefinition& other : m_table.definition.columns)
+    if (other.type == kTypeLong && (other.flags & kColumnAutoNumber) != 0)
+      return Invalid(u"A table has at most one field that counts its records.");
   return CDaoResult::Ok();
 }
 
@@ -178,6 +219,9 @@ CDaoResult CEmbeddedTableDef::CheckIndexFields(const CDaoIndexInfo& index) const
     if (column == nullptr)
       return {EDaoError::ItemNotFound,
               u"The index names a field \"" + field.name + u"\" that the table does not have."};
+    if (column->IsCalculated() || column->type == kTypeComplex)
+      return {EDaoError::InvalidDataType,
+              u"The calculated or complex field \"" + field.name + u"\" cannot be indexed."};
     if (!CanBeIndexed(m_file->GetLayout(), column->type))
       return {EDaoError::InvalidDataType,
               u"The memo or OLE field \"" + field.name + u"\" cannot be indexed."};
@@ -187,7 +231,7 @@ CDaoResult CEmbeddedTableDef::CheckIndexFields(const CDaoIndexInfo& index) const
 
 const SColumnDefinition* CEmbeddedTableDef::FindField(std::u16string_view name) const {
   const std::string key = MakeNameKey(m_file->GetLayout(), name);
-  for (const SColumnDefinition& column : m_definition.columns)
+  for (const SColumnDefinition& column : m_table.definition.columns)
     if (MakeNameKey(m_file->GetLayout(), column.name) == key) return &column;
   return nullptr;
 }
@@ -206,28 +250,141 @@ void CEmbeddedTableDef::LayOutIndexes() {
     if (index.ignoreNulls) real.flags |= kIndexIgnoreNulls;
     SLogicalIndex logical;
     logical.name = index.name;
-    logical.number = logical.realIndex = static_cast<uint32_t>(m_definition.realIndexes.size());
+    logical.number = logical.realIndex = static_cast<uint32_t>(m_table.definition.realIndexes.size());
     logical.kind = isPrimary ? kIndexKindPrimary : uint8_t{0};
-    m_definition.realIndexes.push_back(std::move(real));
-    m_definition.logicalIndexes.push_back(std::move(logical));
+    m_table.definition.realIndexes.push_back(std::move(real));
+    m_table.definition.logicalIndexes.push_back(std::move(logical));
   }
+  AddComplexIndexes();
   std::sort(
-      m_definition.logicalIndexes.begin(), m_definition.logicalIndexes.end(),
+      m_table.definition.logicalIndexes.begin(), m_table.definition.logicalIndexes.end(),
       [this](const auto& a, const auto& b) { return IsNameBefore(m_file->GetLayout(), a.name, b.name); });
+}
+
+// Every complex column has an index of its own.
+void CEmbeddedTableDef::AddComplexIndexes() {
+  STableDefinition& definition = m_table.definition;
+  for (const SNewComplexColumn& complex : m_table.complexColumns) {
+    SRealIndex real;
+    for (const SColumnDefinition& column : definition.columns)
+      if (column.name == complex.column) real.columns.push_back({column.number, true});
+    real.flags = kIndexUnique | kIndexRequired;
+    real.isOfComplexColumn = true;
+    SLogicalIndex logical;
+    logical.name = MakeComplexIndexName(complex.column);
+    logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
+    definition.realIndexes.push_back(std::move(real));
+    definition.logicalIndexes.push_back(std::move(logical));
+  }
+}
+
+// The versions of a memo belong to a complex column that nobody sees: its display number is 0, and those of
+// the others begin with 1.
+void CEmbeddedTableDef::AddHistories() {
+  std::vector<SColumnDefinition>& columns = m_table.definition.columns;
+  const size_t visible = columns.size();
+  for (const CDaoFieldInfo& field : m_fields) {
+    if (!field.keepsHistory) continue;
+    columns.push_back(MakeComplexColumn(MakeHistoryName(), true));
+    m_table.complexColumns.push_back({columns.back().name, field.name, {}, field.valueProperties});
+  }
+  if (columns.size() != visible)
+    for (size_t i = 0; i < visible; i++) columns[i].displayNumber++;
+}
+
+// With what the engine looks for in them, if the caller does not have it.
+CDaoResult CEmbeddedTableDef::CollectProperties() {
+  CPropertyList list(m_file->GetLayout());
+  const auto hasHistory = [](const CDaoFieldInfo& field) { return field.keepsHistory; };
+  const bool keepsHistory = std::any_of(m_fields.begin(), m_fields.end(), hasHistory);
+  const CDaoProperty appendOnly = MakeByteProperty(u"AppendOnly", kTypeBoolean, {1, 0, 0, 0});
+  if (keepsHistory) AddIfMissing(m_properties, appendOnly);
+  AddEngineVersions();
+  if (CDaoResult result = list.AddToObject(m_properties); !result.IsOk()) return result;
+  for (CDaoFieldInfo& field : m_fields) {
+    if (!field.expression.empty()) {
+      AddIfMissing(field.properties, MakeTextProperty(u"Expression", kTypeMemo, field.expression));
+      AddIfMissing(
+          field.properties,
+          MakeByteProperty(u"ResultType", kTypeByte, {FindFieldType(m_file->GetLayout(), field.type)->type}));
+    }
+    if (field.keepsHistory) AddIfMissing(field.properties, appendOnly);
+    if (CDaoResult result = list.AddToColumn(field.name, field.properties); !result.IsOk()) return result;
+  }
+  m_table.properties = list.MakeBlob();
+  return CDaoResult::Ok();
+}
+
+// The lowest version of the engine that knows the table's columns.
+void CEmbeddedTableDef::AddEngineVersions() {
+  constexpr std::u16string_view kVersions[] = {u"", u"14.0.0000.0000", u"16.0.7124.1000",
+                                               u"16.0.12600.10000"};
+  size_t needed = 0;
+  for (const SColumnDefinition& column : m_table.definition.columns)
+    needed = std::max<size_t>(needed, column.type == kTypeExtendedDate ? 3
+                                      : column.type == kTypeBigInt     ? 2
+                                      : column.IsCalculated()          ? 1
+                                                                       : 0);
+  if (needed == 0) return;
+  for (const std::u16string_view name : {u"FCMinReadVer", u"FCMinWriteVer", u"FCMinDesignVer"})
+    AddIfMissing(m_properties, MakeTextProperty(name, kTypeText, kVersions[needed]));
+}
+
+CDaoResult CEmbeddedTableDef::SetProperties(std::span<const CDaoProperty> properties) {
+  if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
+  m_properties.assign(properties.begin(), properties.end());
+  return CDaoResult::Ok();
+}
+
+CDaoResult CEmbeddedTableDef::SetLink(const CDaoLinkInfo& link) {
+  if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
+  if (link.source.size() > kMaxTextLength ||
+      link.shortInfo.size() > kMaxTextLength * m_file->GetLayout().text.unitSize)
+    return {EDaoError::FieldTooSmall, u"The link's table name or short description is too long."};
+  m_table.link = link;
+  return CDaoResult::Ok();
 }
 
 CDaoResult CEmbeddedTableDef::Append() {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
-  if (m_definition.columns.empty()) return Invalid(u"The table has no fields.");
-  m_definition.LayOutColumns();
-  m_definition.realIndexes.clear();
-  m_definition.logicalIndexes.clear();
+  STableDefinition& definition = m_table.definition;
+  const bool isLinkToFile = m_table.link && !m_table.link->isOdbc;
+  if (isLinkToFile ? !definition.columns.empty() : definition.columns.empty())
+    return Invalid(isLinkToFile ? u"A table that is linked from a file has no fields of its own."
+                                : u"The table has no fields.");
+  SNewTable table = m_table;  // so that another attempt finds it as it was
+  AddHistories();
+  definition.LayOutColumns();
+  definition.realIndexes.clear();
+  definition.logicalIndexes.clear();
   LayOutIndexes();
-  if (CRowEncoder(m_file->GetLayout(), m_definition).IsTooLong())
-    return {EDaoError::RecordTooLarge, u"The table's fields of fixed length do not fit in one record."};
-  if (CDaoResult result = m_file->AddTable(m_name, m_definition); !result.IsOk()) return result;
+  CDaoResult result = CollectProperties();
+  if (result.IsOk() && definition.columns.size() > kMaxFields)
+    result = {EDaoError::TooManyFields,
+              u"A table has at most 255 fields, those for the versions of memos included."};
+  if (result.IsOk() && definition.realIndexes.size() > kMaxIndexes)
+    result = {EDaoError::TooManyIndexes,
+              u"A table has at most 32 indexes, those of complex fields included."};
+  if (result.IsOk() && CRowEncoder(m_file->GetLayout(), definition).IsTooLong())
+    result = {EDaoError::RecordTooLarge, u"The table's fields of fixed length do not fit in one record."};
+  SortColumns();
+  if (result.IsOk()) result = m_file->AddTable(m_table);
+  if (!result.IsOk()) {
+    m_table = std::move(table);
+    return result;
+  }
   m_isAppended = true;
   return CDaoResult::Ok();
+}
+
+void CEmbeddedTableDef::SortColumns() {
+  const SLayout& layout = m_file->GetLayout();
+  if (!layout.definition.isSortedByDisplay) return;
+  std::stable_sort(m_table.definition.columns.begin(), m_table.definition.columns.end(),
+                   [&](const SColumnDefinition& a, const SColumnDefinition& b) {
+                     if (a.displayNumber != b.displayNumber) return a.displayNumber < b.displayNumber;
+                     return IsNameBefore(layout, a.name, b.name);
+                   });
 }
 
 void CEmbeddedTableDef::Close() {

@@ -5,6 +5,8 @@
 
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
+#include "platform/CodePage.h"
+#include "platform/Text.h"
 #include "platform/TextUnits.h"
 
 namespace tolvane {
@@ -72,6 +74,56 @@ CDaoResult Fill(CDaoByteSource& source, std::vector<uint8_t>& buffer, size_t siz
   return CDaoResult::Ok();
 }
 
+// The stored bytes of a text whose units come piece by piece: as they are, or in the code page.
+class CUnitSource : public CDaoByteSource {
+ public:
+  CUnitSource(CDaoByteSource& units, const STextLayout& layout)
+      : m_units(units), m_layout(layout), m_left(units.GetLength()) {}
+
+  // Marks of the byte order are no text, see StoredText.h.
+  CDaoResult SkipMarks() {
+    do {
+      if (CDaoResult result = Fill(m_units, m_piece, 2); !result.IsOk()) return result;
+      m_left -= std::min<uint64_t>(m_left, 2);
+    } while (m_piece.size() == 2 && UnitsOf(m_piece).front() == 0xFEFF);
+    Encode();
+    return CDaoResult::Ok();
+  }
+  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
+    if (m_position == m_ready.size()) {
+      if (!Fill(m_units, m_piece, kPiece).IsOk()) return false;
+      m_left -= std::min<uint64_t>(m_left, m_piece.size());
+      Encode();
+    }
+    bytesRead = std::min(buffer.size(), m_ready.size() - m_position);
+    std::copy_n(m_ready.begin() + static_cast<std::ptrdiff_t>(m_position), bytesRead, buffer.begin());
+    m_position += bytesRead;
+    return true;
+  }
+  [[nodiscard]] uint64_t GetLength() const override {
+    return m_ready.size() - m_position + (m_layout.IsCodePage() ? m_left / 2 : m_left);
+  }
+  [[nodiscard]] size_t GetReplaced() const { return m_replaced; }
+
+ private:
+  static constexpr size_t kPiece = 4096;
+  void Encode() {
+    m_ready.clear();
+    m_position = 0;
+    if (m_layout.IsCodePage())
+      m_replaced += EncodeCodePage(kGeneralCodePage, UnitsOf(m_piece), m_ready);
+    else
+      m_ready.swap(m_piece);
+  }
+
+  CDaoByteSource& m_units;
+  const STextLayout& m_layout;
+  std::vector<uint8_t> m_piece, m_ready;
+  size_t m_position = 0;
+  uint64_t m_left;  // bytes of the units that have not been read
+  size_t m_replaced = 0;
+};
+
 void PutReference(std::span<uint8_t> reference, uint32_t lengthAndKind, uint32_t pointer, uint32_t stamp) {
   PutLittle(reference, 0, lengthAndKind);
   PutLittle(reference, kReferencePointer, pointer);
@@ -131,6 +183,22 @@ CDaoResult CLongValueWriter::SetText(std::u16string_view text, CRowEncoder& row,
   }
   CTextSource source(text);
   return SetBytes(source, row);
+}
+
+CDaoResult CLongValueWriter::SetText(CDaoByteSource& units, CRowEncoder& row, size_t& replaced) {
+  const SLayout& layout = m_file.GetLayout();
+  replaced = 0;
+  if (units.GetLength() <= 2 * layout.row.longestInline) {
+    std::vector<uint8_t> bytes;
+    if (CDaoResult result = Fill(units, bytes, static_cast<size_t>(units.GetLength())); !result.IsOk())
+      return result;
+    return SetText(UnitsOf(bytes), row, replaced);
+  }
+  CUnitSource source(units, layout.text);
+  if (CDaoResult result = source.SkipMarks(); !result.IsOk()) return result;
+  CDaoResult result = SetBytes(source, row);
+  replaced = source.GetReplaced();
+  return result;
 }
 
 CDaoResult CLongValueWriter::SetSmall(std::span<const uint8_t> stored, size_t countedLength,

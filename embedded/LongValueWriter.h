@@ -34,6 +34,8 @@ class CLongValueWriter {
   CDaoResult SetBytes(std::span<const uint8_t> bytes, CRowEncoder& row);
   // `replaced` is how many characters the format cannot hold.
   CDaoResult SetText(std::u16string_view text, CRowEncoder& row, size_t& replaced);
+  // The units of a text, UTF-16LE.
+  CDaoResult SetText(CDaoByteSource& units, CRowEncoder& row, size_t& replaced);
   // Bytes of the present row's value that stand in the row itself.
   [[nodiscard]] size_t GetInlineSize(const CRowEncoder& row) const;
   // Takes such a value out of the row, for Commit to place.

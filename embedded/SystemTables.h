@@ -24,6 +24,11 @@ enum EObjectsColumn : uint16_t {
   kObjectsDateUpdate = 5,
   kObjectsOwner = 6,
   kObjectsFlags = 7,
+  kObjectsDatabase = 8,
+  kObjectsConnect = 9,
+  kObjectsForeignName = 10,
+  kObjectsShortInfo = 11,
+  kObjectsLongInfo = 12,
   kObjectsProperties = 14,
 };
 enum EAcesColumn : uint16_t { kAcesObjectId = 0, kAcesSid = 1, kAcesAcm = 2, kAcesInheritable = 3 };
@@ -60,7 +65,6 @@ enum EComplexKind : uint32_t {
   kComplexOfTexts = 37,
   kComplexOfFiles = 39,
 };
-inline constexpr uint32_t kLastAceSystemPage = 40;
 
 // Catalogue ids and types.
 inline constexpr uint32_t kContainerRoot = 0x0F000000, kContainerTables = 0x0F000001,
@@ -68,9 +72,11 @@ inline constexpr uint32_t kContainerRoot = 0x0F000000, kContainerTables = 0x0F00
                           kDatabaseObject = 0x10000000;
 inline constexpr uint32_t kSystemObjectFlag = 0x80000000;
 inline constexpr uint32_t kComplexKindFlags = 0x80030000, kFlatTableFlags = 0x800A0000,
-                          kHasComplexColumnsFlag = 0x00040000;
-inline constexpr int16_t kObjectTable = 1, kObjectDatabase = 2, kObjectContainer = 3, kObjectQuery = 5,
-                         kObjectRelationship = 8;
+                          kHasComplexColumnsFlag = 0x00040000, kLinkedOdbcFlags = 0x20100000,
+                          kLinkedAccessFlags = 0x00200000, kHiddenObjectFlag = 8;
+inline constexpr int16_t kObjectTable = 1, kObjectDatabase = 2, kObjectContainer = 3, kObjectLinkedOdbc = 4,
+                         kObjectQuery = 5, kObjectLinkedAccess = 6, kObjectRelationship = 8,
+                         kObjectDocument = -32757;
 // Objects without a definition page are numbered from here.
 inline constexpr uint32_t kFirstObjectId = 0x80000000;
 

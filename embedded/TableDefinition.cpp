@@ -42,6 +42,7 @@ void EncodeHeader(const SDefinitionLayout& at, const STableDefinition& definitio
   PutLittle(header, at.rowCount, definition.rowCount);
   PutLittle(header, at.autoNumber, definition.autoNumber);
   PutLittle<uint32_t>(header, at.autoNumberStep, 1);
+  PutLittle(header, at.complexNumber, definition.complexNumber);
   PutLittle(header, at.tableType, definition.tableType);
   PutLittle(header, at.columnsEver, definition.columnsEver);
   PutLittle(header, at.variableEver, definition.variableEver);
@@ -107,6 +108,7 @@ void EncodeRealIndex(const SRealIndexLayout& at, const SRealIndex& index, std::s
   PutLittle(block, at.map, index.map);
   PutLittle(block, at.root, index.root);
   block[at.flags] = static_cast<uint8_t>(index.flags | at.alwaysSet);
+  PutLittle(block, at.complexMark, index.isOfComplexColumn ? kIndexOfComplexColumn : uint8_t{0});
 }
 
 SRealIndex DecodeRealIndex(const SRealIndexLayout& at, std::span<const uint8_t> block) {
@@ -120,6 +122,7 @@ SRealIndex DecodeRealIndex(const SRealIndexLayout& at, std::span<const uint8_t> 
   index.map = GetLittle<uint32_t>(block, at.map);
   index.root = GetLittle<uint32_t>(block, at.root);
   index.flags = static_cast<uint8_t>(block[at.flags] & ~at.alwaysSet);
+  index.isOfComplexColumn = GetLittle<uint8_t>(block, at.complexMark) == kIndexOfComplexColumn;
   return index;
 }
 
@@ -140,7 +143,7 @@ std::vector<const SColumnDefinition*> LongValueColumns(const SLayout& layout,
                                                        const STableDefinition& definition) {
   std::vector<const SColumnDefinition*> columns;
   for (const SColumnDefinition& column : definition.columns)
-    if (IsLongValueType(column.type)) columns.push_back(&column);
+    if (column.HoldsLongValues()) columns.push_back(&column);
   std::sort(columns.begin(), columns.end(), [&](const auto* a, const auto* b) {
     if (a->displayNumber != b->displayNumber) return a->displayNumber < b->displayNumber;
     return IsNameBefore(layout, a->name, b->name);
@@ -161,6 +164,7 @@ bool TakeHeader(const SDefinitionLayout& at, CByteTaker& taker, STableDefinition
   definition.tableType = header[at.tableType];
   definition.rowCount = GetLittle<uint32_t>(header, at.rowCount);
   definition.autoNumber = GetLittle<uint32_t>(header, at.autoNumber);
+  definition.complexNumber = GetLittle<uint32_t>(header, at.complexNumber);
   definition.columnsEver = GetLittle<uint16_t>(header, at.columnsEver);
   definition.variableEver = GetLittle<uint16_t>(header, at.variableEver);
   definition.ownedMap = GetLittle<uint32_t>(header, at.ownedMap);

@@ -34,6 +34,12 @@ struct SColumnDefinition {
   uint32_t freeMap = 0;
 
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
+  [[nodiscard]] bool IsCalculated() const { return (extendedFlags & kColumnCalculated) == kColumnCalculated; }
+  [[nodiscard]] bool HasTexts() const { return type == kTypeText || type == kTypeMemo; }
+  // A calculated memo is a text without a length.
+  [[nodiscard]] bool HoldsLongValues() const {
+    return IsLongValueType(type) || (IsCalculated() && type == kTypeText && length == 0);
+  }
   // Bytes in the fixed part; booleans live in the null mask alone.
   [[nodiscard]] uint16_t GetFixedSize() const {
     return IsFixed() && type != kTypeBoolean ? length : uint16_t{0};
@@ -48,6 +54,7 @@ struct SIndexColumn {
 struct SRealIndex {
   std::vector<SIndexColumn> columns;
   uint8_t flags = 0;
+  bool isOfComplexColumn = false;  // made with it, not by anybody
   uint32_t map = 0;
   uint32_t root = 0;
   uint32_t distinctKeys = 0;
@@ -68,7 +75,8 @@ struct SLogicalIndex {
 struct STableDefinition {
   uint8_t tableType = kUserTable;
   uint32_t rowCount = 0;
-  uint32_t autoNumber = 0;  // the last one given
+  uint32_t autoNumber = 0;     // the last one given
+  uint32_t complexNumber = 0;  // likewise for all complex columns together
   uint16_t columnsEver = 0;
   uint16_t variableEver = 0;
   uint32_t ownedMap = 0;

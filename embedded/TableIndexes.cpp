@@ -31,7 +31,7 @@ class CIndexPages {
   CIndexPages(CPageFile& file, const SRealIndex& index, uint32_t ownerPage)
       : m_file(file),
         m_index(index),
-        m_use(ownerPage < kFirstFreePage ? EPageUse::Structure : EPageUse::Content) {}
+        m_use(IsSystemPage(file.GetLayout(), ownerPage) ? EPageUse::Structure : EPageUse::Content) {}
 
   CDaoResult Load() {
     CDaoResult result = LoadUsageMap(m_file, m_index.map, m_spare);
@@ -140,7 +140,7 @@ CDaoResult CIndexRebuild::Collect() {
 }
 
 CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
-  const bool isSystem = m_table.GetPage() < kFirstFreePage;
+  const bool isSystem = IsSystemPage(m_file.GetLayout(), m_table.GetPage());
   if (const std::u16string_view obstacle = m_collectors[index]->GetObstacle(); !obstacle.empty()) {
     if (isSystem) return CannotIndex(EDaoError::NotSupported);
     Note(index, u"was left out: " + std::u16string(obstacle));

@@ -1,6 +1,7 @@
 #include "embedded/TableStore.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "embedded/ObjectName.h"
@@ -16,7 +17,7 @@ void AssignMaps(STableDefinition& definition, const std::vector<uint32_t>& point
   definition.freeMap = *next++;
   for (uint16_t number = 0; number < definition.columnsEver; number++) {
     for (SColumnDefinition& column : definition.columns) {
-      if (column.number != number || !IsLongValueType(column.type)) continue;
+      if (column.number != number || !column.HoldsLongValues()) continue;
       column.ownedMap = *next++;
       column.freeMap = *next++;
     }
@@ -54,7 +55,7 @@ CDaoResult AllocateAndStore(CPageFile& file, STableDefinition& definition, std::
 
 size_t CountUsageMaps(const STableDefinition& definition) {
   size_t count = 2 + definition.realIndexes.size();
-  for (const SColumnDefinition& column : definition.columns) count += IsLongValueType(column.type) ? 2 : 0;
+  for (const SColumnDefinition& column : definition.columns) count += column.HoldsLongValues() ? 2 : 0;
   return count;
 }
 
@@ -71,7 +72,8 @@ CDaoResult CreateTable(CPageFile& file, STableDefinition& definition, std::vecto
 CTableStore::CTableStore(CPageFile& file, uint32_t definitionPage)
     : m_file(file),
       m_page(definitionPage),
-      m_data(file, definitionPage, definitionPage < kFirstFreePage ? EPageUse::Structure : EPageUse::Content,
+      m_data(file, definitionPage,
+             IsSystemPage(file.GetLayout(), definitionPage) ? EPageUse::Structure : EPageUse::Content,
              m_owned, m_free),
       m_readPage(file.GetLayout()) {}
 
@@ -82,7 +84,7 @@ CDaoResult CTableStore::Load() {
   if (CDaoResult result = LoadUsageMap(m_file, m_definition.freeMap, m_free); !result.IsOk()) return result;
   for (const SColumnDefinition& column : m_definition.columns) {
     m_longValues.emplace_back();
-    if (!IsLongValueType(column.type)) continue;
+    if (!column.HoldsLongValues()) continue;
     m_longValues.back() = std::make_unique<CLongValueWriter>(m_file, column);
     if (CDaoResult result = m_longValues.back()->Load(); !result.IsOk()) return result;
   }
@@ -134,19 +136,32 @@ CDaoResult CTableStore::ShortenRow() {
   return CDaoResult::Ok();
 }
 
-CDaoResult CTableStore::StoreRow() {
+CDaoResult CTableStore::PlaceLongValues() {
   if (CDaoResult result = ShortenRow(); !result.IsOk()) return result;
   for (const auto& longValues : m_longValues)
     if (longValues)
       if (CDaoResult result = longValues->Commit(*m_row); !result.IsOk()) return result;
-  std::span<uint8_t> row;
+  return CDaoResult::Ok();
+}
+
+void CTableStore::ForgetLongValues() {
+  for (const auto& longValues : m_longValues)
+    if (longValues) longValues->Forget();
+}
+
+CDaoResult CTableStore::StoreRow() {
   uint32_t pointer = 0;
+  return StoreRow(pointer);
+}
+
+CDaoResult CTableStore::StoreRow(uint32_t& pointer) {
+  if (CDaoResult result = PlaceLongValues(); !result.IsOk()) return result;
+  std::span<uint8_t> row;
   if (CDaoResult result = m_data.AddRow(m_row->GetRowSize(), row, pointer); !result.IsOk()) return result;
   m_row->Write(row);
   m_definition.rowCount++;
   m_isChanged = true;
-  for (const auto& longValues : m_longValues)
-    if (longValues) longValues->Forget();
+  ForgetLongValues();
   return CDaoResult::Ok();
 }
 
@@ -217,6 +232,35 @@ CDaoResult CTableStore::ForEachRow(const RowVisitor& visit) {
       if (!visit(page.GetRow(row), MakeRowPointer(number, row))) return CDaoResult::Ok();
   }
   return CDaoResult::Ok();
+}
+
+CDaoResult CTableStore::EditRow(uint32_t pointer, const std::function<CDaoResult()>& edit) {
+  if (CDaoResult result = m_data.Close(); !result.IsOk()) return result;
+  const std::span<const uint8_t> found = ReadRow(pointer);
+  const std::vector<uint8_t> old(found.begin(), found.end());
+  BeginRow();
+  for (const SColumnDefinition& column : m_definition.columns) {
+    std::optional<std::span<const uint8_t>> value;
+    if (!ReadRowColumn(GetLayout(), m_definition, old, column, value))
+      return {EDaoError::NotADatabase, u"A record that is to be changed cannot be read."};
+    if (column.type == kTypeBoolean)
+      m_row->SetBoolean(column, value && value->front() != 0);
+    else if (value)
+      m_row->Set(column, *value);
+  }
+  CDaoResult result = edit();
+  if (result.IsOk()) result = PlaceLongValues();
+  if (!result.IsOk()) return result;
+  std::vector<uint8_t> row(m_row->GetRowSize());
+  m_row->Write(row);
+  std::vector<uint8_t> bytes(GetLayout().pageSize);
+  if (result = m_file.Read(PageOfPointer(pointer), bytes); !result.IsOk()) return result;
+  if (!m_readPage.Load(bytes) || !m_readPage.ReplaceRow(RowOfPointer(pointer), row))
+    return {EDaoError::RecordTooLarge, u"There is no room left beside the record that is to be changed."};
+  if (result = m_file.Write(PageOfPointer(pointer), m_readPage.Finish()); !result.IsOk()) return result;
+  ForgetLongValues();
+  m_isChanged = true;
+  return result;
 }
 
 std::span<const uint8_t> CTableStore::ReadRow(uint32_t pointer) {

@@ -60,7 +60,15 @@ class CTableStore {
   [[nodiscard]] CLongValueWriter* GetLongValues(size_t column) { return m_longValues[column].get(); }
   void BeginRow();
   CDaoResult StoreRow();
+  CDaoResult StoreRow(uint32_t& pointer);
   void DiscardRow();
+
+  // Changes a stored row: `edit` sets columns of it. Fails when it no longer fits its page.
+  CDaoResult EditRow(uint32_t pointer, const std::function<CDaoResult()>& edit);
+  void RaiseComplexNumber(int32_t value) {
+    if (value > GetComplexNumber()) m_definition.complexNumber = static_cast<uint32_t>(value);
+  }
+  [[nodiscard]] int32_t GetComplexNumber() const { return static_cast<int32_t>(m_definition.complexNumber); }
 
   // For relationships. A new index is built from the stored rows and is the last one afterwards; when that
   // cannot be, the definition is as before. Nothing may be open. The definition is stored by StoreIndexes.
@@ -79,6 +87,8 @@ class CTableStore {
 
  private:
   CDaoResult ShortenRow();
+  CDaoResult PlaceLongValues();
+  void ForgetLongValues();
   CDaoResult BuildIndex(SRealIndex index);
 
   CPageFile& m_file;

@@ -33,6 +33,7 @@ struct SDefinitionLayout {
   uint16_t rowCount;
   uint16_t autoNumber;      // u32, the last one given out
   uint16_t autoNumberStep;  // u32
+  uint16_t complexNumber;   // u32, the last one given out to complex columns
   uint16_t tableType;
   uint16_t columnsEver;   // u16, highest column number + 1, deleted ones included
   uint16_t variableEver;  // u16
@@ -70,11 +71,13 @@ struct SRealIndexLayout {
   uint16_t map;    // row pointer
   uint16_t root;   // page
   uint16_t flags;
-  uint8_t alwaysSet;  // flags that every index of the format has
+  uint16_t complexMark;  // u8, kIndexOfComplexColumn or 0
+  uint8_t alwaysSet;     // flags that every index of the format has
 };
 inline constexpr size_t kIndexSlots = 10, kIndexSlotSize = 3;
 inline constexpr uint16_t kNoColumn = 0xFFFF;
 inline constexpr uint8_t kIndexAscending = 0x01;
+inline constexpr uint8_t kIndexOfComplexColumn = 2;  // made with the column, not by anybody
 inline constexpr uint8_t kIndexUnique = 0x01, kIndexIgnoreNulls = 0x02, kIndexRequired = 0x08;
 
 struct SLogicalIndexLayout {

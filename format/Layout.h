@@ -89,6 +89,7 @@ inline constexpr SLayout kLayoutJet3{
                    .rowCount = 12,
                    .autoNumber = 16,
                    .autoNumberStep = kAbsent,
+                   .complexNumber = kAbsent,
                    .tableType = 20,
                    .columnsEver = 21,
                    .variableEver = 23,
@@ -116,8 +117,14 @@ inline constexpr SLayout kLayoutJet3{
                .extendedFlags = kAbsent,
                .fixedOffset = 14,
                .length = 16},
-    .realIndex =
-        {.size = 39, .magic = kAbsent, .slots = 0, .map = 30, .root = 34, .flags = 38, .alwaysSet = 0},
+    .realIndex = {.size = 39,
+                  .magic = kAbsent,
+                  .slots = 0,
+                  .map = 30,
+                  .root = 34,
+                  .flags = 38,
+                  .complexMark = kAbsent,
+                  .alwaysSet = 0},
     .logicalIndex = {.size = 20,
                      .magic = kAbsent,
                      .number = 0,
@@ -165,6 +172,7 @@ inline constexpr SLayout kLayoutJet4{
                    .rowCount = 16,
                    .autoNumber = 20,
                    .autoNumberStep = 24,
+                   .complexNumber = 28,
                    .tableType = 40,
                    .columnsEver = 41,
                    .variableEver = 43,
@@ -192,7 +200,14 @@ inline constexpr SLayout kLayoutJet4{
                .extendedFlags = 16,
                .fixedOffset = 21,
                .length = 23},
-    .realIndex = {.size = 52, .magic = 0, .slots = 4, .map = 34, .root = 38, .flags = 46, .alwaysSet = 0x80},
+    .realIndex = {.size = 52,
+                  .magic = 0,
+                  .slots = 4,
+                  .map = 34,
+                  .root = 38,
+                  .flags = 46,
+                  .complexMark = 47,
+                  .alwaysSet = 0x80},
     .logicalIndex = {.size = 28,
                      .magic = 0,
                      .number = 4,
@@ -236,5 +251,10 @@ constexpr bool IsConsistent(const SLayout& at) {
          at.row.longestChained <= at.pageSize - at.data.slots - 2;
 }
 static_assert(IsConsistent(kLayoutJet3) && IsConsistent(kLayoutJet4) && IsConsistent(kLayoutAce));
+
+// Definition pages of the tables that a database begins with.
+constexpr bool IsSystemPage(const SLayout& layout, uint32_t page) {
+  return page < kFirstFreePage || (layout.hasComplexColumns && page <= kLastAceSystemPage);
+}
 
 }  // namespace tolvane

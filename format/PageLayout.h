@@ -31,6 +31,7 @@ inline constexpr uint32_t kHeaderPage = 0;
 inline constexpr uint32_t kGlobalMapPage = 1;  // its row 0 is the map of free pages
 inline constexpr uint32_t kObjectsPage = 2, kAcesPage = 3, kQueriesPage = 4, kRelationshipsPage = 5;
 inline constexpr uint32_t kFirstFreePage = 6;
+inline constexpr uint32_t kLastAceSystemPage = 40;                   // the tables of complex columns
 inline constexpr uint32_t kGlobalFreeRow = 0, kGlobalSecondRow = 1;  // rows of page 1
 
 // clang-format off

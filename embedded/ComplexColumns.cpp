@@ -1,0 +1,158 @@
+#include "embedded/ComplexColumns.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "embedded/ObjectName.h"
+#include "platform/Process.h"
+
+namespace tolvane {
+namespace {
+
+constexpr std::u16string_view kModified = u"Modified_F9B5E312-4155-4c59-9AAE-391C1B295827";
+constexpr size_t kIndexNameColumn = 31;  // characters of the column's name in that of its index
+constexpr STextOrder kNoOrder{0, 0};
+
+struct SKind {
+  int16_t daoType;
+  EComplexKind kind;
+};
+constexpr SKind kKinds[] = {
+    {kDaoAttachment, kComplexOfFiles},        {kDaoComplexByte, kComplexOfBytes},
+    {kDaoComplexInteger, kComplexOfIntegers}, {kDaoComplexLong, kComplexOfLongs},
+    {kDaoComplexSingle, kComplexOfSingles},   {kDaoComplexDouble, kComplexOfDoubles},
+    {kDaoComplexGuid, kComplexOfGuids},       {kDaoComplexDecimal, kComplexOfDecimals},
+    {kDaoComplexText, kComplexOfTexts}};
+
+// Of a new GUID.
+std::u16string MakeDigits() {
+  std::u16string digits;
+  for (const uint8_t byte : MakeGuid().bytes) {
+    digits += u"0123456789ABCDEF"[byte >> 4];
+    digits += u"0123456789ABCDEF"[byte & 15];
+  }
+  return digits;
+}
+
+std::u16string Cut(std::u16string name) {
+  name.resize(std::min(name.size(), kMaxNameLength));
+  return name;
+}
+
+SColumnDefinition MakeColumn(std::u16string name, uint8_t type, STextOrder order) {
+  SColumnDefinition column;
+  column.name = std::move(name);
+  column.type = type;
+  column.flags = kColumnUpdatable;
+  column.length = LengthOfType(type);
+  column.order = order;
+  return column;
+}
+
+std::vector<SColumnDefinition> MakeHistoryColumns(STextOrder order, std::u16string_view memo) {
+  return {MakeColumn(std::u16string(memo), kTypeMemo, order),
+          MakeColumn(std::u16string(kModified), kTypeDate, kNoOrder)};
+}
+
+std::vector<SColumnDefinition> MakeValueColumns(const SLayout& layout, STextOrder order, EComplexKind kind) {
+  std::vector<SColumnDefinition> columns = MakeComplexColumns(kind);
+  std::sort(columns.begin(), columns.end(),
+            [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); });
+  for (SColumnDefinition& column : columns) {
+    const bool isText = column.type == kTypeText || column.type == kTypeMemo;
+    if (isText) column.order = order;
+    if (isText && kind != kComplexOfFiles) column.extendedFlags = kColumnCompressed;
+  }
+  return columns;
+}
+
+void AddIndex(STableDefinition& definition, std::u16string name, std::vector<SIndexColumn> columns,
+              uint8_t flags, uint8_t kind) {
+  SLogicalIndex logical;
+  logical.name = std::move(name);
+  logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
+  logical.kind = kind;
+  definition.logicalIndexes.push_back(std::move(logical));
+  SRealIndex real;
+  real.columns = std::move(columns);
+  real.flags = flags;
+  definition.realIndexes.push_back(std::move(real));
+}
+
+// All display numbers are 0, so names decide the order.
+void SortByName(const SLayout& layout, STableDefinition& definition) {
+  const auto byName = [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); };
+  std::sort(definition.columns.begin(), definition.columns.end(), byName);
+  std::sort(definition.logicalIndexes.begin(), definition.logicalIndexes.end(), byName);
+}
+
+}  // namespace
+
+const EComplexKind* FindComplexKind(int16_t daoType) {
+  for (const SKind& kind : kKinds)
+    if (kind.daoType == daoType) return &kind.kind;
+  return nullptr;
+}
+
+SColumnDefinition MakeComplexColumn(std::u16string_view name, bool isHistory) {
+  SColumnDefinition column = MakeColumn(std::u16string(name), kTypeComplex, {});
+  column.flags = kColumnFixed | kColumnUpdatable | kColumnAutoNumber;
+  if (isHistory) column.extendedFlags = kColumnOfHistory;
+  return column;
+}
+
+std::u16string MakeHistoryName() {
+  const std::u16string digits = MakeDigits();
+  std::u16string name = u"VersionHistory_";
+  for (size_t i = 0; i < digits.size(); i++) {
+    if (i == 8 || i == 12 || i == 16 || i == 20) name += u'-';
+    name += digits[i];
+  }
+  return name;
+}
+
+std::u16string MakeComplexIndexName(std::u16string_view column) {
+  return std::u16string(column.substr(0, kIndexNameColumn)) + u'_' + MakeDigits();
+}
+
+SNamedDefinition MakeFlatTable(const SLayout& layout, STextOrder order, const SNewComplexColumn& complex,
+                               std::u16string_view table) {
+  SNamedDefinition flat;
+  flat.name = Cut(u"f_" + MakeDigits() + u'_' + complex.column);
+  STableDefinition& definition = flat.definition;
+  definition.columns = complex.IsHistory() ? MakeHistoryColumns(order, complex.memo)
+                                           : MakeValueColumns(layout, order, complex.kind);
+  const auto rowNumber = static_cast<uint16_t>(definition.columns.size());
+  const auto key = static_cast<uint16_t>(rowNumber + 1);
+  const bool isFile = !complex.IsHistory() && complex.kind == kComplexOfFiles;
+  const uint16_t unique = isFile ? 2 : 0;  // FileName or Value
+  flat.valueColumn = definition.columns.front().name;
+  SColumnDefinition& counter = definition.columns.emplace_back(
+      MakeColumn(Cut(std::u16string(table) + u'_' + complex.column), kTypeLong, kNoOrder));
+  counter.flags |= kColumnAutoNumber;
+  counter.extendedFlags = kColumnFlatRowId;
+  SColumnDefinition& foreign =
+      definition.columns.emplace_back(MakeColumn(Cut(u'_' + complex.column), kTypeLong, kNoOrder));
+  foreign.extendedFlags = kColumnFlatKey;
+  const std::u16string keyName = foreign.name;
+  definition.LayOutColumns();
+  AddIndex(definition, u"MSysComplexPKIndex", {{rowNumber, true}}, kIndexUnique | kIndexRequired,
+           kIndexKindPrimary);
+  AddIndex(definition, keyName, {{key, true}}, kIndexRequired, 0);
+  if (!complex.IsHistory())
+    AddIndex(definition, u"IdxFKPrimaryScalar", {{key, true}, {unique, true}}, kIndexUnique | kIndexRequired,
+             0);
+  SortByName(layout, definition);
+  return flat;
+}
+
+SNamedDefinition MakeHistoryKind(const SLayout& layout, STextOrder order, std::u16string_view memo) {
+  SNamedDefinition kind;
+  kind.name = u"MSysComplexTypeVH_" + MakeDigits();
+  kind.definition.columns = MakeHistoryColumns(order, memo);
+  kind.definition.LayOutColumns();
+  SortByName(layout, kind.definition);
+  return kind;
+}
+
+}  // namespace tolvane

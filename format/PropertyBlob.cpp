@@ -1,0 +1,139 @@
+#include "format/PropertyBlob.h"
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+
+#include "format/Bytes.h"
+
+namespace tolvane {
+namespace {
+
+constexpr std::string_view kMagicJet3("KKD\0", 4), kMagicJet4("MR2\0", 4);
+constexpr size_t kBlockHead = 6, kOwnerHead = 6, kEntryHead = 8;
+constexpr uint16_t kNames = 0x80;
+
+std::string ToString(std::span<const uint8_t> bytes) {
+  return {bytes.begin(), bytes.end()};
+}
+
+void Append(std::vector<uint8_t>& out, std::string_view bytes) {
+  out.insert(out.end(), bytes.begin(), bytes.end());
+}
+
+bool TakeNames(CByteTaker taker, size_t size, std::vector<std::string>& names) {
+  while (taker.GetPosition() < size) {
+    const auto length = taker.TakeNumber<uint16_t>();
+    const std::span<const uint8_t> name = taker.Take(length);
+    if (!taker.IsOk()) return false;
+    names.push_back(ToString(name));
+  }
+  return true;
+}
+
+bool TakeEntry(CByteTaker& taker, const std::vector<std::string>& names, SStoredProperty& property) {
+  const auto length = taker.TakeNumber<uint16_t>();
+  if (!taker.IsOk() || length < kEntryHead) return false;
+  CByteTaker entry(taker.Take(length - size_t{2}));
+  property.flags = entry.TakeNumber<uint8_t>();
+  property.type = entry.TakeNumber<uint8_t>();
+  const auto name = entry.TakeNumber<uint16_t>();
+  const auto size = entry.TakeNumber<uint16_t>();
+  const std::span<const uint8_t> value = entry.Take(size);
+  if (!taker.IsOk() || !entry.IsOk() || name >= names.size()) return false;
+  property.name = names[name];
+  property.value.assign(value.begin(), value.end());
+  return true;
+}
+
+bool TakeOwner(CByteTaker taker, size_t size, const std::vector<std::string>& names, SPropertyOwner& owner) {
+  const auto headLength = taker.TakeNumber<uint32_t>();
+  const auto nameLength = taker.TakeNumber<uint16_t>();
+  owner.name = ToString(taker.Take(nameLength));
+  if (!taker.IsOk() || headLength != taker.GetPosition()) return false;
+  while (taker.GetPosition() < size) {
+    SStoredProperty property;
+    if (!TakeEntry(taker, names, property)) return false;
+    owner.properties.push_back(std::move(property));
+  }
+  return true;
+}
+
+void AppendBlock(std::vector<uint8_t>& blob, uint16_t kind, const std::vector<uint8_t>& body) {
+  AppendLittle(blob, static_cast<uint32_t>(kBlockHead + body.size()));
+  AppendLittle(blob, kind);
+  blob.insert(blob.end(), body.begin(), body.end());
+}
+
+// The names of all properties, each once, in the order in which they occur.
+class CNameList {
+ public:
+  explicit CNameList(std::span<const SPropertyOwner> owners) {
+    for (const SPropertyOwner& owner : owners)
+      for (const SStoredProperty& property : owner.properties) Add(property.name);
+  }
+  [[nodiscard]] const std::vector<uint8_t>& GetBody() const { return m_body; }
+  [[nodiscard]] uint16_t Find(const std::string& name) const { return m_places.at(name); }
+
+ private:
+  void Add(const std::string& name) {
+    if (!m_places.emplace(name, static_cast<uint16_t>(m_places.size())).second) return;
+    AppendLittle(m_body, static_cast<uint16_t>(name.size()));
+    Append(m_body, name);
+  }
+
+  std::map<std::string, uint16_t> m_places;
+  std::vector<uint8_t> m_body;
+};
+
+std::vector<uint8_t> EncodeOwner(const SPropertyOwner& owner, const CNameList& names) {
+  std::vector<uint8_t> body;
+  AppendLittle(body, static_cast<uint32_t>(kOwnerHead + owner.name.size()));
+  AppendLittle(body, static_cast<uint16_t>(owner.name.size()));
+  Append(body, owner.name);
+  for (const SStoredProperty& property : owner.properties) {
+    AppendLittle(body, static_cast<uint16_t>(kEntryHead + property.value.size()));
+    body.push_back(property.flags);
+    body.push_back(property.type);
+    AppendLittle(body, names.Find(property.name));
+    AppendLittle(body, static_cast<uint16_t>(property.value.size()));
+    body.insert(body.end(), property.value.begin(), property.value.end());
+  }
+  return body;
+}
+
+}  // namespace
+
+bool DecodePropertyBlob(bool isJet3, std::span<const uint8_t> blob, std::vector<SPropertyOwner>& owners) {
+  const std::string_view magic = isJet3 ? kMagicJet3 : kMagicJet4;
+  CByteTaker taker(blob);
+  owners.clear();
+  if (ToString(taker.Take(magic.size())) != magic) return false;
+  std::vector<std::string> names;
+  while (taker.GetPosition() < blob.size()) {
+    const auto length = taker.TakeNumber<uint32_t>();
+    const auto kind = taker.TakeNumber<uint16_t>();
+    if (!taker.IsOk() || length < kBlockHead) return false;
+    const std::span<const uint8_t> body = taker.Take(length - kBlockHead);
+    if (!taker.IsOk()) return false;
+    if (kind == kNames) {
+      if (!TakeNames(CByteTaker(body), body.size(), names)) return false;
+      continue;
+    }
+    SPropertyOwner& owner = owners.emplace_back();
+    owner.kind = kind;
+    if (!TakeOwner(CByteTaker(body), body.size(), names, owner)) return false;
+  }
+  return true;
+}
+
+std::vector<uint8_t> EncodePropertyBlob(bool isJet3, std::span<const SPropertyOwner> owners) {
+  std::vector<uint8_t> blob;
+  Append(blob, isJet3 ? kMagicJet3 : kMagicJet4);
+  const CNameList names(owners);
+  AppendBlock(blob, kNames, names.GetBody());
+  for (const SPropertyOwner& owner : owners) AppendBlock(blob, owner.kind, EncodeOwner(owner, names));
+  return blob;
+}
+
+}  // namespace tolvane
