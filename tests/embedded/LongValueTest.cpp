@@ -112,8 +112,6 @@ TEST_P(LongValue, PagesOfDiscardedValuesAreUsedAgain) {
     ExpectOk(m_recordset->AddNew());
     ExpectOk(m_recordset->SetFieldValue(1, first));
     EXPECT_EQ(m_recordset->SetFieldValue(1, broken).code, EDaoError::DiskError);
-    EXPECT_EQ(m_recordset->SetFieldValue(0, last).code, EDaoError::InvalidDataType)
-        << "a memo takes no bytes";
     if (i == 1) ExpectOk(m_recordset->SetFieldValue(1, last));
     if (i <= 1) ExpectOk(m_recordset->Update());
   }
