@@ -2,7 +2,7 @@
 
 #include "app/OutputChoice.h"
 #include "platform/Files.h"
-#include "status/Status.h"
+#include "store/WorkFolder.h"
 
 namespace tolvane {
 
@@ -17,7 +17,7 @@ void EndExternalEngine(CProcessManager& processes) {
 }
 
 COvFileSave::~COvFileSave() {
-  if (m_thread.IsWorking()) CSavingStatus::Instance().SetSaving(false);
+  if (m_thread.IsWorking()) m_job.saving.SetSaving(false);
 }
 
 std::u16string COvFileSave::ChooseOutputPath(CDialogs& dialogs, CProcessManager& processes,
@@ -28,51 +28,69 @@ std::u16string COvFileSave::ChooseOutputPath(CDialogs& dialogs, CProcessManager&
   if (manager.GetMode().IsAdvance()) origin.templatePath = manager.GetTemplatePath();
   origin.isAce = manager.GetData() && manager.GetData()->source.versionByte >= kFirstAceVersion;
   const std::u16string path = ChooseOutput(dialogs, origin, m_lastOutputPath);
-  if (!path.empty()) m_outputPath = path;
+  if (path.empty()) return path;
+  m_output.Discard();
+  m_outputPath = path;
   return path;
 }
 
-bool COvFileSave::StartSave(CMainViewWindow& view, CDaoEngine& engine, const COvRepairFileManager& manager,
-                            const std::function<void()>& startTimer) {
+SOutputVerdict COvFileSave::ReserveOutput(const SOutputRequest& request) {
+  m_outputPath = request.path;
+  return m_output.Reserve(request);
+}
+
+bool COvFileSave::StartSave(CDaoEngine& engine, const COvRepairFileManager& manager,
+                            const SSaveOptions& options, const std::function<void()>& startTimer) {
   Join();
-  m_view = &view;
   m_problem.clear();
+  m_verdict = {};
   m_isComplete = false;
   m_writer = std::make_unique<CAccessSaveRepairedFile>(engine);
-  m_writer->SetOutputPath(m_outputPath);
   m_writer->SetData(manager.GetData());
-  // Nothing of the repair's last step is left to be taken for the save's.
-  CStatusProgress::Instance().SetText({});
-  CProgressStatus::Instance().SetPos(0);
-  CSavingStatus::Instance().SetSaving(true);
-  startTimer();
-  if (m_thread.Start([this, &engine] { RunSaveWorker(engine); })) return true;
-  CSavingStatus::Instance().SetSaving(false);
+  if (options.isAccess2000) m_writer->SetAccess2000();
+  SOutputRequest request{
+      .path = m_outputPath, .source = manager.GetCorruptedPath(), .templatePath = {}, .mayReplace = true};
+  if (manager.GetMode().IsAdvance()) request.templatePath = manager.GetTemplatePath();
+  m_job.saving.SetSaving(true);
+  if (startTimer) startTimer();
+  if (m_thread.Start([this, &engine, request = std::move(request)] { RunSaveWorker(engine, request); }))
+    return true;
+  m_job.saving.SetSaving(false);
   return false;
 }
 
-void COvFileSave::RunSaveWorker(CDaoEngine& engine) {
-  CRepairLog::Instance().Set({});
-  Write(engine);
-  CRepairLog::Instance().Append(u"Location: \r\n" + m_outputPath);
-  CStatusProgress::Instance().SetText(u"Database saved location : " + m_outputPath);
-  CSavingStatus::Instance().SetSaving(false);
+void COvFileSave::RunSaveWorker(CDaoEngine& engine, const SOutputRequest& request) {
+  m_job.log.Set({});
+  Save(engine, request);
+  if (!m_problem.empty()) m_job.log.Append(u"The new database could not be written: " + m_problem);
+  m_job.log.Append(u"Location: \r\n" + m_outputPath);
+  m_job.status.SetText(u"Database saved location : " + m_outputPath);
+  m_job.saving.SetSaving(false);
+}
+
+void COvFileSave::Save(CDaoEngine& engine, const SOutputRequest& request) {
+  if (!m_output.IsReserved()) m_verdict = m_output.Reserve(request);
+  if (m_verdict.state == EOutputState::Ok && Write(engine) && m_job.saving.IsSaving()) {
+    m_verdict = m_output.Complete();
+    m_isComplete = m_verdict.state == EOutputState::Ok;
+  }
+  if (m_problem.empty()) m_problem = m_verdict.reason;
+  m_output.Discard();
 }
 
 // The engine is the worker's own from here to the end.
-void COvFileSave::Write(CDaoEngine& engine) {
+bool COvFileSave::Write(CDaoEngine& engine) {
+  bool isWritten = false;
+  m_writer->SetOutputPath(m_output.GetPartialPath());
   engine.Terminate();
-  m_problem = RunGuarded([this] { m_isComplete = m_writer->Save(); });
+  m_problem = RunGuarded([&] {
+    RestoreWorkFolder();
+    isWritten = m_writer->Save();
+  });
   engine.Terminate();
   if (m_problem.empty()) m_problem = m_writer->GetSummary().failure;
-  if (m_problem.empty() && !m_isComplete && CSavingStatus::Instance().IsSaving())
-    m_problem = u"There is nothing to save.";
-  if (!m_problem.empty())
-    CRepairLog::Instance().Append(u"The new database could not be written: " + m_problem);
-}
-
-bool COvFileSave::RemoveUnfinished() {
-  return !m_isComplete && FileExists(m_outputPath) && RemoveFile(m_outputPath);
+  if (m_problem.empty() && !isWritten && m_job.saving.IsSaving()) m_problem = u"There is nothing to save.";
+  return isWritten && m_problem.empty();
 }
 
 }  // namespace tolvane

@@ -1,4 +1,6 @@
-// One save: where to, and the worker thread that writes.
+// One save: where to, and the worker thread that writes. The new database lies under a partial name until it
+// is whole; a save that fails, is stopped or killed leaves nothing under the final one, and what was there
+// stays.
 #pragma once
 
 #include <functional>
@@ -6,9 +8,11 @@
 #include <string>
 
 #include "app/FrontEnd.h"
+#include "app/OutputFile.h"
 #include "app/RepairFileManager.h"
 #include "app/WorkerThread.h"
 #include "platform/ProcessManager.h"
+#include "status/JobContext.h"
 #include "writer/AccessSaveRepairedFile.h"
 
 namespace tolvane {
@@ -19,46 +23,57 @@ void EndExternalEngine(CProcessManager& processes);
 
 class COvFileSaveThread : public CWorkerThread {};
 
+struct SSaveOptions {
+  bool isAccess2000 = false;  // the format of Access 2000 for Access 97 sources, too
+};
+
 // Main thread only, but for the worker that it starts. The manager's result must stay until IsWorking is
 // false.
 class COvFileSave {
  public:
-  COvFileSave() = default;
+  explicit COvFileSave(CJobContext& job) : m_job(job) {}
   ~COvFileSave();  // stops a running save and waits for it
   COvFileSave(const COvFileSave&) = delete;
   COvFileSave& operator=(const COvFileSave&) = delete;
 
-  // Asks the user, see ChooseOutput. The path is kept for StartSave.
+  // Asks the user, see ChooseOutput. The path is kept for StartSave, which replaces what is there.
   std::u16string ChooseOutputPath(CDialogs& dialogs, CProcessManager& processes,
                                   const COvRepairFileManager& manager);
-  // Returns at once. `startTimer` is called between setting CSavingStatus and starting the worker. False when
-  // the system gives no thread; nothing is saving then.
-  bool StartSave(CMainViewWindow& view, CDaoEngine& engine, const COvRepairFileManager& manager,
+  // Without a question: refuses or reserves the output of the next save.
+  SOutputVerdict ReserveOutput(const SOutputRequest& request);
+
+  // Returns at once. `startTimer` is called between setting the job's saving flag and starting the worker.
+  // False when the system gives no thread; nothing is saving then.
+  bool StartSave(CDaoEngine& engine, const COvRepairFileManager& manager, const SSaveOptions& options,
                  const std::function<void()>& startTimer);
 
   [[nodiscard]] bool IsWorking() const { return m_thread.IsWorking(); }
+  bool WaitFor(uint32_t milliseconds) { return m_thread.WaitFor(milliseconds); }
   void Join() { m_thread.Join(); }
   [[nodiscard]] const std::u16string& GetOutputPath() const { return m_outputPath; }
-  // What the user chose last, before an extension was added.
-  [[nodiscard]] const std::u16string& GetLastOutputPath() const { return m_lastOutputPath; }
+  // Of partial files that killed runs had left and ReserveOutput or the save removed.
+  [[nodiscard]] const std::vector<std::u16string>& GetRemoved() const { return m_output.GetRemoved(); }
 
   // After Join:
-  // Why the save ended early; empty when all was written or the user stopped it.
+  // Why nothing was saved; empty when all was written or the user stopped it.
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
-  // The database is whole.
+  // The output's part in that; Ok when something else was the matter.
+  [[nodiscard]] EOutputState GetOutputState() const { return m_verdict.state; }
+  // The database is whole and has its name.
   [[nodiscard]] bool IsComplete() const { return m_isComplete; }
   [[nodiscard]] const SSaveSummary& GetSummary() const { return m_writer->GetSummary(); }
-  // Deletes what a stopped save left. False when there was nothing to delete.
-  bool RemoveUnfinished();
 
  private:
-  void RunSaveWorker(CDaoEngine& engine);
-  void Write(CDaoEngine& engine);
+  void RunSaveWorker(CDaoEngine& engine, const SOutputRequest& request);
+  void Save(CDaoEngine& engine, const SOutputRequest& request);
+  bool Write(CDaoEngine& engine);
 
+  CJobContext& m_job;
   std::unique_ptr<CAccessSaveRepairedFile> m_writer;
+  COutputFile m_output;
+  SOutputVerdict m_verdict;
   std::u16string m_outputPath;
-  CMainViewWindow* m_view = nullptr;
-  std::u16string m_lastOutputPath;
+  std::u16string m_lastOutputPath;  // what the user chose last, before an extension was added
   std::u16string m_problem;
   bool m_isComplete = false;
   COvFileSaveThread m_thread;

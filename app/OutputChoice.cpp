@@ -36,10 +36,12 @@ bool HasExtension(std::u16string_view path, std::u16string_view extension) {
   return dot != std::u16string_view::npos && FoldCase(path.substr(dot + 1)) == FoldCase(extension);
 }
 
-// The dialog has asked about overwriting.
-bool DeleteExisting(CDialogs& dialogs, const std::u16string& path) {
-  if (!FileExists(path) || RemoveFile(path)) return true;
-  const std::u16string reason = SystemMessage(LastSystemError()).substr(0, kMaximumReason);
+// The dialog has asked about overwriting. The file stays until the new one is whole.
+bool CanReplace(CDialogs& dialogs, const std::u16string& path) {
+  if (!FileExists(path)) return true;
+  CFileCust file;
+  if (file.Open(path, EFileAccess::ReadWrite, EFileShare::None, EFileCreation::OpenExisting)) return true;
+  const std::u16string reason = SystemMessage(file.GetLastErrorCode()).substr(0, kMaximumReason);
   dialogs.ShowMessage(u"File" + path + u" cannot be overwritten.\n" + reason, EMessageIcon::None);
   return false;
 }
@@ -81,7 +83,7 @@ std::u16string ChooseOutput(CDialogs& dialogs, const SOutputOrigin& origin, std:
   }
   lastPath = path;
   if (!HasExtension(path, question.defaultExtension)) return FindFreePath(path, question.defaultExtension);
-  return DeleteExisting(dialogs, path) ? path : std::u16string();
+  return CanReplace(dialogs, path) ? path : std::u16string();
 }
 
 }  // namespace tolvane

@@ -20,8 +20,8 @@ struct SOutputOrigin {
 // The dialog with the name that is offered.
 SFileQuestion AskForOutputFile(const SOutputOrigin& origin);
 
-// The path of a file that does not exist (any more), with the extension of the source; empty when the user
-// gave up or an existing file could not be deleted, which has been told then. `lastPath` receives what the
+// The path of a file that does not exist or may be replaced, with the extension of the source; empty when the
+// user gave up or an existing file cannot be written, which has been told then. `lastPath` receives what the
 // user chose, before an extension is added.
 std::u16string ChooseOutput(CDialogs& dialogs, const SOutputOrigin& origin, std::u16string& lastPath);
 

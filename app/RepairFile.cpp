@@ -1,29 +1,36 @@
 #include "app/RepairFile.h"
 
 #include "app/WorkerThread.h"
-#include "status/Status.h"
+#include "store/WorkFolder.h"
 
 namespace tolvane {
 
-bool RepairFile(COvRepairFileManager& manager) {
+bool RepairFile(COvRepairFileManager& manager, CJobContext& job) {
   manager.SetRepair(nullptr);
   auto repair = std::make_unique<CAccessRepair>(RulesOf(manager.GetRules()));
   const std::u16string corrupted = manager.GetCorruptedPath();
-  repair->Repair(corrupted, {}, manager.GetMode().IsAdvance() ? manager.GetTemplatePath() : corrupted);
-  if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+  if (manager.GetSource())
+    repair->Repair(*manager.GetSource(), *manager.GetDefinitions());
+  else
+    repair->Repair(corrupted, {}, manager.GetMode().IsAdvance() ? manager.GetTemplatePath() : corrupted);
+  if (!job.repairing.IsRunning()) return false;
   manager.SetRepair(std::move(repair));
   return true;
 }
 
-void RunRepairWorker(COvRepairFileManager& manager) {
-  CRepairThreadCounter::Instance()++;
-  const std::u16string problem = RunGuarded([&manager] { RepairFile(manager); });
+std::u16string RunRepairWorker(COvRepairFileManager& manager, CJobContext& job) {
+  job.workers++;
+  std::u16string problem = RunGuarded([&] {
+    RestoreWorkFolder();
+    RepairFile(manager, job);
+  });
   if (!problem.empty()) {
-    CRepairLog::Instance().Append(u"The repair ended early: " + problem);
-    CStatusProgress::Instance().SetText(problem);
+    job.log.Append(u"The repair ended early: " + problem);
+    job.status.SetText(problem);
   }
-  CRepairingFileStatus::Instance().SetRunning(false);
-  CRepairThreadCounter::Instance()--;
+  job.repairing.SetRunning(false);
+  job.workers--;
+  return problem;
 }
 
 }  // namespace tolvane

@@ -1,7 +1,10 @@
 // One repair on its worker thread.
 #pragma once
 
+#include <string>
+
 #include "app/RepairFileManager.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -11,11 +14,12 @@ class COvRepairFile {
 };
 
 // Blocks until the repair has ended. The manager's earlier result goes first; the new one is kept, and true
-// answered, unless CRepairingFileStatus says by then that the repair was stopped.
-bool RepairFile(COvRepairFileManager& manager);
+// answered, unless the job says by then that the repair was stopped.
+bool RepairFile(COvRepairFileManager& manager, CJobContext& job);
 
-// What the repair's worker thread does: RepairFile between the counter's increment and decrement, with
-// CRepairingFileStatus not running at the end. Never throws.
-void RunRepairWorker(COvRepairFileManager& manager);
+// What the repair's worker thread does: RepairFile between the counter's increment and decrement, in a work
+// folder that is there, with the job not repairing at the end. Answers why the repair ended early; empty when
+// it ended well or was stopped. Never throws.
+std::u16string RunRepairWorker(COvRepairFileManager& manager, CJobContext& job);
 
 }  // namespace tolvane

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "engine/AccessRepair.h"
+#include "engine/Source.h"
 
 namespace tolvane {
 
@@ -43,6 +44,11 @@ class COvRepairFileManager {
   void SetCorruptedPath(std::u16string_view path) { m_corruptedPath = path; }
   [[nodiscard]] std::u16string GetTemplatePath() const { return m_templatePath; }
   void SetTemplatePath(std::u16string_view path) { m_templatePath = path; }
+  // Files that are open already, for the next repair instead of the paths; not owned. The second may be the
+  // first.
+  void SetSources(CSource* source, CSource* definitions) { m_source = source, m_definitions = definitions; }
+  [[nodiscard]] CSource* GetSource() const { return m_source; }
+  [[nodiscard]] CSource* GetDefinitions() const { return m_definitions; }
 
  private:
   CRepairModeStatus m_mode;
@@ -50,6 +56,8 @@ class COvRepairFileManager {
   std::unique_ptr<CAccessRepair> m_repair;
   std::u16string m_corruptedPath;
   std::u16string m_templatePath;
+  CSource* m_source = nullptr;
+  CSource* m_definitions = nullptr;
 };
 
 }  // namespace tolvane

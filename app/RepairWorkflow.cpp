@@ -1,12 +1,10 @@
 #include "app/RepairWorkflow.h"
 
-#include "app/RepairFile.h"
 #include "app/StartChoice.h"
 #include "app/ViewTexts.h"
 #include "engine/DBFileReader.h"
 #include "platform/ErrorHandler.h"
 #include "platform/Files.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -42,13 +40,12 @@ CRepairWorkflow::CRepairWorkflow(const SWorkflowParts& parts)
       m_engine(&parts.engine),
       m_clock(parts.clock ? *parts.clock : m_systemClock),
       m_recentFiles(parts.recentFiles),
-      m_manager(std::make_unique<COvRepairFileManager>()) {
+      m_job(std::make_unique<CJob>()) {
+  Context().pause.SetLength(parts.displayPause);
   m_page.SetView(&m_view);
 }
 
-CRepairWorkflow::~CRepairWorkflow() {
-  if (m_repairThread.IsWorking()) CRepairingFileStatus::Instance().SetRunning(false);
-}
+CRepairWorkflow::~CRepairWorkflow() = default;
 
 void CRepairWorkflow::Start() {
   SetPage(EPageState::ModeSelection);
@@ -59,7 +56,7 @@ void CRepairWorkflow::SetEngine(CDaoEngine& engine) {
 }
 
 bool CRepairWorkflow::IsTemplateMode() const {
-  return m_manager->GetMode().IsAdvance();
+  return Manager().GetMode().IsAdvance();
 }
 
 bool CRepairWorkflow::IsWorking() const {
@@ -68,7 +65,7 @@ bool CRepairWorkflow::IsWorking() const {
 }
 
 bool CRepairWorkflow::AreWorkersBusy() const {
-  return CRepairThreadCounter::Instance().GetCount() != 0 || m_repairThread.IsWorking() || m_save.IsWorking();
+  return Context().workers.GetCount() != 0 || m_job->IsWorking();
 }
 
 // --- pages ---
@@ -85,11 +82,11 @@ void CRepairWorkflow::ShowHint() {
     case EPageState::ModeSelection:
       return m_view.SetHint(kChooseFileHint);
     case EPageState::FileSelected:
-      return m_view.SetHint(m_manager->GetCorruptedPath().empty() ? kChooseFileHint : kFileSelectedHint);
+      return m_view.SetHint(Manager().GetCorruptedPath().empty() ? kChooseFileHint : kFileSelectedHint);
     case EPageState::Saved:
-      if (m_save.IsWorking()) return m_view.SetHint(kSavedHint);
-      if (!m_save.GetProblem().empty()) return m_view.SetHint(kBrokenSaveHint);
-      return m_view.SetHint(m_save.GetSummary().tablesSaved > 0 ? kSavedHint : kEmptySaveHint);
+      if (LastSave().IsWorking()) return m_view.SetHint(kSavedHint);
+      if (!LastSave().GetProblem().empty()) return m_view.SetHint(kBrokenSaveHint);
+      return m_view.SetHint(LastSave().GetSummary().tablesSaved > 0 ? kSavedHint : kEmptySaveHint);
     case EPageState::Repaired:
       return m_view.SetHint(IsNothingFound() ? kNothingFoundHint : std::u16string_view());
     default:
@@ -98,7 +95,7 @@ void CRepairWorkflow::ShowHint() {
 }
 
 bool CRepairWorkflow::IsNothingFound() const {
-  const CAccessData* data = m_manager->GetData();
+  const CAccessData* data = Manager().GetData();
   return !data || ListTables(*data).empty();
 }
 
@@ -132,7 +129,7 @@ void CRepairWorkflow::Back() {
 
 void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
   if (IsWorking()) return;
-  m_manager->GetMode().SetMode(isTemplateMode ? CRepairModeStatus::kAdvance : CRepairModeStatus::kStandard);
+  Manager().GetMode().SetMode(isTemplateMode ? CRepairModeStatus::kAdvance : CRepairModeStatus::kStandard);
   m_page.UpdatePages(isTemplateMode);
 }
 
@@ -154,14 +151,14 @@ bool CRepairWorkflow::ChooseTemplateFile() {
 
 void CRepairWorkflow::SelectCorruptedFile(std::u16string_view path) {
   if (path.empty() || IsWorking()) return;
-  m_manager->SetCorruptedPath(path);
+  Manager().SetCorruptedPath(path);
   m_view.SetSelectedFile(path);
   SetPage(EPageState::FileSelected);
 }
 
 void CRepairWorkflow::SelectTemplateFile(std::u16string_view path) {
   if (path.empty() || IsWorking()) return;
-  m_manager->SetTemplatePath(path);
+  Manager().SetTemplatePath(path);
   m_view.SetTemplateFile(path);
 }
 
@@ -169,21 +166,21 @@ void CRepairWorkflow::SelectTemplateFile(std::u16string_view path) {
 
 void CRepairWorkflow::BeginRepair() {
   // Nothing is selected after a stop.
-  if (m_manager->GetCorruptedPath().empty() && !ChooseCorruptedFile()) return;
+  if (Manager().GetCorruptedPath().empty() && !ChooseCorruptedFile()) return;
   if (!CanRepair() || IsWorking()) return;
-  if (m_recentFiles) m_recentFiles->Add(m_manager->GetCorruptedPath());
+  if (m_recentFiles) m_recentFiles->Add(Manager().GetCorruptedPath());
   SetPage(EPageState::Repairing);
   StartRepair();
 }
 
 bool CRepairWorkflow::CanRepair() {
-  const std::u16string templatePath = m_manager->GetTemplatePath();
-  const auto incomplete = CheckStartChoice({IsTemplateMode(), m_manager->GetCorruptedPath(), templatePath});
+  const std::u16string templatePath = Manager().GetTemplatePath();
+  const auto incomplete = CheckStartChoice({IsTemplateMode(), Manager().GetCorruptedPath(), templatePath});
   if (incomplete) {
     m_dialogs.ShowMessage(*incomplete, EMessageIcon::Information);
     return false;
   }
-  return CheckFile(m_manager->GetCorruptedPath()) && (!IsTemplateMode() || CheckFile(templatePath));
+  return CheckFile(Manager().GetCorruptedPath()) && (!IsTemplateMode() || CheckFile(templatePath));
 }
 
 bool CRepairWorkflow::CheckFile(const std::u16string& path) {
@@ -202,12 +199,7 @@ bool CRepairWorkflow::CheckFile(const std::u16string& path) {
 void CRepairWorkflow::StartRepair() {
   EndExternalEngine(m_processes);
   DiscardResult();
-  CStatusProgress::Instance().SetText({});
-  CProgressStatus::Instance().SetPos(0);
-  CRepairingFileStatus::Instance().SetRunning(true);
-  StartRepairTimer();
-  if (m_repairThread.Start([manager = m_manager.get()] { RunRepairWorker(*manager); })) return;
-  CRepairingFileStatus::Instance().SetRunning(false);
+  if (m_job->StartRepair([this] { StartRepairTimer(); })) return;
   StopRepairTimer();
   SetPage(EPageState::FileSelected);
   m_dialogs.ShowMessage(u"The system has no room for another thread.", EMessageIcon::Warning);
@@ -215,7 +207,7 @@ void CRepairWorkflow::StartRepair() {
 
 void CRepairWorkflow::OnRepairTimer() {
   m_frame.StepProgressBar();
-  if (!CRepairingFileStatus::Instance().IsRunning()) {
+  if (!Context().repairing.IsRunning()) {
     StopRepairTimer();
     WaitForWorkers();
     SetPage(EPageState::Repaired);
@@ -226,7 +218,7 @@ void CRepairWorkflow::OnRepairTimer() {
 
 void CRepairWorkflow::ShowResult() {
   m_treeItem.clear();
-  if (const CAccessData* data = m_manager->GetData()) m_view.SetTables(ListTables(*data));
+  if (const CAccessData* data = Manager().GetData()) m_view.SetTables(ListTables(*data));
   ShowSummary();
 }
 
@@ -248,11 +240,11 @@ bool CRepairWorkflow::StopRepair() {
   m_view.SetStatusLine(kPleaseWait);
   m_frame.EnableCommands(kAllOff);
   StopRepairTimer();
-  CRepairingFileStatus::Instance().SetRunning(false);
+  Context().repairing.SetRunning(false);
   WaitForWorkers();
-  m_manager->SetRepair(nullptr);
+  Manager().SetRepair(nullptr);
   DiscardResult();
-  m_manager->SetCorruptedPath({});
+  Manager().SetCorruptedPath({});
   m_view.SetSelectedFile({});
   m_view.SetStatusLine({});
   m_view.ClearLog();
@@ -265,15 +257,15 @@ bool CRepairWorkflow::StopRepair() {
 
 void CRepairWorkflow::BeginSave() {
   if (IsWorking()) return;
-  if (!m_manager->GetData()) {
+  if (!Manager().GetData()) {
     m_dialogs.ShowMessage(u"There is nothing to save.", EMessageIcon::Information);
     return;
   }
-  const std::u16string path = m_save.ChooseOutputPath(m_dialogs, m_processes, *m_manager);
+  const std::u16string path = m_job->GetSave().ChooseOutputPath(m_dialogs, m_processes, Manager());
   if (path.empty()) return;
   m_view.SetOutputPath(path);
   SetPage(EPageState::Saving);
-  if (m_save.StartSave(m_view, *m_engine, *m_manager, [this] { StartSaveTimer(); })) return;
+  if (m_job->StartSave(*m_engine, {}, [this] { StartSaveTimer(); })) return;
   StopSaveTimer();
   Back();
   m_dialogs.ShowMessage(u"The system has no room for another thread.", EMessageIcon::Warning);
@@ -281,7 +273,7 @@ void CRepairWorkflow::BeginSave() {
 
 void CRepairWorkflow::OnSaveTimer() {
   m_frame.StepProgressBar();
-  CSavingStatus& status = CSavingStatus::Instance();
+  CSavingStatus& status = Context().saving;
   if (!status.IsSaving()) {
     WaitForWorkers();
     if (GetPage() == EPageState::Saving) {
@@ -299,8 +291,8 @@ void CRepairWorkflow::OnSaveTimer() {
 }
 
 void CRepairWorkflow::ShowSaved() {
-  const CAccessData* data = m_manager->GetData();
-  if (data) m_view.SetSummary(DescribeSave(m_save.GetSummary(), *data, m_save.GetProblem()));
+  const CAccessData* data = Manager().GetData();
+  if (data) m_view.SetSummary(DescribeSave(LastSave().GetSummary(), *data, LastSave().GetProblem()));
 }
 
 bool CRepairWorkflow::StopSave() {
@@ -310,11 +302,10 @@ bool CRepairWorkflow::StopSave() {
   m_frame.EnableCommands(kAllOff);
   StopRepairTimer();
   StopSaveTimer();
-  CSavingStatus::Instance().SetSaving(false);
-  CRepairingFileStatus::Instance().SetRunning(false);
+  m_job->Stop();
   EndExternalEngine(m_processes);
   WaitForWorkers();
-  TellRemovedOutput();
+  TellUnfinished();
   Back();
   PauseAfterStop();
   m_dialogs.ShowMessage(kStopped, EMessageIcon::Information);
@@ -322,17 +313,17 @@ bool CRepairWorkflow::StopSave() {
 }
 
 // A database that lacks tables must not be taken for the repaired one.
-void CRepairWorkflow::TellRemovedOutput() {
-  if (!m_save.RemoveUnfinished()) return;
-  CRepairLog::Instance().Set(u"Stopped. The unfinished database was deleted: " + m_save.GetOutputPath());
-  CStatusProgress::Instance().SetText({});
+void CRepairWorkflow::TellUnfinished() {
+  if (LastSave().IsComplete()) return;
+  Context().log.Set(u"Stopped. Nothing was saved.");
+  Context().status.SetText({});
   CopyTexts();
 }
 
 // --- timers ---
 
 void CRepairWorkflow::OnTimer(uint32_t identifier) {
-  if (!m_manager || identifier != m_timer) return;
+  if (!m_job || identifier != m_timer) return;
   if (identifier == kRepairTimer) OnRepairTimer();
   if (identifier == kSaveTimer) OnSaveTimer();
 }
@@ -365,19 +356,19 @@ void CRepairWorkflow::StopRepairTimer() {
 
 void CRepairWorkflow::StopSaveTimer() {
   StopTimer(kSaveTimer);
-  m_view.SetStatusLine(CStatusProgress::Instance().GetText());
+  m_view.SetStatusLine(Context().status.GetText());
 }
 
 void CRepairWorkflow::CopyTexts() {
-  m_view.SetLogText(CRepairLog::Instance().Get());
-  m_view.SetStatusLine(CStatusProgress::Instance().GetText());
+  m_view.SetLogText(Context().log.Get());
+  m_view.SetStatusLine(Context().status.GetText());
   m_frame.RefreshProgress();
 }
 
 // --- preview ---
 
 const CAccessTable* CRepairWorkflow::FindTable(std::u16string_view name) const {
-  const CAccessData* data = m_manager->GetData();
+  const CAccessData* data = Manager().GetData();
   if (!data) return nullptr;
   for (const auto& table : data->GetTables())
     if (table->name == name) return table.get();
@@ -388,18 +379,18 @@ void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
   const bool isNew = !name.empty() && name != m_treeItem;
   m_treeItem = name;
   // While the worker repairs, the result is its own.
-  if (!isNew || m_repairThread.IsWorking()) return;
+  if (!isNew || m_job->IsRepairing()) return;
   AbortPreview();
   ClearPreview();
   ShowSummary();
   const CAccessTable* table = FindTable(m_treeItem);
   if (!table) return;
-  m_records.SetTable(*table, m_manager->GetData()->GetRules());
-  m_preview.Start(*table, *m_manager->GetData(), m_records);
+  m_records.SetTable(*table, Manager().GetData()->GetRules());
+  m_preview.Start(*table, *Manager().GetData(), m_records);
 }
 
 bool CRepairWorkflow::IsObject(size_t column) const {
-  const CAccessTable* table = m_repairThread.IsWorking() ? nullptr : FindTable(m_treeItem);
+  const CAccessTable* table = m_job->IsRepairing() ? nullptr : FindTable(m_treeItem);
   return table && column < table->columns.GetCount() && table->columns.GetAt(column)->type == kTypeOle;
 }
 
@@ -412,13 +403,13 @@ std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t
 }
 
 void CRepairWorkflow::ShowSummary() {
-  if (m_treeItem.empty() || m_treeItem == kTreeRoot) return m_view.SetSummary(DescribeRepair(*m_manager));
+  if (m_treeItem.empty() || m_treeItem == kTreeRoot) return m_view.SetSummary(DescribeRepair(Manager()));
   const CAccessTable* table = FindTable(m_treeItem);
   m_view.SetSummary(table ? DescribeTable(*table) : std::u16string());
 }
 
 void CRepairWorkflow::AbortPreview() {
-  CPreviewThreadStatus& status = CPreviewThreadStatus::Instance();
+  CPreviewThreadStatus& status = Context().preview;
   if (status.IsBusy()) {
     status.SetAbort(1);
     WaitWhile([&status] { return status.IsBusy(); });
@@ -443,8 +434,7 @@ void CRepairWorkflow::WaitWhile(const std::function<bool()>& condition) {
 // The counter does not count saves; their thread itself is asked.
 void CRepairWorkflow::WaitForWorkers() {
   WaitWhile([this] { return AreWorkersBusy(); });
-  m_repairThread.Join();
-  m_save.Join();
+  m_job->Join();
 }
 
 void CRepairWorkflow::PauseAfterStop() {
@@ -464,11 +454,10 @@ bool CRepairWorkflow::Close() {
   if (GetPage() == EPageState::Saved) SetPage(EPageState::Repaired);
   if (GetPage() > EPageState::FileSelected) Back();
   AbortPreview();
-  CRepairingFileStatus::Instance().SetRunning(false);
-  CSavingStatus::Instance().SetSaving(false);
+  m_job->Stop();
   WaitForWorkers();
   m_records.Clear();
-  m_manager.reset();
+  m_job.reset();
   m_frame.EndProcess();
   return true;
 }

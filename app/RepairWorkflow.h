@@ -8,14 +8,12 @@
 #include <string>
 #include <string_view>
 
-#include "app/FileSave.h"
 #include "app/FrontEnd.h"
+#include "app/Job.h"
 #include "app/RecentFiles.h"
 #include "app/RecordStore.h"
-#include "app/RepairFileManager.h"
 #include "app/ShowPageState.h"
 #include "app/TablePreview.h"
-#include "app/WorkerThread.h"
 #include "dao/dao.h"
 #include "platform/ProcessManager.h"
 
@@ -34,6 +32,7 @@ struct SWorkflowParts {
   CDaoEngine& engine;
   CWaitClock* clock = nullptr;          // null: the system's
   CRecentFiles* recentFiles = nullptr;  // null: nothing is remembered
+  uint32_t displayPause = 0;            // milliseconds for which a full bar can be seen
 };
 
 class CRepairWorkflow {
@@ -75,8 +74,8 @@ class CRepairWorkflow {
   [[nodiscard]] EPageState GetPage() const { return m_page.GetState(); }
   [[nodiscard]] bool IsTemplateMode() const;
   [[nodiscard]] bool IsWorking() const;  // a repair or a save runs
-  [[nodiscard]] const COvRepairFileManager& GetManager() const { return *m_manager; }
-  [[nodiscard]] const std::u16string& GetOutputPath() const { return m_save.GetOutputPath(); }
+  [[nodiscard]] const COvRepairFileManager& GetManager() const { return m_job->GetManager(); }
+  [[nodiscard]] const std::u16string& GetOutputPath() const { return m_job->GetSave().GetOutputPath(); }
   [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
   // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
   // first bytes.
@@ -84,6 +83,9 @@ class CRepairWorkflow {
   [[nodiscard]] std::u16string DescribeValue(CRecordStore::SPlace place, size_t maxUnits = SIZE_MAX) const;
 
  private:
+  [[nodiscard]] CJobContext& Context() const { return m_job->GetContext(); }
+  [[nodiscard]] COvRepairFileManager& Manager() const { return m_job->GetManager(); }
+  [[nodiscard]] const COvFileSave& LastSave() const { return m_job->GetSave(); }
   [[nodiscard]] bool AreWorkersBusy() const;
   void SetPage(EPageState page);
   [[nodiscard]] bool IsNothingFound() const;
@@ -103,7 +105,7 @@ class CRepairWorkflow {
   void BeginSave();
   void OnSaveTimer();
   void ShowSaved();
-  void TellRemovedOutput();
+  void TellUnfinished();
 
   // Timers.
   void StartRepairTimer();
@@ -134,14 +136,11 @@ class CRepairWorkflow {
   CRecentFiles* m_recentFiles;
 
   CShowPageState m_page;
-  uint32_t m_timer = 0;       // the one that runs; a message of another one is late
-  std::u16string m_treeItem;  // the item of the tree that was selected last
-  std::unique_ptr<COvRepairFileManager> m_manager;
+  uint32_t m_timer = 0;         // the one that runs; a message of another one is late
+  std::u16string m_treeItem;    // the item of the tree that was selected last
+  std::unique_ptr<CJob> m_job;  // gone once the program is closed
   CRecordStore m_records;
-  // Last, so that the threads end before what they work on.
-  CTablePreview m_preview;
-  CWorkerThread m_repairThread;
-  COvFileSave m_save;
+  CTablePreview m_preview;  // last, so that its thread ends before what it works on
 };
 
 }  // namespace tolvane

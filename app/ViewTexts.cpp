@@ -131,14 +131,16 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
 std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem) {
   CLines lines;
+  if (!problem.empty()) {
+    lines.Add(u"Nothing was saved: " + std::u16string(problem));
+    lines.Add(u"A file that had the name of the new database before is as it was.");
+    AddDamage(u"Lost or doubtful in the damaged file:", recovered, lines);
+    return lines.Take();
+  }
   lines.Add(Grouped(summary.tablesSaved, u"table") + u", " + Grouped(summary.recordsSaved, u"record"));
   if (summary.queriesSaved > 0) lines.Add(CountedQueries(summary.queriesSaved));
   if (summary.relationsSaved > 0) lines.Add(Grouped(summary.relationsSaved, u"relationship"));
   if (summary.emptyRowsDropped > 0) lines.Add(Grouped(summary.emptyRowsDropped, u"empty row") + u" left out");
-  if (!problem.empty()) {
-    lines.Add({});
-    lines.Add(u"The new database is not whole: " + std::u16string(problem));
-  }
   lines.AddLosses(u"Not saved:", ListSaveLosses(summary));
   AddDamage(u"Lost or doubtful before that, in the damaged file:", recovered, lines);
   if (!summary.notes.empty()) {

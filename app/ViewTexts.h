@@ -27,15 +27,16 @@ std::vector<STableItem> ListTables(const CAccessData& data);
 inline constexpr std::u16string_view kNothingFoundHint =
     u"No table was found. The summary says what is known of the file.";
 inline constexpr std::u16string_view kEmptySaveHint = u"The new database was saved without any table.";
-inline constexpr std::u16string_view kBrokenSaveHint = u"The database could not be saved as a whole.";
+inline constexpr std::u16string_view kBrokenSaveHint =
+    u"The database could not be saved. Nothing was written.";
 
 // Summaries; lines are joined with "\r\n".
 std::u16string DescribeTable(const CAccessTable& table);
 // Of the root: source, tables, rows, saved queries and everything lost. Reads the saved queries back, and
 // looks at the source once more when nothing was recovered.
 std::u16string DescribeRepair(const COvRepairFileManager& manager);
-// Of the last page: what was saved, what not, and what of `recovered` was lost before. `problem` is why the
-// save ended early, or empty.
+// Of the last page: what was saved, what not, and what of `recovered` was lost before. `problem` is why
+// nothing was saved, or empty.
 std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem);
 // Of an OLE object: its length and its first bytes, as numbers and as characters. `path` is its side file.

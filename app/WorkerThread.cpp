@@ -1,5 +1,6 @@
 #include "app/WorkerThread.h"
 
+#include <chrono>
 #include <exception>
 #include <new>
 #include <system_error>
@@ -15,17 +16,33 @@ CWorkerThread::~CWorkerThread() {
 
 bool CWorkerThread::Start(std::function<void()> work) {
   Join();
-  m_isWorking = true;
+  SetWorking(true);
   try {
     m_thread = std::thread([this, work = std::move(work)] {
       work();
-      m_isWorking = false;
+      SetWorking(false);
     });
   } catch (const std::system_error&) {
-    m_isWorking = false;
+    SetWorking(false);
     return false;
   }
   return true;
+}
+
+bool CWorkerThread::IsWorking() const {
+  const std::lock_guard lock(m_mutex);
+  return m_isWorking;
+}
+
+void CWorkerThread::SetWorking(bool isWorking) {
+  const std::lock_guard lock(m_mutex);
+  m_isWorking = isWorking;
+  m_ended.notify_all();
+}
+
+bool CWorkerThread::WaitFor(uint32_t milliseconds) {
+  std::unique_lock lock(m_mutex);
+  return m_ended.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return !m_isWorking; });
 }
 
 void CWorkerThread::Join() {

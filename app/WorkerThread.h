@@ -2,8 +2,10 @@
 // destructor waits, so no worker outlives its owner.
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
+#include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -19,12 +21,18 @@ class CWorkerThread {
   // Waits for earlier work first. `work` must not throw. False when the system gives no thread.
   bool Start(std::function<void()> work);
   // True from Start until the work has returned.
-  [[nodiscard]] bool IsWorking() const { return m_isWorking; }
+  [[nodiscard]] bool IsWorking() const;
+  // Waits for the end of the work, this long at most; true when nothing works (any more).
+  bool WaitFor(uint32_t milliseconds);
   void Join();
 
  private:
+  void SetWorking(bool isWorking);
+
+  mutable std::mutex m_mutex;
+  std::condition_variable m_ended;
+  bool m_isWorking = false;  // guarded by m_mutex
   std::thread m_thread;
-  std::atomic<bool> m_isWorking{false};
 };
 
 // Runs `work`; what it throws becomes a text for the user, empty when nothing was thrown.

@@ -8,7 +8,6 @@
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -94,11 +93,10 @@ SCommandEnd RunCheck(CSession& session) {
   const SArguments& arguments = session.GetArguments();
   SCheckReport report;
   SCheckOptions options;
-  options.shouldStop = [] { return !CRepairingFileStatus::Instance().IsRunning(); };
+  const CRepairingFileStatus& running = session.GetJob().GetContext().repairing;
+  options.shouldStop = [&running] { return !running.IsRunning(); };
   std::u16string problem;
-  CRepairingFileStatus::Instance().SetRunning(true);
   const bool isDone = session.RunWatched([&] { report = CheckDatabase(arguments.source, options); }, problem);
-  CRepairingFileStatus::Instance().SetRunning(false);
   if (IsInterrupted()) return StoppedByUser();
   if (!isDone) return SFailure{EExitStatus::Failed, AboutFile(arguments.source, problem)};
   if (report.verdict != ECheckVerdict::Checked)

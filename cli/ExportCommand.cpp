@@ -1,18 +1,17 @@
 // export: the rows of one table on standard output, or of all tables as one file each.
 
+#include "app/OutputFile.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
-#include "cli/OutputFile.h"
 #include "cli/SafeFileName.h"
 #include "cli/Summary.h"
 #include "cli/TableExport.h"
 #include "cli/TextTable.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -170,8 +169,7 @@ SCommandEnd ExportToOutput(CSession& session, const CAccessTable& table) {
 SCommandEnd RunExport(CSession& session) {
   if (auto failure = RecoverSomething(session)) return *failure;
   const SArguments& arguments = session.GetArguments();
-  CPreviewThreadStatus::Instance().SetAbort(0);  // the texts of multi-value cells obey it
-  PassInterruptOn();
+  session.GetJob().GetContext().preview.SetAbort(IsInterrupted() ? 1 : 0);  // multi-value cells obey it
   std::vector<SExportFile> files = ChooseTables(session.GetData(), arguments);
   if (files.empty() && !arguments.table.empty()) return NoSuchTable(arguments);
   if (arguments.folder.empty()) return ExportToOutput(session, *files.front().table);

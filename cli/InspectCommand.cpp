@@ -9,7 +9,6 @@
 #include "cli/TextTable.h"
 #include "engine/PageInspector.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -129,14 +128,12 @@ SCommandEnd RunInspect(CSession& session) {
   SFindings findings;
   bool isDone = false;
   std::u16string problem;
-  CRepairingFileStatus::Instance().SetRunning(true);
   session.RunWatched(
       [&] {
         isDone = inspector.Inspect(session.GetSource(),
                                    [&findings](const SPageReport& report) { findings.Add(report); });
       },
       problem);
-  CRepairingFileStatus::Instance().SetRunning(false);
   if (IsInterrupted()) return StoppedByUser();
   if (!isDone)
     return SFailure{EExitStatus::Failed,

@@ -3,7 +3,6 @@
 #include <atomic>
 
 #include "platform/Process.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -18,13 +17,6 @@ void ListenForInterrupt() {
 
 bool IsInterrupted() {
   return g_isInterrupted.load();
-}
-
-void PassInterruptOn() {
-  if (!IsInterrupted()) return;
-  CRepairingFileStatus::Instance().SetRunning(false);
-  CSavingStatus::Instance().SetSaving(false);
-  CPreviewThreadStatus::Instance().SetAbort(1);
 }
 
 }  // namespace tolvane

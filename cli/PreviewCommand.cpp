@@ -18,14 +18,14 @@ namespace {
 // Keeps the first rows and ends the loader after them.
 class CFirstRows : public CPreviewList {
  public:
-  explicit CFirstRows(uint64_t maximum) : m_maximum(maximum) {}
+  CFirstRows(uint64_t maximum, CPreviewThreadStatus& preview) : m_maximum(maximum), m_preview(preview) {}
 
   void InsertColumn(size_t, std::u16string_view, int32_t) override { ++columnCount; }
   [[nodiscard]] size_t GetItemCount() const override { return rows.size(); }
   void InsertItem(size_t) override {
     if (rows.size() >= m_maximum) {
       m_isFull = true;
-      CPreviewThreadStatus::Instance().SetAbort(1);
+      m_preview.SetAbort(1);
       return;
     }
     rows.emplace_back(columnCount);
@@ -39,6 +39,7 @@ class CFirstRows : public CPreviewList {
 
  private:
   uint64_t m_maximum;
+  CPreviewThreadStatus& m_preview;
   bool m_isFull = false;
 };
 
@@ -85,9 +86,9 @@ SCommandEnd RunPreview(CSession& session) {
   const CAccessTable* table = FindTable(data, arguments.table);
   if (!table || !HasContent(*table)) return NoSuchTable(arguments);
 
-  CFirstRows shown(arguments.rows);
-  CPreviewThreadStatus::Instance().SetAbort(0);
-  PassInterruptOn();
+  CPreviewThreadStatus& preview = session.GetJob().GetContext().preview;
+  preview.SetAbort(IsInterrupted() ? 1 : 0);
+  CFirstRows shown(arguments.rows, preview);
   CAccessTableDataFileParser parser(data.GetWorkFolder(), data.GetRules());
   parser.SetPreviewTables(&data.GetTables(), data.source.pageSize);
   std::u16string problem;

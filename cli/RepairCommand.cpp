@@ -3,41 +3,14 @@
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/EngineChoice.h"
-#include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
-#include "cli/OutputFile.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"
-#include "status/Status.h"
-#include "writer/AccessSaveRepairedFile.h"
 
 namespace tolvane {
 
 namespace {
-
-// Writes the new database under its partial name.
-std::optional<SFailure> SaveTables(CSession& session, CDaoEngine& engine, const COutputFile& output,
-                                   SSaveSummary& summary) {
-  CAccessSaveRepairedFile writer(engine);
-  writer.SetData(&session.GetData());
-  writer.SetOutputPath(output.GetPartialPath());
-  if (session.GetArguments().isAccess2000) writer.SetAccess2000();
-  CSavingStatus::Instance().SetSaving(true);
-  bool isSaved = false;
-  std::u16string problem;
-  session.RunWatched([&] { isSaved = writer.Save(); }, problem);
-  CSavingStatus::Instance().SetSaving(false);
-  summary = writer.GetSummary();
-  if (IsInterrupted()) return StoppedByUser();
-  if (isSaved && problem.empty()) return std::nullopt;
-  if (problem.empty()) problem = summary.failure;
-  if (!problem.ends_with(u'.')) problem += u'.';
-  return SFailure{
-      EExitStatus::Failed,
-      AboutFile(output.GetPath(), u"The new database could not be written: " + problem +
-                                      u" Make room, or name other places with -o and --work-dir.")};
-}
 
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
   const SArguments& arguments = session.GetArguments();
@@ -90,11 +63,17 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
 
 SCommandEnd RunRepair(CSession& session) {
   const SArguments& arguments = session.GetArguments();
-  COutputFile output;
+  COvFileSave& save = session.GetJob().GetSave();
   std::unique_ptr<CDaoEngine> engine;
   if (!arguments.isDryRun) {
-    if (auto failure = output.Prepare(arguments)) return *failure;
-    for (const std::u16string& path : output.GetRemoved())
+    const SOutputRequest request{
+        .path = arguments.output.empty() ? DefaultOutputPath(arguments.source) : arguments.output,
+        .source = arguments.source,
+        .templatePath = arguments.templatePath,
+        .mayReplace = arguments.mayOverwrite};
+    const SOutputVerdict verdict = save.ReserveOutput(request);
+    if (verdict.state != EOutputState::Ok) return RefuseOutput(request.path, verdict);
+    for (const std::u16string& path : save.GetRemoved())
       session.Mention(AboutFile(path, u"Removed; a repair that was killed had left it."));
     // The engine keeps temporary files, too.
     if (auto failure = session.MakeWorkFolder()) return *failure;
@@ -104,10 +83,8 @@ SCommandEnd RunRepair(CSession& session) {
   }
   if (auto failure = RecoverSomething(session)) return *failure;
   if (arguments.isDryRun) return PrintResult(session, nullptr, {});
-  SSaveSummary summary;
-  if (auto failure = SaveTables(session, *engine, output, summary)) return *failure;
-  if (auto failure = output.Complete()) return *failure;
-  return PrintResult(session, &summary, output.GetPath());
+  if (auto failure = session.Save(*engine, {.isAccess2000 = arguments.isAccess2000})) return *failure;
+  return PrintResult(session, &save.GetSummary(), save.GetOutputPath());
 }
 
 }  // namespace tolvane

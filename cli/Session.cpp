@@ -1,11 +1,5 @@
 #include "cli/Session.h"
 
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
-
-#include "app/WorkerThread.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/Version.h"
@@ -14,13 +8,12 @@
 #include "platform/Process.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
 namespace {
 
-constexpr auto kPollInterval = std::chrono::milliseconds(80);
+constexpr uint32_t kPollInterval = 80;  // milliseconds
 
 EProgressForm ChooseForm(const SArguments& arguments) {
   if (arguments.isQuiet) return EProgressForm::Silent;
@@ -56,10 +49,48 @@ SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& ver
   return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
 }
 
+SFailure NoThread() {
+  return {EExitStatus::Failed, u"The system has no room for another thread."};
+}
+
 }  // namespace
 
 std::u16string AboutFile(std::u16string_view path, std::u16string_view message) {
   return std::u16string(path) + u": " + std::u16string(message);
+}
+
+SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict) {
+  std::u16string_view advice;
+  EExitStatus status = EExitStatus::Failed;
+  switch (verdict.state) {
+    case EOutputState::IsSource:
+    case EOutputState::IsTemplate:
+      status = EExitStatus::WrongUsage;
+      advice = u" Name another file with -o.";
+      break;
+    case EOutputState::NoName:
+      status = EExitStatus::WrongUsage;
+      break;
+    case EOutputState::Folder:
+      advice = u" Name a file in it.";
+      break;
+    case EOutputState::Device:
+      advice = u" Name a file.";
+      break;
+    case EOutputState::Exists:
+      advice = u" Replace it with --overwrite, or name another file with -o.";
+      break;
+    case EOutputState::NoFolder:
+      advice = u" Create it first, or name another one with -o.";
+      break;
+    case EOutputState::NotWritable:
+      advice = u" Name another one with -o.";
+      break;
+    case EOutputState::NotNamed:
+    case EOutputState::Ok:
+      break;
+  }
+  return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
 }
 
 SFailure StoppedByUser() {
@@ -70,8 +101,13 @@ CSession::CSession(const SArguments& arguments)
     : m_arguments(arguments),
       m_progress(ChooseForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
       m_source(RulesOf(arguments.rules)),
-      m_template(RulesOf(arguments.rules)),
-      m_repair(RulesOf(arguments.rules)) {}
+      m_template(RulesOf(arguments.rules)) {
+  COvRepairFileManager& manager = m_job.GetManager();
+  manager.SetRules(arguments.rules);
+  manager.SetCorruptedPath(arguments.source);
+  manager.SetTemplatePath(arguments.templatePath);
+  if (!arguments.templatePath.empty()) manager.GetMode().SetMode(CRepairModeStatus::kAdvance);
+}
 
 CSession::~CSession() = default;
 
@@ -154,19 +190,19 @@ std::optional<SFailure> CSession::MakeWorkFolder() {
 
 std::optional<SFailure> CSession::Recover() {
   if (auto failure = MakeWorkFolder()) return failure;
-  CRepairingFileStatus::Instance().SetRunning(true);
   m_progress.Start(GetFileLength(m_arguments.source));
-  CSource& definitions = m_template.IsOpen() ? m_template : m_source;
-  std::u16string problem;
-  const bool isWhole = RunWatched([&] { m_repair.Repair(m_source, definitions); }, problem);
-  CRepairingFileStatus::Instance().SetRunning(false);
-  m_data = m_repair.TakeData();
+  m_logShown = 0;
+  m_job.GetManager().SetSources(&m_source, m_template.IsOpen() ? &m_template : &m_source);
+  if (!m_job.StartRepair()) return NoThread();
+  Watch();
   if (IsInterrupted()) return StoppedByUser();
-  if (!isWhole || !m_data)
+  const COvRepairFileManager& manager = m_job.GetManager();
+  if (!manager.GetData())
     return SFailure{EExitStatus::Failed,
-                    AboutFile(m_arguments.source, problem.empty() ? u"The file cannot be read." : problem)};
+                    AboutFile(m_arguments.source,
+                              m_job.GetProblem().empty() ? u"The file cannot be read." : m_job.GetProblem())};
   // Rows for which there is no room are no damage of the file: with more room they come back.
-  if (m_data->GetLedger().GetCount(EDamage::SkippedTable) > 0)
+  if (GetData().GetLedger().GetCount(EDamage::SkippedTable) > 0)
     return SFailure{
         EExitStatus::Failed,
         AboutFile(m_runFolder.GetPath(),
@@ -175,38 +211,47 @@ std::optional<SFailure> CSession::Recover() {
   return std::nullopt;
 }
 
-bool CSession::RunWatched(const std::function<void()>& work, std::u16string& problem) {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool isDone = false;
+std::optional<SFailure> CSession::Save(CDaoEngine& engine, const SSaveOptions& options) {
   m_logShown = 0;
-  CRepairLog::Instance().Clear();
-  CStatusProgress::Instance().SetText({});
-  CProgressStatus::Instance().SetPos(0);
-  std::thread worker([&] {
-    CRepairThreadCounter::Instance()++;
-    problem = RunGuarded(work);
-    CRepairThreadCounter::Instance()--;
-    const std::lock_guard lock(mutex);
-    isDone = true;
-    changed.notify_one();
-  });
-  std::unique_lock lock(mutex);
-  while (!changed.wait_for(lock, kPollInterval, [&] { return isDone; })) {
-    lock.unlock();
-    PassInterruptOn();
-    ShowProgress();
-    lock.lock();
+  if (!m_job.StartSave(engine, options, {})) return NoThread();
+  Watch();
+  const COvFileSave& save = m_job.GetSave();
+  if (save.IsComplete()) return std::nullopt;
+  if (IsInterrupted()) return StoppedByUser();
+  if (save.GetOutputState() != EOutputState::Ok)
+    return RefuseOutput(save.GetOutputPath(), {save.GetOutputState(), save.GetProblem()});
+  std::u16string problem = save.GetProblem();
+  if (!problem.ends_with(u'.')) problem += u'.';
+  return SFailure{
+      EExitStatus::Failed,
+      AboutFile(save.GetOutputPath(), u"The new database could not be written: " + problem +
+                                          u" Make room, or name other places with -o and --work-dir.")};
+}
+
+bool CSession::RunWatched(const std::function<void()>& work, std::u16string& problem) {
+  m_logShown = 0;
+  if (m_job.Start(work)) {
+    Watch();
+    problem = m_job.GetProblem();
+  } else {
+    problem = NoThread().message;
   }
-  lock.unlock();
-  worker.join();
-  ShowProgress();
-  m_progress.Clear();
   return problem.empty();
 }
 
+void CSession::Watch() {
+  while (!m_job.WaitFor(kPollInterval)) {
+    if (IsInterrupted()) m_job.Stop();
+    ShowProgress();
+  }
+  m_job.Join();
+  ShowProgress();
+  m_progress.Clear();
+}
+
 void CSession::ShowProgress() {
-  const std::u16string log = CRepairLog::Instance().Get();
+  CJobContext& context = m_job.GetContext();
+  const std::u16string log = context.log.Get();
   if (log.size() > m_logShown) {
     std::u16string_view lines = log;
     lines.remove_prefix(m_logShown);
@@ -215,8 +260,7 @@ void CSession::ShowProgress() {
     WriteLog(lines);
     m_logShown = log.size();
   }
-  m_progress.Update({CStatusProgress::Instance().GetText(), CProgressStatus::Instance().GetPos(),
-                     CProgressStatus::Instance().GetMax()},
+  m_progress.Update({context.status.GetText(), context.progress.GetPos(), context.progress.GetMax()},
                     GetMonotonicSeconds());
 }
 

@@ -4,15 +4,14 @@
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "app/Job.h"
 #include "cli/CommandArguments.h"
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
-#include "engine/AccessRepair.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "platform/FileCust.h"
@@ -37,9 +36,12 @@ class CSession {
   std::optional<SFailure> MakeWorkFolder();
   // Recovers the tables into the work folder. After that there is data.
   std::optional<SFailure> Recover();
-  [[nodiscard]] const CAccessData& GetData() const { return *m_data; }
+  [[nodiscard]] const CAccessData& GetData() const { return *m_job.GetManager().GetData(); }
+  [[nodiscard]] CJob& GetJob() { return m_job; }
 
-  // Runs `work` on a worker thread to its end. False when it threw, with the reason in `problem`.
+  // Saves what was recovered to the output that the job has reserved.
+  std::optional<SFailure> Save(CDaoEngine& engine, const SSaveOptions& options);
+  // Runs `work` on the job's worker thread to its end. False when it threw, with the reason in `problem`.
   bool RunWatched(const std::function<void()>& work, std::u16string& problem);
 
   // One line for the user on standard error; in the log, too.
@@ -51,6 +53,8 @@ class CSession {
   std::optional<SFailure> CheckSourceFile();
   std::optional<SFailure> CheckTemplate();
   std::optional<SFailure> OpenLogFile();
+  // Draws the job's progress and passes interrupts on until it ends.
+  void Watch();
   void ShowProgress();
   void WriteLog(std::u16string_view lines);
 
@@ -59,8 +63,7 @@ class CSession {
   CRunFolder m_runFolder;
   CSource m_source;
   CSource m_template;
-  CAccessRepair m_repair;
-  std::unique_ptr<CAccessData> m_data;  // goes before the work folder that holds its files
+  CJob m_job;  // its result goes before the work folder that holds its files
   CFileCust m_logFile;
   bool m_hasLogProblem = false;
   size_t m_logShown = 0;  // units of the repair log that were shown
@@ -69,5 +72,7 @@ class CSession {
 // "PATH: message", as all messages about a file are.
 std::u16string AboutFile(std::u16string_view path, std::u16string_view message);
 SFailure StoppedByUser();
+// What is the matter with an output, and what to do about it.
+SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict);
 
 }  // namespace tolvane

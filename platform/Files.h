@@ -38,6 +38,8 @@ std::vector<std::u16string> ListFolder(std::u16string_view path);  // names only
 std::u16string GetExecutableFolder();
 std::u16string GetUserCacheFolder();
 std::u16string GetTempFolder();
+// The folders for temporary files, best first: TMPDIR when it is set to an absolute path, then the system's.
+std::vector<std::u16string> GetTempFolders();
 
 std::u16string GetAbsolutePath(std::u16string_view path);
 // On Windows both separators and the colon of a drive count.

@@ -153,8 +153,15 @@ std::u16string GetUserCacheFolder() {
 }
 
 std::u16string GetTempFolder() {
-  const std::u16string folder = GetEnvironment(u"TMPDIR");
-  return IsAbsolute(folder) ? WithSeparator(folder) : u"/tmp/";
+  return GetTempFolders().front();
+}
+
+std::vector<std::u16string> GetTempFolders() {
+  std::vector<std::u16string> folders;
+  if (std::u16string chosen = GetEnvironment(u"TMPDIR"); IsAbsolute(chosen))
+    folders.push_back(WithSeparator(std::move(chosen)));
+  folders.push_back(u"/tmp/");
+  return folders;
 }
 
 std::u16string GetAbsolutePath(std::u16string_view path) {

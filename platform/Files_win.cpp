@@ -208,6 +208,16 @@ std::u16string GetTempFolder() {
   return AskForText([](wchar_t* buffer, DWORD size) { return GetTempPathW(size, buffer); });
 }
 
+std::vector<std::u16string> GetTempFolders() {
+  std::vector<std::u16string> folders;
+  std::u16string chosen = AskForText(
+      [](wchar_t* buffer, DWORD size) { return GetEnvironmentVariableW(L"TMPDIR", buffer, size); });
+  if (!chosen.empty() && GetAbsolutePath(chosen) == chosen)
+    folders.push_back(WithSeparator(std::move(chosen)));
+  folders.push_back(GetTempFolder());
+  return folders;
+}
+
 std::u16string GetAbsolutePath(std::u16string_view path) {
   // A zero unit would cut it.
   if (path.find(u'\0') != std::u16string_view::npos) return std::u16string(path);

@@ -8,47 +8,9 @@ namespace tolvane {
 
 namespace {
 
-// Long enough to cost nothing, short enough that nobody notices the wait.
-constexpr uint32_t kPreviewPoll = 1;
-constexpr uint32_t kPauseSlice = 20;
-
-// Made at its first use, gone with the process.
-template <class T>
-T& TheOnly() {
-  static T object;
-  return object;
-}
-
-bool IsAnythingRunning() {
-  return CRepairingFileStatus::Instance().IsRunning() || CSavingStatus::Instance().IsSaving();
-}
+constexpr uint32_t kPreviewPoll = 1;  // long enough to cost nothing, short enough that nobody notices
 
 }  // namespace
-
-CRepairThreadCounter& CRepairThreadCounter::Instance() {
-  return TheOnly<CRepairThreadCounter>();
-}
-CRepairingFileStatus& CRepairingFileStatus::Instance() {
-  return TheOnly<CRepairingFileStatus>();
-}
-CSavingStatus& CSavingStatus::Instance() {
-  return TheOnly<CSavingStatus>();
-}
-CProgressStatus& CProgressStatus::Instance() {
-  return TheOnly<CProgressStatus>();
-}
-CStatusProgress& CStatusProgress::Instance() {
-  return TheOnly<CStatusProgress>();
-}
-CRepairLog& CRepairLog::Instance() {
-  return TheOnly<CRepairLog>();
-}
-CPreviewThreadStatus& CPreviewThreadStatus::Instance() {
-  return TheOnly<CPreviewThreadStatus>();
-}
-CDisplayPause& CDisplayPause::Instance() {
-  return TheOnly<CDisplayPause>();
-}
 
 CRepairThreadCounter CRepairThreadCounter::operator++(int) {
   return CRepairThreadCounter(m_count.Change([](int32_t& count) { return count++; }));
@@ -77,15 +39,6 @@ void CPreviewThreadStatus::WaitUntilFinished(void (*keepPainting)()) {
   while (IsBusy()) {
     if (keepPainting) keepPainting();
     SleepMilliseconds(kPreviewPoll);
-  }
-}
-
-void CDisplayPause::Pause() {
-  const double end = GetMonotonicSeconds() + GetLength() / 1000.0;
-  while (IsAnythingRunning()) {
-    const double left = (end - GetMonotonicSeconds()) * 1000.0;
-    if (left <= 0) return;
-    SleepMilliseconds(std::min(kPauseSlice, static_cast<uint32_t>(left) + 1));
   }
 }
 

@@ -1,7 +1,8 @@
-// The process-wide status objects: the only way in which a worker reports, or learns that it must stop.
+// The status objects: the only way in which a worker reports, or learns that it must stop.
 //
-// One instance of each for the whole process. Every field has its own lock, held for one read or one write;
-// no operation holds a lock while it calls anything else. All operations may be called from any thread.
+// A job has one of each (JobContext.h); Instance() is that of the job that the process shows. Every field has
+// its own lock, held for one read or one write; no operation holds a lock while it calls anything else. All
+// operations may be called from any thread.
 #pragma once
 
 #include <cstdint>
@@ -135,14 +136,14 @@ class CPreviewThreadStatus {
   CLocked<int32_t> m_finished{1};
 };
 
-// The pause in which a full bar can be seen. The front end sets its length: one second in the window, none
-// (the default) on the command line and in tests.
+// The length of the pause in which a full bar can be seen. The front end sets it: one second in the window,
+// none (the default) on the command line and in tests.
 class CDisplayPause {
  public:
   static CDisplayPause& Instance();
   void SetLength(uint32_t milliseconds) { m_milliseconds.Set(milliseconds); }
   [[nodiscard]] uint32_t GetLength() const { return m_milliseconds.Get(); }
-  void Pause();
+  static void Pause();  // of the shown job
 
  private:
   CLocked<uint32_t> m_milliseconds{0};

@@ -40,7 +40,14 @@ std::u16string FolderBesideProgram() {
 // The folders to try, in their order.
 std::vector<std::u16string> BaseFolders(std::u16string_view baseFolder) {
   if (!baseFolder.empty()) return {WithSeparator(baseFolder)};
-  return {FolderBesideProgram(), WithSeparator(GetUserCacheFolder() + std::u16string(kFolderName))};
+  std::vector<std::u16string> bases{FolderBesideProgram()};
+  std::vector<std::u16string> places = GetTempFolders();
+  places.insert(places.begin(), GetUserCacheFolder());
+  for (const std::u16string& place : places) {
+    const std::u16string base = WithSeparator(WithSeparator(place) + std::u16string(kFolderName));
+    if (std::find(bases.begin(), bases.end(), base) == bases.end()) bases.push_back(base);
+  }
+  return bases;
 }
 
 // The system's error code; kNoSystemError when a file can be created and filled in `folder`.
@@ -68,6 +75,14 @@ std::u16string GetWorkFolder() {
   const std::lock_guard lock(folder.mutex);
   if (folder.path.empty()) folder.path = FolderBesideProgram();
   return folder.path;
+}
+
+void RestoreWorkFolder() {
+  std::u16string folder = GetWorkFolder();
+  folder.pop_back();
+  if (GetFileKind(folder) != EFileKind::Missing) return;
+  CFileNameManager::CreateFolderPath(FolderOf(folder));
+  CreatePrivateFolder(folder);
 }
 
 void SetWorkFolder(std::u16string_view path) {

@@ -9,6 +9,9 @@ namespace tolvane {
 // Process-wide, with its separator at the end. Until SetWorkFolder is called: the folder "TolvaneforAccess"
 // beside the program. Thread-safe.
 std::u16string GetWorkFolder();
+// Makes the work folder again if it has vanished, as a folder cleaner may have it; what it held is gone. A
+// folder that cannot be made shows when a file is created in it.
+void RestoreWorkFolder();
 // An empty text brings the first folder back.
 void SetWorkFolder(std::u16string_view folder);
 
@@ -21,11 +24,12 @@ class CRunFolder {
   CRunFolder& operator=(const CRunFolder&) = delete;
   ~CRunFolder();
 
-  // Creates the folder and makes it the work folder. With an empty `baseFolder`: "TolvaneforAccess" beside
-  // the program if that can be written, else in the user's cache folder. False when no folder could be
-  // created or written; GetProblem then names the folder that was tried and the system's reason.
+  // Creates the folder and makes it the work folder. With an empty `baseFolder`: in "TolvaneforAccess" beside
+  // the program, in the user's cache folder, in TMPDIR or in the system's folder for temporary files, the
+  // first of them that can be written. False when no folder could be created or written; GetProblem then
+  // names the folder that was tried last and the system's reason.
   bool Create(std::u16string_view baseFolder);
-  // Removes folders of runs whose process has ended; with an empty `baseFolder` those under both places where
+  // Removes folders of runs whose process has ended; with an empty `baseFolder` those under all places where
   // Create would look. Touches nothing that is not named like a run's folder and follows no links.
   static void RemoveStale(std::u16string_view baseFolder);
   // Also when Create failed or was never called.

@@ -33,6 +33,9 @@ constexpr int kActivityWidth = 160;
 // The bar that only shows that something goes on begins anew after so many steps.
 constexpr int kActivitySteps = 10;
 
+// How long a full bar stays before the next step begins.
+constexpr uint32_t kDisplayPause = 1000;
+
 constexpr std::u16string_view kLogFilter = u"Text Files (*.txt)|*.txt||";
 constexpr std::u16string_view kGuideName = u"TolvaneForAccess.html";
 
@@ -105,7 +108,8 @@ bool CMainFrame::CreateWorkflow() {
                                                                 .frame = *this,
                                                                 .processes = m_processes,
                                                                 .engine = *m_engine,
-                                                                .recentFiles = &m_recentFiles});
+                                                                .recentFiles = &m_recentFiles,
+                                                                .displayPause = kDisplayPause});
   m_view.SetWorkflow(*m_workflow);
   return true;
 }

@@ -7,17 +7,9 @@
 
 #include "platform/Arguments.h"
 #include "platform/Files.h"
-#include "status/Status.h"
 #include "ui/CrashNote.h"
 
 namespace tolvane {
-
-namespace {
-
-// How long a full bar stays before the next step begins.
-constexpr uint32_t kDisplayPause = 1000;
-
-}  // namespace
 
 COrlinVexaFileScanApp::COrlinVexaFileScanApp(std::u16string path) : m_path(std::move(path)) {}
 
@@ -68,7 +60,6 @@ bool COrlinVexaFileScanApp::MakeWorkFolder(std::u16string& problem) {
 }
 
 bool COrlinVexaFileScanApp::OpenMainWindow(std::u16string_view path) {
-  CDisplayPause::Instance().SetLength(kDisplayPause);
   m_frame = std::make_unique<CMainFrame>(m_recentFiles, m_runFolder);
   return m_frame->Create(path);
 }

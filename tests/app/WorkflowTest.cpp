@@ -431,8 +431,8 @@ TEST_F(Workflow, AFailureIsToldOnTheLastPage) {
   FinishSave();
   EXPECT_EQ(Page(), EPageState::Saved);
   EXPECT_EQ(window.log, "The new database could not be written: no room\r\nLocation: \r\n" + ToUtf8(output));
-  EXPECT_NE(window.summary.find("The new database is not whole: no room"), std::string::npos);
-  EXPECT_EQ(window.hint, "The database could not be saved as a whole.");
+  EXPECT_NE(window.summary.find("Nothing was saved: no room"), std::string::npos);
+  EXPECT_EQ(window.hint, "The database could not be saved. Nothing was written.");
   EXPECT_EQ(fakeEngine.log.calls.front(), "terminate");
   EXPECT_EQ(fakeEngine.log.calls.back(), "terminate");
 }
@@ -476,16 +476,45 @@ TEST_F(Workflow, StopAtEveryCallOfTheEngineLeadsBack) {
   EXPECT_EQ(Page(), EPageState::Saved);
 }
 
-TEST_F(Workflow, AStoppedSaveLeavesNoDatabase) {
+TEST_F(Workflow, AnOutputIsReplacedWhenTheNewOneIsWholeAndNotBefore) {
+  WriteText(output, "old");
   WriteFile(damaged, MakeSource(20'000));
   Repair();
+  const auto filesBeside = [&] { return ListFolder(FolderOf(output)).size(); };
+  const size_t files = filesBeside();
   workflow->SetEngine(*embeddedEngine);
   StartSave();
-  Until([&] { return FileExists(output); });
+  Until([&] { return filesBeside() > files; });
   window.answers = {true};
   workflow->StopSave();
-  EXPECT_FALSE(FileExists(output));
-  EXPECT_EQ(window.log, "Stopped. The unfinished database was deleted: " + ToUtf8(output));
+  EXPECT_EQ(ReadText(output), "old");
+  EXPECT_EQ(filesBeside(), files);
+  EXPECT_EQ(window.log, "Stopped. Nothing was saved.");
+
+  fakeEngine.log.refuse = [](const std::string& call) {
+    return call.starts_with("update") ? CDaoResult{EDaoError::DiskFull, u"no room"} : CDaoResult::Ok();
+  };
+  workflow->SetEngine(fakeEngine);
+  StartSave();
+  FinishSave();
+  EXPECT_EQ(ReadText(output), "old");
+  EXPECT_EQ(filesBeside(), files);
+
+  workflow->Back();
+  workflow->SetEngine(*embeddedEngine);
+  StartSave();
+  FinishSave();
+  EXPECT_NE(ReadText(output), "old");
+  EXPECT_EQ(filesBeside(), files);
+}
+
+TEST_F(Workflow, AWorkFolderThatVanishedIsMadeAgain) {
+  Repair();
+  RemoveFolderTree(FolderOf(runFolder.GetPath()).substr(0, runFolder.GetPath().size() - 1));
+  workflow->Back();
+  workflow->Next();
+  FinishRepair();
+  EXPECT_NE(window.summary.find("4 tables, 306 rows"), std::string::npos) << window.summary;
 }
 
 // Commands that the switches forbid, should they come all the same.

@@ -1,9 +1,10 @@
-#include "status/Status.h"
+#include "status/JobContext.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -89,22 +90,33 @@ TEST(PreviewThreadStatus, AbortsOnOneOnlyAndPaintsUntilFinished) {
 }
 
 // A pause that does not end keeps the test from ending.
-TEST(DisplayPause, EndsWithItsTimeOrWithTheRun) {
-  CDisplayPause pause;
-  CSavingStatus& saving = CSavingStatus::Instance();
-  saving.SetSaving(true);
+TEST(JobContext, APauseEndsWithItsTimeOrWithTheJob) {
+  CJobContext job;
+  job.saving.SetSaving(true);
   const double start = GetMonotonicSeconds();
-  pause.Pause();
-  pause.SetLength(60);
-  pause.Pause();
+  job.Pause();
+  job.pause.SetLength(60);
+  job.Pause();
   EXPECT_GE(GetMonotonicSeconds() - start, 0.055);
-  pause.SetLength(3'600'000);
-  std::thread user([&saving] {
+  job.pause.SetLength(3'600'000);
+  std::thread user([&job] {
     SleepMilliseconds(40);
-    saving.SetSaving(false);
+    job.Stop();
   });
-  pause.Pause();
+  job.Pause();
   user.join();
+}
+
+TEST(JobContext, TheProcessShowsTheJobThatRuns) {
+  CRepairLog& idle = CRepairLog::Instance();
+  CJobContext first, second;
+  {
+    const CShownJob shown(first);
+    EXPECT_EQ(&CRepairLog::Instance(), &first.log);
+    auto later = std::make_unique<CShownJob>(second);
+    EXPECT_EQ(&CSavingStatus::Instance(), &second.saving);
+  }
+  EXPECT_EQ(&CRepairLog::Instance(), &idle);
 }
 
 }  // namespace
