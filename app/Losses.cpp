@@ -8,22 +8,33 @@
 
 namespace tolvane {
 
+const CAccessTable* FindTable(const CAccessData& data, const CDamageLedger::SPlace& place) {
+  return place.definition == CDamageLedger::kNoTable ? nullptr : data.GetTables().FindTable(place.definition);
+}
+
+const CAccessColumn* FindColumn(const CAccessTable* table, const CDamageLedger::SPlace& place) {
+  if (!table || place.column < 0 || static_cast<size_t>(place.column) >= table->columns.GetCount())
+    return nullptr;
+  return table->columns.GetAt(static_cast<size_t>(place.column));
+}
+
 namespace {
 
 std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place,
                            NumberText number) {
   std::u16string text;
   const auto add = [&text](const std::u16string& part) { text += (text.empty() ? u"" : u", ") + part; };
-  if (place.definition != CDamageLedger::kNoTable) {
-    const CAccessTable* table = data.GetTables().FindTable(place.definition);
-    if (table && !table->name.empty()) add(u"table " + table->name);
-  }
+  const CAccessTable* table = FindTable(data, place);
+  if (table && !table->name.empty()) add(u"table " + table->name);
   if (kind == EDamage::MissingRows || kind == EDamage::SurplusRows) {
     add(Counted(place.amount, u"row", number));
   } else {
     add(u"page " + ToDecimal(place.page));
     if (place.row >= 0) add(u"row " + ToDecimal(place.row));
   }
+  if (const CAccessColumn* column = FindColumn(table, place))
+    add(u"column " + SpelledName(*column, data.source));
+  if (place.reason) text += u" (" + FromAscii(place.reason) + u")";
   return text;
 }
 
@@ -130,12 +141,13 @@ bool IsRecoveryWhole(const CAccessData& data) {
 
 bool IsNothingRecovered(const CAccessData& data) {
   uint64_t rows = 0;
+  const bool isNothingOfTheUsers = data.GetRules().userTablesDecide && !data.GetLedger().IsClean();
   for (const auto& table : data.GetTables()) {
     if (HasContent(*table) && !IsSystemTable(*table)) return false;
     rows += table->header.rowCount;
   }
   // A database without a table of the user's is a healthy one when its own tables are there.
-  return rows == 0 || data.GetLedger().GetCount(EDamage::LostTable) > 0;
+  return rows == 0 || isNothingOfTheUsers || data.GetLedger().GetCount(EDamage::LostTable) > 0;
 }
 
 bool HasSaveLosses(const SSaveSummary& summary) {
@@ -157,6 +169,65 @@ std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, N
                          place.table->name + u", column " + SpelledName(*place.column, data.source),
                      {}});
   return found;
+}
+
+const char* NameOf(EOtherObject kind) {
+  switch (kind) {
+    case EOtherObject::Form:
+      return "form";
+    case EOtherObject::Report:
+      return "report";
+    case EOtherObject::Macro:
+      return "macro";
+    case EOtherObject::Module:
+      return "module";
+    case EOtherObject::LinkedTable:
+      return "linkedTable";
+    case EOtherObject::OdbcTable:
+      return "odbcTable";
+  }
+  return "";
+}
+
+std::vector<SLossLine> ListOmittedObjects(const CAccessData& data, size_t namesShown) {
+  constexpr struct {
+    EOtherObject kind;
+    std::u16string_view singular, plural;
+  } kWords[] = {
+      {EOtherObject::Form, u"form", u"forms"},
+      {EOtherObject::Report, u"report", u"reports"},
+      {EOtherObject::Macro, u"macro", u"macros"},
+      {EOtherObject::Module, u"module", u"modules"},
+      {EOtherObject::LinkedTable, u"link to a table of another database",
+       u"links to tables of other databases"},
+      {EOtherObject::OdbcTable, u"link to a table of a server", u"links to tables of servers"},
+  };
+  std::vector<SLossLine> lines;
+  if (!data.GetRules().tellOmittedObjects) return lines;
+  for (const auto& words : kWords) {
+    SLossLine line;
+    for (const SOtherObject& object : data.GetOtherObjects()) {
+      if (object.kind != words.kind) continue;
+      if (++line.count <= namesShown) line.places += (line.places.empty() ? u"" : u", ") + object.name;
+    }
+    if (line.count == 0) continue;
+    if (line.count > namesShown) line.places += u", ...";
+    line.words = line.count == 1 ? words.singular : words.plural;
+    lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+void ForEachDamage(const CAccessData& data, const std::function<void(const std::u16string&)>& tell) {
+  const size_t told = data.GetRules().damagePlacesTold;
+  for (const SDamageWords& words : GetDamageWords()) {
+    const auto& places = data.GetLedger().GetPlaces(words.kind);
+    const std::u16string what = FromAscii(words.singular) + u": ";
+    for (size_t i = 0; i < places.size() && i < told; ++i)
+      tell(what + FormatPlace(data, words.kind, places[i], ToDecimal<uint64_t>));
+    if (const uint64_t rest = data.GetLedger().CountDropped(words.kind); rest > 0 && told > places.size())
+      tell(what + ToDecimal(rest) + u" more places that are not listed");
+  }
 }
 
 std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,6 +40,10 @@ struct SColumnPlace {
 // Columns with rows whose values could not be read because nobody knows their type.
 std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data);
 
+// The table and the column of a place; null where it names none.
+const CAccessTable* FindTable(const CAccessData& data, const CDamageLedger::SPlace& place);
+const CAccessColumn* FindColumn(const CAccessTable* table, const CDamageLedger::SPlace& place);
+
 // True when nothing was lost and nothing is doubtful on reading.
 bool IsRecoveryWhole(const CAccessData& data);
 // No table worth anything was found.
@@ -57,6 +62,13 @@ using NumberText = std::u16string (*)(uint64_t);
 // What was lost or is doubtful on reading, with up to `placesShown` places of each kind.
 std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown,
                                   NumberText number = ToDecimal<uint64_t>);
+// Every place of damage that the run's rules tell, as a line of its own.
+void ForEachDamage(const CAccessData& data, const std::function<void(const std::u16string&)>& tell);
+// For programs: "form", "linkedTable".
+const char* NameOf(EOtherObject kind);
+// What the catalogue lists and no repair brings back, with up to `namesShown` names of each kind; nothing
+// where the run's rules do not tell it.
+std::vector<SLossLine> ListOmittedObjects(const CAccessData& data, size_t namesShown);
 // What could not be saved as it was recovered.
 std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary);
 

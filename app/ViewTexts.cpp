@@ -17,6 +17,7 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kPlacesShown = 3;
+constexpr size_t kNamesShown = 8;
 constexpr size_t kBytesInLine = 16;
 
 class CLines {
@@ -93,6 +94,7 @@ void AddNothing(const COvRepairFileManager& manager, CLines& lines) {
 
 void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lines) {
   lines.AddLosses(heading, ListDamage(data, kPlacesShown, ToGroupedDecimal));
+  lines.AddLosses(u"Not brought back:", ListOmittedObjects(data, kNamesShown));
 }
 
 }  // namespace
@@ -122,7 +124,7 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
     AddNothing(manager, lines);
   } else {
     AddTables(*data, lines);
-    if (IsRecoveryWhole(*data)) lines.Add(u"Nothing was lost.");
+    if (IsRecoveryWhole(*data) && ListOmittedObjects(*data, 0).empty()) lines.Add(u"Nothing was lost.");
   }
   if (data) AddDamage(u"Lost or doubtful:", *data, lines);
   return lines.Take();

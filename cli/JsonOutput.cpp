@@ -108,24 +108,45 @@ Json DescribeRelation(const SRecoveredRelation& relation) {
   return described;
 }
 
+namespace {
+
+Json DescribePlace(const CAccessData& data, const CDamageLedger::SPlace& place) {
+  Json described = {{"page", place.page}};
+  const CAccessTable* table = FindTable(data, place);
+  if (table) described["table"] = ToUtf8(table->name);
+  if (place.row >= 0) described["row"] = place.row;
+  if (const CAccessColumn* column = FindColumn(table, place))
+    described["column"] = ToUtf8(SpelledName(*column, data.source));
+  if (place.reason) described["reason"] = place.reason;
+  described["amount"] = place.amount;
+  return described;
+}
+
+}  // namespace
+
+Json DescribeOmitted(const CAccessData& data) {
+  Json objects = Json::array();
+  if (!data.GetRules().tellOmittedObjects) return objects;
+  for (const SOtherObject& object : data.GetOtherObjects())
+    objects.push_back({{"kind", NameOf(object.kind)}, {"name", ToUtf8(object.name)}});
+  return objects;
+}
+
 Json DescribeDamage(const CAccessData& data) {
   Json damage = Json::array();
   for (const SDamageWords& words : GetDamageWords()) {
     const uint64_t count = data.GetLedger().GetCount(words.kind);
     if (count == 0) continue;
     Json places = Json::array();
-    for (const CDamageLedger::SPlace& place : data.GetLedger().GetPlaces(words.kind)) {
-      Json described = {{"page", place.page}};
-      const CAccessTable* table = place.definition == CDamageLedger::kNoTable
-                                      ? nullptr
-                                      : data.GetTables().FindTable(place.definition);
-      if (table) described["table"] = ToUtf8(table->name);
-      if (place.row >= 0) described["row"] = place.row;
-      described["amount"] = place.amount;
-      places.push_back(std::move(described));
-    }
-    damage.push_back(
-        {{"kind", words.name}, {"count", count}, {"meaning", words.plural}, {"places", std::move(places)}});
+    const auto& met = data.GetLedger().GetPlaces(words.kind);
+    for (size_t i = 0; i < met.size() && i < data.GetRules().damagePlacesTold; ++i)
+      places.push_back(DescribePlace(data, met[i]));
+    Json kind = {
+        {"kind", words.name}, {"count", count}, {"meaning", words.plural}, {"places", std::move(places)}};
+    if (const uint64_t dropped = data.GetLedger().CountDropped(words.kind);
+        dropped > 0 && data.GetRules().damagePlacesTold > met.size())
+      kind["placesNotListed"] = dropped;
+    damage.push_back(std::move(kind));
   }
   const std::vector<SColumnPlace> unknown = FindUnknownColumns(data);
   if (unknown.empty()) return damage;

@@ -24,6 +24,8 @@ Json DescribeSource(const CAccessData& data, const SArguments& arguments);
 Json DescribeTable(const CAccessTable& table, const SSourceFacts& source);
 Json DescribeRelation(const SRecoveredRelation& relation);
 Json DescribeDamage(const CAccessData& data);
+// What the catalogue lists and no repair brings back.
+Json DescribeOmitted(const CAccessData& data);
 Json DescribeSaving(const SSaveSummary& summary);
 
 // False when standard output is closed or full.

@@ -74,4 +74,10 @@ EExitStatus DecideStatus(const CAccessData& data, const SSaveSummary* saved) {
   return isWhole ? EExitStatus::Done : EExitStatus::Incomplete;
 }
 
+EExitStatus DecideRepairStatus(const CAccessData& data, const SSaveSummary* saved) {
+  const EExitStatus status = DecideStatus(data, saved);
+  return status == EExitStatus::Done && !ListOmittedObjects(data, 0).empty() ? EExitStatus::Incomplete
+                                                                             : status;
+}
+
 }  // namespace tolvane

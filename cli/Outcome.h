@@ -18,5 +18,7 @@ const CAccessTable* FindTable(const CAccessData& data, std::u16string_view wante
 
 // `saved` is null when nothing was to be saved.
 EExitStatus DecideStatus(const CAccessData& data, const SSaveSummary* saved);
+// Of a repair, whose result is the whole database: objects that no repair brings back count, too.
+EExitStatus DecideRepairStatus(const CAccessData& data, const SSaveSummary* saved);
 
 }  // namespace tolvane

@@ -15,13 +15,14 @@ namespace {
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
   const SArguments& arguments = session.GetArguments();
   const CAccessData& data = session.GetData();
-  const EExitStatus status = DecideStatus(data, saved);
+  const EExitStatus status = DecideRepairStatus(data, saved);
   const SPageStyle style = OutputStyle();
   std::string text = DrawSource(data, arguments, style) + "\n" + DrawTables(data, arguments, style);
   const auto addPart = [&text](const std::string& part) {
     if (!part.empty()) text += "\n" + part;
   };
   addPart(DrawDamage(data, style));
+  addPart(DrawOmitted(data, style));
   if (saved) addPart(DrawSaving(*saved, style));
   text += "\n" + Heading("Output", style);
   if (saved) {
@@ -44,7 +45,7 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   const SArguments& arguments = session.GetArguments();
   if (!arguments.isJson) return PrintReport(session, saved, outputPath);
   const CAccessData& data = session.GetData();
-  const EExitStatus status = DecideStatus(data, saved);
+  const EExitStatus status = DecideRepairStatus(data, saved);
   Json result = MakeResult(arguments, status);
   result["source"] = DescribeSource(data, arguments);
   result["output"] = saved ? Json(ToUtf8(outputPath)) : Json();
@@ -54,6 +55,7 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
     if (HasContent(*table) && (arguments.withSystemTables || !IsSystemTable(*table)))
       result["tables"].push_back(DescribeTable(*table, data.source));
   result["damage"] = DescribeDamage(data);
+  result["notBroughtBack"] = DescribeOmitted(data);
   if (saved) result["saving"] = DescribeSaving(*saved);
   PrintJson(result);
   return status;

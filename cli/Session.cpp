@@ -1,5 +1,6 @@
 #include "cli/Session.h"
 
+#include "app/Losses.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/Version.h"
@@ -168,6 +169,13 @@ std::optional<SFailure> CSession::OpenLogFile() {
   return std::nullopt;
 }
 
+void CSession::LogLosses() {
+  if (!m_logFile.IsOpen()) return;
+  ForEachDamage(GetData(), [this](const std::u16string& line) { WriteLog(line); });
+  for (const SLossLine& line : ListOmittedObjects(GetData(), SIZE_MAX))
+    WriteLog(u"not brought back: " + ToDecimal(line.count) + u" " + line.words + u": " + line.places);
+}
+
 void CSession::WriteLog(std::u16string_view lines) {
   if (!m_logFile.IsOpen() || m_hasLogProblem) return;
   const std::string text = ToUtf8(lines) + "\n";
@@ -201,6 +209,7 @@ std::optional<SFailure> CSession::Recover() {
     return SFailure{EExitStatus::Failed,
                     AboutFile(m_arguments.source,
                               m_job.GetProblem().empty() ? u"The file cannot be read." : m_job.GetProblem())};
+  LogLosses();
   // Rows for which there is no room are no damage of the file: with more room they come back.
   if (GetData().GetLedger().GetCount(EDamage::SkippedTable) > 0)
     return SFailure{

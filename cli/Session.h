@@ -56,6 +56,8 @@ class CSession {
   // Draws the job's progress and passes interrupts on until it ends.
   void Watch();
   void ShowProgress();
+  // Every loss of the recovery, where there is a log file.
+  void LogLosses();
   void WriteLog(std::u16string_view lines);
 
   const SArguments& m_arguments;

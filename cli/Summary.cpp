@@ -13,6 +13,7 @@ namespace {
 
 // More than these are in --json.
 constexpr size_t kPlacesShown = 3;
+constexpr size_t kNamesShown = 8;
 constexpr size_t kNotesShown = 12;
 
 void AppendCount(uint64_t count, const std::string& words, std::string& out) {
@@ -60,10 +61,12 @@ std::string DrawTables(const CAccessData& data, const SArguments& arguments, con
   return text + "  " + Counted(drawn.GetRowCount(), "table") + ", " + Counted(rows, "row") + "\n";
 }
 
-std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
-  const std::vector<SLossLine> losses = ListDamage(data, kPlacesShown);
+namespace {
+
+std::string DrawLosses(const std::string& heading, const std::vector<SLossLine>& losses,
+                       const SPageStyle& style) {
   if (losses.empty()) return {};
-  std::string text = Heading("Lost or doubtful", style);
+  std::string text = Heading(heading, style);
   for (const SLossLine& loss : losses) {
     AppendCount(loss.count, ToDisplay(loss.words), text);
     constexpr size_t kIndent = 12;
@@ -73,6 +76,16 @@ std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
       text += std::string(kIndent, ' ') + (room > 0 ? Shorten(places, room) : places) + "\n";
   }
   return text;
+}
+
+}  // namespace
+
+std::string DrawDamage(const CAccessData& data, const SPageStyle& style) {
+  return DrawLosses("Lost or doubtful", ListDamage(data, kPlacesShown), style);
+}
+
+std::string DrawOmitted(const CAccessData& data, const SPageStyle& style) {
+  return DrawLosses("Not brought back", ListOmittedObjects(data, kNamesShown), style);
 }
 
 std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style) {

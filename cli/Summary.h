@@ -22,6 +22,8 @@ std::string DrawSource(const CAccessData& data, const SArguments& arguments, con
 std::string DrawTables(const CAccessData& data, const SArguments& arguments, const SPageStyle& style);
 // What was lost or is doubtful on reading; empty when nothing is.
 std::string DrawDamage(const CAccessData& data, const SPageStyle& style);
+// Objects of the file that no repair brings back; empty when there are none.
+std::string DrawOmitted(const CAccessData& data, const SPageStyle& style);
 // What could not be saved as it was recovered; empty when all was.
 std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style);
 

@@ -77,6 +77,17 @@ std::u16string_view SystemTableName(uint64_t key, bool isJet4Pages) {
   return {};
 }
 
+// What the catalogue's type says of an object that is no table, query or container of this file.
+std::optional<EOtherObject> OtherObjectOf(std::u16string_view type) {
+  constexpr std::pair<std::u16string_view, EOtherObject> kTypes[] = {
+      {u"-32768", EOtherObject::Form},   {u"-32764", EOtherObject::Report}, {u"-32766", EOtherObject::Macro},
+      {u"-32761", EOtherObject::Module}, {u"6", EOtherObject::LinkedTable}, {u"4", EOtherObject::OdbcTable},
+  };
+  for (const auto& [text, kind] : kTypes)
+    if (type == text) return kind;
+  return std::nullopt;
+}
+
 }  // namespace
 
 struct CAccessTableDataFileParser::SCatalogueRow {
@@ -181,6 +192,7 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
   for (uint32_t row = 0; row < rowCount && columnCount > 0 && end == ERowEnd::Complete; ++row) {
     SCatalogueRow texts;
     end = ReadCatalogueRow(recordText, columnCount, tables, texts, parseData);
+    if (const auto kind = OtherObjectOf(texts.type)) parseData.NoteOtherObject(*kind, texts.name);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
       if (const auto page = PageOfText(texts.id))
         parseData.GetLedger().Add(EDamage::LostTable, {*page, CDamageLedger::kNoTable, -1, 1});

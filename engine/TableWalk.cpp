@@ -291,19 +291,20 @@ void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
     SValue value;
     const EFieldResult result = m_fields.Decode(m_frame, column, value);
     const bool isWritten = m_records.Write(value);
-    if (result == EFieldResult::Broken || !isWritten) Count(EDamage::BrokenValue, slot);
-    if (result == EFieldResult::CutShort) Count(EDamage::BrokenLongValue, slot);
+    if (result == EFieldResult::Broken || !isWritten) Count(EDamage::BrokenValue, slot, column);
+    if (result == EFieldResult::CutShort) Count(EDamage::BrokenLongValue, slot, column);
   }
   m_rows++;
   CProgressStatus::Instance().IncrementPos();
   m_fields.ReleaseMemory();
 }
 
-void CTableWalk::Count(EDamage kind, int64_t slot) {
+void CTableWalk::Count(EDamage kind, int64_t slot, std::optional<size_t> column) {
   m_data.GetLedger().Add(kind, {.page = m_offset / m_layout.pageSize,
                                 .definition = m_table->GetDefinitionOffset(),
                                 .row = static_cast<int32_t>(slot),
-                                .amount = 1});
+                                .amount = 1,
+                                .column = column ? static_cast<int32_t>(*column) : -1});
 }
 
 void CTableWalk::GiveUp(std::u16string_view reason) {

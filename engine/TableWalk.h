@@ -55,7 +55,7 @@ class CTableWalk {
   void NoteHidden(uint32_t slot, uint16_t word);
   bool DecodeUnclaimedRows();
   void DecodeRow(Bytes row, uint32_t slot);
-  void Count(EDamage kind, int64_t slot);
+  void Count(EDamage kind, int64_t slot, std::optional<size_t> column = std::nullopt);
   void GiveUp(std::u16string_view reason);
   void CloseQuietly();
 

@@ -9,4 +9,10 @@ CAccessData::~CAccessData() {
   CAccessTableDataFile(m_workFolder).RemoveOleFiles();
 }
 
+void CAccessData::NoteOtherObject(EOtherObject kind, std::u16string_view name) {
+  constexpr size_t kMostObjects = 32'768;  // of a database
+  if (m_otherObjects.size() >= kMostObjects || !m_knownObjects.emplace(kind, name).second) return;
+  m_otherObjects.push_back({kind, std::u16string(name)});
+}
+
 }  // namespace tolvane

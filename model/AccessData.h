@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,6 +30,13 @@ struct SSourceFacts {
   std::vector<uint64_t> otherStarts{};
 };
 
+// An object of the catalogue that no repair brings back.
+enum class EOtherObject : uint8_t { Form, Report, Macro, Module, LinkedTable, OdbcTable };
+struct SOtherObject {
+  EOtherObject kind;
+  std::u16string name;
+};
+
 // Destroying it deletes the tables' data files and the OLE side files.
 class CAccessData {
  public:
@@ -49,7 +58,12 @@ class CAccessData {
 
   [[nodiscard]] const std::u16string& GetWorkFolder() const { return m_workFolder; }
 
-  std::u16string sourcePath;              // of the damaged file
+  // Objects that are no tables, queries or relationships of the user's, as the catalogue lists them; each
+  // name of a kind once.
+  [[nodiscard]] const std::vector<SOtherObject>& GetOtherObjects() const { return m_otherObjects; }
+  void NoteOtherObject(EOtherObject kind, std::u16string_view name);
+
+  std::u16string sourcePath;  // of the damaged file
   SSourceFacts source;
 
  private:
@@ -58,6 +72,8 @@ class CAccessData {
   CAccessTableList m_tables;
   CTList<CQuerySysObject> m_queryObjects;
   CDamageLedger m_ledger;
+  std::vector<SOtherObject> m_otherObjects;
+  std::set<std::pair<EOtherObject, std::u16string>> m_knownObjects;
 };
 
 }  // namespace tolvane

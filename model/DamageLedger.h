@@ -1,6 +1,5 @@
-// What a repair met on its way: counts of everything that is gone or doubtful, with the first places of each
-// kind. The summary and the exit status come from here. Damage is no failure; it is counted and reading goes
-// on.
+// What a repair met on its way: counts of everything that is gone or doubtful, with the places. The summary
+// and the exit status come from here. Damage is no failure; it is counted and reading goes on.
 #pragma once
 
 #include <array>
@@ -37,25 +36,45 @@ enum class EDamage : uint8_t {
 class CDamageLedger {
  public:
   struct SPlace {
-    uint64_t page;        // page number in the damaged file
-    uint64_t definition;  // definition offset of the table, or kNoTable
-    int32_t row;          // slot on the page, or -1
-    uint64_t amount;      // how many (rows, bytes) at this place
+    uint64_t page;                 // page number in the damaged file
+    uint64_t definition;           // definition offset of the table, or kNoTable
+    int32_t row;                   // slot on the page, or -1
+    uint64_t amount;               // how many (rows, bytes) at this place
+    int32_t column = -1;           // position among the table's columns, or -1
+    const char* reason = nullptr;  // what is wrong, where the kind alone does not tell; a literal in ASCII
   };
   static constexpr uint64_t kNoTable = ~uint64_t{0};
-  // Memory does not grow with the damage: only the first places of each kind are kept.
-  static constexpr size_t kPlacesKept = 20;
+  // Memory does not grow with the damage: of each kind only so many places are kept. Counts stay exact, and
+  // who lists the places says how many are not among them.
+  static constexpr size_t kPlacesKept = 100'000;
 
   void Add(EDamage kind, SPlace place) {
     // Several steps read a page; it is lost once.
     if (kind == EDamage::UnreadablePage && !m_unreadablePages.insert(place.page).second) return;
     SKind& entry = m_kinds[static_cast<size_t>(kind)];
     entry.count += place.amount;
+    entry.added++;
     if (entry.places.size() < kPlacesKept) entry.places.push_back(place);
+  }
+  // Adds what another ledger holds, behind what this one holds.
+  void Merge(const CDamageLedger& other) {
+    for (size_t i = 0; i < m_kinds.size(); ++i) {
+      const SKind& from = other.m_kinds[i];
+      for (const SPlace& place : from.places) Add(static_cast<EDamage>(i), place);
+      uint64_t told = 0;
+      for (const SPlace& place : from.places) told += place.amount;
+      m_kinds[i].count += from.count - told;
+      m_kinds[i].added += from.added - from.places.size();
+    }
   }
   [[nodiscard]] uint64_t GetCount(EDamage kind) const { return m_kinds[static_cast<size_t>(kind)].count; }
   [[nodiscard]] const std::vector<SPlace>& GetPlaces(EDamage kind) const {
     return m_kinds[static_cast<size_t>(kind)].places;
+  }
+  // Places that were met and are not kept.
+  [[nodiscard]] uint64_t CountDropped(EDamage kind) const {
+    const SKind& entry = m_kinds[static_cast<size_t>(kind)];
+    return entry.added - entry.places.size();
   }
   [[nodiscard]] bool IsClean() const {
     for (const SKind& kind : m_kinds)
@@ -66,6 +85,7 @@ class CDamageLedger {
  private:
   struct SKind {
     uint64_t count = 0;
+    uint64_t added = 0;  // places, kept or not
     std::vector<SPlace> places;
   };
   std::array<SKind, static_cast<size_t>(EDamage::Count_)> m_kinds;

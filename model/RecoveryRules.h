@@ -95,6 +95,16 @@ struct SRecoveryRules {
   bool dropEmptyRows;
   // A saved query is what its rebuilt SQL text says, and not its rows; those of forms and reports are left out.
   bool queriesAreTheirText;
+
+  // --- reporting ---
+
+  // Of each kind of damage, the places that a result for programs and a log list.
+  uint32_t damagePlacesTold;
+  // Objects that a repair never brings back (forms, reports, macros, modules, links) are named and count as
+  // lost.
+  bool tellOmittedObjects;
+  // A damaged file of which no table of the user's came back counts as nothing, whatever else came back.
+  bool userTablesDecide;
 };
 
 inline constexpr SRecoveryRules kStandardRules{
@@ -127,6 +137,9 @@ inline constexpr SRecoveryRules kStandardRules{
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
     .queriesAreTheirText = true,
+    .damagePlacesTold = 20,
+    .tellOmittedObjects = false,
+    .userTablesDecide = false,
 };
 
 inline constexpr SRecoveryRules kExactRules{
@@ -159,6 +172,9 @@ inline constexpr SRecoveryRules kExactRules{
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,
     .queriesAreTheirText = false,
+    .damagePlacesTold = 0xFFFFFFFF,
+    .tellOmittedObjects = true,
+    .userTablesDecide = true,
 };
 
 constexpr const SRecoveryRules& RulesOf(ERules rules) {
