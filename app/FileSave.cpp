@@ -47,7 +47,7 @@ bool COvFileSave::StartSave(CDaoEngine& engine, const COvRepairFileManager& mana
   m_isComplete = false;
   m_writer = std::make_unique<CAccessSaveRepairedFile>(engine);
   m_writer->SetData(manager.GetData());
-  if (options.isAccess2000) m_writer->SetAccess2000();
+  m_writer->SetFormat(options.format);
   SOutputRequest request{
       .path = m_outputPath, .source = manager.GetCorruptedPath(), .templatePath = {}, .mayReplace = true};
   if (manager.GetMode().IsAdvance()) request.templatePath = manager.GetTemplatePath();

@@ -24,7 +24,7 @@ void EndExternalEngine(CProcessManager& processes);
 class COvFileSaveThread : public CWorkerThread {};
 
 struct SSaveOptions {
-  bool isAccess2000 = false;  // the format of Access 2000 for Access 97 sources, too
+  EOutputFormat format = EOutputFormat::ByRules;
 };
 
 // Main thread only, but for the worker that it starts. The manager's result must stay until IsWorking is

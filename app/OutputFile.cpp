@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/TextSearch.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/TextUnits.h"
@@ -48,11 +49,14 @@ std::vector<std::u16string> RemoveStalePartials(std::u16string_view path) {
   return removed;
 }
 
-std::u16string DefaultOutputPath(std::u16string_view source) {
+std::u16string DefaultOutputPath(std::u16string_view source, std::u16string_view ending) {
   std::u16string path(FolderOf(source));
   path += kPrefix;
   path += FileNameOf(source);
-  return path;
+  if (ending.empty() || FoldCase(path).ends_with(FoldCase(ending))) return path;
+  for (const std::u16string_view other : {u".mdb", u".accdb"})
+    if (FoldCase(path).ends_with(FoldCase(other))) path.resize(path.size() - other.size());
+  return path + std::u16string(ending);
 }
 
 COutputFile::~COutputFile() {

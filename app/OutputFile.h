@@ -9,8 +9,9 @@
 
 namespace tolvane {
 
-// "Tolvane_NAME.EXT" beside the source.
-std::u16string DefaultOutputPath(std::u16string_view source);
+// "Tolvane_NAME.EXT" beside the source. With an `ending` (".mdb", ".accdb"): instead of the source's own
+// where that belongs to the other family, else behind it.
+std::u16string DefaultOutputPath(std::u16string_view source, std::u16string_view ending = {});
 
 // Where to write a file that gets the name `path` when it is whole: beside it, "NAME.tolvane-<run
 // mark>.partial". Another one at each call.

@@ -133,6 +133,10 @@ void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
   m_page.UpdatePages(isTemplateMode);
 }
 
+void CRepairWorkflow::SetRules(ERules rules) {
+  if (!IsWorking()) Manager().SetRules(rules);
+}
+
 // --- files ---
 
 bool CRepairWorkflow::ChooseCorruptedFile() {

@@ -53,6 +53,8 @@ class CRepairWorkflow {
   void Back();
   // The choice of the two mode buttons, for the next repair. Ignored while a worker runs.
   void ChooseMode(bool isTemplateMode);
+  // The rules of the next repair.
+  void SetRules(ERules rules);
   // Asks for a file with the dialog; false when cancelled.
   bool ChooseCorruptedFile();
   bool ChooseTemplateFile();

@@ -5,13 +5,20 @@
 #include <string>
 #include <string_view>
 
+#include "model/RecoveryRules.h"
+
 namespace tolvane {
 
 struct SSettings {
   // Of file names; the names of temporary files and the name that the save dialog offers do not depend on it.
   std::u16string prefix = u"Rep";
-  std::u16string engine = u"embedded";
+  ERules rules = kDefaultRules;  // of the next repair
 };
+
+// What each choice of the rules means, for people.
+inline constexpr std::u16string_view kExactRulesNote = u"Exact: what the file really holds.";
+inline constexpr std::u16string_view kStandardRulesNote =
+    u"Standard: the documented conventions, which round and leave out.";
 
 // The message, shown with the information icon, that keeps the settings dialog open; none when the prefix is
 // accepted.

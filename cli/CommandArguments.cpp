@@ -72,7 +72,7 @@ constexpr const char* kCheckHelp =
 // The parser works with the system's bytes; the program with text.
 struct SWords {
   std::string source, templatePath, workFolder, logFile, output, table, folder;
-  std::string rules, engine = "embedded", format = "csv", ole = "hex";
+  std::string rules, outputFormat, engine = "embedded", format = "csv", ole = "hex";
 };
 
 void AddSource(CLI::App& command, SArguments& arguments, SWords& words) {
@@ -98,6 +98,11 @@ void AddRepair(CLI::App& app, SArguments& arguments, SWords& words) {
   command.add_option("--engine", words.engine, "What writes the database: embedded (default) or dao")
       ->check(CLI::IsMember(std::vector<std::string>{"embedded", "dao"}).description("NAME"));
   command.add_flag("--overwrite", arguments.mayOverwrite, "Replace an existing output");
+  command
+      .add_option("--to", words.outputFormat,
+                  "Format of the new database: jet3 (Access 97), jet4 (2000-2003) or ace (2007 and later); "
+                  "the source's own if left out")
+      ->check(CLI::IsMember(std::vector<std::string>{"jet3", "jet4", "ace"}).description("FORMAT"));
   command.add_flag("--access-2000", arguments.isAccess2000,
                    "Write an Access 97 database in the format of Access 2000, which holds all characters");
   command.add_flag("--dry-run", arguments.isDryRun, "Recover and report, but write no database");
@@ -176,6 +181,9 @@ void TakeWords(const SWords& words, SArguments& arguments) {
   arguments.folder = FromNativePath(words.folder);
   if (words.rules == "exact") arguments.rules = ERules::Exact;
   if (words.rules == "standard") arguments.rules = ERules::Standard;
+  if (words.outputFormat == "jet3") arguments.outputFormat = EOutputFormat::Jet3;
+  if (words.outputFormat == "jet4") arguments.outputFormat = EOutputFormat::Jet4;
+  if (words.outputFormat == "ace") arguments.outputFormat = EOutputFormat::Ace;
   if (words.engine == "dao") arguments.engine = EEngineChoice::Dao;
   if (words.format == "jsonl") arguments.format = EExportFormat::JsonLines;
   if (words.ole == "base64") arguments.ole = EOleForm::Base64;

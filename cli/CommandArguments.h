@@ -7,6 +7,7 @@
 
 #include "cli/ExitStatus.h"
 #include "model/RecoveryRules.h"
+#include "writer/AccessSaveRepairedFile.h"
 
 namespace tolvane {
 
@@ -31,7 +32,8 @@ struct SArguments {
   EEngineChoice engine = EEngineChoice::Embedded;
   bool mayOverwrite = false;
   bool isDryRun = false;
-  bool isAccess2000 = false;  // the format of the output, whatever the source's
+  EOutputFormat outputFormat = EOutputFormat::ByRules;
+  bool isAccess2000 = false;  // the format of Access 2000 for Access 97 sources
   // preview, export
   std::u16string table;
   uint64_t rows = 20;

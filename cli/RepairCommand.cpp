@@ -1,5 +1,6 @@
 // repair: recovers the tables and writes them into a new database.
 
+#include "app/TextSearch.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/EngineChoice.h"
@@ -11,6 +12,39 @@
 namespace tolvane {
 
 namespace {
+
+// Of files in a format that was asked for; empty for the source's own.
+std::u16string_view EndingOf(EOutputFormat format) {
+  switch (format) {
+    case EOutputFormat::Jet3:
+    case EOutputFormat::Jet4:
+      return u".mdb";
+    case EOutputFormat::Ace:
+      return u".accdb";
+    case EOutputFormat::ByRules:
+      break;
+  }
+  return {};
+}
+
+EOutputFormat ChooseFormat(const CAccessData& data, const SArguments& arguments) {
+  EOutputFormat format = arguments.outputFormat;
+  if (format == EOutputFormat::ByRules && arguments.isAccess2000 && data.source.isJet3)
+    format = EOutputFormat::Jet4;
+  return CAccessSaveRepairedFile::DecideFormat(data, format);
+}
+
+// Programs choose their way of opening a database by its ending.
+void MentionEnding(CSession& session, const std::u16string& path, EOutputFormat format) {
+  const bool isAce = format == EOutputFormat::Ace;
+  const std::u16string folded = FoldCase(path);
+  if (!folded.ends_with(FoldCase(isAce ? u".mdb" : u".accdb"))) return;
+  session.Mention(AboutFile(path, isAce
+                                      ? u"The new database is one of Access 2007 and later, whose files end "
+                                        u"in .accdb."
+                                      : u"The new database is one of Access 97 to 2003, whose files end in "
+                                        u".mdb; Access opens it under either name."));
+}
 
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
   const SArguments& arguments = session.GetArguments();
@@ -69,7 +103,9 @@ SCommandEnd RunRepair(CSession& session) {
   std::unique_ptr<CDaoEngine> engine;
   if (!arguments.isDryRun) {
     const SOutputRequest request{
-        .path = arguments.output.empty() ? DefaultOutputPath(arguments.source) : arguments.output,
+        .path = arguments.output.empty()
+                    ? DefaultOutputPath(arguments.source, EndingOf(arguments.outputFormat))
+                    : arguments.output,
         .source = arguments.source,
         .templatePath = arguments.templatePath,
         .mayReplace = arguments.mayOverwrite};
@@ -85,7 +121,9 @@ SCommandEnd RunRepair(CSession& session) {
   }
   if (auto failure = RecoverSomething(session)) return *failure;
   if (arguments.isDryRun) return PrintResult(session, nullptr, {});
-  if (auto failure = session.Save(*engine, {.isAccess2000 = arguments.isAccess2000})) return *failure;
+  const EOutputFormat format = ChooseFormat(session.GetData(), arguments);
+  MentionEnding(session, save.GetOutputPath(), format);
+  if (auto failure = session.Save(*engine, {.format = format})) return *failure;
   return PrintResult(session, &save.GetSummary(), save.GetOutputPath());
 }
 

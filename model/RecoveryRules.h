@@ -95,6 +95,8 @@ struct SRecoveryRules {
   bool dropEmptyRows;
   // A saved query is what its rebuilt SQL text says, and not its rows; those of forms and reports are left out.
   bool queriesAreTheirText;
+  // A source of the newest format family stays one; else it is written in the one before, as Jet 4.
+  bool keepAceFormat;
 
   // --- reporting ---
 
@@ -137,6 +139,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
     .queriesAreTheirText = true,
+    .keepAceFormat = false,
     .damagePlacesTold = 20,
     .tellOmittedObjects = false,
     .userTablesDecide = false,
@@ -172,6 +175,7 @@ inline constexpr SRecoveryRules kExactRules{
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,
     .queriesAreTheirText = false,
+    .keepAceFormat = true,
     .damagePlacesTold = 0xFFFFFFFF,
     .tellOmittedObjects = true,
     .userTablesDecide = true,

@@ -1,5 +1,6 @@
 #include "ui/DlgSettings.h"
 
+#include "platform/Wide_win.h"
 #include "ui/Resource.h"
 
 namespace tolvane {
@@ -11,6 +12,10 @@ void CDlgSettings::OnInitDialog() {
   const CWnd engines = GetItem(IDC_SETTINGS_ENGINE);
   engines.Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(L"Built-in engine"));
   engines.Send(CB_SETCURSEL, 0);
+  const CWnd rules = GetItem(IDC_SETTINGS_RULES);
+  for (const std::u16string_view note : {kExactRulesNote, kStandardRulesNote})
+    rules.Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(ToWide(note).c_str()));
+  rules.Send(CB_SETCURSEL, m_settings.rules == ERules::Exact ? 0 : 1);
 }
 
 void CDlgSettings::OnOk() {
@@ -22,6 +27,7 @@ void CDlgSettings::OnOk() {
     return;
   }
   m_settings.prefix = std::move(prefix);
+  m_settings.rules = GetItem(IDC_SETTINGS_RULES).Send(CB_GETCURSEL) == 0 ? ERules::Exact : ERules::Standard;
   CDialog::OnOk();
 }
 

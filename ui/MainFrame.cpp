@@ -312,6 +312,7 @@ void CMainFrame::OnSettings() {
   CDlgSettings dialog(m_settings);
   if (dialog.DoModal(m_window) != IDOK) return;
   m_settings = dialog.GetSettings();
+  m_workflow->SetRules(m_settings.rules);
 }
 
 void CMainFrame::OnSaveLog() {

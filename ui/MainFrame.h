@@ -30,7 +30,6 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   bool Create(std::u16string_view path);
   // True when the message was a key of the window's own.
   bool TranslateKeys(MSG& message);
-  [[nodiscard]] const SSettings& GetSettings() const { return m_settings; }
 
   // CMainFrameWindow
   void SetTimer(uint32_t identifier, uint32_t milliseconds) override;

@@ -27,6 +27,17 @@ bool IsSaved(const CAccessTable& table) {
   return !IsSystemTable(table) && !table.name.empty() && table.columns.GetCount() > 0;
 }
 
+int32_t VersionOf(EOutputFormat format) {
+  switch (format) {
+    case EOutputFormat::Jet3:
+      return kDaoVersionJet3;
+    case EOutputFormat::Ace:
+      return kDaoVersionAce;
+    default:
+      return kDaoVersionJet4;
+  }
+}
+
 // "1 record", "12 records"
 std::u16string Counted(uint64_t count, std::u16string_view noun) {
   return ToDecimal(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
@@ -37,6 +48,14 @@ std::u16string Counted(uint64_t count, std::u16string_view noun) {
 CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine) : m_engine(engine) {}
 
 CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
+
+EOutputFormat CAccessSaveRepairedFile::DecideFormat(const CAccessData& data, EOutputFormat chosen) {
+  constexpr uint8_t kFirstAceVersion = 2;
+  if (chosen != EOutputFormat::ByRules) return chosen;
+  if (data.source.isJet3) return EOutputFormat::Jet3;
+  const bool isAce = data.source.versionByte >= kFirstAceVersion;
+  return isAce && data.GetRules().keepAceFormat ? EOutputFormat::Ace : EOutputFormat::Jet4;
+}
 
 bool CAccessSaveRepairedFile::Save() {
   if (!SaveStructure()) return false;
@@ -78,7 +97,7 @@ bool CAccessSaveRepairedFile::SaveStructure() {
 }
 
 int32_t CAccessSaveRepairedFile::GetVersion() const {
-  return m_data->source.isJet3 && !m_isAccess2000 ? kDaoVersionJet3 : kDaoVersionJet4;
+  return VersionOf(DecideFormat(*m_data, m_format));
 }
 
 ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
@@ -86,7 +105,7 @@ ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
   CProgressStatus::Instance().SetMax(static_cast<int32_t>(tables.GetCount()));
   CProgressStatus::Instance().SetPos(0);
   CTableBuilder builder(database, m_data->GetRules(), GetVersion(), m_summary,
-                        {m_data->source.codePage, m_isAccess2000});
+                        {m_data->source.codePage, DecideFormat(*m_data, m_format) != EOutputFormat::Jet3});
   size_t next = 0;
   for (const auto& table : tables) {
     CProgressStatus::Instance().IncrementPos();

@@ -16,6 +16,14 @@
 
 namespace tolvane {
 
+// Of the new database.
+enum class EOutputFormat : uint8_t {
+  ByRules,  // the source's own, or where the rules say so Jet 4 for all but Access 97 sources
+  Jet3,
+  Jet4,
+  Ace,
+};
+
 // Runs on the save thread. CSavingStatus must be saving; clearing it stops the save at the next value.
 class CAccessSaveRepairedFile {
  public:
@@ -29,9 +37,7 @@ class CAccessSaveRepairedFile {
   // A file of that name is deleted when the save starts.
   void SetOutputPath(std::u16string_view path) { m_outputPath = path; }
 
-  // Writes the Access 2000 format for Access 97 sources, too. It holds every character, and newer programs
-  // open it.
-  void SetAccess2000() { m_isAccess2000 = true; }
+  void SetFormat(EOutputFormat format) { m_format = format; }
 
   // All steps in their order. False when the save failed or was stopped.
   bool Save();
@@ -39,6 +45,9 @@ class CAccessSaveRepairedFile {
   // The rows, into the tables that SaveStructure created, and then the relationships that Save read.
   bool SaveData();
   [[nodiscard]] const SSaveSummary& GetSummary() const { return m_summary; }
+
+  // ByRules, decided for that source.
+  static EOutputFormat DecideFormat(const CAccessData& data, EOutputFormat chosen);
 
  private:
   void PrepareTables();
@@ -55,7 +64,7 @@ class CAccessSaveRepairedFile {
   CDaoEngine& m_engine;
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
-  bool m_isAccess2000 = false;
+  EOutputFormat m_format = EOutputFormat::ByRules;
   std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
   SSaveSummary m_summary;
   std::unique_ptr<CRelationSaver> m_relations;

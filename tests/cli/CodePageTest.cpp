@@ -43,7 +43,7 @@ class CodePage : public CEngineTest {
     CAccessSaveRepairedFile writer(*engine);
     writer.SetData(&data);
     writer.SetOutputPath(output.GetPath());
-    if (isAccess2000) writer.SetAccess2000();
+    if (isAccess2000) writer.SetFormat(EOutputFormat::Jet4);
     CSavingStatus::Instance().SetSaving(true);
     EXPECT_TRUE(writer.Save());
     CSavingStatus::Instance().SetSaving(false);
