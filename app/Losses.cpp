@@ -125,11 +125,13 @@ const std::vector<SDamageWords>& GetDamageWords() {
 
 std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data) {
   constexpr uint8_t kUnknown[] = {kTypeNone, kTypeUnknown13, 14, 17};
+  // Records of texts have none for the types that came after the complex ones.
+  const uint8_t lastKnown = data.GetRules().recordsHoldTexts ? kTypeComplex : kTypeExtendedDate;
   std::vector<SColumnPlace> found;
   for (const auto& table : data.GetTables()) {
     if (IsSystemTable(*table) || table->header.rowCount == 0) continue;
     for (const CAccessColumn& column : table->columns)
-      if (column.type > kTypeComplex || std::count(std::begin(kUnknown), std::end(kUnknown), column.type) > 0)
+      if (column.type > lastKnown || std::count(std::begin(kUnknown), std::end(kUnknown), column.type) > 0)
         found.push_back({table.get(), &column});
   }
   return found;

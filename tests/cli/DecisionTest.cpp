@@ -1,8 +1,10 @@
 // Decisions of the command line: arguments and the exit status.
 #include <gtest/gtest.h>
 
+#include "app/OutputFile.h"
 #include "cli/CommandArguments.h"
 #include "cli/Outcome.h"
+#include "platform/Text.h"
 #include "store/WorkFolder.h"
 
 namespace tolvane {
@@ -31,6 +33,37 @@ TEST(ExitStatus, TellsWholeNothingAndIncomplete) {
   EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Nothing) << "all tables of the catalogue are gone";
   AddTable(data, 5, u"Orders", 0);
   EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Incomplete);
+}
+
+TEST(ExitStatus, TheExactRulesCountWhatNoRepairBringsBack) {
+  for (const auto& [rules, status] :
+       {std::pair{ERules::Standard, EExitStatus::Done}, {ERules::Exact, EExitStatus::Incomplete}}) {
+    CAccessData data{RulesOf(rules), GetWorkFolder()};
+    AddTable(data, 5, u"Orders", 3);
+    EXPECT_EQ(DecideRepairStatus(data, nullptr), EExitStatus::Done);
+    data.NoteOtherObject(EOtherObject::Form, u"Entry");
+    data.NoteOtherObject(EOtherObject::Form, u"Entry");
+    data.NoteOtherObject(EOtherObject::LinkedTable, u"Far");
+    EXPECT_EQ(DecideRepairStatus(data, nullptr), status);
+    const auto lines = ListOmittedObjects(data, 1);
+    ASSERT_EQ(lines.size(), status == EExitStatus::Done ? 0u : 2u);
+    if (!lines.empty()) {
+      EXPECT_EQ(lines[0].count, 1u) << "each name once";
+      EXPECT_EQ(lines[0].places, u"Entry");
+    }
+    EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Done) << "all tables are there to be shown";
+  }
+}
+
+TEST(ExitStatus, ADamagedFileWithoutTablesOfTheUsersIsNothingUnderTheExactRules) {
+  for (const auto& [rules, status] :
+       {std::pair{ERules::Standard, EExitStatus::Incomplete}, {ERules::Exact, EExitStatus::Nothing}}) {
+    CAccessData data{RulesOf(rules), GetWorkFolder()};
+    AddTable(data, 2, u"MSysObjects", 20);
+    EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Done);
+    data.GetLedger().Add(EDamage::BrokenPage, {1, CDamageLedger::kNoTable, -1, 1});
+    EXPECT_EQ(DecideStatus(data, nullptr), status);
+  }
 }
 
 TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
@@ -96,6 +129,11 @@ TEST(Arguments, CommandsAndOptions) {
   EXPECT_TRUE(repair.mayOverwrite);
   EXPECT_FALSE(repair.isAccess2000);
   EXPECT_TRUE(ParseArguments({u"repair", u"s.mdb", u"--access-2000"}).arguments.isAccess2000);
+  EXPECT_EQ(ParseArguments({u"repair", u"s.mdb", u"--to", u"ace"}).arguments.outputFormat,
+            EOutputFormat::Ace);
+  EXPECT_EQ(ParseArguments({u"tables", u"s.mdb", u"--rules", u"exact"}).arguments.rules, ERules::Exact);
+  EXPECT_EQ(ToUtf8(DefaultOutputPath(u"a.mdb", u".accdb")), "Tolvane_a.accdb");
+  EXPECT_EQ(ToUtf8(DefaultOutputPath(u"a.bak", u".mdb")), "Tolvane_a.bak.mdb");
   const SArguments slash =
       ParseArguments({u"export", u"/s", u"/T", u"--format", u"jsonl", u"--ole", u"base64"}).arguments;
   EXPECT_EQ(slash.source, u"/s");
