@@ -5,7 +5,7 @@
 
 #include "checker/HeaderCheck.h"
 #include "checker/SystemRow.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {

@@ -10,7 +10,7 @@
 #include "checker/CheckContext.h"
 #include "checker/CheckedTable.h"
 #include "checker/RowView.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 
@@ -23,7 +23,7 @@ struct SCheckedObject {
   SPlace place;
   bool hasAce = false;
 
-  [[nodiscard]] bool HasDefinition() const { return type == 1 || type == kObjectLinkedOdbc; }
+  [[nodiscard]] bool HasDefinition() const { return type == kObjectTable || type == kObjectLinkedOdbc; }
 };
 
 class CCatalogueCheck {

@@ -5,17 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "embedded/TableDefinition.h"
+#include "format/Definition.h"
 #include "format/PageSet.h"
 
 namespace tolvane {
 
 struct SCheckedColumn : SColumnDefinition {
   std::string nameKey;  // names with equal keys are the same name; keys sort as the names do
-  uint16_t sortOrder = 0;
-  uint8_t sortVersion = 0;
-  uint16_t codePage = 0;       // Jet 3
-  uint32_t complexNumber = 0;  // of a complex column
   bool hasMaps = false;
   CPageSet ownedPages;  // long values
 

@@ -3,12 +3,11 @@
 #include <algorithm>
 
 #include "checker/SystemRow.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {
 
-enum EColumn : uint16_t { kColumnName = 0, kKind = 1, kFlatTable = 2, kTable = 3, kNumber = 4 };
 constexpr size_t kMostOfEach = 100'000;
 
 }  // namespace
@@ -27,19 +26,20 @@ bool CComplexCheck::HasRoom(size_t count) {
 void CComplexCheck::AddRow(const CRowView& row, SPlace place) {
   if (!HasRoom(m_entries.size())) return;
   const CSystemRow values(m_context.file, row);
-  m_entries.push_back({place, values.GetText(kColumnName), values.GetNumber<uint32_t>(kKind).value_or(0),
-                       values.GetNumber<uint32_t>(kFlatTable).value_or(0),
-                       values.GetNumber<uint32_t>(kTable).value_or(0),
-                       values.GetNumber<uint32_t>(kNumber).value_or(0)});
+  m_entries.push_back({place, values.GetText(kComplexColumnsName),
+                       values.GetNumber<uint32_t>(kComplexColumnsKind).value_or(0),
+                       values.GetNumber<uint32_t>(kComplexColumnsFlatTable).value_or(0),
+                       values.GetNumber<uint32_t>(kComplexColumnsTable).value_or(0),
+                       values.GetNumber<uint32_t>(kComplexColumnsId).value_or(0)});
 }
 
 void CComplexCheck::AddTable(const SCheckedObject& object, const SCheckedTable& table) {
   for (const SCheckedColumn& column : table.columns) {
     if (column.type != kTypeComplex || !HasRoom(m_columns.size())) continue;
-    if (!m_columns.insert({{table.page, column.complexNumber}, {column.name, object.name}}).second)
+    if (!m_columns.insert({{table.page, column.complexId}, {column.name, object.name}}).second)
       m_context.findings.Error(
           "K2", {table.page},
-          Say(u"another column has the complex number of ", column.name, u", ", column.complexNumber));
+          Say(u"another column has the complex number of ", column.name, u", ", column.complexId));
   }
   if ((object.flags & kSystemObjectFlag) == 0 || !HasRoom(m_hiddenTables.size())) return;
   SHiddenTable& hidden = m_hiddenTables[table.page];

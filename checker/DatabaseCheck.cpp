@@ -7,7 +7,7 @@
 #include "checker/RelationCheck.h"
 #include "checker/TableCheck.h"
 #include "checker/UsageCheck.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <set>
 
-#include "embedded/StoredText.h"
 #include "format/Bytes.h"
+#include "format/CompressedText.h"
 #include "format/TextKey.h"
 #include "platform/CodePage.h"
 
@@ -14,8 +14,6 @@ namespace {
 // 255 columns and some hundred indexes with the longest names take less.
 constexpr size_t kMaxDefinitionPages = 64;
 constexpr size_t kMaxNameUnits = 64;
-// Behind the sort order of a column: Jet 4 its version, Jet 3 the code page.
-constexpr size_t kSortVersionBehind = 3, kCodePageBehind = 2;
 
 }  // namespace
 
@@ -35,7 +33,7 @@ std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_
     return text;
   }
   std::vector<uint8_t> plain;
-  AppendPlainText(file.GetLayout().text, stored, plain);
+  AppendPlainUtf16(stored, plain);
   return UnitsOf(plain);
 }
 
@@ -158,13 +156,6 @@ SCheckedColumn CDefinitionCheck::ParseColumn(std::span<const uint8_t> bytes) {
   const SColumnLayout& at = m_layout.column;
   SCheckedColumn column;
   static_cast<SColumnDefinition&>(column) = DecodeColumn(at, bytes);
-  column.sortOrder = GetLittle<uint16_t>(bytes, at.sortOrder);
-  if (m_context.file.IsJet3())
-    column.codePage = GetLittle<uint16_t>(bytes, at.sortOrder + kCodePageBehind);
-  else
-    column.sortVersion = bytes[at.sortOrder + kSortVersionBehind];
-  // Stands in the place of the sort order.
-  if (column.type == kTypeComplex) column.complexNumber = GetLittle<uint32_t>(bytes, at.sortOrder);
   ExpectMagic(GetLittle<uint32_t>(bytes, at.magic), kDefinitionMagic, u"a column");
   return column;
 }

@@ -1,14 +1,13 @@
 #include "checker/QueryCheck.h"
 
 #include "checker/SystemRow.h"
-#include "embedded/SystemTables.h"
 #include "format/IndexPage.h"
 #include "format/SavedQuery.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {
 
-enum EColumn : uint16_t { kObjectId = 0, kAttribute = 1, kOrder = 2, kFlag = 6 };
 constexpr size_t kEndPosition = 12;
 constexpr size_t kMostQueries = 200'000;
 
@@ -16,8 +15,8 @@ constexpr size_t kMostQueries = 200'000;
 
 void CQueryCheck::AddRow(const CRowView& row, SPlace place) {
   const CSystemRow values(m_context.file, row);
-  const auto id = values.GetNumber<uint32_t>(kObjectId);
-  const auto attribute = values.GetNumber<uint8_t>(kAttribute);
+  const auto id = values.GetNumber<uint32_t>(kQueriesObjectId);
+  const auto attribute = values.GetNumber<uint8_t>(kQueriesAttribute);
   if (!id || !attribute || (*attribute > kQuerySortKey && *attribute != kQueryEnd)) {
     m_context.findings.Error("H5", place, u"the row of a query has no object or an unknown attribute");
     return;
@@ -30,8 +29,8 @@ void CQueryCheck::AddRow(const CRowView& row, SPlace place) {
   if (query.place.page == kNoPage) query.place = place;
   const size_t position = *attribute == kQueryEnd ? kEndPosition : *attribute;
   query.rows[position]++;
-  if (*attribute == kQueryKind) query.kind = values.GetNumber<int16_t>(kFlag);
-  const std::span<const uint8_t> order = values.GetBytes(kOrder);
+  if (*attribute == kQueryKind) query.kind = values.GetNumber<int16_t>(kQueriesFlag);
+  const std::span<const uint8_t> order = values.GetBytes(kQueriesOrder);
   if (order.size() != 4)
     m_context.findings.Error("H2", place, u"the order of a query's row is not four bytes long");
   else

@@ -7,8 +7,8 @@
 
 #include "checker/DataPage.h"
 #include "checker/SystemRow.h"
-#include "embedded/IndexCursor.h"
-#include "embedded/SystemTables.h"
+#include "format/IndexCursor.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {
@@ -92,9 +92,9 @@ CRelationCheck::SPart CRelationCheck::MakePart(const SCheckedIndexPart& part) {
   SPart made{column.nameKey, column.number, column.type != kTypeBoolean};
   made.form = {static_cast<uint16_t>(part.ascending ? column.type : column.type | kDescendingForm)};
   if (column.type == kTypeText || column.type == kTypeMemo)
-    made.form = {made.form[0], column.sortOrder, column.sortVersion, column.codePage};
+    made.form = {made.form[0], column.order.language, column.order.version, column.codePage};
   else if (column.type == kTypeDecimal)
-    made.form[1] = column.sortOrder;  // in its place are precision and scale
+    made.form[1] = column.order.language;  // in its place are precision and scale
   return made;
 }
 
@@ -205,15 +205,13 @@ void CRelationCheck::CheckReferences(const SPair& pair, const SSide& foreign, co
 
 void CRelationCheck::CompareRows(const SPair& pair, const SSide& foreign, const SSide& primary) {
   CCheckedFile& file = m_context.file;
-  const auto readPage = [&file](uint32_t page, std::span<uint8_t> bytes) {
-    return file.Read(page, bytes) ? CDaoResult::Ok() : CDaoResult{EDaoError::DiskError, {}};
-  };
+  const auto readPage = [&file](uint32_t page, std::span<uint8_t> bytes) { return file.Read(page, bytes); };
   CIndexCursor foreignKeys(file.GetLayout(), file.GetPageCount(), foreign.root, readPage),
       primaryKeys(file.GetLayout(), file.GetPageCount(), primary.root, readPage);
   CRowReader rows(file);
   m_context.findings.EnterTable(foreign.table);
   bool hasNull = false;
-  const CDaoResult result = FindUnmatched(foreignKeys, primaryKeys, [&](uint32_t pointer, bool isNewKey) {
+  const EIndexWalk result = FindUnmatched(foreignKeys, primaryKeys, [&](uint32_t pointer, bool isNewKey) {
     const SPlace place{PageOfPointer(pointer), RowOfPointer(pointer)};
     std::span<const uint8_t> row;
     if (isNewKey)  // a key that is null in part refers to nothing
@@ -228,7 +226,7 @@ void CRelationCheck::CompareRows(const SPair& pair, const SSide& foreign, const 
     return !m_context.IsStopped();
   });
   m_context.findings.EnterTable({});
-  if (!result.IsOk())
+  if (result != EIndexWalk::Ok)
     m_context.findings.Note(Say(u"The rows of relationship ", pair.name, u" could not be compared."));
 }
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "embedded/StoredText.h"
+#include "format/CompressedText.h"
 #include "format/IndexKey.h"
 
 namespace tolvane {
@@ -50,15 +50,15 @@ bool CRowKeys::AppendPart(const CRowView& row, const SCheckedIndexPart& part, st
   }
   if (value && IsText(column.type) && !m_context.file.IsJet3()) {
     m_text.clear();
-    AppendPlainText(m_context.file.GetLayout().text, *value, m_text);
+    AppendPlainUtf16(*value, m_text);
     value = m_text;
   }
-  const SIndexKeyFormat format{m_context.file.GetVersion(), column.sortOrder, column.sortVersion,
+  const SIndexKeyFormat format{m_context.file.GetVersion(), column.order.language, column.order.version,
                                column.codePage};
   if (AppendIndexKey(format, column.type, part.ascending, value, key)) return true;
   if (IsText(column.type))
     m_context.findings.Note(
-        Say(u"Keys of text in sort order ", column.sortOrder, u" version ", column.sortVersion,
+        Say(u"Keys of text in sort order ", column.order.language, u" version ", column.order.version,
             u" are not known: such indexes are checked for order and completeness only."));
   else
     m_context.findings.Note(

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "checker/DefinitionCheck.h"
-#include "embedded/StoredText.h"
+#include "format/CompressedText.h"
 
 namespace tolvane {
 
@@ -15,7 +15,7 @@ std::string CSystemRow::GetNameKey(uint16_t column) const {
   const std::span<const uint8_t> stored = GetBytes(column);
   if (m_file.IsJet3()) return MakeStoredNameKey(m_file, stored);
   std::vector<uint8_t> plain;
-  AppendPlainText(m_file.GetLayout().text, stored, plain);
+  AppendPlainUtf16(stored, plain);
   return MakeStoredNameKey(m_file, plain);
 }
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
-#include "embedded/IndexCursor.h"
 #include "embedded/ObjectName.h"
 #include "embedded/RowValues.h"
+#include "embedded/StoredIndexCursor.h"
 #include "embedded/SystemTables.h"
 #include "embedded/TableIndexes.h"
 #include "format/IndexKey.h"
@@ -149,8 +149,9 @@ CDaoResult CRelationEnforcer::CheckTypes() const {
 // back.
 CDaoResult CRelationEnforcer::MakeUnique() {
   if ((PrimaryIndex().flags & kIndexUnique) != 0) return CDaoResult::Ok();
-  CIndexCursor cursor(m_file, PrimaryIndex().root);
-  if (CDaoResult result = cursor.Seek({}); !result.IsOk()) return result;
+  CStoredIndexCursor index(m_file, PrimaryIndex().root);
+  CIndexCursor& cursor = index.GetWalk();
+  if (CDaoResult result = index.ResultOf(cursor.Seek({})); !result.IsOk()) return result;
   std::vector<uint8_t> key;
   std::vector<uint32_t> repeats;
   uint64_t count = 0;
@@ -163,7 +164,7 @@ CDaoResult CRelationEnforcer::MakeUnique() {
     } else if (!mayRepeat && count++ < kKeysShown) {
       repeats.push_back(pointer);
     }
-    if (CDaoResult result = cursor.Next(); !result.IsOk()) return result;
+    if (CDaoResult result = index.ResultOf(cursor.Next()); !result.IsOk()) return result;
   }
   if (count > 0)
     return {EDaoError::NoUniqueIndex,
@@ -218,16 +219,19 @@ CDaoResult CRelationEnforcer::FindForeignIndex() {
 }
 
 CDaoResult CRelationEnforcer::CheckRows() {
-  CIndexCursor foreign(m_file, ForeignIndex().root);
-  CIndexCursor primary(m_file, PrimaryIndex().root);
+  CStoredIndexCursor foreign(m_file, ForeignIndex().root);
+  CStoredIndexCursor primary(m_file, PrimaryIndex().root);
   bool hasNull = false;
-  const CDaoResult result = FindUnmatched(foreign, primary, [&](uint32_t pointer, bool isNewKey) {
+  const auto visit = [&](uint32_t pointer, bool isNewKey) {
     if (isNewKey) hasNull = CountNulls(m_foreign, m_columns.foreign, pointer) != 0;
     if (hasNull) return true;
     if (isNewKey && m_orphanRows.size() < kKeysShown) m_orphanRows.push_back(pointer);
     m_orphans++;
     return true;
-  });
+  };
+  const EIndexWalk end = FindUnmatched(foreign.GetWalk(), primary.GetWalk(), visit);
+  CDaoResult result = foreign.ResultOf(end);
+  if (end == EIndexWalk::Unreadable && !primary.ResultOf(end).IsOk()) result = primary.ResultOf(end);
   if (!result.IsOk() || m_orphans == 0) return result;
   return {EDaoError::RelatedRecordMissing,
           ToDecimal(m_orphans) + (m_orphans == 1 ? u" record" : u" records") + u" of table \"" +

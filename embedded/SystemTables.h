@@ -9,86 +9,12 @@
 #include <vector>
 
 #include "embedded/TableDefinition.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 
 inline constexpr uint32_t kCatalogueTableCount = 4;  // on the pages from kObjectsPage on
 
-// Column numbers.
-enum EObjectsColumn : uint16_t {
-  kObjectsId = 0,
-  kObjectsParentId = 1,
-  kObjectsName = 2,
-  kObjectsType = 3,
-  kObjectsDateCreate = 4,
-  kObjectsDateUpdate = 5,
-  kObjectsOwner = 6,
-  kObjectsFlags = 7,
-  kObjectsDatabase = 8,
-  kObjectsConnect = 9,
-  kObjectsForeignName = 10,
-  kObjectsShortInfo = 11,
-  kObjectsLongInfo = 12,
-  kObjectsProperties = 14,
-};
-enum EAcesColumn : uint16_t { kAcesObjectId = 0, kAcesSid = 1, kAcesAcm = 2, kAcesInheritable = 3 };
-enum ERelationshipsColumn : uint16_t {
-  kRelationshipsName = 0,
-  kRelationshipsFlags = 1,
-  kRelationshipsCount = 2,
-  kRelationshipsPosition = 3,
-  kRelationshipsTable = 4,
-  kRelationshipsColumn = 5,
-  kRelationshipsReferencedTable = 6,
-  kRelationshipsReferencedColumn = 7,
-};
-
-enum EComplexColumnsColumn : uint16_t {
-  kComplexColumnsName = 0,
-  kComplexColumnsKind = 1,
-  kComplexColumnsFlatTable = 2,
-  kComplexColumnsTable = 3,
-  kComplexColumnsId = 4,
-};
-
-// Definition pages of ACE files, the same in all of them. A map page follows each, and index roots where
-// there are indexes.
-inline constexpr uint32_t kComplexColumnsPage = 18;
-enum EComplexKind : uint32_t {
-  kComplexOfBytes = 23,
-  kComplexOfIntegers = 25,
-  kComplexOfLongs = 27,
-  kComplexOfSingles = 29,
-  kComplexOfDoubles = 31,
-  kComplexOfGuids = 33,
-  kComplexOfDecimals = 35,
-  kComplexOfTexts = 37,
-  kComplexOfFiles = 39,
-};
-
-// Catalogue ids and types.
-inline constexpr uint32_t kContainerRoot = 0x0F000000, kContainerTables = 0x0F000001,
-                          kContainerDatabases = 0x0F000002, kContainerRelationships = 0x0F000003,
-                          kDatabaseObject = 0x10000000;
-inline constexpr uint32_t kSystemObjectFlag = 0x80000000;
-inline constexpr uint32_t kComplexKindFlags = 0x80030000, kFlatTableFlags = 0x800A0000,
-                          kHasComplexColumnsFlag = 0x00040000, kLinkedOdbcFlags = 0x20100000,
-                          kLinkedAccessFlags = 0x00200000, kHiddenObjectFlag = 8;
-inline constexpr int16_t kObjectTable = 1, kObjectDatabase = 2, kObjectContainer = 3, kObjectLinkedOdbc = 4,
-                         kObjectQuery = 5, kObjectLinkedAccess = 6, kObjectRelationship = 8,
-                         kObjectDocument = -32757;
-// Objects without a definition page are numbered from here.
-inline constexpr uint32_t kFirstObjectId = 0x80000000;
-
-// Built-in accounts, as stored before masking.
-enum class EAccount : uint16_t {
-  None = 0,
-  Users = 0x0102,
-  User = 0x0103,
-  Engine = 0x0302,
-  Creator = 0x0402,
-  Administrators = 0xFFFF,  // a long SID, see GetSid
-};
 // The SID of the group of administrators that ACE files begin with.
 inline constexpr size_t kLongestSid = 102;
 // The bytes of an account before masking.

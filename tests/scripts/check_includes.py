@@ -29,7 +29,7 @@ LAYERS = {
     'writer': READING + ['dao'],
     'embedded': ['format', 'platform', 'dao'],
     'automation': ['format', 'platform', 'query', 'dao'],
-    'checker': ['format', 'platform', 'embedded'],
+    'checker': ['format', 'platform'],
 }
 EVERYTHING = list(LAYERS)
 LAYERS['app'] = EVERYTHING

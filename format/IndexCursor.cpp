@@ -1,4 +1,4 @@
-#include "embedded/IndexCursor.h"
+#include "format/IndexCursor.h"
 
 #include <algorithm>
 #include <string>
@@ -9,30 +9,26 @@ namespace {
 // Far more levels than the largest file needs.
 constexpr int kMostLevels = 32;
 
-CDaoResult Damaged() {
-  return {EDaoError::NotADatabase, u"An index in the database is damaged."};
-}
-
 }  // namespace
 
-CDaoResult CIndexCursor::Seek(std::span<const uint8_t> key) {
-  if (m_isAtEnd) return CDaoResult::Ok();
+EIndexWalk CIndexCursor::Seek(std::span<const uint8_t> key) {
+  if (m_isAtEnd) return EIndexWalk::Ok;
   bool isHere = false;
   if (m_isLoaded && m_page.GetCount() > 0) {
     m_page.GetEntry(m_page.GetCount() - 1, m_entry);
     isHere = !std::lexicographical_compare(m_entry.begin(), m_entry.end(), key.begin(), key.end());
   }
   if (!isHere)
-    if (CDaoResult result = Descend(key); !result.IsOk()) return result;
+    if (EIndexWalk result = Descend(key); result != EIndexWalk::Ok) return result;
   m_position = FindEntry(isHere ? m_position : 0, key);
   return SkipEmptyPages();
 }
 
-CDaoResult CIndexCursor::Next() {
-  if (m_isAtEnd) return CDaoResult::Ok();
+EIndexWalk CIndexCursor::Next() {
+  if (m_isAtEnd) return EIndexWalk::Ok;
   if (++m_position < m_page.GetCount()) {
     m_page.GetEntry(m_position, m_entry);
-    return CDaoResult::Ok();
+    return EIndexWalk::Ok;
   }
   return SkipEmptyPages();
 }
@@ -46,44 +42,44 @@ uint32_t CIndexCursor::GetRowPointer() const {
   return ReadBigEndian(std::span(m_entry).last(kRowPointerSize));
 }
 
-CDaoResult CIndexCursor::LoadPage(uint32_t page) {
+EIndexWalk CIndexCursor::LoadPage(uint32_t page) {
   m_bytes.resize(m_layout.pageSize);
-  if (page == 0 || page >= m_pageCount) return Damaged();
-  if (CDaoResult result = m_readPage(page, m_bytes); !result.IsOk()) return result;
+  if (page == 0 || page >= m_pageCount) return EIndexWalk::Damaged;
+  if (!m_readPage(page, m_bytes)) return EIndexWalk::Unreadable;
   std::u16string problem;
   const bool isIndex = m_bytes[0] == kPageIndexNode || m_bytes[0] == kPageIndexLeaf;
-  if (!isIndex || !m_page.Parse(m_layout.index, m_bytes, problem)) return Damaged();
+  if (!isIndex || !m_page.Parse(m_layout.index, m_bytes, problem)) return EIndexWalk::Damaged;
   m_isLoaded = true;
-  return CDaoResult::Ok();
+  return EIndexWalk::Ok;
 }
 
 // To the leaf that holds the first entry not below `key`, where there is one.
-CDaoResult CIndexCursor::Descend(std::span<const uint8_t> key) {
+EIndexWalk CIndexCursor::Descend(std::span<const uint8_t> key) {
   uint32_t page = m_root;
   for (int level = 0; level < kMostLevels; level++) {
-    if (CDaoResult result = LoadPage(page); !result.IsOk()) return result;
-    if (m_page.IsLeaf()) return CDaoResult::Ok();
+    if (EIndexWalk result = LoadPage(page); result != EIndexWalk::Ok) return result;
+    if (m_page.IsLeaf()) return EIndexWalk::Ok;
     const size_t child = FindEntry(0, key);
     page = child < m_page.GetCount() ? ReadBigEndian(std::span(m_entry).last(kChildPointerSize))
                                      : m_page.GetTail();
   }
-  return Damaged();
+  return EIndexWalk::Damaged;
 }
 
 // Leaves m_position on an entry, with its bytes in m_entry, or the cursor at its end.
-CDaoResult CIndexCursor::SkipEmptyPages() {
+EIndexWalk CIndexCursor::SkipEmptyPages() {
   while (m_position >= m_page.GetCount()) {
     if (m_page.GetNext() == 0) {
       m_isAtEnd = true;
-      return CDaoResult::Ok();
+      return EIndexWalk::Ok;
     }
-    if (++m_pagesRead > m_pageCount) return Damaged();
-    if (CDaoResult result = LoadPage(m_page.GetNext()); !result.IsOk()) return result;
-    if (!m_page.IsLeaf()) return Damaged();
+    if (++m_pagesRead > m_pageCount) return EIndexWalk::Damaged;
+    if (EIndexWalk result = LoadPage(m_page.GetNext()); result != EIndexWalk::Ok) return result;
+    if (!m_page.IsLeaf()) return EIndexWalk::Damaged;
     m_position = 0;
   }
   m_page.GetEntry(m_position, m_entry);
-  return CDaoResult::Ok();
+  return EIndexWalk::Ok;
 }
 
 size_t CIndexCursor::FindEntry(size_t start, std::span<const uint8_t> key) {
@@ -101,7 +97,7 @@ size_t CIndexCursor::FindEntry(size_t start, std::span<const uint8_t> key) {
 }
 
 // Both indexes ascend, so one walk over each is enough.
-CDaoResult FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
+EIndexWalk FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
                          const std::function<bool(uint32_t rowPointer, bool isNewKey)>& visit) {
   std::vector<uint8_t> key;
   bool isMatched = false;
@@ -109,13 +105,13 @@ CDaoResult FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
     return !cursor.IsAtEnd() &&
            std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end());
   };
-  CDaoResult result = foreign.Seek({});
-  while (result.IsOk() && !foreign.IsAtEnd()) {
+  EIndexWalk result = foreign.Seek({});
+  while (result == EIndexWalk::Ok && !foreign.IsAtEnd()) {
     const bool isNewKey = !hasKey(foreign);
     if (isNewKey) {
       key.assign(foreign.GetKey().begin(), foreign.GetKey().end());
       result = primary.Seek(key);
-      if (!result.IsOk()) break;
+      if (result != EIndexWalk::Ok) break;
       isMatched = hasKey(primary);
     }
     if (!isMatched && !visit(foreign.GetRowPointer(), isNewKey)) break;

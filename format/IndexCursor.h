@@ -8,27 +8,31 @@
 #include <utility>
 #include <vector>
 
-#include "embedded/PageFile.h"
 #include "format/IndexPage.h"
+#include "format/Layout.h"
 
 namespace tolvane {
 
-// Holds one page. Every link is bounded: a damaged index ends the walk with an error.
+enum class EIndexWalk : uint8_t {
+  Ok,
+  Unreadable,  // the page reader had no page
+  Damaged,
+};
+
+// Holds one page. Every link is bounded: a damaged index ends the walk.
 class CIndexCursor {
  public:
-  using PageReader = std::function<CDaoResult(uint32_t page, std::span<uint8_t> bytes)>;
+  // Fills `bytes`, which is one page long; false when it cannot.
+  using PageReader = std::function<bool(uint32_t page, std::span<uint8_t> bytes)>;
 
   // What is given must outlive the cursor; `root` is the index's root page.
-  CIndexCursor(CPageFile& file, uint32_t root)
-      : CIndexCursor(file.GetLayout(), file.GetPageCount(), root,
-                     [&file](uint32_t page, std::span<uint8_t> bytes) { return file.Read(page, bytes); }) {}
   CIndexCursor(const SLayout& layout, uint32_t pageCount, uint32_t root, PageReader readPage)
       : m_layout(layout), m_pageCount(pageCount), m_root(root), m_readPage(std::move(readPage)) {}
 
   // The smallest entry whose key is not below `key`; an empty key stands before all. Steps only forward:
   // keys that ascend cost no more than the pages between them.
-  CDaoResult Seek(std::span<const uint8_t> key);
-  CDaoResult Next();
+  EIndexWalk Seek(std::span<const uint8_t> key);
+  EIndexWalk Next();
 
   // True behind the last entry; then the rest has no meaning.
   [[nodiscard]] bool IsAtEnd() const { return m_isAtEnd; }
@@ -36,9 +40,9 @@ class CIndexCursor {
   [[nodiscard]] uint32_t GetRowPointer() const;
 
  private:
-  CDaoResult LoadPage(uint32_t page);
-  CDaoResult Descend(std::span<const uint8_t> key);
-  CDaoResult SkipEmptyPages();
+  EIndexWalk LoadPage(uint32_t page);
+  EIndexWalk Descend(std::span<const uint8_t> key);
+  EIndexWalk SkipEmptyPages();
   // Position of the first entry from `start` on that is not below `key`.
   size_t FindEntry(size_t start, std::span<const uint8_t> key);
 
@@ -58,7 +62,7 @@ class CIndexCursor {
 // Walks both from their starts and hands over the entries of `foreign` whose keys `primary` does not have, by
 // the pointers to their rows; `isNewKey` says that the entry before had another key. Ends early when `visit`
 // answers false.
-CDaoResult FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
+EIndexWalk FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
                          const std::function<bool(uint32_t rowPointer, bool isNewKey)>& visit);
 
 }  // namespace tolvane
