@@ -139,11 +139,28 @@ bool CCatalogue::LoadObject(std::span<const uint8_t> row, uint32_t pointer) {
   return GetLittle<uint32_t>(parent, 0) != kContainerTables || m_objects.emplace(key, object).second;
 }
 
-CDaoResult CCatalogue::Store() {
-  for (const auto& table : m_tables)
-    if (table)
-      if (CDaoResult result = table->Store(); !result.IsOk()) return result;
-  return m_complexColumns ? m_complexColumns->Store() : CDaoResult::Ok();
+CDaoResult CCatalogue::Store(STextOrder& order) {
+  bool keepsOrder = true;
+  for (const auto& table : m_tables) {
+    if (!table) continue;
+    if (CDaoResult result = table->Store(); !result.IsOk()) return result;
+    for (const SColumnDefinition& column : table->GetDefinition().columns)
+      keepsOrder = keepsOrder && (!column.HasTexts() || column.order == order);
+  }
+  if (m_complexColumns)
+    if (CDaoResult result = m_complexColumns->Store(); !result.IsOk()) return result;
+  if (keepsOrder) return CDaoResult::Ok();
+  order = {};
+  return UseGeneralLegacy();
+}
+
+CDaoResult CCatalogue::UseGeneralLegacy() {
+  for (const SSystemTable& table : GetSystemTables(m_file.GetLayout())) {
+    CTableStore store(m_file, table.page);
+    if (CDaoResult result = store.Load(); !result.IsOk()) return result;
+    if (CDaoResult result = store.UseGeneralLegacy(); !result.IsOk()) return result;
+  }
+  return CDaoResult::Ok();
 }
 
 const SCatalogueObject* CCatalogue::Find(std::u16string_view name) const {

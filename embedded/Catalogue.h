@@ -35,8 +35,9 @@ class CCatalogue {
   // The tables of a new database, with their first rows.
   CDaoResult Create(const SHeaderPage& header);
   CDaoResult Load(const SHeaderPage& header);
-  // Writes what was added since.
-  CDaoResult Store();
+  // Writes what was added since. Names of which `order` is not known for all characters make the system
+  // tables take the general one, and `order` with them.
+  CDaoResult Store(STextOrder& order);
 
   // Tables and queries; nullptr when there is none of that name, in whatever case.
   [[nodiscard]] const SCatalogueObject* Find(std::u16string_view name) const;
@@ -77,6 +78,7 @@ class CCatalogue {
   CDaoResult CreateCatalogueTables(STextOrder order);
   CDaoResult CreateComplexTables(STextOrder order);
   CDaoResult LoadTables();
+  CDaoResult UseGeneralLegacy();
   CDaoResult LoadComplexColumns();
   bool LoadObject(std::span<const uint8_t> row, uint32_t pointer);
 

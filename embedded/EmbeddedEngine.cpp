@@ -23,12 +23,13 @@ class CEmbeddedEngine : public CDaoEngine {
   CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
                             std::unique_ptr<CDaoDatabase>& database) override {
     database.reset();
-    if (CDaoResult result = CheckLocale(locale); !result.IsOk()) return result;
+    STextOrder order;
+    if (CDaoResult result = TakeLocale(ChooseLayout(options), locale, order); !result.IsOk()) return result;
     if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
     const SLayout& layout = ChooseLayout(options);
     auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages);
     file->SetTempFolder(m_tempFolder);
-    if (CDaoResult result = file->Create(path); !result.IsOk()) return result;
+    if (CDaoResult result = file->Create(path, order); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
     return CDaoResult::Ok();
   }

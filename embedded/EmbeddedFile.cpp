@@ -113,7 +113,9 @@ CDaoResult CEmbeddedFile::StoreAll() {
     table->DiscardRow();
     note(table->Store());
   }
-  note(m_catalogue.Store());
+  const STextOrder order = m_header.order;
+  note(m_catalogue.Store(m_header.order));
+  m_isHeaderChanged = m_isHeaderChanged || m_header.order != order;
   if (m_isHeaderChanged) note(m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)));
   note(StoreGlobalMap(m_file));
   return first;

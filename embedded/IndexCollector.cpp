@@ -11,6 +11,8 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kLongestShownText = 40;
+constexpr std::u16string_view kUnknownOrder =
+    u"it holds characters whose place in the sort order is not known";
 
 std::u16string DescribeValue(const STextLayout& layout, uint8_t type, std::span<const uint8_t> value) {
   switch (type) {
@@ -87,9 +89,14 @@ CIndexCollector::CIndexCollector(CPageFile& file, const STableDefinition& defini
   for (const SIndexColumn& part : index.columns) {
     const SColumnDefinition* column = definition.FindColumn(part.number);
     m_columns.push_back(column);
-    if (column == nullptr || !AppendIndexKey({m_layout.keys}, column->type, part.ascending, {}, m_allNullKey))
+    if (column == nullptr ||
+        !AppendIndexKey(FormatOf(*column), column->type, part.ascending, {}, m_allNullKey))
       m_obstacle = u"it has a column that cannot be indexed";
   }
+}
+
+SIndexKeyFormat CIndexCollector::FormatOf(const SColumnDefinition& column) const {
+  return {m_layout.keys, column.order.language, column.order.version};
 }
 
 EDaoError CIndexCollector::Add(std::span<const uint8_t> row, uint32_t pointer) {
@@ -100,6 +107,10 @@ EDaoError CIndexCollector::Add(std::span<const uint8_t> row, uint32_t pointer) {
   return m_sorter.Add(m_key, PageOfPointer(pointer), static_cast<uint8_t>(RowOfPointer(pointer)));
 }
 
+bool CIndexCollector::IsOrderUnknown() const {
+  return m_obstacle == kUnknownOrder;
+}
+
 bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
   m_key.clear();
   m_nullColumns = 0;
@@ -108,8 +119,8 @@ bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
     std::optional<std::span<const uint8_t>> value;
     if (!m_values.Read(row, column, value))
       m_obstacle = u"a value of it cannot be read";
-    else if (!AppendIndexKey({m_layout.keys}, column.type, m_index.columns[i].ascending, value, m_key))
-      m_obstacle = u"it holds characters whose place in the sort order is not known";
+    else if (!AppendIndexKey(FormatOf(column), column.type, m_index.columns[i].ascending, value, m_key))
+      m_obstacle = kUnknownOrder;
     if (!value) m_nullColumns++;
   }
   if (m_key.size() > m_layout.index.LongestKey()) m_obstacle = u"a key of it is too long for a page";

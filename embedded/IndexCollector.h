@@ -13,6 +13,7 @@
 #include "embedded/PageFile.h"
 #include "embedded/SlottedPage.h"
 #include "embedded/TableDefinition.h"
+#include "format/IndexKey.h"
 
 namespace tolvane {
 
@@ -49,6 +50,8 @@ class CIndexCollector {
 
   // Why the index cannot be built, behind "was left out: "; empty when it can.
   [[nodiscard]] std::u16string_view GetObstacle() const { return m_obstacle; }
+  // The obstacle is the sort order of a text column.
+  [[nodiscard]] bool IsOrderUnknown() const;
   // Rows in which a column of the index is null, and the first of them.
   [[nodiscard]] uint64_t GetNullRows() const { return m_nullRows; }
   [[nodiscard]] CIndexSorter& GetSorter() { return m_sorter; }
@@ -58,6 +61,7 @@ class CIndexCollector {
  private:
   // False, with the obstacle noted, when the row has no key.
   bool MakeKey(std::span<const uint8_t> row);
+  [[nodiscard]] SIndexKeyFormat FormatOf(const SColumnDefinition& column) const;
 
   const SLayout& m_layout;
   const SRealIndex& m_index;

@@ -11,6 +11,8 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kLongestNumber = 8;  // digits
+// Language 0x0409, version 1 in the top byte.
+constexpr uint32_t kGeneralOrder = 0x01000409;
 
 int DigitOf(char16_t unit) {
   if (unit >= u'0' && unit <= u'9') return unit - u'0';
@@ -32,12 +34,16 @@ std::optional<uint32_t> ParseNumber(std::u16string_view text) {
   return number;
 }
 
-CDaoResult CheckPart(std::u16string_view part) {
+CDaoResult TakePart(const SLayout& layout, std::u16string_view part, STextOrder& order) {
   const size_t equals = part.find(u'=');
   const std::u16string_view key = part.substr(0, equals);
   const auto number = equals == part.npos ? std::nullopt : ParseNumber(part.substr(equals + 1));
   if (!number)
     return {EDaoError::InvalidArgument, u"The locale \"" + std::u16string(part) + u"\" is not understood."};
+  if (EqualsIgnoreCase(key, u"LANGID") && *number == kGeneralOrder && layout.hasComplexColumns) {
+    order.version = 1;
+    return CDaoResult::Ok();
+  }
   if (EqualsIgnoreCase(key, u"COUNTRY") ||
       (EqualsIgnoreCase(key, u"LANGID") && *number == kGeneralSortOrder) ||
       (EqualsIgnoreCase(key, u"CP") && *number == kGeneralCodePage))
@@ -49,12 +55,12 @@ CDaoResult CheckPart(std::u16string_view part) {
 
 }  // namespace
 
-CDaoResult CheckLocale(std::u16string_view locale) {
+CDaoResult TakeLocale(const SLayout& layout, std::u16string_view locale, STextOrder& order) {
   while (!locale.empty()) {
     const std::u16string_view part = locale.substr(0, locale.find(u';'));
     locale.remove_prefix(part.size() == locale.size() ? part.size() : part.size() + 1);
     if (part.empty()) continue;
-    if (CDaoResult result = CheckPart(part); !result.IsOk()) return result;
+    if (CDaoResult result = TakePart(layout, part, order); !result.IsOk()) return result;
   }
   return CDaoResult::Ok();
 }

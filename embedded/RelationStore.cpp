@@ -93,6 +93,7 @@ class CRelationEnforcer {
   CDaoResult MakeUnique();
   CDaoResult FindForeignIndex();
   CDaoResult MakeRoom();
+  CDaoResult MatchOrders();
   CDaoResult CheckRows();
   CDaoResult AddPair();
   static size_t CountNulls(CTableStore& table, const std::vector<uint16_t>& columns, uint32_t pointer);
@@ -127,11 +128,26 @@ CDaoResult CRelationEnforcer::Run() {
   if (CDaoResult result = MakeUnique(); !result.IsOk()) return result;
   if (CDaoResult result = FindForeignIndex(); !result.IsOk()) return result;
   CDaoResult result = MakeRoom();
+  if (result.IsOk()) result = MatchOrders();
   if (result.IsOk()) result = CheckRows();
   if (result.IsOk()) return AddPair();
   if (!m_isForeignIndexNew) return result;
-  const CDaoResult dropped = m_foreign.DropLastIndex();
+  CDaoResult dropped = m_foreign.DropLastIndex();
+  if (dropped.IsOk()) dropped = m_foreign.StoreIndexes();  // its texts may have another order
   return dropped.IsOk() ? result : dropped;
+}
+
+// Keys of one sort order cannot be found among those of another.
+CDaoResult CRelationEnforcer::MatchOrders() {
+  bool isSame = true;
+  for (size_t i = 0; i < m_columns.primary.size(); i++) {
+    const SColumnDefinition* primary = m_primary.GetDefinition().FindColumn(m_columns.primary[i]);
+    const SColumnDefinition* foreign = m_foreign.GetDefinition().FindColumn(m_columns.foreign[i]);
+    isSame = isSame && (!primary->HasTexts() || primary->order == foreign->order);
+  }
+  if (isSame) return CDaoResult::Ok();
+  if (CDaoResult result = m_primary.UseGeneralLegacy(m_columns.primary); !result.IsOk()) return result;
+  return m_foreign.UseGeneralLegacy(m_columns.foreign);
 }
 
 CDaoResult CRelationEnforcer::CheckTypes() const {

@@ -101,6 +101,7 @@ class CIndexRebuild {
   };
 
   CDaoResult Collect();
+  bool UseKnownOrders();
   CDaoResult BuildTree(size_t index, SRepeats& repeats);
   CDaoResult BuildOrDrop(size_t index);
   CDaoResult Weaken(size_t index, const SRepeats& repeats);
@@ -119,14 +120,38 @@ class CIndexRebuild {
 CDaoResult CIndexRebuild::Run(size_t first) {
   const size_t count = m_definition.realIndexes.size();
   m_collectors.resize(count);
-  for (size_t index = first; index < count; index++)
-    m_collectors[index] = std::make_unique<CIndexCollector>(
-        m_file, m_definition, m_definition.realIndexes[index], kSorterMemory / (count - first));
-  if (CDaoResult result = Collect(); !result.IsOk()) return result;
+  for (bool isAgain = true; isAgain;) {
+    for (size_t index = first; index < count; index++)
+      m_collectors[index] = std::make_unique<CIndexCollector>(
+          m_file, m_definition, m_definition.realIndexes[index], kSorterMemory / (count - first));
+    if (CDaoResult result = Collect(); !result.IsOk()) return result;
+    isAgain = UseKnownOrders();
+    if (isAgain) first = 0;  // the columns may be in other indexes, too
+  }
   // From the last to the first, so that dropping one does not move those that are still to be built.
   for (size_t index = count; index-- > first;)
     if (CDaoResult result = BuildOrDrop(index); !result.IsOk()) return result;
   return CDaoResult::Ok();
+}
+
+// Columns whose texts have no known place in their own sort order take the general one, in which every text
+// has one. True when there were such.
+bool CIndexRebuild::UseKnownOrders() {
+  bool isChanged = false;
+  for (size_t index = 0; index < m_collectors.size(); index++) {
+    if (!m_collectors[index] || !m_collectors[index]->IsOrderUnknown()) continue;
+    for (const SIndexColumn& part : m_definition.realIndexes[index].columns) {
+      for (SColumnDefinition& column : m_definition.columns) {
+        if (column.number != part.number || !column.HasTexts() || column.order == STextOrder{}) continue;
+        column.order = {};
+        isChanged = true;
+        m_changes.notes.push_back(
+            u"Field \"" + column.name +
+            u"\" sorts by the order General Legacy: its own is not known for all its texts.");
+      }
+    }
+  }
+  return isChanged;
 }
 
 CDaoResult CIndexRebuild::Collect() {

@@ -182,7 +182,9 @@ CDaoResult CTableStore::AddIndex(SRealIndex index) {
   if (result.IsOk()) return result;
   m_definition.realIndexes.resize(position);
   allocated.ForEach([this](uint32_t page) { m_file.Release(page); });
-  return result;
+  // Its texts may have got another order, and the other indexes with them.
+  const CDaoResult stored = StoreIndexes();
+  return stored.IsOk() ? result : stored;
 }
 
 // The map gets a page of its own, so that dropping the index leaves nothing behind.
@@ -217,6 +219,26 @@ void CTableStore::RemoveLogicalIndex(std::u16string_view name) {
 
 CDaoResult CTableStore::StoreIndexes() {
   return StoreDefinition(m_file, m_definition, m_definitionPages);
+}
+
+CDaoResult CTableStore::UseGeneralLegacy() {
+  std::vector<uint16_t> numbers;
+  for (const SColumnDefinition& column : m_definition.columns) numbers.push_back(column.number);
+  return UseGeneralLegacy(numbers);
+}
+
+CDaoResult CTableStore::UseGeneralLegacy(std::span<const uint16_t> numbers) {
+  bool isChanged = false;
+  for (SColumnDefinition& column : m_definition.columns) {
+    const bool isMeant = std::find(numbers.begin(), numbers.end(), column.number) != numbers.end();
+    if (!isMeant || column.order == STextOrder{} || column.order.language == 0) continue;
+    column.order = {};
+    isChanged = true;
+  }
+  if (!isChanged) return CDaoResult::Ok();
+  if (CDaoResult result = RebuildIndexes(m_file, *this, m_definition, m_indexChanges); !result.IsOk())
+    return result;
+  return StoreIndexes();
 }
 
 CDaoResult CTableStore::ForEachRow(const RowVisitor& visit) {

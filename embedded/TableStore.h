@@ -78,6 +78,10 @@ class CTableStore {
   void AddLogicalIndex(SLogicalIndex index);
   void RemoveLogicalIndex(std::u16string_view name);
   CDaoResult StoreIndexes();
+  // Makes all text columns, or some by number, sort by the order General Legacy, and their indexes with them.
+  // The definition is stored.
+  CDaoResult UseGeneralLegacy();
+  CDaoResult UseGeneralLegacy(std::span<const uint16_t> numbers);
 
   // Every stored row in page order, until `visit` answers false. Store first what is still open.
   using RowVisitor = std::function<bool(std::span<const uint8_t> row, uint32_t pointer)>;

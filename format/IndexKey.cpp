@@ -40,7 +40,7 @@ constexpr uint8_t kNumericKeyPositive = 0xFF;
 constexpr uint8_t kNumericKeyNegative = 0x00;
 
 constexpr uint16_t kGeneralSortOrder = 0x0409;
-constexpr uint8_t kGeneralLegacyVersion = 0;
+constexpr uint8_t kGeneralLegacyVersion = 0, kGeneralVersion = 1;
 constexpr uint16_t kGeneralCodePage = 1252;
 
 // Appends one value; whether its bytes are complemented is settled by the caller, which knows type and order.
@@ -114,6 +114,7 @@ bool AppendText(const SIndexKeyFormat& format, Bytes value, EKeyOrder order, std
     AppendJet3TextKey(value, order, key);
     return true;
   }
+  if (format.sortVersion == kGeneralVersion) return AppendGeneralTextKey(value, order, key);
   return format.sortVersion == kGeneralLegacyVersion && AppendJet4TextKey(value, order, key);
 }
 

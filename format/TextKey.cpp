@@ -60,8 +60,7 @@ class CJet4KeyParts {
  public:
   explicit CJet4KeyParts(std::vector<uint8_t>& key) : m_key(key) {}
 
-  void Add(char16_t unit) {
-    const SJet4Weight& weight = FindJet4Weight(unit);
+  void Add(char16_t unit, const SJet4Weight& weight) {
     switch (weight.weightClass) {
       case EWeightClass::Ignored:
         return;
@@ -187,7 +186,12 @@ void AppendJet3Accents(std::span<const uint8_t> text, std::vector<uint8_t>& key)
 
 }  // namespace
 
-bool AppendJet4TextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key) {
+namespace {
+
+// `find` answers a pointer to a unit's weight, or none.
+template <class Find>
+bool AppendUnitsKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key,
+                    Find find) {
   if (utf16Bytes.size() % 2 != 0) return false;
   const auto unitAt = [&](size_t index) {
     return static_cast<char16_t>(utf16Bytes[2 * index] | utf16Bytes[2 * index + 1] << 8);
@@ -197,7 +201,14 @@ bool AppendJet4TextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std
 
   const size_t start = key.size();
   CJet4KeyParts parts(key);
-  for (size_t i = 0; i < length; i++) parts.Add(unitAt(i));
+  for (size_t i = 0; i < length; i++) {
+    const auto weight = find(unitAt(i));
+    if (!weight) {
+      key.resize(start);
+      return false;
+    }
+    parts.Add(unitAt(i), *weight);
+  }
   parts.Finish();
   if (order == EKeyOrder::Descending) {
     key.push_back(kEndOfKey);
@@ -205,6 +216,16 @@ bool AppendJet4TextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std
   }
   key.push_back(kEndOfKey);
   return true;
+}
+
+}  // namespace
+
+bool AppendJet4TextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key) {
+  return AppendUnitsKey(utf16Bytes, order, key, [](char16_t unit) { return &FindJet4Weight(unit); });
+}
+
+bool AppendGeneralTextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key) {
+  return AppendUnitsKey(utf16Bytes, order, key, FindGeneralWeight);
 }
 
 void AppendJet3TextKey(std::span<const uint8_t> codePageBytes, EKeyOrder order, std::vector<uint8_t>& key) {

@@ -7,6 +7,8 @@
 //     | 00
 //   descending: 00 goes before the final 00, all but the final 00 complemented
 //
+// ACE "General" (language 0x0409, version 1): likewise, with other weights.
+//
 // Jet 3 "General" (language 0x0409, code page 1252):
 //   primary bytes of all characters | 00, or a string of half-bytes that tells where the accents are
 //   descending: all bytes complemented
@@ -22,6 +24,9 @@ enum class EKeyOrder : uint8_t { Ascending, Descending };
 
 // False, with `key` untouched, when the bytes are not whole UTF-16LE code units.
 bool AppendJet4TextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key);
+
+// Likewise for "General". False also when the weight of a character is not known for certain.
+bool AppendGeneralTextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key);
 
 void AppendJet3TextKey(std::span<const uint8_t> codePageBytes, EKeyOrder order, std::vector<uint8_t>& key);
 

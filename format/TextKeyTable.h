@@ -1,8 +1,10 @@
-// Collation weights of single characters: Jet 4 "General Legacy" (by UTF-16 code unit) and Jet 3 "General"
-// (by byte of code page 1252). Constant data; the rules that turn weights into keys are in TextKey.
+// Collation weights of single characters: Jet 4 "General Legacy" and ACE "General" (by UTF-16 code unit) and
+// Jet 3 "General" (by byte of code page 1252). Constant data; the rules that turn weights into keys are in
+// TextKey.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace tolvane {
 
@@ -25,6 +27,9 @@ struct SJet3Weight {
 };
 
 const SJet4Weight& FindJet4Weight(char16_t unit);
+// Of the order "General", version 1; nullopt for a code unit that no file of the original engine has shown
+// yet.
+std::optional<SJet4Weight> FindGeneralWeight(char16_t unit);
 const SJet3Weight& FindJet3Weight(uint8_t byte);
 
 }  // namespace tolvane

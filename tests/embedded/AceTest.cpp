@@ -173,6 +173,37 @@ TEST_F(Ace, NewerTypesAndCalculatedColumnsKeepTheirBytes) {
   EXPECT_EQ(Page(0)[0x14], 6) << "the version that extended dates need";
 }
 
+// A file of the order "General" keeps it where all weights are known for certain.
+TEST_F(Ace, TheNewerSortOrderGivesWayWhereItsWeightsAreNotKnown) {
+  ExpectOk(m_database->Close());
+  for (const bool isNameKnown : {true, false}) {
+    RemoveFile(m_path);
+    ExpectOk(m_engine->CreateDatabase(m_path, u";LANGID=0x01000409", kDaoVersionAce, m_database));
+    const std::vector<CDaoIndexInfo> key{{.name = u"K", .fields = {{u"N"}}, .unique = true}};
+    ExpectOk(AddTable(u"Plain", {{u"N"}, {u"M"}}, key));
+    ExpectOk(AddTable(isNameKnown ? u"Town" : u"D\u00F6rfer", {{u"N"}}, key));
+    ExpectOk(AddRows(u"Plain", {{u"a-b 1", u"\u00FC"}}));
+    const CDaoResult closed = AddRows(isNameKnown ? u"Town" : u"D\u00F6rfer", {{u"a-b 1"}, {u"Z\u00FCrich"}});
+    EXPECT_EQ(ToUtf8(closed.text),
+              "Field \"N\" sorts by the order General Legacy: its own is not known for all its texts.");
+    CloseAndCheck();
+    const uint8_t version = isNameKnown ? 1 : 0;
+    EXPECT_EQ(Read(u"MSysObjects").columns[0].order.version, version);
+    EXPECT_EQ(Read(u"MSysComplexType_Text").columns[0].order.version, version);
+    EXPECT_EQ(Read(u"Plain").columns[0].order.version, 1);
+    EXPECT_EQ(static_cast<uint8_t>(Page(0)[0x71]) ^ 0xFD, version) << "behind the mask of page 0";
+    EXPECT_EQ(Page(0)[0x14], 3);
+
+    // Keys of both orders are none of each other's.
+    ExpectOk(m_engine->OpenDatabase(m_path, false, false, u"", m_database));
+    const CDaoRelationInfo relation{
+        u"R", isNameKnown ? u"Town" : u"D\u00F6rfer", u"Plain", 0, {{u"N", u"N"}}};
+    ExpectOk(m_database->CreateRelation(relation));
+    CloseAndCheck();
+    EXPECT_EQ(Read(u"Plain").columns[0].order.version, 0);
+  }
+}
+
 TEST_P(AllFormats, PropertiesAndLinksStandInTheCatalogue) {
   Create();
   const std::vector<CDaoProperty> title{{u"Title", kTypeText, false, {'T', 0, '1', 0}}},

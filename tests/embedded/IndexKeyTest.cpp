@@ -158,7 +158,7 @@ TEST(IndexKey, UnknownKeysLeaveTheKeyAlone) {
     uint8_t type;
     const char* storage;
   } cases[] = {
-      {otherLanguage, 10, "61 00"}, {otherVersion, 12, "61 00"},
+      {otherLanguage, 10, "61 00"}, {otherVersion, 12, "61 00 7A 00"},
       {otherCodePage, 10, "61 00"}, {kJet4, 10, "61"},  // half a character
       {kJet4, 3, "01 01 01 01"},    {kJet4, 11, "01 01 01 01"},
       {kJet4, 0, "01 01 01 01"},    {kJet3, 16, "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"}};

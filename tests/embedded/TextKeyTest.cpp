@@ -60,6 +60,23 @@ TEST(Jet4TextKey, BytesOfTexts) {
   for (const auto& test : cases) EXPECT_EQ(Jet4Key(test.text, test.order), test.key) << ToUtf8(test.text);
 }
 
+// Stored entries of files of the original engine.
+TEST(GeneralTextKey, BytesOfTexts) {
+  const struct {
+    std::u16string text;
+    const char* key;
+  } cases[] = {{u"Tables", "0E 99 0E 02 0E 09 0E 48 0E 21 0E 91 01 00"},
+               {u"MSysDb", "0E 51 0E 91 0E A7 0E 91 0E 1A 0E 09 01 00"},
+               {u"-1", "0D 19 01 01 01 01 80 07 06 82 00"},
+               {u"\u0003DirData", "0E 1A 0E 32 0E 8A 0E 1A 0E 02 0E 99 0E 02 01 01 01 01 80 07 06 05 00"},
+               {u"a\U0001F600a", "0E 02 B0 3F B6 FC 0E 02 01 02 3F 3F 00"}};
+  for (const auto& test : cases) {
+    std::vector<uint8_t> key;
+    EXPECT_TRUE(AppendGeneralTextKey(Utf16Bytes(test.text), EKeyOrder::Ascending, key));
+    EXPECT_EQ(ToHex(key), test.key);
+  }
+}
+
 TEST(Jet3TextKey, BytesOfTexts) {
   const struct {
     std::string text;
