@@ -50,11 +50,12 @@ struct SListed {
 
 std::vector<SListed> ListQueries(const CAccessData& data, CTList<CQuery>& queries) {
   std::vector<SListed> list;
+  const SQueriesState state = GetQueriesState(data, queries);
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
-    const SQueryListing listing = ListQuery(*query, data.GetRules());
+    const SQueryListing listing = ListQuery(*query, state);
     SListed& listed = list.emplace_back(
         SListed{query->name, KindOf(listing.flags), listing.sql, ToUtf8(listing.problem), listing.isWhole});
-    listed.isKindLost = query->name.empty() && data.GetRules().queriesAreTheirText;
+    listed.isKindLost = query->name.empty() && state.rules.queriesAreTheirText;
     if (!listed.sql.empty() || !listed.reason.empty()) continue;
     listed.reason = CQuerySaver::IsHidden(query->name) ? "a hidden query of a form or report is not rebuilt"
                                                        : "no SQL text can be rebuilt for this query";

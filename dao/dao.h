@@ -191,6 +191,7 @@ inline constexpr int32_t kDaoRelationDontEnforce = 0x2;
 inline constexpr int32_t kDaoRelationInherited = 0x4;
 inline constexpr int32_t kDaoRelationUpdateCascade = 0x100;
 inline constexpr int32_t kDaoRelationDeleteCascade = 0x1000;
+inline constexpr int32_t kDaoRelationNullCascade = 0x2000;  // deleting sets the references to null
 inline constexpr int32_t kDaoRelationLeft = 0x1000000;
 inline constexpr int32_t kDaoRelationRight = 0x2000000;
 

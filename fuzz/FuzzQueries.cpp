@@ -5,6 +5,8 @@
 
 #include "platform/Text.h"
 #include "query/QB.h"
+#include "query/QueryChange.h"
+#include "query/QueryText.h"
 #include "query/SqlSplitter.h"
 
 namespace tolvane {
@@ -27,6 +29,13 @@ std::u16string Build(uint32_t type, std::u16string_view text) {
       (*row).*field = Take(fields, u'|');
     rows.Append(std::move(row));
   }
+  SSavedQuery stored;
+  stored.flags = type;
+  for (const CQueryAttributes* row = rows.GetHead(); row != nullptr; row = row->GetNext())
+    stored.rows.push_back(row->GetRow());
+  RenderQuery(stored);
+  DescribeQueryChange(stored.rows, kKindSelect, stored.rows);
+
   std::u16string sql;
   if (const auto builder = MakeQueryBuilder(ToDecimal(type))) builder->Build(rows, sql);
   return sql;

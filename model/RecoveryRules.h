@@ -95,6 +95,8 @@ struct SRecoveryRules {
   bool dropEmptyRows;
   // A saved query is what its rebuilt SQL text says, and not its rows; those of forms and reports are left out.
   bool queriesAreTheirText;
+  // A relationship whose deletes set references to null counts as one whose properties are lost.
+  bool nullCascadeIsUnknown;
   // A source of the newest format family stays one; else it is written in the one before, as Jet 4.
   bool keepAceFormat;
 
@@ -139,6 +141,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
     .queriesAreTheirText = true,
+    .nullCascadeIsUnknown = true,
     .keepAceFormat = false,
     .damagePlacesTold = 20,
     .tellOmittedObjects = false,
@@ -175,6 +178,7 @@ inline constexpr SRecoveryRules kExactRules{
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,
     .queriesAreTheirText = false,
+    .nullCascadeIsUnknown = false,
     .keepAceFormat = true,
     .damagePlacesTold = 0xFFFFFFFF,
     .tellOmittedObjects = true,

@@ -15,7 +15,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kQueriesTable = u"MSysQueries";
 // Queries that forms and reports keep for themselves.
 constexpr std::u16string_view kHiddenPrefix = u"~sq";
 // Refusals of one name before its query is given up.
@@ -71,12 +70,6 @@ std::u16string MakeQueryName(const std::array<uint8_t, 16>& guid) {
   AppendHex(field(6, 2), name);
   AppendHex(sum, name);
   return name;
-}
-
-const CAccessTable* CQuerySaver::FindQueriesTable(const CAccessData& data) {
-  for (const auto& table : data.GetTables())
-    if (table->name == kQueriesTable) return table->columns.GetCount() > 0 ? table.get() : nullptr;
-  return nullptr;
 }
 
 bool CQuerySaver::Save() {
@@ -181,16 +174,17 @@ void CQuerySaver::GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes
 
 // What one query costs is its own: after a full disk the next one may be small enough.
 bool CQuerySaver::CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries) {
+  const SQueriesState state = GetQueriesState(m_data, queries);
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
     if (!IsSaving()) return false;
     CProgressStatus::Instance().IncrementPos();
-    CreateQuery(database, *query);
+    CreateQuery(database, state, *query);
   }
   return true;
 }
 
-void CQuerySaver::CreateQuery(CDaoDatabase& database, CQuery& query) {
-  SPreparedQuery prepared = PrepareQuery(query, IsHidden(query.name), m_data.GetRules());
+void CQuerySaver::CreateQuery(CDaoDatabase& database, const SQueriesState& state, CQuery& query) {
+  SPreparedQuery prepared = PrepareQuery(query, IsHidden(query.name), state);
   if (prepared.isSkipped) {
     if (!prepared.problem.empty()) ++m_summary.queriesSkipped;
     return;

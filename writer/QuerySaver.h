@@ -15,6 +15,7 @@
 #include "query/TList.h"
 #include "render/RecordText.h"
 #include "store/ValueStream.h"
+#include "writer/RecoveredQuery.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
 
@@ -40,14 +41,13 @@ class CQuerySaver {
   static bool IsHidden(std::u16string_view name);
 
  private:
-  static const CAccessTable* FindQueriesTable(const CAccessData& data);
   static bool ReadRows(const CAccessTable& table, const SRecoveryRules& rules, CTList<CQueryAttributes>& rows,
                        uint32_t& wholeRows, bool (*isRunning)());
   static bool ReadRow(CValueStream& stream, size_t columnCount, CRecordText& texts, CQueryAttributes& row);
   static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
   bool SaveQueries(const CTList<CQuery>& queries);
   bool CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries);
-  void CreateQuery(CDaoDatabase& database, CQuery& query);
+  void CreateQuery(CDaoDatabase& database, const SQueriesState& state, CQuery& query);
   CDaoResult StoreQuery(CDaoDatabase& database, SSavedQuery& query);
   [[nodiscard]] bool IsLeftOut(std::u16string_view name) const;
   void CountLost(const CTList<CQuery>& queries);

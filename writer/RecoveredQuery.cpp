@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -11,6 +12,8 @@
 
 namespace tolvane {
 namespace {
+
+constexpr std::u16string_view kQueriesTable = u"MSysQueries";
 
 EQueryKind KindByObject(const CQuery& query) {
   return QueryKindOf(static_cast<uint32_t>(ParseQueryNumber(query.type))).value_or(kKindSelect);
@@ -115,7 +118,7 @@ void AgreeOnKind(SSavedQuery& query, EQueryKind kind) {
 }
 
 // The query is its rows.
-SPreparedQuery PrepareByRows(const CQuery& query) {
+SPreparedQuery PrepareByRows(const CQuery& query, bool areRowsLost) {
   SPreparedQuery prepared;
   SSavedQuery& saved = prepared.query;
   CRowCollector rows(query);
@@ -127,12 +130,14 @@ SPreparedQuery PrepareByRows(const CQuery& query) {
   AgreeOnKind(saved, kind);
   prepared.isWhole = rows.IsWhole();
   const std::u16string missing = RenderQuery(saved).missing;
-  const bool isAction = kind == kKindDelete || kind == kKindUpdate;
+  const bool isOpen = (kind == kKindDelete || kind == kKindUpdate) &&
+                      std::none_of(saved.rows.begin(), saved.rows.end(),
+                                   [](const SQueryRow& row) { return row.attribute == kQueryCriteria; });
   if (!missing.empty()) {
     prepared.problem = u"lost are " + missing + u".";
-  } else if (!rows.IsWhole() && isAction) {
+  } else if (isOpen && areRowsLost) {
     // Without its condition it would change every record.
-    prepared.problem = u"some of its rows are lost, and its condition may be among them.";
+    prepared.problem = u"rows of queries are lost, and its condition may be among them.";
   } else if (!rows.IsWhole()) {
     prepared.changes.push_back(u": some of its rows are lost.");
   }
@@ -142,14 +147,33 @@ SPreparedQuery PrepareByRows(const CQuery& query) {
 
 }  // namespace
 
-SPreparedQuery PrepareQuery(CQuery& query, bool isHidden, const SRecoveryRules& rules) {
-  return rules.queriesAreTheirText ? PrepareByText(query, isHidden) : PrepareByRows(query);
+const CAccessTable* FindQueriesTable(const CAccessData& data) {
+  for (const auto& table : data.GetTables())
+    if (table->name == kQueriesTable) return table->columns.GetCount() > 0 ? table.get() : nullptr;
+  return nullptr;
 }
 
-SQueryListing ListQuery(CQuery& query, const SRecoveryRules& rules) {
-  if (rules.queriesAreTheirText)
+SQueriesState GetQueriesState(const CAccessData& data, const CTList<CQuery>& queries) {
+  SQueriesState state{data.GetRules()};
+  // Rows that came under a foreign id stand alone, as a query without a start or an end.
+  for (const CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext())
+    state.areRowsLost = state.areRowsLost || !query->IsWhole();
+  const CAccessTable* table = FindQueriesTable(data);
+  for (const EDamage kind : {EDamage::RejectedRow, EDamage::BrokenOverflow, EDamage::MissingRows})
+    for (const CDamageLedger::SPlace& place : data.GetLedger().GetPlaces(kind))
+      if (table != nullptr && place.definition == table->GetDefinitionOffset()) state.areRowsLost = true;
+  return state;
+}
+
+SPreparedQuery PrepareQuery(CQuery& query, bool isHidden, const SQueriesState& state) {
+  return state.rules.queriesAreTheirText ? PrepareByText(query, isHidden)
+                                         : PrepareByRows(query, state.areRowsLost);
+}
+
+SQueryListing ListQuery(CQuery& query, const SQueriesState& state) {
+  if (state.rules.queriesAreTheirText)
     return {static_cast<uint32_t>(ParseQueryNumber(query.type)), query.GetSql(), query.IsWhole(), {}};
-  SPreparedQuery prepared = PrepareByRows(query);
+  SPreparedQuery prepared = PrepareByRows(query, state.areRowsLost);
   return {prepared.query.flags, RenderQuery(prepared.query).sql, prepared.isWhole, prepared.problem};
 }
 

@@ -5,10 +5,14 @@
 #include <vector>
 
 #include "format/SavedQuery.h"
+#include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 #include "query/Query.h"
 
 namespace tolvane {
+
+// The recovered table of the queries' rows; null when there is none or none of its columns was decoded.
+const CAccessTable* FindQueriesTable(const CAccessData& data);
 
 struct SPreparedQuery {
   SSavedQuery query;       // under its recovered name, which may be empty
@@ -20,8 +24,17 @@ struct SPreparedQuery {
   std::u16string note;  // how it is stored
 };
 
+// What is known of all queries of a run.
+struct SQueriesState {
+  const SRecoveryRules& rules;
+  // Rows are lost, and nobody can tell to which query they belonged: an update or a delete without a
+  // condition may have lost it.
+  bool areRowsLost = false;
+};
+SQueriesState GetQueriesState(const CAccessData& data, const CTList<CQuery>& queries);
+
 // `isHidden`: of a form or report.
-SPreparedQuery PrepareQuery(CQuery& query, bool isHidden, const SRecoveryRules& rules);
+SPreparedQuery PrepareQuery(CQuery& query, bool isHidden, const SQueriesState& state);
 
 // The query for people.
 struct SQueryListing {
@@ -30,6 +43,6 @@ struct SQueryListing {
   bool isWhole = true;  // no row is known to be lost
   std::u16string problem;
 };
-SQueryListing ListQuery(CQuery& query, const SRecoveryRules& rules);
+SQueryListing ListQuery(CQuery& query, const SQueriesState& state);
 
 }  // namespace tolvane

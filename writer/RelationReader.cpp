@@ -41,12 +41,12 @@ using Cells = std::array<std::u16string, kCellCount>;
 // The rows of one relationship while they are collected.
 class CRelationRows {
  public:
-  explicit CRelationRows(const Cells& first) {
+  CRelationRows(const Cells& first, int32_t knownAttributes) {
     m_relation.name = first[kName];
     m_relation.table = first[kTable];
     m_relation.referencedTable = first[kReferencedTable];
     const int64_t bits = LeadingInteger(first[kAttributes]);
-    m_relation.hasAttributes = !first[kAttributes].empty() && (bits & ~kKnownAttributes) == 0;
+    m_relation.hasAttributes = !first[kAttributes].empty() && (bits & ~int64_t{knownAttributes}) == 0;
     m_relation.attributes = m_relation.hasAttributes ? static_cast<int32_t>(bits) : kDaoRelationDontEnforce;
   }
 
@@ -97,10 +97,12 @@ std::u16string MakeKey(const Cells& row) {
 
 class CRelationCollector {
  public:
+  explicit CRelationCollector(const SRecoveryRules& rules)
+      : m_knownAttributes(kKnownAttributes | (rules.nullCascadeIsUnknown ? 0 : kDaoRelationNullCascade)) {}
   void Add(const Cells& row) {
     if (row[kName].empty() && row[kTable].empty() && row[kReferencedTable].empty()) return;
     const auto [found, isNew] = m_byKey.try_emplace(MakeKey(row), m_relations.size());
-    if (isNew) m_relations.emplace_back(row);
+    if (isNew) m_relations.emplace_back(row, m_knownAttributes);
     m_relations[found->second].Add(row);
   }
   void Finish(std::vector<SRecoveredRelation>& relations) {
@@ -108,6 +110,7 @@ class CRelationCollector {
   }
 
  private:
+  int32_t m_knownAttributes;
   std::vector<CRelationRows> m_relations;
   std::unordered_map<std::u16string, size_t> m_byKey;
 };
@@ -132,7 +135,7 @@ bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRe
   if (table == nullptr || table->header.rowCount == 0) return true;
   CTableTextReader reader(*table, data.GetRules());
   if (!reader.Open()) return false;
-  CRelationCollector collector;
+  CRelationCollector collector(data.GetRules());
   std::vector<std::u16string> values;
   while (reader.ReadRow(values)) {
     CProgressStatus::Instance().IncrementPos();

@@ -51,7 +51,7 @@ std::u16string_view FindField(const SSavedTable& table, std::u16string_view colu
 // Nothing cascades where nothing is enforced. Answers the reason.
 std::u16string GiveUpEnforcing(CDaoRelationInfo& info, std::u16string_view reason) {
   info.attributes |= kDaoRelationDontEnforce;
-  info.attributes &= ~(kDaoRelationUpdateCascade | kDaoRelationDeleteCascade);
+  info.attributes &= ~(kDaoRelationUpdateCascade | kDaoRelationDeleteCascade | kDaoRelationNullCascade);
   return std::u16string(reason);
 }
 

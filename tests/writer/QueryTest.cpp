@@ -163,7 +163,7 @@ TEST_F(CQueryStepTest, AfterAFullDiskEachQueryIsTriedAndCounted) {
 
 // A query of rows "attribute|order|flag|name1|name2|expression", prepared by the exact rules.
 SPreparedQuery Prepared(const char16_t* type, const std::vector<std::u16string>& rows,
-                        std::u16string_view name = u"Q") {
+                        std::u16string_view name = u"Q", bool areRowsLost = false) {
   CQuery query;
   query.name = name;
   query.type = type;
@@ -180,7 +180,7 @@ SPreparedQuery Prepared(const char16_t* type, const std::vector<std::u16string>&
     if (!row->Order.empty()) row->Order.insert(0, u"0000000");
     query.rows.Append(std::move(row));
   }
-  return PrepareQuery(query, CQuerySaver::IsHidden(name), kExactRules);
+  return PrepareQuery(query, CQuerySaver::IsHidden(name), {kExactRules, areRowsLost});
 }
 
 std::string Shown(const SPreparedQuery& prepared) {
@@ -206,8 +206,8 @@ TEST(PreparedQuery, HoldsTheStoredRowsInTheirOrder) {
 TEST(PreparedQuery, WhatIsLostIsRestoredOrSaid) {
   // Start, end and kind are the same in every query of a kind.
   EXPECT_EQ(
-      Shown(Prepared(u"48", {u"5|1||T", u"6|1|0||a|1"})),
-      "48: 0/0 1/4 5T 6/01 255\nnot saved: some of its rows are lost, and its condition may be among them.");
+      Shown(Prepared(u"48", {u"5|1||T", u"6|1|0||a|1"}, u"Q", true)),
+      "48: 0/0 1/4 5T 6/01 255\nnot saved: rows of queries are lost, and its condition may be among them.");
   EXPECT_EQ(Shown(Prepared(u"0", {u"0|1|0", u"5|1||T", u"6|2|0|||b", u"255|1"})),
             "0: 0/0 5T 6/0b 255\n: some of its rows are lost.");
   EXPECT_EQ(Shown(Prepared(u"0", {u"0|1|0", u"5|1||T", u"200|1||x", u"6|1|0|||b", u"255|1"})),
