@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "format/PageLayout.h"
 #include "platform/Text.h"
 #include "render/PreviewText.h"
 #include "status/Status.h"
@@ -16,13 +17,12 @@ namespace tolvane {
 namespace {
 
 constexpr int32_t kHeadingWidth = 100;
-constexpr uint64_t kObjectsPage = 2;
 constexpr std::u16string_view kLocalTableType = u"1";
 constexpr std::u16string_view kScanStatus = u"(Step 4/4)Scanning table name from raw table data...";
 
 // The catalogue's columns that are read, by position.
-constexpr size_t kIdColumn = 0;
-constexpr size_t kNameColumn = 2;
+constexpr size_t kCatalogueId = 0;
+constexpr size_t kCatalogueName = 2;
 constexpr size_t kTypeColumn = 3;
 constexpr size_t kFlagsColumn = 7;
 
@@ -96,9 +96,9 @@ struct CAccessTableDataFileParser::SCatalogueRow {
   // Null for a column that is not read.
   std::u16string* GetText(size_t column) {
     switch (column) {
-      case kIdColumn:
+      case kCatalogueId:
         return &id;
-      case kNameColumn:
+      case kCatalogueName:
         return &name;
       case kTypeColumn:
         return &type;
@@ -177,7 +177,7 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
 
 bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t pageSize) {
   if (!IsRepairRunning()) return false;
-  const CAccessTable* const catalogue = parseData.GetTables().FindTable(kObjectsPage * pageSize);
+  const CAccessTable* const catalogue = parseData.GetTables().FindTable(uint64_t{kObjectsPage} * pageSize);
   if (catalogue == nullptr || !OpenDataFile(catalogue->GetDefinitionOffset())) return false;
 
   CProgressStatus& progress = CProgressStatus::Instance();

@@ -13,7 +13,7 @@ namespace tolvane {
 namespace {
 
 // Pages that are looked at to tell whether they are encoded.
-constexpr uint64_t kPagesSampled = 64;
+constexpr uint64_t kPagesLookedAt = 64;
 
 // What the encryption description starts with.
 constexpr uint32_t kAgileVersion = 4 | 4 << 16;
@@ -32,7 +32,7 @@ bool ArePagesPlain(CPageReader& reader, uint32_t pageSize) {
   std::vector<uint8_t> page(pageSize);
   uint64_t sampled = 0;
   uint64_t formatted = 0;
-  const uint64_t end = std::min(reader.GetPageCount(pageSize), kPagesSampled + 1);
+  const uint64_t end = std::min(reader.GetPageCount(pageSize), kPagesLookedAt + 1);
   for (uint64_t number = 1; number < end; number++) {
     if (!reader.ReadPage(number * pageSize, page)) continue;
     if (std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; })) continue;

@@ -27,7 +27,7 @@ void AppendPadded(uint64_t value, size_t digits, std::u16string& text) {
   while (count > 0) text += reversed[--count];
 }
 
-void AppendDay(const SDay& day, std::u16string& text) {
+void AppendIsoDay(const SDay& day, std::u16string& text) {
   AppendPadded(static_cast<uint64_t>(day.year), 4, text);
   text += u'-';
   AppendPadded(static_cast<uint64_t>(day.month), 2, text);
@@ -91,7 +91,7 @@ bool AppendExtendedDate(std::span<const uint8_t> bytes, std::u16string& text) {
   if (!days || !ticks || *ticks >= kTicksOfADay || *days > 4'000'000) return false;
   const std::optional<SDay> day = DayOf(static_cast<int64_t>(*days) - kDaysBeforeZeroDate);
   if (!day) return false;
-  AppendDay(*day, text);
+  AppendIsoDay(*day, text);
   text += u' ';
   AppendTime(*ticks * 100, 0, text);
   return true;
@@ -117,7 +117,7 @@ void AppendExactDate(double value, std::u16string& text) {
     AppendShortest(value, text);
     return;
   }
-  AppendDay(*day, text);
+  AppendIsoDay(*day, text);
   if (fraction == 0) return;
   text += u' ';
   AppendTime(static_cast<uint64_t>(*ticks), 0, text);

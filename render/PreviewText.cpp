@@ -10,7 +10,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kMidnight = u"00:00:00";
+constexpr std::u16string_view kMidnightSuffix = u"00:00:00";
 constexpr size_t kDateUnits = 10;
 constexpr size_t kMemoUnits = 100;  // a longer memo is cut
 constexpr size_t kMemoUnitsShown = 90;
@@ -48,7 +48,7 @@ void CPreviewText::Show(size_t column, std::u16string& text) {
   switch (m_table.columns.GetAt(column)->type) {
     case kTypeDate:
       if (m_rules.recordsHoldTexts && text.size() > kDateUnits &&
-          text.find(kMidnight) != std::u16string::npos)
+          text.find(kMidnightSuffix) != std::u16string::npos)
         text.resize(kDateUnits);
       break;
     case kTypeOle:
