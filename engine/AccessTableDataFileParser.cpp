@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "engine/KnownTables.h"
 #include "format/PageLayout.h"
 #include "platform/Text.h"
 #include "render/PreviewText.h"
@@ -242,6 +243,7 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
     if (!IsRepairRunning()) return;
     if (!table->name.empty()) continue;
     table->name = SystemTableName(table->GetDefinitionOffset(), isJet4Pages);
+    if (table->name.empty() && m_rules.columnsNameSystemTables) table->name = NameByColumns(*table);
     table->nameSource = table->name.empty() ? ENameSource::Generated : ENameSource::Place;
     if (!table->name.empty()) continue;
     table->name = u"RecoveredTable###" + ToDecimal(counter++);

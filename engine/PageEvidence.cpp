@@ -351,8 +351,10 @@ bool IsSoundPage(Bytes page, const SLayout& layout) {
 SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart) {
   const uint64_t length = file.GetFileLength();
   if (wantedStart >= length) wantedStart = 0;
+  // Without a header the first pages may be missing, which the numbers of owners tell.
   for (const SLayout* layout : kLayouts)
-    if (SamplePages(file, wantedStart, *layout).IsSure()) return InOnePiece(file, *layout, wantedStart);
+    if (HasHeader(file, wantedStart) && SamplePages(file, wantedStart, *layout).IsSure())
+      return InOnePiece(file, *layout, wantedStart);
 
   CHeadFinder found(file, wantedStart);
   std::vector<uint64_t> marks = found.marks;

@@ -38,6 +38,8 @@ struct SRecoveryRules {
 
   // --- definitions ---
 
+  // A table of Access' own whose name is lost is known by its columns.
+  bool columnsNameSystemTables;
   // The catalogue's definition is never taken from the file.
   bool useBuiltInCatalogue;
   // Jet 4: only the low byte of the column number counts.
@@ -119,6 +121,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .creditFreedPages = true,
     .requireOwnerDefinition = true,
     .requireDefinitionMark = false,
+    .columnsNameSystemTables = false,
     .useBuiltInCatalogue = true,
     .columnNumberLowByteOnly = true,
     .indexFlagsOffsetJet4 = 42,
@@ -156,6 +159,7 @@ inline constexpr SRecoveryRules kExactRules{
     .creditFreedPages = false,
     .requireOwnerDefinition = false,
     .requireDefinitionMark = true,
+    .columnsNameSystemTables = true,
     .useBuiltInCatalogue = true,  // it is the same in every file, and page 2 may be gone
     .columnNumberLowByteOnly = false,
     .indexFlagsOffsetJet4 = 46,

@@ -111,6 +111,23 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
+TEST_P(ExactRules, OwnersTellHowManyPagesAreMissingInFront) {
+  Bytes bytes = file.Build();
+  bytes.erase(bytes.begin(), bytes.begin() + 2 * layout.pageSize);
+  EXPECT_EQ(Repair(bytes), kRows);
+}
+
+TEST_P(ExactRules, TablesOfAccessAreKnownByTheirColumns) {
+  STableSpec rights;
+  for (const auto* const name : {u"ObjectId", u"SID", u"FInheritable", u"ACM"})
+    rights.AddFixed(name, kTypeLong, 4);
+  file.AddTable(rights);
+  Repair(file.Build());
+  EXPECT_NE(TableNamed(*data, u"MSysACEs"), nullptr);
+  Repair(file.Build(), kStandardRules);
+  EXPECT_EQ(TableNamed(*data, u"MSysACEs"), nullptr);
+}
+
 TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
   for (uint32_t slot = 0; slot < kRows / 2; slot++)
     file.Page(rows[0]).Put16(layout.data.slots + 2 * slot, 0x1234 + slot * 977);

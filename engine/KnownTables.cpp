@@ -1,0 +1,90 @@
+#include "engine/KnownTables.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace tolvane {
+
+namespace {
+
+// What the columns of a table must be besides their names, where those could be a user's.
+enum class EForm : uint8_t {
+  Any,
+  NoneFixed,       // Access stores even numbers of variable length there
+  HasFixedBinary,  // pieces of a stream, all of one size
+};
+
+// No value of a table that a user made is longer.
+constexpr uint16_t kMostFixedBytes = 510;
+
+struct SKnownTable {
+  std::u16string_view name;
+  std::u16string_view columns;  // in the order of their letters, each with a bar behind it
+  EForm form = EForm::Any;
+};
+
+constexpr SKnownTable kKnownTables[] = {
+    {u"MSysACEs", u"ACM|FInheritable|ObjectId|SID|"},
+    {u"MSysAccessObjects", u"Data|ID|", EForm::HasFixedBinary},
+    {u"MSysAccessStorage", u"DateCreate|DateUpdate|Id|Lv|Name|ParentId|Type|"},
+    {u"MSysAccessXML", u"Id|LValue|ObjectGuid|ObjectName|Property|Value|"},
+    {u"MSysCompactError", u"ErrorCode|ErrorDescription|ErrorRecid|ErrorTable|"},
+    {u"MSysComplexColumns", u"ColumnName|ComplexID|ComplexTypeObjectID|ConceptualTableID|FlatTableID|"},
+    {u"MSysComplexType_Attachment", u"FileData|FileFlags|FileName|FileTimeStamp|FileType|FileURL|"},
+    {u"MSysIMEXColumns", u"Attributes|DataType|FieldName|IndexType|SkipColumn|SpecID|Start|Width|"},
+    {u"MSysIMEXSpecs",
+     u"DateDelim|DateFourDigitYear|DateLeadingZeros|DateOrder|DecimalPoint|FieldSeparator|FileType|SpecID|"
+     u"SpecName|SpecType|StartRow|TextDelim|TimeDelim|"},
+    {u"MSysModules", u"__A__|"},
+    {u"MSysModules2", u"Flags|Form|Module|Name|ReplicationVersion|Type|TypeInfo|Version|"},
+    {u"MSysNameMap", u"GUID|Id|Name|NameMap|Type|"},
+    {u"MSysNavPaneGroupCategories", u"Filter|Flags|Id|Name|Position|SelectedObjectID|Type|"},
+    {u"MSysNavPaneGroupToObjects", u"Flags|GroupID|Icon|Id|Name|ObjectID|Position|"},
+    {u"MSysNavPaneGroups", u"Flags|GroupCategoryID|Id|Name|Object Type Group|ObjectID|Position|"},
+    {u"MSysNavPaneObjectIDs", u"Id|Name|Type|", EForm::NoneFixed},
+    {u"MSysQueries", u"Attribute|Expression|Flag|LvExtra|Name1|Name2|ObjectId|Order|"},
+    {u"MSysQueries", u"Attribute|Expression|Flag|Name1|Name2|ObjectId|Order|"},
+    {u"MSysRelationships",
+     u"ccolumn|grbit|icolumn|szColumn|szObject|szReferencedColumn|szReferencedObject|szRelationship|"},
+    {u"MSysResources", u"Data|Extension|Id|Name|Type|"},
+    // The files that belong to the rows of MSysResources.
+    {u"MSysResources_Data",
+     u"FileData|FileFlags|FileName|FileTimeStamp|FileType|FileURL|MSysResources_Data|_Data|"},
+    {u"MSysWSDPCacheComplexColumnMapping", u"ChildTableName|ComplexColumn|ComplexSrcColumn|TableName|"},
+    {u"MSysWSDPChangeTokenMapping",
+     u"Connect|ErrorLoading|LastChangeToken|Pending|References|TableName|XASSite|"},
+    {u"MSysWSDPRelationshipMapping",
+     u"ChildColName|ChildTableName|LookupType|ParentColName|ParentTableName|"},
+};
+
+bool HasForm(const CAccessTable& table, EForm form) {
+  const auto begin = table.columns.begin();
+  const auto end = table.columns.end();
+  switch (form) {
+    case EForm::NoneFixed:
+      return std::none_of(begin, end, [](const CAccessColumn& column) { return column.IsFixed(); });
+    case EForm::HasFixedBinary:
+      return std::any_of(begin, end, [](const CAccessColumn& column) {
+        return column.IsFixed() && (column.type == kTypeBinary || column.length > kMostFixedBytes);
+      });
+    case EForm::Any:
+      break;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::u16string_view NameByColumns(const CAccessTable& table) {
+  std::vector<std::u16string_view> names;
+  for (const CAccessColumn& column : table.columns) names.push_back(column.GetName());
+  std::sort(names.begin(), names.end());
+  std::u16string columns;
+  for (const std::u16string_view name : names) (columns += name) += u'|';
+  for (const SKnownTable& known : kKnownTables)
+    if (columns == known.columns && HasForm(table, known.form)) return known.name;
+  return {};
+}
+
+}  // namespace tolvane
