@@ -5,6 +5,7 @@
 
 #include "engine/DataReader.h"
 #include "engine/PageEvidence.h"
+#include "status/Status.h"
 
 namespace tolvane {
 
@@ -66,6 +67,9 @@ void CPageClaims::AskIndexes(CSource& source, const CAccessTableList& tables) {
   const SLayout& layout = source.GetLayout();
   std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < source.GetPageCount() && !m_unclaimed.empty(); number++) {
+    if (!CRepairingFileStatus::Instance().IsRunning()) return;
+    // A freed leaf names the rows of a freed page.
+    if (source.GetFreePages().IsFree(number)) continue;
     if (!source.ReadPage(number, page) || page[0] != kPageIndexLeaf || !IsSoundPage(page, layout)) continue;
     const uint64_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
     const CAccessTable* const table = tables.FindTable(owner * layout.pageSize);
