@@ -48,13 +48,9 @@ if(TOLVANE_PCH)
     <memory> <mutex> <optional> <set> <span> <string> <string_view> <unordered_map> <unordered_set> <utility> <vector>)
 endif()
 
-# The release build compiles several sources of a folder as one; these share a private name with another.
-set(TOLVANE_ALONE
-  checker/QueryCheck.cpp
-  engine/FieldDecoder.cpp engine/TableScanner.cpp engine/TableWalk.cpp
-  platform/CodePage_posix.cpp platform/WriteWorker_posix.cpp
-  store/ValueStream.cpp
-  writer/QuerySaver.cpp writer/RelationSaver.cpp writer/TableBuilder.cpp)
+# Folders whose sources the release build compiles several at a time; the rest share private names.
+set(TOLVANE_TOGETHER app checker cli embedded format query)
+set(TOLVANE_ALONE QueryCheck.cpp)
 
 # tolvane_library(NAME SOURCES file... LINKS target...)
 # One static library a folder, linked only to the folders that it may include.
@@ -65,14 +61,9 @@ function(tolvane_library name)
   if(TOLVANE_PCH)
     target_precompile_headers(tolvane_${name} REUSE_FROM tolvane_standard)
   endif()
-  if(TOLVANE_UNITY)
+  if(TOLVANE_UNITY AND name IN_LIST TOLVANE_TOGETHER)
     set_target_properties(tolvane_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
-    file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
-    foreach(source ${arg_SOURCES})
-      if("${folder}/${source}" IN_LIST TOLVANE_ALONE)
-        set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
-      endif()
-    endforeach()
+    set_source_files_properties(${TOLVANE_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   endif()
   set_property(GLOBAL APPEND PROPERTY TOLVANE_SOURCES ${arg_SOURCES})
 endfunction()

@@ -111,6 +111,8 @@ struct SRecoveryRules {
   bool tellOmittedObjects;
   // A damaged file of which no table of the user's came back counts as nothing, whatever else came back.
   bool userTablesDecide;
+
+  bool operator==(const SRecoveryRules&) const = default;
 };
 
 inline constexpr SRecoveryRules kStandardRules{

@@ -1,0 +1,335 @@
+// Every rule of reading by itself: a file that it decides, what the standard set makes of it and what the
+// exact reading of this one rule does.
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "engine/AccessRepair.h"
+#include "store/FileNameManager.h"
+#include "store/ValueStream.h"
+#include "tests/engine/EngineTest.h"
+
+namespace tolvane {
+
+namespace {
+
+struct SRuleCase {
+  const char* rule;
+  // Sets this rule, and no other, as it is in `from`.
+  void (*take)(SRecoveryRules& rules, const SRecoveryRules& from);
+  // What the rules make of a file, in words.
+  std::string (*read)(const SRecoveryRules& rules);
+  const char* standard;
+  const char* exact;
+};
+
+template <auto Rule>
+void Take(SRecoveryRules& rules, const SRecoveryRules& from) {
+  rules.*Rule = from.*Rule;
+}
+
+// The recovered table "T" of a file that begins as a sound one.
+class CRuleFile : public CDatabaseBuilder {
+ public:
+  explicit CRuleFile(const SLayout& layout) : CDatabaseBuilder(layout), m_layout(layout) {}
+
+  uint32_t AddNamedTable(const STableSpec& spec) {
+    const uint32_t page = AddTable(spec);
+    AddCatalogueRow(page, u"T", 1);
+    return page;
+  }
+  uint32_t AddSmallRows(uint32_t owner) {
+    return AddDataPage(owner, {{SmallRow(m_layout, 1, u"Ann")}, {SmallRow(m_layout, 2, u"Bob")}});
+  }
+
+ private:
+  const SLayout& m_layout;
+};
+
+using Describe = std::function<std::string(const CAccessTable&)>;
+
+std::string ReadTable(const SRecoveryRules& rules, const Bytes& bytes, const Describe& describe,
+                      const std::optional<Bytes>& healthy = {}) {
+  const CTempFile source(bytes), definitions(healthy.value_or(bytes));
+  CAccessRepair repair(rules);
+  repair.Repair(source.GetPath(), u"", healthy ? definitions.GetPath() : source.GetPath());
+  if (repair.GetData() == nullptr) return "no result";
+  const CAccessTable* const table = TableNamed(*repair.GetData(), u"T");
+  return table != nullptr ? describe(*table) : "no table";
+}
+
+std::string Rows(const CAccessTable& table) {
+  return std::to_string(table.header.rowCount) + " rows";
+}
+
+std::string Columns(const CAccessTable& table) {
+  std::string text;
+  for (const CAccessColumn& column : table.columns)
+    text += ToUtf8(column.GetName()) + " " + std::to_string(column.number) + ", ";
+  return text;
+}
+
+std::string Indexes(const CAccessTable& table) {
+  std::string text;
+  for (const CAccessTableIndex& index : table.indexes) {
+    text += ToUtf8(index.name) + ":";
+    if (index.primary != 0) text += " primary";
+    if (index.unique != 0) text += " unique";
+    if (index.ignoreNulls != 0) text += " ignores nulls";
+    if (index.required != 0) text += " required";
+    text += "; ";
+  }
+  return text;
+}
+
+std::string LastValue(const CAccessTable& table) {
+  CValueStream stream;
+  stream.Open(CFileNameManager().GetDataFilePath(table.GetDefinitionOffset()));
+  uint32_t count = 0;
+  std::string value = "none";
+  for (std::u16string text; stream.ReadCount(count) && stream.ReadText(count, text);)
+    value = "'" + ToUtf8(text) + "'";
+  return value;
+}
+
+// --- pages ---
+
+std::string FreedPage(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  // The first map of page 1: kind, first page, then a bit a page that is set while the page is free.
+  const uint32_t map = file.Page(kGlobalMapPage).Get16(kLayoutJet4.data.slots);
+  file.Page(kGlobalMapPage).Put8(map + 5 + page / 8, 1u << page % 8);
+  return ReadTable(rules, file.Build(), Rows);
+}
+
+std::string OwnerThatIsGone(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t table = file.AddNamedTable(SmallTable());
+  file.AddSmallRows(table);
+  const Bytes healthy = file.Build();
+  file.Page(table).Fill(0);
+  return ReadTable(rules, file.Build(), Rows, healthy);
+}
+
+std::string DefinitionWithoutMark(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t table = file.AddNamedTable(SmallTable());
+  file.AddSmallRows(table);
+  file.Page(table).Put32(kLayoutJet4.definition.magic, 0);
+  return ReadTable(rules, file.Build(), Rows);
+}
+
+// --- definitions ---
+
+std::string CatalogueDefinitionGone(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  file.Page(kObjectsPage).Fill(0);
+  return ReadTable(rules, file.Build(), Rows);
+}
+
+std::string NumbersAbove255(const SRecoveryRules& rules) {
+  STableSpec spec = SmallTable();
+  spec.columns[1].number = 0x0102;
+  CRuleFile file(kLayoutJet4);
+  file.AddNamedTable(spec);
+  return ReadTable(rules, file.Build(), Columns);
+}
+
+// A table with an index whose definition `change` has changed; `at` is where its first real index begins.
+std::string ReadIndexes(const SRecoveryRules& rules, const SLayout& layout, size_t indexes,
+                        const std::function<void(CPageBytes& page, size_t at)>& change) {
+  STableSpec spec = SmallTable();
+  for (size_t i = 0; i < indexes; i++)
+    spec.indexes.push_back({.columns = {{static_cast<uint16_t>(i)}}, .name = i == 0 ? u"A" : u"B"});
+  CRuleFile file(layout);
+  const uint32_t table = file.AddNamedTable(spec);
+  size_t at = layout.definition.headerSize + indexes * layout.definition.statisticsSize;
+  for (const SColumnSpec& column : spec.columns)
+    at += layout.column.size + layout.text.nameLengthSize + StoredText(column.name, layout).size();
+  change(file.Page(table), at);
+  return ReadTable(rules, file.Build(), Indexes);
+}
+
+constexpr size_t kFlagsOfTheFormat = 46, kFlagsOfTheStandard = 42;
+
+std::string FlagsOfAnIndex(const SRecoveryRules& rules) {
+  return ReadIndexes(rules, kLayoutJet4, 1, [](CPageBytes& page, size_t at) {
+    page.Put8(at + kFlagsOfTheStandard, kIndexUnique).Put8(at + kFlagsOfTheFormat, kIndexRequired);
+  });
+}
+
+std::string SeveralFlagsOfAnIndex(const SRecoveryRules& rules) {
+  return ReadIndexes(rules, kLayoutJet4, 1, [](CPageBytes& page, size_t at) {
+    const uint32_t flags = kIndexUnique | kIndexIgnoreNulls | kIndexRequired;
+    page.Put8(at + kFlagsOfTheStandard, flags).Put8(at + kFlagsOfTheFormat, flags);
+  });
+}
+
+// The entry with number 0 makes the real index 1 the primary key.
+std::string PrimaryKeyByNumber(const SRecoveryRules& rules, const SLayout& layout) {
+  return ReadIndexes(rules, layout, 2, [&layout](CPageBytes& page, size_t at) {
+    const SLogicalIndexLayout& entry = layout.logicalIndex;
+    const size_t logical = at + 2 * size_t{layout.realIndex.size};
+    page.Put32(logical + entry.number, 0).Put32(logical + entry.realIndex, 1);
+    page.Put8(logical + entry.kind, kIndexKindPrimary);
+  });
+}
+
+std::string SecondEntryOfOneIndex(const SRecoveryRules& rules) {
+  STableSpec spec = SmallTable();
+  spec.indexes = {{.columns = {{0}}, .name = u"A"}};
+  Bytes definition = MakeDefinition(spec, kLayoutJet4);
+  const SLogicalIndexLayout& entry = kLayoutJet4.logicalIndex;
+  size_t names = definition.size() - 2 - 4;  // the end mark and the name of two bytes behind its length
+  Bytes second(entry.size);
+  second[entry.kind] = kIndexKindPrimary;
+  second[entry.number] = 0;
+  definition.insert(definition.begin() + static_cast<ptrdiff_t>(names), second.begin(), second.end());
+  definition[kLayoutJet4.definition.logicalCount] = 2;
+  definition[kLayoutJet4.definition.length] =
+      static_cast<uint8_t>(definition[kLayoutJet4.definition.length] + entry.size);
+  CRuleFile file(kLayoutJet4);
+  file.AddCatalogueRow(file.AddDefinition(definition), u"T", 1);
+  return ReadTable(rules, file.Build(), Indexes);
+}
+
+std::string NamesOfAccess97(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet3);
+  file.AddNamedTable(SmallTable());
+  return ReadTable(rules, file.Build(), Columns);
+}
+
+// --- rows ---
+
+// The small rows of a file whose page of rows `change` has changed.
+std::string ReadRows(const SRecoveryRules& rules,
+                     const std::function<void(CRuleFile& file, uint32_t page)>& change) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  change(file, page);
+  return ReadTable(rules, file.Build(), Rows);
+}
+
+uint32_t SlotOf(CRuleFile& file, uint32_t page) {
+  return file.Page(page).Get16(kLayoutJet4.data.slots);
+}
+
+std::string StartBeyondThePage(const SRecoveryRules& rules) {
+  return ReadRows(rules, [](CRuleFile& file, uint32_t page) {
+    file.Page(page).Put16(kLayoutJet4.data.slots, SlotOf(file, page) | 0x1000);
+  });
+}
+
+std::string RowBehindALostPointer(const SRecoveryRules& rules) {
+  return ReadRows(rules, [](CRuleFile& file, uint32_t page) {
+    file.Page(page).Put16(kLayoutJet4.data.slots, SlotOf(file, page) | kSlotHidden);
+  });
+}
+
+std::string PointerToAnothersRow(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t table = file.AddNamedTable(SmallTable());
+  const uint32_t other = file.AddSmallRows(file.AddTable(SmallTable()));
+  file.AddDataPage(table, {{MakePointerRow(other, 0), kSlotPointer}});
+  return ReadTable(rules, file.Build(), Rows);
+}
+
+std::string ManyStoredColumns(const SRecoveryRules& rules) {
+  STableSpec wide = SmallTable();
+  wide.columns[1].number = 299;
+  CRuleFile file(kLayoutJet4);
+  const uint32_t table = file.AddNamedTable(wide);
+  file.AddDataPage(table, {{MakeRow(wide, kLayoutJet4, {Little(1, 4), StoredText(u"Ann", kLayoutJet4)})}});
+  return ReadTable(rules, file.Build(), Rows);
+}
+
+// --- values ---
+
+std::string ReadValue(const SRecoveryRules& rules, uint8_t type, const Bytes& value) {
+  STableSpec spec;
+  spec.AddFixed(u"V", type, static_cast<uint16_t>(value.size()));
+  CRuleFile file(kLayoutJet4);
+  file.AddDataPage(file.AddNamedTable(spec), {{MakeRow(spec, kLayoutJet4, {value})}});
+  return ReadTable(rules, file.Build(), LastValue);
+}
+
+std::string NegativeDecimal(const SRecoveryRules& rules) {
+  return ReadValue(rules, kTypeDecimal, Hex("80 00000000 00000000 00000000 05000000"));
+}
+std::string SmallDouble(const SRecoveryRules& rules) {
+  return ReadValue(rules, kTypeDouble, Hex("8DEDB5A0F7C6B03E"));  // 1e-6
+}
+std::string Midnight(const SRecoveryRules& rules) {
+  return ReadValue(rules, kTypeDate, Hex("000000000000F03F"));  // a day after the first
+}
+
+const SRuleCase kCases[] = {
+    {"creditFreedPages", Take<&SRecoveryRules::creditFreedPages>, FreedPage, "2 rows", "0 rows"},
+    {"requireOwnerDefinition", Take<&SRecoveryRules::requireOwnerDefinition>, OwnerThatIsGone, "0 rows",
+     "2 rows"},
+    {"requireDefinitionMark", Take<&SRecoveryRules::requireDefinitionMark>, DefinitionWithoutMark, "2 rows",
+     "no table"},
+    {"columnNumberLowByteOnly", Take<&SRecoveryRules::columnNumberLowByteOnly>, NumbersAbove255,
+     "Id 0, Name 2, ", "Id 0, Name 258, "},
+    {"indexFlagsOffsetJet4", Take<&SRecoveryRules::indexFlagsOffsetJet4>, FlagsOfAnIndex, "Index0: unique; ",
+     "Index0: required; "},
+    {"indexFlagsExactMatch", Take<&SRecoveryRules::indexFlagsExactMatch>, SeveralFlagsOfAnIndex,
+     "Index0: unique; ", "Index0: unique ignores nulls required; "},
+    {"logicalIndexNumberOffsetJet4", Take<&SRecoveryRules::logicalIndexNumberOffsetJet4>,
+     [](const SRecoveryRules& rules) { return PrimaryKeyByNumber(rules, kLayoutJet4); },
+     "Index0: primary; Index1:; ", "Index0:; Index1: primary; "},
+    {"logicalCountIsRealCount", Take<&SRecoveryRules::logicalCountIsRealCount>, SecondEntryOfOneIndex,
+     "Index0:; ", "Index0: primary; "},
+    {"rawJet3Names", Take<&SRecoveryRules::rawJet3Names>, NamesOfAccess97, "\u6449 0, \u614E\u656D 1, ",
+     "Id 0, Name 1, "},
+    {"rowStartMask", Take<&SRecoveryRules::rowStartMask>, StartBeyondThePage, "2 rows", "1 rows"},
+    {"skipHiddenRows", Take<&SRecoveryRules::skipHiddenRows>, RowBehindALostPointer, "1 rows", "2 rows"},
+    {"trustOverflowTarget", Take<&SRecoveryRules::trustOverflowTarget>, PointerToAnothersRow, "1 rows",
+     "0 rows"},
+    {"maximumStoredColumns", Take<&SRecoveryRules::maximumStoredColumns>, ManyStoredColumns, "0 rows",
+     "1 rows"},
+    {"decimalLowWordsOnly", Take<&SRecoveryRules::decimalLowWordsOnly>, NegativeDecimal, "'5'", "'-5'"},
+    {"floatDecimals", Take<&SRecoveryRules::floatDecimals>, SmallDouble, "'0'", "'0.000001'"},
+    {"midnightKeepsBlank", Take<&SRecoveryRules::midnightKeepsBlank>, Midnight, "'1899-12-31 '",
+     "'1899-12-31'"},
+};
+
+class Rules : public CEngineTest, public testing::WithParamInterface<SRuleCase> {};
+INSTANTIATE_TEST_SUITE_P(All, Rules, testing::ValuesIn(kCases),
+                         [](const auto& one) { return std::string(one.param.rule); });
+
+TEST_P(Rules, DecidesAlone) {
+  EXPECT_EQ(GetParam().read(kStandardRules), GetParam().standard);
+  SRecoveryRules rules = kStandardRules;
+  GetParam().take(rules, kExactRules);
+  EXPECT_EQ(GetParam().read(rules), GetParam().exact);
+}
+
+// Rules that are the same in both sets.
+TEST_F(CEngineTest, RulesThatBothSetsShare) {
+  SRecoveryRules rules = kStandardRules;
+  EXPECT_EQ(CatalogueDefinitionGone(rules), "2 rows");
+  rules.useBuiltInCatalogue = false;
+  EXPECT_EQ(CatalogueDefinitionGone(rules), "no table");
+  rules = kStandardRules;
+  EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Index0:; Index1: primary; ");
+  rules.logicalIndexNumberOffsetJet3 = 0;
+  EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Index0: primary; Index1:; ");
+}
+
+TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
+  SRecoveryRules rules = kStandardRules;
+  for (const SRuleCase& one : kCases) one.take(rules, kExactRules);
+  // Pages that cannot be read: tests/engine/JudgementsTest.cpp; rules of saving: tests/writer.
+  Take<&SRecoveryRules::unreadablePageKeepsPrevious>(rules, kExactRules);
+  Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
+  Take<&SRecoveryRules::dropEmptyRows>(rules, kExactRules);
+  Take<&SRecoveryRules::queriesAreTheirText>(rules, kExactRules);
+  EXPECT_TRUE(rules == kExactRules) << "a rule without a test";
+}
+
+}  // namespace
+
+}  // namespace tolvane
