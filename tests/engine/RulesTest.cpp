@@ -265,6 +265,10 @@ std::string Midnight(const SRecoveryRules& rules) {
   return ReadValue(rules, kTypeDate, Hex("000000000000F03F"));  // a day after the first
 }
 
+std::string NumberThatSpellsAB(const SRecoveryRules& rules) {
+  return ReadValue(rules, kTypeLong, StoredText(u"AB", kLayoutJet4));
+}
+
 const SRuleCase kCases[] = {
     {"creditFreedPages", Take<&SRecoveryRules::creditFreedPages>, FreedPage, "2 rows", "0 rows"},
     {"requireOwnerDefinition", Take<&SRecoveryRules::requireOwnerDefinition>, OwnerThatIsGone, "0 rows",
@@ -292,6 +296,7 @@ const SRuleCase kCases[] = {
      "1 rows"},
     {"decimalLowWordsOnly", Take<&SRecoveryRules::decimalLowWordsOnly>, NegativeDecimal, "'5'", "'-5'"},
     {"floatDecimals", Take<&SRecoveryRules::floatDecimals>, SmallDouble, "'0'", "'0.000001'"},
+    {"recordsHoldTexts", Take<&SRecoveryRules::recordsHoldTexts>, NumberThatSpellsAB, "'4325441'", "'AB'"},
     {"midnightKeepsBlank", Take<&SRecoveryRules::midnightKeepsBlank>, Midnight, "'1899-12-31 '",
      "'1899-12-31'"},
 };
@@ -324,6 +329,7 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   for (const SRuleCase& one : kCases) one.take(rules, kExactRules);
   // Pages that cannot be read: tests/engine/JudgementsTest.cpp; rules of saving: tests/writer.
   Take<&SRecoveryRules::unreadablePageKeepsPrevious>(rules, kExactRules);
+  Take<&SRecoveryRules::reduceFields>(rules, kExactRules);
   Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
   Take<&SRecoveryRules::dropEmptyRows>(rules, kExactRules);
   Take<&SRecoveryRules::queriesAreTheirText>(rules, kExactRules);
