@@ -84,7 +84,7 @@ std::string Indexes(const CAccessTable& table) {
 
 std::string LastValue(const CAccessTable& table) {
   CValueStream stream;
-  stream.Open(CFileNameManager().GetDataFilePath(table.GetDefinitionOffset()));
+  stream.Open(CFileNameManager(GetWorkFolder()).GetDataFilePath(table.GetDefinitionOffset()));
   uint32_t count = 0;
   std::string value = "none";
   for (std::u16string text; stream.ReadCount(count) && stream.ReadText(count, text);)
@@ -277,15 +277,15 @@ const SRuleCase kCases[] = {
      "no table"},
     {"columnNumberLowByteOnly", Take<&SRecoveryRules::columnNumberLowByteOnly>, NumbersAbove255,
      "Id 0, Name 2, ", "Id 0, Name 258, "},
-    {"indexFlagsOffsetJet4", Take<&SRecoveryRules::indexFlagsOffsetJet4>, FlagsOfAnIndex, "Index0: unique; ",
-     "Index0: required; "},
+    {"indexFlagsOffsetJet4", Take<&SRecoveryRules::indexFlagsOffsetJet4>, FlagsOfAnIndex, "Index_0: unique; ",
+     "Index_0: required; "},
     {"indexFlagsExactMatch", Take<&SRecoveryRules::indexFlagsExactMatch>, SeveralFlagsOfAnIndex,
-     "Index0: unique; ", "Index0: unique ignores nulls required; "},
+     "Index_0: unique; ", "Index_0: unique ignores nulls required; "},
     {"logicalIndexNumberOffsetJet4", Take<&SRecoveryRules::logicalIndexNumberOffsetJet4>,
      [](const SRecoveryRules& rules) { return PrimaryKeyByNumber(rules, kLayoutJet4); },
-     "Index0: primary; Index1:; ", "Index0:; Index1: primary; "},
+     "Primary Key: primary; Index_1:; ", "Index_0:; Primary Key: primary; "},
     {"logicalCountIsRealCount", Take<&SRecoveryRules::logicalCountIsRealCount>, SecondEntryOfOneIndex,
-     "Index0:; ", "Index0: primary; "},
+     "Index_0:; ", "Primary Key: primary; "},
     {"rawJet3Names", Take<&SRecoveryRules::rawJet3Names>, NamesOfAccess97, "\u6449 0, \u614E\u656D 1, ",
      "Id 0, Name 1, "},
     {"rowStartMask", Take<&SRecoveryRules::rowStartMask>, StartBeyondThePage, "2 rows", "1 rows"},
@@ -295,10 +295,10 @@ const SRuleCase kCases[] = {
     {"maximumStoredColumns", Take<&SRecoveryRules::maximumStoredColumns>, ManyStoredColumns, "0 rows",
      "1 rows"},
     {"decimalLowWordsOnly", Take<&SRecoveryRules::decimalLowWordsOnly>, NegativeDecimal, "'5'", "'-5'"},
-    {"floatDecimals", Take<&SRecoveryRules::floatDecimals>, SmallDouble, "'0'", "'0.000001'"},
+    {"floatDecimals", Take<&SRecoveryRules::floatDecimals>, SmallDouble, "'0.00000'", "'1e-06'"},
     {"recordsHoldTexts", Take<&SRecoveryRules::recordsHoldTexts>, NumberThatSpellsAB, "'4325441'", "'AB'"},
-    {"midnightKeepsBlank", Take<&SRecoveryRules::midnightKeepsBlank>, Midnight, "'1899-12-31 '",
-     "'1899-12-31'"},
+    {"midnightKeepsBlank", Take<&SRecoveryRules::midnightKeepsBlank>, Midnight, "'12/31/1899 '",
+     "'12/31/1899'"},
 };
 
 class Rules : public CEngineTest, public testing::WithParamInterface<SRuleCase> {};
@@ -319,20 +319,31 @@ TEST_F(CEngineTest, RulesThatBothSetsShare) {
   rules.useBuiltInCatalogue = false;
   EXPECT_EQ(CatalogueDefinitionGone(rules), "no table");
   rules = kStandardRules;
-  EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Index0:; Index1: primary; ");
+  EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Index_0:; Primary Key: primary; ");
   rules.logicalIndexNumberOffsetJet3 = 0;
-  EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Index0: primary; Index1:; ");
+  EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Primary Key: primary; Index_1:; ");
 }
 
 TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   SRecoveryRules rules = kStandardRules;
   for (const SRuleCase& one : kCases) one.take(rules, kExactRules);
-  // Pages that cannot be read: tests/engine/JudgementsTest.cpp; rules of saving: tests/writer.
+  // In ExactRulesTest.cpp, with files of their own.
+  Take<&SRecoveryRules::pagesDecideFormat>(rules, kExactRules);
+  Take<&SRecoveryRules::adoptOrphanPages>(rules, kExactRules);
+  Take<&SRecoveryRules::templateMatchesByName>(rules, kExactRules);
+  Take<&SRecoveryRules::rowsMatchDefinition>(rules, kExactRules);
+  Take<&SRecoveryRules::surplusRowsAreDoubtful>(rules, kExactRules);
+  // In JudgementsTest.cpp, where reading fails.
   Take<&SRecoveryRules::unreadablePageKeepsPrevious>(rules, kExactRules);
+  // In tests/writer and tests/cli: what is saved and what is told.
   Take<&SRecoveryRules::reduceFields>(rules, kExactRules);
   Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
   Take<&SRecoveryRules::dropEmptyRows>(rules, kExactRules);
   Take<&SRecoveryRules::queriesAreTheirText>(rules, kExactRules);
+  Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
+  Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
+  Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
+  Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);
   EXPECT_TRUE(rules == kExactRules) << "a rule without a test";
 }
 
