@@ -340,6 +340,7 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
   Take<&SRecoveryRules::dropEmptyRows>(rules, kExactRules);
   Take<&SRecoveryRules::queriesAreTheirText>(rules, kExactRules);
+  Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
   Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
   Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
   Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
