@@ -231,7 +231,11 @@ CAccessTableDataFileParser::ERowEnd CAccessTableDataFileParser::ReadCatalogueRow
 // with the empty text.
 void CAccessTableDataFileParser::UseCatalogueRow(const CTablesByPage& tables, const SCatalogueRow& row,
                                                  CAccessData& parseData) const {
-  if (CAccessTable* const table = tables.Find(row.id)) NameTable(*table, row.name);
+  if (CAccessTable* const table = tables.Find(row.id)) {
+    NameTable(*table, row.name);
+    if (!m_rules.systemTablesByName && !row.flags.empty())
+      table->catalogueFlags = static_cast<uint32_t>(LeadingInteger(row.flags));
+  }
   if (row.type == m_strQueryType)
     parseData.GetQueryObjects().Append(std::make_unique<CQuerySysObject>(row.name, row.id, row.flags));
   CStatusProgress::Instance().SetText(std::u16string(kScanStatus) + row.name);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -77,6 +78,8 @@ class CAccessTable {
   // The row count that the definition held, before header.rowCount was replaced.
   uint32_t promisedRows = 0;
   ENameSource nameSource = ENameSource::Catalogue;
+  // Of its row in the catalogue; nothing where that is lost, or where the rules tell by the name.
+  std::optional<uint32_t> catalogueFlags;
 
  private:
   uint64_t m_definitionOffset;
@@ -84,9 +87,12 @@ class CAccessTable {
   std::u16string m_keyText;
 };
 
-// The database engine's own tables, told by their names; they are never saved.
+// The tables that are not the user's: the database engine's own, and the hidden ones that hold the values of
+// complex columns.
 inline constexpr std::u16string_view kSystemTablePrefix = u"MSys";
+inline constexpr uint32_t kSystemObjectFlags = 0x80000002;
 inline bool IsSystemTable(const CAccessTable& table) {
+  if (table.catalogueFlags) return (*table.catalogueFlags & kSystemObjectFlags) != 0;
   return table.name.starts_with(kSystemTablePrefix);
 }
 

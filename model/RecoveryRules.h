@@ -85,6 +85,11 @@ struct SRecoveryRules {
   // themselves, and a table's objects stand in one file.
   bool recordsHoldTexts;
 
+  // --- names ---
+
+  // The tables that are not the user's are told by their names alone; otherwise by the catalogue's flags.
+  bool systemTablesByName;
+
   // --- saving ---
 
   // Fields have a type, a size and little else; binary columns become long binary, decimal ones double, and
@@ -95,7 +100,8 @@ struct SRecoveryRules {
   bool dropBytesAbove127;
   // A row whose values are all empty is not stored.
   bool dropEmptyRows;
-  // A saved query is what its rebuilt SQL text says, and not its rows; those of forms and reports are left out.
+  // A saved query is what its rebuilt SQL text says, and not its rows; those of forms and reports are left
+  // out.
   bool queriesAreTheirText;
   // A relationship whose deletes set references to null counts as one whose properties are lost.
   bool nullCascadeIsUnknown;
@@ -142,6 +148,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .floatDecimals = 5,
     .midnightKeepsBlank = true,
     .recordsHoldTexts = true,
+    .systemTablesByName = true,
     .reduceFields = true,
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
@@ -180,6 +187,7 @@ inline constexpr SRecoveryRules kExactRules{
     .floatDecimals = kShortestDigits,
     .midnightKeepsBlank = false,
     .recordsHoldTexts = false,
+    .systemTablesByName = false,
     .reduceFields = false,
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,

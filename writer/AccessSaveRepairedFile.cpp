@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <utility>
 
+#include "model/MSysComplexColumnsData.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -38,6 +40,25 @@ int32_t VersionOf(EOutputFormat format) {
   }
 }
 
+// The hidden tables that hold the values of the complex columns of saved tables, by the names that they get:
+// the new database has these values in tables that everyone can see.
+std::map<const CAccessTable*, std::u16string> FindValueTables(const CAccessData& data) {
+  std::map<const CAccessTable*, std::u16string> found;
+  for (const auto& table : data.GetTables()) {
+    if (!IsSaved(*table)) continue;
+    for (const CAccessColumn& column : table->columns) {
+      if (column.GetComplexData() == nullptr) continue;
+      const int64_t page = LeadingInteger(column.GetComplexData()->flatTable);
+      if (page <= 0 || page > UINT32_MAX) continue;
+      const CAccessTable* const values =
+          data.GetTables().FindTable(static_cast<uint64_t>(page) * data.source.pageSize);
+      if (values == nullptr || !IsSystemTable(*values) || values->columns.GetCount() == 0) continue;
+      found.try_emplace(values, table->name + u"_" + std::u16string(column.GetName()));
+    }
+  }
+  return found;
+}
+
 // "1 record", "12 records"
 std::u16string Counted(uint64_t count, std::u16string_view noun) {
   return ToDecimal(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
@@ -70,10 +91,13 @@ void CAccessSaveRepairedFile::PrepareTables() {
   m_summary = {};
   m_relations.reset();
   m_tables.clear();
+  const auto valueTables = FindValueTables(*m_data);
   for (const auto& table : m_data->GetTables()) {
-    if (!IsSaved(*table)) continue;
+    const auto values = valueTables.find(table.get());
+    if (!IsSaved(*table) && values == valueTables.end()) continue;
     SSavedTable& saved = m_tables.emplace_back();
     saved.table = table.get();
+    saved.wantedName = values == valueTables.end() ? table->name : values->second;
     saved.loss.table = table->name;
   }
 }
@@ -111,7 +135,7 @@ ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
     CProgressStatus::Instance().IncrementPos();
     if (!IsSaving()) return ESaveStep::Stopped;
     CStatusProgress::Instance().SetText(u"(Step 1/2)Saving table name and structure: " + table->name);
-    if (!IsSaved(*table)) continue;
+    if (next == m_tables.size() || m_tables[next].table != table.get()) continue;
     SSavedTable& saved = m_tables[next++];
     const ESaveStep step = builder.Build(saved);
     if (step != ESaveStep::Done) return step;

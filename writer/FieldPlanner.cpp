@@ -104,10 +104,10 @@ void CFieldPlanner::ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& 
   plan.info.precision = std::clamp(precision, std::max<uint8_t>(plan.info.scale, 1), kMostDigits);
 }
 
-void CFieldPlanner::ChooseType(const CAccessColumn& column, SFieldPlan& plan) const {
+void CFieldPlanner::ChooseType(uint8_t type, const CAccessColumn& column, SFieldPlan& plan) const {
   CDaoFieldInfo& info = plan.info;
-  info.type = column.type;
-  switch (column.type) {
+  info.type = type;
+  switch (type) {
     case kTypeBoolean:
     case kTypeByte:
     case kTypeInteger:
@@ -157,12 +157,27 @@ void CFieldPlanner::ChooseType(const CAccessColumn& column, SFieldPlan& plan) co
   }
 }
 
-SFieldPlan CFieldPlanner::PlanAsItIs(const CAccessColumn& column) {
+// The new database holds the results; a text may be as long as a text field can be.
+void CFieldPlanner::ChooseResult(const CAccessColumn& column, const SValueKind& result,
+                                 SFieldPlan& plan) const {
+  const uint8_t type = result.type != kTypeNone ? result.type : column.type;
+  plan.info.attributes = kDaoUpdatable;
+  ChooseType(type, column, plan);
+  if (type == kTypeText) plan.info.size = kTextFieldSize;
+  if (type == kTypeDecimal) ChooseDecimal(kMostDigits, result.scale, plan);
+  plan.instead = u"the results of its calculation";
+}
+
+SFieldPlan CFieldPlanner::PlanAsItIs(const CAccessColumn& column, const SValueKind& result) {
   SFieldPlan plan;
   plan.form = EFieldForm::Described;
   plan.info.name = column.GetName();
   plan.info.attributes = kDaoUpdatable | (column.IsFixed() ? kDaoFixedField : kDaoVariableField);
-  ChooseType(column, plan);
+  if (IsCalculated(column.extendedFlags)) {
+    ChooseResult(column, result, plan);
+    return plan;
+  }
+  ChooseType(column.type, column, plan);
   if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0 && !m_hasCounter) {
     m_hasCounter = true;
     plan.info.attributes |= kDaoAutoIncrement;

@@ -7,6 +7,7 @@
 #include "dao/dao.h"
 #include "model/AccessColumn.h"
 #include "model/RecoveryRules.h"
+#include "store/ValueRecord.h"
 
 namespace tolvane {
 
@@ -31,14 +32,16 @@ class CFieldPlanner {
   CFieldPlanner(const SRecoveryRules& rules, int32_t version, uint32_t lastNumber)
       : m_rules(rules), m_version(version), m_lastNumber(lastNumber) {}
 
-  SFieldPlan Plan(const CAccessColumn& column) {
-    return m_rules.reduceFields ? PlanReduced(column) : PlanAsItIs(column);
+  // `result` is the type of a calculated column's results.
+  SFieldPlan Plan(const CAccessColumn& column, const SValueKind& result = {}) {
+    return m_rules.reduceFields ? PlanReduced(column) : PlanAsItIs(column, result);
   }
 
  private:
   SFieldPlan PlanReduced(const CAccessColumn& column);
-  SFieldPlan PlanAsItIs(const CAccessColumn& column);
-  void ChooseType(const CAccessColumn& column, SFieldPlan& plan) const;
+  SFieldPlan PlanAsItIs(const CAccessColumn& column, const SValueKind& result);
+  void ChooseType(uint8_t type, const CAccessColumn& column, SFieldPlan& plan) const;
+  void ChooseResult(const CAccessColumn& column, const SValueKind& result, SFieldPlan& plan) const;
   void ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& plan) const;
 
   const SRecoveryRules& m_rules;

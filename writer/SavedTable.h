@@ -52,7 +52,8 @@ struct SSavedTable {
 
   const CAccessTable* table = nullptr;
   bool isCreated = false;
-  std::u16string name;                     // in the new database
+  std::u16string wantedName;               // what the new database is to call it
+  std::u16string name;                     // what it does
   std::vector<size_t> fields;              // by column: its field, or kNoField
   std::vector<SFieldType> fieldTypes;      // by column: what its values become
   std::vector<std::u16string> fieldNames;  // by column; empty where there is no field

@@ -4,6 +4,7 @@
 
 #include "platform/Text.h"
 #include "status/Status.h"
+#include "writer/ResultTypes.h"
 
 namespace tolvane {
 
@@ -46,7 +47,7 @@ std::u16string Quoted(std::u16string_view name) {
 }  // namespace
 
 ESaveStep CTableBuilder::Build(SSavedTable& saved) {
-  saved.name = saved.table->name;
+  saved.name = saved.wantedName;
   std::u16string wanted = saved.name;
   EIndexes indexes = EIndexes::Create;
   CDaoResult refusal;
@@ -56,7 +57,10 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
     if (!EndsSave(tried.result.code)) m_tableNames.Take(saved.name);
     if (tried.result.IsOk()) {
       saved.isCreated = true;
-      if (saved.name != saved.table->name)
+      if (saved.wantedName != saved.table->name)
+        m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
+                          u": it holds the values of a column");
+      else if (saved.name != saved.table->name)
         m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
                           u": " + refusal.text);
       KeepNotes(saved);
@@ -114,6 +118,8 @@ CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes ind
 CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped) {
   const CAccessColumnList& columns = saved.table->columns;
   CFieldPlanner planner(m_rules, m_version, saved.table->header.nextAutoNumber);
+  m_resultTypes =
+      m_rules.recordsHoldTexts ? std::vector<SValueKind>(columns.GetCount()) : FindResultTypes(*saved.table);
   m_fieldNames = {};
   m_columnByNumber.clear();
   saved.fieldNames.assign(columns.GetCount(), {});
@@ -125,7 +131,7 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
     isStopped = !CSavingStatus::Instance().IsSaving();
     if (isStopped) return CDaoResult::Ok();
     const CAccessColumn& column = *columns.GetAt(i);
-    SFieldPlan plan = planner.Plan(column);
+    SFieldPlan plan = planner.Plan(column, m_resultTypes[i]);
     m_columnByNumber.try_emplace(column.number, i);
     CDaoResult result{EDaoError::TooManyFields, u"A table holds at most 255 fields."};
     if (fieldCount < kMaximumFields) result = AddField(column, plan, tableDef);

@@ -65,6 +65,7 @@ class CTableBuilder {
   // Of the attempt that runs.
   CNameSet m_fieldNames;
   std::unordered_map<uint16_t, size_t> m_columnByNumber;  // the first one of each number
+  std::vector<SValueKind> m_resultTypes;                  // by column
   std::vector<std::u16string> m_notes;
   uint64_t m_columnsLost = 0;
   uint64_t m_indexesLost = 0;
