@@ -92,7 +92,14 @@ void Walk(CPageReader& file, uint64_t from, const F& take) {
 
 class CHeadFinder {
  public:
-  CHeadFinder(CPageReader& file, uint64_t from) {
+  // Bytes made for it can look like a head every few bytes; no file of pages has more than so many a page, or
+  // more headers than so many.
+  static constexpr uint64_t kHeadsEach = 4;
+  static constexpr size_t kMostMarks = 4096;
+
+  CHeadFinder(CPageReader& file, uint64_t from)
+      : m_mostHeads(static_cast<size_t>(kHeadsEach * file.GetFileLength() / kLayoutJet3.pageSize) +
+                    kHeadsEach) {
     Walk(file, from, [this](uint64_t at, Bytes bytes, size_t taken) { TakeBlock(at, bytes, taken); });
   }
 
@@ -112,16 +119,18 @@ class CHeadFinder {
   }
 
   void TakePlace(uint64_t place, Bytes bytes) {
-    if (bytes[0] == 0 && bytes.size() >= kHeaderMark.size() &&
+    if (bytes[0] == 0 && marks.size() < kMostMarks && bytes.size() >= kHeaderMark.size() &&
         std::equal(kHeaderMark.begin(), kHeaderMark.end(), bytes.begin(),
                    [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; }))
       marks.push_back(place);
     if (bytes[0] == 0 || bytes[0] > kPageEmptiedData) return;
     for (size_t i = 0; i < kLayouts.size(); i++)
-      if (bytes.size() >= kLayouts[i]->pageSize &&
+      if (heads[i].size() < m_mostHeads && bytes.size() >= kLayouts[i]->pageSize &&
           IsSoundPage(bytes.first(kLayouts[i]->pageSize), *kLayouts[i]))
         heads[i].push_back({place, OwnerOf(bytes), bytes[0] == kPageDefinition});
   }
+
+  size_t m_mostHeads;
 };
 
 // Splits heads, in their order in the file, into runs that keep one distance. Another distance begins where
