@@ -39,7 +39,7 @@ LEFT_TO_MDB_READER = 'mdbtools: binary columns, dates before 1900 and long numbe
 def export(options, path, *more):
     """{table: (column names, rows of texts)} of the program; `more` are further options."""
     with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
-        report = json.loads(corpus.tolvane(options, 'export', path, '--to', folder, '--json', '--quiet', *more))
+        report = json.loads(corpus.tolvane(options, 'export', path, '--to', folder, '--json', '--quiet', *corpus.STANDARD, *more))
         tables = {}
         for entry in report['files']:
             with open(entry['path'], encoding='utf-8', newline='') as file:

@@ -22,7 +22,7 @@ JOINS, PIVOTS = '7', ('9', '1')  # attribute; attribute and flag of what stands 
 
 def shown_queries(options, path):
     """name -> query as `tolvane queries` lists it, hidden ones included."""
-    listed = corpus.tolvane(options, 'queries', '--rules', 'exact', '--json', '--all', path, good=(0, 3, 4))
+    listed = corpus.tolvane(options, 'queries', *corpus.EXACT, '--json', '--all', path, good=(0, 3, 4))
     return {query['name']: query for query in json.loads(listed)['queries']}
 
 
@@ -67,7 +67,7 @@ def compare_file(options, path, healthy, verdict):
     for name in set(known) & set(shown):
         check_text(shown[name], known[name][1], verdict)
     verdict.rows, verdict.cells = len(known), sum(len(rows) for _, rows in known.values())
-    output, told = corpus.repair(options, path, 'output', '--rules', 'exact')
+    output, told = corpus.repair(options, path, 'output', *corpus.EXACT)
     counts = told['saving']
     if counts['queriesLost'] or counts['queriesSkipped'] or counts['queriesChanged']:
         verdict.error('told: %r' % counts)

@@ -37,7 +37,7 @@ def pairs_by_readers(path, verdict):
 
 
 def compare_healthy(options, path, local, pairs, verdict):
-    output, told = corpus.repair(options, path)
+    output, told = corpus.repair(options, path, 'output', *corpus.STANDARD)
     expected = [pair for pair in pairs if pair.szObject in local and pair.szReferencedObject in local]
     if len(expected) < len(pairs):
         verdict.note('relationship with a table of another database: told, not saved', len(pairs) - len(expected))
@@ -47,7 +47,7 @@ def compare_healthy(options, path, local, pairs, verdict):
     saving = told['saving']
     if saving['relationshipsLost'] != len(pairs) - len(expected) or saving['relationshipsNoLongerEnforced']:
         verdict.error('the summary counts %r' % saving)
-    found = json.loads(corpus.tolvane(options, 'tables', path, '--json'))['relationships']
+    found = json.loads(corpus.tolvane(options, 'tables', path, '--json', *corpus.STANDARD))['relationships']
     listed = sorted((one['name'], one['table'], column, one['referencedTable'], referenced)
                     for one in found for column, referenced in zip(one['columns'], one['referencedColumns']))
     if listed != [(pair.szRelationship, *pair[4:]) for pair in pairs]:
@@ -59,7 +59,7 @@ def lose_references(options, path, healthy, local, pairs, verdict):
     damage = corpus.Damage(healthy)
     for name in {pair.szReferencedObject for pair in pairs}:
         damage.zero(local[name].data_pages())
-    output, told = corpus.repair(options, damage.save(options, path))
+    output, told = corpus.repair(options, damage.save(options, path), 'output', *corpus.STANDARD)
     cascades = CASCADE_UPDATES | CASCADE_DELETES
     expected = [pair._replace(grbit=str(int(pair.grbit) & ~cascades | NOT_ENFORCED)) for pair in pairs]
     found, saving = pairs_by_readers(output, verdict), told['saving']
@@ -78,7 +78,7 @@ def scramble_pairs(options, path, healthy, local, verdict):
             damage = corpus.Damage(healthy)
             for at in range(number * healthy.size + 16, (number + 1) * healthy.size, step):
                 damage.bytes[at] = value
-            pairs_by_readers(corpus.repair(options, damage.save(options, path))[0], verdict)
+            pairs_by_readers(corpus.repair(options, damage.save(options, path), 'output', *corpus.STANDARD)[0], verdict)
 
 
 def compare_file(options, path, healthy, verdict):

@@ -75,10 +75,10 @@ def check_numbers(verdict, name, source, table, view):
 
 
 def compare_file(options, path, healthy, verdict):
-    once, _ = corpus.repair(options, path, 'once')
-    twice, _ = corpus.repair(options, once, 'twice')
+    once, _ = corpus.repair(options, path, 'once', *corpus.STANDARD)
+    twice, _ = corpus.repair(options, once, 'twice', *corpus.STANDARD)
     first, second, third = (compare_export.export(options, file) for file in (path, once, twice))
-    report = json.loads(corpus.tolvane(options, 'tables', path, '--json', '--quiet'))
+    report = json.loads(corpus.tolvane(options, 'tables', path, '--json', '--quiet', *corpus.STANDARD))
     types = {table['name']: [column['typeCode'] for column in table['columns']] for table in report['tables']}
     want = {name: (names, saved_rows(verdict, rows, types[name])) for name, (names, rows) in first.items()}
     compare_tables(verdict, 'saved once', want, second)

@@ -13,6 +13,7 @@ import pages
 import readers
 
 SKIPPED = 77  # told to ctest
+STANDARD, EXACT = ('--rules', 'standard'), ('--rules', 'exact')  # what a comparison expects
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..')
 
 

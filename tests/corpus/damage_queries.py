@@ -93,14 +93,14 @@ KINDS = {  # each answers the rows that it wrote over, on pages that are else as
 
 
 def statements(options, path):
-    listed = json.loads(corpus.tolvane(options, 'queries', '--rules', 'exact', '--json', path, good=(0, 3, 4)))['queries']
+    listed = json.loads(corpus.tolvane(options, 'queries', *corpus.EXACT, '--json', path, good=(0, 3, 4)))['queries']
     return {query['name']: query['sql'] for query in listed if query['sql']}
 
 
 def check_kind(options, path, source, before, kind, verdict):
     damage = corpus.Damage(source.healthy)
     touched = set(map(source.query_of, KINDS[kind](source, damage)))
-    output, told = corpus.repair(options, damage.save(options, path), 'output', '--rules', 'exact')
+    output, told = corpus.repair(options, damage.save(options, path), 'output', *corpus.EXACT)
     after = statements(options, output)
     for name, sql in before.items():
         if name not in touched and not source.needs[name] & damage.touched:

@@ -167,7 +167,7 @@ def check_table(verdict, output, source, damage, rescued=None):
 
 def check_damage(options, path, tables, damage, verdict, rescued=None):
     copy = damage.save(options, path)
-    output = Output(corpus.repair(options, copy, 'output', *(['--template', path] if rescued else []))[0])
+    output = Output(corpus.repair(options, copy, 'output', *corpus.STANDARD, *(['--template', path] if rescued else []))[0])
     for source in tables:
         check_table(verdict, output, source, damage, rescued)
     if verdict.rows == 0:
@@ -175,7 +175,7 @@ def check_damage(options, path, tables, damage, verdict, rescued=None):
 
 
 def check_bundled(options, tables, verdict):
-    output = Output(corpus.repair(options, BUNDLED)[0])
+    output = Output(corpus.repair(options, BUNDLED, 'output', *corpus.STANDARD)[0])
     for source in tables:
         # A memo whose later pages were destroyed keeps its beginning: the memos are left to the other check.
         kept = [i for i, column in enumerate(source.columns) if column.type != pages.MEMO]
