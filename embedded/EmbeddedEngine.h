@@ -1,5 +1,5 @@
-// Our own database engine behind dao/dao.h: Jet 3 and Jet 4 files from scratch, on every platform, without
-// any installed software. It adds tables, rows and queries to databases that it made itself.
+// Our own database engine behind dao/dao.h: Jet 3, Jet 4 and ACE files from scratch, on every platform,
+// without any installed software. It adds tables, rows and queries to databases that it made itself.
 #pragma once
 
 #include <cstdint>

@@ -267,6 +267,31 @@ TEST_P(AllFormats, PropertiesAndLinksStandInTheCatalogue) {
   EXPECT_EQ(seen, 5u);
 }
 
+// A blob that is cut anywhere, or any of whose bytes changed, is read within its bounds.
+TEST(PropertyBlob, IsReadWithinItsBounds) {
+  SPropertyOwner table, column;
+  table.properties = {{"Description", 0, kTypeText, {'D'}},
+                      {"Rule", kPropertyOfEngine, kTypeMemo, {'R', 'R'}}};
+  column.kind = kPropertiesOfColumn;
+  column.name = "F";
+  column.properties = {{"Rule", kPropertyOfEngine, kTypeMemo, {}}};
+  const SPropertyOwner owners[] = {table, column};
+  const std::vector<uint8_t> blob = EncodePropertyBlob(true, owners);
+  std::vector<SPropertyOwner> read;
+  ASSERT_TRUE(DecodePropertyBlob(true, blob, read));
+  ASSERT_EQ(read.size(), 2u);
+  EXPECT_EQ(read[0].properties[1].value, table.properties[1].value);
+  EXPECT_EQ(read[1].properties[0].name, "Rule");
+  EXPECT_FALSE(DecodePropertyBlob(false, blob, read)) << "of another format";
+  for (size_t length = 0; length < blob.size(); length++) {
+    const std::vector<uint8_t> cut(blob.begin(), blob.begin() + static_cast<std::ptrdiff_t>(length));
+    static_cast<void>(DecodePropertyBlob(true, cut, read));
+    std::vector<uint8_t> changed = blob;
+    changed[length] ^= 0xFF;
+    static_cast<void>(DecodePropertyBlob(true, changed, read));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Catalogue, AllFormats, kAllFormats, FormatName);
 
 }  // namespace
