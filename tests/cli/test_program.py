@@ -49,7 +49,7 @@ class ProgramTest(unittest.TestCase):
         return self.path(name)
 
     def check(self, status, *words, **options):
-        if len(words) > 1 and '--help' not in words and '--work-dir' not in words:
+        if len(words) > 1 and words[0] != 'check' and not {'--help', '--work-dir'} & set(words):
             words += ('--work-dir', self.work)
         done = subprocess.run([TOLVANE, *words], **{'stdin': subprocess.DEVNULL, 'stdout': subprocess.PIPE,
                                                     'stderr': subprocess.PIPE, 'timeout': 120, 'check': False, **options})
@@ -83,6 +83,20 @@ class ProgramTest(unittest.TestCase):
         self.check_refusal(FAILED, 'repair', self.source, says=(output, '--overwrite'))
         self.assertEqual(read(output), first)
         self.check(INCOMPLETE, 'repair', self.source, '--overwrite')
+
+    # Findings pass through the checker and the command line, which list other things under a like name.
+    def test_findings_are_listed_and_told_by_the_status(self):
+        output = self.path('new.mdb')
+        self.check(INCOMPLETE, 'repair', self.source, '-o', output, '-q')
+        broken, page = bytearray(read(output)), 4096
+        for start in range(3 * page, len(broken), page):
+            if broken[start:start + 2] == b'\x01\x01':  # a page of rows: its number of rows
+                broken[start + 12] ^= 0x40
+        path = self.write('broken.mdb', bytes(broken))
+        report = self.json(INCOMPLETE, 'check', path)
+        self.assertGreater(report['errors'], 0)
+        self.assertTrue(all(finding['rule'] and finding['text'] for finding in report['findings']))
+        self.assertIn(report['findings'][0]['rule'], self.text(INCOMPLETE, 'check', path))
 
     def test_repaired_database_is_whole_and_holds_what_was_reported(self):
         output = self.path('new.mdb')
