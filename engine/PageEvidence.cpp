@@ -28,6 +28,8 @@ constexpr size_t kLargestPage = kLayoutJet4.pageSize;
 constexpr ptrdiff_t kPagesOfADatabase = 3;
 // Definitions and owners that are compared with each other to place a stretch.
 constexpr size_t kPlacesCompared = 2048;
+// Pages that may be missing in one place, by the pages that are there: what follows costs as much as they do.
+constexpr uint64_t kMissingEach = 4;
 
 bool IsSoundDataPage(Bytes page, const SLayout& layout) {
   const uint32_t count = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
@@ -180,7 +182,12 @@ class CRunPlacer {
   using Run = CRunFinder::SRun;
   // `from`: where page 0 is, or where it would be, had nothing been lost or put in front of the first run.
   CRunPlacer(const Heads& heads, const std::vector<Run>& runs, uint32_t pageSize, uint64_t from, bool isSure)
-      : m_heads(heads), m_runs(runs), m_pageSize(pageSize), m_from(from), m_isSure(isSure) {
+      : m_heads(heads),
+        m_runs(runs),
+        m_pageSize(pageSize),
+        m_from(from),
+        m_isSure(isSure),
+        m_mostMissing(heads.empty() ? 0 : kMissingEach * (heads.back().place / pageSize + 1)) {
     for (const Run& run : runs)
       for (size_t i = run.first; i <= run.last; i++)
         if (m_heads[i].owner != 0) m_owned[m_heads[i].owner]++;
@@ -226,11 +233,13 @@ class CRunPlacer {
       size_t compared = 0;
       for (const auto& [owner, pages] : m_owned) {
         if (++compared > kPlacesCompared) break;
-        if (owner >= least + IndexOf(run, i)) votes[owner - IndexOf(run, i)] += pages;
+        const uint64_t index = IndexOf(run, i);
+        if (owner >= least + index && owner - index <= guess + m_mostMissing) votes[owner - index] += pages;
       }
     }
     uint64_t best = guess;
-    uint64_t most = votes.count(guess) != 0 ? votes[guess] : 0;
+    // One page alone may name any owner.
+    uint64_t most = votes.count(guess) != 0 ? std::max<uint64_t>(votes[guess], 1) : 1;
     for (const auto& [number, count] : votes)
       if (count > most) {
         best = number;
@@ -244,6 +253,7 @@ class CRunPlacer {
   uint32_t m_pageSize;
   uint64_t m_from;
   bool m_isSure;
+  uint64_t m_mostMissing;
   std::map<uint32_t, uint64_t> m_owned;  // pages by owner, of owners that were not found yet
 };
 
