@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "engine/KnownTables.h"
+#include "format/Layout.h"
 #include "format/PageLayout.h"
 #include "platform/Text.h"
 #include "render/PreviewText.h"
@@ -76,6 +77,12 @@ std::u16string_view SystemTableName(uint64_t key, bool isJet4Pages) {
     if (systemKey != 0 && systemKey == key) return system.name;
   }
   return {};
+}
+
+// One of the four tables that the engine itself puts on the first pages of every file.
+bool IsOnFixedPage(const CAccessTable& table, bool isJet4Pages) {
+  const uint32_t pageSize = isJet4Pages ? kLayoutJet4.pageSize : kLayoutJet3.pageSize;
+  return table.GetPage(pageSize) <= kRelationshipsPage;
 }
 
 // What the catalogue's type says of an object that is no table, query or container of this file.
@@ -246,12 +253,21 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
   for (const auto& table : tables) {
     if (!IsRepairRunning()) return;
     if (!table->name.empty()) continue;
-    table->name = SystemTableName(table->GetDefinitionOffset(), isJet4Pages);
-    if (table->name.empty() && m_rules.columnsNameSystemTables) table->name = NameByColumns(*table);
-    table->nameSource = table->name.empty() ? ENameSource::Generated : ENameSource::Place;
+    NameSystemTable(*table, isJet4Pages);
     if (!table->name.empty()) continue;
     table->name = u"RecoveredTable###" + ToDecimal(counter++);
   }
+}
+
+// The columns of a table of Access' own tell it; only the engine's own tables never stand elsewhere.
+void CAccessTableDataFileParser::NameSystemTable(CAccessTable& table, bool isJet4Pages) const {
+  table.nameSource = ENameSource::Columns;
+  if (m_rules.columnsNameSystemTables) table.name = NameByColumns(table);
+  if (!table.name.empty()) return;
+  table.nameSource = ENameSource::Place;
+  if (!m_rules.columnsNameSystemTables || IsOnFixedPage(table, isJet4Pages))
+    table.name = SystemTableName(table.GetDefinitionOffset(), isJet4Pages);
+  if (table.name.empty()) table.nameSource = ENameSource::Generated;
 }
 
 bool CAccessTableDataFileParser::AssignTableName(CAccessTableList& tables, std::u16string_view name,

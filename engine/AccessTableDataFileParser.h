@@ -57,6 +57,7 @@ class CAccessTableDataFileParser {
   bool FillRow(CPreviewText& previewText, size_t columnCount, CPreviewList& list);
   ERowEnd ReadCatalogueRow(CRecordText& recordText, size_t columnCount, const CTablesByPage& tables,
                            SCatalogueRow& row, CAccessData& parseData);
+  void NameSystemTable(CAccessTable& table, bool isJet4Pages) const;
   void UseCatalogueRow(const CTablesByPage& tables, const SCatalogueRow& row, CAccessData& parseData) const;
 
   CFileNameManager m_names;

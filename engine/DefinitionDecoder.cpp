@@ -53,7 +53,10 @@ bool CDefinitionDecoder::Decode(std::span<const uint8_t> definition, CAccessTabl
   ReadColumns(walk, table);
   ReadNames(walk, table);
   ReadRealIndexes(walk, table);
-  ReadLogicalIndexes(walk, table);
+  if (m_rules.logicalCountIsRealCount)
+    ReadLogicalIndexes(walk, table);
+  else
+    NameIndexes(walk, table);
   return walk.isSound;
 }
 
@@ -220,7 +223,9 @@ void CDefinitionDecoder::ReadIndexColumns(const SWalk& walk, uint64_t at, CAcces
   for (; index.columnCount < CAccessTableIndex::kMaximumColumns; at += kIndexSlotSize) {
     if (at + kIndexSlotSize > walk.length) return;
     const uint16_t number = walk.bytes.GetUInt16(at);
-    if (number == kNoColumn || number > walk.columnCount || hasColumn(number)) return;
+    // Deleted columns leave gaps, so that the others' numbers may lie above their count.
+    const bool isTooHigh = m_rules.columnNumberLowByteOnly && number > walk.columnCount;
+    if (number == kNoColumn || isTooHigh || hasColumn(number)) return;
     index.columns[index.columnCount++] = {.columnNumber = number,
                                           .isAscending = walk.bytes.GetUInt8(at + 2) == kIndexAscending};
   }
@@ -228,10 +233,9 @@ void CDefinitionDecoder::ReadIndexColumns(const SWalk& walk, uint64_t at, CAcces
 
 void CDefinitionDecoder::ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const {
   const SLogicalIndexLayout& at = m_layout.logicalIndex;
-  const uint32_t count = m_rules.logicalCountIsRealCount ? walk.realIndexCount : table.header.indexCount;
   const uint32_t numberOffset =
       m_layout.isJet3 ? m_rules.logicalIndexNumberOffsetJet3 : m_rules.logicalIndexNumberOffsetJet4;
-  for (uint32_t i = 0; i < count; i++, walk.position += at.size) {
+  for (uint32_t i = 0; i < walk.realIndexCount; i++, walk.position += at.size) {
     if (walk.position + at.size > walk.length) {
       walk.isSound = false;
       return;
@@ -239,6 +243,40 @@ void CDefinitionDecoder::ReadLogicalIndexes(SWalk& walk, CAccessTable& table) co
     if (walk.bytes.GetUInt8(walk.position + at.kind) == kIndexKindPrimary)
       table.indexes.MarkPrimary(walk.bytes.GetUInt32(walk.position + numberOffset), 1);
   }
+}
+
+void CDefinitionDecoder::NameIndexes(SWalk& walk, CAccessTable& table) {
+  const SLogicalIndexLayout& at = m_layout.logicalIndex;
+  const uint64_t first = walk.position;
+  const uint64_t room = first < walk.length ? (walk.length - first) / at.size : 0;
+  const uint64_t count = std::min<uint64_t>(table.header.indexCount, room);
+  if (count < table.header.indexCount) walk.isSound = false;
+  walk.position += count * at.size;
+  std::vector<CAccessTableIndex> indexes(table.indexes.begin(), table.indexes.end());
+  std::vector<uint8_t> isNamed(indexes.size(), 0);
+  for (uint64_t i = 0; i < count; i++) {
+    const uint64_t entry = first + i * at.size;
+    const uint32_t width = m_layout.text.nameLengthSize;
+    walk.position += width + (width == 1 ? ReadByteName(walk) : ReadUtf16Name(walk));
+    const uint32_t real = walk.bytes.GetUInt32(entry + at.realIndex);
+    const uint8_t kind = walk.bytes.GetUInt8(entry + at.kind);
+    if (real >= indexes.size()) {
+      walk.isSound = false;
+      continue;
+    }
+    CAccessTableIndex& index = indexes[real];
+    if (kind == kIndexKindForeign) {
+      if (isNamed[real] == 0) index.foreign = 1;
+      continue;
+    }
+    index.foreign = 0;
+    if (kind == kIndexKindPrimary) index.primary = 1;
+    if (m_name[0] != u'\0' && (isNamed[real] == 0 || kind == kIndexKindPrimary))
+      index.name = std::u16string_view(m_name.data());
+    isNamed[real] = 1;
+  }
+  table.indexes = CAccessTableIndexList();
+  for (const CAccessTableIndex& index : indexes) table.indexes.Add(index);
 }
 
 }  // namespace tolvane

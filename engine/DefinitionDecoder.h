@@ -61,6 +61,9 @@ class CDefinitionDecoder {
   [[nodiscard]] CAccessTableIndex ReadRealIndex(const SWalk& walk, uint64_t at) const;
   void ReadIndexColumns(const SWalk& walk, uint64_t at, CAccessTableIndex& index) const;
   void ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const;
+  // Gives each real index the name of the entry that carries it, a foreign key's only where there is no
+  // other.
+  void NameIndexes(SWalk& walk, CAccessTable& table);
 
   const SLayout& m_layout;
   const SRecoveryRules& m_rules;

@@ -48,8 +48,9 @@ class CAccessDataPageOffsetList {
   std::vector<uint64_t> m_offsets;
 };
 
-// Where a table's name comes from: the catalogue, a system table's usual page, or a counter.
-enum class ENameSource : uint8_t { Catalogue, Place, Generated };
+// Where a table's name comes from: the catalogue, the columns of a table of Access' own, a system table's
+// usual page, or a counter.
+enum class ENameSource : uint8_t { Catalogue, Columns, Place, Generated };
 
 class CAccessTable {
  public:

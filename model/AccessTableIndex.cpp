@@ -6,7 +6,8 @@ namespace tolvane {
 
 void CAccessTableIndexList::Add(const CAccessTableIndex& index) {
   m_indexes.push_back(index);
-  m_indexes.back().name = u"Index_" + ToDecimal(uint64_t{m_indexes.size() - 1});
+  std::u16string& name = m_indexes.back().name;
+  if (name.empty()) name = u"Index_" + ToDecimal(uint64_t{m_indexes.size() - 1});
 }
 
 bool CAccessTableIndexList::MarkPrimary(size_t position, uint8_t flag) {

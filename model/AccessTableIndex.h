@@ -36,7 +36,7 @@ class CAccessTableIndex {
 class CAccessTableIndexList {
  public:
   virtual ~CAccessTableIndexList() = default;
-  // Adds a copy named "Index_<count before>".
+  // Adds a copy, named "Index_<count before>" where it has no name.
   void Add(const CAccessTableIndex& index);
   // Sets the flag of the index at that position and renames it "Primary Key". False past the end.
   bool MarkPrimary(size_t position, uint8_t flag);
