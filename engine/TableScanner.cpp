@@ -161,7 +161,8 @@ bool CTableScanner::StartsTable(Page page, const SLayout& layout) const {
   const auto signature = std::span(at.signature).first(at.signatureSize);
   if (!std::equal(signature.begin(), signature.end(), page.begin())) return false;
   const uint8_t type = page[at.tableType];
-  if (!layout.isJet3 && type != kSystemTable && type != kUserTable) return false;
+  const bool isTypeTested = !layout.isJet3 || m_rules.requireDefinitionMark;
+  if (isTypeTested && type != kSystemTable && type != kUserTable) return false;
   return !m_rules.requireDefinitionMark || at.magic == kAbsent ||
          CDataReader::ReadUInt32(&page[at.magic]) == kDefinitionMagic;
 }

@@ -19,8 +19,8 @@ namespace tolvane {
 
 struct SIndexKeyFormat {
   EIndexVersion version = EIndexVersion::Jet4;
-  // Text collation of the column; keys are known for language 0x0409, versions 0 and 1, in Jet 3 with code page
-  // 1252.
+  // Text collation of the column; keys are known for language 0x0409, versions 0 and 1, in Jet 3 with code
+  // page 1252.
   uint16_t sortOrder = 0x0409;
   uint8_t sortVersion = 0;
   uint16_t codePage = 1252;

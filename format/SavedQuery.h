@@ -18,8 +18,9 @@
 //   255 end
 // clang-format on
 //
-// A union has two sources without Name1, told apart by the marks in Name2. Parentheses of joins are not stored;
-// each condition is a row. The column Order numbers the rows of a query and attribute from 1, big-endian.
+// A union has two sources without Name1, told apart by the marks in Name2. Parentheses of joins are not
+// stored; each condition is a row. The column Order numbers the rows of a query and attribute from 1,
+// big-endian.
 #pragma once
 
 #include <cstddef>

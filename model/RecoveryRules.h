@@ -33,7 +33,8 @@ struct SRecoveryRules {
   bool creditFreedPages;
   // A data page counts only while its owner's page still starts like a definition (the catalogue's excepted).
   bool requireOwnerDefinition;
-  // A Jet 4 definition page must carry the constant 0x659 at offset 12 to start a table.
+  // To start a table a Jet 4 definition page must carry the constant 0x659 at offset 12, a Jet 3 one the type
+  // of a table; pages that continue a definition carry neither.
   bool requireDefinitionMark;
 
   // --- definitions ---

@@ -46,15 +46,14 @@ bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
   return true;
 }
 
-CSampleBuilder::CSampleBuilder(const std::string& path, int32_t version)
-    : m_engine(MakeEmbeddedEngine()) {
+CSampleBuilder::CSampleBuilder(const std::string& path, int32_t version) : m_engine(MakeEmbeddedEngine()) {
   Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, version, m_database), path);
 }
 
 CSampleBuilder::~CSampleBuilder() = default;
 
 void CSampleBuilder::AddTable(const std::string& name, const std::vector<SSampleField>& fields,
-                                const std::vector<const char*>& indexed) {
+                              const std::vector<const char*>& indexed) {
   std::unique_ptr<CDaoTableDef> table;
   Require(m_database->CreateTableDef(FromUtf8(name), kTableAttributes, {}, {}, table), name);
   for (const SSampleField& field : fields) {
