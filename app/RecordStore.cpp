@@ -73,15 +73,19 @@ class CRecordStore::CState {
       if (cell.column == column) return ReadText(cell, maxUnits);
     return {};
   }
-  [[nodiscard]] std::u16string ReadStored(size_t item, size_t column, size_t maxUnits) const {
+  // Moves to the value in the table's data file.
+  [[nodiscard]] bool FindStored(size_t item, size_t column, uint32_t& count) const {
     const std::u16string place = FindCell(item, kPlaceColumn, kPlaceUnits);
-    if (!table || place.size() != kPlaceUnits) return {};
-    if (!values.IsOpen() && !values.Open(table->GetDataFilePath())) return {};
+    if (!table || place.size() != kPlaceUnits) return false;
+    if (!values.IsOpen() && !values.Open(table->GetDataFilePath())) return false;
     uint64_t position = 0;
     std::memcpy(&position, place.data(), sizeof(position));
+    return values.Find(position, column, count);
+  }
+  [[nodiscard]] std::u16string ReadStored(size_t item, size_t column, size_t maxUnits) const {
     uint32_t count = 0;
     std::u16string text;
-    if (values.Find(position, column, count)) texts->Read(values.GetStream(), count, column, text, maxUnits);
+    if (FindStored(item, column, count)) texts->Read(values.GetStream(), count, column, text, maxUnits);
     return text;
   }
   [[nodiscard]] bool IsShortened(size_t column, std::u16string_view shown) const {
@@ -162,9 +166,15 @@ std::u16string CRecordStore::GetWholeCell(size_t item, size_t column, size_t max
                                              : shown.substr(0, maxUnits);
 }
 
-std::u16string CRecordStore::GetStoredText(size_t item, size_t column, size_t maxUnits) const {
+SObjectPlace CRecordStore::GetObjectPlace(size_t item, size_t column) const {
   const std::lock_guard lock(m_state->mutex);
-  return m_state->ReadStored(item, column, maxUnits);
+  SObjectPlace object;
+  uint32_t count = 0;
+  if (!m_state->FindStored(item, column, count) ||
+      !m_state->texts->ReadPlace(m_state->values.GetStream(), count, m_state->table->GetObjectFilePath(),
+                                 object))
+    return {};
+  return object;
 }
 
 void CRecordStore::Clear() {

@@ -15,6 +15,7 @@
 
 #include "model/AccessTable.h"
 #include "model/RecoveryRules.h"
+#include "store/ObjectPlace.h"
 #include "store/PreviewList.h"
 
 namespace tolvane {
@@ -48,8 +49,8 @@ class CRecordStore : public CPreviewList {
   [[nodiscard]] std::u16string GetCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
   // The same, but of a memo that the list shows in part all of it, read from the table's data file.
   [[nodiscard]] std::u16string GetWholeCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
-  // The value as the data file holds it: of an OLE object, the path of its side file.
-  [[nodiscard]] std::u16string GetStoredText(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
+  // Where the bytes of an OLE object are; without a path where there is none.
+  [[nodiscard]] SObjectPlace GetObjectPlace(size_t item, size_t column) const;
   // Removes all rows, then all columns. Not while the preview's thread runs.
   void Clear();
   // Changes with every Clear.

@@ -402,7 +402,7 @@ std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t
   if (!IsObject(place.column)) return m_records.GetWholeCell(place.item, place.column, maxUnits);
   // Of a row without an object nothing is stored, and nothing shown.
   const bool isThere = !m_records.GetCell(place.item, place.column).empty();
-  return isThere ? DescribeObject(m_records.GetStoredText(place.item, place.column), kObjectBytes)
+  return isThere ? DescribeObject(m_records.GetObjectPlace(place.item, place.column), kObjectBytes)
                  : std::u16string();
 }
 

@@ -5,12 +5,11 @@
 
 #include "app/Losses.h"
 #include "engine/SourceCheck.h"
-#include "platform/ErrorHandler.h"
-#include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "query/Query.h"
 #include "writer/QuerySaver.h"
+#include "writer/SideFileSource.h"
 
 namespace tolvane {
 
@@ -153,16 +152,16 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
   return lines.Take();
 }
 
-std::u16string DescribeObject(const std::u16string& path, size_t bytesShown) {
-  if (!FileExists(path)) return u"No object.";  // what is empty gets no side file
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
-    return u"This object could not be read.";
-  const uint64_t length = file.GetLength();
+std::u16string DescribeObject(const SObjectPlace& place, size_t bytesShown) {
+  if (!FileExists(place.path)) return u"No object.";  // what is empty gets no side file
+  CSideFileSource object;
+  if (!object.Open(place)) return u"This object could not be read.";
+  const uint64_t length = object.GetLength();
   if (length == 0) return u"No object.";
   std::vector<uint8_t> bytes(static_cast<size_t>(std::min<uint64_t>(length, bytesShown)));
-  CErrorHandler handler;
-  bytes.resize(file.ReadAt(0, bytes, handler));
+  size_t bytesRead = 0;
+  object.Read(bytes, bytesRead);
+  bytes.resize(bytesRead);
   CLines lines;
   lines.Add(u"OLE object, " + Grouped(length, u"byte"));
   if (bytes.size() < length) lines.Add(u"The first " + Grouped(bytes.size(), u"byte") + u":");

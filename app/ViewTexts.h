@@ -7,6 +7,7 @@
 
 #include "app/FrontEnd.h"
 #include "app/RepairFileManager.h"
+#include "store/ObjectPlace.h"
 #include "writer/SavedTable.h"
 
 namespace tolvane {
@@ -39,7 +40,7 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager);
 // nothing was saved, or empty.
 std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem);
-// Of an OLE object: its length and its first bytes, as numbers and as characters. `path` is its side file.
-std::u16string DescribeObject(const std::u16string& path, size_t bytesShown);
+// Of an OLE object: its length and its first bytes, as numbers and as characters.
+std::u16string DescribeObject(const SObjectPlace& place, size_t bytesShown);
 
 }  // namespace tolvane

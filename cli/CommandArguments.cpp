@@ -81,7 +81,7 @@ void AddSource(CLI::App& command, SArguments& arguments, SWords& words) {
                      "A healthy database of the same structure; table definitions are read from it");
   command
       .add_option("--rules", words.rules,
-                  "exact: what the file holds; standard (default): the documented conventions")
+                  "exact (default): what the file holds; standard: the documented conventions")
       ->check(CLI::IsMember(std::vector<std::string>{"exact", "standard"}).description("NAME"));
   command.add_option("--work-dir", words.workFolder, "Folder for temporary files");
   command.add_flag("--json", arguments.isJson, "Result for programs, as JSON with a schema version");

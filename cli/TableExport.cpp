@@ -6,7 +6,6 @@
 #include "cli/ByteText.h"
 #include "cli/Interrupt.h"
 #include "cli/SafeFileName.h"
-#include "platform/ErrorHandler.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"
@@ -38,7 +37,7 @@ EExportEnd CTableExport::Write(CExportSink& sink) {
       if (IsInterrupted()) return EExportEnd::Stopped;
       ++m_rows;
       format->BeginRow();
-      for (size_t i = 0; i < cells.size(); ++i) WriteCell(i, cells[i], *format);
+      for (size_t i = 0; i < cells.size(); ++i) WriteCell(i, cells[i], reader, *format);
       format->EndRow();
     }
   }
@@ -46,49 +45,49 @@ EExportEnd CTableExport::Write(CExportSink& sink) {
   return m_problem.empty() ? EExportEnd::Done : EExportEnd::NotWritten;
 }
 
-void CTableExport::WriteCell(size_t column, std::u16string& text, CRowFormat& format) {
+void CTableExport::WriteCell(size_t column, std::u16string& text, const CTableTextReader& reader,
+                             CRowFormat& format) {
   const uint8_t type = m_table.columns.GetAt(column)->type;
   if (type == kTypeOle && !text.empty()) {
-    WriteObject(column, text, format);
+    WriteObject(column, reader.GetObjectPlace(column), format);
     return;
   }
   if (type == kTypeComplex && !text.empty()) m_texts.Show(column, text);
   format.WriteText(text);
 }
 
-// The text of an OLE value is the path of the file that holds its bytes.
-void CTableExport::WriteObject(size_t column, const std::u16string& path, CRowFormat& format) {
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) {
+void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format) {
+  CSideFileSource object;
+  if (!object.Open(place)) {
     ++m_lostObjects;
     format.WriteText({});
     return;
   }
+  bool isWhole = place.length == SObjectPlace::kToTheEnd || object.GetLength() == place.length;
   if (m_arguments.ole == EOleForm::Files) {
     std::u16string shownAs;
-    if (!CopyObject(column, file, shownAs)) ++m_lostObjects;
+    isWhole = CopyObject(column, object, shownAs) && isWhole;
     format.WriteText(shownAs);
-    return;
-  }
-  CErrorHandler handler;
-  m_piece.resize(kPieceSize);
-  format.BeginBytes();
-  for (size_t size = kPieceSize; size == kPieceSize && !handler.HasError();) {
-    size = file.Read(m_piece, handler);
-    m_digits.clear();
-    if (m_arguments.ole == EOleForm::Base64) {
-      AppendBase64({m_piece.data(), size}, m_digits);
-    } else {
-      AppendHex({m_piece.data(), size}, m_digits);
+  } else {
+    m_piece.resize(kPieceSize);
+    format.BeginBytes();
+    for (size_t size = kPieceSize; size == kPieceSize;) {
+      isWhole = object.Read(m_piece, size) && isWhole;
+      m_digits.clear();
+      if (m_arguments.ole == EOleForm::Base64) {
+        AppendBase64({m_piece.data(), size}, m_digits);
+      } else {
+        AppendHex({m_piece.data(), size}, m_digits);
+      }
+      format.WriteBytes(m_digits);
     }
-    format.WriteBytes(m_digits);
+    format.EndBytes();
   }
-  format.EndBytes();
-  if (handler.HasError()) ++m_lostObjects;
+  if (!isWhole) ++m_lostObjects;
 }
 
 // False when the bytes cannot be read; a copy that cannot be written is a problem of the whole export.
-bool CTableExport::CopyObject(size_t column, CFileCust& file, std::u16string& shownAs) {
+bool CTableExport::CopyObject(size_t column, CSideFileSource& object, std::u16string& shownAs) {
   const std::u16string name = ToDecimal(m_rows) + u"_" +
                               MakeSafeFileName(SpelledName(*m_table.columns.GetAt(column), m_source)) + u"_" +
                               ToDecimal(column + 1) + u".bin";
@@ -102,17 +101,17 @@ bool CTableExport::CopyObject(size_t column, CFileCust& file, std::u16string& sh
     return true;
   }
   shownAs = m_oleShownAs + u"/" + name;
-  CErrorHandler handler;
+  bool isRead = true;
   m_piece.resize(kPieceSize);
   try {
-    for (size_t size = kPieceSize; size == kPieceSize && !handler.HasError();) {
-      size = file.Read(m_piece, handler);
+    for (size_t size = kPieceSize; size == kPieceSize;) {
+      isRead = object.Read(m_piece, size) && isRead;
       copy.Write({m_piece.data(), size});
     }
   } catch (const CFileCustException& error) {
     m_problem = path + u": " + error.GetMessageText();
   }
-  return !handler.HasError();
+  return isRead;
 }
 
 }  // namespace tolvane

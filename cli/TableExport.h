@@ -11,6 +11,9 @@
 #include "cli/RowFormat.h"
 #include "model/AccessData.h"
 #include "render/PreviewText.h"
+#include "render/RecordText.h"
+#include "store/ObjectPlace.h"
+#include "writer/SideFileSource.h"
 
 namespace tolvane {
 
@@ -42,9 +45,9 @@ class CTableExport {
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
  private:
-  void WriteCell(size_t column, std::u16string& text, CRowFormat& format);
-  void WriteObject(size_t column, const std::u16string& path, CRowFormat& format);
-  bool CopyObject(size_t column, CFileCust& file, std::u16string& shownAs);
+  void WriteCell(size_t column, std::u16string& text, const CTableTextReader& reader, CRowFormat& format);
+  void WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format);
+  bool CopyObject(size_t column, CSideFileSource& object, std::u16string& shownAs);
 
   const SSourceFacts& m_source;
   const SRecoveryRules& m_rules;

@@ -2,8 +2,8 @@
 // possible. One rule, one name: whoever follows a rule asks here, and nothing else in the code knows which
 // set is in force.
 //
-// The standard set is the product's documented behaviour. Some of its rules differ from what healthy files
-// hold; docs/limits.md tells users what that costs them. The exact set follows what healthy files hold.
+// The exact set follows what healthy files hold, and is the default. The standard set is the product's
+// documented conventions; docs/standard-rules.md tells users what they cost.
 //
 // A run chooses one set at its door (ERules) and carries it in its result, CAccessData::GetRules.
 #pragma once
@@ -13,7 +13,7 @@
 namespace tolvane {
 
 enum class ERules : uint8_t { Standard, Exact };
-inline constexpr ERules kDefaultRules = ERules::Standard;
+inline constexpr ERules kDefaultRules = ERules::Exact;
 
 // As many digits as tell the value from its neighbours.
 inline constexpr uint32_t kShortestDigits = 0xFFFFFFFF;

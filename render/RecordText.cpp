@@ -29,15 +29,35 @@ bool CRecordText::Read(CValueStream& stream, uint32_t count, size_t column, std:
   return isThere;
 }
 
+bool CRecordText::ReadPlace(CValueStream& stream, uint32_t count, const std::u16string& objects,
+                            SObjectPlace& place) {
+  place = {};
+  if (m_areTexts) return stream.ReadText(count, place.path) && !place.path.empty();
+  place.path = objects;
+  SValue value;
+  return stream.ReadRecord(count, m_record) && TakeValue({.type = kTypeOle}, m_record, value) &&
+         TakeObjectReference(value.bytes, place);
+}
+
 CTableTextReader::CTableTextReader(const CAccessTable& table, const SRecoveryRules& rules)
-    : m_table(table), m_rows(table.columns.GetCount()), m_text(table.columns, rules) {}
+    : m_table(table),
+      m_rows(table.columns.GetCount()),
+      m_text(table.columns, rules),
+      m_places(table.columns.GetCount()) {}
 
 bool CTableTextReader::ReadRow(std::vector<std::u16string>& cells) {
   cells.resize(m_table.columns.GetCount());
   if (!m_rows.BeginRow()) return false;
   for (size_t i = 0; i < cells.size(); ++i) {
     uint32_t count = 0;
-    if (!m_rows.BeginRecord(count) || !m_text.Read(m_rows.GetStream(), count, i, cells[i])) cells[i].clear();
+    bool isThere = m_rows.BeginRecord(count);
+    if (isThere && m_table.columns.GetAt(i)->type == kTypeOle) {
+      isThere = m_text.ReadPlace(m_rows.GetStream(), count, m_table.GetObjectFilePath(), m_places[i]);
+      cells[i] = m_places[i].path;
+    } else if (isThere) {
+      isThere = m_text.Read(m_rows.GetStream(), count, i, cells[i]);
+    }
+    if (!isThere) cells[i].clear();
   }
   return true;
 }

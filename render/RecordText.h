@@ -10,6 +10,7 @@
 #include "model/AccessTable.h"
 #include "model/RecoveryRules.h"
 #include "store/DataFileReader.h"
+#include "store/ObjectPlace.h"
 #include "store/RowReader.h"
 #include "store/ValueRecord.h"
 #include "store/ValueStream.h"
@@ -30,6 +31,9 @@ class CRecordText : public CRecordDecoder {
   bool Decode(CValueStream& stream, uint32_t count, size_t position, std::u16string& text) override {
     return Read(stream, count, m_kinds.empty() ? 0 : position % m_kinds.size(), text);
   }
+  // In the same way where the bytes of an object are; `objects` is the file of the table's objects. False,
+  // too, where there is no object.
+  bool ReadPlace(CValueStream& stream, uint32_t count, const std::u16string& objects, SObjectPlace& place);
   // A record of no bytes is null, and not the empty text.
   [[nodiscard]] bool TellsNull() const { return !m_areTexts; }
 
@@ -49,13 +53,17 @@ class CTableTextReader {
   bool Open() { return m_rows.Open(m_table.GetDataFilePath()); }
   // One cell a column, in column order; the strings are reused. False after the last row. A row that the
   // file's end cuts short is the last one: the values that are whole are returned, the other cells are empty.
+  // The cell of an object is the path of the file that its bytes are in.
   bool ReadRow(std::vector<std::u16string>& cells);
+  // Of the row read last; for an OLE column whose cell is not empty.
+  [[nodiscard]] const SObjectPlace& GetObjectPlace(size_t column) const { return m_places[column]; }
   [[nodiscard]] bool IsIncomplete() const { return m_rows.IsIncomplete(); }
 
  private:
   const CAccessTable& m_table;
   CTableRowReader m_rows;
   CRecordText m_text;
+  std::vector<SObjectPlace> m_places;  // by column
 };
 
 }  // namespace tolvane

@@ -89,6 +89,7 @@ TEST(InstanceChecker, OneHoldsTheName) {
 TEST(Settings, Prefixes) {
   const std::u16string kIllegal = u"Illegal character found in file pre fix ";
   EXPECT_EQ(SSettings().prefix, u"Rep");
+  EXPECT_EQ(SSettings().rules, ERules::Exact);
   EXPECT_EQ(CheckPrefix(u""), u"Please fill prefix");
   for (const char16_t unit : std::u16string_view(u"/\\|*:?<>'"))
     EXPECT_EQ(CheckPrefix(std::u16string(u"a") + unit + u"b"), kIllegal);

@@ -132,7 +132,7 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
   EXPECT_EQ(ToUtf8(store.GetCell(1, 1)), std::string(90, 'm') + "[Memo...]");
   EXPECT_EQ(store.GetWholeCell(1, 1), memo);
   EXPECT_EQ(store.GetWholeCell(1, 1, 10), memo.substr(0, 10));
-  EXPECT_EQ(ToUtf8(store.GetWholeCell(0, 1) + store.GetWholeCell(1, 2) + store.GetStoredText(1, 2)),
+  EXPECT_EQ(ToUtf8(store.GetWholeCell(0, 1) + store.GetWholeCell(1, 2) + store.GetObjectPlace(1, 2).path),
             "shortOleside.Ole");
   EXPECT_EQ(Find(u"THE END"), "1/1");
   EXPECT_EQ(Find(u"[memo"), "");

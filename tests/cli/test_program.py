@@ -223,6 +223,14 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(len(everything['rows']), table['rows'])
         self.check_refusal(NOTHING, 'preview', self.source, 'no such table', says='no such table')
 
+    def test_values_are_exact_unless_the_standard_rules_are_asked_for(self):
+        def first(*words):
+            return next(csv.DictReader(io.StringIO(self.text(INCOMPLETE, 'export', self.source, 'Customers', *words), newline='')))
+        self.assertEqual(first(), first('--rules', 'exact'))
+        self.assertRegex(first()['Since'], r'^\d{4}-\d\d-\d\d$')
+        self.assertRegex(first('--rules', 'standard')['Since'], r'^\d\d/\d\d/\d{4} $')
+        self.assertRegex(self.text(INCOMPLETE, 'preview', self.source, 'Customers', '--rows', '1'), r' \d{4}-\d\d-\d\d ')
+
     def test_export_writes_every_row(self):
         tables = {table['name']: table for table in self.tables()}
         folder = self.path('all')
@@ -252,6 +260,7 @@ class ProgramTest(unittest.TestCase):
         self.check(INCOMPLETE, 'export', self.source, 'Pictures', '--to', self.path('files'), '--ole', 'files')
         named = as_csv(read(self.path('files/Pictures.csv')).decode())
         self.assertEqual([read(self.path('files/' + row[ole])) if row[ole] else b'' for row in named], objects)
+        self.assertEqual(as_csv(self.text(INCOMPLETE, 'export', self.source, 'Pictures', '--rules', 'standard')), rows)
 
     def test_a_closed_or_full_output_is_an_error(self):
         with open('/dev/full', 'wb') as full:

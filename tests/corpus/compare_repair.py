@@ -4,7 +4,7 @@
     python3 tests/corpus/compare_repair.py --tolvane build/release/tolvane [--corpus FOLDER] [--only TEXT]
 
 `tolvane export` of the source is proved by compare_export.py. What it shows of the repaired database must follow from
-that, row by row and text by text, by the documented rules of saving alone (docs/limits.md; expected.saved_text); the
+that, row by row and text by text, by the documented rules of saving alone (docs/standard-rules.md; expected.saved_text); the
 report ends with how often each was needed. Two independent readers must see the repaired database just so, with the
 source's types. Repaired twice, nothing changes any more. Both new databases must pass `tolvane check`.
 """

@@ -2,7 +2,7 @@
 
 export_texts: the text that `tolvane export` shows.     saved_text: what that text becomes in the repaired database.
 
-The rules are the documented ones (docs/limits.md); each is written here once, from the value alone, never from
+The rules are the documented ones (docs/standard-rules.md); each is written here once, from the value alone, never from
 the program's output.
 """
 import datetime
