@@ -120,6 +120,16 @@ std::string DefinitionWithoutMark(const SRecoveryRules& rules) {
   return ReadTable(rules, file.Build(), Rows);
 }
 
+std::string NamelessTableOfAccess(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  STableSpec modules;
+  file.AddTable(modules.AddVariable(u"__A__", kTypeText, 255));
+  const CTempFile source(file.Build());
+  CAccessRepair repair(rules);
+  repair.Repair(source.GetPath(), u"", source.GetPath());
+  return TableNamed(*repair.GetData(), u"MSysModules") != nullptr ? "known" : "unknown";
+}
+
 // --- definitions ---
 
 std::string CatalogueDefinitionGone(const SRecoveryRules& rules) {
@@ -275,6 +285,8 @@ const SRuleCase kCases[] = {
      "2 rows"},
     {"requireDefinitionMark", Take<&SRecoveryRules::requireDefinitionMark>, DefinitionWithoutMark, "2 rows",
      "no table"},
+    {"columnsNameSystemTables", Take<&SRecoveryRules::columnsNameSystemTables>, NamelessTableOfAccess,
+     "unknown", "known"},
     {"columnNumberLowByteOnly", Take<&SRecoveryRules::columnNumberLowByteOnly>, NumbersAbove255,
      "Id 0, Name 2, ", "Id 0, Name 258, "},
     {"indexFlagsOffsetJet4", Take<&SRecoveryRules::indexFlagsOffsetJet4>, FlagsOfAnIndex, "Index_0: unique; ",
@@ -285,7 +297,7 @@ const SRuleCase kCases[] = {
      [](const SRecoveryRules& rules) { return PrimaryKeyByNumber(rules, kLayoutJet4); },
      "Primary Key: primary; Index_1:; ", "Index_0:; Primary Key: primary; "},
     {"logicalCountIsRealCount", Take<&SRecoveryRules::logicalCountIsRealCount>, SecondEntryOfOneIndex,
-     "Index_0:; ", "Primary Key: primary; "},
+     "Index_0:; ", "A: primary; "},
     {"rawJet3Names", Take<&SRecoveryRules::rawJet3Names>, NamesOfAccess97, "\u6449 0, \u614E\u656D 1, ",
      "Id 0, Name 1, "},
     {"rowStartMask", Take<&SRecoveryRules::rowStartMask>, StartBeyondThePage, "2 rows", "1 rows"},

@@ -139,7 +139,8 @@ TEST_F(TableNaming, UnnamedTablesAreNamedByTheirPlaceOrNumbered) {
     m_parser.NameUnnamedTables(tables, isJet4Pages);
     Row names;
     for (const auto& table : tables)
-      names.push_back(table->name + std::array{u"", u"?", u"!"}[static_cast<size_t>(table->nameSource)]);
+      names.push_back(table->name +
+                      std::array{u"", u"~", u"?", u"!"}[static_cast<size_t>(table->nameSource)]);
     return names;
   };
   EXPECT_EQ(namesOf(true), (Row{u"MSysACEs?", u"MSysObjects?", u"MSysAccessObjects?", u"RecoveredTable###0!",
