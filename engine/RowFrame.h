@@ -43,7 +43,8 @@ class CRowFrame {
     size_t variables = 0;
     size_t fixedEnd = 0;
     size_t slack = 0;
-    auto operator<=>(const SMeasure&) const = default;
+    // clang-tidy 14 takes the comparison with zero that the compiler makes for a pointer.
+    auto operator<=>(const SMeasure&) const = default;  // NOLINT(modernize-use-nullptr)
   };
   // Nothing when its parts contradict each other.
   [[nodiscard]] std::optional<SMeasure> Measure() const;

@@ -55,11 +55,10 @@ void AppendTime(uint64_t ticks, size_t leastDigits, std::u16string& text) {
 std::optional<int64_t> TicksOf(double whole, double fraction) {
   const double time = std::fabs(fraction);
   for (int64_t step = kTicksPerSecond; step > 0; step /= 1000) {
-    const int64_t ticks = std::llround(time * (double{kSecondsPerDay} *
-                                               (double{kTicksPerSecond} / static_cast<double>(step)))) *
-                          step;
-    const double again = static_cast<double>(ticks / step) /
-                         (double{kSecondsPerDay} * (double{kTicksPerSecond} / static_cast<double>(step)));
+    const double stepsPerDay = double{kSecondsPerDay} * (double{kTicksPerSecond} / static_cast<double>(step));
+    const int64_t steps = std::llround(time * stepsPerDay);
+    const int64_t ticks = steps * step;
+    const double again = static_cast<double>(steps) / stepsPerDay;
     if ((std::signbit(fraction) ? whole - again : whole + again) == whole + fraction &&
         ticks < kSecondsPerDay * kTicksPerSecond)
       return ticks;
