@@ -311,7 +311,7 @@ def stop_save(desk):
     expect(program.page(), 'saving', 'page after No')
     program.command('ID_STOP', (STOP, YES), STOPPED)
     program.wait_for_page('review')
-    expect_text(program.text('IDC_LOG'), 'Stopped. The unfinished database was deleted: ' + windows_path(output), 'log')
+    expect_text(program.text('IDC_LOG'), 'Stopped. Nothing was saved.', 'log')
     expect(list(desk.folder.glob('stopped*')), [], 'what a stopped save left')
     desk.ask_to_save(output)
     program.wait_for_page('saving')
