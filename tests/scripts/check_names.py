@@ -12,7 +12,6 @@ The test programs are linked with the program, each folder of tests for itself: 
 Prints one line a breach and exits with 1; with 0 and a count when there is none.
 """
 import collections
-import glob
 import os
 import re
 import sys
@@ -82,9 +81,16 @@ def check(root, paths):
             for name, places in sorted(headers.items()) for one, other in twice(places)]
 
 
+def sources(root):
+    """Every source below the root, from the root. The build's folder is not entered: it is large, and the links of its
+    Windows environment lead out of it and round."""
+    for where, folders, names in os.walk(root):
+        folders[:] = [folder for folder in folders if folder != 'build' and not folder.startswith('.')]
+        yield from (os.path.relpath(os.path.join(where, name), root) for name in names if name.endswith(('.h', '.cpp')))
+
+
 def main(root):
-    files = sorted(os.path.relpath(path, root) for path in glob.glob(root + '/**', recursive=True)
-                   if path.endswith(('.h', '.cpp')) and not os.path.relpath(path, root).startswith('build/'))
+    files = sorted(sources(root))
     breaches = check(root, files)
     print('\n'.join(breaches + ['%d files, %d breaches' % (len(files), len(breaches))]))
     return 1 if breaches or not files else 0

@@ -26,6 +26,16 @@ CASES = [  # files with their texts, breaches
 ]
 
 
+def files_of(made):
+    """What the check walks over in a tree with the files and with a link in its build folder that leads back to its root."""
+    with tempfile.TemporaryDirectory() as root:
+        for name in made:
+            os.makedirs(os.path.join(root, os.path.dirname(name)), exist_ok=True)
+            open(os.path.join(root, name), 'w', encoding='utf-8').close()
+        os.symlink(root, os.path.join(root, 'build', 'z:'))
+        return sorted(check_names.sources(root))
+
+
 def breaches(files):
     with tempfile.TemporaryDirectory() as root:
         for name, content in files.items():
@@ -36,5 +46,7 @@ def breaches(files):
 
 
 wrong = [(files, found) for files, count in CASES if len(found := breaches(files)) != count]
+if (walked := files_of(['app/A.h', 'build/app/B.h', 'tests/C.cpp', 'docs/D.txt'])) != ['app/A.h', 'tests/C.cpp']:
+    wrong.append(('walked', walked))
 print('\n'.join(map(str, wrong)) or '%d cases' % len(CASES))
 sys.exit(bool(wrong))
