@@ -263,11 +263,12 @@ CDaoResult CCatalogue::SetProperties(std::u16string_view document, std::span<con
   return AddAce({object.id, EAccount::Users, kFullAccess, false});
 }
 
-CDaoResult CCatalogue::AddQuery(const SSavedQuery& query, double date, size_t& replaced) {
+CDaoResult CCatalogue::AddQuery(const SSavedQuery& query, std::span<const uint8_t> properties, double date,
+                                size_t& replaced) {
   if (CDaoResult result = CheckQueryRows(query.rows); !result.IsOk()) return result;
   SSystemObject object{0, kContainerTables, query.name, kObjectQuery, EAccount::User, query.flags};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  if (CDaoResult result = AddObject(object, date, {query.properties, nullptr}); !result.IsOk()) return result;
+  if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
   return StoreQueryRows(Table(kQueriesPage), object.id, query.rows, replaced);
 }

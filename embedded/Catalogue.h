@@ -58,7 +58,9 @@ class CCatalogue {
   [[nodiscard]] bool HasRelation(std::u16string_view name) const;
   CDaoResult AddRelation(const CDaoRelationInfo& relation, double date);
   // Stores the query's rows, too; `replaced` counts their characters that the format cannot hold.
-  CDaoResult AddQuery(const SSavedQuery& query, double date, size_t& replaced);
+  // `properties` is the blob, in place of the query's own.
+  CDaoResult AddQuery(const SSavedQuery& query, std::span<const uint8_t> properties, double date,
+                      size_t& replaced);
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }

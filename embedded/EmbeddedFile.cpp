@@ -213,8 +213,12 @@ CDaoResult CEmbeddedFile::SetProperties(std::u16string_view document,
 CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
   if (CDaoResult result = CheckNewName(query.name); !result.IsOk()) return result;
   size_t replaced = 0;
-  CDaoResult result = m_catalogue.AddQuery(query, GetLocalDate(), replaced);
-  if (result.IsOk()) result.text = DescribeReplaced(replaced, u"the query");
+  CPropertyList properties(GetLayout());
+  const std::u16string change = properties.AddBlob(query.properties).text;
+  CDaoResult result = m_catalogue.AddQuery(query, properties.MakeBlob(), GetLocalDate(), replaced);
+  if (!result.IsOk()) return result;
+  result.text = DescribeReplaced(replaced, u"the query");
+  if (!change.empty()) result.text += (result.text.empty() ? u"" : u". ") + change;
   return result;
 }
 

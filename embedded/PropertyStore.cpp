@@ -16,6 +16,10 @@ bool IsText(uint8_t type) {
   return type == kTypeText || type == kTypeMemo;
 }
 
+std::span<const uint8_t> AsBytes(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
 CDaoResult Refuse(std::u16string_view property, std::u16string_view why) {
   std::u16string text = u"The property \"";
   text.append(property).append(u"\" cannot be stored: ").append(why).append(u".");
@@ -42,6 +46,29 @@ CDaoResult CPropertyList::Add(uint16_t kind, std::u16string_view owner,
     if (CDaoResult result = Convert(property, made.properties.emplace_back()); !result.IsOk()) return result;
   m_owners.push_back(std::move(made));
   return CDaoResult::Ok();
+}
+
+CDaoResult CPropertyList::AddBlob(std::span<const uint8_t> blob) {
+  CDaoResult told;
+  if (blob.empty()) return told;
+  std::vector<SPropertyOwner> owners;
+  if (!DecodePropertyBlob(false, blob, owners)) told.text = u"Its properties cannot be read to their end";
+  for (SPropertyOwner& owner : owners) {
+    SPropertyOwner made{owner.kind, {}, {}};
+    CDaoResult result = Encode(UnitsOf(AsBytes(owner.name)), made.name);
+    for (size_t i = 0; result.IsOk() && i < owner.properties.size(); ++i) {
+      SStoredProperty& from = owner.properties[i];
+      SStoredProperty property;
+      CDaoResult converted =
+          Convert({UnitsOf(AsBytes(from.name)), from.type, false, std::move(from.value)}, property);
+      property.flags = from.flags;
+      if (converted.IsOk()) made.properties.push_back(std::move(property));
+      if (told.text.empty()) told.text = std::move(converted.text);
+    }
+    if (told.text.empty()) told.text = std::move(result.text);
+    if (!made.properties.empty()) m_owners.push_back(std::move(made));
+  }
+  return told;
 }
 
 CDaoResult CPropertyList::Convert(const CDaoProperty& from, SStoredProperty& property) const {

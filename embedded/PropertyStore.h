@@ -20,6 +20,8 @@ class CPropertyList {
   // Fails when the format cannot hold a name or value; nothing is added then.
   CDaoResult AddToObject(std::span<const CDaoProperty> properties);
   CDaoResult AddToColumn(std::u16string_view column, std::span<const CDaoProperty> properties);
+  // All that a Jet 4 blob holds. What the format cannot hold is left out; Ok then carries a text that tells.
+  CDaoResult AddBlob(std::span<const uint8_t> blob);
   [[nodiscard]] bool IsEmpty() const { return m_owners.empty(); }
   // Empty when there are none.
   [[nodiscard]] std::vector<uint8_t> MakeBlob() const;

@@ -25,7 +25,7 @@ bool TakeNames(CByteTaker taker, size_t size, std::vector<std::string>& names) {
   while (taker.GetPosition() < size) {
     const auto length = taker.TakeNumber<uint16_t>();
     const std::span<const uint8_t> name = taker.Take(length);
-    if (!taker.IsOk()) return false;
+    if (!taker.IsOk() || length > kLongestPropertyName) return false;
     names.push_back(ToString(name));
   }
   return true;

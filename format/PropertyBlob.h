@@ -28,6 +28,8 @@ struct SStoredProperty {
 };
 inline constexpr uint8_t kPropertyOfEngine = 0x01;
 inline constexpr size_t kLongestProperty = 0xFFFF - 8;  // bytes of a value
+// Bytes of a property's name that is read: entries share their names, and each property gets one of its own.
+inline constexpr size_t kLongestPropertyName = 512;
 
 struct SPropertyOwner {
   uint16_t kind = 0;

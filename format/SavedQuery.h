@@ -108,7 +108,7 @@ struct SSavedQuery {
   std::u16string name;
   uint32_t flags = 0;               // of its object row
   std::vector<SQueryRow> rows;      // in the order in which they are stored, start and end included
-  std::vector<uint8_t> properties;  // of its object row; may be empty
+  std::vector<uint8_t> properties;  // of its object row, as Jet 4 keeps them; may be empty
 };
 
 }  // namespace tolvane

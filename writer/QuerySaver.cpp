@@ -9,6 +9,7 @@
 
 #include "platform/Process.h"
 #include "status/Status.h"
+#include "writer/QueryProperties.h"
 #include "writer/RecoveredQuery.h"
 
 namespace tolvane {
@@ -93,6 +94,7 @@ bool CQuerySaver::Save() {
   if (rowCount < table->header.rowCount) m_summary.systemRowsLost += table->header.rowCount - rowCount;
   CTList<CQuery> queries;
   GroupAndMatch(m_data, rows, queries);
+  ReadQueryProperties(m_data, queries);
   CountLost(queries);
   if (!isRead) return false;
   progress.SetMax(queries.GetCount());
@@ -201,7 +203,8 @@ void CQuerySaver::CreateQuery(CDaoDatabase& database, const SQueriesState& state
     return;
   }
   ++m_summary.queriesSaved;
-  if (!prepared.changes.empty()) ++m_summary.queriesChanged;
+  const bool isStoredOtherwise = !m_data.GetRules().queriesAreTheirText && !result.text.empty();
+  if (!prepared.changes.empty() || isStoredOtherwise) ++m_summary.queriesChanged;
   if (saved.name != wanted) Remark(u"Query " + wanted + u" was saved as " + saved.name + u".");
   for (const std::u16string& change : prepared.changes) Remark(u"Query " + saved.name + change);
   if (!prepared.note.empty()) result.text += (result.text.empty() ? u"" : u". ") + prepared.note;

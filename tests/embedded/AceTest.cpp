@@ -226,6 +226,17 @@ TEST_P(AllFormats, PropertiesAndLinksStandInTheCatalogue) {
   ExpectOk(m_database->CreateTableDef(u"File", 0, u"", u"", table));
   ExpectOk(table->SetLink({false, u"Other", u"C:\\other.mdb", u""}));
   ExpectOk(table->Append());
+  const auto text = [](const char* name, std::string bytes, uint8_t flags) {
+    return SStoredProperty{Wide(name), flags, kTypeText, {bytes.begin(), bytes.end()}};
+  };
+  const SPropertyOwner ofQuery{
+      kPropertiesOfObject, "", {text("Title", Wide("T1"), 0), text("?", "\x16\x04", 0)}},
+      ofColumn{kPropertiesOfColumn, Wide("F"), {text("Caption", "", kPropertyOfEngine)}};
+  SSavedQuery query = MakeQuery(u"Q", u"T", u"F");
+  query.properties = EncodePropertyBlob(false, std::vector{ofQuery, ofColumn});
+  const CDaoResult created = m_database->CreateQuery(query);
+  ExpectOk(created);
+  EXPECT_EQ(created.text.empty(), !IsJet3()) << "no character of the code page";
   CloseAndCheck();
 
   size_t seen = 0;
@@ -241,13 +252,15 @@ TEST_P(AllFormats, PropertiesAndLinksStandInTheCatalogue) {
           DecodePropertyBlob(IsJet3(), {reinterpret_cast<const uint8_t*>(blob.data()), blob.size()}, owners));
     }
     const std::string spelt = IsJet3() ? "T1" : Wide("T1");
-    if (name == u"MSysDb" || name == u"SummaryInfo" || name == u"T") {
+    if (name == u"MSysDb" || name == u"SummaryInfo" || name == u"T" || name == u"Q") {
       seen++;
-      ASSERT_EQ(owners.size(), name == u"T" ? 2u : 1u);
+      const bool hasColumn = name == u"T" || name == u"Q";
+      ASSERT_EQ(owners.size(), hasColumn ? 2u : 1u);
+      EXPECT_EQ(owners[0].properties.size(), name == u"Q" && !IsJet3() ? 2u : 1u);
       EXPECT_EQ(std::string(owners[0].properties[0].value.begin(), owners[0].properties[0].value.end()),
                 spelt);
-      EXPECT_EQ(owners.back().name, name != u"T" ? "" : IsJet3() ? "F" : Wide("F"));
-      EXPECT_EQ(owners.back().properties[0].flags, name == u"T" ? kPropertyOfEngine : 0);
+      EXPECT_EQ(owners.back().name, !hasColumn ? "" : IsJet3() ? "F" : Wide("F"));
+      EXPECT_EQ(owners.back().properties[0].flags, hasColumn ? kPropertyOfEngine : 0);
     }
     if (name == u"T") {
       EXPECT_EQ(object[kObjectsFlags], LittleEndian(8, 4));
@@ -264,7 +277,7 @@ TEST_P(AllFormats, PropertiesAndLinksStandInTheCatalogue) {
     EXPECT_EQ(object[kObjectsDatabase].has_value(), !isServer);
     EXPECT_EQ(object[kObjectsLongInfo], isServer ? Value("\x03") : std::nullopt);
   }
-  EXPECT_EQ(seen, 5u);
+  EXPECT_EQ(seen, 6u);
 }
 
 // A blob that is cut anywhere, or any of whose bytes changed, is read within its bounds.

@@ -1,7 +1,12 @@
 // The queries step: rows read back, named and created; each refusal costs one query.
 #include <cstring>
 
+#include "format/PropertyBlob.h"
+#include "format/SystemObjects.h"
+#include "store/ObjectPlace.h"
+#include "tests/platform/ScratchFolder.h"
 #include "tests/writer/WriterTest.h"
+#include "writer/QueryProperties.h"
 #include "writer/QuerySaver.h"
 #include "writer/RecoveredQuery.h"
 
@@ -221,6 +226,72 @@ TEST(PreparedQuery, WhatIsLostIsRestoredOrSaid) {
   // No statement.
   EXPECT_EQ(Shown(Prepared(u"80", {u"0|1|0", u"5|1||T", u"255|1"})),
             "80: 0/0 1/2 5T 255\nnot saved: lost are its columns, its target.");
+}
+
+class CExactQueryTest : public CWriterTest {
+ protected:
+  CExactQueryTest() : CWriterTest(kExactRules) {}
+};
+
+// Texts of the code page become wide ones, ids of the damaged database stay there, and what is lost is said.
+TEST_F(CExactQueryTest, PropertiesComeFromTheCatalogue) {
+  const std::vector<uint8_t> text{'E', 0xE9}, number{7, 0, 0, 0};
+  const SPropertyOwner object{kPropertiesOfObject,
+                              "",
+                              {{"Description", 1, kTypeText, text},
+                               {"GUID", 0, kTypeBinary, std::vector<uint8_t>(16)},
+                               {"NameMap", 0, kTypeOle, number},
+                               {"RecordLocks", 0x80, kTypeLong, number}}},
+      column{kPropertiesOfColumn, "c", {{"Format", 0, kTypeMemo, text}}};
+  const std::vector<uint8_t> blob = EncodePropertyBlob(true, std::vector{object, column});
+  m_data.source.isJet3 = true;
+
+  CAccessTable& table = AddTable(u"MSysObjects", {{u"Id", kTypeLong, 4, kColumnFixed},
+                                                  {u"Type", kTypeInteger, 2, kColumnFixed},
+                                                  {u"LvProp", kTypeOle, 0}});
+  table.columns.GetAt(0)->number = kObjectsId;
+  table.columns.GetAt(1)->number = kObjectsType;
+  table.columns.GetAt(2)->number = kObjectsProperties;
+  WriteText(table.GetObjectFilePath(), std::string(blob.begin(), blob.end()));
+  CAccessTableDataFile file(m_folder.GetPath());
+  ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
+  const auto write = [&](uint8_t id, uint8_t type, size_t offset, size_t length) {
+    file.WriteRecord(std::vector<uint8_t>{id, 0, 0, 0x80});
+    file.WriteRecord(std::vector<uint8_t>{type, 0});
+    file.WriteRecord(MakeObjectReference(offset, length));
+  };
+  write(1, kObjectQuery, 0, blob.size());
+  write(2, kObjectQuery, 0, blob.size() - 3);
+  write(3, kObjectQuery, 4, blob.size());
+  write(4, kObjectQuery, 0, 0);
+  write(4, kObjectTable, 0, blob.size());
+  file.CloseDataFile();
+
+  CTList<CQuery> queries;
+  for (const char16_t* id : {u"-2147483647", u"-2147483646", u"-2147483645", u"-2147483644"}) {
+    auto query = std::make_unique<CQuery>();
+    auto row = std::make_unique<CQueryAttributes>();
+    row->ObjectId = id;
+    query->rows.Append(std::move(row));
+    queries.Append(std::move(query));
+  }
+  ReadQueryProperties(m_data, queries);
+  Lines shown;
+  for (const CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
+    std::vector<SPropertyOwner> owners;
+    DecodePropertyBlob(false, query->properties, owners);
+    std::string line = query->arePropertiesLost ? "lost" : "";
+    for (const SPropertyOwner& owner : owners)
+      for (const SStoredProperty& property : owner.properties) {
+        line += (line.empty() ? "" : " ") + owner.name + property.name + "/" +
+                std::to_string(property.flags) + "=";
+        for (const uint8_t byte : property.value) line += std::to_string(byte) + ".";
+      }
+    std::erase(line, '\0');
+    shown.push_back(line);
+  }
+  EXPECT_EQ(shown, (Lines{"Description/1=69.0.233.0. RecordLocks/128=7.0.0.0. cFormat/0=69.0.233.0.",
+                          "lost Description/1=69.0.233.0. RecordLocks/128=7.0.0.0.", "lost", ""}));
 }
 
 TEST_F(CQueryStepTest, AStopLeavesNoQuery) {
