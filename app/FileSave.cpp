@@ -45,7 +45,7 @@ bool COvFileSave::StartSave(CDaoEngine& engine, const COvRepairFileManager& mana
   m_problem.clear();
   m_verdict = {};
   m_isComplete = false;
-  m_writer = std::make_unique<CAccessSaveRepairedFile>(engine);
+  m_writer = std::make_unique<CAccessSaveRepairedFile>(engine, m_job);
   m_writer->SetData(manager.GetData());
   m_writer->SetFormat(options.format);
   SOutputRequest request{

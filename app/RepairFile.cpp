@@ -7,7 +7,7 @@ namespace tolvane {
 
 bool RepairFile(COvRepairFileManager& manager, CJobContext& job) {
   manager.SetRepair(nullptr);
-  auto repair = std::make_unique<CAccessRepair>(RulesOf(manager.GetRules()));
+  auto repair = std::make_unique<CAccessRepair>(RulesOf(manager.GetRules()), job);
   const std::u16string corrupted = manager.GetCorruptedPath();
   if (manager.GetSource())
     repair->Repair(*manager.GetSource(), *manager.GetDefinitions());

@@ -93,7 +93,7 @@ std::optional<SFailure> WriteFile(CSession& session, SExportFile& file, bool& is
   const std::u16string partial = MakePartialPath(file.path);
   CExportSink sink;
   if (!sink.CreateNew(partial)) return NotWritten(file.path, sink.GetProblem());
-  CTableExport exported(session.GetData(), *file.table, arguments);
+  CTableExport exported(session.GetData(), *file.table, arguments, session.GetJob().GetContext().preview);
   const std::u16string objects = file.name + u"_files";
   exported.SetOleFolder(arguments.folder + kPathSeparator + objects, objects);
   const EExportEnd end = exported.Write(sink);
@@ -150,7 +150,8 @@ SCommandEnd ExportToFolder(CSession& session, std::vector<SExportFile> files) {
 
 SCommandEnd ExportToOutput(CSession& session, const CAccessTable& table) {
   CExportSink sink;
-  CTableExport exported(session.GetData(), table, session.GetArguments());
+  CTableExport exported(session.GetData(), table, session.GetArguments(),
+                        session.GetJob().GetContext().preview);
   switch (exported.Write(sink)) {
     case EExportEnd::Stopped:
       return SFailure{EExitStatus::Stopped, u"Stopped. The output is not complete."};

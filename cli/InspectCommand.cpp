@@ -124,7 +124,7 @@ Json DescribeFindings(const SPageTotals& totals, const SFindings& findings, cons
 
 SCommandEnd RunInspect(CSession& session) {
   const SArguments& arguments = session.GetArguments();
-  CPageInspector inspector;
+  CPageInspector inspector(session.GetJob().GetContext());
   SFindings findings;
   bool isDone = false;
   std::u16string problem;

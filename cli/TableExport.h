@@ -26,12 +26,13 @@ enum class EExportEnd : uint8_t {
 // One object a table.
 class CTableExport {
  public:
-  CTableExport(const CAccessData& data, const CAccessTable& table, const SArguments& arguments)
+  CTableExport(const CAccessData& data, const CAccessTable& table, const SArguments& arguments,
+               const CPreviewThreadStatus& preview)
       : m_source(data.source),
         m_rules(data.GetRules()),
         m_table(table),
         m_arguments(arguments),
-        m_texts(table, &data.GetTables(), data.source.pageSize, data.GetRules()) {}
+        m_texts(table, &data.GetTables(), data.source.pageSize, data.GetRules(), preview) {}
 
   // For --ole files: the folder of this table's object files, created with the first one, and how the rows
   // name it.

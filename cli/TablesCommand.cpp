@@ -84,9 +84,7 @@ std::vector<SRecoveredRelation> ListRelations(const CAccessData& data, const SAr
   std::vector<SRecoveredRelation> relations;
   // The tables are worth showing without them.
   uint32_t rowsRead = 0;
-  if (!ReadRelations(
-          data, [] { return true; }, relations, rowsRead))
-    return {};
+  if (!ReadRelations(data, nullptr, relations, rowsRead)) return {};
   if (!arguments.withSystemTables)
     std::erase_if(relations, [](const SRecoveredRelation& relation) { return relation.IsSystem(); });
   return relations;

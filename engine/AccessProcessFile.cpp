@@ -9,7 +9,6 @@
 #include "engine/RecordParser.h"
 #include "engine/TableScanner.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -20,23 +19,24 @@ constexpr std::u16string_view kComplexColumnsTable = u"MSysComplexColumns";
 }  // namespace
 
 void CAccessProcessFile::ScanTableDefinitions(CAccessData& data) {
-  CTableScanner(m_rules).ScanTableDefinitions(data, *m_definitions);
+  CTableScanner(m_rules, m_job).ScanTableDefinitions(data, *m_definitions);
 }
 
 void CAccessProcessFile::DropContinuationDefinitions(CAccessData& data) {
-  CTableScanner(m_rules).DropContinuationDefinitions(data, *m_definitions);
+  CTableScanner(m_rules, m_job).DropContinuationDefinitions(data, *m_definitions);
 }
 
 void CAccessProcessFile::ScanDataPages(CAccessData& data) {
   const bool hasTemplate = m_definitions != m_source;
   if (hasTemplate && m_rules.templateMatchesByName)
-    m_match = CTemplateMatch(*m_source, *m_definitions, m_rules, data.GetWorkFolder());
-  m_homeless = CTableScanner(m_rules).ScanDataPages(data, *m_source, m_match);
+    m_match = CTemplateMatch(*m_source, *m_definitions, m_rules, m_job, data.GetWorkFolder());
+  m_homeless = CTableScanner(m_rules, m_job).ScanDataPages(data, *m_source, m_match);
 }
 
 // The catalogue's columns, and with them the names of the tables, follow the code page of the others.
 void CAccessProcessFile::ParseTableDefinitions(CAccessData& data) {
-  CDefinitionDecoder(GetLayout(), m_rules, data.source.codePage).ParseTableDefinitions(data, *m_definitions);
+  CDefinitionDecoder(GetLayout(), m_rules, data.source.codePage)
+      .ParseTableDefinitions(data, *m_definitions, m_job);
   data.source.codePage = VoteCodePage(data.GetTables()).value_or(data.source.codePage);
 }
 
@@ -46,14 +46,14 @@ void CAccessProcessFile::SortColumns(CAccessData& data) {
 
 // The row counts of a template say nothing about the damaged file.
 void CAccessProcessFile::ParseRecords(CAccessData& data) {
-  CPageClaims claims(*m_source, data.GetTables(), m_homeless);
-  CRecordParser(m_rules).ParseRecords(data, *m_source, claims);
+  CPageClaims claims(*m_source, data.GetTables(), m_homeless, m_job);
+  CRecordParser(m_rules, m_job).ParseRecords(data, *m_source, claims);
   CountHomelessPages(data, m_homeless, claims);
   if (m_definitions == m_source) CountMissingRows(data, *m_source);
 }
 
 void CAccessProcessFile::ParseTableNames(CAccessData& data) {
-  CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules);
+  CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules, m_job);
   parser.ScanTableNames(data, GetLayout().pageSize);
   m_match.NameTables(data.GetTables(), GetLayout().pageSize);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
@@ -62,7 +62,7 @@ void CAccessProcessFile::ParseTableNames(CAccessData& data) {
 }
 
 void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
-  if (!CRepairingFileStatus::Instance().IsRunning()) return;
+  if (!m_job.repairing.IsRunning()) return;
   const auto& tables = data.GetTables();
   const auto found = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
     return EqualsIgnoreCase(table->name, kComplexColumnsTable);
@@ -70,7 +70,7 @@ void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
   if (found == tables.end()) return;
   CMSysComplexColumns records;
   CRecordText texts((*found)->columns, data.GetRules());
-  if (!records.Load((*found)->GetDataFilePath(), &texts)) CRepairLog::Instance().Append(records.GetProblem());
+  if (!records.Load((*found)->GetDataFilePath(), &texts)) m_job.log.Append(records.GetProblem());
   records.AttachTo(data.GetTables(), GetLayout().pageSize);
 }
 

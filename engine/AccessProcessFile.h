@@ -12,6 +12,7 @@
 #include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -39,9 +40,11 @@ class CAccessProcessFile {
   virtual void ParseComplexColumns(CAccessData& data) = 0;
 
  protected:
-  // The rules outlive the parser.
-  explicit CAccessProcessFile(const SRecoveryRules& rules) : m_rules(rules) {}
+  // Rules and job outlive the parser.
+  CAccessProcessFile(const SRecoveryRules& rules, CJobContext& job) : m_job(job), m_rules(rules) {}
   [[nodiscard]] const SLayout& GetLayout() const { return m_source->GetLayout(); }
+
+  CJobContext& m_job;
 
  private:
   const SRecoveryRules& m_rules;
@@ -53,13 +56,13 @@ class CAccessProcessFile {
 
 class CAccessProcessFileJet3 : public CAccessProcessFile {
  public:
-  explicit CAccessProcessFileJet3(const SRecoveryRules& rules) : CAccessProcessFile(rules) {}
+  CAccessProcessFileJet3(const SRecoveryRules& rules, CJobContext& job) : CAccessProcessFile(rules, job) {}
   void ParseComplexColumns(CAccessData& /*data*/) override {}
 };
 
 class CAccessProcessFileJet4 : public CAccessProcessFile {
  public:
-  explicit CAccessProcessFileJet4(const SRecoveryRules& rules) : CAccessProcessFile(rules) {}
+  CAccessProcessFileJet4(const SRecoveryRules& rules, CJobContext& job) : CAccessProcessFile(rules, job) {}
   void ParseComplexColumns(CAccessData& data) override;
 };
 

@@ -4,20 +4,11 @@
 #include "engine/AccessVersionHandler.h"
 #include "engine/Source.h"
 #include "platform/Files.h"
-#include "status/Status.h"
 #include "store/WorkFolder.h"
 
 namespace tolvane {
 
-namespace {
-
-bool IsStopped() {
-  return !CRepairingFileStatus::Instance().IsRunning();
-}
-
-}  // namespace
-
-CAccessRepair::CAccessRepair(const SRecoveryRules& rules) : m_rules(rules) {}
+CAccessRepair::CAccessRepair(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
 CAccessRepair::~CAccessRepair() = default;
 
@@ -34,7 +25,7 @@ void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/,
 }
 
 void CAccessRepair::Repair(CSource& source, CSource& definitions) {
-  CRepairLog::Instance().Clear();
+  m_job.log.Clear();
   // The data files are named after the tables: those of the run before must be gone before new ones are made.
   m_data.reset();
   m_data = std::make_unique<CAccessData>(m_rules, GetWorkFolder());
@@ -46,9 +37,9 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
   m_data->sourcePath = source.GetPath();
   m_data->source = source.GetFacts();
   if (isJet4)
-    m_parser = std::make_unique<CAccessProcessFileJet4>(m_rules);
+    m_parser = std::make_unique<CAccessProcessFileJet4>(m_rules, m_job);
   else
-    m_parser = std::make_unique<CAccessProcessFileJet3>(m_rules);
+    m_parser = std::make_unique<CAccessProcessFileJet3>(m_rules, m_job);
   m_parser->SetSourcePath(source);
   m_parser->SetScanPath(definitions);
 
@@ -58,28 +49,28 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
 }
 
 bool CAccessRepair::RunSteps() {
-  CRepairLog& log = CRepairLog::Instance();
-  CProgressStatus& progress = CProgressStatus::Instance();
-  if (IsStopped()) return false;
+  CRepairLog& log = m_job.log;
+  const auto isStopped = [this] { return !m_job.repairing.IsRunning(); };
+  if (isStopped()) return false;
   log.Append(u"Scanning file for table definition...");
   m_parser->ScanTableDefinitions(*m_data);
   m_parser->DropContinuationDefinitions(*m_data);
   log.Append(u"Scanning file for table data...");
   m_parser->ScanDataPages(*m_data);
-  if (IsStopped()) return false;
+  if (isStopped()) return false;
 
   log.Append(u"Parsing file data for table fields...");
   m_parser->ParseTableDefinitions(*m_data);
   m_parser->SortColumns(*m_data);
-  if (IsStopped()) return false;
+  if (isStopped()) return false;
 
-  progress.SetPos(0);
+  m_job.progress.SetPos(0);
   m_parser->ParseRecords(*m_data);
-  progress.SetPos(0);
+  m_job.progress.SetPos(0);
   log.Append(u"Parsing file data for table name...");
   m_parser->ParseTableNames(*m_data);
   m_parser->ParseComplexColumns(*m_data);
-  return !IsStopped();
+  return !isStopped();
 }
 
 }  // namespace tolvane

@@ -3,7 +3,7 @@
 // What a run promises: the source is opened for reading only; nothing is thrown and nothing shown; every loop
 // is bounded by the file's length; the same input gives the same output; damage costs the page, row or value
 // that it hit and is counted in the result's ledger. Status text, log lines, progress and the stop request
-// pass through the process-wide status objects.
+// pass through the job that the run belongs to.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,7 @@
 
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -21,15 +22,15 @@ class CSource;
 
 class CAccessRepair {
  public:
-  // The rules must outlive the object; the result carries a copy.
-  explicit CAccessRepair(const SRecoveryRules& rules);
+  // Rules and job must outlive the object; the result carries a copy of the rules.
+  CAccessRepair(const SRecoveryRules& rules, CJobContext& job);
   ~CAccessRepair();
   CAccessRepair(const CAccessRepair&) = delete;
   CAccessRepair& operator=(const CAccessRepair&) = delete;
 
   // Blocks until the run ends. `scanPath` is the file that holds the definitions: the source itself or a
-  // healthy database of the same structure. CRepairingFileStatus must be running; clearing it stops the run,
-  // which then leaves no result. The second text is not used.
+  // healthy database of the same structure. The job must be repairing; stopping it stops the run, which then
+  // leaves no result. The second text is not used.
   void Repair(std::u16string sourcePath, std::u16string unused, std::u16string scanPath);
   // The same for files that are open already: the damaged one and the one that holds the definitions, which
   // may be the same object. A template is read in the page format of the damaged file.
@@ -44,6 +45,7 @@ class CAccessRepair {
   bool RunSteps();
 
   const SRecoveryRules& m_rules;
+  CJobContext& m_job;
   std::unique_ptr<CAccessData> m_data;
   std::unique_ptr<CAccessProcessFile> m_parser;
 };

@@ -12,7 +12,6 @@
 #include "format/PageLayout.h"
 #include "platform/Text.h"
 #include "render/PreviewText.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -43,13 +42,6 @@ constexpr std::array kSystemTables{
     SSystemTable{u"MSysModules", 0xC800, 0},
     SSystemTable{u"MSysAccessObjects", 0xE800, 0x10000},
 };
-
-bool IsPreviewAborted() {
-  return CPreviewThreadStatus::Instance().IsAborted();
-}
-bool IsRepairRunning() {
-  return CRepairingFileStatus::Instance().IsRunning();
-}
 
 // The page number whose decimal text is exactly `text`.
 std::optional<uint32_t> PageOfText(std::u16string_view text) {
@@ -157,12 +149,12 @@ void CAccessTableDataFileParser::FillPreview(const CAccessTable* table, CPreview
   if (table == nullptr || list == nullptr) return;
   const size_t columnCount = table->columns.GetCount();
   for (size_t i = 0; i < columnCount; ++i) {
-    if (IsPreviewAborted()) return;
+    if (m_job.preview.IsAborted()) return;
     list->InsertColumn(i, table->columns.GetAt(i)->GetName(), kHeadingWidth);
   }
-  if (columnCount == 0 || IsPreviewAborted() || !OpenDataFile(table->GetDefinitionOffset())) return;
-  CPreviewText previewText(*table, m_previewTables, m_previewPageSize, m_rules);
-  while (!m_file.IsAtEnd() && !IsPreviewAborted() && FillRow(previewText, columnCount, *list)) {
+  if (columnCount == 0 || m_job.preview.IsAborted() || !OpenDataFile(table->GetDefinitionOffset())) return;
+  CPreviewText previewText(*table, m_previewTables, m_previewPageSize, m_rules, m_job.preview);
+  while (!m_file.IsAtEnd() && !m_job.preview.IsAborted() && FillRow(previewText, columnCount, *list)) {
   }
   m_file.Close();
 }
@@ -175,7 +167,7 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
   std::u16string text;
   for (size_t i = 0; i < columnCount; ++i) {
     uint32_t count = 0;
-    if (IsPreviewAborted() || !m_file.ReadCount(count)) return false;
+    if (m_job.preview.IsAborted() || !m_file.ReadCount(count)) return false;
     if (count == 0 && !previewText.TellsNull()) continue;
     if (!previewText.Read(m_file, count, i, text)) return false;
     list.SetItemText(item, i, text);
@@ -184,11 +176,11 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
 }
 
 bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t pageSize) {
-  if (!IsRepairRunning()) return false;
+  if (!m_job.repairing.IsRunning()) return false;
   const CAccessTable* const catalogue = parseData.GetTables().FindTable(uint64_t{kObjectsPage} * pageSize);
   if (catalogue == nullptr || !OpenDataFile(catalogue->GetDefinitionOffset())) return false;
 
-  CProgressStatus& progress = CProgressStatus::Instance();
+  CProgressStatus& progress = m_job.progress;
   const uint32_t rowCount = catalogue->header.rowCount;
   progress.SetMax(static_cast<int32_t>(std::min<uint32_t>(rowCount, std::numeric_limits<int32_t>::max())));
   progress.SetPos(0);
@@ -209,7 +201,7 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
   m_file.Close();
   if (end != ERowEnd::Complete) return end == ERowEnd::EndOfFile;
   progress.SetPos(progress.GetMax());
-  CDisplayPause::Instance().Pause();
+  m_job.Pause();
   return true;
 }
 
@@ -219,8 +211,8 @@ CAccessTableDataFileParser::ERowEnd CAccessTableDataFileParser::ReadCatalogueRow
                                                                                  SCatalogueRow& row,
                                                                                  CAccessData& parseData) {
   for (size_t i = 0; i < columnCount; ++i) {
-    if (!IsRepairRunning()) return ERowEnd::Stopped;
-    CProgressStatus::Instance().IncrementPos();
+    if (!m_job.repairing.IsRunning()) return ERowEnd::Stopped;
+    m_job.progress.IncrementPos();
     uint32_t count = 0;
     if (!m_file.ReadCount(count)) return ERowEnd::EndOfFile;
     std::u16string* const text = row.GetText(i);
@@ -245,13 +237,13 @@ void CAccessTableDataFileParser::UseCatalogueRow(const CTablesByPage& tables, co
   }
   if (row.type == m_strQueryType)
     parseData.GetQueryObjects().Append(std::make_unique<CQuerySysObject>(row.name, row.id, row.flags));
-  CStatusProgress::Instance().SetText(std::u16string(kScanStatus) + row.name);
+  m_job.status.SetText(std::u16string(kScanStatus) + row.name);
 }
 
 void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, bool isJet4Pages) {
   uint64_t counter = 0;
   for (const auto& table : tables) {
-    if (!IsRepairRunning()) return;
+    if (!m_job.repairing.IsRunning()) return;
     if (!table->name.empty()) continue;
     NameSystemTable(*table, isJet4Pages);
     if (!table->name.empty()) continue;

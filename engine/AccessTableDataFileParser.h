@@ -11,6 +11,7 @@
 
 #include "model/AccessData.h"
 #include "render/RecordText.h"
+#include "status/JobContext.h"
 #include "store/FileNameManager.h"
 #include "store/PreviewList.h"
 #include "store/ValueStream.h"
@@ -23,9 +24,10 @@ class CAccessTableDataFileParser {
  public:
   virtual ~CAccessTableDataFileParser() = default;
 
-  // `workFolder` is where the run's data files are, with its separator at the end.
-  CAccessTableDataFileParser(std::u16string workFolder, const SRecoveryRules& rules)
-      : m_names(std::move(workFolder)), m_rules(rules) {}
+  // `workFolder` is where the run's data files are, with its separator at the end. The job outlives
+  // the parser.
+  CAccessTableDataFileParser(std::u16string workFolder, const SRecoveryRules& rules, CJobContext& job)
+      : m_names(std::move(workFolder)), m_rules(rules), m_job(job) {}
 
   // Opens the data file of a table at its start. False when it cannot be opened.
   bool OpenDataFile(uint64_t key);
@@ -34,7 +36,7 @@ class CAccessTableDataFileParser {
   void SetPreviewTarget(const CAccessTable* table, CPreviewList* list);
   // Where the flat tables of multi-value columns are found; not owned. Without it their cells stay empty.
   void SetPreviewTables(const CAccessTableList* tables, uint32_t pageSize);
-  // Fills the list with the table's columns and rows. Leaves as soon as CPreviewThreadStatus is aborted.
+  // Fills the list with the table's columns and rows. Leaves as soon as the job's preview is aborted.
   void FillPreview(const CAccessTable* table = nullptr, CPreviewList* list = nullptr);
 
   // Names the tables after the catalogue, the table defined on page 2, and collects its saved queries. Counts
@@ -62,6 +64,7 @@ class CAccessTableDataFileParser {
 
   CFileNameManager m_names;
   SRecoveryRules m_rules;
+  CJobContext& m_job;
   CPreviewList* m_pList = nullptr;
   const CAccessTable* m_pTable = nullptr;
   const CAccessTableList* m_previewTables = nullptr;

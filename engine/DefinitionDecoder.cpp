@@ -20,14 +20,15 @@ constexpr uint32_t kLongestUtf16Name = 254;  // bytes
 CDefinitionDecoder::CDefinitionDecoder(const SLayout& layout, const SRecoveryRules& rules, uint32_t codePage)
     : m_layout(layout), m_rules(rules), m_codePage(codePage) {}
 
-void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& definitions) {
+void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& definitions,
+                                               const CJobContext& job) {
   if (!definitions.IsOpen()) return;
   const CFreePageMap& freePages = definitions.GetFreePages();
   CDefinitionChain chain(definitions.GetPages(), m_layout);
   const std::vector<uint8_t> image = MakeCatalogueImage(m_layout, m_rules);
 
   for (const auto& table : data.GetTables()) {
-    if (!CRepairingFileStatus::Instance().IsRunning()) return;
+    if (!job.repairing.IsRunning()) return;
     const uint32_t page = table->GetPage(m_layout.pageSize);
     if (page == kObjectsPage && m_rules.useBuiltInCatalogue) {
       Decode(image, *table);

@@ -19,6 +19,7 @@
 #include "format/Layout.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -31,9 +32,9 @@ class CDefinitionDecoder {
   // Layout and rules outlive the decoder. The code page is that of Jet 3 names.
   CDefinitionDecoder(const SLayout& layout, const SRecoveryRules& rules, uint32_t codePage);
 
-  // Decodes every candidate of the list, until the repair is stopped. Broken definitions are counted in the
+  // Decodes every candidate of the list, until the job is stopped. Broken definitions are counted in the
   // ledger, except those on pages that the file says are free.
-  void ParseTableDefinitions(CAccessData& data, CSource& definitions);
+  void ParseTableDefinitions(CAccessData& data, CSource& definitions, const CJobContext& job);
   // One definition, put together. False when something in it is missing or cannot be true.
   bool Decode(std::span<const uint8_t> definition, CAccessTable& table);
 

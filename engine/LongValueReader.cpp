@@ -32,10 +32,12 @@ constexpr size_t kBucketsKept = 1024;
 
 }  // namespace
 
-CLongValueReader::CLongValueReader(CPageReader& reader, const SLayout& layout, const SRecoveryRules& rules)
+CLongValueReader::CLongValueReader(CPageReader& reader, const SLayout& layout, const SRecoveryRules& rules,
+                                   const CJobContext& job)
     : m_reader(reader),
       m_layout(layout),
       m_rules(rules),
+      m_job(job),
       m_stampOffset(layout.data.stamp),
       m_page(layout.pageSize),
       m_loadedOffset(kNoPage),
@@ -77,7 +79,7 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
   bool isHead = true;
   while (length > 0) {
     if (pointer.ToWord() == 0 || IsVisited(pointer)) return false;
-    if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+    if (!m_job.repairing.IsRunning()) return false;
     const auto row = FindLiveRow(pointer);
     if (!row || row->size() <= kLinkData) return false;
     // Two stamps that differ: the page now starts another value's chain.

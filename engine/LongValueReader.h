@@ -25,6 +25,7 @@
 #include "engine/PageSlot.h"
 #include "format/Layout.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -37,7 +38,9 @@ class CLongValueSink {
 
 class CLongValueReader {
  public:
-  CLongValueReader(CPageReader& reader, const SLayout& layout, const SRecoveryRules& rules);
+  // All arguments outlive the reader. A value ends early once the job is stopped.
+  CLongValueReader(CPageReader& reader, const SLayout& layout, const SRecoveryRules& rules,
+                   const CJobContext& job);
 
   // Hands the bytes that could be read to `sink`. False: fewer than the field states, or no long value at
   // all.
@@ -55,6 +58,7 @@ class CLongValueReader {
   CPageReader& m_reader;
   const SLayout& m_layout;
   const SRecoveryRules& m_rules;
+  const CJobContext& m_job;
   const uint32_t m_stampOffset;  // 0: the format has none
   std::vector<uint8_t> m_page;
   uint64_t m_loadedOffset;  // of the page in m_page

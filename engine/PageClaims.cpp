@@ -5,7 +5,6 @@
 
 #include "engine/DataReader.h"
 #include "engine/PageEvidence.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -38,11 +37,11 @@ void ForEachEntry(Bytes page, const SLayout& layout, const F& take) {
 }  // namespace
 
 CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
-                         const std::vector<SHomelessPage>& homeless) {
+                         const std::vector<SHomelessPage>& homeless, const CJobContext& job) {
   for (const SHomelessPage& page : homeless) m_unclaimed.insert(page.page);
   if (m_unclaimed.empty()) return;
   AskMaps(source, tables);
-  if (!m_unclaimed.empty()) AskIndexes(source, tables);
+  if (!m_unclaimed.empty()) AskIndexes(source, tables, job);
   for (auto& [table, pages] : m_claims) std::sort(pages.begin(), pages.end());
 }
 
@@ -63,11 +62,11 @@ void CPageClaims::AskMaps(CSource& source, const CAccessTableList& tables) {
   }
 }
 
-void CPageClaims::AskIndexes(CSource& source, const CAccessTableList& tables) {
+void CPageClaims::AskIndexes(CSource& source, const CAccessTableList& tables, const CJobContext& job) {
   const SLayout& layout = source.GetLayout();
   std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < source.GetPageCount() && !m_unclaimed.empty(); number++) {
-    if (!CRepairingFileStatus::Instance().IsRunning()) return;
+    if (!job.repairing.IsRunning()) return;
     // A freed leaf names the rows of a freed page.
     if (source.GetFreePages().IsFree(number)) continue;
     if (!source.ReadPage(number, page) || page[0] != kPageIndexLeaf || !IsSoundPage(page, layout)) continue;

@@ -9,6 +9,7 @@
 
 #include "engine/Source.h"
 #include "model/AccessTable.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -28,7 +29,8 @@ class CPageClaims {
   CPageClaims() = default;
   // Looks for claims on these pages by tables whose definitions are decoded. Reads the index pages only where
   // the maps leave a page without a claim.
-  CPageClaims(CSource& source, const CAccessTableList& tables, const std::vector<SHomelessPage>& homeless);
+  CPageClaims(CSource& source, const CAccessTableList& tables, const std::vector<SHomelessPage>& homeless,
+              const CJobContext& job);
 
   // Pages that the table claims, in ascending order.
   [[nodiscard]] std::vector<uint32_t> PagesOf(const CAccessTable& table) const;
@@ -38,7 +40,7 @@ class CPageClaims {
 
  private:
   void AskMaps(CSource& source, const CAccessTableList& tables);
-  void AskIndexes(CSource& source, const CAccessTableList& tables);
+  void AskIndexes(CSource& source, const CAccessTableList& tables, const CJobContext& job);
   void Claim(uint32_t page, const CAccessTable& table);
 
   std::unordered_set<uint32_t> m_unclaimed;

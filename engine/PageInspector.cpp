@@ -20,10 +20,6 @@ constexpr std::u16string_view kDefinitionCounts = u"definition counts cannot be 
 constexpr std::u16string_view kOwnerGone = u"owner is no table definition";
 constexpr std::u16string_view kChainGone = u"no definition leads here";
 
-bool IsRunning() {
-  return CRepairingFileStatus::Instance().IsRunning();
-}
-
 bool IsZero(std::span<const uint8_t> page) {
   return std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; });
 }
@@ -71,7 +67,7 @@ bool CPageInspector::NoteKinds() {
   m_isContinuation.assign(count, false);
   std::vector<uint8_t> page(m_layout->pageSize);
   for (size_t number = 0; number < count; number++) {
-    if (!IsRunning()) return false;
+    if (!m_job.repairing.IsRunning()) return false;
     if (!m_source->ReadPage(number, page)) continue;
     m_kinds[number] = KindOf(page, number);
     if (page[0] != kPageDefinition || page[1] != kPageFormatted || m_freePages->IsFree(number)) continue;
@@ -87,7 +83,7 @@ bool CPageInspector::NoteKinds() {
 bool CPageInspector::JudgePages(const Sink& sink) {
   std::vector<uint8_t> page(m_layout->pageSize);
   for (uint64_t number = 0; number < m_kinds.size(); number++) {
-    if (!IsRunning()) return false;
+    if (!m_job.repairing.IsRunning()) return false;
     SPageReport report{.page = number, .kind = EPageKind::Unreadable, .verdict = EPageVerdict::Unreadable};
     if (m_source->ReadPage(number, page)) report = Judge(page, number);
     m_totals.pages++;

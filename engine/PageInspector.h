@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "engine/Source.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -73,8 +74,11 @@ class CPageInspector {
  public:
   using Sink = std::function<void(const SPageReport&)>;
 
-  // False when the source is not open or the work was stopped; the totals then cover what was seen. As
-  // everywhere, CRepairingFileStatus says whether to go on.
+  // The job outlives the inspector.
+  explicit CPageInspector(const CJobContext& job) : m_job(job) {}
+
+  // False when the source is not open or the work was stopped; the totals then cover what was seen. The
+  // repair of the job says whether to go on.
   bool Inspect(CSource& source, const Sink& sink);
   [[nodiscard]] const SPageTotals& GetTotals() const { return m_totals; }
 
@@ -94,6 +98,7 @@ class CPageInspector {
   [[nodiscard]] std::u16string_view FindOwnerFault(const SPageReport& report) const;
   [[nodiscard]] EPageKind NotedKind(uint64_t page) const;
 
+  const CJobContext& m_job;
   // Of the file that is being looked at.
   CSource* m_source = nullptr;
   const SLayout* m_layout = &kLayoutJet4;

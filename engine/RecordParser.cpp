@@ -6,7 +6,6 @@
 
 #include "engine/TableWalk.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -18,31 +17,31 @@ int32_t SumOfRowCounts(const CAccessTableList& tables) {
   return static_cast<int32_t>(std::min<uint64_t>(sum, std::numeric_limits<int32_t>::max()));
 }
 
-void ShowTable(uint64_t position, uint64_t count) {
+}  // namespace
+
+void CRecordParser::ShowTable(uint64_t position, uint64_t count) const {
   std::u16string text = u"(Step 3/4) Parsing table records from raw table data: table - ";
   text += ToDecimal(position);
   text += u" / ";
   text += ToDecimal(count);
-  CStatusProgress::Instance().SetText(std::move(text));
+  m_job.status.SetText(std::move(text));
 }
-
-}  // namespace
 
 void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims) const {
   if (!source.IsOpen() || source.GetPages().GetLength() == 0) return;
 
-  CProgressStatus& progress = CProgressStatus::Instance();
+  CProgressStatus& progress = m_job.progress;
   progress.SetMax(SumOfRowCounts(data.GetTables()));
   progress.SetPos(0);
-  CTableWalk walk(source, m_rules, data, claims);
+  CTableWalk walk(source, m_rules, m_job, data, claims);
   uint64_t position = 0;
   for (const auto& table : data.GetTables()) {
-    if (!CRepairingFileStatus::Instance().IsRunning()) return;
+    if (!m_job.repairing.IsRunning()) return;
     ShowTable(++position, data.GetTables().GetCount());
     if (!walk.ParseTable(*table)) return;
   }
   progress.SetPos(progress.GetMax());
-  CDisplayPause::Instance().Pause();
+  m_job.Pause();
 }
 
 }  // namespace tolvane

@@ -10,20 +10,24 @@
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
 class CRecordParser {
  public:
-  // The rules outlive the parser.
-  explicit CRecordParser(const SRecoveryRules& rules) : m_rules(rules) {}
+  // Rules and job outlive the parser.
+  CRecordParser(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
   // Nothing is done with a source that is not open. Pages that a table claims are adopted where they hold
-  // rows of it. Returns early when the repairing flag is cleared.
+  // rows of it. Returns early when the job is stopped.
   void ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims) const;
 
  private:
+  void ShowTable(uint64_t position, uint64_t count) const;
+
   const SRecoveryRules& m_rules;
+  CJobContext& m_job;
 };
 
 }  // namespace tolvane

@@ -10,7 +10,6 @@
 
 #include "engine/DataReader.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -22,7 +21,10 @@ constexpr std::u16string_view kDataStatus = u"(Step 2/4)Scanning file for table 
 // The status line of a scan. A reader polls it once a second, so that most refreshes only note the offset.
 class CScanStatus {
  public:
-  CScanStatus(std::u16string_view label, uint64_t length) : m_label(label), m_length(length) { Show(0); }
+  CScanStatus(CStatusProgress& status, std::u16string_view label, uint64_t length)
+      : m_status(status), m_label(label), m_length(length) {
+    Show(0);
+  }
   ~CScanStatus() { Flush(); }
   CScanStatus(const CScanStatus&) = delete;
   CScanStatus& operator=(const CScanStatus&) = delete;
@@ -45,10 +47,11 @@ class CScanStatus {
     text += u"(kb) / ";
     text += ToDecimal(m_length / kBytesPerUnit);
     text += u"(kb)";
-    CStatusProgress::Instance().SetText(std::move(text));
+    m_status.SetText(std::move(text));
     m_noted.reset();
   }
 
+  CStatusProgress& m_status;
   std::u16string_view m_label;
   uint64_t m_length;
   uint32_t m_count = 0;
@@ -57,10 +60,6 @@ class CScanStatus {
 
 int32_t ToProgress(uint64_t units) {
   return static_cast<int32_t>(std::min<uint64_t>(units, std::numeric_limits<int32_t>::max()));
-}
-
-bool IsRunning() {
-  return CRepairingFileStatus::Instance().IsRunning();
 }
 
 // What a candidate's page says: which page goes on with it, and whether it names the kind of its table.
@@ -171,15 +170,15 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
   if (!definitions.IsOpen()) return;
   const SLayout& layout = definitions.GetLayout();
   const uint64_t pageCount = definitions.GetPageCount();
-  CProgressStatus& progress = CProgressStatus::Instance();
+  CProgressStatus& progress = m_job.progress;
   progress.SetMax(ToProgress(2 * pageCount));
   progress.SetPos(0);
-  CScanStatus status(kDefinitionStatus, definitions.GetPages().GetLength());
+  CScanStatus status(m_job.status, kDefinitionStatus, definitions.GetPages().GetLength());
   data.GetTables().AddTable(uint64_t{kObjectsPage} * layout.pageSize);
 
   std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < pageCount; number++) {
-    if (!IsRunning()) return;
+    if (!m_job.repairing.IsRunning()) return;
     const uint64_t offset = number * layout.pageSize;
     const bool isUsable = definitions.ReadPage(number, page) || m_rules.unreadablePageKeepsPrevious;
     if (isUsable && number != kObjectsPage && StartsTable(page, layout)) data.GetTables().AddTable(offset);
@@ -229,14 +228,14 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
   const CFreePageMap& freePages = source.GetFreePages();
   COwners owners(source, m_rules);
   const uint64_t pageCount = source.GetPageCount();
-  CProgressStatus& progress = CProgressStatus::Instance();
+  CProgressStatus& progress = m_job.progress;
   // Another range only where the definitions came from a file of another length.
   progress.SetMax(ToProgress(static_cast<uint64_t>(progress.GetPos()) + pageCount));
-  CScanStatus status(kDataStatus, source.GetPages().GetLength());
+  CScanStatus status(m_job.status, kDataStatus, source.GetPages().GetLength());
 
   std::vector<uint8_t> page(layout.pageSize);
   for (uint64_t number = 0; number < pageCount; number++) {
-    if (!IsRunning()) return homeless;
+    if (!m_job.repairing.IsRunning()) return homeless;
     const uint64_t offset = number * layout.pageSize;
     progress.IncrementPos();
     const bool isRead = source.ReadPage(number, page);
@@ -268,7 +267,7 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     Count(data, EDamage::PartialPage, pageCount, rest);
   status.Flush();
   progress.SetPos(progress.GetMax());
-  CDisplayPause::Instance().Pause();
+  m_job.Pause();
   return homeless;
 }
 

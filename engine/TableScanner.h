@@ -14,13 +14,14 @@
 #include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
 class CTableScanner {
  public:
-  // The rules outlive the scanner. Nothing is done with a source that is not open.
-  explicit CTableScanner(const SRecoveryRules& rules) : m_rules(rules) {}
+  // Rules and job outlive the scanner. Nothing is done with a source that is not open.
+  CTableScanner(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
   // Step 1. Adds the catalogue, then each page that starts a definition.
   void ScanTableDefinitions(CAccessData& data, CSource& definitions) const;
@@ -43,6 +44,7 @@ class CTableScanner {
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
 
   const SRecoveryRules& m_rules;
+  CJobContext& m_job;
 };
 
 }  // namespace tolvane

@@ -5,7 +5,6 @@
 #include "engine/DataReader.h"
 #include "format/Layout.h"
 #include "platform/FileCust.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -25,15 +24,17 @@ constexpr uint64_t kNoPage = ~uint64_t{0};
 
 }  // namespace
 
-CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data, CPageClaims& claims)
+CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext& job, CAccessData& data,
+                       CPageClaims& claims)
     : m_layout(source.GetLayout()),
       m_rules(rules),
+      m_job(job),
       m_reader(source.GetPages()),
       m_data(data),
       m_claims(claims),
       m_dataFile(data.GetWorkFolder()),
       m_sideFile(data.GetWorkFolder(), m_dataFile),
-      m_longValues(m_reader, m_layout, rules),
+      m_longValues(m_reader, m_layout, rules, job),
       m_fields(m_layout.text, rules, m_longValues,
                rules.recordsHoldTexts ? static_cast<CObjectSink&>(m_sideFile) : m_objectFile),
       m_records(rules, m_dataFile),
@@ -98,7 +99,7 @@ bool CTableWalk::CutPage() {
   size_t end = m_page.size();
   size_t previous = m_page.size();
   for (uint32_t slot = 0; slot < std::min(count, slotsOnPage); slot++) {
-    if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+    if (!m_job.repairing.IsRunning()) return false;
     if (previous > m_layout.data.slots && previous < m_page.size()) end = previous;
     const uint16_t word = *ReadSlot(m_page, m_layout, slot);
     const size_t start = word & m_rules.rowStartMask;
@@ -195,7 +196,7 @@ bool CTableWalk::RebuildPages() {
 
 // False: the run was stopped.
 bool CTableWalk::TakeRow(const SPageRow& row) {
-  if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+  if (!m_job.repairing.IsRunning()) return false;
   const bool isHidden = (row.flags & kSlotHidden) != 0;
   const bool isPointer = (row.flags & kSlotPointer) != 0;
   if (isHidden) {
@@ -267,7 +268,7 @@ void CTableWalk::NoteHidden(uint32_t slot, uint16_t word) {
 // Moved rows whose pointers are lost. False: the run was stopped.
 bool CTableWalk::DecodeUnclaimedRows() {
   for (const SRowPointer& pointer : m_hidden) {
-    if (!CRepairingFileStatus::Instance().IsRunning()) return false;
+    if (!m_job.repairing.IsRunning()) return false;
     if (m_claimed.count(pointer.ToWord()) != 0) continue;
     m_offset = uint64_t{pointer.page} * m_layout.pageSize;
     const auto row = FindMovedRow(pointer);
@@ -295,7 +296,7 @@ void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
     if (result == EFieldResult::CutShort) Count(EDamage::BrokenLongValue, slot, column);
   }
   m_rows++;
-  CProgressStatus::Instance().IncrementPos();
+  m_job.progress.IncrementPos();
   m_fields.ReleaseMemory();
 }
 
@@ -315,7 +316,7 @@ void CTableWalk::GiveUp(std::u16string_view reason) {
   std::u16string line = u"Records of table " + m_table->GetPageText(m_layout.pageSize);
   line += u" could not be stored: ";
   line += reason;
-  CRepairLog::Instance().Append(line);
+  m_job.log.Append(line);
 }
 
 void CTableWalk::CloseQuietly() {

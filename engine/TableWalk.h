@@ -23,6 +23,7 @@
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 #include "store/AccessTableDataFile.h"
 
 namespace tolvane {
@@ -31,7 +32,8 @@ namespace tolvane {
 class CTableWalk {
  public:
   // All arguments outlive the walk; the source is open.
-  CTableWalk(CSource& source, const SRecoveryRules& rules, CAccessData& data, CPageClaims& claims);
+  CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext& job, CAccessData& data,
+             CPageClaims& claims);
 
   // False: the run was stopped. A table whose data file cannot be written is logged and counted.
   bool ParseTable(CAccessTable& table);
@@ -61,6 +63,7 @@ class CTableWalk {
 
   const SLayout& m_layout;
   const SRecoveryRules& m_rules;
+  CJobContext& m_job;
   CPageReader& m_reader;
   CAccessData& m_data;
   CPageClaims& m_claims;

@@ -37,19 +37,21 @@ std::set<uint32_t> CreditCatalogue(CSource& source, CAccessData& data) {
   return owners;
 }
 
-Names ReadNames(CSource& source, const SRecoveryRules& rules, const std::u16string& workFolder) {
+Names ReadNames(CSource& source, const SRecoveryRules& rules, CJobContext& job,
+                const std::u16string& workFolder) {
   Names names;
   if (!source.IsOpen()) return names;
   CAccessData data(rules, workFolder);
   data.source = source.GetFacts();
   const uint32_t pageSize = source.GetLayout().pageSize;
   const std::set<uint32_t> owners = CreditCatalogue(source, data);
-  CDefinitionDecoder(source.GetLayout(), rules, data.source.codePage).ParseTableDefinitions(data, source);
+  CDefinitionDecoder(source.GetLayout(), rules, data.source.codePage)
+      .ParseTableDefinitions(data, source, job);
   for (const auto& table : data.GetTables()) table->columns.SortByNumber();
   CPageClaims none;
-  CRecordParser(rules).ParseRecords(data, source, none);
+  CRecordParser(rules, job).ParseRecords(data, source, none);
   for (const uint32_t owner : owners) data.GetTables().AddTable(uint64_t{owner} * pageSize);
-  CAccessTableDataFileParser(workFolder, rules).ScanTableNames(data, pageSize);
+  CAccessTableDataFileParser(workFolder, rules, job).ScanTableNames(data, pageSize);
   for (const auto& table : data.GetTables()) {
     const uint32_t page = table->GetPage(pageSize);
     if (table->name.empty() || page == kObjectsPage) continue;
@@ -62,9 +64,9 @@ Names ReadNames(CSource& source, const SRecoveryRules& rules, const std::u16stri
 }  // namespace
 
 CTemplateMatch::CTemplateMatch(CSource& source, CSource& definitions, const SRecoveryRules& rules,
-                               const std::u16string& workFolder) {
-  const Names here = ReadNames(source, rules, workFolder);
-  const Names there = ReadNames(definitions, rules, workFolder);
+                               CJobContext& job, const std::u16string& workFolder) {
+  const Names here = ReadNames(source, rules, job, workFolder);
+  const Names there = ReadNames(definitions, rules, job, workFolder);
   bool isSame = true;
   for (const auto& [name, page] : here) {
     const auto found = there.find(name);

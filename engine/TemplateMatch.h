@@ -11,6 +11,7 @@
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -19,7 +20,7 @@ class CTemplateMatch {
   // Owners are the template's pages.
   CTemplateMatch() = default;
   // Reads both catalogues, through data files of the run that are gone afterwards.
-  CTemplateMatch(CSource& source, CSource& definitions, const SRecoveryRules& rules,
+  CTemplateMatch(CSource& source, CSource& definitions, const SRecoveryRules& rules, CJobContext& job,
                  const std::u16string& workFolder);
 
   // The definition page in the template of a page's owner in the damaged file.

@@ -8,7 +8,7 @@
 #include "engine/PageInspector.h"
 #include "fuzz/FuzzFile.h"
 #include "render/RecordText.h"
-#include "status/Status.h"
+#include "status/JobContext.h"
 #include "store/WorkFolder.h"
 #include "writer/AccessSaveRepairedFile.h"
 #include "writer/QuerySaver.h"
@@ -30,7 +30,7 @@ void ReadAll(const CAccessData& data) {
 void Save(const CAccessData& data) {
   const std::u16string path = GetTempFolder() + u"output";
   const auto engine = MakeEmbeddedEngine();
-  CAccessSaveRepairedFile writer(*engine);
+  CAccessSaveRepairedFile writer(*engine, ShownJob());
   writer.SetData(&data);
   writer.SetOutputPath(path);
   CSavingStatus::Instance().SetSaving(true);
@@ -51,10 +51,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CRepairingFileStatus::Instance().SetRunning(true);
   CSource source;
   source.Open(path);
-  CAccessRepair repair{kStandardRules};
+  CAccessRepair repair{kStandardRules, ShownJob()};
   repair.Repair(source, source);
   ReadAll(*repair.GetData());
-  CPageInspector().Inspect(source, [](const SPageReport&) {});
+  CPageInspector(ShownJob()).Inspect(source, [](const SPageReport&) {});
   Save(*repair.GetData());
   return 0;
 }

@@ -44,9 +44,9 @@ SFlatLayout MultiValueLayoutOf(const CAccessTable& flatTable) {
   return {columns.GetCount(), *key, *item};
 }
 
-uint64_t CFlatTableParser::BuildTexts(CellTexts& texts, bool (*isStopped)()) {
+uint64_t CFlatTableParser::BuildTexts(CellTexts& texts, const CPreviewThreadStatus& preview) {
   uint64_t units = 0;
-  while (!isStopped() && ReadGroup()) {
+  while (!preview.IsAborted() && ReadGroup()) {
     std::u16string& text = texts[m_group[m_layout.key]];
     const size_t before = text.size();
     AppendItem(m_group[m_layout.item], text);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "model/AccessTable.h"
+#include "status/Status.h"
 #include "store/DataFileReader.h"
 
 namespace tolvane {
@@ -46,9 +47,9 @@ class CFlatTableParser {
   bool Open() { return m_reader.Open(); }
   void Close() { m_reader.Close(); }
   void SetLayout(const SFlatLayout& layout) { m_layout = layout; }
-  // The text of every key, as BuildText would give it, in one pass over the file. Ends early when `isStopped`
-  // says so. Returns how many units the texts hold together.
-  uint64_t BuildTexts(CellTexts& texts, bool (*isStopped)());
+  // The text of every key, as BuildText would give it, in one pass over the file. Ends early when the
+  // preview is aborted. Returns how many units the texts hold together.
+  uint64_t BuildTexts(CellTexts& texts, const CPreviewThreadStatus& preview);
 
  protected:
   explicit CFlatTableParser(const SFlatLayout& layout) : m_layout(layout) {}

@@ -3,7 +3,6 @@
 #include "model/MSysComplexColumnsData.h"
 #include "platform/Text.h"
 #include "render/ExactText.h"
-#include "status/Status.h"
 #include "store/ValueStream.h"
 
 namespace tolvane {
@@ -103,14 +102,13 @@ CPreviewText::SFlatTable& CPreviewText::GetFlatTable(size_t column) {
   if (page <= 0 || page > UINT32_MAX) return flat;
   const CAccessTable* const table = m_tables->FindTable(static_cast<uint64_t>(page) * m_pageSize);
   if (table == nullptr) return flat;
-  const auto isAborted = [] { return CPreviewThreadStatus::Instance().IsAborted(); };
   CComplexParser parser;
   CRecordText records(table->columns, m_rules);
   parser.SetDecoder(&records);
   parser.SetLayout(MultiValueLayoutOf(*table));
   parser.SetPath(table->GetDataFilePath());
   parser.Open();
-  flat.unitsLeft = kTimesShown * parser.BuildTexts(flat.texts, isAborted) + kUnitsShownAtLeast;
+  flat.unitsLeft = kTimesShown * parser.BuildTexts(flat.texts, m_preview) + kUnitsShownAtLeast;
   parser.Close();
   return flat;
 }

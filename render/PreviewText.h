@@ -11,6 +11,7 @@
 #include "model/AccessTable.h"
 #include "render/FlatTableParser.h"
 #include "render/RecordText.h"
+#include "status/Status.h"
 
 namespace tolvane {
 
@@ -19,13 +20,14 @@ namespace tolvane {
 class CPreviewText {
  public:
   // `tables` is where flat tables are looked up by their definition page; without one, multi-value cells are
-  // empty. Both must outlive this object.
+  // empty. `preview` says when to leave. All must outlive this object.
   CPreviewText(const CAccessTable& table, const CAccessTableList* tables, uint32_t pageSize,
-               const SRecoveryRules& rules)
+               const SRecoveryRules& rules, const CPreviewThreadStatus& preview)
       : m_table(table),
         m_tables(tables),
         m_pageSize(pageSize),
         m_rules(rules),
+        m_preview(preview),
         m_records(table.columns, rules) {}
 
   // The shown text of the record of `count` bytes at which the stream stands; moves behind it. False where
@@ -50,6 +52,7 @@ class CPreviewText {
   const CAccessTableList* m_tables;
   uint32_t m_pageSize;
   const SRecoveryRules& m_rules;
+  const CPreviewThreadStatus& m_preview;
   CRecordText m_records;
   std::unordered_map<size_t, SFlatTable> m_flatTables;  // by column
 };

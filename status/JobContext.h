@@ -1,8 +1,8 @@
 // What a job gives to the workers that do it: the stop request, progress, status line, log and pauses. Its
 // owner keeps it for as long as a worker may use it; workers get it by reference and know no other.
 //
-// The process-wide status objects are views of one job, the shown one: CProgressStatus::Instance() is
-// ShownJob().progress, and so with all of them.
+// The process-wide status objects, for front ends only, are views of one job, the shown one:
+// CProgressStatus::Instance() is ShownJob().progress, and so with all of them.
 #pragma once
 
 #include "status/Status.h"

@@ -9,7 +9,6 @@
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "status/Status.h"
 #include "writer/QuerySaver.h"
 #include "writer/RowCopier.h"
 #include "writer/TableBuilder.h"
@@ -20,10 +19,6 @@ namespace {
 
 constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
 constexpr std::u16string_view kRelationships = u"MSysRelationships";
-
-bool IsSaving() {
-  return CSavingStatus::Instance().IsSaving();
-}
 
 bool IsSaved(const CAccessTable& table) {
   return !IsSystemTable(table) && !table.name.empty() && table.columns.GetCount() > 0;
@@ -66,7 +61,8 @@ std::u16string Counted(uint64_t count, std::u16string_view noun) {
 
 }  // namespace
 
-CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine) : m_engine(engine) {}
+CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine, CJobContext& job)
+    : m_engine(engine), m_job(job) {}
 
 CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
 
@@ -81,8 +77,8 @@ EOutputFormat CAccessSaveRepairedFile::DecideFormat(const CAccessData& data, EOu
 bool CAccessSaveRepairedFile::Save() {
   if (!SaveStructure()) return false;
   // Neither the saved queries nor the relationships end the save.
-  static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary).Save());
-  m_relations = std::make_unique<CRelationSaver>(*m_data, m_summary);
+  static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary, m_job).Save());
+  m_relations = std::make_unique<CRelationSaver>(*m_data, m_summary, m_job);
   static_cast<void>(m_relations->Read());
   return SaveData();
 }
@@ -103,8 +99,8 @@ void CAccessSaveRepairedFile::PrepareTables() {
 }
 
 bool CAccessSaveRepairedFile::SaveStructure() {
-  if (!IsSaving()) return false;
-  CStatusProgress::Instance().SetText(u"Saving table name and structure");
+  if (!m_job.saving.IsSaving()) return false;
+  m_job.status.SetText(u"Saving table name and structure");
   if (!m_data || m_outputPath.empty()) return false;
   PrepareTables();
   if (FileExists(m_outputPath) && !RemoveFile(m_outputPath)) {
@@ -126,15 +122,15 @@ int32_t CAccessSaveRepairedFile::GetVersion() const {
 
 ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
   const CAccessTableList& tables = m_data->GetTables();
-  CProgressStatus::Instance().SetMax(static_cast<int32_t>(tables.GetCount()));
-  CProgressStatus::Instance().SetPos(0);
-  CTableBuilder builder(database, m_data->GetRules(), GetVersion(), m_summary,
+  m_job.progress.SetMax(static_cast<int32_t>(tables.GetCount()));
+  m_job.progress.SetPos(0);
+  CTableBuilder builder(database, m_data->GetRules(), GetVersion(), m_summary, m_job,
                         {m_data->source.codePage, DecideFormat(*m_data, m_format) != EOutputFormat::Jet3});
   size_t next = 0;
   for (const auto& table : tables) {
-    CProgressStatus::Instance().IncrementPos();
-    if (!IsSaving()) return ESaveStep::Stopped;
-    CStatusProgress::Instance().SetText(u"(Step 1/2)Saving table name and structure: " + table->name);
+    m_job.progress.IncrementPos();
+    if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
+    m_job.status.SetText(u"(Step 1/2)Saving table name and structure: " + table->name);
     if (next == m_tables.size() || m_tables[next].table != table.get()) continue;
     SSavedTable& saved = m_tables[next++];
     const ESaveStep step = builder.Build(saved);
@@ -159,8 +155,8 @@ int32_t CAccessSaveRepairedFile::CountRecords() const {
 
 bool CAccessSaveRepairedFile::SaveData() {
   if (!m_data) return false;
-  CProgressStatus::Instance().SetMax(CountRecords());
-  CProgressStatus::Instance().SetPos(0);
+  m_job.progress.SetMax(CountRecords());
+  m_job.progress.SetPos(0);
   std::unique_ptr<CDaoDatabase> database;
   const CDaoResult opened = m_engine.OpenDatabase(m_outputPath, false, false, {}, database);
   if (!opened.IsOk()) {
@@ -168,14 +164,14 @@ bool CAccessSaveRepairedFile::SaveData() {
     return false;
   }
   ESaveStep step = ESaveStep::Stopped;
-  if (IsSaving()) {
-    CStatusProgress::Instance().SetText(u"Saving tables data");
+  if (m_job.saving.IsSaving()) {
+    m_job.status.SetText(u"Saving tables data");
     step = CopyTables(*database);
     if (step == ESaveStep::Done && m_relations) step = m_relations->Create(*database, m_tables);
   }
   if (!CloseDatabase(*database, step)) return false;
-  CProgressStatus::Instance().SetPos(CProgressStatus::Instance().GetMax());
-  CDisplayPause::Instance().Pause();
+  m_job.progress.SetPos(m_job.progress.GetMax());
+  m_job.Pause();
   return true;
 }
 
@@ -189,7 +185,7 @@ ESaveStep CAccessSaveRepairedFile::CopyTables(CDaoDatabase& database) {
 }
 
 ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable& saved) {
-  if (!IsSaving()) return ESaveStep::Stopped;
+  if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
   const CAccessTable& table = *saved.table;
   // Its records are counted as lost already.
   if (!saved.isCreated) return ESaveStep::Done;
@@ -197,9 +193,9 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
     LoseRecords(saved, table.header.rowCount, u"The table's temporary file cannot be read.");
     return ESaveStep::Done;
   }
-  CStatusProgress::Instance().SetText(u"(Step 2/2)Saving table data: " + table.name);
-  CRepairLog::Instance().Append(u"Saving data for " + table.name + u"...");
-  return CRowCopier(database, m_data->GetRules(), saved, m_summary).Copy();
+  m_job.status.SetText(u"(Step 2/2)Saving table data: " + table.name);
+  m_job.log.Append(u"Saving data for " + table.name + u"...");
+  return CRowCopier(database, m_data->GetRules(), saved, m_summary, m_job).Copy();
 }
 
 void CAccessSaveRepairedFile::CloseTable(SSavedTable& saved) {
@@ -207,8 +203,8 @@ void CAccessSaveRepairedFile::CloseTable(SSavedTable& saved) {
   if (loss.records == 0 && loss.fields == 0) return;
   const auto log = [&](uint64_t count, std::u16string_view noun) {
     if (count > 0)
-      CRepairLog::Instance().Append(Counted(count, noun) + u" of table " + loss.table +
-                                    u" could not be saved: " + loss.reason);
+      m_job.log.Append(Counted(count, noun) + u" of table " + loss.table + u" could not be saved: " +
+                       loss.reason);
   };
   log(loss.records, u"record");
   log(loss.fields, u"value");

@@ -11,6 +11,7 @@
 
 #include "dao/dao.h"
 #include "model/AccessData.h"
+#include "status/JobContext.h"
 #include "writer/RelationSaver.h"
 #include "writer/SavedTable.h"
 
@@ -24,10 +25,11 @@ enum class EOutputFormat : uint8_t {
   Ace,
 };
 
-// Runs on the save thread. CSavingStatus must be saving; clearing it stops the save at the next value.
+// Runs on the save thread. The job must be saving; stopping it stops the save at the next value.
 class CAccessSaveRepairedFile {
  public:
-  explicit CAccessSaveRepairedFile(CDaoEngine& engine);
+  // Both outlive the save.
+  CAccessSaveRepairedFile(CDaoEngine& engine, CJobContext& job);
   virtual ~CAccessSaveRepairedFile();
   CAccessSaveRepairedFile(const CAccessSaveRepairedFile&) = delete;
   CAccessSaveRepairedFile& operator=(const CAccessSaveRepairedFile&) = delete;
@@ -62,6 +64,7 @@ class CAccessSaveRepairedFile {
   bool CloseDatabase(CDaoDatabase& database, ESaveStep step);
 
   CDaoEngine& m_engine;
+  CJobContext& m_job;
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
   EOutputFormat m_format = EOutputFormat::ByRules;

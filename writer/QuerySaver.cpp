@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "platform/Process.h"
-#include "status/Status.h"
 #include "writer/QueryProperties.h"
 #include "writer/RecoveredQuery.h"
 
@@ -26,14 +25,6 @@ constexpr std::array<std::u16string CQueryAttributes::*, 8> kCells{
     &CQueryAttributes::ObjectId, &CQueryAttributes::Attribute, &CQueryAttributes::Order,
     &CQueryAttributes::Name1,    &CQueryAttributes::Name2,     &CQueryAttributes::Expression,
     &CQueryAttributes::Flag,     &CQueryAttributes::LvExtra};
-
-bool IsSaving() {
-  return CSavingStatus::Instance().IsSaving();
-}
-
-bool IsAlwaysRunning() {
-  return true;
-}
 
 // As "%2X" prints it: at least two places, filled with blanks.
 void AppendHex(uint32_t value, std::u16string& text) {
@@ -79,17 +70,17 @@ bool CQuerySaver::Save() {
     CountLost({});
     return true;
   }
-  CProgressStatus& progress = CProgressStatus::Instance();
+  CProgressStatus& progress = m_job.progress;
   progress.SetPos(0);
   progress.SetMax(
       static_cast<int32_t>(std::min<uint32_t>(table->header.rowCount, std::numeric_limits<int32_t>::max())));
-  if (!IsSaving()) return false;
-  CRepairLog::Instance().Append(u"Saving queries");
+  if (!m_job.saving.IsSaving()) return false;
+  m_job.log.Append(u"Saving queries");
 
   CTList<CQueryAttributes> rows;
   uint32_t rowCount = 0;
-  const bool isRead = ReadRows(*table, m_data.GetRules(), rows, rowCount, IsSaving);
-  if (!IsSaving()) return false;
+  const bool isRead = ReadRows(*table, m_data.GetRules(), rows, rowCount, &m_job);
+  if (!m_job.saving.IsSaving()) return false;
   if (!isRead) Remark(u"Error code : - 004");
   if (rowCount < table->header.rowCount) m_summary.systemRowsLost += table->header.rowCount - rowCount;
   CTList<CQuery> queries;
@@ -101,7 +92,7 @@ bool CQuerySaver::Save() {
   progress.SetPos(0);
   if (!SaveQueries(queries)) return false;
   progress.SetPos(progress.GetMax());
-  CDisplayPause::Instance().Pause();
+  m_job.Pause();
   return true;
 }
 
@@ -129,25 +120,25 @@ bool CQuerySaver::ReadQueries(const CAccessData& data, CTList<CQuery>& queries) 
   if (table == nullptr) return true;
   CTList<CQueryAttributes> rows;
   uint32_t wholeRows = 0;
-  if (!ReadRows(*table, data.GetRules(), rows, wholeRows, IsAlwaysRunning)) return false;
+  if (!ReadRows(*table, data.GetRules(), rows, wholeRows, nullptr)) return false;
   GroupAndMatch(data, rows, queries);
   return true;
 }
 
 // A row that the file's end cuts keeps what it has.
 bool CQuerySaver::ReadRows(const CAccessTable& table, const SRecoveryRules& rules,
-                           CTList<CQueryAttributes>& rows, uint32_t& wholeRows, bool (*isRunning)()) {
+                           CTList<CQueryAttributes>& rows, uint32_t& wholeRows, CJobContext* job) {
   CValueStream stream;
   if (!stream.Open(table.GetDataFilePath())) return false;
   CRecordText texts(table.columns, rules);
   bool isWhole = true;
   while (isWhole && !stream.IsAtEnd()) {
-    CProgressStatus::Instance().IncrementPos();
+    if (job != nullptr) job->progress.IncrementPos();
     auto row = std::make_unique<CQueryAttributes>();
     isWhole = ReadRow(stream, table.columns.GetCount(), texts, *row);
     rows.Append(std::move(row));
     if (isWhole) ++wholeRows;
-    if (!isRunning()) return false;
+    if (job != nullptr && !job->saving.IsSaving()) return false;
   }
   return true;
 }
@@ -178,8 +169,8 @@ void CQuerySaver::GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes
 bool CQuerySaver::CreateQueries(CDaoDatabase& database, const CTList<CQuery>& queries) {
   const SQueriesState state = GetQueriesState(m_data, queries);
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {
-    if (!IsSaving()) return false;
-    CProgressStatus::Instance().IncrementPos();
+    if (!m_job.saving.IsSaving()) return false;
+    m_job.progress.IncrementPos();
     CreateQuery(database, state, *query);
   }
   return true;
@@ -265,7 +256,7 @@ void CQuerySaver::CountLost(const CTList<CQuery>& queries) {
 }
 
 void CQuerySaver::Remark(std::u16string text) {
-  CRepairLog::Instance().Append(text);
+  m_job.log.Append(text);
   m_summary.notes.push_back(std::move(text));
 }
 

@@ -14,6 +14,7 @@
 #include "query/QuerySysObject.h"
 #include "query/TList.h"
 #include "render/RecordText.h"
+#include "status/JobContext.h"
 #include "store/ValueStream.h"
 #include "writer/RecoveredQuery.h"
 #include "writer/SafeName.h"
@@ -28,8 +29,8 @@ class CQuerySaver {
  public:
   // All must outlive the saver.
   CQuerySaver(CDaoEngine& engine, const CAccessData& data, std::u16string_view outputPath,
-              SSaveSummary& summary)
-      : m_engine(engine), m_data(data), m_outputPath(outputPath), m_summary(summary) {}
+              SSaveSummary& summary, CJobContext& job)
+      : m_engine(engine), m_data(data), m_outputPath(outputPath), m_summary(summary), m_job(job) {}
 
   // False when the rows cannot be read, the database cannot be opened or the save was stopped.
   bool Save();
@@ -41,8 +42,9 @@ class CQuerySaver {
   static bool IsHidden(std::u16string_view name);
 
  private:
+  // Without a job nothing stops it, and nothing is shown.
   static bool ReadRows(const CAccessTable& table, const SRecoveryRules& rules, CTList<CQueryAttributes>& rows,
-                       uint32_t& wholeRows, bool (*isRunning)());
+                       uint32_t& wholeRows, CJobContext* job);
   static bool ReadRow(CValueStream& stream, size_t columnCount, CRecordText& texts, CQueryAttributes& row);
   static void GroupAndMatch(const CAccessData& data, CTList<CQueryAttributes>& rows, CTList<CQuery>& queries);
   bool SaveQueries(const CTList<CQuery>& queries);
@@ -58,6 +60,7 @@ class CQuerySaver {
   const CAccessData& m_data;
   std::u16string m_outputPath;
   SSaveSummary& m_summary;
+  CJobContext& m_job;
   CNameSet m_names;
 };
 

@@ -10,7 +10,6 @@
 #include "dao/dao.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"
-#include "status/Status.h"
 #include "writer/SafeName.h"
 
 namespace tolvane {
@@ -127,7 +126,7 @@ bool SRecoveredRelation::IsSystem() const {
   return table.starts_with(kSystemTablePrefix) && referencedTable.starts_with(kSystemTablePrefix);
 }
 
-bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations,
+bool ReadRelations(const CAccessData& data, CJobContext* job, std::vector<SRecoveredRelation>& relations,
                    uint32_t& rowsRead) {
   relations.clear();
   rowsRead = 0;
@@ -138,7 +137,7 @@ bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRe
   CRelationCollector collector(data.GetRules());
   std::vector<std::u16string> values;
   while (reader.ReadRow(values)) {
-    CProgressStatus::Instance().IncrementPos();
+    if (job != nullptr) job->progress.IncrementPos();
     Cells row;
     for (size_t i = 0; i < values.size(); ++i) {
       const uint16_t number = table->columns.GetAt(i)->number;
@@ -146,7 +145,7 @@ bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRe
     }
     collector.Add(row);
     if (!reader.IsIncomplete()) ++rowsRead;
-    if (!isRunning()) return false;
+    if (job != nullptr && !job->saving.IsSaving()) return false;
   }
   collector.Finish(relations);
   return true;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model/AccessData.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -33,9 +34,9 @@ struct SRecoveredRelation {
 
 // In the order of their first rows. Rows that contradict the rows before them are left out; a relationship
 // that lacks a pair of columns is told as such, for fewer pairs would be another relationship. Linear in the
-// rows. `isRunning` is asked after every row. False when the rows cannot be read or the reading was stopped.
-// `rowsRead` tells how many of the recovered rows were there.
-bool ReadRelations(const CAccessData& data, bool (*isRunning)(), std::vector<SRecoveredRelation>& relations,
+// rows. Without a job nothing stops the reading, and nothing is shown. False when the rows cannot be read or
+// the reading was stopped. `rowsRead` tells how many of the recovered rows were there.
+bool ReadRelations(const CAccessData& data, CJobContext* job, std::vector<SRecoveredRelation>& relations,
                    uint32_t& rowsRead);
 
 }  // namespace tolvane

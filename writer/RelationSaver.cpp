@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "platform/Text.h"
-#include "status/Status.h"
 
 namespace tolvane {
 
@@ -17,10 +16,6 @@ constexpr int kAttempts = 12;
 constexpr int kMostEnforced = 32;
 // A table of nonsense must not fill the log.
 constexpr uint64_t kMostNotes = 200;
-
-bool IsSaving() {
-  return CSavingStatus::Instance().IsSaving();
-}
 
 // What the relation asks of the rows, in place of what it joins.
 bool IsAboutEnforcing(EDaoError code) {
@@ -71,15 +66,15 @@ bool CRelationSaver::Read() {
   m_relations.clear();
   const CAccessTable* table = FindRelationsTable(m_data);
   if (table == nullptr) return true;
-  CProgressStatus& progress = CProgressStatus::Instance();
+  CProgressStatus& progress = m_job.progress;
   progress.SetPos(0);
   progress.SetMax(
       static_cast<int32_t>(std::min<uint32_t>(table->header.rowCount, std::numeric_limits<int32_t>::max())));
-  if (!IsSaving()) return false;
-  CRepairLog::Instance().Append(u"Saving relations");
+  if (!m_job.saving.IsSaving()) return false;
+  m_job.log.Append(u"Saving relations");
   uint32_t rowsRead = 0;
-  const bool isRead = ReadRelations(m_data, IsSaving, m_relations, rowsRead);
-  if (!IsSaving()) {
+  const bool isRead = ReadRelations(m_data, &m_job, m_relations, rowsRead);
+  if (!m_job.saving.IsSaving()) {
     m_relations.clear();
     return false;
   }
@@ -90,18 +85,18 @@ bool CRelationSaver::Read() {
 
 ESaveStep CRelationSaver::Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables) {
   if (m_relations.empty()) return ESaveStep::Done;
-  CStatusProgress::Instance().SetText(u"Saving relations");
+  m_job.status.SetText(u"Saving relations");
   Tables byName;
   for (const SSavedTable& table : tables)
     if (table.isCreated) byName.emplace(CNameSet::Fold(table.table->name), &table);
   for (const SRecoveredRelation& relation : m_relations) {
-    if (!IsSaving()) return ESaveStep::Stopped;
+    if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
     if (relation.IsSystem()) continue;
     const ESaveStep step = CreateOne(database, relation, byName);
     if (step != ESaveStep::Done) return step;
   }
   if (m_notes > kMostNotes)
-    CRepairLog::Instance().Append(ToDecimal(m_notes - kMostNotes) + u" more relationships are like that");
+    m_job.log.Append(ToDecimal(m_notes - kMostNotes) + u" more relationships are like that");
   return ESaveStep::Done;
 }
 
@@ -131,7 +126,7 @@ ESaveStep CRelationSaver::CreateOne(CDaoDatabase& database, const SRecoveredRela
   }
   ++m_summary.relationsSaved;
   if (info.name != relation.name) Note(NameOf(relation) + u" was saved as " + Quoted(info.name));
-  if (!result.text.empty()) CRepairLog::Instance().Append(NameOf(relation) + u": " + result.text);
+  if (!result.text.empty()) m_job.log.Append(NameOf(relation) + u": " + result.text);
   if (weakness.empty()) return ESaveStep::Done;
   ++m_summary.relationsWeakened;
   Note(NameOf(relation) + u" was saved, but is not enforced: " + weakness);
@@ -195,7 +190,7 @@ void CRelationSaver::Lose(const SRecoveredRelation& relation, std::u16string_vie
 
 void CRelationSaver::Note(std::u16string text) {
   if (m_notes++ >= kMostNotes) return;
-  CRepairLog::Instance().Append(text);
+  m_job.log.Append(text);
   m_summary.notes.push_back(std::move(text));
 }
 

@@ -20,8 +20,9 @@ namespace tolvane {
 
 class CRelationSaver {
  public:
-  // Both must outlive the saver.
-  CRelationSaver(const CAccessData& data, SSaveSummary& summary) : m_data(data), m_summary(summary) {}
+  // All must outlive the saver.
+  CRelationSaver(const CAccessData& data, SSaveSummary& summary, CJobContext& job)
+      : m_data(data), m_summary(summary), m_job(job) {}
 
   // False when the rows cannot be read or the save was stopped; then there is nothing to create.
   bool Read();
@@ -42,6 +43,7 @@ class CRelationSaver {
 
   const CAccessData& m_data;
   SSaveSummary& m_summary;
+  CJobContext& m_job;
   std::vector<SRecoveredRelation> m_relations;
   CNameSet m_names;
   uint64_t m_notes = 0;

@@ -1,6 +1,5 @@
 #include "writer/RowCopier.h"
 
-#include "status/Status.h"
 #include "writer/FieldValue.h"
 #include "writer/SideFileSource.h"
 
@@ -33,7 +32,7 @@ ESaveStep CRowCopier::Close() {
   // Text without a failure tells what the engine had to change, such as an index that is no longer unique.
   if (result.text.empty()) return ESaveStep::Done;
   m_summary.notes.push_back(u"Table \"" + m_saved.table->name + u"\": " + result.text);
-  CRepairLog::Instance().Append(m_summary.notes.back());
+  m_job.log.Append(m_summary.notes.back());
   return ESaveStep::Done;
 }
 
@@ -44,7 +43,7 @@ ESaveStep CRowCopier::CopyRows() {
   if (reader.Open(m_saved.table->GetDataFilePath())) {
     while (reader.BeginRow()) {
       ++rowsRead;
-      CProgressStatus::Instance().IncrementPos();
+      m_job.progress.IncrementPos();
       const ESaveStep step = CopyRow(reader);
       if (step != ESaveStep::Done) return step;
     }
@@ -69,7 +68,7 @@ ESaveStep CRowCopier::CopyRow(CTableRowReader& reader) {
   for (size_t i = 0; i < m_saved.fields.size(); ++i) {
     const ESaveStep step = SetValue(i, reader, row);
     if (step != ESaveStep::Done) return step;
-    if (!CSavingStatus::Instance().IsSaving()) return ESaveStep::Stopped;
+    if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
   }
   return StoreRow(row);
 }

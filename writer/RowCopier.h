@@ -11,6 +11,7 @@
 #include "model/RecoveryRules.h"
 #include "render/RecordText.h"
 #include "render/ValueParser.h"
+#include "status/JobContext.h"
 #include "store/ObjectPlace.h"
 #include "store/RowReader.h"
 #include "writer/FieldConverter.h"
@@ -21,8 +22,10 @@ namespace tolvane {
 // One object a table. Holds one value in memory; OLE values are handed over piece by piece.
 class CRowCopier {
  public:
-  CRowCopier(CDaoDatabase& database, const SRecoveryRules& rules, SSavedTable& saved, SSaveSummary& summary)
-      : m_database(database), m_rules(rules), m_saved(saved), m_summary(summary) {}
+  // All outlive the copier.
+  CRowCopier(CDaoDatabase& database, const SRecoveryRules& rules, SSavedTable& saved, SSaveSummary& summary,
+             CJobContext& job)
+      : m_database(database), m_rules(rules), m_saved(saved), m_summary(summary), m_job(job) {}
 
   // What cannot be stored is counted in the table's loss; every row read is stored, dropped by a rule or
   // lost.
@@ -52,6 +55,7 @@ class CRowCopier {
   const SRecoveryRules& m_rules;
   SSavedTable& m_saved;
   SSaveSummary& m_summary;
+  CJobContext& m_job;
   std::unique_ptr<CDaoRecordset> m_recordset;
   CValueParser m_parser;
   CFieldConverter m_converter;

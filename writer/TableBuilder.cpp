@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "platform/Text.h"
-#include "status/Status.h"
 #include "writer/ResultTypes.h"
 
 namespace tolvane {
@@ -87,8 +86,7 @@ ESaveStep CTableBuilder::EndWithoutTable(SSavedTable& saved, const CDaoResult& r
     return ESaveStep::Failed;
   }
   LoseRecords(saved, saved.table->header.rowCount, result.text);
-  CRepairLog::Instance().Append(u"Table " + Quoted(saved.table->name) + u" could not be created: " +
-                                result.text);
+  m_job.log.Append(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
   m_summary.notes.push_back(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
   m_summary.columnsLost += saved.table->columns.GetCount();
   return ESaveStep::Done;
@@ -128,7 +126,7 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
   size_t fieldCount = 0;
   CDaoResult refusal{EDaoError::InvalidArgument, u"It has no column that could be created."};
   for (size_t i = 0; i < columns.GetCount(); ++i) {
-    isStopped = !CSavingStatus::Instance().IsSaving();
+    isStopped = !m_job.saving.IsSaving();
     if (isStopped) return CDaoResult::Ok();
     const CAccessColumn& column = *columns.GetAt(i);
     SFieldPlan plan = planner.Plan(column, m_resultTypes[i]);
@@ -248,15 +246,14 @@ void CTableBuilder::KeepNotes(const SSavedTable& saved) {
   m_summary.indexesLost += m_indexesLost;
   for (std::u16string& note : m_notes) {
     if (!note.starts_with(u"Table ")) note = u"Table " + Quoted(saved.table->name) + u": " + note;
-    CRepairLog::Instance().Append(note);
+    m_job.log.Append(note);
     m_summary.notes.push_back(std::move(note));
   }
   // In a Jet 3 file it is nearly every column.
   if (m_namesUnfolded > 0)
-    CRepairLog::Instance().Append(u"Table " + Quoted(saved.table->name) + u": " + ToDecimal(m_namesUnfolded) +
-                                  (m_namesUnfolded == 1
-                                       ? u" column was saved under the name that its bytes spell"
-                                       : u" columns were saved under the names that their bytes spell"));
+    m_job.log.Append(u"Table " + Quoted(saved.table->name) + u": " + ToDecimal(m_namesUnfolded) +
+                     (m_namesUnfolded == 1 ? u" column was saved under the name that its bytes spell"
+                                           : u" columns were saved under the names that their bytes spell"));
 }
 
 }  // namespace tolvane

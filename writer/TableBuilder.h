@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dao/dao.h"
+#include "status/JobContext.h"
 #include "writer/FieldPlanner.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
@@ -27,11 +28,12 @@ class CTableBuilder {
  public:
   // `version` is the option with which the database was created.
   CTableBuilder(CDaoDatabase& database, const SRecoveryRules& rules, int32_t version, SSaveSummary& summary,
-                const SByteNames& byteNames)
+                CJobContext& job, const SByteNames& byteNames)
       : m_database(database),
         m_rules(rules),
         m_version(version),
         m_summary(summary),
+        m_job(job),
         m_byteNames(byteNames) {}
 
   // Sets name, fields and, when the table exists afterwards, isCreated. A table that cannot be created is no
@@ -60,6 +62,7 @@ class CTableBuilder {
   const SRecoveryRules& m_rules;
   const int32_t m_version;
   SSaveSummary& m_summary;
+  CJobContext& m_job;
   const SByteNames m_byteNames;
   CNameSet m_tableNames;
   // Of the attempt that runs.

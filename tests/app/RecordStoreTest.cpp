@@ -8,7 +8,7 @@
 #include "app/SpillFile.h"
 #include "app/TextSearch.h"
 #include "engine/AccessTableDataFileParser.h"
-#include "status/Status.h"
+#include "status/JobContext.h"
 #include "store/AccessTableDataFile.h"
 #include "store/WorkFolder.h"
 #include "tests/platform/ScratchFolder.h"
@@ -127,7 +127,7 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
   file.CloseDataFile();
   store.SetTable(table, kStandardRules);
   CPreviewThreadStatus::Instance().SetAbort(0);
-  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules).FillPreview(&table, &store);
+  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules, ShownJob()).FillPreview(&table, &store);
   ASSERT_EQ(store.GetItemCount(), 2u);
   EXPECT_EQ(ToUtf8(store.GetCell(1, 1)), std::string(90, 'm') + "[Memo...]");
   EXPECT_EQ(store.GetWholeCell(1, 1), memo);

@@ -30,7 +30,7 @@ class CodePage : public CEngineTest {
   }
 
   static std::unique_ptr<CAccessData> Recover(const std::u16string& path) {
-    CAccessRepair repair{kStandardRules};
+    CAccessRepair repair{kStandardRules, ShownJob()};
     repair.Repair(path, u"", path);
     return repair.TakeData();
   }
@@ -40,7 +40,7 @@ class CodePage : public CEngineTest {
     const CTempFile output({});
     RemoveFile(output.GetPath());
     const auto engine = MakeEmbeddedEngine();
-    CAccessSaveRepairedFile writer(*engine);
+    CAccessSaveRepairedFile writer(*engine, ShownJob());
     writer.SetData(&data);
     writer.SetOutputPath(output.GetPath());
     if (isAccess2000) writer.SetFormat(EOutputFormat::Jet4);

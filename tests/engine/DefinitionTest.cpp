@@ -230,7 +230,7 @@ class DefinitionChain : public CAllFormats {
     COpenedFile source(file.Build(), layout);
     data = std::make_unique<CAccessData>(rules, GetWorkFolder());
     for (const uint32_t page : pages) data->GetTables().AddTable(file.OffsetOf(page));
-    CDefinitionDecoder(layout, rules, 1252).ParseTableDefinitions(*data, source);
+    CDefinitionDecoder(layout, rules, 1252).ParseTableDefinitions(*data, source, ShownJob());
     return data->GetLedger().GetCount(EDamage::BrokenDefinition);
   }
   const CAccessColumnList& Columns(size_t table = 0) const { return data->GetTables().GetAt(table)->columns; }

@@ -39,7 +39,7 @@ class ExactRules : public CAllFormats {
   // Rows of "People"; nothing when there is no such table.
   std::optional<uint32_t> Repair(std::span<const uint8_t> bytes, const SRecoveryRules& rules = kExactRules) {
     const CTempFile source(bytes);
-    CAccessRepair repair(rules);
+    CAccessRepair repair(rules, ShownJob());
     repair.Repair(source.GetPath(), u"", source.GetPath());
     data = repair.TakeData();
     const CAccessTable* const people = TableNamed(*data, u"People");
@@ -161,7 +161,7 @@ TEST_P(ExactRules, ATemplateNeedsNothingOfTheDamagedDefinitions) {
   const CTempFile healthy(file.Build());
   const auto withTemplate = [&](const Bytes& bytes) {
     const CTempFile damaged(bytes);
-    CAccessRepair repair(kExactRules);
+    CAccessRepair repair(kExactRules, ShownJob());
     repair.Repair(damaged.GetPath(), u"", healthy.GetPath());
     data = repair.TakeData();
     const CAccessTable* const people = TableNamed(*data, u"People");

@@ -121,11 +121,11 @@ TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
   }
   // A file that cannot be opened is Jet 3 and leaves the flag of the last repair.
   const CTempFile jet4(bytes);
-  CAccessRepair(kStandardRules).Repair(jet4.GetPath(), u"", jet4.GetPath());
+  CAccessRepair(kStandardRules, ShownJob()).Repair(jet4.GetPath(), u"", jet4.GetPath());
   CSource source;
   EXPECT_FALSE(source.Open(u"/no/such/file"));
   EXPECT_TRUE(source.GetLayout().isJet3);
-  CAccessRepair(kStandardRules).Repair(source, source);
+  CAccessRepair(kStandardRules, ShownJob()).Repair(source, source);
   EXPECT_TRUE(CAccessVersionHandler::IsJet4Flag());
 }
 

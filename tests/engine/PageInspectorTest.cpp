@@ -29,7 +29,7 @@ class PageInspectorOfBoth : public CAllFormats {
   uint32_t table = 0;
   uint32_t rows = 0;
   uint32_t leaf = 0;
-  CPageInspector inspector;
+  CPageInspector inspector{ShownJob()};
   std::vector<SPageReport> reports;
 };
 INSTANTIATE_TEST_SUITE_P(Formats, PageInspectorOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4),

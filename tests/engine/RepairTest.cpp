@@ -31,7 +31,7 @@ class Repair : public CAllFormats {
   CDatabaseBuilder file{layout};
   uint32_t table = 0;
   uint32_t rows = 0;
-  CAccessRepair repair{kStandardRules};
+  CAccessRepair repair{kStandardRules, ShownJob()};
 };
 INSTANTIATE_TEST_SUITE_P(Formats, Repair, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 

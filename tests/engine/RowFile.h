@@ -94,7 +94,7 @@ class CRowTest : public CEngineTest {
       file = Joined(std::move(file), pages.count(number) != 0 ? pages[number] : Bytes(layout->pageSize, 0));
     COpenedFile source(file, *layout);
     CPageClaims none;
-    CRecordParser(rules).ParseRecords(*data, source, none);
+    CRecordParser(rules, ShownJob()).ParseRecords(*data, source, none);
   }
   // The values of a table that holds only this row.
   Texts Decode(const Bytes& row) {

@@ -51,7 +51,7 @@ using Describe = std::function<std::string(const CAccessTable&)>;
 std::string ReadTable(const SRecoveryRules& rules, const Bytes& bytes, const Describe& describe,
                       const std::optional<Bytes>& healthy = {}) {
   const CTempFile source(bytes), definitions(healthy.value_or(bytes));
-  CAccessRepair repair(rules);
+  CAccessRepair repair(rules, ShownJob());
   repair.Repair(source.GetPath(), u"", healthy ? definitions.GetPath() : source.GetPath());
   if (repair.GetData() == nullptr) return "no result";
   const CAccessTable* const table = TableNamed(*repair.GetData(), u"T");
@@ -125,7 +125,7 @@ std::string NamelessTableOfAccess(const SRecoveryRules& rules) {
   STableSpec modules;
   file.AddTable(modules.AddVariable(u"__A__", kTypeText, 255));
   const CTempFile source(file.Build());
-  CAccessRepair repair(rules);
+  CAccessRepair repair(rules, ShownJob());
   repair.Repair(source.GetPath(), u"", source.GetPath());
   return TableNamed(*repair.GetData(), u"MSysModules") != nullptr ? "known" : "unknown";
 }

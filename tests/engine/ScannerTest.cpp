@@ -34,7 +34,7 @@ class ScannerOfBoth : public CAllFormats {
   }
   uint64_t Lost(EDamage kind) const { return data.GetLedger().GetCount(kind); }
 
-  CTableScanner scanner{kStandardRules};
+  CTableScanner scanner{kStandardRules, ShownJob()};
   CAccessData data{kStandardRules, GetWorkFolder()};
   CDatabaseBuilder file{layout};
 };

@@ -1,7 +1,7 @@
 #include <array>
 
 #include "engine/AccessTableDataFileParser.h"
-#include "status/Status.h"
+#include "status/JobContext.h"
 #include "tests/support/StoreTest.h"
 
 namespace tolvane {
@@ -37,7 +37,7 @@ class TableNaming : public CStoreTest {
 
   uint32_t m_pageSize = 4096;
   CAccessData m_data{kStandardRules, GetWorkFolder()};
-  CAccessTableDataFileParser m_parser{GetWorkFolder(), kStandardRules};
+  CAccessTableDataFileParser m_parser{GetWorkFolder(), kStandardRules, ShownJob()};
 };
 
 TEST_F(TableNaming, TablesTakeTheirNamesAndQueriesAreListedTwice) {

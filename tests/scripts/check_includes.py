@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Proves two rules of the architecture (docs/architecture.md) over the sources:
+"""Proves three rules of the architecture (docs/architecture.md) over the sources:
 
 1. Includes between the project's folders point only down: each layer below may include itself and those it names.
 2. System headers and conditional compilation appear only where the system is: platform/*_win.cpp and
    platform/*_posix.cpp, the Windows program and the automation of an installed database engine.
+3. Below app/ nobody reaches for the job that the process shows: workers know the job that they were given.
 
     python3 tests/scripts/check_includes.py PROJECT_ROOT
 
@@ -40,6 +41,7 @@ SYSTEM_HEADER = re.compile(
     r'(?i)^(windows|winsock2|shlobj|shellapi|commctrl|objbase|oleauto|oaidl|psapi|bcrypt|tlhelp32|io|direct|unistd|fcntl|'
     r'dirent|pthread|termios|poll|signal|spawn|dlfcn|pwd|iconv|langinfo|sys/.+|linux/.+)\.h$')
 INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)')
+SHOWN_JOB = re.compile(r'\b(?:ShownJob|C\w*Status\w*::Instance|C(?:RepairLog|DisplayPause|RepairThreadCounter)::Instance)\(')
 CONDITIONAL = re.compile(r'^\s*#\s*(?:if|ifdef|ifndef|elif|else|endif)\b')
 
 
@@ -58,6 +60,8 @@ def breach_of(root, path, line):
     layer, include = layer_of(path), INCLUDE.match(line)
     if CONDITIONAL.match(line) and not may_use_system(path):
         return 'conditional compilation outside the platform layer: ' + line.strip()
+    if SHOWN_JOB.search(line) and layer not in (None, 'status', 'app', 'cli', 'ui'):
+        return 'the shown job below the front ends: ' + line.strip()
     project, system = include.groups() if include else (None, None)
     if system and SYSTEM_HEADER.match(system) and not may_use_system(path):
         return 'system header outside the platform layer: <%s>' % system

@@ -18,6 +18,8 @@ CASES = [  # file, its text, a file that is there, breaches
     ('engine/A.cpp', '#include "B.h"\n', 'engine/B.h', 1),
     ('engine/A.cpp', SYSTEM, 'engine/B.h', 3),
     ('platform/A.cpp', SYSTEM, 'platform/B.h', 3),
+    ('writer/A.cpp', 'CSavingStatus::Instance().IsSaving();\nShownJob().Stop();\n', 'writer/B.h', 2),
+    ('app/A.cpp', 'CSavingStatus::Instance().IsSaving();\nShownJob().Stop();\n', 'app/B.h', 0),
     ('platform/A_win.cpp', SYSTEM, 'platform/B.h', 0),
 ]
 

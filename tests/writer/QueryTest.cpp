@@ -161,7 +161,7 @@ TEST_F(CQueryStepTest, AfterAFullDiskEachQueryIsTriedAndCounted) {
     return line == "close database" ? CDaoResult{EDaoError::DiskFull, u"full"} : CDaoResult::Ok();
   };
   SSaveSummary summary;
-  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary).Save());
+  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary, ShownJob()).Save());
   EXPECT_EQ(summary.queriesLost, 3u);
   EXPECT_EQ(summary.queriesSaved, 0u);
 }
@@ -298,7 +298,7 @@ TEST_F(CQueryStepTest, AStopLeavesNoQuery) {
   AddQueries({{u"-1", u"a"}}, {});
   CSavingStatus::Instance().SetSaving(false);
   SSaveSummary summary;
-  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary).Save());
+  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary, ShownJob()).Save());
   EXPECT_TRUE(m_engine.log.calls.empty());
 }
 

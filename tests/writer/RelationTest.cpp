@@ -117,8 +117,7 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
   });
   std::vector<SRecoveredRelation> relations;
   uint32_t rowsRead = 0;
-  EXPECT_TRUE(ReadRelations(
-      m_data, [] { return true; }, relations, rowsRead));
+  EXPECT_TRUE(ReadRelations(m_data, nullptr, relations, rowsRead));
   EXPECT_EQ(rowsRead, 16u);
   std::vector<std::u16string> read;
   for (const SRecoveredRelation& relation : relations)

@@ -120,7 +120,7 @@ class CWriterTest : public testing::Test {
   bool m_hasFolder = m_folder.Create(GetTempFolder());  // before what keeps its files there
   CAccessData m_data;
   CFakeEngine m_engine;
-  CAccessSaveRepairedFile m_writer{m_engine};
+  CAccessSaveRepairedFile m_writer{m_engine, ShownJob()};
 };
 
 }  // namespace tolvane
