@@ -1,19 +1,9 @@
 #include "checker/UsageCheck.h"
 
 #include "checker/DataPage.h"
+#include "format/MapRow.h"
 
 namespace tolvane {
-namespace {
-
-template <class Visitor>
-void ForEachSetBit(std::span<const uint8_t> bits, uint64_t first, Visitor& visit) {
-  for (size_t i = 0; i < bits.size(); i++)
-    for (unsigned bit = 0; bits[i] >> bit != 0; bit++)
-      if ((bits[i] >> bit & 1) != 0) visit(first + 8 * i + bit);
-}
-
-}  // namespace
-
 bool CUsageCheck::OpenRow(uint32_t pointer, std::u16string_view what, std::span<const uint8_t>& row) {
   const uint32_t page = PageOfPointer(pointer), slotNumber = RowOfPointer(pointer);
   const SPlace place{page, slotNumber};
@@ -36,8 +26,7 @@ bool CUsageCheck::OpenRow(uint32_t pointer, std::u16string_view what, std::span<
     return false;
   }
   SSlot slot;
-  if (!data.GetSlot(slotNumber, slot) || slot.flags != 0 || slot.bytes.size() < kMapBits ||
-      slot.bytes[0] > kMapReferences) {
+  if (!data.GetSlot(slotNumber, slot) || slot.flags != 0 || !IsMapRow(slot.bytes)) {
     m_context.findings.Error("D1", place, Say(u"the map of ", what, u" is no usage map"));
     return false;
   }
@@ -56,20 +45,11 @@ bool CUsageCheck::OpenBits(uint32_t page, uint32_t mapPage) {
 
 template <class Visitor>
 uint64_t CUsageCheck::ForEachBit(std::span<const uint8_t> row, uint32_t mapPage, Visitor visit) {
-  if (row[0] == kMapInline) {
-    const uint64_t first = GetLittle<uint32_t>(row, kMapStart);
-    ForEachSetBit(row.subspan(kMapBits), first, visit);
-    return first + 8 * (row.size() - kMapBits);
-  }
-  const uint64_t perPage = 8 * (uint64_t{m_context.file.GetLayout().pageSize} - kMapPageBits);
-  uint64_t covered = 0;
-  for (size_t i = 0; kMapPages + 4 * i + 4 <= row.size(); i++) {
-    const auto page = GetLittle<uint32_t>(row, kMapPages + 4 * i);
-    if (page == 0 || !OpenBits(page, mapPage)) continue;
-    ForEachSetBit(m_bits.GetBytes().subspan(kMapPageBits), perPage * i, visit);
-    covered = perPage * (i + 1);
-  }
-  return covered;
+  const auto open = [&](uint32_t page, uint64_t) {
+    return OpenBits(page, mapPage) ? m_bits.GetBytes() : std::span<const uint8_t>();
+  };
+  const auto all = [&](uint64_t page) { return visit(page), true; };
+  return ReadMapRow(m_context.file.GetLayout(), row, open, all).value_or(0);
 }
 
 bool CUsageCheck::Load(uint32_t pointer, std::u16string_view what, CPageSet& pages) {

@@ -4,6 +4,7 @@
 
 #include "engine/DataReader.h"
 #include "engine/PageSlot.h"
+#include "format/MapRow.h"
 
 namespace tolvane {
 
@@ -11,48 +12,6 @@ namespace {
 
 // Pages of the largest file that the formats know, 2 GiB. Pages beyond count as used.
 constexpr uint64_t kMaximumPages = uint64_t{1} << 20;
-
-class CMapWalk {
- public:
-  CMapWalk(CPageReader& reader, const SLayout& layout, uint64_t mostPages,
-           const std::function<void(uint32_t)>& take)
-      : m_reader(reader), m_layout(layout), m_pagesLeft(mostPages), m_take(take) {}
-
-  bool Read(std::span<const uint8_t> row) {
-    if (row.size() < kMapBits) return false;
-    if (row.front() == kMapInline)
-      return TakeBits(CDataReader::ReadUInt32(row.data() + 1), row.subspan(kMapBits));
-    return row.front() == kMapReferences && TakeMapPages(row.subspan(kMapPages));
-  }
-
- private:
-  bool TakeBits(uint64_t firstPage, std::span<const uint8_t> bits) {
-    for (size_t i = 0; i < bits.size() * 8 && firstPage + i < kMaximumPages; i++) {
-      if ((bits[i / 8] >> (i % 8) & 1) == 0) continue;
-      if (m_pagesLeft == 0) return false;
-      m_pagesLeft--;
-      m_take(static_cast<uint32_t>(firstPage + i));
-    }
-    return true;
-  }
-
-  bool TakeMapPages(std::span<const uint8_t> numbers) {
-    const uint64_t pagesEach = uint64_t{m_layout.pageSize - kMapPageBits} * 8;
-    std::vector<uint8_t> page(m_layout.pageSize);
-    for (size_t i = 0; (i + 1) * 4 <= numbers.size() && i * pagesEach < kMaximumPages; i++) {
-      const uint64_t number = CDataReader::ReadUInt32(&numbers[i * 4]);
-      if (number == 0 || !m_reader.ReadPage(number * m_layout.pageSize, page) || page[0] != kPageMap)
-        continue;
-      if (!TakeBits(i * pagesEach, std::span(page).subspan(kMapPageBits))) return false;
-    }
-    return true;
-  }
-
-  CPageReader& m_reader;
-  const SLayout& m_layout;
-  uint64_t m_pagesLeft;
-  const std::function<void(uint32_t)>& m_take;
-};
 
 }  // namespace
 
@@ -64,7 +23,21 @@ bool ReadUsageMap(CPageReader& reader, const SLayout& layout, SRowPointer map, u
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
   if (owner != (map.page == kGlobalMapPage ? kGlobalMapPage : kOwnerMaps)) return false;
   const auto row = FindRow(page, layout, map.slot, kSlotStart);
-  return row && CMapWalk(reader, layout, mostPages, take).Read(*row);
+  if (!row || !IsMapRow(*row)) return false;
+  std::vector<uint8_t> bits(layout.pageSize);
+  const auto open = [&](uint32_t number, uint64_t first) {
+    const bool isThere = first < kMaximumPages && reader.ReadPage(uint64_t{number} * layout.pageSize, bits) &&
+                         bits[0] == kPageMap;
+    return isThere ? std::span<const uint8_t>(bits) : std::span<const uint8_t>();
+  };
+  const auto visit = [&](uint64_t number) {
+    if (number >= kMaximumPages) return true;
+    if (mostPages == 0) return false;
+    mostPages--;
+    take(static_cast<uint32_t>(number));
+    return true;
+  };
+  return ReadMapRow(layout, *row, open, visit).has_value();
 }
 
 void CFreePageMap::Load(CPageReader& reader, const SLayout& layout) {

@@ -1,9 +1,5 @@
 // Which pages of a file are free, as page 1 has it. A freed page keeps its old content until it is used
 // again.
-//
-//   slot 0 of page 1, inline form:      00, u32 first page, bitmap (bit set: free; lowest bit first)
-//                     reference form:   01, u32 numbers of map pages (0: none), each for the next stretch
-//   map page:                           05 01 00 00, bitmap
 #pragma once
 
 #include <cstddef>
