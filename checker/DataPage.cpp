@@ -11,37 +11,34 @@ uint32_t CDataPage::GetSlotCount() const {
 
 bool CDataPage::GetSlot(uint32_t row, SSlot& slot) const {
   if (row >= GetSlotCount()) return false;
-  const uint16_t word = WordOf(row);
+  const uint16_t word = *ReadSlot(m_page, m_layout, row);
   const size_t start = word & kSlotStart;
-  const size_t end = row == 0 ? m_page.size() : size_t{WordOf(row - 1)} & kSlotStart;
+  const size_t end = row == 0 ? m_page.size() : size_t{*ReadSlot(m_page, m_layout, row - 1)} & kSlotStart;
   if (start > end || end > m_page.size() || start < EndOfSlots()) return false;
   slot.bytes = m_page.subspan(start, end - start);
-  slot.flags = word & (kSlotHidden | kSlotPointer);
+  slot.flags = word & kSlotDeleted;
   return true;
 }
 
 void CDataPage::CheckSlots(CFindings& findings, uint32_t number) const {
-  if (GetStoredSlots() > GetSlotCount()) {
+  const auto tooMany = [&] {
     findings.Error("D3", {number}, Say(GetStoredSlots(), u" slots are more than a page has room for"));
-    return;
-  }
-  size_t lowest = m_page.size();
-  for (uint32_t row = 0; row < GetSlotCount(); row++) {
-    const uint16_t word = WordOf(row);
-    const size_t start = word & kSlotStart;
-    if (start > lowest || start < EndOfSlots()) {
-      findings.Error(
-          "D3", {number, row},
-          Say(u"the row starts at ", start, u", outside the room between ", EndOfSlots(), u" and ", lowest));
-      return;
-    }
-    if ((word & ~(kSlotStart | kSlotHidden | kSlotPointer)) != 0)
-      findings.Error("D3", {number, row}, u"the slot has an unknown flag");
-    lowest = start;
-  }
-  const size_t expected = lowest - EndOfSlots(), stored = GetLittle<uint16_t>(m_page, kFreeBytesOffset);
-  if (stored != expected)
-    findings.Error("D4", {number}, Say(u"the page states ", stored, u" free bytes and has ", expected));
+  };
+  if (GetStoredSlots() > kMaxSlots) return tooMany();
+  tolvane::CheckSlots(m_page, m_layout, [&](const SSlotFault& fault) {
+    const SPlace place{number, fault.slot};
+    if (fault.kind == ESlotFault::TooMany)
+      tooMany();
+    else if (fault.kind == ESlotFault::UnknownFlag)
+      findings.Error("D3", place, u"the slot has an unknown flag");
+    else if (fault.kind == ESlotFault::FreeBytes)
+      findings.Error("D4", {number},
+                     Say(u"the page states ", fault.found, u" free bytes and has ", fault.expected));
+    else
+      findings.Error("D3", place,
+                     Say(u"the row starts at ", fault.found, u", outside the room between ", EndOfSlots(),
+                         u" and ", fault.expected));
+  });
 }
 
 bool CRowReader::Read(uint32_t page, uint32_t row, uint32_t owner, std::span<const uint8_t>& bytes) {

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "checker/CheckContext.h"
+#include "format/PageSlots.h"
 
 namespace tolvane {
 
@@ -35,9 +36,6 @@ class CDataPage {
   void CheckSlots(CFindings& findings, uint32_t number) const;
 
  private:
-  [[nodiscard]] uint16_t WordOf(uint32_t row) const {
-    return GetLittle<uint16_t>(m_page, m_layout.data.slots + size_t{2} * row);
-  }
   [[nodiscard]] size_t EndOfSlots() const { return m_layout.data.slots + size_t{2} * GetStoredSlots(); }
 
   const SLayout& m_layout;

@@ -5,19 +5,13 @@
 #include "checker/Finding.h"
 
 namespace tolvane {
-namespace {
-
-constexpr size_t kJumpEvery = 256;
-constexpr uint8_t kFalse = 0, kTrue = 1;
-
-}  // namespace
-
 CRowView::CRowView(const SLayout& layout, const SCheckedTable& table)
     : m_table(table),
       m_width(layout.row.countSize),
-      m_jumpEvery(m_width == 1 ? kJumpEvery : 0),
+      m_shape(ShapeOf(table.columnsEver, table.variableEver)),
       m_hasAllColumns(table.columns.size() == table.columnsEver),
-      m_fixedEnds(size_t{table.columnsEver} + 1) {
+      m_fixedEnds(size_t{table.columnsEver} + 1),
+      m_frame(layout.row) {
   for (const SCheckedColumn& column : table.columns)
     if (column.GetFixedSize() != 0)
       m_fixedEnds[size_t{column.number} + 1] =
@@ -27,79 +21,51 @@ CRowView::CRowView(const SLayout& layout, const SCheckedTable& table)
 }
 
 bool CRowView::Frame(std::span<const uint8_t> row, std::u16string& problem) {
-  m_row = row;
-  if (row.size() < m_width) return problem = u"the row is too short", false;
-  m_columns = NumberAt(0);
-  const size_t maskSize = (m_columns + 7) / 8;
-  if (m_columns == 0 || m_columns > m_table.columnsEver) {
-    problem = Say(u"the row has ", m_columns, u" columns, the table has had ", m_table.columnsEver);
+  if (row.size() <= m_width) return problem = u"the row is too short", false;
+  const bool isFramed = m_frame.Cut(row, m_shape);
+  const size_t columns = m_frame.GetColumnCount();
+  if (!isFramed) {
+    problem = Say(u"the row has ", columns, u" columns, the table has had ", m_table.columnsEver);
     return false;
   }
-  m_fixedEnd = m_width + m_fixedEnds[m_columns];
-  if (row.size() < m_fixedEnd + maskSize)
+  const size_t fixedEnd = m_width + m_fixedEnds[columns];
+  if (!m_frame.HasMask() || m_frame.GetBodyEnd() < fixedEnd)
     return problem = u"the row is shorter than its fixed columns", false;
-  m_maskAt = row.size() - maskSize;
-  m_variables = 0;
-  return m_table.variableEver == 0 || ReadOffsets(problem);
+  return m_table.variableEver == 0 || CheckOffsets(fixedEnd, problem);
 }
 
-bool CRowView::ReadOffsets(std::u16string& problem) {
-  if (m_maskAt < m_fixedEnd + m_width)
+bool CRowView::CheckOffsets(size_t fixedEnd, std::u16string& problem) const {
+  if (m_frame.GetBodyEnd() < fixedEnd + m_width)
     return problem = u"the row has no room for its variable columns", false;
-  const size_t jumps = m_jumpEvery == 0 ? 0 : (m_row.size() - 1) / m_jumpEvery;
-  const size_t countAt = m_maskAt - m_width;
-  m_variables = NumberAt(countAt);
-  if (m_variables > m_table.variableEver ||
-      (m_columns == m_table.columnsEver && m_variables != m_table.variableEver)) {
-    problem =
-        Say(u"the row has ", m_variables, u" variable columns, the table has had ", m_table.variableEver);
+  const size_t columns = m_frame.GetColumnCount(), variables = m_frame.GetVariableCount();
+  const bool isOfToday = columns == m_table.columnsEver;
+  if (variables > std::min<size_t>(columns, m_table.variableEver) ||
+      (isOfToday && variables != m_table.variableEver)) {
+    problem = Say(u"the row has ", variables, u" variable columns, the table has had ", m_table.variableEver);
     return false;
   }
-  const size_t needed = jumps + m_width * (m_variables + 1);
-  if (countAt < m_fixedEnd + needed) return problem = u"the row has no room for its offsets", false;
-  const size_t offsetsAt = countAt - needed;
-  m_offsets.resize(m_variables + 1);
-  // No offset is higher than the place where the offsets stand, so jumps beyond it are of no use; their FF is
-  // not an entry for the 255th offset.
-  const size_t jumpsInUse = std::min(jumps, offsetsAt / kJumpEvery);
-  size_t jumpsUsed = 0;
-  for (size_t i = 0; i <= m_variables; i++) {
-    while (jumpsUsed < jumpsInUse && m_row[countAt - 1 - jumpsUsed] == i) jumpsUsed++;
-    m_offsets[i] =
-        static_cast<uint32_t>(NumberAt(countAt - jumps - m_width * (i + 1)) + kJumpEvery * jumpsUsed);
-  }
-  return CheckOffsets(offsetsAt, problem);
-}
-
-bool CRowView::CheckOffsets(size_t offsetsAt, std::u16string& problem) const {
-  const bool isExact = m_hasAllColumns && m_columns == m_table.columnsEver;
-  if (m_offsets[0] < m_fixedEnd || (isExact && m_offsets[0] != m_fixedEnd)) {
-    problem = Say(u"the variable part starts at ", m_offsets[0], u", the fixed part ends at ", m_fixedEnd);
+  if (m_frame.GetOffsetsStart() < static_cast<ptrdiff_t>(fixedEnd))
+    return problem = u"the row has no room for its offsets", false;
+  const std::span<const size_t> offsets = m_frame.GetOffsets();
+  if (offsets.front() < fixedEnd || (m_hasAllColumns && isOfToday && offsets.front() != fixedEnd)) {
+    problem = Say(u"the variable part starts at ", offsets.front(), u", the fixed part ends at ", fixedEnd);
     return false;
   }
-  if (!std::is_sorted(m_offsets.begin(), m_offsets.end()) || m_offsets.back() > offsetsAt) {
-    problem = u"the offsets of the variable columns do not ascend inside the row";
-    return false;
-  }
+  if (!std::is_sorted(offsets.begin(), offsets.end()) ||
+      static_cast<ptrdiff_t>(offsets.back()) > m_frame.GetOffsetsStart())
+    return problem = u"the offsets of the variable columns do not ascend inside the row", false;
   return true;
 }
 
 std::optional<std::span<const uint8_t>> CRowView::Get(const SCheckedColumn& column) const {
-  const bool isPresent = IsPresent(column.number);
-  if (column.type == kTypeBoolean && column.IsFixed()) return std::span(isPresent ? &kTrue : &kFalse, 1);
-  if (!isPresent) return std::nullopt;
-  if (column.IsFixed()) return m_row.subspan(m_width + column.fixedOffset, column.GetFixedSize());
-  if (column.variableIndex >= m_variables) return std::nullopt;
-  const size_t start = m_offsets[column.variableIndex];
-  return m_row.subspan(start, m_offsets[size_t{column.variableIndex} + 1] - start);
+  CRowFrame::Field value;
+  FindColumnValue(m_frame, column, value);
+  return value;
 }
 
 bool CRowView::HasValue(const SLayout& layout, std::span<const uint8_t> row, uint16_t number) {
-  const size_t width = layout.row.countSize;
-  if (row.size() < width) return false;
-  const size_t columns = width == 1 ? row[0] : GetLittle<uint16_t>(row, 0), maskSize = (columns + 7) / 8;
-  if (number >= columns || row.size() < width + maskSize) return false;
-  return (row[row.size() - maskSize + number / 8] >> (number % 8) & 1) != 0;
+  CRowFrame frame(layout.row);
+  return frame.Cut(row, ShapeOf(0xFFFF, 0)) && frame.IsPresent(number);
 }
 
 std::optional<std::span<const uint8_t>> CRowView::Get(uint16_t number) const {

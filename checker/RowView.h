@@ -1,10 +1,4 @@
-// One row, cut into its columns.
-//
-//   Jet 4:  u16 columns | fixed part | variable data | u16 end of data, offsets of the last ... first column
-//           | u16 variable columns | null mask
-//   Jet 3:  the same with bytes; offsets modulo 256, and between them and the count the jump bytes: for every
-//   256
-//           bytes of row length the index of the first offset behind that mark, FF for none
+// One row of a table under check, cut into its columns.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +8,7 @@
 #include <vector>
 
 #include "checker/CheckedTable.h"
+#include "format/RowFrame.h"
 
 namespace tolvane {
 
@@ -36,25 +31,14 @@ class CRowView {
   static bool HasValue(const SLayout& layout, std::span<const uint8_t> row, uint16_t number);
 
  private:
-  [[nodiscard]] bool IsPresent(uint16_t number) const {
-    return number < m_columns && (m_row[m_maskAt + number / 8] >> (number % 8) & 1) != 0;
-  }
-  [[nodiscard]] size_t NumberAt(size_t at) const {
-    return m_width == 1 ? m_row[at] : GetLittle<uint16_t>(m_row, at);
-  }
-  bool ReadOffsets(std::u16string& problem);
-  bool CheckOffsets(size_t offsetsAt, std::u16string& problem) const;
+  bool CheckOffsets(size_t fixedEnd, std::u16string& problem) const;
 
   const SCheckedTable& m_table;
-  const size_t m_width;               // bytes of counts and offsets
-  const size_t m_jumpEvery;           // row bytes for each jump byte; 0 in Jet 4
-  size_t m_fixedSize = 0;             // of all columns together
+  const size_t m_width;  // bytes of counts and offsets
+  const SRowShape m_shape;
   bool m_hasAllColumns = true;        // none was ever deleted
   std::vector<uint16_t> m_fixedEnds;  // by column number: end of the fixed part that columns up to it need
-
-  std::span<const uint8_t> m_row;
-  size_t m_columns = 0, m_maskAt = 0, m_fixedEnd = 0, m_variables = 0;
-  std::vector<uint32_t> m_offsets;  // m_variables + 1
+  CRowFrame m_frame;
 };
 
 }  // namespace tolvane

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "embedded/RowEncoder.h"
 #include "embedded/StoredText.h"
 #include "format/IndexKey.h"
 #include "platform/Text.h"
@@ -44,11 +43,18 @@ std::u16string DescribeValue(const STextLayout& layout, uint8_t type, std::span<
 }  // namespace
 
 CIndexedValues::CIndexedValues(CPageFile& file, const STableDefinition& definition)
-    : m_file(file), m_definition(definition), m_page(file.GetLayout()), m_bytes(file.GetLayout().pageSize) {}
+    : m_file(file),
+      m_shape(ShapeOf(definition.columnsEver, definition.variableEver)),
+      m_frame(file.GetLayout().row),
+      m_page(file.GetLayout()),
+      m_bytes(file.GetLayout().pageSize) {}
 
-bool CIndexedValues::Read(std::span<const uint8_t> row, const SColumnDefinition& column,
-                          std::optional<std::span<const uint8_t>>& value) {
-  if (!ReadRowColumn(m_file.GetLayout(), m_definition, row, column, value)) return false;
+bool CIndexedValues::SetRow(std::span<const uint8_t> row) {
+  return m_frame.Cut(row, m_shape);
+}
+
+bool CIndexedValues::Read(const SColumnDefinition& column, std::optional<std::span<const uint8_t>>& value) {
+  if (!FindColumnValue(m_frame, column, value)) return false;
   if (!value || (column.type != kTypeText && column.type != kTypeMemo)) return true;
   std::span<const uint8_t> stored = *value;
   if (column.type == kTypeMemo && !ReadHead(*value, stored)) return false;
@@ -114,10 +120,11 @@ bool CIndexCollector::IsOrderUnknown() const {
 bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
   m_key.clear();
   m_nullColumns = 0;
+  const bool isRow = m_values.SetRow(row);
   for (size_t i = 0; i < m_columns.size(); i++) {
     const SColumnDefinition& column = *m_columns[i];
     std::optional<std::span<const uint8_t>> value;
-    if (!m_values.Read(row, column, value))
+    if (!isRow || !m_values.Read(column, value))
       m_obstacle = u"a value of it cannot be read";
     else if (!AppendIndexKey(FormatOf(column), column.type, m_index.columns[i].ascending, value, m_key))
       m_obstacle = kUnknownOrder;
@@ -130,12 +137,13 @@ bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
 std::u16string DescribeKey(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
                            std::span<const uint8_t> row) {
   CIndexedValues values(file, definition);
+  const bool isRow = values.SetRow(row);
   std::u16string text;
   for (const SIndexColumn& part : index.columns) {
     const SColumnDefinition* column = definition.FindColumn(part.number);
     std::optional<std::span<const uint8_t>> value;
     if (!text.empty()) text += u", ";
-    const bool isThere = values.Read(row, *column, value) && value;
+    const bool isThere = isRow && values.Read(*column, value) && value;
     text += isThere ? DescribeValue(file.GetLayout().text, column->type, *value) : u"null";
   }
   return text;

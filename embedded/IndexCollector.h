@@ -14,6 +14,7 @@
 #include "embedded/SlottedPage.h"
 #include "embedded/TableDefinition.h"
 #include "format/IndexKey.h"
+#include "format/RowFrame.h"
 
 namespace tolvane {
 
@@ -24,16 +25,17 @@ class CIndexedValues {
   // Both must outlive the object; no long value of the table may change meanwhile.
   CIndexedValues(CPageFile& file, const STableDefinition& definition);
 
-  // `value` is valid until the next call; nullopt is null. False when the row or its long value cannot be
-  // read.
-  bool Read(std::span<const uint8_t> row, const SColumnDefinition& column,
-            std::optional<std::span<const uint8_t>>& value);
+  // False when it is no row of the table. Its bytes must stay.
+  bool SetRow(std::span<const uint8_t> row);
+  // `value` is valid until the next call; nullopt is null. False when it cannot be read.
+  bool Read(const SColumnDefinition& column, std::optional<std::span<const uint8_t>>& value);
 
  private:
   bool ReadHead(std::span<const uint8_t> reference, std::span<const uint8_t>& head);
 
   CPageFile& m_file;
-  const STableDefinition& m_definition;
+  const SRowShape m_shape;
+  CRowFrame m_frame;
   CSlottedPage m_page;  // of long values
   uint32_t m_pageNumber = 0;
   std::vector<uint8_t> m_bytes, m_text;

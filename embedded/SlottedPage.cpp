@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "format/PageSlots.h"
+
 namespace tolvane {
 
 CSlottedPage::CSlottedPage(const SLayout& layout)
@@ -18,20 +20,16 @@ void CSlottedPage::Start(uint32_t owner) {
 }
 
 bool CSlottedPage::Load(std::span<const uint8_t> page) {
-  const SDataPageLayout& at = m_layout.data;
-  if (page.size() != m_page.size() || page[kPageTypeAt] != static_cast<uint8_t>(kPageData)) return false;
-  const uint32_t slots = GetLittle<uint16_t>(page, at.slotCount);
-  if (slots > kMaxRowsPerPage || at.slots + kSlotSize * slots > page.size()) return false;
-  size_t lowest = page.size();
-  for (uint32_t i = 0; i < slots; i++) {
-    const uint16_t slot = GetLittle<uint16_t>(page, at.slots + kSlotSize * i);
-    if ((slot & kSlotFlags) != 0 || slot > lowest) return false;
-    lowest = slot;
-  }
-  if (lowest < at.slots + kSlotSize * slots) return false;
+  if (page.size() != m_page.size() || page[kPageTypeAt] != kPageData) return false;
+  const uint32_t slots = GetLittle<uint16_t>(page, m_layout.data.slotCount);
+  bool isSound = slots <= kMaxRowsPerPage;
+  CheckSlots(page, m_layout,
+             [&](const SSlotFault& fault) { isSound = isSound && fault.kind == ESlotFault::FreeBytes; });
+  for (uint32_t i = 0; isSound && i < slots; i++) isSound = (*ReadSlot(page, m_layout, i) & kSlotFlags) == 0;
+  if (!isSound) return false;
   std::copy(page.begin(), page.end(), m_page.begin());
   m_slotCount = slots;
-  m_lowest = lowest;
+  m_lowest = slots == 0 ? page.size() : StartOf(slots - 1);
   return true;
 }
 

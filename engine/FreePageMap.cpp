@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "engine/DataReader.h"
-#include "engine/PageSlot.h"
 #include "format/MapRow.h"
+#include "format/PageSlots.h"
 
 namespace tolvane {
 

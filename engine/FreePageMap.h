@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/PageReader.h"
-#include "engine/PageSlot.h"
+#include "format/PageSlots.h"
 
 namespace tolvane {
 

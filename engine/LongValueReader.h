@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "engine/PageReader.h"
-#include "engine/PageSlot.h"
 #include "format/Layout.h"
+#include "format/PageSlots.h"
 #include "model/RecoveryRules.h"
 #include "status/JobContext.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/DataReader.h"
+#include "format/PageSlots.h"
 #include "status/Status.h"
 
 namespace tolvane {
@@ -27,6 +28,22 @@ bool IsZero(std::span<const uint8_t> page) {
 bool HasOwner(EPageKind kind) {
   return kind == EPageKind::Data || kind == EPageKind::EmptiedData || kind == EPageKind::IndexNode ||
          kind == EPageKind::IndexLeaf;
+}
+
+std::u16string_view TextOf(ESlotFault fault) {
+  switch (fault) {
+    case ESlotFault::TooMany:
+      return kSlotCount;
+    case ESlotFault::Outside:
+      return kRowBounds;
+    case ESlotFault::OutOfOrder:
+      return kRowOrder;
+    case ESlotFault::UnknownFlag:
+      return {};
+    case ESlotFault::FreeBytes:
+      return kFreeBytes;
+  }
+  return {};
 }
 
 }  // namespace
@@ -173,22 +190,10 @@ std::u16string_view CPageInspector::FindFault(Page page, EPageKind kind) const {
   }
 }
 
-// Rows stand one below the other from the end of the page, and the free bytes lie between the last one and
-// the slots.
 std::u16string_view CPageInspector::FindRowFault(Page page) const {
-  const SDataPageLayout& at = m_layout->data;
-  const uint32_t slots = CDataReader::ReadUInt16(&page[at.slotCount]);
-  if (slots > at.MaximumSlots(m_layout->pageSize)) return kSlotCount;
-  const size_t tableEnd = at.slots + size_t{2} * slots;
-  size_t lowest = page.size();
-  for (uint32_t slot = 0; slot < slots; slot++) {
-    const size_t start = CDataReader::ReadUInt16(&page[at.slots + size_t{2} * slot]) & kSlotStart;
-    if (start > page.size() || start < tableEnd) return kRowBounds;
-    if (start > lowest) return kRowOrder;
-    lowest = start;
-  }
-  const bool isExact = CDataReader::ReadUInt16(&page[kFreeBytesOffset]) == lowest - tableEnd;
-  return isExact ? std::u16string_view{} : kFreeBytes;
+  std::u16string_view text;
+  CheckSlots(page, *m_layout, [&](const SSlotFault& fault) { text = TextOf(fault.kind); });
+  return text;
 }
 
 // The last bit of the entry mask says where the last entry ends; the rest of the page is free.

@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "engine/DataReader.h"
-#include "engine/PageSlot.h"
+#include "format/PageSlots.h"
 
 namespace tolvane {
 
@@ -129,20 +129,6 @@ class CRowFinder {
 };
 
 }  // namespace
-
-bool AreSlotsSound(Bytes page, const SLayout& layout) {
-  const uint32_t count = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
-  if (count > layout.data.MaximumSlots(layout.pageSize)) return false;
-  const size_t tableEnd = layout.data.slots + size_t{2} * count;
-  size_t lowest = page.size();
-  for (uint32_t slot = 0; slot < count; slot++) {
-    const uint16_t word = *ReadSlot(page, layout, slot);
-    const size_t start = word & kSlotStart;
-    if (start > lowest || start < tableEnd || (word & kUnusedSlotBit) != 0) return false;
-    lowest = start;
-  }
-  return CDataReader::ReadUInt16(&page[kFreeBytesOffset]) == lowest - tableEnd;
-}
 
 std::vector<SPageRow> RowsOfSlots(Bytes page, const SLayout& layout) {
   std::vector<SPageRow> rows(CDataReader::ReadUInt16(&page[layout.data.slotCount]));

@@ -10,9 +10,9 @@
 #include <span>
 #include <vector>
 
-#include "engine/RowFrame.h"
 #include "engine/RowProfile.h"
 #include "format/Layout.h"
+#include "format/RowFrame.h"
 
 namespace tolvane {
 
@@ -22,9 +22,6 @@ struct SPageRow {
   size_t end = 0;
   uint16_t flags = 0;  // kSlotHidden, kSlotPointer
 };
-
-// Whether slots, their number and the free bytes agree, as they do on every sound page.
-bool AreSlotsSound(std::span<const uint8_t> page, const SLayout& layout);
 
 // One entry for each slot; the page's slots are sound.
 std::vector<SPageRow> RowsOfSlots(std::span<const uint8_t> page, const SLayout& layout);

@@ -9,8 +9,8 @@
 #include <span>
 #include <vector>
 
-#include "engine/RowFrame.h"
 #include "format/Layout.h"
+#include "format/RowFrame.h"
 #include "model/AccessTable.h"
 
 namespace tolvane {

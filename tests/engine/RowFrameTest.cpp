@@ -1,5 +1,5 @@
 // Rows as they stand in real files, byte by byte, and the same rows with one lie.
-#include "engine/RowFrame.h"
+#include "format/RowFrame.h"
 
 #include "tests/engine/RowFile.h"
 

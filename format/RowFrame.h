@@ -11,9 +11,37 @@
 #include <span>
 #include <vector>
 
-#include "format/Layout.h"
+#include "format/Definition.h"
 
 namespace tolvane {
+
+// Where the parts behind a row's values are, from the row's start. Positions are negative in a row that lies.
+struct SRowTail {
+  ptrdiff_t count = 0;    // of variable columns
+  ptrdiff_t jumps = 0;    // jump byte 0; each of the others lies one below the one before
+  ptrdiff_t offsets = 0;  // offset 0; likewise
+  size_t jumpCount = 0;
+  size_t width = 0;  // of an offset
+
+  // Of variable column `index`, or of the end of the data.
+  [[nodiscard]] constexpr ptrdiff_t OffsetAt(size_t index) const {
+    return offsets - static_cast<ptrdiff_t>(index * width);
+  }
+};
+constexpr size_t JumpCount(const SRowLayout& layout, size_t rowSize) {
+  return layout.hasJumpTable ? (rowSize - 1) / kJumpStep : 0;
+}
+// `bodyEnd` is where the null mask starts.
+constexpr SRowTail MakeRowTail(const SRowLayout& layout, size_t rowSize, size_t bodyEnd) {
+  SRowTail tail{.jumpCount = JumpCount(layout, rowSize), .width = layout.countSize};
+  tail.count = static_cast<ptrdiff_t>(bodyEnd) - static_cast<ptrdiff_t>(tail.width);
+  tail.jumps = tail.count - 1;
+  tail.offsets = tail.count - static_cast<ptrdiff_t>(tail.jumpCount + tail.width);
+  return tail;
+}
+constexpr size_t MaskSize(size_t columns) {
+  return (columns + 7) / 8;
+}
 
 inline constexpr uint32_t kNoColumnNumber = ~uint32_t{0};
 
@@ -49,26 +77,27 @@ class CRowFrame {
   // Nothing when its parts contradict each other.
   [[nodiscard]] std::optional<SMeasure> Measure() const;
 
+  // The parts as the row has them, whatever they are worth.
+  [[nodiscard]] uint32_t GetColumnCount() const { return m_columnCount; }
+  [[nodiscard]] bool HasMask() const { return !m_mask.empty(); }
+  [[nodiscard]] size_t GetBodyEnd() const { return m_bodyEnd; }
+  [[nodiscard]] size_t GetVariableCount() const { return m_variableCount; }
+  // Of the values, then of the end of the data; fewer where the row has no room for them.
+  [[nodiscard]] std::span<const size_t> GetOffsets() const { return m_offsets; }
+  // Where the offsets begin.
+  [[nodiscard]] ptrdiff_t GetOffsetsStart() const { return m_tail.OffsetAt(m_variableCount); }
+
   // The column's bit in the null mask; false for columns that are newer than the row.
   [[nodiscard]] bool IsPresent(uint32_t number) const;
   [[nodiscard]] Field FindFixed(size_t offset, size_t width) const;
   [[nodiscard]] Field FindVariable(size_t index) const;
 
  private:
-  // Where the offsets are. Positions may be negative in a row that lies.
-  struct SOffsetTable {
-    ptrdiff_t first = 0;   // position of offset 0
-    ptrdiff_t jumps = 0;   // position of jump byte 0
-    size_t jumpCount = 0;  // without the surplus one
-  };
-
   [[nodiscard]] uint32_t ReadCount(size_t position) const;
   [[nodiscard]] size_t ReadVariableCount();
-  [[nodiscard]] SOffsetTable LocateOffsets(size_t count) const;
   void ReadOffsets(size_t count);
   [[nodiscard]] size_t FindFixedEnd(size_t count, const SRowShape& shape) const;
   [[nodiscard]] bool AreOffsetsSound(size_t count, size_t variableColumnsEver) const;
-  [[nodiscard]] ptrdiff_t PositionOfOffset(size_t index) const;
 
   const SRowLayout& m_layout;
   std::span<const uint8_t> m_row;
@@ -78,8 +107,15 @@ class CRowFrame {
   bool m_hasOffsets = false;
   size_t m_bodyEnd = 0;   // where the mask starts
   size_t m_fixedEnd = 0;  // no fixed field reaches beyond
-  SOffsetTable m_table;
+  SRowTail m_tail;
   std::vector<size_t> m_offsets;
 };
+
+// The shape of rows that the definition's own engine writes.
+SRowShape ShapeOf(uint32_t columnsEver, uint32_t variableEver);
+
+// The stored bytes of a column in a framed row; nullopt is null. A boolean is one byte, 0 or 1. False when
+// the value should be there and does not lie inside the row.
+bool FindColumnValue(const CRowFrame& frame, const SColumnDefinition& column, CRowFrame::Field& value);
 
 }  // namespace tolvane

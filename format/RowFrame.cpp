@@ -1,4 +1,4 @@
-#include "engine/RowFrame.h"
+#include "format/RowFrame.h"
 
 #include <algorithm>
 
@@ -35,7 +35,7 @@ std::optional<CRowFrame::SMeasure> CRowFrame::Measure() const {
   return SMeasure{.columns = m_columnCount,
                   .variables = m_variableCount,
                   .fixedEnd = m_offsets.front(),
-                  .slack = static_cast<size_t>(PositionOfOffset(m_variableCount)) - m_offsets.back()};
+                  .slack = static_cast<size_t>(m_tail.OffsetAt(m_variableCount)) - m_offsets.back()};
 }
 
 bool CRowFrame::IsPresent(uint32_t number) const {
@@ -55,7 +55,7 @@ CRowFrame::Field CRowFrame::FindVariable(size_t index) const {
   const size_t end = m_offsets[index + 1];
   if (start < m_layout.countSize || end < start) return std::nullopt;
   // The offsets lie behind the data, so a value that reaches its own end offset is none.
-  if (static_cast<ptrdiff_t>(end) > PositionOfOffset(index + 1)) return std::nullopt;
+  if (static_cast<ptrdiff_t>(end) > m_tail.OffsetAt(index + 1)) return std::nullopt;
   return m_row.subspan(start, end - start);
 }
 
@@ -74,29 +74,21 @@ size_t CRowFrame::ReadVariableCount() {
   return m_variableCount > m_columnCount ? kFallback : m_variableCount;
 }
 
-CRowFrame::SOffsetTable CRowFrame::LocateOffsets(size_t count) const {
-  SOffsetTable table;
-  table.jumpCount = m_layout.hasJumpTable ? (m_row.size() - 1) / kJumpStep : 0;
-  table.jumps = static_cast<ptrdiff_t>(m_bodyEnd) - static_cast<ptrdiff_t>(m_layout.countSize) - 1;
-  table.first = table.jumps + 1 - static_cast<ptrdiff_t>(table.jumpCount + m_layout.countSize);
+void CRowFrame::ReadOffsets(size_t count) {
+  m_tail = MakeRowTail(m_layout, m_row.size(), m_bodyEnd);
   // The number of jump bytes comes from the row's length, so there are too many where the data end below the
   // last steps and only what follows them lies above. FF, which they hold, is an offset's number in the
   // widest rows.
-  const ptrdiff_t endOffset = table.first - static_cast<ptrdiff_t>(count * m_layout.countSize);
-  if (endOffset >= 0) table.jumpCount = std::min(table.jumpCount, static_cast<size_t>(endOffset) / kJumpStep);
-  return table;
-}
-
-void CRowFrame::ReadOffsets(size_t count) {
-  m_table = LocateOffsets(count);
+  const ptrdiff_t end = m_tail.OffsetAt(count);
+  if (end >= 0) m_tail.jumpCount = std::min(m_tail.jumpCount, static_cast<size_t>(end) / kJumpStep);
   size_t jumpsUsed = 0;
   for (size_t i = 0; i <= count; i++) {
-    const ptrdiff_t position = PositionOfOffset(i);
+    const ptrdiff_t position = m_tail.OffsetAt(i);
     if (position < static_cast<ptrdiff_t>(m_layout.countSize)) return;
     size_t offset = m_row[static_cast<size_t>(position)];
     if (m_layout.countSize == 2) offset |= static_cast<size_t>(m_row[static_cast<size_t>(position) + 1]) << 8;
     // Jump bytes lie above the offsets, so their positions are valid here.
-    while (jumpsUsed < m_table.jumpCount && m_row[static_cast<size_t>(m_table.jumps) - jumpsUsed] == i)
+    while (jumpsUsed < m_tail.jumpCount && m_row[static_cast<size_t>(m_tail.jumps) - jumpsUsed] == i)
       jumpsUsed++;
     m_offsets.push_back(offset + jumpsUsed * kJumpStep);
   }
@@ -105,7 +97,7 @@ void CRowFrame::ReadOffsets(size_t count) {
 // The first offset, if the offsets are sound as a whole; else where at least two offsets must start.
 size_t CRowFrame::FindFixedEnd(size_t count, const SRowShape& shape) const {
   if (AreOffsetsSound(count, shape.variableColumnsEver)) return m_offsets[0];
-  const ptrdiff_t second = PositionOfOffset(1);
+  const ptrdiff_t second = m_tail.OffsetAt(1);
   return second < static_cast<ptrdiff_t>(m_layout.countSize) ? m_bodyEnd : static_cast<size_t>(second);
 }
 
@@ -116,11 +108,29 @@ bool CRowFrame::AreOffsetsSound(size_t count, size_t variableColumnsEver) const 
     if (offset < previous) return false;
     previous = offset;
   }
-  return static_cast<ptrdiff_t>(previous) <= PositionOfOffset(count);
+  return static_cast<ptrdiff_t>(previous) <= m_tail.OffsetAt(count);
 }
 
-ptrdiff_t CRowFrame::PositionOfOffset(size_t index) const {
-  return m_table.first - static_cast<ptrdiff_t>(index * m_layout.countSize);
+SRowShape ShapeOf(uint32_t columnsEver, uint32_t variableEver) {
+  return {.columnsEver = columnsEver,
+          .variableColumnsEver = variableEver,
+          .maximumStoredColumns = columnsEver + 1,
+          .firstVariableNumber = variableEver == 0 ? kNoColumnNumber : 0};
+}
+
+bool FindColumnValue(const CRowFrame& frame, const SColumnDefinition& column, CRowFrame::Field& value) {
+  static constexpr uint8_t kFalse = 0, kTrue = 1;
+  const bool isPresent = frame.IsPresent(column.number);
+  value.reset();
+  if (column.type == kTypeBoolean && column.IsFixed()) {
+    value = std::span(isPresent ? &kTrue : &kFalse, 1);
+    return true;
+  }
+  // Older rows have fewer columns.
+  if (!isPresent || (!column.IsFixed() && column.variableIndex >= frame.GetVariableCount())) return true;
+  value = column.IsFixed() ? frame.FindFixed(column.fixedOffset, column.GetFixedSize())
+                           : frame.FindVariable(column.variableIndex);
+  return value.has_value();
 }
 
 }  // namespace tolvane
