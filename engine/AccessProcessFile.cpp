@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/AccessTableDataFileParser.h"
+#include "engine/ColumnNames.h"
 #include "engine/DefinitionDecoder.h"
 #include "engine/Judgements.h"
 #include "engine/MSysComplexColumns.h"
@@ -31,6 +32,7 @@ void CAccessProcessFile::ScanDataPages(CAccessData& data) {
   if (hasTemplate && m_rules.templateMatchesByName)
     m_match = CTemplateMatch(*m_source, *m_definitions, m_rules, m_job, data.GetWorkFolder());
   m_homeless = CTableScanner(m_rules, m_job).ScanDataPages(data, *m_source, m_match);
+  if (m_rules.mendDefinitions) CTableScanner::DropGuesses(data);
 }
 
 // The catalogue's columns, and with them the names of the tables, follow the code page of the others.
@@ -55,6 +57,7 @@ void CAccessProcessFile::ParseRecords(CAccessData& data) {
 void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules, m_job);
   parser.ScanTableNames(data, GetLayout().pageSize);
+  if (m_rules.mendDefinitions) RestoreColumnNames(data, GetLayout().pageSize);
   m_match.NameTables(data.GetTables(), GetLayout().pageSize);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);

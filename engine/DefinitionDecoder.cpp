@@ -4,6 +4,7 @@
 
 #include "engine/CatalogueImage.h"
 #include "engine/DefinitionChain.h"
+#include "engine/DefinitionReader.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 #include "status/Status.h"
@@ -25,6 +26,7 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
   if (!definitions.IsOpen()) return;
   const CFreePageMap& freePages = definitions.GetFreePages();
   CDefinitionChain chain(definitions.GetPages(), m_layout);
+  CDefinitionReader reader(definitions, data.GetTables(), job);
   const std::vector<uint8_t> image = MakeCatalogueImage(m_layout, m_rules);
 
   for (const auto& table : data.GetTables()) {
@@ -34,12 +36,16 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
       Decode(image, *table);
       continue;
     }
-    const bool isWhole = chain.Read(table->GetDefinitionOffset());
-    const bool isSound = Decode(chain.GetBytes(), *table) && isWhole;
+    const bool isWhole =
+        m_rules.mendDefinitions ? reader.Read(*table) : chain.Read(table->GetDefinitionOffset());
+    const bool isSound =
+        Decode(m_rules.mendDefinitions ? reader.GetBytes() : chain.GetBytes(), *table) && isWhole;
     if (!isSound && !freePages.IsFree(page))
-      data.GetLedger().Add(
-          EDamage::BrokenDefinition,
-          {.page = page, .definition = table->GetDefinitionOffset(), .row = -1, .amount = 1});
+      data.GetLedger().Add(EDamage::BrokenDefinition, {.page = page,
+                                                       .definition = table->GetDefinitionOffset(),
+                                                       .row = -1,
+                                                       .amount = 1,
+                                                       .reason = reader.GetFault()});
   }
 }
 
@@ -100,6 +106,7 @@ void CDefinitionDecoder::ReadColumns(SWalk& walk, CAccessTable& table) {
       walk.position = std::max(walk.position, walk.length);
       return;
     }
+    table.columns.GetAt(i)->descriptor = static_cast<uint16_t>(i);
     m_columnsLeft--;
   }
 }

@@ -47,7 +47,7 @@ CRowProfile::CRowProfile(const CAccessTable& table, const SLayout& layout, const
     m_leastVariables[n] = std::max(m_leastVariables[n], m_leastVariables[n - 1]);
   }
   m_isComplete = table.columns.GetCount() == m_columnsEver;
-  m_isCoherent = m_isComplete && m_leastVariables.back() == m_variablesEver;
+  m_isCoherent = m_isComplete && m_leastVariables.back() == m_variablesEver && !table.hasMendedCounts;
   m_shape.columnsEver = m_shape.maximumStoredColumns;
   m_shape.variableColumnsEver = m_shape.maximumStoredColumns;
   m_columnCounts.push_back(m_columnsEver);

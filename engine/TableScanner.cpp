@@ -6,9 +6,11 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/DataReader.h"
+#include "engine/DefinitionParts.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -181,10 +183,22 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
     if (!m_job.repairing.IsRunning()) return;
     const uint64_t offset = number * layout.pageSize;
     const bool isUsable = definitions.ReadPage(number, page) || m_rules.unreadablePageKeepsPrevious;
-    if (isUsable && number != kObjectsPage && StartsTable(page, layout)) data.GetTables().AddTable(offset);
+    if (isUsable && number != kObjectsPage) AddCandidate(data, page, offset, layout);
     status.Refresh(offset);
     progress.IncrementPos();
   }
+}
+
+void CTableScanner::AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const {
+  const bool isSure = StartsTable(page, layout);
+  if (!isSure && (!m_rules.mendDefinitions || JudgeFirstPage(page, layout) == EFirstPage::No)) return;
+  data.GetTables().AddTable(offset).isGuessed = !isSure;
+}
+
+void CTableScanner::DropGuesses(CAccessData& data) {
+  for (const auto& table : data.GetTables())
+    if (table->isGuessed && table->dataPages.GetCount() == 0) table->keepFlag = 0;
+  data.GetTables().RemoveUnmarked();
 }
 
 void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& definitions) const {
@@ -192,6 +206,7 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
   const SLayout& layout = definitions.GetLayout();
   CAccessTableList& tables = data.GetTables();
   Candidates candidates;
+  std::unordered_set<uint64_t> first;
   std::vector<uint8_t> page(layout.pageSize);
   for (const auto& table : tables) {
     const uint64_t offset = table->GetDefinitionOffset();
@@ -201,10 +216,14 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
     const uint8_t type = page[layout.definition.tableType];
     candidates[offset] = {.next = uint64_t{CDataReader::ReadUInt32(&page[kDefinitionNext])} * layout.pageSize,
                           .isTyped = type == kSystemTable || type == kUserTable};
+    // Whoever names the first page of a definition as its next one has a wrong link.
+    if (m_rules.mendDefinitions && ProvesFirstPage(page, layout)) first.insert(offset);
   }
   auto named = CountNamed(candidates);
-  for (const auto& table : tables)
-    if (named[table->GetDefinitionOffset()] > 0) table->keepFlag = 0;
+  for (const auto& table : tables) {
+    const uint64_t offset = table->GetDefinitionOffset();
+    if (named[offset] > 0 && first.count(offset) == 0) table->keepFlag = 0;
+  }
   tables.RemoveUnmarked();
 }
 
@@ -250,7 +269,8 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     const EOwner owner = CreditPage(data, page, offset, owners, match);
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
     const bool isOrphan = isRead && isLost && !isFree && IsOrphan(page);
-    if (m_rules.adoptOrphanPages && (isOrphan || HasNoHead(page, number)))
+    const bool isDefinition = m_rules.mendDefinitions && data.GetTables().FindTable(offset) != nullptr;
+    if (m_rules.adoptOrphanPages && (isOrphan || HasNoHead(page, number)) && !isDefinition)
       homeless.push_back({static_cast<uint32_t>(number),
                           isOrphan ? SHomelessPage::EReason::NoOwner : SHomelessPage::EReason::NoHead});
     else if (isOrphan)

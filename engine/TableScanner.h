@@ -28,6 +28,8 @@ class CTableScanner {
   // Removes candidates that another candidate names as its next page; of a ring one stays. Nothing at all is
   // removed when one of them lies beyond the end of the file.
   void DropContinuationDefinitions(CAccessData& data, CSource& definitions) const;
+  // After step 2: removes candidates that were guessed and that no page of rows belongs to.
+  static void DropGuesses(CAccessData& data);
   // Step 2. Credits each data page of the damaged file to the candidate that owns it. Where the rules have
   // pages adopted, those without a home are handed back instead of being counted.
   std::vector<SHomelessPage> ScanDataPages(CAccessData& data, CSource& source,
@@ -39,6 +41,7 @@ class CTableScanner {
   enum class EOwner : uint8_t { None, Impossible, Unknown, Known };
 
   [[nodiscard]] bool StartsTable(Page page, const SLayout& layout) const;
+  void AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const;
   static EOwner CreditPage(CAccessData& data, Page page, uint64_t offset, COwners& owners,
                            const CTemplateMatch& match);
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);

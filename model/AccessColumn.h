@@ -34,7 +34,8 @@ class CAccessColumn {
   uint8_t flags = 0;
   uint8_t extendedFlags = 0;  // Jet 3 has none
   uint16_t fixedOffset = 0;
-  uint16_t length = 0;  // characters for Jet 4 text, bytes otherwise
+  uint16_t descriptor = 0;  // position in the definition
+  uint16_t length = 0;      // characters for Jet 4 text, bytes otherwise
   Name name{};
   uint16_t storedNameBytes =
       0;  // how many bytes of the name are its own where it holds bytes; 0 where letters

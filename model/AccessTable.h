@@ -79,6 +79,10 @@ class CAccessTable {
   // The row count that the definition held, before header.rowCount was replaced.
   uint32_t promisedRows = 0;
   ENameSource nameSource = ENameSource::Catalogue;
+  // Its first page is known by its columns only: it is a table if rows belong to it.
+  bool isGuessed = false;
+  // What its definition says was mended: the counts of columns ever made, and the columns' names.
+  bool hasMendedCounts = false, hasMendedNames = false;
   // Of its row in the catalogue; nothing where that is lost, or where the rules tell by the name.
   std::optional<uint32_t> catalogueFlags;
 

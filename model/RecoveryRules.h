@@ -39,6 +39,10 @@ struct SRecoveryRules {
 
   // --- definitions ---
 
+  // A definition with a damaged head, counts, names or links is put together from what is left of it, and its
+  // columns' names from the properties of its table.
+  bool mendDefinitions;
+
   // A table of Access' own whose name is lost is known by its columns.
   bool columnsNameSystemTables;
   // The catalogue's definition is never taken from the file.
@@ -130,6 +134,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .creditFreedPages = true,
     .requireOwnerDefinition = true,
     .requireDefinitionMark = false,
+    .mendDefinitions = false,
     .columnsNameSystemTables = false,
     .useBuiltInCatalogue = true,
     .columnNumberLowByteOnly = true,
@@ -169,6 +174,7 @@ inline constexpr SRecoveryRules kExactRules{
     .creditFreedPages = false,
     .requireOwnerDefinition = false,
     .requireDefinitionMark = true,
+    .mendDefinitions = true,
     .columnsNameSystemTables = true,
     .useBuiltInCatalogue = true,  // it is the same in every file, and page 2 may be gone
     .columnNumberLowByteOnly = false,

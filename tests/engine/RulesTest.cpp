@@ -139,6 +139,13 @@ std::string CatalogueDefinitionGone(const SRecoveryRules& rules) {
   return ReadTable(rules, file.Build(), Rows);
 }
 
+std::string CountOfColumnsWrong(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t table = file.AddNamedTable(SmallTable());
+  file.Page(table).Put16(kLayoutJet4.definition.columnCount, 1);
+  return ReadTable(rules, file.Build(), Columns);
+}
+
 std::string NumbersAbove255(const SRecoveryRules& rules) {
   STableSpec spec = SmallTable();
   spec.columns[1].number = 0x0102;
@@ -287,6 +294,8 @@ const SRuleCase kCases[] = {
      "no table"},
     {"columnsNameSystemTables", Take<&SRecoveryRules::columnsNameSystemTables>, NamelessTableOfAccess,
      "unknown", "known"},
+    {"mendDefinitions", Take<&SRecoveryRules::mendDefinitions>, CountOfColumnsWrong,
+     "RecoveredField####0 0, ", "Id 0, Name 1, "},
     {"columnNumberLowByteOnly", Take<&SRecoveryRules::columnNumberLowByteOnly>, NumbersAbove255,
      "Id 0, Name 2, ", "Id 0, Name 258, "},
     {"indexFlagsOffsetJet4", Take<&SRecoveryRules::indexFlagsOffsetJet4>, FlagsOfAnIndex, "Index_0: unique; ",

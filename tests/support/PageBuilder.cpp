@@ -42,6 +42,7 @@ Bytes MakeColumn(const SColumnSpec& column, const SLayout& layout) {
 Bytes MakeRealIndex(const SIndexSpec& index, const SLayout& layout) {
   const SRealIndexLayout& at = layout.realIndex;
   CPageBytes bytes(at.size);
+  if (at.magic != kAbsent) bytes.Put32(at.magic, kRealIndexMagic);
   for (size_t i = 0; i < 10; i++) bytes.Put16(at.slots + i * kIndexSlotSize, kNoColumn);
   for (size_t i = 0; i < index.columns.size(); i++) {
     bytes.Put16(at.slots + i * kIndexSlotSize, index.columns[i].number);
@@ -53,6 +54,7 @@ Bytes MakeRealIndex(const SIndexSpec& index, const SLayout& layout) {
 Bytes MakeLogicalIndex(const SIndexSpec& index, uint32_t number, const SLayout& layout) {
   const SLogicalIndexLayout& at = layout.logicalIndex;
   CPageBytes bytes(at.size);
+  if (at.magic != kAbsent) bytes.Put32(at.magic, kDefinitionMagic);
   bytes.Put32(at.number, number).Put32(at.realIndex, number);
   bytes.Put8(at.kind, index.isPrimary ? kIndexKindPrimary : 0);
   return bytes.GetBytes();

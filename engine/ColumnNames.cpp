@@ -1,0 +1,127 @@
+#include "engine/ColumnNames.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "format/Bytes.h"
+#include "format/Layout.h"
+#include "format/PropertyBlob.h"
+#include "platform/CodePage.h"
+#include "platform/ErrorHandler.h"
+#include "platform/FileCust.h"
+#include "platform/Text.h"
+#include "render/RecordText.h"
+#include "store/ObjectPlace.h"
+
+namespace tolvane {
+
+namespace {
+
+using Names = std::vector<std::u16string>;
+using Bytes = std::vector<uint8_t>;
+
+// Far more than a table's properties take.
+constexpr uint64_t kLongestBlob = uint64_t{16} << 20;
+
+// Property NameMap:
+//   0 mark, version, u128 GUID of the table, zeros, f64 date, zeros | 44 name of the table, zero unit, u32 0
+//   then for each column:  u128 GUID, u32 7, u128 GUID of the table, name, zero unit, u32 0
+constexpr std::string_view kNameMap{"N\0a\0m\0e\0M\0a\0p\0", 14};
+constexpr size_t kNameMapName = 44;
+constexpr size_t kNameMapHead = 36;
+constexpr size_t kNameMapKind = 16;
+constexpr uint32_t kNameMapColumn = 7;
+
+// Moves on behind the name and the zeros that follow it.
+std::u16string TakeMapName(std::span<const uint8_t> map, size_t& at) {
+  std::u16string name;
+  for (; at + 2 <= map.size(); at += 2) {
+    const auto unit = static_cast<char16_t>(GetLittle<uint16_t>(map, at));
+    if (unit == 0) break;
+    name += unit;
+  }
+  at += 2 + sizeof(uint32_t);
+  return name;
+}
+
+Names NamesOfMap(std::span<const uint8_t> map) {
+  Names names;
+  size_t at = kNameMapName;
+  TakeMapName(map, at);
+  while (at + kNameMapHead <= map.size() && GetLittle<uint32_t>(map, at + kNameMapKind) == kNameMapColumn) {
+    at += kNameMapHead;
+    names.push_back(TakeMapName(map, at));
+  }
+  return names;
+}
+
+std::u16string TextOf(const std::string& stored, const SSourceFacts& source) {
+  const std::span bytes(reinterpret_cast<const uint8_t*>(stored.data()), stored.size());
+  if (!source.isJet3) return UnitsOf(bytes);
+  std::u16string text;
+  DecodeCodePage(source.codePage, bytes, text);
+  return text;
+}
+
+// The columns' names that the properties tell, of those lists of them the one that is as long as the table.
+Names NamesOfBlob(const Bytes& blob, const SSourceFacts& source, size_t count) {
+  std::vector<SPropertyOwner> owners;
+  DecodePropertyBlob(source.isJet3, blob, owners);
+  Names names;
+  for (const SPropertyOwner& owner : owners) {
+    if (owner.kind == kPropertiesOfColumn) names.push_back(TextOf(owner.name, source));
+    if (owner.kind != kPropertiesOfObject) continue;
+    for (const SStoredProperty& property : owner.properties) {
+      if (property.name != kNameMap) continue;
+      Names mapped = NamesOfMap(property.value);
+      if (mapped.size() == count) return mapped;
+    }
+  }
+  return names.size() == count ? names : Names{};
+}
+
+Bytes ReadObject(const SObjectPlace& place) {
+  Bytes bytes;
+  CFileCust file;
+  CErrorHandler handler;
+  if (place.length > kLongestBlob ||
+      !file.Open(place.path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
+    return bytes;
+  bytes.resize(static_cast<size_t>(place.length));
+  bytes.resize(file.ReadAt(place.offset, bytes, handler));
+  return bytes;
+}
+
+void Rename(CAccessTable& table, const Names& names) {
+  for (size_t i = 0; i < table.columns.GetCount(); i++) {
+    const uint16_t place = table.columns.GetAt(i)->descriptor;
+    if (place < names.size() && !names[place].empty()) table.columns.SetNameAt(i, names[place]);
+  }
+}
+
+}  // namespace
+
+void RestoreColumnNames(CAccessData& data, uint32_t pageSize) {
+  std::map<std::u16string, CAccessTable*> nameless;  // by the catalogue's id
+  for (const auto& table : data.GetTables())
+    if (table->hasMendedNames) nameless[table->GetPageText(pageSize)] = table.get();
+  const CAccessTable* const catalogue = data.GetTables().FindTable(uint64_t{kObjectsPage} * pageSize);
+  if (nameless.empty() || catalogue == nullptr) return;
+  size_t id = catalogue->columns.GetCount(), properties = id;
+  for (size_t i = 0; i < catalogue->columns.GetCount(); i++) {
+    if (catalogue->columns.GetAt(i)->GetName() == u"Id") id = i;
+    if (catalogue->columns.GetAt(i)->GetName() == u"LvProp") properties = i;
+  }
+  CTableTextReader reader(*catalogue, data.GetRules());
+  if (std::max(id, properties) >= catalogue->columns.GetCount() || !reader.Open()) return;
+  for (std::vector<std::u16string> cells; reader.ReadRow(cells);) {
+    const auto found = nameless.find(cells[id]);
+    if (found == nameless.end() || cells[properties].empty()) continue;
+    const Bytes blob = ReadObject(reader.GetObjectPlace(properties));
+    Rename(*found->second, NamesOfBlob(blob, data.source, found->second->columns.GetCount()));
+  }
+}
+
+}  // namespace tolvane
