@@ -85,6 +85,15 @@ EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue
   return field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
 }
 
+void CFieldDecoder::NoteLongValues(const CRowFrame& frame) {
+  for (const SField& field : m_columns) {
+    if (!IsLongValueType(field.type) || !frame.IsPresent(field.number)) continue;
+    const CRowFrame::Field bytes =
+        field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
+    if (bytes) m_longValues.Note(*bytes);
+  }
+}
+
 EFieldResult CFieldDecoder::DecodeBytes(const SField& field, std::span<const uint8_t> bytes, SValue& value) {
   value.isNull = false;
   switch (field.type) {

@@ -43,6 +43,9 @@ class CFieldDecoder {
   // CFileCustException when an object cannot be kept.
   EFieldResult Decode(const CRowFrame& frame, size_t column, SValue& value);
 
+  // Tells the reader of long values which of them the row has.
+  void NoteLongValues(const CRowFrame& frame);
+
   // Gives back what an unusually long text made it allocate.
   void ReleaseMemory();
 

@@ -66,8 +66,16 @@ bool CLongValueReader::Read(std::span<const uint8_t> field, CLongValueSink& sink
   }
 }
 
+void CLongValueReader::Note(std::span<const uint8_t> field) {
+  if (m_brokenPages == nullptr || field.size() < kFieldData) return;
+  const uint32_t head = CDataReader::ReadUInt32(&field[0]);
+  if (head >> 30 != kKindSingle) return;
+  m_brokenPages->Note(SRowPointer::FromWord(CDataReader::ReadUInt32(&field[kFieldPointer])),
+                      head & kLengthMask);
+}
+
 bool CLongValueReader::ReadSingle(SRowPointer pointer, size_t length, CLongValueSink& sink) {
-  const auto row = FindLiveRow(pointer);
+  const auto row = FindLiveRow(pointer, length);
   if (!row || !SpendBudget(std::min(length, row->size()))) return false;
   sink.Take(row->first(std::min(length, row->size())));
   return row->size() >= length;
@@ -80,7 +88,7 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
   while (length > 0) {
     if (pointer.ToWord() == 0 || IsVisited(pointer)) return false;
     if (!m_job.repairing.IsRunning()) return false;
-    const auto row = FindLiveRow(pointer);
+    const auto row = FindLiveRow(pointer, length + kLinkData);
     if (!row || row->size() <= kLinkData) return false;
     // Two stamps that differ: the page now starts another value's chain.
     const uint32_t pageStamp = m_stampOffset != kAbsent ? CDataReader::ReadUInt32(&m_page[m_stampOffset]) : 0;
@@ -96,8 +104,10 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
   return true;
 }
 
-std::optional<std::span<const uint8_t>> CLongValueReader::FindLiveRow(SRowPointer pointer) {
+std::optional<std::span<const uint8_t>> CLongValueReader::FindLiveRow(SRowPointer pointer, size_t length) {
   if (!LoadPage(pointer.page)) return std::nullopt;
+  if (m_brokenPages != nullptr && m_brokenPages->IsBroken(pointer.page))
+    return m_brokenPages->FindRow(m_page, pointer, length);
   if (pointer.slot >= CDataReader::ReadUInt16(&m_page[m_layout.data.slotCount])) return std::nullopt;
   const auto word = ReadSlot(m_page, m_layout, pointer.slot);
   if (!word || (*word & (kSlotHidden | kSlotPointer)) != 0) return std::nullopt;

@@ -21,6 +21,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "engine/LongValuePages.h"
 #include "engine/PageReader.h"
 #include "format/Layout.h"
 #include "format/PageSlots.h"
@@ -46,11 +47,17 @@ class CLongValueReader {
   // all.
   bool Read(std::span<const uint8_t> field, CLongValueSink& sink);
 
+  // Pages whose slots are not believed; they outlive the reader. Rows on them are found by their lengths, of
+  // which the fields are to be noted before the first value is read.
+  void UseBrokenPages(CLongValuePages& pages) { m_brokenPages = &pages; }
+  void Note(std::span<const uint8_t> field);
+
  private:
   bool ReadSingle(SRowPointer pointer, size_t length, CLongValueSink& sink);
   bool ReadChain(SRowPointer pointer, size_t length, uint32_t stamp, CLongValueSink& sink);
-  // The bytes of a live row on a long-value page; they stay until the next call.
-  std::optional<std::span<const uint8_t>> FindLiveRow(SRowPointer pointer);
+  // The bytes of a live row on a long-value page, of which the value needs `length`; they stay until the next
+  // call.
+  std::optional<std::span<const uint8_t>> FindLiveRow(SRowPointer pointer, size_t length);
   bool LoadPage(uint32_t page);
   bool IsVisited(SRowPointer pointer);
   bool SpendBudget(size_t bytes);
@@ -59,6 +66,7 @@ class CLongValueReader {
   const SLayout& m_layout;
   const SRecoveryRules& m_rules;
   const CJobContext& m_job;
+  CLongValuePages* m_brokenPages = nullptr;
   const uint32_t m_stampOffset;  // 0: the format has none
   std::vector<uint8_t> m_page;
   uint64_t m_loadedOffset;  // of the page in m_page

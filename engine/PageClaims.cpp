@@ -38,7 +38,14 @@ void ForEachEntry(Bytes page, const SLayout& layout, const F& take) {
 
 CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
                          const std::vector<SHomelessPage>& homeless, const CJobContext& job) {
-  for (const SHomelessPage& page : homeless) m_unclaimed.insert(page.page);
+  std::vector<uint32_t> longValues;
+  for (const SHomelessPage& page : homeless) {
+    if (page.reason == SHomelessPage::EReason::LongValues)
+      longValues.push_back(page.page);
+    else
+      m_unclaimed.insert(page.page);
+  }
+  m_longValuePages = CLongValuePages(source.GetLayout(), longValues);
   if (m_unclaimed.empty()) return;
   AskMaps(source, tables);
   if (!m_unclaimed.empty()) AskIndexes(source, tables, job);

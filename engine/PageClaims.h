@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "engine/LongValuePages.h"
 #include "engine/Source.h"
 #include "model/AccessTable.h"
 #include "status/JobContext.h"
@@ -16,9 +17,10 @@ namespace tolvane {
 // A page without a home, as step 2 met it.
 struct SHomelessPage {
   enum class EReason : uint8_t {
-    NoOwner,  // a page of rows whose owner is no table
-    NoHead,   // a page without a type
-    Free,     // a table's, but the map of free pages says it is free
+    NoOwner,     // a page of rows whose owner is no table
+    NoHead,      // a page without a type
+    Free,        // a table's, but the map of free pages says it is free
+    LongValues,  // a page of long values whose slots cannot be true
   };
   uint32_t page = 0;
   EReason reason = EReason::NoOwner;
@@ -36,6 +38,7 @@ class CPageClaims {
   [[nodiscard]] std::vector<uint32_t> PagesOf(const CAccessTable& table) const;
   // Rows of the page were found in the table that claims it.
   void Adopt(uint32_t page) { m_adopted.insert(page); }
+  [[nodiscard]] CLongValuePages& GetLongValuePages() { return m_longValuePages; }
   [[nodiscard]] bool IsAdopted(uint32_t page) const { return m_adopted.count(page) != 0; }
 
  private:
@@ -46,6 +49,7 @@ class CPageClaims {
   std::unordered_set<uint32_t> m_unclaimed;
   std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_claims;
   std::unordered_set<uint32_t> m_adopted;
+  CLongValuePages m_longValuePages{kLayoutJet4, {}};
 };
 
 }  // namespace tolvane

@@ -34,6 +34,9 @@ void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims
   progress.SetMax(SumOfRowCounts(data.GetTables()));
   progress.SetPos(0);
   CTableWalk walk(source, m_rules, m_job, data, claims);
+  if (!claims.GetLongValuePages().IsEmpty())
+    for (const auto& table : data.GetTables())
+      if (!walk.NoteLongValues(*table)) return;
   uint64_t position = 0;
   for (const auto& table : data.GetTables()) {
     if (!m_job.repairing.IsRunning()) return;

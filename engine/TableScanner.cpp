@@ -11,6 +11,7 @@
 
 #include "engine/DataReader.h"
 #include "engine/DefinitionParts.h"
+#include "format/PageSlots.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -104,6 +105,10 @@ bool IsDataPage(std::span<const uint8_t> page) {
 bool IsOrphan(std::span<const uint8_t> page) {
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
   return owner != kOwnerLongValues && owner != kOwnerMaps && owner != kGlobalMapPage;
+}
+
+bool IsLongValuePage(std::span<const uint8_t> page) {
+  return IsDataPage(page) && CDataReader::ReadUInt32(&page[kOwnerOffset]) == kOwnerLongValues;
 }
 
 // Neither a page of any type nor one that was never written.
@@ -275,6 +280,8 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
                           isOrphan ? SHomelessPage::EReason::NoOwner : SHomelessPage::EReason::NoHead});
     else if (isOrphan)
       Count(data, EDamage::OrphanDataPage, number);
+    else if (m_rules.rowsMatchDefinition && IsLongValuePage(page) && !AreSlotsSound(page, layout))
+      homeless.push_back({static_cast<uint32_t>(number), SHomelessPage::EReason::LongValues});
     if (layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
   }
   const SSourceFacts& facts = source.GetFacts();

@@ -42,7 +42,23 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext
       m_page(m_layout.pageSize),
       m_target(m_layout.pageSize),
       m_targetOffset(kNoPage),
-      m_movedBytesLeft(kMovedYield * m_reader.GetLength() + kMovedBase) {}
+      m_movedBytesLeft(kMovedYield * m_reader.GetLength() + kMovedBase) {
+  if (!claims.GetLongValuePages().IsEmpty()) m_longValues.UseBrokenPages(claims.GetLongValuePages());
+}
+
+bool CTableWalk::NoteLongValues(const CAccessTable& table) {
+  m_fields.SetTable(table, m_data.source.codePage);
+  for (const uint64_t offset : table.dataPages) {
+    if (!m_job.repairing.IsRunning()) return false;
+    if (!m_reader.ReadPage(offset, m_page) || !AreSlotsSound(m_page, m_layout)) continue;
+    for (const SPageRow& row : RowsOfSlots(m_page, m_layout)) {
+      const bool isRow = (row.flags & kSlotPointer) == 0 && row.start < row.end;
+      if (isRow && m_frame.Cut(Bytes(m_page).subspan(row.start, row.end - row.start), m_fields.GetShape()))
+        m_fields.NoteLongValues(m_frame);
+    }
+  }
+  return true;
+}
 
 bool CTableWalk::ParseTable(CAccessTable& table) {
   m_table = &table;

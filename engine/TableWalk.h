@@ -35,6 +35,9 @@ class CTableWalk {
   CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext& job, CAccessData& data,
              CPageClaims& claims);
 
+  // Before the first table is parsed, for each one, where pages of long values have broken slots: the lengths
+  // of the values tell where these lie. False: the run was stopped.
+  bool NoteLongValues(const CAccessTable& table);
   // False: the run was stopped. A table whose data file cannot be written is logged and counted.
   bool ParseTable(CAccessTable& table);
 

@@ -93,8 +93,8 @@ class CRowTest : public CEngineTest {
     for (uint32_t number = 0; number <= last; number++)
       file = Joined(std::move(file), pages.count(number) != 0 ? pages[number] : Bytes(layout->pageSize, 0));
     COpenedFile source(file, *layout);
-    CPageClaims none;
-    CRecordParser(rules, ShownJob()).ParseRecords(*data, source, none);
+    CPageClaims claims(source, data->GetTables(), homeless, ShownJob());
+    CRecordParser(rules, ShownJob()).ParseRecords(*data, source, claims);
   }
   // The values of a table that holds only this row.
   Texts Decode(const Bytes& row) {
@@ -123,6 +123,7 @@ class CRowTest : public CEngineTest {
   const SLayout* layout = nullptr;
   SRecoveryRules rules = kStandardRules;
   std::map<uint32_t, Bytes> pages;
+  std::vector<SHomelessPage> homeless;
   std::unique_ptr<CAccessData> data;
   CAccessTable* table = nullptr;
 
