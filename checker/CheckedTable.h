@@ -12,10 +12,8 @@ namespace tolvane {
 
 struct SCheckedColumn : SColumnDefinition {
   std::string nameKey;  // names with equal keys are the same name; keys sort as the names do
-  bool hasMaps = false;
   CPageSet ownedPages;  // long values
 
-  [[nodiscard]] bool IsCalculated() const { return (extendedFlags & kColumnCalculated) == kColumnCalculated; }
   // A calculated text may be a long value whatever its type says.
   [[nodiscard]] bool HoldsLongValues() const { return IsLongValueType(type) || (IsCalculated() && hasMaps); }
 };

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <set>
 
-#include "format/Bytes.h"
 #include "format/CompressedText.h"
 #include "format/TextKey.h"
 #include "platform/CodePage.h"
@@ -16,15 +15,6 @@ constexpr size_t kMaxDefinitionPages = 64;
 constexpr size_t kMaxNameUnits = 64;
 
 }  // namespace
-
-std::string MakeStoredNameKey(const CCheckedFile& file, std::span<const uint8_t> stored) {
-  std::vector<uint8_t> key;
-  if (file.IsJet3())
-    AppendJet3TextKey(stored, EKeyOrder::Ascending, key);
-  else
-    AppendJet4TextKey(stored.first(stored.size() / 2 * 2), EKeyOrder::Ascending, key);
-  return {key.begin(), key.end()};
-}
 
 std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_t> stored) {
   if (file.IsJet3()) {
@@ -46,11 +36,9 @@ void CDefinitionCheck::Doubt(std::string_view rule, std::u16string text) {
 
 bool CDefinitionCheck::Load(uint32_t firstPage, SCheckedTable& table) {
   m_firstPage = table.page = firstPage;
-  if (!ReadBlock(firstPage)) return false;
-  if (!Parse(table)) {
-    Error("C1", u"the definition ends before all that it announces");
-    return false;
-  }
+  ReadBlock();
+  if (m_pages.empty()) return false;
+  if (!Parse(table)) return false;
   CheckChain();
   if (!CheckNumbers(table)) return false;
   CheckColumns(table);
@@ -60,40 +48,33 @@ bool CDefinitionCheck::Load(uint32_t firstPage, SCheckedTable& table) {
   return true;
 }
 
-bool CDefinitionCheck::ReadBlock(uint32_t firstPage) {
-  m_block.clear();
+void CDefinitionCheck::ReadBlock() {
   m_pages.clear();
   m_freeWords.clear();
-  for (uint32_t page = firstPage; page != 0 && m_pages.size() < kMaxDefinitionPages;) {
-    if (!m_context.ledger.Claim(page, EPageRole::Definition, firstPage)) break;
-    if (!m_page.Load(page)) break;
+  const auto read = [this](uint32_t page) -> std::span<const uint8_t> {
+    if (m_pages.size() == kMaxDefinitionPages ||
+        !m_context.ledger.Claim(page, EPageRole::Definition, m_firstPage) || !m_page.Load(page))
+      return {};
     const std::span<const uint8_t> bytes = m_page.GetBytes();
-    if (bytes[kPageTypeAt] != static_cast<uint8_t>(kPageDefinition) || bytes[kPageMarkAt] != kPageFormatted) {
+    if (bytes[kPageTypeAt] != kPageDefinition || bytes[kPageMarkAt] != kPageFormatted) {
       m_context.findings.Error("B4", {page}, u"the page is no definition page");
-      break;
+      return {};
     }
-    const auto head = static_cast<std::ptrdiff_t>(m_pages.empty() ? 0 : kDefinitionHead);
-    m_block.insert(m_block.end(), bytes.begin() + head, bytes.end());
     m_pages.push_back(page);
     m_freeWords.push_back(GetLittle<uint16_t>(bytes, kDefinitionFree));
-    page = GetLittle<uint32_t>(bytes, kDefinitionNext);
-  }
-  return !m_pages.empty();
+    return bytes;
+  };
+  ReadDefinitionChain(m_firstPage, read, m_block);
 }
 
 // Once the block is parsed its length is known: what each page states about its free bytes follows.
 void CDefinitionCheck::CheckChain() {
   const size_t perPage = m_layout.pageSize - kDefinitionHead;
-  size_t left = m_block.size() >= kDefinitionHead
-                    ? GetLittle<uint32_t>(m_block, m_layout.definition.length) - kDefinitionHead
-                    : 0;
+  size_t left = m_length - kDefinitionHead;
   for (size_t i = 0; i < m_pages.size(); i++) {
     const size_t here = std::min(left, perPage);
     left -= here;
-    const size_t unused = perPage - here;
-    const size_t expected = m_context.file.IsJet3()    ? kJet3DefinitionMark
-                            : unused > kDefinitionHead ? unused - kDefinitionHead
-                                                       : 0;
+    const uint16_t expected = DefinitionWord(m_layout, perPage - here);
     if (m_freeWords[i] == expected) continue;
     if (m_context.file.IsJet3())
       m_context.findings.Error("C3", {m_pages[i]}, u"the page is not marked VC");
@@ -103,135 +84,79 @@ void CDefinitionCheck::CheckChain() {
   }
 }
 
-void CDefinitionCheck::ExpectMagic(uint32_t found, uint32_t expected, std::u16string_view what) {
-  if (found != expected && !m_context.file.IsJet3())
-    Error("C3", Say(u"the constant of ", what, u" is ", found, u" instead of ", expected));
+void CDefinitionCheck::File(const SDefinitionFault& fault) {
+  switch (fault.kind) {
+    case EDefinitionFault::Cut:
+      return Error("C1", u"the definition ends before all that it announces");
+    case EDefinitionFault::Length:
+      m_length = fault.found;
+      return Error("C1", Say(u"the definition states ", fault.expected, u" bytes and has ", fault.found));
+    case EDefinitionFault::Magic:
+      return Error(
+          "C3", Say(u"the constant of ", fault.part, u" is ", fault.found, u" instead of ", fault.expected));
+    case EDefinitionFault::MapsOfNoColumn:
+      return Error("C13",
+                   Say(u"there are maps of long values for column ", fault.found, u", which does not exist"));
+    case EDefinitionFault::MapsTwice:
+      return Error("C13", Say(u"column ", fault.part, u" has its maps twice"));
+  }
 }
 
 bool CDefinitionCheck::Parse(SCheckedTable& table) {
-  const SDefinitionLayout& at = m_layout.definition;
-  CByteTaker taker(m_block);
-  const std::span<const uint8_t> header = taker.Take(at.headerSize);
-  if (!taker.IsOk()) return false;
-  ExpectMagic(GetLittle<uint32_t>(header, at.magic), kDefinitionMagic, u"the definition");
-  ExpectMagic(GetLittle<uint32_t>(header, at.autoNumberStep), 1, u"the autonumber step");
-  table.tableType = header[at.tableType];
-  table.rowCount = GetLittle<uint32_t>(header, at.rowCount);
-  table.autoNumber = static_cast<int32_t>(GetLittle<uint32_t>(header, at.autoNumber));
-  table.columnsEver = GetLittle<uint16_t>(header, at.columnsEver);
-  table.variableEver = GetLittle<uint16_t>(header, at.variableEver);
-  table.ownedMap = GetLittle<uint32_t>(header, at.ownedMap);
-  table.freeMap = GetLittle<uint32_t>(header, at.freeMap);
-  const size_t logical = GetLittle<uint32_t>(header, at.logicalCount);
-  const size_t real = GetLittle<uint32_t>(header, at.realCount);
-  if (logical > m_block.size() || real > m_block.size()) return false;
-  taker.Take(real * at.statisticsSize);
-  ParseColumns(taker, GetLittle<uint16_t>(header, at.columnCount), table);
-  ParseRealIndexes(taker, real, table);
-  ParseLogicalIndexes(taker, logical, table);
-  ParseMaps(taker, table);
-  if (!taker.IsOk()) return false;
-  const auto length = GetLittle<uint32_t>(header, at.length);
-  if (length != taker.GetPosition()) {
-    Error("C1", Say(u"the definition states ", length, u" bytes and has ", taker.GetPosition()));
-    PutLittle(std::span(m_block), at.length, static_cast<uint32_t>(taker.GetPosition()));
-  }
+  STableDefinition definition;
+  std::vector<std::string> keys;  // of all names, in their order
+  const auto decodeName = [&](std::span<const uint8_t> stored) {
+    keys.push_back(MakeNameKey(m_context.file.IsJet3(), stored));
+    return m_context.file.IsJet3() ? DecodeStoredText(m_context.file, stored) : UnitsOf(stored);
+  };
+  m_length = GetLittle<uint32_t>(m_block, m_layout.definition.length);
+  const bool isWhole = DecodeDefinition(
+      m_layout, m_block, decodeName, [this](const SDefinitionFault& fault) { File(fault); }, definition);
+  if (!isWhole) return false;
+  table.tableType = definition.tableType;
+  table.rowCount = definition.rowCount;
+  table.autoNumber = static_cast<int32_t>(definition.autoNumber);
+  table.columnsEver = definition.columnsEver;
+  table.variableEver = definition.variableEver;
+  table.ownedMap = definition.ownedMap;
+  table.freeMap = definition.freeMap;
+  TakeColumns(definition, keys, table);
+  TakeIndexes(definition, keys, table);
   return true;
 }
 
-void CDefinitionCheck::ParseColumns(CByteTaker& taker, size_t count, SCheckedTable& table) {
-  const size_t size = m_layout.column.size;
-  const std::span<const uint8_t> descriptors = taker.Take(count * size);
-  if (!taker.IsOk()) return;
-  for (size_t i = 0; i < count; i++)
-    table.columns.push_back(ParseColumn(descriptors.subspan(i * size, size)));
-  for (SCheckedColumn& column : table.columns) {
-    SName name = TakeName(taker);
-    column.name = std::move(name.text);
-    column.nameKey = std::move(name.key);
+void CDefinitionCheck::TakeColumns(STableDefinition& definition, std::vector<std::string>& keys,
+                                   SCheckedTable& table) {
+  table.positions.assign(table.columnsEver, 0);
+  for (size_t i = 0; i < definition.columns.size(); i++) {
+    SCheckedColumn& column = table.columns.emplace_back();
+    static_cast<SColumnDefinition&>(column) = std::move(definition.columns[i]);
+    column.nameKey = std::move(keys[i]);
+    if (column.number < table.positions.size()) table.positions[column.number] = static_cast<uint16_t>(i + 1);
   }
 }
 
-SCheckedColumn CDefinitionCheck::ParseColumn(std::span<const uint8_t> bytes) {
-  const SColumnLayout& at = m_layout.column;
-  SCheckedColumn column;
-  static_cast<SColumnDefinition&>(column) = DecodeColumn(at, bytes);
-  ExpectMagic(GetLittle<uint32_t>(bytes, at.magic), kDefinitionMagic, u"a column");
-  return column;
-}
-
-void CDefinitionCheck::ParseRealIndexes(CByteTaker& taker, size_t count, SCheckedTable& table) {
-  const SRealIndexLayout& at = m_layout.realIndex;
-  table.positions.assign(table.columnsEver, 0);
-  for (size_t i = 0; i < table.columns.size(); i++)
-    if (table.columns[i].number < table.positions.size())
-      table.positions[table.columns[i].number] = static_cast<uint16_t>(i + 1);
-  for (size_t i = 0; i < count && taker.IsOk(); i++) {
-    const std::span<const uint8_t> bytes = taker.Take(at.size);
-    if (!taker.IsOk()) return;
-    ExpectMagic(GetLittle<uint32_t>(bytes, at.magic), kRealIndexMagic, u"a real index");
-    SCheckedRealIndex index;
-    for (size_t slot = 0; slot < kIndexSlots; slot++) {
-      const auto number = GetLittle<uint16_t>(bytes, at.slots + kIndexSlotSize * slot);
-      if (number == kNoColumn) continue;
-      const SCheckedColumn* column = table.FindColumn(number);
-      if (column == nullptr)
-        Error("C17", Say(u"real index ", i, u" has column ", number, u", which does not exist"));
-      index.parts.push_back({column, (bytes[at.slots + kIndexSlotSize * slot + 2] & 1) != 0});
+// After the columns.
+void CDefinitionCheck::TakeIndexes(STableDefinition& definition, std::vector<std::string>& keys,
+                                   SCheckedTable& table) {
+  for (size_t i = 0; i < definition.realIndexes.size(); i++) {
+    const SRealIndex& from = definition.realIndexes[i];
+    SCheckedRealIndex& index = table.realIndexes.emplace_back();
+    for (const SIndexColumn& part : from.columns) {
+      index.parts.push_back({table.FindColumn(part.number), part.ascending});
+      if (index.parts.back().column == nullptr)
+        Error("C17", Say(u"real index ", i, u" has column ", part.number, u", which does not exist"));
     }
     if (index.parts.empty()) Error("C17", Say(u"real index ", i, u" has no columns"));
-    index.map = GetLittle<uint32_t>(bytes, at.map);
-    index.root = GetLittle<uint32_t>(bytes, at.root);
-    index.flags = bytes[at.flags];
-    table.realIndexes.push_back(std::move(index));
+    index.map = from.map;
+    index.root = from.root;
+    index.flags = from.flags;
   }
-}
-
-void CDefinitionCheck::ParseLogicalIndexes(CByteTaker& taker, size_t count, SCheckedTable& table) {
-  const SLogicalIndexLayout& at = m_layout.logicalIndex;
-  for (size_t i = 0; i < count && taker.IsOk(); i++) {
-    const std::span<const uint8_t> bytes = taker.Take(at.size);
-    if (!taker.IsOk()) return;
-    ExpectMagic(GetLittle<uint32_t>(bytes, at.magic), kDefinitionMagic, u"a logical index");
-    SCheckedLogicalIndex index;
-    static_cast<SLogicalIndex&>(index) = DecodeLogicalIndex(at, bytes);
-    table.logicalIndexes.push_back(std::move(index));
+  for (size_t i = 0; i < definition.logicalIndexes.size(); i++) {
+    SCheckedLogicalIndex& index = table.logicalIndexes.emplace_back();
+    static_cast<SLogicalIndex&>(index) = std::move(definition.logicalIndexes[i]);
+    index.nameKey = std::move(keys[table.columns.size() + i]);
   }
-  for (SCheckedLogicalIndex& index : table.logicalIndexes) {
-    SName name = TakeName(taker);
-    index.name = std::move(name.text);
-    index.nameKey = std::move(name.key);
-  }
-}
-
-void CDefinitionCheck::ParseMaps(CByteTaker& taker, SCheckedTable& table) {
-  while (taker.IsOk()) {
-    const auto number = taker.TakeNumber<uint16_t>();
-    if (number == kDefinitionEnd || !taker.IsOk()) return;
-    const auto owned = taker.TakeNumber<uint32_t>();
-    const auto free = taker.TakeNumber<uint32_t>();
-    if (table.FindColumn(number) == nullptr) {
-      Error("C13", Say(u"there are maps of long values for column ", number, u", which does not exist"));
-      continue;
-    }
-    SCheckedColumn& column = table.columns[table.positions[number] - size_t{1}];
-    if (column.hasMaps) Error("C13", Say(u"column ", column.name, u" has its maps twice"));
-    column.hasMaps = true;
-    column.ownedMap = owned;
-    column.freeMap = free;
-  }
-}
-
-CDefinitionCheck::SName CDefinitionCheck::TakeName(CByteTaker& taker) {
-  const size_t size = m_context.file.IsJet3() ? taker.TakeNumber<uint8_t>() : taker.TakeNumber<uint16_t>();
-  const std::span<const uint8_t> bytes = taker.Take(size);
-  SName name;
-  name.key = MakeStoredNameKey(m_context.file, bytes);
-  if (m_context.file.IsJet3())
-    name.text = DecodeStoredText(m_context.file, bytes);
-  else
-    name.text = UnitsOf(bytes);
-  return name;
 }
 
 // What rows and indexes are read by.

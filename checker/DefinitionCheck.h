@@ -11,10 +11,6 @@
 
 namespace tolvane {
 
-class CByteTaker;
-
-// The key that orders and compares names: that of an index on the name's stored bytes.
-std::string MakeStoredNameKey(const CCheckedFile& file, std::span<const uint8_t> stored);
 // Text as a row or a definition stores it.
 std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_t> stored);
 
@@ -27,21 +23,12 @@ class CDefinitionCheck {
   bool Load(uint32_t firstPage, SCheckedTable& table);
 
  private:
-  struct SName {
-    std::u16string text;
-    std::string key;
-  };
-
-  bool ReadBlock(uint32_t firstPage);
+  void ReadBlock();
   void CheckChain();
   bool Parse(SCheckedTable& table);
-  void ParseColumns(CByteTaker& taker, size_t count, SCheckedTable& table);
-  SCheckedColumn ParseColumn(std::span<const uint8_t> bytes);
-  void ParseRealIndexes(CByteTaker& taker, size_t count, SCheckedTable& table);
-  void ParseLogicalIndexes(CByteTaker& taker, size_t count, SCheckedTable& table);
-  void ParseMaps(CByteTaker& taker, SCheckedTable& table);
-  SName TakeName(CByteTaker& taker);
-  void ExpectMagic(uint32_t found, uint32_t expected, std::u16string_view what);
+  void File(const SDefinitionFault& fault);
+  void TakeColumns(STableDefinition& definition, std::vector<std::string>& keys, SCheckedTable& table);
+  void TakeIndexes(STableDefinition& definition, std::vector<std::string>& keys, SCheckedTable& table);
 
   bool CheckNumbers(SCheckedTable& table);
   void CheckColumns(const SCheckedTable& table);
@@ -56,6 +43,7 @@ class CDefinitionCheck {
   CPageBuffer m_page;
   uint32_t m_firstPage = 0;
   std::vector<uint8_t> m_block;
+  size_t m_length = 0;  // of what the block holds
   std::vector<uint32_t> m_pages;
   std::vector<uint16_t> m_freeWords;  // of m_pages
 };

@@ -4,6 +4,7 @@
 
 #include "checker/DefinitionCheck.h"
 #include "format/CompressedText.h"
+#include "format/TextKey.h"
 
 namespace tolvane {
 
@@ -13,10 +14,10 @@ std::u16string CSystemRow::GetText(uint16_t column) const {
 
 std::string CSystemRow::GetNameKey(uint16_t column) const {
   const std::span<const uint8_t> stored = GetBytes(column);
-  if (m_file.IsJet3()) return MakeStoredNameKey(m_file, stored);
+  if (m_file.IsJet3()) return MakeNameKey(true, stored);
   std::vector<uint8_t> plain;
   AppendPlainUtf16(stored, plain);
-  return MakeStoredNameKey(m_file, plain);
+  return MakeNameKey(false, plain);
 }
 
 }  // namespace tolvane

@@ -12,7 +12,7 @@
 
 #include "embedded/HeaderPage.h"
 #include "embedded/NewTable.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemTables.h"
 #include "embedded/TableStore.h"
 
 namespace tolvane {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "dao/dao.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemTables.h"
 #include "embedded/TableDefinition.h"
 
 namespace tolvane {

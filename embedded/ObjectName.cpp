@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "embedded/StoredText.h"
-#include "format/IndexKey.h"
-#include "format/Layout.h"
+#include "format/TextKey.h"
 
 namespace tolvane {
 namespace {
@@ -36,11 +35,14 @@ CDaoResult CheckObjectName(const SLayout& layout, std::u16string_view kind, std:
   return CDaoResult::Ok();
 }
 
-std::string MakeNameKey(const SLayout& layout, std::u16string_view name) {
-  std::vector<uint8_t> bytes, key;
+std::vector<uint8_t> EncodeName(const SLayout& layout, std::u16string_view name) {
+  std::vector<uint8_t> bytes;
   AppendStoredText(layout.text, name, ETextForm::Plain, bytes);
-  AppendIndexKey({layout.keys}, kTypeText, true, std::span<const uint8_t>(bytes), key);
-  return {key.begin(), key.end()};
+  return bytes;
+}
+
+std::string MakeNameKey(const SLayout& layout, std::u16string_view name) {
+  return MakeNameKey(layout.text.IsCodePage(), EncodeName(layout, name));
 }
 
 bool IsNameBefore(const SLayout& layout, std::u16string_view a, std::u16string_view b) {

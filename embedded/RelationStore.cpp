@@ -8,7 +8,7 @@
 #include "embedded/ObjectName.h"
 #include "embedded/RowValues.h"
 #include "embedded/StoredIndexCursor.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemTables.h"
 #include "embedded/TableIndexes.h"
 #include "format/IndexKey.h"
 #include "platform/Text.h"

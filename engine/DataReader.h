@@ -2,9 +2,11 @@
 // known, CByteView answers zero for every byte beyond its end.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace tolvane {
 
@@ -37,6 +39,15 @@ class CByteView {
   }
   [[nodiscard]] uint32_t GetUInt32(uint64_t position) const {
     return GetUInt16(position) | uint32_t{GetUInt16(position + 2)} << 16;
+  }
+  // A whole block; `room` holds it where a part of it lies beyond the end.
+  [[nodiscard]] std::span<const uint8_t> GetBlock(uint64_t position, size_t size,
+                                                  std::vector<uint8_t>& room) const {
+    const uint64_t there = position < m_bytes.size() ? m_bytes.size() - position : 0;
+    if (size <= there) return m_bytes.subspan(static_cast<size_t>(position), size);
+    room.assign(size, 0);
+    if (there > 0) std::copy(m_bytes.begin() + static_cast<ptrdiff_t>(position), m_bytes.end(), room.begin());
+    return room;
   }
 
  private:

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "engine/DataReader.h"
+#include "format/Definition.h"
 
 namespace tolvane {
 
@@ -11,44 +11,34 @@ CDefinitionChain::CDefinitionChain(CPageReader& reader, const SLayout& layout)
 
 bool CDefinitionChain::Read(uint64_t offset) {
   m_isWhole = true;
-  m_bytes.clear();
   m_visited.clear();
-  m_end = 0;
-  std::optional<uint64_t> next = offset;
-  while (next) {
-    m_visited.insert(*next);
-    next = ReadOnePage(*next) ? NextOffset() : std::nullopt;
-  }
+  const auto read = [this](uint32_t page) { return ReadOnePage(uint64_t{page} * m_page.size()); };
+  ReadDefinitionChain(static_cast<uint32_t>(offset / m_page.size()), read, m_bytes);
+  m_bytes.resize(m_visited.size() * m_page.size());
   return m_isWhole;
 }
 
-// A page that reaches beyond the end of the file is used as far as it goes, but its link is not followed.
-bool CDefinitionChain::ReadOnePage(uint64_t offset) {
-  std::fill(m_page.begin(), m_page.end(), uint8_t{0});
-  const bool isRead = m_reader.ReadPage(offset, m_page);
-  if (!isRead) {
-    m_isWhole = false;
-    if (offset + m_page.size() > m_reader.GetLength()) m_reader.ReadPartialPage(offset, m_page);
+std::span<const uint8_t> CDefinitionChain::ReadOnePage(uint64_t offset) {
+  if (!m_visited.empty()) {
+    if (!CanFollow(offset)) {
+      m_isWhole = false;
+      return {};
+    }
+    m_linksLeft--;
   }
-  const size_t head = m_bytes.empty() ? 0 : kDefinitionHead;
-  m_bytes.resize(m_bytes.size() + m_page.size());
-  std::copy(m_page.begin() + static_cast<ptrdiff_t>(head), m_page.end(),
-            m_bytes.begin() + static_cast<ptrdiff_t>(m_end));
-  m_end += m_page.size() - head;
-  return isRead;
+  m_visited.insert(offset);
+  std::fill(m_page.begin(), m_page.end(), uint8_t{0});
+  if (m_reader.ReadPage(offset, m_page)) return m_page;
+  // A page that reaches beyond the end of the file is used as far as it goes, but its link is not followed.
+  m_isWhole = false;
+  if (offset + m_page.size() > m_reader.GetLength()) m_reader.ReadPartialPage(offset, m_page);
+  PutLittle<uint32_t>(m_page, kDefinitionNext, 0);
+  return m_page;
 }
 
-std::optional<uint64_t> CDefinitionChain::NextOffset() {
-  const uint64_t next = uint64_t{CDataReader::ReadUInt32(&m_page[kDefinitionNext])} * m_page.size();
-  if (next == 0) return std::nullopt;
-  const bool canFollow = next < m_reader.GetLength() && m_visited.count(next) == 0 && m_linksLeft > 0 &&
-                         m_bytes.size() + m_page.size() <= kLongestDefinition;
-  if (!canFollow) {
-    m_isWhole = false;
-    return std::nullopt;
-  }
-  m_linksLeft--;
-  return next;
+bool CDefinitionChain::CanFollow(uint64_t offset) const {
+  return offset < m_reader.GetLength() && m_visited.count(offset) == 0 && m_linksLeft > 0 &&
+         (m_visited.size() + 1) * m_page.size() <= kLongestDefinition;
 }
 
 }  // namespace tolvane

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <unordered_set>
 #include <vector>
@@ -29,15 +28,15 @@ class CDefinitionChain {
   [[nodiscard]] std::span<const uint8_t> GetBytes() const { return m_bytes; }
 
  private:
-  bool ReadOnePage(uint64_t offset);
-  std::optional<uint64_t> NextOffset();
+  // Empty where the chain cannot go on.
+  std::span<const uint8_t> ReadOnePage(uint64_t offset);
+  [[nodiscard]] bool CanFollow(uint64_t offset) const;
 
   CPageReader& m_reader;
   uint64_t m_linksLeft;
   std::vector<uint8_t> m_page;
   std::vector<uint8_t> m_bytes;
   std::unordered_set<uint64_t> m_visited;
-  size_t m_end = 0;  // of what the pages read so far hold
   bool m_isWhole = true;
 };
 

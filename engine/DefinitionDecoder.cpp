@@ -69,20 +69,22 @@ bool CDefinitionDecoder::Decode(std::span<const uint8_t> definition, CAccessTabl
 
 void CDefinitionDecoder::ReadHeader(SWalk& walk, CAccessTable& table) const {
   const SDefinitionLayout& at = m_layout.definition;
-  const CByteView& bytes = walk.bytes;
+  STableDefinition read;
+  SDefinitionCounts counts;
+  DecodeHeader(at, walk.Get(0, at.headerSize), read, counts);
   SAccessTableHeader header;
-  header.definitionLength = bytes.GetUInt32(at.length);
-  if (at.magic != kAbsent) header.secondWord = bytes.GetUInt32(at.magic);
-  header.rowCount = bytes.GetUInt32(at.rowCount);
-  header.nextAutoNumber = bytes.GetUInt32(at.autoNumber);
-  header.tableType = bytes.GetUInt8(at.tableType);
-  header.highestColumnNumber = bytes.GetUInt16(at.columnsEver);
-  header.variableColumnCount = bytes.GetUInt16(at.variableEver);
-  header.columnCount = bytes.GetUInt16(at.columnCount);
-  header.indexCount = bytes.GetUInt32(at.logicalCount);
-  header.realIndexCount = bytes.GetUInt32(at.realCount);
-  header.usedPagesMap = bytes.GetUInt32(at.ownedMap);
-  header.freePagesMap = bytes.GetUInt32(at.freeMap);
+  header.definitionLength = counts.length;
+  header.secondWord = counts.magic;
+  header.rowCount = read.rowCount;
+  header.nextAutoNumber = read.autoNumber;
+  header.tableType = read.tableType;
+  header.highestColumnNumber = read.columnsEver;
+  header.variableColumnCount = read.variableEver;
+  header.columnCount = counts.columns;
+  header.indexCount = counts.logical;
+  header.realIndexCount = counts.real;
+  header.usedPagesMap = read.ownedMap;
+  header.freePagesMap = read.freeMap;
   table.header = header;
   table.promisedRows = header.rowCount;
 
@@ -100,7 +102,7 @@ void CDefinitionDecoder::ReadColumns(SWalk& walk, CAccessTable& table) {
     const uint64_t descriptor = first + uint64_t{at.size} * i;
     // The start of the last field is tested, not its end.
     const bool isCut = descriptor + at.length > walk.length || m_columnsLeft == 0;
-    table.columns.Add(isCut ? CAccessColumn() : ReadColumn(walk, descriptor));
+    table.columns.Add(isCut ? CAccessColumn() : ReadColumn(walk.Get(descriptor, at.size)));
     if (isCut) {
       walk.isSound = false;
       walk.position = std::max(walk.position, walk.length);
@@ -111,20 +113,19 @@ void CDefinitionDecoder::ReadColumns(SWalk& walk, CAccessTable& table) {
   }
 }
 
-CAccessColumn CDefinitionDecoder::ReadColumn(const SWalk& walk, uint64_t at) const {
-  const SColumnLayout& field = m_layout.column;
+CAccessColumn CDefinitionDecoder::ReadColumn(std::span<const uint8_t> block) const {
+  const SColumnDefinition read = DecodeColumn(m_layout.column, block);
   CAccessColumn column;
-  column.type = walk.bytes.GetUInt8(at);
-  column.number = walk.bytes.GetUInt16(at + field.number);
+  column.type = read.type;
+  column.number = read.number;
   if (!m_layout.isJet3 && m_rules.columnNumberLowByteOnly) column.number &= 0xFF;
-  column.variableIndex = walk.bytes.GetUInt16(at + field.variableIndex);
-  column.misc = walk.bytes.GetUInt32(at + field.misc);
-  if (field.codePage != kAbsent && (column.type == kTypeText || column.type == kTypeMemo))
-    column.codePage = walk.bytes.GetUInt16(at + field.codePage);
-  column.flags = walk.bytes.GetUInt8(at + field.flags);
-  if (field.extendedFlags != kAbsent) column.extendedFlags = walk.bytes.GetUInt8(at + field.extendedFlags);
-  column.fixedOffset = walk.bytes.GetUInt16(at + field.fixedOffset);
-  column.length = walk.bytes.GetUInt16(at + field.length);
+  column.variableIndex = read.variableIndex;
+  column.misc = GetLittle<uint32_t>(block, m_layout.column.misc);
+  if (read.HasTexts()) column.codePage = read.codePage;
+  column.flags = read.flags;
+  column.extendedFlags = read.extendedFlags;
+  column.fixedOffset = read.fixedOffset;
+  column.length = read.length;
   if (!m_layout.text.IsCodePage() && column.type == kTypeText)
     column.length = static_cast<uint16_t>(column.length / 2);
   return column;
@@ -155,29 +156,27 @@ void CDefinitionDecoder::PutName(std::u16string_view name) {
   m_name[length] = u'\0';
 }
 
-uint32_t CDefinitionDecoder::ReadUtf16Name(const SWalk& walk) {
+uint32_t CDefinitionDecoder::ReadUtf16Name(SWalk& walk) {
   m_name[0] = u'\0';
   const uint64_t text = walk.position + 2;
   if (text > walk.length) return 0;
   const uint32_t length = walk.bytes.GetUInt16(walk.position);
   if (length > kLongestUtf16Name || text + length >= walk.length) return 0;
-  for (uint32_t i = 0; i < length / 2; i++) m_name[i] = walk.bytes.GetUInt16(text + 2 * i);
-  m_name[length / 2] = u'\0';
+  PutName(UnitsOf(walk.Get(text, length)));
   return length;
 }
 
-uint32_t CDefinitionDecoder::ReadByteName(const SWalk& walk) {
+uint32_t CDefinitionDecoder::ReadByteName(SWalk& walk) {
   const uint64_t text = walk.position + 1;
   const uint32_t length = text <= walk.length ? walk.bytes.GetUInt8(walk.position) : 0;
   if (length == 0) {
     m_name[0] = u'\0';
     return 0;
   }
-  std::array<uint8_t, 0xFF> bytes;
-  for (uint32_t i = 0; i < length; i++) bytes[i] = walk.bytes.GetUInt8(text + i);
+  const std::span<const uint8_t> bytes = walk.Get(text, length);
   if (!m_rules.rawJet3Names) {
     std::u16string name;
-    DecodeCodePage(m_codePage, std::span(bytes).first(length), name);
+    DecodeCodePage(m_codePage, bytes, name);
     PutName(name);
     return length;
   }
@@ -199,44 +198,35 @@ void CDefinitionDecoder::ReadRealIndexes(SWalk& walk, CAccessTable& table) {
       walk.isSound = false;
       return;
     }
-    table.indexes.Add(ReadRealIndex(walk, entry));
+    const size_t wholeSlots = static_cast<size_t>(walk.length - entry - at.slots) / kIndexSlotSize;
+    table.indexes.Add(ReadRealIndex(walk.Get(entry, at.size), wholeSlots, walk.columnCount));
     m_indexesLeft--;
   }
 }
 
-CAccessTableIndex CDefinitionDecoder::ReadRealIndex(const SWalk& walk, uint64_t at) const {
-  const SRealIndexLayout& field = m_layout.realIndex;
+CAccessTableIndex CDefinitionDecoder::ReadRealIndex(std::span<const uint8_t> block, size_t wholeSlots,
+                                                    uint32_t columnCount) const {
+  SRealIndex read = DecodeRealIndex(m_layout.realIndex, block);
+  if (read.columns.size() > wholeSlots) read.columns.resize(wholeSlots);
   CAccessTableIndex index;
-  ReadIndexColumns(walk, at + field.slots, index);
-  index.usedPagesMap = walk.bytes.GetUInt32(at + field.map);
-  index.rootPage = walk.bytes.GetUInt32(at + field.root);
-  const uint32_t flagsOffset = m_layout.isJet3 ? field.flags : m_rules.indexFlagsOffsetJet4;
-  const uint8_t flags = walk.bytes.GetUInt8(at + flagsOffset);
+  for (const SIndexColumn& column : read.columns) {
+    const auto end = index.columns.begin() + static_cast<ptrdiff_t>(index.columnCount);
+    const bool isTwice = std::any_of(index.columns.begin(), end,
+                                     [&](const auto& other) { return other.columnNumber == column.number; });
+    // Deleted columns leave gaps, so that the others' numbers may lie above their count.
+    if (isTwice || (m_rules.columnNumberLowByteOnly && column.number > columnCount)) break;
+    index.columns[index.columnCount++] = {.columnNumber = column.number, .isAscending = column.ascending};
+  }
+  index.usedPagesMap = read.map;
+  index.rootPage = read.root;
+  const uint8_t flags = block[m_layout.isJet3 ? m_layout.realIndex.flags : m_rules.indexFlagsOffsetJet4];
   const auto isSet = [&](uint8_t flag) {
     return static_cast<uint8_t>(m_rules.indexFlagsExactMatch ? flags == flag : (flags & flag) != 0);
   };
-  index.flagsByte = flags;
   index.unique = flags & kIndexUnique;
   index.ignoreNulls = isSet(kIndexIgnoreNulls);
   index.required = isSet(kIndexRequired);
   return index;
-}
-
-void CDefinitionDecoder::ReadIndexColumns(const SWalk& walk, uint64_t at, CAccessTableIndex& index) const {
-  const auto hasColumn = [&](uint16_t number) {
-    const auto end = index.columns.begin() + static_cast<ptrdiff_t>(index.columnCount);
-    return std::any_of(index.columns.begin(), end,
-                       [&](const auto& column) { return column.columnNumber == number; });
-  };
-  for (; index.columnCount < CAccessTableIndex::kMaximumColumns; at += kIndexSlotSize) {
-    if (at + kIndexSlotSize > walk.length) return;
-    const uint16_t number = walk.bytes.GetUInt16(at);
-    // Deleted columns leave gaps, so that the others' numbers may lie above their count.
-    const bool isTooHigh = m_rules.columnNumberLowByteOnly && number > walk.columnCount;
-    if (number == kNoColumn || isTooHigh || hasColumn(number)) return;
-    index.columns[index.columnCount++] = {.columnNumber = number,
-                                          .isAscending = walk.bytes.GetUInt8(at + 2) == kIndexAscending};
-  }
 }
 
 void CDefinitionDecoder::ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const {
@@ -248,8 +238,9 @@ void CDefinitionDecoder::ReadLogicalIndexes(SWalk& walk, CAccessTable& table) co
       walk.isSound = false;
       return;
     }
-    if (walk.bytes.GetUInt8(walk.position + at.kind) == kIndexKindPrimary)
-      table.indexes.MarkPrimary(walk.bytes.GetUInt32(walk.position + numberOffset), 1);
+    const std::span<const uint8_t> block = walk.Get(walk.position, at.size);
+    if (DecodeLogicalIndex(at, block).kind == kIndexKindPrimary)
+      table.indexes.MarkPrimary(GetLittle<uint32_t>(block, numberOffset), 1);
   }
 }
 
@@ -266,8 +257,9 @@ void CDefinitionDecoder::NameIndexes(SWalk& walk, CAccessTable& table) {
     const uint64_t entry = first + i * at.size;
     const uint32_t width = m_layout.text.nameLengthSize;
     walk.position += width + (width == 1 ? ReadByteName(walk) : ReadUtf16Name(walk));
-    const uint32_t real = walk.bytes.GetUInt32(entry + at.realIndex);
-    const uint8_t kind = walk.bytes.GetUInt8(entry + at.kind);
+    const SLogicalIndex read = DecodeLogicalIndex(at, walk.Get(entry, at.size));
+    const uint32_t real = read.realIndex;
+    const uint8_t kind = read.kind;
     if (real >= indexes.size()) {
       walk.isSound = false;
       continue;

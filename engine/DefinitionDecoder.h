@@ -16,7 +16,7 @@
 
 #include "engine/DataReader.h"
 #include "engine/Source.h"
-#include "format/Layout.h"
+#include "format/Definition.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 #include "status/JobContext.h"
@@ -47,20 +47,25 @@ class CDefinitionDecoder {
     uint32_t columnCount;
     uint32_t realIndexCount;
     bool isSound;
+    std::vector<uint8_t> room{};
+
+    // Valid until the next call.
+    std::span<const uint8_t> Get(uint64_t at, size_t size) { return bytes.GetBlock(at, size, room); }
   };
 
   void ReadHeader(SWalk& walk, CAccessTable& table) const;
   void ReadColumns(SWalk& walk, CAccessTable& table);
-  [[nodiscard]] CAccessColumn ReadColumn(const SWalk& walk, uint64_t at) const;
+  [[nodiscard]] CAccessColumn ReadColumn(std::span<const uint8_t> block) const;
   void ReadNames(SWalk& walk, CAccessTable& table);
   // Each puts the name at the walk's position into m_name, empty when there is none, and answers how many
   // bytes it takes behind its length.
-  uint32_t ReadUtf16Name(const SWalk& walk);
-  uint32_t ReadByteName(const SWalk& walk);
+  uint32_t ReadUtf16Name(SWalk& walk);
+  uint32_t ReadByteName(SWalk& walk);
   void PutName(std::u16string_view name);
   void ReadRealIndexes(SWalk& walk, CAccessTable& table);
-  [[nodiscard]] CAccessTableIndex ReadRealIndex(const SWalk& walk, uint64_t at) const;
-  void ReadIndexColumns(const SWalk& walk, uint64_t at, CAccessTableIndex& index) const;
+  // `wholeSlots` of its slots lie inside the definition.
+  [[nodiscard]] CAccessTableIndex ReadRealIndex(std::span<const uint8_t> block, size_t wholeSlots,
+                                                uint32_t columnCount) const;
   void ReadLogicalIndexes(SWalk& walk, CAccessTable& table) const;
   // Gives each real index the name of the entry that carries it, a foreign key's only where there is no
   // other.

@@ -247,4 +247,13 @@ void AppendJet3TextKey(std::span<const uint8_t> codePageBytes, EKeyOrder order, 
   if (order == EKeyOrder::Descending) ComplementFrom(start, key);
 }
 
+std::string MakeNameKey(bool isCodePage, std::span<const uint8_t> stored) {
+  std::vector<uint8_t> key;
+  if (isCodePage)
+    AppendJet3TextKey(stored, EKeyOrder::Ascending, key);
+  else
+    AppendJet4TextKey(stored.first(stored.size() / 2 * 2), EKeyOrder::Ascending, key);
+  return {key.begin(), key.end()};
+}
+
 }  // namespace tolvane

@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace tolvane {
@@ -29,5 +30,9 @@ bool AppendJet4TextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std
 bool AppendGeneralTextKey(std::span<const uint8_t> utf16Bytes, EKeyOrder order, std::vector<uint8_t>& key);
 
 void AppendJet3TextKey(std::span<const uint8_t> codePageBytes, EKeyOrder order, std::vector<uint8_t>& key);
+
+// Names with equal keys are the same name, and keys sort as the names do: what orders names in definitions
+// and the catalogue, whatever order its texts have. `stored` is UTF-16LE or bytes of the code page.
+std::string MakeNameKey(bool isCodePage, std::span<const uint8_t> stored);
 
 }  // namespace tolvane

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "embedded/SystemTables.h"
+#include "format/SystemTables.h"
 #include "format/PropertyBlob.h"
 #include "tests/embedded/DatabaseFixture.h"
 

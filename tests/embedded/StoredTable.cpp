@@ -4,7 +4,7 @@
 
 #include "checker/SystemRow.h"
 #include "checker/TableCheck.h"
-#include "embedded/SystemTables.h"
+#include "format/SystemTables.h"
 
 namespace tolvane::test {
 namespace {

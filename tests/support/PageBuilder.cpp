@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "engine/HeaderMask.h"
+#include "format/Definition.h"
 #include "model/AccessColumn.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
@@ -21,43 +22,18 @@ void Append(Bytes& bytes, std::span<const uint8_t> more) {
   bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-// A name or index name in a definition.
-void AppendName(Bytes& bytes, std::u16string_view name, const SLayout& layout) {
-  const Bytes text = StoredText(name, layout);
-  Append(bytes, Little(text.size(), layout.text.nameLengthSize));
-  Append(bytes, text);
-}
-
-Bytes MakeColumn(const SColumnSpec& column, const SLayout& layout) {
-  const SColumnLayout& at = layout.column;
-  CPageBytes bytes(at.size);
-  bytes.Put8(0, column.type).Put16(at.number, column.number).Put16(at.variableIndex, column.variableIndex);
-  bytes.Put8(at.flags, column.flags).Put16(at.fixedOffset, column.fixedOffset);
-  bytes.Put16(at.length, column.length);
-  if (!layout.isJet3) bytes.Put32(1, kDefinitionMagic);
-  if (at.codePage != kAbsent && column.type == kTypeText) bytes.Put16(at.codePage, column.codePage);
-  return bytes.GetBytes();
-}
-
-Bytes MakeRealIndex(const SIndexSpec& index, const SLayout& layout) {
-  const SRealIndexLayout& at = layout.realIndex;
-  CPageBytes bytes(at.size);
-  if (at.magic != kAbsent) bytes.Put32(at.magic, kRealIndexMagic);
-  for (size_t i = 0; i < 10; i++) bytes.Put16(at.slots + i * kIndexSlotSize, kNoColumn);
-  for (size_t i = 0; i < index.columns.size(); i++) {
-    bytes.Put16(at.slots + i * kIndexSlotSize, index.columns[i].number);
-    bytes.Put8(at.slots + i * kIndexSlotSize + 2, index.columns[i].order);
-  }
-  return bytes.GetBytes();
-}
-
-Bytes MakeLogicalIndex(const SIndexSpec& index, uint32_t number, const SLayout& layout) {
-  const SLogicalIndexLayout& at = layout.logicalIndex;
-  CPageBytes bytes(at.size);
-  if (at.magic != kAbsent) bytes.Put32(at.magic, kDefinitionMagic);
-  bytes.Put32(at.number, number).Put32(at.realIndex, number);
-  bytes.Put8(at.kind, index.isPrimary ? kIndexKindPrimary : 0);
-  return bytes.GetBytes();
+SColumnDefinition ToColumn(const SColumnSpec& from) {
+  SColumnDefinition column;
+  column.name = from.name;
+  column.type = from.type;
+  column.flags = from.flags;
+  column.number = from.number;
+  column.variableIndex = from.variableIndex;
+  column.fixedOffset = from.fixedOffset;
+  column.length = from.length;
+  column.order = {.language = 0, .version = 0};
+  column.codePage = from.type == kTypeText ? from.codePage : uint16_t{0};
+  return column;
 }
 
 }  // namespace
@@ -179,29 +155,33 @@ Bytes MakePointerRow(uint32_t page, uint8_t slot) {
 }
 
 Bytes MakeDefinition(const STableSpec& table, const SLayout& layout) {
-  const SDefinitionLayout& at = layout.definition;
-  CPageBytes header(at.headerSize);
-  header.PutBytes(0, std::span(at.signature).first(at.signatureSize));
-  header.Put32(at.rowCount, table.rowCount).Put8(at.tableType, table.type);
-  header.Put16(at.columnsEver, table.CountEver()).Put16(at.variableEver, table.CountVariableEver());
-  header.Put16(at.columnCount, static_cast<uint32_t>(table.columns.size()));
-  header.Put32(at.logicalCount, static_cast<uint32_t>(table.indexes.size()));
-  header.Put32(at.realCount, static_cast<uint32_t>(table.indexes.size()));
-  if (at.magic != kAbsent) header.Put32(at.magic, kDefinitionMagic);
-
-  Bytes bytes;
-  bytes.resize(table.indexes.size() * at.statisticsSize);
-  for (const SColumnSpec& column : table.columns) Append(bytes, MakeColumn(column, layout));
-  for (const SColumnSpec& column : table.columns) AppendName(bytes, column.name, layout);
-  for (const SIndexSpec& index : table.indexes) Append(bytes, MakeRealIndex(index, layout));
-  for (size_t i = 0; i < table.indexes.size(); i++)
-    Append(bytes, MakeLogicalIndex(table.indexes[i], static_cast<uint32_t>(i), layout));
-  for (const SIndexSpec& index : table.indexes) AppendName(bytes, index.name, layout);
-  Append(bytes, Little(0xFFFF, 2));
-
-  header.Put32(at.length, static_cast<uint32_t>(header.GetBytes().size() + bytes.size()));
-  bytes.insert(bytes.begin(), header.GetBytes().begin(), header.GetBytes().end());
-  return bytes;
+  STableDefinition definition;
+  definition.tableType = table.type;
+  definition.rowCount = table.rowCount;
+  definition.columnsEver = table.CountEver();
+  definition.variableEver = table.CountVariableEver();
+  for (const SColumnSpec& column : table.columns) definition.columns.push_back(ToColumn(column));
+  for (const SIndexSpec& from : table.indexes) {
+    SLogicalIndex& logical = definition.logicalIndexes.emplace_back();
+    logical.name = from.name;
+    logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
+    logical.kind = from.isPrimary ? kIndexKindPrimary : kIndexKindPlain;
+    SRealIndex& real = definition.realIndexes.emplace_back();
+    for (const SIndexSpec::SColumn& column : from.columns) real.columns.push_back({column.number, true});
+  }
+  CPageBytes bytes(
+      EncodeDefinition(layout, definition, [&](auto name) { return EncodeAsciiName(layout, name); }));
+  // Orders that no writer makes.
+  size_t slot = layout.definition.headerSize + table.indexes.size() * layout.definition.statisticsSize +
+                layout.realIndex.slots + 2;
+  for (const SColumnSpec& column : table.columns)
+    slot += layout.column.size + layout.text.nameLengthSize + StoredText(column.name, layout).size();
+  for (const SIndexSpec& index : table.indexes) {
+    for (size_t i = 0; i < index.columns.size(); i++)
+      bytes.Put8(slot + i * kIndexSlotSize, index.columns[i].order);
+    slot += layout.realIndex.size;
+  }
+  return bytes.GetBytes();
 }
 
 CDatabaseBuilder::CDatabaseBuilder(const SLayout& layout) : m_layout(layout) {
@@ -230,24 +210,13 @@ uint32_t CDatabaseBuilder::AddTable(const STableSpec& table) {
 }
 
 uint32_t CDatabaseBuilder::AddDefinition(std::span<const uint8_t> definition) {
-  const uint32_t first = AddPage();
-  const size_t pageSize = m_layout.pageSize;
-  Page(first).PutBytes(0, definition.first(std::min(definition.size(), pageSize)));
-  uint32_t last = first;
-  size_t onLast = std::min(definition.size(), pageSize);
-  for (size_t done = pageSize; done < definition.size(); done += pageSize - kDefinitionHead) {
-    const uint32_t page = AddPage();
-    const auto body =
-        definition.subspan(done, std::min(definition.size() - done, pageSize - kDefinitionHead));
-    const auto& signature = m_layout.definition.signature;
-    Page(page).PutBytes(0, std::span(signature).first(m_layout.definition.signatureSize));
-    Page(page).PutBytes(kDefinitionHead, body);
-    Page(last).Put32(kDefinitionNext, page);
-    last = page;
-    onLast = body.size() + kDefinitionHead;
+  const uint32_t first = GetPageCount();
+  const auto count = static_cast<uint32_t>(CountDefinitionPages(m_layout, definition.size()));
+  Bytes page(m_layout.pageSize);
+  for (uint32_t i = 0; i < count; i++) {
+    EncodeDefinitionPage(m_layout, definition, i, i + 1 < count ? first + i + 1 : 0, page);
+    Page(AddPage()).PutBytes(0, page);
   }
-  if (!m_layout.isJet3 && onLast + kDefinitionHead <= pageSize)
-    Page(last).Put16(kFreeBytesOffset, static_cast<uint32_t>(pageSize - kDefinitionHead - onLast));
   return first;
 }
 

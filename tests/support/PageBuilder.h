@@ -27,6 +27,7 @@ using Bytes = std::vector<uint8_t>;
 class CPageBytes {
  public:
   explicit CPageBytes(size_t size) : m_bytes(size) {}
+  explicit CPageBytes(Bytes bytes) : m_bytes(std::move(bytes)) {}
   CPageBytes& Put8(size_t position, uint32_t value);
   CPageBytes& Put16(size_t position, uint32_t value);
   CPageBytes& Put32(size_t position, uint32_t value);

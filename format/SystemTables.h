@@ -8,12 +8,13 @@
 #include <string_view>
 #include <vector>
 
-#include "embedded/TableDefinition.h"
+#include "format/Definition.h"
 #include "format/SystemObjects.h"
 
 namespace tolvane {
 
 inline constexpr uint32_t kCatalogueTableCount = 4;  // on the pages from kObjectsPage on
+inline constexpr size_t kObjectsTable = 0;           // place of MSysObjects among them
 
 // The SID of the group of administrators that ACE files begin with.
 inline constexpr size_t kLongestSid = 102;

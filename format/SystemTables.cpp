@@ -1,4 +1,4 @@
-#include "embedded/SystemTables.h"
+#include "format/SystemTables.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <tuple>
 
-#include "embedded/ObjectName.h"
+#include "format/TextKey.h"
 
 namespace tolvane {
 namespace {
@@ -265,7 +265,10 @@ STableDefinition MakeSystemTable(const SLayout& layout, STextOrder order, size_t
   for (SColumnDefinition& column : definition.columns) column.order = order;
   definition.LayOutColumns();
   AddIndexes(kContents[table].indexes, definition);
-  const auto byName = [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); };
+  const auto key = [&](const auto& named) {
+    return MakeNameKey(layout.text.IsCodePage(), EncodeAsciiName(layout, named.name));
+  };
+  const auto byName = [&](const auto& a, const auto& b) { return key(a) < key(b); };
   // All display numbers are 0 here, so names alone decide an order that goes by them.
   if (layout.definition.isSortedByDisplay)
     std::sort(definition.columns.begin(), definition.columns.end(), byName);
