@@ -28,6 +28,8 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
   if (table && !table->name.empty()) add(u"table " + table->name);
   if (kind == EDamage::MissingRows || kind == EDamage::SurplusRows) {
     add(Counted(place.amount, u"row", number));
+  } else if (kind == EDamage::LooseValue) {
+    add(Counted(place.amount, u"value", number));
   } else {
     add(u"page " + ToDecimal(place.page));
     if (place.row >= 0) add(u"row " + ToDecimal(place.row));
@@ -117,6 +119,8 @@ const std::vector<SDamageWords>& GetDamageWords() {
       {EDamage::BrokenValue, "brokenValue", "value outside its row", "values outside their rows"},
       {EDamage::BrokenLongValue, "brokenLongValue", "memo or OLE object that ends early",
        "memos or OLE objects that end early"},
+      {EDamage::LooseValue, "looseValue", "value of a multi-value or attachment column that fits no record",
+       "values of multi-value or attachment columns that fit no record"},
       {EDamage::SkippedTable, "skippedTable", "table skipped for want of space for its rows",
        "tables skipped for want of space for their rows"},
   };

@@ -139,6 +139,8 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
     return lines.Take();
   }
   lines.Add(Grouped(summary.tablesSaved, u"table") + u", " + Grouped(summary.recordsSaved, u"record"));
+  if (summary.valuesSaved > 0)
+    lines.Add(Grouped(summary.valuesSaved, u"value") + u" of multi-value and attachment columns");
   if (summary.queriesSaved > 0) lines.Add(CountedQueries(summary.queriesSaved));
   if (summary.relationsSaved > 0) lines.Add(Grouped(summary.relationsSaved, u"relationship"));
   if (summary.emptyRowsDropped > 0) lines.Add(Grouped(summary.emptyRowsDropped, u"empty row") + u" left out");

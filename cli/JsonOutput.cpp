@@ -175,23 +175,25 @@ Json DescribeSaving(const SSaveSummary& summary) {
                       {"reason", ToUtf8(loss.reason)}});
   Json notes = Json::array();
   for (const std::u16string& note : summary.notes) notes.push_back(ToUtf8(note));
-  return {{"tables", summary.tablesSaved},
-          {"records", summary.recordsSaved},
-          {"valuesOutOfRange", summary.fieldsDropped},
-          {"charactersReplaced", summary.charactersReplaced},
-          {"emptyRows", summary.emptyRowsDropped},
-          {"queries", summary.queriesSaved},
-          {"queriesLost", summary.queriesLost},
-          {"queriesChanged", summary.queriesChanged},
-          {"queriesSkipped", summary.queriesSkipped},
-          {"relationships", summary.relationsSaved},
-          {"relationshipsNoLongerEnforced", summary.relationsWeakened},
-          {"relationshipsLost", summary.relationsLost},
-          {"columnsLost", summary.columnsLost},
-          {"indexesLost", summary.indexesLost},
-          {"indexesWeakened", summary.indexesWeakened},
-          {"losses", std::move(losses)},
-          {"notes", std::move(notes)}};
+  Json saved = {{"tables", summary.tablesSaved},
+                {"records", summary.recordsSaved},
+                {"valuesOutOfRange", summary.fieldsDropped},
+                {"charactersReplaced", summary.charactersReplaced},
+                {"emptyRows", summary.emptyRowsDropped},
+                {"queries", summary.queriesSaved},
+                {"queriesLost", summary.queriesLost},
+                {"queriesChanged", summary.queriesChanged},
+                {"queriesSkipped", summary.queriesSkipped},
+                {"relationships", summary.relationsSaved},
+                {"relationshipsNoLongerEnforced", summary.relationsWeakened},
+                {"relationshipsLost", summary.relationsLost},
+                {"columnsLost", summary.columnsLost},
+                {"indexesLost", summary.indexesLost},
+                {"indexesWeakened", summary.indexesWeakened},
+                {"losses", std::move(losses)},
+                {"notes", std::move(notes)}};
+  if (summary.valuesSaved > 0) saved["complexValues"] = summary.valuesSaved;
+  return saved;
 }
 
 bool PrintJson(const Json& result) {

@@ -31,11 +31,19 @@ class CFirstRows : public CPreviewList {
     rows.emplace_back(columnCount);
   }
   void SetItemText(size_t item, size_t column, std::u16string_view text) override {
-    if (!m_isFull && item < rows.size() && column < columnCount) rows[item][column] = text;
+    if (!m_isFull && item < rows.size() && column < columnCount) rows[item][column].text = text;
+  }
+  void SetItemNull(size_t item, size_t column, std::u16string_view text) override {
+    SetItemText(item, column, text);
+    if (!m_isFull && item < rows.size() && column < columnCount) rows[item][column].isNull = true;
   }
 
+  struct SCell {
+    std::u16string text;
+    bool isNull = false;
+  };
   size_t columnCount = 0;
-  std::vector<std::vector<std::u16string>> rows;
+  std::vector<std::vector<SCell>> rows;
 
  private:
   uint64_t m_maximum;
@@ -57,7 +65,7 @@ std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const S
   for (const auto& row : shown.rows) {
     std::vector<std::string> cells;
     cells.reserve(row.size());
-    for (const std::u16string& cell : row) cells.push_back(ToDisplay(cell));
+    for (const auto& cell : row) cells.push_back(ToDisplay(cell.text));
     drawn.AddRow(std::move(cells));
   }
   std::string text = drawn.Draw(style.width);
@@ -71,7 +79,7 @@ Json DescribeRows(const CFirstRows& shown) {
   Json rows = Json::array();
   for (const auto& row : shown.rows) {
     Json cells = Json::array();
-    for (const std::u16string& cell : row) cells.push_back(ToUtf8(cell));
+    for (const auto& cell : row) cells.push_back(cell.isNull ? Json() : Json(ToUtf8(cell.text)));
     rows.push_back(std::move(cells));
   }
   return rows;

@@ -62,6 +62,8 @@ EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std:
   if (saved) {
     text += "  " + ToDisplay(outputPath) + "\n  " + Counted(saved->tablesSaved, "table") + ", " +
             Counted(saved->recordsSaved, "record");
+    if (saved->valuesSaved > 0)
+      text += ", " + Counted(saved->valuesSaved, "value") + " of multi-value and attachment columns";
     if (saved->queriesSaved > 0)
       text += ", " + std::to_string(saved->queriesSaved) + (saved->queriesSaved == 1 ? " query" : " queries");
     if (saved->relationsSaved > 0) text += ", " + Counted(saved->relationsSaved, "relationship");

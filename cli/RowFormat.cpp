@@ -39,13 +39,17 @@ void CCsvFormat::WriteHeader(const std::vector<std::u16string>& columns) {
 void CCsvFormat::WriteText(std::u16string_view text) {
   m_cell.clear();
   if (m_column++ > 0) m_cell += ',';
-  // The quotes of an empty cell tell a row with one column from an empty line.
-  const bool isLoneEmpty = text.empty() && m_columnCount == 1;
-  if (isLoneEmpty || NeedsQuotes(text))
+  // Without null the quotes of an empty cell tell a row with one column from an empty line.
+  const bool isQuotedEmpty = text.empty() && (m_tellsNull || m_columnCount == 1);
+  if (isQuotedEmpty || NeedsQuotes(text))
     AppendQuoted(text, m_cell);
   else
     AppendUtf8(text, m_cell);
   m_sink.Write(m_cell);
+}
+
+void CCsvFormat::WriteNull() {
+  if (m_column++ > 0) m_sink.Write(",");
 }
 
 void CCsvFormat::BeginBytes() {
@@ -80,14 +84,19 @@ void CJsonLinesFormat::WriteText(std::u16string_view text) {
   m_sink.Write(m_cell);
 }
 
+void CJsonLinesFormat::WriteNull() {
+  WriteKey();
+  m_sink.Write("null");
+}
+
 void CJsonLinesFormat::BeginBytes() {
   WriteKey();
   m_sink.Write("\"");
 }
 
-std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink) {
-  if (format == EExportFormat::JsonLines) return std::make_unique<CJsonLinesFormat>(sink);
-  return std::make_unique<CCsvFormat>(sink);
+std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink, bool tellsNull) {
+  if (format == EExportFormat::JsonLines) return std::make_unique<CJsonLinesFormat>(sink, tellsNull);
+  return std::make_unique<CCsvFormat>(sink, tellsNull);
 }
 
 }  // namespace tolvane

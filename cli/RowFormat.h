@@ -12,11 +12,12 @@
 namespace tolvane {
 
 // Calls in this order: WriteHeader, then for each row BeginRow, one cell a column, EndRow. A cell is a
-// WriteText, or BeginBytes, WriteBytes as often as needed, EndBytes. What cannot be written shows in the
-// sink.
+// WriteText or WriteNull, or BeginBytes, WriteBytes as often as needed, EndBytes. What cannot be written
+// shows in the sink. Where null is told from an empty text, CSV has nothing for the one and quotes for the
+// other.
 class CRowFormat {
  public:
-  explicit CRowFormat(CExportSink& sink) : m_sink(sink) {}
+  CRowFormat(CExportSink& sink, bool tellsNull) : m_sink(sink), m_tellsNull(tellsNull) {}
   virtual ~CRowFormat() = default;
   CRowFormat(const CRowFormat&) = delete;
   CRowFormat& operator=(const CRowFormat&) = delete;
@@ -24,6 +25,8 @@ class CRowFormat {
   virtual void WriteHeader(const std::vector<std::u16string>& columns) = 0;
   virtual void BeginRow() = 0;
   virtual void WriteText(std::u16string_view text) = 0;
+  // Only where it is told from an empty text.
+  virtual void WriteNull() = 0;
   virtual void BeginBytes() = 0;
   // Hexadecimal or base64 digits.
   void WriteBytes(std::string_view digits) { m_sink.Write(digits); }
@@ -32,6 +35,7 @@ class CRowFormat {
 
  protected:
   CExportSink& m_sink;
+  const bool m_tellsNull;
 };
 
 class CCsvFormat : public CRowFormat {
@@ -40,6 +44,7 @@ class CCsvFormat : public CRowFormat {
   void WriteHeader(const std::vector<std::u16string>& columns) override;
   void BeginRow() override { m_column = 0; }
   void WriteText(std::u16string_view text) override;
+  void WriteNull() override;
   void BeginBytes() override;
   void EndBytes() override {}
   void EndRow() override { m_sink.Write("\r\n"); }
@@ -57,6 +62,7 @@ class CJsonLinesFormat : public CRowFormat {
   void WriteHeader(const std::vector<std::u16string>& columns) override;
   void BeginRow() override;
   void WriteText(std::u16string_view text) override;
+  void WriteNull() override;
   void BeginBytes() override;
   void EndBytes() override { m_sink.Write("\""); }
   void EndRow() override { m_sink.Write("}\n"); }
@@ -69,6 +75,6 @@ class CJsonLinesFormat : public CRowFormat {
   std::string m_cell;
 };
 
-std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink);
+std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink, bool tellsNull);
 
 }  // namespace tolvane

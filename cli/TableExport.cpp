@@ -27,7 +27,8 @@ uint64_t CTableExport::GetLostRows() const {
 }
 
 EExportEnd CTableExport::Write(CExportSink& sink) {
-  const std::unique_ptr<CRowFormat> format = MakeRowFormat(m_arguments.format, sink);
+  const std::unique_ptr<CRowFormat> format =
+      MakeRowFormat(m_arguments.format, sink, !m_rules.recordsHoldTexts);
   std::vector<std::u16string> cells;
   for (const CAccessColumn& column : m_table.columns) cells.push_back(SpelledName(column, m_source));
   format->WriteHeader(cells);
@@ -53,7 +54,12 @@ void CTableExport::WriteCell(size_t column, std::u16string& text, const CTableTe
     return;
   }
   if (type == kTypeComplex && !text.empty()) m_texts.Show(column, text);
-  format.WriteText(text);
+  // A record without values in a complex column has a number there all the same.
+  const bool hasNone = type == kTypeComplex && text.empty() && m_rules.complexValuesAreData;
+  if (reader.IsNull(column) || hasNone)
+    format.WriteNull();
+  else
+    format.WriteText(text);
 }
 
 void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format) {
@@ -68,6 +74,8 @@ void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFor
     std::u16string shownAs;
     isWhole = CopyObject(column, object, shownAs) && isWhole;
     format.WriteText(shownAs);
+  } else if (object.GetLength() == 0) {
+    format.WriteText({});
   } else {
     m_piece.resize(kPieceSize);
     format.BeginBytes();

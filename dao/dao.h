@@ -97,6 +97,7 @@ enum EDaoType : int16_t {
   kDaoComplexGuid = 107,
   kDaoComplexDecimal = 108,
   kDaoComplexText = 109,
+  kDaoVersions = 110,  // of a memo; no user sees the field
 };
 // The type of the values that a field of that type takes; kTypeNone for complex fields.
 constexpr uint8_t ValueTypeOf(int16_t fieldType) {
@@ -152,8 +153,10 @@ struct CDaoFieldInfo {
   int32_t lastNumber = 0;
   // A calculated field: what its values follow from. Its values are stored as they are set.
   std::u16string expression = {};
-  // Memo: earlier versions of a value are kept, see OpenComplexRecordset.
+  // Memo: earlier versions of a value are kept, see OpenComplexRecordset. The field that leads to them is
+  // made behind the others, unless there is one of its own: then that one names the memo.
   bool keepsHistory = false;
+  std::u16string versionsOf = {};
   std::vector<CDaoProperty> properties = {};
   std::vector<CDaoProperty> valueProperties = {};  // complex field: of the values themselves
 };

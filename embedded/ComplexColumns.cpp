@@ -122,6 +122,10 @@ SNamedDefinition MakeFlatTable(const SLayout& layout, STextOrder order, const SN
   STableDefinition& definition = flat.definition;
   definition.columns = complex.IsHistory() ? MakeHistoryColumns(order, complex.memo)
                                            : MakeValueColumns(layout, order, complex.kind);
+  if (!complex.IsHistory() && complex.kind == kComplexOfDecimals) {
+    definition.columns.front().precision = complex.precision;
+    definition.columns.front().scale = complex.scale;
+  }
   const auto rowNumber = static_cast<uint16_t>(definition.columns.size());
   const auto key = static_cast<uint16_t>(rowNumber + 1);
   const bool isFile = !complex.IsHistory() && complex.kind == kComplexOfFiles;

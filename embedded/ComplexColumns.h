@@ -25,6 +25,7 @@ struct SNewComplexColumn {
   std::u16string memo;    // whose versions it keeps; empty for values and files
   EComplexKind kind = kComplexOfTexts;
   std::vector<CDaoProperty> valueProperties;
+  uint8_t precision = 0, scale = 0;  // of decimals
   [[nodiscard]] bool IsHistory() const { return !memo.empty(); }
 };
 

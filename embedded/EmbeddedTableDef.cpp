@@ -1,6 +1,7 @@
 #include "embedded/EmbeddedTableDef.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "embedded/ObjectName.h"
@@ -174,10 +175,13 @@ CDaoResult CEmbeddedTableDef::CreateField(const CDaoFieldInfo& field) {
 
 CDaoResult CEmbeddedTableDef::AddColumn(const CDaoFieldInfo& field) {
   SColumnDefinition column;
-  const EComplexKind* kind = m_file->GetLayout().hasComplexColumns ? FindComplexKind(field.type) : nullptr;
-  if (kind != nullptr) {
-    column = MakeComplexColumn(field.name, false);
-    m_table.complexColumns.push_back({field.name, {}, *kind, field.valueProperties});
+  const bool hasComplex = m_file->GetLayout().hasComplexColumns;
+  const EComplexKind* kind = hasComplex ? FindComplexKind(field.type) : nullptr;
+  const bool isHistory = hasComplex && field.type == kDaoVersions && !field.versionsOf.empty();
+  if (kind != nullptr || isHistory) {
+    column = MakeComplexColumn(field.name, isHistory);
+    m_table.complexColumns.push_back({field.name, field.versionsOf, isHistory ? EComplexKind{} : *kind,
+                                      field.valueProperties, field.precision, field.scale});
     m_table.definition.complexNumber =
         std::max(m_table.definition.complexNumber, static_cast<uint32_t>(field.lastNumber));
   } else if (CDaoResult result = MakeColumn(m_file->GetLayout(), field, column); !result.IsOk()) {
@@ -280,16 +284,29 @@ void CEmbeddedTableDef::AddComplexIndexes() {
 
 // The versions of a memo belong to a complex column that nobody sees: its display number is 0, and those of
 // the others begin with 1.
-void CEmbeddedTableDef::AddHistories() {
+CDaoResult CEmbeddedTableDef::AddHistories() {
   std::vector<SColumnDefinition>& columns = m_table.definition.columns;
-  const size_t visible = columns.size();
+  std::set<std::u16string> memos;
+  for (const SNewComplexColumn& complex : m_table.complexColumns) {
+    if (!complex.IsHistory()) continue;
+    const auto memo = std::find_if(m_fields.begin(), m_fields.end(),
+                                   [&](const auto& field) { return field.name == complex.memo; });
+    if (memo == m_fields.end() || memo->type != kDaoMemo || !memos.insert(complex.memo).second)
+      return Invalid(u"The field \"" + complex.column + u"\" keeps the versions of no memo of its own.");
+    memo->keepsHistory = true;
+  }
   for (const CDaoFieldInfo& field : m_fields) {
-    if (!field.keepsHistory) continue;
+    if (!field.keepsHistory || memos.contains(field.name)) continue;
+    memos.insert(field.name);
     columns.push_back(MakeComplexColumn(MakeHistoryName(), true));
     m_table.complexColumns.push_back({columns.back().name, field.name, {}, field.valueProperties});
   }
-  if (columns.size() != visible)
-    for (size_t i = 0; i < visible; i++) columns[i].displayNumber++;
+  if (memos.empty()) return CDaoResult::Ok();
+  for (SColumnDefinition& column : columns)
+    column.displayNumber = (column.extendedFlags & kColumnOfHistory) != 0
+                               ? uint16_t{0}
+                               : static_cast<uint16_t>(column.displayNumber + 1);
+  return CDaoResult::Ok();
 }
 
 // With what the engine looks for in them, if the caller does not have it.
@@ -353,12 +370,12 @@ CDaoResult CEmbeddedTableDef::Append() {
     return Invalid(isLinkToFile ? u"A table that is linked from a file has no fields of its own."
                                 : u"The table has no fields.");
   SNewTable table = m_table;  // so that another attempt finds it as it was
-  AddHistories();
+  CDaoResult result = AddHistories();
   definition.LayOutColumns();
   definition.realIndexes.clear();
   definition.logicalIndexes.clear();
   LayOutIndexes();
-  CDaoResult result = CollectProperties();
+  if (result.IsOk()) result = CollectProperties();
   if (result.IsOk() && definition.columns.size() > kMaxFields)
     result = {EDaoError::TooManyFields,
               u"A table has at most 255 fields, those for the versions of memos included."};

@@ -31,7 +31,7 @@ class CEmbeddedTableDef : public CDaoTableDef {
   CDaoResult CheckIndexFields(const CDaoIndexInfo& index) const;
   CDaoResult AddColumn(const CDaoFieldInfo& field);
   CDaoResult CheckAutoNumber(const SColumnDefinition& column) const;
-  void AddHistories();
+  CDaoResult AddHistories();
   void SortColumns();
   void LayOutIndexes();
   void AddComplexIndexes();

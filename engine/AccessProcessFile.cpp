@@ -5,6 +5,7 @@
 #include "engine/AccessTableDataFileParser.h"
 #include "engine/ColumnNames.h"
 #include "engine/DefinitionDecoder.h"
+#include "engine/FlatTables.h"
 #include "engine/Judgements.h"
 #include "engine/MSysComplexColumns.h"
 #include "engine/RecordParser.h"
@@ -66,6 +67,11 @@ void CAccessProcessFile::ParseTableNames(CAccessData& data) {
 
 void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
   if (!m_job.repairing.IsRunning()) return;
+  ReadComplexColumns(data);
+  if (data.GetRules().complexValuesAreData) SettleFlatTables(data, GetLayout().pageSize, m_job);
+}
+
+void CAccessProcessFileJet4::ReadComplexColumns(CAccessData& data) const {
   const auto& tables = data.GetTables();
   const auto found = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
     return EqualsIgnoreCase(table->name, kComplexColumnsTable);

@@ -64,6 +64,9 @@ class CAccessProcessFileJet4 : public CAccessProcessFile {
  public:
   CAccessProcessFileJet4(const SRecoveryRules& rules, CJobContext& job) : CAccessProcessFile(rules, job) {}
   void ParseComplexColumns(CAccessData& data) override;
+
+ private:
+  void ReadComplexColumns(CAccessData& data) const;
 };
 
 }  // namespace tolvane

@@ -10,6 +10,7 @@
 #include "engine/KnownTables.h"
 #include "format/Layout.h"
 #include "format/PageLayout.h"
+#include "model/FlatTable.h"
 #include "platform/Text.h"
 #include "render/PreviewText.h"
 
@@ -170,7 +171,10 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
     if (m_job.preview.IsAborted() || !m_file.ReadCount(count)) return false;
     if (count == 0 && !previewText.TellsNull()) continue;
     if (!previewText.Read(m_file, count, i, text)) return false;
-    list.SetItemText(item, i, text);
+    if (count == 0)
+      list.SetItemNull(item, i, text);
+    else
+      list.SetItemText(item, i, text);
   }
   return true;
 }
@@ -255,6 +259,8 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
 void CAccessTableDataFileParser::NameSystemTable(CAccessTable& table, bool isJet4Pages) const {
   table.nameSource = ENameSource::Columns;
   if (m_rules.columnsNameSystemTables) table.name = NameByColumns(table);
+  if (const auto flat = DescribeFlatTable(table); flat && m_rules.complexValuesAreData && table.name.empty())
+    table.name = table.columns.GetAt(flat->number)->GetName();
   if (!table.name.empty()) return;
   table.nameSource = ENameSource::Place;
   if (!m_rules.columnsNameSystemTables || IsOnFixedPage(table, isJet4Pages))

@@ -77,6 +77,7 @@ void CDefinitionDecoder::ReadHeader(SWalk& walk, CAccessTable& table) const {
   header.secondWord = counts.magic;
   header.rowCount = read.rowCount;
   header.nextAutoNumber = read.autoNumber;
+  header.lastComplexKey = read.complexNumber;
   header.tableType = read.tableType;
   header.highestColumnNumber = read.columnsEver;
   header.variableColumnCount = read.variableEver;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "model/FlatTable.h"
 #include "platform/CodePage.h"
 
 namespace tolvane {
@@ -77,6 +78,8 @@ void CountDoubtfulNames(CAccessData& data, CSource& definitions) {
   const uint32_t pageSize = definitions.GetLayout().pageSize;
   const CFreePageMap& freePages = definitions.GetFreePages();
   for (const auto& table : data.GetTables()) {
+    // Nobody sees the names of flat tables; those without an owner are counted as such.
+    if (data.GetRules().complexValuesAreData && DescribeFlatTable(*table)) continue;
     const std::optional<EDamage> doubt = DoubtOfName(*table);
     if (doubt && !freePages.IsFree(table->GetPage(pageSize)))
       data.GetLedger().Add(*doubt, PlaceOf(*table, pageSize, 1));

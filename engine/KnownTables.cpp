@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "format/Layout.h"
+#include "format/SystemObjects.h"
+#include "model/FlatTable.h"
+
 namespace tolvane {
 
 namespace {
@@ -74,6 +78,13 @@ bool HasForm(const CAccessTable& table, EForm form) {
   return true;
 }
 
+// Where every ACE file has the empty tables that show what multi-values of each type look like.
+bool IsOnPatternPage(const CAccessTable& table) {
+  const uint32_t page = table.GetPage(kLayoutJet4.pageSize);
+  return page >= kComplexOfBytes && page <= kComplexOfTexts && page % 2 == kComplexOfBytes % 2 &&
+         table.header.rowCount == 0 && table.indexes.GetCount() == 0;
+}
+
 }  // namespace
 
 std::u16string_view NameByColumns(const CAccessTable& table) {
@@ -84,6 +95,8 @@ std::u16string_view NameByColumns(const CAccessTable& table) {
   for (const std::u16string_view name : names) (columns += name) += u'|';
   for (const SKnownTable& known : kKnownTables)
     if (columns == known.columns && HasForm(table, known.form)) return known.name;
+  if (IsVersionPattern(table)) return u"MSysComplexTypeVH_";
+  if (columns == u"Value|" && IsOnPatternPage(table)) return u"MSysComplexType_";
   return {};
 }
 

@@ -25,6 +25,7 @@ struct SAccessTableHeader {
   uint32_t secondWord = 0;
   uint32_t rowCount = 0;  // replaced by the number of rows decoded
   uint32_t nextAutoNumber = 0;
+  uint32_t lastComplexKey = 0;  // given out to complex columns; nothing is known of it in files without them
   uint8_t tableType = 0;
   uint16_t highestColumnNumber = 0;
   uint16_t variableColumnCount = 0;

@@ -29,6 +29,7 @@ enum class EDamage : uint8_t {
   UnfitTemplate,     // rows that belong to no table of the template
   BrokenValue,       // a present value that lies outside its row
   BrokenLongValue,   // a memo or OLE value whose chain ends early
+  LooseValue,        // a value of a complex column that belongs to no record, or twice to the same
   SkippedTable,      // a table whose data file could not be written
   Count_
 };

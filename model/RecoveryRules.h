@@ -95,6 +95,10 @@ struct SRecoveryRules {
   // The tables that are not the user's are told by their names alone; otherwise by the catalogue's flags.
   bool systemTablesByName;
 
+  // The values of complex columns are data of these columns, shown and saved with their records; otherwise
+  // the hidden tables that hold them are tables like others.
+  bool complexValuesAreData;
+
   // --- saving ---
 
   // Fields have a type, a size and little else; binary columns become long binary, decimal ones double, and
@@ -155,6 +159,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .midnightKeepsBlank = true,
     .recordsHoldTexts = true,
     .systemTablesByName = true,
+    .complexValuesAreData = false,
     .reduceFields = true,
     .dropBytesAbove127 = true,
     .dropEmptyRows = true,
@@ -195,6 +200,7 @@ inline constexpr SRecoveryRules kExactRules{
     .midnightKeepsBlank = false,
     .recordsHoldTexts = false,
     .systemTablesByName = false,
+    .complexValuesAreData = true,
     .reduceFields = false,
     .dropBytesAbove127 = false,
     .dropEmptyRows = false,

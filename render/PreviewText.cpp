@@ -60,7 +60,10 @@ void CPreviewText::Show(size_t column, std::u16string& text) {
       }
       break;
     case kTypeComplex:
-      ShowComplex(column, text);
+      if (m_rules.complexValuesAreData)
+        ShowValues(column, text);
+      else
+        ShowComplex(column, text);
       break;
     default:
       break;
@@ -92,6 +95,17 @@ void CPreviewText::ShowComplex(size_t column, std::u16string& text) {
     flat.unitsLeft -= found->second.size();
     text = found->second;
   }
+}
+
+void CPreviewText::ShowValues(size_t column, std::u16string& text) {
+  const auto [entry, isNew] = m_values.try_emplace(column);
+  const CAccessColumn& complex = *m_table.columns.GetAt(column);
+  if (isNew && m_tables != nullptr)
+    if (const auto flat = FindFlatTable(*m_tables, complex, m_pageSize))
+      entry->second = std::make_unique<CComplexValues>(m_table, column, *flat, m_rules);
+  const int64_t key = LeadingInteger(text);
+  text.clear();
+  if (entry->second && key > 0) entry->second->MakeText(static_cast<int32_t>(key), text);
 }
 
 CPreviewText::SFlatTable& CPreviewText::GetFlatTable(size_t column) {

@@ -4,11 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "model/AccessTable.h"
+#include "render/ComplexValues.h"
 #include "render/FlatTableParser.h"
 #include "render/RecordText.h"
 #include "status/Status.h"
@@ -46,6 +48,7 @@ class CPreviewText {
   };
 
   void ShowComplex(size_t column, std::u16string& text);
+  void ShowValues(size_t column, std::u16string& text);
   SFlatTable& GetFlatTable(size_t column);
 
   const CAccessTable& m_table;
@@ -54,7 +57,8 @@ class CPreviewText {
   const SRecoveryRules& m_rules;
   const CPreviewThreadStatus& m_preview;
   CRecordText m_records;
-  std::unordered_map<size_t, SFlatTable> m_flatTables;  // by column
+  std::unordered_map<size_t, SFlatTable> m_flatTables;                   // by column
+  std::unordered_map<size_t, std::unique_ptr<CComplexValues>> m_values;  // by column; null: none
 };
 
 }  // namespace tolvane

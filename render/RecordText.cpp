@@ -47,10 +47,12 @@ CTableTextReader::CTableTextReader(const CAccessTable& table, const SRecoveryRul
 
 bool CTableTextReader::ReadRow(std::vector<std::u16string>& cells) {
   cells.resize(m_table.columns.GetCount());
+  m_nulls.assign(cells.size(), false);
   if (!m_rows.BeginRow()) return false;
   for (size_t i = 0; i < cells.size(); ++i) {
     uint32_t count = 0;
     bool isThere = m_rows.BeginRecord(count);
+    m_nulls[i] = m_text.TellsNull() && count == 0;
     if (isThere && m_table.columns.GetAt(i)->type == kTypeOle) {
       isThere = m_text.ReadPlace(m_rows.GetStream(), count, m_table.GetObjectFilePath(), m_places[i]);
       cells[i] = m_places[i].path;

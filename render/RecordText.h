@@ -55,6 +55,8 @@ class CTableTextReader {
   // file's end cuts short is the last one: the values that are whole are returned, the other cells are empty.
   // The cell of an object is the path of the file that its bytes are in.
   bool ReadRow(std::vector<std::u16string>& cells);
+  // Of the row read last: the column has no value, where that is told from an empty text.
+  [[nodiscard]] bool IsNull(size_t column) const { return m_nulls[column]; }
   // Of the row read last; for an OLE column whose cell is not empty.
   [[nodiscard]] const SObjectPlace& GetObjectPlace(size_t column) const { return m_places[column]; }
   [[nodiscard]] bool IsIncomplete() const { return m_rows.IsIncomplete(); }
@@ -64,6 +66,7 @@ class CTableTextReader {
   CTableRowReader m_rows;
   CRecordText m_text;
   std::vector<SObjectPlace> m_places;  // by column
+  std::vector<bool> m_nulls;
 };
 
 }  // namespace tolvane

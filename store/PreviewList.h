@@ -16,6 +16,10 @@ class CPreviewList {
   // An item with empty cells.
   virtual void InsertItem(size_t index) = 0;
   virtual void SetItemText(size_t item, size_t column, std::u16string_view text) = 0;
+  // In place of the text, where values are told from no value; `text` is what shows that.
+  virtual void SetItemNull(size_t item, size_t column, std::u16string_view text) {
+    SetItemText(item, column, text);
+  }
   // Before the item's texts: where its row begins in the table's data file, for whoever shows in full what
   // the preview shortens.
   virtual void SetItemPlace([[maybe_unused]] size_t item, [[maybe_unused]] uint64_t place) {}

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <limits>
-#include <map>
+#include <unordered_map>
 #include <utility>
 
-#include "model/MSysComplexColumnsData.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "writer/FieldPlanner.h"
 #include "writer/QuerySaver.h"
 #include "writer/RowCopier.h"
 #include "writer/TableBuilder.h"
@@ -33,25 +33,6 @@ int32_t VersionOf(EOutputFormat format) {
     default:
       return kDaoVersionJet4;
   }
-}
-
-// The hidden tables that hold the values of the complex columns of saved tables, by the names that they get:
-// the new database has these values in tables that everyone can see.
-std::map<const CAccessTable*, std::u16string> FindValueTables(const CAccessData& data) {
-  std::map<const CAccessTable*, std::u16string> found;
-  for (const auto& table : data.GetTables()) {
-    if (!IsSaved(*table)) continue;
-    for (const CAccessColumn& column : table->columns) {
-      if (column.GetComplexData() == nullptr) continue;
-      const int64_t page = LeadingInteger(column.GetComplexData()->flatTable);
-      if (page <= 0 || page > UINT32_MAX) continue;
-      const CAccessTable* const values =
-          data.GetTables().FindTable(static_cast<uint64_t>(page) * data.source.pageSize);
-      if (values == nullptr || !IsSystemTable(*values) || values->columns.GetCount() == 0) continue;
-      found.try_emplace(values, table->name + u"_" + std::u16string(column.GetName()));
-    }
-  }
-  return found;
 }
 
 // "1 record", "12 records"
@@ -87,15 +68,69 @@ void CAccessSaveRepairedFile::PrepareTables() {
   m_summary = {};
   m_relations.reset();
   m_tables.clear();
-  const auto valueTables = FindValueTables(*m_data);
-  for (const auto& table : m_data->GetTables()) {
-    const auto values = valueTables.find(table.get());
-    if (!IsSaved(*table) && values == valueTables.end()) continue;
-    SSavedTable& saved = m_tables.emplace_back();
-    saved.table = table.get();
-    saved.wantedName = values == valueTables.end() ? table->name : values->second;
-    saved.loss.table = table->name;
+  const CAccessTableList& tables = m_data->GetTables();
+  const bool hasFields = DecideFormat(*m_data, m_format) == EOutputFormat::Ace;
+  std::unordered_map<const CAccessTable*, std::vector<SComplexField>> complex;
+  struct SOwner {
+    const CAccessTable* table;
+    size_t column;
+  };
+  std::unordered_map<const CAccessTable*, SOwner> owners;
+  for (const auto& table : tables) {
+    if (!m_data->GetRules().complexValuesAreData || !IsSaved(*table)) continue;
+    std::vector<SComplexField>& planned = complex[table.get()];
+    planned = PlanComplexFields(*m_data, *table, hasFields);
+    for (size_t i = 0; i < planned.size(); ++i)
+      if (planned[i].HasValues()) owners.try_emplace(planned[i].flat.table, SOwner{table.get(), i});
   }
+  for (const auto& table : tables) {
+    const auto owner = owners.find(table.get());
+    if (owner != owners.end())
+      AddValues(*table, *owner->second.table, owner->second.column,
+                complex[owner->second.table][owner->second.column]);
+    else if (IsSaved(*table))
+      AddTable(*table, {});
+  }
+  std::unordered_map<const CAccessTable*, size_t> places;
+  for (size_t i = 0; i < m_tables.size(); ++i)
+    if (m_tables[i].rows == ERows::All && !owners.contains(m_tables[i].table)) {
+      places.emplace(m_tables[i].table, i);
+      m_tables[i].complex = std::move(complex[m_tables[i].table]);
+    }
+  for (SSavedTable& saved : m_tables)
+    if (const auto owner = owners.find(saved.table); owner != owners.end())
+      saved.owner = places[owner->second.table];
+}
+
+void CAccessSaveRepairedFile::AddTable(const CAccessTable& table, std::vector<SComplexField> complex) {
+  SSavedTable& saved = m_tables.emplace_back();
+  saved.table = &table;
+  saved.wantedName = table.name;
+  saved.complex = std::move(complex);
+  saved.loss.table = table.name;
+}
+
+// Values that fit into their field have no table; all others have one.
+void CAccessSaveRepairedFile::AddValues(const CAccessTable& flat, const CAccessTable& owner,
+                                        size_t ownersColumn, const SComplexField& complex) {
+  const auto add = [&](ERows rows) {
+    AddTable(flat, {});
+    SSavedTable& saved = m_tables.back();
+    saved.rows = rows;
+    saved.ownersColumn = ownersColumn;
+    saved.wantedName = owner.name + u"_" + NameOf(complex, owner);
+    saved.loss.table = owner.name + u", column " + NameOf(complex, owner);
+    if (rows == ERows::Attached) return;
+    for (size_t i = 0; i < flat.columns.GetCount(); ++i) {
+      const CAccessColumn& column = *flat.columns.GetAt(i);
+      saved.columnNames.emplace_back(i == complex.flat.key   ? KeyNameOf(complex, owner)
+                                     : IsVersionDate(column) ? u"Modified"
+                                                             : column.GetName());
+    }
+  };
+  if (complex.type == 0) return add(ERows::All);
+  add(ERows::Attached);
+  if (complex.values->Count(CComplexValues::EFate::Attached) < complex.values->CountAll()) add(ERows::Loose);
 }
 
 bool CAccessSaveRepairedFile::SaveStructure() {
@@ -131,11 +166,13 @@ ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
     m_job.progress.IncrementPos();
     if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
     m_job.status.SetText(u"(Step 1/2)Saving table name and structure: " + table->name);
-    if (next == m_tables.size() || m_tables[next].table != table.get()) continue;
-    SSavedTable& saved = m_tables[next++];
-    const ESaveStep step = builder.Build(saved);
-    if (step != ESaveStep::Done) return step;
-    if (saved.isCreated) ++m_summary.tablesSaved;
+    for (; next < m_tables.size() && m_tables[next].table == table.get(); ++next) {
+      SSavedTable& saved = m_tables[next];
+      if (saved.rows == ERows::Attached) continue;
+      const ESaveStep step = builder.Build(saved);
+      if (step != ESaveStep::Done) return step;
+      if (saved.isCreated) ++m_summary.tablesSaved;
+    }
   }
   return ESaveStep::Done;
 }
@@ -150,6 +187,9 @@ int32_t CAccessSaveRepairedFile::CountRecords() const {
   uint64_t count = 0;
   for (const auto& table : m_data->GetTables())
     if (!IsSystemTable(*table) || table->name == kRelationships) count += table->header.rowCount;
+  for (const SSavedTable& saved : m_tables)
+    if (saved.owner != SSavedTable::kNoField && saved.rows != ERows::Loose)
+      count += saved.table->header.rowCount;
   return static_cast<int32_t>(std::min<uint64_t>(count, std::numeric_limits<int32_t>::max()));
 }
 
@@ -187,6 +227,8 @@ ESaveStep CAccessSaveRepairedFile::CopyTables(CDaoDatabase& database) {
 ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable& saved) {
   if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
   const CAccessTable& table = *saved.table;
+  const SSavedTable* const owner = saved.owner == SSavedTable::kNoField ? nullptr : &m_tables[saved.owner];
+  if (saved.rows == ERows::Attached && !PrepareValues(*owner, saved)) return ESaveStep::Done;
   // Its records are counted as lost already.
   if (!saved.isCreated) return ESaveStep::Done;
   if (!CanRead(table.GetDataFilePath())) {
@@ -195,7 +237,31 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
   }
   m_job.status.SetText(u"(Step 2/2)Saving table data: " + table.name);
   m_job.log.Append(u"Saving data for " + table.name + u"...");
-  return CRowCopier(database, m_data->GetRules(), saved, m_summary, m_job).Copy();
+  return CRowCopier(database, m_data->GetRules(), saved, m_summary, m_job, owner).Copy();
+}
+
+// Names the fields that the values go to. False when their table or field is not there.
+bool CAccessSaveRepairedFile::PrepareValues(const SSavedTable& owner, SSavedTable& saved) const {
+  const SComplexField& complex = owner.complex[saved.ownersColumn];
+  const CAccessColumnList& columns = saved.table->columns;
+  const size_t field = complex.type == kDaoVersions ? complex.memo : complex.column;
+  saved.isCreated = owner.isCreated && owner.fields[field] != SSavedTable::kNoField &&
+                    owner.fields[complex.column] != SSavedTable::kNoField;
+  if (!saved.isCreated) {
+    LoseRecords(saved, complex.values->Count(CComplexValues::EFate::Attached),
+                u"Their column could not be created.");
+    return false;
+  }
+  saved.name = owner.name + u", values of " + NameOf(complex, *owner.table);
+  CFieldPlanner planner(m_data->GetRules(), GetVersion(), 0);
+  for (size_t i = 0; i < columns.GetCount(); ++i) {
+    const SFieldPlan plan = planner.Plan(*columns.GetAt(i));
+    const bool isSkipped = i == complex.flat.number && !complex.values->AreNumbersUnique();
+    saved.fields.push_back(isSkipped ? SSavedTable::kSkippedField : ComplexFieldIndex(complex.flat, i));
+    saved.fieldTypes.push_back({plan.info.type, plan.info.scale});
+    saved.fieldNames.emplace_back(columns.GetAt(i)->GetName());
+  }
+  return true;
 }
 
 void CAccessSaveRepairedFile::CloseTable(SSavedTable& saved) {

@@ -53,11 +53,15 @@ class CAccessSaveRepairedFile {
 
  private:
   void PrepareTables();
+  void AddTable(const CAccessTable& table, std::vector<SComplexField> complex);
+  void AddValues(const CAccessTable& flat, const CAccessTable& owner, size_t ownersColumn,
+                 const SComplexField& complex);
   // Of the new database, as an option of CreateDatabase.
   [[nodiscard]] int32_t GetVersion() const;
   ESaveStep BuildTables(CDaoDatabase& database);
   ESaveStep CopyTables(CDaoDatabase& database);
   ESaveStep CopyTable(CDaoDatabase& database, SSavedTable& saved);
+  bool PrepareValues(const SSavedTable& owner, SSavedTable& saved) const;
   void CloseTable(SSavedTable& saved);
   [[nodiscard]] int32_t CountRecords() const;
   // The last step of a save: its end as a result, with the database closed.

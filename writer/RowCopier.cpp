@@ -1,5 +1,6 @@
 #include "writer/RowCopier.h"
 
+#include "writer/AttachmentSource.h"
 #include "writer/FieldValue.h"
 #include "writer/SideFileSource.h"
 
@@ -11,15 +12,39 @@ ESaveStep CRowCopier::Fail(const CDaoResult& result) {
 }
 
 ESaveStep CRowCopier::Copy() {
-  const CDaoResult opened = m_database.OpenRecordset(u"SELECT * FROM [" + m_saved.name + u"]", m_recordset);
+  const CDaoResult opened = OpenRecords();
   if (!opened.IsOk()) {
     if (EndsSave(opened.code)) return Fail(opened);
-    LoseRecords(m_saved, m_saved.table->header.rowCount, opened.text);
+    LoseRecords(m_saved, CountRows(), opened.text);
     return ESaveStep::Done;
   }
   const ESaveStep step = CopyRows();
   const ESaveStep closed = Close();
   return step == ESaveStep::Done ? closed : step;
+}
+
+CDaoResult CRowCopier::OpenRecords() {
+  if (m_saved.rows != ERows::Attached)
+    return m_database.OpenRecordset(u"SELECT * FROM [" + m_saved.name + u"]", m_recordset);
+  const SComplexField& complex = m_owner->complex[m_saved.ownersColumn];
+  const size_t field = complex.type == kDaoVersions ? complex.memo : complex.column;
+  return m_database.OpenComplexRecordset(m_owner->name, m_owner->fieldNames[field], m_recordset);
+}
+
+uint64_t CRowCopier::CountRows() const {
+  if (m_owner == nullptr) return m_saved.table->header.rowCount;
+  const CComplexValues& values = *m_owner->complex[m_saved.ownersColumn].values;
+  const uint64_t attached = values.Count(CComplexValues::EFate::Attached);
+  return m_saved.rows == ERows::Attached ? attached
+         : m_saved.rows == ERows::Loose  ? values.CountAll() - attached
+                                         : m_saved.table->header.rowCount;
+}
+
+bool CRowCopier::TakesRow(uint64_t row) const {
+  if (m_owner == nullptr || m_saved.rows == ERows::All) return true;
+  const CComplexValues& values = *m_owner->complex[m_saved.ownersColumn].values;
+  const bool isAttached = values.GetFate(static_cast<size_t>(row)) == CComplexValues::EFate::Attached;
+  return isAttached == (m_saved.rows == ERows::Attached);
 }
 
 ESaveStep CRowCopier::Close() {
@@ -38,19 +63,23 @@ ESaveStep CRowCopier::Close() {
 
 ESaveStep CRowCopier::CopyRows() {
   for (const CAccessColumn& column : m_saved.table->columns) m_kinds.push_back(KindOf(column));
+  m_complexOf.assign(m_kinds.size(), SSavedTable::kNoField);
+  for (size_t i = 0; i < m_saved.complex.size(); ++i) m_complexOf[m_saved.complex[i].column] = i;
+  const auto flat = m_rules.complexValuesAreData ? DescribeFlatTable(*m_saved.table) : std::nullopt;
+  m_unwrapsFiles = flat && flat->kind == EFlatKind::Files && m_saved.rows != ERows::Attached;
   CTableRowReader reader(m_saved.table->columns.GetCount());
-  uint64_t rowsRead = 0;
+  uint64_t rowsRead = 0, rowsTaken = 0;
   if (reader.Open(m_saved.table->GetDataFilePath())) {
     while (reader.BeginRow()) {
-      ++rowsRead;
+      if (!TakesRow(rowsRead++)) continue;
+      ++rowsTaken;
       m_job.progress.IncrementPos();
       const ESaveStep step = CopyRow(reader);
       if (step != ESaveStep::Done) return step;
     }
   }
-  if (rowsRead < m_saved.table->header.rowCount)
-    LoseRecords(m_saved, m_saved.table->header.rowCount - rowsRead,
-                u"The table's temporary file ends early.");
+  if (const uint64_t rows = CountRows(); rowsTaken < rows)
+    LoseRecords(m_saved, rows - rowsTaken, u"The table's temporary file ends early.");
   return ESaveStep::Done;
 }
 
@@ -91,16 +120,37 @@ ESaveStep CRowCopier::SetValue(size_t column, CTableRowReader& reader, SRow& row
     if (!TakeValue(kind, m_record, value))
       return NoteValue({EDaoError::DataConversion, u"Its temporary record is damaged."}, row);
   }
-  if (value.isNull) return ESaveStep::Done;
+  if (m_complexOf[column] != SSavedTable::kNoField) return SetComplexKey(m_complexOf[column], value, row);
+  if (value.isNull || m_saved.fields[column] == SSavedTable::kSkippedField) return ESaveStep::Done;
   if (m_saved.fields[column] == SSavedTable::kNoField)
     return NoteValue({EDaoError::ItemNotFound, u"Its column could not be created."}, row);
   if (value.type == kTypeOle) {
     SObjectPlace place{.path = m_saved.table->GetObjectFilePath()};
     if (!TakeObjectReference(value.bytes, place))
       return NoteValue({EDaoError::DataConversion, u"Its temporary record is damaged."}, row);
+    if (m_unwrapsFiles) return SetAttachment(m_saved.fields[column], place, row);
     return NoteValue(SetFromFile(m_saved.fields[column], place), row);
   }
   return NoteValue(SetTyped(column, value), row);
+}
+
+// Records without a key, or with that of an earlier one, get one of their own: they have no values.
+ESaveStep CRowCopier::SetComplexKey(size_t entry, const SValue& value, SRow& row) {
+  const SComplexField& complex = m_saved.complex[entry];
+  const size_t field = m_saved.fields[complex.column];
+  const int32_t key = value.isNull ? 0 : GetLittle<int32_t>(value.bytes, 0);
+  row.hasValue = true;
+  if (key <= 0 || field == SSavedTable::kNoField) return ESaveStep::Done;
+  if (complex.HasValues() && complex.values->IsShared(key) && !m_sharedKeys.insert(key).second)
+    return ESaveStep::Done;
+  SValue number = value;
+  number.type = kTypeLong;
+  const ESaveStep step = NoteValue(m_recordset->SetFieldValue(field, number), row);
+  if (step != ESaveStep::Done || m_saved.textFields[entry] == SSavedTable::kNoField) return step;
+  complex.values->MakeText(key, m_text);
+  if (m_text.empty()) return ESaveStep::Done;
+  const SValue text{.type = kTypeMemo, .isNull = false, .bytes = UnitBytes(m_text)};
+  return NoteValue(m_recordset->SetFieldValue(m_saved.textFields[entry], text), row);
 }
 
 CDaoResult CRowCopier::SetTyped(size_t column, SValue& value) {
@@ -155,6 +205,17 @@ CDaoResult CRowCopier::SetFromFile(size_t field, const SObjectPlace& place) {
   return result;
 }
 
+ESaveStep CRowCopier::SetAttachment(size_t field, const SObjectPlace& place, SRow& row) {
+  CAttachmentSource source;
+  if (!source.Open(place)) return NoteValue({EDaoError::NotFound, source.GetProblem()}, row);
+  CDaoResult result = m_recordset->SetFieldValue(field, source);
+  if (!result.IsOk() && !source.GetProblem().empty()) result = {EDaoError::NotFound, source.GetProblem()};
+  const ESaveStep step = NoteValue(result, row);
+  if (step != ESaveStep::Done || !source.IsDamaged()) return step;
+  return NoteValue(
+      {EDaoError::DataConversion, u"The attached file is damaged; what is left of it was saved."}, row);
+}
+
 ESaveStep CRowCopier::StoreRow(SRow& row) {
   if (!row.hasValue && row.failedFields > 0 && m_rules.dropEmptyRows) {
     LoseRecords(m_saved, 1, row.reason);
@@ -172,7 +233,7 @@ ESaveStep CRowCopier::StoreRow(SRow& row) {
     return ESaveStep::Done;
   }
   for (uint64_t i = 0; i < row.failedFields; ++i) LoseField(m_saved, row.reason);
-  ++m_summary.recordsSaved;
+  ++(m_saved.rows == ERows::Attached ? m_summary.valuesSaved : m_summary.recordsSaved);
   return ESaveStep::Done;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "dao/dao.h"
@@ -22,10 +23,16 @@ namespace tolvane {
 // One object a table. Holds one value in memory; OLE values are handed over piece by piece.
 class CRowCopier {
  public:
-  // All outlive the copier.
+  // All outlive the copier. `owner` is the saved table whose column's values these are; null for records of
+  // the table itself.
   CRowCopier(CDaoDatabase& database, const SRecoveryRules& rules, SSavedTable& saved, SSaveSummary& summary,
-             CJobContext& job)
-      : m_database(database), m_rules(rules), m_saved(saved), m_summary(summary), m_job(job) {}
+             CJobContext& job, const SSavedTable* owner = nullptr)
+      : m_database(database),
+        m_rules(rules),
+        m_saved(saved),
+        m_summary(summary),
+        m_job(job),
+        m_owner(owner) {}
 
   // What cannot be stored is counted in the table's loss; every row read is stored, dropped by a rule or
   // lost.
@@ -39,14 +46,19 @@ class CRowCopier {
     std::u16string reason;
   };
 
+  CDaoResult OpenRecords();
+  [[nodiscard]] uint64_t CountRows() const;
+  [[nodiscard]] bool TakesRow(uint64_t row) const;
   ESaveStep CopyRows();
   ESaveStep CopyRow(CTableRowReader& reader);
   ESaveStep SetValue(size_t column, CTableRowReader& reader, SRow& row);
   CDaoResult SetTyped(size_t column, SValue& value);
+  ESaveStep SetComplexKey(size_t entry, const SValue& value, SRow& row);
   ESaveStep SetText(size_t column, SRow& row);
   CDaoResult SetParsed(size_t column);
   ESaveStep NoteValue(const CDaoResult& result, SRow& row);
   CDaoResult SetFromFile(size_t field, const SObjectPlace& place);
+  ESaveStep SetAttachment(size_t field, const SObjectPlace& place, SRow& row);
   ESaveStep StoreRow(SRow& row);
   ESaveStep Close();
   ESaveStep Fail(const CDaoResult& result);
@@ -56,6 +68,10 @@ class CRowCopier {
   SSavedTable& m_saved;
   SSaveSummary& m_summary;
   CJobContext& m_job;
+  const SSavedTable* m_owner;
+  bool m_unwrapsFiles = false;
+  std::vector<size_t> m_complexOf;           // by column: its entry of SSavedTable::complex, or kNoField
+  std::unordered_set<int32_t> m_sharedKeys;  // of records that several have: those that were met
   std::unique_ptr<CDaoRecordset> m_recordset;
   CValueParser m_parser;
   CFieldConverter m_converter;

@@ -8,6 +8,7 @@
 
 #include "dao/dao.h"
 #include "model/AccessTable.h"
+#include "writer/ComplexPlan.h"
 
 namespace tolvane {
 
@@ -23,6 +24,7 @@ struct SSaveSummary {
   uint64_t tablesSaved = 0;
   uint64_t recordsSaved = 0;
   uint64_t fieldsDropped = 0;  // values that the standard rules drop by design (byte and integer ranges)
+  uint64_t valuesSaved = 0;    // of complex fields, which are no records of a table that anyone sees
   uint64_t emptyRowsDropped = 0;
   uint64_t charactersReplaced = 0;  // of texts, where the new database's code page does not hold them
   uint64_t columnsLost = 0;         // columns for which no field could be created
@@ -47,8 +49,16 @@ struct SFieldType {
   uint8_t scale = 0;  // of a decimal
 };
 
+// Which rows of its recovered table a saved one holds.
+enum class ERows : uint8_t {
+  All,
+  Attached,  // values of a complex column that go into the field of another saved table
+  Loose,     // those of them that fit no record there
+};
+
 struct SSavedTable {
   static constexpr size_t kNoField = ~size_t{0};
+  static constexpr size_t kSkippedField = kNoField - 1;  // the new database has numbers of its own
 
   const CAccessTable* table = nullptr;
   bool isCreated = false;
@@ -57,6 +67,13 @@ struct SSavedTable {
   std::vector<size_t> fields;              // by column: its field, or kNoField
   std::vector<SFieldType> fieldTypes;      // by column: what its values become
   std::vector<std::u16string> fieldNames;  // by column; empty where there is no field
+  std::vector<SComplexField> complex;      // what becomes of its complex columns
+  std::vector<size_t> textFields;  // by entry of `complex`: the field of its joined values, or kNoField
+  // A table of values: of which saved table, by number, and which of its complex columns.
+  size_t owner = kNoField;
+  size_t ownersColumn = 0;
+  ERows rows = ERows::All;
+  std::vector<std::u16string> columnNames;  // by column, where they are not the column's own; or empty
   SSaveLoss loss;
 };
 

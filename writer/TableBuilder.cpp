@@ -1,5 +1,6 @@
 #include "writer/TableBuilder.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/Text.h"
@@ -56,7 +57,10 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
     if (!EndsSave(tried.result.code)) m_tableNames.Take(saved.name);
     if (tried.result.IsOk()) {
       saved.isCreated = true;
-      if (saved.wantedName != saved.table->name)
+      if (saved.rows == ERows::Loose)
+        m_notes.push_back(u"Table " + Quoted(saved.name) +
+                          u" holds values of a column of that name that fit no record");
+      else if (saved.wantedName != saved.table->name)
         m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
                           u": it holds the values of a column");
       else if (saved.name != saved.table->name)
@@ -102,7 +106,7 @@ CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes ind
   attempt.result = AddFields(saved, *tableDef, attempt.isStopped);
   if (attempt.result.IsOk() && !attempt.isStopped) {
     if (indexes == EIndexes::Create) {
-      attempt.result = AddIndexes(saved, *tableDef);
+      if (saved.rows == ERows::All) attempt.result = AddIndexes(saved, *tableDef);
     } else {
       m_indexesLost = saved.table->indexes.GetCount();
       m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved without its indexes");
@@ -123,28 +127,92 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
   saved.fieldNames.assign(columns.GetCount(), {});
   saved.fieldTypes.assign(columns.GetCount(), {});
   saved.fields.assign(columns.GetCount(), SSavedTable::kNoField);
-  size_t fieldCount = 0;
+  saved.textFields.assign(saved.complex.size(), SSavedTable::kNoField);
+  m_fieldCount = 0;
   CDaoResult refusal{EDaoError::InvalidArgument, u"It has no column that could be created."};
   for (size_t i = 0; i < columns.GetCount(); ++i) {
     isStopped = !m_job.saving.IsSaving();
     if (isStopped) return CDaoResult::Ok();
     const CAccessColumn& column = *columns.GetAt(i);
-    SFieldPlan plan = planner.Plan(column, m_resultTypes[i]);
     m_columnByNumber.try_emplace(column.number, i);
-    CDaoResult result{EDaoError::TooManyFields, u"A table holds at most 255 fields."};
-    if (fieldCount < kMaximumFields) result = AddField(column, plan, tableDef);
-    if (result.IsOk()) {
-      saved.fields[i] = fieldCount++;
-      saved.fieldTypes[i] = {plan.info.type, plan.info.scale};
-      saved.fieldNames[i] = std::exchange(result.text, {});
-      continue;
-    }
+    const CDaoResult result = AddColumn(saved, i, planner, tableDef);
+    if (result.IsOk()) continue;
     if (EndsSave(result.code)) return result;
     ++m_columnsLost;
     Note(u"Column", column.GetName(), u" could not be created: " + result.text);
     if (refusal.code == EDaoError::InvalidArgument) refusal = {EDaoError::InvalidDataType, result.text};
   }
-  return fieldCount > 0 ? CDaoResult::Ok() : refusal;
+  return m_fieldCount > 0 ? CDaoResult::Ok() : refusal;
+}
+
+CDaoResult CTableBuilder::AddColumn(SSavedTable& saved, size_t column, CFieldPlanner& planner,
+                                    CDaoTableDef& tableDef) {
+  for (size_t i = 0; i < saved.complex.size(); ++i)
+    if (saved.complex[i].column == column)
+      return saved.complex[i].type != 0 ? AddComplexColumn(saved, i, tableDef)
+                                        : AddKeyColumn(saved, i, tableDef);
+  SFieldPlan plan = planner.Plan(*saved.table->columns.GetAt(column), m_resultTypes[column]);
+  if (!saved.columnNames.empty()) plan.info.name = saved.columnNames[column];
+  return AddPlanned(saved, column, plan, tableDef);
+}
+
+CDaoResult CTableBuilder::AddPlanned(SSavedTable& saved, size_t column, SFieldPlan& plan,
+                                     CDaoTableDef& tableDef) {
+  if (m_fieldCount == kMaximumFields) return {EDaoError::TooManyFields, u"A table holds at most 255 fields."};
+  CDaoResult result = AddField(*saved.table->columns.GetAt(column), plan, tableDef);
+  if (!result.IsOk()) return result;
+  saved.fields[column] = m_fieldCount++;
+  saved.fieldTypes[column] = {plan.info.type, plan.info.scale};
+  saved.fieldNames[column] = std::exchange(result.text, {});
+  return result;
+}
+
+CDaoResult CTableBuilder::AddComplexColumn(SSavedTable& saved, size_t entry, CDaoTableDef& tableDef) {
+  const SComplexField& complex = saved.complex[entry];
+  const CAccessTable& table = *saved.table;
+  SFieldPlan plan;
+  plan.form = EFieldForm::Described;
+  plan.info.name = table.columns.GetAt(complex.column)->GetName();
+  plan.info.type = complex.type;
+  plan.info.lastNumber = complex.lastKey;
+  if (!complex.HasValues())
+    Note(u"Column", plan.info.name, u" has no values: the table that held them is lost");
+  if (complex.type == kDaoVersions) plan.info.versionsOf = table.columns.GetAt(complex.memo)->GetName();
+  if (complex.type == kDaoComplexDecimal && complex.HasValues()) {
+    const CAccessColumn& item = *complex.flat.table->columns.GetAt(complex.flat.item);
+    plan.info.precision = static_cast<uint8_t>(item.misc);
+    plan.info.scale = item.GetScale();
+  }
+  return AddPlanned(saved, complex.column, plan, tableDef);
+}
+
+// The number of a record's group of values, and but for versions the values themselves as one text.
+CDaoResult CTableBuilder::AddKeyColumn(SSavedTable& saved, size_t entry, CDaoTableDef& tableDef) {
+  const SComplexField& complex = saved.complex[entry];
+  const CAccessColumn& column = *saved.table->columns.GetAt(complex.column);
+  SFieldPlan text;
+  text.form = EFieldForm::Described;
+  text.info.name = column.GetName();
+  text.info.type = kDaoMemo;
+  text.info.attributes = kDaoUpdatable | kDaoVariableField;
+  SFieldPlan key = text;
+  key.info.type = kDaoLong;
+  key.info.attributes = kDaoUpdatable | kDaoFixedField;
+  if (!complex.HasValues()) {
+    if (complex.IsOfVersions()) return {EDaoError::ItemNotFound, u"The versions that it kept are lost."};
+    Note(u"Column", column.GetName(), u" was saved as numbers: its values are lost");
+    return AddPlanned(saved, complex.column, key, tableDef);
+  }
+  key.info.name = KeyNameOf(complex, *saved.table);
+  const CDaoResult result = AddPlanned(saved, complex.column, key, tableDef);
+  if (!result.IsOk() || complex.IsOfVersions()) return result;
+  if (m_fieldCount < kMaximumFields && AddField(column, text, tableDef).IsOk())
+    saved.textFields[entry] = m_fieldCount++;
+  Note(u"Column", column.GetName(),
+       u" was saved as text; its " + ToDecimal(complex.values->CountAll()) +
+           u" values stand in a table of their own, by the numbers in column " +
+           Quoted(saved.fieldNames[complex.column]));
+  return result;
 }
 
 // On success the result's text is the name that the field got.
@@ -205,6 +273,7 @@ CDaoResult CTableBuilder::AddIndexes(const SSavedTable& saved, CDaoTableDef& tab
       break;
     }
     --left;
+    if (IsOfComplexField(saved, index)) continue;
     CDaoIndexInfo info;
     CDaoResult result{EDaoError::ItemNotFound, u"A column of it is not there."};
     if (DescribeIndex(saved, index, info)) result = tableDef.CreateIndex(info);
@@ -214,6 +283,15 @@ CDaoResult CTableBuilder::AddIndexes(const SSavedTable& saved, CDaoTableDef& tab
     Note(u"Index", index.name, u" could not be created: " + result.text);
   }
   return CDaoResult::Ok();
+}
+
+// The database engine makes these by itself.
+bool CTableBuilder::IsOfComplexField(const SSavedTable& saved, const CAccessTableIndex& index) const {
+  const auto column = m_columnByNumber.find(index.columns[0].columnNumber);
+  if (index.columnCount != 1 || column == m_columnByNumber.end()) return false;
+  return std::any_of(saved.complex.begin(), saved.complex.end(), [&](const SComplexField& complex) {
+    return complex.column == column->second && complex.type != 0;
+  });
 }
 
 // False when a column is unknown or has no field.

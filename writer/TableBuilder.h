@@ -51,9 +51,14 @@ class CTableBuilder {
   ESaveStep EndWithoutTable(SSavedTable& saved, const CDaoResult& result);
   CDaoResult AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped);
   CDaoResult AddField(const CAccessColumn& column, SFieldPlan& plan, CDaoTableDef& tableDef);
+  CDaoResult AddColumn(SSavedTable& saved, size_t column, CFieldPlanner& planner, CDaoTableDef& tableDef);
+  CDaoResult AddComplexColumn(SSavedTable& saved, size_t entry, CDaoTableDef& tableDef);
+  CDaoResult AddKeyColumn(SSavedTable& saved, size_t entry, CDaoTableDef& tableDef);
+  CDaoResult AddPlanned(SSavedTable& saved, size_t column, SFieldPlan& plan, CDaoTableDef& tableDef);
   CDaoResult RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
                         CDaoTableDef& tableDef);
   CDaoResult AddIndexes(const SSavedTable& saved, CDaoTableDef& tableDef);
+  [[nodiscard]] bool IsOfComplexField(const SSavedTable& saved, const CAccessTableIndex& index) const;
   bool DescribeIndex(const SSavedTable& saved, const CAccessTableIndex& index, CDaoIndexInfo& info) const;
   void Note(std::u16string_view what, std::u16string_view name, std::u16string text);
   void KeepNotes(const SSavedTable& saved);
@@ -70,6 +75,7 @@ class CTableBuilder {
   std::unordered_map<uint16_t, size_t> m_columnByNumber;  // the first one of each number
   std::vector<SValueKind> m_resultTypes;                  // by column
   std::vector<std::u16string> m_notes;
+  size_t m_fieldCount = 0;
   uint64_t m_columnsLost = 0;
   uint64_t m_indexesLost = 0;
   uint64_t m_namesUnfolded = 0;

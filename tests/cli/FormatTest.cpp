@@ -13,20 +13,34 @@ namespace tolvane {
 namespace {
 
 using Row = std::vector<std::u16string>;
+const std::u16string kNull = u"\1";  // stands for no value
 
-std::string Format(EExportFormat form, const Row& columns, const std::vector<Row>& rows) {
+std::string Format(EExportFormat form, const Row& columns, const std::vector<Row>& rows,
+                   bool tellsNull = false) {
   const CScratchFolder folder;
   CExportSink sink;
   EXPECT_TRUE(sink.CreateNew(folder / u"out"));
-  const auto format = MakeRowFormat(form, sink);
+  const auto format = MakeRowFormat(form, sink, tellsNull);
   format->WriteHeader(columns);
   for (const Row& row : rows) {
     format->BeginRow();
-    for (const std::u16string& cell : row) format->WriteText(cell);
+    for (const std::u16string& cell : row) {
+      if (tellsNull && cell == kNull)
+        format->WriteNull();
+      else
+        format->WriteText(cell);
+    }
     format->EndRow();
   }
   EXPECT_TRUE(sink.Close());
   return ReadText(folder / u"out");
+}
+
+TEST(RowFormat, NullIsNoEmptyText) {
+  const std::vector<Row> rows{{u"", kNull}, {kNull, u""}};
+  EXPECT_EQ(Format(EExportFormat::Csv, {u"a", u"b"}, rows, true), "a,b\r\n\"\",\r\n,\"\"\r\n");
+  EXPECT_EQ(Format(EExportFormat::JsonLines, {u"a", u"b"}, rows, true),
+            "{\"a\":\"\",\"b\":null}\n{\"a\":null,\"b\":\"\"}\n");
 }
 
 TEST(RowFormat, CsvQuotesOnlyWhatNeedsIt) {

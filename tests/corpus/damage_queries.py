@@ -79,6 +79,24 @@ def write_noise(source, damage):
     return ()
 
 
+def zero_long_values(source, damage):
+    """The pages of texts that do not fit in their rows."""
+    rows = set(source.queries.data_pages())
+    damage.zero(sorted({page for row in source.rows for page in row.pages} - rows))
+    return ()
+
+
+def remove_rows(first):
+    """Marks every seventh row as deleted; the count in the definition stays."""
+    def apply(source, damage):
+        for row in source.rows[first::7]:
+            entry = row.page * damage.size + (10 if source.healthy.format.is_jet3 else 14) + 2 * row.slot
+            word = struct.unpack_from('<H', damage.bytes, entry)[0]
+            struct.pack_into('<H', damage.bytes, entry, word | pages.SLOT_HIDDEN)
+        return source.rows[first::7]
+    return apply
+
+
 KINDS = {  # each answers the rows that it wrote over, on pages that are else as they were
     'first page of query rows zeroed': zero_page('queries', 0),
     'last page of query rows zeroed': zero_page('queries', 99),
@@ -89,6 +107,8 @@ KINDS = {  # each answers the rows that it wrote over, on pages that are else as
     'ids of no query': write_rows('ObjectId', '<i', (0, -1, 1 << 30)),
     'unknown flags': write_rows('Flag', '<h', (-1, 0x7FFF)),
     'noise in a page of query rows': write_noise,
+    'long texts zeroed': zero_long_values,
+    **{'rows deleted from %d on' % first: remove_rows(first) for first in range(1, 7)},
 }
 
 

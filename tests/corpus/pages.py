@@ -120,6 +120,7 @@ class Column:
         self.number, self.variable = u16(raw, form.number), u16(raw, form.variable)
         self.fixed_offset, self.length = u16(raw, form.fixed), u16(raw, form.fixed + 2)
         self.is_fixed = bool(raw[form.flags] & 1)
+        self.extended = 0 if form.is_jet3 else raw[16]
         self.is_calculated = not form.is_jet3 and raw[16] & 0xC0 == 0xC0
         self.name = ''
 

@@ -357,6 +357,7 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   // In JudgementsTest.cpp, where reading fails.
   Take<&SRecoveryRules::unreadablePageKeepsPrevious>(rules, kExactRules);
   // In tests/writer and tests/cli: what is saved and what is told.
+  Take<&SRecoveryRules::complexValuesAreData>(rules, kExactRules);
   Take<&SRecoveryRules::systemTablesByName>(rules, kExactRules);
   Take<&SRecoveryRules::reduceFields>(rules, kExactRules);
   Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);

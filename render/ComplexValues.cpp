@@ -1,0 +1,105 @@
+#include "render/ComplexValues.h"
+
+#include <algorithm>
+
+#include "format/TextKey.h"
+#include "store/RowReader.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr size_t kCountBytes = 4;  // in front of a record
+constexpr std::u16string_view kBetweenItems = u"; ";
+
+// 0, which no record has, where there is none.
+int32_t KeyOf(std::span<const uint8_t> record) {
+  SValue value;
+  if (!TakeValue({.type = kTypeLong}, record, value) || value.isNull) return 0;
+  return std::max(GetLittle<int32_t>(value.bytes, 0), 0);
+}
+
+uint64_t HashOf(std::span<const uint8_t> bytes) {
+  uint64_t hash = 0xCBF29CE484222325;  // FNV-1a
+  for (const uint8_t byte : bytes) hash = (hash ^ byte) * 0x100000001B3;
+  return hash;
+}
+
+}  // namespace
+
+CComplexValues::CComplexValues(const CAccessTable& table, size_t column, const SFlatTable& flat,
+                               const SRecoveryRules& rules)
+    : m_flat(flat), m_texts(flat.table->columns, rules) {
+  LoadKeys(table, column);
+  LoadValues();
+  m_seen = {};
+  std::stable_sort(m_places.begin(), m_places.end(),
+                   [](const SPlace& a, const SPlace& b) { return a.key < b.key; });
+}
+
+void CComplexValues::LoadKeys(const CAccessTable& table, size_t column) {
+  CTableRowReader reader(table.columns.GetCount());
+  std::vector<uint8_t> record;
+  if (!reader.Open(table.GetDataFilePath())) return;
+  while (reader.BeginRow()) {
+    for (size_t i = 0; i <= column; ++i) reader.ReadRecord(record);
+    if (const int32_t key = KeyOf(record); key > 0) m_keys.push_back(key);
+  }
+  std::sort(m_keys.begin(), m_keys.end());
+  for (size_t i = 1; i < m_keys.size(); ++i)
+    if (m_keys[i] == m_keys[i - 1]) m_sharedKeys.insert(m_keys[i]);
+  m_keys.erase(std::unique(m_keys.begin(), m_keys.end()), m_keys.end());
+}
+
+void CComplexValues::LoadValues() {
+  const CAccessColumnList& columns = m_flat.table->columns;
+  CTableRowReader reader(columns.GetCount());
+  if (!reader.Open(m_flat.table->GetDataFilePath())) return;
+  std::unordered_set<int32_t> numbers;
+  std::vector<uint8_t> record, itemRecord;
+  while (reader.BeginRow()) {
+    const uint64_t row = reader.GetStream().GetPosition() - kCountBytes;
+    int32_t key = 0, number = 0;
+    for (size_t i = 0; i < columns.GetCount(); ++i) {
+      reader.ReadRecord(i == m_flat.item ? itemRecord : record);
+      if (i == m_flat.key) key = KeyOf(record);
+      if (i == m_flat.number) number = KeyOf(record);
+    }
+    SValue item;
+    if (!TakeValue(KindOf(*columns.GetAt(m_flat.item)), itemRecord, item)) item.isNull = true;
+    const EFate fate = Judge(key, item);
+    m_fates.push_back(fate);
+    ++m_counts[static_cast<size_t>(fate)];
+    if (fate != EFate::Attached) continue;
+    m_places.push_back({key, row});
+    m_areNumbersUnique = number > 0 && numbers.insert(number).second && m_areNumbersUnique;
+  }
+}
+
+CComplexValues::EFate CComplexValues::Judge(int32_t key, const SValue& item) {
+  if (!std::binary_search(m_keys.begin(), m_keys.end(), key)) return EFate::WithoutRecord;
+  if (m_flat.kind == EFlatKind::Versions) return EFate::Attached;
+  if (item.isNull) return EFate::Empty;
+  std::vector<uint8_t> what;
+  AppendLittle(what, key);
+  if (!IsTextType(item.type) || !AppendJet4TextKey(item.bytes, EKeyOrder::Ascending, what))
+    what.insert(what.end(), item.bytes.begin(), item.bytes.end());
+  return m_seen.insert(HashOf(what)).second ? EFate::Attached : EFate::Repeated;
+}
+
+void CComplexValues::MakeText(int32_t key, std::u16string& text) {
+  text.clear();
+  auto place = std::lower_bound(m_places.begin(), m_places.end(), key,
+                                [](const SPlace& a, int32_t wanted) { return a.key < wanted; });
+  if (place == m_places.end() || place->key != key) return;
+  if (!m_reader.IsOpen() && !m_reader.Open(m_flat.table->GetDataFilePath())) return;
+  for (; place != m_places.end() && place->key == key; ++place) {
+    uint32_t count = 0;
+    if (!m_reader.Find(place->row, m_flat.item, count)) continue;
+    m_texts.Read(m_reader.GetStream(), count, m_flat.item, m_item);
+    if (!text.empty()) text += kBetweenItems;
+    text += m_item;
+  }
+}
+
+}  // namespace tolvane

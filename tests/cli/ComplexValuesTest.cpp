@@ -1,0 +1,218 @@
+// Multi-values, attachments and versions of memos, from a file with them to repaired ones.
+#include <gtest/gtest.h>
+
+#include "checker/DatabaseCheck.h"
+#include "embedded/EmbeddedEngine.h"
+#include "engine/AccessRepair.h"
+#include "render/ComplexValues.h"
+#include "tests/engine/EngineTest.h"
+#include "tests/platform/ScratchFolder.h"
+#include "writer/AccessSaveRepairedFile.h"
+#include "writer/SideFileSource.h"
+
+namespace tolvane {
+namespace {
+
+using namespace std::string_view_literals;
+using Lines = std::vector<std::string>;
+
+// "txt" and three times the sentence below, as an attachment stores them.
+constexpr std::string_view kStoredFile =
+    "\x01\x00\x00\x00\xd1\x00\x00\x00\x78\x5e\x13\x61\x60\x60\x60\x04\x62\x16\x20\x2e\x61\xa8\x00\x62\x20\x9d"
+    "\x91\xaa"
+    "\x50\x94\x98\x99\xa7\x00\x44\xc1\x05\x20\x46\x71\x49\x62\x65\xb1\x42\x2e\x90\x99\x53\x09\x12\x05\xa9\x28"
+    "\xc8\x01"
+    "\x72\x75\x14\x30\x14\xeb\x0d\xac\x76\x00\x03\x9e\x44\x34"sv;
+constexpr std::string_view kSentence = "the rain in Spain stays mainly in the plain, the rain in Spain.";
+
+class ComplexValues : public CEngineTest {
+ protected:
+  void Set(CDaoRecordset& records, size_t field, uint8_t type, std::string_view bytes) {
+    SValue value;
+    value.type = type;
+    value.isNull = false;
+    value.bytes = {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
+    EXPECT_TRUE(records.SetFieldValue(field, value).IsOk());
+  }
+  void Set(CDaoRecordset& records, size_t field, std::u16string_view text) {
+    Set(records, field, kTypeText, {reinterpret_cast<const char*>(text.data()), 2 * text.size()});
+  }
+  void Set(CDaoRecordset& records, size_t field, int32_t number) {
+    Set(records, field, kTypeLong, {reinterpret_cast<const char*>(&number), sizeof number});
+  }
+
+  // Two people; of Bob's tags one comes twice, and one belongs to nobody.
+  void MakeSource(const std::u16string& path) {
+    const auto engine = MakeEmbeddedEngine();
+    std::unique_ptr<CDaoDatabase> database;
+    std::unique_ptr<CDaoTableDef> table;
+    std::unique_ptr<CDaoRecordset> records;
+    ASSERT_TRUE(
+        engine->CreateDatabase(path, u";LANGID=0x0409;CP=1252;COUNTRY=0", kDaoVersionAce, database).IsOk());
+    ASSERT_TRUE(database->CreateTableDef(u"People", 0, u"", u"", table).IsOk());
+    for (const auto& [name, type] : {std::pair{u"Name", kDaoText},
+                                     {u"Past", kDaoVersions},
+                                     {u"Files", kDaoAttachment},
+                                     {u"Story", kDaoMemo},
+                                     {u"Tags", kDaoComplexText}}) {
+      CDaoFieldInfo field;
+      field.name = name;
+      field.type = type;
+      field.lastNumber = 20;
+      if (type == kDaoVersions) field.versionsOf = u"Story";
+      ASSERT_TRUE(table->CreateField(field).IsOk());
+    }
+    const CDaoResult appended = table->Append();
+    ASSERT_TRUE(appended.IsOk()) << ToUtf8(appended.text);
+    ASSERT_TRUE(database->OpenRecordset(u"SELECT * FROM [People]", records).IsOk());
+    for (const auto& [name, key] : {std::pair{u"Ann", 7}, {u"Bob", 9}}) {
+      ASSERT_TRUE(records->AddNew().IsOk());
+      Set(*records, 0, name);
+      for (const size_t field : {1u, 2u, 4u}) Set(*records, field, key);
+      ASSERT_TRUE(records->Update().IsOk());
+    }
+    records.reset();
+    ASSERT_TRUE(database->OpenComplexRecordset(u"People", u"Tags", records).IsOk());
+    for (const auto& [tag, key] : {std::pair{u"red", 9}, {u"blue, dark", 9}, {u"lost", 12}, {u"RED", 9}}) {
+      ASSERT_TRUE(records->AddNew().IsOk());
+      Set(*records, 0, tag);
+      Set(*records, 2, key);
+      ASSERT_TRUE(records->Update().IsOk());
+    }
+    records.reset();
+    ASSERT_TRUE(database->OpenComplexRecordset(u"People", u"Files", records).IsOk());
+    ASSERT_TRUE(records->AddNew().IsOk());
+    Set(*records, 0, kTypeOle, kStoredFile);
+    Set(*records, 2, u"a.txt");
+    Set(*records, 4, u"txt");
+    Set(*records, 7, 7);
+    ASSERT_TRUE(records->Update().IsOk());
+    records.reset();
+    ASSERT_TRUE(database->OpenComplexRecordset(u"People", u"Story", records).IsOk());
+    ASSERT_TRUE(records->AddNew().IsOk());
+    Set(*records, 0, u"once");
+    Set(*records, 1, kTypeDate, "\0\0\0\0\0\0\xE0\x40"sv);
+    Set(*records, 3, 9);
+    ASSERT_TRUE(records->Update().IsOk());
+    records.reset();
+    ASSERT_TRUE(database->Close().IsOk());
+  }
+
+  static std::unique_ptr<CAccessData> Recover(const std::u16string& path) {
+    CAccessRepair repair{kExactRules, ShownJob()};
+    repair.Repair(path, u"", path);
+    return repair.TakeData();
+  }
+
+  SSaveSummary Save(const CAccessData& data, const std::u16string& path,
+                    EOutputFormat format = EOutputFormat::ByRules) {
+    const auto engine = MakeEmbeddedEngine();
+    CAccessSaveRepairedFile writer(*engine, ShownJob());
+    writer.SetData(&data);
+    writer.SetOutputPath(path);
+    writer.SetFormat(format);
+    CSavingStatus::Instance().SetSaving(true);
+    EXPECT_TRUE(writer.Save()) << ToUtf8(writer.GetSummary().failure);
+    CSavingStatus::Instance().SetSaving(false);
+    return writer.GetSummary();
+  }
+
+  static std::string BytesAt(const SObjectPlace& place) {
+    CSideFileSource source;
+    EXPECT_TRUE(source.Open(place));
+    std::vector<uint8_t> bytes(1000);
+    size_t size = 0;
+    EXPECT_TRUE(source.Read(bytes, size));
+    return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)};
+  }
+
+  static void List(const CAccessData& data, const CAccessTable& table, const std::string& name,
+                   Lines& lines) {
+    CTableTextReader reader(table, data.GetRules());
+    std::vector<std::u16string> cells;
+    EXPECT_TRUE(reader.Open());
+    while (reader.ReadRow(cells)) {
+      lines.push_back(name + ":");
+      for (size_t i = 0; i < cells.size(); ++i) {
+        const bool isObject = table.columns.GetAt(i)->type == kTypeOle && !cells[i].empty();
+        lines.back() += " " + (reader.IsNull(i) ? "-"
+                               : isObject       ? BytesAt(reader.GetObjectPlace(i))
+                                                : ToUtf8(cells[i]));
+      }
+    }
+  }
+  // The columns and records of all tables, and behind them the values of their complex columns.
+  static Lines List(const CAccessData& data) {
+    Lines lines;
+    for (const auto& table : data.GetTables()) {
+      if (IsSystemTable(*table)) continue;
+      std::string& columns = lines.emplace_back(ToUtf8(table->name) + " has");
+      for (const CAccessColumn& column : table->columns) columns += " " + ToUtf8(column.GetName());
+      List(data, *table, ToUtf8(table->name), lines);
+      for (const CAccessColumn& column : table->columns)
+        if (const auto flat = FindFlatTable(data.GetTables(), column, data.source.pageSize))
+          List(data, *flat->table, ToUtf8(column.GetName()), lines);
+    }
+    return lines;
+  }
+
+  static std::vector<std::u16string> Findings(const std::u16string& path) {
+    std::vector<std::u16string> found;
+    for (const auto& finding : CheckDatabase(path).findings) found.push_back(finding.text);
+    return found;
+  }
+
+  const CScratchFolder m_scratch;
+};
+
+TEST_F(ComplexValues, AreDataOfTheirRecordsAgain) {
+  const std::u16string source = m_scratch / u"source.accdb", first = m_scratch / u"first.accdb",
+                       second = m_scratch / u"second.accdb";
+  MakeSource(source);
+  const auto data = Recover(source);
+  EXPECT_EQ(data->GetLedger().GetCount(EDamage::LooseValue), 2u);
+  EXPECT_EQ(Save(*data, first).valuesSaved, 4u);
+  EXPECT_TRUE(Findings(first).empty());
+  const auto repaired = Recover(first);
+  EXPECT_EQ(List(*repaired), (Lines{"People_Tags has Value People_Tags Tags_Key", "People_Tags: lost 3 12",
+                                    "People_Tags: RED 4 9", "People has Name Past Files Story Tags",
+                                    "People: Ann 7 7 - 7", "People: Bob 9 9 - 9", "Past: once 1989-09-17 1 9",
+                                    "Files: " + std::string(kStoredFile) + " - a.txt - txt - 1 7",
+                                    "Tags: red 1 9", "Tags: blue, dark 2 9"}));
+  const auto& tables = repaired->GetTables();
+  const auto people =
+      std::find_if(tables.begin(), tables.end(), [](const auto& t) { return t->name == u"People"; });
+  const size_t tags = 4;
+  CComplexValues values(**people, tags,
+                        *FindFlatTable(tables, *(*people)->columns.GetAt(tags), repaired->source.pageSize),
+                        repaired->GetRules());
+  std::u16string text;
+  values.MakeText(9, text);
+  EXPECT_EQ(text, u"red; blue, dark");
+
+  const SSaveSummary again = Save(*repaired, second);
+  EXPECT_TRUE(again.losses.empty());
+  EXPECT_EQ(repaired->GetLedger().GetCount(EDamage::LooseValue), 0u);
+  EXPECT_EQ(List(*Recover(second)), List(*repaired)) << "a repair of a repaired file changes nothing";
+}
+
+TEST_F(ComplexValues, StandInTablesOfTheirOwnWhereTheFormatHasNone) {
+  const std::u16string source = m_scratch / u"source.accdb", older = m_scratch / u"older.mdb";
+  MakeSource(source);
+  Save(*Recover(source), older, EOutputFormat::Jet4);
+  EXPECT_TRUE(Findings(older).empty());
+  const std::string content = std::string(kSentence) + std::string(kSentence) + std::string(kSentence);
+  EXPECT_EQ(
+      List(*Recover(older)),
+      (Lines{"People_Story has Story Modified People_Past Story_Key", "People_Story: once 1989-09-17 1 9",
+             "People_Files has FileData FileFlags FileName FileTimeStamp FileType FileURL People_Files "
+             "Files_Key",
+             "People_Files: " + content + " - a.txt - txt - 1 7",
+             "People_Tags has Value People_Tags Tags_Key", "People_Tags: red 1 9",
+             "People_Tags: blue, dark 2 9", "People_Tags: lost 3 12", "People_Tags: RED 4 9",
+             "People has Name Story_Key Files_Key Files Story Tags_Key Tags", "People: Ann 7 7 a.txt - 7 -",
+             "People: Bob 9 9 - - 9 red; blue, dark"}));
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,156 @@
+#include "writer/ComplexPlan.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "format/SystemObjects.h"
+#include "model/MSysComplexColumnsData.h"
+#include "platform/Text.h"
+#include "writer/SafeName.h"
+
+namespace tolvane {
+
+namespace {
+
+// Of values of the type that a flat table's column has; 0 for types that no complex field takes.
+int16_t FieldTypeOfValues(uint8_t type) {
+  switch (type) {
+    case kTypeByte:
+      return kDaoComplexByte;
+    case kTypeInteger:
+      return kDaoComplexInteger;
+    case kTypeLong:
+      return kDaoComplexLong;
+    case kTypeSingle:
+      return kDaoComplexSingle;
+    case kTypeDouble:
+      return kDaoComplexDouble;
+    case kTypeGuid:
+      return kDaoComplexGuid;
+    case kTypeDecimal:
+      return kDaoComplexDecimal;
+    case kTypeText:
+      return kDaoComplexText;
+    default:
+      return 0;
+  }
+}
+
+// Where the values are lost, MSysComplexColumns still tells what they were.
+int16_t FieldTypeOfKind(const CAccessColumn& column) {
+  if (column.GetComplexData() == nullptr) return 0;
+  switch (LeadingInteger(column.GetComplexData()->complexType)) {
+    case kComplexOfBytes:
+      return kDaoComplexByte;
+    case kComplexOfIntegers:
+      return kDaoComplexInteger;
+    case kComplexOfLongs:
+      return kDaoComplexLong;
+    case kComplexOfSingles:
+      return kDaoComplexSingle;
+    case kComplexOfDoubles:
+      return kDaoComplexDouble;
+    case kComplexOfGuids:
+      return kDaoComplexGuid;
+    case kComplexOfDecimals:
+      return kDaoComplexDecimal;
+    case kComplexOfTexts:
+      return kDaoComplexText;
+    case kComplexOfFiles:
+      return kDaoAttachment;
+    default:
+      return 0;
+  }
+}
+
+// The memo that a flat table's is named after, or the only one.
+size_t FindMemo(const CAccessTable& table, std::u16string_view name) {
+  size_t only = SFlatTable::kNoColumn, memos = 0;
+  for (size_t i = 0; i < table.columns.GetCount(); ++i) {
+    const CAccessColumn& column = *table.columns.GetAt(i);
+    if (column.type != kTypeMemo || IsCalculated(column.extendedFlags)) continue;
+    if (column.GetName() == name) return i;
+    only = i;
+    ++memos;
+  }
+  return memos == 1 ? only : SFlatTable::kNoColumn;
+}
+
+void ChooseVersions(const CAccessTable& table, std::u16string_view memo, SComplexField& complex) {
+  complex.flat.kind = EFlatKind::Versions;
+  complex.memo = FindMemo(table, memo);
+  // The engine is told of the memo before it may have to change its name.
+  const bool isSafe =
+      complex.memo != SFlatTable::kNoColumn && IsSafeName(table.columns.GetAt(complex.memo)->GetName());
+  if (isSafe) complex.type = kDaoVersions;
+}
+
+void ChooseType(const CAccessTable& table, SComplexField& complex) {
+  const CAccessColumn& item = *complex.flat.table->columns.GetAt(complex.flat.item);
+  switch (complex.flat.kind) {
+    case EFlatKind::Files:
+      complex.type = kDaoAttachment;
+      break;
+    case EFlatKind::Values:
+      complex.type = FieldTypeOfValues(item.type);
+      break;
+    case EFlatKind::Versions:
+      ChooseVersions(table, item.GetName(), complex);
+      break;
+  }
+}
+
+// What the table says, unless it cannot be true.
+int32_t LastKeyOf(const CAccessTable& table, int32_t highest) {
+  constexpr uint32_t kMost = std::numeric_limits<int32_t>::max() / 2;
+  const uint32_t told = table.header.lastComplexKey;
+  return told > kMost ? highest : std::max(highest, static_cast<int32_t>(told));
+}
+
+}  // namespace
+
+std::vector<SComplexField> PlanComplexFields(const CAccessData& data, const CAccessTable& table,
+                                             bool hasFields) {
+  std::vector<SComplexField> planned;
+  for (size_t i = 0; i < table.columns.GetCount(); ++i) {
+    const CAccessColumn& column = *table.columns.GetAt(i);
+    if (column.type != kTypeComplex) continue;
+    SComplexField& complex = planned.emplace_back();
+    complex.column = i;
+    if (const auto flat = FindFlatTable(data.GetTables(), column, data.source.pageSize)) {
+      complex.flat = *flat;
+      complex.values = std::make_unique<CComplexValues>(table, i, *flat, data.GetRules());
+      ChooseType(table, complex);
+    } else {
+      complex.type = FieldTypeOfKind(column);
+      if ((column.extendedFlags & kColumnOfHistory) != 0) ChooseVersions(table, {}, complex);
+    }
+    const auto isTaken = [&](const SComplexField& other) {
+      return &other != &complex && complex.type == kDaoVersions && other.type == kDaoVersions &&
+             other.memo == complex.memo;
+    };
+    if (!hasFields || std::any_of(planned.begin(), planned.end(), isTaken)) complex.type = 0;
+    complex.lastKey = LastKeyOf(table, complex.HasValues() ? complex.values->GetHighestKey() : 0);
+  }
+  return planned;
+}
+
+std::u16string NameOf(const SComplexField& complex, const CAccessTable& table) {
+  if (complex.IsOfVersions() && complex.HasValues())
+    return std::u16string(complex.flat.table->columns.GetAt(complex.flat.item)->GetName());
+  return std::u16string(table.columns.GetAt(complex.column)->GetName());
+}
+
+std::u16string KeyNameOf(const SComplexField& complex, const CAccessTable& table) {
+  return NameOf(complex, table) + u"_Key";
+}
+
+size_t ComplexFieldIndex(const SFlatTable& flat, size_t column) {
+  const size_t parts = flat.kind == EFlatKind::Files ? kFileParts : flat.kind == EFlatKind::Versions ? 2 : 1;
+  if (column == flat.number) return parts;
+  if (column == flat.key) return parts + 1;
+  if (flat.kind == EFlatKind::Files) return FilePartOf(*flat.table->columns.GetAt(column)).value_or(0);
+  return column == flat.item ? 0 : 1;
+}
+
+}  // namespace tolvane
