@@ -103,6 +103,8 @@ CSession::CSession(const SArguments& arguments)
       m_progress(ChooseForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
       m_source(RulesOf(arguments.rules)),
       m_template(RulesOf(arguments.rules)) {
+  m_source.SetJob(m_job.GetContext());
+  m_template.SetJob(m_job.GetContext());
   COvRepairFileManager& manager = m_job.GetManager();
   manager.SetRules(arguments.rules);
   manager.SetCorruptedPath(arguments.source);
@@ -133,15 +135,26 @@ std::optional<SFailure> CSession::CheckFiles() {
 }
 
 std::optional<SFailure> CSession::CheckSourceFile() {
-  const SSourceVerdict verdict = OpenSource(m_source, m_arguments.source);
+  SSourceVerdict verdict;
+  if (auto failure = OpenWatched(m_source, m_arguments.source, verdict)) return failure;
   if (verdict.state == ESourceState::Ok) return std::nullopt;
   return MakeSourceFailure(m_arguments.source, verdict);
+}
+
+std::optional<SFailure> CSession::OpenWatched(CSource& source, const std::u16string& path,
+                                              SSourceVerdict& verdict) {
+  std::u16string problem;
+  RunWatched([&] { verdict = OpenSource(source, path); }, problem);
+  if (IsInterrupted()) return StoppedByUser();
+  if (problem.empty()) return std::nullopt;
+  return SFailure{EExitStatus::Failed, AboutFile(path, problem)};
 }
 
 std::optional<SFailure> CSession::CheckTemplate() {
   const std::u16string& path = m_arguments.templatePath;
   if (path.empty()) return std::nullopt;
-  const SSourceVerdict verdict = OpenSource(m_template, path);
+  SSourceVerdict verdict;
+  if (auto failure = OpenWatched(m_template, path, verdict)) return failure;
   if (verdict.state != ESourceState::Ok) {
     SFailure failure = MakeSourceFailure(path, verdict);
     failure.status = EExitStatus::Failed;

@@ -13,6 +13,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
 #include "engine/Source.h"
+#include "engine/SourceCheck.h"
 #include "model/AccessData.h"
 #include "platform/FileCust.h"
 #include "store/WorkFolder.h"
@@ -51,6 +52,7 @@ class CSession {
 
  private:
   std::optional<SFailure> CheckSourceFile();
+  std::optional<SFailure> OpenWatched(CSource& source, const std::u16string& path, SSourceVerdict& verdict);
   std::optional<SFailure> CheckTemplate();
   std::optional<SFailure> OpenLogFile();
   // Draws the job's progress and passes interrupts on until it ends.

@@ -14,12 +14,14 @@ CAccessRepair::~CAccessRepair() = default;
 
 void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/, std::u16string scanPath) {
   CSource source(m_rules);
+  source.SetJob(m_job);
   source.Open(sourcePath);
   if (scanPath == sourcePath || IsSameFile(scanPath, sourcePath)) {
     Repair(source, source);
     return;
   }
   CSource definitions(m_rules);
+  definitions.SetJob(m_job);
   definitions.Open(scanPath);
   Repair(source, definitions);
 }

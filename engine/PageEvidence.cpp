@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "engine/DataReader.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -30,6 +31,41 @@ constexpr ptrdiff_t kPagesOfADatabase = 3;
 constexpr size_t kPlacesCompared = 2048;
 // Pages that may be missing in one place, by the pages that are there: what follows costs as much as they do.
 constexpr uint64_t kMissingEach = 4;
+
+constexpr std::u16string_view kSearchStatus = u"Looking for the pages of the database: ";
+// Pages between two looks at the job.
+constexpr uint64_t kPagesBetween = 4096;
+// Places of runs that are compared, over all of them.
+constexpr uint64_t kMostCompared = uint64_t{1} << 26;
+
+// Tells the job how far the search is, and the search whether to go on.
+class CSearchWatch {
+ public:
+  CSearchWatch(CJobContext* job, uint64_t length) : m_job(job), m_length(length) {
+    if (m_job == nullptr) return;
+    m_job->progress.SetMax(ToUnits(m_length));
+    m_job->progress.SetPos(0);
+  }
+  [[nodiscard]] bool IsStopped() const { return m_job != nullptr && !m_job->IsRunning(); }
+  // False: the job was stopped.
+  [[nodiscard]] bool Show(uint64_t place) const {
+    if (m_job == nullptr) return true;
+    m_job->progress.SetPos(ToUnits(place));
+    std::u16string text(kSearchStatus);
+    ((text += ToDecimal(place / kBytesPerUnit)) += u"(kb) / ") += ToDecimal(m_length / kBytesPerUnit);
+    m_job->status.SetText(text += u"(kb)");
+    return m_job->IsRunning();
+  }
+
+ private:
+  static constexpr uint64_t kBytesPerUnit = 1000;
+  static int32_t ToUnits(uint64_t bytes) {
+    return static_cast<int32_t>(std::min<uint64_t>(bytes / kBytesPerUnit + 1, INT32_MAX));
+  }
+
+  CJobContext* m_job;
+  uint64_t m_length;
+};
 
 bool IsSoundDataPage(Bytes page, const SLayout& layout) {
   const uint32_t count = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
@@ -76,9 +112,9 @@ uint32_t OwnerOf(Bytes page) {
 
 // Reads the file block by block; `take` sees each place and the bytes from there on.
 template <class F>
-void Walk(CPageReader& file, uint64_t from, const F& take) {
+void Walk(CPageReader& file, uint64_t from, const CSearchWatch& watch, const F& take) {
   std::vector<uint8_t> block(kBlockPages * kLargestPage + kLargestPage);
-  for (uint64_t at = from;;) {
+  for (uint64_t at = from; watch.Show(at);) {
     const size_t size = file.ReadFile(at, block);
     const size_t taken = size < block.size() ? size : size - kLargestPage;
     take(at, Bytes(block).first(size), taken);
@@ -99,10 +135,10 @@ class CHeadFinder {
   static constexpr uint64_t kHeadsEach = 4;
   static constexpr size_t kMostMarks = 4096;
 
-  CHeadFinder(CPageReader& file, uint64_t from)
+  CHeadFinder(CPageReader& file, uint64_t from, const CSearchWatch& watch)
       : m_mostHeads(static_cast<size_t>(kHeadsEach * file.GetFileLength() / kLayoutJet3.pageSize) +
                     kHeadsEach) {
-    Walk(file, from, [this](uint64_t at, Bytes bytes, size_t taken) { TakeBlock(at, bytes, taken); });
+    Walk(file, from, watch, [this](uint64_t at, Bytes bytes, size_t taken) { TakeBlock(at, bytes, taken); });
   }
 
   std::array<Heads, 2> heads;
@@ -181,12 +217,14 @@ class CRunPlacer {
  public:
   using Run = CRunFinder::SRun;
   // `from`: where page 0 is, or where it would be, had nothing been lost or put in front of the first run.
-  CRunPlacer(const Heads& heads, const std::vector<Run>& runs, uint32_t pageSize, uint64_t from, bool isSure)
+  CRunPlacer(const Heads& heads, const std::vector<Run>& runs, uint32_t pageSize, uint64_t from, bool isSure,
+             const CSearchWatch& watch)
       : m_heads(heads),
         m_runs(runs),
         m_pageSize(pageSize),
         m_from(from),
         m_isSure(isSure),
+        m_watch(watch),
         m_mostMissing(heads.empty() ? 0 : kMissingEach * (heads.back().place / pageSize + 1)) {
     for (const Run& run : runs)
       for (size_t i = run.first; i <= run.last; i++)
@@ -195,7 +233,7 @@ class CRunPlacer {
 
   std::vector<uint64_t> Place() {
     std::vector<uint64_t> numbers;
-    for (size_t i = 0; i < m_runs.size(); i++) {
+    for (size_t i = 0; i < m_runs.size() && !m_watch.IsStopped(); i++) {
       const uint64_t place = m_heads[m_runs[i].first].place;
       // Bytes put in or lost are taken for as few as possible.
       const uint64_t guess =
@@ -224,7 +262,7 @@ class CRunPlacer {
   }
 
   // The number by which most pages find their owner's definition in the run.
-  uint64_t BestNumber(const Run& run, uint64_t guess, uint64_t least) const {
+  uint64_t BestNumber(const Run& run, uint64_t guess, uint64_t least) {
     std::map<uint64_t, uint64_t> votes;
     size_t definitions = 0;
     for (size_t i = run.first; i <= run.last && definitions < kPlacesCompared; i++) {
@@ -232,7 +270,8 @@ class CRunPlacer {
       definitions++;
       size_t compared = 0;
       for (const auto& [owner, pages] : m_owned) {
-        if (++compared > kPlacesCompared) break;
+        if (++compared > kPlacesCompared || m_comparisonsLeft == 0) break;
+        m_comparisonsLeft--;
         const uint64_t index = IndexOf(run, i);
         if (owner >= least + index && owner - index <= guess + m_mostMissing) votes[owner - index] += pages;
       }
@@ -253,7 +292,9 @@ class CRunPlacer {
   uint32_t m_pageSize;
   uint64_t m_from;
   bool m_isSure;
+  const CSearchWatch& m_watch;
   uint64_t m_mostMissing;
+  uint64_t m_comparisonsLeft = kMostCompared;
   std::map<uint32_t, uint64_t> m_owned;  // pages by owner, of owners that were not found yet
 };
 
@@ -320,11 +361,15 @@ uint64_t FirstPlace(const std::vector<uint64_t>& marks, uint64_t head, uint32_t 
 }
 
 // Databases one behind the other, page by page in step, look like one.
-SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start) {
+SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start,
+                         const CSearchWatch& watch) {
   SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = {}};
   uint64_t end = file.GetFileLength();
-  for (uint64_t place = start + layout.pageSize; place < file.GetFileLength(); place += layout.pageSize)
+  uint64_t page = 0;
+  for (uint64_t place = start + layout.pageSize; place < file.GetFileLength(); place += layout.pageSize) {
+    if (++page % kPagesBetween == 0 && !watch.Show(place)) return {};
     if (HasHeader(file, place) && HasCatalogue(file, place)) evidence.otherStarts.push_back(place);
+  }
   if (!evidence.otherStarts.empty()) end = evidence.otherStarts.front();
   evidence.stretches.push_back({.page = 0, .place = start, .length = end - start});
   return evidence;
@@ -367,15 +412,17 @@ bool IsSoundPage(Bytes page, const SLayout& layout) {
   }
 }
 
-SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart) {
+SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* job) {
   const uint64_t length = file.GetFileLength();
+  const CSearchWatch watch(job, length);
   if (wantedStart >= length) wantedStart = 0;
   // Without a header the first pages may be missing, which the numbers of owners tell.
   for (const SLayout* layout : kLayouts)
     if (HasHeader(file, wantedStart) && SamplePages(file, wantedStart, *layout).IsSure())
-      return InOnePiece(file, *layout, wantedStart);
+      return InOnePiece(file, *layout, wantedStart, watch);
 
-  CHeadFinder found(file, wantedStart);
+  CHeadFinder found(file, wantedStart, watch);
+  if (watch.IsStopped()) return {};
   std::vector<uint64_t> marks = found.marks;
   std::erase_if(marks, [&](uint64_t mark) { return !HasCatalogue(file, mark); });
   const size_t front = found.heads[0].size() > found.heads[1].size() ? 0 : 1;
@@ -393,7 +440,8 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart) {
   const auto runs = CRunFinder(heads, layout.pageSize, range.end).Find();
   const uint64_t start =
       FirstPlace(found.marks, heads[runs.front().first].place, layout.pageSize, range.start);
-  const auto numbers = CRunPlacer(heads, runs, layout.pageSize, start, HasHeader(file, start)).Place();
+  const auto numbers = CRunPlacer(heads, runs, layout.pageSize, start, HasHeader(file, start), watch).Place();
+  if (watch.IsStopped()) return {};
   SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = std::move(range.otherStarts)};
   uint64_t previousEnd = start;
   uint64_t previousNumber = 0;

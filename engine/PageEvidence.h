@@ -16,6 +16,7 @@
 
 #include "engine/PageReader.h"
 #include "format/Layout.h"
+#include "status/JobContext.h"
 
 namespace tolvane {
 
@@ -32,7 +33,7 @@ struct SPageEvidence {
 };
 
 // Of a file that is open and has no stretches set. `wantedStart`: the database that begins there; any is
-// taken where it is 0.
-SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart = 0);
+// taken where it is 0. `job`, if any, sees how far the search is; once it is stopped nothing is proved.
+SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart = 0, CJobContext* job = nullptr);
 
 }  // namespace tolvane

@@ -60,7 +60,7 @@ const CFreePageMap& CSource::GetFreePages() {
 }
 
 void CSource::FindPages() {
-  if (m_rules.pagesDecideFormat) m_evidence = tolvane::FindPages(m_pages, m_wantedStart);
+  if (m_rules.pagesDecideFormat) m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
   if (m_evidence.layout != nullptr)
     m_pages.SetStretches(m_evidence.stretches, m_evidence.layout->pageSize);
   else

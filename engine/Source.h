@@ -34,6 +34,8 @@ class CSource {
   CSource(const CSource&) = delete;
   CSource& operator=(const CSource&) = delete;
 
+  // Sees how far Open is with a file whose pages have to be looked for, and may stop it; outlives the source.
+  void SetJob(CJobContext& job) { m_job = &job; }
   // Opens the file and finds out what it is. False: the system refuses, with its reason in the handler; the
   // source is then closed, of no length, and counts as Jet 3.
   bool Open(const std::u16string& path, CErrorHandler& handler);
@@ -66,6 +68,7 @@ class CSource {
 
   const SRecoveryRules& m_rules;
   uint64_t m_wantedStart;
+  CJobContext* m_job = nullptr;
   std::u16string m_path;
   CPageReader m_pages;
   const SLayout* m_layout = &kLayoutJet3;

@@ -214,6 +214,7 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
   std::unordered_set<uint64_t> first;
   std::vector<uint8_t> page(layout.pageSize);
   for (const auto& table : tables) {
+    if (!m_job.repairing.IsRunning()) return;
     const uint64_t offset = table->GetDefinitionOffset();
     if (offset == 0) continue;
     if (offset > definitions.GetPages().GetLength()) return;

@@ -167,6 +167,7 @@ void CTableWalk::LearnPage() {
 }
 
 bool CTableWalk::CutExactPage() {
+  if (!m_job.repairing.IsRunning()) return false;
   if (!AreSlotsSound(m_page, m_layout)) {
     m_unsoundPages.push_back(m_offset);
     return true;
@@ -180,6 +181,7 @@ bool CTableWalk::CutExactPage() {
 bool CTableWalk::AdoptPages() {
   if (!m_profile) return true;
   for (const uint32_t page : m_claims.PagesOf(*m_table)) {
+    if (!m_job.repairing.IsRunning()) return false;
     m_offset = uint64_t{page} * m_layout.pageSize;
     if (!m_reader.ReadPage(m_offset, m_page)) continue;
     const bool isSound = m_page[0] == kPageData && AreSlotsSound(m_page, m_layout);
@@ -196,6 +198,7 @@ bool CTableWalk::AdoptPages() {
 // Last, when the bodies of moved rows that were read through a pointer are known. False: the run was stopped.
 bool CTableWalk::RebuildPages() {
   for (const uint64_t offset : m_unsoundPages) {
+    if (!m_job.repairing.IsRunning()) return false;
     m_offset = offset;
     if (!m_reader.ReadPage(offset, m_page)) continue;
     Count(EDamage::BrokenPage, -1);

@@ -20,13 +20,15 @@ using Names = std::map<std::u16string, uint32_t>;  // definition page by name
 constexpr uint32_t kAmbiguous = 0;
 
 // Pages that own pages, and those of the catalogue's own rows credited to it.
-std::set<uint32_t> CreditCatalogue(CSource& source, CAccessData& data) {
+std::set<uint32_t> CreditCatalogue(CSource& source, CAccessData& data, CJobContext& job) {
   const SLayout& layout = source.GetLayout();
   const uint64_t catalogue = uint64_t{kObjectsPage} * layout.pageSize;
   std::set<uint32_t> owners;
   std::vector<uint8_t> page(layout.pageSize);
   data.GetTables().AddTable(catalogue);
+  job.status.SetText(u"Comparing the names of the tables with the template's: " + source.GetPath());
   for (uint64_t number = 0; number < source.GetPageCount(); number++) {
+    if (!job.repairing.IsRunning()) return owners;
     if (!source.ReadPage(number, page) || page[1] != kPageFormatted) continue;
     if (page[0] == kPageDefinition) owners.insert(static_cast<uint32_t>(number));
     if (page[0] != kPageData || source.GetFreePages().IsFree(number)) continue;
@@ -44,7 +46,7 @@ Names ReadNames(CSource& source, const SRecoveryRules& rules, CJobContext& job,
   CAccessData data(rules, workFolder);
   data.source = source.GetFacts();
   const uint32_t pageSize = source.GetLayout().pageSize;
-  const std::set<uint32_t> owners = CreditCatalogue(source, data);
+  const std::set<uint32_t> owners = CreditCatalogue(source, data, job);
   CDefinitionDecoder(source.GetLayout(), rules, data.source.codePage)
       .ParseTableDefinitions(data, source, job);
   for (const auto& table : data.GetTables()) table->columns.SortByNumber();

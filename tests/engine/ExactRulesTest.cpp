@@ -111,6 +111,21 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
+TEST_P(ExactRules, TheSearchForPagesTellsHowFarItIsAndCanBeStopped) {
+  Bytes bytes(size_t{3} << 20, 0xAB);
+  const Bytes sound = file.Build();
+  bytes.insert(bytes.end(), sound.begin(), sound.end());
+  const CTempFile moved(bytes);
+  CPageReader reader;
+  ASSERT_TRUE(reader.Open(moved.GetPath()));
+  CJobContext job;
+  job.repairing.SetRunning(true);
+  EXPECT_EQ(FindPages(reader, 0, &job).layout, &layout);
+  EXPECT_GT(job.progress.GetPos(), job.progress.GetMax() / 2);
+  job.Stop();
+  EXPECT_EQ(FindPages(reader, 0, &job).layout, nullptr);
+}
+
 TEST_P(ExactRules, OwnersTellHowManyPagesAreMissingInFront) {
   Bytes bytes = file.Build();
   bytes.erase(bytes.begin(), bytes.begin() + 2 * layout.pageSize);
