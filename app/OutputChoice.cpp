@@ -1,5 +1,6 @@
 #include "app/OutputChoice.h"
 
+#include "app/OutputFile.h"
 #include "app/TextSearch.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
@@ -9,7 +10,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kPrefix = u"Tolvane_";
 constexpr size_t kMaximumReason = 1024;
 
 std::u16string OutputExtension(const SOutputOrigin& origin) {
@@ -58,7 +58,7 @@ std::u16string FindFreePath(std::u16string path, const std::u16string& extension
 SFileQuestion AskForOutputFile(const SOutputOrigin& origin) {
   SFileQuestion question;
   question.defaultExtension = OutputExtension(origin);
-  question.defaultName = std::u16string(kPrefix) + std::u16string(FileNameOf(origin.corruptedPath));
+  question.defaultName = std::u16string(kOutputPrefix) + std::u16string(FileNameOf(origin.corruptedPath));
   question.folder = FolderOf(origin.corruptedPath);
   const std::u16string folded = FoldCase(question.defaultExtension);
   if (folded == u"accdb") {

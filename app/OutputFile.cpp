@@ -12,7 +12,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kPrefix = u"Tolvane_";
 constexpr std::u16string_view kPartialMark = u".tolvane-";
 constexpr std::u16string_view kPartialEnding = u".partial";
 // Keeps a partial name within what file systems take, in UTF-8 too.
@@ -51,7 +50,7 @@ std::vector<std::u16string> RemoveStalePartials(std::u16string_view path) {
 
 std::u16string DefaultOutputPath(std::u16string_view source, std::u16string_view ending) {
   std::u16string path(FolderOf(source));
-  path += kPrefix;
+  path += kOutputPrefix;
   path += FileNameOf(source);
   if (ending.empty() || FoldCase(path).ends_with(FoldCase(ending))) return path;
   for (const std::u16string_view other : {u".mdb", u".accdb"})

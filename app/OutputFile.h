@@ -9,6 +9,9 @@
 
 namespace tolvane {
 
+// In front of the source's name: the output's, where the user names none.
+inline constexpr std::u16string_view kOutputPrefix = u"Tolvane_";
+
 // "Tolvane_NAME.EXT" beside the source. With an `ending` (".mdb", ".accdb"): instead of the source's own
 // where that belongs to the other family, else behind it.
 std::u16string DefaultOutputPath(std::u16string_view source, std::u16string_view ending = {});

@@ -14,7 +14,6 @@
 
 namespace tolvane {
 
-inline constexpr uint16_t kObjectsProperties = 14;             // column number
 inline constexpr size_t kLongestProperties = size_t{4} << 20;  // longer ones are not looked at
 
 void CheckProperties(SCheckContext& context, std::span<const uint8_t> blob, SPlace place);

@@ -3,14 +3,10 @@
 #include <algorithm>
 
 #include "checker/PropertyCheck.h"
+#include "format/CompressedText.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
-namespace {
-
-constexpr uint8_t kCompressedMark[] = {0xFF, 0xFE};
-
-}  // namespace
-
 bool CTableCheck::Open(uint32_t definitionPage) {
   m_context.live.Clear();
   m_context.bodies.Clear();
@@ -142,8 +138,7 @@ void CTableCheck::CheckLongValue(const SCheckedColumn& column, std::span<const u
 
 void CTableCheck::CheckText(const SCheckedColumn& column, std::span<const uint8_t> value, SPlace place) {
   if (column.IsCalculated()) return;
-  const bool isCompressed = !m_context.file.IsJet3() && value.size() >= 2 && value[0] == kCompressedMark[0] &&
-                            value[1] == kCompressedMark[1];
+  const bool isCompressed = !m_context.file.IsJet3() && IsTextCompressed(value);
   const size_t length = isCompressed ? 2 * (value.size() - 2) : value.size();
   if (length > column.length)
     m_context.findings.Error(

@@ -78,8 +78,8 @@ std::string DrawBadPages(const SFindings& findings, const SPageStyle& style) {
   return text;
 }
 
-std::string DrawFindings(const SPageTotals& totals, const SFindings& findings, const SArguments& arguments,
-                         const SPageStyle& style) {
+std::string DrawPages(const SPageTotals& totals, const SFindings& findings, const SArguments& arguments,
+                      const SPageStyle& style) {
   constexpr size_t kUsualWidth = 80;
   std::string text = Heading("Source", style) + "  " + ToDisplay(arguments.source) + "\n  " +
                      (totals.isJet3 ? "Jet 3" : "Jet 4 or ACE") + ", " + Counted(totals.pages, "page") +
@@ -147,7 +147,7 @@ SCommandEnd RunInspect(CSession& session) {
     if (!PrintJson(DescribeFindings(totals, findings, arguments, status))) return OutputLost();
     return status;
   }
-  if (auto failure = Print(DrawFindings(totals, findings, arguments, OutputStyle()))) return *failure;
+  if (auto failure = Print(DrawPages(totals, findings, arguments, OutputStyle()))) return *failure;
   return status;
 }
 

@@ -48,10 +48,6 @@ if(TOLVANE_PCH)
     <memory> <mutex> <optional> <set> <span> <string> <string_view> <unordered_map> <unordered_set> <utility> <vector>)
 endif()
 
-# Folders whose sources the release build compiles several at a time; the rest share private names.
-set(TOLVANE_TOGETHER app checker cli embedded format query)
-set(TOLVANE_ALONE QueryCheck.cpp)
-
 # tolvane_library(NAME SOURCES file... LINKS target...)
 # One static library a folder, linked only to the folders that it may include.
 function(tolvane_library name)
@@ -61,9 +57,8 @@ function(tolvane_library name)
   if(TOLVANE_PCH)
     target_precompile_headers(tolvane_${name} REUSE_FROM tolvane_standard)
   endif()
-  if(TOLVANE_UNITY AND name IN_LIST TOLVANE_TOGETHER)
-    set_target_properties(tolvane_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
-    set_source_files_properties(${TOLVANE_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  if(TOLVANE_UNITY)
+    set_target_properties(tolvane_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
   endif()
   set_property(GLOBAL APPEND PROPERTY TOLVANE_SOURCES ${arg_SOURCES})
 endfunction()

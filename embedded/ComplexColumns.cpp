@@ -39,7 +39,7 @@ std::u16string Cut(std::u16string name) {
   return name;
 }
 
-SColumnDefinition MakeColumn(std::u16string name, uint8_t type, STextOrder order) {
+SColumnDefinition MakeFlatColumn(std::u16string name, uint8_t type, STextOrder order) {
   SColumnDefinition column;
   column.name = std::move(name);
   column.type = type;
@@ -50,8 +50,8 @@ SColumnDefinition MakeColumn(std::u16string name, uint8_t type, STextOrder order
 }
 
 std::vector<SColumnDefinition> MakeHistoryColumns(STextOrder order, std::u16string_view memo) {
-  return {MakeColumn(std::u16string(memo), kTypeMemo, order),
-          MakeColumn(std::u16string(kModified), kTypeDate, kNoOrder)};
+  return {MakeFlatColumn(std::u16string(memo), kTypeMemo, order),
+          MakeFlatColumn(std::u16string(kModified), kTypeDate, kNoOrder)};
 }
 
 std::vector<SColumnDefinition> MakeValueColumns(const SLayout& layout, STextOrder order, EComplexKind kind) {
@@ -95,7 +95,7 @@ const EComplexKind* FindComplexKind(int16_t daoType) {
 }
 
 SColumnDefinition MakeComplexColumn(std::u16string_view name, bool isHistory) {
-  SColumnDefinition column = MakeColumn(std::u16string(name), kTypeComplex, {});
+  SColumnDefinition column = MakeFlatColumn(std::u16string(name), kTypeComplex, {});
   column.flags = kColumnFixed | kColumnUpdatable | kColumnAutoNumber;
   if (isHistory) column.extendedFlags = kColumnOfHistory;
   return column;
@@ -132,11 +132,11 @@ SNamedDefinition MakeFlatTable(const SLayout& layout, STextOrder order, const SN
   const uint16_t unique = isFile ? 2 : 0;  // FileName or Value
   flat.valueColumn = definition.columns.front().name;
   SColumnDefinition& counter = definition.columns.emplace_back(
-      MakeColumn(Cut(std::u16string(table) + u'_' + complex.column), kTypeLong, kNoOrder));
+      MakeFlatColumn(Cut(std::u16string(table) + u'_' + complex.column), kTypeLong, kNoOrder));
   counter.flags |= kColumnAutoNumber;
   counter.extendedFlags = kColumnFlatRowId;
   SColumnDefinition& foreign =
-      definition.columns.emplace_back(MakeColumn(Cut(u'_' + complex.column), kTypeLong, kNoOrder));
+      definition.columns.emplace_back(MakeFlatColumn(Cut(u'_' + complex.column), kTypeLong, kNoOrder));
   foreign.extendedFlags = kColumnFlatKey;
   const std::u16string keyName = foreign.name;
   definition.LayOutColumns();

@@ -14,7 +14,7 @@
 namespace tolvane {
 namespace {
 
-CDaoResult Refuse(EHeaderVerdict verdict) {
+CDaoResult RefuseHeader(EHeaderVerdict verdict) {
   switch (verdict) {
     case EHeaderVerdict::OtherVersion:
       return {EDaoError::NotSupported, u"The database has a version of the format that is not known."};
@@ -89,7 +89,7 @@ CDaoResult CEmbeddedFile::LoadDatabase() {
   if (CDaoResult result = m_file.Read(kHeaderPage, page); !result.IsOk()) return result;
   if (const EHeaderVerdict verdict = ParseHeaderPage(GetLayout(), page, m_header);
       verdict != EHeaderVerdict::Ok)
-    return Refuse(verdict);
+    return RefuseHeader(verdict);
   if (CDaoResult result = LoadGlobalMap(m_file); !result.IsOk()) return result;
   return m_catalogue.Load(m_header);
 }

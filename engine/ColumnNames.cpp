@@ -57,7 +57,7 @@ Names NamesOfMap(std::span<const uint8_t> map) {
   return names;
 }
 
-std::u16string TextOf(const std::string& stored, const SSourceFacts& source) {
+std::u16string StoredText(const std::string& stored, const SSourceFacts& source) {
   const std::span bytes(reinterpret_cast<const uint8_t*>(stored.data()), stored.size());
   if (!source.isJet3) return UnitsOf(bytes);
   std::u16string text;
@@ -71,7 +71,7 @@ Names NamesOfBlob(const Bytes& blob, const SSourceFacts& source, size_t count) {
   DecodePropertyBlob(source.isJet3, blob, owners);
   Names names;
   for (const SPropertyOwner& owner : owners) {
-    if (owner.kind == kPropertiesOfColumn) names.push_back(TextOf(owner.name, source));
+    if (owner.kind == kPropertiesOfColumn) names.push_back(StoredText(owner.name, source));
     if (owner.kind != kPropertiesOfObject) continue;
     for (const SStoredProperty& property : owner.properties) {
       if (property.name != kNameMap) continue;

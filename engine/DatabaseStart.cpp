@@ -29,7 +29,7 @@ constexpr int kStartsTried = 16;
 // Foreign bytes look like the head of a page by chance; hardly twice.
 constexpr int kHeadsByChance = 1;
 
-bool HasCatalogue(CPageReader& file, uint64_t start, uint32_t pageSize) {
+bool HasCatalogueBehind(CPageReader& file, uint64_t start, uint32_t pageSize) {
   std::array<uint8_t, kDefinitionHeadBytes.size()> head{};
   file.ReadFile(start + uint64_t{kObjectsPage} * pageSize, head);
   return head == kDefinitionHeadBytes;
@@ -58,13 +58,14 @@ std::string_view ReadText(CPageReader& file, std::vector<uint8_t>& buffer) {
 uint64_t FindDatabaseStart(CPageReader& file) {
   std::vector<uint8_t> buffer(kHeaderText.size());
   if (ReadText(file, buffer) == kHeaderText) return 0;
-  if (HasCatalogue(file, 0, kLayoutJet3.pageSize) || HasCatalogue(file, 0, kLayoutJet4.pageSize)) return 0;
+  if (HasCatalogueBehind(file, 0, kLayoutJet3.pageSize) || HasCatalogueBehind(file, 0, kLayoutJet4.pageSize))
+    return 0;
   buffer.resize(kBytesSearched);
   const std::string_view text = ReadText(file, buffer);
   size_t start = text.find(kHeaderText);
   for (int tried = 0; tried < kStartsTried && start != std::string_view::npos; ++tried) {
     const uint32_t pageSize = PageSizeOf(text.substr(start));
-    if (HasCatalogue(file, start, pageSize) && !HasPages(text.substr(0, start), pageSize)) return start;
+    if (HasCatalogueBehind(file, start, pageSize) && !HasPages(text.substr(0, start), pageSize)) return start;
     start = text.find(kHeaderText, start + 1);
   }
   return 0;

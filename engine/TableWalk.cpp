@@ -20,7 +20,7 @@ constexpr uint64_t kMovedBase = uint64_t{16} << 20;
 // Pages of a table that are looked at to learn what its rows are like.
 constexpr size_t kPagesLearned = 64;
 
-constexpr uint64_t kNoPage = ~uint64_t{0};
+constexpr uint64_t kNoTarget = ~uint64_t{0};
 
 }  // namespace
 
@@ -41,7 +41,7 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext
       m_frame(m_layout.row),
       m_page(m_layout.pageSize),
       m_target(m_layout.pageSize),
-      m_targetOffset(kNoPage),
+      m_targetOffset(kNoTarget),
       m_movedBytesLeft(kMovedYield * m_reader.GetLength() + kMovedBase) {
   if (!claims.GetLongValuePages().IsEmpty()) m_longValues.UseBrokenPages(claims.GetLongValuePages());
 }
@@ -148,7 +148,7 @@ void CTableWalk::LearnRows() {
     if (m_reader.ReadPage(*page, m_target)) LearnPage();
     page += std::min<ptrdiff_t>(static_cast<ptrdiff_t>(step), m_table->dataPages.end() - page);
   }
-  m_targetOffset = kNoPage;
+  m_targetOffset = kNoTarget;
   m_profile->Conclude();
 }
 
@@ -273,7 +273,7 @@ bool CTableWalk::LoadTarget(uint64_t offset) {
   if (offset == m_targetOffset) return true;
   const uint64_t length = m_reader.GetLength();
   if (length < m_layout.pageSize || offset > length - m_layout.pageSize) return false;
-  m_targetOffset = kNoPage;
+  m_targetOffset = kNoTarget;
   if (!m_reader.ReadPage(offset, m_target)) return false;
   m_targetOffset = offset;
   return true;

@@ -59,7 +59,7 @@ bool TakeOwner(CByteTaker taker, size_t size, const std::vector<std::string>& na
   return true;
 }
 
-void AppendBlock(std::vector<uint8_t>& blob, uint16_t kind, const std::vector<uint8_t>& body) {
+void AppendPropertyBlock(std::vector<uint8_t>& blob, uint16_t kind, const std::vector<uint8_t>& body) {
   AppendLittle(blob, static_cast<uint32_t>(kBlockHead + body.size()));
   AppendLittle(blob, kind);
   blob.insert(blob.end(), body.begin(), body.end());
@@ -131,8 +131,8 @@ std::vector<uint8_t> EncodePropertyBlob(bool isJet3, std::span<const SPropertyOw
   std::vector<uint8_t> blob;
   Append(blob, isJet3 ? kMagicJet3 : kMagicJet4);
   const CNameList names(owners);
-  AppendBlock(blob, kNames, names.GetBody());
-  for (const SPropertyOwner& owner : owners) AppendBlock(blob, owner.kind, EncodeOwner(owner, names));
+  AppendPropertyBlock(blob, kNames, names.GetBody());
+  for (const SPropertyOwner& owner : owners) AppendPropertyBlock(blob, owner.kind, EncodeOwner(owner, names));
   return blob;
 }
 

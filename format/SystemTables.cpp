@@ -187,7 +187,7 @@ bool IsVariable(uint8_t type) {
   return type == kTypeText || type == kTypeBinary || IsLongValueType(type);
 }
 
-SColumnDefinition MakeColumn(const SLayout& layout, const SColumn& from) {
+SColumnDefinition ColumnFrom(const SLayout& layout, const SColumn& from) {
   SColumnDefinition column;
   column.name = from.name;
   column.type = from.type;
@@ -198,7 +198,7 @@ SColumnDefinition MakeColumn(const SLayout& layout, const SColumn& from) {
 }
 
 SColumnDefinition MakeSystemColumn(const SLayout& layout, const SColumn& from) {
-  SColumnDefinition column = MakeColumn(layout, from);
+  SColumnDefinition column = ColumnFrom(layout, from);
   column.flags |= kColumnSystem;
   if (from.name == u"Owner" || from.name == u"SID") column.flags |= kColumnSid;
   return column;
@@ -206,7 +206,7 @@ SColumnDefinition MakeSystemColumn(const SLayout& layout, const SColumn& from) {
 
 // Kinds of complex columns are tables as users' are, but for a decimal that is variable and marked files.
 SColumnDefinition MakeKindColumn(const SColumn& from, bool isOfFile) {
-  SColumnDefinition column = MakeColumn(kLayoutAce, from);
+  SColumnDefinition column = ColumnFrom(kLayoutAce, from);
   if (isOfFile) column.extendedFlags = kColumnOfFile;
   if (from.type != kTypeDecimal) return column;
   column.flags = kColumnUpdatable;

@@ -33,40 +33,40 @@ std::string ConverterName(uint32_t codePage) {
   return "CP" + std::to_string(codePage);
 }
 
-// Owns one conversion descriptor.
-class CConverter {
- public:
-  CConverter(const char* to, const char* from) : m_descriptor(iconv_open(to, from)) {}
-  ~CConverter() {
-    if (IsOpen()) iconv_close(m_descriptor);
-  }
-  CConverter(const CConverter&) = delete;
-  CConverter& operator=(const CConverter&) = delete;
-  [[nodiscard]] bool IsOpen() const { return m_descriptor != kClosed; }
-
-  // Converts the whole input; the bytes made, or -1 with errno.
-  ssize_t Convert(std::span<const uint8_t> in, std::span<uint8_t> out) {
-    iconv(m_descriptor, nullptr, nullptr, nullptr, nullptr);
-    auto* source = const_cast<char*>(reinterpret_cast<const char*>(in.data()));
-    auto* target = reinterpret_cast<char*>(out.data());
-    size_t sourceLeft = in.size();
-    size_t targetLeft = out.size();
-    constexpr auto kFailed = static_cast<size_t>(-1);
-    if (iconv(m_descriptor, &source, &sourceLeft, &target, &targetLeft) == kFailed) return -1;
-    // Some pages hold a letter back until they know whether an accent follows.
-    if (iconv(m_descriptor, nullptr, nullptr, &target, &targetLeft) == kFailed) return -1;
-    return static_cast<ssize_t>(out.size() - targetLeft);
-  }
-
- private:
-  inline static const auto kClosed =
-      std::bit_cast<iconv_t>(intptr_t{-1});  // what iconv_open answers on failure
-  iconv_t m_descriptor;
-};
-
 }  // namespace
 
 struct CSystemCodePage::SState {
+  // Owns one conversion descriptor.
+  class CConverter {
+   public:
+    CConverter(const char* to, const char* from) : m_descriptor(iconv_open(to, from)) {}
+    ~CConverter() {
+      if (IsOpen()) iconv_close(m_descriptor);
+    }
+    CConverter(const CConverter&) = delete;
+    CConverter& operator=(const CConverter&) = delete;
+    [[nodiscard]] bool IsOpen() const { return m_descriptor != kClosed; }
+
+    // Converts the whole input; the bytes made, or -1 with errno.
+    ssize_t Convert(std::span<const uint8_t> in, std::span<uint8_t> out) {
+      iconv(m_descriptor, nullptr, nullptr, nullptr, nullptr);
+      auto* source = const_cast<char*>(reinterpret_cast<const char*>(in.data()));
+      auto* target = reinterpret_cast<char*>(out.data());
+      size_t sourceLeft = in.size();
+      size_t targetLeft = out.size();
+      constexpr auto kFailed = static_cast<size_t>(-1);
+      if (iconv(m_descriptor, &source, &sourceLeft, &target, &targetLeft) == kFailed) return -1;
+      // Some pages hold a letter back until they know whether an accent follows.
+      if (iconv(m_descriptor, nullptr, nullptr, &target, &targetLeft) == kFailed) return -1;
+      return static_cast<ssize_t>(out.size() - targetLeft);
+    }
+
+   private:
+    inline static const auto kClosed =
+        std::bit_cast<iconv_t>(intptr_t{-1});  // what iconv_open answers on failure
+    iconv_t m_descriptor;
+  };
+
   explicit SState(const std::string& name) : decoder(kUtf16, name.c_str()), encoder(name.c_str(), kUtf16) {}
   CConverter decoder;
   CConverter encoder;

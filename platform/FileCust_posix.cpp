@@ -35,8 +35,6 @@ struct CFileCust::SHandle {
 
 namespace {
 
-constexpr size_t kMaxTransfer = size_t{1} << 30;  // the kernel's own limit is just below 2 GiB
-
 int OpenFlags(EFileAccess access, EFileCreation creation) {
   int flags = O_CLOEXEC | O_NOCTTY;
   switch (access) {

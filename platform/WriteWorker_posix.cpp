@@ -8,9 +8,7 @@
 
 namespace tolvane {
 
-namespace {
-constexpr size_t kMaxTransfer = size_t{1} << 30;  // the kernel's own limit is just below 2 GiB
-}
+namespace {}
 
 uint32_t WriteAllAt(int descriptor, const uint8_t* bytes, size_t size, uint64_t offset) {
   for (size_t done = 0; done < size;) {

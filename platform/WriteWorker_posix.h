@@ -10,6 +10,9 @@
 
 namespace tolvane {
 
+// Bytes in one call; the kernel's own limit is just below 2 GiB.
+inline constexpr size_t kMaxTransfer = size_t{1} << 30;
+
 // Started by the first write. Its destructor, at the end of the program, finishes what is queued.
 class CWriteWorker {
  public:

@@ -29,7 +29,7 @@ void PutNumber(int64_t value, size_t digits, size_t at, std::array<char16_t, kPl
 }
 
 // Twelve-hour clock: hours 0 and 12 are both "12".
-void AppendTime(int64_t seconds, std::u16string& text) {
+void AppendClock(int64_t seconds, std::u16string& text) {
   const int64_t hour = seconds / 3600;
   std::array<char16_t, 11> time{u'0', u'0', u':', u'0', u'0', u':', u'0', u'0', u' ', u'A', u'M'};
   PutNumber(hour % 12 == 0 ? 12 : hour % 12, 2, 0, time);
@@ -74,7 +74,7 @@ bool CDataConversion::DateToText(std::span<const uint8_t, kDateBytes> bytes, EMi
   }
   AppendDay(*day, text);
   if (seconds != 0 || blank == EMidnightBlank::Keep) text += u' ';
-  if (seconds != 0) AppendTime(seconds, text);
+  if (seconds != 0) AppendClock(seconds, text);
   return true;
 }
 

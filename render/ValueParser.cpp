@@ -76,7 +76,7 @@ class CTextCursor {
 };
 
 // Digits with at most one point among them; false without any digit.
-bool TakeDigits(CTextCursor& cursor, SDecimal& decimal) {
+bool TakeMantissa(CTextCursor& cursor, SDecimal& decimal) {
   bool anyDigit = false;
   bool afterPoint = false;
   while (true) {
@@ -110,7 +110,7 @@ bool ParseDecimal(std::u16string_view text, SDecimal& decimal) {
   CTextCursor cursor(text);
   decimal.negative = cursor.Take(u'-');
   if (!decimal.negative && cursor.Take(u'+')) text.remove_prefix(1);
-  if (!TakeDigits(cursor, decimal) || !TakeExponent(cursor, decimal) || !cursor.IsAtEnd()) return false;
+  if (!TakeMantissa(cursor, decimal) || !TakeExponent(cursor, decimal) || !cursor.IsAtEnd()) return false;
   for (const char16_t unit : text) decimal.spelling[decimal.spellingLength++] = static_cast<char>(unit);
   return true;
 }

@@ -13,7 +13,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr size_t kCountBytes = 4;
 constexpr size_t kBufferBytes = 256 * 1024;
 // No system's path is longer; a list record that claims more names nothing.
 constexpr uint32_t kMaximumPathBytes = 2 * 65536;

@@ -12,7 +12,6 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kBlockBytes = 256 * 1024;
-constexpr size_t kCountBytes = 4;
 
 }  // namespace
 

@@ -18,6 +18,9 @@
 
 namespace tolvane {
 
+// In front of a record's bytes: how many there are.
+inline constexpr size_t kCountBytes = 4;
+
 class CValueStream {
  public:
   static constexpr size_t kAllUnits = ~size_t{0};

@@ -24,7 +24,7 @@ constexpr std::u16string_view kIdsOfTheirDatabase[] = {u"GUID", u"NameMap"};
 // Blocks of properties have some kilobytes; a length of nonsense must not fill the memory.
 constexpr uint64_t kMostBytes = 1U << 20;
 
-using Bytes = std::vector<uint8_t>;
+using Blob = std::vector<uint8_t>;
 
 struct SCatalogueCells {
   std::optional<uint32_t> id;
@@ -32,7 +32,7 @@ struct SCatalogueCells {
   std::optional<SObjectPlace> properties;
 };
 
-SCatalogueCells ReadCells(const CAccessTable& catalogue, CTableRowReader& rows, Bytes& record) {
+SCatalogueCells ReadCells(const CAccessTable& catalogue, CTableRowReader& rows, Blob& record) {
   SCatalogueCells cells;
   for (const CAccessColumn& column : catalogue.columns) {
     rows.ReadRecord(record);
@@ -49,7 +49,7 @@ SCatalogueCells ReadCells(const CAccessTable& catalogue, CTableRowReader& rows, 
   return cells;
 }
 
-bool ReadBlob(const SObjectPlace& place, Bytes& blob) {
+bool ReadBlob(const SObjectPlace& place, Blob& blob) {
   CSideFileSource source;
   if (place.length > kMostBytes || !source.Open(place)) return false;
   blob.resize(static_cast<size_t>(place.length));
@@ -65,7 +65,7 @@ bool ReadBlob(const SObjectPlace& place, Bytes& blob) {
 template <typename T>
 void Widen(uint32_t codePage, T& text) {
   std::u16string units;
-  Bytes wide;
+  Blob wide;
   DecodeCodePage(codePage, {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, units);
   AppendUnits(wide, units);
   text.assign(wide.begin(), wide.end());
@@ -91,7 +91,7 @@ bool IsTooLong(const SStoredProperty& property) {
 }
 
 // False when the blob cannot be followed to its end; what stands in front of the break is taken.
-bool TakeProperties(const SSourceFacts& source, const Bytes& blob, Bytes& properties) {
+bool TakeProperties(const SSourceFacts& source, const Blob& blob, Blob& properties) {
   std::vector<SPropertyOwner> owners;
   bool isWhole = DecodePropertyBlob(source.isJet3, blob, owners);
   for (SPropertyOwner& owner : owners) {
@@ -100,7 +100,7 @@ bool TakeProperties(const SSourceFacts& source, const Bytes& blob, Bytes& proper
     if (std::erase_if(owner.properties, IsTooLong) > 0) isWhole = false;
   }
   std::erase_if(owners, [](const SPropertyOwner& owner) { return owner.properties.empty(); });
-  properties = owners.empty() ? Bytes() : EncodePropertyBlob(false, owners);
+  properties = owners.empty() ? Blob() : EncodePropertyBlob(false, owners);
   return isWhole;
 }
 
@@ -116,7 +116,7 @@ void ReadQueryProperties(const CAccessData& data, CTList<CQuery>& queries) {
     byId.emplace(static_cast<uint32_t>(ParseQueryNumber(query->rows.GetHead()->ObjectId)), query);
   CTableRowReader rows(catalogue->columns.GetCount());
   if (byId.empty() || !rows.Open(catalogue->GetDataFilePath())) return;
-  Bytes record, blob;
+  Blob record, blob;
   while (rows.BeginRow()) {
     const SCatalogueCells cells = ReadCells(*catalogue, rows, record);
     if (cells.type != uint16_t{kObjectQuery} || !cells.id || !cells.properties) continue;

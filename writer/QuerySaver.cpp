@@ -17,8 +17,6 @@ namespace {
 
 // Queries that forms and reports keep for themselves.
 constexpr std::u16string_view kHiddenPrefix = u"~sq";
-// Refusals of one name before its query is given up.
-constexpr int kNameAttempts = 12;
 
 // Where each column of MSysQueries goes, by column number.
 constexpr std::array<std::u16string CQueryAttributes::*, 8> kCells{

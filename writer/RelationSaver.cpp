@@ -50,10 +50,6 @@ std::u16string GiveUpEnforcing(CDaoRelationInfo& info, std::u16string_view reaso
   return std::u16string(reason);
 }
 
-std::u16string Quoted(std::u16string_view name) {
-  return u"\"" + std::u16string(name) + u"\"";
-}
-
 std::u16string NameOf(const SRecoveredRelation& relation) {
   if (!relation.name.empty()) return u"Relationship " + Quoted(relation.name);
   return u"The relationship of tables " + Quoted(relation.referencedTable) + u" and " +

@@ -38,6 +38,10 @@ std::u16string MakeBase(std::u16string_view wanted, std::u16string_view stem) {
 
 }  // namespace
 
+std::u16string Quoted(std::u16string_view name) {
+  return u"\"" + std::u16string(name) + u"\"";
+}
+
 bool IsSafeName(std::u16string_view name) {
   return !name.empty() && name.size() <= kMaximumName && name.front() != u' ' && name.back() != u' ' &&
          std::none_of(name.begin(), name.end(), IsRefused);

@@ -10,9 +10,15 @@
 
 namespace tolvane {
 
+// Refusals of one name before what bears it is given up.
+inline constexpr int kNameAttempts = 12;
+
 // True when a name keeps the rules that all formats share: 1 to 64 units, no control character or half of a
 // pair, none of . ! ` [ ] " and no leading or final blank.
 bool IsSafeName(std::u16string_view name);
+
+// As messages show it.
+std::u16string Quoted(std::u16string_view name);
 
 // What a format without Unicode holds of a name, "_" for the rest; empty when more than half would be "_".
 std::u16string NarrowName(std::u16string_view name);

@@ -13,7 +13,6 @@ namespace {
 constexpr int32_t kTableAttributes = 0x10000;
 constexpr size_t kMaximumFields = 255;
 // Refusals of one name before it is given up.
-constexpr int kNameAttempts = 12;
 
 bool IsNameRefusal(EDaoError code) {
   switch (code) {
@@ -38,10 +37,6 @@ CDaoResult CreateField(const SFieldPlan& plan, CDaoTableDef& tableDef) {
 // A name that is refused although it is safe has characters that the format's code page does not hold.
 bool NeedsNarrowName(const CDaoResult& refusal, std::u16string_view name) {
   return refusal.code == EDaoError::InvalidName && IsSafeName(name);
-}
-
-std::u16string Quoted(std::u16string_view name) {
-  return u"\"" + std::u16string(name) + u"\"";
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 1. No type is defined twice in one namespace: a linker would silently take one of the two for both. Types inside an
    unnamed namespace belong to their file.
 2. No two headers of the program carry one file name, so that an include says what it means wherever it stands.
+3. What the unnamed namespaces of a folder's files hold has one name each: the release build compiles several files of
+   a folder as one.
 
 The test programs are linked with the program, each folder of tests for itself: the same holds there.
 
@@ -26,6 +28,30 @@ TOKEN = re.compile(r'''
   | (?P<type>\b(?:struct|class|union|enum(?:\s+class)?)\s+(?:alignas\([^)]*\)\s*)?(?P<name>[A-Z]\w*)(?:\s+final)?\s*
       (?::(?!:)[^;{()]*)?\{)
   | [{}]''', re.X | re.S | re.M)
+
+
+# At the start of a line of a namespace: what it declares there.
+DECLARED = re.compile(r'''^(?!using\b)(?:template\s*<[^>]*>\s*)?(?:(?:constexpr|inline|static|const|struct|class|enum)\s+)*
+    (?:[\w:]+(?:<[^;={}]*?>)?[\s*&]+)?(?P<name>\w+)\s*[(={;[<]''', re.M | re.X)
+NO_NAMES = {'return', 'if', 'for', 'while', 'switch', 'operator', 'static_assert'}
+
+
+def private_names(text):
+    """What the unnamed namespaces of the text declare."""
+    parts, scopes, end = [], [], 0  # scopes: as in types_of
+    for token in TOKEN.finditer(text):
+        is_private = '' in scopes and all(scope is not None for scope in scopes)
+        if is_private:
+            parts += [text[end:token.start()], '\n%s;\n' % token[0][:-1] if token['type'] else token[0][:1]]
+        end = token.end()
+        if token['namespace']:
+            scopes.append(token['space'])
+        elif token[0] == '{' or token['type']:
+            scopes.append(None)
+        elif token[0] == '}' and scopes:
+            scopes.pop()
+            parts.append('}\n')
+    return {found['name'] for found in DECLARED.finditer(''.join(parts))} - NO_NAMES
 
 
 def types_of(text):
@@ -68,17 +94,24 @@ def twice(places):
 
 
 def check(root, paths):
-    types, headers = collections.defaultdict(list), collections.defaultdict(list)
+    types, headers, private = (collections.defaultdict(list) for _ in range(3))
     for path in paths:
         with open(os.path.join(root, path), encoding='utf-8') as source:
-            for name, line in types_of(source.read()):
-                types[name].append((path, line))
+            text = source.read()
+        for name, line in types_of(text):
+            types[name].append((path, line))
+        folder = path.split('/')[0]
+        if path.endswith('.cpp') and folder not in NOT_THE_PROGRAM and folder not in ('samples', 'ui'):
+            for name in private_names(text):
+                private[folder, name].append((path, 1))
         if path.endswith('.h'):
             headers[os.path.basename(path).lower()].append((path, 1))
     return ['%s:%d: %s is also defined in %s:%d' % (*other, name, *one)
             for name, places in sorted(types.items()) for one, other in twice(places)] + [
             '%s:%d: %s is also the name of %s' % (*other, name, one[0])
-            for name, places in sorted(headers.items()) for one, other in twice(places)]
+            for name, places in sorted(headers.items()) for one, other in twice(places)] + [
+            '%s:%d: the private name %s is also one in %s' % (*other, name, one[0])
+            for (_, name), places in sorted(private.items()) for one, other in twice(places)]
 
 
 def sources(root):

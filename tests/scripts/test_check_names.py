@@ -7,6 +7,9 @@ import tempfile
 import check_names
 
 ONE = 'namespace tolvane {\nstruct SRow {\n  int a;\n};\n}\n'
+PRIVATE = ('namespace tolvane {\nnamespace {\nconstexpr size_t kMost%s = 3;\nstd::vector<int> Make(int a) {\n  int b = a;\n'
+           '  return {b};\n}\nstruct SLocal {\n  int a = 0;\n};\nbool Is%s(int a) {\n  return a == 1;\n}\n}\nint Make2() {\n'
+           '  int b = 1;\n  return b;\n}\n}\n')
 CASES = [  # files with their texts, breaches
     ({'app/A.h': ONE, 'cli/B.h': ONE}, 1),
     ({'app/A.h': ONE, 'cli/B.h': ONE, 'ui/C.h': ONE}, 3),
@@ -21,6 +24,10 @@ CASES = [  # files with their texts, breaches
     ({'app/A.h': ONE, 'tests/app/ATest.cpp': ONE}, 1),
     ({'tests/app/ATest.cpp': ONE, 'tests/cli/BTest.cpp': ONE}, 0),
     ({'tests/support/A.h': ONE, 'tests/cli/BTest.cpp': ONE}, 1),
+    ({'app/A.cpp': PRIVATE % ('', ''), 'app/B.cpp': PRIVATE % ('', '')}, 4),
+    ({'app/A.cpp': PRIVATE % ('', ''), 'app/B.cpp': PRIVATE % ('B', 'B')}, 2),
+    ({'app/A.cpp': PRIVATE % ('', ''), 'cli/B.cpp': PRIVATE % ('', '')}, 0),
+    ({'app/A_win.cpp': PRIVATE % ('', ''), 'app/A_posix.cpp': PRIVATE % ('', '')}, 0),
     ({'app/Row.h': '', 'cli/Row.h': ''}, 1),
     ({'app/Row.cpp': '', 'cli/Row.cpp': ''}, 0),
 ]

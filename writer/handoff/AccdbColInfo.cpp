@@ -9,10 +9,10 @@ namespace tolvane {
 
 namespace {
 
-constexpr size_t kLengthOffset = 0;
+constexpr size_t kColumnLengthOffset = 0;
 constexpr size_t kNameLengthOffset = 4;
-constexpr size_t kNameOffset = 8;
-constexpr size_t kSizeOffset = kNameOffset + TextAreaBytes(CAccdbColInfo::kNameUnits);
+constexpr size_t kColumnNameOffset = 8;
+constexpr size_t kSizeOffset = kColumnNameOffset + TextAreaBytes(CAccdbColInfo::kNameUnits);
 constexpr size_t kTypeOffset = kSizeOffset + 4;
 constexpr size_t kFlagsOffset = kTypeOffset + 4;
 constexpr size_t kHasComplexOffset = kFlagsOffset + 1;
@@ -57,9 +57,9 @@ std::u16string CAccdbColInfo::FindProblem() const {
 }
 
 void CAccdbColInfo::Encode(CAccdbImage item) const {
-  item.Put32(kLengthOffset, kItemBytes);
+  item.Put32(kColumnLengthOffset, kItemBytes);
   item.Put32(kNameLengthOffset, LengthOf(name));
-  item.PutText(kNameOffset, kNameUnits, name);
+  item.PutText(kColumnNameOffset, kNameUnits, name);
   item.Put32(kSizeOffset, size);
   item.Put32(kTypeOffset, type);
   item.Put8(kFlagsOffset, flags);

@@ -7,12 +7,12 @@ namespace tolvane {
 
 namespace {
 
-constexpr size_t kLengthOffset = 0;
-constexpr size_t kNameOffset = 8;
+constexpr size_t kTableLengthOffset = 0;
+constexpr size_t kTableNameOffset = 8;
 constexpr size_t kPathOffset = 1032;
 constexpr size_t kRowCountOffset = 3080;
 constexpr size_t kColumnsLengthOffset = 3088;
-constexpr size_t kColumnsOffset = 3096;
+constexpr size_t kTableColumnsOffset = 3096;
 // Behind the place of the columns' blob, which takes twice its length.
 constexpr size_t kIndexesLengthOffset = 3096;
 constexpr size_t kIndexesOffset = 3104;
@@ -42,13 +42,13 @@ std::vector<uint8_t> CAccdbTblInfo::EncodeImage() const {
   const size_t indexesLength = indexes.GetBlobLength();
   std::vector<uint8_t> bytes(2 * GetRecordLength());
   CAccdbImage image(bytes);
-  image.Put32(kLengthOffset, static_cast<uint32_t>(GetRecordLength()));
-  image.PutText(kNameOffset, kNameUnits, name);
+  image.Put32(kTableLengthOffset, static_cast<uint32_t>(GetRecordLength()));
+  image.PutText(kTableNameOffset, kNameUnits, name);
   image.PutText(kPathOffset, kPathUnits, dataFilePath);
   image.Put32(kRowCountOffset, rowCount);
   image.Put32(kColumnsLengthOffset, static_cast<uint32_t>(columnsLength));
   const std::vector<uint8_t> columnsImage = columns.EncodeImage();
-  image.PutBytes(kColumnsOffset, std::span(columnsImage).first(columnsLength));
+  image.PutBytes(kTableColumnsOffset, std::span(columnsImage).first(columnsLength));
   image.Put32(kIndexesLengthOffset + 2 * columnsLength, static_cast<uint32_t>(indexesLength));
   const std::vector<uint8_t> indexesImage = indexes.EncodeImage();
   image.PutBytes(kIndexesOffset + 2 * columnsLength, std::span(indexesImage).first(indexesLength));
