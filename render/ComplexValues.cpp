@@ -9,7 +9,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr size_t kCountBytes = 4;  // in front of a record
 constexpr std::u16string_view kBetweenItems = u"; ";
 
 // 0, which no record has, where there is none.
