@@ -62,80 +62,67 @@ void CLongValueCheck::CheckValue(const SCheckedColumn& column, std::span<const u
                                  SPlace place, size_t wanted, std::vector<uint8_t>& head) {
   head.clear();
   if (reference.empty()) return;
-  if (reference.size() < kReferenceSize) {
-    m_context.findings.Error("D7", place,
-                             Say(u"the reference of ", column.name, u" has ", reference.size(), u" bytes"));
-    return;
-  }
-  const auto word = GetLittle<uint32_t>(reference, 0);
-  const uint32_t length = word & kLongestLongValue, kind = word & ~kLongestLongValue;
-  if (kind == kLongValueInline) {
-    if (reference.size() != kReferenceSize + length)
-      m_context.findings.Error("D7", place,
-                               Say(u"the value of ", column.name, u" has ", reference.size() - kReferenceSize,
-                                   u" bytes in its row and states ", length));
-    AppendHead(reference.subspan(kReferenceSize), wanted, head);
-    return;
-  }
-  if (reference.size() != kReferenceSize)
-    m_context.findings.Error("D7", place,
-                             Say(u"the reference of ", column.name, u" has ", reference.size(), u" bytes"));
-  if (kind == kLongValueSingle)
-    CheckSingle(column, GetLittle<uint32_t>(reference, kReferencePointer), length, place, wanted, head);
-  else if (kind == kLongValueChain)
-    CheckChain(column, reference, place, wanted, head);
-  else
-    m_context.findings.Error("D7", place, Say(u"the value of ", column.name, u" is of an unknown kind"));
-}
-
-void CLongValueCheck::CheckSingle(const SCheckedColumn& column, uint32_t pointer, uint32_t length,
-                                  SPlace place, size_t wanted, std::vector<uint8_t>& head) {
-  std::span<const uint8_t> row;
-  if (!OpenRow(column, pointer, place, row)) return;
-  if (row.size() != length)
-    m_context.findings.Error(
-        "D9", place, Say(u"the value of ", column.name, u" states ", length, u" bytes and has ", row.size()));
-  AppendHead(row, wanted, head);
-}
-
-void CLongValueCheck::CheckChain(const SCheckedColumn& column, std::span<const uint8_t> reference,
-                                 SPlace place, size_t wanted, std::vector<uint8_t>& head) {
-  const uint32_t length = GetLittle<uint32_t>(reference, 0) & kLongestLongValue;
+  const auto error = [&](std::string_view rule, auto... parts) {
+    m_context.findings.Error(rule, place, Say(parts...));
+  };
+  const std::optional<SLongValue> value = DecodeLongValue(reference);
+  if (!value || (value->kind != kLongValueInline && !value->rest.empty()))
+    error("D7", u"the reference of ", column.name, u" has ", reference.size(), u" bytes");
+  if (!value) return;
   uint64_t found = 0;
-  bool isFirst = true;
-  for (auto pointer = GetLittle<uint32_t>(reference, kReferencePointer); pointer != 0; isFirst = false) {
-    std::span<const uint8_t> row;
-    if (!OpenRow(column, pointer, place, row)) return;  // each row opens once, so a loop ends here
-    if (row.size() < kChainPointerSize) {
-      m_context.findings.Error("D9", place, Say(u"a piece of the value of ", column.name, u" is too short"));
-      return;
+  switch (value->kind) {
+    case kLongValueInline:
+      if (value->rest.size() != value->length)
+        error("D7", u"the value of ", column.name, u" has ", value->rest.size(),
+              u" bytes in its row and states ", value->length);
+      return AppendHead(value->rest, wanted, head);
+    case kLongValueSingle: {
+      std::span<const uint8_t> row;
+      if (!OpenRow(column, value->pointer, place, row)) return;
+      found = row.size();
+      AppendHead(row, wanted, head);
+      break;
     }
-    const CDataPage data(m_layout, m_page.GetBytes());
-    if (isFirst && !m_context.file.IsJet3() &&
-        data.GetStamp() != GetLittle<uint32_t>(reference, kReferenceStamp))
+    case kLongValueChain:
+      if (!WalkChain(column, *value, place, wanted, head, found)) return;
+      break;
+    default:
+      return error("D7", u"the value of ", column.name, u" is of an unknown kind");
+  }
+  if (found != value->length)
+    error("D9", u"the value of ", column.name, u" states ", value->length, u" bytes and has ", found);
+}
+
+bool CLongValueCheck::WalkChain(const SCheckedColumn& column, const SLongValue& value, SPlace place,
+                                size_t wanted, std::vector<uint8_t>& head, uint64_t& found) {
+  for (uint32_t pointer = value.pointer; pointer != 0;) {
+    std::span<const uint8_t> row;
+    if (!OpenRow(column, pointer, place, row)) return false;  // each row opens once, so a loop ends here
+    const std::optional<SChainPiece> piece = DecodeChainPiece(row);
+    if (!piece) {
+      m_context.findings.Error("D9", place, Say(u"a piece of the value of ", column.name, u" is too short"));
+      return false;
+    }
+    if (pointer == value.pointer && !m_context.file.IsJet3() &&
+        CDataPage(m_layout, m_page.GetBytes()).GetStamp() != value.stamp)
       m_context.findings.Error(
           "D8", place,
           Say(u"the stamp of the value of ", column.name, u" is not that of page ", PageOfPointer(pointer)));
-    found += row.size() - kChainPointerSize;
-    AppendHead(row.subspan(kChainPointerSize), wanted, head);
-    pointer = GetLittle<uint32_t>(row, 0);
+    found += piece->data.size();
+    AppendHead(piece->data, wanted, head);
+    pointer = piece->next;
   }
-  if (found != length)
-    m_context.findings.Error(
-        "D9", place, Say(u"the value of ", column.name, u" states ", length, u" bytes and has ", found));
+  return true;
 }
 
 void CLongValueCheck::ReadHead(std::span<const uint8_t> reference, size_t wanted,
                                std::vector<uint8_t>& head) {
   head.clear();
-  if (reference.size() < kReferenceSize) return;
-  const uint32_t kind = GetLittle<uint32_t>(reference, 0) & ~kLongestLongValue;
-  if (kind == kLongValueInline) return AppendHead(reference.subspan(kReferenceSize), wanted, head);
-  // Pieces but the last are as long as a page, so the first holds all that is ever wanted of a chained value.
-  std::span<const uint8_t> row;
-  if (!FindRow(GetLittle<uint32_t>(reference, kReferencePointer), row)) return;
-  if (kind == kLongValueChain) row = row.subspan(std::min(row.size(), kChainPointerSize));
-  AppendHead(row, wanted, head);
+  const auto findRow = [this](uint32_t pointer) {
+    std::span<const uint8_t> row;
+    return FindRow(pointer, row) ? std::optional(row) : std::nullopt;
+  };
+  if (const auto piece = FirstPieceOf(reference, findRow)) AppendHead(*piece, wanted, head);
 }
 
 void CLongValueCheck::CheckOrphans(const SCheckedColumn& column) {

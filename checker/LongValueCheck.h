@@ -1,8 +1,4 @@
-// Long values (memo, long binary): rules D6 to D10. A value is referred to by 12 bytes in its row:
-//
-//   u32 length | kind in the top two bits     u32 row pointer     u32 stamp
-//   kind 80: the data follow      40: one row of a long value page      00: a chain of rows, each beginning
-//   with a pointer to the next; the stamp is dword 8 of the chain's first page
+// Long values (memo, long binary): rules D6 to D10.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +7,7 @@
 
 #include "checker/CheckContext.h"
 #include "checker/CheckedTable.h"
+#include "format/LongValue.h"
 
 namespace tolvane {
 
@@ -30,10 +27,9 @@ class CLongValueCheck {
   void CheckOrphans(const SCheckedColumn& column);
 
  private:
-  void CheckSingle(const SCheckedColumn& column, uint32_t pointer, uint32_t length, SPlace place,
-                   size_t wanted, std::vector<uint8_t>& head);
-  void CheckChain(const SCheckedColumn& column, std::span<const uint8_t> reference, SPlace place,
-                  size_t wanted, std::vector<uint8_t>& head);
+  // `found` bytes in all. False when the chain cannot be followed to its end.
+  bool WalkChain(const SCheckedColumn& column, const SLongValue& value, SPlace place, size_t wanted,
+                 std::vector<uint8_t>& head, uint64_t& found);
   // A row of the column's pages that nothing else refers to.
   bool OpenRow(const SCheckedColumn& column, uint32_t pointer, SPlace place, std::span<const uint8_t>& row);
   bool FindRow(uint32_t pointer, std::span<const uint8_t>& row);

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "dao/dao.h"
-#include "format/SystemTables.h"
 #include "embedded/TableDefinition.h"
+#include "format/SystemTables.h"
 
 namespace tolvane {
 

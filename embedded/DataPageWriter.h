@@ -5,8 +5,8 @@
 #include <span>
 
 #include "embedded/PageFile.h"
-#include "embedded/SlottedPage.h"
 #include "format/PageSet.h"
+#include "format/SlottedPage.h"
 
 namespace tolvane {
 

@@ -4,6 +4,7 @@
 
 #include "embedded/StoredText.h"
 #include "format/IndexKey.h"
+#include "format/LongValue.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -64,26 +65,19 @@ bool CIndexedValues::Read(const SColumnDefinition& column, std::optional<std::sp
   return true;
 }
 
-// Pieces but the last are as long as a page, so the first holds all that a key needs of a chained value.
 bool CIndexedValues::ReadHead(std::span<const uint8_t> reference, std::span<const uint8_t>& head) {
-  if (reference.size() < kReferenceSize) return false;
-  const uint32_t kind = GetLittle<uint32_t>(reference, 0) & ~kLongestLongValue;
-  if (kind == kLongValueInline) {
-    head = reference.subspan(kReferenceSize);
-  } else {
-    const auto pointer = GetLittle<uint32_t>(reference, kReferencePointer);
+  const auto findRow = [this](uint32_t pointer) -> std::optional<std::span<const uint8_t>> {
     if (PageOfPointer(pointer) != m_pageNumber) {
       m_pageNumber = 0;
-      if (!m_file.Read(PageOfPointer(pointer), m_bytes).IsOk() || !m_page.Load(m_bytes)) return false;
+      if (!m_file.Read(PageOfPointer(pointer), m_bytes).IsOk() || !m_page.Load(m_bytes)) return std::nullopt;
       m_pageNumber = PageOfPointer(pointer);
     }
-    head = m_page.GetRow(RowOfPointer(pointer));
-    const size_t link = kind == kLongValueChain ? kChainPointerSize : 0;
-    if (m_page.GetOwner() != kOwnerLongValues || head.size() < link) return false;
-    head = head.subspan(link);
-  }
-  head = head.first(std::min(head.size(), kIndexedMemoBytes));
-  return true;
+    if (m_page.GetOwner() != kOwnerLongValues) return std::nullopt;
+    return m_page.GetRow(RowOfPointer(pointer));
+  };
+  const auto piece = FirstPieceOf(reference, findRow);
+  if (piece) head = piece->first(std::min(piece->size(), kIndexedMemoBytes));
+  return piece.has_value();
 }
 
 CIndexCollector::CIndexCollector(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,

@@ -11,10 +11,10 @@
 
 #include "embedded/IndexSorter.h"
 #include "embedded/PageFile.h"
-#include "embedded/SlottedPage.h"
 #include "embedded/TableDefinition.h"
 #include "format/IndexKey.h"
 #include "format/RowFrame.h"
+#include "format/SlottedPage.h"
 
 namespace tolvane {
 

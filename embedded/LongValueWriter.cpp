@@ -5,6 +5,7 @@
 
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
+#include "format/LongValue.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 #include "platform/TextUnits.h"
@@ -124,12 +125,6 @@ class CUnitSource : public CDaoByteSource {
   size_t m_replaced = 0;
 };
 
-void PutReference(std::span<uint8_t> reference, uint32_t lengthAndKind, uint32_t pointer, uint32_t stamp) {
-  PutLittle(reference, 0, lengthAndKind);
-  PutLittle(reference, kReferencePointer, pointer);
-  PutLittle(reference, kReferenceStamp, stamp);
-}
-
 }  // namespace
 
 CLongValueWriter::CLongValueWriter(CPageFile& file, const SColumnDefinition& column)
@@ -207,21 +202,19 @@ CDaoResult CLongValueWriter::SetSmall(std::span<const uint8_t> stored, size_t co
   const auto length = static_cast<uint32_t>(stored.size());
   if (countedLength <= m_file.GetLayout().row.longestInline) {
     const std::span<uint8_t> reference = row.Reserve(m_column, kReferenceSize + stored.size());
-    PutReference(reference, length | kLongValueInline, 0, 0);
+    EncodeLongValue({.kind = kLongValueInline, .length = length}, reference);
     std::copy(stored.begin(), stored.end(), reference.begin() + kReferenceSize);
     return CDaoResult::Ok();
   }
-  PutReference(row.Reserve(m_column, kReferenceSize), length | kLongValueSingle, 0, 0);
   m_waiting.assign(stored.begin(), stored.end());
+  PutWaiting(0, row);
   m_isWaiting = true;
   return CDaoResult::Ok();
 }
 
 size_t CLongValueWriter::GetInlineSize(const CRowEncoder& row) const {
-  const std::span<const uint8_t> value = row.Get(m_column);
-  const bool isInline =
-      value.size() > kReferenceSize && (GetLittle<uint32_t>(value, 0) & kLongValueInline) != 0;
-  return isInline ? value.size() - kReferenceSize : 0;
+  const std::optional<SLongValue> value = DecodeLongValue(row.Get(m_column));
+  return value && value->kind == kLongValueInline ? value->rest.size() : 0;
 }
 
 void CLongValueWriter::MoveOut(CRowEncoder& row) {
@@ -233,8 +226,13 @@ void CLongValueWriter::MoveOut(CRowEncoder& row) {
   else
     m_waiting.assign(value.begin(), value.end());
   m_isWaiting = true;
-  PutReference(row.Reserve(m_column, kReferenceSize),
-               static_cast<uint32_t>(m_waiting.size()) | kLongValueSingle, 0, 0);
+  PutWaiting(0, row);
+}
+
+void CLongValueWriter::PutWaiting(uint32_t pointer, CRowEncoder& row) {
+  EncodeLongValue(
+      {.kind = kLongValueSingle, .length = static_cast<uint32_t>(m_waiting.size()), .pointer = pointer},
+      row.Reserve(m_column, kReferenceSize));
 }
 
 CDaoResult CLongValueWriter::Commit(CRowEncoder& row) {
@@ -243,8 +241,7 @@ CDaoResult CLongValueWriter::Commit(CRowEncoder& row) {
   uint32_t pointer = 0;
   if (CDaoResult result = m_singles.AddRow(m_waiting.size(), bytes, pointer); !result.IsOk()) return result;
   std::copy(m_waiting.begin(), m_waiting.end(), bytes.begin());
-  PutReference(row.Reserve(m_column, kReferenceSize),
-               static_cast<uint32_t>(m_waiting.size()) | kLongValueSingle, pointer, 0);
+  PutWaiting(pointer, row);
   m_isWaiting = false;
   return CDaoResult::Ok();
 }
@@ -267,8 +264,9 @@ CDaoResult CLongValueWriter::SetChained(CDaoByteSource& source, CRowEncoder& row
   }
   Discard();
   m_chain = std::move(chain);
-  PutReference(row.Reserve(m_column, kReferenceSize), m_chain.length | kLongValueChain, m_chain.pointer,
-               m_chain.stamp);
+  EncodeLongValue(
+      {.kind = kLongValueChain, .length = m_chain.length, .pointer = m_chain.pointer, .stamp = m_chain.stamp},
+      row.Reserve(m_column, kReferenceSize));
   return CDaoResult::Ok();
 }
 

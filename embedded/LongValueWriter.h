@@ -2,10 +2,6 @@
 // a page shared with other values, the longest become a chain of pages. A chain is written while its bytes
 // are read, so that no value is ever held whole.
 //
-//   reference in the row:  0 u32 length, kind in the top two bits | 4 u32 row pointer | 8 u32 stamp
-//                          12 inline bytes
-//   chained row:           0 u32 pointer to the next row, 0 = last | 4 bytes
-//
 // The stamp of a chain stands on its first page, too; Jet 3 pages have no room for one and it is 0.
 #pragma once
 
@@ -16,7 +12,7 @@
 
 #include "dao/dao.h"
 #include "embedded/DataPageWriter.h"
-#include "embedded/RowEncoder.h"
+#include "format/RowEncoder.h"
 
 namespace tolvane {
 
@@ -57,6 +53,8 @@ class CLongValueWriter {
   };
 
   CDaoResult SetSmall(std::span<const uint8_t> stored, size_t countedLength, CRowEncoder& row);
+  // The reference to the value that waits for its place, or has got it.
+  void PutWaiting(uint32_t pointer, CRowEncoder& row);
   CDaoResult SetChained(CDaoByteSource& source, CRowEncoder& row);
   CDaoResult WriteChain(CDaoByteSource& source, SChain& chain);
   CDaoResult AllocateChainPage(SChain& chain, uint32_t& page);

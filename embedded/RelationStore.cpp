@@ -8,9 +8,9 @@
 #include "embedded/ObjectName.h"
 #include "embedded/RowValues.h"
 #include "embedded/StoredIndexCursor.h"
-#include "format/SystemTables.h"
 #include "embedded/TableIndexes.h"
 #include "format/IndexKey.h"
+#include "format/SystemTables.h"
 #include "platform/Text.h"
 
 namespace tolvane {

@@ -12,10 +12,10 @@
 
 #include "embedded/DataPageWriter.h"
 #include "embedded/LongValueWriter.h"
-#include "embedded/RowEncoder.h"
-#include "embedded/SlottedPage.h"
 #include "embedded/TableDefinition.h"
 #include "embedded/TableIndexes.h"
+#include "format/RowEncoder.h"
+#include "format/SlottedPage.h"
 
 namespace tolvane {
 

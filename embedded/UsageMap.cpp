@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "embedded/SlottedPage.h"
 #include "format/MapRow.h"
+#include "format/SlottedPage.h"
 
 namespace tolvane {
 namespace {

@@ -3,22 +3,12 @@
 #include <algorithm>
 
 #include "engine/DataReader.h"
-#include "format/Layout.h"
+#include "format/LongValue.h"
 #include "status/Status.h"
 
 namespace tolvane {
 
 namespace {
-
-constexpr size_t kFieldPointer = 4;
-constexpr size_t kFieldStamp = 8;
-constexpr size_t kFieldData = 12;
-constexpr uint32_t kLengthMask = 0x3FFFFFFF;
-constexpr uint32_t kKindInline = 2;
-constexpr uint32_t kKindSingle = 1;
-constexpr uint32_t kKindChain = 0;
-
-constexpr size_t kLinkData = 4;
 
 constexpr uint64_t kNoPage = ~uint64_t{0};
 
@@ -45,33 +35,28 @@ CLongValueReader::CLongValueReader(CPageReader& reader, const SLayout& layout, c
 
 bool CLongValueReader::Read(std::span<const uint8_t> field, CLongValueSink& sink) {
   if (field.empty()) return true;
-  if (field.size() < kFieldData) return false;
-  const uint32_t head = CDataReader::ReadUInt32(&field[0]);
-  const size_t length = head & kLengthMask;
+  const std::optional<SLongValue> value = DecodeLongValue(field);
+  if (!value) return false;
+  const size_t length = value->length;
   if (length == 0) return true;
-
-  const SRowPointer pointer = SRowPointer::FromWord(CDataReader::ReadUInt32(&field[kFieldPointer]));
-  switch (head >> 30) {
-    case kKindInline: {
-      const auto data = field.subspan(kFieldData);
-      sink.Take(data.first(std::min(length, data.size())));
-      return data.size() >= length;
-    }
-    case kKindSingle:
+  const SRowPointer pointer = SRowPointer::FromWord(value->pointer);
+  switch (value->kind) {
+    case kLongValueInline:
+      sink.Take(value->rest.first(std::min(length, value->rest.size())));
+      return value->rest.size() >= length;
+    case kLongValueSingle:
       return ReadSingle(pointer, length, sink);
-    case kKindChain:
-      return ReadChain(pointer, length, CDataReader::ReadUInt32(&field[kFieldStamp]), sink);
+    case kLongValueChain:
+      return ReadChain(pointer, length, value->stamp, sink);
     default:
       return false;
   }
 }
 
 void CLongValueReader::Note(std::span<const uint8_t> field) {
-  if (m_brokenPages == nullptr || field.size() < kFieldData) return;
-  const uint32_t head = CDataReader::ReadUInt32(&field[0]);
-  if (head >> 30 != kKindSingle) return;
-  m_brokenPages->Note(SRowPointer::FromWord(CDataReader::ReadUInt32(&field[kFieldPointer])),
-                      head & kLengthMask);
+  const std::optional<SLongValue> value = DecodeLongValue(field);
+  if (m_brokenPages != nullptr && value && value->kind == kLongValueSingle)
+    m_brokenPages->Note(SRowPointer::FromWord(value->pointer), value->length);
 }
 
 bool CLongValueReader::ReadSingle(SRowPointer pointer, size_t length, CLongValueSink& sink) {
@@ -88,18 +73,19 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
   while (length > 0) {
     if (pointer.ToWord() == 0 || IsVisited(pointer)) return false;
     if (!m_job.repairing.IsRunning()) return false;
-    const auto row = FindLiveRow(pointer, length + kLinkData);
-    if (!row || row->size() <= kLinkData) return false;
+    const auto row = FindLiveRow(pointer, length + kChainPointerSize);
+    const auto piece = row ? DecodeChainPiece(*row) : std::nullopt;
+    if (!piece || piece->data.empty()) return false;
     // Two stamps that differ: the page now starts another value's chain.
     const uint32_t pageStamp = m_stampOffset != kAbsent ? CDataReader::ReadUInt32(&m_page[m_stampOffset]) : 0;
     if (isHead && stamp != 0 && pageStamp != 0 && pageStamp != stamp) return false;
     isHead = false;
 
-    const size_t count = std::min(length, row->size() - kLinkData);
+    const size_t count = std::min(length, piece->data.size());
     if (!SpendBudget(count)) return false;
-    sink.Take(row->subspan(kLinkData, count));
+    sink.Take(piece->data.first(count));
     length -= count;
-    pointer = SRowPointer::FromWord(CDataReader::ReadUInt32(row->data()));
+    pointer = SRowPointer::FromWord(piece->next);
   }
   return true;
 }

@@ -1,15 +1,5 @@
 // Memo and OLE values: the field in the row, and the pages that hold what does not fit into it.
 //
-//   field in the row                           link of a chain
-//     0   u32  length (30 bits), kind (2)        0  row pointer of the next link, 0 = last
-//     4   row pointer, 0 when inline             4  data
-//     8   u32  stamp                           head of a long-value page
-//     12  inline data                            4  "LVAL"
-//   kinds                                        8  u32  Jet 4: stamp of the chain that starts here
-//     10  the data follow inline
-//     01  one row of a long-value page is the value
-//     00  chain of rows
-//
 // Every hop is bounded: by the stated length, by the links already visited, by the file's length, and over
 // the whole run by a budget, so that many rows that point at one giant chain end too.
 #pragma once

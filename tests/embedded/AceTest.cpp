@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "format/SystemTables.h"
 #include "format/PropertyBlob.h"
+#include "format/SystemTables.h"
 #include "tests/embedded/DatabaseFixture.h"
 
 namespace tolvane::test {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-#include "tests/embedded/KeyBytes.h"
+#include "tests/format/KeyBytes.h"
 #include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {

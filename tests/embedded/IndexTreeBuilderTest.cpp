@@ -8,7 +8,7 @@
 #include <string>
 
 #include "format/IndexPage.h"
-#include "tests/embedded/KeyBytes.h"
+#include "tests/format/KeyBytes.h"
 
 namespace tolvane {
 namespace {

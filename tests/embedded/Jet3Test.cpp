@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/embedded/DatabaseFixture.h"
-#include "tests/embedded/KeyBytes.h"
+#include "tests/format/KeyBytes.h"
 
 namespace tolvane::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "tests/embedded/DatabaseFixture.h"
-#include "tests/embedded/KeyBytes.h"
+#include "tests/format/KeyBytes.h"
 
 namespace tolvane::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tests/embedded/DatabaseFixture.h"
-#include "tests/embedded/KeyBytes.h"
+#include "tests/format/KeyBytes.h"
 
 namespace tolvane::test {
 

@@ -1,4 +1,4 @@
-#include "embedded/RowEncoder.h"
+#include "format/RowEncoder.h"
 
 #include <algorithm>
 #include <cstring>

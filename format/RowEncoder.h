@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "embedded/TableDefinition.h"
+#include "format/Definition.h"
 
 namespace tolvane {
 

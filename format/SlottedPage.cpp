@@ -1,4 +1,4 @@
-#include "embedded/SlottedPage.h"
+#include "format/SlottedPage.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
 // Rows of every length come back value by value.
-#include "embedded/RowEncoder.h"
+#include "format/RowEncoder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,140 @@
+// A definition of each format byte by byte: read, written, and told every lie.
+#include "format/Definition.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tests/format/KeyBytes.h"
+
+namespace tolvane {
+namespace {
+
+// A text, a GUID and a memo; a primary key on the GUID.
+const std::string kJet3 =
+    "02015643 00000000 CA000000 07000000 09000000 4E 0300 0200 0300 01000000 01000000 00370000 01370000"
+    "00000000 05000000"
+    "0A 0000 0000 0000 0000 0904 E404 02 0000 3200"
+    "0F 0100 0100 0100 0000 0904 E404 43 0000 1000"
+    "0C 0200 0100 0200 0000 0904 E404 02 0000 0000"
+    "04 6E616D65 04 64617461 04 6D656D6F"
+    "0100 01 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 02370000 38000000 09"
+    "00000000 00000000 00 FFFFFFFF 00000000 04 04 01"
+    "0A 5072696D6172794B6579"
+    "0200 03370000 04370000 FFFF";
+const std::string kJet4 =
+    "02010000 00000000 26010000 59060000 07000000 09000000 01000000 00000000 0000000000000000"
+    "4E 0300 0200 0300 01000000 01000000 00E50200 01E50200"
+    "00000000 05000000 00000000"
+    "0A 59060000 0000 0000 0000 0904 0000 02 01 00000000 0000 6400"
+    "0F 59060000 0100 0100 0100 0904 0000 43 00 00000000 0000 1000"
+    "0C 59060000 0200 0100 0200 0904 0001 02 01 00000000 0000 0000"
+    "0800 6E0061006D006500 0800 6400610074006100 0800 6D0065006D006F00"
+    "83070000 010001 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00"
+    "02E50200 E6020000 00000000 89 00 00000000"
+    "59060000 00000000 00000000 00 FFFFFFFF 00000000 04 04 01 00000000"
+    "1400 5000720069006D006100720079004B0065007900"
+    "0200 03E50200 04E50200 FFFF";
+
+struct SRead {
+  STableDefinition definition;
+  std::vector<SDefinitionFault> faults;
+  bool isWhole = false;
+
+  [[nodiscard]] std::vector<EDefinitionFault> Kinds() const {
+    std::vector<EDefinitionFault> kinds;
+    for (const SDefinitionFault& fault : faults) kinds.push_back(fault.kind);
+    return kinds;
+  }
+};
+
+class DefinitionBytes : public testing::TestWithParam<const SLayout*> {
+ protected:
+  [[nodiscard]] SRead Read(std::span<const uint8_t> block) const {
+    SRead read;
+    read.isWhole = DecodeDefinition(
+        layout, block,
+        [this](std::span<const uint8_t> name) {
+          return layout.isJet3 ? std::u16string(name.begin(), name.end()) : UnitsOf(name);
+        },
+        [&](const SDefinitionFault& fault) { read.faults.push_back(fault); }, read.definition);
+    return read;
+  }
+
+  const SLayout& layout = *GetParam();
+  const std::vector<uint8_t> bytes = FromHex(layout.isJet3 ? kJet3 : kJet4);
+};
+INSTANTIATE_TEST_SUITE_P(Formats, DefinitionBytes, testing::Values(&kLayoutJet3, &kLayoutJet4),
+                         [](const auto& test) { return test.param->isJet3 ? "Jet3" : "Jet4"; });
+
+TEST_P(DefinitionBytes, AreReadAndWritten) {
+  const SRead read = Read(bytes);
+  EXPECT_TRUE(read.isWhole && read.faults.empty());
+  const STableDefinition& table = read.definition;
+  ASSERT_EQ(table.columns.size(), 3u);
+  EXPECT_EQ(table.rowCount, 7u);
+  EXPECT_EQ(table.columnsEver, 3);
+  EXPECT_EQ(table.columns[0].name, u"name");
+  EXPECT_EQ(table.columns[0].length, layout.isJet3 ? 50 : 100);
+  EXPECT_EQ(table.columns[1].type, kTypeGuid);
+  EXPECT_TRUE(table.columns[1].IsFixed());
+  EXPECT_TRUE(table.columns[2].hasMaps);
+  EXPECT_EQ(table.columns[2].order.version, layout.isJet3 ? 0 : 1);
+  EXPECT_EQ(RowOfPointer(table.columns[2].freeMap), 4u);
+  ASSERT_EQ(table.realIndexes.size(), 1u);
+  EXPECT_EQ(table.realIndexes[0].flags, kIndexUnique | kIndexRequired);
+  EXPECT_EQ(table.realIndexes[0].distinctKeys, 5u);
+  ASSERT_EQ(table.realIndexes[0].columns.size(), 1u);
+  EXPECT_EQ(table.logicalIndexes.at(0).name, u"PrimaryKey");
+  const auto written = EncodeDefinition(
+      layout, table, [&](std::u16string_view name) { return EncodeAsciiName(layout, name); });
+  EXPECT_EQ(ToHex(written), ToHex(bytes));
+}
+
+// A block that is cut anywhere reads what is there, and says so.
+TEST_P(DefinitionBytes, CutIsTold) {
+  for (size_t size = 0; size < bytes.size(); size++) {
+    const SRead read = Read(std::span(bytes).first(size));
+    EXPECT_FALSE(read.isWhole);
+    EXPECT_EQ(read.Kinds(), std::vector{EDefinitionFault::Cut}) << size;
+    EXPECT_LE(read.definition.columns.size(), 3u);
+  }
+}
+
+TEST_P(DefinitionBytes, EveryOtherLieIsTold) {
+  const auto lie = [&](size_t at, uint16_t value) {
+    std::vector<uint8_t> changed = bytes;
+    PutLittle(std::span(changed), at, value);
+    return Read(changed).Kinds();
+  };
+  EXPECT_EQ(lie(layout.definition.length, 5), std::vector{EDefinitionFault::Length});
+  const size_t maps = bytes.size() - kLongValueMapSize - 2;
+  EXPECT_EQ(lie(maps, 9), std::vector{EDefinitionFault::MapsOfNoColumn});
+  std::vector<uint8_t> twice = bytes;
+  twice.insert(twice.end() - 2, bytes.begin() + static_cast<ptrdiff_t>(maps), bytes.end() - 2);
+  EXPECT_EQ(Read(twice).Kinds(), (std::vector{EDefinitionFault::MapsTwice, EDefinitionFault::Length}));
+  if (layout.isJet3) return;
+  const size_t columns = layout.definition.headerSize + layout.definition.statisticsSize;
+  EXPECT_EQ(lie(layout.definition.magic, 5), std::vector{EDefinitionFault::Magic});
+  EXPECT_EQ(lie(columns + layout.column.magic, 5), std::vector{EDefinitionFault::Magic});
+}
+
+// Pages hold their number of free bytes (Jet 3: a mark), and go together again.
+TEST_P(DefinitionBytes, GoOverPages) {
+  std::vector<uint8_t> block(size_t{2} * layout.pageSize, 0xAB);
+  ASSERT_EQ(CountDefinitionPages(layout, block.size()), 3u);
+  std::vector<std::vector<uint8_t>> pages(3, std::vector<uint8_t>(layout.pageSize));
+  for (uint32_t i = 0; i < 3; i++) EncodeDefinitionPage(layout, block, i, i < 2 ? i + 1 : 0, pages[i]);
+  const auto word = [&](size_t page) { return GetLittle<uint16_t>(pages[page], kDefinitionFree); };
+  EXPECT_EQ(word(0), layout.isJet3 ? 0x4356 : 0);
+  EXPECT_EQ(word(2), layout.isJet3 ? 0x4356 : layout.pageSize - 8 - 8 - 8);
+  std::vector<uint8_t> read;
+  ReadDefinitionChain(
+      0, [&](uint32_t page) { return std::span<const uint8_t>(pages.at(page)); }, read);
+  EXPECT_EQ(read.size(), layout.pageSize + 2 * (layout.pageSize - kDefinitionHead));
+  EXPECT_TRUE(std::equal(block.begin() + kDefinitionHead, block.end(), read.begin() + kDefinitionHead));
+}
+
+}  // namespace
+}  // namespace tolvane
