@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "checker/HeaderCheck.h"
-#include "format/Layout.h"
-#include "format/Rc4.h"
+#include "format/HeaderPage.h"
 #include "platform/ErrorHandler.h"
 
 namespace tolvane {
@@ -43,7 +41,7 @@ bool CCheckedFile::RecogniseHeader() {
                                         : EIndexVersion::Ace;
   if (m_header.size() < m_layout->pageSize) return false;
   m_header.resize(m_layout->pageSize);
-  UnmaskHeader(m_header, m_layout->header.maskedSize);
+  MaskHeader(m_layout->header, m_header);
   return true;
 }
 

@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "embedded/HeaderPage.h"
 #include "embedded/NewTable.h"
-#include "format/SystemTables.h"
 #include "embedded/TableStore.h"
+#include "format/HeaderPage.h"
+#include "format/SystemTables.h"
 
 namespace tolvane {
 

@@ -8,7 +8,7 @@
 #include "engine/AccessVersionHandler.h"
 #include "engine/DataReader.h"
 #include "engine/DatabaseStart.h"
-#include "engine/HeaderMask.h"
+#include "format/HeaderPage.h"
 #include "platform/CodePage.h"
 
 namespace tolvane {
@@ -69,7 +69,8 @@ void CSource::FindPages() {
 
 void CSource::ReadHeader() {
   m_pages.ReadPartialPage(0, m_header);
-  ApplyHeaderMask(std::span(m_header).subspan(kHeaderMasked));
+  // The two formats mask the same bytes, but for the last two of Jet 4, which nobody reads.
+  MaskHeader(kLayoutJet3.header, m_header);
 }
 
 // The header's word, unless the pages say that it cannot be true.

@@ -5,7 +5,7 @@
 #include <bit>
 #include <span>
 
-#include "embedded/HeaderPage.h"
+#include "format/HeaderPage.h"
 #include "platform/Terminal.h"
 #include "tests/embedded/DatabaseFixture.h"
 

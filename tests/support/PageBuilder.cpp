@@ -7,8 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "engine/HeaderMask.h"
-#include "format/Definition.h"
+#include "format/HeaderPage.h"
 #include "model/AccessColumn.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
@@ -188,9 +187,9 @@ CDatabaseBuilder::CDatabaseBuilder(const SLayout& layout) : m_layout(layout) {
   CPageBytes& header = Page(AddPage());
   header.Put8(1, 1).PutBytes(4, StoredText(u"Standard Jet DB", kLayoutJet3));
   header.Put8(kHeaderVersion, layout.isJet3 ? 0 : 1);
-  Bytes masked(kHeaderMaskEnd - kHeaderMasked);
-  ApplyHeaderMask(masked);
-  header.PutBytes(kHeaderMasked, masked);
+  Bytes bytes = header.GetBytes();
+  MaskHeader(m_layout.header, bytes);
+  header.PutBytes(0, bytes);
   SetHeader16(kHeaderCodePage, 1252);
 
   // An inline map that starts at page 0 and says that no page is free.
@@ -285,12 +284,11 @@ uint32_t CDatabaseBuilder::AddCatalogueRow(uint32_t id, std::u16string_view name
 }
 
 void CDatabaseBuilder::SetHeader16(size_t position, uint32_t value) {
-  Bytes masked(m_pages[0].GetBytes().begin() + kHeaderMasked, m_pages[0].GetBytes().begin() + kHeaderMaskEnd);
-  ApplyHeaderMask(masked);
-  masked.at(position - kHeaderMasked) = static_cast<uint8_t>(value);
-  masked.at(position - kHeaderMasked + 1) = static_cast<uint8_t>(value >> 8);
-  ApplyHeaderMask(masked);
-  m_pages[0].PutBytes(kHeaderMasked, masked);
+  Bytes header = m_pages[0].GetBytes();
+  MaskHeader(m_layout.header, header);
+  PutLittle(std::span(header), position, static_cast<uint16_t>(value));
+  MaskHeader(m_layout.header, header);
+  m_pages[0].PutBytes(0, header);
 }
 
 void CDatabaseBuilder::SetHeader32(size_t position, uint32_t value) {

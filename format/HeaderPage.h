@@ -1,16 +1,5 @@
-// Page 0: builds it, reads it back, and derives from it the mask of the owners and SIDs in the system tables.
-//
-//   00  00 01 00 00 | 04 engine name, NUL | 14 u8 version | 15 u8 1 in version 3
-//   18  masked:  18 u32 pointers of the two global maps | 20 u32[4] system definitions | 3C u16 code page
-//                3E u32 page key (0: plain)
-//         Jet 4: 42 40 bytes password, XORed with the creation day | 6A u16 build | 6E u16 sort order | 71 u8
-//         its version
-//                72 double creation date
-//         Jet 3: 3A u16 sort order | 42 20 bytes password | 56 u16 build
-//   98  Jet 4: u32 1620 | 9C "4.0", NUL
-//   E00 (Jet 3: 600) commit counters of 256 user slots
-//
-// Jet 3 files do not hold their creation date, and mask no SIDs.
+// Page 0 (drawn in HeaderLayout.h): written, read back, and its masks: one over the page, one over the owners
+// and SIDs in the system tables. Jet 3 files do not hold their creation date, and mask no SIDs.
 #pragma once
 
 #include <array>
@@ -19,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "embedded/TableDefinition.h"
+#include "format/Definition.h"
 
 namespace tolvane {
 
@@ -33,6 +22,16 @@ struct SHeaderPage {
   uint16_t build = 0;       // of the engine that made the file; 0: the one that such files usually name
   SSidMask sidMask{};       // follows from the rest
 };
+
+// Takes the mask off the page, or puts it on; a page that is cut is masked as far as it goes.
+void MaskHeader(const SHeaderLayout& at, std::span<uint8_t> page);
+// The rest is about a page without its mask.
+// Days since 30 December 1899, what the password is XORed with.
+uint32_t CreationDay(const SHeaderLayout& at, std::span<const uint8_t> page);
+// Takes the mask off an owner or SID, or puts it on.
+void MaskSid(const SHeaderLayout& at, std::span<const uint8_t> page, std::span<uint8_t> sid);
+// True when the other pages cannot be read without the password.
+bool IsHeaderEncrypted(std::span<const uint8_t> page);
 
 std::vector<uint8_t> BuildHeaderPage(const SLayout& layout, SHeaderPage& header);
 

@@ -1,5 +1,6 @@
-#include "embedded/HeaderPage.h"
+#include "format/HeaderPage.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -12,38 +13,45 @@ namespace {
 
 constexpr size_t kMinorVersionAt = 0x15;
 constexpr uint8_t kVersionWithMinor = kVersionAce14, kHighestVersion = kVersionAce17;
-constexpr size_t kKeyWords = 28;  // words from the password to the date, from which the SID key is made
+// The words from the password to the creation date, of whose low bytes the SID key is made.
+constexpr size_t kKeyWords = 28, kLowDateWord = 24, kKeyShifts = 24;
+static_assert(kLayoutJet4.header.password + 2 * kKeyWords == kLayoutJet4.header.date + sizeof(double));
 
-uint32_t DayOf(double date) {
-  const double day = std::floor(date);
-  return day >= 0 && day <= 4294967295.0 ? static_cast<uint32_t>(day) : 0;
-}
-
-// The SID key mixes the low bytes of the 28 words from the (empty) password to the creation date.
-SSidMask MakeSidMask(const SHeaderLayout& at, std::span<const uint8_t> plainPage, uint32_t day) {
-  if (at.date == kAbsent) return {};
+uint32_t MakeSidKey(const SHeaderLayout& at, std::span<const uint8_t> page) {
+  const uint32_t day = CreationDay(at, page);
   std::array<uint16_t, kKeyWords> words{};
   for (size_t i = 0; i < kKeyWords; i++) {
-    words[i] = GetLittle<uint16_t>(plainPage, at.password + 2 * i);
+    words[i] = GetLittle<uint16_t>(page, at.password + 2 * i);
     if (2 * i < at.passwordSize) words[i] = static_cast<uint16_t>(words[i] ^ (i % 2 == 0 ? day : day >> 16));
   }
-  uint32_t key = words[24] | static_cast<uint32_t>(words[25]) << 16;
-  for (size_t i = 0; i < kKeyWords; i++) key ^= static_cast<uint32_t>(words[i] & 0xFF) << (i % 24);
-  std::array<uint8_t, 4> keyBytes{};
-  PutLittle<uint32_t>(keyBytes, 0, key);
-  SSidMask mask{};
-  CRc4(keyBytes).Apply(mask);
-  return mask;
-}
-
-void PutCreationDate(const SHeaderLayout& at, std::span<uint8_t> page, SHeaderPage& header) {
-  const uint32_t day = DayOf(header.creationDate);
-  for (size_t i = 0; i < at.passwordSize; i += 4) PutLittle(page, at.password + i, day);
-  PutLittle(page, at.date, DoubleBits(header.creationDate));
-  header.sidMask = MakeSidMask(at, page, day);
+  uint32_t key = words[kLowDateWord] | static_cast<uint32_t>(words[kLowDateWord + 1]) << 16;
+  for (size_t i = 0; i < kKeyWords; i++) key ^= static_cast<uint32_t>(words[i] & 0xFF) << (i % kKeyShifts);
+  return key;
 }
 
 }  // namespace
+
+void MaskHeader(const SHeaderLayout& at, std::span<uint8_t> page) {
+  const std::span<uint8_t> masked = page.subspan(std::min(kHeaderMasked, page.size()));
+  CRc4(kHeaderMaskKey).Apply(masked.first(std::min<size_t>(at.maskedSize, masked.size())));
+}
+
+uint32_t CreationDay(const SHeaderLayout& at, std::span<const uint8_t> page) {
+  const double day = std::trunc(std::bit_cast<double>(GetLittle<uint64_t>(page, at.date)));
+  return day >= -2147483648.0 && day <= 2147483647.0 ? static_cast<uint32_t>(static_cast<int32_t>(day)) : 0;
+}
+
+void MaskSid(const SHeaderLayout& at, std::span<const uint8_t> page, std::span<uint8_t> sid) {
+  if (at.date == kAbsent) return;
+  std::array<uint8_t, 4> key{};
+  PutLittle(std::span<uint8_t>(key), 0, MakeSidKey(at, page));
+  CRc4(key).Apply(sid);
+}
+
+bool IsHeaderEncrypted(std::span<const uint8_t> page) {
+  return GetLittle<uint32_t>(page, kHeaderDatabaseKey) != 0 ||
+         GetLittle<uint16_t>(page, kHeaderEncryptionLength) != 0;
+}
 
 std::vector<uint8_t> BuildHeaderPage(const SLayout& layout, SHeaderPage& header) {
   std::vector<uint8_t> bytes(layout.pageSize);
@@ -62,8 +70,12 @@ std::vector<uint8_t> BuildHeaderPage(const SLayout& layout, SHeaderPage& header)
   PutLittle(page, at.sortOrder, header.order.language);
   PutLittle(page, at.sortVersion, header.order.version);
   PutLittle(page, at.build, header.build);
-  if (at.date != kAbsent) PutCreationDate(at, page, header);
-  CRc4(kHeaderMaskKey).Apply(page.subspan(kHeaderMasked, at.maskedSize));
+  PutLittle(page, at.date, DoubleBits(header.creationDate));
+  if (at.date != kAbsent)
+    for (size_t i = 0; i < at.passwordSize; i += 4) PutLittle(page, at.password + i, CreationDay(at, page));
+  header.sidMask = {};
+  MaskSid(at, page, header.sidMask);
+  MaskHeader(at, page);
   PutLittle(page, at.constant, kHeaderConstant);
   if (at.format != kAbsent) std::memcpy(&page[at.format], kHeaderFormat.data(), kHeaderFormat.size());
   for (size_t i = 0; i < kCommitSlots; i++)
@@ -89,7 +101,7 @@ EHeaderVerdict ParseHeaderPage(const SLayout& layout, std::span<const uint8_t> p
   const uint8_t highest = layout.hasComplexColumns ? kHighestVersion : layout.version;
   if (header.version < layout.version || header.version > highest) return EHeaderVerdict::OtherVersion;
   std::vector<uint8_t> plain(page.begin(), page.end());
-  CRc4(kHeaderMaskKey).Apply(std::span(plain).subspan(kHeaderMasked, layout.header.maskedSize));
+  MaskHeader(layout.header, plain);
   if (GetLittle<uint32_t>(plain, kHeaderDatabaseKey) != 0) return EHeaderVerdict::Encrypted;
   for (uint32_t i = 0; i < 4; i++)
     if (GetLittle<uint32_t>(plain, kHeaderDefinitions + size_t{4} * i) != kObjectsPage + i)
@@ -98,7 +110,8 @@ EHeaderVerdict ParseHeaderPage(const SLayout& layout, std::span<const uint8_t> p
   header.build = GetLittle<uint16_t>(plain, layout.header.build);
   header.order.language = GetLittle<uint16_t>(plain, layout.header.sortOrder);
   header.order.version = GetLittle<uint8_t>(plain, layout.header.sortVersion);
-  header.sidMask = MakeSidMask(layout.header, plain, DayOf(header.creationDate));
+  header.sidMask = {};
+  MaskSid(layout.header, plain, header.sidMask);
   return EHeaderVerdict::Ok;
 }
 
