@@ -17,14 +17,10 @@ constexpr size_t kMaxNameUnits = 64;
 }  // namespace
 
 std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_t> stored) {
-  if (file.IsJet3()) {
-    std::u16string text;
-    DecodeCodePage(kWindowsLatin1, stored, text);
-    return text;
-  }
-  std::vector<uint8_t> plain;
-  AppendPlainUtf16(stored, plain);
-  return UnitsOf(plain);
+  if (!file.IsJet3()) return UnpackText(stored);
+  std::u16string text;
+  DecodeCodePage(kWindowsLatin1, stored, text);
+  return text;
 }
 
 void CDefinitionCheck::Error(std::string_view rule, std::u16string text) {

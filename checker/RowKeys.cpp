@@ -4,15 +4,12 @@
 
 #include "format/CompressedText.h"
 #include "format/IndexKey.h"
+#include "format/Value.h"
 
 namespace tolvane {
 namespace {
 
 constexpr uint8_t kNullAscending = 0x00, kNullDescending = 0xFF;
-
-bool IsText(uint8_t type) {
-  return type == kTypeText || type == kTypeMemo;
-}
 
 }  // namespace
 
@@ -48,7 +45,7 @@ bool CRowKeys::AppendPart(const CRowView& row, const SCheckedIndexPart& part, st
     m_longValues.ReadHead(*value, kIndexedMemoBytes, m_head);
     value = m_head;
   }
-  if (value && IsText(column.type) && !m_context.file.IsJet3()) {
+  if (value && IsTextType(column.type) && !m_context.file.IsJet3()) {
     m_text.clear();
     AppendPlainUtf16(*value, m_text);
     value = m_text;
@@ -56,7 +53,7 @@ bool CRowKeys::AppendPart(const CRowView& row, const SCheckedIndexPart& part, st
   const SIndexKeyFormat format{m_context.file.GetVersion(), column.order.language, column.order.version,
                                column.codePage};
   if (AppendIndexKey(format, column.type, part.ascending, value, key)) return true;
-  if (IsText(column.type))
+  if (IsTextType(column.type))
     m_context.findings.Note(
         Say(u"Keys of text in sort order ", column.order.language, u" version ", column.order.version,
             u" are not known: such indexes are checked for order and completeness only."));

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "format/Bytes.h"
+#include "format/IndexPage.h"
 
 namespace tolvane {
 namespace {
@@ -15,12 +15,6 @@ constexpr uint32_t kMaxRowPage = 0xFFFFFF;  // three bytes in an entry
 
 void AppendChildPointer(uint32_t page, std::vector<uint8_t>& entry) {
   for (int shift = 24; shift >= 0; shift -= 8) entry.push_back(static_cast<uint8_t>(page >> shift));
-}
-
-uint32_t ReadChildPointer(Bytes bytes) {
-  uint32_t page = 0;
-  for (const uint8_t byte : bytes) page = page << 8 | byte;
-  return page;
 }
 
 size_t CommonLength(Bytes a, Bytes b) {
@@ -146,7 +140,7 @@ bool CIndexTreeBuilder::SplitNode(SPage& node) {
     node.RemoveLast();
   }
   const size_t entrySize = node.tailEntry.size() - kChildPointerSize;
-  node.tail = ReadChildPointer(Bytes(node.tailEntry).subspan(entrySize));
+  node.tail = ReadBigEndian(Bytes(node.tailEntry).subspan(entrySize));
   node.tailEntry.resize(entrySize);
   if (!StartNextPage(node)) return false;
   if (!carried.empty()) node.Append(carried, 0);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "embedded/StoredText.h"
+#include "format/Value.h"
 #include "platform/Text.h"
 #include "platform/TextUnits.h"
 
@@ -11,10 +12,6 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kLongestName = 0xFFFF;
-
-bool IsText(uint8_t type) {
-  return type == kTypeText || type == kTypeMemo;
-}
 
 std::span<const uint8_t> AsBytes(std::string_view text) {
   return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
@@ -76,7 +73,7 @@ CDaoResult CPropertyList::Convert(const CDaoProperty& from, SStoredProperty& pro
   property.flags = from.isDdl ? kPropertyOfEngine : uint8_t{0};
   property.type = from.type;
   property.value = from.value;
-  if (IsText(from.type) && m_layout.text.IsCodePage()) {
+  if (IsTextType(from.type) && m_layout.text.IsCodePage()) {
     std::string bytes;
     if (CDaoResult result = Encode(UnitsOf(from.value), bytes); !result.IsOk())
       return Refuse(from.name, u"its text holds characters that the code page does not hold");

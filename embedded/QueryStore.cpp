@@ -5,21 +5,10 @@
 #include <optional>
 
 #include "embedded/RowValues.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {
-
-// Column numbers of MSysQueries.
-enum EQueriesColumn : uint16_t {
-  kQueriesObjectId = 0,
-  kQueriesAttribute = 1,
-  kQueriesOrder = 2,
-  kQueriesName1 = 3,
-  kQueriesName2 = 4,
-  kQueriesExpression = 5,
-  kQueriesFlag = 6,
-  kQueriesExtra = 7,
-};
 
 bool Fits(const std::optional<std::u16string>& name) {
   return !name || name->size() <= kMaxTextLength;
@@ -35,8 +24,8 @@ CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SQueryRow& row
                                        static_cast<uint8_t>(order >> 8), static_cast<uint8_t>(order)};
   values.SetBytes(kQueriesOrder, counter);
   if (row.flag) values.SetNumber(kQueriesFlag, *row.flag);
-  if (row.extra && queries.GetDefinition().FindColumn(kQueriesExtra) != nullptr)
-    values.SetNumber(kQueriesExtra, *row.extra);
+  if (row.extra && queries.GetDefinition().FindColumn(kQueriesLvExtra) != nullptr)
+    values.SetNumber(kQueriesLvExtra, *row.extra);
   if (row.name1) values.SetText(kQueriesName1, *row.name1);
   if (row.name2) values.SetText(kQueriesName2, *row.name2);
   if (row.expression)

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -37,29 +38,31 @@ inline void AppendCompressedText(std::u16string_view text, std::vector<uint8_t>&
                  [](char16_t unit) { return static_cast<uint8_t>(unit); });
 }
 
-// Appends UTF-16LE: what is stored, or what it would be without compression. Half a unit at the end of a
-// compressed text is dropped.
-inline void AppendPlainUtf16(std::span<const uint8_t> stored, std::vector<uint8_t>& out) {
-  if (!IsTextCompressed(stored)) {
-    out.insert(out.end(), stored.begin(), stored.end());
-    return;
-  }
-  bool isNarrow = true;
-  for (size_t i = 2; i < stored.size();) {
-    if (stored[i] == 0) {
-      isNarrow = !isNarrow;
-      i++;
-    } else if (isNarrow) {
-      out.push_back(stored[i++]);
-      out.push_back(0);
-    } else if (i + 1 < stored.size()) {
-      out.push_back(stored[i]);
-      out.push_back(stored[i + 1]);
-      i += 2;
-    } else {
-      break;
-    }
-  }
-}
+// Reads a stored text whose bytes come in pieces that end anywhere, even inside a character. An odd byte at
+// the end is dropped.
+class CTextUnpacker {
+ public:
+  // Units are appended to `out`, which must stay.
+  void Begin(std::u16string& out);
+  void Append(std::span<const uint8_t> bytes);
+
+ private:
+  enum class EState : uint8_t { Start, Plain, Narrow, Wide };
+
+  // Each answers the bytes that it leaves.
+  [[nodiscard]] std::span<const uint8_t> TakeFirstUnit(std::span<const uint8_t> bytes);
+  [[nodiscard]] std::span<const uint8_t> TakePlain(std::span<const uint8_t> bytes);
+  [[nodiscard]] std::span<const uint8_t> TakeNarrow(std::span<const uint8_t> bytes);
+  [[nodiscard]] std::span<const uint8_t> TakeWide(std::span<const uint8_t> bytes);
+
+  EState m_state = EState::Start;
+  bool m_hasLow = false;  // m_low is a unit's low byte, waiting for the next piece
+  uint8_t m_low = 0;
+  std::u16string* m_out = nullptr;
+};
+
+std::u16string UnpackText(std::span<const uint8_t> stored);
+// Appends UTF-16LE: what is stored, or what it would be without compression.
+void AppendPlainUtf16(std::span<const uint8_t> stored, std::vector<uint8_t>& out);
 
 }  // namespace tolvane

@@ -39,9 +39,7 @@ constexpr uint8_t kNumericStoredNegative = 0x80;
 constexpr uint8_t kNumericKeyPositive = 0xFF;
 constexpr uint8_t kNumericKeyNegative = 0x00;
 
-constexpr uint16_t kGeneralSortOrder = 0x0409;
 constexpr uint8_t kGeneralLegacyVersion = 0, kGeneralVersion = 1;
-constexpr uint16_t kGeneralCodePage = 1252;
 
 // Appends one value; whether its bytes are complemented is settled by the caller, which knows type and order.
 class CKeyWriter {

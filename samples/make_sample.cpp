@@ -1,12 +1,16 @@
 // make_sample HEALTHY DAMAGED: makes a small database of a trading firm with the embedded engine, moves some
 // of its rows to other pages as an engine does when a row outgrows its page, and writes a copy in which whole
 // pages are destroyed. samples/damaged.mdb is the second file.
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "format/Layout.h"
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
@@ -143,10 +147,6 @@ void FillNotes(CSampleBuilder& database, CSampleRandom& random) {
   database.CloseTable();
 }
 
-void PutU32(Bytes& bytes, size_t at, uint32_t value) {
-  for (size_t i = 0; i < 4; i++) bytes[at + i] = static_cast<uint8_t>(value >> 8 * i);
-}
-
 // A 24-bit bitmap with a colour gradient.
 Bytes Bitmap(uint32_t width, uint32_t height, uint32_t colour) {
   constexpr uint32_t kHead = 54;
@@ -154,13 +154,13 @@ Bytes Bitmap(uint32_t width, uint32_t height, uint32_t colour) {
   Bytes bytes(kHead + line * height);
   bytes[0] = 'B';
   bytes[1] = 'M';
-  PutU32(bytes, 2, static_cast<uint32_t>(bytes.size()));
-  PutU32(bytes, 10, kHead);
-  PutU32(bytes, 14, 40);
-  PutU32(bytes, 18, width);
-  PutU32(bytes, 22, height);
-  PutU32(bytes, 26, 24u << 16 | 1);
-  PutU32(bytes, 34, line * height);
+  PutLittle<uint32_t>(bytes, 2, static_cast<uint32_t>(bytes.size()));
+  PutLittle<uint32_t>(bytes, 10, kHead);
+  PutLittle<uint32_t>(bytes, 14, 40);
+  PutLittle<uint32_t>(bytes, 18, width);
+  PutLittle<uint32_t>(bytes, 22, height);
+  PutLittle<uint32_t>(bytes, 26, 24u << 16 | 1);
+  PutLittle<uint32_t>(bytes, 34, line * height);
   for (uint32_t y = 0; y < height; y++)
     for (uint32_t x = 0; x < width; x++)
       for (uint32_t channel = 0; channel < 3; channel++)
@@ -180,83 +180,71 @@ void FillPictures(CSampleBuilder& database, CSampleRandom& random) {
   database.CloseTable();
 }
 
-// --- the pages (4096 bytes) ---
-//
-//   data page:  0 u8 type   2 u16 free bytes   4 u32 definition page of its table   12 u16 slots   14 u16[]
-//   row starts
-//               rows are stored from the end of the page downwards; row i ends where row i - 1 starts
+// --- the pages ---
 
-constexpr uint32_t kPageSize = 4096;
-constexpr uint8_t kDataPage = 1, kNodePage = 3, kLeafPage = 4;
-constexpr size_t kFreeBytes = 2, kOwner = 4, kSlotCount = 12, kSlots = 14;
-constexpr uint16_t kSlotPointer = 0x4000, kSlotHidden = 0x8000, kSlotStart = 0x1FFF;
-constexpr uint32_t kLongValues = 0x4C41564C;  // owner word of pages of long values
-constexpr uint32_t kObjectsPage = 2;
+constexpr const SLayout& kPages = kLayoutJet4;
 
 class CPages {
  public:
   explicit CPages(Bytes bytes) : m_bytes(std::move(bytes)) {}
-  [[nodiscard]] uint32_t GetCount() const { return static_cast<uint32_t>(m_bytes.size() / kPageSize); }
-  [[nodiscard]] uint8_t GetType(uint32_t page) const { return m_bytes[page * kPageSize]; }
-  [[nodiscard]] uint16_t GetU16(uint32_t page, size_t at) const {
-    const size_t i = page * kPageSize + at;
-    return static_cast<uint16_t>(m_bytes[i] | m_bytes[i + 1] << 8);
+  [[nodiscard]] uint32_t GetCount() const { return static_cast<uint32_t>(m_bytes.size() / kPages.pageSize); }
+  [[nodiscard]] uint8_t GetType(uint32_t page) { return Page(page)[kPageTypeAt]; }
+  [[nodiscard]] uint16_t GetU16(uint32_t page, size_t at) { return GetLittle<uint16_t>(Page(page), at); }
+  [[nodiscard]] uint32_t GetU32(uint32_t page, size_t at) { return GetLittle<uint32_t>(Page(page), at); }
+  void SetU16(uint32_t page, size_t at, size_t value) {
+    PutLittle(Page(page), at, static_cast<uint16_t>(value));
   }
-  [[nodiscard]] uint32_t GetU32(uint32_t page, size_t at) const {
-    return GetU16(page, at) | static_cast<uint32_t>(GetU16(page, at + 2)) << 16;
-  }
-  void SetU16(uint32_t page, size_t at, uint32_t value) {
-    m_bytes[page * kPageSize + at] = static_cast<uint8_t>(value);
-    m_bytes[page * kPageSize + at + 1] = static_cast<uint8_t>(value >> 8);
-  }
-  void SetU32(uint32_t page, size_t at, uint32_t value) {
-    SetU16(page, at, value & 0xFFFF);
-    SetU16(page, at + 2, value >> 16);
-  }
+  void SetU32(uint32_t page, size_t at, uint32_t value) { PutLittle(Page(page), at, value); }
   void CopyWithin(uint32_t from, size_t fromAt, uint32_t to, size_t toAt, size_t size) {
-    for (size_t i = 0; i < size; i++)
-      m_bytes[to * kPageSize + toAt + i] = m_bytes[from * kPageSize + fromAt + i];
+    const std::span<const uint8_t> bytes = Page(from).subspan(fromAt, size);
+    std::copy(bytes.begin(), bytes.end(), Page(to).subspan(toAt).begin());
   }
   void Destroy(uint32_t page, uint8_t filler) {
-    for (size_t i = 0; i < kPageSize; i++) m_bytes[page * kPageSize + i] = filler;
+    const std::span<uint8_t> bytes = Page(page);
+    std::fill(bytes.begin(), bytes.end(), filler);
   }
-  [[nodiscard]] std::vector<uint32_t> FindDataPages(uint32_t owner) const {
+  [[nodiscard]] std::vector<uint32_t> FindDataPages(uint32_t owner) {
     std::vector<uint32_t> pages;
-    for (uint32_t page = 2; page < GetCount(); page++)
-      if (GetType(page) == kDataPage && GetU32(page, kOwner) == owner) pages.push_back(page);
+    for (uint32_t page = kObjectsPage; page < GetCount(); page++)
+      if (GetType(page) == kPageData && GetU32(page, kOwnerOffset) == owner) pages.push_back(page);
     return pages;
   }
   [[nodiscard]] const Bytes& GetBytes() const { return m_bytes; }
 
  private:
+  [[nodiscard]] std::span<uint8_t> Page(uint32_t page) {
+    return std::span(m_bytes).subspan(size_t{page} * kPages.pageSize, kPages.pageSize);
+  }
+
   Bytes m_bytes;
 };
 
 // Tables of rows, by the number of data pages: the definition pages of the tables with more than one.
-std::vector<uint32_t> FindOwners(const CPages& pages, size_t leastPages) {
+std::vector<uint32_t> FindOwners(CPages& pages, size_t leastPages) {
   std::vector<uint32_t> owners;
-  for (uint32_t page = kObjectsPage + 4; page < pages.GetCount(); page++)
+  for (uint32_t page = kFirstFreePage; page < pages.GetCount(); page++)
     if (pages.FindDataPages(page).size() >= leastPages) owners.push_back(page);
   return owners;
 }
 
 // Moves the body of a row to the end of another page of its table; the old place keeps a pointer to it.
 bool MoveRow(CPages& pages, uint32_t page, uint16_t row, uint32_t target) {
-  const size_t slot = kSlots + 2 * row;
+  const size_t slot = kPages.data.slots + size_t{2} * row;
   const uint16_t start = pages.GetU16(page, slot);
-  const uint16_t end = row == 0 ? uint16_t{kPageSize} : pages.GetU16(page, slot - 2) & kSlotStart;
-  const uint16_t size = static_cast<uint16_t>(end - start);
-  const uint16_t free = pages.GetU16(target, kFreeBytes);
-  const uint16_t count = pages.GetU16(target, kSlotCount);
-  if ((start & ~kSlotStart) != 0 || size < 4 || free < size + 2 || count >= 255) return false;
+  const size_t end = row == 0 ? kPages.pageSize : pages.GetU16(page, slot - 2) & kSlotStart;
+  const size_t size = end - start;
+  const size_t free = pages.GetU16(target, kFreeBytesOffset);
+  const uint32_t count = pages.GetU16(target, kPages.data.slotCount);
+  if ((start & ~kSlotStart) != 0 || size < kRowPointerSize || free < size + 2 || count >= kMaxRowsPerPage)
+    return false;
 
-  const size_t tableEnd = kSlots + 2 * count;
-  const uint16_t body = static_cast<uint16_t>(tableEnd + free - size);
+  const size_t tableEnd = kPages.data.slots + size_t{2} * count;
+  const size_t body = tableEnd + free - size;
   pages.CopyWithin(page, start, target, body, size);
   pages.SetU16(target, tableEnd, body | kSlotHidden);
-  pages.SetU16(target, kSlotCount, count + 1u);
-  pages.SetU16(target, kFreeBytes, static_cast<uint32_t>(free - size - 2));
-  pages.SetU32(page, start, target << 8 | count);
+  pages.SetU16(target, kPages.data.slotCount, count + 1u);
+  pages.SetU16(target, kFreeBytesOffset, free - size - 2);
+  pages.SetU32(page, start, MakeRowPointer(target, count));
   pages.SetU16(page, slot, start | kSlotPointer);
   return true;
 }
@@ -266,7 +254,8 @@ uint32_t MoveRows(CPages& pages) {
   for (const uint32_t owner : FindOwners(pages, 2)) {
     const std::vector<uint32_t> own = pages.FindDataPages(owner);
     for (uint16_t row = 3; row < 30; row = static_cast<uint16_t>(row + 9))
-      if (row < pages.GetU16(own.front(), kSlotCount) && MoveRow(pages, own.front(), row, own.back()))
+      if (row < pages.GetU16(own.front(), kPages.data.slotCount) &&
+          MoveRow(pages, own.front(), row, own.back()))
         moved++;
   }
   return moved;
@@ -277,9 +266,10 @@ void DestroyPages(CPages& pages) {
   pages.Destroy(1, 0);             // the map of free pages
   pages.Destroy(kObjectsPage, 0);  // the definition of the catalogue
   for (uint32_t page = 3; page < pages.GetCount(); page++)
-    if (pages.GetType(page) == kLeafPage || pages.GetType(page) == kNodePage) pages.Destroy(page, 0xF6);
+    if (pages.GetType(page) == kPageIndexLeaf || pages.GetType(page) == kPageIndexNode)
+      pages.Destroy(page, 0xF6);
   for (const uint32_t owner : FindOwners(pages, 3)) pages.Destroy(pages.FindDataPages(owner)[1], 0);
-  const std::vector<uint32_t> longValues = pages.FindDataPages(kLongValues);
+  const std::vector<uint32_t> longValues = pages.FindDataPages(kOwnerLongValues);
   if (longValues.size() > 4) pages.Destroy(longValues[longValues.size() / 2], 0xF6);
 }
 
