@@ -4,8 +4,7 @@
 // their key. The flat table has the columns of its kind, laid down by an empty table of the catalogue, a key
 // and a row number:
 //
-//   MSysComplexColumns:  column name | kind table | flat table | table of the column | complex number of the
-//   column
+//   MSysComplexColumns:  column name | kind table | flat table | table of the column | its complex number
 #pragma once
 
 #include <cstdint>

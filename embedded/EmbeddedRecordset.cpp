@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "embedded/StoredText.h"
+#include "format/CalculatedValue.h"
 #include "platform/Process.h"
 
 namespace tolvane {
@@ -15,19 +16,6 @@ CDaoResult WithField(EDaoError code, const SColumnDefinition& column, std::u16st
   std::u16string text = u"The value cannot be stored in field \"" + column.name + u"\": ";
   text.append(why).append(u".");
   return {code, std::move(text)};
-}
-
-// A calculated value:  16 zeros | 10 u32 length | 14 data | 3 zeros. Without data it is null.
-constexpr size_t kWrapperLength = 16, kWrapperHead = 20, kWrapperTail = 3;
-constexpr uint8_t kWrappedTrue = 0xFF;
-
-// A decimal in it:  u16 0 | u8 scale | u8 80 = negative | u32 high word | u32 low word | u32 middle word
-bool WrapDecimal(const SValue& value, std::vector<uint8_t>& data) {
-  const std::array<uint32_t, 4> words = DecimalWords(value.bytes);
-  if (words[0] != 0) return false;
-  data = {0, 0, value.scale, value.bytes[0]};
-  for (const uint32_t word : {words[1], words[3], words[2]}) AppendLittle(data, word);
-  return true;
 }
 
 }  // namespace
@@ -155,23 +143,17 @@ CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const S
 // The value stands in a wrapper; a memo's wrapper is the long value.
 CDaoResult CEmbeddedRecordset::SetCalculated(size_t index, const SValue& value) {
   const SColumnDefinition& column = ColumnAt(index);
-  std::vector<uint8_t> data(value.bytes.begin(), value.bytes.end());
-  if (value.isNull) {
-    data.clear();
-  } else if (value.type == kTypeBoolean) {
-    data.assign(1, data.front() != 0 ? kWrappedTrue : uint8_t{0});
-  } else if (value.type == kTypeText && column.type == kTypeText && !column.HoldsLongValues()) {
+  std::vector<uint8_t> result;
+  if (!value.isNull && value.type == kTypeText && column.type == kTypeText && !column.HoldsLongValues()) {
     CopyUnits(value.bytes, m_text);
-    data.clear();
-    AppendStoredText(m_table->GetLayout().text, m_text, ETextForm::CompressedIfPossible, data);
-  } else if (value.type == kTypeDecimal) {
-    if (!WrapDecimal(value, data))
+    AppendStoredText(m_table->GetLayout().text, m_text, ETextForm::CompressedIfPossible, result);
+  } else if (!value.isNull) {
+    auto stored = StoreResult(value);
+    if (!stored)
       return WithField(EDaoError::DataConversion, column, u"it has too many digits for a calculated field");
+    result = std::move(*stored);
   }
-  m_storage.assign(kWrapperHead, 0);
-  PutLittle(std::span(m_storage), kWrapperLength, static_cast<uint32_t>(data.size()));
-  m_storage.insert(m_storage.end(), data.begin(), data.end());
-  m_storage.resize(m_storage.size() + kWrapperTail);
+  m_storage = WrapCalculated(result);
   if (column.HoldsLongValues()) return LongValuesAt(index).SetBytes(m_storage, m_table->GetRow());
   m_table->GetRow().Set(column, m_storage);
   return CDaoResult::Ok();

@@ -172,34 +172,20 @@ bool CIndexTreeBuilder::Finish() {
 }
 
 bool CIndexTreeBuilder::Write(const SPage& page, uint32_t number, uint32_t next) {
-  const SIndexPageLayout& at = m_layout;
   // As the engines do it: what a page that overflows shares is left out of it, even where the next entry did
   // not fit all the same; the last page of a level stays complete while it can.
-  const size_t prefix = next != 0 || page.entries.size() > at.Capacity() ? page.prefix : 0;
-  m_image.assign(at.pageSize, 0);
-  size_t used = 0;
-  size_t start = 0;
-  for (size_t i = 0; i < page.ends.size(); i++) {
-    const size_t skipped = i == 0 ? 0 : prefix;
-    const Bytes stored = Bytes(page.entries).subspan(start + skipped, page.ends[i] - start - skipped);
-    std::copy(stored.begin(), stored.end(), m_image.begin() + static_cast<std::ptrdiff_t>(at.entries + used));
-    used += stored.size();
-    uint8_t& maskByte = m_image[at.mask + used / 8];
-    maskByte = static_cast<uint8_t>(maskByte | 1U << used % 8);
-    start = page.ends[i];
-  }
-  m_image[0] = page.IsLeaf() ? kPageIndexLeaf : kPageIndexNode;
-  m_image[1] = kPageFormatted;
-  PutLittle(m_image, kFreeBytesOffset, static_cast<uint16_t>(at.Capacity() - used));
-  PutLittle(m_image, kOwnerOffset, m_ownerPage);
-  PutLittle(m_image, at.previous, page.previous);
-  PutLittle(m_image, at.next, next);
-  PutLittle(m_image, at.tail, page.tail);
-  if (at.prefixWidth == 1)
-    PutLittle(m_image, at.prefix, static_cast<uint8_t>(prefix));
-  else
-    PutLittle(m_image, at.prefix, static_cast<uint16_t>(prefix));
-  m_image[at.level] = static_cast<uint8_t>(page.level);
+  const bool isShortened = next != 0 || page.entries.size() > m_layout.Capacity();
+  m_image.resize(m_layout.pageSize);
+  EncodeIndexPage(m_layout,
+                  {.owner = m_ownerPage,
+                   .previous = page.previous,
+                   .next = next,
+                   .tail = page.tail,
+                   .level = static_cast<uint8_t>(page.level),
+                   .prefix = isShortened ? page.prefix : 0,
+                   .entries = page.entries,
+                   .ends = page.ends},
+                  m_image);
   return m_sink.writePage(number, m_image);
 }
 

@@ -27,6 +27,17 @@ class CMemoSink : public CLongValueSink {
   CTextDecoder& m_decoder;
 };
 
+class CCalculatedMemoSink : public CLongValueSink {
+ public:
+  explicit CCalculatedMemoSink(CTextDecoder& decoder) : m_decoder(decoder) {}
+  void Take(std::span<const uint8_t> bytes) override { m_decoder.Append(m_unwrapper.Take(bytes)); }
+  [[nodiscard]] const CCalculatedUnwrapper& GetUnwrapper() const { return m_unwrapper; }
+
+ private:
+  CTextDecoder& m_decoder;
+  CCalculatedUnwrapper m_unwrapper;
+};
+
 }  // namespace
 
 CFieldDecoder::CFieldDecoder(const STextLayout& layout, const SRecoveryRules& rules,
@@ -137,11 +148,11 @@ EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint
   m_units.clear();
   m_text.Begin(field.coding, m_units);
   CMemoSink sink(m_text);
-  CUnwrappingSink unwrap(sink);
+  CCalculatedMemoSink calculated(m_text);
   bool isWhole = false;
   try {
     if (field.isCalculated)
-      isWhole = m_longValues.Read(bytes, unwrap) && unwrap.IsWhole();
+      isWhole = m_longValues.Read(bytes, calculated) && calculated.GetUnwrapper().IsWhole();
     else
       isWhole = m_longValues.Read(bytes, sink);
     m_text.End();
@@ -149,7 +160,7 @@ EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint
     isWhole = false;  // what fitted into memory stays
   }
   value.type = kTypeMemo;
-  value.isNull = field.isCalculated && unwrap.IsEmpty();
+  value.isNull = field.isCalculated && calculated.GetUnwrapper().IsEmpty();
   if (!value.isNull) value.bytes = UnitBytes(m_units);
   return isWhole ? EFieldResult::Decoded : EFieldResult::CutShort;
 }

@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/CalculatedValue.h"
 #include "engine/LongValueReader.h"
 #include "engine/ObjectSink.h"
 #include "engine/TextDecoder.h"
+#include "format/CalculatedValue.h"
 #include "format/Layout.h"
 #include "format/RowFrame.h"
 #include "format/Value.h"

@@ -1,5 +1,7 @@
 #include "format/IndexPage.h"
 
+#include <algorithm>
+
 namespace tolvane {
 
 uint32_t ReadBigEndian(std::span<const uint8_t> bytes) {
@@ -35,6 +37,32 @@ void CIndexPage::GetEntry(size_t i, std::vector<uint8_t>& entry) const {
   const auto start = static_cast<std::ptrdiff_t>(i == 0 ? 0 : m_ends[i - 1]);
   entry.assign(area, area + static_cast<std::ptrdiff_t>(i == 0 ? 0 : m_prefix));
   entry.insert(entry.end(), area + start, area + m_ends[i]);
+}
+
+void EncodeIndexPage(const SIndexPageLayout& at, const SIndexPage& page, std::span<uint8_t> bytes) {
+  std::fill(bytes.begin(), bytes.end(), uint8_t{0});
+  size_t used = 0, start = 0;
+  for (size_t i = 0; i < page.ends.size(); i++) {
+    const size_t skipped = i == 0 ? 0 : page.prefix;
+    const auto stored = page.entries.subspan(start + skipped, page.ends[i] - start - skipped);
+    std::copy(stored.begin(), stored.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at.entries + used));
+    used += stored.size();
+    uint8_t& maskByte = bytes[at.mask + used / 8];
+    maskByte = static_cast<uint8_t>(maskByte | 1U << used % 8);
+    start = page.ends[i];
+  }
+  bytes[kPageTypeAt] = page.level == 0 ? kPageIndexLeaf : kPageIndexNode;
+  bytes[kPageMarkAt] = kPageFormatted;
+  PutLittle(bytes, kFreeBytesOffset, static_cast<uint16_t>(at.Capacity() - used));
+  PutLittle(bytes, kOwnerOffset, page.owner);
+  PutLittle(bytes, at.previous, page.previous);
+  PutLittle(bytes, at.next, page.next);
+  PutLittle(bytes, at.tail, page.tail);
+  if (at.prefixWidth == 1)
+    PutLittle(bytes, at.prefix, static_cast<uint8_t>(page.prefix));
+  else
+    PutLittle(bytes, at.prefix, static_cast<uint16_t>(page.prefix));
+  bytes[at.level] = page.level;
 }
 
 }  // namespace tolvane

@@ -40,6 +40,18 @@ class CIndexPage {
   size_t m_prefix = 0;
 };
 
+// A page to be written. Its entries are complete and lie one behind the other; all but the first lose
+// `prefix` bytes, which they share with it.
+struct SIndexPage {
+  uint32_t owner = 0, previous = 0, next = 0, tail = 0;
+  uint8_t level = 0;
+  size_t prefix = 0;
+  std::span<const uint8_t> entries;
+  std::span<const uint32_t> ends;  // of each entry
+};
+// `bytes` has the size of a page, and the entries fit.
+void EncodeIndexPage(const SIndexPageLayout& at, const SIndexPage& page, std::span<uint8_t> bytes);
+
 // Numbers in entries are big-endian.
 uint32_t ReadBigEndian(std::span<const uint8_t> bytes);
 

@@ -1,12 +1,13 @@
 // The properties of an object and of its columns, as the column LvProp of MSysObjects holds them.
 //
+// clang-format off
 //   blob:   Jet 4 "MR2", Jet 3 "KKD", NUL | blocks
 //   block:  0 u32 length, these six bytes included | 4 u16 kind | 6 body
 //     kind 80     names:  u16 length, name ...
 //     kind 0, 1   owner:  u32 length of this head, these four bytes included | u16 length of the name | name
-//                 entry:  0 u16 length, these two bytes included | 2 u8 1 = of the engine's own set | 3 u8
-//                 type
+//                 entry:  0 u16 length, these two bytes included | 2 u8 1 = of the engine's own set | 3 u8 type
 //                         4 u16 which of the names | 6 u16 length | 8 value
+// clang-format on
 //
 // The names come first. Kind 0 is the object itself, without a name; kind 1 a column. Names, texts and memos
 // are UTF-16LE, in Jet 3 bytes of the code page; other values are as rows hold them.

@@ -1,4 +1,4 @@
-#include "engine/CalculatedValue.h"
+#include "format/CalculatedValue.h"
 
 #include <algorithm>
 
@@ -10,6 +10,8 @@ namespace {
 
 constexpr size_t kLengthOffset = 16;
 constexpr size_t kResultOffset = 20;
+constexpr size_t kTail = 3;
+constexpr uint8_t kTrue = 0xFF;
 
 // A decimal result.
 constexpr size_t kDecimalResult = 16;
@@ -96,7 +98,7 @@ std::optional<SValue> MakeResult(uint8_t type, std::span<const uint8_t> result, 
   return value;
 }
 
-void CUnwrappingSink::Take(std::span<const uint8_t> bytes) {
+std::span<const uint8_t> CCalculatedUnwrapper::Take(std::span<const uint8_t> bytes) {
   const size_t head = std::min(bytes.size(), kHead - m_headBytes);
   std::copy_n(bytes.begin(), head, m_head.begin() + static_cast<ptrdiff_t>(m_headBytes));
   m_headBytes += head;
@@ -107,11 +109,29 @@ void CUnwrappingSink::Take(std::span<const uint8_t> bytes) {
   bytes = bytes.subspan(head);
   bytes = bytes.first(std::min(bytes.size(), m_left));
   m_left -= bytes.size();
-  if (!bytes.empty()) m_next.Take(bytes);
+  return bytes;
 }
 
-bool CUnwrappingSink::IsWhole() const {
-  return m_headBytes == 0 || (m_headBytes == kHead && m_left == 0);
+std::vector<uint8_t> WrapCalculated(std::span<const uint8_t> result) {
+  std::vector<uint8_t> bytes(kResultOffset);
+  PutLittle(std::span(bytes), kLengthOffset, static_cast<uint32_t>(result.size()));
+  bytes.insert(bytes.end(), result.begin(), result.end());
+  bytes.resize(bytes.size() + kTail);
+  return bytes;
+}
+
+std::optional<std::vector<uint8_t>> StoreResult(const SValue& value) {
+  if (value.type == kTypeBoolean) return std::vector<uint8_t>{value.bytes.front() != 0 ? kTrue : uint8_t{0}};
+  if (value.type != kTypeDecimal) return std::vector<uint8_t>(value.bytes.begin(), value.bytes.end());
+  const std::array<uint32_t, 4> words = DecimalWords(value.bytes);
+  if (words[0] != 0) return std::nullopt;
+  std::vector<uint8_t> bytes(kDecimalResult);
+  bytes[kDecimalScale] = value.scale;
+  bytes[kDecimalSign] = value.bytes[0];
+  PutLittle(std::span(bytes), kDecimalHigh, words[1]);
+  PutLittle(std::span(bytes), kDecimalLow, words[3]);
+  PutLittle(std::span(bytes), kDecimalLow + 4, words[2]);
+  return bytes;
 }
 
 }  // namespace tolvane
