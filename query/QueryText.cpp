@@ -78,8 +78,8 @@ class CRenderer {
   void RenderColumns(std::u16string_view keyword);
   void RenderFrom(std::u16string_view keyword);
   void RenderOrderBy();
-  [[nodiscard]] std::u16string Columns(std::optional<int16_t> flag) const;
-  [[nodiscard]] std::u16string List(EQueryAttribute attribute, std::optional<int16_t> flag) const;
+  [[nodiscard]] std::u16string Columns(std::optional<int16_t> flag);
+  [[nodiscard]] std::u16string List(EQueryAttribute attribute, std::optional<int16_t> flag);
   [[nodiscard]] std::u16string Target() const;
   [[nodiscard]] std::u16string Assignment(const SQueryRow& row) const;
   [[nodiscard]] bool HasColumnFlag(int16_t flag) const;
@@ -95,7 +95,7 @@ class CRenderer {
     m_text.sql += text;
   }
   void Need(bool isThere, std::u16string_view what) {
-    if (isThere) return;
+    if (isThere || m_text.missing.find(what) != std::u16string::npos) return;
     if (!m_text.missing.empty()) m_text.missing += u", ";
     m_text.missing += what;
   }
@@ -128,21 +128,23 @@ void CRenderer::RenderParameters() {
 }
 
 // Flag empty: of all rows.
-std::u16string CRenderer::List(EQueryAttribute attribute, std::optional<int16_t> flag) const {
+std::u16string CRenderer::List(EQueryAttribute attribute, std::optional<int16_t> flag) {
   std::u16string list;
   for (const SQueryRow* row : m_rows[attribute]) {
     if (flag && row->flag.value_or(0) != *flag) continue;
     if (!list.empty()) list += u", ";
+    Need(IsSet(row->expression), attribute == kQueryGrouping ? u"a key of its groups" : u"a value");
     list += TextOf(row->expression);
   }
   return list;
 }
 
-std::u16string CRenderer::Columns(std::optional<int16_t> flag) const {
+std::u16string CRenderer::Columns(std::optional<int16_t> flag) {
   std::u16string list;
   for (const SQueryRow* row : m_rows[kQueryColumn]) {
     if (flag && row->flag.value_or(0) != *flag) continue;
     if (!list.empty()) list += u", ";
+    Need(IsSet(row->expression), u"a column");
     list += TextOf(row->expression);
     if (IsSet(row->name1)) list += u" AS " + BracketedIfNeeded(*row->name1);
   }
@@ -159,6 +161,7 @@ void CRenderer::Conditions(EQueryAttribute attribute, std::u16string_view keywor
   std::u16string text;
   const bool isOne = m_rows[attribute].size() == 1;
   for (const SQueryRow* row : m_rows[attribute]) {
+    Need(IsSet(row->expression), u"a condition");
     if (!IsSet(row->expression)) continue;
     if (!text.empty()) text += u" AND ";
     text += isOne ? *row->expression : u'(' + *row->expression + u')';
@@ -188,7 +191,10 @@ void CRenderer::RenderFrom(std::u16string_view keyword) {
     tree.AddSource(IsSet(row->name2) ? *row->name2 : name, std::move(text));
   }
   bool areKnown = true;
-  for (const SQueryRow* row : m_rows[kQueryJoin]) areKnown = tree.AddJoin(*row) && areKnown;
+  for (const SQueryRow* row : m_rows[kQueryJoin]) {
+    areKnown = tree.AddJoin(*row) && areKnown;
+    Need(IsSet(row->expression), u"the condition of a join");
+  }
   Need(areKnown, u"a source of a join");
   const std::u16string sources = tree.GetText();
   if (sources.empty()) return;
@@ -229,6 +235,7 @@ void CRenderer::RenderOrderBy() {
   std::u16string list;
   for (const SQueryRow* row : m_rows[kQuerySortKey]) {
     if (!list.empty()) list += u", ";
+    Need(IsSet(row->expression), u"a sort key");
     list += TextOf(row->expression);
     if (TextOf(row->name1) == u"D" || TextOf(row->name1) == u"d") list += u" DESC";
   }

@@ -120,6 +120,11 @@ TEST(QueryText, WhatIsNoStatementIsSaid) {
   EXPECT_EQ(RenderQuery(Query({u"1|6", u"6|2|||a"})).missing, u"its values, its PIVOT");
   EXPECT_EQ(RenderQuery(Query({u"1|9", u"5|||X7YZ_____2|SELECT 1"})).missing, u"a member, its kind of UNION");
   EXPECT_EQ(RenderQuery(Query({u"1|7"})).missing, u"its text");
+  // Rows whose long texts are lost.
+  EXPECT_EQ(RenderQuery(Query({u"1|4", u"5||T", u"6|||a|1", u"8"})).missing, u"a condition");
+  EXPECT_EQ(
+      RenderQuery(Query({u"1|1", u"5||A", u"5||B", u"7|1|A|B", u"6", u"6", u"9", u"10", u"11"})).missing,
+      u"a column, its columns, the condition of a join, a key of its groups, a condition, a sort key");
   EXPECT_EQ(RenderQuery(Query({u"3|16", u"6||||a", u"2|99|p"})).missing,
             u"the type of a parameter, the number of TOP");
   // The object's flags tell the kind when no row does.
