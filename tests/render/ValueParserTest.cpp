@@ -9,7 +9,7 @@
 #include <string>
 
 #include "platform/Text.h"
-#include "tests/embedded/KeyBytes.h"
+#include "tests/format/KeyBytes.h"
 
 namespace tolvane {
 namespace {
