@@ -5,14 +5,11 @@
 #include <array>
 
 #include "app/AppStart.h"
-#include "app/ErrorLog.h"
 #include "app/Losses.h"
 #include "app/OutputChoice.h"
 #include "app/RecentFiles.h"
 #include "app/Settings.h"
-#include "app/StartChoice.h"
 #include "app/ViewTexts.h"
-#include "platform/InstanceChecker.h"
 #include "store/WorkFolder.h"
 #include "tests/app/FakeFrontEnd.h"
 #include "tests/platform/ScratchFolder.h"
@@ -28,12 +25,10 @@ class CFakeStart : public CStartActions {
 
   bool InitialiseOle() override { return Step("ole"); }
   void EnableControlContainer() override { Step("controls"); }
-  void LoadProfile(std::u16string_view key, size_t recentFiles) override {
-    Step("profile " + ToUtf8(key) + " " + std::to_string(recentFiles));
-  }
+  void LoadProfile(std::u16string_view, size_t) override { Step("profile"); }
   void SetVisualStyle() override { Step("style"); }
   void RegisterDocument() override { Step("document"); }
-  bool IsAlreadyRunning(std::u16string_view name) override { return !Step("instance " + ToUtf8(name)); }
+  bool IsAlreadyRunning(std::u16string_view) override { return !Step("instance"); }
   bool MakeWorkFolder(std::u16string& problem) override {
     problem = u"no room";
     return Step("work folder");
@@ -48,11 +43,9 @@ class CFakeStart : public CStartActions {
   }
 };
 
-TEST(AppStart, StepsInTheirOrder) {
-  const Lines all{
-      "ole",         "controls",     "profile Local AppWizard-Generated Applications 4",
-      "style",       "document",     "instance 46985B92-200C-47a3-81FA-D116CE9E74CF_TolvaneForAccess",
-      "work folder", "window a.mdb", "update"};
+TEST(AppStart, AFailedStepIsTheLastAndIsTold) {
+  const Lines all{"ole",      "controls",    "profile",      "style", "document",
+                  "instance", "work folder", "window a.mdb", "update"};
   const struct {
     std::string failing;
     ptrdiff_t steps;
@@ -74,18 +67,6 @@ TEST(AppStart, StepsInTheirOrder) {
   }
 }
 
-TEST(InstanceChecker, OneHoldsTheName) {
-  std::u16string name = u"tolvane-test-";
-  for (const uint8_t byte : MakeGuid().bytes) name += ToDecimal(byte);
-  {
-    CInstanceChecker first;
-    EXPECT_FALSE(first.IsAlreadyRunning(name));
-    EXPECT_TRUE(CInstanceChecker().IsAlreadyRunning(name));
-    EXPECT_FALSE(CInstanceChecker().IsAlreadyRunning(name + u"x"));
-  }
-  EXPECT_FALSE(CInstanceChecker().IsAlreadyRunning(name)) << "gone with its holder";
-}
-
 TEST(Settings, Prefixes) {
   const std::u16string kIllegal = u"Illegal character found in file pre fix ";
   EXPECT_EQ(SSettings().prefix, u"Rep");
@@ -95,15 +76,6 @@ TEST(Settings, Prefixes) {
     EXPECT_EQ(CheckPrefix(std::u16string(u"a") + unit + u"b"), kIllegal);
   for (const std::u16string_view prefix : {u"Rep", u"   ", u"\"", u"\u00E9.~"})
     EXPECT_FALSE(CheckPrefix(prefix));
-}
-
-TEST(StartChoice, IsComplete) {
-  EXPECT_EQ(CheckStartChoice({}), u"Please Select Corrupted MS Access Database File.");
-  EXPECT_EQ(CheckStartChoice({true, u"a.mdb", u""}), u"Please Select Template MS Access Database File.");
-  EXPECT_FALSE(CheckStartChoice({false, u"a.mdb", u""}));
-  EXPECT_FALSE(CheckStartChoice({true, u"a.mdb", u"b.mdb"}));
-  EXPECT_EQ(AskForCorruptedFile(EAskedFrom::StartDialog).title, u"Select Corrupted MS Access file...");
-  EXPECT_EQ(AskForTemplateFile(EAskedFrom::StartDialog).title, u"Select template file...");
 }
 
 class CFakeStore : public CRecentFileStore {
@@ -127,16 +99,6 @@ TEST(RecentFiles, FourWithoutDoubles) {
   EXPECT_EQ(store.paths, (Paths{u"a", u"f", u"C", u"b"}));
   files.Remove(u"c");
   EXPECT_EQ(store.paths, (Paths{u"a", u"f", u"b"}));
-}
-
-TEST(ErrorLog, AppendsTheFirstHalfOfTheBytes) {
-  const CScratchFolder scratch;
-  const CErrorLog log(scratch / u"log.txt");
-  EXPECT_TRUE(log.Write(u"abcd"));
-  EXPECT_TRUE(log.Write(u"ef"));
-  EXPECT_EQ(ReadText(scratch / u"log.txt"), std::string("a\0b\0e\0", 6));
-  EXPECT_TRUE(CErrorLog(scratch / u"none/log.txt").Write(u"lost"));
-  EXPECT_TRUE(CErrorLog().GetPath().ends_with(u"\\ErrorLog\\ErrorLog.txt"));
 }
 
 class OutputChoice : public testing::Test {

@@ -188,6 +188,10 @@ TEST_F(Workflow, ChoosingAFileStartsTheRepair) {
   EXPECT_NE(window.summary.find("Nothing was lost."), std::string::npos) << window.summary;
   workflow->OnTimer(kRepairTimer);
   EXPECT_EQ(window.calls, Lines{}) << "a late message of a timer that was killed";
+  workflow->SelectCorruptedFile(scratch / u"dropped.mdb");
+  EXPECT_EQ(Page(), EPageState::FileSelected);
+  EXPECT_EQ(window.hint, "Select corrupted access file and press repair button.");
+  EXPECT_EQ(window.tables.size(), 4u) << "the result stays until the next repair";
 }
 
 TEST_F(Workflow, FilesThatCannotBeReadStartNothing) {
@@ -221,20 +225,6 @@ TEST_F(Workflow, FilesThatCannotBeReadStartNothing) {
   }
 }
 
-TEST_F(Workflow, NothingStartsWhileAWorkerCounts) {
-  workflow->SelectCorruptedFile(damaged);
-  CRepairThreadCounter::Instance()++;
-  window.calls.clear();
-  workflow->Next();
-  workflow->SelectCorruptedFile(scratch / u"other.mdb");
-  workflow->ChooseMode(true);
-  EXPECT_FALSE(workflow->ChooseCorruptedFile());
-  CRepairThreadCounter::Instance()--;
-  EXPECT_EQ(window.calls, Lines{});
-  EXPECT_EQ(window.selectedFile, ToUtf8(damaged));
-  EXPECT_FALSE(workflow->IsTemplateMode());
-}
-
 TEST_F(Workflow, TemplateModeTakesTheDefinitionsOfTheOtherFile) {
   const std::u16string healthy = scratch / u"healthy.mdb";
   Bytes bytes = MakeSource();
@@ -252,36 +242,6 @@ TEST_F(Workflow, TemplateModeTakesTheDefinitionsOfTheOtherFile) {
   Repair();
   EXPECT_EQ(window.tables.size(), 4u);
   EXPECT_NE(window.summary.find("Definitions from " + ToUtf8(healthy)), std::string::npos);
-}
-
-TEST_F(Workflow, BackFollowsTheTable) {
-  using enum EPageState;
-  CShowPageState state;
-  for (const auto& [from, to] :
-       {std::pair{ModeSelection, ModeSelection}, std::pair{FileSelected, FileSelected},
-        std::pair{Repairing, FileSelected}, std::pair{Repaired, FileSelected}, std::pair{Saving, Repaired},
-        std::pair{Saved, Repaired}}) {
-    state.SetState(from);
-    state.Back();
-    EXPECT_EQ(state.GetState(), to);
-  }
-}
-
-TEST_F(Workflow, ADroppedFileIsSelectedUnlessSomethingRuns) {
-  const std::u16string other = scratch / u"other.mdb";
-  workflow->SelectCorruptedFile(damaged);
-  EXPECT_EQ(window.hint, "Select corrupted access file and press repair button.");
-  StartRepair();
-  workflow->SelectCorruptedFile(other);
-  EXPECT_EQ(Page(), EPageState::Repairing);
-  EXPECT_EQ(window.selectedFile, ToUtf8(damaged));
-  FinishRepair();
-  workflow->SelectCorruptedFile(other);
-  EXPECT_EQ(Page(), EPageState::FileSelected);
-  EXPECT_EQ(window.tables.size(), 4u) << "the result stays until the next repair";
-  EXPECT_NE(workflow->GetManager().GetData(), nullptr);
-  workflow->SelectCorruptedFile({});
-  EXPECT_EQ(window.selectedFile, ToUtf8(other));
 }
 
 // The pause behind step 2 holds the worker there; later stops come wherever it is by then.
@@ -323,8 +283,6 @@ TEST_F(Workflow, ARepairThatEndsWhileStopIsAskedIsKept) {
 TEST_F(Workflow, WhatHoldsNoTableIsNoSuccess) {
   WriteFile(damaged, Bytes(100));
   Repair();
-  EXPECT_EQ(window.tables, Lines{});
-  EXPECT_NE(window.summary.find("Nothing could be recovered."), std::string::npos) << window.summary;
   StartSave();
   FinishSave();
   EXPECT_EQ(Page(), EPageState::Saved);
@@ -437,22 +395,13 @@ TEST_F(Workflow, AFailureIsToldOnTheLastPage) {
   EXPECT_EQ(fakeEngine.log.calls.back(), "terminate");
 }
 
-TEST_F(Workflow, AnEngineThatCouldNotBeLaunchedLeadsBack) {
-  Repair();
-  StartSave();
-  CSavingStatus::Instance().SetLaunchFailed(true);
-  FinishSave();
-  EXPECT_EQ(Page(), EPageState::Repaired);
-  EXPECT_FALSE(CSavingStatus::Instance().GetLaunchFailed());
-}
-
-TEST_F(Workflow, StopAtEveryCallOfTheEngineLeadsBack) {
+TEST_F(Workflow, StopAtAnyCallOfTheEngineLeadsBack) {
   WriteFile(damaged, MakeSource(3));
   Repair();
   size_t stops = 0;
-  for (;; ++stops) {
-    SCOPED_TRACE(stops);
-    HoldSaveAt(stops + 1);
+  for (size_t call = 1;; call += 3, ++stops) {
+    SCOPED_TRACE(call);
+    HoldSaveAt(call);
     StartSave();
     Until([&] { return isHeld || !IsSaving(); });
     if (!isHeld) break;
@@ -471,7 +420,7 @@ TEST_F(Workflow, StopAtEveryCallOfTheEngineLeadsBack) {
     EXPECT_FALSE(workflow->IsWorking());
     ASSERT_NE(workflow->GetManager().GetData(), nullptr) << "the repair's result stays";
   }
-  EXPECT_GT(stops, 30u);
+  EXPECT_GT(stops, 10u);
   FinishSave();
   EXPECT_EQ(Page(), EPageState::Saved);
 }
@@ -529,17 +478,10 @@ TEST_F(Workflow, ForbiddenCommandsDoNoHarm) {
   workflow->Back();
   workflow->Next();
   EXPECT_EQ(Page(), EPageState::FileSelected) << "no repair beside a save";
+  EXPECT_EQ(window.selectedFile, ToUtf8(damaged));
   CSavingStatus::Instance().SetSaving(false);
   workflow->OnTimer(kSaveTimer);
   EXPECT_EQ(Page(), EPageState::FileSelected);
-
-  fakeEngine.log.refuse = nullptr;
-  Repair();
-  StartSave();
-  workflow->Next();
-  EXPECT_EQ(Page(), EPageState::Saved);
-  FinishSave();
-  EXPECT_EQ(Page(), EPageState::Saved);
 }
 
 // --- the end ---

@@ -1,7 +1,9 @@
-// The steps of the hand-off with an engine that the test plays, and what such an engine can read.
-#include "tests/handoff/HandOffTest.h"
+// The steps of the hand-off with an engine that the test plays, and what goes wrong in them.
+#include "app/ExternalEngine.h"
+#include "tests/platform/ScratchFolder.h"
+#include "tests/writer/WriterTest.h"
 
-namespace tolvane::test {
+namespace tolvane {
 namespace {
 
 class CNoProcesses : public CProcessManager {
@@ -25,16 +27,15 @@ struct SPlay {
   uint32_t exitCode = 0;
 };
 
-class CPlayedEngine : public CExternalEngineLauncher {
+class CPlayedEngine : public CExternalEngineLauncher, public CExternalProcess {
  public:
   CPlayedEngine(SPlay play, Lines& steps) : m_play(play), m_steps(steps) {}
 
   std::unique_ptr<CExternalProcess> Start(std::u16string_view program, std::u16string_view path) override {
-    m_steps.push_back("start " + ToUtf8(program) + " with ." + ToUtf8(ExtensionOf(path)));
+    m_steps.push_back("start " + ToUtf8(program) + " with " + std::to_string(GetFileLength(path)) +
+                      " bytes of ." + ToUtf8(ExtensionOf(path)));
     m_infoPath = path;
-    info = ReadText(m_infoPath);
-    if (!m_play.canStart) return nullptr;
-    return std::make_unique<CProcess>(*this);
+    return m_play.canStart ? std::make_unique<CPlayedEngine>(*this) : nullptr;
   }
   WindowHandle FindTopLevelWindow(std::u16string_view title) override {
     if (m_looks == 0) m_steps.push_back("find " + ToUtf8(title));
@@ -51,101 +52,92 @@ class CPlayedEngine : public CExternalEngineLauncher {
                       std::to_string(sender));
     WriteText(m_output, "a database");
   }
-
-  std::string info;  // the file that it was given
+  // Patience with an engine that has no window ends at the third look: it has ended.
+  bool WaitForEnd(std::optional<uint32_t> milliseconds) override {
+    EXPECT_TRUE(FileExists(m_infoPath)) << "the engine still reads it";
+    EXPECT_TRUE(CSavingStatus::Instance().IsSaving());
+    if (!milliseconds) m_steps.push_back("wait");
+    return !milliseconds || ++m_waits == 3;
+  }
+  uint32_t GetExitCode() override { return m_play.exitCode; }
 
  private:
-  class CProcess : public CExternalProcess {
-   public:
-    explicit CProcess(CPlayedEngine& engine) : m_engine(engine) {}
-    ~CProcess() override { m_engine.m_steps.push_back("close"); }
-    CProcess(const CProcess&) = delete;
-    CProcess& operator=(const CProcess&) = delete;
-    // Patience with an engine that has no window ends sooner here: it has ended at the third look.
-    bool WaitForEnd(std::optional<uint32_t> milliseconds) override {
-      EXPECT_TRUE(FileExists(m_engine.m_infoPath)) << "the engine still reads it";
-      EXPECT_TRUE(CSavingStatus::Instance().IsSaving());
-      if (!milliseconds) m_engine.m_steps.push_back("wait");
-      return !milliseconds || m_engine.m_looks == 3;
-    }
-    uint32_t GetExitCode() override { return m_engine.m_play.exitCode; }
-
-   private:
-    CPlayedEngine& m_engine;
-  };
-
   SPlay m_play;
   Lines& m_steps;
   std::u16string m_infoPath;
   std::u16string m_output;
   int m_looks = 0;
+  int m_waits = 0;
 };
 
-class CExternalEngineTest : public CHandOffTest {
+constexpr size_t kInfoBytes = 5112 + 1552 + 4 + 2 * 1062 + 4;  // of one table with two columns
+
+class CHandOffTest : public CWriterTest {
  protected:
-  SHandOffResult Run(SPlay play) {
-    CNoProcesses processes(m_steps);
-    CPlayedEngine engine(play, m_steps);
-    SHandOffResult result =
-        SaveThroughExternalEngine({m_data, OutputPath(), u"/engines/", 9}, processes, engine);
-    m_info = engine.info;
-    return result;
+  void SetUp() override {
+    CWriterTest::SetUp();
+    m_data.GetTables().Clear();
+    AddTable(u"People", {{u"ID", kTypeLong, 4}, {u"Name"}});
+    // What a save leaves to the next one.
+    CSavingStatus::Instance().SetLaunchFailed(false);
+    CProgressStatus::Instance().SetMax(7);
+    CProgressStatus::Instance().SetPos(7);
+    CRepairLog::Instance().Set(u"old log");
+    CStatusProgress::Instance().SetText(u"old status");
   }
-  Lines m_steps;
-  std::string m_info;
+  std::u16string OutputPath() const { return InFolder(u"Tolvane_damaged.mdb"); }
+  // How the status objects stand after every hand-off.
+  void ExpectSaved(const SHandOffResult& result) const {
+    const std::string output = ToUtf8(OutputPath());
+    EXPECT_EQ(GetLog(),
+              ToUtf8(result.problem) + (result.problem.empty() ? "" : "\r\n") + "Location: \r\n" + output);
+    EXPECT_EQ(ToUtf8(CStatusProgress::Instance().GetText()), "Location: " + output);
+    EXPECT_EQ(CSavingStatus::Instance().GetLaunchFailed(), !result.isStarted);
+    EXPECT_FALSE(CSavingStatus::Instance().IsSaving());
+    EXPECT_EQ(CProgressStatus::Instance().GetMax(), 100);
+    EXPECT_EQ(CProgressStatus::Instance().GetPos(), 0);
+    for (const std::u16string& name : ListFolder(m_folder.GetPath()))
+      EXPECT_NE(ToUtf8(ExtensionOf(name)), "kpi") << "left behind";
+  }
 };
 
-const std::string kTerminate = "terminate AccdbSaveEngine.exe, log '', status ''";
-const std::string kStart = "start /engines/AccdbSaveEngine.exe with .kpi";
-const std::string kFind = "find W_7F105639-5C10-4a5b-8C7E-BDA4CED80280_ServerWindow";
-
-TEST_F(CExternalEngineTest, ItsWindowIsToldWhenItAppears) {
-  const SHandOffResult result = Run({.looksBeforeWindow = 2});
-  EXPECT_TRUE(result.isStarted);
-  EXPECT_EQ(m_steps, (Lines{kTerminate, kStart, kFind, "text to 42 from 9", "message 32770 to 42 from 9",
-                            "wait", "close"}));
-  ExpectSaved(false, "");
-}
-
-TEST_F(CExternalEngineTest, AnEngineThatCannotBeStartedIsTold) {
-  const SHandOffResult result = Run({.canStart = false});
-  EXPECT_FALSE(result.isStarted);
-  EXPECT_EQ(m_steps, (Lines{kTerminate, kStart}));
-  EXPECT_NE(result.problem.find(u"\"/engines/AccdbSaveEngine.exe\" cannot be started: "),
-            std::u16string::npos);
-  ExpectSaved(true, ToUtf8(result.problem));
-}
-
-TEST_F(CExternalEngineTest, AnEngineThatFailsIsTold) {
-  EXPECT_EQ(Run({.exitCode = 7}).exitCode, 7u);
-  ExpectSaved(false, "The save engine ended early, with status 7.");
-}
-
-TEST_F(CExternalEngineTest, AnEngineWithoutAWindowIsTold) {
-  EXPECT_TRUE(Run({.looksBeforeWindow = -1}).isStarted);
-  EXPECT_EQ(m_steps, (Lines{kTerminate, kStart, kFind, "wait", "close"}));
-  ExpectSaved(false, "The save engine ended without writing the database.");
-}
-
-TEST_F(CExternalEngineTest, ATableThatCannotBeToldStartsNothing) {
-  m_data.GetTables().GetAt(0)->name.assign(256, u'n');
-  const SHandOffResult result = Run({});
-  EXPECT_FALSE(result.isStarted);
-  EXPECT_EQ(m_steps, Lines{kTerminate});
-  EXPECT_NE(result.problem.find(u"its name is longer than 255 characters"), std::u16string::npos);
-  ExpectSaved(true, ToUtf8(result.problem));
-}
-
-// A head, and for each table 1552 bytes, its columns and an empty list of indexes.
-TEST_F(CExternalEngineTest, TheFileHoldsEveryTable) {
-  Run({});
-  EXPECT_EQ(m_info.size(), 5112u + 2 * (1552 + 4 + 4) + (2 + 1) * 1062);
-  for (const char* name : {"People", "Words"}) {
-    std::string wide;
-    for (const char* c = name; *c != 0; ++c) wide += {*c, '\0'};
-    EXPECT_NE(m_info.find(wide), std::string::npos) << name;
+TEST_F(CHandOffTest, TheEngineIsStartedToldAndWaitedFor) {
+  const Lines all{"terminate AccdbSaveEngine.exe, log '', status ''",
+                  "start /engines/AccdbSaveEngine.exe with " + std::to_string(kInfoBytes) + " bytes of .kpi",
+                  "find W_7F105639-5C10-4a5b-8C7E-BDA4CED80280_ServerWindow",
+                  "text to 42 from 9",
+                  "message 32770 to 42 from 9",
+                  "wait"};
+  const struct {
+    SPlay play;
+    std::vector<size_t> steps;
+    const char* problem;
+  } cases[] = {
+      {{.canStart = false}, {0, 1}, "The save engine \"/engines/AccdbSaveEngine.exe\" cannot be started: "},
+      {{.looksBeforeWindow = -1}, {0, 1, 2, 5}, "The save engine ended without writing the database."},
+      {{.exitCode = 7}, {0, 1, 2, 3, 4, 5}, "The save engine ended early, with status 7."},
+      {{.looksBeforeWindow = 2}, {0, 1, 2, 3, 4, 5}, ""},
+      {{}, {0}, "The save engine cannot be told of the table \""},  // a name that is too long
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.problem);
+    SetUp();
+    if (test.steps.size() == 1) m_data.GetTables().GetAt(0)->name.assign(256, u'n');
+    Lines steps, expected;
+    for (const size_t step : test.steps) expected.push_back(all[step]);
+    CNoProcesses processes(steps);
+    CPlayedEngine engine(test.play, steps);
+    const SHandOffResult result =
+        SaveThroughExternalEngine({m_data, OutputPath(), u"/engines/", 9}, processes, engine);
+    EXPECT_EQ(steps, expected);
+    EXPECT_EQ(result.isStarted, steps.size() > 2);
+    EXPECT_EQ(result.exitCode, test.play.exitCode);
+    EXPECT_TRUE(ToUtf8(result.problem).starts_with(test.problem)) << ToUtf8(result.problem);
+    EXPECT_EQ(result.problem.empty(), *test.problem == 0);
+    ExpectSaved(result);
+    RemoveFile(OutputPath());
   }
 }
 
 }  // namespace
-}  // namespace tolvane::test
+}  // namespace tolvane

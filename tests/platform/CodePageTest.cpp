@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/Files.h"
@@ -100,22 +99,6 @@ TEST(CodePage, UnknownPagesAreReadAsLatin1) {
     EXPECT_EQ(Encode(codePage, u"\u20AC").bytes, "\x80");
   }
   EXPECT_TRUE(IsCodePageKnown(SystemCodePage()));
-}
-
-TEST(CodePage, ThreadsMayShareAndSwitchPages) {
-  std::vector<std::thread> threads;
-  std::vector<int> faults(4);
-  for (size_t number = 0; number < faults.size(); number++) {
-    threads.emplace_back([&faults, number] {
-      for (int round = 0; round < 2000; round++) {
-        faults[number] += Decode(932, "\x95\x5C") != u"\u8868";
-        faults[number] += Decode(1251, "\xCF") != u"\u041F";
-        faults[number] += Encode(949, u"\uD55C").bytes != "\xC7\xD1";
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(faults, std::vector<int>(4));
 }
 
 }  // namespace

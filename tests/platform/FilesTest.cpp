@@ -143,17 +143,5 @@ TEST(Files, PathsMayBeLong) {
   EXPECT_TRUE(RemoveFile(other));
 }
 
-TEST(Files, WhereThingsBelong) {
-  for (const std::u16string& folder : {GetTempFolder(), GetExecutableFolder(), GetUserCacheFolder()}) {
-    EXPECT_TRUE(folder.ends_with(kPathSeparator)) << ToUtf8(folder);
-    EXPECT_EQ(GetAbsolutePath(folder), folder);
-  }
-  EXPECT_TRUE(
-      FileExists(GetExecutableFolder() + (IsOnWindows() ? u"platform_tests.exe" : u"platform_tests")));
-  const std::u16string here = fs::current_path().u16string();
-  for (const char16_t* name : {u"x.mdb", u"./x.mdb"})
-    EXPECT_EQ(GetAbsolutePath(name), here + kPathSeparator + u"x.mdb");
-}
-
 }  // namespace
 }  // namespace tolvane

@@ -62,18 +62,6 @@ TEST(SqlSplitter, CrosstabAndUnion) {
             "5|||X7YZ_____2|SELECT e FROM f\n11||||a\n");
 }
 
-TEST(SqlSplitter, NamesWithSignsNeedNoBrackets) {
-  EXPECT_EQ(
-      Rows(
-          u"SELECT *\nFROM ((Order-Lines) INNER JOIN (Rapport(Eng)) ON ([Order-Lines].a = [Rapport(Eng)].b)) "
-          u"LEFT JOIN ([a].[b] AS x/y) ON ([Rapport(Eng)].c = [x/y].d)"),
-      "1|1|||\n3|1|||\n5||Order-Lines||\n5||Rapport(Eng)||\n5||[a].[b]|x/y|\n"
-      "7|1|Order-Lines|Rapport(Eng)|[Order-Lines].a = [Rapport(Eng)].b\n"
-      "7|2|Rapport(Eng)|x/y|[Rapport(Eng)].c = [x/y].d\n");
-  EXPECT_EQ(Rows(u"INSERT INTO Orders(old) ( [a] )\nSELECT x\nFROM [T]"),
-            "1|3|Orders(old)||\n3|0|||\n5||T||\n6|0||a|x\n");
-}
-
 TEST(SqlSplitter, OnlyWholeConditionsBecomeRows) {
   const auto joins = [](std::u16string_view condition) {
     const std::string rows = Rows(u"SELECT x FROM (A) INNER JOIN (B) ON " + std::u16string(condition));

@@ -16,28 +16,6 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kRounds = 500;
 
-TEST(RepairThreadCounter, PostfixOperatorsAnswerTheOldCount) {
-  CRepairThreadCounter& counter = CRepairThreadCounter::Instance();
-  EXPECT_EQ(counter.GetCount(), 0);
-  EXPECT_EQ((counter++).GetCount(), 0);
-  EXPECT_EQ((counter++).GetCount(), 1);
-  const CRepairThreadCounter old = counter--;
-  EXPECT_EQ(old.GetCount(), 2);
-  counter--;
-  EXPECT_EQ(old.GetCount(), 2) << "a copy of its own";
-  EXPECT_EQ(CRepairThreadCounter::Instance().GetCount(), 0);
-}
-
-TEST(RepairLog, AnEmptyLineJoinsOnlyToOthers) {
-  CRepairLog log;
-  log.Append(u"");
-  log.Append(u"first");
-  log.Append(u"");
-  EXPECT_EQ(log.Get(), u"first\r\n");
-  log.Set(u"only");
-  EXPECT_EQ(log.Get(), u"only");
-}
-
 TEST(Status, NoUpdateIsLostBetweenThreads) {
   CRepairThreadCounter counter;
   CProgressStatus progress;
@@ -61,19 +39,15 @@ TEST(Status, NoUpdateIsLostBetweenThreads) {
   EXPECT_EQ(counter.GetCount(), kThreads * kRounds);
   EXPECT_EQ(progress.GetPos(), kThreads * kRounds);
   EXPECT_EQ(tornTexts, 0);
+  EXPECT_EQ((counter--).GetCount(), kThreads * kRounds) << "a copy of its own";
   const std::u16string text = log.Get();
   EXPECT_EQ(std::count(text.begin(), text.end(), u'\n'), kThreads * kRounds - 1);
 }
 
 std::atomic<int> g_paints{0};
 
-TEST(PreviewThreadStatus, AbortsOnOneOnlyAndPaintsUntilFinished) {
+TEST(PreviewThreadStatus, PaintsUntilFinished) {
   CPreviewThreadStatus preview;
-  preview.SetAbort(2);
-  EXPECT_FALSE(preview.IsAborted());
-  preview.SetAbort(1);
-  EXPECT_TRUE(preview.IsAborted());
-
   const auto count = +[] { g_paints++; };
   EXPECT_FALSE(preview.IsBusy());
   preview.WaitUntilFinished(count);

@@ -14,18 +14,6 @@ const std::u16string kSeparator(1, kPathSeparator);
 
 class WorkFolder : public CStoreTest {};
 
-TEST_F(WorkFolder, PathsEndWithTheSeparator) {
-  const std::u16string before = GetWorkFolder();
-  for (const std::u16string& folder : {std::u16string(u"somewhere"), u"somewhere" + kSeparator}) {
-    SetWorkFolder(folder);
-    EXPECT_EQ(GetWorkFolder(), u"somewhere" + kSeparator);
-    EXPECT_EQ(CFileNameManager(GetWorkFolder()).GetDataFilePath(40960), u"somewhere" + kSeparator + u"40960");
-  }
-  SetWorkFolder({});
-  EXPECT_EQ(GetWorkFolder(), GetExecutableFolder() + u"TolvaneforAccess" + kSeparator);
-  SetWorkFolder(before);
-}
-
 TEST_F(WorkFolder, ARunFolderIsUsedWhileItLivesAndLeavesNothing) {
   const std::u16string outer = GetWorkFolder();
   const std::u16string base = InFolder(u"base") + kSeparator + u"two \u4E09";

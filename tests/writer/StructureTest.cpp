@@ -102,44 +102,6 @@ TEST_F(CStructureTest, IndexesEndAtTheFirstWithoutColumnsAndNameColumnsByTheirNu
           "Table \"T\": Index \"Index_2\" and those behind it were left out: its columns cannot be read"}));
 }
 
-TEST_F(CStructureTest, AnExistingOutputIsReplaced) {
-  WriteText(InFolder(u"new.mdb"), "old");
-  m_engine.log.refuse = [this](const std::string& line) -> CDaoResult {
-    EXPECT_FALSE(line.starts_with("create") && FileExists(InFolder(u"new.mdb")));
-    return CDaoResult::Ok();
-  };
-  EXPECT_TRUE(m_writer.SaveStructure());
-  EXPECT_EQ(m_engine.log.Find("create").size(), 1u);
-}
-
-TEST_F(CStructureTest, StopBetweenTablesAndColumnsClosesWhatIsOpen) {
-  AddTable(u"A", {{u"a"}, {u"b"}});
-  AddTable(u"B", {{u"a"}});
-  for (const std::string at : {"field a type=10 size=50 attributes=34", "append"}) {
-    CSavingStatus::Instance().SetSaving(true);
-    m_engine.log.calls.clear();
-    m_engine.log.refuse = [&at](const std::string& line) -> CDaoResult {
-      if (line == at) CSavingStatus::Instance().SetSaving(false);
-      return CDaoResult::Ok();
-    };
-    EXPECT_FALSE(m_writer.Save());
-    EXPECT_EQ(CallsFrom(at), (Lines{at, "close table", "close database"}));
-  }
-  EXPECT_TRUE(GetSummary().failure.empty());
-}
-
-TEST_F(CStructureTest, NothingStartsWithoutSavingDataOrPath) {
-  CSavingStatus::Instance().SetSaving(false);
-  EXPECT_FALSE(m_writer.SaveStructure());
-  CSavingStatus::Instance().SetSaving(true);
-  m_writer.SetOutputPath(u"");
-  EXPECT_FALSE(m_writer.SaveStructure());
-  m_writer.SetOutputPath(u"x");
-  m_writer.SetData(nullptr);
-  EXPECT_FALSE(m_writer.SaveStructure());
-  EXPECT_TRUE(m_engine.log.calls.empty());
-}
-
 TEST_F(CStructureTest, RefusedTableNameIsVariedAndTheRowsFollow) {
   WriteRows(AddTable(u"Or[d]ers", {{u"a"}}), {{u"x"}});
   Refuse("table Or[", EDaoError::InvalidName, u"not a valid name");
@@ -147,19 +109,6 @@ TEST_F(CStructureTest, RefusedTableNameIsVariedAndTheRowsFollow) {
   EXPECT_EQ(m_engine.log.Find("rows"), Lines{"rows SELECT * FROM [Or_d_ers]"});
   EXPECT_EQ(Outcome(),
             (Lines{"1 tables, 1 records", "Table \"Or[d]ers\" was saved as \"Or_d_ers\": not a valid name"}));
-}
-
-TEST_F(CStructureTest, TablesOfTheSameNameAreNumbered) {
-  for (int i = 0; i < 3; ++i) WriteRows(AddTable(u"Orders", {{u"a"}}), {{u"x"}});
-  m_engine.log.refuse = [this](const std::string& line) -> CDaoResult {
-    const Lines tables = m_engine.log.Find("table ");
-    const bool isTaken = line == "append" && std::count(tables.begin(), tables.end(), tables.back()) > 1;
-    return isTaken ? CDaoResult{EDaoError::TableExists, u"exists"} : CDaoResult::Ok();
-  };
-  ASSERT_TRUE(m_writer.Save());
-  EXPECT_EQ(m_engine.log.Find("rows"), (Lines{"rows SELECT * FROM [Orders]", "rows SELECT * FROM [Orders_1]",
-                                              "rows SELECT * FROM [Orders_2]"}));
-  EXPECT_EQ(Outcome().front(), "3 tables, 3 records");
 }
 
 TEST_F(CStructureTest, TakenEmptyAndInvalidFieldNamesAreVaried) {
