@@ -176,7 +176,8 @@ TEST_F(Workflow, ChoosingAFileStartsTheRepair) {
 
   Until([] { return !IsRepairing(); });
   workflow->OnTimer(kSaveTimer);
-  EXPECT_EQ(Page(), EPageState::Repairing) << "a timer that does not run";
+  workflow->SelectCorruptedFile(scratch / u"early.mdb");
+  EXPECT_EQ(Page(), EPageState::Repairing) << "a timer that does not run, and a file before its timer has";
   workflow->OnTimer(kRepairTimer);
   EXPECT_EQ(window.Take({"bar", "kill", "page", "tables"}),
             (Lines{"bar step", "kill 61462", "bar hidden", "bar reset", "page 3", "tables 4"}));
@@ -282,7 +283,9 @@ TEST_F(Workflow, ARepairThatEndsWhileStopIsAskedIsKept) {
 
 TEST_F(Workflow, WhatHoldsNoTableIsNoSuccess) {
   WriteFile(damaged, Bytes(100));
+  workflow->SetEngine(*embeddedEngine);
   Repair();
+  EXPECT_NE(window.hint, "");
   StartSave();
   FinishSave();
   EXPECT_EQ(Page(), EPageState::Saved);
@@ -455,6 +458,13 @@ TEST_F(Workflow, AnOutputIsReplacedWhenTheNewOneIsWholeAndNotBefore) {
   FinishSave();
   EXPECT_NE(ReadText(output), "old");
   EXPECT_EQ(filesBeside(), files);
+
+  workflow->Back();
+  StartSave();
+  Until([] { return !IsSaving(); });
+  window.answers = {true};
+  workflow->StopSave();
+  EXPECT_NE(window.log, "Stopped. Nothing was saved.") << "it had ended before";
 }
 
 TEST_F(Workflow, AWorkFolderThatVanishedIsMadeAgain) {
@@ -482,6 +492,10 @@ TEST_F(Workflow, ForbiddenCommandsDoNoHarm) {
   CSavingStatus::Instance().SetSaving(false);
   workflow->OnTimer(kSaveTimer);
   EXPECT_EQ(Page(), EPageState::FileSelected);
+  CRepairThreadCounter::Instance()++;
+  workflow->ChooseMode(true);
+  CRepairThreadCounter::Instance()--;
+  EXPECT_FALSE(workflow->IsTemplateMode()) << "while a worker counts";
 }
 
 // --- the end ---

@@ -143,5 +143,11 @@ TEST(Files, PathsMayBeLong) {
   EXPECT_TRUE(RemoveFile(other));
 }
 
+TEST(Files, WhereTheProgramIsAndStartedFrom) {
+  EXPECT_TRUE(
+      FileExists(GetExecutableFolder() + (IsOnWindows() ? u"platform_tests.exe" : u"platform_tests")));
+  EXPECT_EQ(GetAbsolutePath(u"./x.mdb"), fs::current_path().u16string() + kPathSeparator + u"x.mdb");
+}
+
 }  // namespace
 }  // namespace tolvane

@@ -38,6 +38,7 @@ TEST(SafeName, KnowsWhichNamesAreSafe) {
 TEST(SafeName, KeepsWhatACodePageHolds) {
   EXPECT_EQ(NarrowName(u"Gr\u00F6\u00DFe \u20AC \u2192 \u0416"), u"Gr\u00F6\u00DFe \u20AC _ _");
   EXPECT_EQ(NarrowName(u"\u0422\u0430\u0431a"), u"") << "too little is left";
+  EXPECT_EQ(NarrowName(u"ab\u0416\u0416"), u"ab__") << "half is enough";
   EXPECT_EQ(NarrowName(u""), u"");
 }
 
