@@ -105,6 +105,7 @@ const std::vector<SDamageWords>& GetDamageWords() {
        "moved rows that are not where they should be"},
       {EDamage::BrokenPage, "brokenPage", "page of rows with an impossible head",
        "pages of rows with impossible heads"},
+      {EDamage::UnknownPage, "unknownPage", "page of unknown type", "pages of unknown type"},
       {EDamage::MissingRows, "missingRows", "row missing, by the count in the table's definition",
        "rows missing, by the counts in the tables' definitions"},
       {EDamage::SurplusRows, "surplusRows", "row more than the count in the table's definition",

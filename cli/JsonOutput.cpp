@@ -79,10 +79,13 @@ Json DescribeTable(const CAccessTable& table, const SSourceFacts& source) {
   for (const CAccessColumn& column : table.columns) columns.push_back(DescribeColumn(column, source));
   Json indexes = Json::array();
   for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index, source));
-  return {{"name", ToUtf8(table.name)},       {"isNameLost", table.nameSource == ENameSource::Generated},
-          {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(source.pageSize)},
-          {"rows", table.header.rowCount},    {"promisedRows", table.promisedRows},
-          {"columns", std::move(columns)},    {"indexes", std::move(indexes)}};
+  Json described = {
+      {"name", ToUtf8(table.name)},       {"isNameLost", table.nameSource == ENameSource::Generated},
+      {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(source.pageSize)},
+      {"rows", table.header.rowCount},    {"promisedRows", table.promisedRows},
+      {"columns", std::move(columns)},    {"indexes", std::move(indexes)}};
+  if (table.leftoverValues > 0) described["leftoverValues"] = table.leftoverValues;
+  return described;
 }
 
 Json DescribeRelation(const SRecoveredRelation& relation) {

@@ -63,6 +63,10 @@ void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);
   if (m_definitions != m_source) CountUnfitPages(data, m_homeless);
+  for (const auto& table : data.GetTables())
+    if (table->leftoverValues > 0 && !IsSystemTable(*table))
+      m_job.log.Append(u"Table " + table->name + u": " + ToDecimal(table->leftoverValues) +
+                       u" values of deleted columns, which its rows still hold, are not brought back.");
 }
 
 void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {

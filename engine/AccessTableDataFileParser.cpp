@@ -22,6 +22,9 @@ constexpr int32_t kHeadingWidth = 100;
 constexpr std::u16string_view kLocalTableType = u"1";
 constexpr std::u16string_view kScanStatus = u"(Step 4/4)Scanning table name from raw table data...";
 
+// A table that looks like one of Access' own and is the user's.
+constexpr std::u16string_view kCompactErrorTable = u"MSysCompactError";
+
 // The catalogue's columns that are read, by position.
 constexpr size_t kCatalogueId = 0;
 constexpr size_t kCatalogueName = 2;
@@ -259,6 +262,7 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
 void CAccessTableDataFileParser::NameSystemTable(CAccessTable& table, bool isJet4Pages) const {
   table.nameSource = ENameSource::Columns;
   if (m_rules.columnsNameSystemTables) table.name = NameByColumns(table);
+  if (table.name == kCompactErrorTable) table.catalogueFlags = 0;
   if (const auto flat = DescribeFlatTable(table); flat && m_rules.complexValuesAreData && table.name.empty())
     table.name = table.columns.GetAt(flat->number)->GetName();
   if (!table.name.empty()) return;

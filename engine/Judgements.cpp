@@ -45,13 +45,28 @@ void CountMissingRows(CAccessData& data, const CSource& source) {
   }
 }
 
+namespace {
+
+std::pair<EDamage, const char*> DamageOf(SHomelessPage::EReason reason) {
+  switch (reason) {
+    case SHomelessPage::EReason::NoOwner:
+      return {EDamage::OrphanDataPage, "its owner is no table definition"};
+    case SHomelessPage::EReason::NoHead:
+      return {EDamage::UnknownPage, nullptr};
+    default:
+      return {EDamage::BrokenPage, "slots of long values cannot be true"};
+  }
+}
+
+}  // namespace
+
 void CountHomelessPages(CAccessData& data, const std::vector<SHomelessPage>& homeless,
                         const CPageClaims& claims) {
   for (const auto& [page, reason] : homeless) {
     if (reason == SHomelessPage::EReason::Free || claims.IsAdopted(page)) continue;
-    const bool hasHead = reason == SHomelessPage::EReason::NoOwner;
-    data.GetLedger().Add(hasHead ? EDamage::OrphanDataPage : EDamage::BrokenPage,
-                         {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+    const auto [kind, why] = DamageOf(reason);
+    data.GetLedger().Add(
+        kind, {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1, .reason = why});
   }
 }
 

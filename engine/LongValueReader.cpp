@@ -35,8 +35,9 @@ CLongValueReader::CLongValueReader(CPageReader& reader, const SLayout& layout, c
 
 bool CLongValueReader::Read(std::span<const uint8_t> field, CLongValueSink& sink) {
   if (field.empty()) return true;
+  m_fault = "fewer bytes are there than its field states";
   const std::optional<SLongValue> value = DecodeLongValue(field);
-  if (!value) return false;
+  if (!value) return Fail("its field is cut");
   const size_t length = value->length;
   if (length == 0) return true;
   const SRowPointer pointer = SRowPointer::FromWord(value->pointer);
@@ -49,7 +50,7 @@ bool CLongValueReader::Read(std::span<const uint8_t> field, CLongValueSink& sink
     case kLongValueChain:
       return ReadChain(pointer, length, value->stamp, sink);
     default:
-      return false;
+      return Fail("its field is of no known kind");
   }
 }
 
@@ -63,7 +64,7 @@ bool CLongValueReader::ReadSingle(SRowPointer pointer, size_t length, CLongValue
   const auto row = FindLiveRow(pointer, length);
   if (!row || !SpendBudget(std::min(length, row->size()))) return false;
   sink.Take(row->first(std::min(length, row->size())));
-  return row->size() >= length;
+  return row->size() >= length || Fail("its row is shorter than its field states");
 }
 
 bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t stamp, CLongValueSink& sink) {
@@ -71,14 +72,16 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
   if (m_visited.bucket_count() > kBucketsKept) std::unordered_set<uint32_t>().swap(m_visited);
   bool isHead = true;
   while (length > 0) {
-    if (pointer.ToWord() == 0 || IsVisited(pointer)) return false;
+    if (pointer.ToWord() == 0) return Fail("its chain ends early");
+    if (IsVisited(pointer)) return Fail("its chain leads back into itself");
     if (!m_job.repairing.IsRunning()) return false;
     const auto row = FindLiveRow(pointer, length + kChainPointerSize);
     const auto piece = row ? DecodeChainPiece(*row) : std::nullopt;
     if (!piece || piece->data.empty()) return false;
     // Two stamps that differ: the page now starts another value's chain.
     const uint32_t pageStamp = m_stampOffset != kAbsent ? CDataReader::ReadUInt32(&m_page[m_stampOffset]) : 0;
-    if (isHead && stamp != 0 && pageStamp != 0 && pageStamp != stamp) return false;
+    if (isHead && stamp != 0 && pageStamp != 0 && pageStamp != stamp)
+      return Fail("its first page starts another value");
     isHead = false;
 
     const size_t count = std::min(length, piece->data.size());
@@ -91,7 +94,11 @@ bool CLongValueReader::ReadChain(SRowPointer pointer, size_t length, uint32_t st
 }
 
 std::optional<std::span<const uint8_t>> CLongValueReader::FindLiveRow(SRowPointer pointer, size_t length) {
-  if (!LoadPage(pointer.page)) return std::nullopt;
+  if (!LoadPage(pointer.page)) {
+    m_fault = "a page of it is gone";
+    return std::nullopt;
+  }
+  m_fault = "a row of it is gone";
   if (m_brokenPages != nullptr && m_brokenPages->IsBroken(pointer.page))
     return m_brokenPages->FindRow(m_page, pointer, length);
   if (pointer.slot >= CDataReader::ReadUInt16(&m_page[m_layout.data.slotCount])) return std::nullopt;
@@ -113,6 +120,11 @@ bool CLongValueReader::LoadPage(uint32_t page) {
 
 bool CLongValueReader::IsVisited(SRowPointer pointer) {
   return !m_visited.insert(pointer.ToWord()).second;
+}
+
+bool CLongValueReader::Fail(const char* fault) {
+  m_fault = fault;
+  return false;
 }
 
 bool CLongValueReader::SpendBudget(size_t bytes) {

@@ -36,6 +36,8 @@ class CLongValueReader {
   // Hands the bytes that could be read to `sink`. False: fewer than the field states, or no long value at
   // all.
   bool Read(std::span<const uint8_t> field, CLongValueSink& sink);
+  // Why the value read last was not whole.
+  [[nodiscard]] const char* GetFault() const { return m_fault; }
 
   // Pages whose slots are not believed; they outlive the reader. Rows on them are found by their lengths, of
   // which the fields are to be noted before the first value is read.
@@ -49,6 +51,7 @@ class CLongValueReader {
   // call.
   std::optional<std::span<const uint8_t>> FindLiveRow(SRowPointer pointer, size_t length);
   bool LoadPage(uint32_t page);
+  bool Fail(const char* fault);
   bool IsVisited(SRowPointer pointer);
   bool SpendBudget(size_t bytes);
 
@@ -57,6 +60,7 @@ class CLongValueReader {
   const SRecoveryRules& m_rules;
   const CJobContext& m_job;
   CLongValuePages* m_brokenPages = nullptr;
+  const char* m_fault = nullptr;
   const uint32_t m_stampOffset;  // 0: the format has none
   std::vector<uint8_t> m_page;
   uint64_t m_loadedOffset;  // of the page in m_page

@@ -13,8 +13,6 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-constexpr uint16_t kUnusedSlotBit = 0x2000;
-constexpr uint16_t kDeleted = kSlotHidden | kSlotPointer;
 constexpr size_t kShortestRow = 3;
 
 // What a damaged page's own words say, where they can be true.
@@ -24,6 +22,32 @@ struct SHints {
   std::unordered_map<size_t, uint16_t> flagsOf;    // by a row's start
   std::unordered_map<size_t, size_t> startBehind;  // start of the next slot's row, by a row's start
 };
+
+// The slots that can be true together: of those within the page the most whose starts never rise.
+std::vector<uint32_t> SlotsInOrder(Bytes page, const SLayout& layout, uint32_t count) {
+  constexpr uint32_t kNone = ~uint32_t{0};
+  const size_t tableEnd = layout.data.slots + size_t{2} * count;
+  const auto startOf = [&](uint32_t slot) { return size_t{*ReadSlot(page, layout, slot)} & kSlotStart; };
+  std::vector<uint32_t> ends;  // by length less one: the last slot of the run that ends highest
+  std::vector<uint32_t> before(count, kNone);
+  for (uint32_t slot = 0; slot < count; slot++) {
+    const size_t start = startOf(slot);
+    const bool isKnown = (*ReadSlot(page, layout, slot) & kSlotFlags & ~kSlotDeleted) == 0;
+    if (!isKnown || start < tableEnd || start > page.size()) continue;
+    const auto at = std::partition_point(ends.begin(), ends.end(),
+                                         [&](uint32_t other) { return startOf(other) >= start; });
+    if (at != ends.begin()) before[slot] = *(at - 1);
+    if (at == ends.end())
+      ends.push_back(slot);
+    else
+      *at = slot;
+  }
+  std::vector<uint32_t> slots;
+  for (uint32_t slot = ends.empty() ? kNone : ends.back(); slot != kNone; slot = before[slot])
+    slots.push_back(slot);
+  std::reverse(slots.begin(), slots.end());
+  return slots;
+}
 
 SHints ReadHints(Bytes page, const SLayout& layout) {
   SHints hints;
@@ -37,13 +61,14 @@ SHints ReadHints(Bytes page, const SLayout& layout) {
   hints.count = count;
   if (tableEnd + free <= page.size()) hints.lowest = tableEnd + free;
   size_t before = page.size();
-  for (uint32_t slot = 0; slot < count; slot++) {
+  uint32_t next = 0;
+  for (const uint32_t slot : SlotsInOrder(page, layout, count)) {
     const uint16_t word = *ReadSlot(page, layout, slot);
     const size_t start = word & kSlotStart;
-    if ((word & kUnusedSlotBit) != 0 || start < tableEnd || start > before) continue;
-    hints.startBehind.try_emplace(before, start);
-    if (start < before) hints.flagsOf[start] = word & kDeleted;
+    if (slot == next) hints.startBehind.try_emplace(before, start);
+    if (start < before) hints.flagsOf[start] = word & kSlotDeleted;
     before = start;
+    next = slot + 1;
   }
   return hints;
 }
@@ -53,6 +78,7 @@ class CRowFinder {
   CRowFinder(Bytes page, const SLayout& layout, const CRowProfile& profile, CRowFrame& frame)
       : m_page(page), m_layout(layout), m_profile(profile), m_frame(frame), m_hints(ReadHints(page, layout)) {
     NoteStarts();
+    NoteBounds();
   }
 
   std::vector<SPageRow> Find() {
@@ -65,7 +91,7 @@ class CRowFinder {
         end--;
         continue;
       }
-      if (stretch->flags != kDeleted) {
+      if (stretch->flags != kSlotDeleted) {
         rows.push_back(*stretch);
         rows.back().slot = passed;
       }
@@ -91,9 +117,21 @@ class CRowFinder {
     const size_t hinted = hint != m_hints.startBehind.end() ? hint->second : end;
     if (hinted < end && IsRow(hinted, end)) return SPageRow{0, hinted, end, FlagsOf(hinted)};
     if (const auto start = FindStart(end)) return SPageRow{0, *start, end, FlagsOf(*start)};
-    if (hinted < end && hinted >= m_hints.lowest && (FlagsOf(hinted) & kSlotPointer) != 0)
-      return SPageRow{0, hinted, end, FlagsOf(hinted)};
+    const bool isStretch = hinted < end && hinted >= m_hints.lowest &&
+                           ((FlagsOf(hinted) & kSlotPointer) != 0 || IsBound(hinted));
+    if (isStretch) return SPageRow{0, hinted, end, FlagsOf(hinted)};
     return std::nullopt;
+  }
+
+  // What the slots say is the end of a row that is there: the row behind it reaches so far and no further,
+  // however damaged it is.
+  void NoteBounds() {
+    for (const auto& [bound, next] : m_hints.startBehind)
+      if (next < bound && IsRow(next, bound)) m_bounds.push_back(bound);
+    std::sort(m_bounds.begin(), m_bounds.end());
+  }
+  [[nodiscard]] bool IsBound(size_t at) const {
+    return std::binary_search(m_bounds.begin(), m_bounds.end(), at);
   }
 
   [[nodiscard]] uint16_t FlagsOf(size_t start) const {
@@ -101,10 +139,13 @@ class CRowFinder {
     return found != m_hints.flagsOf.end() ? found->second : uint16_t{0};
   }
 
-  // The nearest start whose row ends there.
+  // The nearest start whose row ends there; no row reaches over a bound.
   std::optional<size_t> FindStart(size_t end) {
+    const auto bound = std::lower_bound(m_bounds.begin(), m_bounds.end(), end);
+    const size_t least = bound != m_bounds.begin() ? *(bound - 1) : 0;
     for (auto at = std::lower_bound(m_starts.begin(), m_starts.end(), end); at != m_starts.begin();) {
       const size_t start = *--at;
+      if (start < least) return std::nullopt;
       if (m_triesLeft == 0) return std::nullopt;
       m_triesLeft--;
       if (IsRow(start, end)) return start;
@@ -124,7 +165,7 @@ class CRowFinder {
   const CRowProfile& m_profile;
   CRowFrame& m_frame;
   SHints m_hints;
-  std::vector<size_t> m_starts;
+  std::vector<size_t> m_starts, m_bounds;  // ascending
   size_t m_triesLeft = kMostTries;
 };
 
@@ -136,7 +177,7 @@ std::vector<SPageRow> RowsOfSlots(Bytes page, const SLayout& layout) {
   for (uint32_t slot = 0; slot < rows.size(); slot++) {
     const uint16_t word = *ReadSlot(page, layout, slot);
     const size_t start = word & kSlotStart;
-    rows[slot] = {slot, start, end, static_cast<uint16_t>(word & kDeleted)};
+    rows[slot] = {slot, start, end, static_cast<uint16_t>(word & kSlotDeleted)};
     end = start;
   }
   return rows;

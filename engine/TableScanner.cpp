@@ -133,8 +133,10 @@ class CTableScanner::COwners {
 
   // For Jet 4 the page number, not the byte offset, is compared with the end of the file; what only the byte
   // offset would reject is stopped by the number of pages.
-  [[nodiscard]] bool IsPossible(uint32_t owner) const {
-    return owner < m_pageCount && !(m_source.GetLayout().isJet3 && owner == 0);
+  [[nodiscard]] bool IsPossible(uint32_t owner, bool isTable) const {
+    // The definition may stand on what is left of the page behind the last whole one, or in a template.
+    const bool isWithin = owner < m_pageCount || (isTable && m_rules.mendDefinitions);
+    return isWithin && !(m_source.GetLayout().isJet3 && owner == 0);
   }
 
   bool IsDefinition(uint32_t owner) {
@@ -192,6 +194,12 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
     status.Refresh(offset);
     progress.IncrementPos();
   }
+  // A definition of which the file's end has left the beginning.
+  std::fill(page.begin(), page.end(), uint8_t{0});
+  const uint64_t end = pageCount * layout.pageSize;
+  if (m_rules.mendDefinitions &&
+      definitions.GetPages().ReadPartialPage(end, page) > layout.definition.headerSize)
+    AddCandidate(data, page, end, layout);
 }
 
 void CTableScanner::AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const {
@@ -237,9 +245,10 @@ CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, ui
                                                 COwners& owners, const CTemplateMatch& match) {
   if (!IsDataPage(page)) return EOwner::None;
   const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-  if (!owners.IsPossible(owner)) return EOwner::Impossible;
   const uint64_t definition = owners.OffsetOf(match.DefinitionOf(owner));
-  if (data.GetTables().FindTable(definition) == nullptr) return EOwner::Unknown;
+  const bool isTable = data.GetTables().FindTable(definition) != nullptr;
+  if (!owners.IsPossible(owner, isTable)) return EOwner::Impossible;
+  if (!isTable) return EOwner::Unknown;
   if (!owners.IsDefinition(owner)) return EOwner::Unknown;
   data.GetTables().CreditDataPage(offset, definition);
   return EOwner::Known;

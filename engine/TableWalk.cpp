@@ -108,7 +108,7 @@ bool CTableWalk::CutPage() {
   if (m_profile) return CutExactPage();
   const uint32_t count = CDataReader::ReadUInt16(&m_page[m_layout.data.slotCount]);
   const auto slotsOnPage = m_layout.data.MaximumSlots(m_layout.pageSize);
-  if (count > slotsOnPage) Count(EDamage::BrokenPage, -1);
+  if (count > slotsOnPage) Count(EDamage::BrokenPage, -1, "more slots than it has room for");
   if (count > m_page.size()) return true;
 
   m_pageBytesLeft = kPageYield * m_page.size();
@@ -130,7 +130,7 @@ bool CTableWalk::CutPage() {
         m_pageBytesLeft -= row->size();
         DecodeRow(*row, slot);
       } else {
-        Count(EDamage::RejectedRow, slot);
+        Count(EDamage::RejectedRow, slot, "its start cannot be true");
       }
     }
   }
@@ -150,6 +150,12 @@ void CTableWalk::LearnRows() {
   }
   m_targetOffset = kNoTarget;
   m_profile->Conclude();
+  m_leftovers.clear();
+  const uint32_t numbers = m_fields.GetShape().columnsEver;
+  // Whoever overwrote the counts took no column away.
+  for (uint32_t number = 0; number < numbers && !m_table->hasMendedCounts; number++)
+    if (m_table->columns.FindByNumber(static_cast<uint16_t>(number)) == nullptr)
+      m_leftovers.push_back(number);
 }
 
 void CTableWalk::LearnPage() {
@@ -201,7 +207,7 @@ bool CTableWalk::RebuildPages() {
     if (!m_job.repairing.IsRunning()) return false;
     m_offset = offset;
     if (!m_reader.ReadPage(offset, m_page)) continue;
-    Count(EDamage::BrokenPage, -1);
+    Count(EDamage::BrokenPage, -1, "slots cannot be true; rows are told by their frames");
     for (SPageRow row : FindRows(m_page, m_layout, *m_profile, m_frame)) {
       if ((row.flags & kSlotPointer) == 0) {
         if (m_claimedOffsets.count(m_offset + row.start) != 0) continue;
@@ -225,27 +231,27 @@ bool CTableWalk::TakeRow(const SPageRow& row) {
   } else if (row.start < row.end) {
     DecodeRow(Bytes(m_page).subspan(row.start, row.end - row.start), row.slot);
   } else {
-    Count(EDamage::RejectedRow, row.slot);
+    Count(EDamage::RejectedRow, row.slot, "it has no bytes");
   }
   return true;
 }
 
 void CTableWalk::FollowPointer(uint32_t slot, size_t start) {
   if (start + kRowPointerSize > m_page.size()) {
-    Count(EDamage::BrokenOverflow, slot);
+    Count(EDamage::BrokenOverflow, slot, "its pointer lies outside the page");
     return;
   }
   const SRowPointer pointer = SRowPointer::FromWord(CDataReader::ReadUInt32(&m_page[start]));
   const auto row = FindMovedRow(pointer);
   if (!row || row->size() > m_movedBytesLeft) {
-    Count(EDamage::BrokenOverflow, slot);
+    Count(EDamage::BrokenOverflow, slot, "its pointer leads to no moved row of the table");
     return;
   }
   m_movedBytesLeft -= row->size();
   if (!m_rules.skipHiddenRows) {
     // A second pointer to the same body is damage, not a second row.
     if (!m_claimed.insert(pointer.ToWord()).second) {
-      Count(EDamage::BrokenOverflow, slot);
+      Count(EDamage::BrokenOverflow, slot, "another row has the same pointer");
       return;
     }
     m_claimedOffsets.insert(m_targetOffset + static_cast<size_t>(row->data() - m_target.data()));
@@ -295,7 +301,7 @@ bool CTableWalk::DecodeUnclaimedRows() {
       m_movedBytesLeft -= row->size();
       DecodeRow(*row, pointer.slot);
     } else {
-      Count(EDamage::RejectedRow, pointer.slot);
+      Count(EDamage::RejectedRow, pointer.slot, "a moved row that is not whole");
     }
   }
   return true;
@@ -304,27 +310,31 @@ bool CTableWalk::DecodeUnclaimedRows() {
 void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
   const bool isRow = m_profile ? m_profile->Accepts(m_frame, row) : m_frame.Cut(row, m_fields.GetShape());
   if (!isRow) {
-    Count(EDamage::RejectedRow, slot);
+    Count(EDamage::RejectedRow, slot, "its frame contradicts the definition");
     return;
   }
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
     SValue value;
     const EFieldResult result = m_fields.Decode(m_frame, column, value);
     const bool isWritten = m_records.Write(value);
-    if (result == EFieldResult::Broken || !isWritten) Count(EDamage::BrokenValue, slot, column);
-    if (result == EFieldResult::CutShort) Count(EDamage::BrokenLongValue, slot, column);
+    if (result == EFieldResult::Broken || !isWritten)
+      Count(EDamage::BrokenValue, slot, "the row has no such bytes", column);
+    if (result == EFieldResult::CutShort)
+      Count(EDamage::BrokenLongValue, slot, m_longValues.GetFault(), column);
   }
+  for (const uint32_t number : m_leftovers) m_table->leftoverValues += m_frame.IsPresent(number) ? 1 : 0;
   m_rows++;
   m_job.progress.IncrementPos();
   m_fields.ReleaseMemory();
 }
 
-void CTableWalk::Count(EDamage kind, int64_t slot, std::optional<size_t> column) {
+void CTableWalk::Count(EDamage kind, int64_t slot, const char* reason, std::optional<size_t> column) {
   m_data.GetLedger().Add(kind, {.page = m_offset / m_layout.pageSize,
                                 .definition = m_table->GetDefinitionOffset(),
                                 .row = static_cast<int32_t>(slot),
                                 .amount = 1,
-                                .column = column ? static_cast<int32_t>(*column) : -1});
+                                .column = column ? static_cast<int32_t>(*column) : -1,
+                                .reason = reason});
 }
 
 void CTableWalk::GiveUp(std::u16string_view reason) {

@@ -60,7 +60,8 @@ class CTableWalk {
   void NoteHidden(uint32_t slot, uint16_t word);
   bool DecodeUnclaimedRows();
   void DecodeRow(Bytes row, uint32_t slot);
-  void Count(EDamage kind, int64_t slot, std::optional<size_t> column = std::nullopt);
+  void Count(EDamage kind, int64_t slot, const char* reason = nullptr,
+             std::optional<size_t> column = std::nullopt);
   void GiveUp(std::u16string_view reason);
   void CloseQuietly();
 
@@ -88,6 +89,7 @@ class CTableWalk {
   uint64_t m_movedBytesLeft;  // row bytes that pointers may still yield, over the run
 
   // Only while rows are held against their definition.
+  std::vector<uint32_t> m_leftovers;  // numbers of columns that the definition does not have
   std::optional<CRowProfile> m_profile;
   std::vector<uint64_t> m_unsoundPages;           // whose slots cannot be true
   std::unordered_set<uint64_t> m_claimedOffsets;  // where the bodies of moved rows start in the file

@@ -43,7 +43,10 @@ class CAccessData {
   // The rules that the run goes by are copied. `workFolder` holds the run's files, with its separator at the
   // end.
   CAccessData(const SRecoveryRules& rules, std::u16string workFolder)
-      : m_rules(rules), m_workFolder(std::move(workFolder)), m_tables(m_workFolder) {}
+      : m_rules(rules),
+        m_workFolder(std::move(workFolder)),
+        m_tables(m_workFolder),
+        m_ledger(rules.tellReasons) {}
   virtual ~CAccessData();
   CAccessData(const CAccessData&) = delete;
   CAccessData& operator=(const CAccessData&) = delete;

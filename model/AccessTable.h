@@ -84,6 +84,8 @@ class CAccessTable {
   bool isGuessed = false;
   // What its definition says was mended: the counts of columns ever made, and the columns' names.
   bool hasMendedCounts = false, hasMendedNames = false;
+  // Values of columns that the definition does not have: of deleted ones, which rows keep.
+  uint64_t leftoverValues = 0;
   // Of its row in the catalogue; nothing where that is lost, or where the rules tell by the name.
   std::optional<uint32_t> catalogueFlags;
 

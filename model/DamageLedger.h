@@ -22,6 +22,7 @@ enum class EDamage : uint8_t {
   RejectedRow,       // a row whose frame lies
   BrokenOverflow,    // an overflow pointer that leads to no row
   BrokenPage,        // a data page whose row count cannot be true
+  UnknownPage,       // a page that was written and has no type
   MissingRows,       // the definition promises more rows than were found
   SurplusRows,       // the definition promises fewer
   MovedPages,        // pages that stand elsewhere than their number says
@@ -49,9 +50,14 @@ class CDamageLedger {
   // who lists the places says how many are not among them.
   static constexpr size_t kPlacesKept = 100'000;
 
+  CDamageLedger() = default;
+  // Whether places keep their reasons.
+  explicit CDamageLedger(bool tellsReasons) : m_tellsReasons(tellsReasons) {}
+
   void Add(EDamage kind, SPlace place) {
     // Several steps read a page; it is lost once.
     if (kind == EDamage::UnreadablePage && !m_unreadablePages.insert(place.page).second) return;
+    if (!m_tellsReasons) place.reason = nullptr;
     SKind& entry = m_kinds[static_cast<size_t>(kind)];
     entry.count += place.amount;
     entry.added++;
@@ -89,6 +95,7 @@ class CDamageLedger {
     uint64_t added = 0;  // places, kept or not
     std::vector<SPlace> places;
   };
+  bool m_tellsReasons = true;
   std::array<SKind, static_cast<size_t>(EDamage::Count_)> m_kinds;
   std::unordered_set<uint64_t> m_unreadablePages;
 };

@@ -121,6 +121,8 @@ struct SRecoveryRules {
 
   // Of each kind of damage, the places that a result for programs and a log list.
   uint32_t damagePlacesTold;
+  // A place of damage says what is wrong there.
+  bool tellReasons;
   // Objects that a repair never brings back (forms, reports, macros, modules, links) are named and count as
   // lost.
   bool tellOmittedObjects;
@@ -167,6 +169,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .nullCascadeIsUnknown = true,
     .keepAceFormat = false,
     .damagePlacesTold = 20,
+    .tellReasons = false,
     .tellOmittedObjects = false,
     .userTablesDecide = false,
 };
@@ -208,6 +211,7 @@ inline constexpr SRecoveryRules kExactRules{
     .nullCascadeIsUnknown = false,
     .keepAceFormat = true,
     .damagePlacesTold = 0xFFFFFFFF,
+    .tellReasons = true,
     .tellOmittedObjects = true,
     .userTablesDecide = true,
 };

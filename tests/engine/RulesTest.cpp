@@ -245,6 +245,18 @@ std::string RowBehindALostPointer(const SRecoveryRules& rules) {
   });
 }
 
+std::string ReasonOfARejectedRow(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  file.Page(page).Put16(kLayoutJet4.data.slots, 5);
+  const CTempFile source(file.Build());
+  CAccessRepair repair(rules, ShownJob());
+  repair.Repair(source.GetPath(), u"", source.GetPath());
+  const auto& places = repair.GetData()->GetLedger().GetPlaces(EDamage::RejectedRow);
+  if (places.empty()) return "no such row";
+  return places[0].reason != nullptr ? places[0].reason : "no reason";
+}
+
 std::string PointerToAnothersRow(const SRecoveryRules& rules) {
   CRuleFile file(kLayoutJet4);
   const uint32_t table = file.AddNamedTable(SmallTable());
@@ -311,6 +323,8 @@ const SRuleCase kCases[] = {
      "Id 0, Name 1, "},
     {"rowStartMask", Take<&SRecoveryRules::rowStartMask>, StartBeyondThePage, "2 rows", "1 rows"},
     {"skipHiddenRows", Take<&SRecoveryRules::skipHiddenRows>, RowBehindALostPointer, "1 rows", "2 rows"},
+    {"tellReasons", Take<&SRecoveryRules::tellReasons>, ReasonOfARejectedRow, "no reason",
+     "its start cannot be true"},
     {"trustOverflowTarget", Take<&SRecoveryRules::trustOverflowTarget>, PointerToAnothersRow, "1 rows",
      "0 rows"},
     {"maximumStoredColumns", Take<&SRecoveryRules::maximumStoredColumns>, ManyStoredColumns, "0 rows",
