@@ -122,6 +122,8 @@ const std::vector<SDamageWords>& GetDamageWords() {
        "memos or OLE objects that end early"},
       {EDamage::LooseValue, "looseValue", "value of a multi-value or attachment column that fits no record",
        "values of multi-value or attachment columns that fit no record"},
+      {EDamage::BrokenProperties, "brokenProperties", "object some of whose properties cannot be read",
+       "objects some of whose properties cannot be read"},
       {EDamage::SkippedTable, "skippedTable", "table skipped for want of space for its rows",
        "tables skipped for want of space for their rows"},
   };
@@ -160,6 +162,8 @@ bool IsNothingRecovered(const CAccessData& data) {
 bool HasSaveLosses(const SSaveSummary& summary) {
   return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.charactersReplaced > 0 ||
          summary.columnsLost > 0 || summary.indexesLost > 0 || summary.indexesWeakened > 0 ||
+         summary.tablesChanged > 0 || summary.columnsChanged > 0 || summary.propertiesLost > 0 ||
+         summary.linksLost > 0 || summary.settingsChanged > 0 || summary.relationsChanged > 0 ||
          summary.queriesLost > 0 || summary.queriesChanged > 0 || summary.queriesSkipped > 0 ||
          summary.relationsLost > 0 || summary.relationsWeakened > 0 || summary.systemRowsLost > 0;
 }
@@ -253,6 +257,10 @@ std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
   add(summary.charactersReplaced, u"character that Access 97 files do not hold was replaced by \"?\"",
       u"characters that Access 97 files do not hold were replaced by \"?\"");
   add(summary.columnsLost, u"column", u"columns");
+  add(summary.tablesChanged, u"table as it was; the remarks say why",
+      u"tables as they were; the remarks say why");
+  add(summary.columnsChanged, u"column as it was; the remarks say why",
+      u"columns as they were; the remarks say why");
   add(summary.indexesLost, u"index", u"indexes");
   add(summary.indexesWeakened, u"index as it was; the remarks say why",
       u"indexes as they were; the remarks say why");
@@ -262,6 +270,13 @@ std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
   add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
       u"queries of kinds that cannot be rebuilt");
   add(summary.relationsLost, u"relationship", u"relationships");
+  add(summary.propertiesLost, u"property of a table, column or the database; the remarks say which",
+      u"properties of tables, columns or the database; the remarks say which");
+  add(summary.linksLost, u"link to a table elsewhere", u"links to tables elsewhere");
+  add(summary.settingsChanged, u"setting of the database as it was; the remarks say why",
+      u"settings of the database as they were; the remarks say why");
+  add(summary.relationsChanged, u"relationship as it was; the remarks say why",
+      u"relationships as they were; the remarks say why");
   add(summary.relationsWeakened, u"relationship as an enforced one", u"relationships as enforced ones");
   add(summary.systemRowsLost, u"row of the saved queries or relationships: it could not be read back",
       u"rows of the saved queries or relationships: they could not be read back");

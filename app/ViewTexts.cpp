@@ -143,6 +143,7 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
     lines.Add(Grouped(summary.valuesSaved, u"value") + u" of multi-value and attachment columns");
   if (summary.queriesSaved > 0) lines.Add(CountedQueries(summary.queriesSaved));
   if (summary.relationsSaved > 0) lines.Add(Grouped(summary.relationsSaved, u"relationship"));
+  if (summary.linksSaved > 0) lines.Add(Grouped(summary.linksSaved, u"link"));
   if (summary.emptyRowsDropped > 0) lines.Add(Grouped(summary.emptyRowsDropped, u"empty row") + u" left out");
   lines.AddLosses(u"Not saved:", ListSaveLosses(summary));
   AddDamage(u"Lost or doubtful before that, in the damaged file:", recovered, lines);

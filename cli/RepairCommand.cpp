@@ -67,6 +67,7 @@ EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std:
     if (saved->queriesSaved > 0)
       text += ", " + std::to_string(saved->queriesSaved) + (saved->queriesSaved == 1 ? " query" : " queries");
     if (saved->relationsSaved > 0) text += ", " + Counted(saved->relationsSaved, "relationship");
+    if (saved->linksSaved > 0) text += ", " + Counted(saved->linksSaved, "link");
     if (saved->emptyRowsDropped > 0)
       text += "; " + Counted(saved->emptyRowsDropped, "empty row") + " left out";
     text += "\n";

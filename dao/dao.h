@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "format/Property.h"
 #include "format/SavedQuery.h"
 #include "format/Value.h"
 
@@ -129,13 +130,7 @@ inline constexpr int32_t kDaoVersionJet3 = 0x20;
 inline constexpr int32_t kDaoVersionJet4 = 0x40;
 inline constexpr int32_t kDaoVersionAce = 0x80;
 
-// A property that a table, field, query or database carries for the programs that work with it.
-struct CDaoProperty {
-  std::u16string name;
-  uint8_t type = 0;            // as columns have: EColumnType
-  bool isDdl = false;          // belongs to the engine's own set, not to a user interface's
-  std::vector<uint8_t> value;  // as a row stores it; texts as UTF-16LE
-};
+using CDaoProperty = SProperty;
 
 struct CDaoFieldInfo {
   std::u16string name;
@@ -153,6 +148,11 @@ struct CDaoFieldInfo {
   int32_t lastNumber = 0;
   // A calculated field: what its values follow from. Its values are stored as they are set.
   std::u16string expression = {};
+  // Its place among the table's fields as users see them, from 0; otherwise behind those created before.
+  std::optional<uint16_t> position = {};
+  // A calculated number, date or yes/no: the type that the column states where it is not that of its results,
+  // as a column has it; 0: as usual.
+  uint8_t statedType = 0;
   // Memo: earlier versions of a value are kept, see OpenComplexRecordset. The field that leads to them is
   // made behind the others, unless there is one of its own: then that one names the memo.
   bool keepsHistory = false;
@@ -285,10 +285,10 @@ class CDaoDatabase {
   // The rows are stored as they stand; an implementation that takes statements renders them. Ok may carry a
   // text: how the query was stored when not as it was given.
   virtual CDaoResult CreateQuery(const SSavedQuery& query) = 0;
-  // Both tables exist and are not open. A relation that is to be enforced is refused when the primary table
-  // has no index on its fields that is unique or can be, when the fields' types differ, and when a record of
-  // the foreign table refers to none; the text then names the first keys. Ok may carry a text: what became of
-  // an index.
+  // Both tables exist and are not open; one may be a link, if the relation is not enforced. A relation that
+  // is to be enforced is refused when the primary table has no index on its fields that is unique or can be,
+  // when the fields' types differ, and when a record of the foreign table refers to none; the text then names
+  // the first keys. Ok may carry a text: what became of an index.
   virtual CDaoResult CreateRelation(const CDaoRelationInfo& relation) = 0;
   // Completes the file on disk. The destructor closes too, but cannot say what went wrong.
   virtual CDaoResult Close() = 0;

@@ -226,6 +226,7 @@ CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
   if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
   if (m_catalogue.HasRelation(relation.name))
     return {EDaoError::RelationExists, u"A relation named \"" + relation.name + u"\" exists already."};
+  if (IsLink(relation.table) || IsLink(relation.foreignTable)) return AddRelationOfLink(relation);
   uint32_t primaryPage = 0, foreignPage = 0;
   if (CDaoResult result = FindClosedTable(relation.table, primaryPage); !result.IsOk()) return result;
   if (CDaoResult result = FindClosedTable(relation.foreignTable, foreignPage); !result.IsOk()) return result;
@@ -244,6 +245,21 @@ CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
   if (!enforced.IsOk()) return enforced;
   const CDaoResult added = m_catalogue.AddRelation(relation, GetLocalDate());
   return added.IsOk() ? enforced : added;
+}
+
+bool CEmbeddedFile::IsLink(std::u16string_view name) const {
+  const SCatalogueObject* object = m_catalogue.Find(name);
+  return object != nullptr && (object->type == kObjectLinkedAccess || object->type == kObjectLinkedOdbc);
+}
+
+// What tables elsewhere hold is not known here: the relation is only remembered.
+CDaoResult CEmbeddedFile::AddRelationOfLink(const CDaoRelationInfo& relation) {
+  for (const std::u16string& name : {relation.table, relation.foreignTable})
+    if (m_catalogue.Find(name) == nullptr)
+      return {EDaoError::ObjectNotFound, u"There is no table named \"" + name + u"\"."};
+  if ((relation.attributes & kDaoRelationDontEnforce) == 0)
+    return {EDaoError::NotSupported, u"A relation with a linked table cannot be enforced."};
+  return m_catalogue.AddRelation(relation, GetLocalDate());
 }
 
 CDaoResult CEmbeddedFile::FindClosedTable(std::u16string_view name, uint32_t& page) const {

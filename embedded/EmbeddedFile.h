@@ -52,6 +52,8 @@ class CEmbeddedFile {
   CDaoResult CheckNewName(std::u16string_view name) const;
   // The definition page of a user's table that is not open.
   CDaoResult FindClosedTable(std::u16string_view name, uint32_t& page) const;
+  [[nodiscard]] bool IsLink(std::u16string_view name) const;
+  CDaoResult AddRelationOfLink(const CDaoRelationInfo& relation);
   CDaoResult CheckWritable() const;
   [[nodiscard]] bool IsTableOpen(uint32_t page) const;
   CDaoResult OpenPage(uint32_t page, std::shared_ptr<CTableStore>& table);

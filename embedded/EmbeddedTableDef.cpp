@@ -86,7 +86,7 @@ CDaoResult ChooseLength(const SLayout& layout, const CDaoFieldInfo& field, const
 
 // The value of a calculated column stands in a wrapper; the length leaves room for it. Yes and no are
 // integers.
-CDaoResult MakeCalculated(const SLayout& layout, SColumnDefinition& column) {
+CDaoResult MakeCalculated(const SLayout& layout, uint8_t statedType, SColumnDefinition& column) {
   constexpr uint16_t kWrapped = 39, kWrappedText = 509;
   if (!layout.hasComplexColumns || column.type == kTypeOle || column.type == kTypeBinary)
     return {EDaoError::InvalidDataType, u"The format has no calculated field of this type."};
@@ -95,6 +95,8 @@ CDaoResult MakeCalculated(const SLayout& layout, SColumnDefinition& column) {
   column.length = column.type == kTypeText ? kWrappedText : column.type == kTypeMemo ? uint16_t{0} : kWrapped;
   if (column.type == kTypeMemo) column.type = kTypeText;
   if (column.type == kTypeBoolean) column.type = kTypeInteger;
+  if (!column.HasTexts() && LengthOfType(statedType) != 0 && statedType <= kTypeDecimal)
+    column.type = statedType;
   return CDaoResult::Ok();
 }
 
@@ -106,7 +108,7 @@ CDaoResult MakeColumn(const SLayout& layout, const CDaoFieldInfo& field, SColumn
   column.type = type->type;
   if (field.sortOrder != 0)
     column.order = {static_cast<uint16_t>(field.sortOrder), static_cast<uint8_t>(field.sortOrder >> 24)};
-  if (!field.expression.empty()) return MakeCalculated(layout, column);
+  if (!field.expression.empty()) return MakeCalculated(layout, field.statedType, column);
   if (field.keepsHistory && (!layout.hasComplexColumns || field.type != kDaoMemo))
     return {EDaoError::InvalidDataType, u"Only memo fields of the newest format keep their versions."};
   column.flags = ChooseFlags(*type, field);
@@ -188,7 +190,7 @@ CDaoResult CEmbeddedTableDef::AddColumn(const CDaoFieldInfo& field) {
     return result;
   }
   if (CDaoResult result = CheckAutoNumber(column); !result.IsOk()) return result;
-  column.displayNumber = static_cast<uint16_t>(m_table.definition.columns.size());
+  column.displayNumber = field.position.value_or(static_cast<uint16_t>(m_table.definition.columns.size()));
   if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0)
     m_table.definition.autoNumber = static_cast<uint32_t>(field.lastNumber);
   m_table.definition.columns.push_back(std::move(column));

@@ -70,7 +70,7 @@ CDaoResult CPropertyList::AddBlob(std::span<const uint8_t> blob) {
 
 CDaoResult CPropertyList::Convert(const CDaoProperty& from, SStoredProperty& property) const {
   if (CDaoResult result = Encode(from.name, property.name); !result.IsOk()) return result;
-  property.flags = from.isDdl ? kPropertyOfEngine : uint8_t{0};
+  property.flags = from.flags;
   property.type = from.type;
   property.value = from.value;
   if (IsTextType(from.type) && m_layout.text.IsCodePage()) {
@@ -102,13 +102,13 @@ std::vector<uint8_t> CPropertyList::MakeBlob() const {
 }
 
 CDaoProperty MakeTextProperty(std::u16string_view name, uint8_t type, std::u16string_view text) {
-  CDaoProperty property{std::u16string(name), type, type == kTypeMemo, {}};
+  CDaoProperty property{std::u16string(name), type, type == kTypeMemo ? kPropertyOfEngine : uint8_t{0}, {}};
   AppendUnits(property.value, text);
   return property;
 }
 
 CDaoProperty MakeByteProperty(std::u16string_view name, uint8_t type, std::vector<uint8_t> value) {
-  return {std::u16string(name), type, true, std::move(value)};
+  return {std::u16string(name), type, kPropertyOfEngine, std::move(value)};
 }
 
 void AddIfMissing(std::vector<CDaoProperty>& properties, CDaoProperty property) {

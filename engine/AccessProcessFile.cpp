@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/AccessTableDataFileParser.h"
+#include "engine/CatalogueObjects.h"
 #include "engine/ColumnNames.h"
 #include "engine/DefinitionDecoder.h"
 #include "engine/FlatTables.h"
@@ -41,6 +42,8 @@ void CAccessProcessFile::ParseTableDefinitions(CAccessData& data) {
   CDefinitionDecoder(GetLayout(), m_rules, data.source.codePage)
       .ParseTableDefinitions(data, *m_definitions, m_job);
   data.source.codePage = VoteCodePage(data.GetTables()).value_or(data.source.codePage);
+  if (!GetLayout().isJet3)
+    data.source.sortOrder = VoteSortOrder(data.GetTables()).value_or(data.source.sortOrder);
 }
 
 void CAccessProcessFile::SortColumns(CAccessData& data) {
@@ -60,6 +63,7 @@ void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   parser.ScanTableNames(data, GetLayout().pageSize);
   if (m_rules.mendDefinitions) RestoreColumnNames(data, GetLayout().pageSize);
   m_match.NameTables(data.GetTables(), GetLayout().pageSize);
+  ReadCatalogueObjects(data, GetLayout().pageSize, m_match, m_job);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);
   if (m_definitions != m_source) CountUnfitPages(data, m_homeless);

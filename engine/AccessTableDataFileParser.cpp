@@ -92,6 +92,10 @@ std::optional<EOtherObject> OtherObjectOf(std::u16string_view type) {
   return std::nullopt;
 }
 
+bool IsLink(EOtherObject kind) {
+  return kind == EOtherObject::LinkedTable || kind == EOtherObject::OdbcTable;
+}
+
 }  // namespace
 
 struct CAccessTableDataFileParser::SCatalogueRow {
@@ -199,7 +203,8 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
   for (uint32_t row = 0; row < rowCount && columnCount > 0 && end == ERowEnd::Complete; ++row) {
     SCatalogueRow texts;
     end = ReadCatalogueRow(recordText, columnCount, tables, texts, parseData);
-    if (const auto kind = OtherObjectOf(texts.type)) parseData.NoteOtherObject(*kind, texts.name);
+    if (const auto kind = OtherObjectOf(texts.type); kind && !(m_rules.keepLinks && IsLink(*kind)))
+      parseData.NoteOtherObject(*kind, texts.name);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
       if (const auto page = PageOfText(texts.id))
         parseData.GetLedger().Add(EDamage::LostTable, {*page, CDamageLedger::kNoTable, -1, 1});

@@ -120,6 +120,7 @@ CAccessColumn CDefinitionDecoder::ReadColumn(std::span<const uint8_t> block) con
   column.type = read.type;
   column.number = read.number;
   if (!m_layout.isJet3 && m_rules.columnNumberLowByteOnly) column.number &= 0xFF;
+  column.displayNumber = read.displayNumber;
   column.variableIndex = read.variableIndex;
   column.misc = GetLittle<uint32_t>(block, m_layout.column.misc);
   if (read.HasTexts()) column.codePage = read.codePage;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "format/Value.h"
 #include "model/FlatTable.h"
 #include "platform/CodePage.h"
 
@@ -24,6 +25,22 @@ std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables) {
   for (const auto& table : tables)
     for (const CAccessColumn& column : table->columns)
       if (column.codePage != 0 && IsCodePageKnown(column.codePage)) votes[column.codePage]++;
+  const auto most = std::max_element(votes.begin(), votes.end(),
+                                     [](const auto& a, const auto& b) { return a.second < b.second; });
+  if (most == votes.end()) return std::nullopt;
+  return most->first;
+}
+
+std::optional<uint32_t> VoteSortOrder(const CAccessTableList& tables) {
+  constexpr uint32_t kLanguage = 0xFFFF, kVersion = 0xFF000000;
+  std::map<uint32_t, size_t> votes;
+  for (const auto& table : tables) {
+    if (table->header.tableType != kUserTable) continue;
+    for (const CAccessColumn& column : table->columns) {
+      const bool isText = IsTextType(column.type) && !IsCalculated(column.extendedFlags);
+      if (isText && (column.misc & kLanguage) != 0) votes[column.misc & (kLanguage | kVersion)]++;
+    }
+  }
   const auto most = std::max_element(votes.begin(), votes.end(),
                                      [](const auto& a, const auto& b) { return a.second < b.second; });
   if (most == votes.end()) return std::nullopt;

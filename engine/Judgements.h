@@ -15,6 +15,10 @@ namespace tolvane {
 // that are named equally often. Columns name it over and over; the header, which breaks first, only once.
 std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables);
 
+// The sort order that most Jet 4 text columns of user tables have, its version in the top byte; the lowest of
+// several that are equally frequent.
+std::optional<uint32_t> VoteSortOrder(const CAccessTableList& tables);
+
 // Files tables in the ledger whose definitions promise more rows than were found, and where the rules want it
 // those that promise fewer. A promise of more rows than
 // the source has room for is none, and the catalogue's built-in definition promises nothing.

@@ -102,6 +102,11 @@ void CSource::ReadFacts() {
   m_facts.pageCount = GetPageCount();
   const uint32_t codePage = CDataReader::ReadUInt16(&m_header[kHeaderCodePage]);
   if (codePage != 0 && IsCodePageKnown(codePage)) m_facts.codePage = codePage;
+  const SHeaderLayout& at = m_layout->header;
+  const std::string_view name = m_layout->engineName;
+  if (!std::equal(name.begin(), name.end(), &m_header[kHeaderName])) return;
+  m_facts.sortOrder = CDataReader::ReadUInt16(&m_header[at.sortOrder]);
+  if (at.sortVersion != kAbsent) m_facts.sortOrder |= uint32_t{m_header[at.sortVersion]} << 24;
 }
 
 }  // namespace tolvane

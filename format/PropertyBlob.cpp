@@ -31,19 +31,22 @@ bool TakeNames(CByteTaker taker, size_t size, std::vector<std::string>& names) {
   return true;
 }
 
-bool TakeEntry(CByteTaker& taker, const std::vector<std::string>& names, SStoredProperty& property) {
+enum class EEntry : uint8_t { Whole, Broken, NoWayOn };
+
+EEntry TakeEntry(CByteTaker& taker, const std::vector<std::string>& names, SStoredProperty& property) {
   const auto length = taker.TakeNumber<uint16_t>();
-  if (!taker.IsOk() || length < kEntryHead) return false;
+  if (!taker.IsOk() || length < kEntryHead) return EEntry::NoWayOn;
   CByteTaker entry(taker.Take(length - size_t{2}));
   property.flags = entry.TakeNumber<uint8_t>();
   property.type = entry.TakeNumber<uint8_t>();
   const auto name = entry.TakeNumber<uint16_t>();
   const auto size = entry.TakeNumber<uint16_t>();
   const std::span<const uint8_t> value = entry.Take(size);
-  if (!taker.IsOk() || !entry.IsOk() || name >= names.size()) return false;
+  if (!taker.IsOk()) return EEntry::NoWayOn;
+  if (!entry.IsOk() || name >= names.size()) return EEntry::Broken;
   property.name = names[name];
   property.value.assign(value.begin(), value.end());
-  return true;
+  return EEntry::Whole;
 }
 
 bool TakeOwner(CByteTaker taker, size_t size, const std::vector<std::string>& names, SPropertyOwner& owner) {
@@ -51,12 +54,15 @@ bool TakeOwner(CByteTaker taker, size_t size, const std::vector<std::string>& na
   const auto nameLength = taker.TakeNumber<uint16_t>();
   owner.name = ToString(taker.Take(nameLength));
   if (!taker.IsOk() || headLength != taker.GetPosition()) return false;
+  bool isWhole = true;
   while (taker.GetPosition() < size) {
     SStoredProperty property;
-    if (!TakeEntry(taker, names, property)) return false;
-    owner.properties.push_back(std::move(property));
+    const EEntry entry = TakeEntry(taker, names, property);
+    if (entry == EEntry::NoWayOn) return false;
+    if (entry == EEntry::Whole) owner.properties.push_back(std::move(property));
+    isWhole = isWhole && entry == EEntry::Whole;
   }
-  return true;
+  return isWhole;
 }
 
 void AppendPropertyBlock(std::vector<uint8_t>& blob, uint16_t kind, const std::vector<uint8_t>& body) {
@@ -110,6 +116,7 @@ bool DecodePropertyBlob(bool isJet3, std::span<const uint8_t> blob, std::vector<
   owners.clear();
   if (ToString(taker.Take(magic.size())) != magic) return false;
   std::vector<std::string> names;
+  bool isWhole = true;
   while (taker.GetPosition() < blob.size()) {
     const auto length = taker.TakeNumber<uint32_t>();
     const auto kind = taker.TakeNumber<uint16_t>();
@@ -117,14 +124,14 @@ bool DecodePropertyBlob(bool isJet3, std::span<const uint8_t> blob, std::vector<
     const std::span<const uint8_t> body = taker.Take(length - kBlockHead);
     if (!taker.IsOk()) return false;
     if (kind == kNames) {
-      if (!TakeNames(CByteTaker(body), body.size(), names)) return false;
+      isWhole = TakeNames(CByteTaker(body), body.size(), names) && isWhole;
       continue;
     }
     SPropertyOwner& owner = owners.emplace_back();
     owner.kind = kind;
-    if (!TakeOwner(CByteTaker(body), body.size(), names, owner)) return false;
+    isWhole = TakeOwner(CByteTaker(body), body.size(), names, owner) && isWhole;
   }
-  return true;
+  return isWhole;
 }
 
 std::vector<uint8_t> EncodePropertyBlob(bool isJet3, std::span<const SPropertyOwner> owners) {

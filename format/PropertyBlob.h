@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "format/Property.h"
+
 namespace tolvane {
 
 struct SStoredProperty {
@@ -27,7 +29,6 @@ struct SStoredProperty {
   uint8_t type = 0;
   std::vector<uint8_t> value;
 };
-inline constexpr uint8_t kPropertyOfEngine = 0x01;
 inline constexpr size_t kLongestProperty = 0xFFFF - 8;  // bytes of a value
 // Bytes of a property's name that is read: entries share their names, and each property gets one of its own.
 inline constexpr size_t kLongestPropertyName = 512;
@@ -39,7 +40,8 @@ struct SPropertyOwner {
 };
 inline constexpr uint16_t kPropertiesOfObject = 0, kPropertiesOfColumn = 1;
 
-// Takes what can be read into `owners`; false when the blob cannot be followed to its end.
+// Takes what is whole into `owners`: a broken block or entry costs itself as long as its length leads on.
+// False when anything is broken.
 bool DecodePropertyBlob(bool isJet3, std::span<const uint8_t> blob, std::vector<SPropertyOwner>& owners);
 
 // No value may be longer than kLongestProperty, no name than 0xFFFF. Equal names are stored once.

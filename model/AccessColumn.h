@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "format/ColumnType.h"
+#include "format/Property.h"
 
 namespace tolvane {
 
@@ -28,6 +29,7 @@ class CAccessColumn {
 
   uint8_t type = kTypeNone;
   uint16_t number = 0;
+  uint16_t displayNumber = 0;  // its place among the others as users see them
   uint16_t variableIndex = 0;
   uint32_t misc = 0;      // precision and scale, code page, or complex id, as the descriptor has it
   uint16_t codePage = 0;  // of a Jet 3 text or memo column; 0 where the descriptor has none
@@ -39,6 +41,8 @@ class CAccessColumn {
   Name name{};
   uint16_t storedNameBytes =
       0;  // how many bytes of the name are its own where it holds bytes; 0 where letters
+
+  std::vector<SProperty> properties{};  // where the rules want more than a type and a size
 
   // The name up to its first zero unit, at most 255 units.
   [[nodiscard]] std::u16string_view GetName() const;

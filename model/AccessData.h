@@ -22,10 +22,12 @@ struct SSourceFacts {
   uint32_t pageSize = 4096;
   uint8_t versionByte = 0;
   uint32_t codePage = 1252;  // of Jet 3 texts
-  uint64_t start = 0;        // bytes in front of the first page
-  uint64_t length = 0;       // bytes from there on
-  uint64_t pageCount = 0;    // whole pages
-  uint64_t movedPages = 0;   // that stand elsewhere than their number says
+  // Of texts: the language, and its version in the top byte; 0 where that is not known.
+  uint32_t sortOrder = 0;
+  uint64_t start = 0;       // bytes in front of the first page
+  uint64_t length = 0;      // bytes from there on
+  uint64_t pageCount = 0;   // whole pages
+  uint64_t movedPages = 0;  // that stand elsewhere than their number says
   // Where further databases start in the file, in bytes from its first one.
   std::vector<uint64_t> otherStarts{};
 };
@@ -35,6 +37,20 @@ enum class EOtherObject : uint8_t { Form, Report, Macro, Module, LinkedTable, Od
 struct SOtherObject {
   EOtherObject kind;
   std::u16string name;
+};
+
+// A link to a table of another file, which has no definition here.
+struct SFileLink {
+  std::u16string name;
+  STableLink link;
+  std::vector<SProperty> properties;
+};
+
+// A document of the database that consists of properties: "MSysDb" (the database itself), "SummaryInfo",
+// "UserDefined".
+struct SDatabaseDocument {
+  std::u16string name;
+  std::vector<SProperty> properties;
 };
 
 // Destroying it deletes the tables' data files and the OLE side files.
@@ -68,6 +84,9 @@ class CAccessData {
 
   std::u16string sourcePath;  // of the damaged file
   SSourceFacts source;
+  // Of the catalogue, where the rules ask for them.
+  std::vector<SFileLink> fileLinks;
+  std::vector<SDatabaseDocument> documents;
 
  private:
   const SRecoveryRules m_rules;

@@ -16,6 +16,7 @@
 
 #include "model/AccessColumn.h"
 #include "model/AccessTableIndex.h"
+#include "model/TableLink.h"
 
 namespace tolvane {
 
@@ -88,6 +89,9 @@ class CAccessTable {
   uint64_t leftoverValues = 0;
   // Of its row in the catalogue; nothing where that is lost, or where the rules tell by the name.
   std::optional<uint32_t> catalogueFlags;
+  std::vector<SProperty> properties;  // of the table itself
+  // Set when the rows are on a server, and the columns only describe them.
+  std::optional<STableLink> link;
 
  private:
   uint64_t m_definitionOffset;

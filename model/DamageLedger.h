@@ -31,6 +31,7 @@ enum class EDamage : uint8_t {
   BrokenValue,       // a present value that lies outside its row
   BrokenLongValue,   // a memo or OLE value whose chain ends early
   LooseValue,        // a value of a complex column that belongs to no record, or twice to the same
+  BrokenProperties,  // properties of an object that cannot be read to their end
   SkippedTable,      // a table whose data file could not be written
   Count_
 };

@@ -116,6 +116,10 @@ struct SRecoveryRules {
   bool nullCascadeIsUnknown;
   // A source of the newest format family stays one; else it is written in the one before, as Jet 4.
   bool keepAceFormat;
+  // Links to tables elsewhere stay links; otherwise those to a server become tables without rows.
+  bool keepLinks;
+  // The database's own properties and its sort order are kept.
+  bool keepDatabaseSettings;
 
   // --- reporting ---
 
@@ -126,6 +130,8 @@ struct SRecoveryRules {
   // Objects that a repair never brings back (forms, reports, macros, modules, links) are named and count as
   // lost.
   bool tellOmittedObjects;
+  // What is saved under another name or in another form than it had counts as a loss, too.
+  bool changesAreLosses;
   // A damaged file of which no table of the user's came back counts as nothing, whatever else came back.
   bool userTablesDecide;
 
@@ -168,9 +174,12 @@ inline constexpr SRecoveryRules kStandardRules{
     .queriesAreTheirText = true,
     .nullCascadeIsUnknown = true,
     .keepAceFormat = false,
+    .keepLinks = false,
+    .keepDatabaseSettings = false,
     .damagePlacesTold = 20,
     .tellReasons = false,
     .tellOmittedObjects = false,
+    .changesAreLosses = false,
     .userTablesDecide = false,
 };
 
@@ -210,9 +219,12 @@ inline constexpr SRecoveryRules kExactRules{
     .queriesAreTheirText = false,
     .nullCascadeIsUnknown = false,
     .keepAceFormat = true,
+    .keepLinks = true,
+    .keepDatabaseSettings = true,
     .damagePlacesTold = 0xFFFFFFFF,
     .tellReasons = true,
     .tellOmittedObjects = true,
+    .changesAreLosses = true,
     .userTablesDecide = true,
 };
 

@@ -1,6 +1,10 @@
 #include "store/ObjectPlace.h"
 
+#include <algorithm>
+
 #include "format/Bytes.h"
+#include "platform/ErrorHandler.h"
+#include "platform/FileCust.h"
 
 namespace tolvane {
 
@@ -16,6 +20,22 @@ bool TakeObjectReference(std::span<const uint8_t> bytes, SObjectPlace& place) {
   place.offset = GetLittle<uint64_t>(bytes, 0);
   place.length = GetLittle<uint64_t>(bytes, 8);
   return true;
+}
+
+bool ReadObject(const SObjectPlace& place, uint64_t most, std::vector<uint8_t>& bytes) {
+  bytes.clear();
+  CFileCust file;
+  if (place.length == 0) return true;
+  if (!file.Open(place.path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
+    return false;
+  const uint64_t length = file.GetLength();
+  const uint64_t there = length - std::min(place.offset, length);
+  const uint64_t wanted = std::min(place.length, there);
+  if (wanted > most) return false;
+  bytes.resize(static_cast<size_t>(wanted));
+  CErrorHandler handler;
+  bytes.resize(file.ReadAt(place.offset, bytes, handler));
+  return bytes.size() == wanted && (place.length == SObjectPlace::kToTheEnd || wanted == place.length);
 }
 
 }  // namespace tolvane

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace tolvane {
 
@@ -22,5 +23,9 @@ using ObjectReference = std::array<uint8_t, 16>;
 ObjectReference MakeObjectReference(uint64_t offset, uint64_t length);
 // False when the bytes are no reference.
 bool TakeObjectReference(std::span<const uint8_t> bytes, SObjectPlace& place);
+
+// The bytes of an object of at most `most` bytes. False, with what there is, when it is longer or cannot be
+// read to its end.
+bool ReadObject(const SObjectPlace& place, uint64_t most, std::vector<uint8_t>& bytes);
 
 }  // namespace tolvane

@@ -5,10 +5,14 @@
 #include <unordered_map>
 #include <utility>
 
+#include "format/Layout.h"
+#include "platform/CodePage.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "writer/FieldPlanner.h"
+#include "writer/KeptProperties.h"
+#include "writer/LinkSaver.h"
 #include "writer/QuerySaver.h"
 #include "writer/RowCopier.h"
 #include "writer/TableBuilder.h"
@@ -33,6 +37,23 @@ int32_t VersionOf(EOutputFormat format) {
     default:
       return kDaoVersionJet4;
   }
+}
+
+// The digits of a number in hexadecimal, without zeros in front.
+std::u16string ToHex(uint32_t value) {
+  std::u16string digits;
+  for (; value != 0; value >>= 4) digits.insert(digits.begin(), u"0123456789ABCDEF"[value & 15]);
+  return digits.empty() ? u"0" : digits;
+}
+
+// ";LANGID=0x0409;CP=1252;COUNTRY=0". The version of a sort order stands in the language's top byte.
+// Only texts of Jet 3 are in a code page.
+std::u16string MakeLocale(const SSourceFacts& source, int32_t version) {
+  const uint32_t codePage = version == kDaoVersionJet3 ? source.codePage : kWindowsLatin1;
+  const uint32_t order = source.sortOrder != 0 ? source.sortOrder : kGeneralSortOrder;
+  std::u16string digits = ToHex(order);
+  while (digits.size() < 4) digits.insert(digits.begin(), u'0');
+  return u";LANGID=0x" + digits + u";CP=" + ToDecimal(codePage) + u";COUNTRY=0";
 }
 
 // "1 record", "12 records"
@@ -68,6 +89,7 @@ void CAccessSaveRepairedFile::PrepareTables() {
   m_summary = {};
   m_relations.reset();
   m_tables.clear();
+  m_links.clear();
   const CAccessTableList& tables = m_data->GetTables();
   const bool hasFields = DecideFormat(*m_data, m_format) == EOutputFormat::Ace;
   std::unordered_map<const CAccessTable*, std::vector<SComplexField>> complex;
@@ -143,12 +165,51 @@ bool CAccessSaveRepairedFile::SaveStructure() {
     return false;
   }
   std::unique_ptr<CDaoDatabase> database;
-  const CDaoResult created = m_engine.CreateDatabase(m_outputPath, kLocale, GetVersion(), database);
+  const CDaoResult created = CreateDatabase(database);
   if (!created.IsOk()) {
     m_summary.failure = created.text;
     return false;
   }
+  SaveDocuments(*database);
   return CloseDatabase(*database, BuildTables(*database));
+}
+
+CDaoResult CAccessSaveRepairedFile::CreateDatabase(std::unique_ptr<CDaoDatabase>& database) {
+  const std::u16string wanted = m_data->GetRules().keepDatabaseSettings
+                                    ? MakeLocale(m_data->source, GetVersion())
+                                    : std::u16string(kLocale);
+  CDaoResult result = m_engine.CreateDatabase(m_outputPath, wanted, GetVersion(), database);
+  const bool isRefused = result.code == EDaoError::NotSupported || result.code == EDaoError::InvalidArgument;
+  if (!isRefused || wanted == kLocale) return result;
+  result = m_engine.CreateDatabase(m_outputPath, kLocale, GetVersion(), database);
+  if (!result.IsOk()) return result;
+  ++m_summary.settingsChanged;
+  Remark(u"The new database sorts texts as General Legacy (" + std::u16string(kLocale.substr(1)) +
+         u"), and not as the source does (" + wanted.substr(1) + u")");
+  return result;
+}
+
+void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
+  CKeptProperties kept(GetVersion());
+  const bool isSameFormat = DecideFormat(*m_data, EOutputFormat::ByRules) == DecideFormat(*m_data, m_format);
+  for (const SDatabaseDocument& document : m_data->documents) {
+    const std::vector<CDaoProperty> properties =
+        kept.OfDatabase(document.properties, m_data->GetOtherObjects(), isSameFormat);
+    for (const std::u16string& name : kept.GetLost()) {
+      ++m_summary.propertiesLost;
+      Remark(u"The database was saved without its property " + Quoted(name));
+    }
+    if (properties.empty()) continue;
+    const CDaoResult result = database.SetProperties(document.name, properties);
+    if (result.IsOk()) continue;
+    m_summary.propertiesLost += properties.size();
+    Remark(u"The database was saved without its properties " + Quoted(document.name) + u": " + result.text);
+  }
+}
+
+void CAccessSaveRepairedFile::Remark(std::u16string text) {
+  m_job.log.Append(text);
+  m_summary.notes.push_back(std::move(text));
 }
 
 int32_t CAccessSaveRepairedFile::GetVersion() const {
@@ -171,10 +232,10 @@ ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
       if (saved.rows == ERows::Attached) continue;
       const ESaveStep step = builder.Build(saved);
       if (step != ESaveStep::Done) return step;
-      if (saved.isCreated) ++m_summary.tablesSaved;
+      if (saved.isCreated) ++(table->link ? m_summary.linksSaved : m_summary.tablesSaved);
     }
   }
-  return ESaveStep::Done;
+  return CLinkSaver(database, GetVersion(), m_summary, m_job).Save(m_data->fileLinks, m_links);
 }
 
 bool CAccessSaveRepairedFile::CloseDatabase(CDaoDatabase& database, ESaveStep step) {
@@ -207,7 +268,7 @@ bool CAccessSaveRepairedFile::SaveData() {
   if (m_job.saving.IsSaving()) {
     m_job.status.SetText(u"Saving tables data");
     step = CopyTables(*database);
-    if (step == ESaveStep::Done && m_relations) step = m_relations->Create(*database, m_tables);
+    if (step == ESaveStep::Done && m_relations) step = m_relations->Create(*database, m_tables, m_links);
   }
   if (!CloseDatabase(*database, step)) return false;
   m_job.progress.SetPos(m_job.progress.GetMax());
@@ -230,7 +291,7 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
   const SSavedTable* const owner = saved.owner == SSavedTable::kNoField ? nullptr : &m_tables[saved.owner];
   if (saved.rows == ERows::Attached && !PrepareValues(*owner, saved)) return ESaveStep::Done;
   // Its records are counted as lost already.
-  if (!saved.isCreated) return ESaveStep::Done;
+  if (!saved.isCreated || table.link) return ESaveStep::Done;
   if (!CanRead(table.GetDataFilePath())) {
     LoseRecords(saved, table.header.rowCount, u"The table's temporary file cannot be read.");
     return ESaveStep::Done;

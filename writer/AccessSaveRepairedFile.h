@@ -12,6 +12,7 @@
 #include "dao/dao.h"
 #include "model/AccessData.h"
 #include "status/JobContext.h"
+#include "writer/LinkSaver.h"
 #include "writer/RelationSaver.h"
 #include "writer/SavedTable.h"
 
@@ -58,6 +59,11 @@ class CAccessSaveRepairedFile {
                  const SComplexField& complex);
   // Of the new database, as an option of CreateDatabase.
   [[nodiscard]] int32_t GetVersion() const;
+  // With the source's sort order, or where the engine does not know that, with the general one.
+  CDaoResult CreateDatabase(std::unique_ptr<CDaoDatabase>& database);
+  void SaveDocuments(CDaoDatabase& database);
+  // Tells the user, in the summary and in the log.
+  void Remark(std::u16string text);
   ESaveStep BuildTables(CDaoDatabase& database);
   ESaveStep CopyTables(CDaoDatabase& database);
   ESaveStep CopyTable(CDaoDatabase& database, SSavedTable& saved);
@@ -73,6 +79,7 @@ class CAccessSaveRepairedFile {
   std::u16string m_outputPath;
   EOutputFormat m_format = EOutputFormat::ByRules;
   std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
+  LinkNames m_links;
   SSaveSummary m_summary;
   std::unique_ptr<CRelationSaver> m_relations;
 };

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "render/ObjectProperties.h"
+#include "writer/ResultTypes.h"
+
 namespace tolvane {
 
 namespace {
@@ -157,11 +160,27 @@ void CFieldPlanner::ChooseType(uint8_t type, const CAccessColumn& column, SField
   }
 }
 
+// Only the newest format calculates, and not every type.
+bool CFieldPlanner::PlanCalculated(const CAccessColumn& column, SFieldPlan& plan) const {
+  const std::u16string expression = TextOf(FindProperty(column.properties, kExpression));
+  const uint8_t type = StatedResultType(column);
+  if (m_version != kDaoVersionAce || expression.empty() || type == kTypeNone || type == kTypeOle ||
+      type == kTypeBinary)
+    return false;
+  ChooseType(type, column, plan);
+  if (type == kTypeText) plan.info.size = kTextFieldSize;
+  if (type == kTypeDecimal) ChooseDecimal(kMostDigits, column.GetScale(), plan);
+  plan.info.expression = expression;
+  plan.info.statedType = column.type;
+  return plan.instead.empty();
+}
+
 // The new database holds the results; a text may be as long as a text field can be.
 void CFieldPlanner::ChooseResult(const CAccessColumn& column, const SValueKind& result,
                                  SFieldPlan& plan) const {
   const uint8_t type = result.type != kTypeNone ? result.type : column.type;
   plan.info.attributes = kDaoUpdatable;
+  plan.info.expression.clear();
   ChooseType(type, column, plan);
   if (type == kTypeText) plan.info.size = kTextFieldSize;
   if (type == kTypeDecimal) ChooseDecimal(kMostDigits, result.scale, plan);
@@ -174,7 +193,7 @@ SFieldPlan CFieldPlanner::PlanAsItIs(const CAccessColumn& column, const SValueKi
   plan.info.name = column.GetName();
   plan.info.attributes = kDaoUpdatable | (column.IsFixed() ? kDaoFixedField : kDaoVariableField);
   if (IsCalculated(column.extendedFlags)) {
-    ChooseResult(column, result, plan);
+    if (!PlanCalculated(column, plan)) ChooseResult(column, result, plan);
     return plan;
   }
   ChooseType(column.type, column, plan);
@@ -182,6 +201,8 @@ SFieldPlan CFieldPlanner::PlanAsItIs(const CAccessColumn& column, const SValueKi
     m_hasCounter = true;
     plan.info.attributes |= kDaoAutoIncrement;
     plan.info.lastNumber = static_cast<int32_t>(m_lastNumber);
+  } else if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) {
+    plan.instead = u"a number that does not count on: a table has one that does";
   }
   if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) {
     plan.info.attributes |= kDaoSystemField;

@@ -41,6 +41,7 @@ class CFieldPlanner {
   SFieldPlan PlanReduced(const CAccessColumn& column);
   SFieldPlan PlanAsItIs(const CAccessColumn& column, const SValueKind& result);
   void ChooseType(uint8_t type, const CAccessColumn& column, SFieldPlan& plan) const;
+  [[nodiscard]] bool PlanCalculated(const CAccessColumn& column, SFieldPlan& plan) const;
   void ChooseResult(const CAccessColumn& column, const SValueKind& result, SFieldPlan& plan) const;
   void ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& plan) const;
 

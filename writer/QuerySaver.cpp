@@ -192,7 +192,8 @@ void CQuerySaver::CreateQuery(CDaoDatabase& database, const SQueriesState& state
     return;
   }
   ++m_summary.queriesSaved;
-  const bool isStoredOtherwise = !m_data.GetRules().queriesAreTheirText && !result.text.empty();
+  const bool isStoredOtherwise =
+      m_data.GetRules().changesAreLosses && (saved.name != wanted || !result.text.empty());
   if (!prepared.changes.empty() || isStoredOtherwise) ++m_summary.queriesChanged;
   if (saved.name != wanted) Remark(u"Query " + wanted + u" was saved as " + saved.name + u".");
   for (const std::u16string& change : prepared.changes) Remark(u"Query " + saved.name + change);

@@ -34,11 +34,12 @@ bool IsAboutEnforcing(EDaoError code) {
 
 // The field that a column became. Rows name columns as users know them; columns of Jet 3 files are recovered
 // under names that only the new field spells right.
-std::u16string_view FindField(const SSavedTable& table, std::u16string_view column) {
-  for (size_t i = 0; i < table.fieldNames.size(); ++i)
-    if (!table.fieldNames[i].empty() && EqualsIgnoreCase(table.table->columns.GetAt(i)->GetName(), column))
-      return table.fieldNames[i];
-  for (const std::u16string& field : table.fieldNames)
+std::u16string_view FindField(const SSavedTable* table, std::u16string_view column) {
+  if (table == nullptr) return column;
+  for (size_t i = 0; i < table->fieldNames.size(); ++i)
+    if (!table->fieldNames[i].empty() && EqualsIgnoreCase(table->table->columns.GetAt(i)->GetName(), column))
+      return table->fieldNames[i];
+  for (const std::u16string& field : table->fieldNames)
     if (EqualsIgnoreCase(field, column)) return field;
   return {};
 }
@@ -79,12 +80,14 @@ bool CRelationSaver::Read() {
   return isRead;
 }
 
-ESaveStep CRelationSaver::Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables) {
+ESaveStep CRelationSaver::Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables,
+                                 const LinkNames& links) {
   if (m_relations.empty()) return ESaveStep::Done;
   m_job.status.SetText(u"Saving relations");
   Tables byName;
   for (const SSavedTable& table : tables)
-    if (table.isCreated) byName.emplace(CNameSet::Fold(table.table->name), &table);
+    if (table.isCreated) byName.emplace(CNameSet::Fold(table.table->name), SEnd{table.name, &table});
+  for (const auto& [recovered, name] : links) byName.emplace(recovered, SEnd{name});
   for (const SRecoveredRelation& relation : m_relations) {
     if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
     if (relation.IsSystem()) continue;
@@ -121,12 +124,24 @@ ESaveStep CRelationSaver::CreateOne(CDaoDatabase& database, const SRecoveredRela
     return ESaveStep::Done;
   }
   ++m_summary.relationsSaved;
-  if (info.name != relation.name) Note(NameOf(relation) + u" was saved as " + Quoted(info.name));
-  if (!result.text.empty()) m_job.log.Append(NameOf(relation) + u": " + result.text);
+  TellChange(relation, info.name, result.text);
   if (weakness.empty()) return ESaveStep::Done;
   ++m_summary.relationsWeakened;
   Note(NameOf(relation) + u" was saved, but is not enforced: " + weakness);
   return ESaveStep::Done;
+}
+
+// The text says what became of an index that the relationship needs.
+void CRelationSaver::TellChange(const SRecoveredRelation& relation, const std::u16string& name,
+                                const std::u16string& text) {
+  const bool isLoss = m_data.GetRules().changesAreLosses;
+  if (isLoss && (name != relation.name || !text.empty())) ++m_summary.relationsChanged;
+  if (name != relation.name) Note(NameOf(relation) + u" was saved as " + Quoted(name));
+  if (text.empty()) return;
+  if (isLoss)
+    Note(NameOf(relation) + u": " + text);
+  else
+    m_job.log.Append(NameOf(relation) + u": " + text);
 }
 
 // Varies a refused name, and gives up enforcing where the rows or the tables do not allow it: then `weakness`
@@ -164,12 +179,12 @@ std::u16string CRelationSaver::Describe(const SRecoveredRelation& relation, cons
   for (const auto& [found, name] :
        {std::pair(foreign, &relation.table), std::pair(primary, &relation.referencedTable)})
     if (found == tables.end()) return u"Table " + Quoted(*name) + u" is not in the new database.";
-  info.table = primary->second->name;
-  info.foreignTable = foreign->second->name;
+  info.table = primary->second.name;
+  info.foreignTable = foreign->second.name;
   info.attributes = relation.attributes;
   for (const SRelationPair& pair : relation.pairs) {
-    const std::u16string_view field = FindField(*primary->second, pair.referencedColumn),
-                              foreignField = FindField(*foreign->second, pair.column);
+    const std::u16string_view field = FindField(primary->second.table, pair.referencedColumn),
+                              foreignField = FindField(foreign->second.table, pair.column);
     if (field.empty() || foreignField.empty())
       return u"Column " + Quoted(field.empty() ? pair.referencedColumn : pair.column) + u" of table " +
              Quoted(field.empty() ? relation.referencedTable : relation.table) +

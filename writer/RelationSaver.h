@@ -12,6 +12,7 @@
 
 #include "dao/dao.h"
 #include "model/AccessData.h"
+#include "writer/LinkSaver.h"
 #include "writer/RelationReader.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
@@ -27,16 +28,21 @@ class CRelationSaver {
   // False when the rows cannot be read or the save was stopped; then there is nothing to create.
   bool Read();
   // Into the tables as they were saved, under their new names. What the database engine refuses is counted.
-  ESaveStep Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables);
+  ESaveStep Create(CDaoDatabase& database, const std::vector<SSavedTable>& tables, const LinkNames& links);
 
  private:
-  using Tables = std::unordered_map<std::u16string, const SSavedTable*>;  // by folded recovered name
+  struct SEnd {
+    std::u16string_view name;            // in the new database
+    const SSavedTable* table = nullptr;  // null for a link, whose columns are not known
+  };
+  using Tables = std::unordered_map<std::u16string, SEnd>;  // by folded recovered name
 
   // Empty on success, else what is missing.
   static std::u16string Describe(const SRecoveredRelation& relation, const Tables& tables,
                                  CDaoRelationInfo& info);
   CDaoResult TryCreate(CDaoDatabase& database, CDaoRelationInfo& info, std::u16string& weakness);
   ESaveStep CreateOne(CDaoDatabase& database, const SRecoveredRelation& relation, const Tables& tables);
+  void TellChange(const SRecoveredRelation& relation, const std::u16string& name, const std::u16string& text);
   bool MayEnforce(const CDaoRelationInfo& info);
   void Lose(const SRecoveredRelation& relation, std::u16string_view reason);
   void Note(std::u16string text);

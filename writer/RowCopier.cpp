@@ -2,6 +2,7 @@
 
 #include "writer/AttachmentSource.h"
 #include "writer/FieldValue.h"
+#include "writer/ResultTypes.h"
 #include "writer/SideFileSource.h"
 
 namespace tolvane {
@@ -155,7 +156,9 @@ ESaveStep CRowCopier::SetComplexKey(size_t entry, const SValue& value, SRow& row
 
 CDaoResult CRowCopier::SetTyped(size_t column, SValue& value) {
   const SFieldType& field = m_saved.fieldTypes[column];
-  if (m_converter.Convert(ValueTypeOf(field.type), field.scale, value))
+  TakeResultAs(ValueTypeOf(field.type), value);
+  const uint8_t scale = field.isCalculated ? value.scale : field.scale;
+  if (m_converter.Convert(ValueTypeOf(field.type), scale, value))
     return m_recordset->SetFieldValue(m_saved.fields[column], value);
   return {EDaoError::DataConversion, u"The value cannot be stored in field \"" + m_saved.fieldNames[column] +
                                          u"\": the field's type does not hold it."};

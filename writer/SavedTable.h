@@ -28,8 +28,17 @@ struct SSaveSummary {
   uint64_t emptyRowsDropped = 0;
   uint64_t charactersReplaced = 0;  // of texts, where the new database's code page does not hold them
   uint64_t columnsLost = 0;         // columns for which no field could be created
-  uint64_t indexesLost = 0;         // indexes that could not be created
-  uint64_t indexesWeakened = 0;     // no longer unique, required or there; the notes say why
+  // Saved, but not as they were: of another type or name, or without something that they had; the notes say
+  // what. Counted where the rules call that a loss.
+  uint64_t tablesChanged = 0;
+  uint64_t columnsChanged = 0;
+  uint64_t relationsChanged = 0;
+  uint64_t settingsChanged = 0;  // of the database as a whole: its sort order
+  uint64_t propertiesLost = 0;
+  uint64_t linksSaved = 0;
+  uint64_t linksLost = 0;
+  uint64_t indexesLost = 0;      // indexes that could not be created
+  uint64_t indexesWeakened = 0;  // no longer unique, required or there; the notes say why
   uint64_t queriesSaved = 0;
   uint64_t queriesLost = 0;     // saved queries that the new database refused
   uint64_t queriesChanged = 0;  // of the saved ones: not what they were; the notes say why
@@ -45,8 +54,9 @@ struct SSaveSummary {
 };
 
 struct SFieldType {
-  int16_t type = 0;   // EDaoType
-  uint8_t scale = 0;  // of a decimal
+  int16_t type = 0;           // EDaoType
+  uint8_t scale = 0;          // of a decimal
+  bool isCalculated = false;  // each of its decimals has a scale of its own
 };
 
 // Which rows of its recovered table a saved one holds.

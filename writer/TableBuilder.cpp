@@ -1,9 +1,12 @@
 #include "writer/TableBuilder.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
+#include "format/SystemObjects.h"
 #include "platform/Text.h"
+#include "writer/LinkSaver.h"
 #include "writer/ResultTypes.h"
 
 namespace tolvane {
@@ -39,6 +42,44 @@ bool NeedsNarrowName(const CDaoResult& refusal, std::u16string_view name) {
   return refusal.code == EDaoError::InvalidName && IsSafeName(name);
 }
 
+int32_t AttributesOf(const CAccessTable& table) {
+  const bool isHidden = table.catalogueFlags && (*table.catalogueFlags & kHiddenObjectFlag) != 0;
+  return kTableAttributes | (isHidden ? kDaoHiddenObject : 0);
+}
+
+// The columns' places as users see them. Where a complex column becomes two fields there is room for the
+// second; what leads to the versions of a memo is not seen.
+std::vector<uint16_t> FindPositions(const SSavedTable& saved) {
+  const CAccessColumnList& columns = saved.table->columns;
+  std::vector<size_t> order(columns.GetCount());
+  std::iota(order.begin(), order.end(), size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&columns](size_t a, size_t b) {
+    return columns.GetAt(a)->displayNumber < columns.GetAt(b)->displayNumber;
+  });
+  uint16_t step = 1, next = 0;
+  std::vector<bool> isHidden(order.size());
+  for (const SComplexField& complex : saved.complex) {
+    if (complex.type == 0) step = 2;
+    isHidden[complex.column] = complex.type != 0 && complex.IsOfVersions();
+  }
+  std::vector<uint16_t> positions(order.size());
+  for (const size_t column : order) {
+    positions[column] = next;
+    if (!isHidden[column]) next = static_cast<uint16_t>(next + step);
+  }
+  return positions;
+}
+
+// The column that holds the values themselves, or the files; null where there is none to speak of.
+const CAccessColumn* ItemColumnOf(const SComplexField& complex) {
+  if (!complex.HasValues() || complex.IsOfVersions()) return nullptr;
+  const CAccessColumnList& columns = complex.flat.table->columns;
+  if (complex.flat.kind == EFlatKind::Values) return columns.GetAt(complex.flat.item);
+  for (const CAccessColumn& column : columns)
+    if (FilePartOf(column) == kFilePartData) return &column;
+  return nullptr;
+}
+
 }  // namespace
 
 ESaveStep CTableBuilder::Build(SSavedTable& saved) {
@@ -52,6 +93,7 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
     if (!EndsSave(tried.result.code)) m_tableNames.Take(saved.name);
     if (tried.result.IsOk()) {
       saved.isCreated = true;
+      if (m_rules.changesAreLosses && saved.name != saved.table->name) ++m_summary.tablesChanged;
       if (saved.rows == ERows::Loose)
         m_notes.push_back(u"Table " + Quoted(saved.name) +
                           u" holds values of a column of that name that fit no record");
@@ -87,18 +129,22 @@ ESaveStep CTableBuilder::EndWithoutTable(SSavedTable& saved, const CDaoResult& r
   LoseRecords(saved, saved.table->header.rowCount, result.text);
   m_job.log.Append(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
   m_summary.notes.push_back(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
-  m_summary.columnsLost += saved.table->columns.GetCount();
+  if (saved.table->link)
+    ++m_summary.linksLost;
+  else
+    m_summary.columnsLost += saved.table->columns.GetCount();
   return ESaveStep::Done;
 }
 
 CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes indexes) {
   SAttempt attempt;
   m_notes.clear();
-  m_columnsLost = m_indexesLost = m_namesUnfolded = 0;
+  m_columnsLost = m_columnsChanged = m_propertiesLost = m_indexesLost = m_namesUnfolded = 0;
   std::unique_ptr<CDaoTableDef> tableDef;
-  attempt.result = m_database.CreateTableDef(saved.name, kTableAttributes, {}, {}, tableDef);
+  attempt.result = m_database.CreateTableDef(saved.name, AttributesOf(*saved.table), {}, {}, tableDef);
   if (!attempt.result.IsOk()) return attempt;
-  attempt.result = AddFields(saved, *tableDef, attempt.isStopped);
+  attempt.result = AddOwnProperties(*saved.table, *tableDef);
+  if (attempt.result.IsOk()) attempt.result = AddFields(saved, *tableDef, attempt.isStopped);
   if (attempt.result.IsOk() && !attempt.isStopped) {
     if (indexes == EIndexes::Create) {
       if (saved.rows == ERows::All) attempt.result = AddIndexes(saved, *tableDef);
@@ -112,11 +158,31 @@ CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes ind
   return attempt;
 }
 
+// An engine that stores no properties makes the table all the same.
+CDaoResult CTableBuilder::AddOwnProperties(const CAccessTable& table, CDaoTableDef& tableDef) {
+  if (table.link)
+    if (CDaoResult result = tableDef.SetLink(MakeLinkInfo(*table.link)); !result.IsOk()) return result;
+  const std::vector<CDaoProperty> properties = m_keptProperties.OfTable(table.properties);
+  TellLostProperties(u"Table", table.name);
+  if (properties.empty() || tableDef.SetProperties(properties).IsOk()) return CDaoResult::Ok();
+  m_propertiesLost += properties.size();
+  m_notes.push_back(u"Table " + Quoted(table.name) + u" was saved without its properties");
+  return CDaoResult::Ok();
+}
+
+void CTableBuilder::TellLostProperties(std::u16string_view what, std::u16string_view name) {
+  for (const std::u16string& property : m_keptProperties.GetLost()) {
+    ++m_propertiesLost;
+    Note(what, name, u" was saved without its property " + Quoted(property));
+  }
+}
+
 CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, bool& isStopped) {
   const CAccessColumnList& columns = saved.table->columns;
   CFieldPlanner planner(m_rules, m_version, saved.table->header.nextAutoNumber);
   m_resultTypes =
       m_rules.recordsHoldTexts ? std::vector<SValueKind>(columns.GetCount()) : FindResultTypes(*saved.table);
+  m_positions = FindPositions(saved);
   m_fieldNames = {};
   m_columnByNumber.clear();
   saved.fieldNames.assign(columns.GetCount(), {});
@@ -130,8 +196,12 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
     if (isStopped) return CDaoResult::Ok();
     const CAccessColumn& column = *columns.GetAt(i);
     m_columnByNumber.try_emplace(column.number, i);
+    const size_t notesBefore = m_notes.size();
     const CDaoResult result = AddColumn(saved, i, planner, tableDef);
-    if (result.IsOk()) continue;
+    if (result.IsOk()) {
+      if (m_notes.size() > notesBefore) ++m_columnsChanged;
+      continue;
+    }
     if (EndsSave(result.code)) return result;
     ++m_columnsLost;
     Note(u"Column", column.GetName(), u" could not be created: " + result.text);
@@ -154,10 +224,11 @@ CDaoResult CTableBuilder::AddColumn(SSavedTable& saved, size_t column, CFieldPla
 CDaoResult CTableBuilder::AddPlanned(SSavedTable& saved, size_t column, SFieldPlan& plan,
                                      CDaoTableDef& tableDef) {
   if (m_fieldCount == kMaximumFields) return {EDaoError::TooManyFields, u"A table holds at most 255 fields."};
+  if (!m_rules.reduceFields) plan.info.position = m_positions[column];
   CDaoResult result = AddField(*saved.table->columns.GetAt(column), plan, tableDef);
   if (!result.IsOk()) return result;
   saved.fields[column] = m_fieldCount++;
-  saved.fieldTypes[column] = {plan.info.type, plan.info.scale};
+  saved.fieldTypes[column] = {plan.info.type, plan.info.scale, !plan.info.expression.empty()};
   saved.fieldNames[column] = std::exchange(result.text, {});
   return result;
 }
@@ -177,6 +248,10 @@ CDaoResult CTableBuilder::AddComplexColumn(SSavedTable& saved, size_t entry, CDa
     const CAccessColumn& item = *complex.flat.table->columns.GetAt(complex.flat.item);
     plan.info.precision = static_cast<uint8_t>(item.misc);
     plan.info.scale = item.GetScale();
+  }
+  if (const CAccessColumn* const item = ItemColumnOf(complex)) {
+    plan.info.valueProperties = m_keptProperties.OfField(item->properties, plan.info);
+    TellLostProperties(u"Column", plan.info.name);
   }
   return AddPlanned(saved, complex.column, plan, tableDef);
 }
@@ -201,6 +276,7 @@ CDaoResult CTableBuilder::AddKeyColumn(SSavedTable& saved, size_t entry, CDaoTab
   key.info.name = KeyNameOf(complex, *saved.table);
   const CDaoResult result = AddPlanned(saved, complex.column, key, tableDef);
   if (!result.IsOk() || complex.IsOfVersions()) return result;
+  text.info.position = static_cast<uint16_t>(m_positions[complex.column] + 1);
   if (m_fieldCount < kMaximumFields && AddField(column, text, tableDef).IsOk())
     saved.textFields[entry] = m_fieldCount++;
   Note(u"Column", column.GetName(),
@@ -214,12 +290,14 @@ CDaoResult CTableBuilder::AddKeyColumn(SSavedTable& saved, size_t entry, CDaoTab
 CDaoResult CTableBuilder::AddField(const CAccessColumn& column, SFieldPlan& plan, CDaoTableDef& tableDef) {
   if (m_byteNames.isSpeltAtOnce && column.storedNameBytes != 0)
     plan.info.name = UnfoldName(column.GetName(), column.storedNameBytes, m_byteNames.codePage);
+  plan.info.properties = m_keptProperties.OfField(column.properties, plan.info);
   CDaoResult result = CreateField(plan, tableDef);
   if (!result.IsOk()) result = RetryField(std::move(result), column, plan, tableDef);
   if (!result.IsOk()) return result;
   if (plan.isTypeUnknown)
     Note(u"Column", column.GetName(),
          u" has the unknown type " + ToDecimal(column.type) + u" and was saved as text");
+  TellLostProperties(u"Column", column.GetName());
   if (!plan.instead.empty())
     Note(u"Column", column.GetName(), u" was saved as " + std::u16string(plan.instead));
   m_fieldNames.Take(plan.info.name);
@@ -316,6 +394,8 @@ void CTableBuilder::Note(std::u16string_view what, std::u16string_view name, std
 
 void CTableBuilder::KeepNotes(const SSavedTable& saved) {
   m_summary.columnsLost += m_columnsLost;
+  if (m_rules.changesAreLosses) m_summary.columnsChanged += m_columnsChanged;
+  m_summary.propertiesLost += m_propertiesLost;
   m_summary.indexesLost += m_indexesLost;
   for (std::u16string& note : m_notes) {
     if (!note.starts_with(u"Table ")) note = u"Table " + Quoted(saved.table->name) + u": " + note;

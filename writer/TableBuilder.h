@@ -12,6 +12,7 @@
 #include "dao/dao.h"
 #include "status/JobContext.h"
 #include "writer/FieldPlanner.h"
+#include "writer/KeptProperties.h"
 #include "writer/SafeName.h"
 #include "writer/SavedTable.h"
 
@@ -34,7 +35,8 @@ class CTableBuilder {
         m_version(version),
         m_summary(summary),
         m_job(job),
-        m_byteNames(byteNames) {}
+        m_byteNames(byteNames),
+        m_keptProperties(version) {}
 
   // Sets name, fields and, when the table exists afterwards, isCreated. A table that cannot be created is no
   // failure of the save: all its records count as lost.
@@ -57,6 +59,8 @@ class CTableBuilder {
   CDaoResult AddPlanned(SSavedTable& saved, size_t column, SFieldPlan& plan, CDaoTableDef& tableDef);
   CDaoResult RetryField(CDaoResult refusal, const CAccessColumn& column, SFieldPlan& plan,
                         CDaoTableDef& tableDef);
+  CDaoResult AddOwnProperties(const CAccessTable& table, CDaoTableDef& tableDef);
+  void TellLostProperties(std::u16string_view what, std::u16string_view name);
   CDaoResult AddIndexes(const SSavedTable& saved, CDaoTableDef& tableDef);
   [[nodiscard]] bool IsOfComplexField(const SSavedTable& saved, const CAccessTableIndex& index) const;
   bool DescribeIndex(const SSavedTable& saved, const CAccessTableIndex& index, CDaoIndexInfo& info) const;
@@ -69,14 +73,18 @@ class CTableBuilder {
   SSaveSummary& m_summary;
   CJobContext& m_job;
   const SByteNames m_byteNames;
+  CKeptProperties m_keptProperties;
   CNameSet m_tableNames;
   // Of the attempt that runs.
   CNameSet m_fieldNames;
   std::unordered_map<uint16_t, size_t> m_columnByNumber;  // the first one of each number
   std::vector<SValueKind> m_resultTypes;                  // by column
+  std::vector<uint16_t> m_positions;                      // by column
   std::vector<std::u16string> m_notes;
   size_t m_fieldCount = 0;
   uint64_t m_columnsLost = 0;
+  uint64_t m_columnsChanged = 0;
+  uint64_t m_propertiesLost = 0;
   uint64_t m_indexesLost = 0;
   uint64_t m_namesUnfolded = 0;
 };

@@ -93,6 +93,8 @@ TEST(ExitStatus, EveryLossOfSavingIsTold) {
   EXPECT_EQ(DecideStatus(data, &saved), EExitStatus::Done) << "an empty row holds nothing";
   for (uint64_t SSaveSummary::*count :
        {&SSaveSummary::fieldsDropped, &SSaveSummary::charactersReplaced, &SSaveSummary::columnsLost,
+        &SSaveSummary::tablesChanged, &SSaveSummary::columnsChanged, &SSaveSummary::propertiesLost,
+        &SSaveSummary::linksLost, &SSaveSummary::settingsChanged, &SSaveSummary::relationsChanged,
         &SSaveSummary::indexesLost, &SSaveSummary::indexesWeakened, &SSaveSummary::queriesLost,
         &SSaveSummary::queriesChanged, &SSaveSummary::queriesSkipped, &SSaveSummary::systemRowsLost,
         &SSaveSummary::relationsLost, &SSaveSummary::relationsWeakened}) {

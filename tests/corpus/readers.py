@@ -41,7 +41,7 @@ def run(*command):
 
 def missing():
     """What must be there and is not, as a text; empty when all is there."""
-    lacks = [tool for tool in ('mdb-export', 'mdb-queries', 'mdb-tables', 'node') if not shutil.which(tool)]
+    lacks = [tool for tool in ('mdb-export', 'mdb-prop', 'mdb-queries', 'mdb-tables', 'node') if not shutil.which(tool)]
     if not os.path.isdir(mdb_reader_folder()):
         lacks.append('the npm package mdb-reader in build/npm (./test.sh installs it)')
     return ', '.join(lacks)

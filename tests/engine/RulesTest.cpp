@@ -381,6 +381,9 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
   Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
   Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
+  Take<&SRecoveryRules::keepLinks>(rules, kExactRules);
+  Take<&SRecoveryRules::keepDatabaseSettings>(rules, kExactRules);
+  Take<&SRecoveryRules::changesAreLosses>(rules, kExactRules);
   Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);
   EXPECT_TRUE(rules == kExactRules) << "a rule without a test";
 }

@@ -137,6 +137,41 @@ TEST_F(CStructureTest, RefusedTypeBecomesText) {
             (Lines{"field a type=0 size=4 attributes=33", "field a type=10 size=255 attributes=34"}));
 }
 
+// Status 0 says that nothing is changed: whatever a remark tells has a count, where the rules call it a loss.
+class CChangeTest : public CWriterTest, public testing::WithParamInterface<ERules> {
+ protected:
+  CChangeTest() : CWriterTest(RulesOf(GetParam())) {}
+};
+
+TEST_P(CChangeTest, EveryChangeHasACountWhereItIsALoss) {
+  CAccessTable& first = AddTable(u"T!", {{u"kept"},
+                                         {u"n.n"},
+                                         {u"no type", kTypeNone, 4},
+                                         {u"counts", kTypeLong, 4, 7},
+                                         {u"counts too", kTypeLong, 4, 7},
+                                         {u"odd", 14, 4},
+                                         {u"result", kTypeText, 509, kColumnUpdatable}});
+  first.columns.GetAt(6)->extendedFlags = kColumnCalculated;
+  AddTable(u"U", {{u"kept"}});
+  CAccessTable& relations = AddTable(u"MSysRelationships", std::vector<STestColumn>(8, STestColumn{u""}));
+  for (uint16_t i = 0; i < 8; ++i) relations.columns.GetAt(i)->number = i;
+  WriteRows(relations, {{u"R", u"2", u"1", u"0", u"U", u"kept", u"T!", u"kept"}});
+  m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
+    const auto has = [&line](const char* text) { return line.find(text) != line.npos; };
+    if (has("table T!") || has("field n.n")) return {EDaoError::InvalidName, u"no"};
+    if (has("relation R:")) return {EDaoError::RelationExists, u"no"};
+    return has("field no type type=0") ? CDaoResult{EDaoError::InvalidDataType, u"no"} : CDaoResult::Ok();
+  };
+  ASSERT_TRUE(m_writer.Save());
+  const bool isExact = GetParam() == ERules::Exact;
+  EXPECT_FALSE(GetSummary().notes.empty());
+  EXPECT_EQ(GetSummary().tablesChanged, isExact ? 1u : 0u);
+  EXPECT_EQ(GetSummary().columnsChanged, isExact ? 5u : 0u) << testing::PrintToString(Outcome());
+  EXPECT_EQ(GetSummary().relationsChanged, isExact ? 1u : 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothRules, CChangeTest, testing::Values(ERules::Standard, ERules::Exact));
+
 TEST_F(CStructureTest, OnlyTheFirst255ColumnsAreKept) {
   Row row(257);
   row[0] = u"first";

@@ -1,0 +1,19 @@
+// What the catalogue's rows tell of objects beside their names: the properties of tables and columns, the
+// ways to linked tables, the database's own properties.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/TemplateMatch.h"
+#include "model/AccessData.h"
+#include "status/JobContext.h"
+
+namespace tolvane {
+
+// After the tables are named; only where the run keeps values. Puts properties and links into the model and
+// files what cannot be read to its end in the ledger. `match` leads from pages of the damaged file to those
+// of a template.
+void ReadCatalogueObjects(CAccessData& data, uint32_t pageSize, const CTemplateMatch& match,
+                          const CJobContext& job);
+
+}  // namespace tolvane
