@@ -132,7 +132,9 @@ void AddExport(CLI::App& app, SArguments& arguments, SWords& words) {
   command.add_option("--to", words.folder, "Folder for one file a table; standard output if left out");
   command.add_option("--format", words.format, "csv (default) or jsonl")
       ->check(CLI::IsMember(std::vector<std::string>{"csv", "jsonl"}).description("NAME"));
-  command.add_option("--ole", words.ole, "OLE objects as hex (default), base64 or files")
+  command
+      .add_option("--ole", words.ole,
+                  "OLE objects as hex (default), base64 or files; files writes attached files, too")
       ->check(CLI::IsMember(std::vector<std::string>{"hex", "base64", "files"}).description("NAME"));
   command.add_flag("--overwrite", arguments.mayOverwrite, "Replace existing files");
   command.add_flag("--all", arguments.withSystemTables, "System tables, too");

@@ -9,6 +9,7 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"
+#include "writer/AttachmentSource.h"
 
 namespace tolvane {
 
@@ -53,6 +54,12 @@ void CTableExport::WriteCell(size_t column, std::u16string& text, const CTableTe
     WriteObject(column, reader.GetObjectPlace(column), format);
     return;
   }
+  if (type == kTypeComplex && m_arguments.ole == EOleForm::Files) {
+    CComplexValues* const values = m_texts.GetValues(column);
+    const auto files = values == nullptr ? std::vector<CComplexValues::SFile>()
+                                         : values->ListFiles(static_cast<int32_t>(LeadingInteger(text)));
+    if (!files.empty()) return WriteFiles(column, files, format);
+  }
   if (type == kTypeComplex && !text.empty()) m_texts.Show(column, text);
   // A record without values in a complex column has a number there all the same.
   const bool hasNone = type == kTypeComplex && text.empty() && m_rules.complexValuesAreData;
@@ -60,6 +67,29 @@ void CTableExport::WriteCell(size_t column, std::u16string& text, const CTableTe
     format.WriteNull();
   else
     format.WriteText(text);
+}
+
+void CTableExport::WriteFiles(size_t column, const std::vector<CComplexValues::SFile>& files,
+                              CRowFormat& format) {
+  std::u16string paths;
+  for (size_t i = 0; i < files.size() && m_problem.empty(); ++i) {
+    CAttachmentSource file;
+    std::u16string shownAs = files[i].name;
+    bool isWhole = file.Open(files[i].place);
+    if (isWhole)
+      isWhole =
+          CopyObject(FileNameOf(column) + u"_" + ToDecimal(i + 1) + u"_" + MakeSafeFileName(files[i].name),
+                     file, shownAs) &&
+          !file.IsDamaged();
+    if (!isWhole) ++m_lostObjects;
+    paths += (i == 0 ? u"" : u"; ") + shownAs;
+  }
+  format.WriteText(paths);
+}
+
+std::u16string CTableExport::FileNameOf(size_t column) const {
+  return ToDecimal(m_rows) + u"_" + MakeSafeFileName(SpelledName(*m_table.columns.GetAt(column), m_source)) +
+         u"_" + ToDecimal(column + 1);
 }
 
 void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format) {
@@ -72,9 +102,9 @@ void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFor
   bool isWhole = place.length == SObjectPlace::kToTheEnd || object.GetLength() == place.length;
   if (m_arguments.ole == EOleForm::Files) {
     std::u16string shownAs;
-    isWhole = CopyObject(column, object, shownAs) && isWhole;
+    isWhole = CopyObject(FileNameOf(column) + u".bin", object, shownAs) && isWhole;
     format.WriteText(shownAs);
-  } else if (object.GetLength() == 0) {
+  } else if (object.GetLength() == 0 && !m_rules.recordsHoldTexts) {
     format.WriteText({});
   } else {
     m_piece.resize(kPieceSize);
@@ -95,10 +125,7 @@ void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFor
 }
 
 // False when the bytes cannot be read; a copy that cannot be written is a problem of the whole export.
-bool CTableExport::CopyObject(size_t column, CSideFileSource& object, std::u16string& shownAs) {
-  const std::u16string name = ToDecimal(m_rows) + u"_" +
-                              MakeSafeFileName(SpelledName(*m_table.columns.GetAt(column), m_source)) + u"_" +
-                              ToDecimal(column + 1) + u".bin";
+bool CTableExport::CopyObject(const std::u16string& name, CDaoByteSource& object, std::u16string& shownAs) {
   if (GetFileKind(m_oleFolder) == EFileKind::Missing) CreateFolder(m_oleFolder);
   const std::u16string path = m_oleFolder + kPathSeparator + name;
   CFileCust copy;

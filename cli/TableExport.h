@@ -48,7 +48,10 @@ class CTableExport {
  private:
   void WriteCell(size_t column, std::u16string& text, const CTableTextReader& reader, CRowFormat& format);
   void WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format);
-  bool CopyObject(size_t column, CSideFileSource& object, std::u16string& shownAs);
+  void WriteFiles(size_t column, const std::vector<CComplexValues::SFile>& files, CRowFormat& format);
+  bool CopyObject(const std::u16string& name, CDaoByteSource& object, std::u16string& shownAs);
+  // How the names of the files of a cell begin.
+  [[nodiscard]] std::u16string FileNameOf(size_t column) const;
 
   const SSourceFacts& m_source;
   const SRecoveryRules& m_rules;

@@ -9,7 +9,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kBetweenItems = u"; ";
+constexpr std::u16string_view kBetweenItems = u"; ", kFurtherItems = u"...";
 
 // 0, which no record has, where there is none.
 int32_t KeyOf(std::span<const uint8_t> record) {
@@ -86,19 +86,49 @@ CComplexValues::EFate CComplexValues::Judge(int32_t key, const SValue& item) {
   return m_seen.insert(HashOf(what)).second ? EFate::Attached : EFate::Repeated;
 }
 
+// Empty, too, when the data file cannot be read.
+std::span<const CComplexValues::SPlace> CComplexValues::FindPlaces(int32_t key) {
+  const auto first = std::lower_bound(m_places.begin(), m_places.end(), key,
+                                      [](const SPlace& a, int32_t wanted) { return a.key < wanted; });
+  const auto last = std::find_if(first, m_places.end(), [key](const SPlace& a) { return a.key != key; });
+  if (first == last || (IsShared(key) && !m_given.insert(key).second)) return {};
+  if (!m_reader.IsOpen() && !m_reader.Open(m_flat.table->GetDataFilePath())) return {};
+  return {first, last};
+}
+
 void CComplexValues::MakeText(int32_t key, std::u16string& text) {
   text.clear();
-  auto place = std::lower_bound(m_places.begin(), m_places.end(), key,
-                                [](const SPlace& a, int32_t wanted) { return a.key < wanted; });
-  if (place == m_places.end() || place->key != key) return;
-  if (!m_reader.IsOpen() && !m_reader.Open(m_flat.table->GetDataFilePath())) return;
-  for (; place != m_places.end() && place->key == key; ++place) {
+  for (const SPlace& place : FindPlaces(key)) {
     uint32_t count = 0;
-    if (!m_reader.Find(place->row, m_flat.item, count)) continue;
-    m_texts.Read(m_reader.GetStream(), count, m_flat.item, m_item);
+    if (!m_reader.Find(place.row, m_flat.item, count)) continue;
+    m_texts.Read(m_reader.GetStream(), count, m_flat.item, m_item, kMostUnits + 1);
     if (!text.empty()) text += kBetweenItems;
     text += m_item;
+    if (text.size() <= kMostUnits) continue;
+    text.resize(kMostUnits);
+    text += kFurtherItems;
+    return;
   }
+}
+
+std::vector<CComplexValues::SFile> CComplexValues::ListFiles(int32_t key) {
+  std::vector<SFile> files;
+  size_t data = SFlatTable::kNoColumn;
+  for (size_t i = 0; i < m_flat.table->columns.GetCount() && m_flat.kind == EFlatKind::Files; ++i)
+    if (FilePartOf(*m_flat.table->columns.GetAt(i)) == kFilePartData) data = i;
+  if (data == SFlatTable::kNoColumn) return files;
+  for (const SPlace& place : FindPlaces(key)) {
+    SFile file;
+    uint32_t count = 0;
+    if (m_reader.Find(place.row, m_flat.item, count))
+      m_texts.Read(m_reader.GetStream(), count, m_flat.item, file.name);
+    const bool hasBytes =
+        m_reader.Find(place.row, data, count) &&
+        m_texts.ReadPlace(m_reader.GetStream(), count, m_flat.table->GetObjectFilePath(), file.place);
+    if (!hasBytes) file.place.length = 0;
+    files.push_back(std::move(file));
+  }
+  return files;
 }
 
 }  // namespace tolvane

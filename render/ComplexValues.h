@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -43,8 +44,17 @@ class CComplexValues {
   [[nodiscard]] bool IsShared(int32_t key) const { return m_sharedKeys.contains(key); }
   // No two values have the same number of their own.
   [[nodiscard]] bool AreNumbersUnique() const { return m_areNumbersUnique; }
-  // The values of a record, joined with "; ".
+  // The values of a record, joined with "; "; so many units at most, and "..." for the rest. Of several
+  // records with one key the first that asks has the values, here and in ListFiles.
+  static constexpr size_t kMostUnits = 1'000'000;
   void MakeText(int32_t key, std::u16string& text);
+  // The files of a record, as attachments store them; of length 0 where the bytes are lost. Nothing for other
+  // values.
+  struct SFile {
+    std::u16string name;
+    SObjectPlace place;
+  };
+  std::vector<SFile> ListFiles(int32_t key);
 
  private:
   struct SPlace {
@@ -53,11 +63,13 @@ class CComplexValues {
   };
   void LoadKeys(const CAccessTable& table, size_t column);
   void LoadValues();
+  [[nodiscard]] std::span<const SPlace> FindPlaces(int32_t key);
   [[nodiscard]] EFate Judge(int32_t key, const SValue& item);
 
   SFlatTable m_flat;
   std::vector<int32_t> m_keys;  // of the records, ascending, each once
   std::unordered_set<int32_t> m_sharedKeys;
+  std::unordered_set<int32_t> m_given;  // of the shared keys
   std::vector<EFate> m_fates;
   uint64_t m_counts[kFates] = {};
   std::vector<SPlace> m_places;  // of attached values, by key, then as they stand in the file

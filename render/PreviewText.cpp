@@ -97,15 +97,19 @@ void CPreviewText::ShowComplex(size_t column, std::u16string& text) {
   }
 }
 
-void CPreviewText::ShowValues(size_t column, std::u16string& text) {
+CComplexValues* CPreviewText::GetValues(size_t column) {
   const auto [entry, isNew] = m_values.try_emplace(column);
-  const CAccessColumn& complex = *m_table.columns.GetAt(column);
-  if (isNew && m_tables != nullptr)
-    if (const auto flat = FindFlatTable(*m_tables, complex, m_pageSize))
+  if (isNew && m_tables != nullptr && m_rules.complexValuesAreData)
+    if (const auto flat = FindFlatTable(*m_tables, *m_table.columns.GetAt(column), m_pageSize))
       entry->second = std::make_unique<CComplexValues>(m_table, column, *flat, m_rules);
-  const int64_t key = LeadingInteger(text);
+  return entry->second.get();
+}
+
+void CPreviewText::ShowValues(size_t column, std::u16string& text) {
+  const auto key = static_cast<int32_t>(LeadingInteger(text));
   text.clear();
-  if (entry->second && key > 0) entry->second->MakeText(static_cast<int32_t>(key), text);
+  if (CComplexValues* const values = GetValues(column); values != nullptr && key > 0)
+    values->MakeText(key, text);
 }
 
 CPreviewText::SFlatTable& CPreviewText::GetFlatTable(size_t column) {

@@ -40,6 +40,8 @@ class CPreviewText {
   static bool IsShortened(const CAccessColumn& column, std::u16string_view shown);
   // Replaces the stored text by the shown one. The column must exist.
   void Show(size_t column, std::u16string& text);
+  // Of a complex column, where the rules make them data; null where there are none.
+  CComplexValues* GetValues(size_t column);
 
  private:
   struct SFlatTable {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "checker/DatabaseCheck.h"
+#include "cli/TableExport.h"
 #include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
 #include "render/ComplexValues.h"
@@ -212,6 +213,28 @@ TEST_F(ComplexValues, StandInTablesOfTheirOwnWhereTheFormatHasNone) {
              "People_Tags: blue, dark 2 9", "People_Tags: lost 3 12", "People_Tags: RED 4 9",
              "People has Name Story_Key Files_Key Files Story Tags_Key Tags", "People: Ann 7 7 a.txt - 7 -",
              "People: Bob 9 9 - - 9 red; blue, dark"}));
+}
+
+TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
+  const std::u16string source = m_scratch / u"source.accdb";
+  MakeSource(source);
+  const auto data = Recover(source);
+  const auto& tables = data->GetTables();
+  const auto people =
+      std::find_if(tables.begin(), tables.end(), [](const auto& t) { return t->name == u"People"; });
+  SArguments arguments;
+  arguments.ole = EOleForm::Files;
+  CTableExport exported(*data, **people, arguments, ShownJob().preview);
+  exported.SetOleFolder(m_scratch / u"People_files", u"People_files");
+  CExportSink sink;
+  ASSERT_TRUE(sink.CreateNew(m_scratch / u"People.csv"));
+  EXPECT_EQ(exported.Write(sink), EExportEnd::Done);
+  EXPECT_EQ(exported.GetLostObjects(), 0u);
+  EXPECT_EQ(ReadText(m_scratch / u"People.csv"),
+            "Name,Past,Files,Story,Tags\r\nAnn,,People_files/1_Files_3_1_a.txt,,\r\n"
+            "Bob,once,,,\"red; blue, dark\"\r\n");
+  EXPECT_TRUE(
+      ReadText((m_scratch / u"People_files") + kPathSeparator + u"1_Files_3_1_a.txt").starts_with(kSentence));
 }
 
 }  // namespace
