@@ -36,7 +36,7 @@ void CPageReader::Close() {
 void CPageReader::SetStart(uint64_t start) {
   Forget();
   m_start = std::min(start, m_fileLength);
-  m_length = m_fileLength - m_start;
+  m_length = m_contentLength = m_fileLength - m_start;
   m_stretches = {{.offset = 0, .place = m_start, .length = m_length}};
 }
 
@@ -48,7 +48,12 @@ void CPageReader::SetStretches(std::span<const SPageStretch> stretches, uint32_t
     m_stretches.push_back(
         {.offset = stretch.page * pageSize, .place = stretch.place, .length = stretch.length});
   m_start = m_stretches.front().place;
-  m_length = m_stretches.back().offset + m_stretches.back().length;
+  m_length = m_contentLength = m_stretches.back().offset + m_stretches.back().length;
+}
+
+void CPageReader::CompleteLastPage(uint32_t pageSize) {
+  Forget();
+  m_length = (m_contentLength + pageSize - 1) / pageSize * pageSize;
 }
 
 const CPageReader::SStretch* CPageReader::FindStretch(uint64_t offset) const {
@@ -138,7 +143,12 @@ bool CPageReader::ReadSingle(uint64_t offset, std::span<uint8_t> page) {
                                         [](const auto& a, const auto& b) { return a.lastUse < b.lastUse; });
   slot.offset = ~uint64_t{0};
   slot.bytes.resize(page.size());
-  if (ReadStretch(offset, slot.bytes) != page.size()) {
+  size_t size = ReadStretch(offset, slot.bytes);
+  if (size == m_contentLength - offset && page.size() > size) {
+    std::fill(slot.bytes.begin() + static_cast<ptrdiff_t>(size), slot.bytes.end(), uint8_t{0});
+    size = page.size();
+  }
+  if (size != page.size()) {
     if (m_unreadable.size() < kUnreadableKept) m_unreadable.insert(offset);
     return false;
   }

@@ -47,6 +47,10 @@ class CPageReader {
   size_t ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes);
 
   [[nodiscard]] uint64_t GetLength() const { return m_length; }
+  // Without the zeros that complete a page.
+  [[nodiscard]] uint64_t GetContentLength() const { return m_contentLength; }
+  // Takes what the file's end has left of a page for a page, zeros behind it, and its length with them.
+  void CompleteLastPage(uint32_t pageSize);
   // Whole pages.
   [[nodiscard]] uint64_t GetPageCount(uint32_t pageSize) const { return m_length / pageSize; }
 
@@ -84,6 +88,7 @@ class CPageReader {
   uint64_t m_fileLength = 0;
   uint64_t m_start = 0;
   uint64_t m_length = 0;
+  uint64_t m_contentLength = 0;
   std::vector<SStretch> m_stretches;  // never empty
 
   std::vector<uint8_t> m_block;

@@ -32,7 +32,20 @@ bool CSource::Open(const std::u16string& path, CErrorHandler& handler) {
   ReadHeader();
   const bool isJet4 = CAccessVersionHandler().IsJet4(*this);
   UseLayout(m_evidence.layout != nullptr ? *m_evidence.layout : isJet4 ? kLayoutJet4 : kLayoutJet3);
+  if (m_evidence.layout != nullptr && HasPageAtEnd()) {
+    m_pages.CompleteLastPage(m_layout->pageSize);
+    UseLayout(*m_layout);
+  }
   return true;
+}
+
+// Whether what stands behind the last whole page begins like a page of rows or a definition.
+bool CSource::HasPageAtEnd() {
+  const uint64_t end = GetPageCount() * m_layout->pageSize;
+  std::vector<uint8_t> page(m_layout->pageSize);
+  const size_t size = m_pages.ReadPartialPage(end, page);
+  const size_t head = page[0] == kPageData ? m_layout->data.slots : m_layout->definition.headerSize;
+  return size > head && page[1] == kPageFormatted && (page[0] == kPageData || page[0] == kPageDefinition);
 }
 
 bool CSource::Open(const std::u16string& path) {
@@ -98,7 +111,7 @@ void CSource::ReadFacts() {
   m_facts.movedPages = m_evidence.movedPages;
   m_facts.otherStarts = m_evidence.otherStarts;
   m_facts.start = m_pages.GetStart();
-  m_facts.length = m_pages.GetLength();
+  m_facts.length = m_pages.GetContentLength();
   m_facts.pageCount = GetPageCount();
   const uint32_t codePage = CDataReader::ReadUInt16(&m_header[kHeaderCodePage]);
   if (codePage != 0 && IsCodePageKnown(codePage)) m_facts.codePage = codePage;

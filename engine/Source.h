@@ -62,6 +62,7 @@ class CSource {
 
  private:
   void FindPages();
+  bool HasPageAtEnd();
   void ReadHeader();
   void ReadFacts();
   [[nodiscard]] uint8_t TellVersion();

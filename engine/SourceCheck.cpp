@@ -62,7 +62,7 @@ std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
 }
 
 SSourceVerdict Judge(CSource& source) {
-  const uint64_t length = source.GetPages().GetLength();
+  const uint64_t length = source.GetPages().GetContentLength();
   if (length == 0) return {ESourceState::Empty, u"The file is empty."};
   const bool saysJet3 = source.GetFacts().versionByte == 0;
   const uint32_t pageSize = (saysJet3 ? kLayoutJet3 : kLayoutJet4).pageSize;

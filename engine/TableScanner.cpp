@@ -134,7 +134,7 @@ class CTableScanner::COwners {
   // For Jet 4 the page number, not the byte offset, is compared with the end of the file; what only the byte
   // offset would reject is stopped by the number of pages.
   [[nodiscard]] bool IsPossible(uint32_t owner, bool isTable) const {
-    // The definition may stand on what is left of the page behind the last whole one, or in a template.
+    // The definition may stand in a template, and the damaged file end in front of its page.
     const bool isWithin = owner < m_pageCount || (isTable && m_rules.mendDefinitions);
     return isWithin && !(m_source.GetLayout().isJet3 && owner == 0);
   }
@@ -194,12 +194,6 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
     status.Refresh(offset);
     progress.IncrementPos();
   }
-  // A definition of which the file's end has left the beginning.
-  std::fill(page.begin(), page.end(), uint8_t{0});
-  const uint64_t end = pageCount * layout.pageSize;
-  if (m_rules.mendDefinitions &&
-      definitions.GetPages().ReadPartialPage(end, page) > layout.definition.headerSize)
-    AddCandidate(data, page, end, layout);
 }
 
 void CTableScanner::AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const {

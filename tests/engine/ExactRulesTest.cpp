@@ -111,6 +111,20 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
+TEST_P(ExactRules, TheFilesEndCostsTheRowsBehindItAlone) {
+  Bytes bytes = file.Build();
+  // The second page of rows, of which the first slots' rows stand at the end.
+  bytes.resize(file.OffsetOf(rows[1] + 1) - 100);
+  Repair(bytes);  // without the catalogue behind them
+  const CAccessTable* const people = data->GetTables().FindTable(file.OffsetOf(table));
+  ASSERT_NE(people, nullptr);
+  const uint32_t found = people->header.rowCount;
+  EXPECT_LT(found, kRows);
+  EXPECT_GT(found, kRows - 8);
+  EXPECT_EQ(Lost(EDamage::PartialPage), layout.pageSize - 100);
+  EXPECT_EQ(Lost(EDamage::MissingRows), kRows - found);
+}
+
 TEST_P(ExactRules, TheSearchForPagesTellsHowFarItIsAndCanBeStopped) {
   Bytes bytes(size_t{3} << 20, 0xAB);
   const Bytes sound = file.Build();

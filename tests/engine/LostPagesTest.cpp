@@ -19,9 +19,11 @@ class LostPages : public CEngineTest {
 TEST_F(LostPages, FreeAndAdoptedPagesAreNoLoss) {
   CPageClaims claims;
   claims.Adopt(5);
-  CountHomelessPages(data, {{3, NoOwner}, {4, NoHead}, {5, NoHead}, {6, Free}, {7, NoHead}}, claims);
+  CountHomelessPages(data, {{3, NoOwner}, {4, NoHead}, {5, NoHead}, {6, Free}, {7, NoHead}, {8, LongValues}},
+                     claims);
   EXPECT_EQ(Count(EDamage::OrphanDataPage), 1u);
-  EXPECT_EQ(Count(EDamage::BrokenPage), 2u);
+  EXPECT_EQ(Count(EDamage::UnknownPage), 2u);
+  EXPECT_EQ(Count(EDamage::BrokenPage), 1u);
 }
 
 TEST_F(LostPages, ATemplateThatGotNoRowDoesNotFit) {
