@@ -85,7 +85,7 @@ void CDefinitionCheck::File(const SDefinitionFault& fault) {
     case EDefinitionFault::Cut:
       return Error("C1", u"the definition ends before all that it announces");
     case EDefinitionFault::Length:
-      m_length = fault.found;
+      m_length = static_cast<size_t>(fault.found);
       return Error("C1", Say(u"the definition states ", fault.expected, u" bytes and has ", fault.found));
     case EDefinitionFault::Magic:
       return Error(

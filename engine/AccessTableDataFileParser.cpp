@@ -32,19 +32,19 @@ constexpr size_t kTypeColumn = 3;
 constexpr size_t kFlagsColumn = 7;
 
 // System tables stand where the engine that creates a database puts them.
-struct SSystemTable {
+struct SFixedTable {
   std::u16string_view name;
   uint64_t jet3Key;
   uint64_t jet4Key;  // 0: none
 };
 constexpr std::array kSystemTables{
-    SSystemTable{u"MSysObjects", 0x1000, 0x2000},
-    SSystemTable{u"MSysACEs", 0x1800, 0x3000},
-    SSystemTable{u"MSysQueries", 0x2000, 0x4000},
-    SSystemTable{u"MSysRelationships", 0x2800, 0x5000},
-    SSystemTable{u"MSysModules2", 0xB000, 0},
-    SSystemTable{u"MSysModules", 0xC800, 0},
-    SSystemTable{u"MSysAccessObjects", 0xE800, 0x10000},
+    SFixedTable{u"MSysObjects", 0x1000, 0x2000},
+    SFixedTable{u"MSysACEs", 0x1800, 0x3000},
+    SFixedTable{u"MSysQueries", 0x2000, 0x4000},
+    SFixedTable{u"MSysRelationships", 0x2800, 0x5000},
+    SFixedTable{u"MSysModules2", 0xB000, 0},
+    SFixedTable{u"MSysModules", 0xC800, 0},
+    SFixedTable{u"MSysAccessObjects", 0xE800, 0x10000},
 };
 
 // The page number whose decimal text is exactly `text`.
@@ -68,7 +68,7 @@ void NameTable(CAccessTable& table, std::u16string_view name) {
 }
 
 std::u16string_view SystemTableName(uint64_t key, bool isJet4Pages) {
-  for (const SSystemTable& system : kSystemTables) {
+  for (const SFixedTable& system : kSystemTables) {
     const uint64_t systemKey = isJet4Pages ? system.jet4Key : system.jet3Key;
     if (systemKey != 0 && systemKey == key) return system.name;
   }

@@ -45,7 +45,8 @@ std::optional<uint64_t> ReadMapRow(const SLayout& layout, std::span<const uint8_
     return first + 8 * bits.size();
   }
   uint64_t covered = 0;
-  for (uint64_t at = kMapPages, first = 0; at + 4 <= row.size(); at += 4, first += PagesPerMapPage(layout)) {
+  uint64_t first = 0;
+  for (size_t at = kMapPages; at + 4 <= row.size(); at += 4, first += PagesPerMapPage(layout)) {
     const auto page = GetLittle<uint32_t>(row, at);
     const std::span<const uint8_t> bytes = page != 0 ? open(page, first) : std::span<const uint8_t>();
     if (bytes.empty()) continue;
