@@ -8,7 +8,6 @@
 #include "app/Losses.h"
 #include "app/OutputChoice.h"
 #include "app/RecentFiles.h"
-#include "app/Settings.h"
 #include "app/ViewTexts.h"
 #include "store/WorkFolder.h"
 #include "tests/app/FakeFrontEnd.h"
@@ -65,17 +64,6 @@ TEST(AppStart, AFailedStepIsTheLastAndIsTold) {
     EXPECT_EQ(start.steps, Lines(all.begin(), all.begin() + c.steps));
     EXPECT_EQ(window.calls, c.messages);
   }
-}
-
-TEST(Settings, Prefixes) {
-  const std::u16string kIllegal = u"Illegal character found in file pre fix ";
-  EXPECT_EQ(SSettings().prefix, u"Rep");
-  EXPECT_EQ(SSettings().rules, ERules::Exact);
-  EXPECT_EQ(CheckPrefix(u""), u"Please fill prefix");
-  for (const char16_t unit : std::u16string_view(u"/\\|*:?<>'"))
-    EXPECT_EQ(CheckPrefix(std::u16string(u"a") + unit + u"b"), kIllegal);
-  for (const std::u16string_view prefix : {u"Rep", u"   ", u"\"", u"\u00E9.~"})
-    EXPECT_FALSE(CheckPrefix(prefix));
 }
 
 class CFakeStore : public CRecentFileStore {

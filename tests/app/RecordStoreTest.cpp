@@ -84,7 +84,8 @@ TEST_F(RecordStore, ReadsWhileRowsArrive) {
 }
 
 TEST_F(RecordStore, FindsIgnoringCase) {
-  for (const char16_t* text : {u"Bergen", u"M\u00DCNCHEN", u"", u"bergen and more", u"\u041C\u043E\u0441"})
+  for (const char16_t* text :
+       {u"Bergen", u"M\u00DCNCHEN", u"", u"bergen and more", u"\u041C\u043E\u0441", u"5th"})
     AddRow(text);
   const struct {
     std::u16string_view text;
@@ -101,6 +102,7 @@ TEST_F(RecordStore, FindsIgnoringCase) {
       {u"missing", {}, ""},
       {u"", {}, ""},
       {u"0", Place{99, 0}, "0/0"},
+      {u"5", Place{5, 0}, "5/1"},
   };
   for (const auto& c : cases) EXPECT_EQ(Find(c.text, c.from), c.found) << ToUtf8(c.text);
   // Piece by piece.

@@ -80,7 +80,7 @@ TEST(ProgressLine, RateAndTimeLeftComeFromTheStepAlone) {
   see(1250, 52.5);
   EXPECT_EQ(clock.GetRate(), "10.0 MB/s");  // a quarter of one reading in two and a half seconds
   EXPECT_EQ(clock.GetTimeLeft(), "0:07 left");
-  see(1260, 52.6);
+  see(1400, 52.6);
   EXPECT_EQ(clock.GetTimeLeft(), "0:07 left") << "changes once a second at most";
   clock.See({u"(Step 3/4) Parsing", 0, 10}, 53.0);
   EXPECT_EQ(clock.GetRate(), "");
@@ -106,7 +106,7 @@ TEST(PageMap, GroupsShowThePageThatMattersMost) {
     SPageReport report;
     report.page = page;
     report.kind = EPageKind::Data;
-    if (page == 5000) report.verdict = EPageVerdict::Damaged;
+    if (page == 5001) report.verdict = EPageVerdict::Damaged;
     map.Add(report);
   }
   const std::string text = map.Draw(80);

@@ -170,30 +170,5 @@ TEST_F(FileCust, FilesMayBeLargerThanFourGigabytes) {
   EXPECT_FALSE(handler.HasError());
 }
 
-TEST_F(FileCust, OverlappedWritesEndWithTheirBytesInPlaceAndNothingPending) {
-  constexpr uint32_t kLongEnough = 20'000;
-  ASSERT_TRUE(Open(EFileAccess::ReadWrite, EFileCreation::CreateNew, EFileFlags::Overlapped));
-  constexpr size_t kBlock = 70'000;
-  constexpr size_t kBlocks = 40;
-  const auto event = std::make_shared<COverlappedEvent>();
-  std::string expected;
-  // Back to front, so that each must go to its own offset.
-  for (size_t i = kBlocks; i-- > 0;) {
-    const char letter = static_cast<char>('A' + i);
-    m_file.WriteOverlapped(std::vector<uint8_t>(kBlock, static_cast<uint8_t>(letter)), i * kBlock,
-                           i == 0 ? event : nullptr);
-    expected.insert(0, kBlock, letter);
-  }
-  EXPECT_TRUE(event->Wait(kLongEnough));
-  EXPECT_TRUE(WaitForRoomToWrite(kLongEnough) && CFileCust::WaitForOverlapped(kLongEnough));
-  EXPECT_TRUE(ReadText(m_path) == expected);
-  // Closing waits for its own writes.
-  for (uint64_t i = 0; i < 8; i++) m_file.WriteOverlapped(std::vector<uint8_t>(1 << 20, 'x'), i << 20);
-  m_file.Close();
-  EXPECT_EQ(GetFileLength(m_path), 8u << 20);
-  EXPECT_EQ(GetOverlappedCounters().pendingWrites, 0u);
-  EXPECT_EQ(GetOverlappedCounters().outstandingBytes, 0u);
-}
-
 }  // namespace
 }  // namespace tolvane

@@ -72,7 +72,7 @@ TEST(SelectBuilder, KeepsItsOddities) {
   // An empty condition does not replace an earlier one; an empty group condition does.
   EXPECT_EQ(Sql(u"0", {{u"8", u"a"}, {u"8", u""}, {u"10", u"h"}, {u"10", u""}}),
             u"SELECT *\n\nWHERE a\nHAVING ");
-  EXPECT_EQ(Sql(u"0", {{u"99", u"x"}, {u"junk", u"y"}, {u"", u"z"}}), u"SELECT *\n");
+  EXPECT_EQ(Sql(u"0", {{u"4294967302", u"x"}, {u"junk", u"y"}, {u"", u"z"}}), u"SELECT *\n");
 }
 
 TEST(JoinBuilder, NestsJoinsAndMergesConditions) {
@@ -82,6 +82,8 @@ TEST(JoinBuilder, NestsJoinsAndMergesConditions) {
       Sql(u"0",
           {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"A", u"B", u"3"}, {u"7", u"e3", u"A", u"B"}}),
       u"SELECT *\nFROM (A) INNER JOIN (B) ON (((e1) AND (e2)) AND (e3))");
+  EXPECT_EQ(Sql(u"0", {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"A", u"B"}}),
+            u"SELECT *\nFROM (A) INNER JOIN (B) ON ((e1) AND (e2))");
   // The pair in reverse order is a second condition of the same statement.
   EXPECT_EQ(Sql(u"0", {{u"7", u"e1", u"A", u"B", u"1"}, {u"7", u"e2", u"B", u"A", u"1"}}),
             u"SELECT *\nFROM (A) INNER JOIN (B) ON (e1) AND (e2)");
@@ -199,7 +201,9 @@ TEST(CrosstabBuilder, WritesItsClausesInOneOrder) {
 
 TEST(UnionBuilder, NeedsKnownOptions) {
   const auto union_ = [](const char16_t* flag) {
-    return Sql(u"128", {{u"3", u"", u"", u"", flag},
+    return Sql(u"128", {{u"3", u"", u"", u"", u"9"},
+                        {u"3", u"", u"", u"", flag},
+                        {u"5", u"SELECT -1", u"", u"X7YZ_____1"},
                         {u"5", u"SELECT 1\r\n", u"", u"X7YZ_____1"},
                         {u"5", u"SELECT 0", u"", u"X7YZ_____2"},
                         {u"5", u"SELECT 2", u"", u"X7YZ_____2"},
