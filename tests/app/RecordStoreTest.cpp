@@ -32,7 +32,7 @@ class RecordStore : public testing::Test {
     store.SetItemText(item, 1, text);
   }
   // "item/column", or nothing.
-  std::string Find(std::u16string_view text, const std::optional<Place>& from = {}, size_t maxItems = 6) {
+  std::string Find(std::u16string_view text, const std::optional<Place>& from = {}, size_t maxItems = 7) {
     const auto found = store.Find(text, from, maxItems, lookedTo);
     return found ? std::to_string(found->item) + "/" + std::to_string(found->column) : "";
   }
