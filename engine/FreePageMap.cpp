@@ -42,9 +42,10 @@ bool ReadUsageMap(CPageReader& reader, const SLayout& layout, SRowPointer map, u
 
 void CFreePageMap::Load(CPageReader& reader, const SLayout& layout) {
   m_isFree.assign(static_cast<size_t>(std::min(reader.GetPageCount(layout.pageSize), kMaximumPages)), false);
-  ReadUsageMap(reader, layout, {.slot = 0, .page = kGlobalMapPage}, kMaximumPages, [this](uint32_t page) {
-    if (page < m_isFree.size()) m_isFree[page] = true;
-  });
+  m_isKnown =
+      ReadUsageMap(reader, layout, {.slot = 0, .page = kGlobalMapPage}, kMaximumPages, [this](uint32_t page) {
+        if (page < m_isFree.size()) m_isFree[page] = true;
+      });
 }
 
 }  // namespace tolvane

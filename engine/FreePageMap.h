@@ -22,12 +22,14 @@ class CFreePageMap {
  public:
   // A map that cannot be read tells of no free page.
   void Load(CPageReader& reader, const SLayout& layout);
+  [[nodiscard]] bool IsKnown() const { return m_isKnown; }
   [[nodiscard]] bool IsFree(uint64_t page) const {
     return page < m_isFree.size() && m_isFree[static_cast<size_t>(page)];
   }
 
  private:
   std::vector<bool> m_isFree;
+  bool m_isKnown = false;
 };
 
 }  // namespace tolvane

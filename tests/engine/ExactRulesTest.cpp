@@ -125,6 +125,18 @@ TEST_P(ExactRules, TheFilesEndCostsTheRowsBehindItAlone) {
   EXPECT_EQ(Lost(EDamage::MissingRows), kRows - found);
 }
 
+TEST_P(ExactRules, FreedPagesAreToldByTheTablesMapWhereTheirOwnMapIsGone) {
+  file.AddDataPage(table, RowsOfPage(0));  // an older state of a page, in no map
+  file.Page(kGlobalMapPage).Fill(0);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::SurplusRows), 0u);
+  // Where rows are missing it is no freed one, unless a page that the map names is.
+  file.Page(table).Put32(layout.definition.rowCount, 3 * kRows / 2);
+  EXPECT_EQ(Repair(file.Build()), 3 * kRows / 2);
+  file.Page(rows[1]).Fill(0);
+  EXPECT_EQ(Repair(file.Build()), kRows / 2);
+}
+
 TEST_P(ExactRules, TheSearchForPagesTellsHowFarItIsAndCanBeStopped) {
   Bytes bytes(size_t{3} << 20, 0xAB);
   const Bytes sound = file.Build();
