@@ -106,7 +106,7 @@ TEST(PageMap, GroupsShowThePageThatMattersMost) {
     SPageReport report;
     report.page = page;
     report.kind = EPageKind::Data;
-    if (page == 5001) report.verdict = EPageVerdict::Damaged;
+    if (page == 5003) report.verdict = EPageVerdict::Damaged;
     map.Add(report);
   }
   const std::string text = map.Draw(80);

@@ -134,7 +134,7 @@ TEST(QueryText, WhatIsNoStatementIsSaid) {
 }
 
 TEST(QueryText, LongChainsOfJoinsNeitherRecurseNorCrawl) {
-  constexpr size_t kJoins = 200'000;
+  constexpr size_t kJoins = 100'000;
   SSavedQuery query = Query({u"3|1"});
   const auto name = [](size_t i) {
     return u"T" + std::u16string(1, static_cast<char16_t>(0x4E00 + i % 20'000)) +
