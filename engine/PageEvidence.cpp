@@ -181,6 +181,7 @@ class CRunFinder {
   struct SRun {
     size_t first;  // heads
     size_t last;   // included
+    size_t count;  // of those that are in step
   };
   // Heads between the runs belong to none.
   std::vector<SRun> Find() {
@@ -189,20 +190,44 @@ class CRunFinder {
     for (size_t i = 0; i < m_heads.size(); i++) {
       if (!runs.empty() && IsInStep(runs.back().last, i)) {
         runs.back().last = i;
+        runs.back().count++;
         challenger = m_heads.size();
       } else if (challenger < i && IsInStep(challenger, i)) {
-        runs.push_back({challenger, i});
+        runs.push_back({challenger, i, 2});
         challenger = m_heads.size();
       } else {
         challenger = i;
-        if (i + 1 == m_heads.size() && m_heads[i].place + m_pageSize == m_fileEnd) runs.push_back({i, i});
+        if (i + 1 == m_heads.size() && m_heads[i].place + m_pageSize == m_fileEnd) runs.push_back({i, i, 1});
       }
     }
-    if (runs.empty() && !m_heads.empty()) runs.push_back({0, 0});
-    return runs;
+    if (runs.empty() && !m_heads.empty()) runs.push_back({0, 0, 1});
+    return WithoutChance(runs);
   }
 
+  [[nodiscard]] bool AreInStep(const SRun& a, const SRun& b) const { return IsInStep(a.first, b.first); }
+
  private:
+  // A few heads between two longer runs in step with each other are chance: like pages have like bytes in the
+  // same places.
+  static constexpr size_t kMostByChance = 8;
+  [[nodiscard]] std::vector<SRun> WithoutChance(const std::vector<SRun>& runs) const {
+    std::vector<SRun> kept;
+    for (const SRun& run : runs) {
+      const size_t count = kept.size();
+      const bool isBack = count >= 2 && kept[count - 1].count < kMostByChance &&
+                          kept[count - 1].count < std::max(kept[count - 2].count, run.count) &&
+                          AreInStep(kept[count - 2], run);
+      if (isBack) {
+        kept.pop_back();
+        kept.back().last = run.last;
+        kept.back().count += run.count;
+      } else {
+        kept.push_back(run);
+      }
+    }
+    return kept;
+  }
+
   [[nodiscard]] bool IsInStep(size_t a, size_t b) const {
     return (m_heads[b].place - m_heads[a].place) % m_pageSize == 0;
   }

@@ -152,6 +152,18 @@ TEST_P(ExactRules, TheSearchForPagesTellsHowFarItIsAndCanBeStopped) {
   EXPECT_EQ(FindPages(reader, 0, &job).layout, nullptr);
 }
 
+// What looks like heads of pages, at one distance from each other, within pages that are where they should
+// be.
+TEST_P(ExactRules, HeadsByChanceMoveNoPage) {
+  for (const uint32_t page : {3u, 4u, table}) {
+    const size_t at = layout.pageSize / 4 * 3;
+    file.Page(page).Put8(at, kPageData).Put8(at + 1, kPageFormatted);
+    file.Page(page).Put16(at + kFreeBytesOffset, layout.pageSize - layout.data.slots);
+  }
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
+}
+
 TEST_P(ExactRules, OwnersTellHowManyPagesAreMissingInFront) {
   Bytes bytes = file.Build();
   bytes.erase(bytes.begin(), bytes.begin() + 2 * layout.pageSize);
