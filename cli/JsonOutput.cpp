@@ -135,6 +135,20 @@ Json DescribeOmitted(const CAccessData& data) {
   return objects;
 }
 
+Json DescribeLinks(const CAccessData& data) {
+  Json links = Json::array();
+  const auto add = [&links](const std::u16string& name, const STableLink& link) {
+    links.push_back({{"name", ToUtf8(name)},
+                     {"kind", NameOf(link.isOdbc ? EOtherObject::OdbcTable : EOtherObject::LinkedTable)},
+                     {"table", ToUtf8(link.source)},
+                     {"database", ToUtf8(link.database)}});
+  };
+  for (const auto& table : data.GetTables())
+    if (table->link) add(table->name, *table->link);
+  for (const SFileLink& link : data.fileLinks) add(link.name, link.link);
+  return links;
+}
+
 Json DescribeDamage(const CAccessData& data) {
   Json damage = Json::array();
   for (const SDamageWords& words : GetDamageWords()) {

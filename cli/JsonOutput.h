@@ -26,6 +26,8 @@ Json DescribeRelation(const SRecoveredRelation& relation);
 Json DescribeDamage(const CAccessData& data);
 // What the catalogue lists and no repair brings back.
 Json DescribeOmitted(const CAccessData& data);
+// Links to tables of other files and servers, without what a server's asks for.
+Json DescribeLinks(const CAccessData& data);
 Json DescribeSaving(const SSaveSummary& summary);
 
 // False when standard output is closed or full.

@@ -92,6 +92,7 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
     if (HasContent(*table) && (arguments.withSystemTables || !IsSystemTable(*table)))
       result["tables"].push_back(DescribeTable(*table, data.source));
   result["damage"] = DescribeDamage(data);
+  result["links"] = DescribeLinks(data);
   result["notBroughtBack"] = DescribeOmitted(data);
   if (saved) result["saving"] = DescribeSaving(*saved);
   PrintJson(result);

@@ -290,7 +290,8 @@ class CDaoDatabase {
   // when the fields' types differ, and when a record of the foreign table refers to none; the text then names
   // the first keys. Ok may carry a text: what became of an index.
   virtual CDaoResult CreateRelation(const CDaoRelationInfo& relation) = 0;
-  // Completes the file on disk. The destructor closes too, but cannot say what went wrong.
+  // Completes the file on disk. Ok may carry a text: what became of the sort order. The destructor closes
+  // too, but cannot say what went wrong.
   virtual CDaoResult Close() = 0;
 };
 

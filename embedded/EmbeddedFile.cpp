@@ -100,7 +100,7 @@ CDaoResult CEmbeddedFile::Close() {
   CDaoResult result = m_isReadOnly ? CDaoResult::Ok() : StoreAll();
   m_openTables.clear();
   CDaoResult closed = m_file.Close();
-  return result.IsOk() ? closed : result;
+  return closed.IsOk() || !result.IsOk() ? result : closed;
 }
 
 // A table that cannot be completed must not keep the others from being so; the first failure is the answer.
@@ -115,9 +115,12 @@ CDaoResult CEmbeddedFile::StoreAll() {
   }
   const STextOrder order = m_header.order;
   note(m_catalogue.Store(m_header.order));
-  m_isHeaderChanged = m_isHeaderChanged || m_header.order != order;
+  const bool isOrderLost = m_header.order != order;
+  m_isHeaderChanged = m_isHeaderChanged || isOrderLost;
   if (m_isHeaderChanged) note(m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)));
   note(StoreGlobalMap(m_file));
+  if (first.IsOk() && isOrderLost)
+    first.text = u"The database sorts by the order General Legacy: its own is not known for all names in it.";
   return first;
 }
 

@@ -145,6 +145,7 @@ bool CIndexRebuild::UseKnownOrders() {
         if (column.number != part.number || !column.HasTexts() || column.order == STextOrder{}) continue;
         column.order = {};
         isChanged = true;
+        m_changes.indexes++;
         m_changes.notes.push_back(
             u"Field \"" + column.name +
             u"\" sorts by the order General Legacy: its own is not known for all its texts.");

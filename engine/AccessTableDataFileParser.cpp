@@ -20,6 +20,7 @@ namespace {
 
 constexpr int32_t kHeadingWidth = 100;
 constexpr std::u16string_view kLocalTableType = u"1";
+constexpr std::u16string_view kDeletedObject = u"~TMPCLP";  // until the database is compacted
 constexpr std::u16string_view kScanStatus = u"(Step 4/4)Scanning table name from raw table data...";
 
 // A table that looks like one of Access' own and is the user's.
@@ -203,7 +204,8 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
   for (uint32_t row = 0; row < rowCount && columnCount > 0 && end == ERowEnd::Complete; ++row) {
     SCatalogueRow texts;
     end = ReadCatalogueRow(recordText, columnCount, tables, texts, parseData);
-    if (const auto kind = OtherObjectOf(texts.type); kind && !(m_rules.keepLinks && IsLink(*kind)))
+    if (const auto kind = OtherObjectOf(texts.type);
+        kind && !(m_rules.keepLinks && IsLink(*kind)) && !texts.name.starts_with(kDeletedObject))
       parseData.NoteOtherObject(*kind, texts.name);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
       if (const auto page = PageOfText(texts.id))

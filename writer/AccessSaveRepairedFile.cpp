@@ -171,6 +171,7 @@ bool CAccessSaveRepairedFile::SaveStructure() {
     return false;
   }
   SaveDocuments(*database);
+  TellOtherOrders();
   return CloseDatabase(*database, BuildTables(*database));
 }
 
@@ -207,6 +208,20 @@ void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
   }
 }
 
+void CAccessSaveRepairedFile::TellOtherOrders() {
+  constexpr uint32_t kLanguage = 0xFFFF, kOrder = 0xFF00FFFF;
+  const SSourceFacts& source = m_data->source;
+  if (!m_data->GetRules().keepDatabaseSettings || source.isJet3 || source.sortOrder == 0) return;
+  for (const SSavedTable& saved : m_tables)
+    for (const CAccessColumn& column : saved.table->columns) {
+      const bool isText = IsTextType(column.type) && !IsCalculated(column.extendedFlags);
+      if (!isText || (column.misc & kLanguage) == 0 || (column.misc & kOrder) == source.sortOrder) continue;
+      ++m_summary.columnsChanged;
+      Remark(u"Table " + Quoted(saved.table->name) + u": Column " + Quoted(column.GetName()) +
+             u" does not sort by an order of its own any more");
+    }
+}
+
 void CAccessSaveRepairedFile::Remark(std::u16string text) {
   m_job.log.Append(text);
   m_summary.notes.push_back(std::move(text));
@@ -241,6 +256,10 @@ ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
 bool CAccessSaveRepairedFile::CloseDatabase(CDaoDatabase& database, ESaveStep step) {
   const CDaoResult closed = database.Close();
   if (step == ESaveStep::Done && !closed.IsOk()) m_summary.failure = closed.text;
+  if (closed.IsOk() && !closed.text.empty()) {
+    ++m_summary.settingsChanged;
+    Remark(closed.text);
+  }
   return step == ESaveStep::Done && closed.IsOk();
 }
 

@@ -106,6 +106,10 @@ bool CQuerySaver::SaveQueries(const CTList<CQuery>& queries) {
     for (const CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext())
       if (!IsLeftOut(query->name)) ++m_summary.queriesLost;
   }
+  if (result.IsOk() && !result.text.empty()) {
+    ++m_summary.settingsChanged;
+    Remark(result.text);
+  }
   if (result.IsOk()) return isDone;
   m_summary.queriesLost += m_summary.queriesSaved - savedBefore;
   m_summary.queriesSaved = savedBefore;

@@ -1,8 +1,11 @@
 #include "writer/ResultTypes.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
 
 #include "format/Value.h"
+#include "render/NumberText.h"
 #include "render/ObjectProperties.h"
 #include "store/RowReader.h"
 
@@ -14,6 +17,19 @@ namespace {
 uint8_t CommonType(uint8_t a, uint8_t b) {
   if (a == kTypeNone || a == b) return b;
   return a == kTypeMemo || b == kTypeMemo ? kTypeMemo : kTypeText;
+}
+
+constexpr size_t kMostDigitsOfDecimal = 28;
+// Of a result's record: what tells all of a decimal.
+constexpr uint32_t kLongestHead = kResultHead + kDecimalBytes;
+
+// 0 for what is no decimal.
+size_t CountWholeDigits(std::span<const uint8_t> head) {
+  if (head[0] != kTypeDecimal || head.size() < kLongestHead) return 0;
+  std::array<uint32_t, 4> words = DecimalWords(head.subspan(kResultHead));
+  size_t digits = 0;
+  for (; words != std::array<uint32_t, 4>{}; ++digits) DivideByTen(words);
+  return digits - std::min<size_t>(digits, head[1]);
 }
 
 bool IsKnownResult(uint8_t type) {
@@ -60,20 +76,26 @@ std::vector<SValueKind> FindResultTypes(const CAccessTable& table) {
   if (std::find(isAsked.begin(), isAsked.end(), true) == isAsked.end()) return kinds;
   CTableRowReader reader(kinds.size());
   if (!reader.Open(table.GetDataFilePath())) return kinds;
-  std::vector<uint8_t> head(kResultHead);
+  std::vector<size_t> wholeDigits(kinds.size());  // in front of the points of decimals
+  std::vector<uint8_t> head;
   while (reader.BeginRow()) {
     uint32_t count = 0;
     for (size_t i = 0; i < kinds.size() && reader.BeginRecord(count); ++i) {
       CValueStream& stream = reader.GetStream();
       const uint64_t end = stream.GetPosition() + count;
-      if (count > kResultHead && isAsked[i] && stream.ReadRecord(kResultHead, head)) {
+      if (count > kResultHead && isAsked[i] && stream.ReadRecord(std::min(count, kLongestHead), head)) {
         if (StatedResultType(*table.columns.GetAt(i)) == kTypeNone)
           kinds[i].type = CommonType(kinds[i].type, head[0]);
         kinds[i].scale = std::max(kinds[i].scale, head[1]);
+        wholeDigits[i] = std::max(wholeDigits[i], CountWholeDigits(head));
       }
       stream.MoveTo(end);
     }
   }
+  // All decimals of a plain column have one scale.
+  for (size_t i = 0; i < kinds.size(); ++i)
+    if (kinds[i].type == kTypeDecimal && wholeDigits[i] + kinds[i].scale > kMostDigitsOfDecimal)
+      kinds[i].type = kTypeText;
   return kinds;
 }
 

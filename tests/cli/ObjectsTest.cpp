@@ -232,6 +232,12 @@ TEST_P(CObjectsTest, WhatCannotBeKeptIsCounted) {
   EXPECT_EQ(same.propertiesLost, 1u) << "the form to open at the start is not there";
   EXPECT_TRUE(HasSaveLosses(same));
 
+  if (!data->source.isJet3) {
+    data->source.sortOrder = 0x0409;
+    for (const auto& table : data->GetTables())
+      if (table->name == u"T") table->columns.GetAt(1)->misc = 0x0407;
+    EXPECT_EQ(Save(*data, m_output.GetPath()).columnsChanged, 1u) << "a column with an order of its own";
+  }
   data->source.sortOrder = 0;
   const SSaveSummary lower = Save(*data, m_output.GetPath(), EOutputFormat::Jet3);
   EXPECT_EQ(lower.propertiesLost, GetParam() == kDaoVersionJet3 ? 1u : 2u) << "a Cyrillic text";

@@ -186,6 +186,7 @@ TEST_F(Ace, TheNewerSortOrderGivesWayWhereItsWeightsAreNotKnown) {
     const CDaoResult closed = AddRows(isNameKnown ? u"Town" : u"D\u00F6rfer", {{u"a-b 1"}, {u"Z\u00FCrich"}});
     EXPECT_EQ(ToUtf8(closed.text),
               "Field \"N\" sorts by the order General Legacy: its own is not known for all its texts.");
+    EXPECT_EQ(m_database->Close().text.empty(), isNameKnown);
     CloseAndCheck();
     const uint8_t version = isNameKnown ? 1 : 0;
     EXPECT_EQ(Read(u"MSysObjects").columns[0].order.version, version);
