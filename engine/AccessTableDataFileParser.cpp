@@ -9,7 +9,7 @@
 
 #include "engine/KnownTables.h"
 #include "format/Layout.h"
-#include "format/PageLayout.h"
+#include "format/SystemObjects.h"
 #include "model/FlatTable.h"
 #include "platform/Text.h"
 #include "render/PreviewText.h"
@@ -26,26 +26,20 @@ constexpr std::u16string_view kScanStatus = u"(Step 4/4)Scanning table name from
 // A table that looks like one of Access' own and is the user's.
 constexpr std::u16string_view kCompactErrorTable = u"MSysCompactError";
 
-// The catalogue's columns that are read, by position.
-constexpr size_t kCatalogueId = 0;
-constexpr size_t kCatalogueName = 2;
-constexpr size_t kTypeColumn = 3;
-constexpr size_t kFlagsColumn = 7;
-
 // System tables stand where the engine that creates a database puts them.
 struct SFixedTable {
   std::u16string_view name;
-  uint64_t jet3Key;
-  uint64_t jet4Key;  // 0: none
+  uint32_t jet3Page;
+  uint32_t jet4Page;  // 0: none
 };
 constexpr std::array kSystemTables{
-    SFixedTable{u"MSysObjects", 0x1000, 0x2000},
-    SFixedTable{u"MSysACEs", 0x1800, 0x3000},
-    SFixedTable{u"MSysQueries", 0x2000, 0x4000},
-    SFixedTable{u"MSysRelationships", 0x2800, 0x5000},
-    SFixedTable{u"MSysModules2", 0xB000, 0},
-    SFixedTable{u"MSysModules", 0xC800, 0},
-    SFixedTable{u"MSysAccessObjects", 0xE800, 0x10000},
+    SFixedTable{u"MSysObjects", kObjectsPage, kObjectsPage},
+    SFixedTable{u"MSysACEs", kAcesPage, kAcesPage},
+    SFixedTable{u"MSysQueries", kQueriesPage, kQueriesPage},
+    SFixedTable{u"MSysRelationships", kRelationshipsPage, kRelationshipsPage},
+    SFixedTable{u"MSysModules2", 22, 0},
+    SFixedTable{u"MSysModules", 25, 0},
+    SFixedTable{u"MSysAccessObjects", 29, 16},
 };
 
 // The page number whose decimal text is exactly `text`.
@@ -68,28 +62,35 @@ void NameTable(CAccessTable& table, std::u16string_view name) {
   table.nameSource = ENameSource::Catalogue;
 }
 
-std::u16string_view SystemTableName(uint64_t key, bool isJet4Pages) {
+uint32_t PageOf(const CAccessTable& table, bool isJet4Pages) {
+  return table.GetPage((isJet4Pages ? kLayoutJet4 : kLayoutJet3).pageSize);
+}
+
+std::u16string_view SystemTableName(uint32_t page, bool isJet4Pages) {
   for (const SFixedTable& system : kSystemTables) {
-    const uint64_t systemKey = isJet4Pages ? system.jet4Key : system.jet3Key;
-    if (systemKey != 0 && systemKey == key) return system.name;
+    const uint32_t systemPage = isJet4Pages ? system.jet4Page : system.jet3Page;
+    if (systemPage != 0 && systemPage == page) return system.name;
   }
   return {};
 }
 
 // One of the four tables that the engine itself puts on the first pages of every file.
 bool IsOnFixedPage(const CAccessTable& table, bool isJet4Pages) {
-  const uint32_t pageSize = isJet4Pages ? kLayoutJet4.pageSize : kLayoutJet3.pageSize;
-  return table.GetPage(pageSize) <= kRelationshipsPage;
+  return PageOf(table, isJet4Pages) <= kRelationshipsPage;
 }
 
 // What the catalogue's type says of an object that is no table, query or container of this file.
 std::optional<EOtherObject> OtherObjectOf(std::u16string_view type) {
-  constexpr std::pair<std::u16string_view, EOtherObject> kTypes[] = {
-      {u"-32768", EOtherObject::Form},   {u"-32764", EOtherObject::Report}, {u"-32766", EOtherObject::Macro},
-      {u"-32761", EOtherObject::Module}, {u"6", EOtherObject::LinkedTable}, {u"4", EOtherObject::OdbcTable},
+  constexpr std::pair<int16_t, EOtherObject> kTypes[] = {
+      {kObjectForm, EOtherObject::Form},
+      {kObjectReport, EOtherObject::Report},
+      {kObjectMacro, EOtherObject::Macro},
+      {kObjectModule, EOtherObject::Module},
+      {kObjectLinkedAccess, EOtherObject::LinkedTable},
+      {kObjectLinkedOdbc, EOtherObject::OdbcTable},
   };
-  for (const auto& [text, kind] : kTypes)
-    if (type == text) return kind;
+  for (const auto& [number, kind] : kTypes)
+    if (type == ToDecimal(int64_t{number})) return kind;
   return std::nullopt;
 }
 
@@ -105,13 +106,13 @@ struct CAccessTableDataFileParser::SCatalogueRow {
   // Null for a column that is not read.
   std::u16string* GetText(size_t column) {
     switch (column) {
-      case kCatalogueId:
+      case kObjectsId:
         return &id;
-      case kCatalogueName:
+      case kObjectsName:
         return &name;
-      case kTypeColumn:
+      case kObjectsType:
         return &type;
-      case kFlagsColumn:
+      case kObjectsFlags:
         return &flags;
       default:
         return nullptr;
@@ -275,7 +276,7 @@ void CAccessTableDataFileParser::NameSystemTable(CAccessTable& table, bool isJet
   if (!table.name.empty()) return;
   table.nameSource = ENameSource::Place;
   if (!m_rules.columnsNameSystemTables || IsOnFixedPage(table, isJet4Pages))
-    table.name = SystemTableName(table.GetDefinitionOffset(), isJet4Pages);
+    table.name = SystemTableName(PageOf(table, isJet4Pages), isJet4Pages);
   if (table.name.empty()) table.nameSource = ENameSource::Generated;
 }
 

@@ -9,17 +9,14 @@
 #include "engine/DataReader.h"
 #include "engine/DatabaseStart.h"
 #include "format/HeaderPage.h"
+#include "format/SystemObjects.h"
 #include "platform/CodePage.h"
 
 namespace tolvane {
 
 namespace {
 
-constexpr size_t kEngineName = 4;
-constexpr std::string_view kAceName = "Standard ACE";
-constexpr std::string_view kJetName = "Standard Jet";
-// Page 18 of ACE files defines the table of complex columns; this stands in the name of one of its columns.
-constexpr uint64_t kComplexColumnsPage = 18;
+// This stands in the name of a column of the table of complex columns.
 constexpr std::array<uint8_t, 14> kComplexColumn{'C', 0, 'o', 0, 'm', 0, 'p', 0, 'l', 0, 'e', 0, 'x', 0};
 
 }  // namespace
@@ -90,17 +87,16 @@ void CSource::ReadHeader() {
 uint8_t CSource::TellVersion() {
   const uint8_t said = m_header[kHeaderVersion];
   if (!m_rules.pagesDecideFormat) return said;
-  constexpr uint8_t kJet4 = 1;
-  constexpr uint8_t kAce = 2;
   if (m_layout->isJet3) return 0;
-  const std::string_view name(reinterpret_cast<const char*>(m_header.data()) + kEngineName, kAceName.size());
-  if (name == kAceName) return std::max(said, kAce);
-  if (name == kJetName) return kJet4;
+  constexpr size_t kNameCompared = 12;  // "Standard ACE"
+  const std::string_view name(reinterpret_cast<const char*>(m_header.data()) + kHeaderName, kNameCompared);
+  if (kEngineNameAce.starts_with(name)) return std::max(said, kVersionAce12);
+  if (kEngineNameJet.starts_with(name)) return kVersionJet4;
   std::vector<uint8_t> page(m_layout->pageSize);
   const bool isAce =
       ReadPage(kComplexColumnsPage, page) && page[0] == kPageDefinition &&
       std::search(page.begin(), page.end(), kComplexColumn.begin(), kComplexColumn.end()) != page.end();
-  return isAce ? kAce : kJet4;
+  return isAce ? kVersionAce12 : kVersionJet4;
 }
 
 void CSource::ReadFacts() {

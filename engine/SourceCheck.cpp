@@ -20,11 +20,9 @@ constexpr uint32_t kAgileVersion = 4 | 4 << 16;
 
 // The text "Standard ... DB" or "MSISAM Database", and the fixed page number of the catalogue.
 bool IsPlausible(const CSource::Header& header) {
-  constexpr size_t kName = 4;
-  constexpr size_t kCatalogue = 0x20;
-  const std::string_view name(reinterpret_cast<const char*>(header.data()) + kName, 15);
+  const std::string_view name(reinterpret_cast<const char*>(header.data()) + kHeaderName, 15);
   return (name.starts_with("Standard ") || name == "MSISAM Database") &&
-         CDataReader::ReadUInt32(&header[kCatalogue]) == kObjectsPage;
+         CDataReader::ReadUInt32(&header[kHeaderDefinitions]) == kObjectsPage;
 }
 
 // Encoded pages are noise: hardly one has a page type and the formatting mark.

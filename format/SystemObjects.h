@@ -49,6 +49,7 @@ enum ERelationshipsColumn : uint16_t {
   kRelationshipsReferencedTable = 6,
   kRelationshipsReferencedColumn = 7,
 };
+inline constexpr size_t kRelationshipsColumnCount = 8;
 
 enum EComplexColumnsColumn : uint16_t {
   kComplexColumnsName = 0,

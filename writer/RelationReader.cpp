@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "dao/dao.h"
+#include "format/SystemObjects.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"
 #include "writer/SafeName.h"
@@ -23,43 +24,31 @@ constexpr int32_t kKnownAttributes = kDaoRelationUnique | kDaoRelationDontEnforc
                                      kDaoRelationUpdateCascade | kDaoRelationDeleteCascade |
                                      kDaoRelationLeft | kDaoRelationRight;
 
-// The columns of MSysRelationships, by number.
-enum ECell : uint16_t {
-  kName,
-  kAttributes,
-  kCount,
-  kPosition,
-  kTable,
-  kColumn,
-  kReferencedTable,
-  kReferencedColumn,
-  kCellCount
-};
-using Cells = std::array<std::u16string, kCellCount>;
+using Cells = std::array<std::u16string, kRelationshipsColumnCount>;
 
 // The rows of one relationship while they are collected.
 class CRelationRows {
  public:
   CRelationRows(const Cells& first, int32_t knownAttributes) {
-    m_relation.name = first[kName];
-    m_relation.table = first[kTable];
-    m_relation.referencedTable = first[kReferencedTable];
-    const int64_t bits = LeadingInteger(first[kAttributes]);
-    m_relation.hasAttributes = !first[kAttributes].empty() && (bits & ~int64_t{knownAttributes}) == 0;
+    m_relation.name = first[kRelationshipsName];
+    m_relation.table = first[kRelationshipsTable];
+    m_relation.referencedTable = first[kRelationshipsReferencedTable];
+    const int64_t bits = LeadingInteger(first[kRelationshipsFlags]);
+    m_relation.hasAttributes = !first[kRelationshipsFlags].empty() && (bits & ~int64_t{knownAttributes}) == 0;
     m_relation.attributes = m_relation.hasAttributes ? static_cast<int32_t>(bits) : kDaoRelationDontEnforce;
   }
 
   void Add(const Cells& row) {
-    const int64_t count = LeadingInteger(row[kCount]);
+    const int64_t count = LeadingInteger(row[kRelationshipsCount]);
     if (count >= 1 && count <= int64_t{kMostPairs}) m_count = std::max(m_count, static_cast<size_t>(count));
-    const int64_t position = LeadingInteger(row[kPosition]);
-    const bool isSame = EqualsIgnoreCase(row[kTable], m_relation.table) &&
-                        EqualsIgnoreCase(row[kReferencedTable], m_relation.referencedTable);
-    if (!isSame || row[kPosition].empty() || position < 0 || position >= int64_t{kMostPairs} ||
-        row[kColumn].empty() || row[kReferencedColumn].empty())
+    const int64_t position = LeadingInteger(row[kRelationshipsPosition]);
+    const bool isSame = EqualsIgnoreCase(row[kRelationshipsTable], m_relation.table) &&
+                        EqualsIgnoreCase(row[kRelationshipsReferencedTable], m_relation.referencedTable);
+    if (!isSame || row[kRelationshipsPosition].empty() || position < 0 || position >= int64_t{kMostPairs} ||
+        row[kRelationshipsColumn].empty() || row[kRelationshipsReferencedColumn].empty())
       return;
     auto& pair = m_pairs[static_cast<size_t>(position)];
-    if (!pair) pair = {row[kColumn], row[kReferencedColumn]};
+    if (!pair) pair = {row[kRelationshipsColumn], row[kRelationshipsReferencedColumn]};
   }
 
   SRecoveredRelation Finish() {
@@ -87,11 +76,11 @@ class CRelationRows {
 
 // Rows without a name belong together when they join the same tables.
 std::u16string MakeKey(const Cells& row) {
-  if (!row[kName].empty()) return CNameSet::Fold(row[kName]);
+  if (!row[kRelationshipsName].empty()) return CNameSet::Fold(row[kRelationshipsName]);
   std::u16string key(1, u'\0');
-  key += CNameSet::Fold(row[kTable]);
+  key += CNameSet::Fold(row[kRelationshipsTable]);
   key += u'\0';
-  return key + CNameSet::Fold(row[kReferencedTable]);
+  return key + CNameSet::Fold(row[kRelationshipsReferencedTable]);
 }
 
 class CRelationCollector {
@@ -99,7 +88,9 @@ class CRelationCollector {
   explicit CRelationCollector(const SRecoveryRules& rules)
       : m_knownAttributes(kKnownAttributes | (rules.nullCascadeIsUnknown ? 0 : kDaoRelationNullCascade)) {}
   void Add(const Cells& row) {
-    if (row[kName].empty() && row[kTable].empty() && row[kReferencedTable].empty()) return;
+    if (row[kRelationshipsName].empty() && row[kRelationshipsTable].empty() &&
+        row[kRelationshipsReferencedTable].empty())
+      return;
     const auto [found, isNew] = m_byKey.try_emplace(MakeKey(row), m_relations.size());
     if (isNew) m_relations.emplace_back(row, m_knownAttributes);
     m_relations[found->second].Add(row);
