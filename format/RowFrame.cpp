@@ -38,27 +38,6 @@ std::optional<CRowFrame::SMeasure> CRowFrame::Measure() const {
                   .slack = static_cast<size_t>(m_tail.OffsetAt(m_variableCount)) - m_offsets.back()};
 }
 
-bool CRowFrame::IsPresent(uint32_t number) const {
-  if (number >= m_columnCount || m_mask.empty()) return false;
-  return (m_mask[number / 8] >> (number % 8) & 1) != 0;
-}
-
-CRowFrame::Field CRowFrame::FindFixed(size_t offset, size_t width) const {
-  const size_t start = m_layout.countSize + offset;
-  if (start > m_fixedEnd || width > m_fixedEnd - start) return std::nullopt;
-  return m_row.subspan(start, width);
-}
-
-CRowFrame::Field CRowFrame::FindVariable(size_t index) const {
-  if (index + 1 >= m_offsets.size()) return std::nullopt;
-  const size_t start = m_offsets[index];
-  const size_t end = m_offsets[index + 1];
-  if (start < m_layout.countSize || end < start) return std::nullopt;
-  // The offsets lie behind the data, so a value that reaches its own end offset is none.
-  if (static_cast<ptrdiff_t>(end) > m_tail.OffsetAt(index + 1)) return std::nullopt;
-  return m_row.subspan(start, end - start);
-}
-
 uint32_t CRowFrame::ReadCount(size_t position) const {
   uint32_t value = m_row[position];
   if (m_layout.countSize == 2) value |= static_cast<uint32_t>(m_row[position + 1]) << 8;
@@ -116,21 +95,6 @@ SRowShape ShapeOf(uint32_t columnsEver, uint32_t variableEver) {
           .variableColumnsEver = variableEver,
           .maximumStoredColumns = columnsEver + 1,
           .firstVariableNumber = variableEver == 0 ? kNoColumnNumber : 0};
-}
-
-bool FindColumnValue(const CRowFrame& frame, const SColumnDefinition& column, CRowFrame::Field& value) {
-  static constexpr uint8_t kFalse = 0, kTrue = 1;
-  const bool isPresent = frame.IsPresent(column.number);
-  value.reset();
-  if (column.type == kTypeBoolean && column.IsFixed()) {
-    value = std::span(isPresent ? &kTrue : &kFalse, 1);
-    return true;
-  }
-  // Older rows have fewer columns.
-  if (!isPresent || (!column.IsFixed() && column.variableIndex >= frame.GetVariableCount())) return true;
-  value = column.IsFixed() ? frame.FindFixed(column.fixedOffset, column.GetFixedSize())
-                           : frame.FindVariable(column.variableIndex);
-  return value.has_value();
 }
 
 }  // namespace tolvane

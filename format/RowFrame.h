@@ -88,9 +88,22 @@ class CRowFrame {
   [[nodiscard]] ptrdiff_t GetOffsetsStart() const { return m_tail.OffsetAt(m_variableCount); }
 
   // The column's bit in the null mask; false for columns that are newer than the row.
-  [[nodiscard]] bool IsPresent(uint32_t number) const;
-  [[nodiscard]] Field FindFixed(size_t offset, size_t width) const;
-  [[nodiscard]] Field FindVariable(size_t index) const;
+  [[nodiscard]] bool IsPresent(uint32_t number) const {
+    return number < m_columnCount && !m_mask.empty() && (m_mask[number / 8] >> (number % 8) & 1) != 0;
+  }
+  [[nodiscard]] Field FindFixed(size_t offset, size_t width) const {
+    const size_t start = m_layout.countSize + offset;
+    if (start > m_fixedEnd || width > m_fixedEnd - start) return std::nullopt;
+    return m_row.subspan(start, width);
+  }
+  [[nodiscard]] Field FindVariable(size_t index) const {
+    if (index + 1 >= m_offsets.size()) return std::nullopt;
+    const size_t start = m_offsets[index], end = m_offsets[index + 1];
+    // The offsets lie behind the data, so a value that reaches its own end offset is none.
+    if (start < m_layout.countSize || end < start || static_cast<ptrdiff_t>(end) > m_tail.OffsetAt(index + 1))
+      return std::nullopt;
+    return m_row.subspan(start, end - start);
+  }
 
  private:
   [[nodiscard]] uint32_t ReadCount(size_t position) const;
@@ -116,6 +129,20 @@ SRowShape ShapeOf(uint32_t columnsEver, uint32_t variableEver);
 
 // The stored bytes of a column in a framed row; nullopt is null. A boolean is one byte, 0 or 1. False when
 // the value should be there and does not lie inside the row.
-bool FindColumnValue(const CRowFrame& frame, const SColumnDefinition& column, CRowFrame::Field& value);
+inline bool FindColumnValue(const CRowFrame& frame, const SColumnDefinition& column,
+                            CRowFrame::Field& value) {
+  static constexpr uint8_t kFalse = 0, kTrue = 1;
+  const bool isPresent = frame.IsPresent(column.number);
+  value.reset();
+  if (column.type == kTypeBoolean && column.IsFixed()) {
+    value = std::span(isPresent ? &kTrue : &kFalse, 1);
+    return true;
+  }
+  // Older rows have fewer columns.
+  if (!isPresent || (!column.IsFixed() && column.variableIndex >= frame.GetVariableCount())) return true;
+  value = column.IsFixed() ? frame.FindFixed(column.fixedOffset, column.GetFixedSize())
+                           : frame.FindVariable(column.variableIndex);
+  return value.has_value();
+}
 
 }  // namespace tolvane
