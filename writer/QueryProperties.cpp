@@ -2,18 +2,21 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "format/Bytes.h"
 #include "format/PropertyBlob.h"
 #include "format/SystemObjects.h"
-#include "platform/CodePage.h"
+#include "format/Value.h"
+#include "render/ObjectProperties.h"
 #include "render/RecordText.h"
 #include "store/ObjectPlace.h"
 #include "store/RowReader.h"
-#include "writer/SideFileSource.h"
 
 namespace tolvane {
 namespace {
@@ -49,57 +52,37 @@ SCatalogueCells ReadCells(const CAccessTable& catalogue, CTableRowReader& rows, 
   return cells;
 }
 
-bool ReadBlob(const SObjectPlace& place, Blob& blob) {
-  CSideFileSource source;
-  if (place.length > kMostBytes || !source.Open(place)) return false;
-  blob.resize(static_cast<size_t>(place.length));
-  size_t done = 0, count = 0;
-  do {
-    if (!source.Read(std::span(blob).subspan(done), count)) return false;
-    done += count;
-  } while (count > 0 && done < blob.size());
-  return done == blob.size();
+// UTF-16LE, as Jet 4 keeps names.
+std::string WideBytes(std::u16string_view text) {
+  const std::span<const uint8_t> bytes = UnitBytes(text);
+  return {bytes.begin(), bytes.end()};
 }
 
-// UTF-16LE instead of bytes of the code page.
-template <typename T>
-void Widen(uint32_t codePage, T& text) {
-  std::u16string units;
-  Blob wide;
-  DecodeCodePage(codePage, {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, units);
-  AppendUnits(wide, units);
-  text.assign(wide.begin(), wide.end());
-}
-
-void Widen(uint32_t codePage, SPropertyOwner& owner) {
-  Widen(codePage, owner.name);
-  for (SStoredProperty& property : owner.properties) {
-    Widen(codePage, property.name);
-    if (property.type == kTypeText || property.type == kTypeMemo) Widen(codePage, property.value);
-  }
-}
-
-bool IsOfItsDatabase(const SStoredProperty& property) {
-  const std::u16string name =
-      UnitsOf({reinterpret_cast<const uint8_t*>(property.name.data()), property.name.size()});
-  return std::ranges::find(kIdsOfTheirDatabase, name) != std::end(kIdsOfTheirDatabase);
+bool IsOfItsDatabase(const SProperty& property) {
+  return std::ranges::find(kIdsOfTheirDatabase, property.name) != std::end(kIdsOfTheirDatabase);
 }
 
 // A text of a code page may be once it is wide.
-bool IsTooLong(const SStoredProperty& property) {
+bool IsTooLong(const SProperty& property) {
   return property.value.size() > kLongestProperty;
 }
 
-// False when the blob cannot be followed to its end; what stands in front of the break is taken.
+// False when the blob cannot be followed to its end; what is whole is taken.
 bool TakeProperties(const SSourceFacts& source, const Blob& blob, Blob& properties) {
+  std::vector<SOwnedProperties> taken;
+  bool isWhole = TakeObjectProperties(source, blob, taken);
   std::vector<SPropertyOwner> owners;
-  bool isWhole = DecodePropertyBlob(source.isJet3, blob, owners);
-  for (SPropertyOwner& owner : owners) {
-    if (source.isJet3) Widen(source.codePage, owner);
-    std::erase_if(owner.properties, IsOfItsDatabase);
-    if (std::erase_if(owner.properties, IsTooLong) > 0) isWhole = false;
+  for (SOwnedProperties& from : taken) {
+    std::erase_if(from.properties, IsOfItsDatabase);
+    if (std::erase_if(from.properties, IsTooLong) > 0) isWhole = false;
+    if (from.properties.empty()) continue;
+    SPropertyOwner& owner = owners.emplace_back();
+    owner.kind = from.kind;
+    owner.name = WideBytes(from.column);
+    for (SProperty& property : from.properties)
+      owner.properties.push_back(
+          {WideBytes(property.name), property.flags, property.type, std::move(property.value)});
   }
-  std::erase_if(owners, [](const SPropertyOwner& owner) { return owner.properties.empty(); });
   properties = owners.empty() ? Blob() : EncodePropertyBlob(false, owners);
   return isWhole;
 }
@@ -122,8 +105,9 @@ void ReadQueryProperties(const CAccessData& data, CTList<CQuery>& queries) {
     if (cells.type != uint16_t{kObjectQuery} || !cells.id || !cells.properties) continue;
     const auto query = byId.find(*cells.id);
     if (query == byId.end() || cells.properties->length == 0) continue;
+    const bool isRead = ReadObject(*cells.properties, kMostBytes, blob);
     query->second->arePropertiesLost =
-        !ReadBlob(*cells.properties, blob) || !TakeProperties(data.source, blob, query->second->properties);
+        !TakeProperties(data.source, blob, query->second->properties) || !isRead;
   }
 }
 
