@@ -136,6 +136,7 @@ bool CCatalogue::LoadObject(std::span<const uint8_t> row, uint32_t pointer) {
   if (object.id >= m_nextObjectId) m_nextObjectId = object.id + 1;
   const std::string key = MakeNameKey(m_file.GetLayout(), DecodePlainText(m_file.GetLayout().text, name));
   if (GetLittle<uint32_t>(parent, 0) == kContainerRelationships) return m_relations.insert(key).second;
+  if (GetLittle<uint32_t>(parent, 0) == kContainerDatabases) return m_documents.insert(key).second;
   return GetLittle<uint32_t>(parent, 0) != kContainerTables || m_objects.emplace(key, object).second;
 }
 
@@ -257,6 +258,11 @@ CDaoResult CCatalogue::SetProperties(std::u16string_view document, std::span<con
     if (m_databaseRow == 0) return OtherProgram();
     return table.EditRow(m_databaseRow, [&] { return SetExtras({properties, nullptr}); });
   }
+  const SLayout& layout = m_file.GetLayout();
+  const std::string key = MakeNameKey(layout, document);
+  if (key == MakeNameKey(layout, kDatabaseName) || !m_documents.insert(key).second)
+    return {EDaoError::InvalidName,
+            u"A document named \"" + std::u16string(document) + u"\" exists already."};
   SSystemObject object{0, kContainerDatabases, document, kObjectDocument, EAccount::User, 0};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;

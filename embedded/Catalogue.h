@@ -91,6 +91,7 @@ class CCatalogue {
   std::unique_ptr<CTableStore> m_complexColumns;      // null in files of other formats than ACE
   std::map<std::string, SCatalogueObject> m_objects;  // by name key
   std::set<std::string> m_relations;                  // name keys
+  std::set<std::string> m_documents;                  // likewise
   uint32_t m_databaseRow = 0;                         // pointer of the row of MSysDb
   uint32_t m_nextObjectId = kFirstObjectId;
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -193,6 +195,7 @@ CDaoResult CAccessSaveRepairedFile::CreateDatabase(std::unique_ptr<CDaoDatabase>
 void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
   CKeptProperties kept(GetVersion());
   const bool isSameFormat = DecideFormat(*m_data, EOutputFormat::ByRules) == DecideFormat(*m_data, m_format);
+  std::set<std::u16string_view> saved;
   for (const SDatabaseDocument& document : m_data->documents) {
     const std::vector<CDaoProperty> properties =
         kept.OfDatabase(document.properties, m_data->GetOtherObjects(), isSameFormat);
@@ -201,7 +204,9 @@ void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
       Remark(u"The database was saved without its property " + Quoted(name));
     }
     if (properties.empty()) continue;
-    const CDaoResult result = database.SetProperties(document.name, properties);
+    // Damage can double a row of the catalogue; the first one counts.
+    CDaoResult result{EDaoError::InvalidName, u"Another document has its name."};
+    if (saved.insert(document.name).second) result = database.SetProperties(document.name, properties);
     if (result.IsOk()) continue;
     m_summary.propertiesLost += properties.size();
     Remark(u"The database was saved without its properties " + Quoted(document.name) + u": " + result.text);

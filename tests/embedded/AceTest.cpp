@@ -211,6 +211,8 @@ TEST_P(AllFormats, PropertiesAndLinksStandInTheCatalogue) {
       rule{{u"Required", kTypeBoolean, true, {1}}};
   ExpectOk(m_database->SetProperties(u"MSysDb", title));
   ExpectOk(m_database->SetProperties(u"SummaryInfo", title));
+  for (const std::u16string_view taken : {u"summaryinfo", u"MSYSDB"})
+    EXPECT_EQ(m_database->SetProperties(taken, title).code, EDaoError::InvalidName);
   std::unique_ptr<CDaoTableDef> table;
   ExpectOk(m_database->CreateTableDef(u"T", kDaoHiddenObject, u"", u"", table));
   CDaoFieldInfo field;
