@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include "engine/DataReader.h"
 #include "platform/Text.h"
@@ -286,9 +287,12 @@ class CRunPlacer {
       if (m_heads[i].isDefinition) m_owned.erase(static_cast<uint32_t>(number + IndexOf(run, i)));
   }
 
-  // The number by which most pages find their owner's definition in the run.
+  // Owners whose definitions are found, and pages that these have.
+  using Votes = std::pair<uint64_t, uint64_t>;
+  // The number by which most owners have their definition in the run. Few tables have many pages: those alone
+  // would take any definition for theirs.
   uint64_t BestNumber(const Run& run, uint64_t guess, uint64_t least) {
-    std::map<uint64_t, uint64_t> votes;
+    std::map<uint64_t, Votes> votes;
     size_t definitions = 0;
     for (size_t i = run.first; i <= run.last && definitions < kPlacesCompared; i++) {
       if (!m_heads[i].isDefinition) continue;
@@ -298,14 +302,18 @@ class CRunPlacer {
         if (++compared > kPlacesCompared || m_comparisonsLeft == 0) break;
         m_comparisonsLeft--;
         const uint64_t index = IndexOf(run, i);
-        if (owner >= least + index && owner - index <= guess + m_mostMissing) votes[owner - index] += pages;
+        if (owner >= least + index && owner - index <= guess + m_mostMissing) {
+          votes[owner - index].first++;
+          votes[owner - index].second += pages;
+        }
       }
     }
     uint64_t best = guess;
     // One page alone may name any owner.
-    uint64_t most = votes.count(guess) != 0 ? std::max<uint64_t>(votes[guess], 1) : 1;
+    Votes most = votes.count(guess) != 0 ? std::max(votes[guess], Votes{1, 1}) : Votes{1, 1};
     for (const auto& [number, count] : votes)
-      if (count > most) {
+      // Where as many owners speak for two places, the nearer one needs no further witness.
+      if (count > most && count.second > 1 && (best != guess || most.first < 2 || count.first > most.first)) {
         best = number;
         most = count;
       }
