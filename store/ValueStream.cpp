@@ -70,6 +70,7 @@ void CValueStream::Skip(uint64_t count) {
 
 // Fewer bytes than asked at the end of the file, or where the system fails to read: the stream ends there.
 size_t CValueStream::ReadBytes(std::span<uint8_t> bytes) {
+  if (bytes.empty()) return 0;
   // Nearly always all of them stand in the block.
   if (IsInBlock(bytes.size())) {
     std::memcpy(bytes.data(), &m_block[static_cast<size_t>(m_position - m_blockStart)], bytes.size());

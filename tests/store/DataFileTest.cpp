@@ -61,6 +61,10 @@ TEST_F(DataFile, ValuesAroundTheBufferSizeComeBackWhole) {
   }
   EXPECT_TRUE(stream.IsAtEnd());
   EXPECT_EQ(GetFileLength(DataPath(1)), length);
+
+  std::vector<uint8_t> beyond;  // has no bytes to point at
+  EXPECT_FALSE(stream.ReadRecord(1, beyond));
+  EXPECT_TRUE(beyond.empty());
 }
 
 TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
