@@ -219,5 +219,25 @@ TEST(Findings, DamageInWordsWithItsPlaces) {
   EXPECT_EQ(ToUtf8(found[1].places), "table Orders, 40 rows");
 }
 
+TEST(Findings, EachSetOfRulesTellsItsOwn) {
+  for (const bool isExact : {false, true}) {
+    CAccessData data{isExact ? kExactRules : kStandardRules, GetWorkFolder()};
+    CAccessTable& rights = data.GetTables().AddTable(3 * 4096);
+    rights.name = u"MSysACEs";
+    rights.columns.Add({});
+    rights.header.rowCount = 5;
+    EXPECT_FALSE(IsNothingRecovered(data));
+    for (uint64_t page = 10; page < 40; ++page)
+      data.GetLedger().Add(EDamage::BrokenPage, {page, CDamageLedger::kNoTable, -1, 1});
+    // Access' own tables alone are something under one set, and nothing under the other.
+    EXPECT_EQ(IsNothingRecovered(data), isExact);
+    size_t told = 0;
+    ForEachDamage(data, [&](const std::u16string&) { ++told; });
+    EXPECT_EQ(told, isExact ? 30u : 20u);
+    data.NoteOtherObject(EOtherObject::Form, u"Start");
+    EXPECT_EQ(ListOmittedObjects(data, 9).size(), isExact ? 1u : 0u);
+  }
+}
+
 }  // namespace
 }  // namespace tolvane

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/AccessRepair.h"
+#include "engine/TableScanner.h"
 #include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 #include "tests/engine/EngineTest.h"
@@ -128,6 +129,36 @@ std::string NamelessTableOfAccess(const SRecoveryRules& rules) {
   CAccessRepair repair(rules, ShownJob());
   repair.Repair(source.GetPath(), u"", source.GetPath());
   return TableNamed(*repair.GetData(), u"MSysModules") != nullptr ? "known" : "unknown";
+}
+
+std::string TemplateOfOtherPages(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4), other(kLayoutJet4);
+  file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  other.AddPage();
+  other.AddNamedTable(SmallTable());
+  return ReadTable(rules, file.Build(), Rows, other.Build());
+}
+
+std::string MoreRowsThanPromised(const SRecoveryRules& rules) {
+  STableSpec spec = SmallTable();
+  spec.rowCount = 1;
+  CRuleFile file(kLayoutJet4);
+  file.AddSmallRows(file.AddNamedTable(spec));
+  const CTempFile source(file.Build());
+  CAccessRepair repair(rules, ShownJob());
+  repair.Repair(source.GetPath(), u"", source.GetPath());
+  return std::to_string(repair.GetData()->GetLedger().GetCount(EDamage::SurplusRows)) + " doubtful";
+}
+
+std::string UsersTableNamedLikeAccesss(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  file.AddCatalogueRow(file.AddTable(SmallTable()), u"MSysMine", 1);
+  const CTempFile source(file.Build());
+  CAccessRepair repair(rules, ShownJob());
+  repair.Repair(source.GetPath(), u"", source.GetPath());
+  const CAccessTable* const table = TableNamed(*repair.GetData(), u"MSysMine");
+  if (table == nullptr) return "no table";
+  return IsSystemTable(*table) ? "Access' own" : "the user's";
 }
 
 // --- definitions ---
@@ -304,6 +335,12 @@ const SRuleCase kCases[] = {
      "2 rows"},
     {"requireDefinitionMark", Take<&SRecoveryRules::requireDefinitionMark>, DefinitionWithoutMark, "2 rows",
      "no table"},
+    {"templateMatchesByName", Take<&SRecoveryRules::templateMatchesByName>, TemplateOfOtherPages, "no table",
+     "2 rows"},
+    {"surplusRowsAreDoubtful", Take<&SRecoveryRules::surplusRowsAreDoubtful>, MoreRowsThanPromised,
+     "0 doubtful", "1 doubtful"},
+    {"systemTablesByName", Take<&SRecoveryRules::systemTablesByName>, UsersTableNamedLikeAccesss,
+     "Access' own", "the user's"},
     {"columnsNameSystemTables", Take<&SRecoveryRules::columnsNameSystemTables>, NamelessTableOfAccess,
      "unknown", "known"},
     {"mendDefinitions", Take<&SRecoveryRules::mendDefinitions>, CountOfColumnsWrong,
@@ -359,32 +396,57 @@ TEST_F(CEngineTest, RulesThatBothSetsShare) {
   EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Primary Key: primary; Index_1:; ");
 }
 
+TEST_F(CEngineTest, APageThatCannotBeReadFollowsItsRule) {
+  for (const SRecoveryRules& rules : {kStandardRules, kExactRules}) {
+    CRuleFile file(kLayoutJet4);
+    const uint32_t table = file.AddNamedTable(SmallTable());
+    file.AddSmallRows(table);
+    const uint32_t lost = file.AddSmallRows(table);
+    const CTempFile bytes(file.Build());
+    CSource source(kStandardRules);
+    ASSERT_TRUE(source.Open(bytes.GetPath()));
+    if (!bytes.Truncate(file.OffsetOf(lost))) GTEST_SKIP() << "an open file cannot be cut here";
+    CAccessData data(rules, GetWorkFolder());
+    const CTableScanner scanner(rules, ShownJob());
+    scanner.ScanTableDefinitions(data, source);
+    scanner.ScanDataPages(data, source);
+    const size_t pages = data.GetTables().FindTable(file.OffsetOf(table))->dataPages.GetCount();
+    EXPECT_EQ(pages, rules == kStandardRules ? 2u : 1u);
+  }
+}
+
 TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   SRecoveryRules rules = kStandardRules;
   for (const SRuleCase& one : kCases) one.take(rules, kExactRules);
-  // In ExactRulesTest.cpp, with files of their own.
+  // Each of these with the tests that fail when either set has the other's.
+  // ExactRules.ADatabaseIsFoundAnywhereInAFile, Repair.BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure
   Take<&SRecoveryRules::pagesDecideFormat>(rules, kExactRules);
+  // ExactRules.PagesWithoutAHeadGoToTheTableWhoseMapNamesThem, ScannerOfBoth.DataPagesGoToTheirOwners...
   Take<&SRecoveryRules::adoptOrphanPages>(rules, kExactRules);
-  Take<&SRecoveryRules::templateMatchesByName>(rules, kExactRules);
+  // ExactRules.RowsOfAnotherShapeAreNone, FieldDecoder.FixedValues
   Take<&SRecoveryRules::rowsMatchDefinition>(rules, kExactRules);
-  Take<&SRecoveryRules::surplusRowsAreDoubtful>(rules, kExactRules);
-  // In JudgementsTest.cpp, where reading fails.
+  // APageThatCannotBeReadFollowsItsRule
   Take<&SRecoveryRules::unreadablePageKeepsPrevious>(rules, kExactRules);
-  // In tests/writer and tests/cli: what is saved and what is told.
-  Take<&SRecoveryRules::complexValuesAreData>(rules, kExactRules);
-  Take<&SRecoveryRules::systemTablesByName>(rules, kExactRules);
+  // CExactDataTest.ValuesArriveAsTheyAre, CStructureTest.EveryTypeBecomesItsField
   Take<&SRecoveryRules::reduceFields>(rules, kExactRules);
-  Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
+  // CExactDataTest.ValuesArriveAsTheyAre, CDataTest.EmptyRowsAreNotStoredAndTheirNewRecordIsUsedByTheNext
   Take<&SRecoveryRules::dropEmptyRows>(rules, kExactRules);
+  // PreparedQuery.HoldsTheStoredRowsInTheirOrder, CQueryStepTest.WhatChangesAQueryIsTold
   Take<&SRecoveryRules::queriesAreTheirText>(rules, kExactRules);
-  Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
+  // SaveRules.BytesAndFormatsFollowTheirRules
+  Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
   Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
+  // CNullCascadeUnknown, CNullCascadeKnown
+  Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
+  // Findings.EachSetOfRulesTellsItsOwn
   Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
   Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
+  Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);
+  // In tests/writer and tests/cli: what is saved and what is told.
+  Take<&SRecoveryRules::complexValuesAreData>(rules, kExactRules);
   Take<&SRecoveryRules::keepLinks>(rules, kExactRules);
   Take<&SRecoveryRules::keepDatabaseSettings>(rules, kExactRules);
   Take<&SRecoveryRules::changesAreLosses>(rules, kExactRules);
-  Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);
   EXPECT_TRUE(rules == kExactRules) << "a rule without a test";
 }
 

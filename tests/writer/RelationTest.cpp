@@ -1,12 +1,15 @@
 // The relationships step: rows put together, tables and columns followed to their new names, and what becomes
 // of what is damaged or refused.
+#include "format/HeaderLayout.h"
 #include "tests/writer/WriterTest.h"
+#include "writer/FieldValue.h"
 #include "writer/RelationReader.h"
 
 namespace tolvane {
 
 class CRelationStepTest : public CWriterTest {
  protected:
+  using CWriterTest::CWriterTest;
   // Rows: name, attributes, count, position, table, column, referenced table, referenced column.
   CAccessTable& AddRelations(const std::vector<Row>& rows) {
     CAccessTable& table = AddTable(u"MSysRelationships", std::vector<STestColumn>(8, STestColumn{u""}));
@@ -126,6 +129,50 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
                                                u"Twice 1 ", u"Strays 1 ",
                                                u"Halves 0 1 of its 1 pairs of columns is lost.",
                                                u"Tables 1 The name of a table is lost.", u" 2 ", u" 1 "}));
+}
+
+// The rules of saving that no run of one whole set shows, each by itself.
+SRecoveryRules NullsKnown() {
+  SRecoveryRules rules = kStandardRules;
+  rules.nullCascadeIsUnknown = kExactRules.nullCascadeIsUnknown;
+  return rules;
+}
+class CNullCascadeTest : public CRelationStepTest {
+ protected:
+  explicit CNullCascadeTest(const SRecoveryRules& rules) : CRelationStepTest(rules) {}
+  bool AreAttributesKnown() {
+    AddRelations({{u"Nulls", u"8192", u"1", u"0", u"A", u"x", u"B", u"y"}});
+    std::vector<SRecoveredRelation> relations;
+    uint32_t rowsRead = 0;
+    EXPECT_TRUE(ReadRelations(m_data, nullptr, relations, rowsRead));
+    return relations.size() == 1 && relations[0].hasAttributes;
+  }
+};
+class CNullCascadeUnknown : public CNullCascadeTest {
+ protected:
+  CNullCascadeUnknown() : CNullCascadeTest(kStandardRules) {}
+};
+class CNullCascadeKnown : public CNullCascadeTest {
+ protected:
+  CNullCascadeKnown() : CNullCascadeTest(NullsKnown()) {}
+};
+TEST_F(CNullCascadeUnknown, CostsTheAttributes) {
+  EXPECT_FALSE(AreAttributesKnown());
+}
+TEST_F(CNullCascadeKnown, IsAnAttribute) {
+  EXPECT_TRUE(AreAttributesKnown());
+}
+
+TEST(SaveRules, BytesAndFormatsFollowTheirRules) {
+  std::u16string text = u"200";
+  EXPECT_EQ(ConvertForField(kTypeByte, kStandardRules, text), EFieldValue::Dropped);
+  EXPECT_EQ(ConvertForField(kTypeByte, kExactRules, text = u"200"), EFieldValue::Text);
+  for (const bool isExact : {false, true}) {
+    CAccessData data(isExact ? kExactRules : kStandardRules, {});
+    data.source.versionByte = kVersionAce12;
+    EXPECT_EQ(CAccessSaveRepairedFile::DecideFormat(data, EOutputFormat::ByRules),
+              isExact ? EOutputFormat::Ace : EOutputFormat::Jet4);
+  }
 }
 
 // Enforcing costs a walk over both tables, so a table is walked no more often than it has room for indexes.
