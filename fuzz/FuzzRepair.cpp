@@ -49,9 +49,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   SetWorkFolder(GetTempFolder());
   const std::u16string path = WriteInput(data, size);
   CRepairingFileStatus::Instance().SetRunning(true);
-  CSource source;
+  // The last byte, which is rarely more than the end of a page, chooses the rules.
+  const SRecoveryRules& rules = size > 0 && (data[size - 1] & 1) != 0 ? kStandardRules : kExactRules;
+  CSource source(rules);
   source.Open(path);
-  CAccessRepair repair{kStandardRules, ShownJob()};
+  CAccessRepair repair{rules, ShownJob()};
   repair.Repair(source, source);
   ReadAll(*repair.GetData());
   CPageInspector(ShownJob()).Inspect(source, [](const SPageReport&) {});
