@@ -12,6 +12,7 @@ CLongValuePages::CLongValuePages(const SLayout& layout, std::span<const uint32_t
 
 void CLongValuePages::Note(SRowPointer pointer, size_t length) {
   if (!IsBroken(pointer.page) || m_lengths.size() >= kMostLengths) return;
+  m_placed = 0;
   const auto [entry, isNew] = m_lengths.emplace(pointer.ToWord(), length);
   if (!isNew && entry->second != length) entry->second = 0;
 }
@@ -28,7 +29,8 @@ std::optional<std::span<const uint8_t>> CLongValuePages::FindRow(std::span<const
   uint32_t count = GetLittle<uint16_t>(page, m_layout->data.slotCount);
   if (count > most || pointer.slot >= count) count = pointer.slot + 1;
   if (pointer.slot >= most) return std::nullopt;
-  Place(page, pointer.page, count);
+  // The rows of a page are asked for one after the other, and all lengths are noted by then.
+  if (pointer.page != m_placed || count != m_starts.size()) Place(page, pointer.page, count);
   size_t start = m_starts[pointer.slot], end = m_ends[pointer.slot];
   if (end == 0 && start != 0) end = start + length;
   if (start == 0 && end > length) start = end - length;
@@ -38,6 +40,7 @@ std::optional<std::span<const uint8_t>> CLongValuePages::FindRow(std::span<const
 }
 
 void CLongValuePages::Place(std::span<const uint8_t> page, uint32_t number, uint32_t count) {
+  m_placed = number;
   m_starts.assign(count, 0);
   m_ends.assign(count, 0);
   const auto lengthOf = [&](uint32_t slot) { return LengthOf({.slot = slot, .page = number}); };

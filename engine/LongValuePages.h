@@ -47,6 +47,7 @@ class CLongValuePages {
   std::unordered_map<uint32_t, size_t> m_lengths;  // by pointer; 0: contradictory
   // Of the page placed last: where rows start and end, 0 where that is not known.
   std::vector<size_t> m_starts, m_ends;
+  uint32_t m_placed = 0;  // its number; page 0 has no rows
 };
 
 }  // namespace tolvane
