@@ -3,168 +3,244 @@
 #include <CLI/CLI.hpp>
 #include <utility>
 
+#include "cli/CommandHelp.h"
+#include "cli/Completion.h"
 #include "cli/DisplayText.h"
+#include "cli/ManualPage.h"
 #include "cli/Version.h"
+#include "platform/Terminal.h"
 #include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
 
-constexpr const char* kExamples =
-    "Repairs damaged Microsoft Access databases (.mdb, .accdb).\n\n"
-    "Examples:\n"
-    "  tolvane repair damaged.mdb                    writes Tolvane_damaged.mdb beside it\n"
-    "  tolvane repair damaged.accdb -o new.accdb --template backup.accdb\n"
-    "  tolvane tables damaged.mdb                    what can be recovered\n"
-    "  tolvane preview damaged.mdb Customers --rows 50\n"
-    "  tolvane export damaged.mdb Customers > customers.csv\n"
-    "  tolvane export damaged.mdb --to folder --format jsonl\n"
-    "  tolvane inspect damaged.mdb                   a map of the file's pages\n"
-    "  tolvane queries damaged.mdb                   the saved queries as SQL\n"
-    "  tolvane check repaired.mdb                    whether a database is consistent\n\n"
-    "The damaged file is only read. Exit status: 0 done, nothing lost; 2 failed, nothing written; 3 done, "
-    "but\n"
-    "something was lost or is doubtful; 4 nothing could be recovered; 64 wrong usage; 130 stopped.";
-
-constexpr const char* kRepairHelp =
-    "Writes what can be recovered into a new database.\n\n"
-    "Examples:\n"
-    "  tolvane repair damaged.mdb\n"
-    "  tolvane repair damaged.mdb -o repaired.mdb --overwrite\n"
-    "  tolvane repair damaged.mdb --template backup.mdb    definitions from a healthy copy, rows from the "
-    "damaged\n"
-    "  tolvane repair damaged.mdb --dry-run --json         what would be saved, for a program";
-constexpr const char* kTablesHelp =
-    "Lists the tables that can be recovered, with their columns and indexes.\n\n"
-    "Examples:\n"
-    "  tolvane tables damaged.mdb\n"
-    "  tolvane tables damaged.mdb --all --json";
-constexpr const char* kPreviewHelp =
-    "Shows the first rows of a table.\n\n"
-    "Examples:\n"
-    "  tolvane preview damaged.mdb Customers\n"
-    "  tolvane preview damaged.mdb page:27 --rows 100      the table that is defined on page 27";
-constexpr const char* kExportHelp =
-    "Writes recovered rows as CSV (RFC 4180) or JSON lines, UTF-8.\n\n"
-    "Examples:\n"
-    "  tolvane export damaged.mdb Customers > customers.csv\n"
-    "  tolvane export damaged.mdb --to folder              one file a table\n"
-    "  tolvane export damaged.mdb --to folder --ole files  OLE objects as files of their own";
-constexpr const char* kQueriesHelp =
-    "Lists the saved queries that can be rebuilt: name, kind and SQL text.\n\n"
-    "Examples:\n"
-    "  tolvane queries damaged.mdb\n"
-    "  tolvane queries damaged.mdb --json";
-constexpr const char* kInspectHelp =
-    "Shows what each page of the file is, and which are damaged or belong to no table.\n\n"
-    "Examples:\n"
-    "  tolvane inspect damaged.mdb\n"
-    "  tolvane inspect damaged.mdb --json";
-
-constexpr const char* kCheckHelp =
-    "Proves that a database is consistent: pages, definitions, rows, indexes, catalogue. It repairs "
-    "nothing.\n\n"
-    "Examples:\n"
-    "  tolvane check database.mdb\n"
-    "  tolvane check repaired.accdb --json";
-
 // The parser works with the system's bytes; the program with text.
 struct SWords {
-  std::string source, templatePath, workFolder, logFile, output, table, folder;
-  std::string rules, outputFormat, engine = "embedded", format = "csv", ole = "hex";
+  std::string source, templatePath, workFolder, logFile, output, outputFolder, table, folder;
+  std::vector<std::string> sources;
+  std::string rules, outputFormat, color, topic, shell, engine = "embedded", format = "csv", ole = "hex";
 };
 
-void AddSource(CLI::App& command, SArguments& arguments, SWords& words) {
-  command.add_option("SOURCE", words.source, "The damaged database")->required();
-  command.add_option("--template", words.templatePath,
-                     "A healthy database of the same structure; table definitions are read from it");
-  command
-      .add_option("--rules", words.rules,
-                  "exact (default): what the file holds; standard: the documented conventions")
-      ->check(CLI::IsMember(std::vector<std::string>{"exact", "standard"}).description("NAME"));
-  command.add_option("--work-dir", words.workFolder, "Folder for temporary files");
-  command.add_flag("--json", arguments.isJson, "Result for programs, as JSON with a schema version");
-  command.add_flag("-q,--quiet", arguments.isQuiet, "No progress on standard error");
-  command.add_flag("-v,--verbose", arguments.isVerbose, "Log lines on standard error");
-  command.add_option("--log", words.logFile, "Write the log to this file");
+// The commands with their options: declares them to the parser, which then knows them for the help, too. The
+// name of an argument says what may stand there: FILE, FOLDER, NUMBER, TEXT, or the values.
+class CGrammar {
+ public:
+  CGrammar();
+  CGrammar(const CGrammar&) = delete;
+  CGrammar& operator=(const CGrammar&) = delete;
+
+  SParsedArguments Parse(const std::vector<std::u16string>& words);
+  [[nodiscard]] std::vector<SCommandForm> Describe() const;
+
+ private:
+  CLI::App& Add(ECommand command);
+  static CLI::Option* AddPath(CLI::App& command, const char* names, std::string& target, const char* text,
+                              const char* kind = "FILE");
+  // One of the values; the first one is the default unless the text says otherwise.
+  static CLI::Option* AddChoice(CLI::App& command, const char* names, std::string& target, const char* text,
+                                const std::vector<std::string>& values);
+  void AddSource(CLI::App& command);
+  void AddManners(CLI::App& command);
+  void AddRecovery(CLI::App& command);
+  void AddRepair();
+  void AddPreview();
+  void AddExport();
+  void AddOthers();
+  void AddHelpers();
+  void TakeWords();
+  // Rules between options, as far as the words alone tell. Empty when all is well.
+  [[nodiscard]] std::string FindConflict() const;
+  [[nodiscard]] std::string FindExportConflict() const;
+  [[nodiscard]] SParsedArguments Answer() const;
+  [[nodiscard]] SParsedArguments ShowHelp(ECommand command) const;
+  [[nodiscard]] SParsedArguments ShowTopic(const std::string& name, bool asManual) const;
+  // The command whose help fits to a complaint.
+  [[nodiscard]] std::string HelpHint() const;
+
+  CLI::App m_app{"", "tolvane"};
+  std::vector<std::pair<ECommand, CLI::App*>> m_commands;
+  SArguments m_arguments;
+  SWords m_words;
+};
+
+SParsedArguments End(std::string text, EExitStatus status = EExitStatus::Done) {
+  SParsedArguments parsed;
+  parsed.isEnd = true;
+  parsed.status = status;
+  parsed.text = std::move(text);
+  return parsed;
 }
 
-void AddRepair(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("repair", kRepairHelp);
-  AddSource(command, arguments, words);
-  command.add_option("-o,--output", words.output,
-                     "The new database; Tolvane_NAME beside the source if left out");
-  command.add_option("--engine", words.engine, "What writes the database: embedded (default) or dao")
-      ->check(CLI::IsMember(std::vector<std::string>{"embedded", "dao"}).description("NAME"));
-  command.add_flag("--overwrite", arguments.mayOverwrite, "Replace an existing output");
+SParsedArguments Complain(std::string text) {
+  return End(std::move(text), EExitStatus::WrongUsage);
+}
+
+size_t HelpWidth() {
+  return IsTerminal(EStream::Output) ? GetTerminalWidth(EStream::Output) : 0;
+}
+
+CLI::App& CGrammar::Add(ECommand command) {
+  const SCommandWords& words = WordsOf(command);
+  CLI::App& added = *m_app.add_subcommand(words.name, words.summary);
+  added.callback([this, command] { m_arguments.command = command; });
+  m_commands.emplace_back(command, &added);
+  return added;
+}
+
+CLI::Option* CGrammar::AddPath(CLI::App& command, const char* names, std::string& target, const char* text,
+                               const char* kind) {
+  return command.add_option(names, target, text)->type_name(kind);
+}
+
+CLI::Option* CGrammar::AddChoice(CLI::App& command, const char* names, std::string& target, const char* text,
+                                 const std::vector<std::string>& values) {
+  std::string shown;
+  for (const std::string& value : values) shown += (shown.empty() ? "" : "|") + value;
+  return command.add_option(names, target, text)
+      ->type_name(shown)
+      ->check(CLI::IsMember(values).description(""));
+}
+
+void CGrammar::AddSource(CLI::App& command) {
+  AddPath(command, "SOURCE", m_words.source, "The damaged database")->required();
+}
+
+void CGrammar::AddManners(CLI::App& command) {
+  command.add_flag("--json", m_arguments.isJson, "Result for programs, as JSON with a schema version");
+  command.add_flag("-q,--quiet", m_arguments.isQuiet, "No progress on standard error");
+  AddChoice(command, "--color", m_words.color,
+            "Colours: auto (default) on a terminal, unless NO_COLOR is set", {"auto", "always", "never"});
+}
+
+void CGrammar::AddRecovery(CLI::App& command) {
+  AddPath(command, "--template", m_words.templatePath,
+          "A healthy database of the same structure; table definitions are read from it");
+  AddChoice(command, "--rules", m_words.rules,
+            "exact (default): what the file holds; standard: the documented conventions",
+            {"exact", "standard"});
+  AddPath(command, "--work-dir", m_words.workFolder, "Folder for temporary files", "FOLDER");
+  AddManners(command);
+  command.add_flag("-v,--verbose", m_arguments.isVerbose, "Log lines on standard error");
+  AddPath(command, "--log", m_words.logFile, "Write the log to this file");
+}
+
+void CGrammar::AddRepair() {
+  CLI::App& command = Add(ECommand::Repair);
   command
-      .add_option("--to", words.outputFormat,
-                  "Format of the new database: jet3 (Access 97), jet4 (2000-2003) or ace (2007 and later); "
-                  "the source's own if left out")
-      ->check(CLI::IsMember(std::vector<std::string>{"jet3", "jet4", "ace"}).description("FORMAT"));
-  command.add_flag("--access-2000", arguments.isAccess2000,
+      .add_option("SOURCE", m_words.sources,
+                  "The damaged database; several, or a folder of them, with --to-dir or beside each other")
+      ->type_name("FILE")
+      ->required();
+  AddPath(command, "-o,--output", m_words.output,
+          "The new database; Tolvane_NAME beside the source if left out");
+  AddPath(command, "--to-dir", m_words.outputFolder, "Folder for the new databases, under the sources' names",
+          "FOLDER");
+  command.add_option("-j,--jobs", m_arguments.jobs, "How many of several files are repaired at once")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(1, 256).description(""));
+  AddChoice(command, "--engine", m_words.engine, "What writes the database: embedded (default) or dao",
+            {"embedded", "dao"});
+  command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing output");
+  AddChoice(command, "--to", m_words.outputFormat,
+            "Format of the new database: jet3 (Access 97), jet4 (2000-2003) or ace (2007 and later); "
+            "the source's own if left out",
+            {"jet3", "jet4", "ace"});
+  command.add_flag("--access-2000", m_arguments.isAccess2000,
                    "Write an Access 97 database in the format of Access 2000, which holds all characters");
-  command.add_flag("--dry-run", arguments.isDryRun, "Recover and report, but write no database");
-  command.add_flag("--all", arguments.withSystemTables, "List system tables, too");
-  command.callback([&arguments] { arguments.command = ECommand::Repair; });
+  command.add_flag("--dry-run", m_arguments.isDryRun, "Recover and report, but write no database");
+  command.add_flag("--all", m_arguments.withSystemTables, "List system tables, too");
+  AddRecovery(command);
 }
 
-void AddTables(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("tables", kTablesHelp);
-  AddSource(command, arguments, words);
-  command.add_flag("--all", arguments.withSystemTables, "System tables, too");
-  command.callback([&arguments] { arguments.command = ECommand::Tables; });
+void CGrammar::AddPreview() {
+  CLI::App& command = Add(ECommand::Preview);
+  AddSource(command);
+  command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER")->required();
+  command.add_option("--rows", m_arguments.rows, "How many rows (default 20)")
+      ->type_name("NUMBER")
+      ->check(CLI::PositiveNumber.description(""));
+  AddRecovery(command);
 }
 
-void AddPreview(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("preview", kPreviewHelp);
-  AddSource(command, arguments, words);
-  command.add_option("TABLE", words.table, "Name of the table, or page:NUMBER")->required();
-  command.add_option("--rows", arguments.rows, "How many rows (default 20)")->check(CLI::PositiveNumber);
-  command.callback([&arguments] { arguments.command = ECommand::Preview; });
+void CGrammar::AddExport() {
+  CLI::App& command = Add(ECommand::Export);
+  AddSource(command);
+  command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER; all tables if left out");
+  AddPath(command, "--to", m_words.folder, "Folder for one file a table; standard output if left out",
+          "FOLDER");
+  AddChoice(command, "--format", m_words.format, "csv (default) or jsonl", {"csv", "jsonl"});
+  AddChoice(command, "--ole", m_words.ole,
+            "OLE objects as hex (default), base64 or files; files writes attached files, too",
+            {"hex", "base64", "files"});
+  command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace existing files");
+  command.add_flag("--all", m_arguments.withSystemTables, "System tables, too");
+  AddRecovery(command);
 }
 
-void AddExport(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("export", kExportHelp);
-  AddSource(command, arguments, words);
-  command.add_option("TABLE", words.table, "Name of the table, or page:NUMBER; all tables if left out");
-  command.add_option("--to", words.folder, "Folder for one file a table; standard output if left out");
-  command.add_option("--format", words.format, "csv (default) or jsonl")
-      ->check(CLI::IsMember(std::vector<std::string>{"csv", "jsonl"}).description("NAME"));
-  command
-      .add_option("--ole", words.ole,
-                  "OLE objects as hex (default), base64 or files; files writes attached files, too")
-      ->check(CLI::IsMember(std::vector<std::string>{"hex", "base64", "files"}).description("NAME"));
-  command.add_flag("--overwrite", arguments.mayOverwrite, "Replace existing files");
-  command.add_flag("--all", arguments.withSystemTables, "System tables, too");
-  command.callback([&arguments] { arguments.command = ECommand::Export; });
+void CGrammar::AddOthers() {
+  CLI::App& queries = Add(ECommand::Queries);
+  AddSource(queries);
+  queries.add_flag("--all", m_arguments.withSystemTables, "Hidden queries of forms and reports, too");
+  AddRecovery(queries);
+
+  CLI::App& inspect = Add(ECommand::Inspect);
+  AddSource(inspect);
+  AddRecovery(inspect);
+
+  CLI::App& check = Add(ECommand::Check);
+  AddPath(check, "DATABASE", m_words.source, "The database")->required();
+  AddManners(check);
 }
 
-void AddQueries(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("queries", kQueriesHelp);
-  AddSource(command, arguments, words);
-  command.add_flag("--all", arguments.withSystemTables, "Hidden queries of forms and reports, too");
-  command.callback([&arguments] { arguments.command = ECommand::Queries; });
+void CGrammar::AddHelpers() {
+  Add(ECommand::Help).add_option("COMMAND", m_words.topic, "The command")->type_name("COMMAND");
+  Add(ECommand::Manual)
+      .add_option("COMMAND", m_words.topic, "The command; the program itself if left out")
+      ->type_name("COMMAND");
+  AddChoice(Add(ECommand::Completion), "SHELL", m_words.shell, "bash, zsh or fish", {"bash", "zsh", "fish"})
+      ->required();
 }
 
-void AddInspect(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("inspect", kInspectHelp);
-  AddSource(command, arguments, words);
-  command.callback([&arguments] { arguments.command = ECommand::Inspect; });
+CGrammar::CGrammar() {
+  m_app.set_version_flag("--version", kVersion, "Version of this program and the formats that it reads");
+  m_app.set_help_flag("-h,--help", "This help; after a command, that command's help");
+  m_app.require_subcommand(1);
+  m_app.allow_windows_style_options(false);
+  AddRepair();
+  CLI::App& tables = Add(ECommand::Tables);
+  AddSource(tables);
+  tables.add_flag("--all", m_arguments.withSystemTables, "System tables, too");
+  AddRecovery(tables);
+  AddPreview();
+  AddExport();
+  AddOthers();
+  AddHelpers();
 }
 
-void AddCheck(CLI::App& app, SArguments& arguments, SWords& words) {
-  CLI::App& command = *app.add_subcommand("check", kCheckHelp);
-  command.add_option("DATABASE", words.source, "The database")->required();
-  command.add_flag("--json", arguments.isJson, "Result for programs, as JSON with a schema version");
-  command.add_flag("-q,--quiet", arguments.isQuiet, "No progress on standard error");
-  command.callback([&arguments] { arguments.command = ECommand::Check; });
+std::vector<SCommandForm> CGrammar::Describe() const {
+  const auto describe = [](ECommand command, const CLI::App& app) {
+    SCommandForm form{&WordsOf(command), {}};
+    for (const CLI::Option* option : app.get_options()) {
+      SOptionForm& added = form.options.emplace_back();
+      added.isPositional = option->get_positional();
+      if (added.isPositional) added.names.push_back(option->get_name(true));
+      for (const std::string& name : option->get_snames()) added.names.push_back("-" + name);
+      for (const std::string& name : option->get_lnames()) added.names.push_back("--" + name);
+      if (option->get_expected_max() > 0) added.argument = option->get_type_name();
+      added.text = option->get_description();
+      added.isRequired = option->get_required();
+      added.isRepeated = option->get_expected_max() > 1;
+    }
+    return form;
+  };
+  std::vector<SCommandForm> forms{describe(ECommand::None, m_app)};
+  for (const auto& [command, app] : m_commands) forms.push_back(describe(command, *app));
+  return forms;
 }
 
-// Rules between options, as far as the words alone tell. Empty when all is well.
-std::string FindConflict(const SArguments& arguments) {
-  if (arguments.command != ECommand::Export) return {};
+std::string CGrammar::FindExportConflict() const {
+  const SArguments& arguments = m_arguments;
   if (arguments.table.empty() && arguments.folder.empty())
     return "export: name a TABLE for standard output, or a folder with --to";
   if (arguments.ole == EOleForm::Files && arguments.folder.empty()) return "export: --ole files needs --to";
@@ -173,14 +249,34 @@ std::string FindConflict(const SArguments& arguments) {
   return {};
 }
 
-void TakeWords(const SWords& words, SArguments& arguments) {
-  arguments.source = FromNativePath(words.source);
+std::string CGrammar::FindConflict() const {
+  const auto* const chosen = m_app.get_subcommands().front();
+  for (const CLI::Option* option : chosen->get_options())
+    if (option->count() > 0 && option->get_expected_max() > 0 && option->results().front().empty())
+      return option->get_name() + ": an empty name names nothing";
+  if (m_arguments.command == ECommand::Export) return FindExportConflict();
+  if (m_arguments.sources.size() > 1) return "repair: one SOURCE at a time";
+  if (m_arguments.command == ECommand::Repair && !m_arguments.output.empty() &&
+      !m_arguments.outputFolder.empty())
+    return "repair: -o names one new database, --to-dir a folder for several; give one of them";
+  return {};
+}
+
+void CGrammar::TakeWords() {
+  SArguments& arguments = m_arguments;
+  const SWords& words = m_words;
+  for (const std::string& source : words.sources) arguments.sources.push_back(FromNativePath(source));
+  if (words.sources.empty()) arguments.sources = {FromNativePath(words.source)};
+  arguments.source = arguments.sources.front();
   arguments.templatePath = FromNativePath(words.templatePath);
   arguments.workFolder = FromNativePath(words.workFolder);
   arguments.logFile = FromNativePath(words.logFile);
   arguments.output = FromNativePath(words.output);
+  arguments.outputFolder = FromNativePath(words.outputFolder);
   arguments.table = FromNativePath(words.table);
   arguments.folder = FromNativePath(words.folder);
+  if (words.color == "always") arguments.color = EColor::Always;
+  if (words.color == "never") arguments.color = EColor::Never;
   if (words.rules == "exact") arguments.rules = ERules::Exact;
   if (words.rules == "standard") arguments.rules = ERules::Standard;
   if (words.outputFormat == "jet3") arguments.outputFormat = EOutputFormat::Jet3;
@@ -192,18 +288,40 @@ void TakeWords(const SWords& words, SArguments& arguments) {
   if (words.ole == "files") arguments.ole = EOleForm::Files;
 }
 
-SParsedArguments Complain(std::string text) {
-  SParsedArguments parsed;
-  parsed.isEnd = true;
-  parsed.status = EExitStatus::WrongUsage;
-  parsed.text = std::move(text);
-  return parsed;
+std::string CGrammar::HelpHint() const {
+  const auto chosen = m_app.get_subcommands();
+  return " (see tolvane " + (chosen.empty() ? std::string() : chosen.front()->get_name() + " ") + "--help)";
 }
 
-// The command whose help fits to a complaint.
-std::string HelpHint(const CLI::App& app) {
-  const auto chosen = app.get_subcommands();
-  return " (see tolvane " + (chosen.empty() ? std::string() : chosen.front()->get_name() + " ") + "--help)";
+SParsedArguments CGrammar::ShowHelp(ECommand command) const {
+  const std::vector<SCommandForm> forms = Describe();
+  for (const SCommandForm& form : forms)
+    if (form.words->command == command) return End(DrawHelp(form, forms, HelpWidth()));
+  return Complain("there is no help");
+}
+
+SParsedArguments CGrammar::ShowTopic(const std::string& name, bool asManual) const {
+  const std::vector<SCommandForm> forms = Describe();
+  for (const SCommandForm& form : forms)
+    if (form.words->name == name)
+      return asManual ? End(DrawManualPage(form, forms)) : End(DrawHelp(form, forms, HelpWidth()));
+  return Complain("there is no command \"" + ToDisplay(FromNativePath(name)) + "\" (see tolvane --help)");
+}
+
+SParsedArguments CGrammar::Answer() const {
+  switch (m_arguments.command) {
+    case ECommand::Help:
+      return ShowTopic(m_words.topic, false);
+    case ECommand::Manual:
+      return ShowTopic(m_words.topic, true);
+    case ECommand::Completion:
+      return End(DrawCompletion(m_words.shell, Describe()));
+    default:
+      break;
+  }
+  SParsedArguments parsed;
+  parsed.arguments = m_arguments;
+  return parsed;
 }
 
 std::string DescribeMissingCommand(const std::vector<std::u16string>& words) {
@@ -212,81 +330,34 @@ std::string DescribeMissingCommand(const std::vector<std::u16string>& words) {
   return "name a command";
 }
 
-SParsedArguments Parse(CLI::App& app, const std::vector<std::u16string>& words, SArguments& arguments,
-                       const SWords& texts) {
+SParsedArguments CGrammar::Parse(const std::vector<std::u16string>& words) {
+  if (words.empty()) return Complain(ShowHelp(ECommand::None).text);
   std::vector<std::string> reversed;  // as the parser wants them
   for (auto word = words.rbegin(); word != words.rend(); ++word) reversed.push_back(ToNativePath(*word));
-  SParsedArguments parsed;
   try {
-    app.parse(std::move(reversed));
+    m_app.parse(std::move(reversed));
   } catch (const CLI::CallForVersion&) {
-    parsed.isEnd = true;
-    parsed.text = std::string("tolvane ") + kVersion + "\n";
-    return parsed;
+    return End(DescribeVersion());
   } catch (const CLI::Success&) {
-    parsed.isEnd = true;
-    parsed.text = app.help();
-    return parsed;
-  } catch (const CLI::RequiredError&) {
-    if (app.get_subcommands().empty()) return Complain(DescribeMissingCommand(words) + HelpHint(app));
-    return Complain("SOURCE is missing" + HelpHint(app));
+    const auto chosen = m_app.get_subcommands();
+    for (const auto& [command, app] : m_commands)
+      if (!chosen.empty() && app == chosen.front()) return ShowHelp(command);
+    return ShowHelp(ECommand::None);
+  } catch (const CLI::RequiredError& error) {
+    if (m_app.get_subcommands().empty()) return Complain(DescribeMissingCommand(words) + HelpHint());
+    return Complain(error.what() + HelpHint());
   } catch (const CLI::ParseError& error) {
-    return Complain(error.what() + HelpHint(app));
+    return Complain(error.what() + HelpHint());
   }
-  TakeWords(texts, arguments);
-  const std::string conflict = FindConflict(arguments);
-  if (!conflict.empty()) return Complain(conflict + HelpHint(app));
-  parsed.arguments = arguments;
-  return parsed;
+  TakeWords();
+  if (const std::string conflict = FindConflict(); !conflict.empty()) return Complain(conflict + HelpHint());
+  return Answer();
 }
 
 }  // namespace
 
-const char* NameOf(ECommand command) {
-  switch (command) {
-    case ECommand::Repair:
-      return "repair";
-    case ECommand::Tables:
-      return "tables";
-    case ECommand::Preview:
-      return "preview";
-    case ECommand::Export:
-      return "export";
-    case ECommand::Queries:
-      return "queries";
-    case ECommand::Inspect:
-      return "inspect";
-    case ECommand::Check:
-      return "check";
-    case ECommand::None:
-      break;
-  }
-  return "";
-}
-
 SParsedArguments ParseArguments(const std::vector<std::u16string>& words) {
-  SArguments arguments;
-  SWords texts;
-  CLI::App app(kExamples, "tolvane");
-  app.set_version_flag("--version", kVersion, "Version of this program");
-  app.set_help_flag("-h,--help", "This help; after a command, that command's help");
-  app.require_subcommand(1);
-  app.allow_windows_style_options(false);
-  AddRepair(app, arguments, texts);
-  AddTables(app, arguments, texts);
-  AddPreview(app, arguments, texts);
-  AddExport(app, arguments, texts);
-  AddQueries(app, arguments, texts);
-  AddInspect(app, arguments, texts);
-  AddCheck(app, arguments, texts);
-  if (words.empty()) {
-    SParsedArguments parsed;
-    parsed.isEnd = true;
-    parsed.status = EExitStatus::WrongUsage;
-    parsed.text = app.help();
-    return parsed;
-  }
-  return Parse(app, words, arguments, texts);
+  return CGrammar().Parse(words);
 }
 
 }  // namespace tolvane

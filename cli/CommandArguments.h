@@ -11,24 +11,41 @@
 
 namespace tolvane {
 
-enum class ECommand : uint8_t { None, Repair, Tables, Preview, Export, Queries, Inspect, Check };
+enum class ECommand : uint8_t {
+  None,
+  Repair,
+  Tables,
+  Preview,
+  Export,
+  Queries,
+  Inspect,
+  Check,
+  Help,
+  Manual,
+  Completion
+};
 enum class EEngineChoice : uint8_t { Embedded, Dao };
 enum class EExportFormat : uint8_t { Csv, JsonLines };
 enum class EOleForm : uint8_t { Hex, Base64, Files };
+enum class EColor : uint8_t { Auto, Always, Never };
 
 struct SArguments {
   ECommand command = ECommand::None;
-  std::u16string source;
-  std::u16string templatePath;  // empty: the source holds the definitions
-  std::u16string workFolder;    // empty: the program chooses
+  std::u16string source;                // the file to work on
+  std::vector<std::u16string> sources;  // all that were named, files and folders; repair alone takes several
+  std::u16string templatePath;          // empty: the source holds the definitions
+  std::u16string workFolder;            // empty: the program chooses
   std::u16string logFile;
   ERules rules = kDefaultRules;
   bool isJson = false;
   bool isQuiet = false;
   bool isVerbose = false;
+  EColor color = EColor::Auto;
   bool withSystemTables = false;
   // repair
-  std::u16string output;  // empty: beside the source
+  std::u16string output;        // empty: beside the source
+  std::u16string outputFolder;  // for outputs with the sources' own names; empty: none
+  uint32_t jobs = 1;            // files that are repaired at once
   EEngineChoice engine = EEngineChoice::Embedded;
   bool mayOverwrite = false;
   bool isDryRun = false;

@@ -29,6 +29,9 @@ SCommandEnd RunCommand(CSession& session) {
     case ECommand::Check:
       return RunCheck(session);
     case ECommand::None:
+    case ECommand::Help:
+    case ECommand::Manual:
+    case ECommand::Completion:
       break;
   }
   return EExitStatus::WrongUsage;

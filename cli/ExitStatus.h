@@ -1,6 +1,7 @@
 // How the program ends, as a number that a script can branch on.
 #pragma once
 
+#include <array>
 #include <string>
 
 namespace tolvane {
@@ -13,6 +14,22 @@ enum class EExitStatus : int {
   WrongUsage = 64,
   Stopped = 130,
 };
+
+struct SExitStatusWords {
+  EExitStatus status;
+  const char* name;  // in results for programs
+  const char* meaning;
+};
+
+inline constexpr std::array<SExitStatusWords, 6> kExitStatuses{{
+    {EExitStatus::Done, "done", "done, nothing lost"},
+    {EExitStatus::Failed, "failed", "failed, nothing written"},
+    {EExitStatus::Incomplete, "incomplete",
+     "done, but something was lost or is doubtful; the summary says what"},
+    {EExitStatus::Nothing, "nothing", "nothing could be recovered"},
+    {EExitStatus::WrongUsage, "usage", "wrong usage"},
+    {EExitStatus::Stopped, "stopped", "stopped by the user"},
+}};
 
 // Why a command ends early: one line for the user.
 struct SFailure {

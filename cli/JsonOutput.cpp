@@ -10,20 +10,8 @@ namespace tolvane {
 namespace {
 
 const char* NameOf(EExitStatus status) {
-  switch (status) {
-    case EExitStatus::Done:
-      return "done";
-    case EExitStatus::Failed:
-      return "failed";
-    case EExitStatus::Incomplete:
-      return "incomplete";
-    case EExitStatus::Nothing:
-      return "nothing";
-    case EExitStatus::WrongUsage:
-      return "usage";
-    case EExitStatus::Stopped:
-      return "stopped";
-  }
+  for (const SExitStatusWords& words : kExitStatuses)
+    if (words.status == status) return words.name;
   return "";
 }
 

@@ -188,7 +188,7 @@ class ProgramTest(unittest.TestCase):
         self.assertIn('none.mdb', report['error'])
 
     def test_help_and_version(self):
-        self.assertRegex(self.text(DONE, '--version'), r'^tolvane \d+\.\d+\.\d+\n$')
+        self.assertRegex(self.text(DONE, '--version'), r'^tolvane \d+\.\d+\.\d+\nBuild .*\nReads .*Jet 3.*\nWrites .*ACE')
         for words in ([], ['repair'], ['tables'], ['preview'], ['export'], ['inspect'], ['queries'], ['check']):
             done = self.check(DONE, *words, '--help')
             self.assertEqual(done.stderr, b'', words)

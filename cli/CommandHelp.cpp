@@ -1,0 +1,182 @@
+#include "cli/CommandHelp.h"
+
+#include <algorithm>
+#include <array>
+
+#include "cli/DisplayText.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::array<SCommandWords, 11> kCommands{{
+    {ECommand::None, "", "repairs damaged Microsoft Access databases (.mdb, .accdb)",
+     "The damaged file is only read. What can be recovered is written into a new database, or shown, or "
+     "exported.\n"
+     "Results go to standard output, progress and messages to standard error.",
+     "tolvane repair damaged.mdb                    writes Tolvane_damaged.mdb beside it\n"
+     "tolvane repair damaged.accdb -o new.accdb --template backup.accdb\n"
+     "tolvane repair *.mdb --to-dir repaired        many files, one line each\n"
+     "tolvane tables damaged.mdb                    what can be recovered\n"
+     "tolvane preview damaged.mdb Customers --rows 50\n"
+     "tolvane export damaged.mdb --to folder        every table as CSV\n"
+     "tolvane inspect damaged.mdb                   a map of the file's pages\n"
+     "tolvane queries damaged.mdb                   the saved queries as SQL\n"
+     "tolvane check repaired.mdb                    whether a database is consistent"},
+    {ECommand::Repair, "repair", "writes what can be recovered into a new database",
+     "An existing file is replaced only with --overwrite, and the damaged one never. The new database gets "
+     "its name when it is whole and on the disk.",
+     "tolvane repair damaged.mdb\n"
+     "tolvane repair damaged.mdb -o repaired.mdb --overwrite\n"
+     "tolvane repair damaged.mdb --template backup.mdb    definitions from a healthy copy\n"
+     "tolvane repair damaged.mdb --dry-run --json         what would be saved, for a program"},
+    {ECommand::Tables, "tables", "lists the tables that can be recovered, with their columns and indexes", "",
+     "tolvane tables damaged.mdb\n"
+     "tolvane tables damaged.mdb --all --json"},
+    {ECommand::Preview, "preview", "shows the first rows of a table", "",
+     "tolvane preview damaged.mdb Customers\n"
+     "tolvane preview damaged.mdb page:27 --rows 100      the table that is defined on page 27"},
+    {ECommand::Export, "export", "writes recovered rows as CSV (RFC 4180) or JSON lines, UTF-8",
+     "A field without a value is nothing in CSV and null in JSON lines; an empty text is \"\" in both.",
+     "tolvane export damaged.mdb Customers > customers.csv\n"
+     "tolvane export damaged.mdb --to folder              one file a table\n"
+     "tolvane export damaged.mdb --to folder --ole files  OLE objects as files of their own"},
+    {ECommand::Queries, "queries", "lists the saved queries that can be rebuilt: name, kind and SQL text", "",
+     "tolvane queries damaged.mdb\n"
+     "tolvane queries damaged.mdb --json"},
+    {ECommand::Inspect, "inspect",
+     "shows what each page of the file is, and which are damaged or belong to no table", "",
+     "tolvane inspect damaged.mdb\n"
+     "tolvane inspect damaged.mdb --json"},
+    {ECommand::Check, "check",
+     "proves that a database is consistent: pages, definitions, rows, indexes, catalogue",
+     "It repairs nothing.",
+     "tolvane check database.mdb\n"
+     "tolvane check repaired.accdb --json"},
+    {ECommand::Help, "help", "shows the help of a command", "", "tolvane help repair"},
+    {ECommand::Manual, "man", "writes the manual page of the program or of a command", "",
+     "tolvane man repair | man -l -"},
+    {ECommand::Completion, "completion", "writes the completions of a shell", "",
+     "tolvane completion bash > ~/.local/share/bash-completion/completions/tolvane"},
+}};
+
+constexpr size_t kTextColumn = 26;
+constexpr size_t kLeastText = 24;
+constexpr size_t kUsualWidth = 80;
+
+// Breaks a text at blanks; further lines begin with `indent` blanks.
+std::string Wrap(std::string_view text, size_t indent, size_t width) {
+  const size_t room = std::max(width, indent + kLeastText) - indent;
+  std::string wrapped;
+  while (text.size() > room) {
+    size_t end = text.rfind(' ', room);
+    if (end == std::string_view::npos || end == 0) end = std::min(text.find(' '), text.size());
+    (wrapped += text.substr(0, end)) += "\n" + std::string(indent, ' ');
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return wrapped += text;
+}
+
+// "  NAME            TEXT", the text in its column or below.
+std::string DrawEntry(const std::string& name, const std::string& text, size_t width) {
+  std::string entry = "  " + name;
+  if (entry.size() + 2 > kTextColumn)
+    entry += "\n" + std::string(kTextColumn, ' ');
+  else
+    entry.resize(kTextColumn, ' ');
+  return entry + Wrap(text, kTextColumn, width) + "\n";
+}
+
+std::string DrawNames(const SOptionForm& option) {
+  std::string name = option.names.front().starts_with("--") ? "    " : "";
+  for (size_t i = 0; i < option.names.size(); ++i) name += (i == 0 ? "" : ", ") + option.names[i];
+  if (option.isPositional) return option.names.front();
+  return option.argument.empty() ? name : name + " " + option.argument;
+}
+
+std::string DrawOptions(const SCommandForm& form, bool arePositional, size_t width) {
+  std::string text;
+  for (const SOptionForm& option : form.options)
+    if (option.isPositional == arePositional) text += DrawEntry(DrawNames(option), option.text, width);
+  return text;
+}
+
+std::string DrawLines(std::string_view lines, size_t indent) {
+  std::string text;
+  while (!lines.empty()) {
+    const size_t end = std::min(lines.find('\n'), lines.size());
+    ((text += std::string(indent, ' ')) += lines.substr(0, end)) += "\n";
+    lines.remove_prefix(std::min(end + 1, lines.size()));
+  }
+  return text;
+}
+
+std::string DrawDetails(std::string_view details, size_t width) {
+  std::string text;
+  while (!details.empty()) {
+    const size_t end = std::min(details.find('\n'), details.size());
+    text += Wrap(details.substr(0, end), 0, width) + "\n";
+    details.remove_prefix(std::min(end + 1, details.size()));
+  }
+  return text.empty() ? text : text + "\n";
+}
+
+}  // namespace
+
+std::span<const SCommandWords> ListCommandWords() {
+  return kCommands;
+}
+
+const SCommandWords& WordsOf(ECommand command) {
+  return *std::ranges::find(kCommands, command, &SCommandWords::command);
+}
+
+const char* NameOf(ECommand command) {
+  return WordsOf(command).name;
+}
+
+std::vector<std::string> ValuesOf(const SOptionForm& option) {
+  std::vector<std::string> values;
+  std::string_view rest = option.argument;
+  if (rest.find('|') == std::string_view::npos) return values;
+  for (;;) {
+    const size_t end = rest.find('|');
+    values.emplace_back(rest.substr(0, end));
+    if (end == std::string_view::npos) return values;
+    rest.remove_prefix(end + 1);
+  }
+}
+
+std::string UsageOf(const SCommandForm& form) {
+  if (form.words->command == ECommand::None) return "tolvane COMMAND [OPTIONS]";
+  std::string usage = std::string("tolvane ") + form.words->name;
+  for (const SOptionForm& option : form.options) {
+    if (!option.isPositional) continue;
+    const std::string name = option.names.front() + (option.isRepeated ? "..." : "");
+    usage += option.isRequired ? " " + name : " [" + name + "]";
+  }
+  return usage + " [OPTIONS]";
+}
+
+std::string DrawHelp(const SCommandForm& form, std::span<const SCommandForm> forms, size_t width) {
+  if (width == 0) width = kUsualWidth;
+  const SCommandWords& words = *form.words;
+  const std::string name = *words.name == '\0' ? "tolvane" : std::string("tolvane ") + words.name;
+  std::string text = Wrap(name + ": " + words.summary + ".", 2, width) + "\n\nExamples:\n" +
+                     DrawLines(words.examples, 2) + "\n" + DrawDetails(words.details, width) +
+                     "Usage: " + UsageOf(form) + "\n";
+  if (const std::string positional = DrawOptions(form, true, width); !positional.empty())
+    text += "\nArguments:\n" + positional;
+  text += "\nOptions:\n" + DrawOptions(form, false, width);
+  if (words.command != ECommand::None) return text;
+  text += "\nCommands:\n";
+  for (const SCommandForm& command : forms)
+    if (command.words->command != ECommand::None)
+      text += DrawEntry(command.words->name, command.words->summary, width);
+  text += "\nExit statuses:\n";
+  for (const SExitStatusWords& status : kExitStatuses)
+    text += DrawEntry(std::to_string(static_cast<int>(status.status)), status.meaning, width);
+  return text;
+}
+
+}  // namespace tolvane
