@@ -2,16 +2,13 @@
 #include <gtest/gtest.h>
 
 #include "app/Losses.h"
-#include "embedded/EmbeddedEngine.h"
-#include "engine/AccessRepair.h"
 #include "render/RecordText.h"
-#include "tests/engine/EngineTest.h"
-#include "writer/AccessSaveRepairedFile.h"
+#include "tests/cli/SaveTest.h"
 
 namespace tolvane {
 namespace {
 
-class CodePage : public CEngineTest {
+class CodePage : public CSaveTest {
  protected:
   // Table Люди with the column Имя and the value "Ольга 1", in Windows-1251. The header has lost its code
   // page.
@@ -29,26 +26,12 @@ class CodePage : public CEngineTest {
     return file.Build();
   }
 
-  static std::unique_ptr<CAccessData> Recover(const std::u16string& path) {
-    CAccessRepair repair{kStandardRules, ShownJob()};
-    repair.Repair(path, u"", path);
-    return repair.TakeData();
-  }
-
   // What a second recovery finds in the saved database: names of table and column, and the one value.
   std::vector<std::string> SaveAndReadBack(const CAccessData& data, bool isAccess2000) {
     const CTempFile output({});
     RemoveFile(output.GetPath());
-    const auto engine = MakeEmbeddedEngine();
-    CAccessSaveRepairedFile writer(*engine, ShownJob());
-    writer.SetData(&data);
-    writer.SetOutputPath(output.GetPath());
-    if (isAccess2000) writer.SetFormat(EOutputFormat::Jet4);
-    CSavingStatus::Instance().SetSaving(true);
-    EXPECT_TRUE(writer.Save());
-    CSavingStatus::Instance().SetSaving(false);
-    summary = writer.GetSummary();
-    const auto saved = Recover(output.GetPath());
+    summary = Save(data, output.GetPath(), isAccess2000 ? EOutputFormat::Jet4 : EOutputFormat::ByRules);
+    const auto saved = Recover(output.GetPath(), kStandardRules);
     EXPECT_EQ(saved->source.isJet3, !isAccess2000);
     const auto& tables = saved->GetTables();
     const auto table = std::find_if(tables.begin(), tables.end(),
@@ -66,7 +49,7 @@ class CodePage : public CEngineTest {
 TEST_F(CodePage, CyrillicTextIsReplacedAndCountedOrKeptInTheNewerFormat) {
   using Texts = std::vector<std::string>;
   const CTempFile source(MakeCyrillic());
-  const auto data = Recover(source.GetPath());
+  const auto data = Recover(source.GetPath(), kStandardRules);
   EXPECT_EQ(SaveAndReadBack(*data, false), (Texts{"Table", "\u6946\u6C65d", "????? 1"}));
   EXPECT_EQ(summary.charactersReplaced, 5u);
   EXPECT_TRUE(HasSaveLosses(summary));

@@ -3,12 +3,9 @@
 
 #include "checker/DatabaseCheck.h"
 #include "cli/TableExport.h"
-#include "embedded/EmbeddedEngine.h"
-#include "engine/AccessRepair.h"
 #include "render/ComplexValues.h"
-#include "tests/engine/EngineTest.h"
+#include "tests/cli/SaveTest.h"
 #include "tests/platform/ScratchFolder.h"
-#include "writer/AccessSaveRepairedFile.h"
 #include "writer/SideFileSource.h"
 
 namespace tolvane {
@@ -26,31 +23,45 @@ constexpr std::string_view kStoredFile =
     "\x72\x75\x14\x30\x14\xeb\x0d\xac\x76\x00\x03\x9e\x44\x34"sv;
 constexpr std::string_view kSentence = "the rain in Spain stays mainly in the plain, the rain in Spain.";
 
-class ComplexValues : public CEngineTest {
+struct SCell {
+  size_t field;
+  uint8_t type;
+  std::string bytes;
+};
+SCell Text(size_t field, std::u16string_view text) {
+  return {field, kTypeText, {reinterpret_cast<const char*>(text.data()), 2 * text.size()}};
+}
+SCell Key(size_t field, char number) {
+  return {field, kTypeLong, {number, 0, 0, 0}};
+}
+
+class ComplexValues : public CSaveTest {
  protected:
-  void Set(CDaoRecordset& records, size_t field, uint8_t type, std::string_view bytes) {
-    SValue value;
-    value.type = type;
-    value.isNull = false;
-    value.bytes = {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
-    EXPECT_TRUE(records.SetFieldValue(field, value).IsOk());
-  }
-  void Set(CDaoRecordset& records, size_t field, std::u16string_view text) {
-    Set(records, field, kTypeText, {reinterpret_cast<const char*>(text.data()), 2 * text.size()});
-  }
-  void Set(CDaoRecordset& records, size_t field, int32_t number) {
-    Set(records, field, kTypeLong, {reinterpret_cast<const char*>(&number), sizeof number});
+  // Records of the table or, where a field is named, values of that.
+  static void Add(CDaoDatabase& database, std::u16string_view field,
+                  const std::vector<std::vector<SCell>>& rows) {
+    std::unique_ptr<CDaoRecordset> records;
+    ExpectOk(field.empty() ? database.OpenRecordset(u"SELECT * FROM [People]", records)
+                           : database.OpenComplexRecordset(u"People", field, records));
+    for (const std::vector<SCell>& row : rows) {
+      ExpectOk(records->AddNew());
+      for (const SCell& cell : row) {
+        SValue value;
+        value.type = cell.type;
+        value.isNull = false;
+        value.bytes = {reinterpret_cast<const uint8_t*>(cell.bytes.data()), cell.bytes.size()};
+        ExpectOk(records->SetFieldValue(cell.field, value));
+      }
+      ExpectOk(records->Update());
+    }
   }
 
   // Two people; of Bob's tags one comes twice, and one belongs to nobody.
   void MakeSource(const std::u16string& path) {
-    const auto engine = MakeEmbeddedEngine();
     std::unique_ptr<CDaoDatabase> database;
     std::unique_ptr<CDaoTableDef> table;
-    std::unique_ptr<CDaoRecordset> records;
-    ASSERT_TRUE(
-        engine->CreateDatabase(path, u";LANGID=0x0409;CP=1252;COUNTRY=0", kDaoVersionAce, database).IsOk());
-    ASSERT_TRUE(database->CreateTableDef(u"People", 0, u"", u"", table).IsOk());
+    ExpectOk(m_engine->CreateDatabase(path, u";LANGID=0x0409;CP=1252;COUNTRY=0", kDaoVersionAce, database));
+    ExpectOk(database->CreateTableDef(u"People", 0, u"", u"", table));
     for (const auto& [name, type] : {std::pair{u"Name", kDaoText},
                                      {u"Past", kDaoVersions},
                                      {u"Files", kDaoAttachment},
@@ -61,61 +72,22 @@ class ComplexValues : public CEngineTest {
       field.type = type;
       field.lastNumber = 20;
       if (type == kDaoVersions) field.versionsOf = u"Story";
-      ASSERT_TRUE(table->CreateField(field).IsOk());
+      ExpectOk(table->CreateField(field));
     }
-    const CDaoResult appended = table->Append();
-    ASSERT_TRUE(appended.IsOk()) << ToUtf8(appended.text);
-    ASSERT_TRUE(database->OpenRecordset(u"SELECT * FROM [People]", records).IsOk());
-    for (const auto& [name, key] : {std::pair{u"Ann", 7}, {u"Bob", 9}}) {
-      ASSERT_TRUE(records->AddNew().IsOk());
-      Set(*records, 0, name);
-      for (const size_t field : {1u, 2u, 4u}) Set(*records, field, key);
-      ASSERT_TRUE(records->Update().IsOk());
-    }
-    records.reset();
-    ASSERT_TRUE(database->OpenComplexRecordset(u"People", u"Tags", records).IsOk());
-    for (const auto& [tag, key] : {std::pair{u"red", 9}, {u"blue, dark", 9}, {u"lost", 12}, {u"RED", 9}}) {
-      ASSERT_TRUE(records->AddNew().IsOk());
-      Set(*records, 0, tag);
-      Set(*records, 2, key);
-      ASSERT_TRUE(records->Update().IsOk());
-    }
-    records.reset();
-    ASSERT_TRUE(database->OpenComplexRecordset(u"People", u"Files", records).IsOk());
-    ASSERT_TRUE(records->AddNew().IsOk());
-    Set(*records, 0, kTypeOle, kStoredFile);
-    Set(*records, 2, u"a.txt");
-    Set(*records, 4, u"txt");
-    Set(*records, 7, 7);
-    ASSERT_TRUE(records->Update().IsOk());
-    records.reset();
-    ASSERT_TRUE(database->OpenComplexRecordset(u"People", u"Story", records).IsOk());
-    ASSERT_TRUE(records->AddNew().IsOk());
-    Set(*records, 0, u"once");
-    Set(*records, 1, kTypeDate, "\0\0\0\0\0\0\xE0\x40"sv);
-    Set(*records, 3, 9);
-    ASSERT_TRUE(records->Update().IsOk());
-    records.reset();
-    ASSERT_TRUE(database->Close().IsOk());
-  }
-
-  static std::unique_ptr<CAccessData> Recover(const std::u16string& path) {
-    CAccessRepair repair{kExactRules, ShownJob()};
-    repair.Repair(path, u"", path);
-    return repair.TakeData();
-  }
-
-  SSaveSummary Save(const CAccessData& data, const std::u16string& path,
-                    EOutputFormat format = EOutputFormat::ByRules) {
-    const auto engine = MakeEmbeddedEngine();
-    CAccessSaveRepairedFile writer(*engine, ShownJob());
-    writer.SetData(&data);
-    writer.SetOutputPath(path);
-    writer.SetFormat(format);
-    CSavingStatus::Instance().SetSaving(true);
-    EXPECT_TRUE(writer.Save()) << ToUtf8(writer.GetSummary().failure);
-    CSavingStatus::Instance().SetSaving(false);
-    return writer.GetSummary();
+    ExpectOk(table->Append());
+    Add(*database, u"",
+        {{Text(0, u"Ann"), Key(1, 7), Key(2, 7), Key(4, 7)},
+         {Text(0, u"Bob"), Key(1, 9), Key(2, 9), Key(4, 9)}});
+    Add(*database, u"Tags",
+        {{Text(0, u"red"), Key(2, 9)},
+         {Text(0, u"blue, dark"), Key(2, 9)},
+         {Text(0, u"lost"), Key(2, 12)},
+         {Text(0, u"RED"), Key(2, 9)}});
+    Add(*database, u"Files",
+        {{{0, kTypeOle, std::string(kStoredFile)}, Text(2, u"a.txt"), Text(4, u"txt"), Key(7, 7)}});
+    Add(*database, u"Story",
+        {{Text(0, u"once"), {1, kTypeDate, std::string("\0\0\0\0\0\0\xE0\x40", 8)}, Key(3, 9)}});
+    ExpectOk(database->Close());
   }
 
   static std::string BytesAt(const SObjectPlace& place) {
@@ -170,23 +142,21 @@ TEST_F(ComplexValues, AreDataOfTheirRecordsAgain) {
   const std::u16string source = m_scratch / u"source.accdb", first = m_scratch / u"first.accdb",
                        second = m_scratch / u"second.accdb";
   MakeSource(source);
-  const auto data = Recover(source);
+  const auto data = Recover(source, kExactRules);
   EXPECT_EQ(data->GetLedger().GetCount(EDamage::LooseValue), 2u);
   EXPECT_EQ(Save(*data, first).valuesSaved, 4u);
   EXPECT_TRUE(Findings(first).empty());
-  const auto repaired = Recover(first);
+  const auto repaired = Recover(first, kExactRules);
   EXPECT_EQ(List(*repaired), (Lines{"People_Tags has Value People_Tags Tags_Key", "People_Tags: lost 3 12",
                                     "People_Tags: RED 4 9", "People has Name Past Files Story Tags",
                                     "People: Ann 7 7 - 7", "People: Bob 9 9 - 9", "Past: once 1989-09-17 1 9",
                                     "Files: " + std::string(kStoredFile) + " - a.txt - txt - 1 7",
                                     "Tags: red 1 9", "Tags: blue, dark 2 9"}));
-  const auto& tables = repaired->GetTables();
-  const auto people =
-      std::find_if(tables.begin(), tables.end(), [](const auto& t) { return t->name == u"People"; });
+  const CAccessTable& people = *TableNamed(*repaired, u"People");
   const size_t tags = 4;
-  CComplexValues values(**people, tags,
-                        *FindFlatTable(tables, *(*people)->columns.GetAt(tags), repaired->source.pageSize),
-                        repaired->GetRules());
+  const auto flat =
+      FindFlatTable(repaired->GetTables(), *people.columns.GetAt(tags), repaired->source.pageSize);
+  CComplexValues values(people, tags, *flat, repaired->GetRules());
   std::u16string text;
   values.MakeText(9, text);
   EXPECT_EQ(text, u"red; blue, dark");
@@ -194,17 +164,18 @@ TEST_F(ComplexValues, AreDataOfTheirRecordsAgain) {
   const SSaveSummary again = Save(*repaired, second);
   EXPECT_TRUE(again.losses.empty());
   EXPECT_EQ(repaired->GetLedger().GetCount(EDamage::LooseValue), 0u);
-  EXPECT_EQ(List(*Recover(second)), List(*repaired)) << "a repair of a repaired file changes nothing";
+  EXPECT_EQ(List(*Recover(second, kExactRules)), List(*repaired))
+      << "a repair of a repaired file changes nothing";
 }
 
 TEST_F(ComplexValues, StandInTablesOfTheirOwnWhereTheFormatHasNone) {
   const std::u16string source = m_scratch / u"source.accdb", older = m_scratch / u"older.mdb";
   MakeSource(source);
-  Save(*Recover(source), older, EOutputFormat::Jet4);
+  Save(*Recover(source, kExactRules), older, EOutputFormat::Jet4);
   EXPECT_TRUE(Findings(older).empty());
   const std::string content = std::string(kSentence) + std::string(kSentence) + std::string(kSentence);
   EXPECT_EQ(
-      List(*Recover(older)),
+      List(*Recover(older, kExactRules)),
       (Lines{"People_Story has Story Modified People_Past Story_Key", "People_Story: once 1989-09-17 1 9",
              "People_Files has FileData FileFlags FileName FileTimeStamp FileType FileURL People_Files "
              "Files_Key",
@@ -218,13 +189,11 @@ TEST_F(ComplexValues, StandInTablesOfTheirOwnWhereTheFormatHasNone) {
 TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
   const std::u16string source = m_scratch / u"source.accdb";
   MakeSource(source);
-  const auto data = Recover(source);
-  const auto& tables = data->GetTables();
-  const auto people =
-      std::find_if(tables.begin(), tables.end(), [](const auto& t) { return t->name == u"People"; });
+  const auto data = Recover(source, kExactRules);
+  const CAccessTable& people = *TableNamed(*data, u"People");
   SArguments arguments;
   arguments.ole = EOleForm::Files;
-  CTableExport exported(*data, **people, arguments, ShownJob().preview);
+  CTableExport exported(*data, people, arguments, ShownJob().preview);
   exported.SetOleFolder(m_scratch / u"People_files", u"People_files");
   CExportSink sink;
   ASSERT_TRUE(sink.CreateNew(m_scratch / u"People.csv"));

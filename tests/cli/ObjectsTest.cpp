@@ -8,12 +8,9 @@
 #include <string>
 
 #include "app/Losses.h"
-#include "embedded/EmbeddedEngine.h"
-#include "engine/AccessRepair.h"
 #include "format/SystemObjects.h"
 #include "render/ObjectProperties.h"
-#include "tests/engine/EngineTest.h"
-#include "writer/AccessSaveRepairedFile.h"
+#include "tests/cli/SaveTest.h"
 
 namespace tolvane {
 namespace {
@@ -27,10 +24,6 @@ CDaoProperty Text(std::u16string_view name, std::u16string_view text, uint8_t ty
 }
 CDaoProperty Number(std::u16string_view name, uint8_t type, std::vector<uint8_t> value) {
   return {std::u16string(name), type, 0, std::move(value)};
-}
-
-void ExpectOk(const CDaoResult& result) {
-  EXPECT_TRUE(result.IsOk()) << ToUtf8(result.text);
 }
 
 CDaoFieldInfo Field(std::u16string_view name, int16_t type, std::vector<CDaoProperty> properties = {}) {
@@ -89,7 +82,7 @@ class CDescriber {
   }
 };
 
-class CObjectsTest : public CEngineTest, public testing::WithParamInterface<int32_t> {
+class CObjectsTest : public CSaveTest, public testing::WithParamInterface<int32_t> {
  protected:
   void SetUp() override {
     CEngineTest::SetUp();
@@ -154,32 +147,16 @@ class CObjectsTest : public CEngineTest, public testing::WithParamInterface<int3
     ExpectOk(rows->Close());
   }
 
-  static std::unique_ptr<CAccessData> Recover(const std::u16string& path,
-                                              const SRecoveryRules& rules = kExactRules) {
-    CAccessRepair repair{rules, ShownJob()};
-    repair.Repair(path, u"", path);
-    return repair.TakeData();
+  std::unique_ptr<CAccessData> Recovered(const SRecoveryRules& rules = kExactRules) const {
+    return Recover(m_source.GetPath(), rules);
   }
 
-  SSaveSummary Save(const CAccessData& data, const std::u16string& path,
-                    EOutputFormat format = EOutputFormat::ByRules) {
-    CAccessSaveRepairedFile writer(*m_engine, ShownJob());
-    writer.SetData(&data);
-    writer.SetOutputPath(path);
-    writer.SetFormat(format);
-    CSavingStatus::Instance().SetSaving(true);
-    EXPECT_TRUE(writer.Save()) << ToUtf8(writer.GetSummary().failure);
-    CSavingStatus::Instance().SetSaving(false);
-    return writer.GetSummary();
-  }
-
-  const std::unique_ptr<CDaoEngine> m_engine = MakeEmbeddedEngine();
   const CTempFile m_source{{}}, m_output{{}};
 };
 
 TEST_P(CObjectsTest, EverythingComesBackAndComesBackAgain) {
   MakeSource();
-  const auto data = Recover(m_source.GetPath());
+  const auto data = Recovered();
   Texts known = CDescriber(*data).lines;
   for (const char* line :
        {"MSysDb AppTitle/1 = Shop", "SummaryInfo Author/1 = A. Uthor", "T Description/1 = All of it",
@@ -200,7 +177,7 @@ TEST_P(CObjectsTest, EverythingComesBackAndComesBackAgain) {
   EXPECT_EQ(summary.linksSaved, 2u);
   EXPECT_EQ(summary.relationsSaved, 1u);
   EXPECT_EQ(known.erase("T NameMap/0 = 1.2.3."), 1u) << "made anew by the programs";
-  EXPECT_EQ(CDescriber(*Recover(m_output.GetPath())).lines, known);
+  EXPECT_EQ(CDescriber(*Recover(m_output.GetPath(), kExactRules)).lines, known);
 }
 
 // Each rule by itself, and the standard ones: links become tables or are named, and nothing else comes along.
@@ -208,23 +185,23 @@ TEST_P(CObjectsTest, OnlyWhatTheRulesKeepIsRead) {
   MakeSource();
   SRecoveryRules rules = kExactRules;
   rules.keepLinks = false;
-  const auto withoutLinks = Recover(m_source.GetPath(), rules);
+  const auto withoutLinks = Recovered(rules);
   EXPECT_EQ(withoutLinks->GetOtherObjects().size(), 2u);
   EXPECT_TRUE(withoutLinks->fileLinks.empty());
   rules = kExactRules;
   rules.keepDatabaseSettings = false;
-  const auto withoutSettings = Recover(m_source.GetPath(), rules);
+  const auto withoutSettings = Recovered(rules);
   EXPECT_TRUE(withoutSettings->documents.empty());
   withoutSettings->source.sortOrder = 0x0407;
   EXPECT_EQ(Save(*withoutSettings, m_output.GetPath()).settingsChanged, 0u);
-  const auto standard = Recover(m_source.GetPath(), kStandardRules);
+  const auto standard = Recovered(kStandardRules);
   for (const auto& table : standard->GetTables()) EXPECT_TRUE(table->properties.empty() && !table->link);
 }
 
 // What the new database cannot have is told, and costs the status.
 TEST_P(CObjectsTest, WhatCannotBeKeptIsCounted) {
   MakeSource();
-  const auto data = Recover(m_source.GetPath());
+  const auto data = Recovered();
   data->source.sortOrder = 0x0407;
   data->NoteOtherObject(EOtherObject::Form, u"Main");
   const SSaveSummary same = Save(*data, m_output.GetPath());
@@ -255,8 +232,7 @@ TEST_P(CObjectsTest, BrokenPropertiesAreDoubtful) {
   const auto found = std::search(bytes.begin(), bytes.end(), last.begin(), last.end());
   ASSERT_NE(found, bytes.end());
   *(found - 1) = 0xFF;  // the length of the name
-  const CTempFile damaged(bytes);
-  const auto data = Recover(damaged.GetPath());
+  const auto data = Recover(bytes, kExactRules);
   EXPECT_EQ(data->GetLedger().GetCount(EDamage::BrokenProperties), 1u);
   EXPECT_FALSE(IsRecoveryWhole(*data));
   EXPECT_EQ(CDescriber(*data).lines.count("T Description/1 = All of it"), 1u);

@@ -42,17 +42,8 @@ TEST_F(ComplexColumn, ItemsOfOneKeyAreJoined) {
   EXPECT_EQ(Build(attachments, u"9"), u"");
 }
 
-TEST_F(ComplexColumn, TheLayoutIsToldByTheColumnsMarks) {
-  CAccessTable compacted(kFlat, GetWorkFolder());
-  AddColumn(compacted, kTypeLong, u"_Colours").extendedFlags = kColumnFlatKey;
-  AddColumn(compacted, kTypeLong, u"Cars_Colours").extendedFlags = kColumnFlatRowId;
-  AddColumn(compacted, kTypeText, u"Value");
-  CComplexParser parser;
-  parser.SetLayout(MultiValueLayoutOf(compacted));
-  WriteRows(kFlat, {{u"2", u"1", u"red"}, {u"3", u"2", u"blue"}, {u"2", u"3", u"green"}});
-  EXPECT_EQ(Build(parser, u"2"), u"red, green");
-
-  // Without the marks: the key's name, and the row id numbers itself.
+TEST_F(ComplexColumn, WithoutMarksTheLayoutIsToldByNamesAndNumbers) {
+  // The key by its name; the row id numbers itself.
   CAccessTable unmarked(61 * 4096, GetWorkFolder());
   AddColumn(unmarked, kTypeLong, u"A_id").flags = kColumnAutoNumber;
   AddColumn(unmarked, kTypeText, u"Value");

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "engine/AccessRepair.h"
 #include "format/PropertyBlob.h"
 #include "tests/engine/EngineTest.h"
 
@@ -54,11 +53,8 @@ class MendedDefinition : public CAllFormats {
   }
 
   // What comes back of the table, in words.
-  std::string Describe(const SRecoveryRules& rules = kExactRules) {
-    const CTempFile source(made->Build());
-    CAccessRepair repair(rules, ShownJob());
-    repair.Repair(source.GetPath(), u"", source.GetPath());
-    data = repair.TakeData();
+  std::string Describe() {
+    data = Recover(made->Build(), kExactRules);
     const CAccessTable* const found = TableNamed(*data, u"T");
     if (found == nullptr) return "no table";
     std::string text = std::to_string(found->header.rowCount) + " rows";

@@ -135,13 +135,6 @@ TEST(Definition, Jet4NamesThatCannotBeReadAreGenerated) {
   EXPECT_EQ(Decode(definition, kLayoutJet4, end)->Names(), "RecoveredField####0 ");
 }
 
-TEST(Definition, Jet4ColumnNumbersKeepTheirLowByte) {
-  STableSpec table = SmallTable();
-  table.columns[1].number = 0x0105;
-  EXPECT_EQ(Decode(MakeDefinition(table, kLayoutJet4), kLayoutJet4)->table.columns.GetAt(1)->number, 5);
-  EXPECT_EQ(Decode(MakeDefinition(table, kLayoutJet3), kLayoutJet3)->table.columns.GetAt(1)->number, 0x0105);
-}
-
 class DefinitionOfBoth : public CAllFormats {};
 INSTANTIATE_TEST_SUITE_P(Formats, DefinitionOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 
@@ -261,13 +254,6 @@ TEST_P(DefinitionChain, LongDefinitionsAreReadUntilALinkLies) {
     EXPECT_EQ(Columns().GetAt(Columns().GetCount() - 1)->type, kTypeNone);
     EXPECT_EQ(Columns().GetAt(Columns().GetCount() - 2)->type, kTypeLong);
   }
-}
-
-TEST_P(DefinitionChain, CatalogueIsNeverReadFromTheFile) {
-  file.Page(kObjectsPage).Fill(0);
-  rules = kStandardRules;
-  EXPECT_EQ(Parse({kObjectsPage}), 0u);
-  EXPECT_EQ(Columns().GetCount(), 17u);
 }
 
 // Each of many tables leads into one long chain: reading it again and again would cost the square of the

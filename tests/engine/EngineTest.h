@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "engine/AccessRepair.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
 #include "platform/Files.h"
@@ -79,6 +81,17 @@ inline STableSpec SmallTable() {
 
 inline Bytes SmallRow(const SLayout& layout, uint32_t id, std::u16string_view name) {
   return MakeRow(SmallTable(), layout, {Little(id, 4), StoredText(name, layout)});
+}
+
+// What a repair makes of a file, by its own definitions or by those of a template.
+inline std::unique_ptr<CAccessData> Recover(const std::u16string& path, const SRecoveryRules& rules,
+                                            const std::u16string& definitions = {}) {
+  CAccessRepair repair(rules, ShownJob());
+  repair.Repair(path, u"", definitions.empty() ? path : definitions);
+  return repair.TakeData();
+}
+inline std::unique_ptr<CAccessData> Recover(const Bytes& bytes, const SRecoveryRules& rules) {
+  return Recover(CTempFile(bytes).GetPath(), rules);
 }
 
 inline const CAccessTable* TableNamed(const CAccessData& data, std::u16string_view name) {

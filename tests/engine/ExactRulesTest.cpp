@@ -4,7 +4,6 @@
 #include <span>
 #include <vector>
 
-#include "engine/AccessRepair.h"
 #include "store/FileNameManager.h"
 #include "tests/engine/EngineTest.h"
 
@@ -37,11 +36,8 @@ class ExactRules : public CAllFormats {
   }
 
   // Rows of "People"; nothing when there is no such table.
-  std::optional<uint32_t> Repair(std::span<const uint8_t> bytes, const SRecoveryRules& rules = kExactRules) {
-    const CTempFile source(bytes);
-    CAccessRepair repair(rules, ShownJob());
-    repair.Repair(source.GetPath(), u"", source.GetPath());
-    data = repair.TakeData();
+  std::optional<uint32_t> Repair(const Bytes& bytes) {
+    data = Recover(bytes, kExactRules);
     const CAccessTable* const people = TableNamed(*data, u"People");
     if (people == nullptr) return std::nullopt;
     return people->header.rowCount;
@@ -170,17 +166,6 @@ TEST_P(ExactRules, OwnersTellHowManyPagesAreMissingInFront) {
   EXPECT_EQ(Repair(bytes), kRows);
 }
 
-TEST_P(ExactRules, TablesOfAccessAreKnownByTheirColumns) {
-  STableSpec rights;
-  for (const auto* const name : {u"ObjectId", u"SID", u"FInheritable", u"ACM"})
-    rights.AddFixed(name, kTypeLong, 4);
-  file.AddTable(rights);
-  Repair(file.Build());
-  EXPECT_NE(TableNamed(*data, u"MSysACEs"), nullptr);
-  Repair(file.Build(), kStandardRules);
-  EXPECT_EQ(TableNamed(*data, u"MSysACEs"), nullptr);
-}
-
 TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
   for (uint32_t slot = 0; slot < kRows / 2; slot++)
     file.Page(rows[0]).Put16(layout.data.slots + 2 * slot, 0x1234 + slot * 977);
@@ -214,9 +199,7 @@ TEST_P(ExactRules, ATemplateNeedsNothingOfTheDamagedDefinitions) {
   const CTempFile healthy(file.Build());
   const auto withTemplate = [&](const Bytes& bytes) {
     const CTempFile damaged(bytes);
-    CAccessRepair repair(kExactRules, ShownJob());
-    repair.Repair(damaged.GetPath(), u"", healthy.GetPath());
-    data = repair.TakeData();
+    data = Recover(damaged.GetPath(), kExactRules, healthy.GetPath());
     const CAccessTable* const people = TableNamed(*data, u"People");
     return people != nullptr ? people->header.rowCount : 0;
   };

@@ -72,15 +72,6 @@ TEST_F(PageReader, PagesOutsideTheFile) {
   EXPECT_EQ(reader.ReadPartialPage(~uint64_t{0} - 100, page), 0u);
 }
 
-TEST_F(PageReader, FileThatShrinksLosesOnlyThePagesThatAreGone) {
-  const CTempFile source(NumberedPages(400));
-  ASSERT_TRUE(reader.Open(source.GetPath()));
-  ASSERT_EQ(Read(0), 0);
-  if (!source.Truncate(301 * kSize + 5)) GTEST_SKIP() << "an open file cannot be cut here";
-  for (uint32_t page = 1; page < 400; page++) ASSERT_EQ(Read(page), page < 301 ? int64_t{page} : -1);
-  EXPECT_EQ(reader.GetLength(), 400 * kSize) << "the length is that of the opened file";
-}
-
 // Failing disks take seconds to say so: what failed once is lost for the run, also when it comes back.
 TEST_F(PageReader, APageThatFailedOnceIsNotTriedAgain) {
   const CTempFile source(NumberedPages(40));
@@ -90,21 +81,6 @@ TEST_F(PageReader, APageThatFailedOnceIsNotTriedAgain) {
   ASSERT_TRUE(source.Truncate(40 * kSize));
   EXPECT_EQ(Read(25), -1);
   EXPECT_EQ(Read(35), 0) << "a page that was never tried";
-}
-
-TEST_F(PageReader, TheEndOfTheFileIsNoErrorAndAnErrorStays) {
-  const CTempFile source(Bytes{1, 2, 3});
-  CDBFileReader file;
-  CErrorHandler handler;
-  file.SetPath(source.GetPath());
-  ASSERT_TRUE(file.Open(handler));
-  Bytes bytes(4, 9);
-  EXPECT_TRUE(file.SeekRead(bytes, 1, handler));
-  EXPECT_EQ(bytes, (Bytes{2, 3, 9, 9}));
-  file.SetPath(u"/no/such/file");
-  EXPECT_FALSE(file.Open(handler));
-  EXPECT_NE(handler.GetMessageText(), u"Operation completed successfully.");
-  EXPECT_FALSE(file.Seek(0, handler)) << "the handler remembers";
 }
 
 class SourceOfBytes : public CEngineTest {

@@ -66,43 +66,29 @@ TEST_F(LongValue, InlineValuesKeepWhatIsThere) {
 
 // The fields that lead to the rows say how long they are.
 TEST_F(LongValue, RowsAreFoundWithoutTheirSlots) {
-  for (const SLayout* format : {&kLayoutJet3, &kLayoutJet4}) {
+  const Texts texts{"first", "the second", "3rd", "of two links"};
+  for (const auto& [format, hasDeleted] :
+       {std::pair{&kLayoutJet3, false}, {&kLayoutJet3, true}, {&kLayoutJet4, false}, {&kLayoutJet4, true}}) {
     StartMemo(*format);
-    const Texts texts{"first", "the second", "3rd", "of two links"};
-    std::vector<Bytes> values;
-    for (const std::string& text : texts) values.push_back(StoredText(FromAscii(text), *format));
-    const Bytes deleted(40, 0xDD), last(values[3].begin() + 4, values[3].end());
-    const auto put = [&](bool hasDeleted) {
-      CTestPage page = NewPage(kOwnerLongValues);
-      for (size_t i = 0; i < 3; i++) page.Row(values[i]);
-      if (hasDeleted) page.Row(deleted);
-      page.Row(Link(0, 0, last));
-      const uint32_t slots = hasDeleted ? 5 : 4;
-      size_t used =
-          format->data.slots + size_t{2} * slots + (hasDeleted ? deleted.size() : 0) + 4 + last.size();
-      for (size_t i = 0; i < 3; i++) used += values[i].size();
-      page.Put16(kFreeBytesOffset, static_cast<uint32_t>(format->pageSize - used));
-      for (uint32_t i = 0; i < slots; i++) page.Put16(format->data.slots + 2 * i, 0x1357 * (i + 3));
-      Put(6, page, false);
-      CTestPage full = NewPage(kOwnerLongValues);
-      full.Row(Link(6, static_cast<uint8_t>(slots - 1), Bytes(values[3].begin(), values[3].begin() + 4)));
-      Put(7, full, false);
-      CTestPage rows = NewPage();
-      for (uint8_t i = 0; i < 3; i++) rows.Row(OneColumnRow(Field(kSingle, values[i].size(), 6, i)));
-      rows.Row(OneColumnRow(Field(kChain, values[3].size(), 7, 0)));
-      const size_t rowBytes = 4 * OneColumnRow(Field(kSingle, 1)).size();
-      rows.Put16(kFreeBytesOffset,
-                 static_cast<uint32_t>(format->pageSize - format->data.slots - 8 - rowBytes));
-      Put(4, rows);
-    };
-    for (const bool hasDeleted : {false, true}) {
-      homeless = {{6, SHomelessPage::EReason::LongValues}};
-      table->dataPages = {};
-      put(hasDeleted);
-      Parse();
-      EXPECT_EQ(Values(), texts) << hasDeleted;
-      EXPECT_EQ(Lost(EDamage::BrokenLongValue), 0u) << hasDeleted;
+    homeless = {{6, SHomelessPage::EReason::LongValues}};
+    CTestPage values = NewPage(kOwnerLongValues), rows = NewPage();
+    for (uint8_t i = 0; i < 3; i++) {
+      const Bytes value = StoredText(FromAscii(texts[i]), *format);
+      values.Row(value);
+      rows.Row(OneColumnRow(Field(kSingle, value.size(), 6, i)));
     }
+    const Bytes linked = StoredText(FromAscii(texts[3]), *format);
+    const auto middle = linked.begin() + 4;
+    const uint8_t last = hasDeleted ? 4 : 3;
+    if (hasDeleted) values.Row(Bytes(40, 0xDD));
+    values.Row(Link(0, 0, Bytes(middle, linked.end())));
+    for (uint32_t i = 0; i <= last; i++) values.Put16(format->data.slots + 2 * i, 0x1357 * (i + 3));
+    Put(6, values, false);
+    PutLinks(7, {Link(6, last, Bytes(linked.begin(), middle))});
+    Put(4, rows.Row(OneColumnRow(Field(kChain, linked.size(), 7, 0))));
+    Parse();
+    EXPECT_EQ(Values(), texts) << hasDeleted;
+    EXPECT_EQ(Lost(EDamage::BrokenLongValue), 0u) << hasDeleted;
   }
 }
 

@@ -15,14 +15,6 @@ class Progress : public CRowTest {
   static CProgressStatus& Bar() { return CProgressStatus::Instance(); }
 };
 
-TEST_F(Progress, AStepBeginsAtZero) {
-  table->header.rowCount = 5;
-  Bar().SetPos(7);
-  CRepairingFileStatus::Instance().SetRunning(false);
-  Parse();
-  EXPECT_EQ(Bar().GetPos(), 0);
-}
-
 // A watcher may miss a short run, but not many.
 TEST_F(Progress, TheBarMovesWhileRowsAreRead) {
   AddVariable(kTypeText, 0, 0);

@@ -42,16 +42,6 @@ TEST_P(RecordParserOfBoth, LiveRowsOfAllPagesInTheirOrder) {
   EXPECT_TRUE(data->GetLedger().IsClean());
 }
 
-TEST_P(RecordParserOfBoth, ProgressNamesTheTableAndEndsFull) {
-  table->header.rowCount = 5;
-  data->GetTables().AddTable(uint64_t{9} * layout->pageSize).header.rowCount = 6;
-  Put(4, NewPage().Row(Row(u"one")));
-  Parse();
-  EXPECT_EQ(StatusText(), "(Step 3/4) Parsing table records from raw table data: table - 2 / 2");
-  EXPECT_EQ(CProgressStatus::Instance().GetMax(), 11);
-  EXPECT_EQ(CProgressStatus::Instance().GetPos(), 11);
-}
-
 TEST_P(RecordParserOfBoth, MovedRowsAreFollowedForOneHop) {
   Put(4, NewPage()
              .Row(MakePointerRow(5, 1), kSlotPointer)
@@ -143,21 +133,11 @@ TEST_F(RecordParser, APageBehindTheFileEndsTheTableOnly) {
   EXPECT_EQ(first.header.rowCount, 0u);
 }
 
-TEST_F(RecordParser, HiddenRowsWithoutAPointerAreRowsWhereTheRulesSaySo) {
-  rules.skipHiddenRows = false;
-  rules.trustOverflowTarget = false;
-  Put(4, NewPage().Row(MakePointerRow(5, 0), kSlotPointer).Row(MakePointerRow(6, 0), kSlotPointer));
-  Put(5, NewPage().Row(Row(u"moved"), kMoved).Row(Row(u"orphan"), kMoved).Row(Row(u"gone"), kDeleted));
-  Put(6, NewPage(77).Row(Row(u"another table's"), kMoved), false);
-  Parse();
-  EXPECT_EQ(Values(), (Texts{"moved", "orphan"}));
-  EXPECT_EQ(Lost(EDamage::BrokenOverflow), 1u);
-}
-
 TEST_F(RecordParser, ReportsEachTableAndEachRowUntilTheRunIsStopped) {
   table->header.rowCount = 3'000'000'000u;
   data->GetTables().AddTable(uint64_t{9} * 4096).header.rowCount = 5;
   Put(4, NewPage().Row(Row(u"one")).Row(Row(u"two")));
+  CProgressStatus::Instance().SetPos(7);
   CRepairingFileStatus::Instance().SetRunning(false);
   Parse();
   EXPECT_EQ(table->header.rowCount, 3'000'000'000u);

@@ -89,19 +89,6 @@ TEST_P(Repair, WhatIsLostIsCounted) {
   EXPECT_NE(TableNamed(*data, u"People"), nullptr);
 }
 
-// A table of the user's on a system table's usual page is left out of a save, so it is told.
-TEST_P(Repair, TableThatLooksLikeASystemTableIsCounted) {
-  const uint32_t modules = layout.isJet3 ? 0xB000 / layout.pageSize : 0x10000 / layout.pageSize;
-  while (file.GetPageCount() < modules) file.AddPage();
-  ASSERT_EQ(file.AddTable(SmallTable()), modules);
-  const auto count = [this] { return Run()->GetLedger().GetCount(EDamage::MistakableTable); };
-  EXPECT_EQ(count(), 0u) << "a table without rows";
-  file.AddDataPage(modules, {{SmallRow(layout, 1, u"Ann")}});
-  EXPECT_EQ(count(), 1u);
-  file.AddCatalogueRow(modules, u"Orders", 1);
-  EXPECT_EQ(count(), 0u) << "a table that the catalogue names";
-}
-
 TEST_P(Repair, BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure) {
   const auto isFound = [this](Bytes bytes, size_t inFront) {
     bytes.insert(bytes.begin(), inFront, 0xAB);
@@ -124,22 +111,6 @@ TEST_P(Repair, BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure) {
   Bytes mixed = file.Build();
   mixed.insert(mixed.end(), sound.begin(), sound.begin() + 3 * layout.pageSize);
   EXPECT_TRUE(isFound(mixed, 0));
-}
-
-// The template gives the columns, the damaged file the rows; its row counts promise nothing.
-TEST_P(Repair, TemplateGivesTheDefinitions) {
-  Bytes whole = file.Build();
-  const CTempFile healthy(whole);
-  file.Page(table).Fill(0).PutBytes(0, Bytes{kPageDefinition, kPageFormatted});
-  file.Page(rows).Put16(layout.data.slotCount, 1);
-  const CTempFile damaged(file.Build());
-  repair.Repair(damaged.GetPath(), u"", healthy.GetPath());
-  ASSERT_NE(repair.GetData(), nullptr);
-  const CAccessTable* const people = TableNamed(*repair.GetData(), u"People");
-  ASSERT_NE(people, nullptr);
-  EXPECT_EQ(people->columns.GetCount(), 2u);
-  EXPECT_EQ(people->header.rowCount, 1u);
-  EXPECT_EQ(repair.GetData()->GetLedger().GetCount(EDamage::MissingRows), 0u);
 }
 
 // Whatever bytes a file holds, a run over it ends and leaves the file alone.

@@ -38,6 +38,7 @@ class CTestPage : public CPageBytes {
   CTestPage& Slot(uint32_t word) {
     Put16(m_layout.data.slots + 2 * m_slots++, word);
     Put16(m_layout.data.slotCount, m_slots);
+    Put16(kFreeBytesOffset, m_lowest - m_layout.data.slots - 2 * m_slots);
     return *this;
   }
 

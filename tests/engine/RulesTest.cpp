@@ -4,7 +4,6 @@
 #include <optional>
 #include <vector>
 
-#include "engine/AccessRepair.h"
 #include "engine/TableScanner.h"
 #include "store/FileNameManager.h"
 #include "store/ValueStream.h"
@@ -52,10 +51,8 @@ using Describe = std::function<std::string(const CAccessTable&)>;
 std::string ReadTable(const SRecoveryRules& rules, const Bytes& bytes, const Describe& describe,
                       const std::optional<Bytes>& healthy = {}) {
   const CTempFile source(bytes), definitions(healthy.value_or(bytes));
-  CAccessRepair repair(rules, ShownJob());
-  repair.Repair(source.GetPath(), u"", healthy ? definitions.GetPath() : source.GetPath());
-  if (repair.GetData() == nullptr) return "no result";
-  const CAccessTable* const table = TableNamed(*repair.GetData(), u"T");
+  const auto data = Recover(source.GetPath(), rules, (healthy ? definitions : source).GetPath());
+  const CAccessTable* const table = TableNamed(*data, u"T");
   return table != nullptr ? describe(*table) : "no table";
 }
 
@@ -125,10 +122,7 @@ std::string NamelessTableOfAccess(const SRecoveryRules& rules) {
   CRuleFile file(kLayoutJet4);
   STableSpec modules;
   file.AddTable(modules.AddVariable(u"__A__", kTypeText, 255));
-  const CTempFile source(file.Build());
-  CAccessRepair repair(rules, ShownJob());
-  repair.Repair(source.GetPath(), u"", source.GetPath());
-  return TableNamed(*repair.GetData(), u"MSysModules") != nullptr ? "known" : "unknown";
+  return TableNamed(*Recover(file.Build(), rules), u"MSysModules") != nullptr ? "known" : "unknown";
 }
 
 std::string TemplateOfOtherPages(const SRecoveryRules& rules) {
@@ -144,19 +138,15 @@ std::string MoreRowsThanPromised(const SRecoveryRules& rules) {
   spec.rowCount = 1;
   CRuleFile file(kLayoutJet4);
   file.AddSmallRows(file.AddNamedTable(spec));
-  const CTempFile source(file.Build());
-  CAccessRepair repair(rules, ShownJob());
-  repair.Repair(source.GetPath(), u"", source.GetPath());
-  return std::to_string(repair.GetData()->GetLedger().GetCount(EDamage::SurplusRows)) + " doubtful";
+  const uint64_t surplus = Recover(file.Build(), rules)->GetLedger().GetCount(EDamage::SurplusRows);
+  return std::to_string(surplus) + " doubtful";
 }
 
 std::string UsersTableNamedLikeAccesss(const SRecoveryRules& rules) {
   CRuleFile file(kLayoutJet4);
   file.AddCatalogueRow(file.AddTable(SmallTable()), u"MSysMine", 1);
-  const CTempFile source(file.Build());
-  CAccessRepair repair(rules, ShownJob());
-  repair.Repair(source.GetPath(), u"", source.GetPath());
-  const CAccessTable* const table = TableNamed(*repair.GetData(), u"MSysMine");
+  const auto data = Recover(file.Build(), rules);
+  const CAccessTable* const table = TableNamed(*data, u"MSysMine");
   if (table == nullptr) return "no table";
   return IsSystemTable(*table) ? "Access' own" : "the user's";
 }
@@ -280,10 +270,8 @@ std::string ReasonOfARejectedRow(const SRecoveryRules& rules) {
   CRuleFile file(kLayoutJet4);
   const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
   file.Page(page).Put16(kLayoutJet4.data.slots, 5);
-  const CTempFile source(file.Build());
-  CAccessRepair repair(rules, ShownJob());
-  repair.Repair(source.GetPath(), u"", source.GetPath());
-  const auto& places = repair.GetData()->GetLedger().GetPlaces(EDamage::RejectedRow);
+  const auto data = Recover(file.Build(), rules);
+  const auto& places = data->GetLedger().GetPlaces(EDamage::RejectedRow);
   if (places.empty()) return "no such row";
   return places[0].reason != nullptr ? places[0].reason : "no reason";
 }

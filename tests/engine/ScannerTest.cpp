@@ -144,17 +144,6 @@ TEST_P(ScannerOfBoth, OwnerZero) {
   EXPECT_EQ(PagesOf(0), layout.isJet3 ? Pages{} : Pages{page});
 }
 
-// In template mode a table may be known whose page in the damaged file is gone.
-TEST_P(ScannerOfBoth, DataPagesOfALostDefinitionAreOrphansInTemplateMode) {
-  const uint32_t table = file.AddTable(SmallTable());
-  file.AddDataPage(table, {});
-  FindTables();
-  file.Page(table).Fill(0);
-  FindPages();
-  EXPECT_TRUE(PagesOf(table).empty());
-  EXPECT_EQ(Lost(EDamage::OrphanDataPage), 1u);
-}
-
 TEST_P(ScannerOfBoth, FreePagesAreNoLoss) {
   // Slot 0 of page 1 is the inline map; its bits stand behind five bytes, and it ends with the page.
   const size_t map = layout.pageSize - (layout.isJet3 ? 133 : 69);

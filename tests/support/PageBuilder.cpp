@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "format/HeaderPage.h"
+#include "format/RowEncoder.h"
 #include "model/AccessColumn.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
@@ -33,6 +34,17 @@ SColumnDefinition ToColumn(const SColumnSpec& from) {
   column.order = {.language = 0, .version = 0};
   column.codePage = from.type == kTypeText ? from.codePage : uint16_t{0};
   return column;
+}
+
+// Without its indexes.
+STableDefinition DefinitionOf(const STableSpec& table) {
+  STableDefinition definition;
+  definition.tableType = table.type;
+  definition.rowCount = table.rowCount;
+  definition.columnsEver = table.CountEver();
+  definition.variableEver = table.CountVariableEver();
+  for (const SColumnSpec& column : table.columns) definition.columns.push_back(ToColumn(column));
+  return definition;
 }
 
 }  // namespace
@@ -111,41 +123,15 @@ Bytes StoredText(std::u16string_view text, const SLayout& layout) {
   return bytes;
 }
 
-// Number of columns, fixed area, variable values, offsets (last first), number of variable columns, null
-// mask.
 Bytes MakeRow(const STableSpec& table, const SLayout& layout,
               const std::vector<std::optional<Bytes>>& values) {
-  if (values.size() != table.columns.size()) throw std::invalid_argument("one value a column");
-  const size_t width = layout.isJet3 ? 1 : 2;
-  CPageBytes fixed(layout.pageSize);
-  size_t fixedEnd = 0;
-  std::vector<Bytes> variable(table.CountVariableEver());
-  Bytes mask((table.CountEver() + 7u) / 8);
-  for (size_t i = 0; i < values.size(); i++) {
-    const SColumnSpec& column = table.columns[i];
-    const bool isFixed = (column.flags & kColumnFixed) != 0;
-    const bool isInFixedArea = isFixed && column.type != kTypeBoolean;
-    if (isInFixedArea) fixedEnd = std::max<size_t>(fixedEnd, column.fixedOffset + column.length);
-    if (!values[i]) continue;
-    if (isInFixedArea) fixed.PutBytes(column.fixedOffset, *values[i]);
-    if (!isFixed) variable[column.variableIndex] = *values[i];
-    mask[column.number / 8] = static_cast<uint8_t>(mask[column.number / 8] | 1u << column.number % 8);
-  }
-
-  Bytes row = Little(table.CountEver(), width);
-  Append(row, std::span(fixed.GetBytes()).first(fixedEnd));
-  if (!variable.empty()) {
-    Bytes offsets = Little(variable.size(), width);
-    for (const Bytes& value : variable) {
-      const Bytes offset = Little(row.size(), width);
-      offsets.insert(offsets.begin(), offset.begin(), offset.end());
-      Append(row, value);
-    }
-    Append(row, Little(row.size(), width));
-    Append(row, offsets);
-  }
-  Append(row, mask);
-  if (layout.isJet3 && row.size() > 256) throw std::invalid_argument("a row with jump bytes");
+  const STableDefinition definition = DefinitionOf(table);
+  CRowEncoder encoder(layout, definition);
+  encoder.Begin();
+  for (size_t i = 0; i < definition.columns.size(); i++)
+    if (values.at(i)) encoder.Set(definition.columns[i], *values[i]);
+  Bytes row(encoder.GetRowSize());
+  encoder.Write(row);
   return row;
 }
 
@@ -154,12 +140,7 @@ Bytes MakePointerRow(uint32_t page, uint8_t slot) {
 }
 
 Bytes MakeDefinition(const STableSpec& table, const SLayout& layout) {
-  STableDefinition definition;
-  definition.tableType = table.type;
-  definition.rowCount = table.rowCount;
-  definition.columnsEver = table.CountEver();
-  definition.variableEver = table.CountVariableEver();
-  for (const SColumnSpec& column : table.columns) definition.columns.push_back(ToColumn(column));
+  STableDefinition definition = DefinitionOf(table);
   for (const SIndexSpec& from : table.indexes) {
     SLogicalIndex& logical = definition.logicalIndexes.emplace_back();
     logical.name = from.name;

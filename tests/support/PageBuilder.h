@@ -80,7 +80,7 @@ struct SRowSpec {
 };
 
 // Values of the columns in the order of `table.columns`; none is null. A yes/no column is true when it has
-// any value, even an empty one. A Jet 3 row has at most 256 bytes.
+// any value, even an empty one.
 Bytes MakeRow(const STableSpec& table, const SLayout& layout,
               const std::vector<std::optional<Bytes>>& values);
 Bytes MakePointerRow(uint32_t page, uint8_t slot);
