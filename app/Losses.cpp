@@ -56,13 +56,6 @@ bool HasContent(const CAccessTable& table) {
   return !table.name.empty() && table.columns.GetCount() > 0;
 }
 
-std::u16string SpelledName(const CAccessColumn& column, const SSourceFacts& source) {
-  if (column.storedNameBytes != 0)
-    if (auto name = UnfoldName(column.GetName(), column.storedNameBytes, source.codePage); !name.empty())
-      return name;
-  return std::u16string(column.GetName());
-}
-
 std::string FormatName(const SSourceFacts& facts) {
   if (facts.isJet3) return "Access 97 (Jet 3)";
   switch (facts.versionByte) {

@@ -11,15 +11,13 @@
 
 #include "model/AccessData.h"
 #include "platform/Text.h"
+#include "writer/SafeName.h"
 #include "writer/SavedTable.h"
 
 namespace tolvane {
 
 // A table that can be saved and shown.
 bool HasContent(const CAccessTable& table);
-// The column's name for people. Access 97 names are recovered as bytes, two to a unit; here they are spelt in
-// the source's code page, as saving spells them.
-std::u16string SpelledName(const CAccessColumn& column, const SSourceFacts& source);
 
 // "Access 2000-2003 (Jet 4)", in ASCII.
 std::string FormatName(const SSourceFacts& facts);

@@ -42,7 +42,10 @@ std::vector<std::u16string> RemoveStalePartials(std::u16string_view path) {
     mark.remove_prefix(prefix.size());
     mark.remove_suffix(std::min(mark.size(), kPartialEnding.size()));
     const std::u16string partial = folder + name;
-    if (IsStaleRunMark(mark) && GetFileKind(partial) == EFileKind::File && RemoveFile(partial))
+    if (!IsStaleRunMark(mark)) continue;
+    const EFileKind kind = GetFileKind(partial);
+    if ((kind == EFileKind::File && RemoveFile(partial)) ||
+        (kind == EFileKind::Folder && RemoveFolderTree(partial)))
       removed.push_back(partial);
   }
   return removed;

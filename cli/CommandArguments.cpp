@@ -6,6 +6,7 @@
 #include "cli/CommandHelp.h"
 #include "cli/Completion.h"
 #include "cli/DisplayText.h"
+#include "cli/ExportArguments.h"
 #include "cli/ManualPage.h"
 #include "cli/Version.h"
 #include "platform/Terminal.h"
@@ -19,7 +20,8 @@ namespace {
 struct SWords {
   std::string source, templatePath, workFolder, logFile, output, outputFolder, table, folder;
   std::vector<std::string> sources;
-  std::string rules, outputFormat, color, topic, shell, engine = "embedded", format = "csv", ole = "hex";
+  std::string rules, outputFormat, color, topic, shell, engine = "embedded";
+  SExportWords exporting;
 };
 
 // The commands with their options: declares them to the parser, which then knows them for the help, too. The
@@ -51,7 +53,6 @@ class CGrammar {
   void TakeWords();
   // Rules between options, as far as the words alone tell. Empty when all is well.
   [[nodiscard]] std::string FindConflict() const;
-  [[nodiscard]] std::string FindExportConflict() const;
   [[nodiscard]] SParsedArguments Answer() const;
   [[nodiscard]] SParsedArguments ShowHelp(ECommand command) const;
   [[nodiscard]] SParsedArguments ShowTopic(const std::string& name, bool asManual) const;
@@ -169,10 +170,30 @@ void CGrammar::AddExport() {
   command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER; all tables if left out");
   AddPath(command, "--to", m_words.folder, "Folder for one file a table; standard output if left out",
           "FOLDER");
-  AddChoice(command, "--format", m_words.format, "csv (default) or jsonl", {"csv", "jsonl"});
-  AddChoice(command, "--ole", m_words.ole,
-            "OLE objects as hex (default), base64 or files; files writes attached files, too",
-            {"hex", "base64", "files"});
+  AddPath(command, "-o,--output", m_words.output, "The file for one TABLE");
+  SExportWords& words = m_words.exporting;
+  AddChoice(command, "--format", words.format, "csv (default) or jsonl", {"csv", "jsonl"});
+  AddChoice(
+      command, "--ole", words.ole,
+      "Bytes of objects and attached files: hex (default of csv), base64 (default of jsonl) or files of "
+      "their own",
+      {"hex", "base64", "files"});
+  command
+      .add_option("--delimiter", words.delimiter, "csv: the character between cells, or tab; else a comma")
+      ->type_name("TEXT");
+  command.add_flag("--bom", m_arguments.exporting.hasByteOrderMark,
+                   "csv: begin with a byte order mark, as some spreadsheets want");
+  command
+      .add_option_function<std::string>(
+          "--null",
+          [&words](const std::string& text) {
+            words.nullText = text;
+            words.hasNullText = true;
+          },
+          "csv: what stands for no value; else nothing")
+      ->type_name("TEXT");
+  command.add_flag("--guard-formulas", m_arguments.exporting.guardsFormulas,
+                   "csv: an apostrophe in front of texts that a spreadsheet would calculate");
   command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace existing files");
   command.add_flag("--all", m_arguments.withSystemTables, "System tables, too");
   AddRecovery(command);
@@ -239,22 +260,12 @@ std::vector<SCommandForm> CGrammar::Describe() const {
   return forms;
 }
 
-std::string CGrammar::FindExportConflict() const {
-  const SArguments& arguments = m_arguments;
-  if (arguments.table.empty() && arguments.folder.empty())
-    return "export: name a TABLE for standard output, or a folder with --to";
-  if (arguments.ole == EOleForm::Files && arguments.folder.empty()) return "export: --ole files needs --to";
-  if (arguments.isJson && arguments.folder.empty())
-    return "export: --json reports what was written and needs --to; for rows as JSON use --format jsonl";
-  return {};
-}
-
 std::string CGrammar::FindConflict() const {
   const auto* const chosen = m_app.get_subcommands().front();
   for (const CLI::Option* option : chosen->get_options())
     if (option->count() > 0 && option->get_expected_max() > 0 && option->results().front().empty())
       return option->get_name() + ": an empty name names nothing";
-  if (m_arguments.command == ECommand::Export) return FindExportConflict();
+  if (m_arguments.command == ECommand::Export) return FindExportConflict(m_words.exporting, m_arguments);
   if (m_arguments.sources.size() > 1) return "repair: one SOURCE at a time";
   if (m_arguments.command == ECommand::Repair && !m_arguments.output.empty() &&
       !m_arguments.outputFolder.empty())
@@ -283,9 +294,7 @@ void CGrammar::TakeWords() {
   if (words.outputFormat == "jet4") arguments.outputFormat = EOutputFormat::Jet4;
   if (words.outputFormat == "ace") arguments.outputFormat = EOutputFormat::Ace;
   if (words.engine == "dao") arguments.engine = EEngineChoice::Dao;
-  if (words.format == "jsonl") arguments.format = EExportFormat::JsonLines;
-  if (words.ole == "base64") arguments.ole = EOleForm::Base64;
-  if (words.ole == "files") arguments.ole = EOleForm::Files;
+  TakeExportWords(words.exporting, arguments);
 }
 
 std::string CGrammar::HelpHint() const {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/ExitStatus.h"
+#include "export/ExportOptions.h"
 #include "model/RecoveryRules.h"
 #include "writer/AccessSaveRepairedFile.h"
 
@@ -25,8 +26,6 @@ enum class ECommand : uint8_t {
   Completion
 };
 enum class EEngineChoice : uint8_t { Embedded, Dao };
-enum class EExportFormat : uint8_t { Csv, JsonLines };
-enum class EOleForm : uint8_t { Hex, Base64, Files };
 enum class EColor : uint8_t { Auto, Always, Never };
 
 struct SArguments {
@@ -55,8 +54,7 @@ struct SArguments {
   std::u16string table;
   uint64_t rows = 20;
   std::u16string folder;
-  EExportFormat format = EExportFormat::Csv;
-  EOleForm ole = EOleForm::Hex;
+  SExportOptions exporting;
 };
 
 // What parsing answers: arguments to work with, or a text to show and the end.

@@ -1,15 +1,16 @@
 // export: the rows of one table on standard output, or of all tables as one file each.
 
 #include "app/OutputFile.h"
+#include "app/OutputFolder.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
-#include "cli/SafeFileName.h"
 #include "cli/Summary.h"
-#include "cli/TableExport.h"
 #include "cli/TextTable.h"
+#include "export/SafeFileName.h"
+#include "export/TableExport.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -19,16 +20,22 @@ namespace {
 
 struct SExportFile {
   const CAccessTable* table;
-  std::u16string name;  // without its ending
   std::u16string path;
+  std::u16string objectFolder;  // beside it, where objects are files of their own
   uint64_t rows = 0;
 };
+
+// "FOLDER/NAME_files" beside "FOLDER/NAME.csv".
+std::u16string ObjectFolderOf(const std::u16string& path) {
+  const std::u16string_view extension = ExtensionOf(path);
+  return path.substr(0, path.size() - (extension.empty() ? 0 : extension.size() + 1)) + u"_files";
+}
 
 // Tables of the export, in list order.
 std::vector<SExportFile> ChooseTables(const CAccessData& data, const SArguments& arguments) {
   std::vector<SExportFile> chosen;
   CFileNames names;
-  const std::u16string_view ending = arguments.format == EExportFormat::Csv ? u".csv" : u".jsonl";
+  const bool isCsv = arguments.exporting.format == EExportFormat::Csv;
   const CAccessTable* only = arguments.table.empty() ? nullptr : FindTable(data, arguments.table);
   for (const auto& table : data.GetTables()) {
     const bool isWanted =
@@ -36,8 +43,12 @@ std::vector<SExportFile> ChooseTables(const CAccessData& data, const SArguments&
     if (!isWanted || !HasContent(*table)) continue;
     SExportFile& file = chosen.emplace_back();
     file.table = table.get();
-    file.name = names.Add(table->name);
-    file.path = arguments.folder + kPathSeparator + file.name + std::u16string(ending);
+    const std::u16string name = names.Add(table->name);
+    file.objectFolder = arguments.folder + kPathSeparator + name + u"_files";
+    file.path = arguments.folder + kPathSeparator + name + (isCsv ? u".csv" : u".jsonl");
+    if (arguments.output.empty()) continue;
+    file.path = arguments.output;
+    file.objectFolder = ObjectFolderOf(arguments.output);
   }
   return chosen;
 }
@@ -56,15 +67,21 @@ std::optional<SFailure> PrepareFolder(const SArguments& arguments) {
   }
 }
 
+// Before anything is written.
 std::optional<SFailure> CheckFiles(const std::vector<SExportFile>& files, const SArguments& arguments) {
+  const std::u16string advice =
+      arguments.output.empty() ? u"name another folder with --to." : u"name another file with -o.";
   for (const SExportFile& file : files) {
     if (IsSameFile(file.path, arguments.source) || IsSameFile(file.path, arguments.templatePath))
       return SFailure{EExitStatus::WrongUsage, AboutFile(file.path, u"A database is never written over.")};
-    if (!arguments.mayOverwrite && FileExists(file.path))
-      return SFailure{EExitStatus::Failed,
-                      AboutFile(file.path,
-                                u"The file exists already. Replace it with --overwrite, or name another "
-                                u"folder with --to.")};
+    const bool hasObjects = arguments.exporting.ole == EOleForm::Files;
+    const std::u16string& taken = FileExists(file.path) ? file.path : file.objectFolder;
+    if (!arguments.mayOverwrite && (FileExists(file.path) || (hasObjects && FileExists(file.objectFolder))))
+      return SFailure{
+          EExitStatus::Failed,
+          AboutFile(taken, (taken == file.path ? u"The file" : u"The folder") +
+                               std::u16string(u" exists already. Replace it with --overwrite, or ") +
+                               advice)};
   }
   return std::nullopt;
 }
@@ -86,29 +103,36 @@ bool MentionLosses(CSession& session, const CTableExport& exported, const CAcces
   return tell(exported.GetLostObjects(), "OLE object") || lacksRows;
 }
 
-// Each file has its name only when it is whole.
+// The file and the folder of its objects have their names only when they are whole.
 std::optional<SFailure> WriteFile(CSession& session, SExportFile& file, bool& isIncomplete) {
   const SArguments& arguments = session.GetArguments();
-  RemoveStalePartials(file.path);
-  const std::u16string partial = MakePartialPath(file.path);
+  COutputFile output;
+  const SOutputVerdict verdict =
+      output.Reserve({file.path, arguments.source, arguments.templatePath, arguments.mayOverwrite});
+  if (verdict.state != EOutputState::Ok) return RefuseOutput(file.path, verdict);
+  COutputFolder objects;
+  objects.Reserve(file.objectFolder);
   CExportSink sink;
-  if (!sink.CreateNew(partial)) return NotWritten(file.path, sink.GetProblem());
-  CTableExport exported(session.GetData(), *file.table, arguments, session.GetJob().GetContext().preview);
-  const std::u16string objects = file.name + u"_files";
-  exported.SetOleFolder(arguments.folder + kPathSeparator + objects, objects);
-  const EExportEnd end = exported.Write(sink);
-  if (end == EExportEnd::Done && RenameFile(partial, file.path)) {
-    file.rows = exported.GetRowCount();
-    if (MentionLosses(session, exported, *file.table)) isIncomplete = true;
-    return std::nullopt;
+  if (!sink.Open(output.GetPartialPath())) return NotWritten(file.path, sink.GetProblem());
+  CTableExport exported(session.GetData(), *file.table, arguments.exporting,
+                        session.GetJob().GetContext().preview, IsInterrupted);
+  exported.GetFiles().SetFolder(objects.GetPartialPath(), std::u16string(FileNameOf(file.objectFolder)));
+  switch (exported.Write(sink)) {
+    case EExportEnd::Stopped:
+      sink.Close();
+      return SFailure{EExitStatus::Stopped, u"Stopped. The files that were complete stay."};
+    case EExportEnd::NotWritten:
+      sink.Close();
+      return NotWritten(file.path, exported.GetProblem());
+    case EExportEnd::Done:
+      break;
   }
-  const std::u16string problem =
-      end == EExportEnd::Done ? SystemMessage(LastSystemError()) : exported.GetProblem();
-  sink.Close();
-  RemoveFile(partial);
-  if (end == EExportEnd::Stopped)
-    return SFailure{EExitStatus::Stopped, u"Stopped. The files that were complete stay."};
-  return NotWritten(file.path, problem);
+  if (!objects.Complete()) return NotWritten(file.objectFolder, SystemMessage(LastSystemError()));
+  if (const SOutputVerdict end = output.Complete(); end.state != EOutputState::Ok)
+    return RefuseOutput(file.path, end);
+  file.rows = exported.GetRowCount();
+  if (MentionLosses(session, exported, *file.table)) isIncomplete = true;
+  return std::nullopt;
 }
 
 std::optional<SFailure> PrintFiles(const CSession& session, const std::vector<SExportFile>& files,
@@ -134,10 +158,11 @@ std::optional<SFailure> PrintFiles(const CSession& session, const std::vector<SE
   return Print(drawn.Draw(OutputStyle().width));
 }
 
-SCommandEnd ExportToFolder(CSession& session, std::vector<SExportFile> files) {
+SCommandEnd ExportToFiles(CSession& session, std::vector<SExportFile> files) {
   const SArguments& arguments = session.GetArguments();
   if (auto failure = CheckFiles(files, arguments)) return *failure;
-  if (auto failure = PrepareFolder(arguments)) return *failure;
+  if (!arguments.folder.empty())
+    if (auto failure = PrepareFolder(arguments)) return *failure;
   bool isIncomplete = false;
   for (SExportFile& file : files)
     if (auto failure = WriteFile(session, file, isIncomplete)) return *failure;
@@ -150,8 +175,8 @@ SCommandEnd ExportToFolder(CSession& session, std::vector<SExportFile> files) {
 
 SCommandEnd ExportToOutput(CSession& session, const CAccessTable& table) {
   CExportSink sink;
-  CTableExport exported(session.GetData(), table, session.GetArguments(),
-                        session.GetJob().GetContext().preview);
+  CTableExport exported(session.GetData(), table, session.GetArguments().exporting,
+                        session.GetJob().GetContext().preview, IsInterrupted);
   switch (exported.Write(sink)) {
     case EExportEnd::Stopped:
       return SFailure{EExitStatus::Stopped, u"Stopped. The output is not complete."};
@@ -173,8 +198,9 @@ SCommandEnd RunExport(CSession& session) {
   session.GetJob().GetContext().preview.SetAbort(IsInterrupted() ? 1 : 0);  // multi-value cells obey it
   std::vector<SExportFile> files = ChooseTables(session.GetData(), arguments);
   if (files.empty() && !arguments.table.empty()) return NoSuchTable(arguments);
-  if (arguments.folder.empty()) return ExportToOutput(session, *files.front().table);
-  return ExportToFolder(session, std::move(files));
+  if (arguments.folder.empty() && arguments.output.empty())
+    return ExportToOutput(session, *files.front().table);
+  return ExportToFiles(session, std::move(files));
 }
 
 }  // namespace tolvane

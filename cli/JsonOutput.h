@@ -33,7 +33,4 @@ Json DescribeSaving(const SSaveSummary& summary);
 // False when standard output is closed or full.
 bool PrintJson(const Json& result);
 
-// A JSON string with its quotes; for rows, which are too many for objects. A lone surrogate becomes U+FFFD.
-void AppendJsonString(std::u16string_view text, std::string& out);
-
 }  // namespace tolvane

@@ -78,6 +78,13 @@ std::u16string CNameSet::Fold(std::u16string_view name) {
   return folded;
 }
 
+std::u16string SpelledName(const CAccessColumn& column, const SSourceFacts& source) {
+  if (column.storedNameBytes != 0)
+    if (auto name = UnfoldName(column.GetName(), column.storedNameBytes, source.codePage); !name.empty())
+      return name;
+  return std::u16string(column.GetName());
+}
+
 std::u16string CNameSet::MakeVariation(std::u16string_view wanted, std::u16string_view stem) {
   const std::u16string base = MakeBase(wanted, stem);
   const auto [entry, isFirst] = m_lastNumber.try_emplace(Fold(base), 0);

@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "model/AccessData.h"
+
 namespace tolvane {
 
 // Refusals of one name before what bears it is given up.
@@ -27,6 +29,9 @@ std::u16string NarrowName(std::u16string_view name);
 // names behind them. The name that the first `length` bytes spell in the file's code page; empty when they
 // spell none.
 std::u16string UnfoldName(std::u16string_view name, size_t length, uint32_t codePage);
+
+// The column's name for people: one that is recovered as bytes is spelt in the source's code page.
+std::u16string SpelledName(const CAccessColumn& column, const SSourceFacts& source);
 
 // The names that are taken in one namespace, told apart as the engine does: without regard to case.
 class CNameSet {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "checker/DatabaseCheck.h"
-#include "cli/TableExport.h"
+#include "export/TableExport.h"
 #include "render/ComplexValues.h"
 #include "tests/cli/SaveTest.h"
 #include "tests/platform/ScratchFolder.h"
@@ -191,19 +191,18 @@ TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
   MakeSource(source);
   const auto data = Recover(source, kExactRules);
   const CAccessTable& people = *TableNamed(*data, u"People");
-  SArguments arguments;
-  arguments.ole = EOleForm::Files;
-  CTableExport exported(*data, people, arguments, ShownJob().preview);
-  exported.SetOleFolder(m_scratch / u"People_files", u"People_files");
+  SExportOptions options;
+  options.ole = EOleForm::Files;
+  CTableExport exported(*data, people, options, ShownJob().preview, [] { return false; });
+  exported.GetFiles().SetFolder(m_scratch / u"People_files", u"People_files");
   CExportSink sink;
   ASSERT_TRUE(sink.CreateNew(m_scratch / u"People.csv"));
   EXPECT_EQ(exported.Write(sink), EExportEnd::Done);
   EXPECT_EQ(exported.GetLostObjects(), 0u);
   EXPECT_EQ(ReadText(m_scratch / u"People.csv"),
-            "Name,Past,Files,Story,Tags\r\nAnn,,People_files/1_Files_3_1_a.txt,,\r\n"
+            "Name,Past,Files,Story,Tags\r\nAnn,,People_files/Files/row1/a.txt,,\r\n"
             "Bob,once,,,\"red; blue, dark\"\r\n");
-  EXPECT_TRUE(
-      ReadText((m_scratch / u"People_files") + kPathSeparator + u"1_Files_3_1_a.txt").starts_with(kSentence));
+  EXPECT_TRUE(ReadText(m_scratch / u"People_files/Files/row1/a.txt").starts_with(kSentence));
 }
 
 }  // namespace

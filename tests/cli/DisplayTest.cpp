@@ -6,8 +6,8 @@
 #include "cli/DisplayText.h"
 #include "cli/PageMap.h"
 #include "cli/ProgressLine.h"
-#include "cli/SafeFileName.h"
 #include "cli/TextTable.h"
+#include "export/SafeFileName.h"
 #include "platform/Text.h"
 
 namespace tolvane {

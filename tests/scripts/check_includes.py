@@ -31,6 +31,7 @@ LAYERS = {
     'embedded': ['format', 'platform', 'dao'],
     'automation': ['format', 'platform', 'query', 'dao'],
     'checker': ['format', 'platform'],
+    'export': READING + ['dao', 'writer'],
 }
 EVERYTHING = list(LAYERS)
 LAYERS['app'] = EVERYTHING

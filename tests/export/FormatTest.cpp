@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "cli/ByteText.h"
-#include "cli/JsonOutput.h"
-#include "cli/RowFormat.h"
+#include "export/ByteText.h"
+#include "export/JsonText.h"
+#include "export/RowFormat.h"
 #include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {
@@ -16,11 +16,12 @@ using Row = std::vector<std::u16string>;
 const std::u16string kNull = u"\1";  // stands for no value
 
 std::string Format(EExportFormat form, const Row& columns, const std::vector<Row>& rows,
-                   bool tellsNull = false) {
+                   bool tellsNull = false, SExportOptions options = {}) {
   const CScratchFolder folder;
   CExportSink sink;
   EXPECT_TRUE(sink.CreateNew(folder / u"out"));
-  const auto format = MakeRowFormat(form, sink, tellsNull);
+  options.format = form;
+  const auto format = MakeRowFormat(options, sink, tellsNull);
   format->WriteHeader(columns);
   for (const Row& row : rows) {
     format->BeginRow();
@@ -41,6 +42,15 @@ TEST(RowFormat, NullIsNoEmptyText) {
   EXPECT_EQ(Format(EExportFormat::Csv, {u"a", u"b"}, rows, true), "a,b\r\n\"\",\r\n,\"\"\r\n");
   EXPECT_EQ(Format(EExportFormat::JsonLines, {u"a", u"b"}, rows, true),
             "{\"a\":\"\",\"b\":null}\n{\"a\":null,\"b\":\"\"}\n");
+}
+
+TEST(RowFormat, CsvIsWhatSpreadsheetsWant) {
+  SExportOptions options;
+  options.delimiter = ';';
+  options.hasByteOrderMark = options.guardsFormulas = true;
+  options.nullText = "NULL";
+  EXPECT_EQ(Format(EExportFormat::Csv, {u"=a", u"b"}, {{u"1,5;", kNull}, {u"NULL", u"@x"}}, true, options),
+            "\xEF\xBB\xBF'=a;b\r\n\"1,5;\";NULL\r\n\"NULL\";'@x\r\n");
 }
 
 TEST(RowFormat, CsvQuotesOnlyWhatNeedsIt) {

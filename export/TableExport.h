@@ -2,13 +2,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "cli/CommandArguments.h"
-#include "cli/ExportSink.h"
-#include "cli/RowFormat.h"
+#include "export/ExportOptions.h"
+#include "export/ExportSink.h"
+#include "export/ObjectFiles.h"
+#include "export/RowFormat.h"
 #include "model/AccessData.h"
 #include "render/PreviewText.h"
 #include "render/RecordText.h"
@@ -23,20 +25,25 @@ enum class EExportEnd : uint8_t {
   NotWritten,  // the disk is full or the pipe is closed; GetProblem tells
 };
 
+// Whether the user wants the export to end.
+using StopRequest = std::function<bool()>;
+
 // One object a table.
 class CTableExport {
  public:
-  CTableExport(const CAccessData& data, const CAccessTable& table, const SArguments& arguments,
-               const CPreviewThreadStatus& preview)
+  // All outlive this object. `preview` says when to leave the reading of multi-value cells.
+  CTableExport(const CAccessData& data, const CAccessTable& table, const SExportOptions& options,
+               const CPreviewThreadStatus& preview, StopRequest isStopped)
       : m_source(data.source),
         m_rules(data.GetRules()),
         m_table(table),
-        m_arguments(arguments),
-        m_texts(table, &data.GetTables(), data.source.pageSize, data.GetRules(), preview) {}
+        m_options(options),
+        m_isStopped(std::move(isStopped)),
+        m_texts(table, &data.GetTables(), data.source.pageSize, data.GetRules(), preview),
+        m_files(data, table) {}
 
-  // For --ole files: the folder of this table's object files, created with the first one, and how the rows
-  // name it.
-  void SetOleFolder(std::u16string path, std::u16string shownAs);
+  // Where objects are files of their own: the folder of this table's.
+  [[nodiscard]] CObjectFiles& GetFiles() { return m_files; }
 
   EExportEnd Write(CExportSink& sink);
   [[nodiscard]] uint64_t GetRowCount() const { return m_rows; }
@@ -49,17 +56,16 @@ class CTableExport {
   void WriteCell(size_t column, std::u16string& text, const CTableTextReader& reader, CRowFormat& format);
   void WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format);
   void WriteFiles(size_t column, const std::vector<CComplexValues::SFile>& files, CRowFormat& format);
-  bool CopyObject(const std::u16string& name, CDaoByteSource& object, std::u16string& shownAs);
-  // How the names of the files of a cell begin.
-  [[nodiscard]] std::u16string FileNameOf(size_t column) const;
+  void BeginFiles(const std::vector<std::u16string>& cells);
+  void WriteDigits(CDaoByteSource& object, bool& isWhole, CRowFormat& format);
 
   const SSourceFacts& m_source;
   const SRecoveryRules& m_rules;
   const CAccessTable& m_table;
-  const SArguments& m_arguments;
+  const SExportOptions& m_options;
+  const StopRequest m_isStopped;
   CPreviewText m_texts;
-  std::u16string m_oleFolder;
-  std::u16string m_oleShownAs;
+  CObjectFiles m_files;
   std::vector<uint8_t> m_piece;
   std::string m_digits;
   uint64_t m_rows = 0;

@@ -1,4 +1,4 @@
-#include "cli/ExportSink.h"
+#include "export/ExportSink.h"
 
 #include "platform/Terminal.h"
 
@@ -9,7 +9,15 @@ constexpr size_t kBufferSize = 1 << 16;
 }
 
 bool CExportSink::CreateNew(std::u16string_view path) {
-  if (m_file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateNew)) return true;
+  return Open(path, EFileCreation::CreateNew);
+}
+
+bool CExportSink::Open(std::u16string_view path) {
+  return Open(path, EFileCreation::CreateAlways);
+}
+
+bool CExportSink::Open(std::u16string_view path, EFileCreation creation) {
+  if (m_file.Open(path, EFileAccess::Write, EFileShare::Read, creation)) return true;
   m_problem = SystemMessage(m_file.GetLastErrorCode());
   return false;
 }

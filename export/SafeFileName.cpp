@@ -1,4 +1,4 @@
-#include "cli/SafeFileName.h"
+#include "export/SafeFileName.h"
 
 #include <algorithm>
 #include <array>

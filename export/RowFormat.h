@@ -6,15 +6,15 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/CommandArguments.h"
-#include "cli/ExportSink.h"
+#include "export/ExportOptions.h"
+#include "export/ExportSink.h"
 
 namespace tolvane {
 
 // Calls in this order: WriteHeader, then for each row BeginRow, one cell a column, EndRow. A cell is a
-// WriteText or WriteNull, or BeginBytes, WriteBytes as often as needed, EndBytes. What cannot be written
-// shows in the sink. Where null is told from an empty text, CSV has nothing for the one and quotes for the
-// other.
+// WriteText, WriteValue (no text of a user's) or WriteNull, or BeginBytes, WriteBytes as often as needed,
+// EndBytes. What cannot be written shows in the sink. Where null is told from an empty text, CSV has nothing
+// for the one and quotes for the other.
 class CRowFormat {
  public:
   CRowFormat(CExportSink& sink, bool tellsNull) : m_sink(sink), m_tellsNull(tellsNull) {}
@@ -25,6 +25,7 @@ class CRowFormat {
   virtual void WriteHeader(const std::vector<std::u16string>& columns) = 0;
   virtual void BeginRow() = 0;
   virtual void WriteText(std::u16string_view text) = 0;
+  virtual void WriteValue(std::u16string_view text) { WriteText(text); }
   // Only where it is told from an empty text.
   virtual void WriteNull() = 0;
   virtual void BeginBytes() = 0;
@@ -40,19 +41,25 @@ class CRowFormat {
 
 class CCsvFormat : public CRowFormat {
  public:
-  using CRowFormat::CRowFormat;
+  CCsvFormat(const SExportOptions& options, CExportSink& sink, bool tellsNull)
+      : CRowFormat(sink, tellsNull), m_options(options) {}
   void WriteHeader(const std::vector<std::u16string>& columns) override;
   void BeginRow() override { m_column = 0; }
   void WriteText(std::u16string_view text) override;
+  void WriteValue(std::u16string_view text) override;
   void WriteNull() override;
   void BeginBytes() override;
   void EndBytes() override {}
   void EndRow() override { m_sink.Write("\r\n"); }
 
  private:
+  void WriteCell(bool isQuoted);
+  [[nodiscard]] bool NeedsQuotes() const;
+
+  const SExportOptions& m_options;
   size_t m_column = 0;
   size_t m_columnCount = 0;
-  std::string m_cell;
+  std::string m_text, m_cell;
 };
 
 // One object a row. Columns of the same name are told apart by "_2", "_3", ...
@@ -75,6 +82,7 @@ class CJsonLinesFormat : public CRowFormat {
   std::string m_cell;
 };
 
-std::unique_ptr<CRowFormat> MakeRowFormat(EExportFormat format, CExportSink& sink, bool tellsNull);
+// CSV or JSON lines; the options outlive the format.
+std::unique_ptr<CRowFormat> MakeRowFormat(const SExportOptions& options, CExportSink& sink, bool tellsNull);
 
 }  // namespace tolvane

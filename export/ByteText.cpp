@@ -1,4 +1,4 @@
-#include "cli/ByteText.h"
+#include "export/ByteText.h"
 
 #include <string_view>
 

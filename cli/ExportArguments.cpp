@@ -1,0 +1,61 @@
+#include "cli/ExportArguments.h"
+
+#include <string_view>
+
+namespace tolvane {
+
+namespace {
+
+std::string FindCsvConflict(const SArguments& arguments) {
+  const SExportOptions& options = arguments.exporting;
+  const bool hasCsvOption =
+      options.delimiter != ',' || options.hasByteOrderMark || options.nullText || options.guardsFormulas;
+  if (options.format != EExportFormat::Csv)
+    return hasCsvOption ? "export: --delimiter, --bom, --null and --guard-formulas are for --format csv" : "";
+  const auto isBreaking = [&options](char byte) {
+    return byte == '"' || byte == '\r' || byte == '\n' || byte == options.delimiter;
+  };
+  if (options.delimiter == '"' || options.delimiter == '\r' || options.delimiter == '\n')
+    return "export: --delimiter takes one character, but no quote or line break; write tab for a tab";
+  if (!options.nullText) return {};
+  if (arguments.rules == ERules::Standard)
+    return "export: --null needs the exact rules; the standard ones do not tell no value from an empty text";
+  for (const char byte : *options.nullText)
+    if (isBreaking(byte)) return "export: --null takes a text without quotes, line breaks and the delimiter";
+  return {};
+}
+
+std::string FindPlaceConflict(const SArguments& arguments) {
+  const bool isToFile = !arguments.output.empty(), isToFolder = !arguments.folder.empty();
+  if (isToFile && isToFolder) return "export: -o names one file, --to a folder for several; give one of them";
+  if (arguments.table.empty() && !isToFolder)
+    return "export: name a TABLE for standard output or -o, or a folder with --to";
+  if (arguments.exporting.ole == EOleForm::Files && !isToFolder && !isToFile)
+    return "export: --ole files needs --to or -o";
+  if (arguments.isJson && !isToFolder && !isToFile)
+    return "export: --json reports what was written and needs --to or -o; for rows as JSON use --format "
+           "jsonl";
+  return {};
+}
+
+}  // namespace
+
+void TakeExportWords(const SExportWords& words, SArguments& arguments) {
+  SExportOptions& options = arguments.exporting;
+  if (words.format == "jsonl") options.format = EExportFormat::JsonLines;
+  const bool isTyped = options.format == EExportFormat::JsonLines && arguments.rules == ERules::Exact;
+  if (words.ole == "base64" || (words.ole.empty() && isTyped)) options.ole = EOleForm::Base64;
+  if (words.ole == "files") options.ole = EOleForm::Files;
+  if (words.delimiter == "tab" || words.delimiter == "\\t")
+    options.delimiter = '\t';
+  else if (!words.delimiter.empty())  // more than one character is told as the quote is
+    options.delimiter = words.delimiter.size() == 1 && words.delimiter[0] > 0 ? words.delimiter[0] : '"';
+  if (words.hasNullText) options.nullText = words.nullText;
+}
+
+std::string FindExportConflict(const SExportWords&, const SArguments& arguments) {
+  if (std::string conflict = FindPlaceConflict(arguments); !conflict.empty()) return conflict;
+  return FindCsvConflict(arguments);
+}
+
+}  // namespace tolvane
