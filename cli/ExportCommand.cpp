@@ -9,8 +9,8 @@
 #include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
+#include "export/ExportedTable.h"
 #include "export/SafeFileName.h"
-#include "export/TableExport.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -92,7 +92,7 @@ SFailure NotWritten(const std::u16string& path, const std::u16string& problem) {
 }
 
 // Tells of rows and objects that were recovered but are not in the export.
-bool MentionLosses(CSession& session, const CTableExport& exported, const CAccessTable& table) {
+bool MentionLosses(CSession& session, const CExportedTable& exported, const CAccessTable& table) {
   const auto tell = [&](uint64_t count, const std::string& noun) {
     if (count > 0)
       session.Say(u"Table " + table.name + u": " + FromUtf8(Counted(count, noun)) +
@@ -114,24 +114,24 @@ std::optional<SFailure> WriteFile(CSession& session, SExportFile& file, bool& is
   objects.Reserve(file.objectFolder);
   CExportSink sink;
   if (!sink.Open(output.GetPartialPath())) return NotWritten(file.path, sink.GetProblem());
-  CTableExport exported(session.GetData(), *file.table, arguments.exporting,
-                        session.GetJob().GetContext().preview, IsInterrupted);
-  exported.GetFiles().SetFolder(objects.GetPartialPath(), std::u16string(FileNameOf(file.objectFolder)));
-  switch (exported.Write(sink)) {
+  const auto exported = MakeExportedTable(session.GetData(), *file.table, arguments.exporting,
+                                          session.GetJob().GetContext().preview, IsInterrupted);
+  exported->GetFiles().SetFolder(objects.GetPartialPath(), std::u16string(FileNameOf(file.objectFolder)));
+  switch (exported->Write(sink)) {
     case EExportEnd::Stopped:
       sink.Close();
       return SFailure{EExitStatus::Stopped, u"Stopped. The files that were complete stay."};
     case EExportEnd::NotWritten:
       sink.Close();
-      return NotWritten(file.path, exported.GetProblem());
+      return NotWritten(file.path, exported->GetProblem());
     case EExportEnd::Done:
       break;
   }
   if (!objects.Complete()) return NotWritten(file.objectFolder, SystemMessage(LastSystemError()));
   if (const SOutputVerdict end = output.Complete(); end.state != EOutputState::Ok)
     return RefuseOutput(file.path, end);
-  file.rows = exported.GetRowCount();
-  if (MentionLosses(session, exported, *file.table)) isIncomplete = true;
+  file.rows = exported->GetRowCount();
+  if (MentionLosses(session, *exported, *file.table)) isIncomplete = true;
   return std::nullopt;
 }
 
@@ -175,17 +175,17 @@ SCommandEnd ExportToFiles(CSession& session, std::vector<SExportFile> files) {
 
 SCommandEnd ExportToOutput(CSession& session, const CAccessTable& table) {
   CExportSink sink;
-  CTableExport exported(session.GetData(), table, session.GetArguments().exporting,
-                        session.GetJob().GetContext().preview, IsInterrupted);
-  switch (exported.Write(sink)) {
+  const auto exported = MakeExportedTable(session.GetData(), table, session.GetArguments().exporting,
+                                          session.GetJob().GetContext().preview, IsInterrupted);
+  switch (exported->Write(sink)) {
     case EExportEnd::Stopped:
       return SFailure{EExitStatus::Stopped, u"Stopped. The output is not complete."};
     case EExportEnd::NotWritten:
-      return NotWritten({}, exported.GetProblem() + u" The output is not complete.");
+      return NotWritten({}, exported->GetProblem() + u" The output is not complete.");
     case EExportEnd::Done:
       break;
   }
-  const bool isIncomplete = MentionLosses(session, exported, table);
+  const bool isIncomplete = MentionLosses(session, *exported, table);
   MentionDamage(session);
   return isIncomplete ? EExitStatus::Incomplete : DecideStatus(session.GetData(), nullptr);
 }

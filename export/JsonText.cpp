@@ -1,6 +1,8 @@
 #include "export/JsonText.h"
 
+#include "export/ByteText.h"
 #include "platform/Text.h"
+#include "render/ExactText.h"
 
 namespace tolvane {
 
@@ -28,6 +30,83 @@ void AppendJsonString(std::u16string_view text, std::string& out) {
   }
   AppendUtf8(text.substr(plainStart), out);
   out += '"';
+}
+
+bool MakeIsoDate(std::u16string& exactText, char16_t separator) {
+  constexpr std::u16string_view kPattern = u"dddd-dd-dd";
+  constexpr std::u16string_view kMidnight = u"00:00:00";
+  if (exactText.size() < kPattern.size()) return false;
+  for (size_t i = 0; i < kPattern.size(); ++i) {
+    const bool isDigit = exactText[i] >= u'0' && exactText[i] <= u'9';
+    if (kPattern[i] == u'd' ? !isDigit : exactText[i] != kPattern[i]) return false;
+  }
+  if (exactText.size() == kPattern.size())
+    (exactText += separator) += kMidnight;
+  else
+    exactText[kPattern.size()] = separator;
+  return true;
+}
+
+namespace {
+
+void AppendNumber(const std::u16string& digits, std::string& out) {
+  const bool isNumber = digits.find_first_not_of(u"0123456789+-.e") == std::u16string::npos;
+  if (isNumber)
+    AppendUtf8(digits, out);
+  else
+    AppendJsonString(digits, out);
+}
+
+void AppendBytes(std::span<const uint8_t> bytes, EOleForm form, std::string& out) {
+  out += '"';
+  if (form == EOleForm::Hex)
+    AppendHex(bytes, out);
+  else
+    AppendBase64(bytes, out);
+  out += '"';
+}
+
+}  // namespace
+
+void AppendJsonValue(const SValue& value, EOleForm form, std::string& out) {
+  if (value.isNull) {
+    out += "null";
+    return;
+  }
+  std::u16string text;
+  switch (value.type) {
+    case kTypeBoolean:
+      out += value.bytes[0] != 0 ? "true" : "false";
+      return;
+    case kTypeText:
+    case kTypeMemo:
+    case kTypeGuid:
+      MakeExactText(value, text);
+      AppendJsonString(text, out);
+      return;
+    case kTypeByte:
+    case kTypeInteger:
+    case kTypeLong:
+    case kTypeCurrency:
+    case kTypeSingle:
+    case kTypeDouble:
+    case kTypeDecimal:
+    case kTypeComplex:
+    case kTypeBigInt:
+      MakeExactText(value, text);
+      AppendNumber(text, out);
+      return;
+    case kTypeDate:
+    case kTypeExtendedDate:
+      MakeExactText(value, text);
+      if (MakeIsoDate(text, u'T') || value.type == kTypeExtendedDate)
+        AppendJsonString(text, out);
+      else
+        AppendNumber(text, out);
+      return;
+    default:
+      AppendBytes(value.bytes, form, out);
+  }
 }
 
 }  // namespace tolvane

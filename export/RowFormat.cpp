@@ -71,15 +71,21 @@ void CCsvFormat::BeginBytes() {
   if (m_column++ > 0) m_sink.Write({&m_options.delimiter, 1});
 }
 
-void CJsonLinesFormat::WriteHeader(const std::vector<std::u16string>& columns) {
+std::vector<std::string> MakeJsonKeys(const std::vector<std::u16string>& columns) {
+  std::vector<std::string> keys;
   std::unordered_set<std::u16string> taken;
   for (const std::u16string& column : columns) {
     std::u16string name = column;
     for (int number = 2; !taken.insert(name).second; ++number) name = column + u"_" + ToDecimal(number);
-    std::string& key = m_keys.emplace_back();
+    std::string& key = keys.emplace_back();
     AppendJsonString(name, key);
     key += ":";
   }
+  return keys;
+}
+
+void CJsonLinesFormat::WriteHeader(const std::vector<std::u16string>& columns) {
+  m_keys = MakeJsonKeys(columns);
 }
 
 void CJsonLinesFormat::BeginRow() {

@@ -12,9 +12,9 @@
 namespace tolvane {
 
 // Calls in this order: WriteHeader, then for each row BeginRow, one cell a column, EndRow. A cell is a
-// WriteText, WriteValue (no text of a user's) or WriteNull, or BeginBytes, WriteBytes as often as needed,
-// EndBytes. What cannot be written shows in the sink. Where null is told from an empty text, CSV has nothing
-// for the one and quotes for the other.
+// WriteText, WriteValue (no text of a user's) or WriteNull, or BeginBytes, hexadecimal or base64 digits
+// written to the sink, EndBytes. What cannot be written shows in the sink. Where null is told from an empty
+// text, CSV has nothing for the one and quotes for the other.
 class CRowFormat {
  public:
   CRowFormat(CExportSink& sink, bool tellsNull) : m_sink(sink), m_tellsNull(tellsNull) {}
@@ -29,8 +29,6 @@ class CRowFormat {
   // Only where it is told from an empty text.
   virtual void WriteNull() = 0;
   virtual void BeginBytes() = 0;
-  // Hexadecimal or base64 digits.
-  void WriteBytes(std::string_view digits) { m_sink.Write(digits); }
   virtual void EndBytes() = 0;
   virtual void EndRow() = 0;
 
@@ -62,7 +60,7 @@ class CCsvFormat : public CRowFormat {
   std::string m_text, m_cell;
 };
 
-// One object a row. Columns of the same name are told apart by "_2", "_3", ...
+// One object a row, all values texts.
 class CJsonLinesFormat : public CRowFormat {
  public:
   using CRowFormat::CRowFormat;
@@ -81,6 +79,9 @@ class CJsonLinesFormat : public CRowFormat {
   size_t m_column = 0;
   std::string m_cell;
 };
+
+// With quotes and colon. Columns of the same name are told apart by "_2", "_3", ...
+std::vector<std::string> MakeJsonKeys(const std::vector<std::u16string>& columns);
 
 // CSV or JSON lines; the options outlive the format.
 std::unique_ptr<CRowFormat> MakeRowFormat(const SExportOptions& options, CExportSink& sink, bool tellsNull);

@@ -2,18 +2,15 @@
 
 #include <utility>
 
-#include "export/ByteText.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"
 #include "writer/AttachmentSource.h"
 #include "writer/SafeName.h"
+#include "writer/SideFileSource.h"
 
 namespace tolvane {
 
 namespace {
-
-// A multiple of three, so that base64 pieces join.
-constexpr size_t kDigitPiece = 3 << 14;
 
 // Values that are what a user typed; all others are digits and words of ours.
 bool IsUsersText(uint8_t type) {
@@ -22,23 +19,19 @@ bool IsUsersText(uint8_t type) {
 
 }  // namespace
 
-uint64_t CTableExport::GetLostRows() const {
-  return m_rows < m_table.header.rowCount ? m_table.header.rowCount - m_rows : 0;
-}
-
 EExportEnd CTableExport::Write(CExportSink& sink) {
   const std::unique_ptr<CRowFormat> format = MakeRowFormat(m_options, sink, !m_rules.recordsHoldTexts);
   std::vector<std::u16string> cells;
-  for (const CAccessColumn& column : m_table.columns) cells.push_back(SpelledName(column, m_source));
+  for (const CAccessColumn& column : m_table.columns) cells.push_back(SpelledName(column, m_data.source));
   format->WriteHeader(cells);
   CTableTextReader reader(m_table, m_rules);
   if (reader.Open()) {
     while (m_problem.empty() && sink.GetProblem().empty() && reader.ReadRow(cells)) {
       if (m_isStopped()) return EExportEnd::Stopped;
       ++m_rows;
-      if (m_options.ole == EOleForm::Files) BeginFiles(cells);
+      if (m_options.ole == EOleForm::Files) NameFiles(cells);
       format->BeginRow();
-      for (size_t i = 0; i < cells.size(); ++i) WriteCell(i, cells[i], reader, *format);
+      for (size_t i = 0; i < cells.size(); ++i) WriteCell(i, cells[i], reader, *format, sink);
       format->EndRow();
     }
   }
@@ -46,18 +39,17 @@ EExportEnd CTableExport::Write(CExportSink& sink) {
   return m_problem.empty() ? EExportEnd::Done : EExportEnd::NotWritten;
 }
 
-void CTableExport::BeginFiles(const std::vector<std::u16string>& cells) {
-  std::u16string key;
-  for (const size_t column : m_files.GetKeyColumns())
-    key += (key.empty() ? u"" : u"_") + cells[column].substr(0, 64);
-  m_files.BeginRecord(m_rows, key);
+void CTableExport::NameFiles(const std::vector<std::u16string>& cells) {
+  std::vector<std::u16string> keys;
+  for (const size_t column : m_files.GetKeyColumns()) keys.push_back(cells[column]);
+  BeginFiles(keys);
 }
 
 void CTableExport::WriteCell(size_t column, std::u16string& text, const CTableTextReader& reader,
-                             CRowFormat& format) {
+                             CRowFormat& format, CExportSink& sink) {
   const uint8_t type = m_table.columns.GetAt(column)->type;
   if (type == kTypeOle && !text.empty()) {
-    WriteObject(column, reader.GetObjectPlace(column), format);
+    WriteObject(column, reader.GetObjectPlace(column), format, sink);
     return;
   }
   if (type == kTypeComplex && m_options.ole == EOleForm::Files) {
@@ -92,7 +84,8 @@ void CTableExport::WriteFiles(size_t column, const std::vector<CComplexValues::S
   format.WriteText(paths);
 }
 
-void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format) {
+void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFormat& format,
+                               CExportSink& sink) {
   CSideFileSource object;
   if (!object.Open(place)) {
     ++m_lostObjects;
@@ -109,23 +102,10 @@ void CTableExport::WriteObject(size_t column, const SObjectPlace& place, CRowFor
     format.WriteText({});
   } else {
     format.BeginBytes();
-    WriteDigits(object, isWhole, format);
+    isWhole = WriteDigits(object, m_options.ole, sink) && isWhole;
     format.EndBytes();
   }
   if (!isWhole) ++m_lostObjects;
-}
-
-void CTableExport::WriteDigits(CDaoByteSource& object, bool& isWhole, CRowFormat& format) {
-  m_piece.resize(kDigitPiece);
-  for (size_t size = kDigitPiece; size == kDigitPiece;) {
-    isWhole = object.Read(m_piece, size) && isWhole;
-    m_digits.clear();
-    if (m_options.ole == EOleForm::Base64)
-      AppendBase64({m_piece.data(), size}, m_digits);
-    else
-      AppendHex({m_piece.data(), size}, m_digits);
-    format.WriteBytes(m_digits);
-  }
 }
 
 }  // namespace tolvane

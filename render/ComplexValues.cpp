@@ -24,6 +24,10 @@ uint64_t HashOf(std::span<const uint8_t> bytes) {
   return hash;
 }
 
+bool IsFileData(const CAccessColumn& column) {
+  return FilePartOf(column) == kFilePartData;
+}
+
 }  // namespace
 
 CComplexValues::CComplexValues(const CAccessTable& table, size_t column, const SFlatTable& flat,
@@ -111,21 +115,56 @@ void CComplexValues::MakeText(int32_t key, std::u16string& text) {
   }
 }
 
+size_t CComplexValues::FindColumn(bool (*isWanted)(const CAccessColumn&)) const {
+  const CAccessColumnList& columns = m_flat.table->columns;
+  for (size_t i = 0; i < columns.GetCount(); ++i)
+    if (isWanted(*columns.GetAt(i))) return i;
+  return SFlatTable::kNoColumn;
+}
+
+// False, with a place of no bytes, where they are lost.
+bool CComplexValues::ReadPlace(uint64_t row, size_t column, SObjectPlace& place) {
+  uint32_t count = 0;
+  if (column != SFlatTable::kNoColumn && m_reader.Find(row, column, count) &&
+      m_texts.ReadPlace(m_reader.GetStream(), count, m_flat.table->GetObjectFilePath(), place))
+    return true;
+  place.length = 0;
+  return false;
+}
+
+SValue CComplexValues::ReadValue(uint64_t row, size_t column, std::vector<uint8_t>& record) {
+  SValue value;
+  uint32_t count = 0;
+  record.clear();
+  if (column == SFlatTable::kNoColumn || !m_reader.Find(row, column, count) ||
+      !m_reader.GetStream().ReadRecord(count, record) ||
+      !TakeValue(KindOf(*m_flat.table->columns.GetAt(column)), record, value))
+    return {};
+  return value;
+}
+
+void CComplexValues::ForEachItem(int32_t key, const std::function<void(const SItem&)>& take) {
+  const bool areFiles = m_flat.kind == EFlatKind::Files;
+  const size_t data = areFiles ? FindColumn(IsFileData) : SFlatTable::kNoColumn;
+  const size_t date = m_flat.kind == EFlatKind::Versions ? FindColumn(IsVersionDate) : SFlatTable::kNoColumn;
+  std::vector<uint8_t> record, dateRecord;
+  for (const SPlace& place : FindPlaces(key)) {
+    SItem item{ReadValue(place.row, m_flat.item, record), ReadValue(place.row, date, dateRecord), {}};
+    if (areFiles) ReadPlace(place.row, data, item.place);
+    take(item);
+  }
+}
+
 std::vector<CComplexValues::SFile> CComplexValues::ListFiles(int32_t key) {
   std::vector<SFile> files;
-  size_t data = SFlatTable::kNoColumn;
-  for (size_t i = 0; i < m_flat.table->columns.GetCount() && m_flat.kind == EFlatKind::Files; ++i)
-    if (FilePartOf(*m_flat.table->columns.GetAt(i)) == kFilePartData) data = i;
+  const size_t data = m_flat.kind == EFlatKind::Files ? FindColumn(IsFileData) : SFlatTable::kNoColumn;
   if (data == SFlatTable::kNoColumn) return files;
   for (const SPlace& place : FindPlaces(key)) {
     SFile file;
     uint32_t count = 0;
     if (m_reader.Find(place.row, m_flat.item, count))
       m_texts.Read(m_reader.GetStream(), count, m_flat.item, file.name);
-    const bool hasBytes =
-        m_reader.Find(place.row, data, count) &&
-        m_texts.ReadPlace(m_reader.GetStream(), count, m_flat.table->GetObjectFilePath(), file.place);
-    if (!hasBytes) file.place.length = 0;
+    ReadPlace(place.row, data, file.place);
     files.push_back(std::move(file));
   }
   return files;

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -55,6 +56,13 @@ class CComplexValues {
     SObjectPlace place;
   };
   std::vector<SFile> ListFiles(int32_t key);
+  // One value of a record: of an attachment its file's name, of a version the memo. It stays until the next.
+  struct SItem {
+    SValue value;
+    SValue date;         // of a version
+    SObjectPlace place;  // of an attachment; of length 0 where the bytes are lost
+  };
+  void ForEachItem(int32_t key, const std::function<void(const SItem&)>& take);
 
  private:
   struct SPlace {
@@ -64,6 +72,9 @@ class CComplexValues {
   void LoadKeys(const CAccessTable& table, size_t column);
   void LoadValues();
   [[nodiscard]] std::span<const SPlace> FindPlaces(int32_t key);
+  [[nodiscard]] size_t FindColumn(bool (*isWanted)(const CAccessColumn&)) const;
+  bool ReadPlace(uint64_t row, size_t column, SObjectPlace& place);
+  SValue ReadValue(uint64_t row, size_t column, std::vector<uint8_t>& record);
   [[nodiscard]] EFate Judge(int32_t key, const SValue& item);
 
   SFlatTable m_flat;
