@@ -96,7 +96,8 @@ SCommandEnd RunCheck(CSession& session) {
   const CRepairingFileStatus& running = session.GetJob().GetContext().repairing;
   options.shouldStop = [&running] { return !running.IsRunning(); };
   std::u16string problem;
-  const bool isDone = session.RunWatched([&] { report = CheckDatabase(arguments.source, options); }, problem);
+  const bool isDone =
+      session.RunWatched([&] { report = CheckDatabase(session.GetSourcePath(), options); }, problem);
   if (IsInterrupted()) return StoppedByUser();
   if (!isDone) return SFailure{EExitStatus::Failed, AboutFile(arguments.source, problem)};
   if (report.verdict != ECheckVerdict::Checked)

@@ -1,6 +1,8 @@
 #include "cli/CommandArguments.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "cli/CommandHelp.h"
@@ -16,9 +18,13 @@ namespace tolvane {
 
 namespace {
 
+// Arguments that name something.
+constexpr const char* kFile = "FILE";
+constexpr const char* kFolder = "FOLDER";
+
 // The parser works with the system's bytes; the program with text.
 struct SWords {
-  std::string source, templatePath, workFolder, logFile, output, outputFolder, table, folder;
+  std::string source, mapFile, templatePath, workFolder, logFile, output, outputFolder, table, folder;
   std::vector<std::string> sources;
   std::string rules, outputFormat, color, topic, shell, engine = "embedded";
   SExportWords exporting;
@@ -38,7 +44,7 @@ class CGrammar {
  private:
   CLI::App& Add(ECommand command);
   static CLI::Option* AddPath(CLI::App& command, const char* names, std::string& target, const char* text,
-                              const char* kind = "FILE");
+                              const char* kind = kFile);
   // One of the values; the first one is the default unless the text says otherwise.
   static CLI::Option* AddChoice(CLI::App& command, const char* names, std::string& target, const char* text,
                                 const std::vector<std::string>& values);
@@ -53,6 +59,8 @@ class CGrammar {
   void TakeWords();
   // Rules between options, as far as the words alone tell. Empty when all is well.
   [[nodiscard]] std::string FindConflict() const;
+  [[nodiscard]] std::string FindRepairConflict() const;
+  void TakeShared();
   [[nodiscard]] SParsedArguments Answer() const;
   [[nodiscard]] SParsedArguments ShowHelp(ECommand command) const;
   [[nodiscard]] SParsedArguments ShowTopic(const std::string& name, bool asManual) const;
@@ -104,7 +112,7 @@ CLI::Option* CGrammar::AddChoice(CLI::App& command, const char* names, std::stri
 }
 
 void CGrammar::AddSource(CLI::App& command) {
-  AddPath(command, "SOURCE", m_words.source, "The damaged database")->required();
+  AddPath(command, "SOURCE", m_words.source, "The damaged database; - for standard input")->required();
 }
 
 void CGrammar::AddManners(CLI::App& command) {
@@ -120,7 +128,13 @@ void CGrammar::AddRecovery(CLI::App& command) {
   AddChoice(command, "--rules", m_words.rules,
             "exact (default): what the file holds; standard: the documented conventions",
             {"exact", "standard"});
-  AddPath(command, "--work-dir", m_words.workFolder, "Folder for temporary files", "FOLDER");
+  command
+      .add_option("--start", m_arguments.start,
+                  "Read the database that begins at this byte of the file, in one that holds several")
+      ->type_name("OFFSET");
+  AddPath(command, "--map", m_words.mapFile,
+          "Map of GNU ddrescue: what it could not read is taken for unreadable, not for zeros");
+  AddPath(command, "--work-dir", m_words.workFolder, "Folder for temporary files", kFolder);
   AddManners(command);
   command.add_flag("-v,--verbose", m_arguments.isVerbose, "Log lines on standard error");
   AddPath(command, "--log", m_words.logFile, "Write the log to this file");
@@ -130,13 +144,13 @@ void CGrammar::AddRepair() {
   CLI::App& command = Add(ECommand::Repair);
   command
       .add_option("SOURCE", m_words.sources,
-                  "The damaged database; several, or a folder of them, with --to-dir or beside each other")
-      ->type_name("FILE")
+                  "The damaged database; several of them, or a folder; - for standard input")
+      ->type_name(kFile)
       ->required();
   AddPath(command, "-o,--output", m_words.output,
           "The new database; Tolvane_NAME beside the source if left out");
   AddPath(command, "--to-dir", m_words.outputFolder, "Folder for the new databases, under the sources' names",
-          "FOLDER");
+          kFolder);
   command.add_option("-j,--jobs", m_arguments.jobs, "How many of several files are repaired at once")
       ->type_name("NUMBER")
       ->check(CLI::Range(1, 256).description(""));
@@ -169,7 +183,7 @@ void CGrammar::AddExport() {
   AddSource(command);
   command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER; all tables if left out");
   AddPath(command, "--to", m_words.folder, "Folder for one file a table; standard output if left out",
-          "FOLDER");
+          kFolder);
   AddPath(command, "-o,--output", m_words.output, "The file for one TABLE");
   SExportWords& words = m_words.exporting;
   AddChoice(command, "--format", words.format, "csv (default) or jsonl", {"csv", "jsonl"});
@@ -262,15 +276,48 @@ std::vector<SCommandForm> CGrammar::Describe() const {
 
 std::string CGrammar::FindConflict() const {
   const auto* const chosen = m_app.get_subcommands().front();
-  for (const CLI::Option* option : chosen->get_options())
-    if (option->count() > 0 && option->get_expected_max() > 0 && option->results().front().empty())
+  for (const CLI::Option* option : chosen->get_options()) {
+    const bool isName = option->get_type_name() == kFile || option->get_type_name() == kFolder;
+    if (isName && std::ranges::count(option->results(), std::string()) > 0)
       return option->get_name() + ": an empty name names nothing";
+  }
   if (m_arguments.command == ECommand::Export) return FindExportConflict(m_words.exporting, m_arguments);
-  if (m_arguments.sources.size() > 1) return "repair: one SOURCE at a time";
-  if (m_arguments.command == ECommand::Repair && !m_arguments.output.empty() &&
-      !m_arguments.outputFolder.empty())
+  return m_arguments.command == ECommand::Repair ? FindRepairConflict() : std::string();
+}
+
+// What belongs to one file, and is of no use to several.
+constexpr std::array<const char*, 4> kOneFileOptions{"--output", "--log", "--start", "--map"};
+// What a repair of several files does itself.
+constexpr std::array<const char*, 6> kBatchOptions{"--to-dir", "--jobs",    "--json",
+                                                   "--quiet",  "--verbose", "--color"};
+
+std::string CGrammar::FindRepairConflict() const {
+  const SArguments& arguments = m_arguments;
+  const CLI::App& command = *m_app.get_subcommands().front();
+  const bool readsInput = std::ranges::count(arguments.sources, kStandardInput) > 0;
+  if (!arguments.output.empty() && !arguments.outputFolder.empty())
     return "repair: -o names one new database, --to-dir a folder for several; give one of them";
+  if (arguments.sources.size() == 1) {
+    if (readsInput && arguments.output.empty() && !arguments.isDryRun)
+      return "repair: standard input has no name; name the new database with -o";
+    return {};
+  }
+  if (readsInput) return "repair: standard input is one SOURCE and stands alone";
+  for (const char* name : kOneFileOptions)
+    if (command.get_option(name)->count() > 0)
+      return std::string("repair: ") + name + " belongs to one file; give one SOURCE";
   return {};
+}
+
+void CGrammar::TakeShared() {
+  for (const CLI::Option* option : m_app.get_subcommands().front()->get_options()) {
+    const std::string name = option->get_name();
+    if (option->count() == 0 || option->get_positional() || std::ranges::count(kBatchOptions, name) > 0)
+      continue;
+    m_arguments.shared.push_back(FromNativePath(name));
+    if (option->get_expected_max() > 0)
+      for (const std::string& value : option->results()) m_arguments.shared.push_back(FromNativePath(value));
+  }
 }
 
 void CGrammar::TakeWords() {
@@ -280,6 +327,8 @@ void CGrammar::TakeWords() {
   if (words.sources.empty()) arguments.sources = {FromNativePath(words.source)};
   arguments.source = arguments.sources.front();
   arguments.templatePath = FromNativePath(words.templatePath);
+  if (arguments.command == ECommand::Repair) TakeShared();
+  arguments.mapFile = FromNativePath(words.mapFile);
   arguments.workFolder = FromNativePath(words.workFolder);
   arguments.logFile = FromNativePath(words.logFile);
   arguments.output = FromNativePath(words.output);

@@ -33,7 +33,9 @@ struct SArguments {
   std::u16string source;                // the file to work on
   std::vector<std::u16string> sources;  // all that were named, files and folders; repair alone takes several
   std::u16string templatePath;          // empty: the source holds the definitions
-  std::u16string workFolder;            // empty: the program chooses
+  std::u16string mapFile;               // of a rescue; empty: the file is whole
+  uint64_t start = 0;         // where in the file the database begins that is meant; 0: the first one
+  std::u16string workFolder;  // empty: the program chooses
   std::u16string logFile;
   ERules rules = kDefaultRules;
   bool isJson = false;
@@ -42,9 +44,10 @@ struct SArguments {
   EColor color = EColor::Auto;
   bool withSystemTables = false;
   // repair
-  std::u16string output;        // empty: beside the source
-  std::u16string outputFolder;  // for outputs with the sources' own names; empty: none
-  uint32_t jobs = 1;            // files that are repaired at once
+  std::u16string output;               // empty: beside the source
+  std::u16string outputFolder;         // for outputs with the sources' own names; empty: none
+  uint32_t jobs = 1;                   // files that are repaired at once
+  std::vector<std::u16string> shared;  // of a repair of several files: the words that each of them gets
   EEngineChoice engine = EEngineChoice::Embedded;
   bool mayOverwrite = false;
   bool isDryRun = false;
@@ -56,6 +59,10 @@ struct SArguments {
   std::u16string folder;
   SExportOptions exporting;
 };
+
+// The name of standard input as a source, and the name that it has in messages and results.
+inline constexpr std::u16string_view kStandardInput = u"-";
+inline constexpr std::u16string_view kStandardInputShown = u"(standard input)";
 
 // What parsing answers: arguments to work with, or a text to show and the end.
 struct SParsedArguments {

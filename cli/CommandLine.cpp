@@ -5,6 +5,7 @@
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
+#include "cli/Summary.h"
 #include "platform/Terminal.h"
 
 namespace tolvane {
@@ -49,11 +50,14 @@ int RunTolvane(const std::vector<std::u16string>& words) {
     return static_cast<int>(parsed.status);
   }
   ListenForInterrupt();
+  ChooseColors(parsed.arguments.color);
   CSession session(parsed.arguments);
   const SCommandEnd end = RunCommand(session);
   if (end.failure) {
-    session.Say(end.failure->message);
-    if (parsed.arguments.isJson) PrintJson(MakeFailure(parsed.arguments, *end.failure));
+    // Whoever reads has seen enough.
+    if (IsReaderGone()) return static_cast<int>(end.status);
+    session.Complain(end.failure->message);
+    if (parsed.arguments.isJson) PrintJson(MakeFailure(session.GetArguments(), *end.failure));
   }
   return static_cast<int>(end.status);
 }

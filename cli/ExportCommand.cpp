@@ -68,11 +68,12 @@ std::optional<SFailure> PrepareFolder(const SArguments& arguments) {
 }
 
 // Before anything is written.
-std::optional<SFailure> CheckFiles(const std::vector<SExportFile>& files, const SArguments& arguments) {
+std::optional<SFailure> CheckFiles(const std::vector<SExportFile>& files, const CSession& session) {
+  const SArguments& arguments = session.GetArguments();
   const std::u16string advice =
       arguments.output.empty() ? u"name another folder with --to." : u"name another file with -o.";
   for (const SExportFile& file : files) {
-    if (IsSameFile(file.path, arguments.source) || IsSameFile(file.path, arguments.templatePath))
+    if (IsSameFile(file.path, session.GetSourcePath()) || IsSameFile(file.path, arguments.templatePath))
       return SFailure{EExitStatus::WrongUsage, AboutFile(file.path, u"A database is never written over.")};
     const bool hasObjects = arguments.exporting.ole == EOleForm::Files;
     const std::u16string& taken = FileExists(file.path) ? file.path : file.objectFolder;
@@ -160,7 +161,7 @@ std::optional<SFailure> PrintFiles(const CSession& session, const std::vector<SE
 
 SCommandEnd ExportToFiles(CSession& session, std::vector<SExportFile> files) {
   const SArguments& arguments = session.GetArguments();
-  if (auto failure = CheckFiles(files, arguments)) return *failure;
+  if (auto failure = CheckFiles(files, session)) return *failure;
   if (!arguments.folder.empty())
     if (auto failure = PrepareFolder(arguments)) return *failure;
   bool isIncomplete = false;

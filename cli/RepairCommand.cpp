@@ -110,7 +110,7 @@ SCommandEnd RunRepair(CSession& session) {
         .path = arguments.output.empty()
                     ? DefaultOutputPath(arguments.source, EndingOf(arguments.outputFormat))
                     : arguments.output,
-        .source = arguments.source,
+        .source = session.GetSourcePath(),
         .templatePath = arguments.templatePath,
         .mayReplace = arguments.mayOverwrite};
     const SOutputVerdict verdict = save.ReserveOutput(request);

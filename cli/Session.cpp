@@ -3,7 +3,9 @@
 #include "app/Losses.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
+#include "cli/Summary.h"
 #include "cli/Version.h"
+#include "engine/RescueMap.h"
 #include "engine/SourceCheck.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
@@ -44,10 +46,42 @@ SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& ver
     case ESourceState::Encrypted:
       advice = u" Remove the encryption in Access, then repair the result.";
       break;
+    case ESourceState::Foreign:
+      status = EExitStatus::Nothing;
+      break;
     case ESourceState::Ok:
       break;
   }
   return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
+}
+
+// The largest file of any format.
+constexpr uint64_t kLongestDatabase = uint64_t{1} << 31;
+
+void WriteMessage(std::u16string_view message, EMeaning meaning) {
+  WriteStream(EStream::Error,
+              Paint("tolvane:", meaning, HasColors(EStream::Error)) + " " + ToDisplay(message) + "\n");
+}
+
+// Empty when all of standard input is in the file, or nobody wants it any more.
+std::u16string CopyInput(const std::u16string& path, const CRepairingFileStatus& running) {
+  CFileCust file;
+  if (!file.Open(path, EFileAccess::Write, EFileShare::None, EFileCreation::CreateNew))
+    return u"It cannot be kept: " + SystemMessage(file.GetLastErrorCode()) +
+           u". Name another folder with --work-dir.";
+  std::vector<uint8_t> bytes(size_t{1} << 16);
+  try {
+    while (running.IsRunning()) {
+      bool isOk = true;
+      const std::optional<size_t> count = ReadInput(bytes, isOk);
+      if (!isOk) return u"It cannot be read: " + SystemMessage(LastSystemError()) + u".";
+      if (count == size_t{0}) break;
+      if (count) file.Write(std::span(bytes).first(*count));
+    }
+  } catch (const CFileCustException& error) {
+    return u"It cannot be kept: " + error.GetMessageText() + u". Name another folder with --work-dir.";
+  }
+  return {};
 }
 
 SFailure NoThread() {
@@ -100,9 +134,11 @@ SFailure StoppedByUser() {
 
 CSession::CSession(const SArguments& arguments)
     : m_arguments(arguments),
+      m_sourcePath(arguments.source),
       m_progress(ChooseForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
-      m_source(RulesOf(arguments.rules)),
+      m_source(RulesOf(arguments.rules), arguments.start),
       m_template(RulesOf(arguments.rules)) {
+  if (m_sourcePath == kStandardInput) m_arguments.source = kStandardInputShown;
   m_source.SetJob(m_job.GetContext());
   m_template.SetJob(m_job.GetContext());
   COvRepairFileManager& manager = m_job.GetManager();
@@ -116,7 +152,13 @@ CSession::~CSession() = default;
 
 void CSession::Say(std::u16string_view message) {
   m_progress.Clear();
-  WriteStream(EStream::Error, "tolvane: " + ToDisplay(message) + "\n");
+  WriteMessage(message, EMeaning::Doubt);
+  WriteLog(message);
+}
+
+void CSession::Complain(std::u16string_view message) {
+  m_progress.Clear();
+  WriteMessage(message, EMeaning::Bad);
   WriteLog(message);
 }
 
@@ -129,16 +171,78 @@ void CSession::Mention(std::u16string_view message) {
 }
 
 std::optional<SFailure> CSession::CheckFiles() {
+  if (m_sourcePath == kStandardInput)
+    if (auto failure = KeepInput()) return failure;
+  if (auto failure = TakeMap()) return failure;
   if (auto failure = CheckSourceFile()) return failure;
   if (auto failure = CheckTemplate()) return failure;
   return OpenLogFile();
 }
 
+// A copy, since a repair reads a file more than once and not in order.
+std::optional<SFailure> CSession::KeepInput() {
+  if (IsTerminal(EStream::Input))
+    return SFailure{EExitStatus::WrongUsage,
+                    u"Standard input is the terminal. Pipe a database into it, or name a file."};
+  if (auto failure = MakeWorkFolder()) return failure;
+  m_sourcePath = m_runFolder.GetPath() + u"input";
+  std::u16string reason, problem;
+  RunWatched([&] { reason = CopyInput(m_sourcePath, m_job.GetContext().repairing); }, problem);
+  if (IsInterrupted()) return StoppedByUser();
+  if (reason.empty() && problem.empty()) {
+    m_job.GetManager().SetCorruptedPath(m_sourcePath);
+    return std::nullopt;
+  }
+  return SFailure{EExitStatus::Failed, AboutFile(m_arguments.source, reason.empty() ? problem : reason)};
+}
+
+std::optional<SFailure> CSession::TakeMap() {
+  if (m_arguments.mapFile.empty()) return std::nullopt;
+  SRescueMap map = LoadRescueMap(m_arguments.mapFile);
+  if (!map.problem.empty())
+    return SFailure{
+        EExitStatus::WrongUsage,
+        AboutFile(m_arguments.mapFile, map.problem + u" Name the map that ddrescue wrote beside the copy.")};
+  m_source.SetHoles(std::move(map.holes));
+  return std::nullopt;
+}
+
 std::optional<SFailure> CSession::CheckSourceFile() {
   SSourceVerdict verdict;
-  if (auto failure = OpenWatched(m_source, m_arguments.source, verdict)) return failure;
-  if (verdict.state == ESourceState::Ok) return std::nullopt;
-  return MakeSourceFailure(m_arguments.source, verdict);
+  if (auto failure = OpenWatched(m_source, m_sourcePath, verdict)) return failure;
+  if (verdict.state != ESourceState::Ok) return MakeSourceFailure(m_arguments.source, verdict);
+  const uint64_t length = m_source.GetPages().GetFileLength();
+  if (m_arguments.start >= length)
+    return SFailure{EExitStatus::WrongUsage,
+                    AboutFile(m_arguments.source,
+                              u"The file ends before --start: it has " + ToDecimal(length) + u" bytes.")};
+  MentionPlace();
+  return std::nullopt;
+}
+
+// What is odd about the place of the database in its file.
+void CSession::MentionPlace() {
+  const SSourceFacts& facts = m_source.GetFacts();
+  if (m_source.GetPages().GetFileLength() > kLongestDatabase)
+    Mention(AboutFile(
+        m_arguments.source,
+        u"The file is longer than 2 GiB, which no Access database is. It is read as an image that holds "
+        u"one, at byte " +
+            ToDecimal(facts.start) + u"; --start names another place."));
+  if (m_arguments.start != 0 && facts.start != m_arguments.start)
+    Mention(AboutFile(m_arguments.source, u"No database begins at byte " + ToDecimal(m_arguments.start) +
+                                              u"; the pages from byte " + ToDecimal(facts.start) +
+                                              u" on are read."));
+  constexpr size_t kStartsTold = 8;
+  std::u16string places;
+  for (size_t i = 0; i < facts.otherStarts.size() && i < kStartsTold; ++i)
+    places += u" --start " + ToDecimal(facts.otherStarts[i]);
+  if (!places.empty())
+    Mention(AboutFile(m_arguments.source, ToDecimal(facts.otherStarts.size()) +
+                                              (facts.otherStarts.size() == 1
+                                                   ? u" further database is in the file; to read it:"
+                                                   : u" further databases are in the file; to read them:") +
+                                              places));
 }
 
 std::optional<SFailure> CSession::OpenWatched(CSource& source, const std::u16string& path,
@@ -161,7 +265,7 @@ std::optional<SFailure> CSession::CheckTemplate() {
     failure.message = AboutFile(path, verdict.reason + u" The template must be a healthy database.");
     return failure;
   }
-  if (!IsSameFile(path, m_arguments.source)) return std::nullopt;
+  if (!IsSameFile(path, m_sourcePath)) return std::nullopt;
   return SFailure{EExitStatus::WrongUsage,
                   AboutFile(path,
                             u"The template is the damaged file itself. Name a healthy database of the same "
@@ -171,7 +275,7 @@ std::optional<SFailure> CSession::CheckTemplate() {
 std::optional<SFailure> CSession::OpenLogFile() {
   const std::u16string& path = m_arguments.logFile;
   if (path.empty()) return std::nullopt;
-  if (IsSameFile(path, m_arguments.source) || IsSameFile(path, m_arguments.templatePath) ||
+  if (IsSameFile(path, m_sourcePath) || IsSameFile(path, m_arguments.templatePath) ||
       IsSameFile(path, m_arguments.output))
     return SFailure{EExitStatus::WrongUsage, AboutFile(path, u"The log cannot be written over a database.")};
   if (!m_logFile.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways))
@@ -211,7 +315,7 @@ std::optional<SFailure> CSession::MakeWorkFolder() {
 
 std::optional<SFailure> CSession::Recover() {
   if (auto failure = MakeWorkFolder()) return failure;
-  m_progress.Start(GetFileLength(m_arguments.source));
+  m_progress.Start(GetFileLength(m_sourcePath));
   m_logShown = 0;
   m_job.GetManager().SetSources(&m_source, m_template.IsOpen() ? &m_template : &m_source);
   if (!m_job.StartRepair()) return NoThread();

@@ -28,6 +28,8 @@ class CSession {
   CSession& operator=(const CSession&) = delete;
 
   [[nodiscard]] const SArguments& GetArguments() const { return m_arguments; }
+  // The file that is read: the source, or what standard input was kept in.
+  [[nodiscard]] const std::u16string& GetSourcePath() const { return m_sourcePath; }
   // The damaged file, open once CheckFiles found no failure.
   [[nodiscard]] CSource& GetSource() { return m_source; }
 
@@ -47,11 +49,16 @@ class CSession {
 
   // One line for the user on standard error; in the log, too.
   void Say(std::u16string_view message);
+  // The same of what ended the run.
+  void Complain(std::u16string_view message);
   // Like Say, but not with --quiet.
   void Mention(std::u16string_view message);
 
  private:
+  std::optional<SFailure> KeepInput();
+  std::optional<SFailure> TakeMap();
   std::optional<SFailure> CheckSourceFile();
+  void MentionPlace();
   std::optional<SFailure> OpenWatched(CSource& source, const std::u16string& path, SSourceVerdict& verdict);
   std::optional<SFailure> CheckTemplate();
   std::optional<SFailure> OpenLogFile();
@@ -62,7 +69,8 @@ class CSession {
   void LogLosses();
   void WriteLog(std::u16string_view lines);
 
-  const SArguments& m_arguments;
+  SArguments m_arguments;
+  std::u16string m_sourcePath;
   CProgressLine m_progress;
   CRunFolder m_runFolder;
   CSource m_source;

@@ -1,11 +1,11 @@
 #include "cli/Summary.h"
 
 #include <algorithm>
+#include <array>
 
 #include "cli/DisplayText.h"
 #include "cli/Outcome.h"
 #include "cli/TextTable.h"
-#include "platform/Terminal.h"
 
 namespace tolvane {
 
@@ -16,21 +16,44 @@ constexpr size_t kPlacesShown = 3;
 constexpr size_t kNamesShown = 8;
 constexpr size_t kNotesShown = 12;
 
-void AppendCount(uint64_t count, const std::string& words, std::string& out) {
-  if (count > 0) out += PadLeft(std::to_string(count), 10) + "  " + words + "\n";
+EColor g_color = EColor::Auto;  // main thread only
+
+void AppendCount(uint64_t count, const std::string& words, const SPageStyle& style, std::string& out) {
+  if (count > 0)
+    out += Paint(PadLeft(std::to_string(count), 10), EMeaning::Doubt, style.hasEscapes) + "  " + words + "\n";
 }
 
 }  // namespace
 
+void ChooseColors(EColor color) {
+  g_color = color;
+}
+
+bool HasColors(EStream stream) {
+  if (g_color != EColor::Auto) return g_color == EColor::Always;
+  return AcceptsEscapes(stream) && GetEnvironment(u"NO_COLOR").empty();
+}
+
+std::string Paint(const std::string& text, EMeaning meaning, bool hasColors) {
+  constexpr std::array<const char*, 4> kCodes{"1", "32", "33", "31"};  // bold, green, yellow, red
+  if (!hasColors || text.empty()) return text;
+  return std::string("\x1b[") + kCodes[static_cast<size_t>(meaning)] + "m" + text + "\x1b[0m";
+}
+
+EMeaning MeaningOf(EExitStatus status) {
+  if (status == EExitStatus::Done) return EMeaning::Good;
+  return status == EExitStatus::Incomplete ? EMeaning::Doubt : EMeaning::Bad;
+}
+
 SPageStyle OutputStyle() {
   SPageStyle style;
   if (IsTerminal(EStream::Output)) style.width = std::max(GetTerminalWidth(EStream::Output), 20u);
-  style.hasEscapes = AcceptsEscapes(EStream::Output) && GetEnvironment(u"NO_COLOR").empty();
+  style.hasEscapes = HasColors(EStream::Output);
   return style;
 }
 
 std::string Heading(const std::string& text, const SPageStyle& style) {
-  return style.hasEscapes ? "\x1b[1m" + text + "\x1b[0m\n" : text + "\n";
+  return Paint(text, EMeaning::Heading, style.hasEscapes) + "\n";
 }
 
 std::string DrawSource(const CAccessData& data, const SArguments& arguments, const SPageStyle& style) {
@@ -68,7 +91,7 @@ std::string DrawLosses(const std::string& heading, const std::vector<SLossLine>&
   if (losses.empty()) return {};
   std::string text = Heading(heading, style);
   for (const SLossLine& loss : losses) {
-    AppendCount(loss.count, ToDisplay(loss.words), text);
+    AppendCount(loss.count, ToDisplay(loss.words), style, text);
     constexpr size_t kIndent = 12;
     const size_t room = style.width > kIndent ? style.width - kIndent : 0;
     const std::string places = ToDisplay(loss.places);
@@ -90,7 +113,8 @@ std::string DrawOmitted(const CAccessData& data, const SPageStyle& style) {
 
 std::string DrawSaving(const SSaveSummary& summary, const SPageStyle& style) {
   std::string text;
-  for (const SLossLine& loss : ListSaveLosses(summary)) AppendCount(loss.count, ToDisplay(loss.words), text);
+  for (const SLossLine& loss : ListSaveLosses(summary))
+    AppendCount(loss.count, ToDisplay(loss.words), style, text);
   if (!text.empty()) text = Heading("Not saved", style) + text;
   if (summary.charactersReplaced > 0)
     text += "            tolvane repair --access-2000 keeps all characters\n";

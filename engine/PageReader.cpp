@@ -33,6 +33,11 @@ void CPageReader::Close() {
   SetStart(0);
 }
 
+void CPageReader::SetHoles(std::vector<SFileRange> holes) {
+  Forget();
+  m_holes = std::move(holes);
+}
+
 void CPageReader::SetStart(uint64_t start) {
   Forget();
   m_start = std::min(start, m_fileLength);
@@ -74,6 +79,14 @@ size_t CPageReader::ReadStretch(uint64_t offset, std::span<uint8_t> bytes) {
 }
 
 size_t CPageReader::ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes) {
+  // The first hole that ends behind the place.
+  const auto hole = std::partition_point(m_holes.begin(), m_holes.end(), [&](const SFileRange& range) {
+    return range.offset + range.length <= fileOffset;
+  });
+  if (hole != m_holes.end()) {
+    const uint64_t room = hole->offset > fileOffset ? hole->offset - fileOffset : 0;
+    bytes = bytes.first(static_cast<size_t>(std::min<uint64_t>(bytes.size(), room)));
+  }
   CErrorHandler handler;
   return m_file.ReadAt(fileOffset, bytes, handler);
 }

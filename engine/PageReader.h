@@ -3,7 +3,8 @@
 // Offsets and the length count from the database's first page, which other bytes may stand in front of.
 // A page that the system cannot read costs no other page: a block that fails is read again page by page. The
 // length is taken when the file is opened; a file that shrinks afterwards only has unreadable pages. A page
-// that failed once is not tried again (failing disks take seconds to say so). One thread at a time.
+// that failed once is not tried again (failing disks take seconds to say so). Bytes that are known not to be
+// the file's own (holes) cannot be read. One thread at a time.
 #pragma once
 
 #include <array>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "engine/DBFileReader.h"
+#include "engine/FileRange.h"
 #include "platform/ErrorHandler.h"
 
 namespace tolvane {
@@ -36,6 +38,8 @@ class CPageReader {
   void Close();
   [[nodiscard]] bool IsOpen() const { return m_file.IsOpen(); }
 
+  // In order, none touching another; they stay until other ones are set, whatever file is open.
+  void SetHoles(std::vector<SFileRange> holes);
   // Where the first page is in the file. What was read before is forgotten.
   void SetStart(uint64_t start);
   // The same for pages that do not all stand one behind the other: stretches in the order of their pages,
@@ -85,6 +89,7 @@ class CPageReader {
   const SCachedPage* FindCached(uint64_t offset, size_t size);
 
   CDBFileReader m_file;
+  std::vector<SFileRange> m_holes;
   uint64_t m_fileLength = 0;
   uint64_t m_start = 0;
   uint64_t m_length = 0;

@@ -74,7 +74,7 @@ void CSource::FindPages() {
   if (m_evidence.layout != nullptr)
     m_pages.SetStretches(m_evidence.stretches, m_evidence.layout->pageSize);
   else
-    m_pages.SetStart(FindDatabaseStart(m_pages));
+    m_pages.SetStart(m_wantedStart != 0 ? m_wantedStart : FindDatabaseStart(m_pages));
 }
 
 void CSource::ReadHeader() {

@@ -34,6 +34,8 @@ class CSource {
   CSource(const CSource&) = delete;
   CSource& operator=(const CSource&) = delete;
 
+  // Bytes of the file that are not its own, see CPageReader::SetHoles; before Open.
+  void SetHoles(std::vector<SFileRange> holes) { m_pages.SetHoles(std::move(holes)); }
   // Sees how far Open is with a file whose pages have to be looked for, and may stop it; outlives the source.
   void SetJob(CJobContext& job) { m_job = &job; }
   // Opens the file and finds out what it is. False: the system refuses, with its reason in the handler; the
@@ -50,6 +52,8 @@ class CSource {
   void UseLayout(const SLayout& layout);
 
   [[nodiscard]] CPageReader& GetPages() { return m_pages; }
+  // Whether pages prove that a database is there; only by rules that look for them.
+  [[nodiscard]] bool HasPages() const { return m_evidence.layout != nullptr; }
   // Whole pages.
   [[nodiscard]] uint64_t GetPageCount() const { return m_pages.GetPageCount(m_layout->pageSize); }
   // Reads one page by its number; see CPageReader::ReadPage.

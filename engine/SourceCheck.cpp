@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/DataReader.h"
+#include "engine/ForeignFile.h"
 #include "format/Layout.h"
 #include "platform/Files.h"
 
@@ -64,6 +65,8 @@ SSourceVerdict Judge(CSource& source) {
   if (length == 0) return {ESourceState::Empty, u"The file is empty."};
   const bool saysJet3 = source.GetFacts().versionByte == 0;
   const uint32_t pageSize = (saysJet3 ? kLayoutJet3 : kLayoutJet4).pageSize;
+  if (std::u16string reason = TellForeignFile(source); !reason.empty())
+    return {ESourceState::Foreign, std::move(reason)};
   if (length < pageSize) return {ESourceState::TooShort, u"The file is shorter than one page of a database."};
   if (const std::u16string_view scheme = EncryptionScheme(source, pageSize); !scheme.empty())
     return {ESourceState::Encrypted, u"The database is encrypted (" + std::u16string(scheme) +

@@ -17,6 +17,7 @@ enum class ESourceState : uint8_t {
   Device,  // a device, a pipe or a socket
   Empty,
   TooShort,   // less than one page
+  Foreign,    // another kind of file; the reason says what to do
   Encrypted,  // the pages are; a password alone is no obstacle
 };
 

@@ -13,7 +13,11 @@ namespace tolvane {
 
 namespace {
 constexpr unsigned kUsualWidth = 80;
+constexpr int kMoment = 100;  // milliseconds
+int g_writeError = 0;         // of the last write to standard output
+
 int DescriptorOf(EStream stream) {
+  if (stream == EStream::Input) return STDIN_FILENO;
   return stream == EStream::Output ? STDOUT_FILENO : STDERR_FILENO;
 }
 }  // namespace
@@ -48,11 +52,27 @@ bool WriteStream(EStream stream, std::string_view utf8) {
       continue;
     }
     if (errno == EINTR) continue;
+    if (stream == EStream::Output) g_writeError = errno;
     if (errno != EAGAIN) return false;
     pollfd ready{descriptor, POLLOUT, 0};
     if (poll(&ready, 1, -1) < 0 && errno != EINTR) return false;
   }
   return true;
+}
+
+bool IsReaderGone() {
+  return g_writeError == EPIPE;
+}
+
+std::optional<size_t> ReadInput(std::span<uint8_t> bytes, bool& isOk) {
+  isOk = true;
+  pollfd ready{STDIN_FILENO, POLLIN, 0};
+  const int count = poll(&ready, 1, kMoment);
+  if (count == 0 || (count < 0 && errno == EINTR)) return std::nullopt;
+  const ssize_t n = count > 0 ? read(STDIN_FILENO, bytes.data(), bytes.size()) : -1;
+  if (n >= 0) return static_cast<size_t>(n);
+  isOk = errno == EINTR || errno == EAGAIN;
+  return std::nullopt;
 }
 
 std::u16string GetEnvironment(std::u16string_view name) {

@@ -17,10 +17,13 @@ namespace tolvane {
 namespace {
 
 constexpr unsigned kUsualWidth = 80;
+constexpr DWORD kLargestRead = 1 << 20;
+DWORD g_writeError = ERROR_SUCCESS;  // of the last write to standard output
 // Consoles of older systems refuse more than 64 KiB at once.
 constexpr size_t kMaxConsoleUnits = 8192;
 
 HANDLE HandleOf(EStream stream) {
+  if (stream == EStream::Input) return GetStdHandle(STD_INPUT_HANDLE);
   return GetStdHandle(stream == EStream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
 }
 
@@ -75,11 +78,28 @@ bool WriteStream(EStream stream, std::string_view utf8) {
   while (!utf8.empty()) {
     const size_t size = std::min<size_t>(utf8.size(), std::numeric_limits<int32_t>::max());
     DWORD written = 0;
-    if (!WriteFile(handle, utf8.data(), static_cast<DWORD>(size), &written, nullptr) || written == 0)
+    if (!WriteFile(handle, utf8.data(), static_cast<DWORD>(size), &written, nullptr) || written == 0) {
+      if (stream == EStream::Output) g_writeError = GetLastError();
       return false;
+    }
     utf8.remove_prefix(written);
   }
   return true;
+}
+
+bool IsReaderGone() {
+  return g_writeError == ERROR_BROKEN_PIPE || g_writeError == ERROR_NO_DATA;
+}
+
+std::optional<size_t> ReadInput(std::span<uint8_t> bytes, bool& isOk) {
+  isOk = true;
+  DWORD count = 0;
+  const auto size = static_cast<DWORD>(std::min<size_t>(bytes.size(), kLargestRead));
+  if (ReadFile(GetStdHandle(STD_INPUT_HANDLE), bytes.data(), size, &count, nullptr)) return count;
+  // The writer of a pipe has gone: the end.
+  if (GetLastError() == ERROR_BROKEN_PIPE) return 0;
+  isOk = false;
+  return std::nullopt;
 }
 
 std::u16string GetEnvironment(std::u16string_view name) {
