@@ -5,6 +5,7 @@
 #include "engine/AccessVersionHandler.h"
 #include "engine/DBFileReader.h"
 #include "engine/PageReader.h"
+#include "engine/RescueMap.h"
 #include "engine/SourceCheck.h"
 #include "tests/engine/EngineTest.h"
 
@@ -132,6 +133,22 @@ TEST_F(SourceOfBytes, WhatIsNoDatabaseFileAndDamageThatIsNoObstacle) {
     file.Page(0).Fill(header);
     EXPECT_EQ(Check(file.Build()).state, ESourceState::Ok);
   }
+}
+
+TEST_F(SourceOfBytes, OtherKindsOfFilesAreNamedUnlessTheyHoldADatabase) {
+  const auto asBytes = [](std::string_view text) { return Bytes(text.begin(), text.end()); };
+  std::string lock(128, '\0');
+  for (const size_t at : {0, 32, 64, 96}) lock.replace(at, 5, "Admin");
+  const std::string noise(8192, 'x');
+  for (const std::string& text :
+       {"PK\x03\x04" + noise, "Content-Type: x\n\nAAEAAFN0YW5kYXJkIEpldCBEQg" + noise, lock})
+    EXPECT_EQ(Check(asBytes(text)).state, ESourceState::Foreign);
+  EXPECT_EQ(Check(asBytes(lock + noise + "x")).state, ESourceState::Ok) << "no whole number of entries";
+  CDatabaseBuilder file(kLayoutJet4);
+  Bytes archive = file.Build();
+  const Bytes head = asBytes("PK\x03\x04");
+  archive.insert(archive.begin(), head.begin(), head.end());
+  EXPECT_EQ(Check(archive).state, ESourceState::Ok);
 }
 
 TEST_F(SourceOfBytes, EncryptionIsNamedAndAKeyAloneIsNone) {
