@@ -52,4 +52,4 @@ def guide_pictures(desk):
 
 
 if __name__ == '__main__':
-    sys.exit(run_stories.run(__doc__, [(96, guide_pictures)]))
+    sys.exit(run_stories.run(__doc__, [(run_stories.DESKTOP, guide_pictures)]))

@@ -26,8 +26,8 @@ namespace {
 // Pixels at 96 DPI.
 constexpr int kWidth = 1000;
 constexpr int kHeight = 720;
-constexpr int kLeastWidth = 720;
-constexpr int kLeastHeight = 560;
+constexpr int kLeastWidth = 640;
+constexpr int kLeastHeight = 400;
 constexpr int kActivityWidth = 160;
 
 // The bar that only shows that something goes on begins anew after so many steps.
@@ -39,6 +39,28 @@ constexpr uint32_t kDisplayPause = 1000;
 constexpr std::u16string_view kLogFilter = u"Text Files (*.txt)|*.txt||";
 constexpr std::u16string_view kGuideName = u"TolvaneForAccess.html";
 
+SScreenArea ToScreenArea(const RECT& area) {
+  return {static_cast<int32_t>(area.left), static_cast<int32_t>(area.top), static_cast<int32_t>(area.right),
+          static_cast<int32_t>(area.bottom)};
+}
+
+MONITORINFO GetMonitorOf(HWND window) {
+  MONITORINFO info{};
+  info.cbSize = sizeof(info);
+  GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &info);
+  return info;
+}
+
+// What the taskbar leaves of the window's screen.
+SScreenArea GetWorkArea(HWND window) {
+  return ToScreenArea(GetMonitorOf(window).rcWork);
+}
+
+void MoveTo(HWND window, const SScreenArea& area) {
+  SetWindowPos(window, nullptr, area.left, area.top, area.GetWidth(), area.GetHeight(),
+               SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 class CAboutDialog : public CDialog {
  public:
   CAboutDialog() : CDialog(IDD_ABOUT) {}
@@ -48,8 +70,8 @@ class CAboutDialog : public CDialog {
 
 // --- creation ---
 
-CMainFrame::CMainFrame(CRecentFiles& recentFiles, CRunFolder& runFolder)
-    : m_recentFiles(recentFiles), m_runFolder(runFolder) {}
+CMainFrame::CMainFrame(CProfile& profile, CRecentFiles& recentFiles, CRunFolder& runFolder)
+    : m_profile(profile), m_recentFiles(recentFiles), m_runFolder(runFolder) {}
 
 bool CMainFrame::RegisterFrameClass() {
   return RegisterWindowClass(TOLVANE_FRAME_CLASS, COLOR_BTNFACE, IDR_MAINFRAME);
@@ -72,19 +94,41 @@ bool CMainFrame::Create(std::u16string_view path) {
   return true;
 }
 
-// Where the system puts it, but never beyond the screen.
-void CMainFrame::TakeFirstPlace() const {
-  MONITORINFO monitor{};
-  monitor.cbSize = sizeof(monitor);
-  GetMonitorInfoW(MonitorFromWindow(m_window, MONITOR_DEFAULTTONEAREST), &monitor);
-  const RECT& work = monitor.rcWork;
-  RECT place{};
-  GetWindowRect(m_window, &place);
-  const int width = std::min<int>(m_dpi.Scale(kWidth), work.right - work.left);
-  const int height = std::min<int>(m_dpi.Scale(kHeight), work.bottom - work.top);
-  const int left = std::clamp<int>(place.left, work.left, work.right - width);
-  const int top = std::clamp<int>(place.top, work.top, work.bottom - height);
-  SetWindowPos(m_window, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+// Where it was, or where the system puts it; never beyond the screen. Put there before its size is decided:
+// the resolution is that screen's.
+void CMainFrame::TakeFirstPlace() {
+  RECT first{};
+  GetWindowRect(m_window, &first);
+  first.right = first.left + m_dpi.Scale(kWidth);
+  first.bottom = first.top + m_dpi.Scale(kHeight);
+  const auto remembered = m_profile.LoadPlace();
+  const SWindowPlace place = remembered.value_or(SWindowPlace{ToScreenArea(first), m_dpi.GetValue()});
+  MoveTo(m_window, place.area);
+  ApplyDpi(CDpi::Of(m_window));
+  MoveTo(m_window, FitIntoScreen(place, m_dpi.GetValue(), GetWorkArea(m_window)));
+  m_isMaximised = place.isMaximised;
+}
+
+void CMainFrame::SavePlace() const {
+  WINDOWPLACEMENT placement{};
+  placement.length = sizeof(placement);
+  if (!GetWindowPlacement(m_window, &placement)) return;
+  // Its coordinates begin at the corner of the work area.
+  const MONITORINFO monitor = GetMonitorOf(m_window);
+  RECT area = placement.rcNormalPosition;
+  OffsetRect(&area, monitor.rcWork.left - monitor.rcMonitor.left, monitor.rcWork.top - monitor.rcMonitor.top);
+  const bool isMaximised = placement.showCmd == SW_SHOWMAXIMIZED ||
+                           (IsIconic(m_window) && (placement.flags & WPF_RESTORETOMAXIMIZED) != 0);
+  m_profile.SavePlace({ToScreenArea(area), m_dpi.GetValue(), isMaximised});
+}
+
+// The screen may have become smaller, or have gone.
+void CMainFrame::StayOnScreen() const {
+  if (IsIconic(m_window) || IsZoomed(m_window)) return;
+  RECT area{};
+  GetWindowRect(m_window, &area);
+  MoveTo(m_window,
+         FitIntoScreen({ToScreenArea(area), m_dpi.GetValue()}, m_dpi.GetValue(), GetWorkArea(m_window)));
 }
 
 bool CMainFrame::CreateChildren() {
@@ -197,6 +241,7 @@ void CMainFrame::RestoreIfMinimised() {
 }
 
 void CMainFrame::EndProcess() {
+  SavePlace();
   m_runFolder.Remove();
   const HANDLE self = OpenProcess(PROCESS_TERMINATE, FALSE, GetCurrentProcessId());
   TerminateProcess(self ? self : GetCurrentProcess(), 0);
@@ -409,8 +454,17 @@ void CMainFrame::ApplyDpi(CDpi dpi) {
 
 void CMainFrame::OnDpiChanged(UINT dpi, const RECT& area) {
   ApplyDpi(CDpi(dpi));
-  SetWindowPos(m_window, nullptr, area.left, area.top, area.right - area.left, area.bottom - area.top,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  const SScreenArea work = GetWorkArea(m_window);
+  SScreenArea wanted = ToScreenArea(area);
+  wanted.right = std::min(wanted.right, wanted.left + work.GetWidth());
+  wanted.bottom = std::min(wanted.bottom, wanted.top + work.GetHeight());
+  MoveTo(m_window, wanted);
+}
+
+void CMainFrame::OnGetMinMaxInfo(MINMAXINFO& info) const {
+  const SScreenArea work = GetWorkArea(m_window);
+  info.ptMinTrackSize = {std::min<LONG>(m_dpi.Scale(kLeastWidth), work.GetWidth()),
+                         std::min<LONG>(m_dpi.Scale(kLeastHeight), work.GetHeight())};
 }
 
 void CMainFrame::OnMenu(HMENU menu) {
@@ -470,8 +524,13 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       Arrange();
       return 0;
     case WM_GETMINMAXINFO:
-      reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {m_dpi.Scale(kLeastWidth),
-                                                               m_dpi.Scale(kLeastHeight)};
+      OnGetMinMaxInfo(*reinterpret_cast<MINMAXINFO*>(lParam));
+      return 0;
+    case WM_DISPLAYCHANGE:
+      StayOnScreen();
+      return 0;
+    case WM_SETTINGCHANGE:
+      if (wParam == SPI_SETWORKAREA) StayOnScreen();
       return 0;
     case WM_DPICHANGED:
       OnDpiChanged(LOWORD(wParam), *reinterpret_cast<const RECT*>(lParam));
@@ -499,6 +558,9 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       return 0;
     case WM_QUERYENDSESSION:
       return m_workflow->IsWorking() ? FALSE : TRUE;
+    case WM_ENDSESSION:
+      if (wParam != FALSE) SavePlace();
+      return 0;
     default:
       return Default(message, wParam, lParam);
   }

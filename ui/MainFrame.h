@@ -14,6 +14,7 @@
 #include "platform/ProcessManager.h"
 #include "store/WorkFolder.h"
 #include "ui/OrlinVexaFileScanView.h"
+#include "ui/Profile.h"
 #include "ui/TaskbarButton.h"
 #include "ui/WindowDialogs.h"
 #include "ui/win/Window.h"
@@ -22,14 +23,16 @@ namespace tolvane {
 
 class CMainFrame : public CWnd, public CMainFrameWindow {
  public:
-  // Both must outlive the frame; the run's folder is removed when the process ends.
-  CMainFrame(CRecentFiles& recentFiles, CRunFolder& runFolder);
+  // All must outlive the frame; the run's folder is removed when the process ends.
+  CMainFrame(CProfile& profile, CRecentFiles& recentFiles, CRunFolder& runFolder);
 
   static bool RegisterFrameClass();
   // With the first page shown; a path that is not empty is selected.
   bool Create(std::u16string_view path);
   // True when the message was a key of the window's own.
   bool TranslateKeys(MSG& message);
+  // As it was when the program ended last.
+  [[nodiscard]] bool IsToBeMaximised() const { return m_isMaximised; }
 
   // CMainFrameWindow
   void SetTimer(uint32_t identifier, uint32_t milliseconds) override;
@@ -47,7 +50,9 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
-  void TakeFirstPlace() const;
+  void TakeFirstPlace();
+  void SavePlace() const;
+  void StayOnScreen() const;
   bool CreateChildren();
   bool CreateWorkflow();
   void OnCommand(UINT identifier);
@@ -63,6 +68,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void OnHelp();
   void OnDrop(WPARAM drop);
   void OnDpiChanged(UINT dpi, const RECT& area);
+  void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void ApplyDpi(CDpi dpi);
   void CallUser() const;
   void OnMenu(HMENU menu);
@@ -74,6 +80,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void ShowNotice(std::u16string_view text) const;
   [[nodiscard]] bool IsChoosing() const;
 
+  CProfile& m_profile;
   CRecentFiles& m_recentFiles;
   CRunFolder& m_runFolder;
   SSettings m_settings;
@@ -90,7 +97,8 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   CDpi m_dpi;
   CFont m_statusFont;
   HACCEL m_keys = nullptr;
-  bool m_isBusy = false;  // between showing and hiding the progress bar
+  bool m_isMaximised = false;  // at the start
+  bool m_isBusy = false;       // between showing and hiding the progress bar
 };
 
 }  // namespace tolvane

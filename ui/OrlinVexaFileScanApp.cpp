@@ -28,7 +28,7 @@ bool COrlinVexaFileScanApp::InitialiseOle() {
 }
 
 void COrlinVexaFileScanApp::LoadProfile(std::u16string_view registryKey, size_t) {
-  m_registry.SetKey(registryKey);
+  m_profile.SetKey(registryKey);
   m_recentFiles.Load();
 }
 
@@ -60,15 +60,17 @@ bool COrlinVexaFileScanApp::MakeWorkFolder(std::u16string& problem) {
 }
 
 bool COrlinVexaFileScanApp::OpenMainWindow(std::u16string_view path) {
-  m_frame = std::make_unique<CMainFrame>(m_recentFiles, m_runFolder);
+  m_frame = std::make_unique<CMainFrame>(m_profile, m_recentFiles, m_runFolder);
   return m_frame->Create(path);
 }
 
 void COrlinVexaFileScanApp::UpdateMainWindow() {
   STARTUPINFOW start{};
   GetStartupInfoW(&start);
-  ShowWindow(m_frame->GetHandle(),
-             (start.dwFlags & STARTF_USESHOWWINDOW) != 0 ? start.wShowWindow : SW_SHOWDEFAULT);
+  int show = (start.dwFlags & STARTF_USESHOWWINDOW) != 0 ? start.wShowWindow : SW_SHOWDEFAULT;
+  if (m_frame->IsToBeMaximised() && (show == SW_SHOWNORMAL || show == SW_SHOWDEFAULT))
+    show = SW_SHOWMAXIMIZED;
+  ShowWindow(m_frame->GetHandle(), show);
   UpdateWindow(m_frame->GetHandle());
 }
 

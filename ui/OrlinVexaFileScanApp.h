@@ -9,7 +9,7 @@
 #include "platform/InstanceChecker.h"
 #include "store/WorkFolder.h"
 #include "ui/MainFrame.h"
-#include "ui/RecentFileRegistry.h"
+#include "ui/Profile.h"
 #include "ui/WindowDialogs.h"
 
 namespace tolvane {
@@ -46,8 +46,8 @@ class COrlinVexaFileScanApp : public CWinApp, private CStartActions {
   std::u16string m_path;
   bool m_hasOle = false;
   CInstanceChecker m_instanceChecker;
-  CRecentFileRegistry m_registry;
-  CRecentFiles m_recentFiles{m_registry};
+  CProfile m_profile;
+  CRecentFiles m_recentFiles{m_profile};
   CWindowDialogs m_dialogs;
   CRunFolder m_runFolder;
   std::unique_ptr<CMainFrame> m_frame;

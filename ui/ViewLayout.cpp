@@ -25,6 +25,10 @@ constexpr int kWidestForm = 820;
 constexpr int kSummaryLines = 3;
 constexpr int kFindWidth = 220;
 constexpr int kNarrowestPane = 120;
+constexpr int kLowestPane = 160;
+// Where there is less than this, what stands below each other moves beside each other, and gaps shrink.
+constexpr int kRoomyLines = 15;
+constexpr int kRoomyPixels = 290;
 
 constexpr UINT kSteps[] = {IDC_STEP_SAVE, IDC_STEP_REVIEW, IDC_STEP_REPAIR, IDC_STEP_CHOOSE};
 
@@ -36,7 +40,11 @@ CViewLayout::CViewLayout(HWND view, CDpi dpi, const SFonts& fonts, const SLayout
       m_fonts(fonts),
       m_state(state),
       m_mover(view),
-      m_line(fonts.message.GetLineHeight()) {}
+      m_line(fonts.message.GetLineHeight()),
+      m_isLow(CWnd(view).GetClientArea().bottom < kRoomyLines * m_line + dpi.Scale(kRoomyPixels)),
+      m_margin(Px(m_isLow ? kMargin / 2 : kMargin)),
+      m_gap(Px(m_isLow ? kGap / 2 : kGap)),
+      m_sectionGap(Px(m_isLow ? kGap : kSectionGap)) {}
 
 std::wstring CViewLayout::TextOf(UINT identifier) const {
   return ToWide(CWnd(m_view).GetItem(identifier).GetText());
@@ -45,7 +53,7 @@ std::wstring CViewLayout::TextOf(UINT identifier) const {
 void CViewLayout::Arrange() {
   CArea area(CWnd(m_view).GetClientArea());
   ArrangeCommands(area);
-  area = area.Inset(Px(kMargin), Px(kGap + kGap / 2));
+  area = area.Inset(m_margin, m_gap + m_gap / 2);
   ArrangeHeader(area);
   switch (m_state.page) {
     case EPageState::ModeSelection:
@@ -67,30 +75,30 @@ void CViewLayout::Arrange() {
 
 void CViewLayout::ArrangeHeader(CArea& area) {
   const int titleHeight = m_fonts.title.GetLineHeight();
-  CArea titleRow = area.CutTop(titleHeight, Px(kGap / 2));
+  CArea titleRow = area.CutTop(titleHeight, m_gap / 2);
   CArea steps = titleRow;
   steps.CutTop((titleHeight - Line()) / 2);
   for (const UINT step : kSteps) {
     const int width = m_fonts.bold.GetTextWidth(TextOf(step).c_str());
-    m_mover.Place(step, steps.CutRight(width + Px(kGap), Px(kGap)));
+    m_mover.Place(step, steps.CutRight(width + m_gap, m_gap));
   }
-  titleRow.CutRight(titleRow.GetWidth() - steps.GetWidth(), Px(kGap));
+  titleRow.CutRight(titleRow.GetWidth() - steps.GetWidth(), m_gap);
   m_mover.Place(IDC_TITLE, titleRow);
   const int hint = m_fonts.message.GetTextWidth(TextOf(IDC_HINT).c_str());
   const int hintLines = hint > area.GetWidth() ? 2 : 1;
-  m_mover.Place(IDC_HINT, area.CutTop(hintLines * Line(), Px(kSectionGap)));
+  m_mover.Place(IDC_HINT, area.CutTop(hintLines * Line(), m_sectionGap));
 }
 
 void CViewLayout::PlaceButton(CArea& row, UINT identifier, bool isLeft) {
   const int text = m_fonts.message.GetTextWidth(TextOf(identifier).c_str());
   const int width = std::max(Px(kNarrowestButton), text + Px(kButtonPadding));
-  m_mover.Place(identifier, isLeft ? row.CutLeft(width, Px(kGap)) : row.CutRight(width, Px(kGap)));
+  m_mover.Place(identifier, isLeft ? row.CutLeft(width, m_gap) : row.CutRight(width, m_gap));
 }
 
 void CViewLayout::ArrangeCommands(CArea& area) {
-  CArea bar = area.CutBottom(Px(kButtonHeight + 2 * kGap + kGap));
+  CArea bar = area.CutBottom(Px(kButtonHeight) + 3 * m_gap);
   m_commandTop = bar.GetRect().top;
-  bar = bar.Inset(Px(kMargin), Px(kGap + kGap / 2));
+  bar = bar.Inset(m_margin, m_gap + m_gap / 2);
   if (m_state.page == EPageState::Saved) {
     PlaceButton(bar, ID_OPEN_FOLDER, false);
     PlaceButton(bar, ID_NEW_REPAIR, false);
@@ -103,25 +111,38 @@ void CViewLayout::ArrangeCommands(CArea& area) {
 }
 
 void CViewLayout::ArrangePathLine(CArea& area, UINT label, UINT path, UINT button) {
-  m_mover.Place(label, area.CutTop(Line(), Px(kGap / 2)));
-  CArea row = area.CutTop(Px(kButtonHeight), Px(kGap));
+  if (!m_isLow) m_mover.Place(label, area.CutTop(Line(), m_gap / 2));
+  CArea row = area.CutTop(Px(kButtonHeight), m_gap);
+  if (m_isLow) {
+    const int width = m_fonts.message.GetTextWidth(TextOf(label).c_str());
+    m_mover.Place(label, row.CutLeft(width, m_gap).Inset(0, (row.GetHeight() - Line()) / 2));
+  }
   if (button != 0) PlaceButton(row, button, false);
   const int height = Line() + Px(kEditPadding);
   row.CutTop((row.GetHeight() - height) / 2);
   m_mover.Place(path, row.CutTop(height));
 }
 
+void CViewLayout::ArrangeMode(CArea& area, UINT button, UINT text) {
+  CArea row = area.CutTop(Line() + Px(4), m_isLow ? m_gap : 0);
+  if (m_isLow) {
+    const int mode = m_fonts.message.GetTextWidth(TextOf(IDC_MODE_STANDARD).c_str()) + Px(2 * kIndent);
+    m_mover.Place(button, row.CutLeft(mode));
+    m_mover.Place(text, row.Inset(0, Px(2)));
+  } else {
+    m_mover.Place(button, row);
+    m_mover.Place(text, area.CutTop(Line(), m_gap).Inset(Px(kIndent), 0));
+  }
+}
+
 void CViewLayout::ArrangeChoice(CArea area) {
   area = area.CutLeft(std::min(area.GetWidth(), Px(kWidestForm)));
-  m_mover.Place(IDC_FILE_HEADING, area.CutTop(Line(), Px(kGap)));
+  m_mover.Place(IDC_FILE_HEADING, area.CutTop(Line(), m_gap));
   ArrangePathLine(area, IDC_FILE_LABEL, IDC_FILE, ID_CHOOSE_FILE);
-  m_mover.Place(IDC_DROP_NOTE, area.CutTop(Line(), Px(kSectionGap)));
-  m_mover.Place(IDC_MODE_HEADING, area.CutTop(Line(), Px(kGap)));
-  const int buttonHeight = Line() + Px(4);
-  m_mover.Place(IDC_MODE_STANDARD, area.CutTop(buttonHeight));
-  m_mover.Place(IDC_MODE_STANDARD_TEXT, area.CutTop(Line(), Px(kGap)).Inset(Px(kIndent), 0));
-  m_mover.Place(IDC_MODE_TEMPLATE, area.CutTop(buttonHeight));
-  m_mover.Place(IDC_MODE_TEMPLATE_TEXT, area.CutTop(Line(), Px(kGap)).Inset(Px(kIndent), 0));
+  m_mover.Place(IDC_DROP_NOTE, area.CutTop(Line(), m_sectionGap));
+  m_mover.Place(IDC_MODE_HEADING, area.CutTop(Line(), m_gap));
+  ArrangeMode(area, IDC_MODE_STANDARD, IDC_MODE_STANDARD_TEXT);
+  ArrangeMode(area, IDC_MODE_TEMPLATE, IDC_MODE_TEMPLATE_TEXT);
   if (m_state.isTemplateMode) {
     CArea indented = area;
     const int before = indented.GetHeight();
@@ -129,8 +150,8 @@ void CViewLayout::ArrangeChoice(CArea area) {
     ArrangePathLine(indented, IDC_TEMPLATE_LABEL, IDC_TEMPLATE_FILE, ID_CHOOSE_TEMPLATE);
     area.CutTop(before - indented.GetHeight());
   }
-  area.CutTop(Px(kSectionGap - kGap));
-  m_mover.Place(IDC_RECENT_LABEL, area.CutTop(Line(), Px(kGap)));
+  area.CutTop(m_sectionGap - m_gap);
+  m_mover.Place(IDC_RECENT_LABEL, area.CutTop(Line(), m_gap));
   m_mover.Place(IDC_RECENT_LIST, area.CutTop(kRecentLines * Line() + Px(kEditPadding)));
 }
 
@@ -139,14 +160,22 @@ void CViewLayout::ArrangeWork(CArea area) {
     ArrangePathLine(area, IDC_OUTPUT_LABEL, IDC_OUTPUT, 0);
   else
     ArrangePathLine(area, IDC_FILE_LABEL, IDC_FILE, 0);
-  area.CutTop(Px(kGap));
-  m_mover.Place(IDC_STATUS_LINE, area.CutTop(Line(), Px(kGap)));
-  m_mover.Place(IDC_PROGRESS, area.CutTop(Px(kProgressHeight), Px(kSectionGap)));
+  area.CutTop(m_gap);
+  m_mover.Place(IDC_STATUS_LINE, area.CutTop(Line(), m_gap));
+  m_mover.Place(IDC_PROGRESS, area.CutTop(Px(kProgressHeight), m_sectionGap));
   ArrangeLog(area);
 }
 
+// As high as the user wants it, but never so high that the upper part cannot be used, nor lower than `least`.
+CArea CViewLayout::CutLower(CArea& area, int wanted, int least) {
+  const int tallest = area.GetHeight() - Px(kLowestPane);
+  const CArea lower = area.CutBottom(std::max(std::min(Px(wanted), tallest), least));
+  m_lowerSplitter = area.CutBottom(m_gap).GetRect();
+  return lower;
+}
+
 void CViewLayout::ArrangeLog(CArea area) {
-  CArea row = area.CutTop(Px(kButtonHeight), Px(kGap / 2));
+  CArea row = area.CutTop(Px(kButtonHeight), m_gap / 2);
   PlaceButton(row, ID_SAVE_LOG, false);
   PlaceButton(row, ID_COPY_LOG, false);
   m_mover.Place(IDC_LOG_LABEL, row.CutBottom(Line(), 0));
@@ -156,50 +185,43 @@ void CViewLayout::ArrangeLog(CArea area) {
 void CViewLayout::ArrangeReview(CArea area) {
   const int widest = std::max(area.GetWidth() - Px(2 * kNarrowestPane), Px(kNarrowestPane));
   CArea tree = area.CutLeft(std::clamp(Px(m_state.treeWidth), Px(kNarrowestPane), widest));
-  m_treeSplitter = area.CutLeft(Px(kGap + kGap / 2)).GetRect();
-  m_mover.Place(IDC_TREE_LABEL, tree.CutTop(Line(), Px(kGap / 2)));
+  m_treeSplitter = area.CutLeft(m_gap + m_gap / 2).GetRect();
+  m_mover.Place(IDC_TREE_LABEL, tree.CutTop(Line(), m_gap / 2));
   m_mover.Place(IDC_TREE, tree);
-  m_mover.Place(IDC_SUMMARY_LABEL, area.CutTop(Line(), Px(kGap / 2)));
+  m_mover.Place(IDC_SUMMARY_LABEL, area.CutTop(Line(), m_gap / 2));
   if (m_state.review == EReview::Table) {
     ArrangeTable(area);
     return;
   }
-  const int tallest = std::max(area.GetHeight() - Px(kNarrowestPane), 0);
-  const CArea log = area.CutBottom(std::clamp(Px(m_state.logHeight), 0, tallest));
-  m_lowerSplitter = area.CutBottom(Px(kGap)).GetRect();
+  const CArea log = CutLower(area, m_state.logHeight, Px(kButtonHeight) + m_gap + 2 * Line());
   m_mover.Place(IDC_SUMMARY, area);
   ArrangeLog(log);
 }
 
 void CViewLayout::ArrangeTable(CArea area) {
-  m_mover.Place(IDC_SUMMARY, area.CutTop(kSummaryLines * Line() + Px(kEditPadding), Px(kGap)));
-  const int tallest = std::max(area.GetHeight() - Px(kNarrowestPane), 0);
-  CArea cell = area.CutBottom(std::clamp(Px(m_state.cellHeight), 0, tallest));
-  m_lowerSplitter = area.CutBottom(Px(kGap)).GetRect();
-  m_mover.Place(IDC_CELL_LABEL, cell.CutTop(Line(), Px(kGap / 2)));
+  m_mover.Place(IDC_SUMMARY, area.CutTop(kSummaryLines * Line() + Px(kEditPadding), m_gap));
+  CArea cell = CutLower(area, m_state.cellHeight, m_gap + 2 * Line() + Px(kEditPadding));
+  m_mover.Place(IDC_CELL_LABEL, cell.CutTop(Line(), m_gap / 2));
   m_mover.Place(IDC_CELL, cell);
 
-  CArea find = area.CutTop(Px(kButtonHeight), Px(kGap));
+  CArea find = area.CutTop(Px(kButtonHeight), m_gap);
   PlaceButton(find, ID_FIND_NEXT, false);
   const int editHeight = Line() + Px(kEditPadding);
   const int textInset = (find.GetHeight() - Line()) / 2;
-  CArea edit = find.CutRight(std::min(Px(kFindWidth), find.GetWidth() / 2), Px(kGap));
+  CArea edit = find.CutRight(std::min(Px(kFindWidth), find.GetWidth() / 2), m_gap);
   edit.CutTop((edit.GetHeight() - editHeight) / 2);
   m_mover.Place(IDC_FIND, edit.CutTop(editHeight));
   find = find.Inset(0, textInset);
-  m_mover.Place(IDC_FIND_LABEL,
-                find.CutRight(m_fonts.message.GetTextWidth(L"Find:") + Px(kGap / 2), Px(kGap)));
+  m_mover.Place(IDC_FIND_LABEL, find.CutRight(m_fonts.message.GetTextWidth(L"Find:") + m_gap / 2, m_gap));
   m_mover.Place(IDC_RECORDS_LABEL, find);
   m_mover.Place(IDC_RECORDS, area);
 }
 
 void CViewLayout::ArrangeDone(CArea area) {
   ArrangePathLine(area, IDC_OUTPUT_LABEL, IDC_OUTPUT, 0);
-  area.CutTop(Px(kGap));
-  m_mover.Place(IDC_SUMMARY_LABEL, area.CutTop(Line(), Px(kGap / 2)));
-  const int tallest = std::max(area.GetHeight() - Px(kNarrowestPane), 0);
-  const CArea log = area.CutBottom(std::clamp(Px(m_state.logHeight), 0, tallest));
-  m_lowerSplitter = area.CutBottom(Px(kGap)).GetRect();
+  area.CutTop(m_gap);
+  m_mover.Place(IDC_SUMMARY_LABEL, area.CutTop(Line(), m_gap / 2));
+  const CArea log = CutLower(area, m_state.logHeight, Px(kButtonHeight) + m_gap + 2 * Line());
   m_mover.Place(IDC_SUMMARY, area);
   ArrangeLog(log);
 }

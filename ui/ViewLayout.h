@@ -45,6 +45,8 @@ class CViewLayout {
   void ArrangeTable(CArea area);
   void ArrangeDone(CArea area);
   void ArrangeLog(CArea area);
+  void ArrangeMode(CArea& area, UINT button, UINT text);
+  CArea CutLower(CArea& area, int wanted, int least);
   void ArrangePathLine(CArea& area, UINT label, UINT path, UINT button);
   void PlaceButton(CArea& row, UINT identifier, bool isLeft);
   [[nodiscard]] std::wstring TextOf(UINT identifier) const;
@@ -56,7 +58,11 @@ class CViewLayout {
   const SFonts& m_fonts;
   const SLayoutState& m_state;
   CMover m_mover;
-  int m_line;  // height of a line of text
+  int m_line;    // height of a line of text
+  bool m_isLow;  // little room from top to bottom
+  int m_margin;
+  int m_gap;
+  int m_sectionGap;
   RECT m_treeSplitter{};
   RECT m_lowerSplitter{};
   int m_commandTop = 0;

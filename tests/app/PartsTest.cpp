@@ -9,6 +9,7 @@
 #include "app/OutputChoice.h"
 #include "app/RecentFiles.h"
 #include "app/ViewTexts.h"
+#include "app/WindowPlace.h"
 #include "store/WorkFolder.h"
 #include "tests/app/FakeFrontEnd.h"
 #include "tests/platform/ScratchFolder.h"
@@ -237,6 +238,28 @@ TEST(Findings, EachSetOfRulesTellsItsOwn) {
     data.NoteOtherObject(EOtherObject::Form, u"Start");
     EXPECT_EQ(ListOmittedObjects(data, 9).size(), isExact ? 1u : 0u);
   }
+}
+
+TEST(WindowPlace, FitsTheScreenThatIsThere) {
+  constexpr SScreenArea kLeftScreen{-1280, 0, 0, 680};
+  const struct {
+    const char16_t* remembered;
+    uint32_t dpi;
+    SScreenArea shown;
+  } cases[] = {
+      {u"-1200 30 -300 530 96 0", 96, {-1200, 30, -300, 530}},
+      {u"-1200 30 -300 530 96 0", 144, {-1280, 0, 0, 680}},    // larger than the screen
+      {u"2000 900 2800 1500 192 1", 96, {-400, 380, 0, 680}},  // on a screen that is gone
+  };
+  for (const auto& c : cases) {
+    const auto place = ParseWindowPlace(c.remembered);
+    ASSERT_TRUE(place);
+    EXPECT_EQ(FormatWindowPlace(*place), c.remembered);
+    EXPECT_EQ(FitIntoScreen(*place, c.dpi, kLeftScreen), c.shown) << ToUtf8(c.remembered);
+  }
+  for (const char16_t* text :
+       {u"", u"1 2 3", u"0 0 0 500 96 0", u"0 0 500 500 0 0", u"0 0 99999999999 5 96 0"})
+    EXPECT_FALSE(ParseWindowPlace(text)) << ToUtf8(text);
 }
 
 }  // namespace

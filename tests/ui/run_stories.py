@@ -7,7 +7,7 @@ stories on real databases, judged by what the windows say, by the saved files as
         [--drive build/windows-x64/tests/ui/drive.exe] [--tolvane build/release/tolvane]
         [--make-sample build/release/samples/make_sample] [--only TEXT]
 
-Prints one line a story and keeps a picture of every page, at 96 and 192 DPI, in build/ui-stories/screenshots. Ends with
+Prints one line a story and keeps a picture of every page, on several screens, in build/ui-stories/screenshots. Ends with
 77 where Wine, a virtual screen or the readers are missing.
 """
 import argparse
@@ -20,7 +20,7 @@ import sys
 import time
 
 import window
-from window import (CANCEL, ID, NO, OK, ROOT, YES, Failed, Program, Session, expect, expect_text, unix_path, wait_for,
+from window import (CANCEL, ID, NO, OK, ROOT, YES, Display, Failed, Program, Session, expect, expect_text, unix_path, wait_for,
                     windows_path)
 
 sys.path.insert(0, str(ROOT / 'tests' / 'corpus'))
@@ -48,7 +48,7 @@ BIG_COPIES = 200  # of the sample's rows, for a repair and a save that take seco
 class Desk:
     """What every story finds: the session, the files, and a place for output."""
 
-    def __init__(self, options, dpi):
+    def __init__(self, options, display):
         self.options, self.program = options, None
         self.shots, self.folder = options.build / 'screenshots', options.build / 'desk'
         shutil.rmtree(self.folder, ignore_errors=True)
@@ -58,7 +58,7 @@ class Desk:
         self.healthy_path, self.damaged = self.folder / 'healthy.mdb', self.folder / 'damaged.mdb'
         subprocess.run([options.make_sample, self.healthy_path, self.damaged], check=True, stdout=subprocess.DEVNULL)
         self.healthy = pages.Pages(self.healthy_path)
-        self.session = Session(self.folder, options.build / 'wine', options.drive, dpi)
+        self.session = Session(self.folder, options.build / 'wine', options.drive, display)
 
     def write(self, name, content):
         (self.folder / name).write_bytes(content)
@@ -93,10 +93,11 @@ class Desk:
         self.program.wait_for_page('saved')
 
     def shoot(self, name, dialog=None):
-        path = self.shots / ('%s-%d.png' % (name, self.session.dpi))
+        path = self.shots / ('%s-%s.png' % (name, self.session.display.name))
         self.program.shoot(path, dialog)
         if not dialog:
             self.program.check_access_keys()
+            self.program.check_layout()
         return path
 
     def check_saved(self, path, damage=None, rescued=None):
@@ -369,6 +370,46 @@ def recent_files(desk):
     program.close()
 
 
+def every_page(desk):
+    """What each page shows has room."""
+    program = desk.start(windows_path(desk.damaged))
+    program.command('ID_MODE_TEMPLATE')
+    wait_for(lambda: program.shown('IDC_TEMPLATE_FILE') == [True], 'the line of the template')
+    desk.shoot('2-template')
+    program.command('ID_MODE_STANDARD')
+    program.command('ID_NEXT', page='repairing')
+    desk.shoot('3-repairing')
+    program.wait_for_page('review')
+    desk.shoot('4-review')
+    program.select_table(0)
+    wait_for(lambda: program.shown('IDC_RECORDS') == [True], 'the records')
+    desk.shoot('5-table')
+    desk.save(desk.folder / 'every page.mdb')
+    desk.shoot('6-saved')
+    program.close()
+
+
+def window_place(desk):
+    """The window comes back where it was, on the screen that there is, and follows its resolution."""
+    program = desk.start()
+    program.move(60, 40, 900, 640)
+    placed = program.frame.area()
+    program.close()
+    program = desk.start()
+    expect(program.frame.area(), placed, 'place at the next start')
+    before = program.control('ID_NEXT').area()
+    program.change_resolution(120, (100, 50, 1300, 850))
+    expect(program.frame.area(), (100, 50, 1300, 850), 'place at another resolution')
+    after = program.control('ID_NEXT').area()
+    expect(after[3] - after[1], (before[3] - before[1]) * 120 // 96, 'height of a button')
+    program.check_layout()
+    program.move(1900, 1300, 1000, 700)  # partly outside
+    program.close()
+    program = desk.start()
+    program.check_layout()
+    program.close()
+
+
 def crash_note(desk):
     """An unexpected failure is told, with a note; the next start sweeps what the run left."""
     program = desk.repair(desk.damaged)
@@ -391,8 +432,13 @@ def crash_note(desk):
 
 
 STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, settings,
-           start_dialog, recent_files, crash_note]
-EVERY_PAGE = [standard_repair, preview, template_repair, stop_save, settings]  # again at the other resolution
+           start_dialog, recent_files, window_place, crash_note]
+DESKTOP, FINE = Display('96', 96, (2100, 1560)), Display('192', 192, (2100, 1560))
+# 800x600 and 1280x720 at 150 %, with a taskbar.
+SMALL = [Display('small-96', 96, (800, 560)), Display('small-144', 144, (1280, 648))]
+EVERYWHERE = [(DESKTOP, story) for story in STORIES] + [(FINE, story) for story in (every_page, preview, settings)] + [
+    (display, every_page) for display in SMALL]
+
 
 
 def tell(desk, story):
@@ -405,13 +451,13 @@ def tell(desk, story):
         desk.session.run('import', '-window', 'root', desk.shots / ('FAILED-%s.png' % story.__name__))
         if desk.program:
             desk.program.end()
-    print('%-16s %3d DPI %5.1f s  %s' % (
-        story.__name__, desk.session.dpi, time.monotonic() - started, problem or 'passed'), flush=True)
+    print('%-16s %-9s %5.1f s  %s' % (
+        story.__name__, desk.session.display.name, time.monotonic() - started, problem or 'passed'), flush=True)
     return problem is None
 
 
 def run(description, stories):
-    """Runs (resolution, story) of `stories`, and answers the exit status."""
+    """Runs (display, story) of `stories`, and answers the exit status."""
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     for option, place in (('--program', 'build/windows-x64/ui/TolvaneForAccess.exe'),
                           ('--drive', 'build/windows-x64/tests/ui/drive.exe'), ('--tolvane', 'build/release/tolvane'),
@@ -425,13 +471,13 @@ def run(description, stories):
         return corpus.SKIPPED
     # Whoever ends this script ends the display and the program with it.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
-    stories = [(dpi, story) for dpi, story in stories if options.only in story.__name__]
+    stories = [(display, story) for display, story in stories if options.only in display.name + ' ' + story.__name__]
     shutil.rmtree(options.build / 'screenshots', ignore_errors=True)
     failed = 0
-    for wanted in sorted({dpi for dpi, _ in stories}):
+    for wanted in dict.fromkeys(display for display, _ in stories):
         desk = Desk(options, wanted)
         try:
-            failed += sum(not tell(desk, story) for dpi, story in stories if dpi == wanted)
+            failed += sum(not tell(desk, story) for display, story in stories if display == wanted)
         finally:
             desk.session.end()
     print('%d stories, %d failed; pictures in %s' % (len(stories), failed, options.build / 'screenshots'))
@@ -439,4 +485,4 @@ def run(description, stories):
 
 
 if __name__ == '__main__':
-    sys.exit(run(__doc__, [(96, story) for story in STORIES] + [(192, story) for story in EVERY_PAGE]))
+    sys.exit(run(__doc__, EVERYWHERE))

@@ -1,5 +1,6 @@
 """The window program under Wine on a display of its own, worked by calls of Windows functions through the driver
 (drive_win.cpp)."""
+import collections
 import contextlib
 import itertools
 import os
@@ -11,13 +12,12 @@ import subprocess
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-SCREEN = (2100, 1560)
 WINE = shutil.which('wine64') or shutil.which('wine64', path='/usr/lib/wine') or 'wine'
 WINE_SERVER = shutil.which('wineserver') or '/usr/lib/wine/wineserver'
 PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a measure
 
 WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH, WM_CLOSE, WM_KEYDOWN, WM_COMMAND = 0x0C, 0x0D, 0x0E, 0x10, 0x100, 0x111
-WM_DROPFILES = 0x233
+WM_DROPFILES, WM_DPICHANGED = 0x233, 0x2E0
 BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL = 0xF5, 0x18B, 0x146, 0x147, 0x14E
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
@@ -33,6 +33,10 @@ PROGRAM = 'Tolvane for Access'
 
 ID = {name: int(value) for name, value in re.findall(
     r'^#define (ID\w+) (\d+)$', (ROOT / 'ui' / 'Resource.h').read_text('utf-8'), re.M)}
+
+
+# A screen, or what a taskbar leaves of one, and how it is called in the names of pictures.
+Display = collections.namedtuple('Display', 'name dpi size')
 
 
 class Failed(Exception):
@@ -83,21 +87,21 @@ class Session:
                 '"FontSmoothingType"=dword:00000002\n\n'
                 '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
 
-    def __init__(self, folder, prefix, drive, dpi):
-        self.dpi = dpi
+    def __init__(self, folder, prefix, drive, display):
+        self.display = display
         prefix.mkdir(parents=True, exist_ok=True)
         read, write = os.pipe()
-        self.display = subprocess.Popen(
-            ['Xvfb', '-displayfd', str(write), '-screen', '0', '%dx%dx24' % SCREEN, '-nolisten', 'tcp'],
+        self.server = subprocess.Popen(
+            ['Xvfb', '-displayfd', str(write), '-screen', '0', '%dx%dx24' % display.size, '-nolisten', 'tcp'],
             pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as answer:
-            display = ':' + answer.readline().strip()
-        self.environment = dict(os.environ, DISPLAY=display, WINEPREFIX=prefix.resolve(), WINEDEBUG='-all',
+            number = ':' + answer.readline().strip()
+        self.environment = dict(os.environ, DISPLAY=number, WINEPREFIX=prefix.resolve(), WINEDEBUG='-all',
                                 WINEDLLOVERRIDES='winemenubuilder.exe,mscoree,mshtml=d', LC_ALL='C.UTF-8')
         # A desktop as large as the screen, so that windows have frames; the resolution; no recent files.
         settings = folder / 'settings.reg'
-        settings.write_text(self.SETTINGS % (*SCREEN, dpi))
+        settings.write_text(self.SETTINGS % (*display.size, display.dpi))
         self.run(WINE, 'regedit', '/S', windows_path(settings), check=True)
         self.run(WINE_SERVER, '-k', '-w')
         self.driver = subprocess.Popen([WINE, drive], env=self.environment, stdin=subprocess.PIPE,
@@ -142,8 +146,8 @@ class Session:
     def end(self):
         self.driver.kill()
         self.run(WINE_SERVER, '-k', '-w')
-        self.display.terminate()
-        self.display.wait()
+        self.server.terminate()
+        self.server.wait()
 
 
 class Window:
@@ -368,9 +372,20 @@ class Program:
     def drop(self, path):
         """A file on the window. The list of files lies in the program's memory, as the system puts it there."""
         files = struct.pack('<5I', 20, 0, 0, 0, 1) + (path + '\0\0').encode('utf-16le')
-        memory = self.session.call('VirtualAllocEx', self.process, 0, len(files), MEM_COMMIT, PAGE_READWRITE)[0]
-        self.session.call('WriteProcessMemory', self.process, memory, files, len(files), 0)
-        self.frame.post(WM_DROPFILES, memory)
+        self.frame.post(WM_DROPFILES, self._memory(files))
+
+    def _memory(self, content):
+        """Its address in the program."""
+        memory = self.session.call('VirtualAllocEx', self.process, 0, len(content), MEM_COMMIT, PAGE_READWRITE)[0]
+        self.session.call('WriteProcessMemory', self.process, memory, content, len(content), 0)
+        return memory
+
+    def change_resolution(self, dpi, area):
+        """As on the way to another screen."""
+        self.frame.send(WM_DPICHANGED, dpi << 16 | dpi, self._memory(struct.pack('<4i', *area)))
+
+    def move(self, left, top, width, height):
+        self.session.call('SetWindowPos', self.frame.handle, 0, left, top, width, height, 0)
 
     def check_access_keys(self):
         """No two menus, labels and buttons of the page share a key."""
@@ -378,6 +393,22 @@ class Program:
         texts = MENUS + [control.text() for control in controls if control.is_shown()]
         keys = sorted(key.upper() for text in texts for key in re.findall(r'&(\w)', text))
         expect(keys, sorted(set(keys)), 'access keys')
+
+    def check_layout(self):
+        """Every control of the page has room of its own, inside the window, and that on the screen."""
+        left, top, right, bottom = self.frame.area()
+        width, height = self.session.display.size
+        expect(left >= 0 and top >= 0 and right <= width and bottom <= height, True, 'window on the screen')
+        shown = [(control.text(), control.area()) for control in self.view.children() if control.is_shown()]
+        left, top, right, bottom = self.view.area()
+        for index, (text, area) in enumerate(shown):
+            least = 12 * self.session.display.dpi // 96
+            inside = left <= area[0] and area[2] <= right and top <= area[1] and area[3] <= bottom
+            if not inside or area[2] - area[0] < least or area[3] - area[1] < least:
+                raise Failed('%r has no room: %r in %r' % (text, area, (left, top, right, bottom)))
+            for other, taken in shown[:index]:
+                if area[0] < taken[2] and taken[0] < area[2] and area[1] < taken[3] and taken[1] < area[3]:
+                    raise Failed('%r lies over %r' % (text, other))
 
     def shoot(self, path, dialog=None):
         """A picture of the window, or of a dialog over it."""
