@@ -79,6 +79,18 @@ bool IsOnFixedPage(const CAccessTable& table, bool isJet4Pages) {
   return PageOf(table, isJet4Pages) <= kRelationshipsPage;
 }
 
+// The catalogue's mark of a system table, where damage gave it to a table of the user's or took it from one
+// of Access' own.
+void CorrectSystemMark(CAccessTable& table) {
+  if (!table.catalogueFlags) return;
+  uint32_t& flags = *table.catalogueFlags;
+  const std::u16string_view known = NameByColumns(table);
+  if (!table.name.starts_with(kSystemTablePrefix) && known.empty() && !DescribeFlatTable(table))
+    flags &= ~kSystemObjectFlags;
+  else if (table.name == known && known != kCompactErrorTable && (flags & kSystemObjectFlags) == 0)
+    flags |= kSystemObjectFlags;
+}
+
 // What the catalogue's type says of an object that is no table, query or container of this file.
 std::optional<EOtherObject> OtherObjectOf(std::u16string_view type) {
   constexpr std::pair<int16_t, EOtherObject> kTypes[] = {
@@ -259,7 +271,10 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
   uint64_t counter = 0;
   for (const auto& table : tables) {
     if (!m_job.repairing.IsRunning()) return;
-    if (!table->name.empty()) continue;
+    if (!table->name.empty()) {
+      if (!m_rules.systemTablesByName) CorrectSystemMark(*table);
+      continue;
+    }
     NameSystemTable(*table, isJet4Pages);
     if (!table->name.empty()) continue;
     table->name = u"RecoveredTable###" + ToDecimal(counter++);

@@ -89,11 +89,18 @@ EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue
     value.bytes = std::span(isPresent ? &kTrue : &kFalse, 1);
     return EFieldResult::Decoded;
   }
-  if (!isPresent) return EFieldResult::Decoded;
+  if (!isPresent) return IsContradicted(field, frame) ? EFieldResult::Contradicted : EFieldResult::Decoded;
   const CRowFrame::Field bytes =
       field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
   if (!bytes || bytes->size() < field.needed) return EFieldResult::Broken;
   return field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
+}
+
+// A null of variable length has no bytes.
+bool CFieldDecoder::IsContradicted(const SField& field, const CRowFrame& frame) const {
+  if (!m_rules.rowsMatchDefinition || field.isFixed) return false;
+  const CRowFrame::Field bytes = frame.FindVariable(field.place);
+  return bytes && !bytes->empty();
 }
 
 void CFieldDecoder::NoteLongValues(const CRowFrame& frame) {

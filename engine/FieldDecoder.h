@@ -23,9 +23,10 @@
 namespace tolvane {
 
 enum class EFieldResult : uint8_t {
-  Decoded,   // null and empty values too
-  Broken,    // a present value that cannot be located; it is null
-  CutShort,  // a long value of which only the text's part could be read
+  Decoded,       // null and empty values too
+  Broken,        // a present value that cannot be located; it is null
+  CutShort,      // a long value of which only the text's part could be read
+  Contradicted,  // the row has bytes for it and says that it is null, which it stays
 };
 
 class CFieldDecoder {
@@ -64,6 +65,7 @@ class CFieldDecoder {
   };
 
   [[nodiscard]] SField MakeField(const CAccessColumn& column, uint32_t codePage) const;
+  [[nodiscard]] bool IsContradicted(const SField& field, const CRowFrame& frame) const;
   EFieldResult DecodeBytes(const SField& field, std::span<const uint8_t> bytes, SValue& value);
   EFieldResult DecodeCalculated(const SField& field, std::span<const uint8_t> bytes, SValue& value);
   EFieldResult DecodeMemo(const SField& field, std::span<const uint8_t> bytes, SValue& value);

@@ -29,6 +29,9 @@ struct SKnownTable {
 };
 
 constexpr SKnownTable kKnownTables[] = {
+    {u"MSysObjects",
+     u"Connect|Database|DateCreate|DateUpdate|Flags|ForeignName|Id|Lv|LvExtra|LvModule|LvProp|Name|Owner|"
+     u"ParentId|RmtInfoLong|RmtInfoShort|Type|"},
     {u"MSysACEs", u"ACM|FInheritable|ObjectId|SID|"},
     {u"MSysAccessObjects", u"Data|ID|", EForm::HasFixedBinary},
     {u"MSysAccessStorage", u"DateCreate|DateUpdate|Id|Lv|Name|ParentId|Type|"},
@@ -85,6 +88,51 @@ bool IsOnPatternPage(const CAccessTable& table) {
          table.header.rowCount == 0 && table.indexes.GetCount() == 0;
 }
 
+// Columns of a damaged definition are recognised where at least so many, and half of all, have their names.
+constexpr size_t kLeastNames = 2;
+// Fewer columns than so many could be a user's.
+constexpr size_t kFewColumns = 4;
+
+std::vector<std::u16string_view> SplitNames(std::u16string_view columns) {
+  std::vector<std::u16string_view> names;
+  for (size_t bar = columns.find(u'|'); bar != columns.npos; bar = columns.find(u'|')) {
+    names.push_back(columns.substr(0, bar));
+    columns.remove_prefix(bar + 1);
+  }
+  return names;
+}
+
+// Bytes of a name that were overwritten leave its length and most of its letters.
+bool IsDamagedForm(std::u16string_view name, std::u16string_view known) {
+  if (name.size() != known.size()) return false;
+  size_t wrong = 0;
+  for (size_t i = 0; i < name.size(); i++) wrong += name[i] != known[i] ? 1 : 0;
+  return wrong <= std::max<size_t>(1, known.size() / 4);
+}
+
+// How many columns bear a known table's names where the others bear damaged ones; 0: it is another table.
+size_t CountKnownNames(std::vector<std::u16string_view> names, const SKnownTable& known, bool mayBeLost) {
+  std::vector<std::u16string_view> missing = SplitNames(known.columns);
+  const size_t count = missing.size();
+  if (names.size() != count || (count < kFewColumns && known.form == EForm::Any)) return 0;
+  std::erase_if(missing, [&names](std::u16string_view name) {
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found == names.end()) return false;
+    names.erase(found);
+    return true;
+  });
+  const size_t sound = count - missing.size();
+  for (const std::u16string_view name : missing) {
+    auto found = std::find_if(names.begin(), names.end(),
+                              [name](std::u16string_view other) { return IsDamagedForm(other, name); });
+    if (found != names.end())
+      names.erase(found);
+    else if (!mayBeLost)
+      return 0;
+  }
+  return sound >= kLeastNames && sound * 2 >= count ? sound : 0;
+}
+
 }  // namespace
 
 std::u16string_view NameByColumns(const CAccessTable& table) {
@@ -97,7 +145,14 @@ std::u16string_view NameByColumns(const CAccessTable& table) {
     if (columns == known.columns && HasForm(table, known.form)) return known.name;
   if (IsVersionPattern(table)) return u"MSysComplexTypeVH_";
   if (columns == u"Value|" && IsOnPatternPage(table)) return u"MSysComplexType_";
-  return {};
+  std::u16string_view best;
+  size_t most = 0;
+  for (const SKnownTable& known : kKnownTables) {
+    const size_t sound = HasForm(table, known.form) ? CountKnownNames(names, known, table.hasMendedNames) : 0;
+    if (sound > most) best = known.name;
+    most = std::max(most, sound);
+  }
+  return best;
 }
 
 }  // namespace tolvane

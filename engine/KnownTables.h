@@ -9,6 +9,8 @@
 namespace tolvane {
 
 // Empty when the table is none of them. A table of the user's with the very same columns looks like one.
+// Where no table has these names, one whose other names are the same and whose damaged ones resemble them
+// counts.
 std::u16string_view NameByColumns(const CAccessTable& table);
 
 }  // namespace tolvane

@@ -1,4 +1,5 @@
-// Pages of long values whose slots cannot be true, and where the values on them lie nevertheless.
+// Pages of long values whose slots cannot be true or whose heads were zeroed, and where the values on them
+// lie nevertheless.
 //
 // Rows lie without gaps between the page's end and its free bytes, the first slot's last:
 //
@@ -28,6 +29,8 @@ class CLongValuePages {
 
   [[nodiscard]] bool IsEmpty() const { return m_pages.empty(); }
   [[nodiscard]] bool IsBroken(uint32_t page) const { return m_pages.count(page) != 0; }
+  // Whether the head of the page was zeroed.
+  [[nodiscard]] bool IsHeadless(std::span<const uint8_t> page) const;
   // Takes note of a row's length from a field that leads to it. Two that differ tell nothing.
   void Note(SRowPointer pointer, size_t length);
   // The row on its page, which is a broken one. `length` is what the value still needs of it, links included;
@@ -45,6 +48,7 @@ class CLongValuePages {
   const SLayout* m_layout;
   std::unordered_set<uint32_t> m_pages;
   std::unordered_map<uint32_t, size_t> m_lengths;  // by pointer; 0: contradictory
+  std::unordered_map<uint32_t, uint32_t> m_slots;  // by page: how many the pointers tell
   // Of the page placed last: where rows start and end, 0 where that is not known.
   std::vector<size_t> m_starts, m_ends;
   uint32_t m_placed = 0;  // its number; page 0 has no rows

@@ -115,7 +115,10 @@ bool CLongValueReader::LoadPage(uint32_t page) {
     if (!m_reader.ReadPage(offset, m_page)) return false;
     m_loadedOffset = offset;
   }
-  return m_page[0] == kPageData && CDataReader::ReadUInt32(&m_page[kOwnerOffset]) == kOwnerLongValues;
+  const bool hasLostHead =
+      m_brokenPages != nullptr && m_brokenPages->IsBroken(page) && m_brokenPages->IsHeadless(m_page);
+  return hasLostHead ||
+         (m_page[0] == kPageData && CDataReader::ReadUInt32(&m_page[kOwnerOffset]) == kOwnerLongValues);
 }
 
 bool CLongValueReader::IsVisited(SRowPointer pointer) {

@@ -40,10 +40,9 @@ CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
                          const std::vector<SHomelessPage>& homeless, const CJobContext& job) {
   std::vector<uint32_t> longValues;
   for (const SHomelessPage& page : homeless) {
-    if (page.reason == SHomelessPage::EReason::LongValues)
+    if (page.reason == SHomelessPage::EReason::LongValues || page.reason == SHomelessPage::EReason::NoHead)
       longValues.push_back(page.page);
-    else
-      m_unclaimed.insert(page.page);
+    if (page.reason != SHomelessPage::EReason::LongValues) m_unclaimed.insert(page.page);
   }
   m_longValuePages = CLongValuePages(source.GetLayout(), longValues);
   if (m_unclaimed.empty()) return;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 
 #include "engine/DataReader.h"
 #include "format/PageSlots.h"
@@ -75,8 +76,8 @@ SHints ReadHints(Bytes page, const SLayout& layout) {
 
 class CRowFinder {
  public:
-  CRowFinder(Bytes page, const SLayout& layout, const CRowProfile& profile, CRowFrame& frame)
-      : m_page(page), m_layout(layout), m_profile(profile), m_frame(frame), m_hints(ReadHints(page, layout)) {
+  CRowFinder(Bytes page, SHints hints, const SLayout& layout, const CRowProfile& profile, CRowFrame& frame)
+      : m_page(page), m_layout(layout), m_profile(profile), m_frame(frame), m_hints(std::move(hints)) {
     NoteStarts();
     NoteBounds();
   }
@@ -185,7 +186,14 @@ std::vector<SPageRow> RowsOfSlots(Bytes page, const SLayout& layout) {
 
 std::vector<SPageRow> FindRows(Bytes page, const SLayout& layout, const CRowProfile& profile,
                                CRowFrame& frame) {
-  return CRowFinder(page, layout, profile, frame).Find();
+  return CRowFinder(page, ReadHints(page, layout), layout, profile, frame).Find();
+}
+
+std::vector<SPageRow> FindRowsBetween(Bytes page, size_t from, size_t to, const SLayout& layout,
+                                      const CRowProfile& profile, CRowFrame& frame) {
+  SHints hints;
+  hints.lowest = from;
+  return CRowFinder(page.first(to), std::move(hints), layout, profile, frame).Find();
 }
 
 }  // namespace tolvane

@@ -31,4 +31,8 @@ std::vector<SPageRow> RowsOfSlots(std::span<const uint8_t> page, const SLayout& 
 std::vector<SPageRow> FindRows(std::span<const uint8_t> page, const SLayout& layout,
                                const CRowProfile& profile, CRowFrame& frame);
 
+// The same within a stretch of a page whose slots say nothing true about it.
+std::vector<SPageRow> FindRowsBetween(std::span<const uint8_t> page, size_t from, size_t to,
+                                      const SLayout& layout, const CRowProfile& profile, CRowFrame& frame);
+
 }  // namespace tolvane

@@ -117,8 +117,11 @@ bool CRowProfile::AgreesWithDefinition(const Measure& measure) const {
   const uint32_t n = measure.columns;
   if (n > m_columnsEver || n >= m_fixedEnds.size()) return false;
   // A row without offsets: its fixed area ends where the mask starts.
-  if (measure.fixedEnd == 0)
-    return measure.slack + m_layout.row.countSize >= m_fixedEnds[n] && m_shape.firstVariableNumber >= n;
+  if (measure.fixedEnd == 0) {
+    const size_t end = measure.slack + m_layout.row.countSize;
+    return m_shape.firstVariableNumber >= n && end >= m_fixedEnds[n] &&
+           (!m_isComplete || end <= m_fixedEnds[n] + kMostSlack);
+  }
   if (n == m_columnsEver ? measure.variables != m_variablesEver : measure.variables > m_variablesEver)
     return false;
   if (measure.variables < m_leastVariables[n]) return false;

@@ -205,9 +205,49 @@ bool CTableWalk::CutExactPage() {
     m_unsoundPages.push_back(m_offset);
     return true;
   }
-  for (const SPageRow& row : RowsOfSlots(m_page, m_layout))
-    if (!TakeRow(row)) return false;
+  std::vector<SPageRow> contested;  // neighbours
+  for (const SPageRow& row : RowsOfSlots(m_page, m_layout)) {
+    const bool isPlain = row.flags == 0 && row.start < row.end;
+    if (isPlain && TryRow(Bytes(m_page).subspan(row.start, row.end - row.start), row.slot)) continue;
+    if (!contested.empty() && (!isPlain || contested.back().start != row.end)) {
+      CutContestedRows(contested);
+      contested.clear();
+    }
+    if (isPlain)
+      contested.push_back(row);
+    else if (!TakeRow(row))
+      return false;
+  }
+  if (!contested.empty()) CutContestedRows(contested);
   return true;
+}
+
+// Neighbours whose frames contradict the definition, although their slots agree with the head of the page:
+// rows that begin and end elsewhere are there where slots were overwritten, or where the page is torn, its
+// sectors being of different states. A row that stands in both states is read once.
+void CTableWalk::CutContestedRows(const std::vector<SPageRow>& contested) {
+  const auto found =
+      FindRowsBetween(m_page, contested.back().start, contested.front().end, m_layout, *m_profile, m_frame);
+  bool isTold = false;
+  size_t taken = 0;
+  for (const SPageRow& row : found) {
+    const Bytes bytes = Bytes(m_page).subspan(row.start, row.end - row.start);
+    if (taken == contested.size() || IsRowOfSlots(bytes)) continue;
+    if (!isTold) Count(EDamage::BrokenPage, -1, "its slots contradict its rows, as where a page is torn");
+    isTold = true;
+    TryRow(bytes, contested[taken++].slot);
+  }
+  for (; taken < contested.size(); taken++)
+    Count(EDamage::RejectedRow, contested[taken].slot, "its frame contradicts the definition");
+}
+
+bool CTableWalk::IsRowOfSlots(Bytes row) const {
+  const Bytes page = m_page;
+  for (const SPageRow& other : RowsOfSlots(page, m_layout))
+    if (other.end - other.start == row.size() &&
+        std::equal(row.begin(), row.end(), page.begin() + static_cast<ptrdiff_t>(other.start)))
+      return true;
+  return false;
 }
 
 // Pages whose heads do not say that they are the table's. False: the run was stopped.
@@ -335,17 +375,20 @@ bool CTableWalk::DecodeUnclaimedRows() {
 }
 
 void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
+  if (!TryRow(row, slot)) Count(EDamage::RejectedRow, slot, "its frame contradicts the definition");
+}
+
+bool CTableWalk::TryRow(Bytes row, uint32_t slot) {
   const bool isRow = m_profile ? m_profile->Accepts(m_frame, row) : m_frame.Cut(row, m_fields.GetShape());
-  if (!isRow) {
-    Count(EDamage::RejectedRow, slot, "its frame contradicts the definition");
-    return;
-  }
+  if (!isRow) return false;
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
     SValue value;
     const EFieldResult result = m_fields.Decode(m_frame, column, value);
     const bool isWritten = m_records.Write(value);
     if (result == EFieldResult::Broken || !isWritten)
       Count(EDamage::BrokenValue, slot, "the row has no such bytes", column);
+    if (result == EFieldResult::Contradicted)
+      Count(EDamage::BrokenValue, slot, "null by its row, which has bytes for it", column);
     if (result == EFieldResult::CutShort)
       Count(EDamage::BrokenLongValue, slot, m_longValues.GetFault(), column);
   }
@@ -353,6 +396,7 @@ void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
   m_rows++;
   m_job.progress.IncrementPos();
   m_fields.ReleaseMemory();
+  return true;
 }
 
 void CTableWalk::Count(EDamage kind, int64_t slot, const char* reason, std::optional<size_t> column) {

@@ -54,6 +54,7 @@ class CTableWalk {
   void LearnRows();
   void LearnPage();
   bool CutExactPage();
+  void CutContestedRows(const std::vector<SPageRow>& contested);
   bool RebuildPages();
   bool AdoptPages();
   bool TakeRow(const SPageRow& row);
@@ -64,6 +65,8 @@ class CTableWalk {
   void NoteHidden(uint32_t slot, uint16_t word);
   bool DecodeUnclaimedRows();
   void DecodeRow(Bytes row, uint32_t slot);
+  bool TryRow(Bytes row, uint32_t slot);
+  [[nodiscard]] bool IsRowOfSlots(Bytes row) const;
   void Count(EDamage kind, int64_t slot, const char* reason = nullptr,
              std::optional<size_t> column = std::nullopt);
   void GiveUp(std::u16string_view reason);

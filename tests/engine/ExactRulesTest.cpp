@@ -174,6 +174,69 @@ TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
   EXPECT_EQ(Lost(EDamage::MissingRows), 0u);
 }
 
+// Head and slots of one state of the page, rows of another, each as sound as can be.
+TEST_P(ExactRules, ATornPageIsToldAndGivesTheRowsThatItHas) {
+  std::vector<SRowSpec> before = RowsOfPage(0);
+  before.erase(before.begin() + 9);
+  const uint32_t other = file.AddDataPage(table, before);
+  const size_t count = before.size();
+  file.Page(rows[0]).PutBytes(0, std::span(file.Page(other).GetBytes()).first(layout.data.slots + 2 * count));
+  file.Page(other).Fill(0);
+  EXPECT_EQ(Repair(file.Build()), kRows - 1) << "the lowest one lies below the slots";
+  ASSERT_EQ(Lost(EDamage::BrokenPage), 1u);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::BrokenPage)[0].page, rows[0]);
+  EXPECT_EQ(Lost(EDamage::MissingRows), 1u);
+}
+
+TEST_P(ExactRules, ANullThatHasBytesIsDoubtful) {
+  const size_t mask = file.Page(rows[0]).GetBytes().size() - 1;
+  file.Page(rows[0]).Put8(mask, file.Page(rows[0]).GetBytes()[mask] & ~2u);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::BrokenValue), 1u);
+}
+
+TEST_P(ExactRules, TheMarkOfASystemTableIsHeldAgainstItsNameAndColumns) {
+  STableSpec storage;  // with one letter overwritten
+  for (const char16_t* name : {u"DateCreate", u"DateUpdbte", u"Id", u"Lv", u"Name", u"ParentId", u"Type"})
+    storage.AddVariable(name, kTypeText, 50);
+  const uint32_t unnamed = file.AddTable(storage);
+  const uint32_t marked = file.AddTable(SmallTable());
+  file.AddCatalogueRow(marked, u"Pets", 1, kSystemObjectFlags);
+  file.AddCatalogueRow(kObjectsPage, u"MSysObjects", 1);
+  Repair(file.Build());
+  const auto isSystem = [this](uint32_t page) {
+    return IsSystemTable(*data->GetTables().FindTable(file.OffsetOf(page)));
+  };
+  EXPECT_TRUE(isSystem(unnamed));
+  EXPECT_TRUE(isSystem(kObjectsPage));
+  EXPECT_FALSE(isSystem(marked));
+}
+
+// The lengths in the fields that lead there tell where values lie.
+TEST_P(ExactRules, LongValuesAreReadFromPagesWithoutAHead) {
+  STableSpec notes;
+  notes.AddVariable(u"Note", kTypeMemo);
+  const std::u16string texts[] = {u"first", u"the second", u"3rd"};
+  std::vector<SRowSpec> values, records;
+  const uint32_t owner = file.AddTable(notes);
+  for (const std::u16string& text : texts) values.push_back({StoredText(text, layout)});
+  const uint32_t page = file.AddDataPage(kOwnerLongValues, values);
+  for (size_t i = 0; i < values.size(); i++) {
+    Bytes field = Little(values[i].bytes.size() | size_t{0x40} << 24, 4);
+    for (const Bytes& part : {Little(page << 8 | i, 4), Bytes(4)})
+      field.insert(field.end(), part.begin(), part.end());
+    records.push_back({MakeRow(notes, layout, {field})});
+  }
+  file.AddDataPage(owner, records);
+  file.Page(page).PutBytes(0, Bytes(512));
+  Repair(file.Build());
+  EXPECT_EQ(Lost(EDamage::BrokenLongValue), 0u);
+  // What was overwritten with the head is told, not made up.
+  file.Page(page).PutBytes(0, Bytes(layout.pageSize - values[0].bytes.size()));
+  Repair(file.Build());
+  EXPECT_EQ(Lost(EDamage::BrokenLongValue), 2u);
+}
+
 TEST_P(ExactRules, PagesWithoutAHeadGoToTheTableWhoseMapNamesThem) {
   file.Page(rows[0]).Put32(kOwnerOffset, 0x00123456);
   EXPECT_EQ(Repair(file.Build()), kRows);
