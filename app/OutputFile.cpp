@@ -93,7 +93,8 @@ SOutputVerdict COutputFile::CheckPath() const {
     case EFileKind::Other:
       return {EOutputState::Device, u"The output is a device."};
     case EFileKind::File:
-    case EFileKind::Missing:  // also a link to nowhere, which is a file that is there
+    case EFileKind::DeadLink:  // is there, and is replaced itself
+    case EFileKind::Missing:
       if (!m_request.mayReplace && FileExists(path)) return {EOutputState::Exists, std::u16string(kExists)};
       break;
   }

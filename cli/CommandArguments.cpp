@@ -306,7 +306,7 @@ std::string CGrammar::FindRepairConflict() const {
   for (const char* name : kOneFileOptions)
     if (command.get_option(name)->count() > 0)
       return std::string("repair: ") + name + " belongs to one file; give one SOURCE";
-  return "repair: one SOURCE at a time";
+  return {};
 }
 
 void CGrammar::TakeShared() {

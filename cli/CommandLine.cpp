@@ -5,6 +5,7 @@
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
+#include "cli/RepairBatch.h"
 #include "cli/Summary.h"
 #include "platform/Terminal.h"
 
@@ -51,6 +52,7 @@ int RunTolvane(const std::vector<std::u16string>& words) {
   }
   ListenForInterrupt();
   ChooseColors(parsed.arguments.color);
+  if (IsBatch(parsed.arguments)) return static_cast<int>(RunRepairBatch(parsed.arguments));
   CSession session(parsed.arguments);
   const SCommandEnd end = RunCommand(session);
   if (end.failure) {

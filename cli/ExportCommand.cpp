@@ -53,20 +53,6 @@ std::vector<SExportFile> ChooseTables(const CAccessData& data, const SArguments&
   return chosen;
 }
 
-std::optional<SFailure> PrepareFolder(const SArguments& arguments) {
-  const std::u16string& folder = arguments.folder;
-  switch (GetFileKind(folder)) {
-    case EFileKind::Folder:
-      return std::nullopt;
-    case EFileKind::Missing:
-      if (CreateFolder(folder)) return std::nullopt;
-      return SFailure{EExitStatus::Failed, AboutFile(folder, u"The folder cannot be created: " +
-                                                                 SystemMessage(LastSystemError()))};
-    default:
-      return SFailure{EExitStatus::Failed, AboutFile(folder, u"This is no folder. Name one with --to.")};
-  }
-}
-
 // Before anything is written.
 std::optional<SFailure> CheckFiles(const std::vector<SExportFile>& files, const CSession& session) {
   const SArguments& arguments = session.GetArguments();
@@ -162,8 +148,7 @@ std::optional<SFailure> PrintFiles(const CSession& session, const std::vector<SE
 SCommandEnd ExportToFiles(CSession& session, std::vector<SExportFile> files) {
   const SArguments& arguments = session.GetArguments();
   if (auto failure = CheckFiles(files, session)) return *failure;
-  if (!arguments.folder.empty())
-    if (auto failure = PrepareFolder(arguments)) return *failure;
+  if (auto failure = MakeFolder(arguments.folder, u"--to")) return *failure;
   bool isIncomplete = false;
   for (SExportFile& file : files)
     if (auto failure = WriteFile(session, file, isIncomplete)) return *failure;

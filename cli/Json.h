@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,6 +24,8 @@ class Json {
   using CObject = std::vector<std::pair<std::string, Json>>;
 
   Json() = default;
+  // A document that this program has written; nothing when the text is none.
+  static std::optional<Json> Parse(std::string_view text);
   Json(bool value) : m_value(value) {}
   Json(double value) : m_value(value) {}
   Json(std::signed_integral auto value) : m_value(static_cast<int64_t>(value)) {}
@@ -36,6 +40,16 @@ class Json {
   Json& operator[](std::string_view name);
   // Of an array; a null becomes one.
   void push_back(Json value);
+
+  // Of what Parse made.
+  [[nodiscard]] bool IsNull() const { return std::holds_alternative<std::monostate>(m_value); }
+  // The member; null where there is none.
+  [[nodiscard]] const Json* Find(std::string_view name) const;
+  // A member's number or text; 0 or an empty one where it has none.
+  [[nodiscard]] uint64_t NumberAt(std::string_view name) const;
+  [[nodiscard]] std::string TextAt(std::string_view name) const;
+  // Of an array; none of anything else.
+  [[nodiscard]] std::span<const Json> Items() const;
 
   // Indented text in UTF-8; ill-formed text is replaced.
   [[nodiscard]] std::string Dump() const;

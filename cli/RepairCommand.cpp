@@ -6,26 +6,13 @@
 #include "cli/EngineChoice.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
+#include "cli/RepairBatch.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
-
-// Of files in a format that was asked for; empty for the source's own.
-std::u16string_view EndingOf(EOutputFormat format) {
-  switch (format) {
-    case EOutputFormat::Jet3:
-    case EOutputFormat::Jet4:
-      return u".mdb";
-    case EOutputFormat::Ace:
-      return u".accdb";
-    case EOutputFormat::ByRules:
-      break;
-  }
-  return {};
-}
 
 EOutputFormat ChooseFormat(const CAccessData& data, const SArguments& arguments) {
   EOutputFormat format = arguments.outputFormat;
@@ -106,13 +93,11 @@ SCommandEnd RunRepair(CSession& session) {
   COvFileSave& save = session.GetJob().GetSave();
   std::unique_ptr<CDaoEngine> engine;
   if (!arguments.isDryRun) {
-    const SOutputRequest request{
-        .path = arguments.output.empty()
-                    ? DefaultOutputPath(arguments.source, EndingOf(arguments.outputFormat))
-                    : arguments.output,
-        .source = session.GetSourcePath(),
-        .templatePath = arguments.templatePath,
-        .mayReplace = arguments.mayOverwrite};
+    if (auto failure = MakeFolder(arguments.outputFolder, u"--to-dir")) return *failure;
+    const SOutputRequest request{.path = OutputPathFor(arguments.source, arguments),
+                                 .source = session.GetSourcePath(),
+                                 .templatePath = arguments.templatePath,
+                                 .mayReplace = arguments.mayOverwrite};
     const SOutputVerdict verdict = save.ReserveOutput(request);
     if (verdict.state != EOutputState::Ok) return RefuseOutput(request.path, verdict);
     for (const std::u16string& path : save.GetRemoved())

@@ -3,7 +3,6 @@
 #include "app/Losses.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
-#include "cli/Summary.h"
 #include "cli/Version.h"
 #include "engine/RescueMap.h"
 #include "engine/SourceCheck.h"
@@ -17,11 +16,6 @@ namespace tolvane {
 namespace {
 
 constexpr uint32_t kPollInterval = 80;  // milliseconds
-
-EProgressForm ChooseForm(const SArguments& arguments) {
-  if (arguments.isQuiet) return EProgressForm::Silent;
-  return AcceptsEscapes(EStream::Error) ? EProgressForm::Updating : EProgressForm::Lines;
-}
 
 // What to do about a file that cannot be repaired, after the sentence that says what is the matter.
 SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& verdict) {
@@ -57,11 +51,6 @@ SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& ver
 
 // The largest file of any format.
 constexpr uint64_t kLongestDatabase = uint64_t{1} << 31;
-
-void WriteMessage(std::u16string_view message, EMeaning meaning) {
-  WriteStream(EStream::Error,
-              Paint("tolvane:", meaning, HasColors(EStream::Error)) + " " + ToDisplay(message) + "\n");
-}
 
 // Empty when all of standard input is in the file, or nobody wants it any more.
 std::u16string CopyInput(const std::u16string& path, const CRepairingFileStatus& running) {
@@ -128,6 +117,31 @@ SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict)
   return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
 }
 
+void WriteMessage(std::u16string_view message, EMeaning meaning) {
+  WriteStream(EStream::Error,
+              Paint("tolvane:", meaning, HasColors(EStream::Error)) + " " + ToDisplay(message) + "\n");
+}
+
+EProgressForm ChooseProgressForm(const SArguments& arguments) {
+  if (arguments.isQuiet) return EProgressForm::Silent;
+  return AcceptsEscapes(EStream::Error) ? EProgressForm::Updating : EProgressForm::Lines;
+}
+
+SFailure NoWorkFolder(const CRunFolder& folder) {
+  return {EExitStatus::Failed, u"There is no folder for temporary files: " + folder.GetProblem() +
+                                   u". Name another folder with --work-dir."};
+}
+
+std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_view option) {
+  if (path.empty() || GetFileKind(path) == EFileKind::Folder) return std::nullopt;
+  if (FileExists(path))
+    return SFailure{EExitStatus::Failed,
+                    AboutFile(path, u"This is no folder. Name one with " + std::u16string(option) + u".")};
+  if (CreateFolder(path)) return std::nullopt;
+  return SFailure{EExitStatus::Failed, AboutFile(path, u"The folder cannot be created: " +
+                                                           SystemMessage(LastSystemError()) + u".")};
+}
+
 SFailure StoppedByUser() {
   return {EExitStatus::Stopped, u"Stopped. Nothing was written."};
 }
@@ -135,7 +149,7 @@ SFailure StoppedByUser() {
 CSession::CSession(const SArguments& arguments)
     : m_arguments(arguments),
       m_sourcePath(arguments.source),
-      m_progress(ChooseForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
+      m_progress(ChooseProgressForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
       m_source(RulesOf(arguments.rules), arguments.start),
       m_template(RulesOf(arguments.rules)) {
   if (m_sourcePath == kStandardInput) m_arguments.source = kStandardInputShown;
@@ -308,9 +322,7 @@ std::optional<SFailure> CSession::MakeWorkFolder() {
   if (!m_runFolder.GetPath().empty()) return std::nullopt;
   CRunFolder::RemoveStale(m_arguments.workFolder);
   if (m_runFolder.Create(m_arguments.workFolder)) return std::nullopt;
-  return SFailure{EExitStatus::Failed, u"There is no folder for temporary files: " +
-                                           m_runFolder.GetProblem() +
-                                           u". Name another folder with --work-dir."};
+  return NoWorkFolder(m_runFolder);
 }
 
 std::optional<SFailure> CSession::Recover() {

@@ -12,6 +12,7 @@
 #include "cli/CommandArguments.h"
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
+#include "cli/Summary.h"
 #include "engine/Source.h"
 #include "engine/SourceCheck.h"
 #include "model/AccessData.h"
@@ -84,6 +85,12 @@ class CSession {
 // "PATH: message", as all messages about a file are.
 std::u16string AboutFile(std::u16string_view path, std::u16string_view message);
 SFailure StoppedByUser();
+SFailure NoWorkFolder(const CRunFolder& folder);
+// A folder that was named with an option; made where it is missing. Nothing to do for an empty path.
+std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_view option);
+// "tolvane: ..." on standard error, the name in the colour of the meaning.
+void WriteMessage(std::u16string_view message, EMeaning meaning);
+EProgressForm ChooseProgressForm(const SArguments& arguments);
 // What is the matter with an output, and what to do about it.
 SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict);
 

@@ -83,6 +83,8 @@ SSourceVerdict OpenSource(CSource& source, const std::u16string& path) {
       return {ESourceState::Missing, u"The file does not exist."};
     case EFileKind::Folder:
       return {ESourceState::Folder, u"This is a folder, not a file."};
+    case EFileKind::DeadLink:
+      return {ESourceState::Missing, u"This is a link to a file that does not exist."};
     case EFileKind::Other:
       return {ESourceState::Device, u"This is a device, not a file."};
     case EFileKind::File:

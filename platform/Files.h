@@ -13,9 +13,11 @@ extern const char16_t kPathSeparator;  // '\\' on Windows, '/' elsewhere
 
 uint32_t LastSystemError();
 
-enum class EFileKind : uint8_t { Missing, File, Folder, Other };  // Other: device, pipe, socket
-EFileKind GetFileKind(std::u16string_view path);                  // follows links
-bool FileExists(std::u16string_view path);                        // anything with that name
+// DeadLink: a link to nothing; Other: device, pipe, socket. What may not be looked at counts as a file:
+// opening it tells why.
+enum class EFileKind : uint8_t { Missing, File, Folder, DeadLink, Other };
+EFileKind GetFileKind(std::u16string_view path);  // follows links
+bool FileExists(std::u16string_view path);        // anything with that name
 bool CanRead(std::u16string_view path);
 bool CanWrite(std::u16string_view path);
 // The same file under two names: hard link, symbolic link, case, short name.

@@ -67,9 +67,8 @@ uint32_t LastSystemError() {
 EFileKind GetFileKind(std::u16string_view path) {
   struct stat status {};
   if (!GetStatus(path, status)) {
-    // A file that may not be looked at is there all the same, and so is a link to nowhere.
-    const bool isThere = errno == EACCES || lstat(SystemPath(path).c_str(), &status) == 0;
-    return isThere ? EFileKind::Other : EFileKind::Missing;
+    if (errno == EACCES) return EFileKind::File;
+    return lstat(SystemPath(path).c_str(), &status) == 0 ? EFileKind::DeadLink : EFileKind::Missing;
   }
   if (S_ISREG(status.st_mode)) return EFileKind::File;
   return S_ISDIR(status.st_mode) ? EFileKind::Folder : EFileKind::Other;

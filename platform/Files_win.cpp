@@ -95,10 +95,10 @@ uint32_t LastSystemError() {
 EFileKind GetFileKind(std::u16string_view path) {
   const CHandle handle = OpenAnything(path, 0);
   if (!handle) {
-    // A file that may not be looked at is there all the same, and so is a link to nowhere.
-    const bool isThere = GetLastError() == ERROR_ACCESS_DENIED ||
-                         GetFileAttributesW(SystemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
-    return isThere ? EFileKind::Other : EFileKind::Missing;
+    if (GetLastError() == ERROR_ACCESS_DENIED) return EFileKind::File;
+    // Of the link itself.
+    const bool isThere = GetFileAttributesW(SystemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+    return isThere ? EFileKind::DeadLink : EFileKind::Missing;
   }
   BY_HANDLE_FILE_INFORMATION information{};
   if (GetFileType(handle.get()) != FILE_TYPE_DISK ||

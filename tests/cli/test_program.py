@@ -117,13 +117,56 @@ class ProgramTest(unittest.TestCase):
 
     def test_sources_that_cannot_be_read(self):
         for status, path, says in (
-                (FAILED, self.path('none.mdb'), ('none.mdb', 'does not exist')), (FAILED, self.folder, (self.folder, 'folder')),
+                (FAILED, self.path('none.mdb'), ('none.mdb', 'does not exist')),
                 (FAILED, '/dev/null', 'device'), (NOTHING, self.write('empty.mdb', b''), 'empty'),
                 (NOTHING, self.write('short.mdb', b'x' * 700), 'shorter'),
                 (NOTHING, self.write('text.mdb', b'no database\n' * 5000), 'Nothing could be recovered'),
                 (NOTHING, self.write('zero.mdb', bytes(1 << 17)), 'Nothing could be recovered')):
             self.check_refusal(status, 'repair', path, says=says)
         self.assertFalse([name for name in os.listdir(self.folder) if name.startswith('Tolvane_')])
+        self.check_refusal(FAILED, 'tables', self.folder, says=(self.folder, 'folder'))
+
+    def test_standard_input_a_place_in_a_file_and_a_rescue_map(self):
+        output = self.path('new.mdb')
+        with open(self.source, 'rb') as source:
+            self.check(INCOMPLETE, 'repair', '-', '-o', output, stdin=source)
+        self.check_refusal(NOTHING, 'tables', '-', says=('standard input', 'empty'))
+        self.check_refusal(USAGE, 'repair', '-', says='-o')
+        database = read(output)
+        two = self.write('two.mdb', database + self.whole_copy(output) + b'tail')
+        done = self.check(INCOMPLETE, 'tables', two, '--json')
+        self.assertIn(b'--start %d' % len(database), done.stderr)
+        tables = json.loads(done.stdout)['tables']
+        self.assertEqual(tables, self.json(INCOMPLETE, 'tables', two, '--start', hex(len(database)))['tables'][:len(tables)])
+        self.check_refusal(USAGE, 'tables', two, '--start', str(1 << 40), says='--start')
+        rescued = self.write('rescued.map', b'0 ? 1\n0 0x%x +\n0x%x 0x200 -\n' % (len(database) - 0x1000, len(database) - 0x1000))
+        damage = self.json(INCOMPLETE, 'tables', output, '--map', rescued)['damage']
+        self.assertEqual([kind['count'] for kind in damage if 'cannot read' in kind['meaning']], [1])
+        self.check_refusal(USAGE, 'tables', output, '--map', output, says=(output, 'ddrescue'))
+
+    # The same tables in another file: what belongs to one is not taken for the other's.
+    def whole_copy(self, path):
+        self.check(DONE, 'repair', path, '-o', self.path('copy.mdb'))
+        return read(self.path('copy.mdb'))
+
+    def test_many_files_cost_each_other_nothing(self):
+        folder, target = self.path('in'), self.path('out')
+        os.mkdir(folder)
+        for name, content in (('a.mdb', read(SAMPLE)), ('b.MDB', b''), ('c.accdb', read(SAMPLE)), ('Tolvane_a.mdb', b''), ('note.txt', b'')):
+            self.write('in/' + name, content)
+        files = [os.path.join(folder, name) for name in ('a.mdb', 'b.MDB', 'c.accdb')]
+        done = self.check(NOTHING, 'repair', folder, '--to-dir', target, '--jobs', '2')
+        self.assertEqual(sorted(os.listdir(target)), ['a.mdb', 'c.accdb'])
+        lines = [line.decode() for line in done.stderr.splitlines() if line.startswith((b'incomplete ', b'nothing '))]
+        self.assertEqual(sorted(line.split()[1].rstrip(':') for line in lines), files)
+        self.assertEqual(done.stdout.decode().splitlines()[-1], '3 files: 2 incomplete, 1 nothing')
+        report = self.json(FAILED, 'repair', *files, self.path('none.mdb'), '--to-dir', target, '-q')
+        self.assertEqual([result['result']['exitStatus'] for result in report['results']], [FAILED, NOTHING, FAILED, FAILED])
+        self.assertIn('--overwrite', report['results'][0]['result']['error'])
+        for words in (('-o', 'x.mdb'), ('--log', 'x'), ('--start', '5'), ('--map', 'x')):
+            self.check_refusal(USAGE, 'repair', *files, *words, says=words[0].replace('-o', '--output'))
+        self.write('a.mdb', b'')
+        self.check_refusal(USAGE, 'repair', files[0], self.path('a.mdb'), '--to-dir', target, says='both')
 
     @unittest.skipIf(os.geteuid() == 0, 'the superuser can read every file')
     def test_source_without_permission(self):
@@ -138,7 +181,10 @@ class ProgramTest(unittest.TestCase):
         template = self.write('template.mdb', read(SAMPLE))
         for path in (self.source, link, hard, os.path.join(self.folder, '.', 'damaged.mdb')):
             self.check_refusal(USAGE, 'repair', self.source, '-o', path, '--overwrite', says=(path, 'damaged file'))
+        dead = self.path('dead.mdb')
+        os.symlink(self.path('nothing'), dead)
         for status, words, says in (
+                (USAGE, ('-o', ''), 'empty name'), (FAILED, ('-o', dead), 'exists already'), (FAILED, ('--template', dead), 'link'),
                 (USAGE, ('--template', link), 'template'), (USAGE, ('--log', link), 'log'),
                 (USAGE, ('--template', template, '-o', template, '--overwrite'), 'template'),
                 (FAILED, ('-o', self.path('no/where.mdb')), 'does not exist'),
@@ -147,6 +193,8 @@ class ProgramTest(unittest.TestCase):
                 (FAILED, ('--log', '/proc/none/log'), 'log file')):
             self.check_refusal(status, 'repair', self.source, *words, says=says)
         self.check_refusal(FAILED, 'export', self.source, '--to', '/proc/none', says='/proc/none')
+        self.check(INCOMPLETE, 'repair', self.source, '-o', dead, '--overwrite')
+        self.assertFalse(os.path.islink(dead) or os.path.exists(self.path('nothing')))
         self.check_refusal(FAILED, 'export', self.source, '--to', self.write('file', b''), says='no folder')
 
     def test_no_room_fails_and_leaves_nothing(self):
@@ -268,7 +316,7 @@ class ProgramTest(unittest.TestCase):
         self.assertIn(b'not complete', done.stderr)
         reader, writer = os.pipe()
         os.close(reader)
-        self.check(FAILED, 'tables', self.source, '--json', stdout=writer)
+        self.assertEqual(self.check(FAILED, 'tables', self.source, '--json', '-q', stdout=writer).stderr, b'')
         os.close(writer)
 
     def test_inspect_counts_every_page(self):
