@@ -137,7 +137,7 @@ TEST(Arguments, NamesMayLookLikeOptions) {
 TEST(Arguments, WrongUsageIsOneLine) {
   const std::vector<std::u16string> wrong[] = {{u"frob"},
                                                {u"repair"},
-                                               {u"repair", u"a", u"b"},
+                                               {u"repair", u"a", u"b", u"-o", u"c"},
                                                {u"preview", u"a"},
                                                {u"preview", u"a", u"T", u"--rows", u"0"},
                                                {u"export", u"a", u"T", u"--json"},
