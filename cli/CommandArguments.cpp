@@ -184,9 +184,13 @@ void CGrammar::AddExport() {
   command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER; all tables if left out");
   AddPath(command, "--to", m_words.folder, "Folder for one file a table; standard output if left out",
           kFolder);
-  AddPath(command, "-o,--output", m_words.output, "The file for one TABLE");
+  AddPath(command, "-o,--output", m_words.output, "The file for one TABLE, or for the script");
   SExportWords& words = m_words.exporting;
-  AddChoice(command, "--format", words.format, "csv (default) or jsonl", {"csv", "jsonl"});
+  AddChoice(command, "--format", words.format, "csv (default), jsonl, or an SQL script",
+            {"csv", "jsonl", "sql"});
+  AddChoice(command, "--dialect", words.dialect,
+            "sql: the database that the script is for; sqlite if left out",
+            {"sqlite", "postgresql", "mysql"});
   AddChoice(
       command, "--ole", words.ole,
       "Bytes of objects and attached files: hex (default of csv), base64 (default of jsonl) or files of "

@@ -22,6 +22,8 @@ SCommandEnd RunRepair(CSession& session);
 SCommandEnd RunTables(CSession& session);
 SCommandEnd RunPreview(CSession& session);
 SCommandEnd RunExport(CSession& session);
+// Of the formats that are one file with all tables.
+SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only);
 SCommandEnd RunQueries(CSession& session);
 SCommandEnd RunInspect(CSession& session);
 SCommandEnd RunCheck(CSession& session);

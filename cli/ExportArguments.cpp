@@ -25,6 +25,19 @@ std::string FindCsvConflict(const SArguments& arguments) {
   return {};
 }
 
+// Of the formats that are one file with all tables.
+std::string FindDatabaseConflict(const SExportWords& words, const SArguments& arguments) {
+  const std::string format = "export: --format " + words.format;
+  if (arguments.rules == ERules::Standard)
+    return format + " needs the exact rules: the standard ones keep texts, not values";
+  if (!arguments.folder.empty()) return format + " writes one file: name it with -o";
+  if (!words.ole.empty()) return "export: --ole is for csv and jsonl";
+  if (arguments.output.empty() && words.format == "sqlite") return format + " writes a file: name it with -o";
+  if (arguments.output.empty() && arguments.isJson)
+    return "export: --json reports what was written and needs -o";
+  return FindCsvConflict(arguments);
+}
+
 std::string FindPlaceConflict(const SArguments& arguments) {
   const bool isToFile = !arguments.output.empty(), isToFolder = !arguments.folder.empty();
   if (isToFile && isToFolder) return "export: -o names one file, --to a folder for several; give one of them";
@@ -43,6 +56,10 @@ std::string FindPlaceConflict(const SArguments& arguments) {
 void TakeExportWords(const SExportWords& words, SArguments& arguments) {
   SExportOptions& options = arguments.exporting;
   if (words.format == "jsonl") options.format = EExportFormat::JsonLines;
+  if (words.format == "sql") options.format = EExportFormat::Sql;
+  if (words.format == "sqlite") options.format = EExportFormat::Sqlite;
+  if (words.dialect == "postgresql") options.dialect = ESqlDialect::PostgreSql;
+  if (words.dialect == "mysql") options.dialect = ESqlDialect::MySql;
   const bool isTyped = options.format == EExportFormat::JsonLines && arguments.rules == ERules::Exact;
   if (words.ole == "base64" || (words.ole.empty() && isTyped)) options.ole = EOleForm::Base64;
   if (words.ole == "files") options.ole = EOleForm::Files;
@@ -53,7 +70,9 @@ void TakeExportWords(const SExportWords& words, SArguments& arguments) {
   if (words.hasNullText) options.nullText = words.nullText;
 }
 
-std::string FindExportConflict(const SExportWords&, const SArguments& arguments) {
+std::string FindExportConflict(const SExportWords& words, const SArguments& arguments) {
+  if (!words.dialect.empty() && words.format != "sql") return "export: --dialect is for --format sql";
+  if (words.format == "sql" || words.format == "sqlite") return FindDatabaseConflict(words, arguments);
   if (std::string conflict = FindPlaceConflict(arguments); !conflict.empty()) return conflict;
   return FindCsvConflict(arguments);
 }

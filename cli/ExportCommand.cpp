@@ -182,6 +182,13 @@ SCommandEnd RunExport(CSession& session) {
   if (auto failure = RecoverSomething(session)) return *failure;
   const SArguments& arguments = session.GetArguments();
   session.GetJob().GetContext().preview.SetAbort(IsInterrupted() ? 1 : 0);  // multi-value cells obey it
+  const EExportFormat format = arguments.exporting.format;
+  if (format == EExportFormat::Sql || format == EExportFormat::Sqlite) {
+    const CAccessTable* const only =
+        arguments.table.empty() ? nullptr : FindTable(session.GetData(), arguments.table);
+    if (only == nullptr && !arguments.table.empty()) return NoSuchTable(arguments);
+    return ExportToDatabase(session, only);
+  }
   std::vector<SExportFile> files = ChooseTables(session.GetData(), arguments);
   if (files.empty() && !arguments.table.empty()) return NoSuchTable(arguments);
   if (arguments.folder.empty() && arguments.output.empty())

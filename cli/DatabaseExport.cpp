@@ -1,0 +1,128 @@
+// export --format sql and sqlite: all tables as one script or database.
+
+#include "app/OutputFile.h"
+#include "cli/Commands.h"
+#include "cli/DisplayText.h"
+#include "cli/Interrupt.h"
+#include "cli/JsonOutput.h"
+#include "cli/Outcome.h"
+#include "cli/Summary.h"
+#include "cli/TextTable.h"
+#include "export/SqlScript.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "writer/SafeName.h"
+
+namespace tolvane {
+
+namespace {
+
+// How an export into one file ended.
+struct SExported {
+  EExportEnd end = EExportEnd::Done;
+  std::u16string problem;
+  std::vector<SSqlCount> counts;
+};
+
+// Tells what the tables lack. False when one lacks something.
+bool TellCounts(CSession& session, const SSqlSchema& schema, const std::vector<SSqlCount>& counts) {
+  bool isWhole = true;
+  for (size_t i = 0; i < counts.size(); ++i) {
+    const auto tell = [&](uint64_t count, const std::string& noun, std::u16string_view what) {
+      if (count == 0) return;
+      isWhole = false;
+      session.Say(u"Table " + Quoted(FromUtf8(schema.tables[i].name)) + u": " +
+                  FromUtf8(Counted(count, noun)) + u" " + std::u16string(what));
+    };
+    tell(counts[i].lostRows, "row", u"could not be brought over.");
+    tell(counts[i].lostValues, "value", u"that the database does not take: NULL stands there.");
+    tell(counts[i].changedValues, "value",
+         u"changed: digits or characters that the database does not hold, or bytes that are lost.");
+  }
+  return isWhole;
+}
+
+std::optional<SFailure> PrintTables(const CSession& session, const SSqlSchema& schema,
+                                    const std::vector<SSqlCount>& counts, EExitStatus status) {
+  const SArguments& arguments = session.GetArguments();
+  if (!arguments.isJson) {
+    CTextTable drawn;
+    drawn.AddColumn("Table");
+    drawn.AddColumn("Rows", EAlign::Right);
+    for (size_t i = 0; i < counts.size(); ++i)
+      drawn.AddRow({ToDisplay(FromUtf8(schema.tables[i].name)), std::to_string(counts[i].rows)});
+    return Print(drawn.Draw(OutputStyle().width));
+  }
+  Json result = MakeResult(arguments, status);
+  result["source"] = DescribeSource(session.GetData(), arguments);
+  result["path"] = ToUtf8(arguments.output);
+  result["tables"] = Json::array();
+  for (size_t i = 0; i < counts.size(); ++i)
+    result["tables"].push_back({{"table", schema.tables[i].name},
+                                {"rows", counts[i].rows},
+                                {"rowsLost", counts[i].lostRows},
+                                {"valuesLost", counts[i].lostValues},
+                                {"valuesChanged", counts[i].changedValues}});
+  result["remarks"] = Json::array();
+  for (const std::u16string& remark : schema.remarks) result["remarks"].push_back(ToUtf8(remark));
+  result["damage"] = DescribeDamage(session.GetData());
+  if (!PrintJson(result)) return OutputLost();
+  return std::nullopt;
+}
+
+SExported WriteScript(CSession& session, const SSqlSchema& schema, const CSqlDialect& dialect,
+                      const std::u16string& path) {
+  SExported exported;
+  CExportSink sink;
+  if (!path.empty() && !sink.Open(path)) return {EExportEnd::NotWritten, sink.GetProblem(), {}};
+  const StopRequest isStopped = IsInterrupted;
+  CSqlScript script(
+      schema, dialect,
+      u"Recovered by Tolvane for Access from " + std::u16string(FileNameOf(session.GetArguments().source)),
+      isStopped);
+  exported.end = script.Write(sink);
+  exported.problem = sink.GetProblem();
+  exported.counts = script.GetCounts();
+  return exported;
+}
+
+}  // namespace
+
+SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only) {
+  const SArguments& arguments = session.GetArguments();
+  const bool isToFile = !arguments.output.empty();
+  COutputFile output;
+  if (isToFile) {
+    const SOutputVerdict verdict =
+        output.Reserve({arguments.output, arguments.source, arguments.templatePath, arguments.mayOverwrite});
+    if (verdict.state != EOutputState::Ok) return RefuseOutput(arguments.output, verdict);
+  }
+  const CSqlDialect dialect(arguments.exporting.dialect);
+  const SSqlSchema schema =
+      MakeSqlSchema(session.GetData(), dialect, only, arguments.withSystemTables, IsInterrupted);
+  const SExported exported = WriteScript(session, schema, dialect, output.GetPartialPath());
+  switch (exported.end) {
+    case EExportEnd::Stopped:
+      return isToFile ? StoppedByUser()
+                      : SFailure{EExitStatus::Stopped, u"Stopped. The output is not complete."};
+    case EExportEnd::NotWritten:
+      return SFailure{EExitStatus::Failed,
+                      isToFile
+                          ? AboutFile(arguments.output, u"The file cannot be written: " + exported.problem)
+                          : exported.problem + u" The output is not complete."};
+    case EExportEnd::Done:
+      break;
+  }
+  if (isToFile)
+    if (const SOutputVerdict end = output.Complete(); end.state != EOutputState::Ok)
+      return RefuseOutput(arguments.output, end);
+  const bool isWhole = TellCounts(session, schema, exported.counts);
+  for (const std::u16string& remark : schema.remarks) session.Mention(remark);
+  const EExitStatus status = isWhole ? DecideStatus(session.GetData(), nullptr) : EExitStatus::Incomplete;
+  if (isToFile)
+    if (auto failure = PrintTables(session, schema, exported.counts, status)) return *failure;
+  MentionDamage(session);
+  return status;
+}
+
+}  // namespace tolvane
