@@ -11,6 +11,7 @@
 
 #include "checker/DatabaseCheck.h"
 #include "embedded/EmbeddedEngine.h"
+#include "format/SystemTables.h"
 #include "render/ValueParser.h"
 #include "tests/embedded/StoredTable.h"
 #include "tests/platform/ScratchFolder.h"
@@ -152,6 +153,21 @@ class DatabaseFixture : public ::testing::Test {
   }
 
   [[nodiscard]] SStoredTable Read(std::u16string_view table) const { return ReadStoredTable(m_path, table); }
+  // The values of each row by column number.
+  [[nodiscard]] static std::vector<std::vector<Value>> Rows(const SStoredTable& table) {
+    std::vector<std::vector<Value>> rows;
+    for (const std::vector<Value>& stored : table.rows) {
+      rows.emplace_back(stored.size());
+      for (size_t i = 0; i < stored.size(); i++) rows.back()[table.columns[i].number] = stored[i];
+    }
+    return rows;
+  }
+  // The row of the catalogue.
+  [[nodiscard]] std::vector<Value> Object(std::u16string_view name) const {
+    for (const std::vector<Value>& object : Rows(Read(u"MSysObjects")))
+      if (Text(object[kObjectsName]) == name) return object;
+    return {};
+  }
   [[nodiscard]] std::u16string Text(const Value& value) const { return TextOf(value, IsJet3()); }
   [[nodiscard]] bool IsJet3() const { return m_version == kDaoVersionJet3; }
   [[nodiscard]] bool IsAce() const { return m_version == kDaoVersionAce; }

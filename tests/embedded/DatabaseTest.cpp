@@ -151,37 +151,6 @@ TEST_P(Database, FillsPagesOverSeveralSessions) {
   EXPECT_EQ(Read(u"Long").pages.GetCount(), 3u) << "seven rows a page";
 }
 
-// A save opens the database once for each of its steps; what comes when is the writer's choice.
-TEST_P(Database, TakesTablesQueriesRelationsAndRowsInAnyOrder) {
-  Create();
-  const auto addQuery = [this](std::u16string_view name) {
-    ExpectOk(m_database->CreateQuery(MakeQuery(name, u"T", u"T.N")));
-  };
-  const std::vector<SField> fields = {{u"N", kDaoLong}, {u"M", kDaoMemo}};
-  const Texts row = {u"1", std::u16string(200, u'x')};
-  addQuery(u"Before");
-  Reopen();
-  ExpectOk(AddTable(u"T", fields));
-  Reopen();
-  ExpectOk(AddRows(u"T", std::vector<Texts>(30, row)));
-  addQuery(u"Between");
-  ExpectOk(AddTable(u"U", fields));
-  Reopen();
-  ExpectOk(AddRows(u"U", std::vector<Texts>(20, row)));
-  ExpectOk(AddRows(u"T", {row}));
-  Reopen();
-  const CDaoRelationInfo relation{u"R", u"T", u"U", kDaoRelationDontEnforce, {{u"N", u"N"}}};
-  ExpectOk(m_database->CreateRelation(relation));
-  addQuery(u"Behind");
-  Reopen();
-  EXPECT_NE(m_database->CreateRelation(relation).code, EDaoError::None) << "it is there";
-  EXPECT_EQ(AddTable(u"between", fields).code, EDaoError::QueryExists);
-  ExpectOk(AddRows(u"U", {row}));
-  EXPECT_EQ(CloseAndRead(u"T").rows.size(), 31u);
-  EXPECT_EQ(Read(u"U").rows.size(), 21u);
-  EXPECT_EQ(Read(u"MSysObjects").rows.size(), EmptyObjects() + 2 + 3 + 1);
-}
-
 TEST_P(Database, ReleasingInTheWrongOrderCompletesTheFile) {
   Create();
   ExpectOk(AddTable(u"T", {{u"N", kDaoLong}}));

@@ -80,26 +80,6 @@ TEST(IndexTreeBuilder, AnOverflowingLeafUsesThePrefixOfItsEntries) {
   }
 }
 
-// Page 7 has the root: level, owner, tail and the one entry, which is the last one of the first leaf.
-TEST(IndexTreeBuilder, NodesNameTheLastEntryOfEachChild) {
-  for (const SIndexPageLayout* layout : {&kIndexPageJet3, &kIndexPageJet4}) {
-    const bool isJet3 = layout == &kIndexPageJet3;
-    SFile file;
-    ASSERT_TRUE(file.Build(*layout, MakeKeys(isJet3 ? 3 : 6, 700)));
-    const std::vector<uint8_t>& root = file.pages.at(kRoot);
-    const auto at = [&](size_t offset, size_t size) {
-      return std::vector<uint8_t>(root.begin() + static_cast<std::ptrdiff_t>(offset),
-                                  root.begin() + static_cast<std::ptrdiff_t>(offset + size));
-    };
-    EXPECT_EQ(at(0, 2), FromHex("03 01"));
-    EXPECT_EQ(at(4, 4), FromHex("34 12 00 00"));
-    EXPECT_EQ(at(isJet3 ? 16 : 20, 4), FromHex("65 00 00 00"));
-    EXPECT_EQ(root[isJet3 ? 21 : 26], 1);
-    EXPECT_EQ(at((isJet3 ? 248 : 480) + 700, 8),
-              FromHex(isJet3 ? "02 00 01 00 00 00 00 64" : "02 00 04 00 00 00 00 64"));
-  }
-}
-
 TEST(IndexTreeBuilder, NoNodeIsLeftWithASingleChild) {
   for (const SIndexPageLayout* layout : {&kIndexPageJet3, &kIndexPageJet4}) {
     for (size_t count = 20; count < 60; count++) {
@@ -123,15 +103,6 @@ TEST(IndexTreeBuilder, EntriesOutOfOrderAreRefused) {
     EXPECT_FALSE(builder.Add(FromHex("7F 01"), page, row));
     EXPECT_FALSE(builder.Add(FromHex("7F 02"), 6, 0));
     EXPECT_FALSE(builder.Finish());
-  }
-}
-
-TEST(IndexTreeBuilder, KeysThatFitNoPageAreRefused) {
-  for (const auto& [size, page, isTaken] :
-       {std::tuple<size_t, uint32_t, bool>{1792, 0xFFFFFF, true}, {1793, 1, false}, {1, 0x1000000, false}}) {
-    SFile file;
-    CIndexTreeBuilder builder(kIndexPageJet3, kOwner, kRoot, file.Sink());
-    EXPECT_EQ(builder.Add(std::vector<uint8_t>(size, 0x11), page, 0), isTaken) << size;
   }
 }
 

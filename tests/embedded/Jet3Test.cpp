@@ -36,24 +36,6 @@ TEST_F(Jet3, SystemRowsAreThoseOfTheOriginalEngine) {
   EXPECT_EQ(BytesOf(Page(0).substr(0x56, 2)), FromHex("917f"));
 }
 
-// The table "Table4" of a real file, but for its pages and for what engines leave uninitialised.
-TEST_F(Jet3, DefinitionIsThatOfTheOriginalEngine) {
-  Create();
-  ExpectOk(AddTable(u"Table4",
-                    {{u"name", kDaoText, 50}, {u"data", kDaoGuid, 16, kDaoSystemField, u"GenGUID()"}},
-                    {{.name = u"PrimaryKey", .fields = {{u"data"}}, .primary = true}}));
-  ASSERT_EQ(CloseAndRead(u"Table4").page, 20u);
-  EXPECT_EQ(
-      BytesOf(Page(20).substr(0, 169)),
-      FromHex(
-          "0201564300000000 a9000000 00000000 00000000 4e 0200 0100 0200 01000000 01000000 00150000 01150000 "
-          "0000000000000000 "
-          "0a 0000 0000 0000 0000 0904e404 02 0000 3200  0f 0100 0100 0100 0000 0904e404 43 0000 1000 "
-          "046e616d65 0464617461 "
-          "010001 ffff00ffff00ffff00ffff00ffff00ffff00ffff00ffff00ffff00 02150000 16000000 09 "
-          "00000000 00000000 00 ffffffff 00000000 04 04 01 0a5072696d6172794b6579 ffff "));
-}
-
 // Behind the values: offsets without their high parts, the jump table, the number of variable columns, mask.
 TEST_F(Jet3, RowsHaveJumpTables) {
   Create();

@@ -65,29 +65,6 @@ TEST_P(LongValue, MemoGoesWhereItsUncompressedLengthSays) {
   }
 }
 
-// A value of three pieces in a new database: length, pointer and stamp in the row; each piece but the last
-// fills its row; the stamp is on the first page alone.
-TEST_P(LongValue, ChainsAreLinkedAsEnginesDo) {
-  CreateTable();
-  const size_t piece = IsJet3() ? 2032 : 4072;
-  AddBinary(2 * piece + 7);
-  const std::string reference = *CloseAndRead(u"T").stored[0][1];
-  const std::string stamp = IsJet3() ? std::string(4, '\0') : reference.substr(8);
-  EXPECT_EQ(reference.substr(0, 4) + reference.substr(8), LittleEndian(2 * piece + 7, 4) + stamp);
-  EXPECT_EQ(stamp == std::string(4, '\0'), IsJet3());
-  std::string next = reference.substr(4, 4);
-  for (const size_t expected : {piece, piece, size_t{7}}) {
-    const auto pointer = GetLittle<uint32_t>(BytesOf(next), 0);
-    const std::string page = Page(pointer >> 8), row = Row(pointer);
-    EXPECT_EQ(page.substr(4, 4), "LVAL");
-    EXPECT_TRUE(IsJet3() ||
-                page.substr(8, 4) == (next == reference.substr(4, 4) ? stamp : std::string(4, '\0')));
-    EXPECT_EQ(row.size(), 4 + expected);
-    next = row.substr(0, 4);
-  }
-  EXPECT_EQ(next, std::string(4, '\0'));
-}
-
 TEST_P(LongValue, KeepsTextsThatAreHardToStore) {
   CreateTable();
   const std::u16string hard = std::u16string(u"a\0b", 3) + char16_t{0xD800} + std::u16string(100, u'\u0416');
