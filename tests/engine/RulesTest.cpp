@@ -424,7 +424,7 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   // SaveRules.BytesAndFormatsFollowTheirRules
   Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
   Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
-  // CNullCascadeUnknown, CNullCascadeKnown
+  // CNullCascadeTest
   Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
   // Findings.EachSetOfRulesTellsItsOwn
   Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);

@@ -12,6 +12,18 @@
 
 namespace tolvane {
 
+// What stands between bars.
+Row Fields(std::u16string_view text) {
+  Row fields(1);
+  for (const char16_t unit : text) {
+    if (unit == u'|')
+      fields.emplace_back();
+    else
+      fields.back() += unit;
+  }
+  return fields;
+}
+
 class CQueryStepTest : public CWriterTest {
  protected:
   // Rows of MSysQueries that are columns: object id and expression; and of the catalogue: name, id, type.
@@ -102,40 +114,24 @@ TEST_F(CQueryStepTest, WhatChangesAQueryIsTold) {
                                         {u"sign", u"-4", u"0"},
                                         {u"options", u"-5", u"0"},
                                         {u"pivot", u"-6", u"16"}});
-  const auto row = [](const char16_t* id, const char16_t* attribute, const char16_t* flag,
-                      const char16_t* name1, const char16_t* name2, const char16_t* expression) {
-    return Row{id, attribute, u"", name1, name2, expression, flag, u""};
-  };
   std::vector<Row> rows;
-  for (const char16_t* id : {u"-1", u"-2", u"-3", u"-4", u"-5", u"-6", u"-7"}) {
-    rows.push_back(row(id, u"0", u"0", u"", u"", u""));
-    rows.push_back(row(id, u"255", u"", u"", u"", u""));
-  }
-  for (const Row& more :
+  for (const char16_t* id : {u"-1", u"-2", u"-3", u"-4", u"-5", u"-6", u"-7"})
+    for (const char16_t* end : {u"|0||0|||", u"|255|||||"}) rows.push_back(Fields(std::u16string(id) + end));
+  // Id, attribute, order, flag, two names, expression.
+  for (const char16_t* more :
        {// Joins nested and conditions merged, sort keys and brackets.
-        row(u"-1", u"5", u"", u"T 1", u"", u""), row(u"-1", u"5", u"", u"U", u"u", u""),
-        row(u"-1", u"5", u"", u"V", u"", u""),
-        row(u"-1", u"7", u"2", u"T 1", u"u", u"([T 1].a = u.a) AND (1=1)"),
-        row(u"-1", u"7", u"2", u"T 1", u"u", u"[T 1].b = u.b"),
-        row(u"-1", u"7", u"1", u"u", u"V", u"u.c = V.c"), row(u"-1", u"6", u"0", u"x y", u"", u"f(a, b)"),
-        row(u"-1", u"11", u"", u"D", u"", u"a"), row(u"-1", u"3", u"2", u"", u"", u""),
+        u"-1|5|||T 1||", u"-1|5|||U|u|", u"-1|5|||V||", u"-1|7||2|T 1|u|([T 1].a = u.a) AND (1=1)",
+        u"-1|7||2|T 1|u|[T 1].b = u.b", u"-1|7||1|u|V|u.c = V.c", u"-1|6||0|x y||f(a, b)", u"-1|11|||D||a",
+        u"-1|3||2|||",
         // The first table goes, and what joined it.
-        row(u"-2", u"1", u"5", u"", u"", u""), row(u"-2", u"5", u"", u"A", u"", u""),
-        row(u"-2", u"5", u"", u"B", u"", u""), row(u"-2", u"7", u"1", u"A", u"B", u"A.x = B.x"),
-        row(u"-3", u"3", u"3", u"", u"", u""),
-        row(u"-3", u"5", u"", u"", u"X7YZ_____1", u"SELECT a FROM T\r\n"),
-        row(u"-3", u"5", u"", u"", u"X7YZ_____2", u"SELECT b FROM U;"),
-        row(u"-3", u"11", u"", u"", u"", u"a"),
+        u"-2|1||5|||", u"-2|5|||A||", u"-2|5|||B||", u"-2|7||1|A|B|A.x = B.x", u"-3|3||3|||",
+        u"-3|5||||X7YZ_____1|SELECT a FROM T\r\n", u"-3|5||||X7YZ_____2|SELECT b FROM U;", u"-3|11|||||a",
         // A name that the text cannot hold without brackets.
-        row(u"-4", u"5", u"", u"it's", u"", u""), row(u"-4", u"5", u"", u"B", u"", u""),
-        row(u"-4", u"7", u"1", u"it's", u"B", u"e"), row(u"-5", u"2", u"10", u"p", u"", u""),
-        row(u"-5", u"3", u"29", u"10", u"", u""), row(u"-5", u"5", u"", u"T", u"", u""),
-        row(u"-5", u"6", u"0", u"", u"", u"a"), row(u"-6", u"1", u"6", u"", u"", u""),
-        row(u"-6", u"5", u"", u"T", u"", u""), row(u"-6", u"6", u"2", u"", u"", u"a"),
-        row(u"-6", u"6", u"1", u"", u"", u"p In (1,2)"), row(u"-6", u"9", u"2", u"", u"", u"a"),
-        row(u"-6", u"9", u"1", u"", u"", u"p"), row(u"-7", u"1", u"9", u"", u"", u""),
-        row(u"-7", u"5", u"", u"T", u"", u"")})
-    rows.push_back(more);
+        u"-4|5|||it's||", u"-4|5|||B||", u"-4|7||1|it's|B|e", u"-5|2||10|p||", u"-5|3||29|10||",
+        u"-5|5|||T||", u"-5|6||0|||a", u"-6|1||6|||", u"-6|5|||T||", u"-6|6||2|||a", u"-6|6||1|||p In (1,2)",
+        u"-6|9||2|||a", u"-6|9||1|||p", u"-7|1||9|||", u"-7|5|||T||"})
+    rows.push_back(Fields(more));
+  for (Row& row : rows) row = {row[0], row[1], row[2], row[4], row[5], row[6], row[3], u""};
   WriteRows(table, rows);
   ASSERT_TRUE(m_writer.Save());
   Lines told;
@@ -174,14 +170,11 @@ SPreparedQuery Prepared(const char16_t* type, const std::vector<std::u16string>&
   query.type = type;
   for (const std::u16string& text : rows) {
     auto row = std::make_unique<CQueryAttributes>();
-    std::array fields{&row->Attribute, &row->Order, &row->Flag, &row->Name1, &row->Name2, &row->Expression};
-    size_t field = 0;
-    for (const char16_t unit : text) {
-      if (unit == u'|')
-        ++field;
-      else
-        *fields[field] += unit;
-    }
+    Row fields = Fields(text);
+    fields.resize(6);
+    size_t at = 0;
+    for (auto* field : {&row->Attribute, &row->Order, &row->Flag, &row->Name1, &row->Name2, &row->Expression})
+      *field = fields[at++];
     if (!row->Order.empty()) row->Order.insert(0, u"0000000");
     query.rows.Append(std::move(row));
   }

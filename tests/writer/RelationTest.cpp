@@ -131,36 +131,24 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
                                                u"Tables 1 The name of a table is lost.", u" 2 ", u" 1 "}));
 }
 
-// The rules of saving that no run of one whole set shows, each by itself.
-SRecoveryRules NullsKnown() {
-  SRecoveryRules rules = kStandardRules;
-  rules.nullCascadeIsUnknown = kExactRules.nullCascadeIsUnknown;
-  return rules;
-}
-class CNullCascadeTest : public CRelationStepTest {
+// One rule of saving by itself.
+class CNullCascadeTest : public CRelationStepTest, public testing::WithParamInterface<bool> {
  protected:
-  explicit CNullCascadeTest(const SRecoveryRules& rules) : CRelationStepTest(rules) {}
-  bool AreAttributesKnown() {
-    AddRelations({{u"Nulls", u"8192", u"1", u"0", u"A", u"x", u"B", u"y"}});
-    std::vector<SRecoveredRelation> relations;
-    uint32_t rowsRead = 0;
-    EXPECT_TRUE(ReadRelations(m_data, nullptr, relations, rowsRead));
-    return relations.size() == 1 && relations[0].hasAttributes;
+  static SRecoveryRules Rules() {
+    SRecoveryRules rules = kStandardRules;
+    rules.nullCascadeIsUnknown = GetParam();
+    return rules;
   }
+  CNullCascadeTest() : CRelationStepTest(Rules()) {}
 };
-class CNullCascadeUnknown : public CNullCascadeTest {
- protected:
-  CNullCascadeUnknown() : CNullCascadeTest(kStandardRules) {}
-};
-class CNullCascadeKnown : public CNullCascadeTest {
- protected:
-  CNullCascadeKnown() : CNullCascadeTest(NullsKnown()) {}
-};
-TEST_F(CNullCascadeUnknown, CostsTheAttributes) {
-  EXPECT_FALSE(AreAttributesKnown());
-}
-TEST_F(CNullCascadeKnown, IsAnAttribute) {
-  EXPECT_TRUE(AreAttributesKnown());
+INSTANTIATE_TEST_SUITE_P(Rules, CNullCascadeTest, testing::Bool());
+
+TEST_P(CNullCascadeTest, CostsTheAttributesWhereItIsUnknown) {
+  AddRelations({{u"Nulls", u"8192", u"1", u"0", u"A", u"x", u"B", u"y"}});
+  std::vector<SRecoveredRelation> relations;
+  uint32_t rowsRead = 0;
+  EXPECT_TRUE(ReadRelations(m_data, nullptr, relations, rowsRead));
+  EXPECT_EQ(relations.at(0).hasAttributes, !GetParam());
 }
 
 TEST(SaveRules, BytesAndFormatsFollowTheirRules) {
