@@ -55,17 +55,6 @@ TEST(ExitStatus, TheExactRulesCountWhatNoRepairBringsBack) {
   }
 }
 
-TEST(ExitStatus, ADamagedFileWithoutTablesOfTheUsersIsNothingUnderTheExactRules) {
-  for (const auto& [rules, status] :
-       {std::pair{ERules::Standard, EExitStatus::Incomplete}, {ERules::Exact, EExitStatus::Nothing}}) {
-    CAccessData data{RulesOf(rules), GetWorkFolder()};
-    AddTable(data, 2, u"MSysObjects", 20);
-    EXPECT_EQ(DecideStatus(data, nullptr), EExitStatus::Done);
-    data.GetLedger().Add(EDamage::BrokenPage, {1, CDamageLedger::kNoTable, -1, 1});
-    EXPECT_EQ(DecideStatus(data, nullptr), status);
-  }
-}
-
 TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
   for (const auto& [rows, status] : {std::pair{3u, EExitStatus::Incomplete}, {0u, EExitStatus::Done}}) {
     CAccessData data{kStandardRules, GetWorkFolder()};

@@ -58,16 +58,6 @@ TEST(TextTable, ShortensTheWidestCellsFirst) {
   EXPECT_EQ(LinesOf(table.Draw(CTextTable::kAnyWidth))[2], " 1  Ann   a long remark that does not fit");
 }
 
-TEST(TextTable, TooManyColumnsBecomeBlocks) {
-  CTextTable table;
-  for (int i = 0; i < 20; ++i) table.AddColumn("column" + std::to_string(i));
-  table.AddRow(std::vector<std::string>(20, std::string(100, 'x')));
-  const auto lines = LinesOf(table.Draw(40));
-  ASSERT_EQ(lines.size(), 21u);
-  EXPECT_EQ(lines[0], "Row 1");
-  for (const std::string& line : lines) EXPECT_LE(DisplayWidth(line), 40u);
-}
-
 TEST(ProgressLine, RateAndTimeLeftComeFromTheStepAlone) {
   CStepClock clock(100'000'000);
   const auto see = [&](int32_t position, double seconds) {

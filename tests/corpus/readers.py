@@ -41,7 +41,7 @@ def run(*command):
 
 def missing():
     """What must be there and is not, as a text; empty when all is there."""
-    lacks = [tool for tool in ('mdb-export', 'mdb-prop', 'mdb-queries', 'mdb-tables', 'node') if not shutil.which(tool)]
+    lacks = [tool for tool in ('mdb-export', 'mdb-prop', 'mdb-tables', 'node') if not shutil.which(tool)]
     if not os.path.isdir(mdb_reader_folder()):
         lacks.append('the npm package mdb-reader in build/npm (./test.sh installs it)')
     return ', '.join(lacks)
@@ -119,9 +119,3 @@ def mdbtools_export(path, table, types=None):
 
 def mdbtools_tables(path):
     return _lines(_mdbtools('mdb-tables', '-1', path))
-
-
-def mdbtools_queries(path):
-    """{name: statement} of the saved queries as mdb-queries shows them, or None when it fails."""
-    names = _lines(_mdbtools('mdb-queries', '-L', '-1', path))
-    return None if names is None else {name: _mdbtools('mdb-queries', path, name) or '' for name in names}

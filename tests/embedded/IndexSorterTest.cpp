@@ -61,18 +61,6 @@ void ExpectSorted(CIndexSorter& sorter, std::vector<SAdded> entries) {
   EXPECT_EQ(sorter.GetError(), EDaoError::None);
 }
 
-// Runs of more than 64 KiB in which an entry begins at every multiple of 15.
-TEST_F(IndexSorterTest, LongRunsOfEqualSizes) {
-  std::vector<SAdded> entries = MakeEntries(40000);
-  for (size_t i = 0; i < entries.size(); i++) {
-    entries[i].key.assign(9, static_cast<uint8_t>(i % 251));
-    entries[i].key[5] = static_cast<uint8_t>(i / 500);
-  }
-  CIndexSorter sorter(m_folder, size_t{2} << 20);
-  ExpectSorted(sorter, entries);
-  EXPECT_GT(sorter.GetRunCount(), 1U);
-}
-
 TEST_F(IndexSorterTest, SmallSetsStayInMemoryLargeOnesGoThroughAFileThatDoesNotStay) {
   const struct {
     size_t bound, count, leastRuns, mostRuns;

@@ -95,17 +95,6 @@ TEST(IndexTreeBuilder, NoNodeIsLeftWithASingleChild) {
   }
 }
 
-TEST(IndexTreeBuilder, EntriesOutOfOrderAreRefused) {
-  for (const auto& [page, row] : {std::pair<uint32_t, uint8_t>{5, 1}, {5, 0}, {4, 9}}) {
-    SFile file;
-    CIndexTreeBuilder builder(kIndexPageJet4, kOwner, kRoot, file.Sink());
-    ASSERT_TRUE(builder.Add(FromHex("7F 01"), 5, 1));
-    EXPECT_FALSE(builder.Add(FromHex("7F 01"), page, row));
-    EXPECT_FALSE(builder.Add(FromHex("7F 02"), 6, 0));
-    EXPECT_FALSE(builder.Finish());
-  }
-}
-
 // Whatever call fails, the builder says so and stays failed.
 TEST(IndexTreeBuilder, FailuresOfTheFileAreReported) {
   for (uint32_t page = kFirstFree; page < kFirstFree + 10; page++) {

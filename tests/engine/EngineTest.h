@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -17,18 +16,13 @@
 #include "platform/Text.h"
 #include "status/Status.h"
 #include "store/WorkFolder.h"
+#include "tests/format/KeyBytes.h"
 #include "tests/support/PageBuilder.h"
 
 namespace tolvane {
 
-// Bytes written as hex digits; blanks are ignored.
-inline Bytes Hex(std::string digits) {
-  std::erase(digits, ' ');
-  if (digits.size() % 2 != 0) throw std::invalid_argument("odd number of hex digits");
-  Bytes bytes;
-  for (size_t at = 0; at < digits.size(); at += 2)
-    bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
-  return bytes;
+inline Bytes Hex(std::string_view digits) {
+  return FromHex(digits);
 }
 
 class CEngineTest : public testing::Test {

@@ -149,15 +149,5 @@ TEST_F(RecordParser, ReportsEachTableAndEachRowUntilTheRunIsStopped) {
   EXPECT_EQ(CProgressStatus::Instance().GetPos(), 2147483647);
 }
 
-TEST_F(RecordParser, ATableThatCannotBeStoredIsLoggedAndCounted) {
-  Put(4, NewPage().Row(Row(u"one")));
-  ASSERT_TRUE(CreateFolder(table->GetDataFilePath()));  // in the way of the file
-  Parse();
-  EXPECT_EQ(table->header.rowCount, 0u);
-  EXPECT_EQ(Lost(EDamage::SkippedTable), 1u);
-  EXPECT_NE(CRepairLog::Instance().Get().find(u"Records of table 3 could not be stored: "),
-            std::u16string::npos);
-}
-
 }  // namespace
 }  // namespace tolvane

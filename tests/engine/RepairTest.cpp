@@ -113,21 +113,6 @@ TEST_P(Repair, BytesInFrontOfTheDatabaseAreSkippedWhereItsStartIsSure) {
   EXPECT_TRUE(isFound(mixed, 0));
 }
 
-// Whatever bytes a file holds, a run over it ends and leaves the file alone.
-TEST_P(Repair, NoiseEndsInAResult) {
-  uint32_t state = 12345;
-  const Bytes sound = file.Build();
-  for (int round = 0; round < 60; round++) {
-    Bytes bytes = sound;
-    for (int change = 0; change < 1 << round % 10; change++) {
-      state = state * 1664525 + 1013904223;
-      bytes[(state >> 8) % bytes.size()] = static_cast<uint8_t>(state >> 24);
-    }
-    bytes[0x14] = layout.isJet3 ? 0 : 1;
-    ASSERT_NE(Run(bytes), nullptr);
-  }
-}
-
 }  // namespace
 
 }  // namespace tolvane

@@ -120,21 +120,5 @@ TEST_P(DefinitionBytes, EveryOtherLieIsTold) {
   EXPECT_EQ(lie(columns + layout.column.magic, 5), std::vector{EDefinitionFault::Magic});
 }
 
-// Pages hold their number of free bytes (Jet 3: a mark), and go together again.
-TEST_P(DefinitionBytes, GoOverPages) {
-  std::vector<uint8_t> block(size_t{2} * layout.pageSize, 0xAB);
-  ASSERT_EQ(CountDefinitionPages(layout, block.size()), 3u);
-  std::vector<std::vector<uint8_t>> pages(3, std::vector<uint8_t>(layout.pageSize));
-  for (uint32_t i = 0; i < 3; i++) EncodeDefinitionPage(layout, block, i, i < 2 ? i + 1 : 0, pages[i]);
-  const auto word = [&](size_t page) { return GetLittle<uint16_t>(pages[page], kDefinitionFree); };
-  EXPECT_EQ(word(0), layout.isJet3 ? 0x4356 : 0);
-  EXPECT_EQ(word(2), layout.isJet3 ? 0x4356 : layout.pageSize - 8 - 8 - 8);
-  std::vector<uint8_t> read;
-  ReadDefinitionChain(
-      0, [&](uint32_t page) { return std::span<const uint8_t>(pages.at(page)); }, read);
-  EXPECT_EQ(read.size(), layout.pageSize + 2 * (layout.pageSize - kDefinitionHead));
-  EXPECT_TRUE(std::equal(block.begin() + kDefinitionHead, block.end(), read.begin() + kDefinitionHead));
-}
-
 }  // namespace
 }  // namespace tolvane

@@ -43,12 +43,4 @@ inline std::vector<uint8_t> Utf16Bytes(std::u16string_view text) {
   return bytes;
 }
 
-// Low byte first, `width` bytes.
-inline std::vector<uint8_t> LittleEndianBytes(int64_t value, size_t width) {
-  std::vector<uint8_t> bytes;
-  for (size_t i = 0; i < width; i++)
-    bytes.push_back(static_cast<uint8_t>(static_cast<uint64_t>(value) >> 8 * i));
-  return bytes;
-}
-
 }  // namespace tolvane

@@ -113,16 +113,6 @@ TEST(Files, RemovingATreeTakesAllOfItAndFollowsNoLink) {
   EXPECT_EQ(ReadText(kept), "kept");
 }
 
-TEST(Files, ListsAreSortedAndHoldNamesOnly) {
-  const CScratchFolder folder;
-  for (const char16_t* name : {u"b", u"\u6F22", u"a b", u"\u00E9"}) WriteText(folder / name, "");
-  ASSERT_TRUE(CreateFolder(folder / u"c"));
-  EXPECT_EQ(ListFolder(folder.GetPath()),
-            (std::vector<std::u16string>{u"a b", u"b", u"c", u"\u00E9", u"\u6F22"}));
-  EXPECT_TRUE(ListFolder(folder / u"none").empty());
-  EXPECT_TRUE(ListFolder(folder / u"b").empty());
-}
-
 TEST(Files, PathsMayBeLong) {
   const CScratchFolder folder;
   std::u16string path = folder.GetPath();
@@ -141,12 +131,6 @@ TEST(Files, PathsMayBeLong) {
   EXPECT_FALSE(RenameFile(file, other)) << "it is gone";
   EXPECT_EQ(ReadText(other), "deep");
   EXPECT_TRUE(RemoveFile(other));
-}
-
-TEST(Files, WhereTheProgramIsAndStartedFrom) {
-  EXPECT_TRUE(
-      FileExists(GetExecutableFolder() + (IsOnWindows() ? u"platform_tests.exe" : u"platform_tests")));
-  EXPECT_EQ(GetAbsolutePath(u"./x.mdb"), fs::current_path().u16string() + kPathSeparator + u"x.mdb");
 }
 
 }  // namespace

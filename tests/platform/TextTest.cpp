@@ -82,13 +82,5 @@ TEST(Text, LeadingIntegerReadsWhatTheCLibraryReads) {
   for (const auto& [text, value] : cases) EXPECT_EQ(LeadingInteger(text), value) << ToUtf8(text);
 }
 
-TEST(Text, OnlyAsciiLettersIgnoreCase) {
-  EXPECT_TRUE(EqualsIgnoreCase(u"MSysObjects", u"msysOBJECTS"));
-  EXPECT_FALSE(EqualsIgnoreCase(u"@[", u"`{"));
-  EXPECT_FALSE(EqualsIgnoreCase(u"\u00C9", u"\u00E9"));
-  EXPECT_FALSE(EqualsIgnoreCase(u"a", u"ab"));
-  EXPECT_FALSE(EqualsIgnoreCase(u"\u0141", u"a"));  // same low byte as "A"
-}
-
 }  // namespace
 }  // namespace tolvane

@@ -6,32 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "tests/query/QueryRows.h"
+
 namespace tolvane {
 namespace {
-
-// A row as "attribute|flag|name1|name2|expression"; what is empty is null.
-SQueryRow Row(std::u16string_view text) {
-  std::vector<std::u16string> fields(1);
-  for (const char16_t unit : text) {
-    if (unit == u'|' && fields.size() < 5)
-      fields.emplace_back();
-    else
-      fields.back() += unit;
-  }
-  fields.resize(5);
-  const auto number = [](const std::u16string& digits) {
-    int value = 0;
-    for (const char16_t digit : digits) value = value * 10 + (digit - u'0');
-    return value;
-  };
-  SQueryRow row;
-  row.attribute = static_cast<uint8_t>(number(fields[0]));
-  if (!fields[1].empty()) row.flag = static_cast<int16_t>(number(fields[1]));
-  if (!fields[2].empty()) row.name1 = fields[2];
-  if (!fields[3].empty()) row.name2 = fields[3];
-  if (!fields[4].empty()) row.expression = fields[4];
-  return row;
-}
 
 SSavedQuery Query(const std::vector<std::u16string_view>& rows) {
   SSavedQuery query;

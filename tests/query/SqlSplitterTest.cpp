@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 #include "query/Query.h"
 #include "query/SqlSplitter.h"
+#include "tests/query/QueryRows.h"
 
 namespace tolvane {
 namespace {
@@ -62,18 +63,6 @@ TEST(SqlSplitter, CrosstabAndUnion) {
             "5|||X7YZ_____2|SELECT e FROM f\n11||||a\n");
 }
 
-TEST(SqlSplitter, OnlyWholeConditionsBecomeRows) {
-  const auto joins = [](std::u16string_view condition) {
-    const std::string rows = Rows(u"SELECT x FROM (A) INNER JOIN (B) ON " + std::u16string(condition));
-    return rows.substr(std::min(rows.find("7|1"), rows.size()));
-  };
-  EXPECT_EQ(joins(u"((e1) AND (e2)) AND (e3)"), "7|1|A|B|e1\n7|1|A|B|e2\n7|1|A|B|e3\n");
-  EXPECT_EQ(joins(u"((e1) AND (e2) OR (e3))"), "7|1|A|B|(e1) AND (e2) OR (e3)\n");
-  EXPECT_EQ(joins(u"((a) = (b))"), "7|1|A|B|(a) = (b)\n");
-  EXPECT_EQ(joins(u"a = b"), "7|1|A|B|a = b\n");
-  EXPECT_EQ(joins(u"()"), "7|1|A|B|\n");
-}
-
 TEST(SqlSplitter, WhatCannotBeSplitIsStoredWhole) {
   for (const char16_t* sql : {u"SELECT", u"SELECT (((", u"SELECT a FROM b LEFT JOIN c", u"SELECT a FROM (b",
                               u"gibberish", u"SELECT * FROM a,, b", u"INSERT INTO t (a) SELECT 1, 2 FROM b",
@@ -94,18 +83,10 @@ TEST(SqlSplitter, DeepNestingNeitherRecursesNorCrawls) {
                 std::string(kDepth - 1, ')') + "\n");
 }
 
-// A stored row, what is rarely set last.
-struct STestRow {
-  uint8_t attribute;
-  std::optional<std::u16string> expression = {}, name1 = {}, name2 = {};
-  std::optional<int16_t> flag = {};
-};
-
-template <class TRow>
-std::u16string SqlOf(uint32_t type, const std::vector<TRow>& rows) {
+std::u16string SqlOf(uint32_t type, const std::vector<SQueryRow>& rows) {
   CQuery query;
   query.type = ToDecimal(type);
-  for (const TRow& from : rows) {
+  for (const SQueryRow& from : rows) {
     auto row = std::make_unique<CQueryAttributes>();
     row->Attribute = ToDecimal(from.attribute);
     row->Expression = from.expression.value_or(u"");
@@ -119,57 +100,43 @@ std::u16string SqlOf(uint32_t type, const std::vector<TRow>& rows) {
 
 // What the builders write from rows in any state comes back letter by letter from the rows that are stored.
 TEST(SqlSplitter, RebuiltStatementsComeBackUnchanged) {
-  std::vector<STestRow> chain;
-  for (int i = 0; i < 20'000; ++i) {
-    const std::u16string left = u"T" + ToDecimal(i);
-    const std::u16string right = u"T" + ToDecimal(i + 1);
-    chain.push_back({7, left + u".a = " + right + u".b", left, right, 1});
-  }
-  const std::vector<STestRow> clauses{
-      {5, u"", u"my t"}, {6, u"f(a, \"b, (\")", u"x y"}, {8, u"w"}, {9, u"g"}, {10, u"h"}, {11, u"o", u"D"}};
-  const std::vector<STestRow> crosstab{{5, u"", u"T"},         {6, u"Sum(x)", u"S", u"", 0},
-                                       {6, u"n", u"", u"", 0}, {6, u"a", u"", u"", 2},
-                                       {9, u"a", u"", u"", 2}, {9, u"p", u"", u"", 1}};
-  struct SCase {
-    uint32_t type;
-    std::vector<STestRow> rows;
-  };
-  const std::vector<SCase> cases{
+  using Texts = std::vector<std::u16string>;
+  Texts chain;
+  for (uint64_t i = 0; i < 20'000; ++i)
+    chain.push_back(u"7|1|T" + ToDecimal(i) + u"|T" + ToDecimal(i + 1) + u"|e" + ToDecimal(i));
+  const std::u16string many(500'000, u'('), closed(500'000, u')');
+  const Texts clauses{u"5||my t", u"6||x y||f(a, \"b, (\")", u"8||||w", u"9||||g", u"10||||h", u"11||D||o"};
+  const Texts crosstab{u"5||T", u"6|0|S||Sum(x)", u"6|0|||n", u"6|2|||a", u"9|2|||a", u"9|1|||p"};
+  const std::pair<uint32_t, Texts> cases[] = {
       {0, {}},
       {0, clauses},
-      {0, {{10, u""}, {11, u""}}},
+      {0, {u"10", u"11"}},
       {0, chain},
-      {0, {{8, std::u16string(1'000'000, u'[') + u"]"}}},
-      {0, {{8, std::u16string(500'000, u'(') + u"x" + std::u16string(500'000, u')')}}},
+      {0, {u"8||||" + many + u"x" + closed}},
       {0,
-       {{5, u"", u"Order Lines", u"l"},
-        {7, u"l.a = B.a", u"l", u"B", 2},
-        {7, u"(l.b) = (B.b)", u"l", u"B", 2},
-        {7, u"", u"C-D", u"E(old)", 3},
-        {7, u"B.c = [E(old)].c", u"B", u"E(old)", 1},
-        {7, u"(B.d = [C-D].d)", u"C-D", u"B", 1}}},
-      {64, {{1, u"", u"my t"}, {5, u"", u"S"}, {6, u"x", u"", u"a"}, {6, u"y"}}},
-      {64, {{1, u"", u"t(old)"}, {5, u"", u"S"}}},
-      {64, {{6, u"x", u"", u"a"}}},
-      {48, {{5, u"", u"T"}, {6, u"\"=\"", u"", u"A B.c"}, {6, u"1", u"", u"d"}, {8, u"w"}}},
-      {48, {{7, u"e", u"A", u"B", 1}, {6, u"1", u"", u"d"}}},
+       {u"5||Order Lines|l", u"7|2|l|B|l.a = B.a", u"7|2|l|B|(l.b) = (B.b)", u"7|3|C-D|E(old)",
+        u"7|1|B|E(old)|B.c = [E(old)].c", u"7|1|C-D|B|(B.d = [C-D].d)"}},
+      {64, {u"1||my t", u"5||S", u"6|||a|x", u"6||||y"}},
+      {64, {u"1||t(old)", u"5||S"}},
+      {64, {u"6|||a|x"}},
+      {48, {u"5||T", u"6|||A B.c|\"=\"", u"6|||d|1", u"8||||w"}},
+      {48, {u"7|1|A|B|e", u"6|||d|1"}},
       {32, clauses},
       {16, crosstab},
       {16, {crosstab.begin() + 3, crosstab.end()}},
       {16, {crosstab.begin() + 5, crosstab.end()}},
-      {128,
-       {{3, u"", u"", u"", 3},
-        {5, u"SELECT 1\r\n", u"", u"X7YZ_____1"},
-        {5, u"SELECT 2", u"", u"X7YZ_____2"}}},
+      {128, {u"3|3", u"5|||X7YZ_____1|SELECT 1\r\n", u"5|||X7YZ_____2|SELECT 2"}},
   };
-  for (size_t i = 0; i < cases.size(); ++i) {
-    SCOPED_TRACE(i);
-    const std::u16string sql = SqlOf(cases[i].type, cases[i].rows);
+  for (const auto& [type, texts] : cases) {
+    std::vector<SQueryRow> rows;
+    for (const std::u16string& text : texts) rows.push_back(Row(text));
+    const std::u16string sql = SqlOf(type, rows);
+    SCOPED_TRACE(ToUtf8(sql.substr(0, 500)));
     SSplitQuery stored;
     std::u16string reason;
     ASSERT_TRUE(SplitQueryText(sql, stored, reason));
     const std::u16string again = SqlOf(stored.flags, stored.rows);
-    EXPECT_TRUE(again == sql) << ToUtf8(again.substr(0, 500)) << "\n" << ToUtf8(sql.substr(0, 500));
+    EXPECT_TRUE(again == sql) << ToUtf8(again.substr(0, 500));
     EXPECT_FALSE(stored.isWhole);
   }
 }

@@ -71,17 +71,6 @@ class RowReader : public CStoreTest {
   bool m_isIncomplete = false;
 };
 
-TEST_F(RowReader, GivesWholeRows) {
-  for (const std::vector<Row>& rows :
-       {std::vector<Row>{
-            {u"long enough to be kept on the heap", u"b", u"c"}, {u"", u"", u""}, {u"x", u"", u"z"}},
-        std::vector<Row>{}}) {
-    WriteRows(kKey, rows);
-    EXPECT_EQ(ReadAll(), rows);
-    EXPECT_FALSE(m_isIncomplete);
-  }
-}
-
 TEST_F(RowReader, TellsThatTheLastRowIsCut) {
   WriteRows(kKey, {{u"aa", u"bb", u"cc"}, {u"dd", u"ee", u"ff"}});
   const Bytes whole = ReadFileBytes(DataPath(kKey));
