@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
+#include <utility>
 
 #include "platform/Text.h"
 #include "writer/SafeName.h"
@@ -135,6 +137,29 @@ std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data) {
         found.push_back({table.get(), &column});
   }
   return found;
+}
+
+std::unordered_map<uint64_t, STableRows> CountTableRows(const CDamageLedger& ledger) {
+  std::unordered_map<uint64_t, STableRows> rows;
+  const auto addUp = [&ledger](EDamage kind, const auto& take) {
+    for (const CDamageLedger::SPlace& place : ledger.GetPlaces(kind))
+      if (place.definition != CDamageLedger::kNoTable) take(place);
+  };
+  for (const EDamage kind : {EDamage::RejectedRow, EDamage::BrokenOverflow})
+    addUp(kind, [&rows](const auto& place) { rows[place.definition].lost += place.amount; });
+  // What was rejected is missing, too.
+  addUp(EDamage::MissingRows, [&rows](const auto& place) {
+    uint64_t& lost = rows[place.definition].lost;
+    lost = std::max(lost, place.amount);
+  });
+  addUp(EDamage::SurplusRows,
+        [&rows](const auto& place) { rows[place.definition].doubtful += place.amount; });
+  // Several values of one row make one doubtful row.
+  std::unordered_map<uint64_t, std::set<std::pair<uint64_t, int32_t>>> damaged;
+  for (const EDamage kind : {EDamage::BrokenValue, EDamage::BrokenLongValue})
+    addUp(kind, [&damaged](const auto& place) { damaged[place.definition].emplace(place.page, place.row); });
+  for (const auto& [definition, places] : damaged) rows[definition].doubtful += places.size();
+  return rows;
 }
 
 bool IsRecoveryWhole(const CAccessData& data) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "model/AccessData.h"
@@ -41,6 +42,14 @@ std::vector<SColumnPlace> FindUnknownColumns(const CAccessData& data);
 // The table and the column of a place; null where it names none.
 const CAccessTable* FindTable(const CAccessData& data, const CDamageLedger::SPlace& place);
 const CAccessColumn* FindColumn(const CAccessTable* table, const CDamageLedger::SPlace& place);
+
+// What a table's rows lack, by the ledger.
+struct STableRows {
+  uint64_t lost = 0;      // promised and not found, or found and not true
+  uint64_t doubtful = 0;  // found, but more than were promised or with values that are cut or gone
+};
+// By definition offset; tables without such rows are left out.
+std::unordered_map<uint64_t, STableRows> CountTableRows(const CDamageLedger& ledger);
 
 // True when nothing was lost and nothing is doubtful on reading.
 bool IsRecoveryWhole(const CAccessData& data);

@@ -24,7 +24,8 @@ constexpr const char* kFolder = "FOLDER";
 
 // The parser works with the system's bytes; the program with text.
 struct SWords {
-  std::string source, mapFile, templatePath, workFolder, logFile, output, outputFolder, table, folder;
+  std::string source, mapFile, templatePath, workFolder, logFile, reportFile, output, outputFolder, table,
+      folder;
   std::vector<std::string> sources;
   std::string rules, outputFormat, color, topic, shell, engine = "embedded";
   SExportWords exporting;
@@ -51,6 +52,7 @@ class CGrammar {
   void AddSource(CLI::App& command);
   void AddManners(CLI::App& command);
   void AddRecovery(CLI::App& command);
+  void AddReport(CLI::App& command);
   void AddRepair();
   void AddPreview();
   void AddExport();
@@ -140,6 +142,11 @@ void CGrammar::AddRecovery(CLI::App& command) {
   AddPath(command, "--log", m_words.logFile, "Write the log to this file");
 }
 
+void CGrammar::AddReport(CLI::App& command) {
+  AddPath(command, "--report", m_words.reportFile,
+          "Write a report to this file, one HTML page: what is damaged, what came back, what to do next");
+}
+
 void CGrammar::AddRepair() {
   CLI::App& command = Add(ECommand::Repair);
   command
@@ -156,7 +163,7 @@ void CGrammar::AddRepair() {
       ->check(CLI::Range(1, 256).description(""));
   AddChoice(command, "--engine", m_words.engine, "What writes the database: embedded (default) or dao",
             {"embedded", "dao"});
-  command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing output");
+  command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing output or report");
   AddChoice(command, "--to", m_words.outputFormat,
             "Format of the new database: jet3 (Access 97), jet4 (2000-2003) or ace (2007 and later); "
             "the source's own if left out",
@@ -164,6 +171,7 @@ void CGrammar::AddRepair() {
   command.add_flag("--access-2000", m_arguments.isAccess2000,
                    "Write an Access 97 database in the format of Access 2000, which holds all characters");
   command.add_flag("--dry-run", m_arguments.isDryRun, "Recover and report, but write no database");
+  AddReport(command);
   command.add_flag("--all", m_arguments.withSystemTables, "List system tables, too");
   AddRecovery(command);
 }
@@ -225,6 +233,8 @@ void CGrammar::AddOthers() {
 
   CLI::App& inspect = Add(ECommand::Inspect);
   AddSource(inspect);
+  AddReport(inspect);
+  inspect.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing report");
   AddRecovery(inspect);
 
   CLI::App& check = Add(ECommand::Check);
@@ -250,6 +260,8 @@ CGrammar::CGrammar() {
   CLI::App& tables = Add(ECommand::Tables);
   AddSource(tables);
   tables.add_flag("--all", m_arguments.withSystemTables, "System tables, too");
+  AddReport(tables);
+  tables.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing report");
   AddRecovery(tables);
   AddPreview();
   AddExport();
@@ -290,7 +302,7 @@ std::string CGrammar::FindConflict() const {
 }
 
 // What belongs to one file, and is of no use to several.
-constexpr std::array<const char*, 4> kOneFileOptions{"--output", "--log", "--start", "--map"};
+constexpr std::array<const char*, 5> kOneFileOptions{"--output", "--log", "--start", "--map", "--report"};
 // What a repair of several files does itself.
 constexpr std::array<const char*, 6> kBatchOptions{"--to-dir", "--jobs",    "--json",
                                                    "--quiet",  "--verbose", "--color"};
@@ -335,6 +347,7 @@ void CGrammar::TakeWords() {
   arguments.mapFile = FromNativePath(words.mapFile);
   arguments.workFolder = FromNativePath(words.workFolder);
   arguments.logFile = FromNativePath(words.logFile);
+  arguments.reportFile = FromNativePath(words.reportFile);
   arguments.output = FromNativePath(words.output);
   arguments.outputFolder = FromNativePath(words.outputFolder);
   arguments.table = FromNativePath(words.table);

@@ -37,6 +37,7 @@ struct SArguments {
   uint64_t start = 0;         // where in the file the database begins that is meant; 0: the first one
   std::u16string workFolder;  // empty: the program chooses
   std::u16string logFile;
+  std::u16string reportFile;  // repair, tables, inspect; empty: none
   ERules rules = kDefaultRules;
   bool isJson = false;
   bool isQuiet = false;

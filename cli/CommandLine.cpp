@@ -13,7 +13,7 @@ namespace tolvane {
 
 namespace {
 
-SCommandEnd RunCommand(CSession& session) {
+SCommandEnd RunChosen(CSession& session) {
   if (auto failure = session.CheckFiles()) return *failure;
   switch (session.GetArguments().command) {
     case ECommand::Repair:
@@ -37,6 +37,13 @@ SCommandEnd RunCommand(CSession& session) {
       break;
   }
   return EExitStatus::WrongUsage;
+}
+
+// What failed is worth a report, too.
+SCommandEnd RunCommand(CSession& session) {
+  SCommandEnd end = RunChosen(session);
+  if (end.failure) session.GetReport().Write(end.status, end.failure->message);
+  return end;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "app/VisibleText.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -54,28 +55,10 @@ char32_t NextCode(std::string_view text, size_t& at) {
   return code;
 }
 
-bool IsDirectionMark(char16_t unit) {
-  return unit == 0x200E || unit == 0x200F || unit == 0x061C || (unit >= 0x2028 && unit <= 0x202E) ||
-         (unit >= 0x2066 && unit <= 0x2069);
-}
-
 }  // namespace
 
 std::string ToDisplay(std::u16string_view text) {
-  constexpr char16_t kControlPictures = 0x2400;
-  constexpr char16_t kDeletePicture = 0x2421;
-  constexpr char16_t kReplacement = 0xFFFD;
-  std::u16string shown(text);
-  for (char16_t& unit : shown) {
-    if (unit < 0x20) {
-      unit = static_cast<char16_t>(kControlPictures + unit);
-    } else if (unit == 0x7F) {
-      unit = kDeletePicture;
-    } else if ((unit >= 0x80 && unit < 0xA0) || IsDirectionMark(unit)) {
-      unit = kReplacement;
-    }
-  }
-  return ToUtf8(shown);
+  return ToUtf8(ToVisible(text));
 }
 
 size_t DisplayWidth(std::string_view text) {

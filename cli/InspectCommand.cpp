@@ -5,42 +5,22 @@
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/PageMap.h"
+#include "cli/ReportJson.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
-#include "engine/PageInspector.h"
 #include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
 
-// Pages that are reported one by one; all are counted.
-constexpr size_t kBadPagesKept = 1000;
 constexpr size_t kBadPagesShown = 20;
-
-struct SFindings {
-  CPageMap map;
-  std::vector<SPageReport> badPages;
-  uint64_t badPageCount = 0;
-  // Pages of each kind by verdict.
-  std::array<std::array<uint64_t, static_cast<size_t>(EPageVerdict::Count_)>,
-             static_cast<size_t>(EPageKind::Count_)>
-      counts{};
-
-  void Add(const SPageReport& report) {
-    map.Add(report);
-    ++counts[static_cast<size_t>(report.kind)][static_cast<size_t>(report.verdict)];
-    if (report.verdict == EPageVerdict::Ok || report.verdict == EPageVerdict::Free) return;
-    ++badPageCount;
-    if (badPages.size() < kBadPagesKept) badPages.push_back(report);
-  }
-};
 
 std::string ToText(std::u16string_view text) {
   return ToDisplay(text);
 }
 
-std::string DrawKinds(const SFindings& findings, const SPageStyle& style) {
+std::string DrawKinds(const SExamination& findings, const SPageStyle& style) {
   CTextTable drawn;
   drawn.AddColumn("Kind");
   drawn.AddColumn("Pages", EAlign::Right);
@@ -59,7 +39,7 @@ std::string DrawKinds(const SFindings& findings, const SPageStyle& style) {
   return drawn.Draw(style.width, "  ");
 }
 
-std::string DrawBadPages(const SFindings& findings, const SPageStyle& style) {
+std::string DrawBadPages(const SExamination& findings, const SPageStyle& style) {
   CTextTable drawn;
   drawn.AddColumn("Page", EAlign::Right);
   drawn.AddColumn("Kind");
@@ -78,8 +58,8 @@ std::string DrawBadPages(const SFindings& findings, const SPageStyle& style) {
   return text;
 }
 
-std::string DrawPages(const SPageTotals& totals, const SFindings& findings, const SArguments& arguments,
-                      const SPageStyle& style) {
+std::string DrawPages(const SExamination& findings, const SArguments& arguments, const SPageStyle& style) {
+  const SPageTotals& totals = findings.totals;
   constexpr size_t kUsualWidth = 80;
   std::string text = Heading("Source", style) + "  " + ToDisplay(arguments.source) + "\n  " +
                      (totals.isJet3 ? "Jet 3" : "Jet 4 or ACE") + ", " + Counted(totals.pages, "page") +
@@ -88,35 +68,20 @@ std::string DrawPages(const SPageTotals& totals, const SFindings& findings, cons
     text += ", " + Counted(totals.leadingBytes, "foreign byte") + " in front of the first";
   if (totals.partialBytes > 0) text += ", " + Counted(totals.partialBytes, "byte") + " behind the last";
   text += "\n\n" + Heading("Pages", style) + DrawKinds(findings, style) + "\n" + Heading("Map", style) +
-          findings.map.Draw(style.width > 0 ? style.width : kUsualWidth);
+          DrawPageMap(findings.blocks, style.width > 0 ? style.width : kUsualWidth);
   if (findings.badPageCount > 0)
     text += "\n" + Heading("Damaged or without an owner", style) + DrawBadPages(findings, style);
   return text;
 }
 
-Json DescribeFindings(const SPageTotals& totals, const SFindings& findings, const SArguments& arguments,
-                      EExitStatus status) {
+Json DescribeFindings(const SReport& report, const SArguments& arguments, EExitStatus status) {
+  const SPageTotals& totals = report.examination->totals;
   Json result = MakeResult(arguments, status);
   result["source"] = {{"path", ToUtf8(arguments.source)},    {"isJet3", totals.isJet3},
                       {"pageSize", totals.pageSize},         {"pages", totals.pages},
                       {"leadingBytes", totals.leadingBytes}, {"partialBytes", totals.partialBytes}};
-  result["kinds"] = Json::array();
-  for (size_t kind = 0; kind < findings.counts.size(); ++kind) {
-    Json counts = {{"kind", ToUtf8(GetPageKindName(static_cast<EPageKind>(kind)))},
-                   {"pages", totals.Of(static_cast<EPageKind>(kind))}};
-    for (size_t verdict = 0; verdict < findings.counts[kind].size(); ++verdict)
-      counts[ToUtf8(GetPageVerdictName(static_cast<EPageVerdict>(verdict)))] = findings.counts[kind][verdict];
-    if (totals.Of(static_cast<EPageKind>(kind)) > 0) result["kinds"].push_back(std::move(counts));
-  }
-  result["badPageCount"] = findings.badPageCount;
-  result["badPages"] = Json::array();
-  for (const SPageReport& report : findings.badPages) {
-    Json described = {{"page", report.page}, {"kind", ToUtf8(GetPageKindName(report.kind))}};
-    if (report.owner != SPageReport::kNoOwner) described["owner"] = report.owner;
-    described["state"] = ToUtf8(GetPageVerdictName(report.verdict));
-    described["reason"] = ToUtf8(report.reason);
-    result["badPages"].push_back(std::move(described));
-  }
+  result["verdict"] = DescribeVerdict(report);
+  DescribePages(*report.examination, result);
   return result;
 }
 
@@ -124,30 +89,23 @@ Json DescribeFindings(const SPageTotals& totals, const SFindings& findings, cons
 
 SCommandEnd RunInspect(CSession& session) {
   const SArguments& arguments = session.GetArguments();
-  CPageInspector inspector(session.GetJob().GetContext());
-  SFindings findings;
-  bool isDone = false;
-  std::u16string problem;
-  session.RunWatched(
-      [&] {
-        isDone = inspector.Inspect(session.GetSource(),
-                                   [&findings](const SPageReport& report) { findings.Add(report); });
-      },
-      problem);
+  // The verdict costs more than the map.
+  const bool withVerdict = arguments.isJson || !arguments.reportFile.empty();
+  const SReport report = withVerdict ? session.GetReport().Collect() : SReport{};
+  const SExamination* pages = session.GetReport().InspectPages();
   if (IsInterrupted()) return StoppedByUser();
-  if (!isDone)
-    return SFailure{EExitStatus::Failed,
-                    AboutFile(arguments.source, problem.empty() ? u"The file cannot be read." : problem)};
-  const SPageTotals& totals = inspector.GetTotals();
+  if (!pages || !pages->isDone)
+    return SFailure{EExitStatus::Failed, AboutFile(arguments.source, u"The file cannot be read.")};
+  const SPageTotals& totals = pages->totals;
   // Pages without an owner remain in healthy files, too.
   const bool isClean = totals.Of(EPageVerdict::Damaged) == 0 && totals.Of(EPageVerdict::Unreadable) == 0 &&
                        totals.leadingBytes == 0 && totals.partialBytes == 0;
-  const EExitStatus status = isClean ? EExitStatus::Done : EExitStatus::Incomplete;
+  const EExitStatus status = session.GetReport().Write(isClean ? EExitStatus::Done : EExitStatus::Incomplete);
   if (arguments.isJson) {
-    if (!PrintJson(DescribeFindings(totals, findings, arguments, status))) return OutputLost();
+    if (!PrintJson(DescribeFindings(report, arguments, status))) return OutputLost();
     return status;
   }
-  if (auto failure = Print(DrawPages(totals, findings, arguments, OutputStyle()))) return *failure;
+  if (auto failure = Print(DrawPages(*pages, arguments, OutputStyle()))) return *failure;
   return status;
 }
 

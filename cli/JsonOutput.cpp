@@ -76,6 +76,13 @@ Json DescribeTable(const CAccessTable& table, const SSourceFacts& source) {
   return described;
 }
 
+Json DescribeTable(const CAccessTable& table, const SSourceFacts& source, const STableRows& rows) {
+  Json described = DescribeTable(table, source);
+  described["lostRows"] = rows.lost;
+  described["doubtfulRows"] = rows.doubtful;
+  return described;
+}
+
 Json DescribeRelation(const SRecoveredRelation& relation) {
   const auto has = [&relation](int32_t bit) { return (relation.attributes & bit) != 0; };
   Json columns = Json::array(), referenced = Json::array();
@@ -97,6 +104,15 @@ Json DescribeRelation(const SRecoveredRelation& relation) {
                                                       : "inner"}};
   if (!relation.problem.empty()) described["problem"] = ToUtf8(relation.problem);
   return described;
+}
+
+Json DescribeQuery(const SListedQuery& query) {
+  return {{"name", query.name.empty() ? Json() : Json(ToUtf8(query.name))},
+          {"kind", query.kind},
+          {"hidden", query.isHidden},
+          {"whole", query.isWhole},
+          {"sql", query.sql.empty() ? Json() : Json(ToUtf8(query.sql))},
+          {"reason", query.reason.empty() ? Json() : Json(ToUtf8(query.reason))}};
 }
 
 namespace {

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "app/Losses.h"
+#include "app/QueryList.h"
 #include "cli/CommandArguments.h"
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
@@ -22,7 +24,10 @@ Json MakeFailure(const SArguments& arguments, const SFailure& failure);
 
 Json DescribeSource(const CAccessData& data, const SArguments& arguments);
 Json DescribeTable(const CAccessTable& table, const SSourceFacts& source);
+// With what its rows lack.
+Json DescribeTable(const CAccessTable& table, const SSourceFacts& source, const STableRows& rows);
 Json DescribeRelation(const SRecoveredRelation& relation);
+Json DescribeQuery(const SListedQuery& query);
 Json DescribeDamage(const CAccessData& data);
 // What the catalogue lists and no repair brings back.
 Json DescribeOmitted(const CAccessData& data);

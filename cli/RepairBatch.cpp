@@ -167,6 +167,10 @@ std::optional<SFailure> CRepairBatch::CheckOutputs() const {
 std::optional<SFailure> CRepairBatch::Prepare() {
   AddFiles();
   if (auto failure = CheckOutputs()) return failure;
+  if (!m_arguments.reportFile.empty())
+    return SFailure{
+        EExitStatus::WrongUsage,
+        AboutFile(m_arguments.reportFile, u"A report tells of one file; name one SOURCE, not a folder.")};
   if (auto failure = MakeFolder(m_arguments.outputFolder, u"--to-dir")) return failure;
   CRunFolder::RemoveStale(m_arguments.workFolder);
   if (m_folder.Create(m_arguments.workFolder)) return std::nullopt;

@@ -7,6 +7,7 @@
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
 #include "cli/RepairBatch.h"
+#include "cli/ReportJson.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"
 
@@ -36,7 +37,7 @@ void MentionEnding(CSession& session, const std::u16string& path, EOutputFormat 
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
   const SArguments& arguments = session.GetArguments();
   const CAccessData& data = session.GetData();
-  const EExitStatus status = DecideRepairStatus(data, saved);
+  const EExitStatus status = session.GetReport().Write(DecideRepairStatus(data, saved));
   const SPageStyle style = OutputStyle();
   std::string text = DrawSource(data, arguments, style) + "\n" + DrawTables(data, arguments, style);
   const auto addPart = [&text](const std::string& part) {
@@ -69,19 +70,26 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   const SArguments& arguments = session.GetArguments();
   if (!arguments.isJson) return PrintReport(session, saved, outputPath);
   const CAccessData& data = session.GetData();
-  const EExitStatus status = DecideRepairStatus(data, saved);
+  const SReport report = session.GetReport().Collect();
+  const EExitStatus status = session.GetReport().Write(DecideRepairStatus(data, saved));
   Json result = MakeResult(arguments, status);
   result["source"] = DescribeSource(data, arguments);
   result["output"] = saved ? Json(ToUtf8(outputPath)) : Json();
   result["engine"] = NameOf(arguments.engine);
+  result["verdict"] = DescribeVerdict(report);
   result["tables"] = Json::array();
-  for (const auto& table : data.GetTables())
-    if (HasContent(*table) && (arguments.withSystemTables || !IsSystemTable(*table)))
-      result["tables"].push_back(DescribeTable(*table, data.source));
+  for (const SReportTable& table : report.tables)
+    result["tables"].push_back(DescribeTable(*table.table, data.source, table.rows));
+  result["queries"] = Json::array();
+  for (const SListedQuery& query : report.queries) result["queries"].push_back(DescribeQuery(query));
+  result["relationships"] = Json::array();
+  for (const SRecoveredRelation& relation : report.relations)
+    result["relationships"].push_back(DescribeRelation(relation));
   result["damage"] = DescribeDamage(data);
   result["links"] = DescribeLinks(data);
   result["notBroughtBack"] = DescribeOmitted(data);
   if (saved) result["saving"] = DescribeSaving(*saved);
+  if (report.examination && report.examination->isDone) DescribePages(*report.examination, result["pages"]);
   PrintJson(result);
   return status;
 }

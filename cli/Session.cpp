@@ -83,14 +83,15 @@ std::u16string AboutFile(std::u16string_view path, std::u16string_view message) 
   return std::u16string(path) + u": " + std::u16string(message);
 }
 
-SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict) {
-  std::u16string_view advice;
+SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict, std::u16string_view option) {
+  const std::u16string with(option);
+  std::u16string advice;
   EExitStatus status = EExitStatus::Failed;
   switch (verdict.state) {
     case EOutputState::IsSource:
     case EOutputState::IsTemplate:
       status = EExitStatus::WrongUsage;
-      advice = u" Name another file with -o.";
+      advice = u" Name another file with " + with + u".";
       break;
     case EOutputState::NoName:
       status = EExitStatus::WrongUsage;
@@ -102,19 +103,19 @@ SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict)
       advice = u" Name a file.";
       break;
     case EOutputState::Exists:
-      advice = u" Replace it with --overwrite, or name another file with -o.";
+      advice = u" Replace it with --overwrite, or name another file with " + with + u".";
       break;
     case EOutputState::NoFolder:
-      advice = u" Create it first, or name another one with -o.";
+      advice = u" Create it first, or name another one with " + with + u".";
       break;
     case EOutputState::NotWritable:
-      advice = u" Name another one with -o.";
+      advice = u" Name another one with " + with + u".";
       break;
     case EOutputState::NotNamed:
     case EOutputState::Ok:
       break;
   }
-  return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
+  return {status, AboutFile(path, verdict.reason + advice)};
 }
 
 void WriteMessage(std::u16string_view message, EMeaning meaning) {
@@ -188,7 +189,14 @@ std::optional<SFailure> CSession::CheckFiles() {
   if (m_sourcePath == kStandardInput)
     if (auto failure = KeepInput()) return failure;
   if (auto failure = TakeMap()) return failure;
-  if (auto failure = CheckSourceFile()) return failure;
+  const std::optional<SFailure> sourceFailure = CheckSourceFile();
+  // There is something to tell of it, too.
+  const bool isReported = m_sourceState == ESourceState::Encrypted ||
+                          m_sourceState == ESourceState::TooShort || m_sourceState == ESourceState::Empty ||
+                          m_sourceState == ESourceState::Foreign;
+  if (sourceFailure && !isReported) return sourceFailure;
+  if (auto failure = m_report.Reserve()) return failure;
+  if (sourceFailure) return sourceFailure;
   if (auto failure = CheckTemplate()) return failure;
   return OpenLogFile();
 }
@@ -224,6 +232,7 @@ std::optional<SFailure> CSession::TakeMap() {
 std::optional<SFailure> CSession::CheckSourceFile() {
   SSourceVerdict verdict;
   if (auto failure = OpenWatched(m_source, m_sourcePath, verdict)) return failure;
+  m_sourceState = verdict.state;
   if (verdict.state != ESourceState::Ok) return MakeSourceFailure(m_arguments.source, verdict);
   const uint64_t length = m_source.GetPages().GetFileLength();
   if (m_arguments.start >= length)
@@ -351,6 +360,7 @@ std::optional<SFailure> CSession::Recover() {
 
 std::optional<SFailure> CSession::Save(CDaoEngine& engine, const SSaveOptions& options) {
   m_logShown = 0;
+  m_savedFormat = options.format;
   if (!m_job.StartSave(engine, options, {})) return NoThread();
   Watch();
   const COvFileSave& save = m_job.GetSave();

@@ -10,6 +10,7 @@
 
 #include "app/Job.h"
 #include "cli/CommandArguments.h"
+#include "cli/CommandReport.h"
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
 #include "cli/Summary.h"
@@ -42,6 +43,11 @@ class CSession {
   std::optional<SFailure> Recover();
   [[nodiscard]] const CAccessData& GetData() const { return *m_job.GetManager().GetData(); }
   [[nodiscard]] CJob& GetJob() { return m_job; }
+  // What CheckFiles found.
+  [[nodiscard]] ESourceState GetSourceState() const { return m_sourceState; }
+  // Of the last save.
+  [[nodiscard]] EOutputFormat GetSavedFormat() const { return m_savedFormat; }
+  [[nodiscard]] CCommandReport& GetReport() { return m_report; }
 
   // Saves what was recovered to the output that the job has reserved.
   std::optional<SFailure> Save(CDaoEngine& engine, const SSaveOptions& options);
@@ -75,8 +81,11 @@ class CSession {
   CProgressLine m_progress;
   CRunFolder m_runFolder;
   CSource m_source;
+  ESourceState m_sourceState = ESourceState::Missing;
+  EOutputFormat m_savedFormat = EOutputFormat::ByRules;
   CSource m_template;
   CJob m_job;  // its result goes before the work folder that holds its files
+  CCommandReport m_report{*this};
   CFileCust m_logFile;
   bool m_hasLogProblem = false;
   size_t m_logShown = 0;  // units of the repair log that were shown
@@ -92,6 +101,8 @@ std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_vi
 void WriteMessage(std::u16string_view message, EMeaning meaning);
 EProgressForm ChooseProgressForm(const SArguments& arguments);
 // What is the matter with an output, and what to do about it.
-SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict);
+// `option` names another one.
+SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict,
+                      std::u16string_view option = u"-o");
 
 }  // namespace tolvane

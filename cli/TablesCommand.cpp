@@ -96,14 +96,17 @@ SCommandEnd RunTables(CSession& session) {
   if (auto failure = RecoverSomething(session)) return *failure;
   const SArguments& arguments = session.GetArguments();
   const CAccessData& data = session.GetData();
-  const EExitStatus status = DecideStatus(data, nullptr);
+  const EExitStatus status = session.GetReport().Write(DecideStatus(data, nullptr));
+  const auto rows = CountTableRows(data.GetLedger());
   Json tables = Json::array();
   const SPageStyle style = OutputStyle();
   std::string text = DrawSource(data, arguments, style);
   for (const auto& table : data.GetTables()) {
     if (!HasContent(*table) || (IsSystemTable(*table) && !arguments.withSystemTables)) continue;
     if (arguments.isJson) {
-      tables.push_back(DescribeTable(*table, data.source));
+      const auto found = rows.find(table->GetDefinitionOffset());
+      tables.push_back(
+          DescribeTable(*table, data.source, found == rows.end() ? STableRows{} : found->second));
     } else {
       text += "\n" + DrawTable(*table, data.source, style);
     }

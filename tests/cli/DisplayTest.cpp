@@ -91,15 +91,15 @@ TEST(ProgressLine, TheLineKeepsItsWidthWhateverTheValues) {
 }
 
 TEST(PageMap, GroupsShowThePageThatMattersMost) {
-  CPageMap map;
-  for (uint64_t page = 0; page < CPageMap::kMaximumSigns * 3; ++page) {
+  CPageBlocks map;
+  for (uint64_t page = 0; page < CPageBlocks::kMostBlocks * 3; ++page) {
     SPageReport report;
     report.page = page;
     report.kind = EPageKind::Data;
     if (page == 5003) report.verdict = EPageVerdict::Damaged;
     map.Add(report);
   }
-  const std::string text = map.Draw(80);
+  const std::string text = DrawPageMap(map, 80);
   EXPECT_NE(text.find("One sign for 4 pages"), std::string::npos);
   const auto lines = LinesOf(text);
   EXPECT_EQ(lines[0].substr(0, 8), "      0 ");

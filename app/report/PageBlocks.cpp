@@ -1,0 +1,90 @@
+#include "app/report/PageBlocks.h"
+
+#include <algorithm>
+#include <array>
+
+namespace tolvane {
+
+std::string_view GetPageLookName(EPageLook look) {
+  static constexpr std::array<std::string_view, static_cast<size_t>(EPageLook::Count_)> kNames{
+      "never written",    "free",   "index",        "usage map",           "long values", "rows",
+      "table definition", "header", "unknown kind", "belongs to no table", "damaged",     "unreadable"};
+  return look < EPageLook::Count_ ? kNames[static_cast<size_t>(look)] : std::string_view{};
+}
+
+namespace {
+
+EPageLook LookOfKind(EPageKind kind) {
+  switch (kind) {
+    case EPageKind::Header:
+      return EPageLook::Header;
+    case EPageKind::Zero:
+      return EPageLook::NeverWritten;
+    case EPageKind::Definition:
+    case EPageKind::DefinitionContinuation:
+      return EPageLook::Definition;
+    case EPageKind::Data:
+      return EPageLook::Rows;
+    case EPageKind::LongValue:
+      return EPageLook::LongValues;
+    case EPageKind::UsageMap:
+    case EPageKind::MapPage:
+      return EPageLook::UsageMap;
+    case EPageKind::IndexNode:
+    case EPageKind::IndexLeaf:
+      return EPageLook::Index;
+    case EPageKind::DroppedDefinition:
+    case EPageKind::EmptiedData:
+      return EPageLook::Free;
+    default:
+      return EPageLook::UnknownKind;
+  }
+}
+
+}  // namespace
+
+EPageLook LookOf(const SPageReport& report) {
+  switch (report.verdict) {
+    case EPageVerdict::Unreadable:
+      return EPageLook::Unreadable;
+    case EPageVerdict::Damaged:
+      return EPageLook::Damaged;
+    case EPageVerdict::Orphan:
+      return EPageLook::Orphan;
+    case EPageVerdict::Free:
+      return EPageLook::Free;
+    default:
+      return LookOfKind(report.kind);
+  }
+}
+
+void CPageBlocks::Add(const SPageReport& report) {
+  const EPageLook look = LookOf(report);
+  auto position = static_cast<size_t>(report.page / m_pagesPerBlock);
+  if (position >= m_looks.size() && m_looks.size() == kMostBlocks) {
+    Halve();
+    position = static_cast<size_t>(report.page / m_pagesPerBlock);
+  }
+  if (position < m_looks.size()) {
+    m_looks[position] = std::max(m_looks[position], look);
+  } else {
+    m_looks.push_back(look);
+  }
+  m_pages = report.page + 1;
+}
+
+CPageBlocks CPageBlocks::Reduce(size_t mostBlocks) const {
+  CPageBlocks reduced = *this;
+  while (reduced.m_looks.size() > mostBlocks) reduced.Halve();
+  return reduced;
+}
+
+void CPageBlocks::Halve() {
+  const size_t half = (m_looks.size() + 1) / 2;
+  for (size_t i = 0; i < half; ++i)
+    m_looks[i] = std::max(m_looks[2 * i], m_looks[std::min(2 * i + 1, m_looks.size() - 1)]);
+  m_looks.resize(half);
+  m_pagesPerBlock *= 2;
+}
+
+}  // namespace tolvane

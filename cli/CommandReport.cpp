@@ -1,0 +1,117 @@
+#include "cli/CommandReport.h"
+
+#include "app/report/HtmlReport.h"
+#include "cli/Interrupt.h"
+#include "cli/Session.h"
+#include "cli/Version.h"
+#include "platform/Files.h"
+
+namespace tolvane {
+
+namespace {
+
+std::u16string_view NameOfFormat(EOutputFormat format) {
+  switch (format) {
+    case EOutputFormat::Jet3:
+      return u"Access 97 (Jet 3)";
+    case EOutputFormat::Jet4:
+      return u"Access 2000-2003 (Jet 4)";
+    case EOutputFormat::Ace:
+      return u"Access 2007 and later (ACE)";
+    case EOutputFormat::ByRules:
+      break;
+  }
+  return {};
+}
+
+std::u16string ShownPath(const SArguments& arguments) {
+  return arguments.source == kStandardInput ? std::u16string(kStandardInputShown) : arguments.source;
+}
+
+}  // namespace
+
+std::optional<SFailure> CCommandReport::Reserve() {
+  const SArguments& arguments = m_session.GetArguments();
+  const std::u16string& path = arguments.reportFile;
+  if (path.empty()) return std::nullopt;
+  for (const std::u16string* other : {&arguments.output, &arguments.logFile})
+    if (!other->empty() && (path == *other || IsSameFile(path, *other)))
+      return SFailure{
+          EExitStatus::WrongUsage,
+          AboutFile(path, u"The report needs a file of its own. Name another one with --report.")};
+  const SOutputVerdict verdict = m_file.Reserve({.path = path,
+                                                 .source = arguments.source,
+                                                 .templatePath = arguments.templatePath,
+                                                 .mayReplace = arguments.mayOverwrite});
+  if (verdict.state == EOutputState::Ok) return std::nullopt;
+  return RefuseOutput(path, verdict, u"--report");
+}
+
+const SExamination* CCommandReport::RunExamination(void (*examine)(CSource&, const CJobContext&,
+                                                                   SExamination&)) {
+  CSource& source = m_session.GetSource();
+  if (!source.IsOpen() || m_session.GetSourceState() != ESourceState::Ok) return nullptr;
+  m_examination.emplace();
+  std::u16string problem;
+  m_session.RunWatched([&] { examine(source, m_session.GetJob().GetContext(), *m_examination); }, problem);
+  return &*m_examination;
+}
+
+const SExamination* CCommandReport::InspectPages() {
+  return m_examination ? &*m_examination : RunExamination(tolvane::InspectPages);
+}
+
+const SExamination* CCommandReport::Examine() {
+  if (m_isExamined) return m_examination ? &*m_examination : nullptr;
+  m_isExamined = true;
+  return RunExamination(ExamineFile);
+}
+
+SReport CCommandReport::Collect(const std::u16string& problem) {
+  const SArguments& arguments = m_session.GetArguments();
+  SReportSources sources;
+  sources.source = &m_session.GetSource();
+  const ESourceState state = m_session.GetSourceState();
+  sources.isEncrypted = state == ESourceState::Encrypted;
+  sources.isNoDatabase =
+      state == ESourceState::Empty || state == ESourceState::TooShort || state == ESourceState::Foreign;
+  sources.examination = Examine();
+  sources.data = m_session.GetJob().GetManager().GetData();
+  const COvFileSave& save = m_session.GetJob().GetSave();
+  if (save.IsComplete()) {
+    sources.saved = &save.GetSummary();
+    sources.outputPath = save.GetOutputPath();
+    sources.outputFormat = NameOfFormat(m_session.GetSavedFormat());
+  }
+  return CollectReport({.command = NameOf(arguments.command),
+                        .version = kVersion,
+                        .source = ShownPath(arguments),
+                        .templatePath = arguments.templatePath,
+                        .rules = arguments.rules,
+                        .withSystemTables = arguments.withSystemTables,
+                        .problem = problem},
+                       sources);
+}
+
+EExitStatus CCommandReport::Write(EExitStatus status, const std::u16string& problem) {
+  if (!m_file.IsReserved() || status == EExitStatus::Stopped || status == EExitStatus::WrongUsage)
+    return status;
+  const std::string page = PrintHtmlReport(Collect(problem));
+  if (IsInterrupted()) {
+    m_session.Say(u"Stopped. The report was not written.");
+    m_file.Discard();
+    return EExitStatus::Stopped;
+  }
+  const COvFileSave& save = m_session.GetJob().GetSave();
+  const std::u16string path = m_file.GetPath();
+  const SOutputVerdict verdict =
+      m_file.Write(page, save.IsComplete() ? save.GetOutputPath() : std::u16string());
+  if (verdict.state == EOutputState::Ok) {
+    m_session.Mention(AboutFile(path, u"The report was written."));
+    return status;
+  }
+  m_session.Say(AboutFile(path, verdict.reason + u" All else was done; name another place with --report."));
+  return status == EExitStatus::Done ? EExitStatus::Incomplete : status;
+}
+
+}  // namespace tolvane
