@@ -48,6 +48,7 @@ bool COvFileSave::StartSave(CDaoEngine& engine, const COvRepairFileManager& mana
   m_writer = std::make_unique<CAccessSaveRepairedFile>(engine, m_job);
   m_writer->SetData(manager.GetData());
   m_writer->SetFormat(options.format);
+  if (options.identity) m_writer->SetIdentity(options.identity);
   SOutputRequest request{
       .path = m_outputPath, .source = manager.GetCorruptedPath(), .templatePath = {}, .mayReplace = true};
   if (manager.GetMode().IsAdvance()) request.templatePath = manager.GetTemplatePath();

@@ -25,6 +25,7 @@ class COvFileSaveThread : public CWorkerThread {};
 
 struct SSaveOptions {
   EOutputFormat format = EOutputFormat::ByRules;
+  std::shared_ptr<CIdentity> identity = {};  // see CAccessSaveRepairedFile; null is the clock and chance
 };
 
 // Main thread only, but for the worker that it starts. The manager's result must stay until IsWorking is

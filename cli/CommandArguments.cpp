@@ -170,6 +170,10 @@ void CGrammar::AddRepair() {
             {"jet3", "jet4", "ace"});
   command.add_flag("--access-2000", m_arguments.isAccess2000,
                    "Write an Access 97 database in the format of Access 2000, which holds all characters");
+  command.add_flag(
+      "--reproducible", m_arguments.isReproducible,
+      "The same bytes at each repair of the same file: a fixed date (that of SOURCE_DATE_EPOCH, or "
+      "2000-01-01) and identifiers that are not left to chance");
   command.add_flag("--dry-run", m_arguments.isDryRun, "Recover and report, but write no database");
   AddReport(command);
   command.add_flag("--all", m_arguments.withSystemTables, "List system tables, too");

@@ -52,6 +52,7 @@ struct SArguments {
   EEngineChoice engine = EEngineChoice::Embedded;
   bool mayOverwrite = false;
   bool isDryRun = false;
+  bool isReproducible = false;
   EOutputFormat outputFormat = EOutputFormat::ByRules;
   bool isAccess2000 = false;  // the format of Access 2000 for Access 97 sources
   // preview, export

@@ -6,12 +6,14 @@
 
 #include "cli/CommandArguments.h"
 #include "dao/dao.h"
+#include "platform/Identity.h"
 
 namespace tolvane {
 
 // With its temporary files in the work folder that is set now. Null when it cannot be used here; `problem`
 // then says why and what to do.
-std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::u16string& problem);
+std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::shared_ptr<CIdentity> identity,
+                                       std::u16string& problem);
 const char* NameOf(EEngineChoice choice);
 
 }  // namespace tolvane

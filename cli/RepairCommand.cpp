@@ -1,5 +1,7 @@
 // repair: recovers the tables and writes them into a new database.
 
+#include <charconv>
+
 #include "app/TextSearch.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
@@ -9,6 +11,8 @@
 #include "cli/RepairBatch.h"
 #include "cli/ReportJson.h"
 #include "cli/Summary.h"
+#include "platform/Identity.h"
+#include "platform/Terminal.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -20,6 +24,39 @@ EOutputFormat ChooseFormat(const CAccessData& data, const SArguments& arguments)
   if (format == EOutputFormat::ByRules && arguments.isAccess2000 && data.source.isJet3)
     format = EOutputFormat::Jet4;
   return CAccessSaveRepairedFile::DecideFormat(data, format);
+}
+
+constexpr std::u16string_view kEpochVariable = u"SOURCE_DATE_EPOCH";
+constexpr double kUnixEpochDate = 25569;  // 1970-01-01 in days since 30 December 1899
+constexpr double kFixedDate = 36526;      // 2000-01-01
+constexpr double kSecondsPerDay = 86400;
+constexpr uint64_t kLastSecond = 253'402'300'799;  // of the year 9999
+
+// Different files get different identifiers: the seed comes from their first bytes.
+uint64_t SeedOf(CSource& source) {
+  constexpr uint64_t kFnvStart = 0xCBF29CE484222325, kFnvPrime = 0x100000001B3;
+  std::vector<uint8_t> bytes(size_t{1} << 16);
+  bytes.resize(source.GetPages().ReadFile(0, bytes));
+  uint64_t seed = kFnvStart ^ source.GetPages().GetFileLength();
+  for (const uint8_t byte : bytes) seed = (seed ^ byte) * kFnvPrime;
+  return seed;
+}
+
+// The clock and chance, unless the result is to be the same each time. False: the wanted date is none.
+bool MakeIdentity(CSession& session, std::shared_ptr<CIdentity>& identity) {
+  const std::u16string epoch = GetEnvironment(kEpochVariable);
+  identity = std::make_shared<CIdentity>();
+  if (epoch.empty() && !session.GetArguments().isReproducible) return true;
+  double date = kFixedDate;
+  if (!epoch.empty()) {
+    uint64_t seconds = 0;
+    const std::string digits = ToUtf8(epoch);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
+    if (error != std::errc() || end != digits.data() + digits.size() || seconds > kLastSecond) return false;
+    date = kUnixEpochDate + static_cast<double>(seconds) / kSecondsPerDay;
+  }
+  identity = std::make_shared<CIdentity>(date, SeedOf(session.GetSource()));
+  return true;
 }
 
 // Programs choose their way of opening a database by its ending.
@@ -100,6 +137,7 @@ SCommandEnd RunRepair(CSession& session) {
   const SArguments& arguments = session.GetArguments();
   COvFileSave& save = session.GetJob().GetSave();
   std::unique_ptr<CDaoEngine> engine;
+  std::shared_ptr<CIdentity> identity;
   if (!arguments.isDryRun) {
     if (auto failure = MakeFolder(arguments.outputFolder, u"--to-dir")) return *failure;
     const SOutputRequest request{.path = OutputPathFor(arguments.source, arguments),
@@ -113,14 +151,16 @@ SCommandEnd RunRepair(CSession& session) {
     // The engine keeps temporary files, too.
     if (auto failure = session.MakeWorkFolder()) return *failure;
     std::u16string problem;
-    engine = MakeEngine(arguments.engine, problem);
+    if (!MakeIdentity(session, identity))
+      return SFailure{EExitStatus::WrongUsage, u"SOURCE_DATE_EPOCH is no number of seconds since 1970."};
+    engine = MakeEngine(arguments.engine, identity, problem);
     if (!engine) return SFailure{EExitStatus::Failed, problem};
   }
   if (auto failure = RecoverSomething(session)) return *failure;
   if (arguments.isDryRun) return PrintResult(session, nullptr, {});
   const EOutputFormat format = ChooseFormat(session.GetData(), arguments);
   MentionEnding(session, save.GetOutputPath(), format);
-  if (auto failure = session.Save(*engine, {.format = format})) return *failure;
+  if (auto failure = session.Save(*engine, {.format = format, .identity = identity})) return *failure;
   return PrintResult(session, &save.GetSummary(), save.GetOutputPath());
 }
 

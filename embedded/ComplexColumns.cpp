@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "embedded/ObjectName.h"
-#include "platform/Process.h"
 
 namespace tolvane {
 namespace {
@@ -25,9 +24,9 @@ constexpr SKind kKinds[] = {
     {kDaoComplexText, kComplexOfTexts}};
 
 // Of a new GUID.
-std::u16string MakeDigits() {
+std::u16string MakeDigits(CIdentity& identity) {
   std::u16string digits;
-  for (const uint8_t byte : MakeGuid().bytes) {
+  for (const uint8_t byte : identity.MakeGuid().bytes) {
     digits += u"0123456789ABCDEF"[byte >> 4];
     digits += u"0123456789ABCDEF"[byte & 15];
   }
@@ -101,8 +100,8 @@ SColumnDefinition MakeComplexColumn(std::u16string_view name, bool isHistory) {
   return column;
 }
 
-std::u16string MakeHistoryName() {
-  const std::u16string digits = MakeDigits();
+std::u16string MakeHistoryName(CIdentity& identity) {
+  const std::u16string digits = MakeDigits(identity);
   std::u16string name = u"VersionHistory_";
   for (size_t i = 0; i < digits.size(); i++) {
     if (i == 8 || i == 12 || i == 16 || i == 20) name += u'-';
@@ -111,14 +110,14 @@ std::u16string MakeHistoryName() {
   return name;
 }
 
-std::u16string MakeComplexIndexName(std::u16string_view column) {
-  return std::u16string(column.substr(0, kIndexNameColumn)) + u'_' + MakeDigits();
+std::u16string MakeComplexIndexName(CIdentity& identity, std::u16string_view column) {
+  return std::u16string(column.substr(0, kIndexNameColumn)) + u'_' + MakeDigits(identity);
 }
 
-SNamedDefinition MakeFlatTable(const SLayout& layout, STextOrder order, const SNewComplexColumn& complex,
-                               std::u16string_view table) {
+SNamedDefinition MakeFlatTable(CIdentity& identity, const SLayout& layout, STextOrder order,
+                               const SNewComplexColumn& complex, std::u16string_view table) {
   SNamedDefinition flat;
-  flat.name = Cut(u"f_" + MakeDigits() + u'_' + complex.column);
+  flat.name = Cut(u"f_" + MakeDigits(identity) + u'_' + complex.column);
   STableDefinition& definition = flat.definition;
   definition.columns = complex.IsHistory() ? MakeHistoryColumns(order, complex.memo)
                                            : MakeValueColumns(layout, order, complex.kind);
@@ -150,9 +149,10 @@ SNamedDefinition MakeFlatTable(const SLayout& layout, STextOrder order, const SN
   return flat;
 }
 
-SNamedDefinition MakeHistoryKind(const SLayout& layout, STextOrder order, std::u16string_view memo) {
+SNamedDefinition MakeHistoryKind(CIdentity& identity, const SLayout& layout, STextOrder order,
+                                 std::u16string_view memo) {
   SNamedDefinition kind;
-  kind.name = u"MSysComplexTypeVH_" + MakeDigits();
+  kind.name = u"MSysComplexTypeVH_" + MakeDigits(identity);
   kind.definition.columns = MakeHistoryColumns(order, memo);
   kind.definition.LayOutColumns();
   SortByName(layout, kind.definition);

@@ -16,6 +16,7 @@
 #include "dao/dao.h"
 #include "embedded/TableDefinition.h"
 #include "format/SystemTables.h"
+#include "platform/Identity.h"
 
 namespace tolvane {
 
@@ -34,8 +35,8 @@ const EComplexKind* FindComplexKind(int16_t daoType);
 
 // The column itself, with what tells it from a long one; its number is given when the table is made.
 SColumnDefinition MakeComplexColumn(std::u16string_view name, bool isHistory);
-std::u16string MakeHistoryName();
-std::u16string MakeComplexIndexName(std::u16string_view column);
+std::u16string MakeHistoryName(CIdentity& identity);
+std::u16string MakeComplexIndexName(CIdentity& identity, std::u16string_view column);
 
 struct SNamedDefinition {
   std::u16string name;
@@ -43,8 +44,9 @@ struct SNamedDefinition {
   std::u16string valueColumn;  // that carries the properties of the values
 };
 // `order` is what texts of the file sort by.
-SNamedDefinition MakeFlatTable(const SLayout& layout, STextOrder order, const SNewComplexColumn& complex,
-                               std::u16string_view table);
-SNamedDefinition MakeHistoryKind(const SLayout& layout, STextOrder order, std::u16string_view memo);
+SNamedDefinition MakeFlatTable(CIdentity& identity, const SLayout& layout, STextOrder order,
+                               const SNewComplexColumn& complex, std::u16string_view table);
+SNamedDefinition MakeHistoryKind(CIdentity& identity, const SLayout& layout, STextOrder order,
+                                 std::u16string_view memo);
 
 }  // namespace tolvane

@@ -18,7 +18,8 @@ class CEmbeddedEngine : public CDaoEngine {
  public:
   explicit CEmbeddedEngine(const SEmbeddedLimits& limits)
       : m_maxPages(limits.maxPages),
-        m_tempFolder(limits.tempFolder.empty() ? GetTempFolder() : limits.tempFolder) {}
+        m_tempFolder(limits.tempFolder.empty() ? GetTempFolder() : limits.tempFolder),
+        m_identity(limits.identity ? limits.identity : std::make_shared<CIdentity>()) {}
 
   CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
                             std::unique_ptr<CDaoDatabase>& database) override {
@@ -27,7 +28,7 @@ class CEmbeddedEngine : public CDaoEngine {
     if (CDaoResult result = TakeLocale(ChooseLayout(options), locale, order); !result.IsOk()) return result;
     if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
     const SLayout& layout = ChooseLayout(options);
-    auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages);
+    auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages, m_identity);
     file->SetTempFolder(m_tempFolder);
     if (CDaoResult result = file->Create(path, order); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
@@ -38,7 +39,7 @@ class CEmbeddedEngine : public CDaoEngine {
                           std::unique_ptr<CDaoDatabase>& database) override {
     database.reset();
     if (!FileExists(path)) return {EDaoError::NotFound, u"The database file does not exist."};
-    auto file = std::make_shared<CEmbeddedFile>(ProbeFileLayout(path), m_maxPages);
+    auto file = std::make_shared<CEmbeddedFile>(ProbeFileLayout(path), m_maxPages, m_identity);
     file->SetTempFolder(m_tempFolder);
     const EFileAccess access = readOnly ? EFileAccess::Read : EFileAccess::ReadWrite;
     if (CDaoResult result = file->Open(path, access); !result.IsOk()) return result;
@@ -49,6 +50,7 @@ class CEmbeddedEngine : public CDaoEngine {
  private:
   const uint32_t m_maxPages;
   const std::u16string m_tempFolder;
+  const std::shared_ptr<CIdentity> m_identity;
 };
 
 }  // namespace

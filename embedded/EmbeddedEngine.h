@@ -7,12 +7,14 @@
 #include <string>
 
 #include "dao/dao.h"
+#include "platform/Identity.h"
 
 namespace tolvane {
 
 struct SEmbeddedLimits {
-  uint32_t maxPages = 0;      // of a file; 0 is the most that the format allows
-  std::u16string tempFolder;  // for sorting large indexes; empty is the system's
+  uint32_t maxPages = 0;                     // of a file; 0 is the most that the format allows
+  std::u16string tempFolder;                 // for sorting large indexes; empty is the system's
+  std::shared_ptr<CIdentity> identity = {};  // of what is created; null is the clock and chance
 };
 
 std::unique_ptr<CDaoEngine> MakeEmbeddedEngine(const SEmbeddedLimits& limits = {});

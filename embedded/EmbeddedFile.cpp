@@ -9,7 +9,6 @@
 #include "embedded/UsageMap.h"
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
-#include "platform/Process.h"
 
 namespace tolvane {
 namespace {
@@ -56,8 +55,8 @@ const SLayout& ProbeFileLayout(std::u16string_view path) {
   return ProbeLayout(std::span(bytes).first(file.Read(bytes, handler)));
 }
 
-CEmbeddedFile::CEmbeddedFile(const SLayout& layout, uint32_t maxPages)
-    : m_file(layout, LimitPages(layout, maxPages)), m_catalogue(m_file) {}
+CEmbeddedFile::CEmbeddedFile(const SLayout& layout, uint32_t maxPages, std::shared_ptr<CIdentity> identity)
+    : m_identity(std::move(identity)), m_file(layout, LimitPages(layout, maxPages)), m_catalogue(m_file) {}
 
 CEmbeddedFile::~CEmbeddedFile() {
   static_cast<void>(Close());
@@ -66,7 +65,7 @@ CEmbeddedFile::~CEmbeddedFile() {
 CDaoResult CEmbeddedFile::Create(std::u16string_view path, STextOrder order) {
   if (CDaoResult result = m_file.Create(path); !result.IsOk()) return result;
   m_isOpen = true;
-  m_header.creationDate = GetLocalDate();
+  m_header.creationDate = m_identity->GetDate();
   m_header.order = order;
   if (order.version != 0)
     m_header.version = kVersionOfCalculated;  // such files have this version or a later one
@@ -162,7 +161,8 @@ CDaoResult CEmbeddedFile::AddTable(SNewTable table) {
   if (!table.link || table.link->isOdbc)
     if (CDaoResult result = CreateTable(m_file, table.definition, pages); !result.IsOk()) return result;
   const uint32_t page = pages.empty() ? 0 : pages.front();
-  if (CDaoResult result = m_catalogue.AddTable(table, page, GetLocalDate()); !result.IsOk()) return result;
+  if (CDaoResult result = m_catalogue.AddTable(table, page, m_identity->GetDate()); !result.IsOk())
+    return result;
   for (size_t i = 0; i < places.size(); i++) {
     places[i].table = page;
     if (CDaoResult result = m_catalogue.AddComplexColumn(table.complexColumns[i].column, places[i]);
@@ -182,11 +182,11 @@ CDaoResult CEmbeddedFile::CreateFlatTables(SNewTable& table, std::vector<SComple
     for (SColumnDefinition& column : table.definition.columns)
       if (column.name == complex.column) column.complexId = place.id;
     if (complex.IsHistory()) {
-      SNamedDefinition kind = MakeHistoryKind(GetLayout(), m_header.order, complex.memo);
+      SNamedDefinition kind = MakeHistoryKind(*m_identity, GetLayout(), m_header.order, complex.memo);
       if (CDaoResult result = AddHiddenTable(kind, kComplexKindFlags, {}, place.kind); !result.IsOk())
         return result;
     }
-    SNamedDefinition flat = MakeFlatTable(GetLayout(), m_header.order, complex, table.name);
+    SNamedDefinition flat = MakeFlatTable(*m_identity, GetLayout(), m_header.order, complex, table.name);
     CPropertyList properties(GetLayout());
     if (CDaoResult result = properties.AddToColumn(flat.valueColumn, complex.valueProperties); !result.IsOk())
       return result;
@@ -202,7 +202,7 @@ CDaoResult CEmbeddedFile::AddHiddenTable(SNamedDefinition& hidden, uint32_t flag
   std::vector<uint32_t> pages;
   if (CDaoResult result = CreateTable(m_file, hidden.definition, pages); !result.IsOk()) return result;
   page = pages.front();
-  return m_catalogue.AddHiddenTable(hidden.name, page, flags, properties, GetLocalDate());
+  return m_catalogue.AddHiddenTable(hidden.name, page, flags, properties, m_identity->GetDate());
 }
 
 CDaoResult CEmbeddedFile::SetProperties(std::u16string_view document,
@@ -210,7 +210,7 @@ CDaoResult CEmbeddedFile::SetProperties(std::u16string_view document,
   if (CDaoResult result = CheckWritable(); !result.IsOk()) return result;
   CPropertyList list(GetLayout());
   if (CDaoResult result = list.AddToObject(properties); !result.IsOk()) return result;
-  return m_catalogue.SetProperties(document, list.MakeBlob(), GetLocalDate());
+  return m_catalogue.SetProperties(document, list.MakeBlob(), m_identity->GetDate());
 }
 
 CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
@@ -218,7 +218,7 @@ CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
   size_t replaced = 0;
   CPropertyList properties(GetLayout());
   const std::u16string change = properties.AddBlob(query.properties).text;
-  CDaoResult result = m_catalogue.AddQuery(query, properties.MakeBlob(), GetLocalDate(), replaced);
+  CDaoResult result = m_catalogue.AddQuery(query, properties.MakeBlob(), m_identity->GetDate(), replaced);
   if (!result.IsOk()) return result;
   result.text = DescribeReplaced(replaced, u"the query");
   if (!change.empty()) result.text += (result.text.empty() ? u"" : u". ") + change;
@@ -246,7 +246,7 @@ CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
   if ((relation.attributes & kDaoRelationDontEnforce) == 0)
     enforced = EnforceRelation(m_file, relation, columns, primary, foreign);
   if (!enforced.IsOk()) return enforced;
-  const CDaoResult added = m_catalogue.AddRelation(relation, GetLocalDate());
+  const CDaoResult added = m_catalogue.AddRelation(relation, m_identity->GetDate());
   return added.IsOk() ? enforced : added;
 }
 
@@ -262,7 +262,7 @@ CDaoResult CEmbeddedFile::AddRelationOfLink(const CDaoRelationInfo& relation) {
       return {EDaoError::ObjectNotFound, u"There is no table named \"" + name + u"\"."};
   if ((relation.attributes & kDaoRelationDontEnforce) == 0)
     return {EDaoError::NotSupported, u"A relation with a linked table cannot be enforced."};
-  return m_catalogue.AddRelation(relation, GetLocalDate());
+  return m_catalogue.AddRelation(relation, m_identity->GetDate());
 }
 
 CDaoResult CEmbeddedFile::FindClosedTable(std::u16string_view name, uint32_t& page) const {

@@ -10,6 +10,7 @@
 #include "embedded/Catalogue.h"
 #include "embedded/PageFile.h"
 #include "embedded/TableStore.h"
+#include "platform/Identity.h"
 
 namespace tolvane {
 
@@ -18,8 +19,9 @@ const SLayout& ProbeFileLayout(std::u16string_view path);
 
 class CEmbeddedFile {
  public:
-  // `maxPages` bounds the file's length where the format does not; 0 is no bound.
-  CEmbeddedFile(const SLayout& layout, uint32_t maxPages);
+  // `maxPages` bounds the file's length where the format does not; 0 is no bound. `identity` is shared with
+  // the engine's other files.
+  CEmbeddedFile(const SLayout& layout, uint32_t maxPages, std::shared_ptr<CIdentity> identity);
   ~CEmbeddedFile();
   CEmbeddedFile(const CEmbeddedFile&) = delete;
   CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
@@ -32,6 +34,7 @@ class CEmbeddedFile {
 
   [[nodiscard]] bool IsOpen() const { return m_isOpen; }
   [[nodiscard]] const SLayout& GetLayout() const { return m_file.GetLayout(); }
+  [[nodiscard]] CIdentity& GetIdentity() { return *m_identity; }
   [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
   CDaoResult AddTable(SNewTable table);
   // Properties of the database or one of its documents.
@@ -65,6 +68,7 @@ class CEmbeddedFile {
   CDaoResult LoadDatabase();
   CDaoResult StoreAll();
 
+  std::shared_ptr<CIdentity> m_identity;
   CPageFile m_file;
   SHeaderPage m_header;
   CCatalogue m_catalogue;

@@ -7,7 +7,6 @@
 
 #include "embedded/StoredText.h"
 #include "format/CalculatedValue.h"
-#include "platform/Process.h"
 
 namespace tolvane {
 namespace {
@@ -194,7 +193,7 @@ CDaoResult CEmbeddedRecordset::SetDefaults() {
     if (!m_table->GetRow().IsSet(ColumnAt(index)))
       if (CDaoResult result = SetCalculated(index, {}); !result.IsOk()) return result;
   for (const SColumnDefinition* column : m_autoGuids)
-    if (!m_table->GetRow().IsSet(*column)) m_table->GetRow().Set(*column, MakeGuid().bytes);
+    if (!m_table->GetRow().IsSet(*column)) m_table->GetRow().Set(*column, m_file->GetIdentity().MakeGuid().bytes);
   return CDaoResult::Ok();
 }
 

@@ -277,7 +277,7 @@ void CEmbeddedTableDef::AddComplexIndexes() {
     real.flags = kIndexUnique | kIndexRequired;
     real.isOfComplexColumn = true;
     SLogicalIndex logical;
-    logical.name = MakeComplexIndexName(complex.column);
+    logical.name = MakeComplexIndexName(m_file->GetIdentity(), complex.column);
     logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
     definition.realIndexes.push_back(std::move(real));
     definition.logicalIndexes.push_back(std::move(logical));
@@ -300,7 +300,7 @@ CDaoResult CEmbeddedTableDef::AddHistories() {
   for (const CDaoFieldInfo& field : m_fields) {
     if (!field.keepsHistory || memos.contains(field.name)) continue;
     memos.insert(field.name);
-    columns.push_back(MakeComplexColumn(MakeHistoryName(), true));
+    columns.push_back(MakeComplexColumn(MakeHistoryName(m_file->GetIdentity()), true));
     m_table.complexColumns.push_back({columns.back().name, field.name, {}, field.valueProperties});
   }
   if (memos.empty()) return CDaoResult::Ok();

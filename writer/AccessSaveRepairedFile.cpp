@@ -81,7 +81,7 @@ EOutputFormat CAccessSaveRepairedFile::DecideFormat(const CAccessData& data, EOu
 bool CAccessSaveRepairedFile::Save() {
   if (!SaveStructure()) return false;
   // Neither the saved queries nor the relationships end the save.
-  static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary, m_job).Save());
+  static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary, m_job, *m_identity).Save());
   m_relations = std::make_unique<CRelationSaver>(*m_data, m_summary, m_job);
   static_cast<void>(m_relations->Read());
   return SaveData();

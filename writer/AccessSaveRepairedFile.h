@@ -11,6 +11,7 @@
 
 #include "dao/dao.h"
 #include "model/AccessData.h"
+#include "platform/Identity.h"
 #include "status/JobContext.h"
 #include "writer/LinkSaver.h"
 #include "writer/RelationSaver.h"
@@ -41,6 +42,8 @@ class CAccessSaveRepairedFile {
   void SetOutputPath(std::u16string_view path) { m_outputPath = path; }
 
   void SetFormat(EOutputFormat format) { m_format = format; }
+  // Of what has no name of its own; the clock and chance if left out.
+  void SetIdentity(std::shared_ptr<CIdentity> identity) { m_identity = std::move(identity); }
 
   // All steps in their order. False when the save failed or was stopped.
   bool Save();
@@ -80,6 +83,7 @@ class CAccessSaveRepairedFile {
   const CAccessData* m_data = nullptr;
   std::u16string m_outputPath;
   EOutputFormat m_format = EOutputFormat::ByRules;
+  std::shared_ptr<CIdentity> m_identity = std::make_shared<CIdentity>();
   std::vector<SSavedTable> m_tables;  // those that are saved at all, in list order
   LinkNames m_links;
   SSaveSummary m_summary;

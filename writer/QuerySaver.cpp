@@ -7,7 +7,6 @@
 #include <unordered_set>
 #include <utility>
 
-#include "platform/Process.h"
 #include "writer/QueryProperties.h"
 #include "writer/RecoveredQuery.h"
 
@@ -35,8 +34,8 @@ void AppendHex(uint32_t value, std::u16string& text) {
   text += digits;
 }
 
-std::u16string MakeFreshQueryName() {
-  const SGuidBytes guid = MakeGuid();
+std::u16string MakeFreshQueryName(CIdentity& identity) {
+  const SGuidBytes guid = identity.MakeGuid();
   std::array<uint8_t, 16> bytes{};
   std::copy(std::begin(guid.bytes), std::end(guid.bytes), bytes.begin());
   return MakeQueryName(bytes);
@@ -185,7 +184,7 @@ void CQuerySaver::CreateQuery(CDaoDatabase& database, const SQueriesState& state
     return;
   }
   SSavedQuery& saved = prepared.query;
-  if (saved.name.empty()) saved.name = MakeFreshQueryName();
+  if (saved.name.empty()) saved.name = MakeFreshQueryName(m_identity);
   const std::u16string wanted = saved.name;
   CDaoResult result{prepared.problem.empty() ? EDaoError::None : EDaoError::InvalidArgument,
                     prepared.problem};

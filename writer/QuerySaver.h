@@ -9,6 +9,7 @@
 
 #include "dao/dao.h"
 #include "model/AccessData.h"
+#include "platform/Identity.h"
 #include "query/Query.h"
 #include "query/QueryAttributes.h"
 #include "query/QuerySysObject.h"
@@ -29,8 +30,13 @@ class CQuerySaver {
  public:
   // All must outlive the saver.
   CQuerySaver(CDaoEngine& engine, const CAccessData& data, std::u16string_view outputPath,
-              SSaveSummary& summary, CJobContext& job)
-      : m_engine(engine), m_data(data), m_outputPath(outputPath), m_summary(summary), m_job(job) {}
+              SSaveSummary& summary, CJobContext& job, CIdentity& identity)
+      : m_engine(engine),
+        m_data(data),
+        m_outputPath(outputPath),
+        m_summary(summary),
+        m_job(job),
+        m_identity(identity) {}
 
   // False when the rows cannot be read, the database cannot be opened or the save was stopped.
   bool Save();
@@ -61,6 +67,7 @@ class CQuerySaver {
   std::u16string m_outputPath;
   SSaveSummary& m_summary;
   CJobContext& m_job;
+  CIdentity& m_identity;
   CNameSet m_names;
 };
 

@@ -115,6 +115,21 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual((dry['output'], dry['source']['template']), (None, output))
         self.assertEqual(sorted(os.listdir(self.folder)), before)
 
+    def test_the_same_file_gives_the_same_bytes_where_that_is_asked_for(self):
+        def repaired(name, *words, **variables):
+            self.check(INCOMPLETE, 'repair', self.source, '-o', self.path(name), '-q', *words, env={**os.environ, **variables})
+            return read(self.path(name))
+        fixed = repaired('a.mdb', '--reproducible')
+        self.assertEqual(repaired('b.mdb', '--reproducible'), fixed)
+        dated = repaired('c.mdb', SOURCE_DATE_EPOCH='1000000000')
+        self.assertEqual(repaired('d.mdb', SOURCE_DATE_EPOCH='1000000000'), dated)
+        # Dates alone, a few bytes an object.
+        for other in (dated, repaired('e.mdb')):
+            self.assertEqual(len(other), len(fixed))
+            self.assertIn(sum(a != b for a, b in zip(fixed, other)), range(1, 1000))
+        self.check_refusal(USAGE, 'repair', self.source, '-o', self.path('f.mdb'), says='SOURCE_DATE_EPOCH',
+                           env={**os.environ, 'SOURCE_DATE_EPOCH': 'today'})
+
     def test_sources_that_cannot_be_read(self):
         for status, path, says in (
                 (FAILED, self.path('none.mdb'), ('none.mdb', 'does not exist')),

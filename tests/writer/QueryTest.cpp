@@ -157,7 +157,8 @@ TEST_F(CQueryStepTest, AfterAFullDiskEachQueryIsTriedAndCounted) {
     return line == "close database" ? CDaoResult{EDaoError::DiskFull, u"full"} : CDaoResult::Ok();
   };
   SSaveSummary summary;
-  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary, ShownJob()).Save());
+  CIdentity identity;
+  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary, ShownJob(), identity).Save());
   EXPECT_EQ(summary.queriesLost, 3u);
   EXPECT_EQ(summary.queriesSaved, 0u);
 }
@@ -291,7 +292,8 @@ TEST_F(CQueryStepTest, AStopLeavesNoQuery) {
   AddQueries({{u"-1", u"a"}}, {});
   CSavingStatus::Instance().SetSaving(false);
   SSaveSummary summary;
-  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary, ShownJob()).Save());
+  CIdentity identity;
+  EXPECT_FALSE(CQuerySaver(m_engine, m_data, u"x", summary, ShownJob(), identity).Save());
   EXPECT_TRUE(m_engine.log.calls.empty());
 }
 
