@@ -196,10 +196,10 @@ void CGrammar::AddExport() {
   command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER; all tables if left out");
   AddPath(command, "--to", m_words.folder, "Folder for one file a table; standard output if left out",
           kFolder);
-  AddPath(command, "-o,--output", m_words.output, "The file for one TABLE, or for the script");
+  AddPath(command, "-o,--output", m_words.output, "The file for one TABLE, or for the script or database");
   SExportWords& words = m_words.exporting;
-  AddChoice(command, "--format", words.format, "csv (default), jsonl, or an SQL script",
-            {"csv", "jsonl", "sql"});
+  AddChoice(command, "--format", words.format, "csv (default), jsonl, an SQL script or an SQLite database",
+            {"csv", "jsonl", "sql", "sqlite"});
   AddChoice(command, "--dialect", words.dialect,
             "sql: the database that the script is for; sqlite if left out",
             {"sqlite", "postgresql", "mysql"});

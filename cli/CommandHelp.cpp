@@ -36,15 +36,18 @@ constexpr std::array<SCommandWords, 11> kCommands{{
     {ECommand::Preview, "preview", "shows the first rows of a table", "",
      "tolvane preview damaged.mdb Customers\n"
      "tolvane preview damaged.mdb page:27 --rows 100      the table that is defined on page 27"},
-    {ECommand::Export, "export", "writes recovered rows as CSV, JSON lines or an SQL script, UTF-8",
+    {ECommand::Export, "export",
+     "writes recovered rows as CSV, JSON lines, an SQL script or an SQLite database",
      "CSV (RFC 4180): a field without a value is nothing, an empty text is \"\".\n"
      "JSON lines: values have their own types; numbers have all their digits, dates are ISO 8601, complex "
      "columns arrays.\n"
-     "SQL: one script with tables, rows, keys, indexes and foreign keys.",
+     "SQL and SQLite: one file with tables, rows, keys, indexes and foreign keys; an SQLite database has "
+     "saved "
+     "queries as views, too.",
      "tolvane export damaged.mdb Customers > customers.csv\n"
      "tolvane export damaged.mdb --to folder              one file a table\n"
      "tolvane export damaged.mdb --to folder --ole files  objects and attachments as files of their own\n"
-     "tolvane export damaged.mdb --format sql | sqlite3 new.db\n"
+     "tolvane export damaged.mdb --format sqlite -o new.db\n"
      "tolvane export damaged.mdb --format sql --dialect postgresql -o new.sql"},
     {ECommand::Queries, "queries", "lists the saved queries that can be rebuilt: name, kind and SQL text", "",
      "tolvane queries damaged.mdb\n"

@@ -9,6 +9,7 @@
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "export/SqlScript.h"
+#include "export/SqliteFile.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "writer/SafeName.h"
@@ -22,6 +23,7 @@ struct SExported {
   EExportEnd end = EExportEnd::Done;
   std::u16string problem;
   std::vector<SSqlCount> counts;
+  bool areKeysWhole = true;  // as far as it is known
 };
 
 // Tells what the tables lack. False when one lacks something.
@@ -74,7 +76,8 @@ SExported WriteScript(CSession& session, const SSqlSchema& schema, const CSqlDia
                       const std::u16string& path) {
   SExported exported;
   CExportSink sink;
-  if (!path.empty() && !sink.Open(path)) return {EExportEnd::NotWritten, sink.GetProblem(), {}};
+  if (!path.empty() && !sink.Open(path))
+    return {.end = EExportEnd::NotWritten, .problem = sink.GetProblem(), .counts = {}};
   const StopRequest isStopped = IsInterrupted;
   CSqlScript script(
       schema, dialect,
@@ -86,11 +89,27 @@ SExported WriteScript(CSession& session, const SSqlSchema& schema, const CSqlDia
   return exported;
 }
 
+SExported WriteDatabase(CSession& session, const CSqliteLibrary& library, SSqlSchema& schema,
+                        const std::u16string& path) {
+  const StopRequest isStopped = IsInterrupted;
+  CSqliteFile file(library.Get(), session.GetData(), schema, isStopped);
+  SExported exported;
+  exported.end = file.Write(path);
+  exported.problem = file.GetProblem();
+  exported.counts = file.GetCounts();
+  exported.areKeysWhole = file.AreKeysWhole();
+  return exported;
+}
+
 }  // namespace
 
 SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only) {
   const SArguments& arguments = session.GetArguments();
   const bool isToFile = !arguments.output.empty();
+  const bool isScript = arguments.exporting.format == EExportFormat::Sql;
+  CSqliteLibrary library;
+  std::u16string problem;
+  if (!isScript && !library.Load(problem)) return SFailure{EExitStatus::Failed, problem};
   COutputFile output;
   if (isToFile) {
     const SOutputVerdict verdict =
@@ -98,9 +117,10 @@ SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only) {
     if (verdict.state != EOutputState::Ok) return RefuseOutput(arguments.output, verdict);
   }
   const CSqlDialect dialect(arguments.exporting.dialect);
-  const SSqlSchema schema =
+  SSqlSchema schema =
       MakeSqlSchema(session.GetData(), dialect, only, arguments.withSystemTables, IsInterrupted);
-  const SExported exported = WriteScript(session, schema, dialect, output.GetPartialPath());
+  const SExported exported = isScript ? WriteScript(session, schema, dialect, output.GetPartialPath())
+                                      : WriteDatabase(session, library, schema, output.GetPartialPath());
   switch (exported.end) {
     case EExportEnd::Stopped:
       return isToFile ? StoppedByUser()
@@ -116,7 +136,7 @@ SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only) {
   if (isToFile)
     if (const SOutputVerdict end = output.Complete(); end.state != EOutputState::Ok)
       return RefuseOutput(arguments.output, end);
-  const bool isWhole = TellCounts(session, schema, exported.counts);
+  const bool isWhole = TellCounts(session, schema, exported.counts) && exported.areKeysWhole;
   for (const std::u16string& remark : schema.remarks) session.Mention(remark);
   const EExitStatus status = isWhole ? DecideStatus(session.GetData(), nullptr) : EExitStatus::Incomplete;
   if (isToFile)

@@ -45,16 +45,6 @@ EFamily FamilyOf(uint8_t type) {
   }
 }
 
-bool HasHalfPair(std::u16string_view text) {
-  for (size_t i = 0; i < text.size(); ++i) {
-    const bool isHigh = IsHighSurrogate(text[i]);
-    if (!isHigh && !IsLowSurrogate(text[i])) continue;
-    if (!isHigh || i + 1 == text.size() || !IsLowSurrogate(text[i + 1])) return true;
-    ++i;
-  }
-  return false;
-}
-
 void AppendQuoted(std::string_view text, std::string& out) {
   out += '\'';
   for (const char byte : text) out.append(byte == '\'' ? 2 : 1, byte);
@@ -75,6 +65,16 @@ void AppendEscaped(std::string_view text, std::string& out) {
 }
 
 }  // namespace
+
+bool HasHalfPair(std::u16string_view text) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool isHigh = IsHighSurrogate(text[i]);
+    if (!isHigh && !IsLowSurrogate(text[i])) continue;
+    if (!isHigh || i + 1 == text.size() || !IsLowSurrogate(text[i + 1])) return true;
+    ++i;
+  }
+  return false;
+}
 
 bool IsBytesType(uint8_t type) {
   return FamilyOf(type) == EFamily::Bytes;

@@ -1,0 +1,24 @@
+#include <dlfcn.h>
+
+#include "platform/SharedLibrary.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+CSharedLibrary::~CSharedLibrary() {
+  if (m_handle != nullptr) dlclose(m_handle);
+}
+
+bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
+  m_handle = dlopen(name.posix, RTLD_NOW | RTLD_LOCAL);
+  if (m_handle != nullptr) return true;
+  const char* const reason = dlerror();
+  problem = FromUtf8(reason != nullptr ? reason : name.posix);
+  return false;
+}
+
+CSharedLibrary::Function CSharedLibrary::Find(const char* name) const {
+  return reinterpret_cast<Function>(dlsym(m_handle, name));
+}
+
+}  // namespace tolvane
