@@ -28,6 +28,9 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
   const auto add = [&text](const std::u16string& part) { text += (text.empty() ? u"" : u", ") + part; };
   const CAccessTable* table = FindTable(data, place);
   if (table && !table->name.empty()) add(u"table " + table->name);
+  if (kind == EDamage::LostTable)
+    if (const auto lost = data.GetLostTables().find(place.page); lost != data.GetLostTables().end())
+      add(u"table " + lost->second);
   if (kind == EDamage::MissingRows || kind == EDamage::SurplusRows) {
     add(Counted(place.amount, u"row", number));
   } else if (kind == EDamage::LooseValue) {

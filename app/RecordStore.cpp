@@ -10,6 +10,7 @@
 #include "render/PreviewText.h"
 #include "render/RecordText.h"
 #include "store/StoredValueReader.h"
+#include "writer/SafeName.h"
 
 namespace tolvane {
 
@@ -38,6 +39,7 @@ class CRecordStore::CState {
   bool isFull = false;  // the last row may lack cells, and no further one is taken
   uint32_t generation = 0;
   const CAccessTable* table = nullptr;
+  const CAccessData* data = nullptr;
   mutable std::optional<CRecordText> texts;  // of the table's records
   mutable CStoredValueReader values;         // opened when first needed
 
@@ -114,9 +116,13 @@ CRecordStore::~CRecordStore() = default;
 
 void CRecordStore::InsertColumn(size_t index, std::u16string_view heading, int32_t width) {
   const std::lock_guard lock(m_state->mutex);
+  const CState& state = *m_state;
   auto& columns = m_state->columns;
+  const bool isOfTable = state.table && index < state.table->columns.GetCount();
   columns.insert(columns.begin() + static_cast<ptrdiff_t>(std::min(index, columns.size())),
-                 {std::u16string(heading), width});
+                 {isOfTable ? SpelledName(*state.table->columns.GetAt(index), state.data->source)
+                            : std::u16string(heading),
+                  width});
 }
 
 void CRecordStore::InsertItem(size_t) {
@@ -138,10 +144,11 @@ void CRecordStore::SetItemPlace(size_t item, uint64_t place) {
     m_state->Append(CState::kPlaceColumn, {reinterpret_cast<const uint8_t*>(&place), sizeof(place)});
 }
 
-void CRecordStore::SetTable(const CAccessTable& table, const SRecoveryRules& rules) {
+void CRecordStore::SetTable(const CAccessTable& table, const CAccessData& data) {
   const std::lock_guard lock(m_state->mutex);
-  m_state->texts.emplace(table.columns, rules);
+  m_state->texts.emplace(table.columns, data.GetRules());
   m_state->table = &table;
+  m_state->data = &data;
 }
 
 std::vector<CRecordStore::SColumn> CRecordStore::GetColumns() const {
@@ -185,6 +192,7 @@ void CRecordStore::Clear() {
   state.cells.Clear();
   state.isFull = false;
   state.table = nullptr;
+  state.data = nullptr;
   state.values.Close();
   ++state.generation;
 }

@@ -13,8 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "model/AccessTable.h"
-#include "model/RecoveryRules.h"
+#include "model/AccessData.h"
 #include "store/ObjectPlace.h"
 #include "store/PreviewList.h"
 
@@ -37,9 +36,9 @@ class CRecordStore : public CPreviewList {
   void SetItemText(size_t item, size_t column, std::u16string_view text) override;
   void SetItemPlace(size_t item, uint64_t place) override;
 
-  // Before the preview's thread starts: the table whose rows come. It must stay until the next Clear; without
-  // it there are no whole cells.
-  void SetTable(const CAccessTable& table, const SRecoveryRules& rules);
+  // Before the preview's thread starts: the table whose rows come, and the result that it is of. Both must
+  // stay until the next Clear; without them there are no whole cells, and headings are not spelt for people.
+  void SetTable(const CAccessTable& table, const CAccessData& data);
 
   // Called by the window. Columns are complete as soon as there is one item or the preview has finished.
   [[nodiscard]] std::vector<SColumn> GetColumns() const;

@@ -1,10 +1,7 @@
 #include "app/RepairWorkflow.h"
 
-#include "app/StartChoice.h"
+#include "app/InputCheck.h"
 #include "app/ViewTexts.h"
-#include "engine/DBFileReader.h"
-#include "platform/ErrorHandler.h"
-#include "platform/Files.h"
 
 namespace tolvane {
 
@@ -13,7 +10,6 @@ namespace {
 constexpr uint32_t kPollPeriod = 5;      // milliseconds
 constexpr double kPauseAfterStop = 3.0;  // seconds
 constexpr uint32_t kPauseSlice = 20;     // milliseconds
-constexpr size_t kObjectBytes = 65536;   // of an OLE object that are shown
 
 SCommandSwitches SwitchesOf(EPageState page) {
   switch (page) {
@@ -40,7 +36,8 @@ CRepairWorkflow::CRepairWorkflow(const SWorkflowParts& parts)
       m_engine(&parts.engine),
       m_clock(parts.clock ? *parts.clock : m_systemClock),
       m_recentFiles(parts.recentFiles),
-      m_job(std::make_unique<CJob>()) {
+      m_job(std::make_unique<CJob>()),
+      m_preview(parts.view, [this](const std::function<bool()>& condition) { WaitWhile(condition); }) {
   Context().pause.SetLength(parts.displayPause);
   m_page.SetView(&m_view);
 }
@@ -88,15 +85,18 @@ void CRepairWorkflow::ShowHint() {
       if (!LastSave().GetProblem().empty()) return m_view.SetHint(kBrokenSaveHint);
       return m_view.SetHint(LastSave().GetSummary().tablesSaved > 0 ? kSavedHint : kEmptySaveHint);
     case EPageState::Repaired:
-      return m_view.SetHint(IsNothingFound() ? kNothingFoundHint : std::u16string_view());
+      return m_view.SetHint(HasFindings() ? std::u16string() : ExplainNothing(Manager()).hint);
     default:
       return m_view.SetHint({});
   }
 }
 
-bool CRepairWorkflow::IsNothingFound() const {
-  const CAccessData* data = Manager().GetData();
-  return !data || ListTables(*data).empty();
+bool CRepairWorkflow::HasFindings() const {
+  return !IsNothingFound(Manager().GetData());
+}
+
+bool CRepairWorkflow::IsResultHeld() const {
+  return GetPage() <= EPageState::FileSelected && !IsWorking() && HasFindings();
 }
 
 void CRepairWorkflow::Next() {
@@ -125,6 +125,23 @@ void CRepairWorkflow::Back() {
   m_page.Back();
   SetPage(GetPage());
   if (GetPage() == EPageState::Repaired) ShowSummary();
+}
+
+bool CRepairWorkflow::MayLeaveResult() {
+  if (m_mayLeaveResult || GetPage() < EPageState::Repaired || !HasFindings()) return true;
+  return m_mayLeaveResult = m_dialogs.AskYesNo(kLeaveQuestion);
+}
+
+void CRepairWorkflow::ShowHeldResult() {
+  if (!IsResultHeld()) return;
+  Manager().GetMode().SetMode(m_resultOrigin.isTemplateMode ? CRepairModeStatus::kAdvance
+                                                            : CRepairModeStatus::kStandard);
+  Manager().SetCorruptedPath(m_resultOrigin.corruptedFile);
+  Manager().SetTemplatePath(m_resultOrigin.templateFile);
+  m_view.SetSelectedFile(m_resultOrigin.corruptedFile);
+  m_view.SetTemplateFile(m_resultOrigin.templateFile);
+  SetPage(EPageState::Repaired);
+  ShowSummary();
 }
 
 void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
@@ -178,31 +195,15 @@ void CRepairWorkflow::BeginRepair() {
 }
 
 bool CRepairWorkflow::CanRepair() {
-  const std::u16string templatePath = Manager().GetTemplatePath();
-  const auto incomplete = CheckStartChoice({IsTemplateMode(), Manager().GetCorruptedPath(), templatePath});
-  if (incomplete) {
-    m_dialogs.ShowMessage(*incomplete, EMessageIcon::Information);
-    return false;
-  }
-  return CheckFile(Manager().GetCorruptedPath()) && (!IsTemplateMode() || CheckFile(templatePath));
-}
-
-bool CRepairWorkflow::CheckFile(const std::u16string& path) {
-  if (!CanRead(path)) {
-    m_dialogs.ShowMessage(u"File '" + path + u"' does not exist or access is denied.", EMessageIcon::None);
-    return false;
-  }
-  CDBFileReader reader;
-  CErrorHandler handler;
-  reader.SetPath(path);
-  if (reader.Open(handler)) return reader.Close();
-  m_dialogs.ShowMessage(handler.GetMessageText(), EMessageIcon::None);
-  return false;
+  const auto problem = CheckInput(Manager());
+  if (problem) m_dialogs.ShowMessage(problem->message, problem->icon);
+  return !problem;
 }
 
 void CRepairWorkflow::StartRepair() {
   EndExternalEngine(m_processes);
   DiscardResult();
+  m_resultOrigin = {IsTemplateMode(), Manager().GetCorruptedPath(), Manager().GetTemplatePath()};
   if (m_job->StartRepair([this] { StartRepairTimer(); })) return;
   StopRepairTimer();
   SetPage(EPageState::FileSelected);
@@ -221,19 +222,21 @@ void CRepairWorkflow::OnRepairTimer() {
 }
 
 void CRepairWorkflow::ShowResult() {
-  m_treeItem.clear();
+  m_preview.Forget();
+  m_mayLeaveResult = false;
   if (const CAccessData* data = Manager().GetData()) m_view.SetTables(ListTables(*data));
   ShowSummary();
 }
 
 // The worker deletes the earlier result: nothing may show or read it any more.
 void CRepairWorkflow::DiscardResult() {
-  AbortPreview();
+  m_preview.Abort();
   m_view.SetTables({});
-  ClearPreview();
+  m_preview.Clear();
   m_view.SetSummary({});
   m_view.SetOutputPath({});
-  m_treeItem.clear();
+  m_preview.Forget();
+  m_mayLeaveResult = true;
 }
 
 bool CRepairWorkflow::StopRepair() {
@@ -261,7 +264,7 @@ bool CRepairWorkflow::StopRepair() {
 
 void CRepairWorkflow::BeginSave() {
   if (IsWorking()) return;
-  if (!Manager().GetData()) {
+  if (!HasFindings()) {
     m_dialogs.ShowMessage(u"There is nothing to save.", EMessageIcon::Information);
     return;
   }
@@ -284,6 +287,7 @@ void CRepairWorkflow::OnSaveTimer() {
       if (status.GetLaunchFailed()) {
         Back();
       } else {
+        m_mayLeaveResult = m_mayLeaveResult || LastSave().IsComplete();
         ShowSaved();
         Next();
       }
@@ -371,59 +375,28 @@ void CRepairWorkflow::CopyTexts() {
 
 // --- preview ---
 
-const CAccessTable* CRepairWorkflow::FindTable(std::u16string_view name) const {
-  const CAccessData* data = Manager().GetData();
-  if (!data) return nullptr;
-  for (const auto& table : data->GetTables())
-    if (table->name == name) return table.get();
-  return nullptr;
-}
-
 void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
-  const bool isNew = !name.empty() && name != m_treeItem;
-  m_treeItem = name;
   // While the worker repairs, the result is its own.
-  if (!isNew || m_job->IsRepairing()) return;
-  AbortPreview();
-  ClearPreview();
+  if (!m_preview.Remember(name) || m_job->IsRepairing()) return;
+  m_preview.Abort();
+  m_preview.Clear();
   ShowSummary();
-  const CAccessTable* table = FindTable(m_treeItem);
-  if (!table) return;
-  m_records.SetTable(*table, Manager().GetData()->GetRules());
-  m_preview.Start(*table, *Manager().GetData(), m_records);
+  m_preview.Start(Manager().GetData());
 }
 
 bool CRepairWorkflow::IsObject(size_t column) const {
-  const CAccessTable* table = m_job->IsRepairing() ? nullptr : FindTable(m_treeItem);
-  return table && column < table->columns.GetCount() && table->columns.GetAt(column)->type == kTypeOle;
+  return !m_job->IsRepairing() && m_preview.IsObject(Manager().GetData(), column);
 }
 
 std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t maxUnits) const {
-  if (!IsObject(place.column)) return m_records.GetWholeCell(place.item, place.column, maxUnits);
-  // Of a row without an object nothing is stored, and nothing shown.
-  const bool isThere = !m_records.GetCell(place.item, place.column).empty();
-  return isThere ? DescribeObject(m_records.GetObjectPlace(place.item, place.column), kObjectBytes)
-                 : std::u16string();
+  return m_job->IsRepairing() ? std::u16string()
+                              : m_preview.DescribeValue(Manager().GetData(), place, maxUnits);
 }
 
 void CRepairWorkflow::ShowSummary() {
-  if (m_treeItem.empty() || m_treeItem == kTreeRoot) return m_view.SetSummary(DescribeRepair(Manager()));
-  const CAccessTable* table = FindTable(m_treeItem);
+  if (m_preview.IsRoot()) return m_view.SetSummary(DescribeRepair(Manager()));
+  const CAccessTable* table = m_preview.FindTable(Manager().GetData());
   m_view.SetSummary(table ? DescribeTable(*table) : std::u16string());
-}
-
-void CRepairWorkflow::AbortPreview() {
-  CPreviewThreadStatus& status = Context().preview;
-  if (status.IsBusy()) {
-    status.SetAbort(1);
-    WaitWhile([&status] { return status.IsBusy(); });
-  }
-  m_preview.Join();
-}
-
-void CRepairWorkflow::ClearPreview() {
-  m_records.Clear();
-  m_view.RefreshRecords();
 }
 
 // --- waiting ---
@@ -457,10 +430,10 @@ bool CRepairWorkflow::Close() {
   if (!m_dialogs.AskYesNo(kCloseQuestion)) return false;
   if (GetPage() == EPageState::Saved) SetPage(EPageState::Repaired);
   if (GetPage() > EPageState::FileSelected) Back();
-  AbortPreview();
+  m_preview.Abort();
   m_job->Stop();
   WaitForWorkers();
-  m_records.Clear();
+  m_preview.GetRecords().Clear();
   m_job.reset();
   m_frame.EndProcess();
   return true;

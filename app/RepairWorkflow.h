@@ -11,9 +11,9 @@
 #include "app/FrontEnd.h"
 #include "app/Job.h"
 #include "app/RecentFiles.h"
-#include "app/RecordStore.h"
+#include "app/ResultPreview.h"
 #include "app/ShowPageState.h"
-#include "app/TablePreview.h"
+#include "app/StartChoice.h"
 #include "dao/dao.h"
 #include "platform/ProcessManager.h"
 
@@ -62,6 +62,11 @@ class CRepairWorkflow {
   // nothing starts. Ignored while a worker runs.
   void SelectCorruptedFile(std::u16string_view path);
   void SelectTemplateFile(std::u16string_view path);
+  // Before a command leads away from a result that was not saved: asks, once for each result. False when the
+  // user wants to stay.
+  bool MayLeaveResult();
+  // From choosing files back to the result that is still held, with the files that it came from.
+  void ShowHeldResult();
   // Ask first. False when the user said No; on pages where nothing is to be stopped nothing happens.
   bool StopRepair();
   bool StopSave();
@@ -76,9 +81,13 @@ class CRepairWorkflow {
   [[nodiscard]] EPageState GetPage() const { return m_page.GetState(); }
   [[nodiscard]] bool IsTemplateMode() const;
   [[nodiscard]] bool IsWorking() const;  // a repair or a save runs
+  // Whether the result holds what can be saved.
+  [[nodiscard]] bool HasFindings() const;
+  // Whether ShowHeldResult leads anywhere.
+  [[nodiscard]] bool IsResultHeld() const;
   [[nodiscard]] const COvRepairFileManager& GetManager() const { return m_job->GetManager(); }
   [[nodiscard]] const std::u16string& GetOutputPath() const { return m_job->GetSave().GetOutputPath(); }
-  [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
+  [[nodiscard]] CRecordStore& GetRecords() { return m_preview.GetRecords(); }
   // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
   // first bytes.
   [[nodiscard]] bool IsObject(size_t column) const;
@@ -90,14 +99,12 @@ class CRepairWorkflow {
   [[nodiscard]] const COvFileSave& LastSave() const { return m_job->GetSave(); }
   [[nodiscard]] bool AreWorkersBusy() const;
   void SetPage(EPageState page);
-  [[nodiscard]] bool IsNothingFound() const;
   void ShowHint();
   void ShowSummary();
 
   // Repair.
   void BeginRepair();
   [[nodiscard]] bool CanRepair();
-  [[nodiscard]] bool CheckFile(const std::u16string& path);
   void StartRepair();
   void OnRepairTimer();
   void ShowResult();
@@ -118,11 +125,6 @@ class CRepairWorkflow {
   void StopTimer(uint32_t identifier);
   void CopyTexts();
 
-  // Preview.
-  [[nodiscard]] const CAccessTable* FindTable(std::u16string_view name) const;
-  void AbortPreview();
-  void ClearPreview();
-
   // Waiting: polls and keeps painting.
   void WaitWhile(const std::function<bool()>& condition);
   void WaitForWorkers();
@@ -138,11 +140,12 @@ class CRepairWorkflow {
   CRecentFiles* m_recentFiles;
 
   CShowPageState m_page;
-  uint32_t m_timer = 0;         // the one that runs; a message of another one is late
-  std::u16string m_treeItem;    // the item of the tree that was selected last
-  std::unique_ptr<CJob> m_job;  // gone once the program is closed
-  CRecordStore m_records;
-  CTablePreview m_preview;  // last, so that its thread ends before what it works on
+  uint32_t m_timer = 0;  // the one that runs; a message of another one is late
+  // Where the held result came from; the manager's paths are those of the next repair.
+  SStartChoice m_resultOrigin;
+  bool m_mayLeaveResult = true;  // it was saved, or the user does not want it
+  std::unique_ptr<CJob> m_job;   // gone once the program is closed
+  CResultPreview m_preview;      // last, so that its thread ends before what it works on
 };
 
 }  // namespace tolvane

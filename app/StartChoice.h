@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/FrontEnd.h"
 
@@ -23,9 +24,21 @@ struct SStartChoice {
 // The message, shown with the information icon, that keeps the dialog open; none when the choice is complete.
 std::optional<std::u16string> CheckStartChoice(const SStartChoice& choice);
 
+// What a user typed or pasted as a path: without blanks around it, and without the quotation marks that other
+// programs copy with it.
+std::u16string ReadTypedPath(std::u16string_view text);
+
 // Where a file is asked for: the titles differ.
 enum class EAskedFrom : uint8_t { MainView, StartDialog };
 SFileQuestion AskForCorruptedFile(EAskedFrom from);
 SFileQuestion AskForTemplateFile(EAskedFrom from);
+
+// The words of the program's command line.
+struct SStartWords {
+  std::u16string file;     // to select, or empty
+  std::u16string message;  // to show instead of the window: what the program takes, or what it does not know
+  std::u16string notice;   // to show in the window, or empty
+};
+SStartWords ReadStartWords(const std::vector<std::u16string>& words);
 
 }  // namespace tolvane

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <span>
 
+#include "app/InputCheck.h"
 #include "app/Losses.h"
-#include "engine/SourceCheck.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "query/Query.h"
@@ -82,13 +82,24 @@ void AddTables(const CAccessData& data, CLines& lines) {
 }
 
 void AddNothing(const COvRepairFileManager& manager, CLines& lines) {
+  const SNothingFound nothing = ExplainNothing(manager);
   lines.Add({});
   lines.Add(u"Nothing could be recovered.");
-  const SSourceVerdict verdict = CheckSource(manager.GetCorruptedPath());
-  lines.Add(
-      verdict.state != ESourceState::Ok
-          ? verdict.reason
-          : u"No page of the file defines a table. It may be no Access database, or overwritten as a whole.");
+  if (!nothing.cause.empty()) lines.Add(nothing.cause);
+  if (nothing.advice.empty()) return;
+  lines.Add({});
+  lines.Add(u"What can be done:");
+  lines.Add(nothing.advice);
+}
+
+// No damage of the file: with more room the rows come back, and so does what rests on them.
+void AddSkippedTables(const CAccessData& data, CLines& lines) {
+  const uint64_t count = data.GetLedger().GetCount(EDamage::SkippedTable);
+  lines.Add({});
+  lines.Add(u"The rows of " + Grouped(count, u"table") +
+            u" could not be kept in the folder for temporary files:");
+  lines.Add(data.GetWorkFolder());
+  lines.Add(u"Free some space there and repair the file again. The log says what the system reported.");
 }
 
 void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lines) {
@@ -119,13 +130,15 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
   if (data) {
     AddSource(manager, data->source, lines);
   }
-  if (!data || IsNothingRecovered(*data)) {
-    AddNothing(manager, lines);
+  const bool lacksRoom = data && data->GetLedger().GetCount(EDamage::SkippedTable) > 0;
+  if (lacksRoom) AddSkippedTables(*data, lines);
+  if (IsNothingFound(data)) {
+    if (!lacksRoom) AddNothing(manager, lines);
   } else {
     AddTables(*data, lines);
     if (IsRecoveryWhole(*data) && ListOmittedObjects(*data, 0).empty()) lines.Add(u"Nothing was lost.");
   }
-  if (data) AddDamage(u"Lost or doubtful:", *data, lines);
+  if (data && !lacksRoom) AddDamage(u"Lost or doubtful:", *data, lines);
   return lines.Take();
 }
 

@@ -22,11 +22,21 @@ inline constexpr std::u16string_view kFileSelectedHint =
     u"Select corrupted access file and press repair button.";
 inline constexpr std::u16string_view kSavedHint = u"The database has been repaired and saved successfully.";
 
+inline constexpr std::u16string_view kLeaveQuestion =
+    u"The recovered tables have not been saved. Leave them? They are kept until the next repair starts.";
+
 // The recovered tables that the tree shows: those that a save would write.
 std::vector<STableItem> ListTables(const CAccessData& data);
 // Where nothing was recovered.
 inline constexpr std::u16string_view kNothingFoundHint =
-    u"No table was found. The summary says what is known of the file.";
+    u"No table was found; there is nothing to save. The summary says why, and what can be done.";
+inline constexpr std::u16string_view kEncryptedHint =
+    u"The database is encrypted; nothing can be read or saved. The summary says what can be done.";
+inline constexpr std::u16string_view kUnfitTemplateHint =
+    u"The template does not fit the damaged file; there is nothing to save. The summary says what can be "
+    u"done.";
+inline constexpr std::u16string_view kNoRoomHint =
+    u"There was no room for the recovered rows. The summary says where to free some.";
 inline constexpr std::u16string_view kEmptySaveHint = u"The new database was saved without any table.";
 inline constexpr std::u16string_view kBrokenSaveHint =
     u"The database could not be saved. Nothing was written.";

@@ -221,8 +221,10 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
         kind && !(m_rules.keepLinks && IsLink(*kind)) && !texts.name.starts_with(kDeletedObject))
       parseData.NoteOtherObject(*kind, texts.name);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
-      if (const auto page = PageOfText(texts.id))
+      if (const auto page = PageOfText(texts.id)) {
         parseData.GetLedger().Add(EDamage::LostTable, {*page, CDamageLedger::kNoTable, -1, 1});
+        parseData.NoteLostTable(*page, texts.name);
+      }
     }
   }
   m_file.Close();

@@ -15,4 +15,9 @@ void CAccessData::NoteOtherObject(EOtherObject kind, std::u16string_view name) {
   m_otherObjects.push_back({kind, std::u16string(name)});
 }
 
+void CAccessData::NoteLostTable(uint64_t page, std::u16string_view name) {
+  if (m_rules.tellReasons && !name.empty() && m_lostTables.size() < CDamageLedger::kPlacesKept)
+    m_lostTables.try_emplace(page, name);
+}
+
 }  // namespace tolvane

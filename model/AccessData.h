@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -82,6 +83,10 @@ class CAccessData {
   [[nodiscard]] const std::vector<SOtherObject>& GetOtherObjects() const { return m_otherObjects; }
   void NoteOtherObject(EOtherObject kind, std::u16string_view name);
 
+  // Of tables in the catalogue whose definitions are gone, by the page that these stood on.
+  [[nodiscard]] const std::map<uint64_t, std::u16string>& GetLostTables() const { return m_lostTables; }
+  void NoteLostTable(uint64_t page, std::u16string_view name);
+
   std::u16string sourcePath;  // of the damaged file
   SSourceFacts source;
   // Of the catalogue, where the rules ask for them.
@@ -96,6 +101,7 @@ class CAccessData {
   CDamageLedger m_ledger;
   std::vector<SOtherObject> m_otherObjects;
   std::set<std::pair<EOtherObject, std::u16string>> m_knownObjects;
+  std::map<uint64_t, std::u16string> m_lostTables;
 };
 
 }  // namespace tolvane

@@ -125,7 +125,7 @@ struct SRecoveryRules {
 
   // Of each kind of damage, the places that a result for programs and a log list.
   uint32_t damagePlacesTold;
-  // A place of damage says what is wrong there.
+  // A place of damage says what is wrong there, and the name of a table that only the catalogue knows.
   bool tellReasons;
   // Objects that a repair never brings back (forms, reports, macros, modules, links) are named and count as
   // lost.

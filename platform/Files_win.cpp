@@ -108,8 +108,9 @@ EFileKind GetFileKind(std::u16string_view path) {
   return IsFolder(information.dwFileAttributes) ? EFileKind::Folder : EFileKind::File;
 }
 
+// Whether another program keeps it, or its owner, is for the opening to tell, in the system's words.
 bool CanRead(std::u16string_view path) {
-  return OpenAnything(path, GENERIC_READ) != nullptr;
+  return GetFileAttributesW(SystemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool CanWrite(std::u16string_view path) {

@@ -258,7 +258,7 @@ void CMainFrame::OnCommand(UINT identifier) {
     case ID_NEW_REPAIR:
       return OnNewRepair();
     case ID_CHOOSE_FILE:
-      if (m_switches.canRepair) m_workflow->ChooseCorruptedFile();
+      if (m_switches.canRepair && m_workflow->MayLeaveResult()) m_workflow->ChooseCorruptedFile();
       return;
     case ID_CHOOSE_TEMPLATE:
       if (IsChoosing()) m_workflow->ChooseTemplateFile();
@@ -269,11 +269,18 @@ void CMainFrame::OnCommand(UINT identifier) {
       return;
     case IDC_RECENT_LIST:
       return SelectRecentFile(m_view.GetChosenRecentFile());
+    case ID_REPAIR:
+      if (IsChoosing()) OnNext();
+      return;
+    case ID_SAVE_RESULT:
+      if (!IsChoosing()) OnNext();
+      return;
     case ID_NEXT:
       return OnNext();
     case ID_BACK:
-      if (m_switches.canRepair) m_workflow->Back();
-      return;
+      return OnBack();
+    case ID_FORWARD:
+      return m_workflow->ShowHeldResult();
     case ID_STOP:
       return OnStop();
     case ID_EXIT:
@@ -329,8 +336,17 @@ void CMainFrame::OnRecordsCommand(UINT identifier) {
 
 // While a worker runs, going on is the timers' business.
 void CMainFrame::OnNext() {
-  const bool isReview = m_workflow->GetPage() == EPageState::Repaired;
-  if (isReview ? m_switches.canSave : m_switches.canRepair && IsChoosing()) m_workflow->Next();
+  if (IsChoosing() ? m_switches.canRepair : CanSave()) m_workflow->Next();
+}
+
+bool CMainFrame::CanSave() const {
+  return m_workflow->GetPage() == EPageState::Repaired && m_switches.canSave && m_workflow->HasFindings();
+}
+
+// From the last page to the result is no way off it.
+void CMainFrame::OnBack() {
+  if (!m_switches.canRepair) return;
+  if (m_workflow->GetPage() != EPageState::Repaired || m_workflow->MayLeaveResult()) m_workflow->Back();
 }
 
 void CMainFrame::OnStop() {
@@ -340,7 +356,7 @@ void CMainFrame::OnStop() {
 }
 
 void CMainFrame::OnNewRepair() {
-  if (!m_switches.canRepair) return;
+  if (!m_switches.canRepair || !m_workflow->MayLeaveResult()) return;
   const COvRepairFileManager& manager = m_workflow->GetManager();
   CStartRecoverDlg dialog({.isTemplateMode = m_workflow->IsTemplateMode(),
                            .corruptedFile = IsChoosing() ? manager.GetCorruptedPath() : std::u16string(),
@@ -393,10 +409,10 @@ void CMainFrame::OnHelp() {
 
 void CMainFrame::SelectFile(std::u16string_view path) {
   if (path.empty()) return;
-  if (m_switches.canRepair)
-    m_workflow->SelectCorruptedFile(GetAbsolutePath(path));
-  else
+  if (!m_switches.canRepair)
     ShowNotice(u"Stop the work first, then choose another database.");
+  else if (m_workflow->MayLeaveResult())
+    m_workflow->SelectCorruptedFile(GetAbsolutePath(path));
 }
 
 void CMainFrame::SelectRecentFile(const std::u16string& path) {
@@ -472,13 +488,14 @@ void CMainFrame::OnMenu(HMENU menu) {
     EnableMenuItem(menu, identifier, MF_BYCOMMAND | static_cast<UINT>(isEnabled ? MF_ENABLED : MF_GRAYED));
   };
   const EPageState page = m_workflow->GetPage();
-  const bool isReview = page == EPageState::Repaired;
   enable(ID_NEW_REPAIR, m_switches.canRepair);
   enable(ID_CHOOSE_FILE, m_switches.canRepair);
   enable(ID_CHOOSE_TEMPLATE, m_switches.canRepair && IsChoosing() && m_workflow->IsTemplateMode());
   enable(ID_MODE_STANDARD, IsChoosing());
   enable(ID_MODE_TEMPLATE, IsChoosing());
-  enable(ID_NEXT, isReview ? m_switches.canSave : m_switches.canRepair && IsChoosing());
+  enable(ID_REPAIR, m_switches.canRepair && IsChoosing());
+  enable(ID_SAVE_RESULT, CanSave());
+  enable(ID_FORWARD, m_workflow->IsResultHeld());
   enable(ID_BACK, m_switches.canRepair && page >= EPageState::Repaired);
   enable(ID_STOP, m_switches.canStop);
   enable(ID_OPEN_FOLDER, page == EPageState::Saved);
@@ -489,12 +506,6 @@ void CMainFrame::OnMenu(HMENU menu) {
   CheckMenuRadioItem(menu, ID_MODE_STANDARD, ID_MODE_TEMPLATE,
                      m_workflow->IsTemplateMode() ? ID_MODE_TEMPLATE : ID_MODE_STANDARD, MF_BYCOMMAND);
   if (GetMenuItemID(menu, 0) == ID_NEW_REPAIR) ListRecentFiles(menu);
-  std::wstring next = isReview ? L"&Save Repaired Database...\tCtrl+S" : L"&Repair\tF5";
-  MENUITEMINFOW item{};
-  item.cbSize = sizeof(item);
-  item.fMask = MIIM_STRING;
-  item.dwTypeData = next.data();
-  SetMenuItemInfoW(menu, ID_NEXT, FALSE, &item);
 }
 
 // Above the way out.

@@ -31,6 +31,8 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   bool Create(std::u16string_view path);
   // True when the message was a key of the window's own.
   bool TranslateKeys(MSG& message);
+  // In the status bar.
+  void ShowNotice(std::u16string_view text) const;
   // As it was when the program ended last.
   [[nodiscard]] bool IsToBeMaximised() const { return m_isMaximised; }
 
@@ -60,6 +62,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void OnRecordsCommand(UINT identifier);
   void OnClose();
   void OnNext();
+  void OnBack();
   void OnStop();
   void OnNewRepair();
   void OnSettings();
@@ -77,8 +80,8 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void ListRecentFiles(HMENU menu) const;
   void Arrange();
   void UpdateTitle();
-  void ShowNotice(std::u16string_view text) const;
   [[nodiscard]] bool IsChoosing() const;
+  [[nodiscard]] bool CanSave() const;
 
   CProfile& m_profile;
   CRecentFiles& m_recentFiles;

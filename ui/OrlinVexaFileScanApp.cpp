@@ -11,7 +11,7 @@
 
 namespace tolvane {
 
-COrlinVexaFileScanApp::COrlinVexaFileScanApp(std::u16string path) : m_path(std::move(path)) {}
+COrlinVexaFileScanApp::COrlinVexaFileScanApp(SStartWords words) : m_words(std::move(words)) {}
 
 COrlinVexaFileScanApp::~COrlinVexaFileScanApp() {
   m_frame.reset();
@@ -19,7 +19,7 @@ COrlinVexaFileScanApp::~COrlinVexaFileScanApp() {
 }
 
 bool COrlinVexaFileScanApp::InitInstance() {
-  return tolvane::InitInstance(*this, m_dialogs, m_path);
+  return tolvane::InitInstance(*this, m_dialogs, m_words.file);
 }
 
 bool COrlinVexaFileScanApp::InitialiseOle() {
@@ -61,7 +61,9 @@ bool COrlinVexaFileScanApp::MakeWorkFolder(std::u16string& problem) {
 
 bool COrlinVexaFileScanApp::OpenMainWindow(std::u16string_view path) {
   m_frame = std::make_unique<CMainFrame>(m_profile, m_recentFiles, m_runFolder);
-  return m_frame->Create(path);
+  if (!m_frame->Create(path)) return false;
+  if (!m_words.notice.empty()) m_frame->ShowNotice(m_words.notice);
+  return true;
 }
 
 void COrlinVexaFileScanApp::UpdateMainWindow() {
@@ -87,7 +89,11 @@ int COrlinVexaFileScanApp::Run() {
 }  // namespace tolvane
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
-  const auto words = tolvane::GetProgramArguments(__argc, nullptr);
-  tolvane::COrlinVexaFileScanApp app(words.empty() ? std::u16string() : words.front());
+  const tolvane::SStartWords words = tolvane::ReadStartWords(tolvane::GetProgramArguments(__argc, nullptr));
+  if (!words.message.empty()) {
+    tolvane::CWindowDialogs().ShowMessage(words.message, tolvane::EMessageIcon::Information);
+    return 0;
+  }
+  tolvane::COrlinVexaFileScanApp app(words);
   return app.InitInstance() ? app.Run() : 1;
 }

@@ -6,6 +6,7 @@
 
 #include "app/AppStart.h"
 #include "app/RecentFiles.h"
+#include "app/StartChoice.h"
 #include "platform/InstanceChecker.h"
 #include "store/WorkFolder.h"
 #include "ui/MainFrame.h"
@@ -25,8 +26,7 @@ class CWinApp {
 
 class COrlinVexaFileScanApp : public CWinApp, private CStartActions {
  public:
-  // The file named on the command line, or empty.
-  explicit COrlinVexaFileScanApp(std::u16string path);
+  explicit COrlinVexaFileScanApp(SStartWords words);
   ~COrlinVexaFileScanApp() override;
 
   bool InitInstance() override;
@@ -43,7 +43,7 @@ class COrlinVexaFileScanApp : public CWinApp, private CStartActions {
   bool OpenMainWindow(std::u16string_view path) override;
   void UpdateMainWindow() override;
 
-  std::u16string m_path;
+  SStartWords m_words;
   bool m_hasOle = false;
   CInstanceChecker m_instanceChecker;
   CProfile m_profile;

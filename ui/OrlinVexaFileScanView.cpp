@@ -155,6 +155,8 @@ bool COrlinVexaFileScanView::IsShownHere(UINT identifier) const {
       return isReview && IsTableShown();
     case EWhen::Overview:
       return !isReview || !IsTableShown();
+    case EWhen::Held:
+      return m_workflow && m_workflow->IsResultHeld();
     case EWhen::Always:
       break;
   }
@@ -228,7 +230,7 @@ void COrlinVexaFileScanView::RestoreFocus() {
 void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
   m_switches = switches;
   const bool isReview = m_state.page == EPageState::Repaired;
-  GetItem(ID_NEXT).Enable(isReview ? switches.canSave : switches.canRepair);
+  GetItem(ID_NEXT).Enable(isReview ? switches.canSave && m_workflow->HasFindings() : switches.canRepair);
   GetItem(ID_STOP).Enable(switches.canStop);
   GetItem(ID_BACK).Enable(switches.canRepair);
   // Only now the button that it goes to can be pressed.

@@ -4,7 +4,7 @@ namespace tolvane {
 
 bool CReadOnlyEdit::Create(HWND parent, UINT identifier, EEditForm form) {
   constexpr DWORD kLines = ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL;
-  SStyle style{WS_TABSTOP, WS_EX_CLIENTEDGE};
+  SStyle style{WS_TABSTOP | WS_GROUP, WS_EX_CLIENTEDGE};
   switch (form) {
     case EEditForm::Line:
       style.style |= ES_AUTOHSCROLL | ES_READONLY;

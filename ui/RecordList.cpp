@@ -37,7 +37,7 @@ void AppendInOneLine(std::u16string& line, std::u16string_view text) {
 
 bool CRecordList::Create(HWND parent, UINT identifier, SActions actions) {
   m_actions = std::move(actions);
-  constexpr DWORD kStyle = WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS;
+  constexpr DWORD kStyle = WS_TABSTOP | WS_GROUP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS;
   if (!CreateControl(WC_LISTVIEWW, L"Records", {kStyle, WS_EX_CLIENTEDGE}, parent, identifier)) return false;
   Send(LVM_SETEXTENDEDLISTVIEWSTYLE, 0, kExtendedStyle);
   return true;

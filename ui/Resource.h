@@ -109,6 +109,9 @@
 #define ID_OPEN_FOLDER 32789
 #define ID_MODE_STANDARD 32790
 #define ID_MODE_TEMPLATE 32791
+#define ID_REPAIR 32792
+#define ID_SAVE_RESULT 32793
+#define ID_FORWARD 32794
 // The recent files, up to four.
 #define ID_RECENT_FIRST 32800
 #define ID_RECENT_LAST 32803

@@ -23,8 +23,15 @@ void CStartRecoverDlg::ShowChoice() const {
     GetItem(identifier).Show(m_choice.isTemplateMode);
 }
 
-void CStartRecoverDlg::OnCommand(UINT identifier, UINT) {
+// Paths can be typed and pasted.
+void CStartRecoverDlg::OnCommand(UINT identifier, UINT notification) {
   switch (identifier) {
+    case IDC_START_FILE:
+    case IDC_START_TEMPLATE_FILE:
+      if (notification == EN_CHANGE)
+        (identifier == IDC_START_FILE ? m_choice.corruptedFile : m_choice.templateFile) =
+            ReadTypedPath(GetItem(identifier).GetText());
+      return;
     case IDC_START_STANDARD:
     case IDC_START_TEMPLATE:
       m_choice.isTemplateMode = identifier == IDC_START_TEMPLATE;

@@ -12,8 +12,8 @@ constexpr char16_t kRootText[] = u"Recovered Tables";
 }  // namespace
 
 bool CTreeControl::Create(HWND parent, UINT identifier) {
-  constexpr DWORD kStyle =
-      WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP;
+  constexpr DWORD kStyle = WS_TABSTOP | WS_GROUP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT |
+                           TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP;
   if (!CreateControl(WC_TREEVIEWW, L"Recovered Tables", {kStyle, WS_EX_CLIENTEDGE}, parent, identifier))
     return false;
   SetTables({});

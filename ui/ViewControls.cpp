@@ -38,8 +38,8 @@ constexpr SControl kControls[] = {
      L"changed."},
     {IDC_MODE_HEADING, kChoicePages, L"How to repair", EKind::Text, EWhen::Always, EFace::Bold},
     {IDC_MODE_STANDARD, kChoicePages, L"", EKind::Own},
-    {IDC_MODE_STANDARD_TEXT, kChoicePages},
     {IDC_MODE_TEMPLATE, kChoicePages, L"", EKind::Own},
+    {IDC_MODE_STANDARD_TEXT, kChoicePages},
     {IDC_MODE_TEMPLATE_TEXT, kChoicePages},
     {IDC_TEMPLATE_LABEL, kChoicePages, L"Template &database :", EKind::Text, EWhen::Template},
     {IDC_TEMPLATE_FILE, kChoicePages, L"", EKind::Own, EWhen::Template},
@@ -71,6 +71,7 @@ constexpr SControl kControls[] = {
 
     {ID_BACK, kAllPages & ~kWorkPages & ~On(EPageState::ModeSelection) & ~On(EPageState::FileSelected),
      L"&Back", EKind::Button},
+    {ID_FORWARD, kChoicePages, L"Sho&w recovered tables", EKind::Button, EWhen::Held},
     {ID_STOP, kWorkPages, L"&Stop", EKind::Button},
     {ID_NEW_REPAIR, kDonePage, L"&Repair another...", EKind::Button},
     {ID_NEXT, kChoicePages | kReviewPage, L"", EKind::DefaultButton},
@@ -101,7 +102,8 @@ const SPageTexts& GetPageTexts(EPageState page) {
 
 bool CreateStandardControl(HWND parent, const SControl& control) {
   const wchar_t* className = L"STATIC";
-  DWORD style = WS_CHILD;
+  // Each is a group of its own: arrow keys leave none.
+  DWORD style = WS_CHILD | WS_GROUP;
   DWORD exStyle = 0;
   switch (control.kind) {
     case EKind::Text:
@@ -122,8 +124,6 @@ bool CreateStandardControl(HWND parent, const SControl& control) {
     case EKind::Own:
       break;
   }
-  // What follows the mode buttons is no part of their group.
-  if (control.identifier == IDC_TEMPLATE_LABEL) style |= WS_GROUP;
   return CreateWindowExW(exStyle, className, control.text, style, 0, 0, 0, 0, parent,
                          reinterpret_cast<HMENU>(static_cast<UINT_PTR>(control.identifier)),
                          GetModuleHandleW(nullptr), nullptr) != nullptr;

@@ -107,7 +107,8 @@ void CViewLayout::ArrangeCommands(CArea& area) {
         bar, m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving ? ID_STOP : ID_NEXT,
         false);
   }
-  PlaceButton(bar, ID_BACK, true);
+  const bool isChoice = m_state.page <= EPageState::FileSelected;
+  PlaceButton(bar, isChoice ? ID_FORWARD : ID_BACK, true);
 }
 
 void CViewLayout::ArrangePathLine(CArea& area, UINT label, UINT path, UINT button) {

@@ -8,6 +8,7 @@
 #include "app/Losses.h"
 #include "app/OutputChoice.h"
 #include "app/RecentFiles.h"
+#include "app/StartChoice.h"
 #include "app/ViewTexts.h"
 #include "app/WindowPlace.h"
 #include "store/WorkFolder.h"
@@ -237,7 +238,26 @@ TEST(Findings, EachSetOfRulesTellsItsOwn) {
     EXPECT_EQ(told, isExact ? 30u : 20u);
     data.NoteOtherObject(EOtherObject::Form, u"Start");
     EXPECT_EQ(ListOmittedObjects(data, 9).size(), isExact ? 1u : 0u);
+    data.GetLedger().Add(EDamage::LostTable, {50, CDamageLedger::kNoTable, -1, 1});
+    data.NoteLostTable(50, u"Orders");
+    for (const SLossLine& line : ListDamage(data, 1))
+      if (line.words.find(u"definition is gone") != std::u16string::npos) {
+        EXPECT_EQ(ToUtf8(line.places), isExact ? "table Orders, page 50" : "page 50");
+      }
   }
+}
+
+TEST(StartWords, OneFileOrAnAnswer) {
+  using Words = std::vector<std::u16string>;
+  EXPECT_EQ(ReadStartWords({}).file + ReadStartWords({}).message, u"");
+  EXPECT_EQ(ReadStartWords({u"C:\\a b.mdb"}).file, u"C:\\a b.mdb");
+  EXPECT_EQ(ReadStartWords({u"a.mdb"}).notice, u"");
+  EXPECT_NE(ReadStartWords({u"a.mdb", u"b.mdb"}).notice, u"");
+  for (const Words& words : {Words{u"/?"}, Words{u"a.mdb", u"--help"}})
+    EXPECT_TRUE(ReadStartWords(words).message.starts_with(u"TolvaneForAccess [DATABASE]"));
+  EXPECT_TRUE(ReadStartWords({u"--nonsense"}).message.starts_with(u"The option --nonsense is not known."));
+  EXPECT_EQ(ReadTypedPath(u"  \"C:\\a b.mdb\"\r\n"), u"C:\\a b.mdb");
+  EXPECT_EQ(ReadTypedPath(u" \" "), u"\"");
 }
 
 TEST(WindowPlace, FitsTheScreenThatIsThere) {

@@ -127,7 +127,8 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
          {std::u16string_view(u"text"), note, std::u16string_view(u"side.Ole")})
       file.WriteValue(value);
   file.CloseDataFile();
-  store.SetTable(table, kStandardRules);
+  const CAccessData data(kStandardRules, GetWorkFolder());
+  store.SetTable(table, data);
   CPreviewThreadStatus::Instance().SetAbort(0);
   CAccessTableDataFileParser(GetWorkFolder(), kStandardRules, ShownJob()).FillPreview(&table, &store);
   ASSERT_EQ(store.GetItemCount(), 2u);
@@ -154,6 +155,20 @@ TEST_F(RecordStore, AFullDiskShowsWhatItHas) {
   for (size_t i = 0; i + 1 < store.GetItemCount(); ++i) EXPECT_EQ(store.GetCell(i, 1), text);
   store.Clear();
   EXPECT_TRUE(store.GetProblem().empty());
+}
+
+// Names of Access 97 are recovered as bytes, two to a unit.
+TEST_F(RecordStore, HeadingsAreSpeltForPeople) {
+  CAccessData data(kStandardRules, GetWorkFolder());
+  data.source.codePage = 1252;
+  CAccessTable& table = data.GetTables().AddTable(4096);
+  CAccessColumn column;
+  column.SetName(u"\u7441\u6365\u00FC");
+  column.storedNameBytes = 5;
+  table.columns.Add(std::move(column));
+  store.SetTable(table, data);
+  store.InsertColumn(0, table.columns.GetAt(0)->GetName(), 100);
+  EXPECT_EQ(store.GetColumns().front().heading, u"Atec\u00FC");
 }
 
 TEST(TextSearch, FoldsTheCapitalsOfThreeScripts) {

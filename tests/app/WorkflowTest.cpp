@@ -209,7 +209,7 @@ TEST_F(Workflow, FilesThatCannotBeReadStartNothing) {
       {missing, damaged, true, refusal},
       {damaged, missing, true, refusal},
       {damaged, {}, true, "message info: Please Select Template MS Access Database File."},
-      {scratch / u"folder", {}, false, "message plain: "},
+      {scratch / u"folder", {}, false, "message plain: '" + ToUtf8(scratch / u"folder") + "' is a folder."},
   };
   for (const auto& c : cases) {
     MakeWorkflow();
@@ -281,15 +281,54 @@ TEST_F(Workflow, ARepairThatEndsWhileStopIsAskedIsKept) {
   EXPECT_NE(workflow->GetManager().GetData(), nullptr);
 }
 
-TEST_F(Workflow, WhatHoldsNoTableIsNoSuccess) {
-  WriteFile(damaged, Bytes(100));
-  workflow->SetEngine(*embeddedEngine);
+TEST_F(Workflow, WhereNothingIsFoundThereIsNothingToSave) {
+  const std::u16string text = scratch / u"letter.txt";
+  WriteText(text, std::string(9000, 'x'));
+  const struct {
+    std::u16string corrupted, healthy;
+    std::string hint, summary;
+  } cases[] = {
+      {text, {}, "No table was found", "Its name does not end in .mdb or .accdb"},
+      {damaged, text, "The template does not fit", "Template " + ToUtf8(text) + ": "},
+  };
+  for (const auto& c : cases) {
+    MakeWorkflow();
+    workflow->ChooseMode(!c.healthy.empty());
+    workflow->SelectTemplateFile(c.healthy);
+    workflow->SelectCorruptedFile(c.corrupted);
+    workflow->Next();
+    FinishRepair();
+    EXPECT_TRUE(window.hint.starts_with(c.hint)) << window.hint;
+    EXPECT_NE(window.summary.find(c.summary), std::string::npos) << window.summary;
+    EXPECT_NE(window.summary.find("What can be done:"), std::string::npos) << window.summary;
+    EXPECT_TRUE(workflow->MayLeaveResult());
+    window.calls.clear();
+    workflow->Next();
+    EXPECT_EQ(window.calls, Lines{"message info: There is nothing to save."});
+    EXPECT_EQ(Page(), EPageState::Repaired);
+  }
+}
+
+TEST_F(Workflow, AResultThatWasNotSavedIsLeftKnowinglyAndFoundAgain) {
   Repair();
-  EXPECT_NE(window.hint, "");
+  window.calls.clear();
+  EXPECT_FALSE(workflow->MayLeaveResult()) << "No";
+  window.answers = {true};
+  EXPECT_TRUE(workflow->MayLeaveResult() && workflow->MayLeaveResult()) << "Yes, asked once";
+  EXPECT_EQ(window.Take({"ask"}).size(), 2u);
+  workflow->ChooseMode(true);
+  workflow->SelectCorruptedFile(scratch / u"other.mdb");
+  ASSERT_TRUE(workflow->IsResultHeld());
+  workflow->ShowHeldResult();
+  EXPECT_EQ(Page(), EPageState::Repaired);
+  EXPECT_EQ(window.selectedFile, ToUtf8(damaged));
+  EXPECT_FALSE(workflow->IsTemplateMode());
+  EXPECT_NE(window.summary.find("4 tables, 306 rows"), std::string::npos) << window.summary;
+  Repair();
+  workflow->SetEngine(*embeddedEngine);
   StartSave();
   FinishSave();
-  EXPECT_EQ(Page(), EPageState::Saved);
-  EXPECT_EQ(window.hint.find("successfully"), std::string::npos) << window.hint;
+  EXPECT_TRUE(workflow->MayLeaveResult()) << "saved";
 }
 
 // --- preview ---

@@ -38,6 +38,7 @@ STOPPED = ('Proccess stop by user.', OK)
 CLOSE = 'Are you sure, you want to close the application?'
 NOT_THERE = "File '%s' does not exist or access is denied."
 FIRST_HINT = 'Please click on repair button and select corrupted MS Access file.'
+LEAVE = 'The recovered tables have not been saved. Leave them? They are kept until the next repair starts.'
 CHOSEN_HINT = 'Select corrupted access file and press repair button.'
 SAVED_HINT = 'The database has been repaired and saved successfully.'
 EXACT_RULES, STANDARD_RULES = 0, 1  # in the list of the settings
@@ -287,15 +288,92 @@ def wrong_files(desk):
     expect(program.page(), 'chosen', 'page after a missing file')
     with desk.session.holding(held):
         desk.choose(held)
-        program.command('ID_NEXT', (NOT_THERE % windows_path(held), OK))
-    second = Program(desk.session, desk.executable)
-    second.answer(('Tolvane for Access is already running.', OK))
-    second.wait_for_end(1)
+        program.command('ID_NEXT')
+        box = program.wait_for_dialog(window.PROGRAM)
+        expect_text(box.message(), 'File: %s\nIf another program has it open' % windows_path(held), 'message')
+        expect('does not exist' in box.message(), False, 'whether a file in use is told to be missing')
+        program.close_box(box, OK)
+    for words, message, code in (((), 'Tolvane for Access is already running.', 1),
+                                 (('--help',), 'TolvaneForAccess [DATABASE]', 0)):
+        second = Program(desk.session, desk.executable, *words)
+        box = second.wait_for_dialog(window.PROGRAM)
+        expect_text(box.message(), message, 'message of a second copy')
+        second.close_box(box, OK)
+        second.wait_for_end(code)
     expect(len(program.windows()), 1, 'windows of the first copy')
     desk.choose(desk.write('text.mdb', b'no database\n' * 1000))
     program.command('ID_NEXT', page='review')
     expect_text(program.text('IDC_SUMMARY'), 'Nothing could be recovered.', 'summary')
+    expect(program.control('ID_NEXT').is_enabled(), False, 'whether nothing can be saved')
+    program.command('ID_SAVE_RESULT')
+    expect(program.page(), 'review', 'page after saving nothing')
     desk.shoot('4-nothing')
+    program.close()
+
+
+def leave_review(desk):
+    """What was not saved is left knowingly, and found again."""
+    program = desk.repair(desk.damaged)
+    program.command('ID_BACK', (LEAVE, NO))
+    expect(program.page(), 'review', 'page after No')
+    program.drop(windows_path(desk.healthy_path))
+    program.answer((LEAVE, YES))
+    program.wait_for_text('IDC_FILE', windows_path(desk.healthy_path))
+    desk.shoot('2-held')
+    program.command('ID_FORWARD', page='review')
+    expect(program.frame.text(), 'damaged.mdb - ' + window.PROGRAM, 'title')
+    desk.save(desk.folder / 'held.mdb', default='Tolvane_damaged.mdb')
+    desk.check_saved(desk.folder / 'held.mdb')
+    program.command('ID_BACK', page='review')
+    program.command('ID_BACK', page='chosen')
+    program.close()
+
+
+def keyboard(desk):
+    """The whole way without a mouse; keys do only what the page offers."""
+    program = desk.start(windows_path(desk.damaged))
+    program.wait_for_page('chosen')
+    program.wait_for_focus('ID_NEXT')
+    program.type(window.VK_LEFT)
+    program.type(window.VK_CONTROL, ord('S'))
+    program.type(window.VK_MENU, ord('T'))
+    program.wait_for_focus('IDC_MODE_TEMPLATE')
+    wait_for(lambda: program.shown('IDC_TEMPLATE_FILE') == [True], 'the line of the template')
+    for key, name in ((window.VK_DOWN, 'IDC_MODE_STANDARD'), (window.VK_UP, 'IDC_MODE_TEMPLATE'),
+                      (window.VK_UP, 'IDC_MODE_STANDARD')):
+        program.type(key)
+        program.wait_for_focus(name)
+    wait_for(lambda: program.shown('IDC_TEMPLATE_FILE') == [False], 'standard mode')
+    expect(program.page(), 'chosen', 'page')
+    program.type(window.VK_F5)
+    program.wait_for_page('review')
+    program.wait_for_focus('IDC_TREE')
+    program.type(window.VK_F5)
+    program.type(window.VK_DOWN)
+    wait_for(lambda: program.shown('IDC_RECORDS') == [True], 'the records')
+    reached = []
+    for _ in range(7):
+        program.type(window.VK_TAB)
+        wait_for(lambda: program.focus() != (reached or [ID['IDC_TREE']])[-1], 'the next control')
+        reached.append(program.focus())
+    expect([ID[name] for name in ('IDC_SUMMARY', 'IDC_FIND', 'ID_FIND_NEXT', 'IDC_RECORDS', 'IDC_CELL', 'ID_BACK', 'ID_NEXT')],
+           reached, 'the way of Tab')
+    program.type(window.VK_MENU, ord('D'))
+    program.wait_for_focus('IDC_RECORDS')
+    program.type(window.VK_HOME)
+    program.type(window.VK_RIGHT)
+    program.wait_for_text('IDC_CELL_LABEL', '&Value - row 1, Company')
+    program.type(window.VK_RETURN)
+    dialog = program.wait_for_box('the whole value')
+    program.type(window.VK_ESCAPE, to=dialog)
+    wait_for(lambda: not dialog.is_shown(), 'the end of the dialog')
+    program.type(window.VK_CONTROL, ord('S'))
+    program.answer_file_dialog(SAVE_TITLE, None)
+    program.type(window.VK_MENU, window.VK_LEFT)
+    program.answer((LEAVE, YES))
+    program.wait_for_page('chosen')
+    program.type(window.VK_MENU, window.VK_RIGHT)
+    program.wait_for_page('review')
     program.close()
 
 
@@ -431,8 +509,8 @@ def crash_note(desk):
     expect(desk.run_folders(), [], 'folders after the next start')
 
 
-STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, settings,
-           start_dialog, recent_files, window_place, crash_note]
+STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, leave_review, keyboard,
+           settings, start_dialog, recent_files, window_place, crash_note]
 DESKTOP, FINE = Display('96', 96, (2100, 1560)), Display('192', 192, (2100, 1560))
 # 800x600 and 1280x720 at 150 %, with a taskbar.
 SMALL = [Display('small-96', 96, (800, 560)), Display('small-144', 144, (1280, 648))]

@@ -21,7 +21,8 @@ WM_DROPFILES, WM_DPICHANGED = 0x233, 0x2E0
 BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL = 0xF5, 0x18B, 0x146, 0x147, 0x14E
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
-VK_CONTROL, VK_MENU, VK_HOME, KEYEVENTF_KEYUP = 0x11, 0x12, 0x24, 2
+VK_TAB, VK_RETURN, VK_CONTROL, VK_MENU, VK_ESCAPE, KEYEVENTF_KEYUP = 0x09, 0x0D, 0x11, 0x12, 0x1B, 2
+VK_HOME, VK_LEFT, VK_UP, VK_RIGHT, VK_DOWN, VK_F5 = 0x24, 0x25, 0x26, 0x27, 0x28, 0x74
 CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 259
 OK, CANCEL, YES, NO = 1, 2, 6, 7
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
@@ -362,12 +363,21 @@ class Program:
         """Makes it jump to where nothing is, in a thread of its own."""
         expect(self.session.call('CreateRemoteThread', self.process, 0, 0, NOWHERE, 0, 0, 0)[0] != 0, True, 'a thread')
 
-    def type(self, *keys):
-        """Keys of the keyboard, held down together."""
-        self.session.call('SetForegroundWindow', self.frame.handle)
+    def type(self, *keys, to=None):
+        """Keys of the keyboard, held down together; `to`: a dialog."""
+        self.session.call('SetForegroundWindow', (to or self.frame).handle)
         for flags, held in ((0, keys), (KEYEVENTF_KEYUP, reversed(keys))):
             for key in held:
                 self.session.call('keybd_event', key, 0, flags, 0)
+
+    def focus(self):
+        """The control that has the keyboard."""
+        thread = self.session.call('GetWindowThreadProcessId', self.frame.handle, bytes(4))[0]
+        state = self.session.call('GetGUIThreadInfo', thread, struct.pack('<I68x', 72))[1]
+        return self.session.call('GetDlgCtrlID', struct.unpack('<8x8xQ48x', state)[0])[0]
+
+    def wait_for_focus(self, name):
+        wait_for(lambda: self.focus() == ID[name], 'the keyboard at ' + name)
 
     def drop(self, path):
         """A file on the window. The list of files lies in the program's memory, as the system puts it there."""

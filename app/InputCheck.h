@@ -1,0 +1,31 @@
+// Whether a repair of the chosen files can begin, and what a result without tables is due to.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "app/FrontEnd.h"
+#include "app/RepairFileManager.h"
+
+namespace tolvane {
+
+struct SInputProblem {
+  std::u16string message;
+  EMessageIcon icon = EMessageIcon::None;
+};
+// Looks at the damaged file and, in template mode, at the template; none when both can be read.
+std::optional<SInputProblem> CheckInput(const COvRepairFileManager& manager);
+
+// Nothing that is worth saving: no table, or only those of a template that does not fit.
+bool IsNothingFound(const CAccessData* data);
+
+// Why a repair found nothing, and what the user can do.
+struct SNothingFound {
+  std::u16string hint;    // one line
+  std::u16string cause;   // what is the matter with which file
+  std::u16string advice;  // what can be done
+};
+// Looks at the files once more.
+SNothingFound ExplainNothing(const COvRepairFileManager& manager);
+
+}  // namespace tolvane

@@ -1,0 +1,53 @@
+// What the user looks at in the result: the selected item of the tree, the rows of its table, and the values
+// of single cells. Main thread only, but for the thread that it starts.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/FrontEnd.h"
+#include "app/RecordStore.h"
+#include "app/TablePreview.h"
+#include "model/AccessData.h"
+
+namespace tolvane {
+
+class CResultPreview {
+ public:
+  // Waits while the condition holds and keeps painting.
+  using Wait = std::function<void(const std::function<bool()>& condition)>;
+
+  CResultPreview(CMainViewWindow& view, Wait wait) : m_view(view), m_wait(std::move(wait)) {}
+
+  // False when the text is empty or that of the item before.
+  bool Remember(std::u16string_view item);
+  void Forget() { m_item.clear(); }
+  [[nodiscard]] const std::u16string& GetItem() const { return m_item; }
+  [[nodiscard]] bool IsRoot() const { return m_item.empty() || m_item == kTreeRoot; }
+  // The first table of that name; null without one. All `data` here may be null, and must stay while the
+  // preview is busy.
+  [[nodiscard]] const CAccessTable* FindTable(const CAccessData* data) const;
+
+  // Begins to read the rows of the item's table, if it is one.
+  void Start(const CAccessData* data);
+  // Ends the thread.
+  void Abort();
+  // Removes all rows and columns; not while the thread runs.
+  void Clear();
+
+  [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
+  // A value to read in full; of an OLE object, which is the kind of value in some columns, its first bytes.
+  [[nodiscard]] bool IsObject(const CAccessData* data, size_t column) const;
+  [[nodiscard]] std::u16string DescribeValue(const CAccessData* data, CRecordStore::SPlace place,
+                                             size_t maxUnits) const;
+
+ private:
+  CMainViewWindow& m_view;
+  Wait m_wait;
+  std::u16string m_item;
+  CRecordStore m_records;
+  CTablePreview m_preview;  // last, so that its thread ends before what it works on
+};
+
+}  // namespace tolvane
