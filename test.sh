@@ -142,6 +142,7 @@ test_everything() {
   stage windows-x86 build windows-x86 || failed=1
   stage wine-tests test_under_wine || failed=1
   stage window-tests test_windows || failed=1
+  stage packages "$root/packaging/test.sh" || failed=1
 }
 
 mkdir -p "$stages"
@@ -149,7 +150,7 @@ rm -f "$stages"/*.status "$stages"/*.left
 packages=(cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev googletest python3)
 if [ "$scope" = all ]; then
   packages+=(clang clang-format clang-tidy libbenchmark-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
-    wine wine64 xvfb imagemagick fonts-dejavu-core)
+    wine wine64 xvfb imagemagick fonts-dejavu-core dpkg-dev lintian mandoc man-db zsh fish)
 fi
 if [ "$scope" != quick ]; then
   packages+=(mdbtools)
@@ -170,7 +171,7 @@ stage npm-reader install_reader || failed=1
 if [ "$scope" = usual ]; then
   stage sanitizers build_readers || failed=1
   stage sanitizer-tests test_sanitizers "${readers[@]}" || failed=1
-  left format debug debug-tests odr clang clang-tests tidy windows-x64 windows-x86 wine-tests window-tests
+  left format debug debug-tests odr clang clang-tests tidy windows-x64 windows-x86 wine-tests window-tests packages
 else
   test_everything
 fi

@@ -155,7 +155,10 @@ std::string DrawZsh(std::span<const SCommandForm> forms) {
          names + "  )\n  _arguments -C" + DrawZshArguments(forms.front(), forms, "    ") +
          " \\\n    '1:command:->command' '*::argument:->argument'\n  case $state in\n  command) _describe "
          "command commands ;;\n  argument)\n    case $words[1] in\n" +
-         cases + "    esac ;;\n  esac\n}\ncompdef _tolvane tolvane\n";
+         cases +
+         "    esac ;;\n  esac\n}\n"
+         // Loaded by name it is the completion itself, read in it announces it.
+         "if [ \"$funcstack[1]\" = _tolvane ]; then _tolvane \"$@\"; else compdef _tolvane tolvane; fi\n";
 }
 
 // --- fish ---

@@ -69,7 +69,8 @@ std::string DrawExamples(const char* examples) {
   ForEachLine(examples, [&](std::string_view line) {
     const size_t gap = std::min(line.find("  "), line.size());
     const size_t remark = std::min(line.find_first_not_of(' ', gap), line.size());
-    text += ".PP\n.nf\n.RS\n" + Bold(std::string(line.substr(0, gap))) + "\n.RE\n.fi\n";
+    text += (text.ends_with("EXAMPLES\n") ? "" : ".PP\n") + std::string(".nf\n.RS\n") +
+            Bold(std::string(line.substr(0, gap))) + "\n.RE\n.fi\n";
     if (remark < line.size()) text += ".RS\n" + Escape(line.substr(remark)) + "\n.RE\n";
   });
   return text;

@@ -37,8 +37,31 @@ std::string FormatDuration(double seconds) {
   return std::to_string(whole / 3600) + ":" + twoDigits(whole / 60 % 60) + ":" + twoDigits(whole % 60);
 }
 
-double ShareOf(const SProgressState& state) {
+double FractionOf(const SProgressState& state) {
   return std::clamp(static_cast<double>(state.position) / std::max(state.maximum, 1), 0.0, 1.0);
+}
+
+// The part of a recovery or a save that a step is.
+struct SStepShare {
+  std::u16string_view start;  // of its status text
+  double from;
+  double to;
+};
+// The two scans share one bar.
+constexpr SStepShare kRecovery[] = {{u"Looking for the pages", 0, 0.05},
+                                    {u"(Step 1/4)", 0.05, 0.4},
+                                    {u"(Step 2/4)", 0.05, 0.4},
+                                    {u"(Step 3/4)", 0.4, 0.98},
+                                    {u"(Step 4/4)", 0.98, 1}};
+constexpr SStepShare kSave[] = {{u"(Step 1/2)", 0, 0.03}, {u"(Step 2/2)", 0.03, 1}};
+// The recovery's part of a repair.
+constexpr double kRecoveryShare = 0.3;
+
+template <size_t N>
+double ShareIn(const SStepShare (&steps)[N], const SProgressState& state) {
+  for (const SStepShare& step : steps)
+    if (state.status.starts_with(step.start)) return step.from + FractionOf(state) * (step.to - step.from);
+  return 0;
 }
 
 }  // namespace
@@ -56,7 +79,6 @@ void CStepClock::See(const SProgressState& state, double seconds) {
     m_started = m_refreshed = seconds;
     m_firstPosition = state.position;
     m_rate.clear();
-    m_left.clear();
     return;
   }
   if (seconds - m_started < kSecondsBeforeGuess || seconds - m_refreshed < kSecondsBetweenGuesses) return;
@@ -67,9 +89,7 @@ void CStepClock::See(const SProgressState& state, double seconds) {
 void CStepClock::Refresh(const SProgressState& state, double elapsed) {
   const double maximum = std::max(state.maximum, 1);
   const double done = state.position - m_firstPosition;
-  const double left = std::max(0, state.maximum - state.position);
   m_rate.clear();
-  m_left.clear();
   if (done <= 0) return;
   if (IsOneOf(m_step, kScanSteps)) {
     const double bytes = done / maximum * kReadingsPerBar * static_cast<double>(m_sourceBytes);
@@ -77,31 +97,49 @@ void CStepClock::Refresh(const SProgressState& state, double elapsed) {
   } else if (IsOneOf(m_step, kRowSteps)) {
     m_rate = std::to_string(static_cast<uint64_t>(done / elapsed)) + " rows/s";
   }
-  if (done / maximum < kShareBeforeGuess) return;
-  const double seconds = elapsed * left / done;
-  if (seconds < kLongestGuess) m_left = FormatDuration(seconds) + " left";
 }
 
-std::string FormatProgress(const SProgressState& state, const CStepClock& clock, size_t width) {
-  const double share = ShareOf(state);
-  const auto filled = static_cast<size_t>(share * kBarWidth);
-  const auto percent = static_cast<int>(share * 100);
+double CJobClock::ShareOf(const SProgressState& state) const {
+  const double recovered = ShareIn(kRecovery, state);
+  if (m_form == EJobForm::OneStep)
+    return state.status.starts_with(kRecovery[0].start) ? recovered : FractionOf(state);
+  if (m_form == EJobForm::Recovery) return recovered;
+  const double saved = ShareIn(kSave, state);
+  return saved > 0 ? kRecoveryShare + saved * (1 - kRecoveryShare) : recovered * kRecoveryShare;
+}
+
+void CJobClock::See(const SProgressState& state, double seconds) {
+  if (!m_isStarted) m_started = m_refreshed = seconds;
+  m_isStarted = true;
+  m_share = std::max(m_share, ShareOf(state));
+  if (seconds - m_started < kSecondsBeforeGuess || seconds - m_refreshed < kSecondsBetweenGuesses) return;
+  m_refreshed = seconds;
+  m_left.clear();
+  if (m_share < kShareBeforeGuess) return;
+  const double left = (seconds - m_started) * (1 - m_share) / m_share;
+  if (left < kLongestGuess) m_left = FormatDuration(left) + " left";
+}
+
+std::string FormatProgress(std::u16string_view status, const CJobClock& job, const std::string& rate,
+                           size_t width) {
+  const auto filled = static_cast<size_t>(job.GetShare() * kBarWidth);
+  const auto percent = static_cast<int>(job.GetShare() * 100);
   std::string head = "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " +
                      PadLeft(std::to_string(percent), 3) + " %";
-  std::string tail;
-  if (!clock.GetRate().empty()) tail += "  " + clock.GetRate();
-  if (!clock.GetTimeLeft().empty()) tail += "  " + clock.GetTimeLeft();
+  if (!job.GetTimeLeft().empty()) head += "  " + job.GetTimeLeft();
+  const std::string tail = rate.empty() ? std::string() : "  " + rate;
   const size_t used = head.size() + tail.size() + 2;
-  if (used >= width) return Shorten(head + tail, width);
-  return head + "  " + Shorten(ToDisplay(state.status), width - used) + tail;
+  if (used >= width) return Shorten(head, width);
+  return head + "  " + Shorten(ToDisplay(status), width - used) + tail;
 }
 
 void CProgressLine::Update(const SProgressState& state, double seconds) {
   if (m_form != EProgressForm::Updating) return;
   m_clock.See(state, seconds);
+  m_job.See(state, seconds);
   // A full line would make some terminals scroll.
   const unsigned width = std::max(GetTerminalWidth(EStream::Error), 21u) - 1;
-  std::string line = FormatProgress(state, m_clock, width);
+  std::string line = FormatProgress(state.status, m_job, m_clock.GetRate(), width);
   if (line == m_shown) return;
   WriteStream(EStream::Error, "\r" + line + "\x1b[K");
   m_shown = std::move(line);

@@ -19,7 +19,7 @@ struct SProgressState {
 // The step that a status text belongs to: the text without what changes from call to call.
 std::u16string_view StepOf(std::u16string_view status);
 
-// How fast a step goes and how long it will take, from what was seen of it so far.
+// How fast a step goes, from what was seen of it so far.
 class CStepClock {
  public:
   explicit CStepClock(uint64_t sourceBytes = 0) : m_sourceBytes(sourceBytes) {}
@@ -27,8 +27,6 @@ class CStepClock {
   void See(const SProgressState& state, double seconds);
   // "38.1 MB/s", "12000 rows/s"; empty while it cannot be told.
   [[nodiscard]] const std::string& GetRate() const { return m_rate; }
-  // "0:12 left"; empty while it cannot be told. Changes once a second at most.
-  [[nodiscard]] const std::string& GetTimeLeft() const { return m_left; }
 
  private:
   void Refresh(const SProgressState& state, double elapsed);
@@ -39,18 +37,44 @@ class CStepClock {
   double m_refreshed = 0;
   int32_t m_firstPosition = 0;
   std::string m_rate;
+};
+
+// What a job consists of: a recovery, a recovery and a save of what it found, or one step.
+enum class EJobForm : uint8_t { Recovery, Repair, OneStep };
+
+// How much of the whole job is done and how long the rest will take. The steps have fixed shares of the
+// whole.
+class CJobClock {
+ public:
+  explicit CJobClock(EJobForm form = EJobForm::OneStep) : m_form(form) {}
+  void See(const SProgressState& state, double seconds);
+  // 0 to 1; never goes back.
+  [[nodiscard]] double GetShare() const { return m_share; }
+  // "0:12 left"; empty while it cannot be told. Changes once a second at most.
+  [[nodiscard]] const std::string& GetTimeLeft() const { return m_left; }
+
+ private:
+  [[nodiscard]] double ShareOf(const SProgressState& state) const;
+
+  EJobForm m_form;
+  bool m_isStarted = false;
+  double m_started = 0;
+  double m_refreshed = 0;
+  double m_share = 0;
   std::string m_left;
 };
 
 // The line, at most `width` columns.
-std::string FormatProgress(const SProgressState& state, const CStepClock& clock, size_t width);
+std::string FormatProgress(std::u16string_view status, const CJobClock& job, const std::string& rate,
+                           size_t width);
 
 enum class EProgressForm : uint8_t { Silent, Lines, Updating };
 enum class ELogForm : uint8_t { Steps, All };
 
 class CProgressLine {
  public:
-  CProgressLine(EProgressForm form, ELogForm log) : m_form(form), m_log(log) {}
+  CProgressLine(EProgressForm form, ELogForm log, EJobForm job = EJobForm::OneStep)
+      : m_form(form), m_log(log), m_job(job) {}
   ~CProgressLine() { Clear(); }
   CProgressLine(const CProgressLine&) = delete;
   CProgressLine& operator=(const CProgressLine&) = delete;
@@ -66,6 +90,7 @@ class CProgressLine {
  private:
   EProgressForm m_form;
   ELogForm m_log;
+  CJobClock m_job;
   CStepClock m_clock;
   std::string m_shown;  // the updating line that stands on the terminal
 };

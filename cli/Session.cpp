@@ -17,6 +17,18 @@ namespace {
 
 constexpr uint32_t kPollInterval = 80;  // milliseconds
 
+EJobForm ChooseJobForm(const SArguments& arguments) {
+  switch (arguments.command) {
+    case ECommand::Inspect:
+    case ECommand::Check:
+      return EJobForm::OneStep;
+    case ECommand::Repair:
+      return arguments.isDryRun ? EJobForm::Recovery : EJobForm::Repair;
+    default:
+      return EJobForm::Recovery;
+  }
+}
+
 // What to do about a file that cannot be repaired, after the sentence that says what is the matter.
 SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& verdict) {
   std::u16string_view advice;
@@ -150,7 +162,8 @@ SFailure StoppedByUser() {
 CSession::CSession(const SArguments& arguments)
     : m_arguments(arguments),
       m_sourcePath(arguments.source),
-      m_progress(ChooseProgressForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps),
+      m_progress(ChooseProgressForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps,
+                 ChooseJobForm(arguments)),
       m_source(RulesOf(arguments.rules), arguments.start),
       m_template(RulesOf(arguments.rules)) {
   if (m_sourcePath == kStandardInput) m_arguments.source = kStandardInputShown;

@@ -58,36 +58,48 @@ TEST(TextTable, ShortensTheWidestCellsFirst) {
   EXPECT_EQ(LinesOf(table.Draw(CTextTable::kAnyWidth))[2], " 1  Ann   a long remark that does not fit");
 }
 
-TEST(ProgressLine, RateAndTimeLeftComeFromTheStepAlone) {
+TEST(ProgressLine, TheRateIsTheStepsAndTheTimeLeftTheWholeJobs) {
   CStepClock clock(100'000'000);
-  const auto see = [&](int32_t position, double seconds) {
-    const std::u16string status = u"(Step 2/4)Scanning file for table data: " + ToDecimal(position) + u"(kb)";
-    clock.See({status, position, 2000}, seconds);
+  CJobClock job(EJobForm::Repair);
+  double share = 0;
+  const auto see = [&](const char16_t* step, int32_t position, double seconds) {
+    const SProgressState state{std::u16string(step) + u": " + ToDecimal(position) + u"(kb)", position, 2000};
+    clock.See(state, seconds);
+    job.See(state, seconds);
+    EXPECT_GE(job.GetShare(), share) << "it never goes back";
+    share = job.GetShare();
   };
-  see(1000, 50.0);
-  see(1100, 51.0);
-  EXPECT_EQ(clock.GetTimeLeft(), "") << "too early to tell";
-  see(1250, 52.5);
+  see(u"Looking for the pages of the database", 1000, 49.0);
+  see(u"(Step 2/4)Scanning file for table data", 1000, 50.0);
+  see(u"(Step 2/4)Scanning file for table data", 1100, 50.5);
+  EXPECT_EQ(job.GetTimeLeft(), "") << "too early to tell";
+  see(u"(Step 2/4)Scanning file for table data", 1250, 52.5);
   EXPECT_EQ(clock.GetRate(), "10.0 MB/s");  // a quarter of one reading in two and a half seconds
-  EXPECT_EQ(clock.GetTimeLeft(), "0:07 left");
-  see(1400, 52.6);
-  EXPECT_EQ(clock.GetTimeLeft(), "0:07 left") << "changes once a second at most";
-  clock.See({u"(Step 3/4) Parsing", 0, 10}, 53.0);
+  EXPECT_EQ(job.GetTimeLeft(), "0:39 left");
+  see(u"(Step 2/4)Scanning file for table data", 1400, 52.6);
+  EXPECT_EQ(job.GetTimeLeft(), "0:39 left") << "changes once a second at most";
+  for (const char16_t* step :
+       {u"(Step 3/4) Parsing", u"(Step 4/4)Scanning", u"Saving relations", u"(Step 1/2)Saving"})
+    see(step, 0, 53.0);
   EXPECT_EQ(clock.GetRate(), "");
+  see(u"(Step 2/2)Saving table data", 1000, 55.0);
+  EXPECT_NEAR(share, 0.65, 0.02);
   EXPECT_EQ(StepOf(u"(Step 4/4)Scanning table name from raw table data...Orders"),
             u"(Step 4/4)Scanning table name from raw table data");
 }
 
 TEST(ProgressLine, TheLineKeepsItsWidthWhateverTheValues) {
-  const CStepClock clock;
   const std::u16string status = u"(Step 2/2)Saving table data: " + std::u16string(500, u'\u4e2d');
+  const auto draw = [](const std::u16string& text, int32_t position, int32_t maximum, size_t width) {
+    CJobClock job;
+    job.See({text, position, maximum}, 0);
+    return FormatProgress(text, job, "12 rows/s", width);
+  };
   for (const int32_t position : {-5, 0, 7, 10, 2'000'000'000})
-    for (const size_t width : {20u, 29u, 30u, 79u, 300u}) {
-      const std::string line = FormatProgress({status, position, 10}, clock, width);
-      EXPECT_LE(DisplayWidth(line), width) << line;
-    }
-  EXPECT_EQ(FormatProgress({u"Saving", 5, 10}, clock, 79), "[##########..........]  50 %  Saving");
-  EXPECT_EQ(FormatProgress({u"x", 1, 0}, clock, 79), "[####################] 100 %  x");
+    for (const size_t width : {20u, 29u, 30u, 79u, 300u})
+      EXPECT_LE(DisplayWidth(draw(status, position, 10, width)), width);
+  EXPECT_EQ(draw(u"Saving", 5, 10, 79), "[##########..........]  50 %  Saving  12 rows/s");
+  EXPECT_EQ(draw(u"x", 1, 0, 79), "[####################] 100 %  x  12 rows/s");
 }
 
 TEST(PageMap, GroupsShowThePageThatMattersMost) {

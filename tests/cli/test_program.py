@@ -49,7 +49,7 @@ class ProgramTest(unittest.TestCase):
         return self.path(name)
 
     def check(self, status, *words, **options):
-        if len(words) > 1 and words[0] != 'check' and not {'--help', '--work-dir'} & set(words):
+        if len(words) > 1 and words[0] not in ('check', 'help', 'man') and not {'--help', '--work-dir'} & set(words):
             words += ('--work-dir', self.work)
         done = subprocess.run([TOLVANE, *words], **{'stdin': subprocess.DEVNULL, 'stdout': subprocess.PIPE,
                                                     'stderr': subprocess.PIPE, 'timeout': 120, 'check': False, **options})
@@ -258,6 +258,32 @@ class ProgramTest(unittest.TestCase):
             self.assertLess(done.stdout.index(b'Examples:'), done.stdout.index(b'Options:'), words)
         self.check(USAGE)
         self.check(USAGE, 'frob', 'x')
+
+    def complete(self, *words):
+        """What a real bash offers for the last of the words."""
+        script = '. <("$0" completion bash); COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _tolvane; printf "%s\\n" "${COMPREPLY[@]}"'
+        done = subprocess.run(['bash', '-c', script, TOLVANE, 'tolvane', *words], cwd=self.folder, capture_output=True, check=True)
+        self.assertEqual(done.stderr, b'')
+        return done.stdout.decode().split('\n')[:-1]
+
+    def test_help_manual_and_completions_know_the_same_commands(self):
+        commands = self.complete('')
+        self.assertLess({'repair', 'tables', 'help', 'completion'}, set(commands))
+        program = self.text(DONE, 'man')
+        for command in commands:
+            self.assertEqual(self.text(DONE, 'help', command), self.text(DONE, command, '--help'))
+            page = self.text(DONE, 'man', command)
+            self.assertTrue(page.startswith('.TH TOLVANE-%s 1 ' % command.upper()))
+            self.assertIn('tolvane\\-' + command, program)
+            for option in self.complete(command, '-'):
+                self.assertIn('\\fB%s\\fR' % option.replace('-', '\\-'), page)
+        self.assertEqual(self.complete('rep'), ['repair'])
+        self.assertEqual(self.complete('repair', '--rules', '=', 'st'), ['standard'])
+        self.assertEqual(self.complete('repair', '-q', '-o', 'dam'), ['damaged.mdb'])
+        self.assertEqual(self.complete('export', 'dam'), ['damaged.mdb'])
+        self.assertEqual(self.complete('repair', '--to-dir', 'w'), ['work'])
+        self.assertEqual(self.complete('help', 'tab'), ['tables'])
+        self.assertIn(b'frob', self.check(USAGE, 'help', 'frob').stderr)
 
     # --- showing ---
 
