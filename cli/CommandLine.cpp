@@ -6,6 +6,7 @@
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
 #include "cli/RepairBatch.h"
+#include "cli/ReportJson.h"
 #include "cli/Summary.h"
 #include "platform/Terminal.h"
 
@@ -46,6 +47,14 @@ SCommandEnd RunCommand(CSession& session) {
   return end;
 }
 
+// With the verdict, where the file itself is the reason.
+Json DescribeFailure(CSession& session, const SFailure& failure) {
+  Json result = MakeFailure(session.GetArguments(), failure);
+  if (failure.status != EExitStatus::Stopped && session.GetReport().IsVerdictKnown())
+    result["verdict"] = DescribeVerdict(session.GetReport().Collect());
+  return result;
+}
+
 }  // namespace
 
 int RunTolvane(const std::vector<std::u16string>& words) {
@@ -66,7 +75,7 @@ int RunTolvane(const std::vector<std::u16string>& words) {
     // Whoever reads has seen enough.
     if (IsReaderGone()) return static_cast<int>(end.status);
     session.Complain(end.failure->message);
-    if (parsed.arguments.isJson) PrintJson(MakeFailure(session.GetArguments(), *end.failure));
+    if (parsed.arguments.isJson) PrintJson(DescribeFailure(session, *end.failure));
   }
   return static_cast<int>(end.status);
 }

@@ -30,6 +30,11 @@ std::u16string ShownPath(const SArguments& arguments) {
 
 }  // namespace
 
+bool IsNoPlainDatabase(ESourceState state) {
+  return state == ESourceState::Encrypted || state == ESourceState::TooShort ||
+         state == ESourceState::Empty || state == ESourceState::Foreign;
+}
+
 std::optional<SFailure> CCommandReport::Reserve() {
   const SArguments& arguments = m_session.GetArguments();
   const std::u16string& path = arguments.reportFile;
@@ -73,8 +78,7 @@ SReport CCommandReport::Collect(const std::u16string& problem) {
   sources.source = &m_session.GetSource();
   const ESourceState state = m_session.GetSourceState();
   sources.isEncrypted = state == ESourceState::Encrypted;
-  sources.isNoDatabase =
-      state == ESourceState::Empty || state == ESourceState::TooShort || state == ESourceState::Foreign;
+  sources.isNoDatabase = !sources.isEncrypted && IsNoPlainDatabase(state);
   sources.examination = Examine();
   sources.data = m_session.GetJob().GetManager().GetData();
   const COvFileSave& save = m_session.GetJob().GetSave();
@@ -91,6 +95,13 @@ SReport CCommandReport::Collect(const std::u16string& problem) {
                         .withSystemTables = arguments.withSystemTables,
                         .problem = problem},
                        sources);
+}
+
+bool CCommandReport::IsVerdictKnown() const {
+  const ECommand command = m_session.GetArguments().command;
+  if (command != ECommand::Repair && command != ECommand::Inspect) return false;
+  return IsNoPlainDatabase(m_session.GetSourceState()) ||
+         m_session.GetJob().GetManager().GetData() != nullptr;
 }
 
 EExitStatus CCommandReport::Write(EExitStatus status, const std::u16string& problem) {

@@ -7,10 +7,14 @@
 #include "app/report/Report.h"
 #include "app/report/ReportFile.h"
 #include "cli/ExitStatus.h"
+#include "engine/SourceCheck.h"
 
 namespace tolvane {
 
 class CSession;
+
+// The file can be read, and is none that can be repaired: there is something to report of it all the same.
+bool IsNoPlainDatabase(ESourceState state);
 
 class CCommandReport {
  public:
@@ -26,6 +30,8 @@ class CCommandReport {
   // What the run came to, for the page and for programs. The file is examined at the first call; the answer
   // lives as long as the session's results. `problem`: why the command failed, or nothing.
   SReport Collect(const std::u16string& problem = {});
+  // Something can be said of the file itself, though the command failed.
+  [[nodiscard]] bool IsVerdictKnown() const;
   // Writes the report, where one was asked for and is not written yet. A report that cannot be written is
   // told and costs a run that was otherwise done its status.
   EExitStatus Write(EExitStatus status, const std::u16string& problem = {});

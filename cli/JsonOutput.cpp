@@ -57,7 +57,9 @@ Json DescribeSource(const CAccessData& data, const SArguments& arguments) {
   const SSourceFacts& facts = data.source;
   Json source = {{"path", ToUtf8(arguments.source)}, {"format", FormatName(facts)},
                  {"versionByte", facts.versionByte}, {"pageSize", facts.pageSize},
-                 {"pages", facts.pageCount},         {"bytes", facts.length}};
+                 {"pages", facts.pageCount},         {"bytes", facts.length},
+                 {"start", facts.start},             {"codePage", facts.codePage},
+                 {"sortOrder", facts.sortOrder}};
   if (!arguments.templatePath.empty()) source["template"] = ToUtf8(arguments.templatePath);
   return source;
 }

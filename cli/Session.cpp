@@ -203,11 +203,7 @@ std::optional<SFailure> CSession::CheckFiles() {
     if (auto failure = KeepInput()) return failure;
   if (auto failure = TakeMap()) return failure;
   const std::optional<SFailure> sourceFailure = CheckSourceFile();
-  // There is something to tell of it, too.
-  const bool isReported = m_sourceState == ESourceState::Encrypted ||
-                          m_sourceState == ESourceState::TooShort || m_sourceState == ESourceState::Empty ||
-                          m_sourceState == ESourceState::Foreign;
-  if (sourceFailure && !isReported) return sourceFailure;
+  if (sourceFailure && !IsNoPlainDatabase(m_sourceState)) return sourceFailure;
   if (auto failure = m_report.Reserve()) return failure;
   if (sourceFailure) return sourceFailure;
   if (auto failure = CheckTemplate()) return failure;

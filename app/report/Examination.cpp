@@ -74,7 +74,7 @@ EVerdict VerdictOfRule(std::string_view rule) {
   }
 }
 
-CDamageSigns CheckFile(const CSource& source, const CJobContext& job) {
+CDamageSigns RunChecker(const CSource& source, const CJobContext& job) {
   CDamageSigns signs{};
   SCheckOptions options;
   options.shouldStop = [&job] { return !job.repairing.IsRunning(); };
@@ -86,8 +86,10 @@ CDamageSigns CheckFile(const CSource& source, const CJobContext& job) {
   return signs;
 }
 
-// The kind of damage that a page of this kind is a sign of.
-EVerdict VerdictOfPage(EPageKind kind) {
+// The kind of damage that a damaged page is a sign of.
+EVerdict VerdictOfPage(uint64_t page, EPageKind kind) {
+  if (page == kGlobalMapPage) return EVerdict::Maps;
+  if (page >= kObjectsPage && page <= kRelationshipsPage) return EVerdict::Catalogue;
   switch (kind) {
     case EPageKind::Header:
       return EVerdict::Header;
@@ -133,16 +135,14 @@ void ExamineFile(CSource& source, const CJobContext& job, SExamination& examinat
   examination.pagesCutOff = CountPagesCutOff(source);
   // It takes the file for a database from its first byte on.
   if (source.GetFacts().start == 0 && examination.totals.Of(EPageVerdict::Unreadable) == 0)
-    examination.checkedSigns = CheckFile(source, job);
+    examination.checkedSigns = RunChecker(source, job);
 }
 
 CDamageSigns FindPageSigns(const SExamination& examination) {
   CDamageSigns signs{};
-  for (size_t i = 0; i < static_cast<size_t>(EPageKind::Count_); ++i) {
-    const auto kind = static_cast<EPageKind>(i);
-    if (const uint64_t count = examination.Of(kind, EPageVerdict::Damaged); count > 0)
-      signs[VerdictOfPage(kind)] += count;
-  }
+  // The kept ones are enough: signs are weighed by their kinds.
+  for (const SPageReport& page : examination.badPages)
+    if (page.verdict == EPageVerdict::Damaged) signs[VerdictOfPage(page.page, page.kind)] += 1;
   signs[EVerdict::Unreadable] += examination.totals.Of(EPageVerdict::Unreadable);
   signs[EVerdict::CutShort] += examination.pagesCutOff + (examination.totals.partialBytes > 0 ? 1 : 0);
   signs[EVerdict::Shifted] += examination.totals.leadingBytes > 0 ? 1 : 0;

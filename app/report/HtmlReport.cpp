@@ -40,12 +40,9 @@ SGrade GradeOf(const SReport& report) {
   return {"warn", "!"};
 }
 
-void PrintKeyFigure(uint64_t number, std::string_view words, bool isBad, CHtml& html) {
-  html.Raw(isBad && number > 0 ? "<li class=\"bad\"><b>" : "<li><b>")
-      .Number(number)
-      .Raw("</b> ")
-      .Text(words)
-      .Raw("</li>\n");
+void PrintKeyFigure(uint64_t number, std::string_view noun, std::string_view rest, bool isBad, CHtml& html) {
+  html.Raw(isBad && number > 0 ? "<li class=\"bad\"><b>" : "<li><b>").Number(number).Raw("</b> ");
+  html.Raw(noun).Raw(number == 1 ? "" : "s").Raw(rest).Raw("</li>\n");
 }
 
 // The sentence names the rest.
@@ -68,10 +65,10 @@ void PrintVerdict(const SReport& report, CHtml& html) {
   if (!report.task.problem.empty()) html.Paragraph(report.task.problem);
   if (report.data) {
     html.Raw("<ul class=\"figures\">\n");
-    PrintKeyFigure(report.facts.tables, "tables", false, html);
-    PrintKeyFigure(report.facts.rows, "rows recovered", false, html);
-    PrintKeyFigure(report.facts.lostRows, "rows lost", true, html);
-    PrintKeyFigure(report.facts.doubtfulRows, "rows doubtful", true, html);
+    PrintKeyFigure(report.facts.tables, "table", "", false, html);
+    PrintKeyFigure(report.facts.rows, "row", " recovered", false, html);
+    PrintKeyFigure(report.facts.lostRows, "row", " lost", true, html);
+    PrintKeyFigure(report.facts.doubtfulRows, "row", " doubtful", true, html);
     html.Raw("</ul>\n");
   } else if (report.examination) {
     html.Raw("<p>Only the pages were examined; tables and rows were not read.</p>\n");

@@ -27,8 +27,8 @@ p, li, dd, td, th { overflow-wrap: anywhere; }
 p { margin: .4rem 0; }
 .maker { margin: 0; color: var(--soft); font-size: .85rem; letter-spacing: .03em; }
 .verdict { padding: 1rem 1.2rem; border: 1px solid var(--line); border-left: .4rem solid; border-radius: .4rem; }
-.verdict h2 { margin: 0 0 .4rem; font-size: 1.25rem; }
-.sign { display: inline-block; width: 1.5em; height: 1.5em; margin-right: .2em; border: 2px solid; border-radius: 50%;
+.verdict h2 { display: flex; gap: .6rem; margin: 0 0 .4rem; font-size: 1.25rem; }
+.sign { flex: none; width: 1.5em; height: 1.5em; margin-top: .1em; border: 2px solid; border-radius: 50%;
   line-height: 1.3em; text-align: center; font-size: .85em; }
 .good { background: var(--good-wash); border-left-color: var(--good); } .good .sign { color: var(--good); }
 .warn { background: var(--warn-wash); border-left-color: var(--warn); } .warn .sign { color: var(--warn); }

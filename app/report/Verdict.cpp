@@ -21,7 +21,7 @@ constexpr std::array<SVerdictWords, static_cast<size_t>(EVerdict::Count_)> kWord
      u"Only the numbers of rows that tables state of themselves are wrong"},
     {"pageMaps", "page maps", u"Only the maps of pages are damaged, which every repair builds anew"},
     {"indexes", "indexes", u"Indexes are damaged, which every repair builds anew"},
-    {"longValues", "memos and OLE objects", u"Pages of memos or OLE objects are damaged"},
+    {"longValues", "memos or OLE objects", u"Pages of memos or OLE objects are damaged"},
     {"rows", "rows", u"Pages of rows are damaged"},
     {"definitions", "table definitions", u"Definitions of tables are damaged"},
     {"catalogue", "the catalogue",
@@ -30,8 +30,8 @@ constexpr std::array<SVerdictWords, static_cast<size_t>(EVerdict::Count_)> kWord
     {"shifted", "places of pages",
      u"Bytes were put into the file or are missing in it, so that its pages stand away from their places"},
     {"unreadable", "pages on a failing disk", u"Pages of the file cannot be read from the disk"},
-    {"hollow", "zeroed pages", u"The file is hollow: pages of it are overwritten with zeros"},
-    {"cutShort", "the end of the file", u"The file was cut short: pages at its end are gone"},
+    {"hollow", "zeroed pages", u"The file is hollow, overwritten with zeros in places"},
+    {"cutShort", "the end of the file", u"The file was cut short and lacks its end"},
     {"encrypted", "an encrypted content",
      u"The file is encrypted, and its pages cannot be read without the key"},
     {"noDatabase", "everything", u"Nothing in the file looks like a database"},
@@ -58,7 +58,7 @@ std::u16string DescribeFurther(const SVerdict& verdict) {
       parts.push_back(FromAscii(VerdictWordsOf(kind).part));
   std::u16string text;
   for (size_t i = 0; i < parts.size(); ++i)
-    text += (i == 0 ? u", and with it " : i + 1 < parts.size() ? u", " : u" and ") + parts[i];
+    text += (i == 0 ? u"; the damage also hit " : i + 1 < parts.size() ? u", " : u" and ") + parts[i];
   return text;
 }
 

@@ -48,13 +48,14 @@ TEST(Verdict, OneSentenceSaysWhatIsDamagedAndWhatCameBack) {
        u"came back, and whether there were more cannot be told."},
       {With(Recovered(3, 1), {EVerdict::Header, EVerdict::Rows, EVerdict::LongValues, EVerdict::Indexes}),
        "header",
-       u"The header, the first page of the file, is damaged, and with it rows and memos and OLE objects: 3 "
+       u"The header, the first page of the file, is damaged; the damage also hit rows and memos or OLE "
+       u"objects: 3 "
        u"rows of 2 tables came back, 1 row is lost."},
       {With(Recovered(3, 1), {EVerdict::Hollow}), "hollow",
-       u"The file is hollow: pages of it are overwritten with zeros: 3 rows of 2 tables came back, 1 row is "
+       u"The file is hollow, overwritten with zeros in places: 3 rows of 2 tables came back, 1 row is "
        u"lost."},
       {With(Recovered(3), {EVerdict::CutShort}), "cutShort",
-       u"The file was cut short: pages at its end are gone: 3 rows of 2 tables came back, and whether there "
+       u"The file was cut short and lacks its end: 3 rows of 2 tables came back, and whether there "
        u"were more cannot be told."},
       {With({}, {EVerdict::Encrypted, EVerdict::Rows}), "encrypted",
        u"The file is encrypted, and its pages cannot be read without the key."},
