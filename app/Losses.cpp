@@ -20,6 +20,12 @@ const CAccessColumn* FindColumn(const CAccessTable* table, const CDamageLedger::
   return table->columns.GetAt(static_cast<size_t>(place.column));
 }
 
+std::u16string_view NameOfLost(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place) {
+  if (kind != EDamage::LostTable || !data.GetRules().tellReasons) return {};
+  const auto found = data.GetLostTables().find(place.page);
+  return found != data.GetLostTables().end() ? std::u16string_view(found->second) : std::u16string_view();
+}
+
 namespace {
 
 std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place,
@@ -28,11 +34,10 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
   const auto add = [&text](const std::u16string& part) { text += (text.empty() ? u"" : u", ") + part; };
   const CAccessTable* table = FindTable(data, place);
   if (table && !table->name.empty()) add(u"table " + table->name);
-  if (kind == EDamage::LostTable)
-    if (const auto lost = data.GetLostTables().find(place.page); lost != data.GetLostTables().end())
-      add(u"table " + lost->second);
+  if (const std::u16string lost(NameOfLost(data, kind, place)); !lost.empty()) add(u"table " + lost);
   if (kind == EDamage::MissingRows || kind == EDamage::SurplusRows) {
-    add(Counted(place.amount, u"row", number));
+    const bool isTold = place.promised > 0 && data.GetRules().tellReasons;
+    add(Counted(place.amount, u"row", number) + (isTold ? u" of " + number(place.promised) : u""));
   } else if (kind == EDamage::LooseValue) {
     add(Counted(place.amount, u"value", number));
   } else {
@@ -103,6 +108,7 @@ const std::vector<SDamageWords>& GetDamageWords() {
        "moved rows that are not where they should be"},
       {EDamage::BrokenPage, "brokenPage", "page of rows with an impossible head",
        "pages of rows with impossible heads"},
+      {EDamage::TornPage, "tornPage", "torn or stale page of rows", "torn or stale pages of rows"},
       {EDamage::UnknownPage, "unknownPage", "page of unknown type", "pages of unknown type"},
       {EDamage::MissingRows, "missingRows", "row missing, by the count in the table's definition",
        "rows missing, by the counts in the tables' definitions"},

@@ -51,6 +51,9 @@ struct STableRows {
 // By definition offset; tables without such rows are left out.
 std::unordered_map<uint64_t, STableRows> CountTableRows(const CDamageLedger& ledger);
 
+// The name of a table whose definition is gone; empty for other places, and where the rules do not tell it.
+std::u16string_view NameOfLost(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place);
+
 // True when nothing was lost and nothing is doubtful on reading.
 bool IsRecoveryWhole(const CAccessData& data);
 // No table worth anything was found.

@@ -119,15 +119,17 @@ Json DescribeQuery(const SListedQuery& query) {
 
 namespace {
 
-Json DescribePlace(const CAccessData& data, const CDamageLedger::SPlace& place) {
+Json DescribePlace(const CAccessData& data, EDamage kind, const CDamageLedger::SPlace& place) {
   Json described = {{"page", place.page}};
   const CAccessTable* table = FindTable(data, place);
   if (table) described["table"] = ToUtf8(table->name);
+  if (const auto lost = NameOfLost(data, kind, place); !lost.empty()) described["table"] = ToUtf8(lost);
   if (place.row >= 0) described["row"] = place.row;
   if (const CAccessColumn* column = FindColumn(table, place))
     described["column"] = ToUtf8(SpelledName(*column, data.source));
   if (place.reason) described["reason"] = place.reason;
   described["amount"] = place.amount;
+  if (place.promised > 0 && data.GetRules().tellReasons) described["promised"] = place.promised;
   return described;
 }
 
@@ -163,7 +165,7 @@ Json DescribeDamage(const CAccessData& data) {
     Json places = Json::array();
     const auto& met = data.GetLedger().GetPlaces(words.kind);
     for (size_t i = 0; i < met.size() && i < data.GetRules().damagePlacesTold; ++i)
-      places.push_back(DescribePlace(data, met[i]));
+      places.push_back(DescribePlace(data, words.kind, met[i]));
     Json kind = {
         {"kind", words.name}, {"count", count}, {"meaning", words.plural}, {"places", std::move(places)}};
     if (const uint64_t dropped = data.GetLedger().CountDropped(words.kind);

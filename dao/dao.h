@@ -124,6 +124,7 @@ inline constexpr int32_t kDaoHyperlinkField = 0x8000;  // memo
 
 // Attributes of a table.
 inline constexpr int32_t kDaoHiddenObject = 0x1;
+inline constexpr int32_t kDaoSystemObject = INT32_MIN + 2;  // shown with the system tables
 
 // Options of CreateDatabase.
 inline constexpr int32_t kDaoVersionJet3 = 0x20;

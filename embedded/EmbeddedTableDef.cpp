@@ -140,7 +140,9 @@ CEmbeddedTableDef::CEmbeddedTableDef(std::shared_ptr<CEmbeddedFile> file, std::u
                                      int32_t attributes)
     : m_file(std::move(file)) {
   m_table.name = name;
-  if ((attributes & kDaoHiddenObject) != 0) m_table.objectFlags = kHiddenObjectFlag;
+  if ((attributes & kDaoHiddenObject) != 0) m_table.objectFlags |= kHiddenObjectFlag;
+  if ((attributes & kDaoSystemObject) == kDaoSystemObject)
+    m_table.objectFlags |= kSystemObjectFlag | kProgramObjectFlag;
 }
 
 CDaoResult CEmbeddedTableDef::CheckOpen() const {

@@ -10,6 +10,7 @@
 #include "engine/Judgements.h"
 #include "engine/MSysComplexColumns.h"
 #include "engine/RecordParser.h"
+#include "engine/RowCounts.h"
 #include "engine/TableScanner.h"
 #include "platform/Text.h"
 
@@ -55,12 +56,13 @@ void CAccessProcessFile::ParseRecords(CAccessData& data) {
   CPageClaims claims(*m_source, data.GetTables(), m_homeless, m_job);
   CRecordParser(m_rules, m_job).ParseRecords(data, *m_source, claims);
   CountHomelessPages(data, m_homeless, claims);
-  if (m_definitions == m_source) CountMissingRows(data, *m_source);
+  if (m_definitions == m_source) CountMissingRows(data, *m_source, claims, m_job);
 }
 
 void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules, m_job);
   parser.ScanTableNames(data, GetLayout().pageSize);
+  ExplainLostTables(data, *m_source);
   if (m_rules.mendDefinitions) RestoreColumnNames(data, GetLayout().pageSize);
   m_match.NameTables(data.GetTables(), GetLayout().pageSize);
   ReadCatalogueObjects(data, GetLayout().pageSize, m_match, m_job);

@@ -85,10 +85,12 @@ void CorrectSystemMark(CAccessTable& table) {
   if (!table.catalogueFlags) return;
   uint32_t& flags = *table.catalogueFlags;
   const std::u16string_view known = NameByColumns(table);
-  if (!table.name.starts_with(kSystemTablePrefix) && known.empty() && !DescribeFlatTable(table))
+  if (!table.name.starts_with(kSystemTablePrefix) && known.empty() && !DescribeFlatTable(table)) {
+    table.hasSystemMark = (flags & kSystemObjectFlags) == kSystemObjectFlags;  // no single byte makes both
     flags &= ~kSystemObjectFlags;
-  else if (table.name == known && known != kCompactErrorTable && (flags & kSystemObjectFlags) == 0)
+  } else if (table.name == known && known != kCompactErrorTable && (flags & kSystemObjectFlags) == 0) {
     flags |= kSystemObjectFlags;
+  }
 }
 
 // What the catalogue's type says of an object that is no table, query or container of this file.

@@ -115,6 +115,7 @@ class CFlatTables {
       return;
     }
     table.catalogueFlags = 0;
+    table.hasSystemMark = true;
     NameAfterColumn(entry);
     m_data.GetLedger().Add(EDamage::LooseValue, {.page = table.GetPage(m_pageSize),
                                                  .definition = table.GetDefinitionOffset(),

@@ -47,21 +47,6 @@ std::optional<uint32_t> VoteSortOrder(const CAccessTableList& tables) {
   return most->first;
 }
 
-void CountMissingRows(CAccessData& data, const CSource& source) {
-  const SLayout& layout = source.GetLayout();
-  const uint64_t mostRows = source.GetPageCount() * layout.data.MaximumSlots(layout.pageSize);
-  for (const auto& table : data.GetTables()) {
-    const uint32_t promised = table->promisedRows;
-    const uint32_t found = table->header.rowCount;
-    if (promised > mostRows) continue;
-    if (promised > found)
-      data.GetLedger().Add(EDamage::MissingRows, PlaceOf(*table, layout.pageSize, promised - found));
-    else if (promised < found && table->GetPage(layout.pageSize) != kObjectsPage &&
-             data.GetRules().surplusRowsAreDoubtful)
-      data.GetLedger().Add(EDamage::SurplusRows, PlaceOf(*table, layout.pageSize, found - promised));
-  }
-}
-
 namespace {
 
 std::pair<EDamage, const char*> DamageOf(SHomelessPage::EReason reason) {

@@ -19,11 +19,6 @@ std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables);
 // several that are equally frequent.
 std::optional<uint32_t> VoteSortOrder(const CAccessTableList& tables);
 
-// Files tables in the ledger whose definitions promise more rows than were found, and where the rules want it
-// those that promise fewer. A promise of more rows than
-// the source has room for is none, and the catalogue's built-in definition promises nothing.
-void CountMissingRows(CAccessData& data, const CSource& source);
-
 // Files the pages that no table adopted in the ledger; free ones are no loss.
 void CountHomelessPages(CAccessData& data, const std::vector<SHomelessPage>& homeless,
                         const CPageClaims& claims);

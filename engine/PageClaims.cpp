@@ -1,38 +1,18 @@
 #include "engine/PageClaims.h"
 
 #include <algorithm>
-#include <span>
 
 #include "engine/DataReader.h"
+#include "engine/IndexEntries.h"
 #include "engine/PageEvidence.h"
 
 namespace tolvane {
 
 namespace {
 
-using Bytes = std::span<const uint8_t>;
-
 // Maps of sound files name each page once. Many tables with one map must not cost their product.
 constexpr uint64_t kMapPagesEach = 4;
 constexpr uint64_t kMapPagesBase = uint64_t{1} << 16;
-
-// An entry ends with the page, highest byte first, and the slot.
-constexpr size_t kEntryPointer = 4;
-
-// Hands over the pages that the entries of a sound leaf name.
-template <class F>
-void ForEachEntry(Bytes page, const SLayout& layout, const F& take) {
-  const SIndexPageLayout& at = layout.index;
-  for (size_t byte = at.mask; byte < at.entries; byte++) {
-    for (uint32_t bit = 0; page[byte] >> bit != 0; bit++) {
-      if ((page[byte] >> bit & 1) == 0) continue;
-      const size_t end = at.entries + size_t{8} * (byte - at.mask) + bit;
-      if (end < at.entries + kEntryPointer || end > page.size()) continue;
-      const uint8_t* const pointer = &page[end - kEntryPointer];
-      take(static_cast<uint32_t>(pointer[0] << 16 | pointer[1] << 8 | pointer[2]));
-    }
-  }
-}
 
 }  // namespace
 
@@ -78,7 +58,8 @@ void CPageClaims::AskIndexes(CSource& source, const CAccessTableList& tables, co
     if (!source.ReadPage(number, page) || page[0] != kPageIndexLeaf || !IsSoundPage(page, layout)) continue;
     const uint64_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
     const CAccessTable* const table = tables.FindTable(owner * layout.pageSize);
-    if (table != nullptr) ForEachEntry(page, layout, [&](uint32_t named) { Claim(named, *table); });
+    if (table != nullptr)
+      ForEachIndexEntry(page, layout, [&](SRowPointer named) { Claim(named.page, *table); });
   }
 }
 

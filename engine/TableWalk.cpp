@@ -233,7 +233,8 @@ void CTableWalk::CutContestedRows(const std::vector<SPageRow>& contested) {
   for (const SPageRow& row : found) {
     const Bytes bytes = Bytes(m_page).subspan(row.start, row.end - row.start);
     if (taken == contested.size() || IsRowOfSlots(bytes)) continue;
-    if (!isTold) Count(EDamage::BrokenPage, -1, "its slots contradict its rows, as where a page is torn");
+    if (!isTold)
+      Count(EDamage::TornPage, -1, "its slots contradict its rows; those are told by their frames");
     isTold = true;
     TryRow(bytes, contested[taken++].slot);
   }

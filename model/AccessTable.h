@@ -89,6 +89,8 @@ class CAccessTable {
   uint64_t leftoverValues = 0;
   // Of its row in the catalogue; nothing where that is lost, or where the rules tell by the name.
   std::optional<uint32_t> catalogueFlags;
+  // A table of the user's that is to be seen among the system tables only.
+  bool hasSystemMark = false;
   std::vector<SProperty> properties;  // of the table itself
   // Set when the rows are on a server, and the columns only describe them.
   std::optional<STableLink> link;

@@ -22,6 +22,7 @@ enum class EDamage : uint8_t {
   RejectedRow,       // a row whose frame lies
   BrokenOverflow,    // an overflow pointer that leads to no row
   BrokenPage,        // a data page whose row count cannot be true
+  TornPage,          // a page whose parts, or whose rows and indexes, are of different states
   UnknownPage,       // a page that was written and has no type
   MissingRows,       // the definition promises more rows than were found
   SurplusRows,       // the definition promises fewer
@@ -45,6 +46,7 @@ class CDamageLedger {
     uint64_t amount;               // how many (rows, bytes) at this place
     int32_t column = -1;           // position among the table's columns, or -1
     const char* reason = nullptr;  // what is wrong, where the kind alone does not tell; a literal in ASCII
+    uint64_t promised = 0;         // rows that a definition states, of missing and surplus ones
   };
   static constexpr uint64_t kNoTable = ~uint64_t{0};
   // Memory does not grow with the damage: of each kind only so many places are kept. Counts stay exact, and
@@ -63,6 +65,12 @@ class CDamageLedger {
     entry.count += place.amount;
     entry.added++;
     if (entry.places.size() < kPlacesKept) entry.places.push_back(place);
+  }
+  // Gives the places of a kind the reasons that the function finds for them.
+  template <class F>
+  void Explain(EDamage kind, const F& reasonOf) {
+    if (!m_tellsReasons) return;
+    for (SPlace& place : m_kinds[static_cast<size_t>(kind)].places) place.reason = reasonOf(place);
   }
   // Adds what another ledger holds, behind what this one holds.
   void Merge(const CDamageLedger& other) {

@@ -130,6 +130,7 @@ void CAccessSaveRepairedFile::AddTable(const CAccessTable& table, std::vector<SC
   SSavedTable& saved = m_tables.emplace_back();
   saved.table = &table;
   saved.wantedName = table.name;
+  saved.hasSystemMark = table.hasSystemMark;
   saved.complex = std::move(complex);
   saved.loss.table = table.name;
 }
@@ -144,6 +145,8 @@ void CAccessSaveRepairedFile::AddValues(const CAccessTable& flat, const CAccessT
     saved.ownersColumn = ownersColumn;
     saved.wantedName = owner.name + u"_" + NameOf(complex, owner);
     saved.loss.table = owner.name + u", column " + NameOf(complex, owner);
+    // As the hidden table that they come from, where nothing but columns would lead there.
+    saved.hasSystemMark = DecideFormat(*m_data, m_format) == EOutputFormat::Ace;
     if (rows == ERows::Attached) return;
     for (size_t i = 0; i < flat.columns.GetCount(); ++i) {
       const CAccessColumn& column = *flat.columns.GetAt(i);

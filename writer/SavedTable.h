@@ -83,6 +83,7 @@ struct SSavedTable {
   size_t owner = kNoField;
   size_t ownersColumn = 0;
   ERows rows = ERows::All;
+  bool hasSystemMark = false;               // it is seen among the system tables only
   std::vector<std::u16string> columnNames;  // by column, where they are not the column's own; or empty
   SSaveLoss loss;
 };

@@ -42,9 +42,10 @@ bool NeedsNarrowName(const CDaoResult& refusal, std::u16string_view name) {
   return refusal.code == EDaoError::InvalidName && IsSafeName(name);
 }
 
-int32_t AttributesOf(const CAccessTable& table) {
-  const bool isHidden = table.catalogueFlags && (*table.catalogueFlags & kHiddenObjectFlag) != 0;
-  return kTableAttributes | (isHidden ? kDaoHiddenObject : 0);
+int32_t AttributesOf(const SSavedTable& saved) {
+  const auto& flags = saved.table->catalogueFlags;
+  const bool isHidden = flags && (*flags & kHiddenObjectFlag) != 0;
+  return kTableAttributes | (isHidden ? kDaoHiddenObject : 0) | (saved.hasSystemMark ? kDaoSystemObject : 0);
 }
 
 // The columns' places as users see them. Where a complex column becomes two fields there is room for the
@@ -103,6 +104,8 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
       else if (saved.name != saved.table->name)
         m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
                           u": " + refusal.text);
+      if (saved.hasSystemMark)
+        m_notes.push_back(u"Table " + Quoted(saved.name) + u" is shown among the system tables only");
       KeepNotes(saved);
       return ESaveStep::Done;
     }
@@ -141,7 +144,7 @@ CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes ind
   m_notes.clear();
   m_columnsLost = m_columnsChanged = m_propertiesLost = m_indexesLost = m_namesUnfolded = 0;
   std::unique_ptr<CDaoTableDef> tableDef;
-  attempt.result = m_database.CreateTableDef(saved.name, AttributesOf(*saved.table), {}, {}, tableDef);
+  attempt.result = m_database.CreateTableDef(saved.name, AttributesOf(saved), {}, {}, tableDef);
   if (!attempt.result.IsOk()) return attempt;
   attempt.result = AddOwnProperties(*saved.table, *tableDef);
   if (attempt.result.IsOk()) attempt.result = AddFields(saved, *tableDef, attempt.isStopped);

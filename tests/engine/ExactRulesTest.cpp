@@ -183,9 +183,34 @@ TEST_P(ExactRules, ATornPageIsToldAndGivesTheRowsThatItHas) {
   file.Page(rows[0]).PutBytes(0, std::span(file.Page(other).GetBytes()).first(layout.data.slots + 2 * count));
   file.Page(other).Fill(0);
   EXPECT_EQ(Repair(file.Build()), kRows - 1) << "the lowest one lies below the slots";
-  ASSERT_EQ(Lost(EDamage::BrokenPage), 1u);
-  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::BrokenPage)[0].page, rows[0]);
+  ASSERT_EQ(Lost(EDamage::TornPage), 1u);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::TornPage)[0].page, rows[0]);
   EXPECT_EQ(Lost(EDamage::MissingRows), 1u);
+}
+
+TEST_P(ExactRules, WhatIsKnownOfMissingRowsIsTold) {
+  const auto reasonOf = [this](EDamage kind) {
+    const auto& places = data->GetLedger().GetPlaces(kind);
+    return std::string(places.size() == 1 && places[0].reason != nullptr ? places[0].reason : "");
+  };
+  file.AddCatalogueRow(90, u"Gone", 1);
+  // An index names a row of the second page that this does not have.
+  const uint8_t slot = kRows / 2;
+  file.AddIndexLeaf(table, {{0x7F, 0, 0, static_cast<uint8_t>(rows[1]), slot}});
+  file.Page(table).Put32(layout.definition.rowCount, kRows + 1);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(reasonOf(EDamage::MissingRows), "a page of it is older than its indexes, or torn");
+  ASSERT_EQ(Lost(EDamage::TornPage), 1u);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::TornPage)[0].page, rows[1]);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::MissingRows)[0].promised, kRows + 1);
+  EXPECT_EQ(reasonOf(EDamage::LostTable), "its page lies behind the end of the file");
+  EXPECT_EQ(data->GetLostTables().at(90), u"Gone");
+  file.Page(rows[0]).Fill(0);
+  EXPECT_EQ(Repair(file.Build()), kRows / 2);
+  EXPECT_EQ(reasonOf(EDamage::MissingRows), "pages that its map names are gone");
+  file.Page(table).Put32(layout.definition.rowCount, 1);
+  Repair(file.Build());
+  EXPECT_EQ(reasonOf(EDamage::SurplusRows), "the count is older than the rows, or was overwritten");
 }
 
 TEST_P(ExactRules, ANullThatHasBytesIsDoubtful) {

@@ -1,5 +1,6 @@
 // What a run concludes from all of its tables together.
 #include "engine/Judgements.h"
+#include "engine/RowCounts.h"
 #include "tests/engine/EngineTest.h"
 
 namespace tolvane {
@@ -53,7 +54,7 @@ TEST_F(Judgements, PromisedRowsThatAreNotThereAreMissing) {
     data.GetLedger() = {};
     table.promisedRows = promised;
     table.header.rowCount = found;
-    CountMissingRows(data, source);
+    CountMissingRows(data, source, {}, ShownJob());
     return data.GetLedger().GetCount(EDamage::MissingRows);
   };
   EXPECT_EQ(missing(10, 7), 3u);
