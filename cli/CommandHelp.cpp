@@ -69,21 +69,7 @@ constexpr std::array<SCommandWords, 11> kCommands{{
 }};
 
 constexpr size_t kTextColumn = 26;
-constexpr size_t kLeastText = 24;
 constexpr size_t kUsualWidth = 80;
-
-// Breaks a text at blanks; further lines begin with `indent` blanks.
-std::string Wrap(std::string_view text, size_t indent, size_t width) {
-  const size_t room = std::max(width, indent + kLeastText) - indent;
-  std::string wrapped;
-  while (text.size() > room) {
-    size_t end = text.rfind(' ', room);
-    if (end == std::string_view::npos || end == 0) end = std::min(text.find(' '), text.size());
-    (wrapped += text.substr(0, end)) += "\n" + std::string(indent, ' ');
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
-  return wrapped += text;
-}
 
 // "  NAME            TEXT", the text in its column or below.
 std::string DrawEntry(const std::string& name, const std::string& text, size_t width) {
@@ -92,7 +78,7 @@ std::string DrawEntry(const std::string& name, const std::string& text, size_t w
     entry += "\n" + std::string(kTextColumn, ' ');
   else
     entry.resize(kTextColumn, ' ');
-  return entry + Wrap(text, kTextColumn, width) + "\n";
+  return entry + WrapWords(text, kTextColumn, width) + "\n";
 }
 
 std::string DrawNames(const SOptionForm& option) {
@@ -123,7 +109,7 @@ std::string DrawDetails(std::string_view details, size_t width) {
   std::string text;
   while (!details.empty()) {
     const size_t end = std::min(details.find('\n'), details.size());
-    text += Wrap(details.substr(0, end), 0, width) + "\n";
+    text += WrapWords(details.substr(0, end), 0, width) + "\n";
     details.remove_prefix(std::min(end + 1, details.size()));
   }
   return text.empty() ? text : text + "\n";
@@ -170,7 +156,7 @@ std::string DrawHelp(const SCommandForm& form, std::span<const SCommandForm> for
   if (width == 0) width = kUsualWidth;
   const SCommandWords& words = *form.words;
   const std::string name = *words.name == '\0' ? "tolvane" : std::string("tolvane ") + words.name;
-  std::string text = Wrap(name + ": " + words.summary + ".", 2, width) + "\n\nExamples:\n" +
+  std::string text = WrapWords(name + ": " + words.summary + ".", 2, width) + "\n\nExamples:\n" +
                      DrawLines(words.examples, 2) + "\n" + DrawDetails(words.details, width) +
                      "Usage: " + UsageOf(form) + "\n";
   if (const std::string positional = DrawOptions(form, true, width); !positional.empty())

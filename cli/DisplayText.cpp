@@ -105,4 +105,28 @@ std::string Counted(uint64_t count, std::string_view noun) {
   return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
 
+std::string WrapWords(std::string_view text, size_t indent, size_t width) {
+  constexpr size_t kLeastRoom = 24;
+  if (width == 0) return std::string(text);
+  const size_t room = std::max(width, indent + kLeastRoom) - indent;
+  std::string wrapped;
+  size_t used = 0;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find(' '), text.size());
+    const std::string_view word = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    const size_t wide = DisplayWidth(word);
+    if (used > 0 && used + 1 + wide > room) {
+      wrapped += "\n" + std::string(indent, ' ');
+      used = 0;
+    } else if (used > 0) {
+      wrapped += ' ';
+      ++used;
+    }
+    wrapped += word;
+    used += wide;
+  }
+  return wrapped;
+}
+
 }  // namespace tolvane

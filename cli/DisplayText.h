@@ -23,4 +23,8 @@ std::string FormatSize(uint64_t bytes);
 // "1 row", "2 rows"
 std::string Counted(uint64_t count, std::string_view noun);
 
+// Breaks a text at blanks into lines of at most `width` columns, where words are not longer; further lines
+// begin with `indent` blanks, which the first one has in front of it already. A width of 0 is any.
+std::string WrapWords(std::string_view text, size_t indent, size_t width);
+
 }  // namespace tolvane

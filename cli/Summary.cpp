@@ -19,8 +19,10 @@ constexpr size_t kNotesShown = 12;
 EColor g_color = EColor::Auto;  // main thread only
 
 void AppendCount(uint64_t count, const std::string& words, const SPageStyle& style, std::string& out) {
+  constexpr size_t kNumber = 10;
   if (count > 0)
-    out += Paint(PadLeft(std::to_string(count), 10), EMeaning::Doubt, style.hasEscapes) + "  " + words + "\n";
+    out += Paint(PadLeft(std::to_string(count), kNumber), EMeaning::Doubt, style.hasEscapes) + "  " +
+           WrapWords(words, kNumber + 2, style.width) + "\n";
 }
 
 }  // namespace
@@ -57,10 +59,11 @@ std::string Heading(const std::string& text, const SPageStyle& style) {
 }
 
 std::string DrawSource(const CAccessData& data, const SArguments& arguments, const SPageStyle& style) {
-  const SSourceFacts& facts = data.source;
+  const std::string facts = FormatName(data.source) + ", " + Counted(data.source.pageCount, "page") + " of " +
+                            std::to_string(data.source.pageSize) + " bytes, " +
+                            FormatSize(data.source.length);
   std::string text = Heading("Source", style) + "  " + ToDisplay(arguments.source) + "\n  " +
-                     FormatName(facts) + ", " + Counted(facts.pageCount, "page") + " of " +
-                     std::to_string(facts.pageSize) + " bytes, " + FormatSize(facts.length) + "\n";
+                     WrapWords(facts, 2, style.width) + "\n";
   if (!arguments.templatePath.empty())
     text += "  Definitions from " + ToDisplay(arguments.templatePath) + "\n";
   return text;

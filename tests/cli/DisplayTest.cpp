@@ -58,6 +58,14 @@ TEST(TextTable, ShortensTheWidestCellsFirst) {
   EXPECT_EQ(LinesOf(table.Draw(CTextTable::kAnyWidth))[2], " 1  Ann   a long remark that does not fit");
 }
 
+TEST(DisplayText, LinesBreakAtBlanksAlone) {
+  EXPECT_EQ(WrapWords("rows that were \u4e2d\u4e2d\u4e2d\u4e2d rejected", 4, 28),
+            "rows that were \u4e2d\u4e2d\u4e2d\u4e2d\n    rejected");
+  const std::string word(40, 'x');
+  EXPECT_EQ(WrapWords(word + " " + word + " a", 2, 30), word + "\n  " + word + "\n  a");
+  EXPECT_EQ(WrapWords(word + " a", 2, 0), word + " a");
+}
+
 TEST(ProgressLine, TheRateIsTheStepsAndTheTimeLeftTheWholeJobs) {
   CStepClock clock(100'000'000);
   CJobClock job(EJobForm::Repair);
