@@ -35,7 +35,6 @@ class CEmbeddedFile {
   [[nodiscard]] bool IsOpen() const { return m_isOpen; }
   [[nodiscard]] const SLayout& GetLayout() const { return m_file.GetLayout(); }
   [[nodiscard]] CIdentity& GetIdentity() { return *m_identity; }
-  [[nodiscard]] const CCatalogue& GetCatalogue() const { return m_catalogue; }
   CDaoResult AddTable(SNewTable table);
   // Properties of the database or one of its documents.
   CDaoResult SetProperties(std::u16string_view document, std::span<const CDaoProperty> properties);

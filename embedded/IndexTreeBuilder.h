@@ -35,7 +35,6 @@ class CIndexTreeBuilder {
   bool Finish();
 
   [[nodiscard]] const std::vector<uint32_t>& GetPages() const { return m_pages; }  // the root is the first
-  [[nodiscard]] uint64_t GetEntryCount() const { return m_entryCount; }
   [[nodiscard]] uint64_t GetDistinctKeyCount() const { return m_distinctKeys; }
 
  private:

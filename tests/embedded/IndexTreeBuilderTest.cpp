@@ -95,6 +95,26 @@ TEST(IndexTreeBuilder, NoNodeIsLeftWithASingleChild) {
   }
 }
 
+TEST(IndexTreeBuilder, EntriesOutOfOrderAreRefused) {
+  for (const auto& [page, row] : {std::pair<uint32_t, uint8_t>{5, 1}, {5, 0}, {4, 9}}) {
+    SFile file;
+    CIndexTreeBuilder builder(kIndexPageJet4, kOwner, kRoot, file.Sink());
+    ASSERT_TRUE(builder.Add(FromHex("7F 01"), 5, 1));
+    EXPECT_FALSE(builder.Add(FromHex("7F 01"), page, row));
+    EXPECT_FALSE(builder.Add(FromHex("7F 02"), 6, 0));
+    EXPECT_FALSE(builder.Finish());
+  }
+}
+
+TEST(IndexTreeBuilder, KeysThatFitNoPageAreRefused) {
+  for (const auto& [size, page, isTaken] :
+       {std::tuple<size_t, uint32_t, bool>{1792, 0xFFFFFF, true}, {1793, 1, false}, {1, 0x1000000, false}}) {
+    SFile file;
+    CIndexTreeBuilder builder(kIndexPageJet3, kOwner, kRoot, file.Sink());
+    EXPECT_EQ(builder.Add(std::vector<uint8_t>(size, 0x11), page, 0), isTaken) << size;
+  }
+}
+
 // Whatever call fails, the builder says so and stays failed.
 TEST(IndexTreeBuilder, FailuresOfTheFileAreReported) {
   for (uint32_t page = kFirstFree; page < kFirstFree + 10; page++) {

@@ -114,6 +114,27 @@ TEST_P(Limits, RecordsThatDoNotFit) {
   EXPECT_EQ(ToUtf8(Text(table.rows[2][0])), "short enough");
 }
 
+TEST_P(Limits, WhatCannotBeOpened) {
+  Create();
+  ExpectOk(AddTable(u"T", {{u"N", kDaoLong}}));
+  OpenTable(u"T");
+  std::unique_ptr<CDaoRecordset> other;
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT * FROM [T]", other).code, EDaoError::NotSupported)
+      << "open already";
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT * FROM [U]", other).code, EDaoError::ObjectNotFound);
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT * FROM [MSysACEs]", other).code, EDaoError::NotSupported);
+  EXPECT_EQ(m_database->OpenRecordset(u"SELECT N FROM T", other).code, EDaoError::NotSupported);
+  ExpectOk(CloseTable());
+  ExpectOk(m_database->OpenRecordset(u"SELECT * FROM [T]", other));
+  other.reset();
+  ExpectOk(m_database->Close());
+  const std::string before = ReadText(m_path);
+  ExpectOk(m_engine->OpenDatabase(m_path, false, true, u"", m_database));
+  EXPECT_EQ(AddTable(u"New", {{u"N", kDaoLong}}).code, EDaoError::NotSupported) << "read only";
+  ExpectOk(m_database->Close());
+  EXPECT_TRUE(ReadText(m_path) == before);
+}
+
 // A full file refuses rows and values one by one, still takes what fits, and closes soundly, without an index
 // for which there is no room.
 TEST_P(Limits, AFullFileIsStillSound) {

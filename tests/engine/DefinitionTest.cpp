@@ -135,6 +135,13 @@ TEST(Definition, Jet4NamesThatCannotBeReadAreGenerated) {
   EXPECT_EQ(Decode(definition, kLayoutJet4, end)->Names(), "RecoveredField####0 ");
 }
 
+TEST(Definition, Jet4ColumnNumbersKeepTheirLowByte) {
+  STableSpec table = SmallTable();
+  table.columns[1].number = 0x0105;
+  EXPECT_EQ(Decode(MakeDefinition(table, kLayoutJet4), kLayoutJet4)->table.columns.GetAt(1)->number, 5);
+  EXPECT_EQ(Decode(MakeDefinition(table, kLayoutJet3), kLayoutJet3)->table.columns.GetAt(1)->number, 0x0105);
+}
+
 class DefinitionOfBoth : public CAllFormats {};
 INSTANTIATE_TEST_SUITE_P(Formats, DefinitionOfBoth, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
 

@@ -127,6 +127,14 @@ TEST_F(FieldDecoder, DecimalsTakeTheirLastEightBytes) {
   EXPECT_EQ(DecodeDecimal("00 00000000 00000000 1c7c6a01 f1f4ede1", 6), "102030405060.654321");
 }
 
+TEST_F(FieldDecoder, DecimalsWithAllTheirWordsWhereTheRulesSaySo) {
+  rules.decimalLowWordsOnly = false;
+  EXPECT_EQ(DecodeDecimal("80 00000000 00000000 00000000 f8b42802", 6), "-36.222200");
+  EXPECT_EQ(DecodeDecimal("00 00000000 00000000 00000000 05000000", 2), "0.05");
+  EXPECT_EQ(DecodeDecimal("80 00000000 00000000 00000000 00000000", 0), "0");
+  EXPECT_EQ(DecodeDecimal("00 01000000 00000000 00000000 00000000", 0), "79228162514264337593543950336");
+}
+
 TEST_F(FieldDecoder, CalculatedColumnsShowTheirResult) {
   const auto decode = [&](uint8_t type, const char* result) {
     const Bytes bytes = Hex(result);

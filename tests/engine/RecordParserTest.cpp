@@ -133,6 +133,17 @@ TEST_F(RecordParser, APageBehindTheFileEndsTheTableOnly) {
   EXPECT_EQ(first.header.rowCount, 0u);
 }
 
+TEST_F(RecordParser, HiddenRowsWithoutAPointerAreRowsWhereTheRulesSaySo) {
+  rules.skipHiddenRows = false;
+  rules.trustOverflowTarget = false;
+  Put(4, NewPage().Row(MakePointerRow(5, 0), kSlotPointer).Row(MakePointerRow(6, 0), kSlotPointer));
+  Put(5, NewPage().Row(Row(u"moved"), kMoved).Row(Row(u"orphan"), kMoved).Row(Row(u"gone"), kDeleted));
+  Put(6, NewPage(77).Row(Row(u"another table's"), kMoved), false);
+  Parse();
+  EXPECT_EQ(Values(), (Texts{"moved", "orphan"}));
+  EXPECT_EQ(Lost(EDamage::BrokenOverflow), 1u);
+}
+
 TEST_F(RecordParser, ReportsEachTableAndEachRowUntilTheRunIsStopped) {
   table->header.rowCount = 3'000'000'000u;
   data->GetTables().AddTable(uint64_t{9} * 4096).header.rowCount = 5;
@@ -147,6 +158,16 @@ TEST_F(RecordParser, ReportsEachTableAndEachRowUntilTheRunIsStopped) {
   EXPECT_EQ(StatusText(), "(Step 3/4) Parsing table records from raw table data: table - 2 / 2");
   EXPECT_EQ(CProgressStatus::Instance().GetMax(), 2147483647);
   EXPECT_EQ(CProgressStatus::Instance().GetPos(), 2147483647);
+}
+
+TEST_F(RecordParser, ATableThatCannotBeStoredIsLoggedAndCounted) {
+  Put(4, NewPage().Row(Row(u"one")));
+  ASSERT_TRUE(CreateFolder(table->GetDataFilePath()));  // in the way of the file
+  Parse();
+  EXPECT_EQ(table->header.rowCount, 0u);
+  EXPECT_EQ(Lost(EDamage::SkippedTable), 1u);
+  EXPECT_NE(CRepairLog::Instance().Get().find(u"Records of table 3 could not be stored: "),
+            std::u16string::npos);
 }
 
 }  // namespace
