@@ -42,8 +42,8 @@ dt { color: var(--soft); } dd { margin: 0; min-width: 0; }
 .path, code, pre { font-family: ui-monospace, "Cascadia Mono", Consolas, "DejaVu Sans Mono", monospace; font-size: .9em; }
 pre { margin: .4rem 0; padding: .6rem .8rem; background: var(--wash); border: 1px solid var(--line); border-radius: .3rem;
   white-space: pre-wrap; overflow-wrap: anywhere; }
-figure { margin: .6rem 0; } figcaption { color: var(--soft); font-size: .85rem; }
-.map { display: block; width: 100%; height: auto; } .map text { fill: var(--soft); font-size: 9px; text-anchor: end; }
+figure { margin: .6rem 0; overflow-x: auto; } figcaption { color: var(--soft); font-size: .85rem; }
+.map { display: block; width: 100%; min-width: 38rem; height: auto; } .map text { fill: var(--soft); font-size: 9px; text-anchor: end; }
 .mark { fill: none; stroke: var(--mark); stroke-width: 1; } .mark circle { fill: var(--mark); stroke: none; }
 .mark .o { fill: none; stroke: var(--mark); stroke-width: 1.4; } .mark .w { stroke: #fff; stroke-width: 1.6; }
 .look0 { fill: var(--p0); stroke: var(--line); stroke-dasharray: 2 1.5; } .look1 { fill: var(--p1); stroke: var(--line); }
@@ -71,7 +71,7 @@ footer { margin-top: 2.5rem; border-top: 1px solid var(--line); color: var(--sof
   @page { margin: 15mm; }
   body { max-width: none; padding: 0; font-size: 10pt; } table { font-size: 9pt; }
   h2 { break-after: avoid; } tr, .verdict, summary { break-inside: avoid; } thead { display: table-header-group; }
-  .map, .legend { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
+  .map { min-width: 0; } .map, .legend { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
   details { border: 0; padding: 0; } details::details-content { content-visibility: visible; block-size: auto; }
 }
 )css";

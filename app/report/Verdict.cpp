@@ -76,9 +76,9 @@ std::u16string DescribeReturn(EVerdict kind, const SVerdictFacts& facts) {
   if (IsWhole(facts) && !IsContentKnown(kind))
     return CountRows(facts.rows) + u" of " + tables +
            u" came back, and whether there were more cannot be told";
-  if (IsWhole(facts) && facts.rows == 0) return u"its " + tables + u" came back, which had no rows";
+  if (IsWhole(facts) && facts.rows == 0) return tables + u" came back, which had no rows";
   if (IsWhole(facts))
-    return facts.rows == 1 ? u"its one row came back"
+    return facts.rows == 1 ? u"the one row of " + tables + u" came back"
                            : u"all " + CountRows(facts.rows) + u" of " + tables + u" came back";
   std::u16string text = CountRows(facts.rows) + u" of " + tables + u" came back";
   if (facts.doubtfulRows > 0) text += u", " + ToGroupedDecimal(facts.doubtfulRows) + u" of them doubtful";

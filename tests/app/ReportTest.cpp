@@ -29,7 +29,7 @@ TEST(Verdict, OneSentenceSaysWhatIsDamagedAndWhatCameBack) {
     std::u16string_view sentence;
   } kCases[] = {
       {Recovered(1200), "notDamaged", u"The file is not damaged: all 1,200 rows of 2 tables came back."},
-      {Recovered(0), "notDamaged", u"The file is not damaged: its 2 tables came back, which had no rows."},
+      {Recovered(0), "notDamaged", u"The file is not damaged: 2 tables came back, which had no rows."},
       {{}, "notDamaged", u"The file is not damaged."},
       {With(Recovered(7), {EVerdict::Flagged}), "flagged",
        u"The file is not damaged, only marked as in use: all 7 rows of 2 tables came back."},
