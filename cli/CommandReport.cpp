@@ -57,6 +57,8 @@ const SExamination* CCommandReport::RunExamination(void (*examine)(CSource&, con
   CSource& source = m_session.GetSource();
   if (!source.IsOpen() || m_session.GetSourceState() != ESourceState::Ok) return nullptr;
   m_examination.emplace();
+  if (const CAccessData* data = m_session.GetJob().GetManager().GetData())
+    m_examination->pagesWithLosses = FindPagesWithLosses(*data);
   std::u16string problem;
   m_session.RunWatched([&] { examine(source, m_session.GetJob().GetContext(), *m_examination); }, problem);
   return &*m_examination;

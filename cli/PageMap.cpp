@@ -10,7 +10,7 @@ namespace tolvane {
 namespace {
 
 // By EPageLook.
-constexpr std::string_view kSigns = "_.iuldTH?oX!";
+constexpr std::string_view kSigns = "_.iuldTH?o*X!";
 static_assert(kSigns.size() == static_cast<size_t>(EPageLook::Count_));
 constexpr size_t kLegendColumns = 3;
 

@@ -112,8 +112,11 @@ EVerdict VerdictOfPage(uint64_t page, EPageKind kind) {
 }  // namespace
 
 void SExamination::Add(const SPageReport& report) {
-  blocks.Add(report);
-  ++looks[static_cast<size_t>(LookOf(report))];
+  EPageLook look = LookOf(report);
+  if (std::binary_search(pagesWithLosses.begin(), pagesWithLosses.end(), report.page))
+    look = std::max(look, EPageLook::Losses);
+  blocks.Add(report.page, look);
+  ++looks[static_cast<size_t>(look)];
   ++counts[static_cast<size_t>(report.kind)][static_cast<size_t>(report.verdict)];
   if (report.verdict == EPageVerdict::Ok || report.verdict == EPageVerdict::Free) return;
   ++badPageCount;

@@ -19,11 +19,14 @@ struct SExamination {
   // Pages that are described one by one; all are counted.
   static constexpr size_t kBadPagesKept = 1000;
 
+  // Pages in their order.
   void Add(const SPageReport& report);
   [[nodiscard]] uint64_t Of(EPageKind kind, EPageVerdict verdict) const {
     return counts[static_cast<size_t>(kind)][static_cast<size_t>(verdict)];
   }
 
+  // Pages of which a repair has lost something, in their order; shown as such, and else not judged by it.
+  std::vector<uint64_t> pagesWithLosses;
   bool isDone = false;  // false: the file could not be read, or the job was stopped
   SPageTotals totals;
   CPageBlocks blocks;

@@ -161,11 +161,10 @@ std::string_view WordsOf(EDamage kind, uint64_t amount) {
 }
 
 void PrintLoss(const SReport& report, const CAccessTable* table, const SReportLoss& loss, CHtml& html) {
-  html.Raw("<tr>")
-      .NumberCell(loss.place.amount)
-      .Raw("<td>")
-      .Text(WordsOf(loss.kind, loss.place.amount))
-      .Raw("</td>");
+  html.Raw("<tr>").NumberCell(loss.place.amount).Raw("<td>").Text(WordsOf(loss.kind, loss.place.amount));
+  if (const std::u16string_view lost = NameOfLost(*report.data, loss.kind, loss.place); !lost.empty())
+    html.Raw(": ").Name(lost);
+  html.Raw("</td>");
   const bool isWholeFile = loss.kind == EDamage::LeadingBytes || loss.kind == EDamage::PartialPage;
   html.Raw("<td class=\"n\">")
       .Raw(isWholeFile ? std::string() : GroupedNumber(loss.place.page))

@@ -25,6 +25,7 @@ constexpr std::array<std::string_view, static_cast<size_t>(EPageLook::Count_)> k
     "<path d=\"M3 2v7M8 2v7M3 5.5h5\"/>",
     "<circle cx=\"3.5\" cy=\"5.5\" r=\"1\"/><circle cx=\"7.5\" cy=\"5.5\" r=\"1\"/>",
     "<circle cx=\"5.5\" cy=\"5.5\" r=\"3\" class=\"o\"/>",
+    "<path class=\"f\" d=\"M1 10L10 10L10 1Z\"/>",
     "<path class=\"w\" d=\"M2 2L9 9M9 2L2 9\"/>",
     "<path class=\"w\" d=\"M5.5 1.5v5M5.5 8v1.5\"/>",
 };

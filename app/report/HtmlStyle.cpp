@@ -45,11 +45,11 @@ pre { margin: .4rem 0; padding: .6rem .8rem; background: var(--wash); border: 1p
 figure { margin: .6rem 0; overflow-x: auto; } figcaption { color: var(--soft); font-size: .85rem; }
 .map { display: block; width: 100%; min-width: 38rem; height: auto; } .map text { fill: var(--soft); font-size: 9px; text-anchor: end; }
 .mark { fill: none; stroke: var(--mark); stroke-width: 1; } .mark circle { fill: var(--mark); stroke: none; }
-.mark .o { fill: none; stroke: var(--mark); stroke-width: 1.4; } .mark .w { stroke: #fff; stroke-width: 1.6; }
+.mark .f { fill: var(--p10); stroke: none; } .mark .o { fill: none; stroke: var(--mark); stroke-width: 1.4; } .mark .w { stroke: #fff; stroke-width: 1.6; }
 .look0 { fill: var(--p0); stroke: var(--line); stroke-dasharray: 2 1.5; } .look1 { fill: var(--p1); stroke: var(--line); }
 .look2 { fill: var(--p2); } .look3 { fill: var(--p3); } .look4 { fill: var(--p4); } .look5 { fill: var(--p5); }
 .look6 { fill: var(--p6); } .look7 { fill: var(--p7); } .look8 { fill: var(--p8); } .look9 { fill: var(--p9); }
-.look10 { fill: var(--p10); } .look11 { fill: var(--p11); stroke: var(--p10); }
+.look10 { fill: var(--p5); } .look11 { fill: var(--p10); } .look12 { fill: var(--p11); stroke: var(--p10); }
 .legend { display: flex; flex-wrap: wrap; gap: .2rem 1.4rem; margin: .5rem 0; padding: 0; list-style: none; font-size: .9rem; }
 .legend svg { vertical-align: -1px; } .legend b { font-variant-numeric: tabular-nums; }
 .wide { overflow-x: auto; }

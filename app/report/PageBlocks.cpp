@@ -7,8 +7,9 @@ namespace tolvane {
 
 std::string_view GetPageLookName(EPageLook look) {
   static constexpr std::array<std::string_view, static_cast<size_t>(EPageLook::Count_)> kNames{
-      "never written",    "free",   "index",        "usage map",           "long values", "rows",
-      "table definition", "header", "unknown kind", "belongs to no table", "damaged",     "unreadable"};
+      "never written",    "free",   "index",        "usage map",           "long values",         "rows",
+      "table definition", "header", "unknown kind", "belongs to no table", "rows or values lost", "damaged",
+      "unreadable"};
   return look < EPageLook::Count_ ? kNames[static_cast<size_t>(look)] : std::string_view{};
 }
 
@@ -58,19 +59,18 @@ EPageLook LookOf(const SPageReport& report) {
   }
 }
 
-void CPageBlocks::Add(const SPageReport& report) {
-  const EPageLook look = LookOf(report);
-  auto position = static_cast<size_t>(report.page / m_pagesPerBlock);
+void CPageBlocks::Add(uint64_t page, EPageLook look) {
+  auto position = static_cast<size_t>(page / m_pagesPerBlock);
   if (position >= m_looks.size() && m_looks.size() == kMostBlocks) {
     Halve();
-    position = static_cast<size_t>(report.page / m_pagesPerBlock);
+    position = static_cast<size_t>(page / m_pagesPerBlock);
   }
   if (position < m_looks.size()) {
     m_looks[position] = std::max(m_looks[position], look);
   } else {
     m_looks.push_back(look);
   }
-  m_pages = report.page + 1;
+  m_pages = page + 1;
 }
 
 CPageBlocks CPageBlocks::Reduce(size_t mostBlocks) const {

@@ -23,6 +23,7 @@ enum class EPageLook : uint8_t {
   Header,
   UnknownKind,
   Orphan,
+  Losses,  // sound by its own numbers, but a repair lost rows or values of it
   Damaged,
   Unreadable,
   Count_
@@ -37,7 +38,7 @@ class CPageBlocks {
   static constexpr size_t kMostBlocks = 4096;
 
   // Pages in their order. A block shows what matters most of its pages.
-  void Add(const SPageReport& report);
+  void Add(uint64_t page, EPageLook look);
   [[nodiscard]] const std::vector<EPageLook>& GetLooks() const { return m_looks; }
   [[nodiscard]] uint64_t GetPagesPerBlock() const { return m_pagesPerBlock; }
   [[nodiscard]] uint64_t GetPageCount() const { return m_pages; }

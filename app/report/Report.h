@@ -81,6 +81,8 @@ struct SReportSources {
 };
 
 SReport CollectReport(const SReportTask& task, const SReportSources& sources);
+// Of the pages that were read, those of which rows or values are lost, in their order.
+std::vector<uint64_t> FindPagesWithLosses(const CAccessData& data);
 // The verdict alone.
 SVerdictFacts CollectFacts(const SReportTask& task, const SReportSources& sources);
 

@@ -148,6 +148,17 @@ void ListObjects(SReport& report) {
 
 }  // namespace
 
+std::vector<uint64_t> FindPagesWithLosses(const CAccessData& data) {
+  std::vector<uint64_t> pages;
+  for (const EDamage kind :
+       {EDamage::RejectedRow, EDamage::BrokenOverflow, EDamage::BrokenPage, EDamage::TornPage,
+        EDamage::BrokenDefinition, EDamage::BrokenValue, EDamage::BrokenLongValue})
+    for (const CDamageLedger::SPlace& place : data.GetLedger().GetPlaces(kind)) pages.push_back(place.page);
+  std::sort(pages.begin(), pages.end());
+  pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
+  return pages;
+}
+
 SVerdictFacts CollectFacts(const SReportTask& task, const SReportSources& sources) {
   SVerdictFacts facts;
   if (sources.isEncrypted) facts.signs[EVerdict::Encrypted] = 1;

@@ -117,7 +117,7 @@ TEST(PageMap, GroupsShowThePageThatMattersMost) {
     report.page = page;
     report.kind = EPageKind::Data;
     if (page == 5003) report.verdict = EPageVerdict::Damaged;
-    map.Add(report);
+    map.Add(page, LookOf(report));
   }
   const std::string text = DrawPageMap(map, 80);
   EXPECT_NE(text.find("One sign for 4 pages"), std::string::npos);

@@ -136,6 +136,7 @@ class ReportTest(unittest.TestCase):
         shown, document = self.look(said, page)
         self.assertIn('a page of it is gone', shown, 'folded lists are printed')
         self.assertIn('Page 7: damaged (unknown: unknown page type)', document.cells)
+        self.assertIn('Page 61: rows or values lost', document.cells)
         corners = []
         for scheme in ('1', '0'):
             self.browse(page, '--blink-settings=preferredColorScheme=' + scheme, '--screenshot=' + self.path('look.png'))
