@@ -150,10 +150,11 @@ rm -f "$stages"/*.status "$stages"/*.left
 packages=(cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev googletest python3)
 if [ "$scope" = all ]; then
   packages+=(clang clang-format clang-tidy libbenchmark-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
-    wine wine64 xvfb imagemagick fonts-dejavu-core dpkg-dev lintian mandoc man-db zsh fish chromium tidy poppler-utils)
+    wine wine64 xvfb imagemagick fonts-dejavu-core dpkg-dev lintian mandoc man-db zsh fish chromium tidy poppler-utils
+    postgresql mariadb-server)
 fi
 if [ "$scope" != quick ]; then
-  packages+=(mdbtools python3-jsonschema)
+  packages+=(mdbtools python3-jsonschema sqlite3)
   # A Node.js from elsewhere conflicts with Debian's packages: theirs only where there is none.
   command -v node >/dev/null || packages+=(nodejs)
   command -v npm >/dev/null || packages+=(npm)

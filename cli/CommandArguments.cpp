@@ -235,6 +235,11 @@ void CGrammar::AddOthers() {
   queries.add_flag("--all", m_arguments.withSystemTables, "Hidden queries of forms and reports, too");
   AddRecovery(queries);
 
+  CLI::App& objects = Add(ECommand::Objects);
+  AddSource(objects);
+  objects.add_flag("--all", m_arguments.withSystemTables, "System objects, too");
+  AddRecovery(objects);
+
   CLI::App& inspect = Add(ECommand::Inspect);
   AddSource(inspect);
   AddReport(inspect);

@@ -19,6 +19,7 @@ enum class ECommand : uint8_t {
   Preview,
   Export,
   Queries,
+  Objects,
   Inspect,
   Check,
   Help,

@@ -9,7 +9,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::array<SCommandWords, 11> kCommands{{
+constexpr std::array<SCommandWords, 12> kCommands{{
     {ECommand::None, "", "repairs damaged Microsoft Access databases (.mdb, .accdb)",
      "The damaged file is only read. What can be recovered is written into a new database, or shown, or "
      "exported.\n"
@@ -52,6 +52,12 @@ constexpr std::array<SCommandWords, 11> kCommands{{
     {ECommand::Queries, "queries", "lists the saved queries that can be rebuilt: name, kind and SQL text", "",
      "tolvane queries damaged.mdb\n"
      "tolvane queries damaged.mdb --json"},
+    {ECommand::Objects, "objects", "lists everything that the file holds, with what became of it",
+     "Tables, links, queries, relationships, forms, reports, macros and modules, each recovered, damaged, "
+     "lost or "
+     "not carried over.",
+     "tolvane objects damaged.mdb\n"
+     "tolvane objects damaged.mdb --all --json"},
     {ECommand::Inspect, "inspect",
      "shows what each page of the file is, and which are damaged or belong to no table", "",
      "tolvane inspect damaged.mdb\n"

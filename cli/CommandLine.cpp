@@ -27,6 +27,8 @@ SCommandEnd RunChosen(CSession& session) {
       return RunExport(session);
     case ECommand::Queries:
       return RunQueries(session);
+    case ECommand::Objects:
+      return RunObjects(session);
     case ECommand::Inspect:
       return RunInspect(session);
     case ECommand::Check:

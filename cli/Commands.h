@@ -25,6 +25,7 @@ SCommandEnd RunExport(CSession& session);
 // Of the formats that are one file with all tables.
 SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only);
 SCommandEnd RunQueries(CSession& session);
+SCommandEnd RunObjects(CSession& session);
 SCommandEnd RunInspect(CSession& session);
 SCommandEnd RunCheck(CSession& session);
 

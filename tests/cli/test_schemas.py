@@ -81,6 +81,8 @@ class Checker:
         self.run('check', output)
         self.run('tables', source, '--all')
         self.run('queries', source, '--all')
+        self.run('objects', source, '--all')
+        self.run('export', source, '--format', 'sql', '-o', rows + '.sql')
         self.run('inspect', source)
         for table in repaired['tables'][:3]:
             self.run('preview', source, 'page:%d' % table['page'], '--rows', '3')
@@ -103,7 +105,7 @@ def main():
         noise = os.path.join(folder, 'noise.mdb')
         with open(noise, 'wb') as file:
             file.write(bytes(range(256)) * 64)
-        for command in ('repair', 'tables', 'queries', 'inspect', 'check'):
+        for command in ('repair', 'tables', 'queries', 'objects', 'inspect', 'check'):
             checker.run(command, noise)
         checker.run('repair', SAMPLE, noise, '--dry-run')
         corpus = os.environ.get('TOLVANE_CORPUS', '')
