@@ -1,5 +1,4 @@
 #include <dlfcn.h>
-#include <sys/auxv.h>
 
 #include "platform/SharedLibrary.h"
 #include "platform/Text.h"
@@ -11,11 +10,6 @@ CSharedLibrary::~CSharedLibrary() {
 }
 
 bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
-  // A program without a loader carries its C library within it; another library would bring a second one.
-  if (getauxval(AT_BASE) == 0) {
-    problem = FromUtf8(name.posix) + u": this portable program loads no libraries";
-    return false;
-  }
   m_handle = dlopen(name.posix, RTLD_NOW | RTLD_LOCAL);
   if (m_handle != nullptr) return true;
   const char* const reason = dlerror();

@@ -1,0 +1,19 @@
+// For programs that carry their C library within them: a library of the system's would bring another one.
+
+#include "platform/SharedLibrary.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+CSharedLibrary::~CSharedLibrary() = default;
+
+bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
+  problem = FromAscii(name.posix) + u": this portable program loads no libraries";
+  return false;
+}
+
+CSharedLibrary::Function CSharedLibrary::Find(const char*) const {
+  return nullptr;
+}
+
+}  // namespace tolvane
