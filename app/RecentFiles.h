@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,5 +37,8 @@ class CRecentFiles {
   CRecentFileStore& m_store;
   std::vector<std::u16string> m_paths;
 };
+
+// The path, or where it does not fit with "..." in the middle of its folder; the file's name stays whole.
+std::u16string ShortenPath(std::u16string_view path, const std::function<bool(std::u16string_view)>& fits);
 
 }  // namespace tolvane

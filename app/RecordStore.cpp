@@ -14,6 +14,14 @@
 
 namespace tolvane {
 
+namespace {
+
+bool IsNumber(uint8_t type) {
+  return (type >= kTypeByte && type <= kTypeDouble) || type == kTypeDecimal;
+}
+
+}  // namespace
+
 // A row is the sequence of its cells that are not empty, each
 //
 //   0 u32 column   4 u32 units   8 the text in UTF-16
@@ -118,11 +126,12 @@ void CRecordStore::InsertColumn(size_t index, std::u16string_view heading, int32
   const std::lock_guard lock(m_state->mutex);
   const CState& state = *m_state;
   auto& columns = m_state->columns;
-  const bool isOfTable = state.table && index < state.table->columns.GetCount();
+  const CAccessColumn* const column =
+      state.table && index < state.table->columns.GetCount() ? state.table->columns.GetAt(index) : nullptr;
+  SColumn inserted{std::u16string(heading), width, column && IsNumber(column->type)};
+  if (column) inserted.heading = SpelledName(*column, state.data->source);
   columns.insert(columns.begin() + static_cast<ptrdiff_t>(std::min(index, columns.size())),
-                 {isOfTable ? SpelledName(*state.table->columns.GetAt(index), state.data->source)
-                            : std::u16string(heading),
-                  width});
+                 std::move(inserted));
 }
 
 void CRecordStore::InsertItem(size_t) {
@@ -171,6 +180,26 @@ std::u16string CRecordStore::GetWholeCell(size_t item, size_t column, size_t max
   const std::lock_guard lock(m_state->mutex);
   return m_state->IsShortened(column, shown) ? m_state->ReadStored(item, column, maxUnits)
                                              : shown.substr(0, maxUnits);
+}
+
+void CRecordStore::AppendLine(size_t item, size_t columns, std::u16string& line) const {
+  const std::lock_guard lock(m_state->mutex);
+  const CState& state = *m_state;
+  uint64_t position = item < state.rows.size() ? state.rows[item] : 0;
+  const uint64_t end = item < state.rows.size() ? state.EndOf(item) : 0;
+  size_t column = 0;
+  for (CState::SCell cell; column < columns && state.NextCell(position, end, cell);) {
+    if (cell.column >= columns) continue;
+    for (; column < cell.column; ++column) line += u'\t';
+    const std::u16string shown = state.ReadText(cell, SIZE_MAX);
+    AppendInOneLine(
+        line, state.IsShortened(cell.column, shown) ? state.ReadStored(item, cell.column, SIZE_MAX) : shown);
+  }
+  for (; column + 1 < columns; ++column) line += u'\t';
+}
+
+void AppendInOneLine(std::u16string& line, std::u16string_view text) {
+  for (const char16_t unit : text) line += unit < u' ' ? u' ' : unit;
 }
 
 SObjectPlace CRecordStore::GetObjectPlace(size_t item, size_t column) const {

@@ -24,6 +24,7 @@ class CRecordStore : public CPreviewList {
   struct SColumn {
     std::u16string heading;
     int32_t width = 0;  // in pixels at 96 DPI
+    bool isNumber = false;
   };
 
   CRecordStore();
@@ -48,6 +49,8 @@ class CRecordStore : public CPreviewList {
   [[nodiscard]] std::u16string GetCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
   // The same, but of a memo that the list shows in part all of it, read from the table's data file.
   [[nodiscard]] std::u16string GetWholeCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
+  // Appends the item's first cells in full, separated by tabs; tabs and line breaks inside become blanks.
+  void AppendLine(size_t item, size_t columns, std::u16string& line) const;
   // Where the bytes of an OLE object are; without a path where there is none.
   [[nodiscard]] SObjectPlace GetObjectPlace(size_t item, size_t column) const;
   // Removes all rows, then all columns. Not while the preview's thread runs.
@@ -74,5 +77,8 @@ class CRecordStore : public CPreviewList {
   class CState;
   std::unique_ptr<CState> m_state;
 };
+
+// Appends a text as one cell of one line: its tabs and line breaks would begin new ones.
+void AppendInOneLine(std::u16string& line, std::u16string_view text);
 
 }  // namespace tolvane

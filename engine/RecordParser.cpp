@@ -33,6 +33,10 @@ void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims
   CProgressStatus& progress = m_job.progress;
   progress.SetMax(SumOfRowCounts(data.GetTables()));
   progress.SetPos(0);
+  size_t pages = 0;
+  for (const auto& table : data.GetTables()) pages += table->dataPages.GetCount();
+  m_job.pages.SetPos(0);
+  m_job.pages.SetMax(static_cast<int32_t>(std::min<size_t>(pages, std::numeric_limits<int32_t>::max())));
   CTableWalk walk(source, m_rules, m_job, data, claims);
   if (!claims.GetLongValuePages().IsEmpty())
     for (const auto& table : data.GetTables())

@@ -94,8 +94,10 @@ bool CTableWalk::WalkPages() {
   std::vector<uint64_t> pages(m_table->dataPages.begin(), m_table->dataPages.end());
   bool isLossKnown = false;
   const std::vector<uint64_t> unmapped = SetAsideUnmapped(pages, isLossKnown);
-  for (const uint64_t offset : pages)
+  for (const uint64_t offset : pages) {
     if (!WalkPage(offset)) return false;
+    m_job.pages.IncrementPos();
+  }
   // Freed pages hold older rows; they are the table's only where rows are missing for no other reason.
   if (isLossKnown || m_rows >= m_table->promisedRows) return true;
   for (const uint64_t offset : unmapped)

@@ -19,6 +19,9 @@ class CJobContext {
   CRepairingFileStatus repairing;
   CSavingStatus saving;
   CProgressStatus progress;
+  // Pages of rows that were read, of those that the tables have: what is still to do, whatever the
+  // definitions say about numbers of rows.
+  CProgressStatus pages;
   CStatusProgress status;
   CRepairLog log;
   CPreviewThreadStatus preview;

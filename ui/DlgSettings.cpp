@@ -9,9 +9,6 @@ CDlgSettings::CDlgSettings(SSettings settings) : CDialog(IDD_SETTINGS), m_settin
 
 void CDlgSettings::OnInitDialog() {
   GetItem(IDC_SETTINGS_PREFIX).SetText(m_settings.prefix);
-  const CWnd engines = GetItem(IDC_SETTINGS_ENGINE);
-  engines.Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(L"Built-in engine"));
-  engines.Send(CB_SETCURSEL, 0);
   const CWnd rules = GetItem(IDC_SETTINGS_RULES);
   for (const std::u16string_view note : {kExactRulesNote, kStandardRulesNote})
     rules.Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(ToWide(note).c_str()));

@@ -1,4 +1,4 @@
-// The settings: the prefix of file names, and the database engine that writes.
+// The settings: the rules of the next repair, and the prefix of file names.
 #pragma once
 
 #include "app/Settings.h"

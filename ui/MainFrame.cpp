@@ -11,7 +11,7 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
-#include "status/Status.h"
+#include "status/JobContext.h"
 #include "ui/CrashNote.h"
 #include "ui/DlgSettings.h"
 #include "ui/Resource.h"
@@ -29,6 +29,8 @@ constexpr int kHeight = 720;
 constexpr int kLeastWidth = 640;
 constexpr int kLeastHeight = 400;
 constexpr int kActivityWidth = 160;
+// Of a path in a menu.
+constexpr size_t kMenuUnits = 60;
 
 // The bar that only shows that something goes on begins anew after so many steps.
 constexpr int kActivitySteps = 10;
@@ -59,6 +61,10 @@ SScreenArea GetWorkArea(HWND window) {
 void MoveTo(HWND window, const SScreenArea& area) {
   SetWindowPos(window, nullptr, area.left, area.top, area.GetWidth(), area.GetHeight(),
                SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+double GetSeconds() {
+  return static_cast<double>(GetTickCount64()) / 1000;
 }
 
 class CAboutDialog : public CDialog {
@@ -141,6 +147,7 @@ bool CMainFrame::CreateChildren() {
                                   GetModuleHandleW(nullptr), nullptr);
   SendMessageW(m_activityBar, PBM_SETRANGE32, 0, kActivitySteps);
   SendMessageW(m_activityBar, PBM_SETSTEP, 1, 0);
+  m_view.SetWatch([this] { RefreshProgress(); });
   m_view.SetNotice([this](std::u16string_view text) { ShowNotice(text); });
   return m_statusBar && m_activityBar && m_view.Create(m_window);
 }
@@ -175,9 +182,10 @@ void CMainFrame::KillTimer(uint32_t identifier) {
 }
 
 void CMainFrame::ShowProgressBar(bool isShown) {
-  if (isShown && !m_isBusy) m_progress.Start();
+  if (isShown && !m_isBusy) m_progress.Start(GetSeconds());
   if (!isShown && m_isBusy) CallUser();
   m_isBusy = isShown;
+  m_view.ShowOverall(m_progress.GetPercent(), m_progress.GetText());
   ShowWindow(m_activityBar, isShown ? SW_SHOWNA : SW_HIDE);
   SetThreadExecutionState(isShown ? ES_CONTINUOUS | ES_SYSTEM_REQUIRED : ES_CONTINUOUS);
   if (isShown)
@@ -205,10 +213,12 @@ void CMainFrame::ResetProgressBar() {
   SendMessageW(m_activityBar, PBM_SETPOS, 0, 0);
 }
 
+// Bar, title and taskbar show the same figure, at the same moment.
 void CMainFrame::RefreshProgress() {
   m_view.RefreshProgress();
-  m_progress.Update(CStatusProgress::Instance().GetText(), CProgressStatus::Instance().GetPos(),
-                    CProgressStatus::Instance().GetMax());
+  if (!m_isBusy) return;
+  m_progress.Update(LookAt(ShownJob()), GetSeconds());
+  m_view.ShowOverall(m_progress.GetPercent(), m_progress.GetText());
   UpdateTitle();
 }
 
@@ -336,6 +346,7 @@ void CMainFrame::OnRecordsCommand(UINT identifier) {
 
 // While a worker runs, going on is the timers' business.
 void CMainFrame::OnNext() {
+  m_view.TakeTypedPaths();
   if (IsChoosing() ? m_switches.canRepair : CanSave()) m_workflow->Next();
 }
 
@@ -515,7 +526,9 @@ void CMainFrame::ListRecentFiles(HMENU menu) const {
   const auto& paths = m_recentFiles.Get();
   for (size_t i = 0; i < paths.size(); ++i) {
     std::wstring text = L"&" + std::to_wstring(i + 1) + L" ";
-    for (const char16_t unit : paths[i]) text.append(unit == u'&' ? 2 : 1, static_cast<wchar_t>(unit));
+    const auto fits = [](std::u16string_view shown) { return shown.size() <= kMenuUnits; };
+    for (const char16_t unit : ShortenPath(paths[i], fits))
+      text.append(unit == u'&' ? 2 : 1, static_cast<wchar_t>(unit));
     InsertMenuW(menu, ID_EXIT, MF_BYCOMMAND | (m_switches.canRepair ? 0u : MF_GRAYED), ID_RECENT_FIRST + i,
                 text.c_str());
   }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 // After windows.h, whose types these need.
+#include <commctrl.h>
 #include <windowsx.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <utility>
 
 #include "app/StartChoice.h"
+#include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
 #include "status/Status.h"
@@ -45,10 +47,10 @@ bool COrlinVexaFileScanView::CreateControls() {
     bool isCreated = true;
     switch (control.identifier) {
       case IDC_FILE:
-        isCreated = m_file.Create(m_window, IDC_FILE, EEditForm::Line);
+        isCreated = m_file.Create(m_window, IDC_FILE, EEditForm::LineToType);
         break;
       case IDC_TEMPLATE_FILE:
-        isCreated = m_template.Create(m_window, IDC_TEMPLATE_FILE, EEditForm::Line);
+        isCreated = m_template.Create(m_window, IDC_TEMPLATE_FILE, EEditForm::LineToType);
         break;
       case IDC_OUTPUT:
         isCreated = m_output.Create(m_window, IDC_OUTPUT, EEditForm::Line);
@@ -168,15 +170,18 @@ void COrlinVexaFileScanView::UpdateVisibility() {
     GetItem(control.identifier).Show(IsShownHere(control.identifier));
 }
 
-void COrlinVexaFileScanView::Arrange() {
+void COrlinVexaFileScanView::Arrange(bool isPageTheSame) {
   if (IsRectEmpty(std::array{GetClientArea()}.data())) return;
-  CViewLayout layout(m_window, m_dpi, m_fonts, m_state);
+  CViewLayout layout(m_window, m_dpi, m_fonts, m_state, isPageTheSame);
   layout.Arrange();
   m_treeSplitter = layout.GetTreeSplitter();
   m_lowerSplitter = layout.GetLowerSplitter();
   m_commandTop = layout.GetCommandTop();
   ShowSummaryScroller();
-  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+  if (m_state.page <= EPageState::FileSelected) ListRecentFiles();
+  // What only moves a little takes its picture along.
+  if (!isPageTheSame)
+    RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 void COrlinVexaFileScanView::ShowReview() {
@@ -241,10 +246,12 @@ void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
 
 void COrlinVexaFileScanView::SetSelectedFile(std::u16string_view path) {
   m_file.SetText(path);
+  m_file.ShowEnd();
 }
 
 void COrlinVexaFileScanView::SetTemplateFile(std::u16string_view path) {
   m_template.SetText(path);
+  m_template.ShowEnd();
 }
 
 void COrlinVexaFileScanView::SetHint(std::u16string_view text) {
@@ -262,6 +269,7 @@ void COrlinVexaFileScanView::SetSummary(std::u16string_view text) {
 
 void COrlinVexaFileScanView::SetOutputPath(std::u16string_view path) {
   m_output.SetText(path);
+  m_output.ShowEnd();
 }
 
 void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
@@ -271,11 +279,26 @@ void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
 
 void COrlinVexaFileScanView::SetRecentFiles(const std::vector<std::u16string>& paths) {
   m_recentFiles = paths;
-  const CWnd list = GetItem(IDC_RECENT_LIST);
-  list.Send(LB_RESETCONTENT);
-  for (const std::u16string& path : paths)
-    list.Send(LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(ToWide(path).c_str()));
+  ListRecentFiles();
   UpdateVisibility();
+}
+
+// As much of each path as there is room for.
+void COrlinVexaFileScanView::ListRecentFiles() const {
+  const CWnd list = GetItem(IDC_RECENT_LIST);
+  const int room = list.GetClientArea().right - m_dpi.Scale(8);
+  const LRESULT selected = list.Send(LB_GETCURSEL);
+  list.Send(WM_SETREDRAW, FALSE);
+  list.Send(LB_RESETCONTENT);
+  for (const std::u16string& path : m_recentFiles) {
+    const std::u16string shown = ShortenPath(path, [&](std::u16string_view text) {
+      return m_fonts.message.GetTextWidth(ToWide(text).c_str()) <= room;
+    });
+    list.Send(LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(ToWide(shown).c_str()));
+  }
+  list.Send(LB_SETCURSEL, static_cast<WPARAM>(selected));
+  list.Send(WM_SETREDRAW, TRUE);
+  list.Invalidate();
 }
 
 std::u16string COrlinVexaFileScanView::GetChosenRecentFile() const {
@@ -283,6 +306,35 @@ std::u16string COrlinVexaFileScanView::GetChosenRecentFile() const {
   return index >= 0 && static_cast<size_t>(index) < m_recentFiles.size()
              ? m_recentFiles[static_cast<size_t>(index)]
              : std::u16string();
+}
+
+// The bar and what it is about, together.
+void COrlinVexaFileScanView::RefreshProgress() {
+  m_progress.Refresh();
+  SetStatusLine(CStatusProgress::Instance().GetText());
+}
+
+void COrlinVexaFileScanView::ShowOverall(int percent, std::u16string_view text) const {
+  GetItem(IDC_OVERALL).Send(PBM_SETPOS, static_cast<WPARAM>(percent));
+  GetItem(IDC_OVERALL).SetText(text);
+  GetItem(IDC_OVERALL_NOTE).SetText(text);
+}
+
+// A path that was typed or pasted is chosen when the keyboard leaves it or the user goes on.
+void COrlinVexaFileScanView::TakeTypedPaths() {
+  if (!m_workflow || m_state.page > EPageState::FileSelected) return;
+  const auto take = [](const CReadOnlyEdit& edit, const std::u16string& known, auto select) {
+    const std::u16string typed = ReadTypedPath(edit.GetText());
+    if (!typed.empty() && typed != known)
+      select(GetAbsolutePath(typed));
+    else if (edit.GetText() != known)
+      edit.SetText(known);
+  };
+  const COvRepairFileManager& manager = m_workflow->GetManager();
+  take(m_template, manager.GetTemplatePath(),
+       [this](const std::u16string& path) { m_workflow->SelectTemplateFile(path); });
+  take(m_file, manager.GetCorruptedPath(),
+       [this](const std::u16string& path) { m_workflow->SelectCorruptedFile(path); });
 }
 
 // --- preview ---
@@ -301,7 +353,7 @@ void COrlinVexaFileScanView::WatchRecords() {
 
 void COrlinVexaFileScanView::OnTreeChanged() {
   if (!m_workflow || m_tree.IsFilling()) return;
-  m_records.CancelFind();
+  m_records.Cancel();
   ShowReview();
   m_workflow->SelectTreeItem(m_tree.GetSelectedName());
   WatchRecords();
@@ -309,14 +361,11 @@ void COrlinVexaFileScanView::OnTreeChanged() {
 
 void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
   if (timer == CRecordPane::kFindTimer) return m_records.ContinueFind();
+  if (timer == CRecordPane::kCopyTimer) return m_records.ContinueCopy();
   if (timer != kWatchTimer) return;
   const bool isBusy = CPreviewThreadStatus::Instance().IsBusy();
   const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
-  if (isWorking) {
-    // The bar and what it is about, together.
-    m_progress.Refresh();
-    SetStatusLine(CStatusProgress::Instance().GetText());
-  }
+  if (isWorking && m_watch) m_watch();
   m_records.Refresh();
   if (!isBusy && !isWorking) KillTimer(m_window, kWatchTimer);
 }
@@ -349,8 +398,12 @@ void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
     case IDC_RECENT_LIST:
       if (notification == LBN_DBLCLK || notification == BN_CLICKED) break;
       return;
+    case IDC_FILE:
+    case IDC_TEMPLATE_FILE:
+      if (notification == EN_KILLFOCUS) TakeTypedPaths();
+      return;
     case IDCANCEL:
-      if (m_records.CancelFind() || !m_switches.canStop) return;
+      if (m_records.Cancel() || !m_switches.canStop) return;
       identifier = ID_STOP;
       break;
     default:
@@ -362,6 +415,8 @@ void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
 
 LRESULT COrlinVexaFileScanView::OnNotify(NMHDR* header) {
   if (header->idFrom == IDC_RECORDS) return m_records.OnNotify(header);
+  if (header->idFrom == IDC_TREE && header->code == NM_CUSTOMDRAW)
+    return CTreeControl::OnCustomDraw(*reinterpret_cast<NMTVCUSTOMDRAW*>(header));
   if (header->idFrom == IDC_TREE && header->code == TVN_SELCHANGEDW) OnTreeChanged();
   return 0;
 }
@@ -416,7 +471,7 @@ void COrlinVexaFileScanView::Drag(POINT point) {
     int& height = isTable ? m_state.cellHeight : m_state.logHeight;
     height = std::max(kLowest, m_dpi.Unscale(m_commandTop - point.y) - 16);
   }
-  Arrange();
+  Arrange(true);
 }
 
 LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

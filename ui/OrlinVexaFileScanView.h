@@ -27,7 +27,13 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void SetWorkflow(CRepairWorkflow& workflow);
   void SetDpi(CDpi dpi);
   void EnableCommands(const SCommandSwitches& switches);
-  void RefreshProgress() { m_progress.Refresh(); }
+  // Of the step that runs.
+  void RefreshProgress();
+  // Of the whole work.
+  void ShowOverall(int percent, std::u16string_view text) const;
+  // Called every few moments while a worker runs.
+  void SetWatch(std::function<void()> watch) { m_watch = std::move(watch); }
+  void TakeTypedPaths();
   void SetRecentFiles(const std::vector<std::u16string>& paths);
   // Where the keyboard is when the window becomes active.
   void RestoreFocus();
@@ -68,7 +74,8 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void ApplyFonts();
   void UpdateVisibility();
   void UpdateTexts();
-  void Arrange();
+  void Arrange(bool isPageTheSame = false);
+  void ListRecentFiles() const;
   void ShowReview();
   void ShowSummaryScroller() const;
   [[nodiscard]] bool IsTableShown() const { return m_state.review == EReview::Table; }
@@ -89,6 +96,7 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
 
   CRepairWorkflow* m_workflow = nullptr;
   std::function<void(std::u16string_view)> m_notice;
+  std::function<void()> m_watch;
   SLayoutState m_state;
   SCommandSwitches m_switches;
   CDpi m_dpi;

@@ -12,6 +12,11 @@ class CReadOnlyEdit : public CWnd {
  public:
   bool Create(HWND parent, UINT identifier, EEditForm form);
   void Attach(HWND control) { Subclass(control); }
+  // The end of a long path is its file's name.
+  void ShowEnd() const {
+    Send(EM_SETSEL, 0x7FFFFFFF, 0x7FFFFFFF);
+    Send(EM_SCROLLCARET);
+  }
   void SelectAll() const { Send(EM_SETSEL, 0, -1); }
 
  protected:

@@ -12,8 +12,6 @@ namespace {
 
 // The list draws no more of a cell.
 constexpr size_t kDrawnUnits = 259;
-// A limit to what is copied at once.
-constexpr size_t kCopiedUnits = 32u << 20;
 // Widths of columns, in pixels at 96 DPI, and the cells that are measured for them.
 constexpr int kNarrowestColumn = 48;
 constexpr int kWidestColumn = 320;
@@ -23,15 +21,6 @@ constexpr size_t kRowsMeasured = 30;
 
 constexpr DWORD kExtendedStyle =
     LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP;
-
-// Line breaks and tabs of a value would begin new cells where it is pasted.
-void AppendInOneLine(std::u16string& line, std::u16string_view text) {
-  const size_t start = line.size();
-  line += text;
-  std::replace_if(
-      line.begin() + static_cast<std::ptrdiff_t>(start), line.end(), [](char16_t c) { return c < u' '; },
-      u' ');
-}
 
 }  // namespace
 
@@ -89,11 +78,15 @@ void CRecordList::AddColumns() {
   for (size_t i = m_columns.size(); i < columns.size(); ++i) {
     std::wstring heading = ToWide(columns[i].heading);
     LVCOLUMNW column{};
-    column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
+    column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM | LVCF_FMT;
+    column.fmt = columns[i].isNumber ? LVCFMT_RIGHT : LVCFMT_LEFT;
     column.cx = m_dpi.Scale(std::clamp(columns[i].width, kNarrowestColumn, kWidestColumn));
     column.pszText = heading.data();
     column.iSubItem = static_cast<int>(i);
     Send(LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
+    // The first one is put to the left when it comes.
+    column.mask = LVCF_FMT;
+    if (i == 0) Send(LVM_SETCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
     m_columns.push_back(columns[i]);
   }
   WidenLastColumn();
@@ -185,34 +178,23 @@ void CRecordList::ShowColumn() const {
   if (distance != 0) Send(LVM_SCROLL, static_cast<WPARAM>(distance), 0);
 }
 
-CRecordList::ECopied CRecordList::Copy() const {
-  if (Send(LVM_GETSELECTEDCOUNT) > 1) return CopyRows(false);
+bool CRecordList::CopyCell() const {
   const auto place = GetPlace();
-  if (!m_records || !place) return ECopied::Nothing;
-  const bool isCopied = CopyTextToClipboard(m_window, m_records->GetWholeCell(place->item, place->column));
-  return isCopied ? ECopied::Cell : ECopied::Nothing;
+  return m_records && place &&
+         CopyTextToClipboard(m_window, m_records->GetWholeCell(place->item, place->column));
 }
 
-CRecordList::ECopied CRecordList::CopyRows(bool hasHeadings) const {
-  if (!m_records) return ECopied::Nothing;
-  std::u16string text;
-  const auto endCell = [&](size_t column) { text += column + 1 < m_columns.size() ? u"\t" : u"\r\n"; };
+size_t CRecordList::GetSelectedCount() const {
+  return static_cast<size_t>(Send(LVM_GETSELECTEDCOUNT));
+}
+
+void CRecordList::BeginCopy(CRecordCopy& copy, bool hasHeadings) const {
+  std::u16string headings;
   for (size_t column = 0; hasHeadings && column < m_columns.size(); ++column) {
-    AppendInOneLine(text, m_columns[column].heading);
-    endCell(column);
+    AppendInOneLine(headings, m_columns[column].heading);
+    headings += column + 1 < m_columns.size() ? u"\t" : u"\r\n";
   }
-  LRESULT row = -1;
-  bool hasRows = false;
-  while ((row = Send(LVM_GETNEXTITEM, static_cast<WPARAM>(row), LVNI_SELECTED)) >= 0 &&
-         text.size() < kCopiedUnits) {
-    hasRows = true;
-    for (size_t column = 0; column < m_columns.size(); ++column) {
-      AppendInOneLine(text, m_records->GetWholeCell(static_cast<size_t>(row), column));
-      endCell(column);
-    }
-  }
-  if (!hasRows || !CopyTextToClipboard(m_window, text)) return ECopied::Nothing;
-  return row >= 0 ? ECopied::PartOfRows : ECopied::Rows;
+  copy.Begin(m_window, *m_records, m_columns.size(), std::move(headings));
 }
 
 void CRecordList::SelectAll() const {
@@ -268,12 +250,18 @@ void CRecordList::OnClick(const NMITEMACTIVATE& click) {
     SetColumn(static_cast<size_t>(hit.iSubItem));
 }
 
-LRESULT CRecordList::OnCustomDraw(const NMLVCUSTOMDRAW& draw) const {
+LRESULT CRecordList::OnCustomDraw(NMLVCUSTOMDRAW& draw) const {
   switch (draw.nmcd.dwDrawStage) {
     case CDDS_PREPAINT:
       return CDRF_NOTIFYITEMDRAW;
     case CDDS_ITEMPREPAINT:
-      return CDRF_NOTIFYPOSTPAINT;
+      // As strong without the keyboard as with it; the frame of the current cell tells the two apart.
+      if ((Send(LVM_GETITEMSTATE, draw.nmcd.dwItemSpec, LVIS_SELECTED) & LVIS_SELECTED) == 0)
+        return CDRF_NOTIFYPOSTPAINT;
+      draw.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
+      draw.clrText = GetSysColor(COLOR_HIGHLIGHTTEXT);
+      draw.clrTextBk = GetSysColor(COLOR_HIGHLIGHT);
+      return CDRF_NOTIFYPOSTPAINT | CDRF_NEWFONT;
     case CDDS_ITEMPOSTPAINT:
       FrameCell(draw.nmcd.hdc, static_cast<int>(draw.nmcd.dwItemSpec));
       return CDRF_DODEFAULT;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "app/RecordStore.h"
+#include "ui/RecordCopy.h"
 #include "ui/win/Dpi.h"
 #include "ui/win/Window.h"
 
@@ -37,11 +38,11 @@ class CRecordList : public CWnd {
   [[nodiscard]] std::u16string GetHeading(size_t column) const;
   [[nodiscard]] size_t GetRowCount() const { return m_rows; }
 
-  enum class ECopied : uint8_t { Nothing, Cell, Rows, PartOfRows };
-  // The current cell; with several rows selected, these.
-  ECopied Copy() const;
-  // The selected rows below a line of headings, columns separated by tabs.
-  ECopied CopyRows(bool hasHeadings) const;
+  // The whole value of the current cell, to the clipboard.
+  bool CopyCell() const;
+  // Of the selected rows, columns separated by tabs.
+  void BeginCopy(CRecordCopy& copy, bool hasHeadings) const;
+  [[nodiscard]] size_t GetSelectedCount() const;
   void SelectAll() const;
 
   // From the parent's WM_NOTIFY.
@@ -64,7 +65,7 @@ class CRecordList : public CWnd {
   bool OnKey(WPARAM key);
   void OnGetDisplayInfo(NMLVDISPINFOW& info) const;
   void OnClick(const NMITEMACTIVATE& click);
-  [[nodiscard]] LRESULT OnCustomDraw(const NMLVCUSTOMDRAW& draw) const;
+  [[nodiscard]] LRESULT OnCustomDraw(NMLVCUSTOMDRAW& draw) const;
   void FrameCell(HDC context, int row) const;
 
   SActions m_actions;

@@ -3,15 +3,17 @@
 #include "platform/Text.h"
 #include "status/Status.h"
 #include "ui/CellDialog.h"
+#include "ui/Clipboard.h"
 #include "ui/Resource.h"
 
 namespace tolvane {
 
 namespace {
 
-// A piece of a search, and the pause for everything else after it; in milliseconds.
-constexpr ULONGLONG kFindSlice = 40;
-constexpr UINT kFindPause = 10;
+// A piece of a search or a copying, and the pause for everything else after it; in milliseconds.
+constexpr ULONGLONG kSlice = 40;
+constexpr ULONGLONG kCopySlice = 120;
+constexpr UINT kPause = 10;
 // What the pane shows of a value; the whole of it opens in a window of its own.
 constexpr size_t kPaneUnits = 32768;
 
@@ -119,22 +121,25 @@ void CRecordPane::FindNext() {
   ContinueFind();
 }
 
-bool CRecordPane::CancelFind() {
-  if (m_search.GetState() != CRecordSearch::EState::Searching) return false;
+bool CRecordPane::Cancel() {
+  const bool isCopying = m_copy.GetState() == CRecordCopy::EState::Copying;
+  if (!isCopying && m_search.GetState() != CRecordSearch::EState::Searching) return false;
   m_search.Cancel();
-  Say({});
+  m_copy.Cancel();
+  KillTimer(m_view, kCopyTimer);
+  Say(isCopying ? u"Nothing was copied." : u"");
   return true;
 }
 
 void CRecordPane::ContinueFind() {
   if (!m_workflow) return;
-  const ULONGLONG end = GetTickCount64() + kFindSlice;
+  const ULONGLONG end = GetTickCount64() + kSlice;
   do {
     m_search.Continue(m_workflow->GetRecords());
   } while (m_search.GetState() == CRecordSearch::EState::Searching && GetTickCount64() < end);
   switch (m_search.GetState()) {
     case CRecordSearch::EState::Searching:
-      SetTimer(m_view, kFindTimer, kFindPause, nullptr);
+      SetTimer(m_view, kFindTimer, kPause, nullptr);
       return;
     case CRecordSearch::EState::Found:
       m_list.GoTo(m_search.GetPlace());
@@ -151,24 +156,52 @@ void CRecordPane::ContinueFind() {
   KillTimer(m_view, kFindTimer);
 }
 
+// --- copying ---
+
+void CRecordPane::Copy() {
+  if (m_list.GetSelectedCount() > 1) return CopyRows(false);
+  Say(m_list.CopyCell() ? u"The value was copied." : u"Nothing was copied: select a row first.");
+}
+
+void CRecordPane::CopyRows(bool hasHeadings) {
+  if (!m_workflow) return;
+  if (m_list.GetSelectedCount() == 0) return Say(u"Nothing was copied: select a row first.");
+  m_list.BeginCopy(m_copy, hasHeadings);
+  ContinueCopy();
+}
+
+void CRecordPane::ContinueCopy() {
+  switch (m_copy.Continue(GetTickCount64() + kCopySlice)) {
+    case CRecordCopy::EState::Copying:
+      Say(u"Copying rows: " + ToGroupedDecimal(m_copy.GetRowCount()) + u" of " +
+          ToGroupedDecimal(m_list.GetSelectedCount()) + u". Esc stops it.");
+      SetTimer(m_view, kCopyTimer, kPause, nullptr);
+      return;
+    case CRecordCopy::EState::Done:
+    case CRecordCopy::EState::PartDone:
+      FinishCopy();
+      break;
+    case CRecordCopy::EState::Idle:
+      break;
+  }
+  KillTimer(m_view, kCopyTimer);
+}
+
+void CRecordPane::FinishCopy() {
+  const bool isPart = m_copy.GetState() == CRecordCopy::EState::PartDone;
+  const bool isCopied = CopyTextToClipboard(m_view, m_copy.GetText());
+  const size_t rows = m_copy.GetRowCount();
+  m_copy = {};
+  if (!isCopied) return Say(u"Nothing was copied: another program uses the clipboard, or memory is short.");
+  if (!isPart) return Say(u"The selected rows were copied.");
+  Say(u"Only the first " + ToGroupedDecimal(rows) +
+      u" of the selected rows were copied: all of them are too much for the clipboard.");
+}
+
 // --- messages ---
 
 void CRecordPane::Say(std::u16string_view text) const {
   if (m_notice) m_notice(text);
-}
-
-void CRecordPane::SayCopied(CRecordList::ECopied copied) const {
-  switch (copied) {
-    case CRecordList::ECopied::Nothing:
-      return Say(u"Nothing was copied: select a row first.");
-    case CRecordList::ECopied::Cell:
-      return Say(u"The value was copied.");
-    case CRecordList::ECopied::Rows:
-      return Say(u"The selected rows were copied.");
-    case CRecordList::ECopied::PartOfRows:
-      return Say(
-          u"Only the first of the selected rows were copied: all of them are too much for the clipboard.");
-  }
 }
 
 }  // namespace tolvane

@@ -8,6 +8,7 @@
 
 #include "app/RepairWorkflow.h"
 #include "ui/ReadOnlyEdit.h"
+#include "ui/RecordCopy.h"
 #include "ui/RecordList.h"
 #include "ui/RecordSearch.h"
 #include "ui/win/Fonts.h"
@@ -18,6 +19,7 @@ class CRecordPane {
  public:
   // Of the view, whose WM_TIMER calls ContinueFind.
   static constexpr UINT_PTR kFindTimer = 2;
+  static constexpr UINT_PTR kCopyTimer = 3;  // and ContinueCopy
 
   // One of IDC_FIND, IDC_RECORDS and IDC_CELL.
   bool CreateControl(HWND view, UINT identifier);
@@ -34,10 +36,13 @@ class CRecordPane {
   void BeginFind();
   void FindNext();
   void ContinueFind();
-  // False when nothing was being looked for.
-  bool CancelFind();
-  void Copy() const { SayCopied(m_list.Copy()); }
-  void CopyRows() const { SayCopied(m_list.CopyRows(true)); }
+  // Ends a search or a copying; false when there was none.
+  bool Cancel();
+  // The current cell; with several rows selected, these.
+  void Copy();
+  // The selected rows below a line of headings.
+  void CopyRows(bool hasHeadings = true);
+  void ContinueCopy();
   void SelectAll() const { m_list.SelectAll(); }
 
   [[nodiscard]] bool IsList(HWND window) const { return window == m_list.GetHandle(); }
@@ -50,7 +55,7 @@ class CRecordPane {
   void UpdateCount();
   [[nodiscard]] const CFont& GetCellFont() const;
   void Say(std::u16string_view text) const;
-  void SayCopied(CRecordList::ECopied copied) const;
+  void FinishCopy();
 
   HWND m_view = nullptr;
   CRepairWorkflow* m_workflow = nullptr;
@@ -60,6 +65,7 @@ class CRecordPane {
   CReadOnlyEdit m_cell;
   CRecordList m_list;
   CRecordSearch m_search;
+  CRecordCopy m_copy;
 };
 
 }  // namespace tolvane

@@ -24,7 +24,6 @@
 // Controls of the settings dialog.
 #define IDC_SETTINGS_PREFIX 1010
 #define IDC_SETTINGS_ENGINE 1011
-#define IDC_SETTINGS_ENGINE_NOTE 1012
 #define IDC_SETTINGS_RULES 1013
 
 // Controls of the start dialog.
@@ -74,6 +73,8 @@
 #define IDC_PROGRESS 1141
 #define IDC_OUTPUT_LABEL 1142
 #define IDC_OUTPUT 1143
+#define IDC_OVERALL_NOTE 1144
+#define IDC_OVERALL 1145
 #define IDC_TREE_LABEL 1150
 #define IDC_TREE 1151
 #define IDC_SUMMARY_LABEL 1152

@@ -59,6 +59,15 @@ std::u16string CTreeControl::GetSelectedName() const {
   return index < m_names.size() ? m_names[index] : std::u16string();
 }
 
+LRESULT CTreeControl::OnCustomDraw(NMTVCUSTOMDRAW& draw) {
+  if (draw.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  if (draw.nmcd.dwDrawStage == CDDS_ITEMPREPAINT && (draw.nmcd.uItemState & CDIS_SELECTED) != 0) {
+    draw.clrText = GetSysColor(COLOR_HIGHLIGHTTEXT);
+    draw.clrTextBk = GetSysColor(COLOR_HIGHLIGHT);
+  }
+  return CDRF_DODEFAULT;
+}
+
 bool CTreeControl::IsTableSelected() const {
   const auto selected = reinterpret_cast<HTREEITEM>(Send(TVM_GETNEXTITEM, TVGN_CARET));
   return selected && selected != m_root;

@@ -21,6 +21,8 @@ class CTreeControl : public CWnd {
   // The name of the selected table without its row count, the root's text, or empty.
   [[nodiscard]] std::u16string GetSelectedName() const;
   [[nodiscard]] bool IsTableSelected() const;
+  // From the parent's NM_CUSTOMDRAW: the selection is as strong without the keyboard as with it.
+  static LRESULT OnCustomDraw(NMTVCUSTOMDRAW& draw);
   // True while the selection changes through SetTables, which is not the user's doing.
   [[nodiscard]] bool IsFilling() const { return m_isFilling; }
 

@@ -1,5 +1,9 @@
 #include "ui/ViewControls.h"
 
+#include <windows.h>
+// After windows.h, whose types it needs.
+#include <commctrl.h>
+
 #include <cstddef>
 
 #include "ui/Resource.h"
@@ -49,6 +53,8 @@ constexpr SControl kControls[] = {
 
     {IDC_OUTPUT_LABEL, kSavePage | kDonePage, L"Re&paired database :"},
     {IDC_OUTPUT, kSavePage | kDonePage, L"", EKind::Own},
+    {IDC_OVERALL_NOTE, kWorkPages},
+    {IDC_OVERALL, kWorkPages, L"", EKind::Bar},
     {IDC_STATUS_LINE, kWorkPages},
     {IDC_PROGRESS, kWorkPages, L"", EKind::Own},
 
@@ -120,6 +126,10 @@ bool CreateStandardControl(HWND parent, const SControl& control) {
       className = L"LISTBOX";
       style |= WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT;
       exStyle = WS_EX_CLIENTEDGE;
+      break;
+    case EKind::Bar:
+      className = PROGRESS_CLASSW;
+      style |= PBS_SMOOTH;
       break;
     case EKind::Own:
       break;

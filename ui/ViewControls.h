@@ -13,7 +13,7 @@ namespace tolvane {
 // Held: while a result can be gone back to.
 enum class EWhen : uint8_t { Always, Template, Recent, Table, Overview, Held };
 // Own: a class of ours creates it.
-enum class EKind : uint8_t { Text, Button, DefaultButton, List, Own };
+enum class EKind : uint8_t { Text, Button, DefaultButton, List, Bar, Own };
 enum class EFace : uint8_t { Message, Bold, Title, Log };
 
 struct SControl {

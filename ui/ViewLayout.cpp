@@ -20,6 +20,8 @@ constexpr int kButtonPadding = 32;
 constexpr int kNarrowestButton = 92;
 constexpr int kEditPadding = 8;
 constexpr int kProgressHeight = 18;
+constexpr int kStepWidth = 140;  // the bar of one step, beside what is said about it
+constexpr int kStepHeight = 12;
 constexpr int kRecentLines = 4;
 constexpr int kWidestForm = 820;
 constexpr int kSummaryLines = 3;
@@ -34,12 +36,13 @@ constexpr UINT kSteps[] = {IDC_STEP_SAVE, IDC_STEP_REVIEW, IDC_STEP_REPAIR, IDC_
 
 }  // namespace
 
-CViewLayout::CViewLayout(HWND view, CDpi dpi, const SFonts& fonts, const SLayoutState& state)
+CViewLayout::CViewLayout(HWND view, CDpi dpi, const SFonts& fonts, const SLayoutState& state,
+                         bool isPageTheSame)
     : m_view(view),
       m_dpi(dpi),
       m_fonts(fonts),
       m_state(state),
-      m_mover(view),
+      m_mover(view, isPageTheSame),
       m_line(fonts.message.GetLineHeight()),
       m_isLow(CWnd(view).GetClientArea().bottom < kRoomyLines * m_line + dpi.Scale(kRoomyPixels)),
       m_margin(Px(m_isLow ? kMargin / 2 : kMargin)),
@@ -162,8 +165,12 @@ void CViewLayout::ArrangeWork(CArea area) {
   else
     ArrangePathLine(area, IDC_FILE_LABEL, IDC_FILE, 0);
   area.CutTop(m_gap);
-  m_mover.Place(IDC_STATUS_LINE, area.CutTop(Line(), m_gap));
-  m_mover.Place(IDC_PROGRESS, area.CutTop(Px(kProgressHeight), m_sectionGap));
+  m_mover.Place(IDC_OVERALL_NOTE, area.CutTop(Line(), m_gap / 2));
+  m_mover.Place(IDC_OVERALL, area.CutTop(Px(kProgressHeight), m_gap));
+  CArea step = area.CutTop(Line(), m_sectionGap);
+  m_mover.Place(IDC_PROGRESS,
+                step.CutRight(Px(kStepWidth), m_gap).Inset(0, std::max(0, (Line() - Px(kStepHeight)) / 2)));
+  m_mover.Place(IDC_STATUS_LINE, step);
   ArrangeLog(area);
 }
 

@@ -26,7 +26,8 @@ struct SLayoutState {
 
 class CViewLayout {
  public:
-  CViewLayout(HWND view, CDpi dpi, const SFonts& fonts, const SLayoutState& state);
+  // `isPageTheSame`: no control was shown or hidden since the last time.
+  CViewLayout(HWND view, CDpi dpi, const SFonts& fonts, const SLayoutState& state, bool isPageTheSame);
   // Moves every control of the page.
   void Arrange();
 

@@ -7,6 +7,7 @@
 #include "app/AppStart.h"
 #include "app/Losses.h"
 #include "app/OutputChoice.h"
+#include "app/OverallProgress.h"
 #include "app/RecentFiles.h"
 #include "app/StartChoice.h"
 #include "app/ViewTexts.h"
@@ -245,6 +246,39 @@ TEST(Findings, EachSetOfRulesTellsItsOwn) {
         EXPECT_EQ(ToUtf8(line.places), isExact ? "table Orders, page 50" : "page 50");
       }
   }
+}
+
+TEST(OverallProgress, NeverGoesBackAndBelievesPagesMoreThanRowCounts) {
+  COverallProgress progress;
+  progress.Start(100);
+  int last = 0;
+  const auto percentAt = [&](std::u16string status, int32_t position, int32_t maximum, int32_t pages,
+                             double now) {
+    progress.Update({std::move(status), position, maximum, pages, 1000}, now);
+    EXPECT_GE(progress.GetPercent(), last);
+    return last = progress.GetPercent();
+  };
+  EXPECT_EQ(percentAt(u"(Step 1/4)Scanning", 100, 200, 0, 101), 20);
+  EXPECT_EQ(percentAt(u"(Step 2/4)Scanning", 0, 400, 0, 102), 20);
+  EXPECT_EQ(percentAt(u"(Step 3/4) Parsing", 5000, 1, 0, 104), 40)
+      << "more rows than the definitions promise";
+  EXPECT_EQ(progress.GetText(), u"40 % done");
+  for (int32_t second = 1; second <= 100; ++second)
+    percentAt(u"(Step 3/4) Parsing", 5000, 1, 5 * second, 104 + 4 * second);
+  EXPECT_EQ(last, 68);
+  EXPECT_EQ(progress.GetText(), u"68 % done, about 3 minutes left");
+  EXPECT_EQ(percentAt(u"(Step 4/4)Scanning", 10, 10, 1000, 700), 99) << "only the end is 100";
+}
+
+TEST(RecentFiles, LongPathsLoseTheMiddleOfTheirFolder) {
+  const std::u16string folder = std::u16string(u"/first") + std::u16string(30, u'x') + u"/last/";
+  const auto shorten = [&](size_t room) {
+    return ToUtf8(
+        ShortenPath(folder + u"name.mdb", [room](std::u16string_view text) { return text.size() <= room; }));
+  };
+  EXPECT_EQ(shorten(99), ToUtf8(folder + u"name.mdb"));
+  EXPECT_EQ(shorten(26), "/firstx...xx/last/name.mdb");
+  EXPECT_EQ(shorten(5), "name.mdb");
 }
 
 TEST(StartWords, OneFileOrAnAnswer) {

@@ -135,6 +135,11 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
   EXPECT_EQ(ToUtf8(store.GetCell(1, 1)), std::string(90, 'm') + "[Memo...]");
   EXPECT_EQ(store.GetWholeCell(1, 1), memo);
   EXPECT_EQ(store.GetWholeCell(1, 1, 10), memo.substr(0, 10));
+  std::u16string line;
+  store.AppendLine(0, 3, line);
+  EXPECT_EQ(ToUtf8(line), "text\tshort\tOle");
+  store.AppendLine(1, 2, line);
+  EXPECT_TRUE(line.ends_with(u"Oletext\t" + memo)) << "whole memos, no column too many";
   EXPECT_EQ(ToUtf8(store.GetWholeCell(0, 1) + store.GetWholeCell(1, 2) + store.GetObjectPlace(1, 2).path),
             "shortOleside.Ole");
   EXPECT_EQ(Find(u"THE END"), "1/1");

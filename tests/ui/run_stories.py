@@ -261,12 +261,14 @@ def overwrite(desk):
 def stop_save(desk):
     """A stopped save leaves no file and what was recovered can be saved again; closing while saving."""
     program, output = desk.repair(desk.big()), desk.folder / 'stopped.mdb'
+    copy_many_rows(desk, program)
     desk.ask_to_save(output)
     program.wait_for_page('saving')
     expect(program.shown('ID_STOP', 'IDC_PROGRESS', 'ID_NEXT'), [True, True, False], 'controls while saving')
     desk.shoot('5-saving')
     program.command('ID_STOP', (STOP, NO))
     expect(program.page(), 'saving', 'page after No')
+    watch_progress(program)
     program.command('ID_STOP', (STOP, YES), STOPPED)
     program.wait_for_page('review')
     expect_text(program.text('IDC_LOG'), 'Stopped. Nothing was saved.', 'log')
@@ -277,6 +279,36 @@ def stop_save(desk):
     expect(program.page(), 'review', 'page after closing was given up')
     program.close()
     expect((output.exists(), desk.run_folders()), (False, []), 'what is left')
+
+
+def watch_progress(program):
+    """The bar, what stands above it and the title tell the same, and none goes back."""
+    last, end = 0, time.monotonic() + 2
+    while time.monotonic() < end and program.page() == 'saving':
+        bar, note, title = (program.control('IDC_OVERALL').send(window.PBM_GETPOS), program.text('IDC_OVERALL_NOTE'),
+                            program.frame.text())
+        shown = int(note.split(' %')[0])
+        expect(last <= bar <= shown <= int(title.split('%')[0]) < 100, True, 'progress %r' % ((last, bar, note, title),))
+        last = bar
+
+
+def copy_many_rows(desk, program):
+    """The rows of a large table: copying them can be stopped and is done in the end."""
+    program.select_table(3)
+    rows = int(program.text('IDC_SUMMARY').rsplit(' : ', 1)[1])
+    records = program.control('IDC_RECORDS')
+    wait_for(lambda: records.send(window.LVM_GETITEMCOUNT) == rows > 100000, 'the rows in the list')
+    program.type(window.VK_MENU, ord('D'))
+    program.wait_for_focus('IDC_RECORDS')
+    program.type(window.VK_CONTROL, ord('A'))
+    program.command('ID_COPY_ROWS', notice='Copying rows: ')
+    program.view.press(CANCEL)
+    program.wait_for_notice('Nothing was copied.')
+    started = time.monotonic()
+    program.command('ID_COPY_ROWS', notice='The selected rows were copied.')
+    print('    %d rows copied in %.1f s' % (rows, time.monotonic() - started))
+    expect(desk.session.clipboard().count('\r\n'), rows + 1, 'lines on the clipboard')
+    program.select_table(-1)
 
 
 def wrong_files(desk):
@@ -378,13 +410,13 @@ def keyboard(desk):
 
 
 def settings(desk):
-    """The prefix, the engine and the box about the program."""
+    """The rules, the prefix and the box about the program."""
     program = desk.start()
     program.command('ID_SETTINGS')
     dialog = program.wait_for_dialog('Settings')
-    prefix, engine = dialog.item(ID['IDC_SETTINGS_PREFIX']), dialog.item(ID['IDC_SETTINGS_ENGINE'])
+    prefix = dialog.item(ID['IDC_SETTINGS_PREFIX'])
     expect(prefix.text(), 'Rep', 'prefix')
-    expect((engine.send(window.CB_GETCOUNT), engine.send(window.CB_GETCURSEL)), (1, 0), 'engines')
+    expect_text(dialog.item(ID['IDC_SETTINGS_ENGINE']).text(), 'Built-in', 'engine')
     rules = dialog.item(ID['IDC_SETTINGS_RULES'])
     expect((rules.send(window.CB_GETCOUNT), rules.send(window.CB_GETCURSEL)), (2, EXACT_RULES), 'rules')
     desk.shoot('settings', dialog)
@@ -450,12 +482,14 @@ def recent_files(desk):
 
 def every_page(desk):
     """What each page shows has room."""
-    program = desk.start(windows_path(desk.damaged))
+    program = desk.start()
     program.command('ID_MODE_TEMPLATE')
     wait_for(lambda: program.shown('IDC_TEMPLATE_FILE') == [True], 'the line of the template')
+    program.control('IDC_FILE').write(' "%s"' % windows_path(desk.damaged))  # as typed or pasted
     desk.shoot('2-template')
     program.command('ID_MODE_STANDARD')
     program.command('ID_NEXT', page='repairing')
+    expect(program.text('IDC_FILE'), windows_path(desk.damaged), 'the typed path')
     desk.shoot('3-repairing')
     program.wait_for_page('review')
     desk.shoot('4-review')

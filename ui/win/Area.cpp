@@ -44,10 +44,9 @@ CArea CArea::Inset(int horizontal, int vertical) const {
 void CMover::Place(UINT identifier, const CArea& area) {
   const HWND control = GetDlgItem(m_parent, static_cast<int>(identifier));
   if (!control || !m_moves) return;
-  // Painted anew: what is on the screen at the old place may be another control that has just been shown
-  // there.
   m_moves = DeferWindowPos(m_moves, control, nullptr, area.GetRect().left, area.GetRect().top,
-                           area.GetWidth(), area.GetHeight(), SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
+                           area.GetWidth(), area.GetHeight(),
+                           SWP_NOZORDER | SWP_NOACTIVATE | (m_keepsPictures ? 0 : SWP_NOCOPYBITS));
 }
 
 }  // namespace tolvane

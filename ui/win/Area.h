@@ -27,7 +27,10 @@ class CArea {
 // Moves the children of one window all at once, so that nothing is drawn in between.
 class CMover {
  public:
-  explicit CMover(HWND parent) : m_parent(parent), m_moves(BeginDeferWindowPos(40)) {}
+  // `keepsPictures`: controls that move take along what is drawn. Not where some have just been shown: at the
+  // old place there may be the picture of another one.
+  explicit CMover(HWND parent, bool keepsPictures = false)
+      : m_parent(parent), m_keepsPictures(keepsPictures), m_moves(BeginDeferWindowPos(40)) {}
   CMover(const CMover&) = delete;
   CMover& operator=(const CMover&) = delete;
   ~CMover() {
@@ -37,6 +40,7 @@ class CMover {
 
  private:
   HWND m_parent;
+  bool m_keepsPictures;
   HDWP m_moves;
 };
 
