@@ -26,7 +26,7 @@ constexpr std::u16string_view kTakeTemplateAdvice =
     u"If there is a healthy database of the same structure, such as a backup or an empty copy, go back and "
     u"repair with Template Mode.";
 
-std::optional<SInputProblem> CheckFile(const std::u16string& path) {
+std::optional<SInputProblem> CheckReadable(const std::u16string& path) {
   if (!CanRead(path)) return SInputProblem{u"File '" + path + u"' does not exist or access is denied."};
   if (GetFileKind(path) == EFileKind::Folder)
     return SInputProblem{u"'" + path + u"' is a folder. Choose the database file in it."};
@@ -64,8 +64,8 @@ std::optional<SInputProblem> CheckInput(const COvRepairFileManager& manager) {
   const std::u16string templatePath = manager.GetTemplatePath();
   if (auto incomplete = CheckStartChoice({isTemplateMode, manager.GetCorruptedPath(), templatePath}))
     return SInputProblem{*std::move(incomplete), EMessageIcon::Information};
-  auto problem = CheckFile(manager.GetCorruptedPath());
-  return problem || !isTemplateMode ? problem : CheckFile(templatePath);
+  auto problem = CheckReadable(manager.GetCorruptedPath());
+  return problem || !isTemplateMode ? problem : CheckReadable(templatePath);
 }
 
 bool IsNothingFound(const CAccessData* data) {
