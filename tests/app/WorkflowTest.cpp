@@ -515,6 +515,28 @@ TEST_F(Workflow, AWorkFolderThatVanishedIsMadeAgain) {
   EXPECT_NE(window.summary.find("4 tables, 306 rows"), std::string::npos) << window.summary;
 }
 
+// Commands that the switches forbid, should they come all the same.
+TEST_F(Workflow, ForbiddenCommandsDoNoHarm) {
+  GoTo(EPageState::Saving);
+  workflow->SelectCorruptedFile(scratch / u"other.mdb");
+  workflow->SelectTreeItem(u"Cities");
+  workflow->Back();
+  EXPECT_EQ(Page(), EPageState::Repaired);
+  workflow->Next();
+  EXPECT_EQ(Page(), EPageState::Repaired) << "one save at a time";
+  workflow->Back();
+  workflow->Next();
+  EXPECT_EQ(Page(), EPageState::FileSelected) << "no repair beside a save";
+  EXPECT_EQ(window.selectedFile, ToUtf8(damaged));
+  CSavingStatus::Instance().SetSaving(false);
+  workflow->OnTimer(kSaveTimer);
+  EXPECT_EQ(Page(), EPageState::FileSelected);
+  CRepairThreadCounter::Instance()++;
+  workflow->ChooseMode(true);
+  CRepairThreadCounter::Instance()--;
+  EXPECT_FALSE(workflow->IsTemplateMode()) << "while a worker counts";
+}
+
 // --- the end ---
 
 TEST_F(Workflow, CloseAsksOnEveryPage) {

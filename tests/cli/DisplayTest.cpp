@@ -66,6 +66,16 @@ TEST(DisplayText, LinesBreakAtBlanksAlone) {
   EXPECT_EQ(WrapWords(word + " a", 2, 0), word + " a");
 }
 
+TEST(TextTable, TooManyColumnsBecomeBlocks) {
+  CTextTable table;
+  for (int i = 0; i < 20; ++i) table.AddColumn("column" + std::to_string(i));
+  table.AddRow(std::vector<std::string>(20, std::string(100, 'x')));
+  const auto lines = LinesOf(table.Draw(40));
+  ASSERT_EQ(lines.size(), 21u);
+  EXPECT_EQ(lines[0], "Row 1");
+  for (const std::string& line : lines) EXPECT_LE(DisplayWidth(line), 40u);
+}
+
 TEST(ProgressLine, TheRateIsTheStepsAndTheTimeLeftTheWholeJobs) {
   CStepClock clock(100'000'000);
   CJobClock job(EJobForm::Repair);

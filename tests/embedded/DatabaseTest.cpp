@@ -151,6 +151,18 @@ TEST_P(Database, FillsPagesOverSeveralSessions) {
   EXPECT_EQ(Read(u"Long").pages.GetCount(), 3u) << "seven rows a page";
 }
 
+TEST_P(Database, ReleasingInTheWrongOrderCompletesTheFile) {
+  Create();
+  ExpectOk(AddTable(u"T", {{u"N", kDaoLong}}));
+  OpenTable(u"T");
+  ExpectOk(AddRow({u"1"}));
+  m_database.reset();
+  EXPECT_EQ(m_recordset->AddNew().code, EDaoError::CannotOpenFile);
+  m_recordset.reset();
+  EXPECT_TRUE(CheckDatabase(m_path).findings.empty());
+  EXPECT_EQ(Read(u"T").rows.size(), 1u);
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, Database, kAllFormats, FormatName);
 
 }  // namespace

@@ -161,6 +161,15 @@ TEST_P(Limits, AFullFileIsStillSound) {
   EXPECT_LE(PageCount(), EmptyPages() + 180);
 }
 
+// There is room for its definition and maps, not for its indexes.
+TEST_P(Limits, ATableThatDoesNotFitLeavesNothingBehind) {
+  Create({.maxPages = EmptyPages() + 3, .tempFolder = {}});
+  std::vector<CDaoIndexInfo> indexes;
+  for (int i = 0; i < 5; i++) indexes.push_back({.name = u"I" + ToDecimal(i), .fields = {{u"N"}}});
+  EXPECT_EQ(AddTable(u"T", {{u"N", kDaoLong}}, indexes).code, EDaoError::DatabaseTooLarge);
+  EXPECT_EQ(CloseAndRead(u"MSysObjects").rows.size(), EmptyObjects());
+}
+
 TEST_F(Jet4Limits, AFailingDiskIsReportedAgainAndAgain) {
   Create();
   ExpectOk(m_database->Close());

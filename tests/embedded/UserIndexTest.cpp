@@ -83,6 +83,14 @@ TEST_P(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   EXPECT_EQ(CloseAndRead(u"T").rows.size(), 3u);
 }
 
+TEST_P(UserIndexes, OfLongValuesOnlyMemosAreKeysAndNotInJet3) {
+  Create();
+  const auto table = NewTable(u"T", {{u"M", kDaoMemo}, {u"O", kDaoLongBinary}});
+  EXPECT_EQ(table->CreateIndex({.name = u"I", .fields = {{u"O"}}}).code, EDaoError::InvalidDataType);
+  EXPECT_EQ(table->CreateIndex({.name = u"I", .fields = {{u"M"}}}).code,
+            IsJet3() ? EDaoError::InvalidDataType : EDaoError::None);
+}
+
 // In the row, in a row of their own, in a chain of pages; alike in all that a key holds, and beyond it.
 TEST_P(UserIndexes, MemosAreIndexedWhereverTheyAreStored) {
   if (IsJet3()) GTEST_SKIP() << "no indexes on memos";

@@ -171,6 +171,20 @@ TEST_F(SourceOfBytes, EncryptionIsNamedAndAKeyAloneIsNone) {
   expectEncrypted(u"RC4 CryptoAPI");
 }
 
+TEST_F(SourceOfBytes, FactsOfTheHeader) {
+  CDatabaseBuilder file(kLayoutJet3);
+  file.SetHeader16(kHeaderCodePage, 1251);
+  Bytes bytes = file.Build();
+  bytes.resize(bytes.size() + 7);
+  const SSourceFacts facts = COpenedFile(bytes)->GetFacts();
+  EXPECT_EQ(facts.pageSize, 2048u);
+  EXPECT_EQ(facts.codePage, 1251u);
+  EXPECT_EQ(facts.length, bytes.size());
+  EXPECT_EQ(facts.pageCount, file.GetPageCount());
+  file.SetHeader16(kHeaderCodePage, 64999);
+  EXPECT_EQ(COpenedFile(file.Build())->GetFacts().codePage, 1252u);
+}
+
 }  // namespace
 
 }  // namespace tolvane

@@ -106,6 +106,15 @@ TEST_F(LongValue, SingleRowOfALongValuePage) {
   }
 }
 
+TEST_F(LongValue, Jet3TextUsesTheColumnsCodePage) {
+  StartMemo(kLayoutJet3);
+  data->source.codePage = 1251;
+  const Bytes field = Joined(Field(kInline, 3), Hex("cce8f0"));
+  EXPECT_EQ(DecodeField(field), ToUtf8(u"\u041C\u0438\u0440"));
+  table->columns.GetAt(0)->codePage = 1252;
+  EXPECT_EQ(DecodeField(field), ToUtf8(u"\u00CC\u00E8\u00F0"));
+}
+
 // Cut anywhere, also inside a character and where the compressed form changes.
 TEST_F(LongValue, AChainIsReadToItsStatedLength) {
   const Bytes text = Hex("fffe 4142 00 1c043804 00 43");

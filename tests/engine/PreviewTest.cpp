@@ -65,6 +65,14 @@ TEST_F(Preview, ShowsHeadingsAndRows) {
   EXPECT_TRUE(list.items.empty()) << "no data file";
 }
 
+TEST_F(Preview, AFileThatEndsInsideARowKeepsWhatWasRead) {
+  AddTextColumns(m_table, 3);
+  // A row with an empty record, then "x" and a count that lies.
+  WriteFileBytes(DataPath(kKey), {3, 0, 0, 0, 'a', 0, 0,   0, 0, 0, 0,    3,    0,    0,   0, 'c',
+                                  0, 0, 3, 0, 0,   0, 'x', 0, 0, 0, 0xFF, 0xFF, 0xFF, 'y', 0});
+  EXPECT_EQ(Fill(), (std::vector<Row>{{u"a", u"", u"c"}, {u"x", u"", u""}}));
+}
+
 TEST_F(Preview, DisplayRules) {
   struct SCase {
     uint8_t type;

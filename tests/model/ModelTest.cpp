@@ -106,5 +106,18 @@ TEST_F(Tables, KeyAndPageTexts) {
   EXPECT_EQ(table.name, u"Orders");
 }
 
+TEST_F(Tables, ADiscardedRunTakesItsFilesWithIt) {
+  const std::u16string dataFile = MakeDataFile(0x6000);
+  CAccessTableDataFile(GetWorkFolder()).AppendOleFileName(u"x");
+  const std::u16string list = CFileNameManager(GetWorkFolder()).GetOleListPath();
+  auto data = std::make_unique<CAccessData>(kStandardRules, GetWorkFolder());
+  data->GetTables().AddTable(0x6000);
+  EXPECT_TRUE(FileExists(dataFile));
+  EXPECT_TRUE(FileExists(list));
+  data.reset();
+  EXPECT_FALSE(FileExists(dataFile));
+  EXPECT_FALSE(FileExists(list));
+}
+
 }  // namespace
 }  // namespace tolvane

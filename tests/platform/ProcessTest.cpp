@@ -5,6 +5,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <thread>
 
 #include "platform/ProcessManager.h"
@@ -58,6 +59,16 @@ TEST(Process, InterruptsReachTheHandlerUnlessTheyAreIgnored) {
   EXPECT_EQ(g_interrupts, 3);
   SetInterruptHandler(nullptr);
   std::signal(SIGTERM, SIG_DFL);
+}
+
+TEST(Process, TheLocalDateIsToday) {
+  const std::time_t now = std::time(nullptr);
+  const std::tm local = *std::localtime(&now);
+  const double date = GetLocalDate();
+  // The day of the week and the time of the day follow from the number; 30 December 1899 was a Saturday.
+  EXPECT_EQ((static_cast<int>(date) + 6) % 7, local.tm_wday);
+  const double seconds = (date - static_cast<int>(date)) * 86400.0;
+  EXPECT_NEAR(seconds, local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, 60.0);
 }
 
 TEST(Process, ProgramsAreFoundByTheirWholeName) {

@@ -63,6 +63,18 @@ TEST(SqlSplitter, CrosstabAndUnion) {
             "5|||X7YZ_____2|SELECT e FROM f\n11||||a\n");
 }
 
+TEST(SqlSplitter, OnlyWholeConditionsBecomeRows) {
+  const auto joins = [](std::u16string_view condition) {
+    const std::string rows = Rows(u"SELECT x FROM (A) INNER JOIN (B) ON " + std::u16string(condition));
+    return rows.substr(std::min(rows.find("7|1"), rows.size()));
+  };
+  EXPECT_EQ(joins(u"((e1) AND (e2)) AND (e3)"), "7|1|A|B|e1\n7|1|A|B|e2\n7|1|A|B|e3\n");
+  EXPECT_EQ(joins(u"((e1) AND (e2) OR (e3))"), "7|1|A|B|(e1) AND (e2) OR (e3)\n");
+  EXPECT_EQ(joins(u"((a) = (b))"), "7|1|A|B|(a) = (b)\n");
+  EXPECT_EQ(joins(u"a = b"), "7|1|A|B|a = b\n");
+  EXPECT_EQ(joins(u"()"), "7|1|A|B|\n");
+}
+
 TEST(SqlSplitter, WhatCannotBeSplitIsStoredWhole) {
   for (const char16_t* sql : {u"SELECT", u"SELECT (((", u"SELECT a FROM b LEFT JOIN c", u"SELECT a FROM (b",
                               u"gibberish", u"SELECT * FROM a,, b", u"INSERT INTO t (a) SELECT 1, 2 FROM b",
