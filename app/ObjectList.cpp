@@ -1,25 +1,18 @@
 #include "app/ObjectList.h"
 
-#include <algorithm>
-#include <array>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "app/Losses.h"
 #include "app/QueryList.h"
-#include "format/PageLayout.h"
-#include "format/SystemObjects.h"
 #include "platform/Text.h"
-#include "render/RecordText.h"
 #include "writer/RelationReader.h"
-#include "writer/SafeName.h"
 
 namespace tolvane {
 
 namespace {
 
 constexpr std::string_view kTable = "table", kQuery = "query", kRelationship = "relationship";
-constexpr std::u16string_view kDeletedName = u"~";
 
 class CObjectLister {
  public:
@@ -28,11 +21,11 @@ class CObjectLister {
 
   bool List() {
     AddTables();
-    bool isWhole = AddLostTables();
+    AddLostTables();
     for (const SFileLink& link : m_data.fileLinks)
       m_objects.push_back({NameOf(EOtherObject::LinkedTable), link.name, EObjectState::Recovered,
                            u"leads to " + link.link.database});
-    isWhole = AddQueries() && isWhole;
+    bool isWhole = AddQueries();
     isWhole = AddRelations() && isWhole;
     for (const SOtherObject& object : m_data.GetOtherObjects())
       m_objects.push_back({NameOf(object.kind), object.name, EObjectState::NotCarried});
@@ -41,13 +34,12 @@ class CObjectLister {
 
  private:
   void AddTables();
-  bool AddLostTables();
+  void AddLostTables();
   bool AddQueries();
   bool AddRelations();
 
   const CAccessData& m_data;
   std::vector<SListedObject>& m_objects;
-  std::unordered_set<std::u16string> m_tableNames;  // folded
 };
 
 void CObjectLister::AddTables() {
@@ -58,7 +50,6 @@ void CObjectLister::AddTables() {
       broken.insert(place.definition);
   for (const auto& table : m_data.GetTables()) {
     if (!HasContent(*table)) continue;
-    m_tableNames.insert(CNameSet::Fold(table->name));
     SListedObject& object = m_objects.emplace_back(
         SListedObject{table->link ? NameOf(EOtherObject::OdbcTable) : kTable, table->name});
     object.isSystem = IsSystemTable(*table);
@@ -77,27 +68,11 @@ void CObjectLister::AddTables() {
 }
 
 // Those that the catalogue names and of which no definition came back.
-bool CObjectLister::AddLostTables() {
-  const CAccessTable* const catalogue =
-      m_data.GetTables().FindTable(uint64_t{kObjectsPage} * m_data.source.pageSize);
-  if (catalogue == nullptr || catalogue->header.rowCount == 0) return true;
-  CTableTextReader reader(*catalogue, m_data.GetRules());
-  if (!reader.Open()) return false;
-  std::vector<std::u16string> cells;
-  while (reader.ReadRow(cells)) {
-    std::array<std::u16string, kObjectsFlags + 1> row;
-    for (size_t i = 0; i < cells.size(); ++i)
-      if (const uint16_t number = catalogue->columns.GetAt(i)->number; number < row.size())
-        row[number] = cells[i];
-    const std::u16string& name = row[kObjectsName];
-    if (LeadingInteger(row[kObjectsType]) != kObjectTable || name.empty() || name.starts_with(kDeletedName))
-      continue;
-    if (!m_tableNames.insert(CNameSet::Fold(name)).second) continue;
-    const auto flags = static_cast<uint32_t>(LeadingInteger(row[kObjectsFlags]));
-    const bool isSystem = (flags & kSystemObjectFlags) != 0 || name.starts_with(kSystemTablePrefix);
-    m_objects.push_back({kTable, name, EObjectState::Lost, u"its definition is gone", isSystem});
-  }
-  return true;
+void CObjectLister::AddLostTables() {
+  for (const auto& [page, name] : m_data.GetLostTables())
+    m_objects.push_back({kTable, name, EObjectState::Lost,
+                         u"its definition on page " + ToDecimal(page) + u" is gone",
+                         name.starts_with(kSystemTablePrefix)});
 }
 
 bool CObjectLister::AddQueries() {

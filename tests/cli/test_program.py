@@ -4,13 +4,17 @@
     python3 tests/cli/test_program.py build/release/tolvane samples/damaged.mdb [-k NAME]
 """
 import base64
+import contextlib
 import csv
+import ctypes.util
+import functools
 import io
 import json
 import os
 import resource
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -350,6 +354,34 @@ class ProgramTest(unittest.TestCase):
         named = as_csv(read(self.path('files/Pictures.csv')).decode())
         self.assertEqual([read(self.path('files/' + row[ole])) if row[ole] else b'' for row in named], objects)
         self.assertEqual(as_csv(self.text(INCOMPLETE, 'export', self.source, 'Pictures', '--rules', 'standard')), rows)
+
+    def test_all_tables_become_one_database(self):
+        tables = {table['name']: table['rows'] for table in self.json(INCOMPLETE, 'tables', self.source)['tables']}
+        database = self.path('new.db')
+        words = ('export', self.source, '--format', 'sqlite', '-o', database)
+        if b'SQLite library' in self.check(INCOMPLETE if ctypes.util.find_library('sqlite3') else FAILED, *words).stderr:
+            self.skipTest('there is no SQLite library')
+        self.check_refusal(FAILED, *words, says='exists already')
+        report = self.json(INCOMPLETE, *words, '--overwrite')
+        self.assertEqual({table['table']: table['rows'] for table in report['tables']}, tables)
+        with contextlib.closing(sqlite3.connect(database)) as connection:
+            for name, rows in tables.items():
+                self.assertEqual(connection.execute('SELECT count(*) FROM "%s"' % name).fetchone(), (rows,))
+        size = os.path.getsize(database) - 8192
+        limit = functools.partial(resource.setrlimit, resource.RLIMIT_FSIZE, (size, size))
+        self.check_refusal(FAILED, *words[:-1], self.path('full'), says='full', preexec_fn=limit)
+        self.assertFalse(os.path.exists(self.path('full')))
+        self.check_refusal(USAGE, *words, '--rules', 'standard', says='exact rules')
+
+    def test_every_object_is_listed_with_its_state(self):
+        def states(path):
+            return {entry['name']: entry['state'] for entry in self.json(INCOMPLETE, 'objects', path)['objects']}
+        found = states(self.source)
+        self.assertEqual((found['Customers'], found['Products']), ('damaged', 'recovered'))
+        page = next(t['page'] for t in self.json(INCOMPLETE, 'tables', self.source)['tables'] if t['name'] == 'Products')
+        content = bytearray(read(self.source))
+        content[4096 * page:4096 * (page + 1)] = bytes(4096)
+        self.assertEqual(states(self.write('lost.mdb', content))['Products'], 'lost')
 
     def test_a_closed_or_full_output_is_an_error(self):
         with open('/dev/full', 'wb') as full:
