@@ -99,7 +99,8 @@ EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std:
   } else {
     text += "  none (--dry-run)\n";
   }
-  Print(text);
+  // The database is there all the same.
+  if (const auto lost = Print(text); lost && !IsReaderGone()) session.Say(lost->message);
   return status;
 }
 

@@ -8,6 +8,8 @@
 #include <ctime>
 #include <thread>
 
+#include "platform/ChildProcess.h"
+#include "platform/Identity.h"
 #include "platform/ProcessManager.h"
 #include "platform/Terminal.h"
 #include "tests/platform/ScratchFolder.h"
@@ -20,6 +22,43 @@ TEST(Process, OnlyRunningOnesAreAlive) {
   EXPECT_FALSE(IsProcessAlive(0));
   EXPECT_FALSE(IsProcessAlive(0x7FFFFFF0));
   EXPECT_FALSE(IsProcessAlive(0xFFFFFFFF));  // -1: every process
+}
+
+// This program runs itself, which lists its tests and leaves the list in a file, too.
+TEST(Process, WordsReachAChildAndItsOutputAndStatusComeBack) {
+  const CScratchFolder folder;
+  const std::u16string list = folder / u"two words.json", output = folder / u"output",
+                       error = folder / u"error";
+  const auto run = [&](const std::vector<std::u16string>& words) {
+    CChildProcess child;
+    EXPECT_TRUE(child.Start(GetProgramPath(), words, output, error));
+    std::optional<int> status;
+    const double start = GetMonotonicSeconds();
+    while (!(status = child.Poll()) && GetMonotonicSeconds() < start + 60) SleepMilliseconds(5);
+    EXPECT_EQ(child.Poll(), status) << "it stays what it was";
+    return status;
+  };
+  EXPECT_EQ(run({u"--gtest_list_tests", u"--gtest_filter=Process.Only*", u"--gtest_output=json:" + list}), 0);
+  EXPECT_NE(ReadText(output).find("OnlyRunningOnesAreAlive"), std::string::npos);
+  EXPECT_NE(ReadText(list).find("OnlyRunningOnesAreAlive"), std::string::npos);
+  CChildProcess none;
+  EXPECT_FALSE(none.Start(folder / u"nothing", {}, output, error));
+  EXPECT_EQ(none.Poll(), std::nullopt);
+}
+
+TEST(Process, AFixedIdentityGivesTheSameEachTime) {
+  CIdentity first(36526, 7), second(36526, 7), other(36526, 8), chance;
+  const auto text = [](CIdentity& identity) {
+    const SGuidBytes guid = identity.MakeGuid();
+    return std::string(std::begin(guid.bytes), std::end(guid.bytes));
+  };
+  const std::string guid = text(first);
+  EXPECT_EQ(text(second), guid);
+  EXPECT_NE(text(first), guid);
+  EXPECT_NE(text(other), guid);
+  EXPECT_NE(text(chance), text(chance));
+  EXPECT_EQ(first.GetDate(), 36526);
+  EXPECT_GT(chance.GetDate(), 36526);
 }
 
 TEST(Process, AnEndedChildThatNobodyCollectedIsNotAlive) {
