@@ -139,7 +139,9 @@ void CTableCheck::CheckLongValue(const SCheckedColumn& column, std::span<const u
 void CTableCheck::CheckText(const SCheckedColumn& column, std::span<const uint8_t> value, SPlace place) {
   if (column.IsCalculated()) return;
   const bool isCompressed = !m_context.file.IsJet3() && IsTextCompressed(value);
-  const size_t length = isCompressed ? 2 * (value.size() - 2) : value.size();
+  size_t length = isCompressed ? 2 * (value.size() - 2) : value.size();
+  // At most that: of a text that switches, some characters have two bytes.
+  if (isCompressed && length > column.length) length = 2 * UnpackText(value).size();
   if (length > column.length)
     m_context.findings.Error(
         "R3", place,

@@ -176,7 +176,8 @@ void CGrammar::AddRepair() {
       "2000-01-01) and identifiers that are not left to chance");
   command.add_flag("--dry-run", m_arguments.isDryRun, "Recover and report, but write no database");
   AddReport(command);
-  command.add_flag("--all", m_arguments.withSystemTables, "List system tables, too");
+  command.add_flag("--all", m_arguments.withSystemTables,
+                   "List system tables, and columns that Access keeps for itself, too");
   AddRecovery(command);
 }
 
@@ -187,6 +188,7 @@ void CGrammar::AddPreview() {
   command.add_option("--rows", m_arguments.rows, "How many rows (default 20)")
       ->type_name("NUMBER")
       ->check(CLI::PositiveNumber.description(""));
+  command.add_flag("--all", m_arguments.withSystemTables, "Columns that Access keeps for itself, too");
   AddRecovery(command);
 }
 
@@ -225,7 +227,8 @@ void CGrammar::AddExport() {
   command.add_flag("--guard-formulas", m_arguments.exporting.guardsFormulas,
                    "csv: an apostrophe in front of texts that a spreadsheet would calculate");
   command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace existing files");
-  command.add_flag("--all", m_arguments.withSystemTables, "System tables, too");
+  command.add_flag("--all", m_arguments.withSystemTables,
+                   "System tables, and columns that Access keeps for itself, too");
   AddRecovery(command);
 }
 
@@ -268,7 +271,8 @@ CGrammar::CGrammar() {
   AddRepair();
   CLI::App& tables = Add(ECommand::Tables);
   AddSource(tables);
-  tables.add_flag("--all", m_arguments.withSystemTables, "System tables, too");
+  tables.add_flag("--all", m_arguments.withSystemTables,
+                  "System tables, and columns that Access keeps for itself, too");
   AddReport(tables);
   tables.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing report");
   AddRecovery(tables);

@@ -55,6 +55,7 @@ std::string FindPlaceConflict(const SArguments& arguments) {
 
 void TakeExportWords(const SExportWords& words, SArguments& arguments) {
   SExportOptions& options = arguments.exporting;
+  options.withHidden = arguments.withSystemTables;
   if (words.format == "jsonl") options.format = EExportFormat::JsonLines;
   if (words.format == "sql") options.format = EExportFormat::Sql;
   if (words.format == "sqlite") options.format = EExportFormat::Sqlite;

@@ -15,9 +15,9 @@ const char* NameOf(EExitStatus status) {
   return "";
 }
 
-Json DescribeColumn(const CAccessColumn& column, const SSourceFacts& source) {
-  return {{"name", ToUtf8(SpelledName(column, source))},
-          {"type", TypeName(column)},
+Json DescribeColumn(const CAccessColumn& column, const CAccessData& data) {
+  return {{"name", ToUtf8(SpelledName(column, data.source))},
+          {"type", TypeName(column, data)},
           {"typeCode", column.type},
           {"size", column.length},
           {"number", column.number}};
@@ -64,9 +64,11 @@ Json DescribeSource(const CAccessData& data, const SArguments& arguments) {
   return source;
 }
 
-Json DescribeTable(const CAccessTable& table, const SSourceFacts& source) {
+Json DescribeTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments) {
+  const SSourceFacts& source = data.source;
   Json columns = Json::array();
-  for (const CAccessColumn& column : table.columns) columns.push_back(DescribeColumn(column, source));
+  for (const size_t column : ListShownColumns(table, data.GetRules(), arguments.withSystemTables))
+    columns.push_back(DescribeColumn(*table.columns.GetAt(column), data));
   Json indexes = Json::array();
   for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index, source));
   Json described = {
@@ -78,8 +80,9 @@ Json DescribeTable(const CAccessTable& table, const SSourceFacts& source) {
   return described;
 }
 
-Json DescribeTable(const CAccessTable& table, const SSourceFacts& source, const STableRows& rows) {
-  Json described = DescribeTable(table, source);
+Json DescribeTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments,
+                   const STableRows& rows) {
+  Json described = DescribeTable(table, data, arguments);
   described["lostRows"] = rows.lost;
   described["doubtfulRows"] = rows.doubtful;
   return described;

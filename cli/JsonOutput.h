@@ -23,9 +23,10 @@ Json MakeResult(const SArguments& arguments, EExitStatus status);
 Json MakeFailure(const SArguments& arguments, const SFailure& failure);
 
 Json DescribeSource(const CAccessData& data, const SArguments& arguments);
-Json DescribeTable(const CAccessTable& table, const SSourceFacts& source);
+Json DescribeTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments);
 // With what its rows lack.
-Json DescribeTable(const CAccessTable& table, const SSourceFacts& source, const STableRows& rows);
+Json DescribeTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments,
+                   const STableRows& rows);
 Json DescribeRelation(const SRecoveredRelation& relation);
 Json DescribeQuery(const SListedQuery& query);
 Json DescribeDamage(const CAccessData& data);

@@ -1,5 +1,6 @@
 #include "cli/Outcome.h"
 
+#include "model/FlatTable.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -14,9 +15,16 @@ const CAccessTable* FindByPage(const CAccessData& data, std::u16string_view page
   return nullptr;
 }
 
+std::string NameOfComplex(const CAccessColumn& column, const CAccessData& data) {
+  if (!data.GetRules().complexValuesAreData) return "Multi-value";
+  if (IsVersionHistory(column)) return "Version history";
+  const auto flat = FindFlatTable(data.GetTables(), column, data.source.pageSize);
+  return flat && flat->kind == EFlatKind::Files ? "Attachments" : "Multi-value";
+}
+
 }  // namespace
 
-std::string TypeName(const CAccessColumn& column) {
+std::string TypeName(const CAccessColumn& column, const CAccessData& data) {
   switch (column.type) {
     case kTypeBoolean:
       return "Yes/No";
@@ -47,7 +55,7 @@ std::string TypeName(const CAccessColumn& column) {
     case kTypeDecimal:
       return "Decimal";
     case kTypeComplex:
-      return "Multi-value";
+      return NameOfComplex(column, data);
     case kTypeBigInt:
       return "Large Number";
     case kTypeExtendedDate:

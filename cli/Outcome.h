@@ -10,7 +10,7 @@
 namespace tolvane {
 
 // "Text", "Long Integer", ...; "Type 21" for what has no name.
-std::string TypeName(const CAccessColumn& column);
+std::string TypeName(const CAccessColumn& column, const CAccessData& data);
 
 // The table that the user means: its name, with or without regard to case, or "page:NUMBER" of its
 // definition. Null when there is none.

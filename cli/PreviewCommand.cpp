@@ -56,16 +56,16 @@ bool IsNumber(const CAccessColumn& column) {
 }
 
 std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const SSourceFacts& source,
-                     const SPageStyle& style) {
+                     const std::vector<size_t>& columns, const SPageStyle& style) {
   CTextTable drawn;
-  for (size_t i = 0; i < shown.columnCount; ++i) {
+  for (const size_t i : columns) {
     const CAccessColumn& column = *table.columns.GetAt(i);
     drawn.AddColumn(ToDisplay(SpelledName(column, source)), IsNumber(column) ? EAlign::Right : EAlign::Left);
   }
   for (const auto& row : shown.rows) {
     std::vector<std::string> cells;
-    cells.reserve(row.size());
-    for (const auto& cell : row) cells.push_back(ToDisplay(cell.text));
+    cells.reserve(columns.size());
+    for (const size_t i : columns) cells.push_back(ToDisplay(row[i].text));
     drawn.AddRow(std::move(cells));
   }
   std::string text = drawn.Draw(style.width);
@@ -75,11 +75,11 @@ std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const S
   return text + "(" + Counted(shown.rows.size(), "row") + ")\n";
 }
 
-Json DescribeRows(const CFirstRows& shown) {
+Json DescribeRows(const CFirstRows& shown, const std::vector<size_t>& columns) {
   Json rows = Json::array();
   for (const auto& row : shown.rows) {
     Json cells = Json::array();
-    for (const auto& cell : row) cells.push_back(cell.isNull ? Json() : Json(ToUtf8(cell.text)));
+    for (const size_t i : columns) cells.push_back(row[i].isNull ? Json() : Json(ToUtf8(row[i].text)));
     rows.push_back(std::move(cells));
   }
   return rows;
@@ -105,15 +105,17 @@ SCommandEnd RunPreview(CSession& session) {
   if (!problem.empty()) return SFailure{EExitStatus::Failed, problem};
 
   const EExitStatus status = DecideStatus(data, nullptr);
+  std::vector<size_t> columns = ListShownColumns(*table, data.GetRules(), arguments.withSystemTables);
+  std::erase_if(columns, [&shown](size_t column) { return column >= shown.columnCount; });
   if (!arguments.isJson) {
-    if (auto failure = Print(DrawRows(shown, *table, data.source, OutputStyle()))) return *failure;
+    if (auto failure = Print(DrawRows(shown, *table, data.source, columns, OutputStyle()))) return *failure;
     MentionDamage(session);
     return status;
   }
   Json result = MakeResult(arguments, status);
   result["source"] = DescribeSource(data, arguments);
-  result["table"] = DescribeTable(*table, data.source);
-  result["rows"] = DescribeRows(shown);
+  result["table"] = DescribeTable(*table, data, arguments);
+  result["rows"] = DescribeRows(shown, columns);
   result["damage"] = DescribeDamage(data);
   if (!PrintJson(result)) return OutputLost();
   return status;

@@ -117,7 +117,7 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   result["verdict"] = DescribeVerdict(report);
   result["tables"] = Json::array();
   for (const SReportTable& table : report.tables)
-    result["tables"].push_back(DescribeTable(*table.table, data.source, table.rows));
+    result["tables"].push_back(DescribeTable(*table.table, data, arguments, table.rows));
   result["queries"] = Json::array();
   for (const SListedQuery& query : report.queries) result["queries"].push_back(DescribeQuery(query));
   result["relationships"] = Json::array();

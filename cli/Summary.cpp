@@ -77,8 +77,10 @@ std::string DrawTables(const CAccessData& data, const SArguments& arguments, con
   uint64_t rows = 0;
   for (const auto& table : data.GetTables()) {
     if (!HasContent(*table) || (IsSystemTable(*table) && !arguments.withSystemTables)) continue;
-    drawn.AddRow({ToDisplay(table->name), std::to_string(table->columns.GetCount()),
-                  std::to_string(table->header.rowCount)});
+    drawn.AddRow(
+        {ToDisplay(table->name),
+         std::to_string(ListShownColumns(*table, data.GetRules(), arguments.withSystemTables).size()),
+         std::to_string(table->header.rowCount)});
     rows += table->header.rowCount;
   }
   std::string text = Heading("Tables", style);

@@ -35,13 +35,17 @@ std::string DrawIndex(const CAccessTable& table, const CAccessTableIndex& index,
   return text;
 }
 
-std::string DrawTable(const CAccessTable& table, const SSourceFacts& source, const SPageStyle& style) {
+std::string DrawTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments,
+                      const SPageStyle& style) {
+  const SSourceFacts& source = data.source;
   CTextTable columns;
   columns.AddColumn("Column");
   columns.AddColumn("Type");
   columns.AddColumn("Size", EAlign::Right);
-  for (const CAccessColumn& column : table.columns)
-    columns.AddRow({ToDisplay(SpelledName(column, source)), TypeName(column), DescribeSize(column)});
+  for (const size_t position : ListShownColumns(table, data.GetRules(), arguments.withSystemTables)) {
+    const CAccessColumn& column = *table.columns.GetAt(position);
+    columns.AddRow({ToDisplay(SpelledName(column, source)), TypeName(column, data), DescribeSize(column)});
+  }
   std::string text = Heading(ToDisplay(table.name), style);
   text += "  " + Counted(table.header.rowCount, "row") + ", definition on page " +
           std::to_string(table.GetPage(source.pageSize)) + "\n" + columns.Draw(style.width, "  ");
@@ -106,9 +110,9 @@ SCommandEnd RunTables(CSession& session) {
     if (arguments.isJson) {
       const auto found = rows.find(table->GetDefinitionOffset());
       tables.push_back(
-          DescribeTable(*table, data.source, found == rows.end() ? STableRows{} : found->second));
+          DescribeTable(*table, data, arguments, found == rows.end() ? STableRows{} : found->second));
     } else {
-      text += "\n" + DrawTable(*table, data.source, style);
+      text += "\n" + DrawTable(*table, data, arguments, style);
     }
   }
   const std::vector<SRecoveredRelation> relations = ListRelations(data, arguments);

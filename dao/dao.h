@@ -220,6 +220,8 @@ class CDaoByteSource {
   // Fills as much of `buffer` as there is; 0 at the end. False when the source cannot be read.
   virtual bool Read(std::span<uint8_t> buffer, size_t& bytesRead) = 0;
   [[nodiscard]] virtual uint64_t GetLength() const = 0;
+  // Goes back to the first byte. False: the source cannot.
+  virtual bool Restart() { return false; }
 };
 
 // A table definition that is being built. Nothing reaches the database before Append.
@@ -246,7 +248,7 @@ class CDaoRecordset {
   virtual CDaoResult AddNew() = 0;
   // By field index in the definition's order, from 0. A failed value leaves the field as it was.
   // A text goes into a text or memo field, bytes of any kind into a long binary one; null leaves the field as
-  // it is.
+  // it is. Ok may carry a text: what of the value could not be kept.
   virtual CDaoResult SetFieldValue(size_t index, const SValue& value) = 0;
   virtual CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) = 0;
   // Stores the new record. On failure the record is gone and the next AddNew starts afresh.

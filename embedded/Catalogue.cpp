@@ -270,13 +270,13 @@ CDaoResult CCatalogue::SetProperties(std::u16string_view document, std::span<con
 }
 
 CDaoResult CCatalogue::AddQuery(const SSavedQuery& query, std::span<const uint8_t> properties, double date,
-                                size_t& replaced) {
+                                STextLoss& loss) {
   if (CDaoResult result = CheckQueryRows(query.rows); !result.IsOk()) return result;
   SSystemObject object{0, kContainerTables, query.name, kObjectQuery, EAccount::User, query.flags};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
-  return StoreQueryRows(Table(kQueriesPage), object.id, query.rows, replaced);
+  return StoreQueryRows(Table(kQueriesPage), object.id, query.rows, loss);
 }
 
 bool CCatalogue::HasRelation(std::u16string_view name) const {

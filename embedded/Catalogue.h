@@ -57,10 +57,10 @@ class CCatalogue {
   // Likewise among the relations.
   [[nodiscard]] bool HasRelation(std::u16string_view name) const;
   CDaoResult AddRelation(const CDaoRelationInfo& relation, double date);
-  // Stores the query's rows, too; `replaced` counts their characters that the format cannot hold.
+  // Stores the query's rows, too; `loss`: what of their texts the format cannot hold.
   // `properties` is the blob, in place of the query's own.
   CDaoResult AddQuery(const SSavedQuery& query, std::span<const uint8_t> properties, double date,
-                      size_t& replaced);
+                      STextLoss& loss);
 
  private:
   [[nodiscard]] CTableStore& Table(uint32_t page) { return *m_tables[page - kObjectsPage]; }

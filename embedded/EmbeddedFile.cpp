@@ -215,12 +215,13 @@ CDaoResult CEmbeddedFile::SetProperties(std::u16string_view document,
 
 CDaoResult CEmbeddedFile::AddQuery(const SSavedQuery& query) {
   if (CDaoResult result = CheckNewName(query.name); !result.IsOk()) return result;
-  size_t replaced = 0;
+  STextLoss loss;
   CPropertyList properties(GetLayout());
   const std::u16string change = properties.AddBlob(query.properties).text;
-  CDaoResult result = m_catalogue.AddQuery(query, properties.MakeBlob(), m_identity->GetDate(), replaced);
+  CDaoResult result = m_catalogue.AddQuery(query, properties.MakeBlob(), m_identity->GetDate(), loss);
   if (!result.IsOk()) return result;
-  result.text = DescribeReplaced(replaced, u"the query");
+  result.text = DescribeReplaced(loss.replaced, u"the query");
+  if (loss.mark) result.text.append(result.text.empty() ? u"" : u". ").append(kMarkLeftOut);
   if (!change.empty()) result.text += (result.text.empty() ? u"" : u". ") + change;
   return result;
 }

@@ -87,18 +87,18 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes
   if (column.type == kTypeOle) return LongValuesAt(index).SetBytes(bytes, m_table->GetRow());
   if (column.type != kTypeMemo)
     return WithField(EDaoError::InvalidDataType, column, u"only a memo or long binary field takes bytes");
-  size_t replaced = 0;
-  CDaoResult result = LongValuesAt(index).SetText(bytes, m_table->GetRow(), replaced);
-  if (result.IsOk()) m_replacedInRow += replaced;
-  return result;
+  STextLoss loss;
+  CDaoResult result = LongValuesAt(index).SetText(bytes, m_table->GetRow(), loss);
+  return result.IsOk() ? Note(loss) : result;
 }
 
 CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16string_view text) {
   const STextLayout& layout = m_table->GetLayout().text;
-  const bool mayCompress = (column.extendedFlags & kColumnCompressed) != 0 && !column.IsFixed();
+  const ETextForm form = column.IsFixed()                                  ? ETextForm::Plain
+                         : (column.extendedFlags & kColumnCompressed) != 0 ? ETextForm::CompressedIfPossible
+                                                                           : ETextForm::PlainIfPossible;
   m_storage.clear();
-  const size_t replaced = AppendStoredText(
-      layout, text, mayCompress ? ETextForm::CompressedIfPossible : ETextForm::Plain, m_storage);
+  const STextLoss loss = AppendStoredText(layout, text, form, m_storage);
   // A compressed text counts as long as it would be without.
   const size_t length = layout.IsCodePage() ? m_storage.size() : layout.unitSize * text.size();
   if (length > column.length)
@@ -109,15 +109,18 @@ CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16
     if (!layout.IsCodePage()) m_storage.push_back(0);
   }
   m_table->GetRow().Set(column, m_storage);
-  m_replacedInRow += replaced;
-  return CDaoResult::Ok();
+  return Note(loss);
+}
+
+CDaoResult CEmbeddedRecordset::Note(const STextLoss& loss) {
+  m_replacedInRow += loss.replaced;
+  return {EDaoError::None, loss.mark ? std::u16string(kMarkLeftOut) : std::u16string()};
 }
 
 CDaoResult CEmbeddedRecordset::SetMemo(size_t index, std::u16string_view text) {
-  size_t replaced = 0;
-  CDaoResult result = LongValuesAt(index).SetText(text, m_table->GetRow(), replaced);
-  if (result.IsOk()) m_replacedInRow += replaced;
-  return result;
+  STextLoss loss;
+  CDaoResult result = LongValuesAt(index).SetText(text, m_table->GetRow(), loss);
+  return result.IsOk() ? Note(loss) : result;
 }
 
 CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const SValue& value) {
@@ -143,9 +146,13 @@ CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const S
 CDaoResult CEmbeddedRecordset::SetCalculated(size_t index, const SValue& value) {
   const SColumnDefinition& column = ColumnAt(index);
   std::vector<uint8_t> result;
-  if (!value.isNull && value.type == kTypeText && column.type == kTypeText && !column.HoldsLongValues()) {
+  STextLoss loss;
+  if (!value.isNull && IsTextType(value.type)) {
+    const bool mayCompress = value.type == kTypeText && column.type == kTypeText && !column.HoldsLongValues();
     CopyUnits(value.bytes, m_text);
-    AppendStoredText(m_table->GetLayout().text, m_text, ETextForm::CompressedIfPossible, result);
+    loss =
+        AppendStoredText(m_table->GetLayout().text, m_text,
+                         mayCompress ? ETextForm::CompressedIfPossible : ETextForm::PlainIfPossible, result);
   } else if (!value.isNull) {
     auto stored = StoreResult(value);
     if (!stored)
@@ -153,9 +160,12 @@ CDaoResult CEmbeddedRecordset::SetCalculated(size_t index, const SValue& value) 
     result = std::move(*stored);
   }
   m_storage = WrapCalculated(result);
-  if (column.HoldsLongValues()) return LongValuesAt(index).SetBytes(m_storage, m_table->GetRow());
+  if (column.HoldsLongValues()) {
+    CDaoResult stored = LongValuesAt(index).SetBytes(m_storage, m_table->GetRow());
+    return stored.IsOk() ? Note(loss) : stored;
+  }
   m_table->GetRow().Set(column, m_storage);
-  return CDaoResult::Ok();
+  return Note(loss);
 }
 
 CDaoResult CEmbeddedRecordset::SetAutoNumber() {

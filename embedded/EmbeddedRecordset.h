@@ -35,6 +35,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   [[nodiscard]] CDaoResult RefuseField() const;
   CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
   CDaoResult SetMemo(size_t index, std::u16string_view text);
+  CDaoResult Note(const STextLoss& loss);
   CDaoResult SetBytes(const SColumnDefinition& column, const SValue& value);
   CDaoResult SetCalculated(size_t index, const SValue& value);
   CDaoResult SetDefaults();

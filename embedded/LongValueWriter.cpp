@@ -60,14 +60,17 @@ class CSpanSource : public CDaoByteSource {
   uint64_t m_length;
 };
 
+CDaoResult Unreadable() {
+  return {EDaoError::DiskError, u"The bytes of a long value could not be read."};
+}
+
 // Reads until `buffer` is full or the source ends; shrinks `buffer` to what there was.
 CDaoResult Fill(CDaoByteSource& source, std::vector<uint8_t>& buffer, size_t size) {
   buffer.resize(size);
   size_t got = 0;
   while (got < size) {
     size_t bytes = 0;
-    if (!source.Read(std::span(buffer).subspan(got), bytes) || bytes > size - got)
-      return {EDaoError::DiskError, u"The bytes of a long value could not be read."};
+    if (!source.Read(std::span(buffer).subspan(got), bytes) || bytes > size - got) return Unreadable();
     if (bytes == 0) break;
     got += bytes;
   }
@@ -81,21 +84,30 @@ class CUnitSource : public CDaoByteSource {
   CUnitSource(CDaoByteSource& units, const STextLayout& layout)
       : m_units(units), m_layout(layout), m_left(units.GetLength()) {}
 
-  // Marks of the byte order are no text, see StoredText.h.
-  CDaoResult SkipMarks() {
-    do {
-      if (CDaoResult result = Fill(m_units, m_piece, 2); !result.IsOk()) return result;
-      m_left -= std::min<uint64_t>(m_left, 2);
-    } while (m_piece.size() == 2 && UnitsOf(m_piece).front() == 0xFEFF);
-    Encode();
-    return CDaoResult::Ok();
+  // Marks of the byte order that the text begins with need a form of their own, see StoredText.h.
+  CDaoResult Begin() {
+    if (CDaoResult result = ReadPiece(2); !result.IsOk() || !IsAtMark()) return result;
+    if (!m_layout.IsCodePage() && m_units.Restart()) {
+      bool canSwitch = true;
+      CDaoResult result = Fill(m_units, m_piece, kPiece);
+      for (; result.IsOk() && canSwitch && !m_piece.empty(); result = Fill(m_units, m_piece, kPiece))
+        canSwitch = CanSwitchText(UnitsOf(m_piece));
+      if (!result.IsOk()) return result;
+      m_left = m_units.GetLength();
+      if (!m_units.Restart()) return Unreadable();
+      if (canSwitch) {
+        m_ready.assign(std::begin(kWideTextHead), std::end(kWideTextHead));
+        return CDaoResult::Ok();
+      }
+      if (result = ReadPiece(2); !result.IsOk()) return result;
+    }
+    m_loss.mark = true;
+    CDaoResult result;
+    while (result.IsOk() && IsAtMark()) result = ReadPiece(2);
+    return result;
   }
   bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
-    if (m_position == m_ready.size()) {
-      if (!Fill(m_units, m_piece, kPiece).IsOk()) return false;
-      m_left -= std::min<uint64_t>(m_left, m_piece.size());
-      Encode();
-    }
+    if (m_position == m_ready.size() && !ReadPiece(kPiece).IsOk()) return false;
     bytesRead = std::min(buffer.size(), m_ready.size() - m_position);
     std::copy_n(m_ready.begin() + static_cast<std::ptrdiff_t>(m_position), bytesRead, buffer.begin());
     m_position += bytesRead;
@@ -104,17 +116,22 @@ class CUnitSource : public CDaoByteSource {
   [[nodiscard]] uint64_t GetLength() const override {
     return m_ready.size() - m_position + (m_layout.IsCodePage() ? m_left / 2 : m_left);
   }
-  [[nodiscard]] size_t GetReplaced() const { return m_replaced; }
+  [[nodiscard]] const STextLoss& GetLoss() const { return m_loss; }
 
  private:
   static constexpr size_t kPiece = 4096;
-  void Encode() {
+
+  [[nodiscard]] bool IsAtMark() const { return BeginsWithByteOrderMark(UnitsOf(m_piece)); }
+  CDaoResult ReadPiece(size_t size) {
+    if (CDaoResult result = Fill(m_units, m_piece, size); !result.IsOk()) return result;
+    m_left -= std::min<uint64_t>(m_left, m_piece.size());
     m_ready.clear();
     m_position = 0;
     if (m_layout.IsCodePage())
-      m_replaced += EncodeCodePage(kGeneralCodePage, UnitsOf(m_piece), m_ready);
+      m_loss.replaced += EncodeCodePage(kGeneralCodePage, UnitsOf(m_piece), m_ready);
     else
-      m_ready.swap(m_piece);
+      m_ready = m_piece;
+    return CDaoResult::Ok();
   }
 
   CDaoByteSource& m_units;
@@ -122,7 +139,7 @@ class CUnitSource : public CDaoByteSource {
   std::vector<uint8_t> m_piece, m_ready;
   size_t m_position = 0;
   uint64_t m_left;  // bytes of the units that have not been read
-  size_t m_replaced = 0;
+  STextLoss m_loss;
 };
 
 }  // namespace
@@ -162,37 +179,35 @@ CDaoResult CLongValueWriter::SetBytes(CDaoByteSource& source, CRowEncoder& row) 
 }
 
 // What counts for staying in the row is the length before compression.
-CDaoResult CLongValueWriter::SetText(std::u16string_view text, CRowEncoder& row, size_t& replaced) {
+CDaoResult CLongValueWriter::SetText(std::u16string_view text, CRowEncoder& row, STextLoss& loss) {
   const SLayout& layout = m_file.GetLayout();
-  text = WithoutByteOrderMarks(text);
-  replaced = 0;
-  if (layout.text.IsCodePage()) {
-    m_encoded.clear();
-    replaced = AppendStoredText(layout.text, text, ETextForm::Plain, m_encoded);
-    return SetBytes(m_encoded, row);
-  }
-  if (2 * text.size() <= layout.row.longestInline) {
+  if (2 * text.size() <= layout.row.longestInline && !layout.text.IsCodePage()) {
     m_buffer.clear();
-    AppendStoredText(layout.text, text, ETextForm::CompressedIfPossible, m_buffer);
+    loss = AppendStoredText(layout.text, text, ETextForm::CompressedIfPossible, m_buffer);
     return SetSmall(m_buffer, 2 * text.size(), row);
   }
+  if (layout.text.IsCodePage() || BeginsWithByteOrderMark(text)) {
+    m_encoded.clear();
+    loss = AppendStoredText(layout.text, text, ETextForm::PlainIfPossible, m_encoded);
+    return SetBytes(m_encoded, row);
+  }
+  loss = {};
   CTextSource source(text);
   return SetBytes(source, row);
 }
 
-CDaoResult CLongValueWriter::SetText(CDaoByteSource& units, CRowEncoder& row, size_t& replaced) {
+CDaoResult CLongValueWriter::SetText(CDaoByteSource& units, CRowEncoder& row, STextLoss& loss) {
   const SLayout& layout = m_file.GetLayout();
-  replaced = 0;
   if (units.GetLength() <= 2 * layout.row.longestInline) {
     std::vector<uint8_t> bytes;
     if (CDaoResult result = Fill(units, bytes, static_cast<size_t>(units.GetLength())); !result.IsOk())
       return result;
-    return SetText(UnitsOf(bytes), row, replaced);
+    return SetText(UnitsOf(bytes), row, loss);
   }
   CUnitSource source(units, layout.text);
-  if (CDaoResult result = source.SkipMarks(); !result.IsOk()) return result;
+  if (CDaoResult result = source.Begin(); !result.IsOk()) return result;
   CDaoResult result = SetBytes(source, row);
-  replaced = source.GetReplaced();
+  loss = source.GetLoss();
   return result;
 }
 
@@ -220,9 +235,8 @@ size_t CLongValueWriter::GetInlineSize(const CRowEncoder& row) const {
 void CLongValueWriter::MoveOut(CRowEncoder& row) {
   const std::span<const uint8_t> value = row.Get(m_column).subspan(kReferenceSize);
   m_waiting.clear();
-  // Texts are never compressed outside their rows.
   if (m_column.type == kTypeMemo)
-    AppendPlainText(m_file.GetLayout().text, value, m_waiting);
+    AppendOuterText(m_file.GetLayout().text, value, m_waiting);
   else
     m_waiting.assign(value.begin(), value.end());
   m_isWaiting = true;

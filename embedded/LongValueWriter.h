@@ -12,6 +12,7 @@
 
 #include "dao/dao.h"
 #include "embedded/DataPageWriter.h"
+#include "embedded/StoredText.h"
 #include "format/RowEncoder.h"
 
 namespace tolvane {
@@ -28,10 +29,9 @@ class CLongValueWriter {
   // that the same row had before is given up, but only when the new one could be taken.
   CDaoResult SetBytes(CDaoByteSource& source, CRowEncoder& row);
   CDaoResult SetBytes(std::span<const uint8_t> bytes, CRowEncoder& row);
-  // `replaced` is how many characters the format cannot hold.
-  CDaoResult SetText(std::u16string_view text, CRowEncoder& row, size_t& replaced);
+  CDaoResult SetText(std::u16string_view text, CRowEncoder& row, STextLoss& loss);
   // The units of a text, UTF-16LE.
-  CDaoResult SetText(CDaoByteSource& units, CRowEncoder& row, size_t& replaced);
+  CDaoResult SetText(CDaoByteSource& units, CRowEncoder& row, STextLoss& loss);
   // Bytes of the present row's value that stand in the row itself.
   [[nodiscard]] size_t GetInlineSize(const CRowEncoder& row) const;
   // Takes such a value out of the row, for Commit to place.

@@ -30,7 +30,7 @@ CDaoResult CheckObjectName(const SLayout& layout, std::u16string_view kind, std:
   if (std::any_of(name.begin(), name.end(), [](char16_t unit) { return unit < kFirstPrintable; }))
     return InvalidName(kind, u"contains a control character");
   std::vector<uint8_t> stored;
-  if (AppendStoredText(layout.text, name, ETextForm::Plain, stored) != 0)
+  if (AppendStoredText(layout.text, name, ETextForm::Plain, stored).replaced != 0)
     return InvalidName(kind, u"contains a character that the code page 1252 does not hold");
   return CDaoResult::Ok();
 }

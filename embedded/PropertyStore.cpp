@@ -86,7 +86,7 @@ CDaoResult CPropertyList::Convert(const CDaoProperty& from, SStoredProperty& pro
 CDaoResult CPropertyList::Encode(std::u16string_view text, std::string& bytes) const {
   std::vector<uint8_t> stored;
   if (m_layout.text.IsCodePage()) {
-    if (AppendStoredText(m_layout.text, text, ETextForm::Plain, stored) != 0)
+    if (AppendStoredText(m_layout.text, text, ETextForm::Plain, stored).replaced != 0)
       return Refuse(text, u"its name holds characters that the code page does not hold");
   } else {
     AppendUnits(stored, text);

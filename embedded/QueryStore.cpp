@@ -15,7 +15,7 @@ bool Fits(const std::optional<std::u16string>& name) {
 }
 
 CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SQueryRow& row, uint32_t order,
-                         size_t& replaced) {
+                         STextLoss& loss) {
   queries.BeginRow();
   CRowValues values(queries);
   values.SetNumber(kQueriesObjectId, id);
@@ -31,7 +31,7 @@ CDaoResult StoreQueryRow(CTableStore& queries, uint32_t id, const SQueryRow& row
   if (row.expression)
     if (CDaoResult result = values.SetMemo(kQueriesExpression, *row.expression); !result.IsOk())
       return result;
-  replaced += values.GetReplaced();
+  loss.Add(values.GetLoss());
   return queries.StoreRow();
 }
 
@@ -45,11 +45,10 @@ CDaoResult CheckQueryRows(std::span<const SQueryRow> rows) {
 }
 
 CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, std::span<const SQueryRow> rows,
-                          size_t& replaced) {
+                          STextLoss& loss) {
   std::array<uint32_t, 256> orders{};
   for (const SQueryRow& row : rows)
-    if (CDaoResult result = StoreQueryRow(queries, id, row, ++orders[row.attribute], replaced);
-        !result.IsOk())
+    if (CDaoResult result = StoreQueryRow(queries, id, row, ++orders[row.attribute], loss); !result.IsOk())
       return result;
   return CDaoResult::Ok();
 }

@@ -13,8 +13,8 @@ namespace tolvane {
 CDaoResult CheckQueryRows(std::span<const SQueryRow> rows);
 
 // `id` is the query's catalogue id, `queries` the open table MSysQueries. Rows of one attribute are counted
-// from 1 in the column Order. `replaced` counts the characters that the format cannot hold.
+// from 1 in the column Order. `loss`: what of their texts the format cannot hold.
 CDaoResult StoreQueryRows(CTableStore& queries, uint32_t id, std::span<const SQueryRow> rows,
-                          size_t& replaced);
+                          STextLoss& loss);
 
 }  // namespace tolvane

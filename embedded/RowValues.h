@@ -30,20 +30,20 @@ class CRowValues {
   // System tables never compress.
   void SetText(uint16_t column, std::u16string_view text) {
     std::vector<uint8_t> bytes;
-    m_replaced += AppendStoredText(m_table.GetLayout().text, text, ETextForm::Plain, bytes);
+    m_loss.Add(AppendStoredText(m_table.GetLayout().text, text, ETextForm::PlainIfPossible, bytes));
     SetBytes(column, bytes);
   }
   CDaoResult SetMemo(uint16_t column, std::u16string_view text) {
-    size_t replaced = 0;
-    CDaoResult result = LongValues(column).SetText(text, m_table.GetRow(), replaced);
-    m_replaced += replaced;
+    STextLoss loss;
+    CDaoResult result = LongValues(column).SetText(text, m_table.GetRow(), loss);
+    m_loss.Add(loss);
     return result;
   }
   CDaoResult SetLongBytes(uint16_t column, std::span<const uint8_t> bytes) {
     return LongValues(column).SetBytes(bytes, m_table.GetRow());
   }
-  // Characters of all texts that the format cannot hold.
-  [[nodiscard]] size_t GetReplaced() const { return m_replaced; }
+  // Of all texts.
+  [[nodiscard]] const STextLoss& GetLoss() const { return m_loss; }
 
  private:
   CLongValueWriter& LongValues(uint16_t column) {
@@ -54,7 +54,7 @@ class CRowValues {
   }
 
   CTableStore& m_table;
-  size_t m_replaced = 0;
+  STextLoss m_loss;
 };
 
 }  // namespace tolvane

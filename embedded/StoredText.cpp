@@ -10,20 +10,28 @@
 namespace tolvane {
 
 std::u16string_view WithoutByteOrderMarks(std::u16string_view text) {
-  while (!text.empty() && text.front() == 0xFEFF) text.remove_prefix(1);
+  while (BeginsWithByteOrderMark(text)) text.remove_prefix(1);
   return text;
 }
 
-size_t AppendStoredText(const STextLayout& layout, std::u16string_view text, ETextForm form,
-                        std::vector<uint8_t>& out) {
-  text = WithoutByteOrderMarks(text);
-  if (layout.IsCodePage()) return EncodeCodePage(kGeneralCodePage, text, out);
-  if (form == ETextForm::Plain || !CanCompressText(text)) {
+STextLoss AppendStoredText(const STextLayout& layout, std::u16string_view text, ETextForm form,
+                           std::vector<uint8_t>& out) {
+  STextLoss loss;
+  const bool isMarked = BeginsWithByteOrderMark(text);
+  if (isMarked && !layout.IsCodePage() && form != ETextForm::Plain && CanSwitchText(text)) {
+    out.insert(out.end(), std::begin(kWideTextHead), std::end(kWideTextHead));
     AppendUnits(out, text);
-    return 0;
+    return loss;
   }
-  AppendCompressedText(text, out);
-  return 0;
+  loss.mark = isMarked;
+  text = WithoutByteOrderMarks(text);
+  if (layout.IsCodePage())
+    loss.replaced = EncodeCodePage(kGeneralCodePage, text, out);
+  else if (form == ETextForm::CompressedIfPossible && CanCompressText(text))
+    AppendCompressedText(text, out);
+  else
+    AppendUnits(out, text);
+  return loss;
 }
 
 void AppendPlainText(const STextLayout& layout, std::span<const uint8_t> stored, std::vector<uint8_t>& out) {
@@ -31,6 +39,11 @@ void AppendPlainText(const STextLayout& layout, std::span<const uint8_t> stored,
     out.insert(out.end(), stored.begin(), stored.end());
   else
     AppendPlainUtf16(stored, out);
+}
+
+void AppendOuterText(const STextLayout& layout, std::span<const uint8_t> stored, std::vector<uint8_t>& out) {
+  AppendPlainText(layout, stored, out);
+  if (!layout.IsCodePage() && BeginsWithByteOrderMark(UnitsOf(out))) out.assign(stored.begin(), stored.end());
 }
 
 std::u16string DecodePlainText(const STextLayout& layout, std::span<const uint8_t> stored) {

@@ -10,6 +10,7 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kDecimalLowWords = 8;
+constexpr size_t kUnitsOfPiece = size_t{32} << 10;
 constexpr size_t kUnitsKept = size_t{1} << 20;  // a longer text's memory is given back after its row
 
 // How many bytes a value of a type has; 0 where the column or the value itself tells, or the text of the
@@ -20,11 +21,20 @@ size_t WidthOf(uint8_t type) {
 
 class CMemoSink : public CLongValueSink {
  public:
-  explicit CMemoSink(CTextDecoder& decoder) : m_decoder(decoder) {}
-  void Take(std::span<const uint8_t> bytes) override { m_decoder.Append(bytes); }
+  // `units` is what the decoder appends to.
+  CMemoSink(CTextDecoder& decoder, std::u16string& units, CLongValueSink* pieces)
+      : m_decoder(decoder), m_units(units), m_pieces(pieces) {}
+  void Take(std::span<const uint8_t> bytes) override {
+    m_decoder.Append(bytes);
+    if (m_pieces == nullptr || m_units.size() < kUnitsOfPiece) return;
+    m_pieces->Take(UnitBytes(m_units));
+    m_units.clear();
+  }
 
  private:
   CTextDecoder& m_decoder;
+  std::u16string& m_units;
+  CLongValueSink* m_pieces;
 };
 
 class CCalculatedMemoSink : public CLongValueSink {
@@ -154,7 +164,7 @@ void CFieldDecoder::DecodeText(const SField& field, std::span<const uint8_t> byt
 EFieldResult CFieldDecoder::DecodeMemo(const SField& field, std::span<const uint8_t> bytes, SValue& value) {
   m_units.clear();
   m_text.Begin(field.coding, m_units);
-  CMemoSink sink(m_text);
+  CMemoSink sink(m_text, m_units, m_pieces);
   CCalculatedMemoSink calculated(m_text);
   bool isWhole = false;
   try {
@@ -191,9 +201,7 @@ void CFieldDecoder::DecodeDecimal(std::span<const uint8_t> bytes, SValue& value)
 }
 
 void CFieldDecoder::ReleaseMemory() {
-  if (m_units.capacity() <= kUnitsKept) return;
-  std::u16string().swap(m_units);
-  m_text.ReleaseMemory();
+  if (m_units.capacity() > kUnitsKept) std::u16string().swap(m_units);
 }
 
 }  // namespace tolvane

@@ -1,7 +1,8 @@
 // The fields of one table's rows as values.
 //
-// A memo is put together from its pages and its text is the value; an OLE object goes to the sink that keeps
-// objects, and the value is what that calls it. Of a calculated column the value is its result.
+// A memo is put together from its pages and its text is the value, or of a long one the last piece; an OLE
+// object goes to the sink that keeps objects, and the value is what that calls it. Of a calculated column the
+// value is its result.
 #pragma once
 
 #include <cstddef>
@@ -34,6 +35,10 @@ class CFieldDecoder {
   // All arguments outlive the decoder.
   CFieldDecoder(const STextLayout& layout, const SRecoveryRules& rules, CLongValueReader& longValues,
                 CObjectSink& objects);
+
+  // What takes the pieces of a long memo while it is read, UTF-16LE, but for the last one. Without it values
+  // are whole. It outlives the decoder.
+  void UseTextSink(CLongValueSink& sink) { m_pieces = &sink; }
 
   // The table of the rows that follow. `codePage` is used by Jet 3 columns that name none.
   void SetTable(const CAccessTable& table, uint32_t codePage);
@@ -77,6 +82,7 @@ class CFieldDecoder {
   const SRecoveryRules& m_rules;
   CLongValueReader& m_longValues;
   CObjectSink& m_objects;
+  CLongValueSink* m_pieces = nullptr;
   CTextDecoder m_text;
   std::u16string m_units;  // of the text decoded last
   ResultBytes m_room{};    // of a value whose stored form is not its own

@@ -5,7 +5,19 @@
 
 namespace tolvane {
 
+void CRecordWriter::Take(std::span<const uint8_t> bytes) {
+  if (!m_hasBegun) m_file.BeginRecord();
+  m_hasBegun = true;
+  m_file.AppendToRecord(bytes);
+}
+
 bool CRecordWriter::Write(const SValue& value) {
+  if (m_hasBegun) {
+    m_hasBegun = false;
+    m_file.AppendToRecord(value.bytes);
+    m_file.EndRecord();
+    return true;
+  }
   if (m_rules.recordsHoldTexts) return WriteText(value);
   if (value.isNull)
     m_file.WriteNull();

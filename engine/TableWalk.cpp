@@ -44,6 +44,7 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext
       m_target(m_layout.pageSize),
       m_targetOffset(kNoTarget),
       m_movedBytesLeft(kMovedYield * m_reader.GetLength() + kMovedBase) {
+  m_fields.UseTextSink(m_records);
   if (!claims.GetLongValuePages().IsEmpty()) m_longValues.UseBrokenPages(claims.GetLongValuePages());
 }
 

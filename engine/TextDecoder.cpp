@@ -12,10 +12,14 @@ void CTextDecoder::Begin(const STextCoding& coding, std::u16string& out) {
 }
 
 void CTextDecoder::Append(std::span<const uint8_t> bytes) {
-  if (m_coding.isUtf16)
+  if (m_coding.isUtf16) {
     m_unpacker.Append(bytes);
-  else
-    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    return;
+  }
+  m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+  const size_t whole = CountWholeBytes(m_coding.codePage, m_bytes);
+  DecodeCodePage(m_coding.codePage, std::span(m_bytes).first(whole), *m_out);
+  m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(whole));
 }
 
 void CTextDecoder::End() {
@@ -32,10 +36,6 @@ void CTextDecoder::Decode(const STextCoding& coding, std::span<const uint8_t> by
   Begin(coding, out);
   Append(bytes);
   End();
-}
-
-void CTextDecoder::ReleaseMemory() {
-  std::vector<uint8_t>().swap(m_bytes);
 }
 
 }  // namespace tolvane

@@ -18,7 +18,7 @@ struct STextCoding {
 
 class CTextDecoder {
  public:
-  // The text is appended to `out`, which must stay until End.
+  // The text is appended to `out`, which must stay until End; it may be emptied meanwhile.
   void Begin(const STextCoding& coding, std::u16string& out);
   void Append(std::span<const uint8_t> bytes);
   // An odd byte that is left over is dropped.
@@ -27,14 +27,11 @@ class CTextDecoder {
   // A whole text at once.
   void Decode(const STextCoding& coding, std::span<const uint8_t> bytes, std::u16string& out);
 
-  // Gives back what an unusually long text made it allocate.
-  void ReleaseMemory();
-
  private:
   STextCoding m_coding;
   CTextUnpacker m_unpacker;
   std::u16string* m_out = nullptr;
-  std::vector<uint8_t> m_bytes;  // of a code page: a character of two bytes may lie across two pieces
+  std::vector<uint8_t> m_bytes;  // of a code page: the last piece, or a character that goes on in the next
 };
 
 }  // namespace tolvane

@@ -19,6 +19,7 @@ struct SExportOptions {
   char delimiter = ',';
   bool hasByteOrderMark = false;
   std::optional<std::string> nullText = {};  // UTF-8; else nothing stands for no value
+  bool withHidden = false;                   // CSV, JSON lines: columns that no user of Access sees
   bool guardsFormulas = false;  // texts that a spreadsheet would calculate get an apostrophe in front
 };
 

@@ -13,6 +13,7 @@
 #include "export/ExportSink.h"
 #include "export/ObjectFiles.h"
 #include "model/AccessData.h"
+#include "model/FlatTable.h"
 #include "status/Status.h"
 
 namespace tolvane {
@@ -36,6 +37,7 @@ class CExportedTable {
         m_table(table),
         m_options(options),
         m_isStopped(std::move(isStopped)),
+        m_shown(ListShownColumns(table, data.GetRules(), options.withHidden)),
         m_files(data, table) {}
   virtual ~CExportedTable() = default;
   CExportedTable(const CExportedTable&) = delete;
@@ -62,6 +64,7 @@ class CExportedTable {
   const CAccessTable& m_table;
   const SExportOptions& m_options;
   const StopRequest m_isStopped;
+  const std::vector<size_t> m_shown;  // positions of columns
   CObjectFiles m_files;
   uint64_t m_rows = 0;
   uint64_t m_lostObjects = 0;

@@ -14,11 +14,13 @@ namespace tolvane {
 
 void CJsonTable::PrepareColumns() {
   std::vector<std::u16string> names;
-  for (const CAccessColumn& column : m_table.columns) names.push_back(SpelledName(column, m_data.source));
+  for (const size_t i : m_shown) names.push_back(SpelledName(*m_table.columns.GetAt(i), m_data.source));
   std::vector<std::string> keys = MakeJsonKeys(names);
-  for (size_t i = 0; i < keys.size(); ++i) {
-    SColumn& column = m_columns.emplace_back();
-    column.key = (i == 0 ? "" : ",") + keys[i];
+  m_columns.resize(m_table.columns.GetCount());
+  for (size_t shown = 0; shown < m_shown.size(); ++shown) {
+    const size_t i = m_shown[shown];
+    SColumn& column = m_columns[i];
+    column.key = (shown == 0 ? "" : ",") + keys[shown];
     const CAccessColumn& recovered = *m_table.columns.GetAt(i);
     const auto flat = FindFlatTable(m_data.GetTables(), recovered, m_data.source.pageSize);
     if (!flat) continue;
@@ -36,7 +38,7 @@ EExportEnd CJsonTable::Write(CExportSink& sink) {
       ++m_rows;
       if (m_options.ole == EOleForm::Files) NameFiles(reader);
       sink.Write("{");
-      for (size_t i = 0; i < m_columns.size(); ++i) {
+      for (const size_t i : m_shown) {
         sink.Write(m_columns[i].key);
         WriteCell(i, reader, sink);
       }

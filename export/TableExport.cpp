@@ -22,7 +22,7 @@ bool IsUsersText(uint8_t type) {
 EExportEnd CTableExport::Write(CExportSink& sink) {
   const std::unique_ptr<CRowFormat> format = MakeRowFormat(m_options, sink, !m_rules.recordsHoldTexts);
   std::vector<std::u16string> cells;
-  for (const CAccessColumn& column : m_table.columns) cells.push_back(SpelledName(column, m_data.source));
+  for (const size_t i : m_shown) cells.push_back(SpelledName(*m_table.columns.GetAt(i), m_data.source));
   format->WriteHeader(cells);
   CTableTextReader reader(m_table, m_rules);
   if (reader.Open()) {
@@ -31,7 +31,7 @@ EExportEnd CTableExport::Write(CExportSink& sink) {
       ++m_rows;
       if (m_options.ole == EOleForm::Files) NameFiles(cells);
       format->BeginRow();
-      for (size_t i = 0; i < cells.size(); ++i) WriteCell(i, cells[i], reader, *format, sink);
+      for (const size_t i : m_shown) WriteCell(i, cells[i], reader, *format, sink);
       format->EndRow();
     }
   }

@@ -38,6 +38,17 @@ inline void AppendCompressedText(std::u16string_view text, std::vector<uint8_t>&
                  [](char16_t unit) { return static_cast<uint8_t>(unit); });
 }
 
+// A plain text that begins with this unit would read as a compressed one.
+inline constexpr char16_t kByteOrderMark = 0xFEFF;
+
+// Whether the compressed form has all units of a text, given the low byte of each: a zero one is a switch.
+inline bool CanSwitchText(std::u16string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return (unit & 0xFF) != 0; });
+}
+
+// What switches to two bytes a unit at the start of a text; plain units may follow.
+inline constexpr uint8_t kWideTextHead[] = {kCompressedMark[0], kCompressedMark[1], 0};
+
 // Reads a stored text whose bytes come in pieces that end anywhere, even inside a character. An odd byte at
 // the end is dropped.
 class CTextUnpacker {

@@ -26,6 +26,19 @@ std::optional<size_t> FilePartOf(const CAccessColumn& column) {
   return static_cast<size_t>(found - kFilePartNames.begin());
 }
 
+bool IsVersionHistory(const CAccessColumn& column) {
+  return column.type == kTypeComplex && (column.extendedFlags & kColumnOfHistory) != 0;
+}
+
+std::vector<size_t> ListShownColumns(const CAccessTable& table, const SRecoveryRules& rules,
+                                     bool withHidden) {
+  std::vector<size_t> shown;
+  for (size_t i = 0; i < table.columns.GetCount(); ++i)
+    if (withHidden || !rules.complexValuesAreData || !IsVersionHistory(*table.columns.GetAt(i)))
+      shown.push_back(i);
+  return shown;
+}
+
 bool IsVersionDate(const CAccessColumn& column) {
   return column.GetName() == kVersionDate && column.type == kTypeDate;
 }

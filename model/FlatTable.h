@@ -6,8 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "model/AccessTable.h"
+#include "model/RecoveryRules.h"
 
 namespace tolvane {
 
@@ -29,6 +31,11 @@ std::optional<SFlatTable> DescribeFlatTable(const CAccessTable& table);
 // The one of a complex column, as far as it is known and there.
 std::optional<SFlatTable> FindFlatTable(const CAccessTableList& tables, const CAccessColumn& column,
                                         uint32_t pageSize);
+
+// The column that leads to the versions of a memo; no user of Access sees it.
+bool IsVersionHistory(const CAccessColumn& column);
+// The positions of the columns that are shown. Which ones users see is known where complex values are data.
+std::vector<size_t> ListShownColumns(const CAccessTable& table, const SRecoveryRules& rules, bool withHidden);
 
 // Which column of a flat table that is: FileData, FileFlags, FileName, FileTimeStamp, FileType, FileURL count
 // from 0; nothing for other ones.

@@ -46,9 +46,15 @@ class CCodePageTable {
   void Prefer(char16_t unit, uint16_t code) { m_encode[unit] = code; }
 
   void Decode(std::span<const uint8_t> bytes, std::u16string& out) const;
+  [[nodiscard]] size_t CountWhole(std::span<const uint8_t> bytes) const;
   size_t Encode(std::u16string_view text, std::vector<uint8_t>& out) const;
 
  private:
+  // A damaged pair must not swallow the ASCII character behind it.
+  static bool IsPair(const std::array<char16_t, 256>& pairs, uint8_t trail) {
+    return pairs[trail] != kUndefined || trail >= 0x80;
+  }
+
   bool m_hasPairs = false;
   std::array<char16_t, 256> m_decode = MakeUndefined();
   std::array<std::unique_ptr<std::array<char16_t, 256>>, 256> m_pairs;  // by lead byte
@@ -75,11 +81,18 @@ void CCodePageTable::Decode(std::span<const uint8_t> bytes, std::u16string& out)
       continue;
     }
     const bool hasTrail = i + 1 < bytes.size();
-    const char16_t unit = hasTrail ? (*pairs)[bytes[i + 1]] : kUndefined;
-    out += unit;
-    // A damaged pair must not swallow the ASCII character behind it.
-    if (hasTrail && (unit != kUndefined || bytes[i + 1] >= 0x80)) i++;
+    out += hasTrail ? (*pairs)[bytes[i + 1]] : kUndefined;
+    if (hasTrail && IsPair(*pairs, bytes[i + 1])) i++;
   }
+}
+
+size_t CCodePageTable::CountWhole(std::span<const uint8_t> bytes) const {
+  for (size_t i = 0; m_hasPairs && i < bytes.size(); i++) {
+    const auto& pairs = m_pairs[bytes[i]];
+    if (pairs && i + 1 == bytes.size()) return i;
+    if (pairs && IsPair(*pairs, bytes[i + 1])) i++;
+  }
+  return bytes.size();
 }
 
 size_t CCodePageTable::Encode(std::u16string_view text, std::vector<uint8_t>& out) const {
@@ -179,6 +192,13 @@ const CCodePageTable& TableOrLatin1(uint32_t codePage) {
   return table ? *table : Latin1Table();
 }
 
+// A text that ends inside a character has the lead byte of it among its last three.
+size_t CountWholeUtf8(std::span<const uint8_t> bytes) {
+  for (size_t tail = 1; tail <= std::min<size_t>(3, bytes.size()); tail++)
+    if (bytes[bytes.size() - tail] >= 0xC0) return bytes.size() - tail;
+  return bytes.size();
+}
+
 size_t EncodeUtf8(std::u16string_view text, std::vector<uint8_t>& out) {
   size_t replaced = 0;
   std::string bytes;
@@ -203,6 +223,10 @@ void DecodeCodePage(uint32_t codePage, std::span<const uint8_t> bytes, std::u16s
     return;
   }
   TableOrLatin1(codePage).Decode(bytes, out);
+}
+
+size_t CountWholeBytes(uint32_t codePage, std::span<const uint8_t> bytes) {
+  return codePage == kUtf8 ? CountWholeUtf8(bytes) : TableOrLatin1(codePage).CountWhole(bytes);
 }
 
 size_t EncodeCodePage(uint32_t codePage, std::u16string_view text, std::vector<uint8_t>& out) {

@@ -23,6 +23,10 @@ bool IsCodePageKnown(uint32_t codePage);
 // page does not define becomes U+FFFD, except that the five undefined bytes of Windows-1252 keep their value.
 void DecodeCodePage(uint32_t codePage, std::span<const uint8_t> bytes, std::u16string& out);
 
+// How many of the bytes, from the first on, make whole characters; the rest is the beginning of one that goes
+// on behind them.
+size_t CountWholeBytes(uint32_t codePage, std::span<const uint8_t> bytes);
+
 // Appends the bytes of `text` to `out`; a character that the page does not hold becomes "?".
 // Returns how many characters were replaced.
 size_t EncodeCodePage(uint32_t codePage, std::u16string_view text, std::vector<uint8_t>& out);

@@ -1,6 +1,7 @@
 #include "store/AccessTableDataFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <span>
 #include <utility>
@@ -38,6 +39,7 @@ bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   if (!m_file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
     return false;
   m_used = 0;  // values that came while no file was open belong to no table
+  m_written = 0;
   m_strPath = path;
   return true;
 }
@@ -50,7 +52,39 @@ void CAccessTableDataFile::WriteValue(std::u16string_view text) {
 void CAccessTableDataFile::WriteRecord(std::span<const uint8_t> bytes) {
   PutCount(static_cast<uint32_t>(bytes.size() + 1), MakeRoom(kCountBytes));
   m_used += kCountBytes;
-  // In pieces of the buffer's size, so that a long value needs no second copy of itself.
+  PutBytes(bytes);
+  *MakeRoom(1) = 0;
+  ++m_used;
+}
+
+void CAccessTableDataFile::BeginRecord() {
+  MakeRoom(kCountBytes);
+  m_recordPlace = m_written + m_used;
+  WriteNull();
+}
+
+void CAccessTableDataFile::AppendToRecord(std::span<const uint8_t> bytes) {
+  const uint64_t used = m_written + m_used - m_recordPlace - kCountBytes;
+  PutBytes(bytes.first(static_cast<size_t>(std::min<uint64_t>(bytes.size(), 2 * kMaximumUnits - used))));
+}
+
+// Its count may have been written already.
+void CAccessTableDataFile::EndRecord() {
+  *MakeRoom(1) = 0;
+  ++m_used;
+  const auto count = static_cast<uint32_t>(m_written + m_used - m_recordPlace - kCountBytes);
+  if (m_recordPlace >= m_written) {
+    PutCount(count, m_buffer.data() + static_cast<size_t>(m_recordPlace - m_written));
+    return;
+  }
+  std::array<uint8_t, kCountBytes> bytes{};
+  PutCount(count, bytes.data());
+  m_file.WriteAt(m_recordPlace, bytes);
+}
+
+// In pieces of the buffer's size, so that a long value needs no second copy of itself.
+void CAccessTableDataFile::PutBytes(std::span<const uint8_t> bytes) {
+  if (m_buffer.empty()) EmptyBuffer();
   while (!bytes.empty()) {
     const size_t piece = std::min(bytes.size(), kBufferBytes - m_used);
     std::memcpy(m_buffer.data() + m_used, bytes.data(), piece);
@@ -58,8 +92,6 @@ void CAccessTableDataFile::WriteRecord(std::span<const uint8_t> bytes) {
     bytes = bytes.subspan(piece);
     if (!bytes.empty()) FlushBuffer();
   }
-  *MakeRoom(1) = 0;
-  ++m_used;
 }
 
 void CAccessTableDataFile::WriteNull() {
@@ -76,6 +108,7 @@ void CAccessTableDataFile::EmptyBuffer() {
 void CAccessTableDataFile::FlushBuffer() {
   // Nothing stays buffered even if the write fails: what was written then cannot be told.
   const std::span<const uint8_t> bytes(m_buffer.data(), std::exchange(m_used, 0));
+  m_written += bytes.size();
   if (!bytes.empty()) m_file.Write(bytes);
 }
 

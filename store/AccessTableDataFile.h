@@ -45,6 +45,10 @@ class CAccessTableDataFile {
   // Appends a record of these bytes and the zero byte behind them; of a text's UTF-16LE form it is the same
   // record.
   void WriteRecord(std::span<const uint8_t> bytes);
+  // The same of bytes that come in pieces: Begin, any number of them, End.
+  void BeginRecord();
+  void AppendToRecord(std::span<const uint8_t> bytes);
+  void EndRecord();
   // Appends the record without bytes.
   void WriteNull();
   // Writes what is buffered (may throw CFileCustException) and closes the file, in any case. Nothing when no
@@ -69,6 +73,7 @@ class CAccessTableDataFile {
     if (m_buffer.size() - m_used < bytes) EmptyBuffer();
     return m_buffer.data() + m_used;
   }
+  void PutBytes(std::span<const uint8_t> bytes);
   void EmptyBuffer();
   void FlushBuffer();
 
@@ -78,7 +83,9 @@ class CAccessTableDataFile {
   std::u16string m_strPath;  // the file created last; empty until then
   CFileCust m_file;
   std::vector<uint8_t> m_buffer;
-  size_t m_used = 0;  // bytes of the buffer that are not written yet
+  size_t m_used = 0;           // bytes of the buffer that are not written yet
+  uint64_t m_written = 0;      // bytes of the file in front of the buffer's
+  uint64_t m_recordPlace = 0;  // of the record that comes in pieces, in the file
 };
 
 }  // namespace tolvane

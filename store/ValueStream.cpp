@@ -68,7 +68,6 @@ void CValueStream::Skip(uint64_t count) {
   m_position += count;
 }
 
-// Fewer bytes than asked at the end of the file, or where the system fails to read: the stream ends there.
 size_t CValueStream::ReadBytes(std::span<uint8_t> bytes) {
   if (bytes.empty()) return 0;
   // Nearly always all of them stand in the block.

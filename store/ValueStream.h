@@ -42,6 +42,9 @@ class CValueStream {
   bool ReadText(uint32_t count, std::u16string& text, size_t maximumUnits = kAllUnits);
   // The bytes of a record of `count` bytes, in the same way.
   bool ReadRecord(uint32_t count, std::vector<uint8_t>& bytes);
+  // As many of the next bytes as there are: fewer at the end of the file, or where the system fails to read,
+  // which ends the stream.
+  size_t ReadBytes(std::span<uint8_t> bytes);
   void Skip(uint64_t count);
   void MoveTo(uint64_t position) { m_position = position; }
 
@@ -51,7 +54,6 @@ class CValueStream {
     const uint64_t at = m_position - m_blockStart;
     return at < m_blockSize && count <= m_blockSize - at;
   }
-  size_t ReadBytes(std::span<uint8_t> bytes);
   bool FillBlock();
 
   CFileCust m_file;

@@ -2,10 +2,18 @@
 
 #include "writer/AttachmentSource.h"
 #include "writer/FieldValue.h"
+#include "writer/RecordSource.h"
 #include "writer/ResultTypes.h"
 #include "writer/SideFileSource.h"
 
 namespace tolvane {
+
+namespace {
+
+// Bytes of a text that is handed over in pieces.
+constexpr uint32_t kLongText = 64 * 1024;
+
+}  // namespace
 
 ESaveStep CRowCopier::Fail(const CDaoResult& result) {
   m_summary.failure = result.text;
@@ -104,17 +112,18 @@ ESaveStep CRowCopier::CopyRow(CTableRowReader& reader) {
 }
 
 ESaveStep CRowCopier::SetValue(size_t column, CTableRowReader& reader, SRow& row) {
-  if (m_rules.recordsHoldTexts) {
-    reader.ReadText(m_text);
-    return SetText(column, row);
-  }
   const SValueKind& kind = m_kinds[column];
-  SValue value;
-  if (IsTextType(kind.type) && !kind.isResult) {
-    // Straight into the units of a text, which may be long.
-    uint32_t count = 0;
+  const bool isText = IsTextType(kind.type) && !kind.isResult;
+  uint32_t count = 0;
+  if (m_rules.recordsHoldTexts || isText) {
     if (!reader.BeginRecord(count) || count == 0) return ESaveStep::Done;
+    if (count > kLongText && isText && IsMemo(column))
+      return NoteValue(SetFromRecord(column, reader.GetStream(), count), row);
     if (!reader.GetStream().ReadText(count, m_text)) return ESaveStep::Done;
+  }
+  if (m_rules.recordsHoldTexts) return SetText(column, row);
+  SValue value;
+  if (isText) {
     value = {.type = kind.type, .isNull = false, .bytes = UnitBytes(m_text)};
   } else {
     reader.ReadRecord(m_record);
@@ -133,6 +142,20 @@ ESaveStep CRowCopier::SetValue(size_t column, CTableRowReader& reader, SRow& row
     return NoteValue(SetFromFile(m_saved.fields[column], place), row);
   }
   return NoteValue(SetTyped(column, value), row);
+}
+
+bool CRowCopier::IsMemo(size_t column) const {
+  const size_t field = m_saved.fields[column];
+  return field != SSavedTable::kNoField && field != SSavedTable::kSkippedField &&
+         m_saved.fieldTypes[column].type == kDaoMemo && m_complexOf[column] == SSavedTable::kNoField;
+}
+
+CDaoResult CRowCopier::SetFromRecord(size_t column, CValueStream& stream, uint32_t count) {
+  const uint64_t end = stream.GetPosition() + count;
+  CRecordSource source(stream, (count - 1) / 2 * 2);
+  CDaoResult result = m_recordset->SetFieldValue(m_saved.fields[column], source);
+  stream.MoveTo(end);
+  return result;
 }
 
 // Records without a key, or with that of an earlier one, get one of their own: they have no values.
@@ -182,10 +205,9 @@ ESaveStep CRowCopier::SetText(size_t column, SRow& row) {
 
 ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
   if (EndsSave(result.code)) return Fail(result);
-  if (result.IsOk())
-    row.hasValue = true;
-  else if (row.failedFields++ == 0)
-    row.reason = result.text;
+  if (result.IsOk()) row.hasValue = true;
+  // A value that was set may have lost something, too.
+  if ((!result.IsOk() || !result.text.empty()) && row.failedFields++ == 0) row.reason = result.text;
   return ESaveStep::Done;
 }
 

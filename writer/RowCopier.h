@@ -55,6 +55,8 @@ class CRowCopier {
   CDaoResult SetTyped(size_t column, SValue& value);
   ESaveStep SetComplexKey(size_t entry, const SValue& value, SRow& row);
   ESaveStep SetText(size_t column, SRow& row);
+  [[nodiscard]] bool IsMemo(size_t column) const;
+  CDaoResult SetFromRecord(size_t column, CValueStream& stream, uint32_t count);
   CDaoResult SetParsed(size_t column);
   ESaveStep NoteValue(const CDaoResult& result, SRow& row);
   CDaoResult SetFromFile(size_t field, const SObjectPlace& place);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "checker/DatabaseCheck.h"
+#include "cli/Outcome.h"
 #include "export/TableExport.h"
 #include "render/ComplexValues.h"
 #include "tests/cli/SaveTest.h"
@@ -200,9 +201,18 @@ TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
   EXPECT_EQ(exported.Write(sink), EExportEnd::Done);
   EXPECT_EQ(exported.GetLostObjects(), 0u);
   EXPECT_EQ(ReadText(m_scratch / u"People.csv"),
-            "Name,Past,Files,Story,Tags\r\nAnn,,People_files/Files/row1/a.txt,,\r\n"
-            "Bob,once,,,\"red; blue, dark\"\r\n");
+            "Name,Files,Story,Tags\r\nAnn,People_files/Files/row1/a.txt,,\r\n"
+            "Bob,,,\"red; blue, dark\"\r\n");
   EXPECT_TRUE(ReadText(m_scratch / u"People_files/Files/row1/a.txt").starts_with(kSentence));
+
+  // The column of the versions is Access' own.
+  std::string shown, all;
+  for (const size_t i : ListShownColumns(**people, kExactRules, false))
+    shown += TypeName(*(*people)->columns.GetAt(i), *data) + ", ";
+  for (const size_t i : ListShownColumns(**people, kExactRules, true))
+    all += TypeName(*(*people)->columns.GetAt(i), *data) + ", ";
+  EXPECT_EQ(shown, "Text, Attachments, Memo, Multi-value, ");
+  EXPECT_EQ(all, "Text, Version history, Attachments, Memo, Multi-value, ");
 }
 
 }  // namespace

@@ -129,6 +129,31 @@ TEST_F(LongValue, AChainIsReadToItsStatedLength) {
   EXPECT_TRUE(data->GetLedger().IsClean());
 }
 
+// Longer than what is held at once; every other piece ends inside a character.
+TEST_F(LongValue, ALongTextIsPutTogetherFromPieces) {
+  constexpr uint32_t kFirst = 10, kLinks = 40;
+  constexpr size_t kPiece = 2031;
+  StartMemo(kLayoutJet3);
+  data->source.codePage = 932;
+  Bytes text(kPiece * kLinks, 0x88);
+  std::string expected;
+  for (size_t i = 1; i < text.size(); i += 2) {
+    text[i] = 0xE6;
+    expected += "\xE5\x9F\x9F";
+  }
+  for (uint32_t i = 0; i < kLinks; i++) {
+    const auto start = text.begin() + static_cast<ptrdiff_t>(i * kPiece);
+    PutLinks(kFirst + i, {Link(i + 1 < kLinks ? kFirst + i + 1 : 0, 0, Bytes(start, start + kPiece))});
+  }
+  Put(4, NewPage()
+             .Row(OneColumnRow(Field(kChain, text.size(), kFirst)))
+             .Row(OneColumnRow(Joined(Field(kInline, 2), Hex("6162"))))
+             .Row(OneColumnRow(Field(kChain, text.size() + 1, kFirst))));
+  Parse();
+  EXPECT_TRUE(Values() == (Texts{expected, "ab", expected}));
+  EXPECT_EQ(Lost(EDamage::BrokenLongValue), 1u);
+}
+
 TEST_F(LongValue, ABrokenChainKeepsWhatWasRead) {
   const Bytes wrong = Link(0, 0, Utf16(u"wrong"));
   PutLinks(7, {wrong});

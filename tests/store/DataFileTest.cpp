@@ -62,6 +62,20 @@ TEST_F(DataFile, ValuesAroundTheBufferSizeComeBackWhole) {
   EXPECT_TRUE(stream.IsAtEnd());
   EXPECT_EQ(GetFileLength(DataPath(1)), length);
 
+  // Handed over in pieces, they make the same file.
+  CAccessTableDataFile file(GetWorkFolder());
+  ASSERT_TRUE(file.CreateDataFile(2));
+  for (const std::u16string& value : values) {
+    file.BeginRecord();
+    for (std::span<const char16_t> rest(value); !rest.empty();
+         rest = rest.subspan(std::min(rest.size(), size_t{70'001})))
+      file.AppendToRecord(
+          {reinterpret_cast<const uint8_t*>(rest.data()), 2 * std::min(rest.size(), size_t{70'001})});
+    file.EndRecord();
+  }
+  file.CloseDataFile();
+  EXPECT_TRUE(ReadFileBytes(DataPath(2)) == ReadFileBytes(DataPath(1)));
+
   std::vector<uint8_t> beyond;  // has no bytes to point at
   EXPECT_FALSE(stream.ReadRecord(1, beyond));
   EXPECT_TRUE(beyond.empty());

@@ -17,6 +17,13 @@ class CDataTest : public CWriterTest {
     EXPECT_TRUE(m_writer.Save());
     return m_engine.log.Find("set");
   }
+  // The value behind a long memo is found, too.
+  void ExpectPiecesOfMemo() {
+    const std::u16string memo(100'000, u'\u6161');
+    WriteRows(AddTable(u"T", {{u"memo", kTypeMemo, 0}, {u"text"}}), {{memo, u"x"}});
+    ASSERT_TRUE(m_writer.Save());
+    EXPECT_EQ(m_engine.log.Find("set"), (Lines{"set 0 bytes 200000 aaaa..200000", "set 1 x"}));
+  }
 };
 
 TEST_F(CDataTest, RowsAreCopiedInOrder) {
@@ -100,6 +107,13 @@ TEST_F(CExactDataTest, ValuesArriveAsTheyAre) {
                    "add", "update", "close rows", "close database"}));
   EXPECT_EQ(m_engine.log.Find("described field number"),
             Lines{"described field number type=20 size=0 attributes=34 default="});
+}
+
+TEST_F(CDataTest, LongMemosAreHandedOverInPieces) {
+  ExpectPiecesOfMemo();
+}
+TEST_F(CExactDataTest, LongMemosAreHandedOverInPieces) {
+  ExpectPiecesOfMemo();
 }
 
 TEST_F(CDataTest, OleValuesComeFromTheirFiles) {
