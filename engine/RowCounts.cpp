@@ -47,8 +47,10 @@ class CRowCounts {
     const uint32_t promised = table.promisedRows, found = table.header.rowCount;
     if (promised > mostRows || promised == found) return std::nullopt;
     if (promised > found) return EDamage::MissingRows;
+    // Programs leave the counts of the catalogue and of the permissions as they were.
+    const uint32_t page = table.GetPage(m_layout.pageSize);
     const bool isCounted =
-        table.GetPage(m_layout.pageSize) != kObjectsPage && m_data.GetRules().surplusRowsAreDoubtful;
+        page != kObjectsPage && page != kAcesPage && m_data.GetRules().surplusRowsAreDoubtful;
     return isCounted ? std::optional(EDamage::SurplusRows) : std::nullopt;
   }
 

@@ -207,10 +207,10 @@ TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
 
   // The column of the versions is Access' own.
   std::string shown, all;
-  for (const size_t i : ListShownColumns(**people, kExactRules, false))
-    shown += TypeName(*(*people)->columns.GetAt(i), *data) + ", ";
-  for (const size_t i : ListShownColumns(**people, kExactRules, true))
-    all += TypeName(*(*people)->columns.GetAt(i), *data) + ", ";
+  for (const size_t i : ListShownColumns(people, kExactRules, false))
+    shown += TypeName(*people.columns.GetAt(i), *data) + ", ";
+  for (const size_t i : ListShownColumns(people, kExactRules, true))
+    all += TypeName(*people.columns.GetAt(i), *data) + ", ";
   EXPECT_EQ(shown, "Text, Attachments, Memo, Multi-value, ");
   EXPECT_EQ(all, "Text, Version history, Attachments, Memo, Multi-value, ");
 }
