@@ -54,6 +54,7 @@ Architecture: $arch
 Maintainer: $maintainer
 Installed-Size: $(du -sk --apparent-size "$deb/usr" | cut -f1)
 Depends: $depends
+Recommends: libsqlite3-0
 Section: database
 Priority: optional
 Description: repairs damaged Microsoft Access databases
