@@ -157,9 +157,10 @@ TEST_P(AllFormats, LinksAndPropertiesStandInTheCatalogue) {
                       : table->SetLink({false, u"Other", u"C:\\other.mdb", u""}));
     ExpectOk(table->Append());
   }
-  const SPropertyOwner owner{kPropertiesOfObject,
-                             "",
-                             {{Wide("Title"), 0, kTypeText, {'T', 0}}, {Wide("?"), 0, kTypeText, {0x16, 4}}}};
+  const SPropertyOwner owner{
+      kPropertiesOfObject,
+      "",
+      {{Wide("Title"), kPropertyOfEngine, kTypeText, {'T', 0}}, {Wide("?"), 0, kTypeText, {0x16, 4}}}};
   SSavedQuery query = MakeQuery(u"Query", u"T", u"F");
   query.properties = EncodePropertyBlob(false, std::vector{owner});
   const CDaoResult created = m_database->CreateQuery(query);
@@ -183,6 +184,7 @@ TEST_P(AllFormats, LinksAndPropertiesStandInTheCatalogue) {
       DecodePropertyBlob(IsJet3(), {reinterpret_cast<const uint8_t*>(blob.data()), blob.size()}, owners));
   EXPECT_EQ(owners.at(0).properties.size(), IsJet3() ? 1u : 2u);
   EXPECT_EQ(owners[0].properties[0].value.size(), IsJet3() ? 1u : 2u);
+  EXPECT_EQ(owners[0].properties[0].flags, kPropertyOfEngine);
 }
 
 // A blob that is cut anywhere, or any of whose bytes changed, is read within its bounds.
