@@ -72,6 +72,10 @@ bool IsNothingFound(const CAccessData* data) {
   return !data || IsNothingRecovered(*data) || data->GetLedger().GetCount(EDamage::UnfitTemplate) > 0;
 }
 
+bool LacksRoom(const CAccessData* data) {
+  return data && data->GetLedger().GetCount(EDamage::SkippedTable) > 0;
+}
+
 SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
   const std::u16string path = manager.GetCorruptedPath();
   const CAccessData* const data = manager.GetData();
@@ -87,8 +91,7 @@ SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
                                                    : u"No row of the damaged file fits one of its tables."),
             std::u16string(kTemplateAdvice)};
   }
-  if (data && data->GetLedger().GetCount(EDamage::SkippedTable) > 0)
-    return {std::u16string(kNoRoomHint), {}, {}};
+  if (LacksRoom(data)) return {std::u16string(kNoRoomHint), {}, {}};
   if (data && data->GetLedger().GetCount(EDamage::LostTable) > 0)
     return {std::u16string(kNothingFoundHint), path + u": The definitions of all tables are gone.",
             std::u16string(kTakeTemplateAdvice)};

@@ -19,6 +19,9 @@ std::optional<SInputProblem> CheckInput(const COvRepairFileManager& manager);
 // Nothing that is worth saving: no table, or only those of a template that does not fit.
 bool IsNothingFound(const CAccessData* data);
 
+// Rows had no room in the folder for temporary files.
+bool LacksRoom(const CAccessData* data);
+
 // Why a repair found nothing, and what the user can do.
 struct SNothingFound {
   std::u16string hint;    // one line

@@ -85,6 +85,7 @@ void CRepairWorkflow::ShowHint() {
       if (!LastSave().GetProblem().empty()) return m_view.SetHint(kBrokenSaveHint);
       return m_view.SetHint(LastSave().GetSummary().tablesSaved > 0 ? kSavedHint : kEmptySaveHint);
     case EPageState::Repaired:
+      if (LacksRoom(Manager().GetData())) return m_view.SetHint(kNoRoomHint);
       return m_view.SetHint(HasFindings() ? std::u16string() : ExplainNothing(Manager()).hint);
     default:
       return m_view.SetHint({});

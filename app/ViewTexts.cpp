@@ -130,7 +130,7 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
   if (data) {
     AddSource(manager, data->source, lines);
   }
-  const bool lacksRoom = data && data->GetLedger().GetCount(EDamage::SkippedTable) > 0;
+  const bool lacksRoom = LacksRoom(data);
   if (lacksRoom) AddSkippedTables(*data, lines);
   if (IsNothingFound(data)) {
     if (!lacksRoom) AddNothing(manager, lines);

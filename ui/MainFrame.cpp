@@ -18,6 +18,7 @@
 #include "ui/StartRecoverDlg.h"
 #include "ui/win/Area.h"
 #include "ui/win/Dialog.h"
+#include "ui/win/Screen.h"
 
 namespace tolvane {
 
@@ -40,28 +41,6 @@ constexpr uint32_t kDisplayPause = 1000;
 
 constexpr std::u16string_view kLogFilter = u"Text Files (*.txt)|*.txt||";
 constexpr std::u16string_view kGuideName = u"TolvaneForAccess.html";
-
-SScreenArea ToScreenArea(const RECT& area) {
-  return {static_cast<int32_t>(area.left), static_cast<int32_t>(area.top), static_cast<int32_t>(area.right),
-          static_cast<int32_t>(area.bottom)};
-}
-
-MONITORINFO GetMonitorOf(HWND window) {
-  MONITORINFO info{};
-  info.cbSize = sizeof(info);
-  GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &info);
-  return info;
-}
-
-// What the taskbar leaves of the window's screen.
-SScreenArea GetWorkArea(HWND window) {
-  return ToScreenArea(GetMonitorOf(window).rcWork);
-}
-
-void MoveTo(HWND window, const SScreenArea& area) {
-  SetWindowPos(window, nullptr, area.left, area.top, area.GetWidth(), area.GetHeight(),
-               SWP_NOZORDER | SWP_NOACTIVATE);
-}
 
 double GetSeconds() {
   return static_cast<double>(GetTickCount64()) / 1000;
@@ -113,28 +92,6 @@ void CMainFrame::TakeFirstPlace() {
   ApplyDpi(CDpi::Of(m_window));
   MoveTo(m_window, FitIntoScreen(place, m_dpi.GetValue(), GetWorkArea(m_window)));
   m_isMaximised = place.isMaximised;
-}
-
-void CMainFrame::SavePlace() const {
-  WINDOWPLACEMENT placement{};
-  placement.length = sizeof(placement);
-  if (!GetWindowPlacement(m_window, &placement)) return;
-  // Its coordinates begin at the corner of the work area.
-  const MONITORINFO monitor = GetMonitorOf(m_window);
-  RECT area = placement.rcNormalPosition;
-  OffsetRect(&area, monitor.rcWork.left - monitor.rcMonitor.left, monitor.rcWork.top - monitor.rcMonitor.top);
-  const bool isMaximised = placement.showCmd == SW_SHOWMAXIMIZED ||
-                           (IsIconic(m_window) && (placement.flags & WPF_RESTORETOMAXIMIZED) != 0);
-  m_profile.SavePlace({ToScreenArea(area), m_dpi.GetValue(), isMaximised});
-}
-
-// The screen may have become smaller, or have gone.
-void CMainFrame::StayOnScreen() const {
-  if (IsIconic(m_window) || IsZoomed(m_window)) return;
-  RECT area{};
-  GetWindowRect(m_window, &area);
-  MoveTo(m_window,
-         FitIntoScreen({ToScreenArea(area), m_dpi.GetValue()}, m_dpi.GetValue(), GetWorkArea(m_window)));
 }
 
 bool CMainFrame::CreateChildren() {
@@ -251,7 +208,7 @@ void CMainFrame::RestoreIfMinimised() {
 }
 
 void CMainFrame::EndProcess() {
-  SavePlace();
+  m_profile.SavePlace(GetPlaceOf(m_window));
   m_runFolder.Remove();
   const HANDLE self = OpenProcess(PROCESS_TERMINATE, FALSE, GetCurrentProcessId());
   TerminateProcess(self ? self : GetCurrentProcess(), 0);
@@ -481,11 +438,7 @@ void CMainFrame::ApplyDpi(CDpi dpi) {
 
 void CMainFrame::OnDpiChanged(UINT dpi, const RECT& area) {
   ApplyDpi(CDpi(dpi));
-  const SScreenArea work = GetWorkArea(m_window);
-  SScreenArea wanted = ToScreenArea(area);
-  wanted.right = std::min(wanted.right, wanted.left + work.GetWidth());
-  wanted.bottom = std::min(wanted.bottom, wanted.top + work.GetHeight());
-  MoveTo(m_window, wanted);
+  MoveToSuggested(m_window, area);
 }
 
 void CMainFrame::OnGetMinMaxInfo(MINMAXINFO& info) const {
@@ -551,10 +504,10 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       OnGetMinMaxInfo(*reinterpret_cast<MINMAXINFO*>(lParam));
       return 0;
     case WM_DISPLAYCHANGE:
-      StayOnScreen();
+      KeepOnScreen(m_window);
       return 0;
     case WM_SETTINGCHANGE:
-      if (wParam == SPI_SETWORKAREA) StayOnScreen();
+      if (wParam == SPI_SETWORKAREA) KeepOnScreen(m_window);
       return 0;
     case WM_DPICHANGED:
       OnDpiChanged(LOWORD(wParam), *reinterpret_cast<const RECT*>(lParam));
@@ -583,7 +536,7 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_QUERYENDSESSION:
       return m_workflow->IsWorking() ? FALSE : TRUE;
     case WM_ENDSESSION:
-      if (wParam != FALSE) SavePlace();
+      if (wParam != FALSE) m_profile.SavePlace(GetPlaceOf(m_window));
       return 0;
     default:
       return Default(message, wParam, lParam);

@@ -53,8 +53,6 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
 
  private:
   void TakeFirstPlace();
-  void SavePlace() const;
-  void StayOnScreen() const;
   bool CreateChildren();
   bool CreateWorkflow();
   void OnCommand(UINT identifier);

@@ -309,6 +309,22 @@ TEST_F(Workflow, WhereNothingIsFoundThereIsNothingToSave) {
   }
 }
 
+TEST_F(Workflow, AFullWorkFolderIsNoDamage) {
+  Repair();
+  auto& ledger = const_cast<CAccessData*>(workflow->GetManager().GetData())->GetLedger();
+  ledger.Add(EDamage::SkippedTable, {2, CDamageLedger::kNoTable, -1, 1});
+  ledger.Add(EDamage::UnnamedTable, {3, CDamageLedger::kNoTable, -1, 15});
+  workflow->Back();
+  workflow->ShowHeldResult();
+  EXPECT_TRUE(window.hint.starts_with("There was no room")) << window.hint;
+  EXPECT_NE(
+      window.summary.find("The rows of 1 table could not be kept in the folder for temporary files:\r\n" +
+                          ToUtf8(runFolder.GetPath())),
+      std::string::npos)
+      << window.summary;
+  EXPECT_EQ(window.summary.find("names are lost"), std::string::npos) << window.summary;
+}
+
 TEST_F(Workflow, AResultThatWasNotSavedIsLeftKnowinglyAndFoundAgain) {
   Repair();
   window.calls.clear();
