@@ -126,7 +126,9 @@ def plain(value, column):
         return value.hex()
     if isinstance(value, (int, float, decimal.Decimal)):
         number = decimal.Decimal(repr(value) if isinstance(value, float) else value)
-        return '%s' % (decimal.Decimal(repr(float(number))) if column.type in (pages.SINGLE, pages.DOUBLE) else number).normalize()
+        if column.type in (pages.SINGLE, pages.DOUBLE):  # the digits that a program shows of a number may differ
+            number = decimal.Decimal(repr(expected.single(number) if column.type == pages.SINGLE else float(number)))
+        return '%s' % number.normalize()
     if column.type == pages.DATE:
         return value.replace('T', ' ').rstrip('0').rstrip('.') if '.' in value else value.replace('T', ' ')
     return value.strip('{}').upper() if column.type == pages.GUID else value
