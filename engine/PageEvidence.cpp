@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "engine/DataReader.h"
+#include "engine/PageShifts.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -393,9 +394,22 @@ uint64_t FirstPlace(const std::vector<uint64_t>& marks, uint64_t head, uint32_t 
   return start + (head - start) % pageSize;
 }
 
+// What the stretch before would have too many pages for was put in.
+void AddShift(SPageEvidence& evidence, const SPageShift& shift, uint64_t start, uint64_t end) {
+  const uint32_t pageSize = evidence.layout->pageSize;
+  SPageStretch& previous = evidence.stretches.back();
+  const uint64_t place = start + shift.place * pageSize;
+  const int64_t number = static_cast<int64_t>(shift.place) + shift.shift;
+  if (number <= static_cast<int64_t>(previous.page)) return;
+  const auto page = static_cast<uint64_t>(number);
+  previous.length = std::min(place - previous.place, (page - previous.page) * pageSize);
+  evidence.movedPages += shift.shift != 0 ? (end - place) / pageSize : 0;
+  evidence.stretches.push_back({.page = page, .place = place, .length = end - place});
+}
+
 // Databases one behind the other, page by page in step, look like one.
-SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start,
-                         const CSearchWatch& watch) {
+SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start, const CSearchWatch& watch,
+                         const CJobContext* job) {
   SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = {}};
   uint64_t end = file.GetFileLength();
   uint64_t page = 0;
@@ -405,6 +419,8 @@ SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t star
   }
   if (!evidence.otherStarts.empty()) end = evidence.otherStarts.front();
   evidence.stretches.push_back({.page = 0, .place = start, .length = end - start});
+  for (const SPageShift& shift : FindPageShifts(file, layout, start, end, job))
+    AddShift(evidence, shift, start, end);
   return evidence;
 }
 
@@ -452,7 +468,7 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
   // Without a header the first pages may be missing, which the numbers of owners tell.
   for (const SLayout* layout : kLayouts)
     if (HasHeader(file, wantedStart) && SamplePages(file, wantedStart, *layout).IsSure())
-      return InOnePiece(file, *layout, wantedStart, watch);
+      return InOnePiece(file, *layout, wantedStart, watch, job);
 
   CHeadFinder found(file, wantedStart, watch);
   if (watch.IsStopped()) return {};

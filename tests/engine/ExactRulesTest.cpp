@@ -105,6 +105,16 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   Bytes missing = sound;
   missing.erase(missing.begin() + at, missing.begin() + at + 10 + layout.pageSize);
   EXPECT_EQ(Repair(missing), kRows);
+  // Where all are in step nevertheless.
+  const auto page = static_cast<ptrdiff_t>(file.OffsetOf(3));
+  missing = sound;
+  missing.erase(missing.begin() + page, missing.begin() + page + layout.pageSize);
+  EXPECT_EQ(Repair(missing), kRows);
+  EXPECT_GT(Lost(EDamage::MovedPages), 0u);
+  longer = sound;
+  longer.insert(longer.begin() + page, 2 * layout.pageSize, 0);
+  EXPECT_EQ(Repair(longer), kRows);
+  EXPECT_GT(Lost(EDamage::MovedPages), 0u);
 }
 
 TEST_P(ExactRules, TheFilesEndCostsTheRowsBehindItAlone) {
