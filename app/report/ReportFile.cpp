@@ -25,7 +25,7 @@ SOutputVerdict CReportFile::Write(std::string_view page, const std::u16string& d
     file.Close();
   } catch (const CFileCustException& error) {
     m_output.Discard();
-    return {EOutputState::NotWritable, u"The report cannot be written: " + error.GetMessageText()};
+    return {EOutputState::NotWritable, u"The report cannot be written: " + error.GetMessageText() + u"."};
   }
   const SOutputVerdict verdict = m_output.Complete();
   if (verdict.state != EOutputState::Ok) m_output.Discard();
