@@ -310,8 +310,4 @@ std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
   return found;
 }
 
-std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number) {
-  return number(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
-}
-
 }  // namespace tolvane

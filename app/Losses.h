@@ -67,8 +67,6 @@ struct SLossLine {
   std::u16string words;
   std::u16string places;
 };
-// How numbers are written in texts.
-using NumberText = std::u16string (*)(uint64_t);
 // What was lost or is doubtful on reading, with up to `placesShown` places of each kind.
 std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown,
                                   NumberText number = ToDecimal<uint64_t>);
@@ -81,8 +79,5 @@ const char* NameOf(EOtherObject kind);
 std::vector<SLossLine> ListOmittedObjects(const CAccessData& data, size_t namesShown);
 // What could not be saved as it was recovered.
 std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary);
-
-// "1 row", "2 rows"
-std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number = ToDecimal<uint64_t>);
 
 }  // namespace tolvane

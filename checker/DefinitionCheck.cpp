@@ -12,7 +12,6 @@ namespace {
 
 // 255 columns and some hundred indexes with the longest names take less.
 constexpr size_t kMaxDefinitionPages = 64;
-constexpr size_t kMaxNameUnits = 64;
 
 }  // namespace
 
@@ -186,7 +185,7 @@ bool CDefinitionCheck::CheckNumbers(SCheckedTable& table) {
 void CDefinitionCheck::CheckColumns(const SCheckedTable& table) {
   std::set<std::string> names;
   for (const SCheckedColumn& column : table.columns) {
-    if (column.name.empty() || column.name.size() > kMaxNameUnits || !names.insert(column.nameKey).second)
+    if (column.name.empty() || column.name.size() > kMaxNameLength || !names.insert(column.nameKey).second)
       Error("C6", Say(u"the column name ", column.name, u" is empty, too long or taken"));
     if (column.HoldsLongValues() != column.hasMaps)
       Error("C13", Say(u"column ", column.name,

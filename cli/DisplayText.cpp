@@ -5,6 +5,7 @@
 
 #include "app/VisibleText.h"
 #include "platform/Text.h"
+#include "writer/SafeName.h"
 
 namespace tolvane {
 
@@ -102,7 +103,7 @@ std::string FormatSize(uint64_t bytes) {
 }
 
 std::string Counted(uint64_t count, std::string_view noun) {
-  return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+  return ToUtf8(tolvane::Counted(count, FromAscii(noun)));
 }
 
 std::string WrapWords(std::string_view text, size_t indent, size_t width) {

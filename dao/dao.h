@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "format/ColumnType.h"
 #include "format/Property.h"
 #include "format/SavedQuery.h"
 #include "format/Value.h"
@@ -25,11 +26,9 @@ namespace tolvane {
 // Error numbers, as users of the format know them.
 enum class EDaoError : int32_t {
   None = 0,
-  CannotStart = 3000,
   TableExists = 3010,
   ObjectNotFound = 3011,
   DuplicateKey = 3022,
-  InvalidPath = 3044,
   DiskFull = 3026,
   RecordTooLarge = 3047,
   NotFound = 3024,
@@ -39,7 +38,6 @@ enum class EDaoError : int32_t {
   InvalidArgument = 3001,
   InvalidName = 3125,
   ItemNotFound = 3265,
-  NoCurrentRecord = 3021,
   NoAddNew = 3020,
   FieldTooSmall = 3163,
   DatabaseTooLarge = 3183,
@@ -72,22 +70,22 @@ inline CDaoResult NotSupported() {
 
 // Field types that the writer asks for.
 enum EDaoType : int16_t {
-  kDaoBoolean = 1,
-  kDaoByte = 2,
-  kDaoInteger = 3,
-  kDaoLong = 4,
-  kDaoCurrency = 5,
-  kDaoSingle = 6,
-  kDaoDouble = 7,
-  kDaoDate = 8,
-  kDaoBinary = 9,
-  kDaoText = 10,
-  kDaoLongBinary = 11,
-  kDaoMemo = 12,
-  kDaoGuid = 15,
-  kDaoBigInt = 16,
-  kDaoDecimal = 20,
-  kDaoExtendedDate = 26,
+  kDaoBoolean = FieldTypeOf(kTypeBoolean),
+  kDaoByte = FieldTypeOf(kTypeByte),
+  kDaoInteger = FieldTypeOf(kTypeInteger),
+  kDaoLong = FieldTypeOf(kTypeLong),
+  kDaoCurrency = FieldTypeOf(kTypeCurrency),
+  kDaoSingle = FieldTypeOf(kTypeSingle),
+  kDaoDouble = FieldTypeOf(kTypeDouble),
+  kDaoDate = FieldTypeOf(kTypeDate),
+  kDaoBinary = FieldTypeOf(kTypeBinary),
+  kDaoText = FieldTypeOf(kTypeText),
+  kDaoLongBinary = FieldTypeOf(kTypeOle),
+  kDaoMemo = FieldTypeOf(kTypeMemo),
+  kDaoGuid = FieldTypeOf(kTypeGuid),
+  kDaoBigInt = FieldTypeOf(kTypeBigInt),
+  kDaoDecimal = FieldTypeOf(kTypeDecimal),
+  kDaoExtendedDate = FieldTypeOf(kTypeExtendedDate),
   // Complex fields: each record holds any number of values, or of files.
   kDaoAttachment = 101,
   kDaoComplexByte = 102,
@@ -100,19 +98,6 @@ enum EDaoType : int16_t {
   kDaoComplexText = 109,
   kDaoVersions = 110,  // of a memo; no user sees the field
 };
-// The type of the values that a field of that type takes; kTypeNone for complex fields.
-constexpr uint8_t ValueTypeOf(int16_t fieldType) {
-  switch (fieldType) {
-    case kDaoBigInt:
-      return kTypeBigInt;
-    case kDaoDecimal:
-      return kTypeDecimal;
-    case kDaoExtendedDate:
-      return kTypeExtendedDate;
-    default:
-      return fieldType > 0 && fieldType <= kDaoGuid ? static_cast<uint8_t>(fieldType) : uint8_t{kTypeNone};
-  }
-}
 // Fixed or variable: where an engine can choose, how a text, binary or number field is stored; neither: as
 // usual.
 inline constexpr int32_t kDaoFixedField = 0x01;

@@ -12,17 +12,6 @@ constexpr std::u16string_view kModified = u"Modified_F9B5E312-4155-4c59-9AAE-391
 constexpr size_t kIndexNameColumn = 31;  // characters of the column's name in that of its index
 constexpr STextOrder kNoOrder{0, 0};
 
-struct SKind {
-  int16_t daoType;
-  EComplexKind kind;
-};
-constexpr SKind kKinds[] = {
-    {kDaoAttachment, kComplexOfFiles},        {kDaoComplexByte, kComplexOfBytes},
-    {kDaoComplexInteger, kComplexOfIntegers}, {kDaoComplexLong, kComplexOfLongs},
-    {kDaoComplexSingle, kComplexOfSingles},   {kDaoComplexDouble, kComplexOfDoubles},
-    {kDaoComplexGuid, kComplexOfGuids},       {kDaoComplexDecimal, kComplexOfDecimals},
-    {kDaoComplexText, kComplexOfTexts}};
-
 // Of a new GUID.
 std::u16string MakeDigits(CIdentity& identity) {
   std::u16string digits;
@@ -31,11 +20,6 @@ std::u16string MakeDigits(CIdentity& identity) {
     digits += u"0123456789ABCDEF"[byte & 15];
   }
   return digits;
-}
-
-std::u16string Cut(std::u16string name) {
-  name.resize(std::min(name.size(), kMaxNameLength));
-  return name;
 }
 
 SColumnDefinition MakeFlatColumn(std::u16string name, uint8_t type, STextOrder order) {
@@ -87,12 +71,6 @@ void SortByName(const SLayout& layout, STableDefinition& definition) {
 
 }  // namespace
 
-const EComplexKind* FindComplexKind(int16_t daoType) {
-  for (const SKind& kind : kKinds)
-    if (kind.daoType == daoType) return &kind.kind;
-  return nullptr;
-}
-
 SColumnDefinition MakeComplexColumn(std::u16string_view name, bool isHistory) {
   SColumnDefinition column = MakeFlatColumn(std::u16string(name), kTypeComplex, {});
   column.flags = kColumnFixed | kColumnUpdatable | kColumnAutoNumber;
@@ -117,7 +95,7 @@ std::u16string MakeComplexIndexName(CIdentity& identity, std::u16string_view col
 SNamedDefinition MakeFlatTable(CIdentity& identity, const SLayout& layout, STextOrder order,
                                const SNewComplexColumn& complex, std::u16string_view table) {
   SNamedDefinition flat;
-  flat.name = Cut(u"f_" + MakeDigits(identity) + u'_' + complex.column);
+  flat.name = CutName(u"f_" + MakeDigits(identity) + u'_' + complex.column);
   STableDefinition& definition = flat.definition;
   definition.columns = complex.IsHistory() ? MakeHistoryColumns(order, complex.memo)
                                            : MakeValueColumns(layout, order, complex.kind);
@@ -131,11 +109,11 @@ SNamedDefinition MakeFlatTable(CIdentity& identity, const SLayout& layout, SText
   const uint16_t unique = isFile ? 2 : 0;  // FileName or Value
   flat.valueColumn = definition.columns.front().name;
   SColumnDefinition& counter = definition.columns.emplace_back(
-      MakeFlatColumn(Cut(std::u16string(table) + u'_' + complex.column), kTypeLong, kNoOrder));
+      MakeFlatColumn(FlatRowIdName(table, complex.column), kTypeLong, kNoOrder));
   counter.flags |= kColumnAutoNumber;
   counter.extendedFlags = kColumnFlatRowId;
   SColumnDefinition& foreign =
-      definition.columns.emplace_back(MakeFlatColumn(Cut(u'_' + complex.column), kTypeLong, kNoOrder));
+      definition.columns.emplace_back(MakeFlatColumn(FlatKeyName(complex.column), kTypeLong, kNoOrder));
   foreign.extendedFlags = kColumnFlatKey;
   const std::u16string keyName = foreign.name;
   definition.LayOutColumns();

@@ -30,9 +30,6 @@ struct SNewComplexColumn {
   [[nodiscard]] bool IsHistory() const { return !memo.empty(); }
 };
 
-// nullptr when fields of the type are not complex.
-const EComplexKind* FindComplexKind(int16_t daoType);
-
 // The column itself, with what tells it from a long one; its number is given when the table is made.
 SColumnDefinition MakeComplexColumn(std::u16string_view name, bool isHistory);
 std::u16string MakeHistoryName(CIdentity& identity);

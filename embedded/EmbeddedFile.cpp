@@ -34,10 +34,6 @@ CDaoResult Closed() {
   return {EDaoError::CannotOpenFile, u"The database is closed."};
 }
 
-// Versions that brought new columns.
-constexpr uint8_t kVersionOfCalculated = kVersionAce14, kVersionOfBigInt = kVersionAce16,
-                  kVersionOfExtendedDate = kVersionAce17;
-
 // The last page that the format allows lies below its longest file.
 uint32_t LimitPages(const SLayout& layout, uint32_t maxPages) {
   const auto most = static_cast<uint32_t>(layout.maxFileLength / layout.pageSize - 1);
@@ -67,8 +63,7 @@ CDaoResult CEmbeddedFile::Create(std::u16string_view path, STextOrder order) {
   m_isOpen = true;
   m_header.creationDate = m_identity->GetDate();
   m_header.order = order;
-  if (order.version != 0)
-    m_header.version = kVersionOfCalculated;  // such files have this version or a later one
+  if (order.version != 0) m_header.version = kVersionAce14;  // such files have this version or a later one
   if (CDaoResult result = m_file.Write(kHeaderPage, BuildHeaderPage(GetLayout(), m_header)); !result.IsOk())
     return result;
   return m_catalogue.Create(m_header);
@@ -140,11 +135,8 @@ CDaoResult CEmbeddedFile::CheckNewName(std::u16string_view name) const {
 // What newer columns need; engines refuse a lower version.
 void CEmbeddedFile::NeedVersionOf(const STableDefinition& definition) {
   uint8_t needed = m_header.version;
-  for (const SColumnDefinition& column : definition.columns) {
-    if (column.IsCalculated()) needed = std::max(needed, kVersionOfCalculated);
-    if (column.type == kTypeBigInt) needed = std::max(needed, kVersionOfBigInt);
-    if (column.type == kTypeExtendedDate) needed = std::max(needed, kVersionOfExtendedDate);
-  }
+  for (const SColumnDefinition& column : definition.columns)
+    if (column.GetNeededVersion() > GetLayout().version) needed = std::max(needed, column.GetNeededVersion());
   m_isHeaderChanged = m_isHeaderChanged || needed != m_header.version;
   m_header.version = needed;
 }

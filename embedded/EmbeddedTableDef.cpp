@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "dao/ComplexFields.h"
 #include "embedded/ObjectName.h"
 #include "embedded/PropertyStore.h"
 #include "platform/Text.h"
@@ -12,52 +13,18 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kRandomGuid = u"GenGUID()";
-constexpr uint8_t kMaxPrecision = 28;
 
 CDaoResult Invalid(std::u16string text) {
   return {EDaoError::InvalidArgument, std::move(text)};
 }
 
-// What a field of some type is as a column.
-struct SFieldType {
-  int16_t daoType;
-  uint8_t type;
-  uint8_t flags;          // unless other ones are asked for
-  uint8_t since = 0;      // version of the format
-  bool hasChoice = true;  // between fixed and variable
-};
-constexpr uint8_t kFixedFlags = kColumnFixed | kColumnUpdatable;
-constexpr uint8_t kJet4Version = 1, kAceVersion = 2;
-constexpr SFieldType kFieldTypes[] = {{kDaoBoolean, kTypeBoolean, kFixedFlags, 0, false},
-                                      {kDaoByte, kTypeByte, kFixedFlags},
-                                      {kDaoInteger, kTypeInteger, kFixedFlags},
-                                      {kDaoLong, kTypeLong, kFixedFlags},
-                                      {kDaoCurrency, kTypeCurrency, kFixedFlags},
-                                      {kDaoSingle, kTypeSingle, kFixedFlags},
-                                      {kDaoDouble, kTypeDouble, kFixedFlags},
-                                      {kDaoDate, kTypeDate, kFixedFlags},
-                                      {kDaoGuid, kTypeGuid, kFixedFlags},
-                                      {kDaoBinary, kTypeBinary, kColumnUpdatable},
-                                      {kDaoText, kTypeText, kColumnUpdatable},
-                                      {kDaoMemo, kTypeMemo, kColumnUpdatable, 0, false},
-                                      {kDaoLongBinary, kTypeOle, kColumnUpdatable, 0, false},
-                                      {kDaoDecimal, kTypeDecimal, kFixedFlags, kJet4Version},
-                                      {kDaoBigInt, kTypeBigInt, kFixedFlags, kAceVersion},
-                                      {kDaoExtendedDate, kTypeExtendedDate, kFixedFlags, kAceVersion}};
-
-const SFieldType* FindFieldType(const SLayout& layout, int16_t daoType) {
-  for (const SFieldType& type : kFieldTypes)
-    if (type.daoType == daoType && type.since <= layout.version) return &type;
-  return nullptr;
-}
-
-uint8_t ChooseFlags(const SFieldType& type, const CDaoFieldInfo& field) {
-  uint8_t flags = type.flags;
-  if (type.hasChoice && (field.attributes & kDaoFixedField) != 0) flags |= kColumnFixed;
-  if (type.hasChoice && (field.attributes & kDaoVariableField) != 0)
-    flags = static_cast<uint8_t>(flags & ~kColumnFixed);
-  if (field.type == kDaoMemo && (field.attributes & kDaoHyperlinkField) != 0) flags |= kColumnHyperlink;
-  return flags;
+uint8_t ChooseFlags(const SColumnType& type, const CDaoFieldInfo& field) {
+  bool isFixed = type.isFixed;
+  if (type.mayChoose && (field.attributes & kDaoFixedField) != 0) isFixed = true;
+  if (type.mayChoose && (field.attributes & kDaoVariableField) != 0) isFixed = false;
+  const bool isLink = type.type == kTypeMemo && (field.attributes & kDaoHyperlinkField) != 0;
+  return static_cast<uint8_t>(kColumnUpdatable | (isFixed ? kColumnFixed : 0) |
+                              (isLink ? kColumnHyperlink : 0));
 }
 
 // What a variable decimal column states; its values take as much as those of a fixed one.
@@ -71,7 +38,7 @@ CDaoResult ChooseLength(const SLayout& layout, const CDaoFieldInfo& field, const
   length = LengthOfType(column.type);
   if (field.type == kDaoDecimal && !column.IsFixed()) length = LengthOfDecimal(field.precision);
   if (field.type == kDaoDecimal &&
-      (field.precision < 1 || field.precision > kMaxPrecision || field.scale > field.precision))
+      (field.precision < 1 || field.precision > kMostDecimalDigits || field.scale > field.precision))
     return Invalid(u"A decimal field has 1 to 28 digits, and no more of them behind the point.");
   if (field.type != kDaoText && field.type != kDaoBinary) return CDaoResult::Ok();
   const bool isText = field.type == kDaoText;
@@ -101,17 +68,17 @@ CDaoResult MakeCalculated(const SLayout& layout, uint8_t statedType, SColumnDefi
 }
 
 CDaoResult MakeColumn(const SLayout& layout, const CDaoFieldInfo& field, SColumnDefinition& column) {
-  const SFieldType* type = FindFieldType(layout, field.type);
-  if (type == nullptr)
+  const SColumnType& type = ColumnTypeOf(ColumnTypeOfField(field.type));
+  if (type.type == kTypeNone || (type.since > layout.version && !layout.hasComplexColumns))
     return {EDaoError::InvalidDataType, u"The field has a type that the format does not know."};
   column.name = field.name;
-  column.type = type->type;
+  column.type = type.type;
   if (field.sortOrder != 0)
     column.order = {static_cast<uint16_t>(field.sortOrder), static_cast<uint8_t>(field.sortOrder >> 24)};
   if (!field.expression.empty()) return MakeCalculated(layout, field.statedType, column);
   if (field.keepsHistory && (!layout.hasComplexColumns || field.type != kDaoMemo))
     return {EDaoError::InvalidDataType, u"Only memo fields of the newest format keep their versions."};
-  column.flags = ChooseFlags(*type, field);
+  column.flags = ChooseFlags(type, field);
   if (CDaoResult result = ChooseLength(layout, field, column, column.length); !result.IsOk()) return result;
   column.precision = field.precision;
   column.scale = field.scale;
@@ -180,12 +147,14 @@ CDaoResult CEmbeddedTableDef::CreateField(const CDaoFieldInfo& field) {
 CDaoResult CEmbeddedTableDef::AddColumn(const CDaoFieldInfo& field) {
   SColumnDefinition column;
   const bool hasComplex = m_file->GetLayout().hasComplexColumns;
-  const EComplexKind* kind = hasComplex ? FindComplexKind(field.type) : nullptr;
+  const SComplexFieldType* complex =
+      hasComplex ? FindComplexField(&SComplexFieldType::field, field.type) : nullptr;
   const bool isHistory = hasComplex && field.type == kDaoVersions && !field.versionsOf.empty();
-  if (kind != nullptr || isHistory) {
+  if (complex != nullptr || isHistory) {
     column = MakeComplexColumn(field.name, isHistory);
-    m_table.complexColumns.push_back({field.name, field.versionsOf, isHistory ? EComplexKind{} : *kind,
-                                      field.valueProperties, field.precision, field.scale});
+    m_table.complexColumns.push_back({field.name, field.versionsOf,
+                                      isHistory ? EComplexKind{} : complex->kind, field.valueProperties,
+                                      field.precision, field.scale});
     m_table.definition.complexNumber =
         std::max(m_table.definition.complexNumber, static_cast<uint32_t>(field.lastNumber));
   } else if (CDaoResult result = MakeColumn(m_file->GetLayout(), field, column); !result.IsOk()) {
@@ -325,9 +294,8 @@ CDaoResult CEmbeddedTableDef::CollectProperties() {
   for (CDaoFieldInfo& field : m_fields) {
     if (!field.expression.empty()) {
       AddIfMissing(field.properties, MakeTextProperty(u"Expression", kTypeMemo, field.expression));
-      AddIfMissing(
-          field.properties,
-          MakeByteProperty(u"ResultType", kTypeByte, {FindFieldType(m_file->GetLayout(), field.type)->type}));
+      AddIfMissing(field.properties,
+                   MakeByteProperty(u"ResultType", kTypeByte, {ColumnTypeOfField(field.type)}));
     }
     if (field.keepsHistory) AddIfMissing(field.properties, appendOnly);
     if (CDaoResult result = list.AddToColumn(field.name, field.properties); !result.IsOk()) return result;
@@ -338,17 +306,15 @@ CDaoResult CEmbeddedTableDef::CollectProperties() {
 
 // The lowest version of the engine that knows the table's columns.
 void CEmbeddedTableDef::AddEngineVersions() {
-  constexpr std::u16string_view kVersions[] = {u"", u"14.0.0000.0000", u"16.0.7124.1000",
-                                               u"16.0.12600.10000"};
-  size_t needed = 0;
+  uint8_t needed = 0;
   for (const SColumnDefinition& column : m_table.definition.columns)
-    needed = std::max<size_t>(needed, column.type == kTypeExtendedDate ? 3
-                                      : column.type == kTypeBigInt     ? 2
-                                      : column.IsCalculated()          ? 1
-                                                                       : 0);
-  if (needed == 0) return;
+    needed = std::max(needed, column.GetNeededVersion());
+  if (needed < kVersionAce14) return;
+  const std::u16string_view version = needed >= kVersionAce17   ? u"16.0.12600.10000"
+                                      : needed >= kVersionAce16 ? u"16.0.7124.1000"
+                                                                : u"14.0.0000.0000";
   for (const std::u16string_view name : {u"FCMinReadVer", u"FCMinWriteVer", u"FCMinDesignVer"})
-    AddIfMissing(m_properties, MakeTextProperty(name, kTypeText, kVersions[needed]));
+    AddIfMissing(m_properties, MakeTextProperty(name, kTypeText, version));
 }
 
 CDaoResult CEmbeddedTableDef::SetProperties(std::span<const CDaoProperty> properties) {

@@ -12,76 +12,16 @@
 #include "format/SystemObjects.h"
 #include "format/Value.h"
 #include "platform/Text.h"
+#include "render/CatalogueRow.h"
 #include "render/ObjectProperties.h"
-#include "render/RecordText.h"
 #include "store/RowReader.h"
 
 namespace tolvane {
 namespace {
 
-// Blocks of properties have some kilobytes; a length of nonsense must not fill the memory.
-constexpr uint64_t kMostBytes = 1U << 24;
 constexpr size_t kMostObjects = 32'768;  // of a database
 
 using Bytes = std::vector<uint8_t>;
-
-struct SCatalogueRow {
-  std::optional<uint32_t> id;
-  std::optional<int16_t> type;
-  std::u16string name, database, connect, foreignName;
-  Bytes shortInfo;
-  std::optional<SObjectPlace> longInfo, properties;
-};
-
-void TakeCell(uint16_t column, const SValue& value, const std::u16string& objects, SCatalogueRow& row) {
-  const auto takePlace = [&](std::optional<SObjectPlace>& to) {
-    SObjectPlace place{.path = objects};
-    if (TakeObjectReference(value.bytes, place)) to = std::move(place);
-  };
-  switch (column) {
-    case kObjectsId:
-      row.id = GetLittle<uint32_t>(value.bytes, 0);
-      break;
-    case kObjectsType:
-      row.type = GetLittle<int16_t>(value.bytes, 0);
-      break;
-    case kObjectsName:
-      CopyUnits(value.bytes, row.name);
-      break;
-    case kObjectsDatabase:
-      CopyUnits(value.bytes, row.database);
-      break;
-    case kObjectsConnect:
-      CopyUnits(value.bytes, row.connect);
-      break;
-    case kObjectsForeignName:
-      CopyUnits(value.bytes, row.foreignName);
-      break;
-    case kObjectsShortInfo:
-      row.shortInfo.assign(value.bytes.begin(), value.bytes.end());
-      break;
-    case kObjectsLongInfo:
-      takePlace(row.longInfo);
-      break;
-    case kObjectsProperties:
-      takePlace(row.properties);
-      break;
-    default:
-      break;
-  }
-}
-
-SCatalogueRow ReadRow(const CAccessTable& catalogue, CTableRowReader& rows, Bytes& record) {
-  SCatalogueRow row;
-  const std::u16string objects = catalogue.GetObjectFilePath();
-  for (const CAccessColumn& column : catalogue.columns) {
-    rows.ReadRecord(record);
-    SValue value;
-    if (TakeValue(KindOf(column), record, value) && !value.isNull)
-      TakeCell(column.number, value, objects, row);
-  }
-  return row;
-}
 
 CAccessColumn* FindColumn(CAccessTable& table, std::u16string_view name) {
   CAccessColumn* similar = nullptr;
@@ -136,7 +76,7 @@ class CObjectReader {
     std::vector<SOwnedProperties> owners;
     if (!row.properties || row.properties->length == 0) return owners;
     Bytes blob;
-    const bool isRead = ReadObject(*row.properties, kMostBytes, blob);
+    const bool isRead = ReadObject(*row.properties, kLongestPropertyBlob, blob);
     if (TakeObjectProperties(m_data.source, blob, owners) && isRead) return owners;
     m_data.GetLedger().Add(
         EDamage::BrokenProperties,
@@ -195,7 +135,7 @@ class CObjectReader {
                     .connect = std::move(row.connect),
                     .shortInfo = std::move(row.shortInfo),
                     .longInfo = {}};
-    if (row.longInfo) static_cast<void>(ReadObject(*row.longInfo, kMostBytes, link.longInfo));
+    if (row.longInfo) static_cast<void>(ReadObject(*row.longInfo, kLongestPropertyBlob, link.longInfo));
     return link;
   }
 
@@ -223,7 +163,7 @@ void ReadCatalogueObjects(CAccessData& data, uint32_t pageSize, const CTemplateM
   Bytes record;
   while (rows.BeginRow()) {
     if (!job.repairing.IsRunning()) return;
-    SCatalogueRow row = ReadRow(*catalogue, rows, record);
+    SCatalogueRow row = ReadCatalogueRow(*catalogue, rows, record);
     objects.Take(row);
   }
 }

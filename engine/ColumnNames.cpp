@@ -9,8 +9,6 @@
 #include "format/Layout.h"
 #include "format/PropertyBlob.h"
 #include "platform/CodePage.h"
-#include "platform/ErrorHandler.h"
-#include "platform/FileCust.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"
 #include "store/ObjectPlace.h"
@@ -21,9 +19,6 @@ namespace {
 
 using Names = std::vector<std::u16string>;
 using Bytes = std::vector<uint8_t>;
-
-// Far more than a table's properties take.
-constexpr uint64_t kLongestBlob = uint64_t{16} << 20;
 
 // Property NameMap:
 //   0 mark, version, u128 GUID of the table, zeros, f64 date, zeros | 44 name of the table, zero unit, u32 0
@@ -82,18 +77,6 @@ Names NamesOfBlob(const Bytes& blob, const SSourceFacts& source, size_t count) {
   return names.size() == count ? names : Names{};
 }
 
-Bytes ReadObject(const SObjectPlace& place) {
-  Bytes bytes;
-  CFileCust file;
-  CErrorHandler handler;
-  if (place.length > kLongestBlob ||
-      !file.Open(place.path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
-    return bytes;
-  bytes.resize(static_cast<size_t>(place.length));
-  bytes.resize(file.ReadAt(place.offset, bytes, handler));
-  return bytes;
-}
-
 void Rename(CAccessTable& table, const Names& names) {
   for (size_t i = 0; i < table.columns.GetCount(); i++) {
     const uint16_t place = table.columns.GetAt(i)->descriptor;
@@ -119,7 +102,8 @@ void RestoreColumnNames(CAccessData& data, uint32_t pageSize) {
   for (std::vector<std::u16string> cells; reader.ReadRow(cells);) {
     const auto found = nameless.find(cells[id]);
     if (found == nameless.end() || cells[properties].empty()) continue;
-    const Bytes blob = ReadObject(reader.GetObjectPlace(properties));
+    Bytes blob;
+    static_cast<void>(ReadObject(reader.GetObjectPlace(properties), kLongestPropertyBlob, blob));
     Rename(*found->second, NamesOfBlob(blob, data.source, found->second->columns.GetCount()));
   }
 }

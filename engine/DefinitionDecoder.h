@@ -14,7 +14,6 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/DataReader.h"
 #include "engine/Source.h"
 #include "format/Definition.h"
 #include "model/AccessData.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "engine/DataReader.h"
 #include "engine/DefinitionParts.h"
 
 namespace tolvane {

@@ -1,9 +1,9 @@
 #include "engine/DefinitionParts.h"
 
 #include <algorithm>
-#include <array>
 
-#include "engine/DataReader.h"
+#include "format/Definition.h"
+#include "format/PageHead.h"
 
 namespace tolvane {
 
@@ -60,6 +60,14 @@ SColumnBlock RunAt(Bytes definition, const SLayout& layout, size_t start, uint32
     block.columnCount = i + 1;
   }
   return block;
+}
+
+bool IsNameText(Bytes name, const SLayout& layout) {
+  const size_t unit = layout.text.unitSize;
+  if (name.empty() || name.size() % unit != 0 || name.size() > kMostNameUnits * unit) return false;
+  for (size_t i = 0; i < name.size(); i += unit)
+    if ((unit == 1 ? name[i] : GetLittle<uint16_t>(name, i)) < kFirstLetter) return false;
+  return true;
 }
 
 class CTailWalk {
@@ -192,15 +200,12 @@ std::optional<SDefinitionTail> FindTail(Bytes definition, const SLayout& layout,
 }
 
 std::optional<size_t> CNameWalk::EndOfName(size_t at) const {
-  const size_t unit = m_layout.text.unitSize;
   const size_t text = at + m_layout.text.nameLengthSize;
   if (text > m_bytes.size()) return std::nullopt;
   const CByteView bytes(m_bytes);
-  const size_t length = unit == 1 ? bytes.GetUInt8(at) : bytes.GetUInt16(at);
-  if (length == 0 || length % unit != 0 || length > kMostNameUnits * unit || text + length > m_bytes.size())
+  const size_t length = m_layout.text.nameLengthSize == 1 ? bytes.GetUInt8(at) : bytes.GetUInt16(at);
+  if (length > m_bytes.size() - text || !IsNameText(m_bytes.subspan(text, length), m_layout))
     return std::nullopt;
-  for (size_t i = text; i < text + length; i += unit)
-    if ((unit == 1 ? bytes.GetUInt8(i) : bytes.GetUInt16(i)) < kFirstLetter) return std::nullopt;
   return text + length;
 }
 
@@ -242,43 +247,28 @@ std::vector<size_t> CNameWalk::FindNames(size_t from, size_t to, uint32_t count)
 }
 
 bool IsWholeDefinition(Bytes definition, const SLayout& layout) {
-  const CByteView bytes(definition);
-  const SDefinitionLayout& at = layout.definition;
-  const uint32_t columns = bytes.GetUInt16(at.columnCount);
-  const uint32_t real = RealCountOf(bytes, layout);
-  const uint32_t logical = bytes.GetUInt32(at.logicalCount);
-  const uint32_t length = bytes.GetUInt32(at.length);
-  if (real > logical || logical > definition.size() || columns == 0) return false;
-  const size_t first = ColumnsAt(layout, real);
-  const CNameWalk names(definition, layout);
-  const auto indexes = names.EndOfNames(first + size_t{layout.column.size} * columns, columns);
-  if (!indexes) return false;
-  const size_t indexNames =
-      *indexes + size_t{layout.realIndex.size} * real + size_t{layout.logicalIndex.size} * logical;
-  const auto maps = names.EndOfNames(indexNames, logical);
-  if (!maps || *maps + sizeof(kDefinitionEnd) > length || length > definition.size()) return false;
-  if ((length - sizeof(kDefinitionEnd) - *maps) % kLongValueMapSize != 0 ||
-      bytes.GetUInt16(length - sizeof(kDefinitionEnd)) != kDefinitionEnd)
+  bool isSound = true;
+  const auto judgeName = [&](Bytes name) {
+    isSound = isSound && IsNameText(name, layout);
+    return std::u16string();
+  };
+  const auto judge = [&](const SDefinitionFault& fault) {
+    if (fault.kind == EDefinitionFault::Length) isSound = false;
+  };
+  STableDefinition read;
+  if (definition.size() < layout.definition.headerSize ||
+      !DecodeDefinition(layout, definition, judgeName, judge, read))
     return false;
-  for (uint32_t i = 0; i < columns; i++) {
-    const size_t column = first + size_t{layout.column.size} * i;
-    if (bytes.GetUInt16(column + layout.column.number) >= bytes.GetUInt16(at.columnsEver)) return false;
-    const bool isFixed = (bytes.GetUInt8(column + layout.column.flags) & kColumnFixed) != 0;
-    if (!isFixed && bytes.GetUInt8(column + layout.column.type) != kTypeBoolean &&
-        bytes.GetUInt16(column + layout.column.variableIndex) >= bytes.GetUInt16(at.variableEver))
-      return false;
-  }
-  return bytes.GetUInt16(at.variableEver) <= bytes.GetUInt16(at.columnsEver);
+  return isSound && !read.columns.empty() && read.realIndexes.size() <= read.logicalIndexes.size() &&
+         std::all_of(read.columns.begin(), read.columns.end(),
+                     [&](const auto& column) { return column.number < read.columnsEver; });
 }
 
 EFirstPage JudgeFirstPage(Bytes page, const SLayout& layout) {
-  const SDefinitionLayout& at = layout.definition;
-  const CByteView bytes(page);
-  const auto signature = Bytes(at.signature).first(at.signatureSize);
-  const bool hasHead = std::equal(signature.begin(), signature.end(), page.begin());
-  const bool hasMark = at.magic != kAbsent && bytes.GetUInt32(at.magic) == kDefinitionMagic;
-  const bool hasType = page[at.tableType] == kSystemTable || page[at.tableType] == kUserTable;
-  if (hasHead && hasType && (hasMark || at.magic == kAbsent)) return EFirstPage::Sure;
+  if (IsFirstOfDefinition(page, layout)) return EFirstPage::Sure;
+  const bool hasHead = HasDefinitionHead(page, layout);
+  const bool hasMark = layout.definition.magic != kAbsent && HasDefinitionMark(page, layout);
+  const bool hasType = HasTableType(page, layout);
   // Most pages are of other kinds, and a sound head of one says so.
   const bool isOther = page[1] == kPageFormatted && page[0] != kPageDefinition && page[0] <= kPageEmptiedData;
   if (isOther && (!hasMark || page[0] == kPageDroppedDefinition)) return EFirstPage::No;

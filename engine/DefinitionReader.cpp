@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "engine/DataReader.h"
 #include "engine/DefinitionParts.h"
+#include "format/PageHead.h"
 
 namespace tolvane {
 
@@ -80,11 +80,9 @@ void CDefinitionReader::ListContinuations() {
   m_continuations.emplace();
   std::vector<uint64_t> freed;
   std::vector<uint8_t> page(m_layout.pageSize);
-  const auto signature = std::span(m_layout.definition.signature).first(m_layout.definition.signatureSize);
   for (uint64_t number = 0; number < m_source.GetPageCount(); number++) {
     if (!m_job.repairing.IsRunning()) return;
-    if (!m_source.ReadPage(number, page)) continue;
-    if (!std::equal(signature.begin(), signature.end(), page.begin())) continue;
+    if (!m_source.ReadPage(number, page) || !HasDefinitionHead(page, m_layout)) continue;
     const uint64_t offset = number * m_layout.pageSize;
     if (m_tables.FindTable(offset) != nullptr) continue;
     (m_source.GetFreePages().IsFree(number) ? freed : *m_continuations).push_back(offset);

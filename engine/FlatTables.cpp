@@ -9,6 +9,7 @@
 
 #include "engine/KnownTables.h"
 #include "format/SystemObjects.h"
+#include "format/SystemTables.h"
 #include "model/FlatTable.h"
 #include "model/MSysComplexColumnsData.h"
 #include "platform/Text.h"
@@ -17,13 +18,6 @@
 namespace tolvane {
 
 namespace {
-
-constexpr size_t kNameUnits = 64;
-
-std::u16string Cut(std::u16string name) {
-  if (name.size() > kNameUnits) name.resize(kNameUnits);
-  return name;
-}
 
 class CFlatTables {
  public:
@@ -85,10 +79,10 @@ class CFlatTables {
   void ClaimByName(CAccessTable& table, size_t column) {
     CAccessColumn& complex = *table.columns.GetAt(column);
     if (FindFlatTable(m_data.GetTables(), complex, m_pageSize)) return;
-    const std::u16string name = u'_' + std::u16string(complex.GetName());
-    const std::u16string key = Cut(name);
+    const std::u16string key = FlatKeyName(complex.GetName());
     size_t found = m_flats.size();
-    if (const auto both = m_byNames.find(key + u'\n' + Cut(table.name + name)); both != m_byNames.end())
+    if (const auto both = m_byNames.find(key + u'\n' + FlatRowIdName(table.name, complex.GetName()));
+        both != m_byNames.end())
       found = both->second;
     else if (const auto one = m_byKey.find(key);
              one != m_byKey.end() && one->second.size() == 1 && table.nameSource == ENameSource::Generated)

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "engine/DataReader.h"
 #include "format/MapRow.h"
+#include "format/PageHead.h"
 #include "format/PageSlots.h"
 
 namespace tolvane {
@@ -19,9 +19,9 @@ bool ReadUsageMap(CPageReader& reader, const SLayout& layout, SRowPointer map, u
                   const std::function<void(uint32_t)>& take) {
   std::vector<uint8_t> page(layout.pageSize);
   if (!reader.ReadPage(uint64_t{map.page} * layout.pageSize, page)) return false;
-  if (page[0] != kPageData || page[1] != kPageFormatted) return false;
-  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-  if (owner != (map.page == kGlobalMapPage ? kGlobalMapPage : kOwnerMaps)) return false;
+  if (!IsPageOf(page, kPageData) ||
+      OwnerOf(page) != (map.page == kGlobalMapPage ? kGlobalMapPage : kOwnerMaps))
+    return false;
   const auto row = FindRow(page, layout, map.slot, kSlotStart);
   if (!row || !IsMapRow(*row)) return false;
   std::vector<uint8_t> bits(layout.pageSize);

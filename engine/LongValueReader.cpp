@@ -4,6 +4,7 @@
 
 #include "engine/DataReader.h"
 #include "format/LongValue.h"
+#include "format/PageHead.h"
 #include "status/Status.h"
 
 namespace tolvane {
@@ -117,8 +118,7 @@ bool CLongValueReader::LoadPage(uint32_t page) {
   }
   const bool hasLostHead =
       m_brokenPages != nullptr && m_brokenPages->IsBroken(page) && m_brokenPages->IsHeadless(m_page);
-  return hasLostHead ||
-         (m_page[0] == kPageData && CDataReader::ReadUInt32(&m_page[kOwnerOffset]) == kOwnerLongValues);
+  return hasLostHead || (m_page[0] == kPageData && OwnerOf(m_page) == kOwnerLongValues);
 }
 
 bool CLongValueReader::IsVisited(SRowPointer pointer) {

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
-#include "engine/DataReader.h"
-#include "engine/IndexEntries.h"
-#include "engine/PageEvidence.h"
+#include "format/IndexPage.h"
+#include "format/PageHead.h"
 
 namespace tolvane {
 
@@ -56,10 +55,9 @@ void CPageClaims::AskIndexes(CSource& source, const CAccessTableList& tables, co
     // A freed leaf names the rows of a freed page.
     if (source.GetFreePages().IsFree(number)) continue;
     if (!source.ReadPage(number, page) || page[0] != kPageIndexLeaf || !IsSoundPage(page, layout)) continue;
-    const uint64_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
-    const CAccessTable* const table = tables.FindTable(owner * layout.pageSize);
+    const CAccessTable* const table = tables.FindTable(uint64_t{OwnerOf(page)} * layout.pageSize);
     if (table != nullptr)
-      ForEachIndexEntry(page, layout, [&](SRowPointer named) { Claim(named.page, *table); });
+      ForEachIndexEntry(page, layout.index, [&](SRowPointer named) { Claim(named.page, *table); });
   }
 }
 

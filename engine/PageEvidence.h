@@ -11,7 +11,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <vector>
 
 #include "engine/PageReader.h"
@@ -19,10 +18,6 @@
 #include "status/JobContext.h"
 
 namespace tolvane {
-
-// Whether the bytes are a page of that format whose head holds together; a page that was never written is
-// none. Any number of bytes.
-bool IsSoundPage(std::span<const uint8_t> page, const SLayout& layout);
 
 struct SPageEvidence {
   const SLayout* layout = nullptr;  // null: no page proves anything

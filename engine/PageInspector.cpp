@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "engine/DataReader.h"
+#include "format/PageHead.h"
 #include "format/PageSlots.h"
 #include "status/Status.h"
 
@@ -20,10 +20,6 @@ constexpr std::u16string_view kNextPage = u"next page is not a definition";
 constexpr std::u16string_view kDefinitionCounts = u"definition counts cannot be true";
 constexpr std::u16string_view kOwnerGone = u"owner is no table definition";
 constexpr std::u16string_view kChainGone = u"no definition leads here";
-
-bool IsZero(std::span<const uint8_t> page) {
-  return std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; });
-}
 
 bool HasOwner(EPageKind kind) {
   return kind == EPageKind::Data || kind == EPageKind::EmptiedData || kind == EPageKind::IndexNode ||
@@ -87,8 +83,8 @@ bool CPageInspector::NoteKinds() {
     if (!m_job.repairing.IsRunning()) return false;
     if (!m_source->ReadPage(number, page)) continue;
     m_kinds[number] = KindOf(page, number);
-    if (page[0] != kPageDefinition || page[1] != kPageFormatted || m_freePages->IsFree(number)) continue;
-    const uint32_t next = CDataReader::ReadUInt32(&page[kDefinitionNext]);
+    if (!IsPageOf(page, kPageDefinition) || m_freePages->IsFree(number)) continue;
+    const uint32_t next = GetLittle<uint32_t>(page, kDefinitionNext);
     if (next != 0 && next < count) m_isContinuation[next] = true;
   }
   for (size_t number = 0; number < count; number++)
@@ -113,7 +109,7 @@ bool CPageInspector::JudgePages(const Sink& sink) {
 
 EPageKind CPageInspector::KindOf(Page page, uint64_t number) const {
   if (number == 0) return EPageKind::Header;
-  if (page[0] == kPageHeader && IsZero(page)) return EPageKind::Zero;
+  if (page[0] == kPageHeader && IsBlankPage(page)) return EPageKind::Zero;
   if (page[1] != kPageFormatted) return EPageKind::Unknown;
   switch (page[0]) {
     case kPageDefinition:
@@ -133,18 +129,14 @@ EPageKind CPageInspector::KindOf(Page page, uint64_t number) const {
     default:
       return EPageKind::Unknown;
   }
-  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  const uint32_t owner = OwnerOf(page);
   if (owner == kOwnerLongValues) return EPageKind::LongValue;
   return owner == kOwnerMaps || owner == kGlobalMapPage ? EPageKind::UsageMap : EPageKind::Data;
 }
 
 EPageKind CPageInspector::KindOfDefinition(Page page) const {
-  const SDefinitionLayout& at = m_layout->definition;
-  const auto signature = std::span(at.signature).first(at.signatureSize);
-  if (!std::equal(signature.begin(), signature.end(), page.begin())) return EPageKind::Unknown;
-  const bool hasType = page[at.tableType] == kSystemTable || page[at.tableType] == kUserTable;
-  const bool hasMark = at.magic == kAbsent || CDataReader::ReadUInt32(&page[at.magic]) == kDefinitionMagic;
-  return hasType && hasMark ? EPageKind::Definition : EPageKind::DefinitionContinuation;
+  if (!HasDefinitionHead(page, *m_layout)) return EPageKind::Unknown;
+  return IsFirstOfDefinition(page, *m_layout) ? EPageKind::Definition : EPageKind::DefinitionContinuation;
 }
 
 EPageKind CPageInspector::NotedKind(uint64_t page) const {
@@ -153,7 +145,7 @@ EPageKind CPageInspector::NotedKind(uint64_t page) const {
 
 SPageReport CPageInspector::Judge(Page page, uint64_t number) const {
   SPageReport report{.page = number, .kind = NotedKind(number)};
-  if (HasOwner(report.kind)) report.owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  if (HasOwner(report.kind)) report.owner = OwnerOf(page);
   if (m_freePages->IsFree(number)) {
     report.verdict = EPageVerdict::Free;
     return report;
@@ -171,7 +163,7 @@ SPageReport CPageInspector::Judge(Page page, uint64_t number) const {
 std::u16string_view CPageInspector::FindFault(Page page, EPageKind kind) const {
   switch (kind) {
     case EPageKind::Header:
-      return page[0] == kPageHeader && page[1] == kPageFormatted ? std::u16string_view{} : kNoHeader;
+      return IsPageOf(page, kPageHeader) ? std::u16string_view{} : kNoHeader;
     case EPageKind::Data:
     case EPageKind::LongValue:
     case EPageKind::UsageMap:
@@ -196,31 +188,26 @@ std::u16string_view CPageInspector::FindRowFault(Page page) const {
   return text;
 }
 
-// The last bit of the entry mask says where the last entry ends; the rest of the page is free.
 std::u16string_view CPageInspector::FindIndexFault(Page page) const {
   const SIndexPageLayout& at = m_layout->index;
-  size_t end = 0;
-  for (size_t byte = at.entries; byte-- > at.mask && end == 0;)
-    for (size_t bit = 8; bit-- > 0 && end == 0;)
-      if ((page[byte] >> bit & 1) != 0) end = (byte - at.mask) * 8 + bit;
-  if (end > m_layout->pageSize - at.entries) return kRowBounds;
-  const bool isExact =
-      CDataReader::ReadUInt16(&page[kFreeBytesOffset]) == m_layout->pageSize - at.entries - end;
+  const size_t end = EndOfEntries(page, at);
+  if (end > at.Capacity()) return kRowBounds;
+  const bool isExact = GetLittle<uint16_t>(page, kFreeBytesOffset) == at.Capacity() - end;
   return isExact ? std::u16string_view{} : kFreeBytes;
 }
 
 std::u16string_view CPageInspector::FindDefinitionFault(Page page, EPageKind kind) const {
-  const uint32_t next = CDataReader::ReadUInt32(&page[kDefinitionNext]);
+  const uint32_t next = GetLittle<uint32_t>(page, kDefinitionNext);
   if (next != 0 && NotedKind(next) != EPageKind::DefinitionContinuation) return kNextPage;
   if (kind != EPageKind::Definition) return {};
   const SDefinitionLayout& at = m_layout->definition;
-  const uint64_t columns = CDataReader::ReadUInt16(&page[at.columnCount]);
-  const uint64_t indexes = CDataReader::ReadUInt32(&page[at.realCount]);
+  const uint64_t columns = GetLittle<uint16_t>(page, at.columnCount);
+  const uint64_t indexes = GetLittle<uint32_t>(page, at.realCount);
   const uint64_t least = at.headerSize + indexes * (at.statisticsSize + m_layout->realIndex.size) +
                          columns * m_layout->column.size;
-  const bool isPossible = columns <= CDataReader::ReadUInt16(&page[at.columnsEver]) &&
-                          indexes <= CDataReader::ReadUInt32(&page[at.logicalCount]) &&
-                          least <= CDataReader::ReadUInt32(&page[at.length]);
+  const bool isPossible = columns <= GetLittle<uint16_t>(page, at.columnsEver) &&
+                          indexes <= GetLittle<uint32_t>(page, at.logicalCount) &&
+                          least <= GetLittle<uint32_t>(page, at.length);
   return isPossible ? std::u16string_view{} : kDefinitionCounts;
 }
 

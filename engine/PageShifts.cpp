@@ -7,8 +7,7 @@
 #include <set>
 #include <span>
 
-#include "engine/DataReader.h"
-#include "engine/PageEvidence.h"
+#include "format/PageHead.h"
 
 namespace tolvane {
 
@@ -35,7 +34,7 @@ bool HasDefinition(CPageReader& file, uint64_t place) {
 // The definition that a page of rows or of an index belongs to; 0: none.
 uint32_t OwningDefinition(std::span<const uint8_t> page, const SLayout& layout) {
   if (page[0] == kPageDefinition || !IsSoundPage(page, layout)) return 0;
-  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  const uint32_t owner = OwnerOf(page);
   return owner == kOwnerLongValues || owner == kOwnerMaps || owner == kGlobalMapPage ? 0 : owner;
 }
 

@@ -8,9 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "engine/DataReader.h"
-#include "engine/IndexEntries.h"
-#include "engine/PageEvidence.h"
+#include "format/IndexPage.h"
+#include "format/PageHead.h"
 #include "format/PageSlots.h"
 
 namespace tolvane {
@@ -123,11 +122,10 @@ class CRowCounts {
       if (!m_job.repairing.IsRunning()) return;
       if (m_source.GetFreePages().IsFree(number) || !m_source.ReadPage(number, m_page)) continue;
       if (m_page[0] != kPageIndexLeaf || !IsSoundPage(m_page, m_layout)) continue;
-      const uint64_t owner = CDataReader::ReadUInt32(&m_page[kOwnerOffset]);
-      const auto table = m_doubtful.find(owner * m_layout.pageSize);
+      const auto table = m_doubtful.find(uint64_t{OwnerOf(m_page)} * m_layout.pageSize);
       if (table == m_doubtful.end()) continue;
       Slots& slots = named[table->second];
-      ForEachIndexEntry(m_page, m_layout, [&slots](SRowPointer row) {
+      ForEachIndexEntry(m_page, m_layout.index, [&slots](SRowPointer row) {
         uint32_t& highest = slots[row.page];
         highest = std::max(highest, row.slot);
       });
@@ -141,7 +139,7 @@ class CRowCounts {
     const auto named = slots.find(number);
     if (named == slots.end() || !m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout))
       return;
-    if (named->second < CDataReader::ReadUInt16(&m_page[m_layout.data.slotCount])) return;
+    if (named->second < GetLittle<uint16_t>(m_page, m_layout.data.slotCount)) return;
     m_data.GetLedger().Add(EDamage::TornPage,
                            {.page = number,
                             .definition = table.GetDefinitionOffset(),
@@ -164,10 +162,8 @@ const char* WhyNoDefinition(CSource& source, uint64_t number) {
   std::vector<uint8_t> page(source.GetLayout().pageSize);
   if (number >= source.GetPageCount()) return "its page lies behind the end of the file";
   if (!source.ReadPage(number, page)) return "its page cannot be read";
-  if (std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; }))
-    return "its page is zeroed";
-  if (page[0] == kPageDroppedDefinition && page[1] == kPageFormatted)
-    return "its page says that it was deleted";
+  if (IsBlankPage(page)) return "its page is zeroed";
+  if (IsPageOf(page, kPageDroppedDefinition)) return "its page says that it was deleted";
   return page[0] == kPageDefinition ? "its page does not begin a definition"
                                     : "its page holds something else";
 }

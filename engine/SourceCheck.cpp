@@ -4,9 +4,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/DataReader.h"
 #include "engine/ForeignFile.h"
-#include "format/Layout.h"
+#include "format/PageHead.h"
 #include "platform/Files.h"
 
 namespace tolvane {
@@ -23,7 +22,7 @@ constexpr uint32_t kAgileVersion = 4 | 4 << 16;
 bool IsPlausible(const CSource::Header& header) {
   const std::string_view name(reinterpret_cast<const char*>(header.data()) + kHeaderName, 15);
   return (name.starts_with("Standard ") || name == "MSISAM Database") &&
-         CDataReader::ReadUInt32(&header[kHeaderDefinitions]) == kObjectsPage;
+         GetLittle<uint32_t>(header, kHeaderDefinitions) == kObjectsPage;
 }
 
 // Encoded pages are noise: hardly one has a page type and the formatting mark.
@@ -34,9 +33,9 @@ bool ArePagesPlain(CPageReader& reader, uint32_t pageSize) {
   const uint64_t end = std::min(reader.GetPageCount(pageSize), kPagesLookedAt + 1);
   for (uint64_t number = 1; number < end; number++) {
     if (!reader.ReadPage(number * pageSize, page)) continue;
-    if (std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; })) continue;
+    if (IsBlankPage(page)) continue;
     sampled++;
-    if (page[0] >= kPageData && page[0] <= kPageEmptiedData && page[1] == kPageFormatted) formatted++;
+    if (HasPageType(page)) formatted++;
   }
   return sampled == 0 || formatted * 4 > sampled;
 }
@@ -50,11 +49,11 @@ bool IsKnownEncryption(uint32_t version) {
 // Empty when the pages can be read.
 std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
   const CSource::Header& header = source.GetHeader();
-  const bool hasKey = IsPlausible(header) && CDataReader::ReadUInt32(&header[kHeaderDatabaseKey]) != 0;
+  const bool hasKey = IsPlausible(header) && GetLittle<uint32_t>(header, kHeaderDatabaseKey) != 0;
   const bool isAce = header[kHeaderVersion] > 1;
-  const uint32_t version = CDataReader::ReadUInt32(&header[kHeaderEncryptionLength + 2]);
+  const uint32_t version = GetLittle<uint32_t>(header, kHeaderEncryptionLength + 2);
   const bool hasDescription =
-      isAce && CDataReader::ReadUInt16(&header[kHeaderEncryptionLength]) != 0 && IsKnownEncryption(version);
+      isAce && GetLittle<uint16_t>(header, kHeaderEncryptionLength) != 0 && IsKnownEncryption(version);
   if ((!hasKey && !hasDescription) || ArePagesPlain(source.GetPages(), pageSize)) return {};
   if (!hasDescription) return u"Jet encoding";
   return version == kAgileVersion ? u"agile encryption, AES" : u"RC4 CryptoAPI";

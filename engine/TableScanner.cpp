@@ -9,8 +9,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "engine/DataReader.h"
 #include "engine/DefinitionParts.h"
+#include "format/PageHead.h"
 #include "format/PageSlots.h"
 #include "platform/Text.h"
 
@@ -97,25 +97,19 @@ std::unordered_map<uint64_t, size_t> CountNamed(Candidates& candidates) {
   return named;
 }
 
-bool IsDataPage(std::span<const uint8_t> page) {
-  return page[0] == kPageData && page[1] == kPageFormatted;
-}
-
 // Pages of long values and of usage maps belong to no table.
 bool IsOrphan(std::span<const uint8_t> page) {
-  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  const uint32_t owner = OwnerOf(page);
   return owner != kOwnerLongValues && owner != kOwnerMaps && owner != kGlobalMapPage;
 }
 
 bool IsLongValuePage(std::span<const uint8_t> page) {
-  return IsDataPage(page) && CDataReader::ReadUInt32(&page[kOwnerOffset]) == kOwnerLongValues;
+  return IsPageOf(page, kPageData) && OwnerOf(page) == kOwnerLongValues;
 }
 
 // Neither a page of any type nor one that was never written.
 bool HasNoHead(std::span<const uint8_t> page, uint64_t number) {
-  const bool hasType = page[1] == kPageFormatted && page[0] >= kPageData && page[0] <= kPageEmptiedData;
-  if (number == 0 || hasType) return false;
-  return std::any_of(page.begin(), page.end(), [](uint8_t byte) { return byte != 0; });
+  return number != kHeaderPage && !HasPageType(page) && !IsBlankPage(page);
 }
 
 }  // namespace
@@ -145,8 +139,7 @@ class CTableScanner::COwners {
     if (isNew) {
       const bool isRead = m_source.ReadPage(owner, m_page);
       // An owner that cannot be read is taken for the one before it.
-      entry->second = (isRead || m_rules.unreadablePageKeepsPrevious) && m_page[0] == kPageDefinition &&
-                      m_page[1] == kPageFormatted;
+      entry->second = (isRead || m_rules.unreadablePageKeepsPrevious) && IsPageOf(m_page, kPageDefinition);
     }
     return entry->second;
   }
@@ -165,14 +158,8 @@ void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page, uint64
 }
 
 bool CTableScanner::StartsTable(Page page, const SLayout& layout) const {
-  const SDefinitionLayout& at = layout.definition;
-  const auto signature = std::span(at.signature).first(at.signatureSize);
-  if (!std::equal(signature.begin(), signature.end(), page.begin())) return false;
-  const uint8_t type = page[at.tableType];
-  const bool isTypeTested = !layout.isJet3 || m_rules.requireDefinitionMark;
-  if (isTypeTested && type != kSystemTable && type != kUserTable) return false;
-  return !m_rules.requireDefinitionMark || at.magic == kAbsent ||
-         CDataReader::ReadUInt32(&page[at.magic]) == kDefinitionMagic;
+  if (m_rules.requireDefinitionMark) return IsFirstOfDefinition(page, layout);
+  return HasDefinitionHead(page, layout) && (layout.isJet3 || HasTableType(page, layout));
 }
 
 void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions) const {
@@ -221,9 +208,8 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
     if (offset == 0) continue;
     if (offset > definitions.GetPages().GetLength()) return;
     if (!definitions.GetPages().ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
-    const uint8_t type = page[layout.definition.tableType];
-    candidates[offset] = {.next = uint64_t{CDataReader::ReadUInt32(&page[kDefinitionNext])} * layout.pageSize,
-                          .isTyped = type == kSystemTable || type == kUserTable};
+    candidates[offset] = {.next = uint64_t{GetLittle<uint32_t>(page, kDefinitionNext)} * layout.pageSize,
+                          .isTyped = HasTableType(page, layout)};
     // Whoever names the first page of a definition as its next one has a wrong link.
     if (m_rules.mendDefinitions && ProvesFirstPage(page, layout)) first.insert(offset);
   }
@@ -237,8 +223,8 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
 
 CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, uint64_t offset,
                                                 COwners& owners, const CTemplateMatch& match) {
-  if (!IsDataPage(page)) return EOwner::None;
-  const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+  if (!IsPageOf(page, kPageData)) return EOwner::None;
+  const uint32_t owner = OwnerOf(page);
   const uint64_t definition = owners.OffsetOf(match.DefinitionOf(owner));
   const bool isTable = data.GetTables().FindTable(definition) != nullptr;
   if (!owners.IsPossible(owner, isTable)) return EOwner::Impossible;
@@ -271,7 +257,7 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     if (!isRead && !m_rules.unreadablePageKeepsPrevious) continue;
     const bool isFree = freePages.IsFree(number);
     if (isFree && !m_rules.creditFreedPages) {
-      if (m_rules.adoptOrphanPages && IsDataPage(page))
+      if (m_rules.adoptOrphanPages && IsPageOf(page, kPageData))
         homeless.push_back({static_cast<uint32_t>(number), SHomelessPage::EReason::Free});
       continue;
     }

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/DataReader.h"
-#include "format/Layout.h"
+#include "format/PageHead.h"
 #include "platform/FileCust.h"
 
 namespace tolvane {
@@ -338,7 +338,7 @@ std::optional<CTableWalk::Bytes> CTableWalk::FindMovedRow(SRowPointer pointer) {
 }
 
 bool CTableWalk::IsMovedRowOfTable(SRowPointer pointer) const {
-  const uint64_t owner = CDataReader::ReadUInt32(&m_target[kOwnerOffset]);
+  const uint64_t owner = OwnerOf(m_target);
   if (owner * m_layout.pageSize != m_table->GetDefinitionOffset()) return false;
   if (pointer.slot >= CDataReader::ReadUInt16(&m_target[m_layout.data.slotCount])) return false;
   const auto word = ReadSlot(m_target, m_layout, pointer.slot);

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "engine/AccessTableDataFileParser.h"
-#include "engine/DataReader.h"
 #include "engine/DefinitionDecoder.h"
 #include "engine/RecordParser.h"
+#include "format/PageHead.h"
 
 namespace tolvane {
 
@@ -32,7 +32,7 @@ std::set<uint32_t> CreditCatalogue(CSource& source, CAccessData& data, CJobConte
     if (!source.ReadPage(number, page) || page[1] != kPageFormatted) continue;
     if (page[0] == kPageDefinition) owners.insert(static_cast<uint32_t>(number));
     if (page[0] != kPageData || source.GetFreePages().IsFree(number)) continue;
-    const uint32_t owner = CDataReader::ReadUInt32(&page[kOwnerOffset]);
+    const uint32_t owner = OwnerOf(page);
     if (owner == kObjectsPage) data.GetTables().CreditDataPage(number * layout.pageSize, catalogue);
     if (owner > kObjectsPage && owner < source.GetPageCount()) owners.insert(owner);
   }

@@ -25,7 +25,7 @@ void PutLittle(std::span<uint8_t> area, size_t offset, T value) {
 }
 
 template <class T>
-T GetLittle(std::span<const uint8_t> area, size_t offset) {
+constexpr T GetLittle(std::span<const uint8_t> area, size_t offset) {
   if (offset == kAbsent) return T{};
   uint64_t bits = 0;
   for (size_t i = sizeof(T); i-- > 0;) bits = bits << 8 | area[offset + i];
@@ -61,6 +61,33 @@ inline std::u16string UnitsOf(std::span<const uint8_t> bytes) {
   for (size_t i = 0; i < text.size(); i++) text[i] = static_cast<char16_t>(GetLittle<uint16_t>(bytes, 2 * i));
   return text;
 }
+
+// Bytes from a damaged file. Any position may be asked for; what lies beyond the end reads as zero.
+class CByteView {
+ public:
+  explicit CByteView(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+  [[nodiscard]] uint8_t GetUInt8(uint64_t position) const {
+    return position < m_bytes.size() ? m_bytes[static_cast<size_t>(position)] : uint8_t{0};
+  }
+  [[nodiscard]] uint16_t GetUInt16(uint64_t position) const {
+    return static_cast<uint16_t>(GetUInt8(position) | GetUInt8(position + 1) << 8);
+  }
+  [[nodiscard]] uint32_t GetUInt32(uint64_t position) const {
+    return GetUInt16(position) | uint32_t{GetUInt16(position + 2)} << 16;
+  }
+  // A whole block; `room` holds it where a part of it lies beyond the end.
+  [[nodiscard]] std::span<const uint8_t> GetBlock(uint64_t position, size_t size,
+                                                  std::vector<uint8_t>& room) const {
+    const uint64_t there = position < m_bytes.size() ? m_bytes.size() - position : 0;
+    if (size <= there) return m_bytes.subspan(static_cast<size_t>(position), size);
+    room.assign(size, 0);
+    if (there > 0) std::copy(m_bytes.begin() + static_cast<ptrdiff_t>(position), m_bytes.end(), room.begin());
+    return room;
+  }
+
+ private:
+  std::span<const uint8_t> m_bytes;
+};
 
 // Takes pieces of bytes that came from a file. After the first piece that is not there it stays failed and
 // answers empty spans and zeros, so that a run of takes needs one check at its end.

@@ -19,7 +19,6 @@ constexpr size_t kDecimalScale = 2;
 constexpr size_t kDecimalSign = 3;
 constexpr size_t kDecimalHigh = 4;
 constexpr size_t kDecimalLow = 8;
-constexpr uint8_t kMostScale = 28;
 
 // Between the smallest and the largest 11 leading bits a double is a plain number. Zero is one too.
 bool IsPlainDouble(uint64_t bits) {
@@ -46,7 +45,7 @@ SValue MakeDecimal(std::span<const uint8_t> result, ResultBytes& room) {
   PutLittle(bytes, 5, GetLittle<uint32_t>(result, kDecimalHigh));
   PutLittle(bytes, 9, GetLittle<uint32_t>(result, kDecimalLow + 4));
   PutLittle(bytes, 13, GetLittle<uint32_t>(result, kDecimalLow));
-  return {.type = kTypeDecimal, .scale = std::min(result[kDecimalScale], kMostScale), .bytes = bytes};
+  return {.type = kTypeDecimal, .scale = std::min(result[kDecimalScale], kMostDecimalDigits), .bytes = bytes};
 }
 
 // A yes/no that stands in a column of another class is a number, and true is -1.

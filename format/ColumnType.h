@@ -1,7 +1,11 @@
 // Type codes and flags of columns as every version of the format stores them.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+
+#include "format/HeaderLayout.h"
 
 namespace tolvane {
 
@@ -20,6 +24,7 @@ enum EColumnType : uint8_t {
   kTypeOle = 11,
   kTypeMemo = 12,
   kTypeUnknown13 = 13,
+  kTypeUnknown14 = 14,
   kTypeGuid = 15,
   kTypeDecimal = 16,
   kTypeComplex = 18,
@@ -32,33 +37,64 @@ constexpr bool IsLongValueType(uint8_t type) {
   return type == kTypeOle || type == kTypeMemo;
 }
 
-// Bytes of a value of the types that have one length; 0 for the others. In rows a boolean takes none: it
-// lives in the null mask.
+// What there is to know of a type, for all that reads, plans, makes and checks columns.
+struct SColumnType {
+  uint8_t type;
+  // Bytes of a value; 0: the column or the value itself tells. In rows a boolean takes none: it lives in the
+  // null mask.
+  uint8_t length = 0;
+  int16_t field = 0;    // the number that users of database engines know such a field by; 0: they make none
+  bool isFixed = true;  // stored in the row's fixed area, unless a column says otherwise, ...
+  bool mayChoose = false;  // ... as it may
+  uint8_t since = 0;       // version byte of the first engine that knows it
+};
+// clang-format off
+inline constexpr std::array<SColumnType, 21> kColumnTypes{{
+    //                length field  fixed  choice since
+    {kTypeNone},
+    {kTypeBoolean,         1,    1,  true, false, 0},
+    {kTypeByte,            1,    2,  true,  true, 0},
+    {kTypeInteger,         2,    3,  true,  true, 0},
+    {kTypeLong,            4,    4,  true,  true, 0},
+    {kTypeCurrency,        8,    5,  true,  true, 0},
+    {kTypeSingle,          4,    6,  true,  true, 0},
+    {kTypeDouble,          8,    7,  true,  true, 0},
+    {kTypeDate,            8,    8,  true,  true, 0},
+    {kTypeBinary,          0,    9, false,  true, 0},
+    {kTypeText,            0,   10, false,  true, 0},
+    {kTypeOle,             0,   11, false, false, 0},
+    {kTypeMemo,            0,   12, false, false, 0},
+    {kTypeUnknown13},
+    {kTypeUnknown14},
+    {kTypeGuid,           16,   15,  true,  true, 0},
+    {kTypeDecimal,        17,   20,  true,  true, kVersionJet4},
+    {17},
+    {kTypeComplex,         4,    0,  true, false, kVersionAce12},
+    {kTypeBigInt,          8,   16,  true,  true, kVersionAce16},
+    {kTypeExtendedDate,   42,   26,  true,  true, kVersionAce17},
+}};
+// clang-format on
+static_assert([] {
+  for (size_t i = 0; i < kColumnTypes.size(); i++)
+    if (kColumnTypes[i].type != i) return false;
+  return true;
+}());
+
+// A type that no format has is known as kTypeNone.
+constexpr const SColumnType& ColumnTypeOf(uint8_t type) {
+  return kColumnTypes[type < kColumnTypes.size() ? type : size_t{kTypeNone}];
+}
 constexpr uint16_t LengthOfType(uint8_t type) {
-  switch (type) {
-    case kTypeBoolean:
-    case kTypeByte:
-      return 1;
-    case kTypeInteger:
-      return 2;
-    case kTypeLong:
-    case kTypeSingle:
-    case kTypeComplex:
-      return 4;
-    case kTypeCurrency:
-    case kTypeDouble:
-    case kTypeDate:
-    case kTypeBigInt:
-      return 8;
-    case kTypeGuid:
-      return 16;
-    case kTypeDecimal:
-      return 17;
-    case kTypeExtendedDate:
-      return 42;
-    default:
-      return 0;
-  }
+  return ColumnTypeOf(type).length;
+}
+constexpr int16_t FieldTypeOf(uint8_t type) {
+  return ColumnTypeOf(type).field;
+}
+// The type of the column that a field becomes; kTypeNone for fields that are no single column.
+constexpr uint8_t ColumnTypeOfField(int16_t field) {
+  for (const SColumnType& column : kColumnTypes)
+    if (column.field == field) return column.type;  // 0 is kTypeNone's own
+  return kTypeNone;
 }
 
 // The flag byte.
@@ -77,6 +113,7 @@ inline constexpr uint8_t kColumnFlatKey = 0x08;     // flat table: key that matc
 inline constexpr uint8_t kColumnOfFile = 0x10;      // flat table of attachments
 inline constexpr uint8_t kColumnOfHistory = 0x20;   // complex column that keeps the versions of a memo
 inline constexpr uint8_t kColumnCalculated = 0xC0;  // both bits: the value stands in a wrapper
+inline constexpr uint8_t kVersionOfCalculated = kVersionAce14;
 constexpr bool IsCalculated(uint8_t extendedFlags) {
   return (extendedFlags & kColumnCalculated) == kColumnCalculated;
 }

@@ -1,6 +1,7 @@
 // Table definitions as values and as the bytes that DefinitionLayout.h draws: one lenient reader, one writer.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -39,7 +40,12 @@ struct SColumnDefinition {
   uint32_t ownedMap = 0, freeMap = 0;
 
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
-  [[nodiscard]] bool IsCalculated() const { return (extendedFlags & kColumnCalculated) == kColumnCalculated; }
+  [[nodiscard]] bool IsCalculated() const { return tolvane::IsCalculated(extendedFlags); }
+  // Of the first engine that knows such a column, as a version byte.
+  [[nodiscard]] uint8_t GetNeededVersion() const {
+    return IsCalculated() ? std::max(kVersionOfCalculated, ColumnTypeOf(type).since)
+                          : ColumnTypeOf(type).since;
+  }
   [[nodiscard]] bool HasTexts() const { return type == kTypeText || type == kTypeMemo; }
   // A calculated memo is a text without a length.
   [[nodiscard]] bool HoldsLongValues() const {

@@ -96,6 +96,5 @@ inline constexpr uint8_t kPrimarySide = 1, kForeignSide = 2;  // of a relation, 
 
 // Long value map: u16 column number, row pointers to the maps of its pages and of those with room.
 inline constexpr size_t kLongValueMapSize = 10;
-inline constexpr size_t kLongValueMapOwned = 2, kLongValueMapFree = 6;
 
 }  // namespace tolvane

@@ -34,6 +34,10 @@ inline constexpr uint32_t kHeaderMark = 0x100;  // page type 0, then 01 00 00
 inline constexpr size_t kHeaderName = 0x04;
 inline constexpr std::string_view kEngineNameJet{"Standard Jet DB\0", 16},
     kEngineNameAce{"Standard ACE DB\0", 16};
+// What the files of both engines begin with.
+inline constexpr std::string_view kHeaderText{"\0\1\0\0Standard ", 13};
+static_assert(kEngineNameJet.starts_with(kHeaderText.substr(4)) &&
+              kEngineNameAce.starts_with(kHeaderText.substr(4)));
 inline constexpr size_t kHeaderVersion = 0x14;
 inline constexpr size_t kHeaderMasked = 0x18;
 inline constexpr size_t kHeaderMapPointers = 0x18;

@@ -55,4 +55,17 @@ void EncodeIndexPage(const SIndexPageLayout& at, const SIndexPage& page, std::sp
 // Numbers in entries are big-endian.
 uint32_t ReadBigEndian(std::span<const uint8_t> bytes);
 
+// Hands over the rows that the entries of a leaf lead to; none where its mask cannot be followed.
+template <class F>
+void ForEachIndexEntry(std::span<const uint8_t> page, const SIndexPageLayout& layout, const F& take) {
+  CIndexPage leaf;
+  std::u16string problem;
+  std::vector<uint8_t> entry;
+  if (!leaf.Parse(layout, page, problem)) return;
+  for (size_t i = 0; i < leaf.GetCount(); i++) {
+    leaf.GetEntry(i, entry);
+    take(SRowPointer::FromWord(ReadBigEndian(std::span(entry).last(kRowPointerSize))));
+  }
+}
+
 }  // namespace tolvane

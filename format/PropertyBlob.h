@@ -32,6 +32,8 @@ struct SStoredProperty {
 inline constexpr size_t kLongestProperty = 0xFFFF - 8;  // bytes of a value
 // Bytes of a property's name that is read: entries share their names, and each property gets one of its own.
 inline constexpr size_t kLongestPropertyName = 512;
+// Blobs have some kilobytes; a length of nonsense must not fill the memory.
+inline constexpr size_t kLongestPropertyBlob = size_t{16} << 20;
 
 struct SPropertyOwner {
   uint16_t kind = 0;

@@ -27,7 +27,6 @@ enum EObjectsColumn : uint16_t {
   kObjectsLvModule = 15,
   kObjectsLvExtra = 16,
 };
-inline constexpr size_t kObjectsColumnCount = 17;
 enum EAcesColumn : uint16_t { kAcesObjectId = 0, kAcesSid = 1, kAcesAcm = 2, kAcesInheritable = 3 };
 enum EQueriesColumn : uint16_t {
   kQueriesObjectId = 0,

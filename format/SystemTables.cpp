@@ -305,4 +305,17 @@ bool IsSystemTable(const SLayout& layout, size_t table, const STableDefinition& 
                     definition.realIndexes.end(), sameIndex);
 }
 
+std::u16string CutName(std::u16string name) {
+  name.resize(std::min(name.size(), kMaxNameLength));
+  return name;
+}
+
+std::u16string FlatRowIdName(std::u16string_view table, std::u16string_view column) {
+  return CutName(std::u16string(table).append(u"_").append(column));
+}
+
+std::u16string FlatKeyName(std::u16string_view column) {
+  return FlatRowIdName({}, column);
+}
+
 }  // namespace tolvane

@@ -47,6 +47,11 @@ std::span<const SSystemTable> GetSystemTables(const SLayout& layout);
 STableDefinition MakeSystemTable(const SLayout& layout, STextOrder order, size_t table);
 // The kind's own columns, as in its empty table.
 std::vector<SColumnDefinition> MakeComplexColumns(EComplexKind kind);
+// Names that are made of others, cut to the length that names have: the row numbers of a flat table, and the
+// keys of its parent's values.
+std::u16string CutName(std::u16string name);
+std::u16string FlatRowIdName(std::u16string_view table, std::u16string_view column);
+std::u16string FlatKeyName(std::u16string_view column);
 
 // The first rows of MSysObjects and MSysACEs, in the order in which they are stored. Those of ACE's own
 // tables follow from the list.

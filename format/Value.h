@@ -50,6 +50,7 @@ inline std::span<const uint8_t> UnitBytes(std::u16string_view text) {
 
 // A decimal's magnitude, the most significant word first; `bytes` in the form above.
 inline constexpr size_t kDecimalBytes = 17;
+inline constexpr uint8_t kMostDecimalDigits = 28;  // and as many of them behind the point
 inline std::array<uint32_t, 4> DecimalWords(std::span<const uint8_t> bytes) {
   return {GetLittle<uint32_t>(bytes, 1), GetLittle<uint32_t>(bytes, 5), GetLittle<uint32_t>(bytes, 9),
           GetLittle<uint32_t>(bytes, 13)};

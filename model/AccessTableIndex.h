@@ -30,7 +30,6 @@ class CAccessTableIndex {
   // As read from the real-index entry.
   uint32_t usedPagesMap = 0;
   uint32_t rootPage = 0;
-  uint8_t flagsByte = 0;
 };
 
 class CAccessTableIndexList {

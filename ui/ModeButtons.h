@@ -7,7 +7,6 @@ namespace tolvane {
 
 class CModeButton : public CWnd {
  public:
-  [[nodiscard]] bool IsChosen() const { return Send(BM_GETCHECK) == BST_CHECKED; }
   void Choose(bool isChosen) const { Send(BM_SETCHECK, isChosen ? BST_CHECKED : BST_UNCHECKED); }
 
  protected:

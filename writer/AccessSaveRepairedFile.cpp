@@ -58,11 +58,6 @@ std::u16string MakeLocale(const SSourceFacts& source, int32_t version) {
   return u";LANGID=0x" + digits + u";CP=" + ToDecimal(codePage) + u";COUNTRY=0";
 }
 
-// "1 record", "12 records"
-std::u16string Counted(uint64_t count, std::u16string_view noun) {
-  return ToDecimal(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
-}
-
 }  // namespace
 
 CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine, CJobContext& job)

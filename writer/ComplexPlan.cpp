@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
-#include "format/SystemObjects.h"
+#include "dao/ComplexFields.h"
 #include "model/MSysComplexColumnsData.h"
 #include "platform/Text.h"
 #include "writer/SafeName.h"
@@ -14,53 +15,16 @@ namespace {
 
 // Of values of the type that a flat table's column has; 0 for types that no complex field takes.
 int16_t FieldTypeOfValues(uint8_t type) {
-  switch (type) {
-    case kTypeByte:
-      return kDaoComplexByte;
-    case kTypeInteger:
-      return kDaoComplexInteger;
-    case kTypeLong:
-      return kDaoComplexLong;
-    case kTypeSingle:
-      return kDaoComplexSingle;
-    case kTypeDouble:
-      return kDaoComplexDouble;
-    case kTypeGuid:
-      return kDaoComplexGuid;
-    case kTypeDecimal:
-      return kDaoComplexDecimal;
-    case kTypeText:
-      return kDaoComplexText;
-    default:
-      return 0;
-  }
+  const SComplexFieldType* const found = FindComplexField(&SComplexFieldType::type, type);
+  return found != nullptr && type != kTypeNone ? found->field : int16_t{0};
 }
 
 // Where the values are lost, MSysComplexColumns still tells what they were.
 int16_t FieldTypeOfKind(const CAccessColumn& column) {
   if (column.GetComplexData() == nullptr) return 0;
-  switch (LeadingInteger(column.GetComplexData()->complexType)) {
-    case kComplexOfBytes:
-      return kDaoComplexByte;
-    case kComplexOfIntegers:
-      return kDaoComplexInteger;
-    case kComplexOfLongs:
-      return kDaoComplexLong;
-    case kComplexOfSingles:
-      return kDaoComplexSingle;
-    case kComplexOfDoubles:
-      return kDaoComplexDouble;
-    case kComplexOfGuids:
-      return kDaoComplexGuid;
-    case kComplexOfDecimals:
-      return kDaoComplexDecimal;
-    case kComplexOfTexts:
-      return kDaoComplexText;
-    case kComplexOfFiles:
-      return kDaoAttachment;
-    default:
-      return 0;
-  }
+  const auto kind = static_cast<EComplexKind>(LeadingInteger(column.GetComplexData()->complexType));
+  const SComplexFieldType* const found = FindComplexField(&SComplexFieldType::kind, kind);
+  return found != nullptr ? found->field : int16_t{0};
 }
 
 // The memo that a flat table's is named after, or the only one.
@@ -151,6 +115,36 @@ size_t ComplexFieldIndex(const SFlatTable& flat, size_t column) {
   if (column == flat.key) return parts + 1;
   if (flat.kind == EFlatKind::Files) return FilePartOf(*flat.table->columns.GetAt(column)).value_or(0);
   return column == flat.item ? 0 : 1;
+}
+
+const CAccessColumn* ItemColumnOf(const SComplexField& complex) {
+  if (!complex.HasValues() || complex.IsOfVersions()) return nullptr;
+  const CAccessColumnList& columns = complex.flat.table->columns;
+  if (complex.flat.kind == EFlatKind::Values) return columns.GetAt(complex.flat.item);
+  for (const CAccessColumn& column : columns)
+    if (FilePartOf(column) == kFilePartData) return &column;
+  return nullptr;
+}
+
+std::vector<uint16_t> FindPositions(const CAccessColumnList& columns,
+                                    const std::vector<SComplexField>& fields) {
+  std::vector<size_t> order(columns.GetCount());
+  std::iota(order.begin(), order.end(), size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&columns](size_t a, size_t b) {
+    return columns.GetAt(a)->displayNumber < columns.GetAt(b)->displayNumber;
+  });
+  uint16_t step = 1, next = 0;
+  std::vector<bool> isHidden(order.size());
+  for (const SComplexField& complex : fields) {
+    if (complex.type == 0) step = 2;
+    isHidden[complex.column] = complex.type != 0 && complex.IsOfVersions();
+  }
+  std::vector<uint16_t> positions(order.size());
+  for (const size_t column : order) {
+    positions[column] = next;
+    if (!isHidden[column]) next = static_cast<uint16_t>(next + step);
+  }
+  return positions;
 }
 
 }  // namespace tolvane

@@ -37,6 +37,14 @@ std::u16string NameOf(const SComplexField& complex, const CAccessTable& table);
 // The field with the number of a record's group of values, where the values have a table of their own.
 std::u16string KeyNameOf(const SComplexField& complex, const CAccessTable& table);
 
+// The column that holds the values themselves, or the files; null where there is none to speak of.
+const CAccessColumn* ItemColumnOf(const SComplexField& complex);
+
+// The places of a table's columns as users see them. Where a complex column becomes two fields there is room
+// for the second; what leads to the versions of a memo is not seen.
+std::vector<uint16_t> FindPositions(const CAccessColumnList& columns,
+                                    const std::vector<SComplexField>& fields);
+
 // Where the values of a flat table's column go in the records that OpenComplexRecordset answers.
 size_t ComplexFieldIndex(const SFlatTable& flat, size_t column);
 

@@ -1,7 +1,6 @@
 #include "writer/FieldPlanner.h"
 
 #include <algorithm>
-#include <array>
 
 #include "render/ObjectProperties.h"
 #include "writer/ResultTypes.h"
@@ -13,39 +12,18 @@ namespace {
 constexpr int32_t kFixed = kDaoUpdatable | kDaoFixedField;        // 0x21
 constexpr int32_t kVariable = kDaoUpdatable | kDaoVariableField;  // 0x22
 
-struct SFieldKind {
-  int16_t type;
-  int32_t attributes;
-};
-
-// By the file's type code. Binary columns and those of types 13 and 14 become long binary, decimal ones
-// double.
-constexpr std::array<SFieldKind, 17> kFieldKinds{{
-    {0, kFixed},
-    {kDaoBoolean, kFixed},
-    {kDaoByte, kFixed},
-    {kDaoInteger, kFixed},
-    {kDaoLong, kFixed},
-    {kDaoCurrency, kFixed},
-    {kDaoSingle, kFixed},
-    {kDaoDouble, kFixed},
-    {kDaoDate, kFixed},
-    {kDaoLongBinary, kVariable},
-    {kDaoText, kVariable},
-    {kDaoLongBinary, kVariable},
-    {kDaoMemo, kVariable},
-    {kDaoLongBinary, kVariable},
-    {kDaoLongBinary, kVariable},
-    {kDaoGuid, kFixed},
-    {kDaoDouble, kFixed},
-}};
+// The standard rules keep binary columns and those of types 13 and 14 as long binary fields, decimal ones as
+// doubles.
+uint8_t ReducedType(uint8_t type) {
+  if (type == kTypeBinary || type == kTypeUnknown13 || type == kTypeUnknown14) return kTypeOle;
+  return type == kTypeDecimal ? uint8_t{kTypeDouble} : type;
+}
 
 // Flag bytes of a counter and of a replication id that fills itself, as whole bytes.
 constexpr uint8_t kCounterFlags = 0x07;
 constexpr uint8_t kGuidDefaultFlags = 0x43;
 constexpr int32_t kGuidSize = 16;
 
-constexpr uint8_t kMostDigits = 28;  // of a decimal
 constexpr uint8_t kDigitsOfBigInt = 19;
 constexpr int32_t kDecimalTextSize = 31;       // digits, sign, zero and point
 constexpr int32_t kExtendedDateTextSize = 27;  // YYYY-MM-DD HH:MM:SS.fffffff
@@ -69,7 +47,7 @@ SFieldPlan CFieldPlanner::PlanReduced(const CAccessColumn& column) {
   }
   if (type == kTypeText && size > kTextFieldSize) size = kTextFieldSize;
 
-  if (type >= kFieldKinds.size()) {
+  if (type > kTypeDecimal) {
     // The text of a complex column is the key of its values; that of any other type is "Default <type>".
     plan.isTypeUnknown = type != kTypeComplex;
     MakeTextField(plan.info);
@@ -84,9 +62,10 @@ SFieldPlan CFieldPlanner::PlanReduced(const CAccessColumn& column) {
     plan.info.defaultValue = u"GenGUID()";
     return plan;
   }
-  plan.info.type = kFieldKinds[type].type;
+  const SColumnType& kept = ColumnTypeOf(ReducedType(type));
+  plan.info.type = kept.field;
   plan.info.size = size;
-  plan.info.attributes = kFieldKinds[type].attributes;
+  plan.info.attributes = kept.isFixed ? kFixed : kVariable;
   if (type == kTypeLong && column.flags == kCounterFlags && !m_hasCounter) {
     m_hasCounter = true;
     plan.info.attributes |= kDaoAutoIncrement;
@@ -103,25 +82,14 @@ void CFieldPlanner::ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& 
     return;
   }
   plan.info.type = kDaoDecimal;
-  plan.info.scale = std::min(scale, kMostDigits);
-  plan.info.precision = std::clamp(precision, std::max<uint8_t>(plan.info.scale, 1), kMostDigits);
+  plan.info.scale = std::min(scale, kMostDecimalDigits);
+  plan.info.precision = std::clamp(precision, std::max<uint8_t>(plan.info.scale, 1), kMostDecimalDigits);
 }
 
 void CFieldPlanner::ChooseType(uint8_t type, const CAccessColumn& column, SFieldPlan& plan) const {
   CDaoFieldInfo& info = plan.info;
-  info.type = type;
+  info.type = FieldTypeOf(type);
   switch (type) {
-    case kTypeBoolean:
-    case kTypeByte:
-    case kTypeInteger:
-    case kTypeLong:
-    case kTypeCurrency:
-    case kTypeSingle:
-    case kTypeDouble:
-    case kTypeDate:
-    case kTypeGuid:
-    case kTypeOle:
-      break;
     case kTypeBinary:
       info.size = column.length;
       break;
@@ -137,13 +105,11 @@ void CFieldPlanner::ChooseType(uint8_t type, const CAccessColumn& column, SField
       ChooseDecimal(static_cast<uint8_t>(column.misc), column.GetScale(), plan);
       break;
     case kTypeBigInt:
-      info.type = kDaoBigInt;
       if (m_version == kDaoVersionAce) break;
       ChooseDecimal(kDigitsOfBigInt, 0, plan);
       if (plan.instead.empty()) plan.instead = u"decimal";
       break;
     case kTypeExtendedDate:
-      info.type = kDaoExtendedDate;
       if (m_version == kDaoVersionAce) break;
       info.type = kDaoText;
       info.size = kExtendedDateTextSize;
@@ -154,6 +120,7 @@ void CFieldPlanner::ChooseType(uint8_t type, const CAccessColumn& column, SField
       plan.instead = u"the number of its values' group";
       break;
     default:
+      if (info.type != 0) break;
       info.type = kDaoLongBinary;
       plan.instead = u"the bytes of its values";
       break;
@@ -169,7 +136,7 @@ bool CFieldPlanner::PlanCalculated(const CAccessColumn& column, SFieldPlan& plan
     return false;
   ChooseType(type, column, plan);
   if (type == kTypeText) plan.info.size = kTextFieldSize;
-  if (type == kTypeDecimal) ChooseDecimal(kMostDigits, column.GetScale(), plan);
+  if (type == kTypeDecimal) ChooseDecimal(kMostDecimalDigits, column.GetScale(), plan);
   plan.info.expression = expression;
   plan.info.statedType = column.type;
   return plan.instead.empty();
@@ -183,7 +150,7 @@ void CFieldPlanner::ChooseResult(const CAccessColumn& column, const SValueKind& 
   plan.info.expression.clear();
   ChooseType(type, column, plan);
   if (type == kTypeText) plan.info.size = kTextFieldSize;
-  if (type == kTypeDecimal) ChooseDecimal(kMostDigits, result.scale, plan);
+  if (type == kTypeDecimal) ChooseDecimal(kMostDecimalDigits, result.scale, plan);
   plan.instead = u"the results of its calculation";
 }
 

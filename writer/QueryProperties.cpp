@@ -1,7 +1,6 @@
 #include "writer/QueryProperties.h"
 
 #include <algorithm>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,8 +12,8 @@
 #include "format/PropertyBlob.h"
 #include "format/SystemObjects.h"
 #include "format/Value.h"
+#include "render/CatalogueRow.h"
 #include "render/ObjectProperties.h"
-#include "render/RecordText.h"
 #include "store/ObjectPlace.h"
 #include "store/RowReader.h"
 
@@ -24,33 +23,8 @@ namespace {
 constexpr std::u16string_view kCatalogue = u"MSysObjects";
 // Ids of objects, and where they occur: an object of another database has ids of its own.
 constexpr std::u16string_view kIdsOfTheirDatabase[] = {u"GUID", u"NameMap"};
-// Blocks of properties have some kilobytes; a length of nonsense must not fill the memory.
-constexpr uint64_t kMostBytes = 1U << 20;
 
 using Blob = std::vector<uint8_t>;
-
-struct SCatalogueCells {
-  std::optional<uint32_t> id;
-  std::optional<uint16_t> type;
-  std::optional<SObjectPlace> properties;
-};
-
-SCatalogueCells ReadCells(const CAccessTable& catalogue, CTableRowReader& rows, Blob& record) {
-  SCatalogueCells cells;
-  for (const CAccessColumn& column : catalogue.columns) {
-    rows.ReadRecord(record);
-    SValue value;
-    if (!TakeValue(KindOf(column), record, value) || value.isNull) continue;
-    SObjectPlace place{.path = catalogue.GetObjectFilePath()};
-    if (column.number == kObjectsId && value.bytes.size() == sizeof(uint32_t))
-      cells.id = GetLittle<uint32_t>(value.bytes, 0);
-    else if (column.number == kObjectsType && value.bytes.size() == sizeof(uint16_t))
-      cells.type = GetLittle<uint16_t>(value.bytes, 0);
-    else if (column.number == kObjectsProperties && TakeObjectReference(value.bytes, place))
-      cells.properties = std::move(place);
-  }
-  return cells;
-}
 
 // UTF-16LE, as Jet 4 keeps names.
 std::string WideBytes(std::u16string_view text) {
@@ -101,11 +75,11 @@ void ReadQueryProperties(const CAccessData& data, CTList<CQuery>& queries) {
   if (byId.empty() || !rows.Open(catalogue->GetDataFilePath())) return;
   Blob record, blob;
   while (rows.BeginRow()) {
-    const SCatalogueCells cells = ReadCells(*catalogue, rows, record);
-    if (cells.type != uint16_t{kObjectQuery} || !cells.id || !cells.properties) continue;
-    const auto query = byId.find(*cells.id);
-    if (query == byId.end() || cells.properties->length == 0) continue;
-    const bool isRead = ReadObject(*cells.properties, kMostBytes, blob);
+    const SCatalogueRow row = ReadCatalogueRow(*catalogue, rows, record);
+    if (row.type != kObjectQuery || !row.id || !row.properties) continue;
+    const auto query = byId.find(*row.id);
+    if (query == byId.end() || row.properties->length == 0) continue;
+    const bool isRead = ReadObject(*row.properties, kLongestPropertyBlob, blob);
     query->second->arePropertiesLost =
         !TakeProperties(data.source, blob, query->second->properties) || !isRead;
   }

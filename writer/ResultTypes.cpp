@@ -19,7 +19,6 @@ uint8_t CommonType(uint8_t a, uint8_t b) {
   return a == kTypeMemo || b == kTypeMemo ? kTypeMemo : kTypeText;
 }
 
-constexpr size_t kMostDigitsOfDecimal = 28;
 // Of a result's record: what tells all of a decimal.
 constexpr uint32_t kLongestHead = kResultHead + kDecimalBytes;
 
@@ -94,7 +93,7 @@ std::vector<SValueKind> FindResultTypes(const CAccessTable& table) {
   }
   // All decimals of a plain column have one scale.
   for (size_t i = 0; i < kinds.size(); ++i)
-    if (kinds[i].type == kTypeDecimal && wholeDigits[i] + kinds[i].scale > kMostDigitsOfDecimal)
+    if (kinds[i].type == kTypeDecimal && wholeDigits[i] + kinds[i].scale > kMostDecimalDigits)
       kinds[i].type = kTypeText;
   return kinds;
 }

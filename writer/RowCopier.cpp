@@ -179,9 +179,9 @@ ESaveStep CRowCopier::SetComplexKey(size_t entry, const SValue& value, SRow& row
 
 CDaoResult CRowCopier::SetTyped(size_t column, SValue& value) {
   const SFieldType& field = m_saved.fieldTypes[column];
-  TakeResultAs(ValueTypeOf(field.type), value);
+  TakeResultAs(ColumnTypeOfField(field.type), value);
   const uint8_t scale = field.isCalculated ? value.scale : field.scale;
-  if (m_converter.Convert(ValueTypeOf(field.type), scale, value))
+  if (m_converter.Convert(ColumnTypeOfField(field.type), scale, value))
     return m_recordset->SetFieldValue(m_saved.fields[column], value);
   return {EDaoError::DataConversion, u"The value cannot be stored in field \"" + m_saved.fieldNames[column] +
                                          u"\": the field's type does not hold it."};
@@ -213,7 +213,7 @@ ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
 
 CDaoResult CRowCopier::SetParsed(size_t column) {
   SValue value;
-  uint8_t type = ValueTypeOf(m_saved.fieldTypes[column].type);
+  uint8_t type = ColumnTypeOfField(m_saved.fieldTypes[column].type);
   // The range of bytes that is stored reaches below zero; what such a number becomes is the engine's to say.
   if (type == kTypeByte && m_text.front() == u'-') type = kTypeInteger;
   if (m_parser.Parse(type, m_text, value)) return m_recordset->SetFieldValue(m_saved.fields[column], value);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "format/Layout.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 
@@ -11,7 +12,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr size_t kMaximumName = 64;
 constexpr size_t kRoomForNumber = 8;
 
 bool IsRefused(char16_t unit) {
@@ -30,7 +30,7 @@ std::u16string MakeBase(std::u16string_view wanted, std::u16string_view stem) {
   for (const char16_t unit : wanted) {
     if (base.empty() && unit == u' ') continue;
     base += IsRefused(unit) ? u'_' : unit;
-    if (base.size() == kMaximumName - kRoomForNumber) break;
+    if (base.size() == kMaxNameLength - kRoomForNumber) break;
   }
   while (!base.empty() && base.back() == u' ') base.pop_back();
   return base.empty() ? std::u16string(stem) : base;
@@ -42,8 +42,12 @@ std::u16string Quoted(std::u16string_view name) {
   return u"\"" + std::u16string(name) + u"\"";
 }
 
+std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number) {
+  return number(count) + u" " + std::u16string(noun) + (count == 1 ? u"" : u"s");
+}
+
 bool IsSafeName(std::u16string_view name) {
-  return !name.empty() && name.size() <= kMaximumName && name.front() != u' ' && name.back() != u' ' &&
+  return !name.empty() && name.size() <= kMaxNameLength && name.front() != u' ' && name.back() != u' ' &&
          std::none_of(name.begin(), name.end(), IsRefused);
 }
 

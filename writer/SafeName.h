@@ -9,6 +9,7 @@
 #include <unordered_set>
 
 #include "model/AccessData.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -21,6 +22,10 @@ bool IsSafeName(std::u16string_view name);
 
 // As messages show it.
 std::u16string Quoted(std::u16string_view name);
+// How numbers are written in texts.
+using NumberText = std::u16string (*)(uint64_t);
+// "1 row", "2 rows"
+std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText number = ToDecimal<uint64_t>);
 
 // What a format without Unicode holds of a name, "_" for the rest; empty when more than half would be "_".
 std::u16string NarrowName(std::u16string_view name);

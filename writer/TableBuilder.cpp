@@ -1,9 +1,9 @@
 #include "writer/TableBuilder.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
+#include "format/Layout.h"
 #include "format/SystemObjects.h"
 #include "platform/Text.h"
 #include "writer/LinkSaver.h"
@@ -14,8 +14,6 @@ namespace tolvane {
 namespace {
 
 constexpr int32_t kTableAttributes = 0x10000;
-constexpr size_t kMaximumFields = 255;
-// Refusals of one name before it is given up.
 
 bool IsNameRefusal(EDaoError code) {
   switch (code) {
@@ -46,39 +44,6 @@ int32_t AttributesOf(const SSavedTable& saved) {
   const auto& flags = saved.table->catalogueFlags;
   const bool isHidden = flags && (*flags & kHiddenObjectFlag) != 0;
   return kTableAttributes | (isHidden ? kDaoHiddenObject : 0) | (saved.hasSystemMark ? kDaoSystemObject : 0);
-}
-
-// The columns' places as users see them. Where a complex column becomes two fields there is room for the
-// second; what leads to the versions of a memo is not seen.
-std::vector<uint16_t> FindPositions(const SSavedTable& saved) {
-  const CAccessColumnList& columns = saved.table->columns;
-  std::vector<size_t> order(columns.GetCount());
-  std::iota(order.begin(), order.end(), size_t{0});
-  std::stable_sort(order.begin(), order.end(), [&columns](size_t a, size_t b) {
-    return columns.GetAt(a)->displayNumber < columns.GetAt(b)->displayNumber;
-  });
-  uint16_t step = 1, next = 0;
-  std::vector<bool> isHidden(order.size());
-  for (const SComplexField& complex : saved.complex) {
-    if (complex.type == 0) step = 2;
-    isHidden[complex.column] = complex.type != 0 && complex.IsOfVersions();
-  }
-  std::vector<uint16_t> positions(order.size());
-  for (const size_t column : order) {
-    positions[column] = next;
-    if (!isHidden[column]) next = static_cast<uint16_t>(next + step);
-  }
-  return positions;
-}
-
-// The column that holds the values themselves, or the files; null where there is none to speak of.
-const CAccessColumn* ItemColumnOf(const SComplexField& complex) {
-  if (!complex.HasValues() || complex.IsOfVersions()) return nullptr;
-  const CAccessColumnList& columns = complex.flat.table->columns;
-  if (complex.flat.kind == EFlatKind::Values) return columns.GetAt(complex.flat.item);
-  for (const CAccessColumn& column : columns)
-    if (FilePartOf(column) == kFilePartData) return &column;
-  return nullptr;
 }
 
 }  // namespace
@@ -185,7 +150,7 @@ CDaoResult CTableBuilder::AddFields(SSavedTable& saved, CDaoTableDef& tableDef, 
   CFieldPlanner planner(m_rules, m_version, saved.table->header.nextAutoNumber);
   m_resultTypes =
       m_rules.recordsHoldTexts ? std::vector<SValueKind>(columns.GetCount()) : FindResultTypes(*saved.table);
-  m_positions = FindPositions(saved);
+  m_positions = FindPositions(columns, saved.complex);
   m_fieldNames = {};
   m_columnByNumber.clear();
   saved.fieldNames.assign(columns.GetCount(), {});
@@ -226,7 +191,7 @@ CDaoResult CTableBuilder::AddColumn(SSavedTable& saved, size_t column, CFieldPla
 
 CDaoResult CTableBuilder::AddPlanned(SSavedTable& saved, size_t column, SFieldPlan& plan,
                                      CDaoTableDef& tableDef) {
-  if (m_fieldCount == kMaximumFields) return {EDaoError::TooManyFields, u"A table holds at most 255 fields."};
+  if (m_fieldCount == kMaxFields) return {EDaoError::TooManyFields, u"A table holds at most 255 fields."};
   if (!m_rules.reduceFields) plan.info.position = m_positions[column];
   CDaoResult result = AddField(*saved.table->columns.GetAt(column), plan, tableDef);
   if (!result.IsOk()) return result;
@@ -280,7 +245,7 @@ CDaoResult CTableBuilder::AddKeyColumn(SSavedTable& saved, size_t entry, CDaoTab
   const CDaoResult result = AddPlanned(saved, complex.column, key, tableDef);
   if (!result.IsOk() || complex.IsOfVersions()) return result;
   text.info.position = static_cast<uint16_t>(m_positions[complex.column] + 1);
-  if (m_fieldCount < kMaximumFields && AddField(column, text, tableDef).IsOk())
+  if (m_fieldCount < kMaxFields && AddField(column, text, tableDef).IsOk())
     saved.textFields[entry] = m_fieldCount++;
   Note(u"Column", column.GetName(),
        u" was saved as text; its " + ToDecimal(complex.values->CountAll()) +

@@ -120,7 +120,7 @@ class DatabaseFixture : public ::testing::Test {
   // One value, spelled as a text.
   CDaoResult SetText(size_t field, std::u16string_view text) {
     SValue value;
-    const uint8_t type = field < m_open.size() ? ValueTypeOf(m_open[field]) : uint8_t{kTypeText};
+    const uint8_t type = field < m_open.size() ? ColumnTypeOfField(m_open[field]) : uint8_t{kTypeText};
     if (!m_parser.Parse(type, text, value)) return {EDaoError::DataConversion, std::u16string(text)};
     return m_recordset->SetFieldValue(field, value);
   }

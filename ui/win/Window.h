@@ -18,7 +18,6 @@ class CWnd {
   virtual ~CWnd();
 
   [[nodiscard]] HWND GetHandle() const { return m_window; }
-  [[nodiscard]] UINT GetIdentifier() const { return static_cast<UINT>(GetDlgCtrlID(m_window)); }
   [[nodiscard]] CWnd GetItem(UINT identifier) const {
     return CWnd(GetDlgItem(m_window, static_cast<int>(identifier)));
   }
