@@ -224,6 +224,13 @@ ESqlFate CSqlDialect::AppendLiteral(const SSqlType& column, const SValue& value,
     const ESqlFate fate = AppendText(text, out);
     return isCut ? ESqlFate::Changed : fate;
   }
+  if (FamilyOf(column.type) == EFamily::Boolean && family == EFamily::Number) {
+    // A calculated truth value is a number, -1 or 0.
+    const bool isTrue =
+        std::any_of(value.bytes.begin(), value.bytes.end(), [](uint8_t byte) { return byte != 0; });
+    out += Is(ESqlDialect::PostgreSql) ? (isTrue ? "TRUE" : "FALSE") : (isTrue ? "1" : "0");
+    return ESqlFate::Kept;
+  }
   // What a calculation gave may be of another type than its column.
   if (family != FamilyOf(column.type) && !Is(ESqlDialect::Sqlite)) {
     out += "NULL";
