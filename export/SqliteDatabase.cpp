@@ -137,7 +137,7 @@ bool CSqliteStatement::BindBytes(size_t column, std::span<const uint8_t> bytes) 
 
 bool CSqliteStatement::BindZeros(size_t column, uint64_t length) {
   return length <= kLongestValue && m_database.GetFunctions().bind_zeroblob(
-                                     m_statement, Number(column), static_cast<int>(length)) == kSqliteOk;
+                                        m_statement, Number(column), static_cast<int>(length)) == kSqliteOk;
 }
 
 bool CSqliteStatement::Run() {
