@@ -261,7 +261,6 @@ def overwrite(desk):
 def stop_save(desk):
     """A stopped save leaves no file and what was recovered can be saved again; closing while saving."""
     program, output = desk.repair(desk.big()), desk.folder / 'stopped.mdb'
-    copy_many_rows(desk, program)
     desk.ask_to_save(output)
     program.wait_for_page('saving')
     expect(program.shown('ID_STOP', 'IDC_PROGRESS', 'ID_NEXT'), [True, True, False], 'controls while saving')
@@ -290,25 +289,6 @@ def watch_progress(program):
         shown = int(note.split(' %')[0])
         expect(last <= bar <= shown <= int(title.split('%')[0]) < 100, True, 'progress %r' % ((last, bar, note, title),))
         last = bar
-
-
-def copy_many_rows(desk, program):
-    """The rows of a large table: copying them can be stopped and is done in the end."""
-    program.select_table(3)
-    rows = int(program.text('IDC_SUMMARY').rsplit(' : ', 1)[1])
-    records = program.control('IDC_RECORDS')
-    wait_for(lambda: records.send(window.LVM_GETITEMCOUNT) == rows > 100000, 'the rows in the list')
-    program.type(window.VK_MENU, ord('D'))
-    program.wait_for_focus('IDC_RECORDS')
-    program.type(window.VK_CONTROL, ord('A'))
-    program.command('ID_COPY_ROWS')
-    program.view.press(CANCEL)  # behind the first piece
-    program.wait_for_notice('Nothing was copied.')
-    started = time.monotonic()
-    program.command('ID_COPY_ROWS', notice='The selected rows were copied.')
-    print('    %d rows copied in %.1f s' % (rows, time.monotonic() - started))
-    expect(desk.session.clipboard().count('\r\n'), rows + 1, 'lines on the clipboard')
-    program.select_table(-1)
 
 
 def wrong_files(desk):
