@@ -55,10 +55,14 @@ Json MakeFailure(const SArguments& arguments, const SFailure& failure) {
 
 Json DescribeSource(const CAccessData& data, const SArguments& arguments) {
   const SSourceFacts& facts = data.source;
-  Json source = {{"path", ToUtf8(arguments.source)}, {"format", FormatName(facts)},
-                 {"versionByte", facts.versionByte}, {"pageSize", facts.pageSize},
-                 {"pages", facts.pageCount},         {"bytes", facts.length},
-                 {"start", facts.start},             {"codePage", facts.codePage},
+  Json source = {{"path", ToUtf8(arguments.source)},
+                 {"format", FormatName(facts)},
+                 {"versionByte", facts.versionByte},
+                 {"pageSize", facts.pageSize},
+                 {"pages", facts.pageCount},
+                 {"bytes", facts.length},
+                 {"start", facts.start},
+                 {"codePage", facts.codePage},
                  {"sortOrder", facts.sortOrder}};
   if (!arguments.templatePath.empty()) source["template"] = ToUtf8(arguments.templatePath);
   return source;

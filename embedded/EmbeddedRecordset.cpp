@@ -203,7 +203,8 @@ CDaoResult CEmbeddedRecordset::SetDefaults() {
     if (!m_table->GetRow().IsSet(ColumnAt(index)))
       if (CDaoResult result = SetCalculated(index, {}); !result.IsOk()) return result;
   for (const SColumnDefinition* column : m_autoGuids)
-    if (!m_table->GetRow().IsSet(*column)) m_table->GetRow().Set(*column, m_file->GetIdentity().MakeGuid().bytes);
+    if (!m_table->GetRow().IsSet(*column))
+      m_table->GetRow().Set(*column, m_file->GetIdentity().MakeGuid().bytes);
   return CDaoResult::Ok();
 }
 
