@@ -138,7 +138,7 @@ TEST_F(SourceOfBytes, WhatIsNoDatabaseFileAndDamageThatIsNoObstacle) {
 TEST_F(SourceOfBytes, OtherKindsOfFilesAreNamedUnlessTheyHoldADatabase) {
   const auto asBytes = [](std::string_view text) { return Bytes(text.begin(), text.end()); };
   std::string lock(128, '\0');
-  for (const size_t at : {0, 32, 64, 96}) lock.replace(at, 5, "Admin");
+  for (const unsigned at : {0U, 32U, 64U, 96U}) lock.replace(at, 5, "Admin");
   const std::string noise(8192, 'x');
   for (const std::string& text :
        {"PK\x03\x04" + noise, "Content-Type: x\n\nAAEAAFN0YW5kYXJkIEpldCBEQg" + noise, lock})
