@@ -74,14 +74,15 @@ std::string DrawPages(const SExamination& findings, const SArguments& arguments,
   return text;
 }
 
-Json DescribeFindings(const SReport& report, const SArguments& arguments, EExitStatus status) {
-  const SPageTotals& totals = report.examination->totals;
+Json DescribeFindings(const SReport& report, const SExamination& pages, const SArguments& arguments,
+                      EExitStatus status) {
+  const SPageTotals& totals = pages.totals;
   Json result = MakeResult(arguments, status);
   result["source"] = {{"path", ToUtf8(arguments.source)},    {"isJet3", totals.isJet3},
                       {"pageSize", totals.pageSize},         {"pages", totals.pages},
                       {"leadingBytes", totals.leadingBytes}, {"partialBytes", totals.partialBytes}};
   result["verdict"] = DescribeVerdict(report);
-  DescribePages(*report.examination, result);
+  DescribePages(pages, result);
   return result;
 }
 
@@ -102,7 +103,7 @@ SCommandEnd RunInspect(CSession& session) {
                        totals.leadingBytes == 0 && totals.partialBytes == 0;
   const EExitStatus status = session.GetReport().Write(isClean ? EExitStatus::Done : EExitStatus::Incomplete);
   if (arguments.isJson) {
-    if (!PrintJson(DescribeFindings(report, arguments, status))) return OutputLost();
+    if (!PrintJson(DescribeFindings(report, *pages, arguments, status))) return OutputLost();
     return status;
   }
   if (auto failure = Print(DrawPages(*pages, arguments, OutputStyle()))) return *failure;

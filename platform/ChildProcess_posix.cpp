@@ -62,9 +62,12 @@ CChildProcess::~CChildProcess() {
 
 bool CChildProcess::Start(const std::u16string& program, const std::vector<std::u16string>& words,
                           const std::u16string& outputFile, const std::u16string& errorFile) {
-  std::vector<std::string> texts{ToNativePath(program)};
+  std::vector<std::string> texts;
+  texts.reserve(words.size() + 1);
+  texts.push_back(ToNativePath(program));
   for (const std::u16string& word : words) texts.push_back(ToNativePath(word));
   std::vector<char*> arguments;
+  arguments.reserve(texts.size() + 1);
   for (std::string& text : texts) arguments.push_back(text.data());
   arguments.push_back(nullptr);
   CStreams streams;

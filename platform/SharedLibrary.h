@@ -1,6 +1,7 @@
 // A library of the system's that is loaded when it is asked for, so that the program runs without it.
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace tolvane {
@@ -12,11 +13,6 @@ struct SLibraryName {
 
 class CSharedLibrary {
  public:
-  CSharedLibrary() = default;
-  ~CSharedLibrary();
-  CSharedLibrary(const CSharedLibrary&) = delete;
-  CSharedLibrary& operator=(const CSharedLibrary&) = delete;
-
   // Once. False when it is not there, with a reason.
   bool Open(const SLibraryName& name, std::u16string& problem);
   using Function = void (*)();
@@ -24,7 +20,7 @@ class CSharedLibrary {
   [[nodiscard]] Function Find(const char* name) const;
 
  private:
-  void* m_handle = nullptr;
+  std::unique_ptr<void, void (*)(void*)> m_handle{nullptr, [](void*) {}};  // with what gives it back
 };
 
 }  // namespace tolvane

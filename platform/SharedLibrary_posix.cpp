@@ -5,12 +5,8 @@
 
 namespace tolvane {
 
-CSharedLibrary::~CSharedLibrary() {
-  if (m_handle != nullptr) dlclose(m_handle);
-}
-
 bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
-  m_handle = dlopen(name.posix, RTLD_NOW | RTLD_LOCAL);
+  m_handle = {dlopen(name.posix, RTLD_NOW | RTLD_LOCAL), [](void* handle) { dlclose(handle); }};
   if (m_handle != nullptr) return true;
   const char* const reason = dlerror();
   problem = FromUtf8(reason != nullptr ? reason : name.posix);
@@ -18,7 +14,7 @@ bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
 }
 
 CSharedLibrary::Function CSharedLibrary::Find(const char* name) const {
-  return reinterpret_cast<Function>(dlsym(m_handle, name));
+  return reinterpret_cast<Function>(dlsym(m_handle.get(), name));
 }
 
 }  // namespace tolvane

@@ -5,8 +5,6 @@
 
 namespace tolvane {
 
-CSharedLibrary::~CSharedLibrary() = default;
-
 bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
   problem = FromAscii(name.posix) + u": this portable program loads no libraries";
   return false;
