@@ -15,7 +15,7 @@ constexpr size_t kSqlUnitsShown = 20'000, kAllSqlShown = 500'000;
 constexpr std::string_view kWhereAllIs =
     "the whole list is in <code>--json</code>, and losses are in the log of <code>--log</code>";
 
-void PrintRest(size_t count, size_t shown, CHtml& html) {
+void PrintRest(uint64_t count, uint64_t shown, CHtml& html) {
   if (count > shown)
     html.Raw("<p>").Number(count - shown).Raw(" more are not shown here; ").Raw(kWhereAllIs).Raw(".</p>\n");
 }
