@@ -8,6 +8,7 @@
 #include <span>
 
 #include "format/PageHead.h"
+#include "format/PageSlots.h"
 
 namespace tolvane {
 
@@ -65,10 +66,13 @@ class CShiftFinder {
       if (!Read(place)) continue;
       if (m_page[0] == kPageDefinition && IsSoundPage(m_page, m_layout))
         m_definitions.push_back(place);
-      else if (const uint32_t owner = OwningDefinition(m_page, m_layout))
+      else if (const uint32_t owner = OwningDefinition(m_page, m_layout)) {
         m_owners[owner] = std::min(m_owners[owner] + 1, kMostWeight);
+        if (owner == kObjectsPage) NoteCatalogue(place);
+      }
     }
-    return Follow(BestShifts());
+    const std::vector<size_t> shifts = BestShifts();
+    return IsOfThisDatabase(shifts) ? Follow(shifts) : std::vector<SPageShift>{};
   }
 
  private:
@@ -120,6 +124,39 @@ class CShiftFinder {
     return shifts;
   }
 
+  // Foreign pages between or behind those of the database name owners that are no definitions, too. Where
+  // pages are missing or put in, no owner that has its definition loses it, and the catalogue in front of
+  // them names half of the definitions behind them, or more.
+  [[nodiscard]] bool IsOfThisDatabase(const std::vector<size_t>& shifts) const {
+    std::set<uint64_t> numbers;
+    uint64_t first = m_count;
+    size_t found = 0, named = 0;
+    for (size_t i = 0; i < shifts.size(); i++) {
+      const auto number = static_cast<uint64_t>(NumberOf(m_definitions[i], shifts[i]));
+      numbers.insert(number);
+      if (shifts[i] == kMostPages) continue;
+      first = std::min(first, m_definitions[i]);
+      if (m_owners.count(static_cast<uint32_t>(number)) == 0) continue;
+      found++;
+      const auto entry = m_catalogued.find(static_cast<uint32_t>(number));
+      if (entry != m_catalogued.end() && entry->second < first) named++;
+    }
+    return named * 2 >= found && std::all_of(m_definitions.begin(), m_definitions.end(), [&](uint64_t place) {
+             return m_owners.count(static_cast<uint32_t>(place)) == 0 || numbers.count(place) != 0;
+           });
+  }
+
+  // The rows of the catalogue begin with the number of their object's page.
+  void NoteCatalogue(uint64_t place) {
+    if (m_page[0] != kPageData || !AreSlotsSound(m_page, m_layout)) return;
+    const uint32_t count = GetLittle<uint16_t>(m_page, m_layout.data.slotCount);
+    for (uint32_t slot = 0; slot < count; slot++) {
+      const auto row = FindRow(m_page, m_layout, slot, kSlotStart);
+      if (row && row->size() >= m_layout.row.countSize + sizeof(uint32_t))
+        m_catalogued.try_emplace(GetLittle<uint32_t>(*row, m_layout.row.countSize), place);
+    }
+  }
+
   [[nodiscard]] std::vector<SPageShift> Follow(const std::vector<size_t>& shifts) const {
     std::vector<SPageShift> changes;
     size_t before = kMostPages;
@@ -141,8 +178,9 @@ class CShiftFinder {
   uint64_t m_count;
   const CJobContext* m_job;
   std::vector<uint8_t> m_page;
-  std::vector<uint64_t> m_definitions;   // places, ascending
-  std::map<uint32_t, int32_t> m_owners;  // with what their pages count for
+  std::vector<uint64_t> m_definitions;        // places, ascending
+  std::map<uint32_t, uint64_t> m_catalogued;  // with the first place that names them
+  std::map<uint32_t, int32_t> m_owners;       // with what their pages count for
 };
 
 }  // namespace

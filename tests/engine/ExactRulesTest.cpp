@@ -105,16 +105,34 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   Bytes missing = sound;
   missing.erase(missing.begin() + at, missing.begin() + at + 10 + layout.pageSize);
   EXPECT_EQ(Repair(missing), kRows);
-  // Where all are in step nevertheless.
-  const auto page = static_cast<ptrdiff_t>(file.OffsetOf(3));
-  missing = sound;
-  missing.erase(missing.begin() + page, missing.begin() + page + layout.pageSize);
+}
+
+TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
+  CDatabaseBuilder other(layout);
+  const uint32_t spare = other.GetPageCount() + 1;
+  other.AddCatalogueRow(spare + 1, u"People", 1);
+  ASSERT_EQ(other.AddPage(), spare);
+  const uint32_t people = other.AddTable(SmallTable());
+  for (uint32_t page = 0; page < 2; page++) other.AddDataPage(people, RowsOfPage(page));
+  const Bytes sound = other.Build();
+  const auto at = static_cast<ptrdiff_t>(other.OffsetOf(spare));
+  Bytes missing = sound;
+  missing.erase(missing.begin() + at, missing.begin() + at + layout.pageSize);
   EXPECT_EQ(Repair(missing), kRows);
   EXPECT_GT(Lost(EDamage::MovedPages), 0u);
-  longer = sound;
-  longer.insert(longer.begin() + page, 2 * layout.pageSize, 0);
+  Bytes longer = sound;
+  longer.insert(longer.begin() + at, 2 * layout.pageSize, 0);
   EXPECT_EQ(Repair(longer), kRows);
-  EXPECT_GT(Lost(EDamage::MovedPages), 0u);
+  // A table that the catalogue in front of it does not have is of another file.
+  CDatabaseBuilder foreign(layout);
+  while (foreign.GetPageCount() < 30) foreign.AddPage();
+  const uint32_t theirs = foreign.AddTable(SmallTable());
+  for (uint32_t page = 0; page < 2; page++) foreign.AddDataPage(theirs, RowsOfPage(page));
+  const Bytes tail = foreign.Build();
+  Bytes joined = sound;
+  joined.insert(joined.end(), tail.begin() + static_cast<ptrdiff_t>(foreign.OffsetOf(25)), tail.end());
+  EXPECT_EQ(Repair(joined), kRows);
+  EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
 }
 
 TEST_P(ExactRules, TheFilesEndCostsTheRowsBehindItAlone) {
