@@ -27,6 +27,9 @@ class CRowProfile {
   // differs in the fixed area only, the rows are believed.
   void Conclude();
 
+  // Whether any row that was learned is one of the table's: without one the definition may be another
+  // table's.
+  [[nodiscard]] bool IsConfirmed() const { return m_agreeing > 0 || !m_believed.empty(); }
   // Cuts the bytes. False: they are no row of the table.
   bool Accepts(CRowFrame& frame, std::span<const uint8_t> row) const;
   // The same for bytes that no slot names; stricter, because any stretch of a page is tried.

@@ -229,8 +229,10 @@ bool CTableWalk::CutExactPage() {
 // rows that begin and end elsewhere are there where slots were overwritten, or where the page is torn, its
 // sectors being of different states. A row that stands in both states is read once.
 void CTableWalk::CutContestedRows(const std::vector<SPageRow>& contested) {
-  const auto found =
-      FindRowsBetween(m_page, contested.back().start, contested.front().end, m_layout, *m_profile, m_frame);
+  std::vector<SPageRow> found;
+  if (m_profile->IsConfirmed())
+    found =
+        FindRowsBetween(m_page, contested.back().start, contested.front().end, m_layout, *m_profile, m_frame);
   bool isTold = false;
   size_t taken = 0;
   for (const SPageRow& row : found) {

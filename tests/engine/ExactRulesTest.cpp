@@ -311,6 +311,20 @@ TEST_P(ExactRules, RowsOfAnotherShapeAreNone) {
   EXPECT_EQ(Lost(EDamage::SurplusRows), 1u);
 }
 
+// As where the definition of another table stands in the place of theirs: bytes of theirs look like short
+// rows.
+TEST_P(ExactRules, ADefinitionThatNoRowAgreesWithFindsNoneWithinThem) {
+  STableSpec flags;
+  flags.AddFixed(u"A", kTypeBoolean, 1);
+  const uint32_t owner = file.AddTable(flags);
+  Bytes row = SmallRow(layout, 1, u"short");
+  const Bytes within = MakeRow(flags, layout, {Bytes()});
+  row.insert(row.end(), within.begin(), within.end());
+  file.AddDataPage(owner, {{row}, {row}});
+  Repair(file.Build());
+  EXPECT_EQ(data->GetTables().FindTable(file.OffsetOf(owner))->header.rowCount, 0u);
+}
+
 TEST_P(ExactRules, ATemplateNeedsNothingOfTheDamagedDefinitions) {
   const CTempFile healthy(file.Build());
   const auto withTemplate = [&](const Bytes& bytes) {
