@@ -359,7 +359,10 @@ class ProgramTest(unittest.TestCase):
         tables = {table['name']: table['rows'] for table in self.json(INCOMPLETE, 'tables', self.source)['tables']}
         database = self.path('new.db')
         words = ('export', self.source, '--format', 'sqlite', '-o', database)
-        if b'SQLite library' in self.check(INCOMPLETE if ctypes.util.find_library('sqlite3') else FAILED, *words).stderr:
+        # The portable program, which ldd takes for no program of its kind, loads no libraries.
+        loads = subprocess.run(['ldd', TOLVANE], capture_output=True, check=False).returncode == 0
+        can_load = loads and ctypes.util.find_library('sqlite3')
+        if b'SQLite library' in self.check(INCOMPLETE if can_load else FAILED, *words).stderr:
             self.skipTest('there is no SQLite library')
         self.check_refusal(FAILED, *words, says='exists already')
         report = self.json(INCOMPLETE, *words, '--overwrite')

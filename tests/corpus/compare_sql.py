@@ -29,7 +29,7 @@ import pages
 import readers
 
 EXACT_NUMBERS = {'parse_float': decimal.Decimal, 'parse_int': decimal.Decimal}
-BYTES = (pages.BINARY, pages.OLE)
+BYTES = (pages.BINARY, pages.OLE, 70, 71, 72)  # and types that nobody knows
 SERVERS = {}  # name -> Server or None
 
 

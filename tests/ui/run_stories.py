@@ -282,7 +282,7 @@ def stop_save(desk):
 
 def watch_progress(program):
     """The bar, what stands above it and the title tell the same, and none goes back."""
-    last, end = 0, time.monotonic() + 2
+    last, end = 0, time.monotonic() + 0.5  # long before the save ends
     while time.monotonic() < end and program.page() == 'saving':
         bar, note, title = (program.control('IDC_OVERALL').send(window.PBM_GETPOS), program.text('IDC_OVERALL_NOTE'),
                             program.frame.text())
@@ -373,6 +373,7 @@ def keyboard(desk):
     program.type(window.VK_MENU, ord('D'))
     program.wait_for_focus('IDC_RECORDS')
     program.type(window.VK_HOME)
+    wait_for(lambda: program.text('IDC_CELL_LABEL').startswith('&Value - row 1,'), 'the first row')
     program.type(window.VK_RIGHT)
     program.wait_for_text('IDC_CELL_LABEL', '&Value - row 1, Company')
     program.type(window.VK_RETURN)
