@@ -2,14 +2,16 @@
 #pragma once
 
 #include <cstdlib>
+#include <string_view>
 
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 
 namespace tolvane {
 
-inline std::u16string WriteInput(const uint8_t* data, size_t size) {
-  const std::u16string path = GetTempFolder() + u"input";
+inline std::u16string WriteInput(const uint8_t* data, size_t size, std::u16string_view name = u"input") {
+  std::u16string path = GetTempFolder();
+  path += name;
   CFileCust file;
   if (!file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways)) std::abort();
   file.Write({data, size});

@@ -1,6 +1,11 @@
-// make_seeds FOLDER: writes small databases of both page formats into it, which the fuzzers start from.
+// make_seeds FOLDER: writes what the fuzzers start from: small databases of both page formats into its folder
+// "files", each twice in one file into "pairs", each definition behind a byte that tells its format into
+// "definitions".
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 
+#include "format/PageHead.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "samples/SampleBuilder.h"
@@ -44,12 +49,30 @@ void MakeSeed(const std::string& path, int32_t version) {
   builder.Close();
 }
 
+void Write(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+void MakeSeeds(const std::string& folder, const std::string& name, int32_t version, const SLayout& layout) {
+  const std::string path = folder + "/files/" + name;
+  MakeSeed(path, version);
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  Write(folder + "/pairs/" + name, bytes + bytes);
+  for (size_t at = 0; at + layout.pageSize <= bytes.size(); at += layout.pageSize) {
+    const std::string page = bytes.substr(at, layout.pageSize);
+    if (IsFirstOfDefinition(std::span(reinterpret_cast<const uint8_t*>(page.data()), page.size()), layout))
+      Write(folder + "/definitions/" + name + "-" + std::to_string(at),
+            (layout.pageSize == kLayoutJet3.pageSize ? '\0' : '\1') + page);
+  }
+}
+
 }  // namespace
 }  // namespace tolvane
 
 int main(int argc, char** argv) {
   if (argc != 2) return 64;
-  tolvane::MakeSeed(std::string(argv[1]) + "/jet3", tolvane::kDaoVersionJet3);
-  tolvane::MakeSeed(std::string(argv[1]) + "/jet4", tolvane::kDaoVersionJet4);
+  tolvane::MakeSeeds(argv[1], "jet3", tolvane::kDaoVersionJet3, tolvane::kLayoutJet3);
+  tolvane::MakeSeeds(argv[1], "jet4", tolvane::kDaoVersionJet4, tolvane::kLayoutJet4);
   return 0;
 }
