@@ -12,18 +12,6 @@ constexpr uint32_t kPreviewPoll = 1;  // long enough to cost nothing, short enou
 
 }  // namespace
 
-CRepairThreadCounter CRepairThreadCounter::operator++(int) {
-  return CRepairThreadCounter(m_count.Change([](int32_t& count) { return count++; }));
-}
-
-CRepairThreadCounter CRepairThreadCounter::operator--(int) {
-  return CRepairThreadCounter(m_count.Change([](int32_t& count) { return count--; }));
-}
-
-void CProgressStatus::IncrementPos() {
-  m_pos.Change([](int32_t& pos) { pos++; });
-}
-
 void CProgressStatus::SetMax(int32_t max) {
   m_max.Set(std::max(max, 1));
 }

@@ -5,14 +5,17 @@
 // operations may be called from any thread.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 namespace tolvane {
 
-// One value behind its own lock.
+// One value behind its own lock; numbers and flags, which are asked for at every row, are atomic.
 template <class T>
 class CLocked {
  public:
@@ -37,6 +40,20 @@ class CLocked {
   mutable std::mutex m_mutex;
   T m_value{};
 };
+template <class T>
+requires std::is_arithmetic_v<T>
+class CLocked<T> {
+ public:
+  CLocked() = default;
+  explicit CLocked(T value) : m_value(value) {}
+  T Get() const { return m_value.load(); }
+  void Set(T value) { m_value.store(value); }
+  // The old value.
+  T Add(T count) { return m_value.fetch_add(count); }
+
+ private:
+  std::atomic<T> m_value{};
+};
 
 // Worker threads that are inside a repair or a save.
 class CRepairThreadCounter {
@@ -45,8 +62,9 @@ class CRepairThreadCounter {
   CRepairThreadCounter() = default;
   CRepairThreadCounter(const CRepairThreadCounter& other) : m_count(other.GetCount()) {}
   CRepairThreadCounter& operator=(const CRepairThreadCounter&) = delete;
-  CRepairThreadCounter operator++(int);  // a counter with the old count
-  CRepairThreadCounter operator--(int);
+  // Both answer a counter with the old count.
+  CRepairThreadCounter operator++(int) { return CRepairThreadCounter(m_count.Add(1)); }
+  CRepairThreadCounter operator--(int) { return CRepairThreadCounter(m_count.Add(-1)); }
   [[nodiscard]] int32_t GetCount() const { return m_count.Get(); }
 
  private:
@@ -85,7 +103,8 @@ class CProgressStatus {
   static CProgressStatus& Instance();
   [[nodiscard]] int32_t GetPos() const { return m_pos.Get(); }
   void SetPos(int32_t pos) { m_pos.Set(pos); }
-  void IncrementPos();
+  void IncrementPos() { m_pos.Add(1); }
+  void Advance(uint32_t units) { m_pos.Add(static_cast<int32_t>(units)); }
   [[nodiscard]] int32_t GetMax() const { return m_max.Get(); }
   void SetMax(int32_t max);  // below 1 stores 1
 
