@@ -137,6 +137,12 @@ void CGrammar::AddRecovery(CLI::App& command) {
   AddPath(command, "--map", m_words.mapFile,
           "Map of GNU ddrescue: what it could not read is taken for unreadable, not for zeros");
   AddPath(command, "--work-dir", m_words.workFolder, "Folder for temporary files", kFolder);
+  command
+      .add_option(
+          "--threads", m_arguments.threads,
+          "Threads that work; as many as the machine has processors without it. The result is the same")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(1, 64).description(""));
   AddManners(command);
   command.add_flag("-v,--verbose", m_arguments.isVerbose, "Log lines on standard error");
   AddPath(command, "--log", m_words.logFile, "Write the log to this file");

@@ -37,6 +37,7 @@ struct SArguments {
   std::u16string mapFile;               // of a rescue; empty: the file is whole
   uint64_t start = 0;         // where in the file the database begins that is meant; 0: the first one
   std::u16string workFolder;  // empty: the program chooses
+  uint32_t threads = 0;       // 0: as many as the machine has processors
   std::u16string logFile;
   std::u16string reportFile;  // repair, tables, inspect; empty: none
   ERules rules = kDefaultRules;

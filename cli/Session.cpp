@@ -167,6 +167,7 @@ CSession::CSession(const SArguments& arguments)
       m_source(RulesOf(arguments.rules), arguments.start),
       m_template(RulesOf(arguments.rules)) {
   if (m_sourcePath == kStandardInput) m_arguments.source = kStandardInputShown;
+  m_job.GetContext().SetThreads(arguments.threads);
   m_source.SetJob(m_job.GetContext());
   m_template.SetJob(m_job.GetContext());
   COvRepairFileManager& manager = m_job.GetManager();

@@ -1,9 +1,11 @@
 #include "engine/FieldDecoder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "platform/CodePage.h"
+#include "store/ValueRecord.h"
 
 namespace tolvane {
 
@@ -86,7 +88,15 @@ CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint
   if (!field.isCalculated && !m_rules.recordsHoldTexts && column.type > kTypeComplex)
     field.needed = LengthOfType(column.type);
   field.coding = {.isUtf16 = !m_layout.IsCodePage(), .codePage = isNamed ? column.codePage : codePage};
+  field.form = FormOf(field);
   return field;
+}
+
+CFieldDecoder::EForm CFieldDecoder::FormOf(const SField& field) {
+  if (field.isCalculated || IsLongValueType(field.type) || field.type == kTypeDecimal) return EForm::Other;
+  if (field.type == kTypeBoolean) return EForm::Mask;
+  if (field.type != kTypeText) return EForm::Bytes;
+  return field.coding.isUtf16 ? EForm::Text : EForm::Other;
 }
 
 EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue& value) {
@@ -100,10 +110,54 @@ EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue
     return EFieldResult::Decoded;
   }
   if (!isPresent) return IsContradicted(field, frame) ? EFieldResult::Contradicted : EFieldResult::Decoded;
-  const CRowFrame::Field bytes =
-      field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
+  const CRowFrame::Field bytes = BytesOf(field, frame);
   if (!bytes || bytes->size() < field.needed) return EFieldResult::Broken;
   return field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
+}
+
+EFieldResult CFieldDecoder::AppendRecord(const CRowFrame& frame, size_t column, CRecordBuffer& records) {
+  const SField& field = m_columns[column];
+  if (field.form != EForm::Other) return AppendPlain(field, frame, records);
+  SValue value;
+  const EFieldResult result = Decode(frame, column, value);
+  AppendValue(value, records);
+  return result;
+}
+
+// What nearly all values are, without a way over a value.
+EFieldResult CFieldDecoder::AppendPlain(const SField& field, const CRowFrame& frame, CRecordBuffer& records) {
+  const bool isPresent = frame.IsPresent(field.number);
+  if (field.form == EForm::Mask) {
+    records.AddRecord(1)[0] = isPresent ? 1 : 0;
+    return EFieldResult::Decoded;
+  }
+  const CRowFrame::Field bytes = isPresent ? BytesOf(field, frame) : std::nullopt;
+  if (!bytes || bytes->size() < field.needed) {
+    records.AddNull();
+    if (isPresent) return EFieldResult::Broken;
+    return IsContradicted(field, frame) ? EFieldResult::Contradicted : EFieldResult::Decoded;
+  }
+  if (field.form == EForm::Text)
+    AppendUnpackedText(*bytes, records);
+  else
+    records.AddRecord(field.needed != 0 ? bytes->first(field.needed) : *bytes);
+  return EFieldResult::Decoded;
+}
+
+void CFieldDecoder::AppendUnpackedText(std::span<const uint8_t> stored, CRecordBuffer& records) {
+  if (!IsTextCompressed(stored)) {
+    records.AddRecord(stored.first(stored.size() / 2 * 2));
+    return;
+  }
+  const std::span<const uint8_t> narrow = stored.subspan(std::size(kCompressedMark));
+  if (!narrow.empty() && std::memchr(narrow.data(), 0, narrow.size()) != nullptr) {
+    m_units.clear();
+    m_text.Decode({}, stored, m_units);
+    records.AddRecord(UnitBytes(m_units));
+    return;
+  }
+  const std::span<uint8_t> record = records.AddRecord(2 * narrow.size());
+  for (size_t i = 0; i < narrow.size(); i++) PutLittle(record, 2 * i, uint16_t{narrow[i]});
 }
 
 // A null of variable length has no bytes.
@@ -116,9 +170,7 @@ bool CFieldDecoder::IsContradicted(const SField& field, const CRowFrame& frame) 
 void CFieldDecoder::NoteLongValues(const CRowFrame& frame) {
   for (const SField& field : m_columns) {
     if (!IsLongValueType(field.type) || !frame.IsPresent(field.number)) continue;
-    const CRowFrame::Field bytes =
-        field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
-    if (bytes) m_longValues.Note(*bytes);
+    if (const CRowFrame::Field bytes = BytesOf(field, frame)) m_longValues.Note(*bytes);
   }
 }
 

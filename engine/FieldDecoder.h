@@ -20,6 +20,7 @@
 #include "format/Value.h"
 #include "model/AccessTable.h"
 #include "model/RecoveryRules.h"
+#include "store/RecordBuffer.h"
 
 namespace tolvane {
 
@@ -49,6 +50,14 @@ class CFieldDecoder {
   // CFileCustException when an object cannot be kept.
   EFieldResult Decode(const CRowFrame& frame, size_t column, SValue& value);
 
+  // Appends the record of that value, where records hold values (store/ValueRecord.h); long texts are whole.
+  EFieldResult AppendRecord(const CRowFrame& frame, size_t column, CRecordBuffer& records);
+  // Whether the column's record refers to an object.
+  [[nodiscard]] bool HasObject(const CRowFrame& frame, size_t column) const {
+    const SField& field = m_columns[column];
+    return field.type == kTypeOle && !field.isCalculated && frame.IsPresent(field.number);
+  }
+
   // Tells the reader of long values which of them the row has.
   void NoteLongValues(const CRowFrame& frame);
 
@@ -56,12 +65,20 @@ class CFieldDecoder {
   void ReleaseMemory();
 
  private:
+  // How the record of a column's value comes about.
+  enum class EForm : uint8_t {
+    Mask,   // from the bit of the null mask
+    Bytes,  // as stored
+    Text,   // as stored or unpacked
+    Other,  // by way of the value
+  };
   // What is needed of a column, looked up once a table.
   struct SField {
     uint8_t type;
     uint8_t scale;
     bool isFixed;
     bool isCalculated;
+    EForm form;
     uint32_t number;
     size_t place;   // offset in the fixed area, or variable index
     size_t width;   // bytes of a fixed field
@@ -70,11 +87,17 @@ class CFieldDecoder {
   };
 
   [[nodiscard]] SField MakeField(const CAccessColumn& column, uint32_t codePage) const;
+  [[nodiscard]] static EForm FormOf(const SField& field);
+  [[nodiscard]] static CRowFrame::Field BytesOf(const SField& field, const CRowFrame& frame) {
+    return field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
+  }
+  EFieldResult AppendPlain(const SField& field, const CRowFrame& frame, CRecordBuffer& records);
   [[nodiscard]] bool IsContradicted(const SField& field, const CRowFrame& frame) const;
   EFieldResult DecodeBytes(const SField& field, std::span<const uint8_t> bytes, SValue& value);
   EFieldResult DecodeCalculated(const SField& field, std::span<const uint8_t> bytes, SValue& value);
   EFieldResult DecodeMemo(const SField& field, std::span<const uint8_t> bytes, SValue& value);
   EFieldResult DecodeOle(std::span<const uint8_t> bytes, SValue& value);
+  void AppendUnpackedText(std::span<const uint8_t> stored, CRecordBuffer& records);
   void DecodeText(const SField& field, std::span<const uint8_t> bytes, SValue& value);
   void DecodeDecimal(std::span<const uint8_t> bytes, SValue& value);
 

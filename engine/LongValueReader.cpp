@@ -131,7 +131,10 @@ bool CLongValueReader::Fail(const char* fault) {
 }
 
 bool CLongValueReader::SpendBudget(size_t bytes) {
-  const uint64_t cost = uint64_t{bytes} + kCostPerHop;
+  return Spend(uint64_t{bytes} + kCostPerHop);
+}
+
+bool CLongValueReader::Spend(uint64_t cost) {
   if (cost > m_budget) return false;
   m_budget -= cost;
   return true;

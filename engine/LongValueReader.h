@@ -38,6 +38,11 @@ class CLongValueReader {
   bool Read(std::span<const uint8_t> field, CLongValueSink& sink);
   // Why the value read last was not whole.
   [[nodiscard]] const char* GetFault() const { return m_fault; }
+  // What reading may still cost; a value that costs more ends early.
+  [[nodiscard]] uint64_t GetBudget() const { return m_budget; }
+  void SetBudget(uint64_t budget) { m_budget = budget; }
+  // Takes what another reader spent. False, and nothing is taken, where there is less.
+  bool Spend(uint64_t cost);
 
   // Pages whose slots are not believed; they outlive the reader. Rows on them are found by their lengths, of
   // which the fields are to be noted before the first value is read.

@@ -21,6 +21,8 @@ class CObjectFile : public CObjectSink {
 
   void Begin() override;
   void Take(std::span<const uint8_t> bytes) override;
+  // Bytes of the values so far.
+  [[nodiscard]] uint64_t GetLength() const { return m_length; }
   // Where the value stands in the file (store/ObjectPlace.h).
   std::span<const uint8_t> End() override;
 

@@ -15,9 +15,9 @@ constexpr size_t kUnreadableKept = 65536;
 
 bool CPageReader::Open(const std::u16string& path, CErrorHandler& handler) {
   Close();
-  m_file.SetPath(path);
-  if (!m_file.Open(handler)) return false;
-  m_fileLength = m_file.GetLength();
+  m_file->SetPath(path);
+  if (!m_file->Open(handler)) return false;
+  m_fileLength = m_file->GetLength();
   SetStart(0);
   return true;
 }
@@ -27,8 +27,19 @@ bool CPageReader::Open(const std::u16string& path) {
   return Open(path, handler);
 }
 
+void CPageReader::ShareFile(const CPageReader& other) {
+  m_file = other.m_file;
+  m_holes = other.m_holes;
+  m_fileLength = other.m_fileLength;
+  m_start = other.m_start;
+  m_length = other.m_length;
+  m_contentLength = other.m_contentLength;
+  m_stretches = other.m_stretches;
+  Forget();
+}
+
 void CPageReader::Close() {
-  m_file.Close();
+  m_file->Close();
   m_fileLength = 0;
   SetStart(0);
 }
@@ -88,7 +99,7 @@ size_t CPageReader::ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes) {
     bytes = bytes.first(static_cast<size_t>(std::min<uint64_t>(bytes.size(), room)));
   }
   CErrorHandler handler;
-  return m_file.ReadAt(fileOffset, bytes, handler);
+  return m_file->ReadAt(fileOffset, bytes, handler);
 }
 
 void CPageReader::Forget() {

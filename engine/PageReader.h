@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <unordered_set>
@@ -33,10 +34,17 @@ class CPageReader {
   static constexpr size_t kLargestBlock = size_t{1} << 20;
   static constexpr size_t kCachedPages = 64;
 
+  CPageReader() = default;
+  CPageReader(const CPageReader&) = delete;
+  CPageReader& operator=(const CPageReader&) = delete;
+
   bool Open(const std::u16string& path, CErrorHandler& handler);
   bool Open(const std::u16string& path);
   void Close();
-  [[nodiscard]] bool IsOpen() const { return m_file.IsOpen(); }
+  [[nodiscard]] bool IsOpen() const { return m_file->IsOpen(); }
+  // Reads the same pages from the same open file, for another thread. What is set and opened there later is
+  // not seen here; both end by themselves.
+  void ShareFile(const CPageReader& other);
 
   // In order, none touching another; they stay until other ones are set, whatever file is open.
   void SetHoles(std::vector<SFileRange> holes);
@@ -88,7 +96,7 @@ class CPageReader {
   // Null when it is not there.
   const SCachedPage* FindCached(uint64_t offset, size_t size);
 
-  CDBFileReader m_file;
+  std::shared_ptr<CDBFileReader> m_file = std::make_shared<CDBFileReader>();
   std::vector<SFileRange> m_holes;
   uint64_t m_fileLength = 0;
   uint64_t m_start = 0;

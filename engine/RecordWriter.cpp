@@ -19,12 +19,13 @@ bool CRecordWriter::Write(const SValue& value) {
     return true;
   }
   if (m_rules.recordsHoldTexts) return WriteText(value);
-  if (value.isNull)
-    m_file.WriteNull();
-  else if (value.isResult)
-    WriteResult(value);
-  else
+  if (!value.isNull && !value.isResult) {
     m_file.WriteRecord(value.bytes);
+    return true;
+  }
+  m_record.Clear();
+  AppendValue(value, m_record);
+  m_file.WriteRecords(m_record.GetBytes(0, m_record.GetSize()));
   return true;
 }
 
@@ -38,12 +39,6 @@ bool CRecordWriter::WriteText(const SValue& value) {
   const bool hasText = MakeStandardText(value, m_rules, m_text);
   m_file.WriteValue(m_text);
   return hasText;
-}
-
-void CRecordWriter::WriteResult(const SValue& value) {
-  m_result.assign({value.type, value.scale});
-  m_result.insert(m_result.end(), value.bytes.begin(), value.bytes.end());
-  m_file.WriteRecord(m_result);
 }
 
 }  // namespace tolvane

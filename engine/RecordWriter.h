@@ -11,6 +11,7 @@
 #include "format/Value.h"
 #include "model/RecoveryRules.h"
 #include "store/AccessTableDataFile.h"
+#include "store/RecordBuffer.h"
 
 namespace tolvane {
 
@@ -26,12 +27,11 @@ class CRecordWriter : public CLongValueSink {
 
  private:
   bool WriteText(const SValue& value);
-  void WriteResult(const SValue& value);
 
   const SRecoveryRules& m_rules;
   CAccessTableDataFile& m_file;
   std::u16string m_text;
-  std::vector<uint8_t> m_result;
+  CRecordBuffer m_record;   // of a value that is not its bytes
   bool m_hasBegun = false;  // a text of which Take had pieces
 };
 

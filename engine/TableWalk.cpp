@@ -40,6 +40,7 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext
                rules.recordsHoldTexts ? static_cast<CObjectSink&>(m_sideFile) : m_objectFile),
       m_records(rules, m_dataFile),
       m_frame(m_layout.row),
+      m_pool(m_reader, m_layout, rules, job, job.GetThreads()),
       m_page(m_layout.pageSize),
       m_target(m_layout.pageSize),
       m_targetOffset(kNoTarget),
@@ -95,15 +96,67 @@ bool CTableWalk::WalkPages() {
   std::vector<uint64_t> pages(m_table->dataPages.begin(), m_table->dataPages.end());
   bool isLossKnown = false;
   const std::vector<uint64_t> unmapped = SetAsideUnmapped(pages, isLossKnown);
-  for (const uint64_t offset : pages) {
-    if (!WalkPage(offset)) return false;
-    m_job.pages.IncrementPos();
-  }
+  if (!WalkPages(pages)) return false;
   // Freed pages hold older rows; they are the table's only where rows are missing for no other reason.
   if (isLossKnown || m_rows >= m_table->promisedRows) return true;
   for (const uint64_t offset : unmapped)
     if (!WalkPage(offset)) return false;
   return true;
+}
+
+// In the table's order, whichever thread decoded them.
+bool CTableWalk::WalkPages(std::span<const uint64_t> offsets) {
+  if (CanDecodeAhead()) {
+    CDecodePool::CTablePages decoded(m_pool,
+                                     {.table = m_table,
+                                      .profile = &*m_profile,
+                                      .leftovers = m_leftovers,
+                                      .codePage = m_data.source.codePage},
+                                     offsets);
+    while (SDecodedBatch* const batch = decoded.Next())
+      if (!TakeBatch(*batch)) return false;
+    return true;
+  }
+  for (const uint64_t offset : offsets) {
+    if (!WalkPage(offset)) return false;
+    m_job.pages.IncrementPos();
+  }
+  return true;
+}
+
+// Decoders know rows by the table's profile and write values, and the lengths of long values on broken pages
+// are found in the order of the rows.
+bool CTableWalk::CanDecodeAhead() const {
+  return m_profile && !m_rules.recordsHoldTexts && !m_rules.unreadablePageKeepsPrevious &&
+         m_claims.GetLongValuePages().IsEmpty();
+}
+
+// False: the run was stopped.
+bool CTableWalk::TakeBatch(SDecodedBatch& batch) {
+  SDecodedPage before;
+  for (size_t i = 0; i < batch.offsets.size(); i++) {
+    if (!m_job.repairing.IsRunning()) return false;
+    const SDecodedPage page = i < batch.pages.size() ? batch.pages[i] : before;
+    if (page.isPlain && m_longValues.Spend(page.longValueCost))
+      TakePage(page, before, batch);
+    else if (!WalkPage(batch.offsets[i]))
+      return false;
+    before = page;
+    before.isPlain = false;
+    m_job.pages.IncrementPos();
+  }
+  return true;
+}
+
+void CTableWalk::TakePage(const SDecodedPage& page, const SDecodedPage& before, SDecodedBatch& batch) {
+  const uint64_t place = m_objectFile.GetLength() - before.objectsEnd;
+  for (size_t i = before.referencesEnd; i < page.referencesEnd; i++)
+    MoveObjectReference(batch.records.GetBytes(batch.references[i]), place);
+  m_objectFile.Take(batch.objects.GetBytes(before.objectsEnd, page.objectsEnd));
+  m_dataFile.WriteRecords(batch.records.GetBytes(before.recordsEnd, page.recordsEnd));
+  m_table->leftoverValues += page.leftoverValues;
+  m_rows += page.rows;
+  m_job.progress.Advance(page.rows);
 }
 
 std::vector<uint64_t> CTableWalk::SetAsideUnmapped(std::vector<uint64_t>& pages, bool& isLossKnown) {

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "engine/DecodePool.h"
 #include "engine/FieldDecoder.h"
 #include "engine/LongValueReader.h"
 #include "engine/ObjectFile.h"
@@ -45,7 +46,11 @@ class CTableWalk {
   using Bytes = std::span<const uint8_t>;
 
   bool WalkPages();
+  bool WalkPages(std::span<const uint64_t> offsets);
   bool WalkPage(uint64_t offset);
+  [[nodiscard]] bool CanDecodeAhead() const;
+  bool TakeBatch(SDecodedBatch& batch);
+  void TakePage(const SDecodedPage& page, const SDecodedPage& before, SDecodedBatch& batch);
   // Takes the pages that the table's own map does not name out of the list, where nothing else tells freed
   // pages; `isLossKnown`: a page that it names is missing.
   std::vector<uint64_t> SetAsideUnmapped(std::vector<uint64_t>& pages, bool& isLossKnown);
@@ -86,6 +91,7 @@ class CTableWalk {
   CFieldDecoder m_fields;
   CRecordWriter m_records;
   CRowFrame m_frame;
+  CDecodePool m_pool;
 
   CAccessTable* m_table = nullptr;
   uint32_t m_rows = 0;

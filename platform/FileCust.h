@@ -101,7 +101,7 @@ class CFileCust {
   // Bytes read; fewer than asked at the end of the file, which is no error. On failure the handler is told
   // and what was read before it counts.
   size_t Read(std::span<uint8_t> buffer, CErrorHandler& handler);
-  // The same at an absolute offset, without moving the position.
+  // The same at an absolute offset, without moving the position; any number of threads at a time.
   size_t ReadAt(uint64_t offset, std::span<uint8_t> buffer, CErrorHandler& handler);
 
   // Cuts or extends the file and moves the position to its new end.
@@ -122,7 +122,7 @@ class CFileCust {
   // Waits until no overlapped write of this process is pending; false when the time is over.
   static bool WaitForOverlapped(uint32_t milliseconds);
 
-  [[nodiscard]] uint32_t GetLastErrorCode() const { return m_lastError; }
+  [[nodiscard]] uint32_t GetLastErrorCode() const { return m_lastError.load(); }
   [[nodiscard]] const std::u16string& GetPath() const { return m_path; }
 
  private:
@@ -133,7 +133,7 @@ class CFileCust {
   [[noreturn]] void Throw(uint32_t error);
 
   std::unique_ptr<SHandle> m_handle;
-  uint32_t m_lastError = kNoSystemError;
+  std::atomic<uint32_t> m_lastError = kNoSystemError;
   std::u16string m_path;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 #include "platform/Process.h"
 
@@ -23,6 +24,11 @@ CJobContext& Idle() {
 }
 
 }  // namespace
+
+uint32_t CJobContext::GetThreads() const {
+  const uint32_t threads = m_threads.Get();
+  return threads != 0 ? threads : std::max(std::thread::hardware_concurrency(), 1U);
+}
 
 void CJobContext::Stop() {
   repairing.SetRunning(false);

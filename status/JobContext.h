@@ -27,12 +27,20 @@ class CJobContext {
   CPreviewThreadStatus preview;
   CDisplayPause pause;
 
+  // How many threads the work may take; 0, the default: as many as the machine has processors. Set before the
+  // work begins.
+  void SetThreads(uint32_t threads) { m_threads.Set(threads); }
+  [[nodiscard]] uint32_t GetThreads() const;
+
   // A repair or a save runs and was not told to stop. Any thread.
   [[nodiscard]] bool IsRunning() const { return repairing.IsRunning() || saving.IsSaving(); }
   // Asks every worker of the job to leave at its next check. Any thread.
   void Stop();
   // Lets a full bar be seen, for the length of `pause` or until the job is told to stop. Worker threads.
   void Pause() const;
+
+ private:
+  CLocked<uint32_t> m_threads{0};
 };
 
 // The job that the process shows; until one is chosen, an idle one. The front end's thread chooses, and no

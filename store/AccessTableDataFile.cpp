@@ -99,6 +99,17 @@ void CAccessTableDataFile::WriteNull() {
   m_used += kCountBytes;
 }
 
+// Many at once need no second copy.
+void CAccessTableDataFile::WriteRecords(std::span<const uint8_t> records) {
+  if (records.size() < kBufferBytes) {
+    PutBytes(records);
+    return;
+  }
+  FlushBuffer();
+  m_written += records.size();
+  m_file.Write(records);
+}
+
 // Made at its first use.
 void CAccessTableDataFile::EmptyBuffer() {
   FlushBuffer();

@@ -51,6 +51,8 @@ class CAccessTableDataFile {
   void EndRecord();
   // Appends the record without bytes.
   void WriteNull();
+  // Appends whole records.
+  void WriteRecords(std::span<const uint8_t> records);
   // Writes what is buffered (may throw CFileCustException) and closes the file, in any case. Nothing when no
   // file is open.
   void CloseDataFile();

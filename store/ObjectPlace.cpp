@@ -15,6 +15,10 @@ ObjectReference MakeObjectReference(uint64_t offset, uint64_t length) {
   return reference;
 }
 
+void MoveObjectReference(std::span<uint8_t> bytes, uint64_t distance) {
+  PutLittle(bytes, 0, GetLittle<uint64_t>(bytes, 0) + distance);
+}
+
 bool TakeObjectReference(std::span<const uint8_t> bytes, SObjectPlace& place) {
   if (bytes.size() != ObjectReference{}.size()) return false;
   place.offset = GetLittle<uint64_t>(bytes, 0);

@@ -21,6 +21,8 @@ struct SObjectPlace {
 
 using ObjectReference = std::array<uint8_t, 16>;
 ObjectReference MakeObjectReference(uint64_t offset, uint64_t length);
+// The object stands so much further on; the bytes begin with its reference.
+void MoveObjectReference(std::span<uint8_t> bytes, uint64_t distance);
 // False when the bytes are no reference.
 bool TakeObjectReference(std::span<const uint8_t> bytes, SObjectPlace& place);
 

@@ -1,5 +1,7 @@
 #include "store/ValueRecord.h"
 
+#include <algorithm>
+
 namespace tolvane {
 
 bool TakeValue(const SValueKind& kind, std::span<const uint8_t> record, SValue& value) {
@@ -16,6 +18,19 @@ bool TakeValue(const SValueKind& kind, std::span<const uint8_t> record, SValue& 
   value.isNull = false;
   value.bytes = bytes;
   return true;
+}
+
+void AppendValue(const SValue& value, CRecordBuffer& records) {
+  if (value.isNull) {
+    records.AddNull();
+  } else if (value.isResult) {
+    const std::span<uint8_t> record = records.AddRecord(kResultHead + value.bytes.size());
+    record[0] = value.type;
+    record[1] = value.scale;
+    std::copy(value.bytes.begin(), value.bytes.end(), record.begin() + kResultHead);
+  } else {
+    records.AddRecord(value.bytes);
+  }
 }
 
 }  // namespace tolvane

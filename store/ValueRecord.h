@@ -8,6 +8,7 @@
 #include <span>
 
 #include "format/Value.h"
+#include "store/RecordBuffer.h"
 
 namespace tolvane {
 
@@ -23,5 +24,8 @@ inline constexpr size_t kResultHead = 2;
 // The value of a record as it stands in the file, its last byte included; without bytes it is null. False,
 // and null, when the bytes are no value of the type.
 bool TakeValue(const SValueKind& kind, std::span<const uint8_t> record, SValue& value);
+
+// Appends the record of a value.
+void AppendValue(const SValue& value, CRecordBuffer& records);
 
 }  // namespace tolvane
