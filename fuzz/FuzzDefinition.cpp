@@ -1,5 +1,7 @@
 // Table definitions: the decoder of each set of rules, the reader of all parts, and what it writes of a
 // definition that is whole, which must read back as the same.
+#include <set>
+
 #include "engine/DefinitionDecoder.h"
 #include "format/Definition.h"
 #include "fuzz/FuzzInput.h"
@@ -18,13 +20,19 @@ std::vector<uint8_t> Narrow(std::u16string_view name) {
   return stored;
 }
 
+// Whether the writer could have been given it: it numbers columns by itself.
+bool IsMade(const STableDefinition& definition) {
+  std::set<uint16_t> numbers;
+  for (const SColumnDefinition& column : definition.columns) numbers.insert(column.number);
+  return definition.columns.size() <= 255 && numbers.size() == definition.columns.size();
+}
+
 void Read(const SLayout& layout, std::span<const uint8_t> block) {
   uint64_t faults = 0;
   const auto count = [&](const SDefinitionFault&) { faults++; };
   STableDefinition definition;
   if (!DecodeDefinition(layout, block, Widen, count, definition)) return;
-  // What the writer is given is laid out by the program itself.
-  if (faults > 0 || definition.columns.size() > 255) return;
+  if (faults > 0 || !IsMade(definition)) return;
   const std::vector<uint8_t> first = EncodeDefinition(layout, definition, Narrow);
   STableDefinition again;
   Require(DecodeDefinition(layout, first, Widen, count, again) && faults == 0);
