@@ -33,6 +33,8 @@ class CDialogs {
   virtual std::u16string ChooseOpenFile(const SFileQuestion& question) = 0;
   // Asks before it answers with an existing file; a name without an extension gets the default one.
   virtual std::u16string ChooseSaveFile(const SFileQuestion& question) = 0;
+  // Of what the question asks, only title and folder count.
+  virtual std::u16string ChooseFolder(const SFileQuestion& question) = 0;
 };
 
 // Time, for the waits of the main thread; tests have one of their own.
@@ -52,6 +54,13 @@ struct STableItem {
   uint64_t rows = 0;
 };
 
+// What stands in the tree below the tables.
+enum class EObjectGroup : uint8_t { Query, Relationship };
+struct SObjectItem {
+  EObjectGroup group;
+  std::u16string label;
+};
+
 // The pages and their controls.
 class CMainViewWindow {
  public:
@@ -67,6 +76,8 @@ class CMainViewWindow {
   virtual void ClearLog() = 0;
   // Fills the tree below its root; an empty list clears it. Selects nothing.
   virtual void SetTables(const std::vector<STableItem>& tables) = 0;
+  // Adds these behind the tables, each group under a heading of its own; SetTables removes them.
+  virtual void SetObjects(const std::vector<SObjectItem>& items) = 0;
   // The rows of the list come from the workflow's record store, which has just been emptied or begun anew.
   virtual void RefreshRecords() = 0;
   // Where the repaired database is to lie, for the pages of the save; empty clears it.
@@ -96,6 +107,8 @@ class CMainFrameWindow {
   // Drains the message queue, dispatching paint messages only. Called in every loop that waits.
   virtual void KeepPainting() = 0;
   virtual void RestoreIfMinimised() = 0;
+  // A short message that asks for nothing; the empty one ends the one before.
+  virtual void ShowNotice(std::u16string_view text) = 0;
   // Ends the own process at once with exit code 0. Returns only in tests.
   virtual void EndProcess() = 0;
 };

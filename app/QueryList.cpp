@@ -25,7 +25,8 @@ SListedQuery List(CQuery& query, const SQueriesState& state) {
                       .reason = listing.problem,
                       .isWhole = listing.isWhole,
                       .isKindLost = query.name.empty() && state.rules.queriesAreTheirText,
-                      .isHidden = CQuerySaver::IsHidden(query.name)};
+                      .isHidden = CQuerySaver::IsHidden(query.name),
+                      .rows = query.GetRows()};
   if (listed.sql.empty() && listed.reason.empty())
     listed.reason = listed.isHidden ? u"a hidden query of a form or report is not rebuilt"
                                     : u"no SQL text can be rebuilt for this query";

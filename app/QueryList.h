@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "format/SavedQuery.h"
 #include "model/AccessData.h"
 
 namespace tolvane {
@@ -19,6 +20,7 @@ struct SListedQuery {
   bool isWhole = false;
   bool isKindLost = false;
   bool isHidden = false;  // of a form or report
+  std::vector<SQueryRow> rows = {};
 };
 
 // In the order of their rows. False when the recovered rows cannot be read.

@@ -202,6 +202,11 @@ void AppendInOneLine(std::u16string& line, std::u16string_view text) {
   for (const char16_t unit : text) line += unit < u' ' ? u' ' : unit;
 }
 
+std::u16string CRecordStore::GetStoredText(size_t item, size_t column) const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->ReadStored(item, column, SIZE_MAX);
+}
+
 SObjectPlace CRecordStore::GetObjectPlace(size_t item, size_t column) const {
   const std::lock_guard lock(m_state->mutex);
   SObjectPlace object;

@@ -51,6 +51,8 @@ class CRecordStore : public CPreviewList {
   [[nodiscard]] std::u16string GetWholeCell(size_t item, size_t column, size_t maxUnits = SIZE_MAX) const;
   // Appends the item's first cells in full, separated by tabs; tabs and line breaks inside become blanks.
   void AppendLine(size_t item, size_t columns, std::u16string& line) const;
+  // The text as the table's data file holds it, which the preview may show otherwise.
+  [[nodiscard]] std::u16string GetStoredText(size_t item, size_t column) const;
   // Where the bytes of an OLE object are; without a path where there is none.
   [[nodiscard]] SObjectPlace GetObjectPlace(size_t item, size_t column) const;
   // Removes all rows, then all columns. Not while the preview's thread runs.

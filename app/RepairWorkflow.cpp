@@ -24,6 +24,12 @@ SCommandSwitches SwitchesOf(EPageState page) {
   }
 }
 
+// Of the result, whatever the next repair goes by.
+ERules ChosenRules(const COvRepairFileManager& manager) {
+  const CAccessData* const data = manager.GetData();
+  return data && data->GetRules().recordsHoldTexts ? ERules::Standard : ERules::Exact;
+}
+
 constexpr SCommandSwitches kAllOff{.canRepair = false, .canStop = false, .canSave = false};
 
 }  // namespace
@@ -37,6 +43,7 @@ CRepairWorkflow::CRepairWorkflow(const SWorkflowParts& parts)
       m_clock(parts.clock ? *parts.clock : m_systemClock),
       m_recentFiles(parts.recentFiles),
       m_job(std::make_unique<CJob>()),
+      m_output(parts.dialogs, parts.frame, parts.version, [this] { ShowSwitches(); }),
       m_preview(parts.view, [this](const std::function<bool()>& condition) { WaitWhile(condition); }) {
   Context().pause.SetLength(parts.displayPause);
   m_page.SetView(&m_view);
@@ -58,7 +65,8 @@ bool CRepairWorkflow::IsTemplateMode() const {
 
 bool CRepairWorkflow::IsWorking() const {
   // A worker that has just ended is told by the next timer message; until then its page is still at work.
-  return GetPage() == EPageState::Repairing || GetPage() == EPageState::Saving || AreWorkersBusy();
+  return GetPage() == EPageState::Repairing || GetPage() == EPageState::Saving || AreWorkersBusy() ||
+         m_output.IsWorking();
 }
 
 bool CRepairWorkflow::AreWorkersBusy() const {
@@ -70,8 +78,12 @@ bool CRepairWorkflow::AreWorkersBusy() const {
 void CRepairWorkflow::SetPage(EPageState page) {
   m_page.SetState(page);
   m_page.UpdatePages(IsTemplateMode());
-  m_frame.EnableCommands(SwitchesOf(page));
+  ShowSwitches();
   ShowHint();
+}
+
+void CRepairWorkflow::ShowSwitches() {
+  m_frame.EnableCommands(m_output.IsWorking() ? SwitchesOf(EPageState::Saving) : SwitchesOf(GetPage()));
 }
 
 void CRepairWorkflow::ShowHint() {
@@ -94,6 +106,17 @@ void CRepairWorkflow::ShowHint() {
 
 bool CRepairWorkflow::HasFindings() const {
   return !IsNothingFound(Manager().GetData());
+}
+
+bool CRepairWorkflow::HasResult() const {
+  return GetPage() >= EPageState::Repaired && !m_job->IsRepairing() && Manager().GetData() != nullptr;
+}
+
+std::u16string CRepairWorkflow::DescribeResult() const {
+  if (!HasResult()) return {};
+  const COvFileSave& save = LastSave();
+  const bool isSaved = GetPage() == EPageState::Saved && !save.IsWorking();
+  return DescribeWhole(Manager(), isSaved ? &save.GetSummary() : nullptr, save.GetProblem());
 }
 
 bool CRepairWorkflow::IsResultHeld() const {
@@ -224,8 +247,13 @@ void CRepairWorkflow::OnRepairTimer() {
 
 void CRepairWorkflow::ShowResult() {
   m_preview.Forget();
+  m_object.reset();
   m_mayLeaveResult = false;
-  if (const CAccessData* data = Manager().GetData()) m_view.SetTables(ListTables(*data));
+  if (const CAccessData* data = Manager().GetData()) {
+    m_objects.Load(*data);
+    m_view.SetTables(ListTables(*data));
+    m_view.SetObjects(m_objects.GetItems());
+  }
   ShowSummary();
 }
 
@@ -233,6 +261,8 @@ void CRepairWorkflow::ShowResult() {
 void CRepairWorkflow::DiscardResult() {
   m_preview.Abort();
   m_view.SetTables({});
+  m_objects.Clear();
+  m_object.reset();
   m_preview.Clear();
   m_view.SetSummary({});
   m_view.SetOutputPath({});
@@ -329,9 +359,29 @@ void CRepairWorkflow::TellUnfinished() {
   CopyTexts();
 }
 
+// --- beside the save ---
+
+SExportChoice CRepairWorkflow::OfferExport(std::u16string_view table) const {
+  SExportChoice choice{.source = Manager().GetCorruptedPath(),
+                       .rules = ChosenRules(Manager()),
+                       .table = std::u16string(table),
+                       .path = {}};
+  choice.path = DefaultExportPath(choice);
+  return choice;
+}
+
+void CRepairWorkflow::ExportTables(const SExportChoice& choice) {
+  if (!IsWorking()) m_output.ExportTables(Manager(), choice);
+}
+
+void CRepairWorkflow::SaveReport() {
+  if (!IsWorking()) m_output.SaveReport(*m_job);
+}
+
 // --- timers ---
 
 void CRepairWorkflow::OnTimer(uint32_t identifier) {
+  if (identifier == kOutputTimer) m_output.OnTimer();
   if (!m_job || identifier != m_timer) return;
   if (identifier == kRepairTimer) OnRepairTimer();
   if (identifier == kSaveTimer) OnSaveTimer();
@@ -379,22 +429,41 @@ void CRepairWorkflow::CopyTexts() {
 void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
   // While the worker repairs, the result is its own.
   if (!m_preview.Remember(name) || m_job->IsRepairing()) return;
+  m_object.reset();
   m_preview.Abort();
   m_preview.Clear();
   ShowSummary();
   m_preview.Start(Manager().GetData());
 }
 
+void CRepairWorkflow::SelectTreeObject(size_t index) {
+  if (m_job->IsRepairing()) return;
+  m_preview.Abort();
+  m_preview.Forget();
+  m_preview.Clear();
+  m_object = index;
+  ShowSummary();
+}
+
 bool CRepairWorkflow::IsObject(size_t column) const {
   return !m_job->IsRepairing() && m_preview.IsObject(Manager().GetData(), column);
 }
 
-std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t maxUnits) const {
+std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t maxUnits) {
   return m_job->IsRepairing() ? std::u16string()
                               : m_preview.DescribeValue(Manager().GetData(), place, maxUnits);
 }
 
+bool CRepairWorkflow::SaveValue(CRecordStore::SPlace place) {
+  if (IsWorking()) return true;
+  std::vector<SSavedObject> objects = m_preview.ListObjects(Manager().GetData(), place);
+  if (objects.empty()) return false;
+  m_output.SaveObjects(std::move(objects));
+  return true;
+}
+
 void CRepairWorkflow::ShowSummary() {
+  if (m_object) return m_view.SetSummary(m_objects.Describe(*m_object));
   if (m_preview.IsRoot()) return m_view.SetSummary(DescribeRepair(Manager()));
   const CAccessTable* table = m_preview.FindTable(Manager().GetData());
   m_view.SetSummary(table ? DescribeTable(*table) : std::u16string());
@@ -432,6 +501,7 @@ bool CRepairWorkflow::Close() {
   if (GetPage() == EPageState::Saved) SetPage(EPageState::Repaired);
   if (GetPage() > EPageState::FileSelected) Back();
   m_preview.Abort();
+  m_output.Abort();
   m_job->Stop();
   WaitForWorkers();
   m_preview.GetRecords().Clear();

@@ -5,12 +5,15 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "app/FrontEnd.h"
 #include "app/Job.h"
 #include "app/RecentFiles.h"
+#include "app/ResultObjects.h"
+#include "app/ResultOutput.h"
 #include "app/ResultPreview.h"
 #include "app/ShowPageState.h"
 #include "app/StartChoice.h"
@@ -33,6 +36,7 @@ struct SWorkflowParts {
   CWaitClock* clock = nullptr;          // null: the system's
   CRecentFiles* recentFiles = nullptr;  // null: nothing is remembered
   uint32_t displayPause = 0;            // milliseconds for which a full bar can be seen
+  std::string_view version = {};        // of the program, for reports
 };
 
 class CRepairWorkflow {
@@ -74,15 +78,27 @@ class CRepairWorkflow {
   // process ends. Nothing but the destructor may be called then.
   bool Close();
   void OnTimer(uint32_t identifier);
+  // Beside the repaired database; nothing happens without a result or while something works.
+  void ExportTables(const SExportChoice& choice);
+  void SaveReport();
+  void StopOutput() { m_output.Stop(); }
+  // The choice that the export dialog begins with; the table's name, or empty for all.
+  [[nodiscard]] SExportChoice OfferExport(std::u16string_view table) const;
   // On every selection change of the tree; the text of the selected item, without its row count.
   void SelectTreeItem(std::u16string_view name);
+  // A query or relationship of the tree, by its place in what the view was given.
+  void SelectTreeObject(size_t index);
 
   // Views.
   [[nodiscard]] EPageState GetPage() const { return m_page.GetState(); }
   [[nodiscard]] bool IsTemplateMode() const;
   [[nodiscard]] bool IsWorking() const;  // a repair or a save runs
-  // Whether the result holds what can be saved.
+  // On the pages of a result: there is one, it holds what can be saved, and this page offers to save it.
+  [[nodiscard]] bool HasResult() const;
   [[nodiscard]] bool HasFindings() const;
+  [[nodiscard]] bool CanSave() const { return GetPage() == EPageState::Repaired && HasFindings(); }
+  // Of the held result, in full: the summary, and every place of damage.
+  [[nodiscard]] std::u16string DescribeResult() const;
   // Whether ShowHeldResult leads anywhere.
   [[nodiscard]] bool IsResultHeld() const;
   [[nodiscard]] const COvRepairFileManager& GetManager() const { return m_job->GetManager(); }
@@ -91,7 +107,9 @@ class CRepairWorkflow {
   // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
   // first bytes.
   [[nodiscard]] bool IsObject(size_t column) const;
-  [[nodiscard]] std::u16string DescribeValue(CRecordStore::SPlace place, size_t maxUnits = SIZE_MAX) const;
+  [[nodiscard]] std::u16string DescribeValue(CRecordStore::SPlace place, size_t maxUnits = SIZE_MAX);
+  // Of an OLE object or attached files: asks where to and saves the bytes. False for other values.
+  bool SaveValue(CRecordStore::SPlace place);
 
  private:
   [[nodiscard]] CJobContext& Context() const { return m_job->GetContext(); }
@@ -99,6 +117,7 @@ class CRepairWorkflow {
   [[nodiscard]] const COvFileSave& LastSave() const { return m_job->GetSave(); }
   [[nodiscard]] bool AreWorkersBusy() const;
   void SetPage(EPageState page);
+  void ShowSwitches();
   void ShowHint();
   void ShowSummary();
 
@@ -145,7 +164,10 @@ class CRepairWorkflow {
   SStartChoice m_resultOrigin;
   bool m_mayLeaveResult = true;  // it was saved, or the user does not want it
   std::unique_ptr<CJob> m_job;   // gone once the program is closed
-  CResultPreview m_preview;      // last, so that its thread ends before what it works on
+  CResultObjects m_objects;
+  std::optional<size_t> m_object;  // the selected one of them
+  CResultOutput m_output;
+  CResultPreview m_preview;  // last, so that its thread ends before what it works on
 };
 
 }  // namespace tolvane

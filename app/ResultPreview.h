@@ -3,13 +3,18 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/FrontEnd.h"
 #include "app/RecordStore.h"
+#include "app/ResultOutput.h"
 #include "app/TablePreview.h"
 #include "model/AccessData.h"
+#include "render/PreviewText.h"
+#include "status/Status.h"
 
 namespace tolvane {
 
@@ -37,17 +42,26 @@ class CResultPreview {
   void Clear();
 
   [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
-  // A value to read in full; of an OLE object, which is the kind of value in some columns, its first bytes.
+  // A value to read in full: of an OLE object, which is the kind of value in some columns, its first bytes;
+  // of several values in one cell a line each.
   [[nodiscard]] bool IsObject(const CAccessData* data, size_t column) const;
   [[nodiscard]] std::u16string DescribeValue(const CAccessData* data, CRecordStore::SPlace place,
-                                             size_t maxUnits) const;
+                                             size_t maxUnits);
+  // What of a value can be saved as a file: an OLE object, attached files; nothing of other values.
+  std::vector<SSavedObject> ListObjects(const CAccessData* data, CRecordStore::SPlace place);
 
  private:
+  // Of a complex column's cell: its values, and the key of its record. Null for other cells.
+  CComplexValues* FindValues(const CAccessData* data, CRecordStore::SPlace place, int32_t& key);
+  std::u16string ListValues(CComplexValues& values, int32_t key) const;
+
   CMainViewWindow& m_view;
   Wait m_wait;
   std::u16string m_item;
   CRecordStore m_records;
-  CTablePreview m_preview;  // last, so that its thread ends before what it works on
+  CPreviewThreadStatus m_own;             // the lists of values are read to their end
+  std::unique_ptr<CPreviewText> m_texts;  // of the item's table, made when first needed
+  CTablePreview m_preview;                // last, so that its thread ends before what it works on
 };
 
 }  // namespace tolvane

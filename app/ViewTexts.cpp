@@ -168,6 +168,29 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
   return lines.Take();
 }
 
+std::u16string DescribeWhole(const COvRepairFileManager& manager, const SSaveSummary* saved,
+                             std::u16string_view problem) {
+  CLines lines;
+  lines.Add(u"Summary of the repair");
+  lines.Add(DescribeRepair(manager));
+  const CAccessData* const data = manager.GetData();
+  if (data && saved) {
+    lines.Add({});
+    lines.Add(u"Summary of the save");
+    lines.Add(DescribeSave(*saved, *data, problem));
+  }
+  lines.Add({});
+  lines.Add(u"Every place of damage");
+  bool isDamaged = false;
+  if (data)
+    ForEachDamage(*data, [&](const std::u16string& line) {
+      lines.Add(line);
+      isDamaged = true;
+    });
+  if (!isDamaged) lines.Add(u"None is known.");
+  return lines.Take();
+}
+
 std::u16string DescribeObject(const SObjectPlace& place, size_t bytesShown) {
   if (!FileExists(place.path)) return u"No object.";  // what is empty gets no side file
   CSideFileSource object;

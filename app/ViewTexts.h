@@ -50,6 +50,10 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager);
 // nothing was saved, or empty.
 std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem);
+// Of a result in full, for a file: the summary of the repair and, when it was saved, of the save, and every
+// place of damage as a line of its own.
+std::u16string DescribeWhole(const COvRepairFileManager& manager, const SSaveSummary* saved,
+                             std::u16string_view problem);
 // Of an OLE object: its length and its first bytes, as numbers and as characters.
 std::u16string DescribeObject(const SObjectPlace& place, size_t bytesShown);
 

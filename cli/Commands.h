@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 
+#include "app/FileExport.h"
 #include "cli/ExitStatus.h"
 #include "cli/Session.h"
 
@@ -23,7 +24,7 @@ SCommandEnd RunTables(CSession& session);
 SCommandEnd RunPreview(CSession& session);
 SCommandEnd RunExport(CSession& session);
 // Of the formats that are one file with all tables.
-SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only);
+SCommandEnd ExportToDatabase(CSession& session, const SFileExportTask& task);
 SCommandEnd RunQueries(CSession& session);
 SCommandEnd RunObjects(CSession& session);
 SCommandEnd RunInspect(CSession& session);

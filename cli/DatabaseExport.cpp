@@ -1,6 +1,6 @@
 // export --format sql and sqlite: all tables as one script or database.
 
-#include "app/OutputFile.h"
+#include "app/FileExport.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
@@ -8,23 +8,12 @@
 #include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
-#include "export/SqlScript.h"
-#include "export/SqliteFile.h"
-#include "platform/Files.h"
 #include "platform/Text.h"
 #include "writer/SafeName.h"
 
 namespace tolvane {
 
 namespace {
-
-// How an export into one file ended.
-struct SExported {
-  EExportEnd end = EExportEnd::Done;
-  std::u16string problem;
-  std::vector<SSqlCount> counts;
-  bool areKeysWhole = true;  // as far as it is known
-};
 
 // Tells what the tables lack. False when one lacks something.
 bool TellCounts(CSession& session, const SSqlSchema& schema, const std::vector<SSqlCount>& counts) {
@@ -72,75 +61,29 @@ std::optional<SFailure> PrintTables(const CSession& session, const SSqlSchema& s
   return std::nullopt;
 }
 
-SExported WriteScript(CSession& session, const SSqlSchema& schema, const CSqlDialect& dialect,
-                      const std::u16string& path) {
-  SExported exported;
-  CExportSink sink;
-  if (!path.empty() && !sink.Open(path))
-    return {.end = EExportEnd::NotWritten, .problem = sink.GetProblem(), .counts = {}};
-  const StopRequest isStopped = IsInterrupted;
-  CSqlScript script(
-      schema, dialect,
-      u"Recovered by Tolvane for Access from " + std::u16string(FileNameOf(session.GetArguments().source)),
-      isStopped);
-  exported.end = script.Write(sink);
-  exported.problem = sink.GetProblem();
-  exported.counts = script.GetCounts();
-  return exported;
-}
-
-SExported WriteDatabase(CSession& session, const CSqliteLibrary& library, SSqlSchema& schema,
-                        const std::u16string& path) {
-  const StopRequest isStopped = IsInterrupted;
-  CSqliteFile file(library.Get(), session.GetData(), schema, isStopped);
-  SExported exported;
-  exported.end = file.Write(path);
-  exported.problem = file.GetProblem();
-  exported.counts = file.GetCounts();
-  exported.areKeysWhole = file.AreKeysWhole();
-  return exported;
-}
-
 }  // namespace
 
-SCommandEnd ExportToDatabase(CSession& session, const CAccessTable* only) {
-  const SArguments& arguments = session.GetArguments();
-  const bool isToFile = !arguments.output.empty();
-  const bool isScript = arguments.exporting.format == EExportFormat::Sql;
-  CSqliteLibrary library;
-  std::u16string problem;
-  if (!isScript && !library.Load(problem)) return SFailure{EExitStatus::Failed, problem};
-  COutputFile output;
-  if (isToFile) {
-    const SOutputVerdict verdict =
-        output.Reserve({arguments.output, arguments.source, arguments.templatePath, arguments.mayOverwrite});
-    if (verdict.state != EOutputState::Ok) return RefuseOutput(arguments.output, verdict);
-  }
-  const CSqlDialect dialect(arguments.exporting.dialect);
-  SSqlSchema schema =
-      MakeSqlSchema(session.GetData(), dialect, only, arguments.withSystemTables, IsInterrupted);
-  const SExported exported = isScript ? WriteScript(session, schema, dialect, output.GetPartialPath())
-                                      : WriteDatabase(session, library, schema, output.GetPartialPath());
+SCommandEnd ExportToDatabase(CSession& session, const SFileExportTask& task) {
+  const bool isToFile = !task.file.empty();
+  const SDatabaseExport exported = WriteDatabaseFile(session.GetData(), task, IsInterrupted);
+  if (!exported.refusal.empty()) return SFailure{EExitStatus::Failed, exported.refusal};
+  if (exported.verdict.state != EOutputState::Ok) return RefuseOutput(task.file, exported.verdict);
   switch (exported.end) {
     case EExportEnd::Stopped:
       return isToFile ? StoppedByUser()
                       : SFailure{EExitStatus::Stopped, u"Stopped. The output is not complete."};
     case EExportEnd::NotWritten:
       return SFailure{EExitStatus::Failed,
-                      isToFile
-                          ? AboutFile(arguments.output, u"The file cannot be written: " + exported.problem)
-                          : exported.problem + u" The output is not complete."};
+                      isToFile ? AboutFile(task.file, u"The file cannot be written: " + exported.problem)
+                               : exported.problem + u" The output is not complete."};
     case EExportEnd::Done:
       break;
   }
-  if (isToFile)
-    if (const SOutputVerdict end = output.Complete(); end.state != EOutputState::Ok)
-      return RefuseOutput(arguments.output, end);
-  const bool isWhole = TellCounts(session, schema, exported.counts) && exported.areKeysWhole;
-  for (const std::u16string& remark : schema.remarks) session.Mention(remark);
+  const bool isWhole = TellCounts(session, exported.schema, exported.counts) && exported.areKeysWhole;
+  for (const std::u16string& remark : exported.schema.remarks) session.Mention(remark);
   const EExitStatus status = isWhole ? DecideStatus(session.GetData(), nullptr) : EExitStatus::Incomplete;
   if (isToFile)
-    if (auto failure = PrintTables(session, schema, exported.counts, status)) return *failure;
+    if (auto failure = PrintTables(session, exported.schema, exported.counts, status)) return *failure;
   MentionDamage(session);
   return status;
 }

@@ -22,8 +22,10 @@ bool CLogEditView::CopyLog() const {
   return CopyTextToClipboard(m_window, GetLogText());
 }
 
-bool CLogEditView::SaveLog(std::u16string_view path, std::u16string& problem) const {
-  const std::string text = "\xEF\xBB\xBF" + ToUtf8(GetLogText()) + "\r\n";
+bool CLogEditView::SaveLog(std::u16string_view path, std::u16string_view more,
+                           std::u16string& problem) const {
+  std::string text = "\xEF\xBB\xBF" + ToUtf8(GetLogText()) + "\r\n";
+  if (!more.empty()) text += "\r\n" + ToUtf8(more) + "\r\n";
   CFileCust file;
   if (!file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways)) {
     problem = SystemMessage(file.GetLastErrorCode());

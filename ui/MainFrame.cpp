@@ -5,6 +5,7 @@
 #include <commctrl.h>
 #include <shellapi.h>
 
+#include <VersionNumbers.h>
 #include <algorithm>
 
 #include "embedded/EmbeddedEngine.h"
@@ -13,9 +14,8 @@
 #include "platform/Wide_win.h"
 #include "status/JobContext.h"
 #include "ui/CrashNote.h"
-#include "ui/DlgSettings.h"
+#include "ui/FrameMenu.h"
 #include "ui/Resource.h"
-#include "ui/StartRecoverDlg.h"
 #include "ui/win/Area.h"
 #include "ui/win/Dialog.h"
 #include "ui/win/Screen.h"
@@ -30,8 +30,6 @@ constexpr int kHeight = 720;
 constexpr int kLeastWidth = 640;
 constexpr int kLeastHeight = 400;
 constexpr int kActivityWidth = 160;
-// Of a path in a menu.
-constexpr size_t kMenuUnits = 60;
 
 // The bar that only shows that something goes on begins anew after so many steps.
 constexpr int kActivitySteps = 10;
@@ -39,24 +37,19 @@ constexpr int kActivitySteps = 10;
 // How long a full bar stays before the next step begins.
 constexpr uint32_t kDisplayPause = 1000;
 
-constexpr std::u16string_view kLogFilter = u"Text Files (*.txt)|*.txt||";
-constexpr std::u16string_view kGuideName = u"TolvaneForAccess.html";
-
 double GetSeconds() {
   return static_cast<double>(GetTickCount64()) / 1000;
 }
-
-class CAboutDialog : public CDialog {
- public:
-  CAboutDialog() : CDialog(IDD_ABOUT) {}
-};
 
 }  // namespace
 
 // --- creation ---
 
 CMainFrame::CMainFrame(CProfile& profile, CRecentFiles& recentFiles, CRunFolder& runFolder)
-    : m_profile(profile), m_recentFiles(recentFiles), m_runFolder(runFolder) {}
+    : m_profile(profile),
+      m_recentFiles(recentFiles),
+      m_runFolder(runFolder),
+      m_commands(profile, m_dialogs, m_view) {}
 
 bool CMainFrame::RegisterFrameClass() {
   return RegisterWindowClass(TOLVANE_FRAME_CLASS, COLOR_BTNFACE, IDR_MAINFRAME);
@@ -117,7 +110,9 @@ bool CMainFrame::CreateWorkflow() {
                                                                 .processes = m_processes,
                                                                 .engine = *m_engine,
                                                                 .recentFiles = &m_recentFiles,
-                                                                .displayPause = kDisplayPause});
+                                                                .displayPause = kDisplayPause,
+                                                                .version = TOLVANE_VERSION_TEXT});
+  m_commands.Start(m_window, *m_workflow, [this](std::u16string_view text) { ShowNotice(text); });
   m_view.SetWorkflow(*m_workflow);
   return true;
 }
@@ -223,7 +218,7 @@ bool CMainFrame::IsChoosing() const {
 void CMainFrame::OnCommand(UINT identifier) {
   switch (identifier) {
     case ID_NEW_REPAIR:
-      return OnNewRepair();
+      return m_commands.AskForNewRepair();
     case ID_CHOOSE_FILE:
       if (m_switches.canRepair && m_workflow->MayLeaveResult()) m_workflow->ChooseCorruptedFile();
       return;
@@ -254,16 +249,19 @@ void CMainFrame::OnCommand(UINT identifier) {
       Send(WM_CLOSE);
       return;
     case ID_SETTINGS:
-      return OnSettings();
+      return m_commands.AskForSettings();
     case ID_SAVE_LOG:
-      return OnSaveLog();
+      return m_commands.SaveLog();
+    case ID_EXPORT:
+      return m_commands.Export();
+    case ID_SAVE_REPORT:
+      return m_workflow->SaveReport();
     case ID_OPEN_FOLDER:
-      return OnOpenFolder();
+      return m_commands.OpenFolder();
     case ID_HELP_GUIDE:
-      return OnHelp();
+      return m_commands.ShowHelp();
     case ID_ABOUT:
-      CAboutDialog().DoModal(m_window);
-      return;
+      return m_commands.ShowAbout();
     default:
       break;
   }
@@ -296,6 +294,8 @@ void CMainFrame::OnRecordsCommand(UINT identifier) {
       return records.FindNext();
     case ID_SHOW_CELL:
       return records.ShowWholeCell();
+    case ID_SAVE_VALUE:
+      return records.SaveValue();
     default:
       return;
   }
@@ -308,7 +308,7 @@ void CMainFrame::OnNext() {
 }
 
 bool CMainFrame::CanSave() const {
-  return m_workflow->GetPage() == EPageState::Repaired && m_switches.canSave && m_workflow->HasFindings();
+  return m_switches.canSave && m_workflow->CanSave();
 }
 
 // From the last page to the result is no way off it.
@@ -321,58 +321,7 @@ void CMainFrame::OnStop() {
   if (!m_switches.canStop) return;
   m_workflow->StopRepair();
   m_workflow->StopSave();
-}
-
-void CMainFrame::OnNewRepair() {
-  if (!m_switches.canRepair || !m_workflow->MayLeaveResult()) return;
-  const COvRepairFileManager& manager = m_workflow->GetManager();
-  CStartRecoverDlg dialog({.isTemplateMode = m_workflow->IsTemplateMode(),
-                           .corruptedFile = IsChoosing() ? manager.GetCorruptedPath() : std::u16string(),
-                           .templateFile = manager.GetTemplatePath()});
-  if (dialog.DoModal(m_window) != IDOK) return;
-  const SStartChoice& choice = dialog.GetChoice();
-  m_workflow->ChooseMode(choice.isTemplateMode);
-  m_workflow->SelectTemplateFile(choice.templateFile);
-  m_workflow->SelectCorruptedFile(choice.corruptedFile);
-  if (m_workflow->GetPage() == EPageState::FileSelected) m_workflow->Next();
-}
-
-void CMainFrame::OnSettings() {
-  CDlgSettings dialog(m_settings);
-  if (dialog.DoModal(m_window) != IDOK) return;
-  m_settings = dialog.GetSettings();
-  m_workflow->SetRules(m_settings.rules);
-}
-
-void CMainFrame::OnSaveLog() {
-  const std::u16string path = m_dialogs.ChooseSaveFile({.title = u"Save log",
-                                                        .filter = std::u16string(kLogFilter),
-                                                        .defaultExtension = u"txt",
-                                                        .defaultName = u"Tolvane log.txt"});
-  if (path.empty()) return;
-  std::u16string problem;
-  if (m_view.GetLog().SaveLog(path, problem))
-    ShowNotice(u"The log was saved: " + path);
-  else
-    m_dialogs.ShowMessage(path + u": " + problem, EMessageIcon::Warning);
-}
-
-// With the file selected in it.
-void CMainFrame::OnOpenFolder() {
-  const std::u16string& path = m_workflow->GetOutputPath();
-  if (m_workflow->GetPage() != EPageState::Saved || path.empty()) return;
-  const std::wstring parameters =
-      FileExists(path) ? L"/select,\"" + ToWide(path) + L"\"" : L"\"" + ToWide(FolderOf(path)) + L"\"";
-  ShellExecuteW(m_window, nullptr, L"explorer.exe", parameters.c_str(), nullptr, SW_SHOWNORMAL);
-}
-
-// The guide lies beside the program; without it the About box says what the program does.
-void CMainFrame::OnHelp() {
-  const std::u16string guide = GetExecutableFolder() + std::u16string(kGuideName);
-  if (FileExists(guide))
-    ShellExecuteW(m_window, L"open", ToWide(guide).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
-  else
-    CAboutDialog().DoModal(m_window);
+  m_workflow->StopOutput();
 }
 
 void CMainFrame::SelectFile(std::u16string_view path) {
@@ -407,7 +356,7 @@ void CMainFrame::OnClose() {
 
 // --- the window ---
 
-void CMainFrame::ShowNotice(std::u16string_view text) const {
+void CMainFrame::ShowNotice(std::u16string_view text) {
   SendMessageW(m_statusBar, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(ToWide(text).c_str()));
 }
 
@@ -447,47 +396,6 @@ void CMainFrame::OnGetMinMaxInfo(MINMAXINFO& info) const {
                          std::min<LONG>(m_dpi.Scale(kLeastHeight), work.GetHeight())};
 }
 
-void CMainFrame::OnMenu(HMENU menu) {
-  const auto enable = [menu](UINT identifier, bool isEnabled) {
-    EnableMenuItem(menu, identifier, MF_BYCOMMAND | static_cast<UINT>(isEnabled ? MF_ENABLED : MF_GRAYED));
-  };
-  const EPageState page = m_workflow->GetPage();
-  enable(ID_NEW_REPAIR, m_switches.canRepair);
-  enable(ID_CHOOSE_FILE, m_switches.canRepair);
-  enable(ID_CHOOSE_TEMPLATE, m_switches.canRepair && IsChoosing() && m_workflow->IsTemplateMode());
-  enable(ID_MODE_STANDARD, IsChoosing());
-  enable(ID_MODE_TEMPLATE, IsChoosing());
-  enable(ID_REPAIR, m_switches.canRepair && IsChoosing());
-  enable(ID_SAVE_RESULT, CanSave());
-  enable(ID_FORWARD, m_workflow->IsResultHeld());
-  enable(ID_BACK, m_switches.canRepair && page >= EPageState::Repaired);
-  enable(ID_STOP, m_switches.canStop);
-  enable(ID_OPEN_FOLDER, page == EPageState::Saved);
-  enable(ID_SAVE_LOG, !m_view.GetLog().GetLogText().empty());
-  enable(ID_COPY_LOG, !m_view.GetLog().GetLogText().empty());
-  for (const UINT command : {ID_COPY_ROWS, ID_FIND, ID_FIND_NEXT, ID_SHOW_CELL})
-    enable(command, m_view.HasRecords());
-  CheckMenuRadioItem(menu, ID_MODE_STANDARD, ID_MODE_TEMPLATE,
-                     m_workflow->IsTemplateMode() ? ID_MODE_TEMPLATE : ID_MODE_STANDARD, MF_BYCOMMAND);
-  if (GetMenuItemID(menu, 0) == ID_NEW_REPAIR) ListRecentFiles(menu);
-}
-
-// Above the way out.
-void CMainFrame::ListRecentFiles(HMENU menu) const {
-  for (UINT command = ID_RECENT_FIRST; command <= ID_RECENT_LAST + 1; ++command)
-    DeleteMenu(menu, command, MF_BYCOMMAND);
-  const auto& paths = m_recentFiles.Get();
-  for (size_t i = 0; i < paths.size(); ++i) {
-    std::wstring text = L"&" + std::to_wstring(i + 1) + L" ";
-    const auto fits = [](std::u16string_view shown) { return shown.size() <= kMenuUnits; };
-    for (const char16_t unit : ShortenPath(paths[i], fits))
-      text.append(unit == u'&' ? 2 : 1, static_cast<wchar_t>(unit));
-    InsertMenuW(menu, ID_EXIT, MF_BYCOMMAND | (m_switches.canRepair ? 0u : MF_GRAYED), ID_RECENT_FIRST + i,
-                text.c_str());
-  }
-  if (!paths.empty()) InsertMenuW(menu, ID_EXIT, MF_BYCOMMAND | MF_SEPARATOR, ID_RECENT_LAST + 1, nullptr);
-}
-
 LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   if (message == CTaskbarButton::GetCreatedMessage()) {
     m_taskbar.OnCreated(m_window);
@@ -513,7 +421,7 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       OnDpiChanged(LOWORD(wParam), *reinterpret_cast<const RECT*>(lParam));
       return 0;
     case WM_INITMENUPOPUP:
-      OnMenu(reinterpret_cast<HMENU>(wParam));
+      PrepareMenu(reinterpret_cast<HMENU>(wParam), {*m_workflow, m_view, m_recentFiles, m_switches});
       return 0;
     case WM_COMMAND:
       OnCommand(LOWORD(wParam));

@@ -9,10 +9,10 @@
 #include "app/OverallProgress.h"
 #include "app/RecentFiles.h"
 #include "app/RepairWorkflow.h"
-#include "app/Settings.h"
 #include "dao/dao.h"
 #include "platform/ProcessManager.h"
 #include "store/WorkFolder.h"
+#include "ui/FrameCommands.h"
 #include "ui/OrlinVexaFileScanView.h"
 #include "ui/Profile.h"
 #include "ui/TaskbarButton.h"
@@ -31,8 +31,6 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   bool Create(std::u16string_view path);
   // True when the message was a key of the window's own.
   bool TranslateKeys(MSG& message);
-  // In the status bar.
-  void ShowNotice(std::u16string_view text) const;
   // As it was when the program ended last.
   [[nodiscard]] bool IsToBeMaximised() const { return m_isMaximised; }
 
@@ -46,6 +44,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void EnableCommands(const SCommandSwitches& switches) override;
   void KeepPainting() override { DispatchPaintMessages(); }
   void RestoreIfMinimised() override;
+  void ShowNotice(std::u16string_view text) override;  // in the status bar
   void EndProcess() override;
 
  protected:
@@ -62,20 +61,13 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void OnNext();
   void OnBack();
   void OnStop();
-  void OnNewRepair();
-  void OnSettings();
-  void OnSaveLog();
-  void OnOpenFolder();
-  void OnHelp();
   void OnDrop(WPARAM drop);
   void OnDpiChanged(UINT dpi, const RECT& area);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void ApplyDpi(CDpi dpi);
   void CallUser() const;
-  void OnMenu(HMENU menu);
   void SelectFile(std::u16string_view path);
   void SelectRecentFile(const std::u16string& path);
-  void ListRecentFiles(HMENU menu) const;
   void Arrange();
   void UpdateTitle();
   [[nodiscard]] bool IsChoosing() const;
@@ -84,9 +76,9 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   CProfile& m_profile;
   CRecentFiles& m_recentFiles;
   CRunFolder& m_runFolder;
-  SSettings m_settings;
   CWindowDialogs m_dialogs;
   COrlinVexaFileScanView m_view;
+  CFrameCommands m_commands;
   CProcessManager m_processes;
   std::unique_ptr<CDaoEngine> m_engine;
   std::unique_ptr<CRepairWorkflow> m_workflow;

@@ -15,6 +15,7 @@
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
 #include "status/Status.h"
+#include "ui/Clipboard.h"
 #include "ui/Resource.h"
 #include "ui/ViewControls.h"
 
@@ -39,6 +40,7 @@ bool COrlinVexaFileScanView::Create(HWND frame) {
   GetItem(IDC_MODE_STANDARD_TEXT).SetText(kStandardModeText);
   GetItem(IDC_MODE_TEMPLATE_TEXT).SetText(kTemplateModeText);
   m_standardMode.Choose(true);
+  m_recentFiles.Attach(GetDlgItem(m_window, IDC_RECENT_LIST));
   return true;
 }
 
@@ -124,7 +126,7 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   m_state.isTemplateMode = isTemplateMode;
   m_standardMode.Choose(!isTemplateMode);
   m_advanceMode.Choose(isTemplateMode);
-  m_state.review = m_tree.IsTableSelected() ? EReview::Table : EReview::Overview;
+  m_state.review = GetReview();
   Send(WM_SETREDRAW, FALSE);
   UpdateTexts();
   UpdateVisibility();
@@ -152,11 +154,11 @@ bool COrlinVexaFileScanView::IsShownHere(UINT identifier) const {
     case EWhen::Template:
       return m_state.isTemplateMode;
     case EWhen::Recent:
-      return !m_recentFiles.empty();
+      return !m_recentFiles.IsEmpty();
     case EWhen::Table:
       return isReview && IsTableShown();
     case EWhen::Overview:
-      return !isReview || !IsTableShown();
+      return !isReview || m_state.review == EReview::Overview;
     case EWhen::Held:
       return m_workflow && m_workflow->IsResultHeld();
     case EWhen::Always:
@@ -174,18 +176,27 @@ void COrlinVexaFileScanView::Arrange(bool isPageTheSame) {
   if (IsRectEmpty(std::array{GetClientArea()}.data())) return;
   CViewLayout layout(m_window, m_dpi, m_fonts, m_state, isPageTheSame);
   layout.Arrange();
-  m_treeSplitter = layout.GetTreeSplitter();
-  m_lowerSplitter = layout.GetLowerSplitter();
+  m_splitters.Take(layout);
   m_commandTop = layout.GetCommandTop();
   ShowSummaryScroller();
-  if (m_state.page <= EPageState::FileSelected) ListRecentFiles();
+  if (m_state.page <= EPageState::FileSelected) m_recentFiles.Show(m_dpi, m_fonts.message);
   // What only moves a little takes its picture along.
   if (!isPageTheSame)
     RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
+EReview COrlinVexaFileScanView::GetReview() const {
+  if (m_tree.GetSelectedObject()) return EReview::Object;
+  return m_tree.IsTableSelected() ? EReview::Table : EReview::Overview;
+}
+
+std::u16string COrlinVexaFileScanView::GetSelectedTable() const {
+  return m_state.page == EPageState::Repaired && m_tree.IsTableSelected() ? m_tree.GetSelectedName()
+                                                                          : std::u16string();
+}
+
 void COrlinVexaFileScanView::ShowReview() {
-  const EReview review = m_tree.IsTableSelected() ? EReview::Table : EReview::Overview;
+  const EReview review = GetReview();
   if (review == m_state.review) return;
   m_state.review = review;
   UpdateVisibility();
@@ -278,34 +289,9 @@ void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
 }
 
 void COrlinVexaFileScanView::SetRecentFiles(const std::vector<std::u16string>& paths) {
-  m_recentFiles = paths;
-  ListRecentFiles();
+  m_recentFiles.SetPaths(paths);
+  m_recentFiles.Show(m_dpi, m_fonts.message);
   UpdateVisibility();
-}
-
-// As much of each path as there is room for.
-void COrlinVexaFileScanView::ListRecentFiles() const {
-  const CWnd list = GetItem(IDC_RECENT_LIST);
-  const int room = list.GetClientArea().right - m_dpi.Scale(8);
-  const LRESULT selected = list.Send(LB_GETCURSEL);
-  list.Send(WM_SETREDRAW, FALSE);
-  list.Send(LB_RESETCONTENT);
-  for (const std::u16string& path : m_recentFiles) {
-    const std::u16string shown = ShortenPath(path, [&](std::u16string_view text) {
-      return m_fonts.message.GetTextWidth(ToWide(text).c_str()) <= room;
-    });
-    list.Send(LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(ToWide(shown).c_str()));
-  }
-  list.Send(LB_SETCURSEL, static_cast<WPARAM>(selected));
-  list.Send(WM_SETREDRAW, TRUE);
-  list.Invalidate();
-}
-
-std::u16string COrlinVexaFileScanView::GetChosenRecentFile() const {
-  const auto index = GetItem(IDC_RECENT_LIST).Send(LB_GETCURSEL);
-  return index >= 0 && static_cast<size_t>(index) < m_recentFiles.size()
-             ? m_recentFiles[static_cast<size_t>(index)]
-             : std::u16string();
 }
 
 // The bar and what it is about, together.
@@ -355,7 +341,10 @@ void COrlinVexaFileScanView::OnTreeChanged() {
   if (!m_workflow || m_tree.IsFilling()) return;
   m_records.Cancel();
   ShowReview();
-  m_workflow->SelectTreeItem(m_tree.GetSelectedName());
+  if (const auto object = m_tree.GetSelectedObject())
+    m_workflow->SelectTreeObject(*object);
+  else
+    m_workflow->SelectTreeItem(m_tree.GetSelectedName());
   WatchRecords();
 }
 
@@ -375,7 +364,31 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
 void COrlinVexaFileScanView::Copy() {
   const HWND focus = GetFocus();
   if (m_records.IsList(focus)) return m_records.Copy();
-  SendMessageW(focus, WM_COPY, 0, 0);
+  if (focus != m_tree.GetHandle()) {
+    SendMessageW(focus, WM_COPY, 0, 0);
+    return;
+  }
+  // Of a table its name, of anything else what is said about it.
+  const std::u16string table = GetSelectedTable();
+  const bool isCopied = CopyTextToClipboard(m_window, table.empty() ? m_summary.GetText() : table);
+  if (m_notice)
+    m_notice(!isCopied       ? u"The clipboard is in use by another program."
+             : table.empty() ? u"The summary was copied."
+                             : u"The name was copied.");
+}
+
+bool COrlinVexaFileScanView::OnContextMenu(HWND control, POINT point) {
+  const bool isTree = control == m_tree.GetHandle();
+  if (!isTree && !m_records.IsList(control)) return false;
+  const bool isByKey = point.x == -1 && point.y == -1;
+  if (isTree) point = m_tree.SelectAt(point);
+  if (!isTree && isByKey) point = m_records.GetCellPoint();
+  SetFocus(control);
+  const HMENU menu =
+      LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(isTree ? IDR_TREE_MENU : IDR_RECORDS_MENU));
+  TrackPopupMenu(GetSubMenu(menu, 0), TPM_RIGHTBUTTON, point.x, point.y, 0, GetParent(m_window), nullptr);
+  DestroyMenu(menu);
+  return true;
 }
 
 void COrlinVexaFileScanView::CopyLog() {
@@ -443,37 +456,6 @@ void COrlinVexaFileScanView::Paint() {
   EndPaint(m_window, &paint);
 }
 
-COrlinVexaFileScanView::EDrag COrlinVexaFileScanView::SplitterAt(POINT point) const {
-  if (PtInRect(&m_treeSplitter, point)) return EDrag::Tree;
-  return PtInRect(&m_lowerSplitter, point) ? EDrag::Lower : EDrag::None;
-}
-
-bool COrlinVexaFileScanView::OnSetCursor() const {
-  POINT point{};
-  GetCursorPos(&point);
-  ScreenToClient(m_window, &point);
-  const EDrag drag = SplitterAt(point);
-  if (drag == EDrag::None) return false;
-  SetCursor(LoadCursorW(nullptr, drag == EDrag::Tree ? IDC_SIZEWE : IDC_SIZENS));
-  return true;
-}
-
-void COrlinVexaFileScanView::Drag(POINT point) {
-  constexpr int kNarrowest = 120;
-  constexpr int kLowest = 40;
-  if (m_drag == EDrag::Tree) {
-    RECT tree{};
-    GetWindowRect(m_tree.GetHandle(), &tree);
-    MapWindowPoints(nullptr, m_window, reinterpret_cast<POINT*>(&tree), 2);
-    m_state.treeWidth = std::max(kNarrowest, m_dpi.Unscale(point.x - tree.left));
-  } else {
-    const bool isTable = m_state.page == EPageState::Repaired && IsTableShown();
-    int& height = isTable ? m_state.cellHeight : m_state.logHeight;
-    height = std::max(kLowest, m_dpi.Unscale(m_commandTop - point.y) - 16);
-  }
-  Arrange(true);
-}
-
 LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   const POINT point{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
   switch (message) {
@@ -499,20 +481,21 @@ LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lP
       return 0;
     case DM_GETDEFID:
       return GetDefaultButton() != 0 ? MAKELRESULT(GetDefaultButton(), DC_HASDEFID) : 0;
+    case WM_CONTEXTMENU:
+      return OnContextMenu(reinterpret_cast<HWND>(wParam), point) ? 0 : Default(message, wParam, lParam);
     case WM_SETCURSOR:
-      return OnSetCursor() ? TRUE : Default(message, wParam, lParam);
+      return m_splitters.ShowCursor(m_window) ? TRUE : Default(message, wParam, lParam);
     case WM_LBUTTONDOWN:
-      m_drag = SplitterAt(point);
-      if (m_drag != EDrag::None) SetCapture(m_window);
+      m_splitters.Begin(m_window, point);
       return 0;
     case WM_MOUSEMOVE:
-      if (m_drag != EDrag::None) Drag(point);
+      if (m_splitters.Drag(point, m_dpi, m_state)) Arrange(true);
       return 0;
     case WM_LBUTTONUP:
       ReleaseCapture();
       return 0;
     case WM_CAPTURECHANGED:
-      m_drag = EDrag::None;
+      m_splitters.End();
       return 0;
     default:
       return Default(message, wParam, lParam);

@@ -11,7 +11,9 @@
 #include "ui/LogEdit.h"
 #include "ui/ModeButtons.h"
 #include "ui/ReadOnlyEdit.h"
+#include "ui/RecentList.h"
 #include "ui/RecordPane.h"
+#include "ui/Splitters.h"
 #include "ui/TreeControl.h"
 #include "ui/ViewLayout.h"
 #include "ui/win/Fonts.h"
@@ -46,7 +48,9 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void CopyLog();
   void SelectAll() const;
   [[nodiscard]] const CLogEditView& GetLog() const { return m_log; }
-  [[nodiscard]] std::u16string GetChosenRecentFile() const;
+  [[nodiscard]] std::u16string GetChosenRecentFile() const { return m_recentFiles.GetChosen(); }
+  // The name of the table that is looked at; empty without one.
+  [[nodiscard]] std::u16string GetSelectedTable() const;
   [[nodiscard]] bool HasRecords() const { return m_state.page == EPageState::Repaired && IsTableShown(); }
   // For the commands of the menu, while there are records.
   [[nodiscard]] CRecordPane& GetRecords() { return m_records; }
@@ -61,6 +65,7 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void SetLogText(std::u16string_view text) override { m_log.SetLogText(text); }
   void ClearLog() override { m_log.ClearLog(); }
   void SetTables(const std::vector<STableItem>& tables) override;
+  void SetObjects(const std::vector<SObjectItem>& items) override { m_tree.SetObjects(items); }
   void RefreshRecords() override;
   void SetOutputPath(std::u16string_view path) override;
 
@@ -68,14 +73,11 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
-  enum class EDrag : uint8_t { None, Tree, Lower };
-
   bool CreateControls();
   void ApplyFonts();
   void UpdateVisibility();
   void UpdateTexts();
   void Arrange(bool isPageTheSame = false);
-  void ListRecentFiles() const;
   void ShowReview();
   void ShowSummaryScroller() const;
   [[nodiscard]] bool IsTableShown() const { return m_state.review == EReview::Table; }
@@ -86,13 +88,12 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void OnCommand(UINT identifier, UINT notification);
   LRESULT OnNotify(NMHDR* header);
   void OnTreeChanged();
+  bool OnContextMenu(HWND control, POINT point);
+  [[nodiscard]] EReview GetReview() const;
   void OnTimer(UINT_PTR timer);
   void WatchRecords();
   [[nodiscard]] LRESULT OnControlColour(HDC context, HWND control) const;
   void Paint();
-  [[nodiscard]] EDrag SplitterAt(POINT point) const;
-  bool OnSetCursor() const;
-  void Drag(POINT point);
 
   CRepairWorkflow* m_workflow = nullptr;
   std::function<void(std::u16string_view)> m_notice;
@@ -111,11 +112,9 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   CLogEditView m_log;
   CTreeControl m_tree;
   CRecordPane m_records;
-  std::vector<std::u16string> m_recentFiles;
-  RECT m_treeSplitter{};
-  RECT m_lowerSplitter{};
+  CRecentList m_recentFiles;
+  CSplitters m_splitters;
   int m_commandTop = 0;
-  EDrag m_drag = EDrag::None;
   HWND m_focus = nullptr;
   bool m_isPageNew = false;  // the keyboard has not been moved there yet
 };

@@ -270,9 +270,7 @@ LRESULT CRecordList::OnCustomDraw(NMLVCUSTOMDRAW& draw) const {
   }
 }
 
-// Inside the cell, in a colour that is seen on selected rows and on others.
-void CRecordList::FrameCell(HDC context, int row) const {
-  if (row != GetFocusedRow()) return;
+RECT CRecordList::GetCellArea(int row) const {
   RECT column{};
   RECT line{};
   line.left = LVIR_BOUNDS;
@@ -280,7 +278,21 @@ void CRecordList::FrameCell(HDC context, int row) const {
   SendMessageW(header, HDM_GETITEMRECT, m_column, reinterpret_cast<LPARAM>(&column));
   Send(LVM_GETITEMRECT, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&line));
   const int scrolled = GetScrollPos(m_window, SB_HORZ);
-  RECT cell{column.left - scrolled, line.top, column.right - scrolled - 1, line.bottom - 1};
+  return {column.left - scrolled, line.top, column.right - scrolled - 1, line.bottom - 1};
+}
+
+POINT CRecordList::GetCellPoint() const {
+  const int row = GetFocusedRow();
+  const RECT cell = row < 0 ? RECT{} : GetCellArea(row);
+  POINT point{cell.left, cell.bottom};
+  ClientToScreen(m_window, &point);
+  return point;
+}
+
+// Inside the cell, in a colour that is seen on selected rows and on others.
+void CRecordList::FrameCell(HDC context, int row) const {
+  if (row != GetFocusedRow()) return;
+  RECT cell = GetCellArea(row);
   FrameRect(context, &cell, GetSysColorBrush(COLOR_WINDOWTEXT));
   InflateRect(&cell, -1, -1);
   FrameRect(context, &cell, GetSysColorBrush(COLOR_WINDOW));

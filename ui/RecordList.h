@@ -34,6 +34,7 @@ class CRecordList : public CWnd {
 
   // The current cell; none without a focused row.
   [[nodiscard]] std::optional<CRecordStore::SPlace> GetPlace() const;
+  [[nodiscard]] POINT GetCellPoint() const;  // below it, on the screen
   void GoTo(CRecordStore::SPlace place);
   [[nodiscard]] std::u16string GetHeading(size_t column) const;
   [[nodiscard]] size_t GetRowCount() const { return m_rows; }
@@ -66,6 +67,7 @@ class CRecordList : public CWnd {
   void OnGetDisplayInfo(NMLVDISPINFOW& info) const;
   void OnClick(const NMITEMACTIVATE& click);
   [[nodiscard]] LRESULT OnCustomDraw(NMLVCUSTOMDRAW& draw) const;
+  [[nodiscard]] RECT GetCellArea(int row) const;
   void FrameCell(HDC context, int row) const;
 
   SActions m_actions;

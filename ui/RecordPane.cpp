@@ -106,6 +106,12 @@ void CRecordPane::ShowWholeCell() {
   dialog.DoModal(GetParent(m_view));
 }
 
+void CRecordPane::SaveValue() {
+  const auto place = m_list.GetPlace();
+  if (!m_workflow || !place || !m_workflow->SaveValue(*place))
+    Say(u"This value is no object and no attached file; copy it instead.");
+}
+
 // --- search ---
 
 void CRecordPane::BeginFind() {

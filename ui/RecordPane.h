@@ -33,6 +33,10 @@ class CRecordPane {
   void Refresh();
   void ShowCell();
   void ShowWholeCell();
+  // The bytes of an object or an attached file, to a file.
+  void SaveValue();
+  // Where a menu about the current cell opens, on the screen.
+  [[nodiscard]] POINT GetCellPoint() const { return m_list.GetCellPoint(); }
   void BeginFind();
   void FindNext();
   void ContinueFind();

@@ -20,6 +20,10 @@
 #define IDD_START_RECOVER 131
 #define IDD_ABOUT 132
 #define IDD_CELL 133
+#define IDD_EXPORT 134
+// Context menus.
+#define IDR_TREE_MENU 140
+#define IDR_RECORDS_MENU 141
 
 // Controls of the settings dialog.
 #define IDC_SETTINGS_PREFIX 1010
@@ -43,6 +47,14 @@
 #define IDC_ABOUT_TEXT 1032
 #define IDC_CELL_TEXT 1040
 #define IDC_CELL_COPY 1041
+
+// Controls of the export dialog.
+#define IDC_EXPORT_TABLES 1050
+#define IDC_EXPORT_FORM 1051
+#define IDC_EXPORT_NOTE 1052
+#define IDC_EXPORT_PLACE_LABEL 1053
+#define IDC_EXPORT_PLACE 1054
+#define IDC_EXPORT_BROWSE 1055
 
 // Children of the frame.
 #define IDC_VIEW 1100
@@ -113,6 +125,9 @@
 #define ID_REPAIR 32792
 #define ID_SAVE_RESULT 32793
 #define ID_FORWARD 32794
+#define ID_EXPORT 32795
+#define ID_SAVE_REPORT 32796
+#define ID_SAVE_VALUE 32797
 // The recent files, up to four.
 #define ID_RECENT_FIRST 32800
 #define ID_RECENT_LAST 32803

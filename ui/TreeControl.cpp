@@ -1,5 +1,8 @@
 #include "ui/TreeControl.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
 
@@ -8,6 +11,8 @@ namespace tolvane {
 namespace {
 
 constexpr char16_t kRootText[] = u"Recovered Tables";
+// Parameters of items from here on are objects; below, names.
+constexpr size_t kFirstObject = size_t{1} << 30;
 
 }  // namespace
 
@@ -50,13 +55,62 @@ void CTreeControl::SetTables(const std::vector<STableItem>& tables) {
   m_isFilling = false;
 }
 
-std::u16string CTreeControl::GetSelectedName() const {
+void CTreeControl::SetObjects(const std::vector<SObjectItem>& items) {
+  m_isFilling = true;
+  HTREEITEM heading = nullptr;
+  for (size_t i = 0; i < items.size(); ++i) {
+    const bool isQuery = items[i].group == EObjectGroup::Query;
+    if (i == 0 || items[i].group != items[i - 1].group) {
+      const auto count =
+          static_cast<uint64_t>(std::ranges::count(items, items[i].group, &SObjectItem::group));
+      heading =
+          Insert(TVI_ROOT,
+                 (isQuery ? u"Saved Queries  (" : u"Relationships  (") + ToGroupedDecimal(count) + u")", 0);
+    }
+    Insert(heading, items[i].label, kFirstObject + i);
+  }
+  m_isFilling = false;
+}
+
+size_t CTreeControl::GetSelectedIndex() const {
   TVITEMW item{};
   item.mask = TVIF_PARAM;
   item.hItem = reinterpret_cast<HTREEITEM>(Send(TVM_GETNEXTITEM, TVGN_CARET));
-  if (!item.hItem || !Send(TVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item))) return {};
-  const auto index = static_cast<size_t>(item.lParam);
-  return index < m_names.size() ? m_names[index] : std::u16string();
+  if (!item.hItem || !Send(TVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item))) return 0;
+  return static_cast<size_t>(item.lParam);
+}
+
+std::u16string CTreeControl::GetSelectedName() const {
+  const size_t index = GetSelectedIndex();
+  return index < m_names.size() ? m_names[index] : std::u16string(kRootText);
+}
+
+std::optional<size_t> CTreeControl::GetSelectedObject() const {
+  const size_t index = GetSelectedIndex();
+  return index >= kFirstObject ? std::optional(index - kFirstObject) : std::nullopt;
+}
+
+bool CTreeControl::IsTableSelected() const {
+  const size_t index = GetSelectedIndex();
+  return index > 0 && index < m_names.size();
+}
+
+POINT CTreeControl::SelectAt(POINT point) const {
+  TVHITTESTINFO hit{};
+  hit.pt = point;
+  ScreenToClient(m_window, &hit.pt);
+  const LRESULT found = Send(TVM_HITTEST, 0, reinterpret_cast<LPARAM>(&hit));
+  if (found != 0) {
+    Send(TVM_SELECTITEM, TVGN_CARET, found);
+    return point;
+  }
+  RECT area{};
+  const LRESULT selected = Send(TVM_GETNEXTITEM, TVGN_CARET);
+  std::memcpy(&area, &selected, sizeof(selected));  // where the message wants it
+  Send(TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&area));
+  POINT below{area.left, area.bottom};
+  ClientToScreen(m_window, &below);
+  return below;
 }
 
 LRESULT CTreeControl::OnCustomDraw(NMTVCUSTOMDRAW& draw) {
@@ -66,11 +120,6 @@ LRESULT CTreeControl::OnCustomDraw(NMTVCUSTOMDRAW& draw) {
     draw.clrTextBk = GetSysColor(COLOR_HIGHLIGHT);
   }
   return CDRF_DODEFAULT;
-}
-
-bool CTreeControl::IsTableSelected() const {
-  const auto selected = reinterpret_cast<HTREEITEM>(Send(TVM_GETNEXTITEM, TVGN_CARET));
-  return selected && selected != m_root;
 }
 
 }  // namespace tolvane

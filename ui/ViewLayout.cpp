@@ -201,6 +201,10 @@ void CViewLayout::ArrangeReview(CArea area) {
     ArrangeTable(area);
     return;
   }
+  if (m_state.review == EReview::Object) {
+    m_mover.Place(IDC_SUMMARY, area);
+    return;
+  }
   const CArea log = CutLower(area, m_state.logHeight, Px(kButtonHeight) + m_gap + 2 * Line());
   m_mover.Place(IDC_SUMMARY, area);
   ArrangeLog(log);

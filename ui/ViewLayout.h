@@ -13,7 +13,7 @@
 namespace tolvane {
 
 // What of the last but one page is seen.
-enum class EReview : uint8_t { Overview, Table };
+enum class EReview : uint8_t { Overview, Table, Object };
 
 struct SLayoutState {
   EPageState page = EPageState::ModeSelection;
@@ -34,6 +34,8 @@ class CViewLayout {
   // The gaps that the user can drag; empty where the page has none.
   [[nodiscard]] const RECT& GetTreeSplitter() const { return m_treeSplitter; }
   [[nodiscard]] const RECT& GetLowerSplitter() const { return m_lowerSplitter; }
+  // Left of everything.
+  [[nodiscard]] int GetMargin() const { return m_margin; }
   // Below it lie the buttons, on another background.
   [[nodiscard]] int GetCommandTop() const { return m_commandTop; }
 

@@ -3,6 +3,7 @@
 #include <windows.h>
 // After windows.h, whose types these need.
 #include <commdlg.h>
+#include <shlobj.h>
 
 #include <algorithm>
 #include <string>
@@ -41,6 +42,11 @@ std::u16string AskForPath(HWND owner, const SFileQuestion& question, DWORD flags
   return ask(&dialog) ? FromWide(path.c_str()) : std::u16string();
 }
 
+int CALLBACK SelectFirstFolder(HWND window, UINT message, LPARAM, LPARAM folder) {
+  if (message == BFFM_INITIALIZED) SendMessageW(window, BFFM_SETSELECTIONW, TRUE, folder);
+  return 0;
+}
+
 }  // namespace
 
 void CWindowDialogs::ShowMessage(std::u16string_view text, EMessageIcon icon) {
@@ -60,6 +66,23 @@ std::u16string CWindowDialogs::ChooseOpenFile(const SFileQuestion& question) {
 
 std::u16string CWindowDialogs::ChooseSaveFile(const SFileQuestion& question) {
   return AskForPath(m_owner, question, kFlags | OFN_OVERWRITEPROMPT, GetSaveFileNameW);
+}
+
+std::u16string CWindowDialogs::ChooseFolder(const SFileQuestion& question) {
+  const std::wstring title = ToWide(question.title);
+  BROWSEINFOW dialog{};
+  dialog.hwndOwner = m_owner;
+  dialog.lpszTitle = title.c_str();
+  dialog.ulFlags = BIF_RETURNONLYFSDIRS | BIF_NEWDIALOGSTYLE;
+  const std::wstring folder = ToWide(question.folder);
+  dialog.lParam = reinterpret_cast<LPARAM>(folder.c_str());
+  dialog.lpfn = SelectFirstFolder;
+  const PIDLIST_ABSOLUTE chosen = SHBrowseForFolderW(&dialog);
+  if (!chosen) return {};
+  wchar_t path[MAX_PATH] = L"";
+  const bool isPath = SHGetPathFromIDListW(chosen, path) != FALSE;
+  CoTaskMemFree(chosen);
+  return isPath ? FromWide(path) : std::u16string();
 }
 
 }  // namespace tolvane

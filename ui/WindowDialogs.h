@@ -16,6 +16,7 @@ class CWindowDialogs : public CDialogs {
   bool AskYesNo(std::u16string_view text) override;
   std::u16string ChooseOpenFile(const SFileQuestion& question) override;
   std::u16string ChooseSaveFile(const SFileQuestion& question) override;
+  std::u16string ChooseFolder(const SFileQuestion& question) override;
 
  private:
   HWND m_owner;

@@ -26,8 +26,8 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
   std::function<void()> onQuestion;  // while the question is open
 
   SFileQuestion lastFileQuestion;
-  Lines tables;
-  std::string summary, log, status, hint, selectedFile, outputPath;  // what stands there now
+  Lines tables, objects;
+  std::string summary, log, status, hint, selectedFile, outputPath, notice;  // what stands there now
   SCommandSwitches switches;
 
   // The recorded lines that begin with one of the words; all are forgotten.
@@ -55,6 +55,9 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
   std::u16string ChooseSaveFile(const SFileQuestion& question) override {
     return Choose("save: " + ToUtf8(question.defaultName), question);
   }
+  std::u16string ChooseFolder(const SFileQuestion& question) override {
+    return Choose("folder: " + ToUtf8(question.title), question);
+  }
 
   void ShowPage(EPageState page, bool isTemplateMode) override {
     Note("page " + std::to_string(static_cast<int>(page)) + (isTemplateMode ? " template" : ""));
@@ -71,6 +74,10 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
     for (const auto& [name, rows] : items) tables.push_back(ToUtf8(name) + " " + std::to_string(rows));
     Note("tables " + std::to_string(items.size()));
   }
+  void SetObjects(const std::vector<SObjectItem>& items) override {
+    objects.clear();
+    for (const SObjectItem& item : items) objects.push_back(ToUtf8(item.label));
+  }
   void RefreshRecords() override { Note("refresh records"); }
   void SetOutputPath(std::u16string_view path) override { outputPath = ToUtf8(path); }
 
@@ -85,6 +92,7 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
   void EnableCommands(const SCommandSwitches& enabled) override { switches = enabled; }
   void KeepPainting() override {}
   void RestoreIfMinimised() override { Note("restore"); }
+  void ShowNotice(std::u16string_view text) override { notice = ToUtf8(text); }
   void EndProcess() override { Note("end process"); }
 
  private:

@@ -12,6 +12,7 @@ Prints one line a story and keeps a picture of every page, on several screens, i
 """
 import argparse
 import json
+import os
 import pathlib
 import shutil
 import signal
@@ -42,6 +43,7 @@ LEAVE = 'The recovered tables have not been saved. Leave them? They are kept unt
 CHOSEN_HINT = 'Select corrupted access file and press repair button.'
 SAVED_HINT = 'The database has been repaired and saved successfully.'
 EXACT_RULES, STANDARD_RULES = 0, 1  # in the list of the settings
+CSV, JSON_LINES, SQL_MYSQL = 1, 2, 6  # in that of the export
 EXISTS = 'the question about an existing file'
 BIG_COPIES = 200  # of the sample's rows, for a repair and a save that take seconds
 
@@ -168,7 +170,11 @@ def save_log(desk, program):
     expect(desk.session.clipboard(), log, 'clipboard')
     program.choose('ID_SAVE_LOG', 'Save log', windows_path(desk.folder / 'log'), 'Tolvane log.txt')
     program.wait_for_notice('The log was saved: ')
-    expect((desk.folder / 'log.txt').read_bytes().decode('utf-8-sig').rstrip('\r\n'), log.rstrip('\r\n'), 'saved log')
+    saved = (desk.folder / 'log.txt').read_bytes().decode('utf-8-sig')
+    expect(saved.startswith(log.rstrip('\r\n')), True, 'whether the log is saved')
+    for part in ('Summary of the repair', 'Summary of the save', '6 tables, ', 'Every place of damage'):
+        expect_text(saved, part, 'saved log')
+    expect(saved.count('page ') > 10, True, 'places of damage in the saved log')
 
 
 def preview(desk):
@@ -320,6 +326,105 @@ def wrong_files(desk):
     program.command('ID_SAVE_RESULT')
     expect(program.page(), 'review', 'page after saving nothing')
     desk.shoot('4-nothing')
+    program.close()
+
+
+def export_to(program, form, place, *boxes, tables=None, notice='exported to '):
+    """The export dialog, filled in; `tables`: another choice than the one that is offered."""
+    program.command('ID_EXPORT')
+    dialog = program.wait_for_dialog('Export')
+    for name, choice in (('IDC_EXPORT_TABLES', tables), ('IDC_EXPORT_FORM', form)):
+        if choice is not None:
+            dialog.item(ID[name]).send(window.CB_SETCURSEL, choice)
+            dialog.send(window.WM_COMMAND, window.CBN_SELCHANGE << 16 | ID[name], dialog.item(ID[name]).handle)
+    offered = dialog.item(ID['IDC_EXPORT_PLACE']).text()
+    dialog.item(ID['IDC_EXPORT_PLACE']).write(windows_path(place))
+    program.close_box(dialog, OK)
+    program.answer(*boxes)
+    program.wait_for_notice(notice)
+    return offered
+
+
+def exports(desk):
+    """Tables in forms of other programs and the report, the same as the command line's."""
+    program, folder = desk.repair(desk.damaged), desk.folder / 'told'
+    folder.mkdir()
+    program.select_table(0)
+    wait_for(lambda: program.shown('IDC_RECORDS') == [True], 'the records')
+    one = desk.folder / 'one.csv'
+    offered = export_to(program, CSV, one)
+    expect(offered, windows_path(desk.folder / 'Tolvane_damaged Customers.csv'), 'place that is offered')
+    expect(one.read_bytes() == corpus.tolvane(desk.options, 'export', desk.damaged, 'Customers'), True, 'the exported table')
+    one.write_bytes(b'something else')
+    export_to(program, CSV, one, ('%s exists already. Replace it?' % windows_path(one), NO), notice='')
+    expect(one.read_bytes(), b'something else', 'file not to be replaced')
+    export_to(program, JSON_LINES, desk.folder / 'all', tables=0, notice='6 tables exported to ')
+    corpus.tolvane(desk.options, 'export', '--format', 'jsonl', '--to', folder, desk.damaged)
+    files = sorted(path.name for path in folder.iterdir())
+    expect(sorted(path.name for path in (desk.folder / 'all').iterdir()), files, 'exported files')
+    expect([name for name in files if (folder / name).read_bytes() != (desk.folder / 'all' / name).read_bytes()], [],
+           'files that differ')
+    program.command('ID_EXPORT')
+    dialog = program.wait_for_dialog('Export')
+    desk.shoot('export', dialog)
+    program.close_box(dialog, CANCEL)
+    program.select_table(-1)
+    export_to(program, SQL_MYSQL, desk.folder / 'all.sql')
+    corpus.tolvane(desk.options, 'export', '--format', 'sql', '--dialect', 'mysql', '-o', folder / 'all.sql', desk.damaged)
+    expect((desk.folder / 'all.sql').read_bytes() == (folder / 'all.sql').read_bytes(), True, 'the script')
+    program.choose('ID_SAVE_REPORT', 'Save report', windows_path(desk.folder / 'report'),
+                   'Tolvane_damaged.mdb report.html')
+    program.wait_for_notice('The report was saved: ')
+    report = (desk.folder / 'report.html').read_text('utf-8')
+    for part in ('<svg', 'Customers', 'Order lines', windows_path(desk.damaged)):
+        expect_text(report, part, 'report')
+    desk.save(desk.folder / 'after exports.mdb')
+    desk.check_saved(desk.folder / 'after exports.mdb')
+    program.close()
+
+
+def objects(desk):
+    """Saved queries and relationships below the tables; several values of one cell; attached files."""
+    files = pathlib.Path(desk.options.corpus)
+    source = files / 'V2007' / 'queryTestV2007.accdb'
+    if not source.exists():
+        print('skipped a part of objects: no folder of real databases')
+        return
+    told = json.loads(corpus.tolvane(desk.options, 'queries', '--json', source))['queries']
+    program = desk.repair(shutil.copy(source, desk.folder / 'queries.accdb'))
+    for index, query in enumerate(told):
+        program.select_object(0, index)
+        text = program.text('IDC_SUMMARY')
+        expect_text(text, 'Saved query: ' + query['name'], 'query')
+        if query['sql']:
+            expect_text(text, 'SQL:\r\n' + query['sql'].rstrip('\r\n').split('\r\n')[0], 'SQL text')
+    desk.shoot('4-query')
+    expect(program.shown('IDC_RECORDS', 'IDC_LOG', 'IDC_SUMMARY'), [False, False, True], 'controls beside a query')
+    program.command('ID_BACK', (LEAVE, YES), page='chosen')
+    program.close()
+    program = desk.repair(shutil.copy(files / 'V2003' / 'indexTestV2003.mdb', desk.folder / 'relations.mdb'))
+    program.select_object(0, 0)
+    for part in ('Relationship: ', 'Records of: ', 'refer to records of: ', 'Rules: '):
+        expect_text(program.text('IDC_SUMMARY'), part, 'relationship')
+    desk.shoot('4-relationship')
+    program.close()
+    complex_values(desk, shutil.copy(files / 'V2010' / 'complexDataTestV2010.accdb', desk.folder / 'complex.accdb'))
+
+
+def complex_values(desk, path):
+    program = desk.repair(path)
+    program.select_table(0)
+    wait_for(lambda: program.control('IDC_RECORDS').send(window.LVM_GETITEMCOUNT) > 0, 'the rows in the list')
+    program.control('IDC_FIND').write('data2.txt')
+    program.command('ID_FIND_NEXT', notice='Found "data2.txt" in row 2')
+    expect(program.text('IDC_CELL'), '2 values:\r\n1. test_data.txt - 38 bytes\r\n2. test_data2.txt - 43 bytes', 'values')
+    desk.shoot('5-attached')
+    program.command('ID_FIND_NEXT', notice='Found "data2.txt" in row 4')
+    name = program.text('IDC_CELL').split('\r\n')[1].split('. ', 1)[1].split(' - ')[0]
+    size = int(program.text('IDC_CELL').split(' - ')[1].split(' ')[0].replace(',', ''))
+    program.choose('ID_SAVE_VALUE', 'Save value', windows_path(desk.folder / name), name)
+    program.wait_for_notice('The value was saved: ')
+    expect((desk.folder / name).stat().st_size, size, 'length of the attached file')
     program.close()
 
 
@@ -524,7 +629,7 @@ def crash_note(desk):
     expect(desk.run_folders(), [], 'folders after the next start')
 
 
-STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, leave_review, keyboard,
+STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, leave_review, exports, objects, keyboard,
            settings, start_dialog, recent_files, window_place, crash_note]
 DESKTOP, FINE = Display('96', 96, (2100, 1560)), Display('192', 192, (2100, 1560))
 # 800x600 and 1280x720 at 150 %, with a taskbar.
@@ -556,6 +661,8 @@ def run(description, stories):
                           ('--drive', 'build/windows-x64/tests/ui/drive.exe'), ('--tolvane', 'build/release/tolvane'),
                           ('--make-sample', 'build/release/samples/make_sample'), ('--build', 'build/ui-stories')):
         parser.add_argument(option, type=pathlib.Path, default=ROOT / place, help='default: ' + place)
+    parser.add_argument('--corpus', default=os.environ.get('TOLVANE_CORPUS') or ROOT.parent / 'shared' / 'corpus',
+                        help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)')
     parser.add_argument('--only', default='', help='stories whose name holds this text')
     options = parser.parse_args()
     lacks = ', '.join(filter(None, (window.missing(), readers.missing())))

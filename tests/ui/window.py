@@ -18,7 +18,7 @@ PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a meas
 
 WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH, WM_CLOSE, WM_KEYDOWN, WM_COMMAND = 0x0C, 0x0D, 0x0E, 0x10, 0x100, 0x111
 WM_DROPFILES, WM_DPICHANGED, PBM_GETPOS = 0x233, 0x2E0, 0x408
-BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL = 0xF5, 0x18B, 0x146, 0x147, 0x14E
+BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL, CBN_SELCHANGE = 0xF5, 0x18B, 0x146, 0x147, 0x14E, 1
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
 VK_TAB, VK_RETURN, VK_CONTROL, VK_MENU, VK_ESCAPE, KEYEVENTF_KEYUP = 0x09, 0x0D, 0x11, 0x12, 0x1B, 2
@@ -334,6 +334,18 @@ class Program:
         if item:
             tree.send(TVM_SELECTITEM, TVGN_CARET, item)
         return item != 0
+
+    def select_object(self, group, index):
+        """What stands below a heading behind the tables."""
+        tree = self.control('IDC_TREE')
+        item = tree.send(TVM_GETNEXTITEM, TVGN_ROOT)
+        for _ in range(1 + group):
+            item = tree.send(TVM_GETNEXTITEM, TVGN_NEXT, item)
+        item = tree.send(TVM_GETNEXTITEM, TVGN_CHILD, item)
+        for _ in range(index):
+            item = tree.send(TVM_GETNEXTITEM, TVGN_NEXT, item)
+        expect(item != 0, True, 'whether the tree has the item')
+        tree.send(TVM_SELECTITEM, TVGN_CARET, item)
 
     def tables(self):
         """{name: rows} as the summary of each tells."""

@@ -1,0 +1,101 @@
+#include "ui/FrameCommands.h"
+
+#include <windows.h>
+// After windows.h, whose types it needs.
+#include <shellapi.h>
+
+#include "platform/Files.h"
+#include "platform/Wide_win.h"
+#include "ui/DlgSettings.h"
+#include "ui/ExportDialog.h"
+#include "ui/Resource.h"
+#include "ui/StartRecoverDlg.h"
+#include "ui/win/Dialog.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kLogFilter = u"Text Files (*.txt)|*.txt||";
+constexpr std::u16string_view kGuideName = u"TolvaneForAccess.html";
+
+class CAboutDialog : public CDialog {
+ public:
+  CAboutDialog() : CDialog(IDD_ABOUT) {}
+};
+
+}  // namespace
+
+void CFrameCommands::Start(HWND frame, CRepairWorkflow& workflow,
+                           std::function<void(std::u16string_view)> notice) {
+  m_frame = frame;
+  m_workflow = &workflow;
+  m_notice = std::move(notice);
+}
+
+void CFrameCommands::AskForNewRepair() {
+  if (m_workflow->IsWorking() || !m_workflow->MayLeaveResult()) return;
+  const COvRepairFileManager& manager = m_workflow->GetManager();
+  const bool isChoosing = m_workflow->GetPage() <= EPageState::FileSelected;
+  CStartRecoverDlg dialog({.isTemplateMode = m_workflow->IsTemplateMode(),
+                           .corruptedFile = isChoosing ? manager.GetCorruptedPath() : std::u16string(),
+                           .templateFile = manager.GetTemplatePath()});
+  if (dialog.DoModal(m_frame) != IDOK) return;
+  const SStartChoice& choice = dialog.GetChoice();
+  m_workflow->ChooseMode(choice.isTemplateMode);
+  m_workflow->SelectTemplateFile(choice.templateFile);
+  m_workflow->SelectCorruptedFile(choice.corruptedFile);
+  if (m_workflow->GetPage() == EPageState::FileSelected) m_workflow->Next();
+}
+
+void CFrameCommands::AskForSettings() {
+  CDlgSettings dialog(m_settings);
+  if (dialog.DoModal(m_frame) != IDOK) return;
+  m_settings = dialog.GetSettings();
+  m_workflow->SetRules(m_settings.rules);
+}
+
+// What the pane shows, and behind it what the file held and every place of damage.
+void CFrameCommands::SaveLog() {
+  const std::u16string path = m_dialogs.ChooseSaveFile({.title = u"Save log",
+                                                        .filter = std::u16string(kLogFilter),
+                                                        .defaultExtension = u"txt",
+                                                        .defaultName = u"Tolvane log.txt"});
+  if (path.empty()) return;
+  std::u16string problem;
+  if (m_view.GetLog().SaveLog(path, m_workflow->DescribeResult(), problem))
+    m_notice(u"The log was saved: " + path);
+  else
+    m_dialogs.ShowMessage(path + u": " + problem, EMessageIcon::Warning);
+}
+
+// Of the table that is looked at, or of all.
+void CFrameCommands::Export() {
+  if (m_workflow->IsWorking() || !m_workflow->HasFindings()) return;
+  CExportDialog dialog(*m_workflow, m_view.GetSelectedTable());
+  if (dialog.DoModal(m_frame) == IDOK) m_workflow->ExportTables(dialog.GetChoice());
+}
+
+// With the file selected in it.
+void CFrameCommands::OpenFolder() const {
+  const std::u16string& path = m_workflow->GetOutputPath();
+  if (m_workflow->GetPage() != EPageState::Saved || path.empty()) return;
+  const std::wstring parameters =
+      FileExists(path) ? L"/select,\"" + ToWide(path) + L"\"" : L"\"" + ToWide(FolderOf(path)) + L"\"";
+  ShellExecuteW(m_frame, nullptr, L"explorer.exe", parameters.c_str(), nullptr, SW_SHOWNORMAL);
+}
+
+// The guide lies beside the program; without it the About box says what the program does.
+void CFrameCommands::ShowHelp() const {
+  const std::u16string guide = GetExecutableFolder() + std::u16string(kGuideName);
+  if (FileExists(guide))
+    ShellExecuteW(m_frame, L"open", ToWide(guide).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  else
+    ShowAbout();
+}
+
+void CFrameCommands::ShowAbout() const {
+  CAboutDialog().DoModal(m_frame);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,44 @@
+// The commands of the main window that open a dialog or another program.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/RepairWorkflow.h"
+#include "app/Settings.h"
+#include "ui/OrlinVexaFileScanView.h"
+#include "ui/Profile.h"
+#include "ui/WindowDialogs.h"
+
+namespace tolvane {
+
+class CFrameCommands {
+ public:
+  // All must outlive this object.
+  CFrameCommands(CProfile& profile, CWindowDialogs& dialogs, COrlinVexaFileScanView& view)
+      : m_profile(profile), m_dialogs(dialogs), m_view(view) {}
+  // Once, when the window is there.
+  void Start(HWND frame, CRepairWorkflow& workflow, std::function<void(std::u16string_view)> notice);
+
+  void AskForNewRepair();
+  void AskForSettings();
+  void SaveLog();
+  void Export();
+  void OpenFolder() const;
+  void ShowHelp() const;
+  void ShowAbout() const;
+
+ private:
+  HWND m_frame = nullptr;
+  CProfile& m_profile;
+  CWindowDialogs& m_dialogs;
+  COrlinVexaFileScanView& m_view;
+  CRepairWorkflow* m_workflow = nullptr;
+  std::function<void(std::u16string_view)> m_notice;
+  SSettings m_settings;
+};
+
+}  // namespace tolvane
