@@ -192,7 +192,8 @@ bool HasSaveLosses(const SSaveSummary& summary) {
          summary.tablesChanged > 0 || summary.columnsChanged > 0 || summary.propertiesLost > 0 ||
          summary.linksLost > 0 || summary.settingsChanged > 0 || summary.relationsChanged > 0 ||
          summary.queriesLost > 0 || summary.queriesChanged > 0 || summary.queriesSkipped > 0 ||
-         summary.relationsLost > 0 || summary.relationsWeakened > 0 || summary.systemRowsLost > 0;
+         summary.recordsMoved > 0 || summary.relationsLost > 0 || summary.relationsWeakened > 0 ||
+         summary.systemRowsLost > 0;
 }
 
 std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, NumberText number) {
@@ -283,6 +284,9 @@ std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
   add(summary.fieldsDropped, kOutOfRange, kOutOfRange);
   add(summary.charactersReplaced, u"character that Access 97 files do not hold was replaced by \"?\"",
       u"characters that Access 97 files do not hold were replaced by \"?\"");
+  add(summary.recordsMoved,
+      u"record in its own table: the engine refused it; the remarks say where it stands",
+      u"records in their own tables: the engine refused them; the remarks say where they stand");
   add(summary.columnsLost, u"column", u"columns");
   add(summary.tablesChanged, u"table as it was; the remarks say why",
       u"tables as they were; the remarks say why");

@@ -233,6 +233,7 @@ Json DescribeSaving(const SSaveSummary& summary) {
                 {"losses", std::move(losses)},
                 {"notes", std::move(notes)}};
   if (summary.valuesSaved > 0) saved["complexValues"] = summary.valuesSaved;
+  if (summary.recordsMoved > 0) saved["recordsMoved"] = summary.recordsMoved;
   return saved;
 }
 

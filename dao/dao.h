@@ -53,6 +53,7 @@ enum class EDaoError : int32_t {
   FieldTypesDiffer = 3368,
   NoUniqueIndex = 3609,
   TooManyIndexes = 3626,
+  EngineGone = -1,  // no engine's own: an installed one does not answer any more
 };
 
 struct [[nodiscard]] CDaoResult {
@@ -238,12 +239,25 @@ class CDaoRecordset {
   virtual CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) = 0;
   // Stores the new record. On failure the record is gone and the next AddNew starts afresh.
   virtual CDaoResult Update() = 0;
+  // Texts may be set to fields of any type: the engine reads them, in one locale whatever the user's.
+  [[nodiscard]] virtual bool ReadsTexts() const { return false; }
+  // Stored records that stand in another table, since the engine refuses them in their own; the Ok text of
+  // Close names it.
+  [[nodiscard]] virtual uint64_t GetMovedCount() const { return 0; }
   // Characters of stored records that the database's code page does not hold; they were replaced.
   [[nodiscard]] virtual uint64_t GetReplacedCount() const { return 0; }
   // Writes what is buffered and the table's counters.
   virtual CDaoResult Close() = 0;
   // After Close: indexes that lost a property or were left out because of the rows; the Ok text names them.
   [[nodiscard]] virtual uint64_t GetChangedIndexCount() const { return 0; }
+};
+
+// What of a table could not be made once its rows were there.
+struct CDaoTableChange {
+  std::u16string table;
+  uint64_t indexes = 0;  // that lost a property or were left out
+  uint64_t properties = 0;
+  std::u16string text;  // what became of them, in sentences
 };
 
 class CDaoDatabase {
@@ -273,6 +287,9 @@ class CDaoDatabase {
   // The rows are stored as they stand; an implementation that takes statements renders them. Ok may carry a
   // text: how the query was stored when not as it was given.
   virtual CDaoResult CreateQuery(const SSavedQuery& query) = 0;
+  // Makes what waits for the rows of tables, such as their keys; to be called behind the last row and in
+  // front of the first relation.
+  virtual CDaoResult CompleteTables(std::vector<CDaoTableChange>&) { return CDaoResult::Ok(); }
   // Both tables exist and are not open; one may be a link, if the relation is not enforced. A relation that
   // is to be enforced is refused when the primary table has no index on its fields that is unique or can be,
   // when the fields' types differ, and when a record of the foreign table refers to none; the text then names
@@ -291,6 +308,8 @@ class CDaoEngine {
                                     std::unique_ptr<CDaoDatabase>& database) = 0;
   virtual CDaoResult OpenDatabase(std::u16string_view path, bool exclusive, bool readOnly,
                                   std::u16string_view connect, std::unique_ptr<CDaoDatabase>& database) = 0;
+  // Whether complex fields can be made and filled, where the format has them.
+  [[nodiscard]] virtual bool HasComplexFields() const { return true; }
   // Lets go of what is held for the calling thread, with no database open; the next call takes it again.
   virtual void Terminate() {}
 };

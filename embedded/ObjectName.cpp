@@ -1,34 +1,17 @@
 #include "embedded/ObjectName.h"
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "dao/NameRules.h"
 #include "embedded/StoredText.h"
 #include "format/TextKey.h"
 
 namespace tolvane {
-namespace {
-
-constexpr std::u16string_view kForbidden = u".!`[]";
-constexpr char16_t kFirstPrintable = u' ';
-
-CDaoResult InvalidName(std::u16string_view kind, std::u16string_view why) {
-  std::u16string text(u"The ");
-  text.append(kind).append(u" name is not allowed: it ").append(why).append(u".");
-  return {EDaoError::InvalidName, std::move(text)};
-}
-
-}  // namespace
 
 CDaoResult CheckObjectName(const SLayout& layout, std::u16string_view kind, std::u16string_view name) {
   if (WithoutByteOrderMarks(name).empty()) return InvalidName(kind, u"is empty");
-  if (name.size() > kMaxNameLength) return InvalidName(kind, u"is longer than 64 characters");
-  if (name.front() == u' ') return InvalidName(kind, u"begins with a blank");
-  if (name.find_first_of(kForbidden) != std::u16string_view::npos)
-    return InvalidName(kind, u"contains one of the characters . ! ` [ ]");
-  if (std::any_of(name.begin(), name.end(), [](char16_t unit) { return unit < kFirstPrintable; }))
-    return InvalidName(kind, u"contains a control character");
+  if (CDaoResult result = CheckName(kind, name); !result.IsOk()) return result;
   std::vector<uint8_t> stored;
   if (AppendStoredText(layout.text, name, ETextForm::Plain, stored).replaced != 0)
     return InvalidName(kind, u"contains a character that the code page 1252 does not hold");

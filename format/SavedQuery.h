@@ -109,6 +109,7 @@ struct SSavedQuery {
   uint32_t flags = 0;               // of its object row
   std::vector<SQueryRow> rows;      // in the order in which they are stored, start and end included
   std::vector<uint8_t> properties;  // of its object row, as Jet 4 keeps them; may be empty
+  std::u16string sql = {};          // the text that the rows were made from; empty where they came first
 };
 
 }  // namespace tolvane

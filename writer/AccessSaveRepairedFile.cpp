@@ -82,13 +82,17 @@ bool CAccessSaveRepairedFile::Save() {
   return SaveData();
 }
 
+bool CAccessSaveRepairedFile::HasComplexFields() const {
+  return DecideFormat(*m_data, m_format) == EOutputFormat::Ace && m_engine.HasComplexFields();
+}
+
 void CAccessSaveRepairedFile::PrepareTables() {
   m_summary = {};
   m_relations.reset();
   m_tables.clear();
   m_links.clear();
   const CAccessTableList& tables = m_data->GetTables();
-  const bool hasFields = DecideFormat(*m_data, m_format) == EOutputFormat::Ace;
+  const bool hasFields = HasComplexFields();
   std::unordered_map<const CAccessTable*, std::vector<SComplexField>> complex;
   struct SOwner {
     const CAccessTable* table;
@@ -141,7 +145,7 @@ void CAccessSaveRepairedFile::AddValues(const CAccessTable& flat, const CAccessT
     saved.wantedName = owner.name + u"_" + NameOf(complex, owner);
     saved.loss.table = owner.name + u", column " + NameOf(complex, owner);
     // As the hidden table that they come from, where nothing but columns would lead there.
-    saved.hasSystemMark = DecideFormat(*m_data, m_format) == EOutputFormat::Ace;
+    saved.hasSystemMark = HasComplexFields();
     if (rows == ERows::Attached) return;
     for (size_t i = 0; i < flat.columns.GetCount(); ++i) {
       const CAccessColumn& column = *flat.columns.GetAt(i);
@@ -290,6 +294,7 @@ bool CAccessSaveRepairedFile::SaveData() {
   if (m_job.saving.IsSaving()) {
     m_job.status.SetText(u"Saving tables data");
     step = CopyTables(*database);
+    if (step == ESaveStep::Done) step = CompleteTables(*database);
     if (step == ESaveStep::Done && m_relations) step = m_relations->Create(*database, m_tables, m_links);
   }
   if (!CloseDatabase(*database, step)) return false;
@@ -305,6 +310,19 @@ ESaveStep CAccessSaveRepairedFile::CopyTables(CDaoDatabase& database) {
     if (step != ESaveStep::Done) return step;
   }
   return ESaveStep::Done;
+}
+
+ESaveStep CAccessSaveRepairedFile::CompleteTables(CDaoDatabase& database) {
+  std::vector<CDaoTableChange> changes;
+  const CDaoResult result = database.CompleteTables(changes);
+  for (const CDaoTableChange& change : changes) {
+    m_summary.indexesWeakened += change.indexes;
+    m_summary.propertiesLost += change.properties;
+    Remark(u"Table " + Quoted(change.table) + u": " + change.text);
+  }
+  if (result.IsOk()) return ESaveStep::Done;
+  m_summary.failure = result.text;
+  return ESaveStep::Failed;
 }
 
 ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable& saved) {

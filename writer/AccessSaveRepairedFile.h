@@ -56,6 +56,8 @@ class CAccessSaveRepairedFile {
   static EOutputFormat DecideFormat(const CAccessData& data, EOutputFormat chosen);
 
  private:
+  // Of the new database.
+  [[nodiscard]] bool HasComplexFields() const;
   void PrepareTables();
   void AddTable(const CAccessTable& table, std::vector<SComplexField> complex);
   void AddValues(const CAccessTable& flat, const CAccessTable& owner, size_t ownersColumn,
@@ -72,6 +74,7 @@ class CAccessSaveRepairedFile {
   ESaveStep BuildTables(CDaoDatabase& database);
   ESaveStep CopyTables(CDaoDatabase& database);
   ESaveStep CopyTable(CDaoDatabase& database, SSavedTable& saved);
+  ESaveStep CompleteTables(CDaoDatabase& database);
   bool PrepareValues(const SSavedTable& owner, SSavedTable& saved) const;
   void CloseTable(SSavedTable& saved);
   [[nodiscard]] int32_t CountRecords() const;

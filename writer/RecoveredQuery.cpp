@@ -33,6 +33,7 @@ SPreparedQuery PrepareByText(CQuery& query, bool isHidden) {
   if (!SplitQueryText(sql, split, prepared.problem)) return prepared;
   prepared.query.flags = split.flags;
   prepared.query.rows = std::move(split.rows);
+  prepared.query.sql = sql;
   if (split.isWhole)
     prepared.note = u"The SQL text is of no known form; it was stored whole, as a data definition query.";
   if (query.name.empty())

@@ -60,6 +60,7 @@ ESaveStep CRowCopier::Close() {
   m_summary.charactersReplaced += m_recordset->GetReplacedCount();
   const CDaoResult result = m_recordset->Close();
   m_summary.indexesWeakened += m_recordset->GetChangedIndexCount();
+  m_summary.recordsMoved += m_recordset->GetMovedCount();
   m_recordset.reset();
   // The table's maps or counters lack something then: no database to keep.
   if (!result.IsOk()) return Fail(result);
@@ -213,6 +214,10 @@ ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
 
 CDaoResult CRowCopier::SetParsed(size_t column) {
   SValue value;
+  if (m_recordset->ReadsTexts()) {
+    value = {.type = kTypeText, .isNull = false, .bytes = UnitBytes(m_text)};
+    return m_recordset->SetFieldValue(m_saved.fields[column], value);
+  }
   uint8_t type = ColumnTypeOfField(m_saved.fieldTypes[column].type);
   // The range of bytes that is stored reaches below zero; what such a number becomes is the engine's to say.
   if (type == kTypeByte && m_text.front() == u'-') type = kTypeInteger;

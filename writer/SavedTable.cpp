@@ -9,7 +9,7 @@ void KeepFirst(std::u16string& reason, const std::u16string& other) {
 }  // namespace
 
 bool EndsSave(EDaoError code) {
-  return code == EDaoError::DiskFull || code == EDaoError::DiskError;
+  return code == EDaoError::DiskFull || code == EDaoError::DiskError || code == EDaoError::EngineGone;
 }
 
 void LoseRecords(SSavedTable& saved, uint64_t count, const std::u16string& reason) {

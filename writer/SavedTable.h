@@ -26,6 +26,7 @@ struct SSaveSummary {
   uint64_t fieldsDropped = 0;  // values that the standard rules drop by design (byte and integer ranges)
   uint64_t valuesSaved = 0;    // of complex fields, which are no records of a table that anyone sees
   uint64_t emptyRowsDropped = 0;
+  uint64_t recordsMoved = 0;  // of the saved ones: to another table, since the engine refused them in theirs
   uint64_t charactersReplaced = 0;  // of texts, where the new database's code page does not hold them
   uint64_t columnsLost = 0;         // columns for which no field could be created
   // Saved, but not as they were: of another type or name, or without something that they had; the notes say

@@ -1,0 +1,181 @@
+#include "automation/AutomationRecordset.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "automation/EngineCalls.h"
+#include "automation/ValueConversion.h"
+
+namespace tolvane {
+
+namespace {
+
+// Texts of the pieces' size, held in memory.
+class CMemorySource : public CDaoByteSource {
+ public:
+  explicit CMemorySource(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
+    bytesRead = std::min(buffer.size(), m_bytes.size() - m_position);
+    std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position), bytesRead, buffer.begin());
+    m_position += bytesRead;
+    return true;
+  }
+  [[nodiscard]] uint64_t GetLength() const override { return m_bytes.size(); }
+
+ private:
+  std::span<const uint8_t> m_bytes;
+  size_t m_position = 0;
+};
+
+// As much as there is, up to one piece.
+bool ReadChunk(CDaoByteSource& source, std::vector<uint8_t>& chunk) {
+  chunk.resize(kChunkBytes);
+  size_t filled = 0, count = 0;
+  do {
+    if (!source.Read(std::span(chunk).subspan(filled), count)) return false;
+    filled += count;
+  } while (count > 0 && filled < kChunkBytes);
+  chunk.resize(filled);
+  return true;
+}
+
+AutomationValue MakeChunk(int16_t fieldType, std::vector<uint8_t> bytes) {
+  if (fieldType == kDaoMemo || fieldType == kDaoText) return MakeText(bytes);
+  return bytes;
+}
+
+}  // namespace
+
+CAutomationRecordset::CAutomationRecordset(std::shared_ptr<SEngineState> state, AutomationObject database,
+                                           AutomationObject recordset, AutomationObject fields,
+                                           std::u16string_view table)
+    : m_state(std::move(state)),
+      m_recordset(std::move(recordset)),
+      m_fieldList(std::move(fields)),
+      m_refused(std::move(database), table) {
+  if (const auto waiting = m_state->waiting.find(table); waiting != m_state->waiting.end())
+    m_calculated = waiting->second.calculated;
+}
+
+CAutomationRecordset::~CAutomationRecordset() {
+  static_cast<void>(CAutomationRecordset::Close());
+}
+
+CDaoResult CAutomationRecordset::AddNew() {
+  CEngineCalls calls(EOperation::Rows);
+  calls.Do(m_recordset, u"AddNew");
+  m_isAdding = calls.IsOk();
+  return calls.GetResult();
+}
+
+// The field's object and type, asked for once.
+CDaoResult CAutomationRecordset::Prepare(size_t index, SField*& field) {
+  if (!m_recordset) return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
+  if (!m_isAdding) return {EDaoError::NoAddNew, u"No new record has been started."};
+  if (m_fields.size() <= index) m_fields.resize(index + 1);
+  field = &m_fields[index];
+  if (field->object) return CDaoResult::Ok();
+  CEngineCalls calls(EOperation::Value);
+  AutomationObject object = calls.GetObject(m_fieldList, u"Item", {static_cast<int32_t>(index)});
+  const AutomationValue type = calls.Get(object, u"Type");
+  if (!calls.IsOk()) return calls.GetResult();
+  if (const auto* const number = std::get_if<int16_t>(&type)) field->type = *number;
+  if (const auto* const number = std::get_if<int32_t>(&type)) field->type = static_cast<int16_t>(*number);
+  field->object = std::move(object);
+  return CDaoResult::Ok();
+}
+
+bool CAutomationRecordset::IsCalculated(size_t index) const {
+  return std::ranges::find(m_calculated, index) != m_calculated.end();
+}
+
+// The engine would read such a text as the user writes dates and numbers.
+void CAutomationRecordset::FixLocale(const SField& field, AutomationValue& value) {
+  const auto* const text = std::get_if<std::u16string>(&value);
+  const AutomationValue kind = KindReadByLocale(field.type);
+  if (text == nullptr || std::holds_alternative<SNoValue>(kind)) return;
+  AutomationValue read;
+  if (m_state->thread.ReadText(*text, kind, read)) value = std::move(read);
+}
+
+CDaoResult CAutomationRecordset::SetFieldValue(size_t index, const SValue& value) {
+  if (value.isNull || IsCalculated(index)) return CDaoResult::Ok();
+  SField* field = nullptr;
+  if (CDaoResult result = Prepare(index, field); !result.IsOk()) return result;
+  const bool isLong = field->type == kDaoMemo || field->type == kDaoLongBinary;
+  if (isLong && value.bytes.size() > kChunkBytes) {
+    CMemorySource source(value.bytes);
+    return PutChunks(*field, source, {});
+  }
+  AutomationValue made;
+  if (!MakeAutomationValue(value, made))
+    return {EDaoError::DataConversion, u"The value has more digits than the installed engine takes."};
+  FixLocale(*field, made);
+  CEngineCalls calls(EOperation::Value);
+  calls.Put(field->object, u"Value", std::move(made));
+  return calls.GetResult();
+}
+
+CDaoResult CAutomationRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes) {
+  if (IsCalculated(index)) return CDaoResult::Ok();
+  SField* field = nullptr;
+  if (CDaoResult result = Prepare(index, field); !result.IsOk()) return result;
+  std::vector<uint8_t> first;
+  if (!ReadChunk(bytes, first)) return {EDaoError::NotFound, u"The value cannot be read."};
+  if (first.size() == kChunkBytes) return PutChunks(*field, bytes, std::move(first));
+  CEngineCalls calls(EOperation::Value);
+  calls.Put(field->object, u"Value", MakeChunk(field->type, std::move(first)));
+  return calls.GetResult();
+}
+
+// The first piece replaces what is there, the others are added. Half a value is none.
+CDaoResult CAutomationRecordset::PutChunks(const SField& field, CDaoByteSource& bytes,
+                                           std::vector<uint8_t> first) {
+  CEngineCalls calls(EOperation::Value);
+  bool isRead = !first.empty() || ReadChunk(bytes, first);
+  while (isRead && calls.IsOk() && !first.empty()) {
+    calls.Do(field.object, u"AppendChunk", {MakeChunk(field.type, std::move(first))});
+    first = {};
+    isRead = ReadChunk(bytes, first);
+  }
+  if (isRead && calls.IsOk()) return CDaoResult::Ok();
+  CEngineCalls undo(EOperation::Value);
+  undo.Put(field.object, u"Value", SNullValue{});
+  return isRead ? calls.GetResult() : CDaoResult{EDaoError::NotFound, u"The value cannot be read."};
+}
+
+// Until then the engine takes no other new record.
+void CAutomationRecordset::CancelRow() {
+  CEngineCalls calls(EOperation::Update);
+  calls.Do(m_recordset, u"CancelUpdate");
+}
+
+CDaoResult CAutomationRecordset::Update() {
+  if (!m_isAdding) return {EDaoError::NoAddNew, u"No new record has been started."};
+  m_isAdding = false;
+  CEngineCalls calls(EOperation::Update);
+  calls.Do(m_recordset, u"Update");
+  if (calls.IsOk()) return CDaoResult::Ok();
+  CDaoResult refusal = calls.GetResult();
+  if (calls.GetEnd().isGone) return refusal;
+  const bool isKept = IsRowRefusal(calls.GetEnd().number) && m_refused.Keep(m_fieldList, refusal.text);
+  CancelRow();
+  return isKept ? CDaoResult::Ok() : refusal;
+}
+
+// Rows are stored one by one: a table that does not close well has them all the same.
+CDaoResult CAutomationRecordset::Close() {
+  if (!m_recordset) return CDaoResult::Ok();
+  if (m_isAdding) CancelRow();
+  std::u16string text = m_refused.Close();
+  m_fields.clear();
+  m_fieldList.reset();
+  CEngineCalls calls(EOperation::Rows);
+  calls.Do(m_recordset, u"Close");
+  m_recordset.reset();
+  if (calls.GetEnd().isGone) return calls.GetResult();
+  if (!calls.IsOk()) text += (text.empty() ? u"" : u" ") + calls.GetResult().text;
+  return {EDaoError::None, std::move(text)};
+}
+
+}  // namespace tolvane

@@ -1,0 +1,66 @@
+#include "automation/EngineProbe.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "automation/EngineCalls.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::u16string_view kInstead = u" Leave --engine out: the program has an engine of its own.";
+
+std::u16string OwnBitness() {
+  return sizeof(void*) == 8 ? u"64" : u"32";
+}
+std::u16string OtherBitness() {
+  return sizeof(void*) == 8 ? u"32" : u"64";
+}
+
+SInstalledEngine Probe(CEngineThread& thread, std::u16string_view className) {
+  SInstalledEngine engine{std::u16string(className), {}, {}};
+  if (thread.GetServers().FindRegistration(className) == ERegistration::OtherBitness) {
+    engine.problem = u"It is installed for " + OtherBitness() + u"-bit programs only, and this one is a " +
+                     OwnBitness() + u"-bit program: take the program for " + OtherBitness() + u" bits.";
+    return engine;
+  }
+  AutomationObject object;
+  CEngineCalls calls(EOperation::Database);
+  if (const SCallEnd made = thread.Create(className, object); !made.IsOk()) {
+    engine.problem = u"It cannot be started: " + MakeResult(EOperation::Database, made).text;
+    return engine;
+  }
+  const AutomationValue version = calls.Get(object, u"Version");
+  if (const auto* const text = std::get_if<std::u16string>(&version); text != nullptr && !text->empty())
+    engine.version = *text;
+  else
+    engine.problem = u"It does not tell its version. " + calls.GetResult().text;
+  return engine;
+}
+
+}  // namespace
+
+std::vector<SInstalledEngine> ListInstalledEngines(CEngineThread& thread) {
+  std::vector<SInstalledEngine> engines;
+  if (!thread.GetServers().IsThere()) return engines;
+  for (const std::u16string_view className : kEngineClasses)
+    if (thread.GetServers().FindRegistration(className) != ERegistration::None)
+      engines.push_back(Probe(thread, className));
+  thread.End();
+  return engines;
+}
+
+std::u16string DescribeMissingEngine(const CAutomationServers& servers,
+                                     const std::vector<SInstalledEngine>& engines) {
+  if (!servers.IsThere()) return u"There are no installed DAO engines on this system." + Text(kInstead);
+  if (engines.empty()) return u"No DAO engine is installed." + Text(kInstead);
+  if (std::ranges::any_of(engines, [](const SInstalledEngine& engine) { return engine.problem.empty(); }))
+    return {};
+  std::u16string text;
+  for (const SInstalledEngine& engine : engines)
+    text += (text.empty() ? u"" : u" ") + engine.className + u": " + engine.problem;
+  return text + Text(kInstead);
+}
+
+}  // namespace tolvane

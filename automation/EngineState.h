@@ -1,0 +1,35 @@
+// What the parts of one installed engine share: its thread, how it is to be used, and what waits for the
+// rows.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "automation/AutomationEngine.h"
+#include "automation/EngineThread.h"
+#include "dao/dao.h"
+
+namespace tolvane {
+
+// Of one table, until its rows are there: keys, which would refuse rows, and properties, of which some would
+// refuse rows and others fill empty fields.
+struct SWaitingTable {
+  std::vector<CDaoIndexInfo> indexes;
+  std::vector<CDaoProperty> properties;
+  std::vector<std::pair<std::u16string, std::vector<CDaoProperty>>> fieldProperties;
+  std::vector<size_t> calculated;  // fields whose values the engine makes
+};
+
+struct SEngineState {
+  SEngineState(std::unique_ptr<CAutomationServers> servers, const SAutomationOptions& given)
+      : thread(std::move(servers), given.limits), options(given) {}
+
+  CEngineThread thread;
+  const SAutomationOptions options;
+  std::map<std::u16string, SWaitingTable, std::less<>> waiting;  // by the table's name
+};
+
+}  // namespace tolvane

@@ -1,0 +1,222 @@
+// Whole saves into the stand-in engine: the recorded calls, and what each call's failure costs.
+#include <algorithm>
+#include <fstream>
+
+#include "automation/AutomationEngine.h"
+#include "tests/automation/StandInSystem.h"
+#include "tests/writer/WriterTest.h"
+
+namespace tolvane {
+namespace {
+
+// The exact rules, but for rows that tests can write as texts.
+constexpr SRecoveryRules kTextRules = [] {
+  SRecoveryRules rules = kExactRules;
+  rules.recordsHoldTexts = true;
+  rules.queriesAreTheirText = true;
+  return rules;
+}();
+
+CAccessTableIndex MakeIndex(std::u16string_view name, uint16_t column, bool isPrimary,
+                            bool isAscending = true) {
+  CAccessTableIndex index;
+  index.name = name;
+  index.columns[0] = {column, isAscending};
+  index.columnCount = 1;
+  index.primary = index.unique = isPrimary ? 1 : 0;
+  return index;
+}
+
+class CAutomationSave : public CWriterTest {
+ protected:
+  explicit CAutomationSave(const SRecoveryRules& rules = kStandardRules) : CWriterTest(rules) {}
+
+  void SetUp() override {
+    CWriterTest::SetUp();
+    AddTypes();
+    CAccessTable& people = AddTable(u"People", {{u"ID", kTypeLong, 4, 7}, {u"Name"}});
+    people.indexes.Add(MakeIndex(u"Primary Key", 1, true));
+    people.indexes.Add(MakeIndex(u"ByName", 2, false, false));
+    WriteRows(people, {{u"1", u"Ann"}, {u"2", u""}, {u"1", u"again"}});
+    WriteRows(AddTable(u"Orders", {{u"Number", kTypeLong, 4}, {u"Of", kTypeLong, 4}}), {{u"7", u"1"}});
+    AddQuery();
+    CAccessTable& relations = AddTable(u"MSysRelationships", std::vector<STestColumn>(8, STestColumn{u""}));
+    for (uint16_t i = 0; i < 8; ++i) relations.columns.GetAt(i)->number = i;
+    WriteRows(relations, {{u"PeopleOrders", u"0", u"1", u"0", u"Orders", u"Of", u"People", u"ID"}});
+  }
+  void TearDown() override {
+    RemoveStandIn();
+    CWriterTest::TearDown();
+  }
+
+  void AddTypes() {
+    CAccessTable& table = AddTable(u"Types", {{u"Flag", kTypeBoolean, 1},
+                                              {u"Small", kTypeByte, 1},
+                                              {u"Integer", kTypeInteger, 2},
+                                              {u"Long", kTypeLong, 4},
+                                              {u"Money", kTypeCurrency, 8},
+                                              {u"Single", kTypeSingle, 4},
+                                              {u"Double", kTypeDouble, 8},
+                                              {u"Date", kTypeDate, 8},
+                                              {u"Binary", kTypeBinary, 10},
+                                              {u"Text", kTypeText, 300},
+                                              {u"Ole", kTypeOle, 0},
+                                              {u"Memo", kTypeMemo, 0},
+                                              {u"Guid", kTypeGuid, 16, 0x43},
+                                              {u"Decimal", kTypeDecimal, 17}});
+    const std::u16string path = InFolder(u"object");
+    WriteObject(path, std::string(70'000, 'o'));
+    WriteRows(table,
+              {{u"True", u"-5", u"300", u"-70000", u"1.25", u"0.5", u"-2.5", u"02/01/2003 ", u"ab", u"Text",
+                path, std::u16string(40'000, u'm'), u"{00112233-4455-6677-8899-AABBCCDDEEFF}", u"12"},
+               {u"", u"200", u"", u"", u"", u"", u"", u"", u"", u"", u"", u"", u"", u""}});
+  }
+  void AddQuery() {
+    CAccessTable& table = AddTable(u"MSysQueries", std::vector<STestColumn>(8, STestColumn{u"c"}));
+    WriteRows(table, {{u"-1", u"5", u"", u"People", u"", u"", u"", u""},
+                      {u"-1", u"6", u"", u"", u"", u"Name", u"", u""}});
+    m_data.GetQueryObjects().Append(std::make_unique<CQuerySysObject>(u"Names", u"-1", u"0"));
+  }
+  static void WriteObject(const std::u16string& path, const std::string& bytes) {
+    std::ofstream file(ToNativePath(path), std::ios::binary);
+    file << bytes;
+  }
+
+  // With a stand-in that fails as told. False: the save as a whole failed.
+  bool SaveWith(std::string_view failure, const SAutomationOptions& options = {}) {
+    InstallStandIn(failure);
+    const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), options);
+    m_save = std::make_unique<CAccessSaveRepairedFile>(*engine, ShownJob());
+    m_save->SetData(&m_data);
+    m_save->SetOutputPath(InFolder(u"new.mdb"));
+    engine->Terminate();
+    const bool isSaved = m_save->Save();
+    engine->Terminate();
+    return isSaved;
+  }
+  [[nodiscard]] Lines Calls() const {
+    const std::string folder = ToUtf8(m_folder.GetPath());
+    Lines lines = ReadStandInCalls();
+    for (std::string& line : lines)
+      if (const size_t at = line.find(folder); at != std::string::npos) line.erase(at, folder.size());
+    return lines;
+  }
+  // What a save lacks, in a few words.
+  [[nodiscard]] std::string Cost() const {
+    const SSaveSummary& summary = m_save->GetSummary();
+    if (!summary.failure.empty()) return "the save: " + ToUtf8(summary.failure);
+    uint64_t records = 0, values = 0;
+    for (const SSaveLoss& loss : summary.losses) {
+      records += loss.records;
+      values += loss.fields;
+    }
+    std::string cost;
+    for (const auto& [word, count] : {std::pair{"tables", 3 - summary.tablesSaved},
+                                      {"records", records},
+                                      {"values", values},
+                                      {"columns", summary.columnsLost},
+                                      {"indexes", summary.indexesLost},
+                                      {"weaker indexes", summary.indexesWeakened},
+                                      {"queries", summary.queriesLost},
+                                      {"relations", summary.relationsLost},
+                                      {"weaker relations", summary.relationsWeakened},
+                                      {"moved records", summary.recordsMoved}})
+      if (count != 0) cost += (cost.empty() ? "" : ", ") + std::to_string(count) + " " + word;
+    if (cost.empty()) return summary.notes.empty() ? "nothing" : "nothing but a remark";
+    return cost;
+  }
+
+  std::unique_ptr<CAccessSaveRepairedFile> m_save;
+};
+
+class CAutomationSaveByTexts : public CAutomationSave {
+ protected:
+  CAutomationSaveByTexts() : CAutomationSave(kTextRules) {}
+};
+
+// Written-out calls lie beside the test. Where they differ, what was recorded is left in the system's folder
+// for temporary files.
+void ExpectCalls(const Lines& calls, const std::string& name) {
+  std::ifstream file(std::string(TOLVANE_CALLS) + "/" + name);
+  Lines wanted;
+  for (std::string line; std::getline(file, line);) wanted.push_back(line);
+  if (calls == wanted) return;
+  const std::u16string path = GetTempFolder() + FromUtf8(name);
+  std::ofstream out(ToNativePath(path), std::ios::binary);
+  for (const std::string& line : calls) out << line << "\n";
+  ADD_FAILURE() << name << " is not what was recorded; see " << ToUtf8(path);
+}
+
+TEST_F(CAutomationSave, AWholeSaveMakesTheWrittenCalls) {
+  ASSERT_TRUE(SaveWith("", {.keysLast = false})) << ToUtf8(m_save->GetSummary().failure);
+  ExpectCalls(Calls(), "save_keys_first.txt");
+  EXPECT_EQ(Cost(), "1 moved records");
+}
+
+TEST_F(CAutomationSaveByTexts, AWholeSaveMakesKeysBehindTheRows) {
+  ASSERT_TRUE(SaveWith("")) << ToUtf8(m_save->GetSummary().failure);
+  ExpectCalls(Calls(), "save_keys_last.txt");
+}
+
+// "Field.Attributes" for "Field ID.Attributes = 33".
+std::string MemberOf(const std::string& call) {
+  const std::string called = call.substr(0, call.find_first_of("(="));
+  const size_t blank = called.find(' '), member = called.find('.');
+  std::string shown = called.substr(0, std::min(blank, member)) + called.substr(member);
+  if (shown.ends_with(' ')) shown.pop_back();
+  return shown;
+}
+
+// One save for each call, in which that call fails: what it costs, each kind of call and cost once.
+TEST_F(CAutomationSave, EachFailureCostsWhatItMust) {
+  ASSERT_TRUE(SaveWith("", {.keysLast = false}));
+  const Lines calls = Calls();
+  Lines matrix;
+  for (size_t i = 0; i < calls.size(); ++i) {
+    static_cast<void>(SaveWith(std::to_string(i + 1), {.keysLast = false}));
+    const std::string line = MemberOf(calls[i]) + " -> " + Cost();
+    if (std::ranges::find(matrix, line) == matrix.end()) matrix.push_back(line);
+  }
+  ExpectCalls(matrix, "failures.txt");
+}
+
+TEST_F(CAutomationSave, AnEngineThatIsGoneOrHangsEndsTheSaveAndNotTheProgram) {
+  for (const char* failure : {"Rows Types.Update|gone", "Rows Types.Update|hang"}) {
+    SAutomationOptions options{.keysLast = false};
+    options.limits.call = std::chrono::milliseconds(300);
+    EXPECT_FALSE(SaveWith(failure, options));
+    EXPECT_NE(m_save->GetSummary().failure, u"") << failure;
+    EXPECT_TRUE(Calls().back().starts_with("Rows Types.Update"));
+  }
+}
+
+TEST_F(CAutomationSave, RefusalsOfTheEngineKeepTheirMeaning) {
+  // Renamed, though the engine says it of an index in one place and of an object in the other.
+  EXPECT_TRUE(SaveWith("Database.Relations.Append|3284"));
+  EXPECT_EQ(Cost(), "1 weaker indexes, 1 relations");
+  EXPECT_TRUE(SaveWith("Types.Append|3001"));
+  EXPECT_TRUE(SaveWith("Cell Small.Value|3421"));
+  EXPECT_EQ(m_save->GetSummary().losses.at(0).reason, u"as the stand-in was told (error 3421)");
+}
+
+TEST_F(CAutomationSave, EnginesThatAreThereAreListed) {
+  InstallStandIn("");
+  CEngineThread thread(MakeStandInServers(), {});
+  const std::vector<SInstalledEngine> engines = ListInstalledEngines(thread);
+  ASSERT_EQ(engines.size(), 2U);
+  EXPECT_EQ(engines[0].className + u" " + engines[0].version, u"DAO.DBEngine.120 16.0");
+  EXPECT_TRUE(engines[1].className == u"DAO.DBEngine.36" &&
+              engines[1].problem.starts_with(u"It is installed for "));
+  EXPECT_EQ(DescribeMissingEngine(thread.GetServers(), engines), u"");
+  EXPECT_TRUE(DescribeMissingEngine(thread.GetServers(), {engines[1]}).starts_with(u"DAO.DBEngine.36: "));
+  // Newer engines make no Jet 3 database.
+  const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), {});
+  std::unique_ptr<CDaoDatabase> database;
+  const CDaoResult result = engine->CreateDatabase(InFolder(u"old.mdb"), u"", kDaoVersionJet3, database);
+  EXPECT_EQ(result.code, EDaoError::InvalidArgument);
+  EXPECT_NE(result.text.find(u"(error 3001) Newer engines make no Access 97 databases"),
+            std::u16string::npos);
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,22 @@
+// Installs the stand-in engine where tests and programs find it: in Wine behind its COM server, elsewhere in
+// the test itself.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "automation/AutomationObject.h"
+
+namespace tolvane {
+
+// As DAO.DBEngine.120, and as DAO.DBEngine.36 for programs of the other bitness. `failure`: see
+// SStandInWorld.
+void InstallStandIn(std::string_view failure);
+void RemoveStandIn();
+// Since it was installed.
+std::vector<std::string> ReadStandInCalls();
+std::unique_ptr<CAutomationServers> MakeStandInServers();
+
+}  // namespace tolvane
