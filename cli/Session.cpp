@@ -29,6 +29,11 @@ EJobForm ChooseJobForm(const SArguments& arguments) {
   }
 }
 
+// What needs the rows of the users' tables.
+bool ShowsRows(ECommand command) {
+  return command != ECommand::Tables && command != ECommand::Queries && command != ECommand::Objects;
+}
+
 // What to do about a file that cannot be repaired, after the sentence that says what is the matter.
 SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& verdict) {
   std::u16string_view advice;
@@ -168,6 +173,7 @@ CSession::CSession(const SArguments& arguments)
       m_template(RulesOf(arguments.rules)) {
   if (m_sourcePath == kStandardInput) m_arguments.source = kStandardInputShown;
   m_job.GetContext().SetThreads(arguments.threads);
+  m_job.GetContext().SetWantsRows(ShowsRows(arguments.command));
   m_source.SetJob(m_job.GetContext());
   m_template.SetJob(m_job.GetContext());
   COvRepairFileManager& manager = m_job.GetManager();

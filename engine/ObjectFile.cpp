@@ -17,12 +17,12 @@ void CObjectFile::Begin() {
 }
 
 void CObjectFile::Take(std::span<const uint8_t> bytes) {
-  if (bytes.empty()) return;
+  m_length += bytes.size();
+  if (bytes.empty() || m_path.empty()) return;
   if (!m_file.IsOpen() &&
       !m_file.Open(m_path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways))
     throw CFileCustException(m_file.GetLastErrorCode());
   m_file.Write(bytes);
-  m_length += bytes.size();
 }
 
 std::span<const uint8_t> CObjectFile::End() {

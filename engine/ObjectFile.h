@@ -14,7 +14,7 @@ namespace tolvane {
 
 class CObjectFile : public CObjectSink {
  public:
-  // The file of the values that follow. It is created with the first byte.
+  // The file of the values that follow, created with the first byte. Without a path they are not kept.
   void Start(const std::u16string& path);
   // Completes the file. Nothing when none was created.
   void Close();

@@ -31,8 +31,6 @@ constexpr size_t kLargestPage = kLayoutJet4.pageSize;
 constexpr ptrdiff_t kPagesOfADatabase = 3;
 
 constexpr std::u16string_view kSearchStatus = u"Looking for the pages of the database: ";
-// Pages between two looks at the job.
-constexpr uint64_t kPagesBetween = 4096;
 
 // Tells the job how far the search is, and the search whether to go on.
 class CSearchWatch {
@@ -196,15 +194,26 @@ void AddShift(SPageEvidence& evidence, const SPageShift& shift, uint64_t start, 
   evidence.stretches.push_back({.page = page, .place = place, .length = end - place});
 }
 
+// `read`: what a read of many pages yielded of this one. Behind a place that cannot be read each is asked
+// singly.
+bool IsHeader(CPageReader& file, uint64_t place, Bytes read) {
+  if (read.size() < kHeaderText.size()) return HasHeader(file, place);
+  return std::memcmp(read.data(), kHeaderText.data(), kHeaderText.size()) == 0;
+}
+
 // Databases one behind the other, page by page in step, look like one.
 SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start, const CSearchWatch& watch,
                          const CJobContext* job) {
   SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = {}};
   uint64_t end = file.GetFileLength();
-  uint64_t page = 0;
-  for (uint64_t place = start + layout.pageSize; place < file.GetFileLength(); place += layout.pageSize) {
-    if (++page % kPagesBetween == 0 && !watch.Show(place)) return {};
-    if (HasHeader(file, place) && HasCatalogue(file, place)) evidence.otherStarts.push_back(place);
+  std::vector<uint8_t> block(kBlockPages * layout.pageSize);
+  for (uint64_t first = start + layout.pageSize; first < end; first += block.size()) {
+    if (!watch.Show(first)) return {};
+    const Bytes read = Bytes(block).first(file.ReadFile(first, block));
+    for (size_t at = 0; at < block.size() && first + at < end; at += layout.pageSize)
+      if (IsHeader(file, first + at, read.subspan(std::min(at, read.size()))) &&
+          HasCatalogue(file, first + at))
+        evidence.otherStarts.push_back(first + at);
   }
   if (!evidence.otherStarts.empty()) end = evidence.otherStarts.front();
   evidence.stretches.push_back({.page = 0, .place = start, .length = end - start});

@@ -4,6 +4,7 @@
 
 #include "engine/DataReader.h"
 #include "format/PageHead.h"
+#include "model/FlatTable.h"
 #include "platform/FileCust.h"
 
 namespace tolvane {
@@ -19,6 +20,9 @@ constexpr uint64_t kMovedBase = uint64_t{16} << 20;
 
 // Pages of a table that are looked at to learn what its rows are like.
 constexpr size_t kPagesLearned = 64;
+
+// Pages of a table whose rows are kept whoever wants them.
+constexpr size_t kPagesAlwaysKept = 1024;
 
 constexpr uint64_t kNoTarget = ~uint64_t{0};
 
@@ -76,9 +80,8 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   LearnRows();
 
   bool isRunning = true;
-  m_objectFile.Start(table.GetObjectFilePath());
   try {
-    if (m_dataFile.CreateDataFile(table.GetDefinitionOffset()))
+    if (StartFiles())
       isRunning = WalkPages() && AdoptPages() && RebuildPages() && DecodeUnclaimedRows();
     else
       GiveUp(SystemMessage(m_dataFile.GetLastErrorCode()));
@@ -90,6 +93,24 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   m_objectFile.Close();
   table.header.rowCount = m_rows;
   return isRunning;
+}
+
+// The rows of a user's table may be wanted by nobody. Others tell names and queries, or belong to the values
+// of complex columns; and where a table is small nobody needs to be sure.
+bool CTableWalk::KeepsRows() const {
+  const auto& columns = m_table->columns;
+  return m_job.WantsRows() || m_rules.recordsHoldTexts || m_table->header.tableType != kUserTable ||
+         m_table->dataPages.GetCount() < kPagesAlwaysKept || DescribeFlatTable(*m_table) ||
+         std::any_of(columns.begin(), columns.end(),
+                     [](const CAccessColumn& column) { return column.type == kTypeComplex; });
+}
+
+bool CTableWalk::StartFiles() {
+  const bool keeps = KeepsRows();
+  m_objectFile.Start(keeps ? m_table->GetObjectFilePath() : std::u16string());
+  if (keeps) return m_dataFile.CreateDataFile(m_table->GetDefinitionOffset());
+  m_dataFile.StartWithoutFile();
+  return true;
 }
 
 bool CTableWalk::WalkPages() {

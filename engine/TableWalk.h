@@ -45,6 +45,8 @@ class CTableWalk {
  private:
   using Bytes = std::span<const uint8_t>;
 
+  [[nodiscard]] bool KeepsRows() const;
+  bool StartFiles();
   bool WalkPages();
   bool WalkPages(std::span<const uint64_t> offsets);
   bool WalkPage(uint64_t offset);

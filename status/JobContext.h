@@ -31,6 +31,10 @@ class CJobContext {
   // work begins.
   void SetThreads(uint32_t threads) { m_threads.Set(threads); }
   [[nodiscard]] uint32_t GetThreads() const;
+  // Whether anybody will read the rows of the users' tables; without, large tables are decoded and counted
+  // only. Set before the work begins.
+  void SetWantsRows(bool wantsRows) { m_wantsRows.Set(wantsRows); }
+  [[nodiscard]] bool WantsRows() const { return m_wantsRows.Get(); }
 
   // A repair or a save runs and was not told to stop. Any thread.
   [[nodiscard]] bool IsRunning() const { return repairing.IsRunning() || saving.IsSaving(); }
@@ -41,6 +45,7 @@ class CJobContext {
 
  private:
   CLocked<uint32_t> m_threads{0};
+  CLocked<bool> m_wantsRows{true};
 };
 
 // The job that the process shows; until one is chosen, an idle one. The front end's thread chooses, and no

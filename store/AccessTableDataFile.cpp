@@ -38,10 +38,18 @@ bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   if (FileExists(path)) RemoveFile(path);
   if (!m_file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
     return false;
+  m_isWithoutFile = false;
   m_used = 0;  // values that came while no file was open belong to no table
   m_written = 0;
   m_strPath = path;
   return true;
+}
+
+void CAccessTableDataFile::StartWithoutFile() {
+  CloseDataFile();
+  m_isWithoutFile = true;
+  m_used = 0;
+  m_written = 0;
 }
 
 void CAccessTableDataFile::WriteValue(std::u16string_view text) {
@@ -77,6 +85,7 @@ void CAccessTableDataFile::EndRecord() {
     PutCount(count, m_buffer.data() + static_cast<size_t>(m_recordPlace - m_written));
     return;
   }
+  if (m_isWithoutFile) return;
   std::array<uint8_t, kCountBytes> bytes{};
   PutCount(count, bytes.data());
   m_file.WriteAt(m_recordPlace, bytes);
@@ -101,6 +110,7 @@ void CAccessTableDataFile::WriteNull() {
 
 // Many at once need no second copy.
 void CAccessTableDataFile::WriteRecords(std::span<const uint8_t> records) {
+  if (m_isWithoutFile) return;
   if (records.size() < kBufferBytes) {
     PutBytes(records);
     return;
@@ -120,7 +130,7 @@ void CAccessTableDataFile::FlushBuffer() {
   // Nothing stays buffered even if the write fails: what was written then cannot be told.
   const std::span<const uint8_t> bytes(m_buffer.data(), std::exchange(m_used, 0));
   m_written += bytes.size();
-  if (!bytes.empty()) m_file.Write(bytes);
+  if (!bytes.empty() && !m_isWithoutFile) m_file.Write(bytes);
 }
 
 void CAccessTableDataFile::CloseDataFile() {

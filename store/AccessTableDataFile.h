@@ -39,6 +39,8 @@ class CAccessTableDataFile {
   // Closes an open file (see there), then starts the file of `key` from empty. False when it cannot be
   // created; the reason is in GetLastErrorCode.
   bool CreateDataFile(uint64_t key);
+  // The same without a file: what is written is dropped.
+  void StartWithoutFile();
   // Appends one value. Buffered; throws CFileCustException when the disk is full or gone. What was buffered
   // is then dropped: the file is not whole and should not be used.
   void WriteValue(std::u16string_view text);
@@ -84,6 +86,7 @@ class CAccessTableDataFile {
   CFileNameManager m_names;
   std::u16string m_strPath;  // the file created last; empty until then
   CFileCust m_file;
+  bool m_isWithoutFile = false;
   std::vector<uint8_t> m_buffer;
   size_t m_used = 0;           // bytes of the buffer that are not written yet
   uint64_t m_written = 0;      // bytes of the file in front of the buffer's
