@@ -9,6 +9,7 @@
 #include "engine/FlatTables.h"
 #include "engine/Judgements.h"
 #include "engine/MSysComplexColumns.h"
+#include "engine/PagePlaces.h"
 #include "engine/RecordParser.h"
 #include "engine/RowCounts.h"
 #include "engine/TableScanner.h"
@@ -34,7 +35,9 @@ void CAccessProcessFile::ScanDataPages(CAccessData& data) {
   const bool hasTemplate = m_definitions != m_source;
   if (hasTemplate && m_rules.templateMatchesByName)
     m_match = CTemplateMatch(*m_source, *m_definitions, m_rules, m_job, data.GetWorkFolder());
-  m_homeless = CTableScanner(m_rules, m_job).ScanDataPages(data, *m_source, m_match);
+  m_homeless = CTableScanner(m_rules, m_job)
+                   .ScanDataPages(data, *m_source, m_match,
+                                  m_rules.adoptOrphanPages && !hasTemplate ? &m_twins : nullptr);
   if (m_rules.mendDefinitions) CTableScanner::DropGuesses(data);
 }
 
@@ -51,9 +54,11 @@ void CAccessProcessFile::SortColumns(CAccessData& data) {
   for (const auto& table : data.GetTables()) table->columns.SortByNumber();
 }
 
-// The row counts of a template say nothing about the damaged file.
 void CAccessProcessFile::ParseRecords(CAccessData& data) {
   CPageClaims claims(*m_source, data.GetTables(), m_homeless, m_job);
+  // Maps and row counts of a template say nothing about the damaged file.
+  if (m_rules.adoptOrphanPages && m_definitions == m_source)
+    SettlePages(data, *m_source, m_twins, claims, m_job);
   CRecordParser(m_rules, m_job).ParseRecords(data, *m_source, claims);
   CountHomelessPages(data, m_homeless, claims);
   if (m_definitions == m_source) CountMissingRows(data, *m_source, claims, m_job);

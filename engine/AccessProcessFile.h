@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/PageClaims.h"
+#include "engine/PageTwins.h"
 #include "engine/Source.h"
 #include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
@@ -51,6 +52,7 @@ class CAccessProcessFile {
   CSource* m_source = nullptr;
   CSource* m_definitions = nullptr;
   std::vector<SHomelessPage> m_homeless;
+  CPageTwins m_twins;
   CTemplateMatch m_match;
 };
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "engine/RowProfile.h"
 #include "platform/CodePage.h"
 #include "store/ValueRecord.h"
 
@@ -57,16 +58,9 @@ CFieldDecoder::CFieldDecoder(const STextLayout& layout, const SRecoveryRules& ru
     : m_layout(layout), m_rules(rules), m_longValues(longValues), m_objects(objects) {}
 
 void CFieldDecoder::SetTable(const CAccessTable& table, uint32_t codePage) {
-  m_shape = {.columnsEver = table.header.highestColumnNumber,
-             .variableColumnsEver = table.header.variableColumnCount,
-             .maximumStoredColumns = m_rules.maximumStoredColumns};
+  m_shape = ShapeOf(table, m_rules.maximumStoredColumns);
   m_columns.clear();
-  for (const CAccessColumn& column : table.columns) {
-    m_columns.push_back(MakeField(column, codePage));
-    const bool isInMask = column.type == kTypeBoolean && !IsCalculated(column.extendedFlags);
-    if (!column.IsFixed() && !isInMask)
-      m_shape.firstVariableNumber = std::min<uint32_t>(m_shape.firstVariableNumber, column.number);
-  }
+  for (const CAccessColumn& column : table.columns) m_columns.push_back(MakeField(column, codePage));
 }
 
 CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint32_t codePage) const {

@@ -15,6 +15,20 @@ constexpr uint64_t kMapPagesBase = uint64_t{1} << 16;
 
 }  // namespace
 
+void ReadTableMaps(CSource& source, const CAccessTableList& tables,
+                   const std::function<void(const CAccessTable&, uint32_t)>& take,
+                   const std::function<void(const CAccessTable&, bool)>& finish) {
+  uint64_t pagesLeft = kMapPagesEach * source.GetPageCount() + kMapPagesBase;
+  for (const auto& table : tables) {
+    const auto takePage = [&](uint32_t page) {
+      if (pagesLeft > 0) pagesLeft--;
+      take(*table, page);
+    };
+    const auto map = SRowPointer::FromWord(table->header.usedPagesMap);
+    finish(*table, ReadUsageMap(source.GetPages(), source.GetLayout(), map, pagesLeft, takePage));
+  }
+}
+
 CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
                          const std::vector<SHomelessPage>& homeless, const CJobContext& job) {
   std::vector<uint32_t> longValues;
@@ -35,16 +49,15 @@ std::vector<uint32_t> CPageClaims::PagesOf(const CAccessTable& table) const {
   return found != m_claims.end() ? found->second : std::vector<uint32_t>{};
 }
 
+std::vector<uint32_t> CPageClaims::DoubtfulPagesOf(const CAccessTable& table) const {
+  const auto found = m_doubtful.find(&table);
+  return found != m_doubtful.end() ? found->second : std::vector<uint32_t>{};
+}
+
 void CPageClaims::AskMaps(CSource& source, const CAccessTableList& tables) {
-  uint64_t pagesLeft = kMapPagesEach * source.GetPageCount() + kMapPagesBase;
-  for (const auto& table : tables) {
-    const auto take = [&](uint32_t page) {
-      if (pagesLeft > 0) pagesLeft--;
-      Claim(page, *table);
-    };
-    ReadUsageMap(source.GetPages(), source.GetLayout(), SRowPointer::FromWord(table->header.usedPagesMap),
-                 pagesLeft, take);
-  }
+  ReadTableMaps(
+      source, tables, [this](const CAccessTable& table, uint32_t page) { Claim(page, table); },
+      [](const CAccessTable&, bool) {});
 }
 
 void CPageClaims::AskIndexes(CSource& source, const CAccessTableList& tables, const CJobContext& job) {

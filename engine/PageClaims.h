@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "engine/LongValuePages.h"
@@ -26,6 +28,12 @@ struct SHomelessPage {
   EReason reason = EReason::NoOwner;
 };
 
+// Hands over the pages that the maps of the tables name, and then each table with whether its map can be
+// read. Many tables with one map do not cost their product.
+void ReadTableMaps(CSource& source, const CAccessTableList& tables,
+                   const std::function<void(const CAccessTable&, uint32_t)>& take,
+                   const std::function<void(const CAccessTable&, bool)>& finish);
+
 class CPageClaims {
  public:
   CPageClaims() = default;
@@ -36,6 +44,11 @@ class CPageClaims {
 
   // Pages that the table claims, in ascending order.
   [[nodiscard]] std::vector<uint32_t> PagesOf(const CAccessTable& table) const;
+  // Pages that say they are the table's, which nothing else does: they are as far as its rows are missing.
+  void Doubt(const CAccessTable& table, std::vector<uint32_t> pages) {
+    m_doubtful[&table] = std::move(pages);
+  }
+  [[nodiscard]] std::vector<uint32_t> DoubtfulPagesOf(const CAccessTable& table) const;
   // Rows of the page were found in the table that claims it.
   void Adopt(uint32_t page) { m_adopted.insert(page); }
   [[nodiscard]] CLongValuePages& GetLongValuePages() { return m_longValuePages; }
@@ -48,6 +61,7 @@ class CPageClaims {
 
   std::unordered_set<uint32_t> m_unclaimed;
   std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_claims;
+  std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_doubtful;
   std::unordered_set<uint32_t> m_adopted;
   CLongValuePages m_longValuePages{kLayoutJet4, {}};
 };

@@ -23,6 +23,18 @@ size_t WidthInFixedArea(const CAccessColumn& column, const STextLayout& text) {
 
 }  // namespace
 
+SRowShape ShapeOf(const CAccessTable& table, uint32_t maximumStoredColumns) {
+  SRowShape shape{.columnsEver = table.header.highestColumnNumber,
+                  .variableColumnsEver = table.header.variableColumnCount,
+                  .maximumStoredColumns = maximumStoredColumns};
+  for (const CAccessColumn& column : table.columns) {
+    const bool isInMask = column.type == kTypeBoolean && !IsCalculated(column.extendedFlags);
+    if (!column.IsFixed() && !isInMask)
+      shape.firstVariableNumber = std::min<uint32_t>(shape.firstVariableNumber, column.number);
+  }
+  return shape;
+}
+
 CRowProfile::CRowProfile(const CAccessTable& table, const SLayout& layout, const SRowShape& shape)
     : m_layout(layout),
       m_shape(shape),

@@ -15,6 +15,9 @@
 
 namespace tolvane {
 
+// How rows of the table are cut. Those with `maximumStoredColumns` or more are none.
+SRowShape ShapeOf(const CAccessTable& table, uint32_t maximumStoredColumns);
+
 class CRowProfile {
  public:
   CRowProfile(const CAccessTable& table, const SLayout& layout, const SRowShape& shape);

@@ -235,7 +235,8 @@ CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, ui
 }
 
 std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSource& source,
-                                                        const CTemplateMatch& match) const {
+                                                        const CTemplateMatch& match,
+                                                        CPageTwins* twins) const {
   std::vector<SHomelessPage> homeless;
   if (!source.IsOpen()) return homeless;
   const SLayout& layout = source.GetLayout();
@@ -262,6 +263,7 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
       continue;
     }
     const EOwner owner = CreditPage(data, page, offset, owners, match);
+    if (twins != nullptr && owner == EOwner::Known) twins->Note(page, static_cast<uint32_t>(number));
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
     const bool isOrphan = isRead && isLost && !isFree && IsOrphan(page);
     const bool isDefinition = m_rules.mendDefinitions && data.GetTables().FindTable(offset) != nullptr;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/PageClaims.h"
+#include "engine/PageTwins.h"
 #include "engine/Source.h"
 #include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
@@ -31,9 +32,11 @@ class CTableScanner {
   // After step 2: removes candidates that were guessed and that no page of rows belongs to.
   static void DropGuesses(CAccessData& data);
   // Step 2. Credits each data page of the damaged file to the candidate that owns it. Where the rules have
-  // pages adopted, those without a home are handed back instead of being counted.
+  // pages adopted, those without a home are handed back instead of being counted. Pages of tables are noted
+  // in `twins`, if any.
   std::vector<SHomelessPage> ScanDataPages(CAccessData& data, CSource& source,
-                                           const CTemplateMatch& match = {}) const;
+                                           const CTemplateMatch& match = {},
+                                           CPageTwins* twins = nullptr) const;
 
  private:
   class COwners;

@@ -36,7 +36,6 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext
       m_reader(source.GetPages()),
       m_data(data),
       m_claims(claims),
-      m_hasFreeMap(source.GetFreePages().IsKnown()),
       m_dataFile(data.GetWorkFolder()),
       m_sideFile(data.GetWorkFolder(), m_dataFile),
       m_longValues(m_reader, m_layout, rules, job),
@@ -114,14 +113,16 @@ bool CTableWalk::StartFiles() {
 }
 
 bool CTableWalk::WalkPages() {
-  std::vector<uint64_t> pages(m_table->dataPages.begin(), m_table->dataPages.end());
-  bool isLossKnown = false;
-  const std::vector<uint64_t> unmapped = SetAsideUnmapped(pages, isLossKnown);
+  const std::vector<uint64_t> pages(m_table->dataPages.begin(), m_table->dataPages.end());
   if (!WalkPages(pages)) return false;
-  // Freed pages hold older rows; they are the table's only where rows are missing for no other reason.
-  if (isLossKnown || m_rows >= m_table->promisedRows) return true;
-  for (const uint64_t offset : unmapped)
-    if (!WalkPage(offset)) return false;
+  for (const uint32_t page : m_claims.DoubtfulPagesOf(*m_table)) {
+    if (m_rows >= m_table->promisedRows) return true;
+    const uint64_t offset = uint64_t{page} * m_layout.pageSize;
+    const bool isMissing = m_reader.ReadPage(offset, m_page) &&
+                           (!AreSlotsSound(m_page, m_layout) ||
+                            m_rows + CountLiveSlots(m_page, m_layout) <= m_table->promisedRows);
+    if (isMissing && !WalkPage(offset)) return false;
+  }
   return true;
 }
 
@@ -178,22 +179,6 @@ void CTableWalk::TakePage(const SDecodedPage& page, const SDecodedPage& before, 
   m_table->leftoverValues += page.leftoverValues;
   m_rows += page.rows;
   m_job.progress.Advance(page.rows);
-}
-
-std::vector<uint64_t> CTableWalk::SetAsideUnmapped(std::vector<uint64_t>& pages, bool& isLossKnown) {
-  std::vector<uint64_t> unmapped;
-  if (m_hasFreeMap || m_rules.creditFreedPages || m_table->promisedRows == 0) return unmapped;
-  std::unordered_set<uint64_t> mapped;
-  const uint64_t mostPages = m_reader.GetPageCount(m_layout.pageSize);
-  const auto take = [&](uint32_t page) { mapped.insert(uint64_t{page} * m_layout.pageSize); };
-  const auto map = SRowPointer::FromWord(m_table->header.usedPagesMap);
-  if (!ReadUsageMap(m_reader, m_layout, map, mostPages, take)) return unmapped;
-  const auto isMapped = [&](uint64_t offset) { return mapped.count(offset) != 0; };
-  const auto end = std::stable_partition(pages.begin(), pages.end(), isMapped);
-  isLossKnown = static_cast<size_t>(end - pages.begin()) < mapped.size();
-  unmapped.assign(end, pages.end());
-  pages.erase(end, pages.end());
-  return unmapped;
 }
 
 bool CTableWalk::WalkPage(uint64_t offset) {

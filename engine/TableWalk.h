@@ -53,9 +53,6 @@ class CTableWalk {
   [[nodiscard]] bool CanDecodeAhead() const;
   bool TakeBatch(SDecodedBatch& batch);
   void TakePage(const SDecodedPage& page, const SDecodedPage& before, SDecodedBatch& batch);
-  // Takes the pages that the table's own map does not name out of the list, where nothing else tells freed
-  // pages; `isLossKnown`: a page that it names is missing.
-  std::vector<uint64_t> SetAsideUnmapped(std::vector<uint64_t>& pages, bool& isLossKnown);
   bool CutPage();
   // The same by the rules that hold rows against their definition.
   void LearnRows();
@@ -85,7 +82,6 @@ class CTableWalk {
   CPageReader& m_reader;
   CAccessData& m_data;
   CPageClaims& m_claims;
-  bool m_hasFreeMap;
   CAccessTableDataFile m_dataFile;
   COleSideFile m_sideFile;
   CObjectFile m_objectFile;

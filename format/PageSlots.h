@@ -80,4 +80,17 @@ inline bool AreSlotsSound(std::span<const uint8_t> page, const SLayout& layout) 
   return isSound;
 }
 
+// Hands over the slots of a sound page that hold a row of their own or lead to one, each with its word.
+template <class F>
+void ForEachLiveSlot(std::span<const uint8_t> page, const SLayout& layout, const F& take) {
+  const uint32_t count = GetLittle<uint16_t>(page, layout.data.slotCount);
+  for (uint32_t slot = 0; slot < count; slot++)
+    if (const uint16_t word = *ReadSlot(page, layout, slot); (word & kSlotHidden) == 0) take(slot, word);
+}
+inline uint32_t CountLiveSlots(std::span<const uint8_t> page, const SLayout& layout) {
+  uint32_t rows = 0;
+  ForEachLiveSlot(page, layout, [&rows](uint32_t, uint16_t) { rows++; });
+  return rows;
+}
+
 }  // namespace tolvane

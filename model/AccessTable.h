@@ -42,6 +42,7 @@ class CAccessDataPageOffsetList {
  public:
   virtual ~CAccessDataPageOffsetList() = default;
   void Add(uint64_t offset) { m_offsets.push_back(offset); }
+  void Assign(std::vector<uint64_t> offsets) { m_offsets = std::move(offsets); }
   [[nodiscard]] size_t GetCount() const { return m_offsets.size(); }
   auto begin() const { return m_offsets.begin(); }
   auto end() const { return m_offsets.end(); }
