@@ -251,6 +251,7 @@ void CRepairWorkflow::ShowResult() {
   m_mayLeaveResult = false;
   if (const CAccessData* data = Manager().GetData()) {
     m_objects.Load(*data);
+    m_pages.Start(*data, m_resultOrigin.corruptedFile);
     m_view.SetTables(ListTables(*data));
     m_view.SetObjects(m_objects.GetItems());
   }
@@ -262,6 +263,7 @@ void CRepairWorkflow::DiscardResult() {
   m_preview.Abort();
   m_view.SetTables({});
   m_objects.Clear();
+  m_pages.Stop();
   m_object.reset();
   m_preview.Clear();
   m_view.SetSummary({});
@@ -502,6 +504,7 @@ bool CRepairWorkflow::Close() {
   if (GetPage() > EPageState::FileSelected) Back();
   m_preview.Abort();
   m_output.Abort();
+  m_pages.Stop();
   m_job->Stop();
   WaitForWorkers();
   m_preview.GetRecords().Clear();

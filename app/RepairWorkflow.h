@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/FilePages.h"
 #include "app/FrontEnd.h"
 #include "app/Job.h"
 #include "app/RecentFiles.h"
@@ -103,6 +104,8 @@ class CRepairWorkflow {
   [[nodiscard]] bool IsResultHeld() const;
   [[nodiscard]] const COvRepairFileManager& GetManager() const { return m_job->GetManager(); }
   [[nodiscard]] const std::u16string& GetOutputPath() const { return m_job->GetSave().GetOutputPath(); }
+  // Of the damaged file, once they are known.
+  [[nodiscard]] const CFilePages& GetPages() const { return m_pages; }
   [[nodiscard]] CRecordStore& GetRecords() { return m_preview.GetRecords(); }
   // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
   // first bytes.
@@ -166,6 +169,7 @@ class CRepairWorkflow {
   std::unique_ptr<CJob> m_job;   // gone once the program is closed
   CResultObjects m_objects;
   std::optional<size_t> m_object;  // the selected one of them
+  CFilePages m_pages;
   CResultOutput m_output;
   CResultPreview m_preview;  // last, so that its thread ends before what it works on
 };

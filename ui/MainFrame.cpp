@@ -19,6 +19,7 @@
 #include "ui/win/Area.h"
 #include "ui/win/Dialog.h"
 #include "ui/win/Screen.h"
+#include "ui/win/Theme.h"
 
 namespace tolvane {
 
@@ -64,6 +65,7 @@ bool CMainFrame::Create(std::u16string_view path) {
     return false;
   if (!CreateChildren() || !CreateWorkflow()) return false;
   ApplyDpi(CDpi::Of(m_window));
+  ApplyTheme();
   TakeFirstPlace();
   m_workflow->Start();
   m_view.SetRecentFiles(m_recentFiles.Get());
@@ -89,9 +91,8 @@ void CMainFrame::TakeFirstPlace() {
 
 bool CMainFrame::CreateChildren() {
   m_dialogs.SetOwner(m_window);
-  m_statusBar = CreateWindowExW(0, STATUSCLASSNAMEW, L"", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0,
-                                m_window, reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_STATUS_BAR)),
-                                GetModuleHandleW(nullptr), nullptr);
+  if (!m_statusPane.Create(m_window, IDC_STATUS_BAR)) return false;
+  m_statusBar = m_statusPane.GetHandle();
   m_activityBar = CreateWindowExW(0, PROGRESS_CLASSW, L"Activity", WS_CHILD, 0, 0, 0, 0, m_statusBar,
                                   reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_ACTIVITY_BAR)),
                                   GetModuleHandleW(nullptr), nullptr);
@@ -385,6 +386,23 @@ void CMainFrame::ApplyDpi(CDpi dpi) {
   m_view.SetDpi(dpi);
 }
 
+// Colours, fonts and themes, changed by the user while the program runs.
+void CMainFrame::FollowAppearance(UINT message) {
+  CTheme::Get().Refresh();
+  if (message == WM_SYSCOLORCHANGE)
+    for (const HWND control : {m_statusBar, m_activityBar}) SendMessageW(control, message, 0, 0);
+  ApplyDpi(m_dpi);
+  ApplyTheme();
+}
+
+void CMainFrame::ApplyTheme() const {
+  CTheme::Get().ApplyToFrame(m_window);
+  CTheme::Get().ApplyToControl(m_activityBar);
+  ColourBar(m_activityBar);
+  m_view.ApplyTheme();
+  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+}
+
 void CMainFrame::OnDpiChanged(UINT dpi, const RECT& area) {
   ApplyDpi(CDpi(dpi));
   MoveToSuggested(m_window, area);
@@ -415,7 +433,14 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       KeepOnScreen(m_window);
       return 0;
     case WM_SETTINGCHANGE:
-      if (wParam == SPI_SETWORKAREA) KeepOnScreen(m_window);
+      if (wParam == SPI_SETWORKAREA)
+        KeepOnScreen(m_window);
+      else
+        FollowAppearance(message);
+      return 0;
+    case WM_SYSCOLORCHANGE:
+    case WM_THEMECHANGED:
+      FollowAppearance(message);
       return 0;
     case WM_DPICHANGED:
       OnDpiChanged(LOWORD(wParam), *reinterpret_cast<const RECT*>(lParam));

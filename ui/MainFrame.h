@@ -17,6 +17,7 @@
 #include "ui/Profile.h"
 #include "ui/TaskbarButton.h"
 #include "ui/WindowDialogs.h"
+#include "ui/win/DarkParts.h"
 #include "ui/win/Window.h"
 
 namespace tolvane {
@@ -65,6 +66,8 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void OnDpiChanged(UINT dpi, const RECT& area);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void ApplyDpi(CDpi dpi);
+  void ApplyTheme() const;
+  void FollowAppearance(UINT message);
   void CallUser() const;
   void SelectFile(std::u16string_view path);
   void SelectRecentFile(const std::u16string& path);
@@ -85,6 +88,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   CTaskbarButton m_taskbar;
   COverallProgress m_progress;
   SCommandSwitches m_switches;
+  CStatusBar m_statusPane;
   HWND m_statusBar = nullptr;
   HWND m_activityBar = nullptr;
   CDpi m_dpi;

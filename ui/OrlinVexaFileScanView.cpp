@@ -18,6 +18,8 @@
 #include "ui/Clipboard.h"
 #include "ui/Resource.h"
 #include "ui/ViewControls.h"
+#include "ui/win/DarkParts.h"
+#include "ui/win/Theme.h"
 
 namespace tolvane {
 
@@ -75,6 +77,10 @@ bool COrlinVexaFileScanView::CreateControls() {
       case IDC_TREE:
         isCreated = m_tree.Create(m_window, IDC_TREE);
         break;
+      case IDC_MAP:
+        isCreated = m_map.Create(m_window, IDC_MAP,
+                                 [this](const std::u16string& text) { GetItem(IDC_MAP_NOTE).SetText(text); });
+        break;
       case IDC_FIND:
       case IDC_RECORDS:
       case IDC_CELL:
@@ -104,7 +110,18 @@ void COrlinVexaFileScanView::SetDpi(CDpi dpi) {
   SFonts previous = std::exchange(m_fonts, SFonts(dpi));
   ApplyFonts();
   m_records.SetFonts(m_fonts, dpi);
+  m_map.SetDpi(dpi);
   Arrange();
+}
+
+void COrlinVexaFileScanView::ApplyTheme() const {
+  for (const SControl& control : GetViewControls())
+    CTheme::Get().ApplyToControl(GetDlgItem(m_window, static_cast<int>(control.identifier)));
+  ColourTree(m_tree.GetHandle());
+  ColourList(GetDlgItem(m_window, IDC_RECORDS));
+  ColourBar(m_progress.GetHandle());
+  ColourBar(GetDlgItem(m_window, IDC_OVERALL));
+  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 void COrlinVexaFileScanView::ApplyFonts() {
@@ -286,6 +303,9 @@ void COrlinVexaFileScanView::SetOutputPath(std::u16string_view path) {
 void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
   m_tree.SetTables(tables);
   ShowReview();
+  m_isMapDue = m_workflow && !tables.empty();
+  m_map.SetPages(m_workflow ? &m_workflow->GetPages() : nullptr);
+  SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
 }
 
 void COrlinVexaFileScanView::SetRecentFiles(const std::vector<std::u16string>& paths) {
@@ -356,7 +376,10 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
   const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
   if (isWorking && m_watch) m_watch();
   m_records.Refresh();
-  if (!isBusy && !isWorking) KillTimer(m_window, kWatchTimer);
+  const bool isMapDue = m_workflow && m_workflow->GetPages().IsWorking();
+  if (m_isMapDue && !isMapDue) m_map.SetPages(&m_workflow->GetPages());
+  m_isMapDue = isMapDue;
+  if (!isBusy && !isWorking && !isMapDue) KillTimer(m_window, kWatchTimer);
 }
 
 // --- commands ---
@@ -427,6 +450,8 @@ void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
 }
 
 LRESULT COrlinVexaFileScanView::OnNotify(NMHDR* header) {
+  if (header->code == NM_CUSTOMDRAW && header->idFrom >= ID_NEW_REPAIR)
+    return DrawDarkButton(*reinterpret_cast<NMCUSTOMDRAW*>(header));
   if (header->idFrom == IDC_RECORDS) return m_records.OnNotify(header);
   if (header->idFrom == IDC_TREE && header->code == NM_CUSTOMDRAW)
     return CTreeControl::OnCustomDraw(*reinterpret_cast<NMTVCUSTOMDRAW*>(header));
@@ -440,19 +465,18 @@ LRESULT COrlinVexaFileScanView::OnControlColour(HDC context, HWND control) const
   const auto identifier = static_cast<UINT>(GetDlgCtrlID(control));
   const bool isStep = identifier >= IDC_STEP_CHOOSE && identifier <= IDC_STEP_SAVE;
   const bool isOther = isStep && identifier != GetPageTexts(m_state.page).step;
-  SetTextColor(context, GetSysColor(isOther ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT));
-  SetBkColor(context, GetSysColor(COLOR_WINDOW));
-  return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
+  return CTheme::Get().ColourControl(context, COLOR_WINDOW, isOther ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT);
 }
 
 void COrlinVexaFileScanView::Paint() {
   PAINTSTRUCT paint{};
   const HDC context = BeginPaint(m_window, &paint);
   RECT bar = GetClientArea();
+  FillRect(context, &bar, CTheme::Get().GetBrush(COLOR_WINDOW));
   bar.top = m_commandTop;
-  FillRect(context, &bar, GetSysColorBrush(COLOR_BTNFACE));
+  FillRect(context, &bar, CTheme::Get().GetBrush(COLOR_BTNFACE));
   bar.bottom = bar.top + 1;
-  FillRect(context, &bar, GetSysColorBrush(COLOR_BTNSHADOW));
+  FillRect(context, &bar, CTheme::Get().GetBrush(COLOR_BTNSHADOW));
   EndPaint(m_window, &paint);
 }
 
@@ -473,7 +497,12 @@ LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lP
     case WM_TIMER:
       OnTimer(wParam);
       return 0;
+    case WM_ERASEBKGND:
+      return 1;  // Paint covers everything
     case WM_CTLCOLORSTATIC:
+    case WM_CTLCOLORBTN:
+    case WM_CTLCOLOREDIT:
+    case WM_CTLCOLORLISTBOX:
       return OnControlColour(reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
     case WM_NEXTDLGCTL:  // to a control, or else to the next or the one before
       SetFocus(LOWORD(lParam) != 0 ? reinterpret_cast<HWND>(wParam)

@@ -10,6 +10,7 @@
 #include "ui/AccessProgressCtrl.h"
 #include "ui/LogEdit.h"
 #include "ui/ModeButtons.h"
+#include "ui/PageMapControl.h"
 #include "ui/ReadOnlyEdit.h"
 #include "ui/RecentList.h"
 #include "ui/RecordPane.h"
@@ -28,6 +29,8 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   // Before the workflow starts; it must outlive the view.
   void SetWorkflow(CRepairWorkflow& workflow);
   void SetDpi(CDpi dpi);
+  // The colours that the user has chosen since.
+  void ApplyTheme() const;
   void EnableCommands(const SCommandSwitches& switches);
   // Of the step that runs.
   void RefreshProgress();
@@ -112,10 +115,12 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   CLogEditView m_log;
   CTreeControl m_tree;
   CRecordPane m_records;
+  CPageMapControl m_map;
   CRecentList m_recentFiles;
   CSplitters m_splitters;
   int m_commandTop = 0;
   HWND m_focus = nullptr;
+  bool m_isMapDue = false;   // the pages were not all known when the map was drawn
   bool m_isPageNew = false;  // the keyboard has not been moved there yet
 };
 

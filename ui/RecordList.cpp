@@ -5,6 +5,8 @@
 
 #include "platform/Wide_win.h"
 #include "ui/Clipboard.h"
+#include "ui/win/DarkParts.h"
+#include "ui/win/Theme.h"
 
 namespace tolvane {
 
@@ -259,8 +261,8 @@ LRESULT CRecordList::OnCustomDraw(NMLVCUSTOMDRAW& draw) const {
       if ((Send(LVM_GETITEMSTATE, draw.nmcd.dwItemSpec, LVIS_SELECTED) & LVIS_SELECTED) == 0)
         return CDRF_NOTIFYPOSTPAINT;
       draw.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
-      draw.clrText = GetSysColor(COLOR_HIGHLIGHTTEXT);
-      draw.clrTextBk = GetSysColor(COLOR_HIGHLIGHT);
+      draw.clrText = CTheme::Get().GetColour(COLOR_HIGHLIGHTTEXT);
+      draw.clrTextBk = CTheme::Get().GetColour(COLOR_HIGHLIGHT);
       return CDRF_NOTIFYPOSTPAINT | CDRF_NEWFONT;
     case CDDS_ITEMPOSTPAINT:
       FrameCell(draw.nmcd.hdc, static_cast<int>(draw.nmcd.dwItemSpec));
@@ -293,9 +295,9 @@ POINT CRecordList::GetCellPoint() const {
 void CRecordList::FrameCell(HDC context, int row) const {
   if (row != GetFocusedRow()) return;
   RECT cell = GetCellArea(row);
-  FrameRect(context, &cell, GetSysColorBrush(COLOR_WINDOWTEXT));
+  FrameRect(context, &cell, CTheme::Get().GetBrush(COLOR_WINDOWTEXT));
   InflateRect(&cell, -1, -1);
-  FrameRect(context, &cell, GetSysColorBrush(COLOR_WINDOW));
+  FrameRect(context, &cell, CTheme::Get().GetBrush(COLOR_WINDOW));
 }
 
 bool CRecordList::OnKey(WPARAM key) {
@@ -317,6 +319,8 @@ bool CRecordList::OnKey(WPARAM key) {
 
 LRESULT CRecordList::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   if (message == WM_KEYDOWN && OnKey(wParam)) return 0;
+  if (message == WM_NOTIFY && reinterpret_cast<NMHDR*>(lParam)->code == NM_CUSTOMDRAW)
+    if (const LRESULT drawn = DrawDarkHeading(*reinterpret_cast<NMCUSTOMDRAW*>(lParam))) return drawn;
   // Enter opens the cell instead of pressing the window's default button.
   if (message == WM_GETDLGCODE) {
     const auto* const asked = reinterpret_cast<const MSG*>(lParam);

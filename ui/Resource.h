@@ -97,6 +97,9 @@
 #define IDC_RECORDS 1157
 #define IDC_CELL_LABEL 1158
 #define IDC_CELL 1159
+#define IDC_MAP_LABEL 1170
+#define IDC_MAP 1171
+#define IDC_MAP_NOTE 1172
 #define IDC_LOG_LABEL 1161
 #define IDC_LOG 1162
 

@@ -5,6 +5,7 @@
 
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
+#include "ui/win/Theme.h"
 
 namespace tolvane {
 
@@ -116,8 +117,8 @@ POINT CTreeControl::SelectAt(POINT point) const {
 LRESULT CTreeControl::OnCustomDraw(NMTVCUSTOMDRAW& draw) {
   if (draw.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
   if (draw.nmcd.dwDrawStage == CDDS_ITEMPREPAINT && (draw.nmcd.uItemState & CDIS_SELECTED) != 0) {
-    draw.clrText = GetSysColor(COLOR_HIGHLIGHTTEXT);
-    draw.clrTextBk = GetSysColor(COLOR_HIGHLIGHT);
+    draw.clrText = CTheme::Get().GetColour(COLOR_HIGHLIGHTTEXT);
+    draw.clrTextBk = CTheme::Get().GetColour(COLOR_HIGHLIGHT);
   }
   return CDRF_DODEFAULT;
 }

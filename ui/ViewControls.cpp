@@ -62,6 +62,9 @@ constexpr SControl kControls[] = {
     {IDC_TREE, kReviewPage, L"", EKind::Own},
     {IDC_SUMMARY_LABEL, kReviewPage | kDonePage, L"S&ummary"},
     {IDC_SUMMARY, kReviewPage | kDonePage, L"", EKind::Own},
+    {IDC_MAP_LABEL, kReviewPage, L"Page &map", EKind::Text, EWhen::Overview},
+    {IDC_MAP, kReviewPage, L"", EKind::Own, EWhen::Overview},
+    {IDC_MAP_NOTE, kReviewPage, L"", EKind::Text, EWhen::Overview},
     {IDC_FIND_LABEL, kReviewPage, L"Fi&nd:", EKind::Text, EWhen::Table},
     {IDC_FIND, kReviewPage, L"", EKind::Own, EWhen::Table},
     {ID_FIND_NEXT, kReviewPage, L"Find ne&xt", EKind::Button, EWhen::Table},
@@ -115,7 +118,9 @@ bool CreateStandardControl(HWND parent, const SControl& control) {
     case EKind::Text:
       // An ampersand of a path is no access key; those of labels are.
       style |= control.text[0] == L'\0' ? SS_NOPREFIX : 0;
-      style |= control.identifier == IDC_HINT ? SS_LEFT : SS_LEFTNOWORDWRAP | SS_ENDELLIPSIS;
+      style |= control.identifier == IDC_HINT || control.identifier == IDC_MAP_NOTE
+                   ? SS_LEFT
+                   : SS_LEFTNOWORDWRAP | SS_ENDELLIPSIS;
       break;
     case EKind::Button:
     case EKind::DefaultButton:

@@ -27,6 +27,9 @@ constexpr int kWidestForm = 820;
 constexpr int kSummaryLines = 3;
 constexpr int kFindWidth = 220;
 constexpr int kNarrowestPane = 120;
+constexpr int kNarrowestMap = 150;
+constexpr int kWidestMap = 340;
+constexpr int kMapNoteLines = 4;
 constexpr int kLowestPane = 160;
 // Where there is less than this, what stands below each other moves beside each other, and gaps shrink.
 constexpr int kRoomyLines = 15;
@@ -196,18 +199,29 @@ void CViewLayout::ArrangeReview(CArea area) {
   m_treeSplitter = area.CutLeft(m_gap + m_gap / 2).GetRect();
   m_mover.Place(IDC_TREE_LABEL, tree.CutTop(Line(), m_gap / 2));
   m_mover.Place(IDC_TREE, tree);
+  if (m_state.review == EReview::Overview) {
+    const CArea log = CutLower(area, m_state.logHeight, Px(kButtonHeight) + m_gap + 2 * Line());
+    ArrangeMap(area);
+    m_mover.Place(IDC_SUMMARY_LABEL, area.CutTop(Line(), m_gap / 2));
+    m_mover.Place(IDC_SUMMARY, area);
+    ArrangeLog(log);
+    return;
+  }
   m_mover.Place(IDC_SUMMARY_LABEL, area.CutTop(Line(), m_gap / 2));
   if (m_state.review == EReview::Table) {
     ArrangeTable(area);
     return;
   }
-  if (m_state.review == EReview::Object) {
-    m_mover.Place(IDC_SUMMARY, area);
-    return;
-  }
-  const CArea log = CutLower(area, m_state.logHeight, Px(kButtonHeight) + m_gap + 2 * Line());
   m_mover.Place(IDC_SUMMARY, area);
-  ArrangeLog(log);
+}
+
+// Beside the summary.
+void CViewLayout::ArrangeMap(CArea& area) {
+  CArea map = area.CutRight(std::clamp(area.GetWidth() * 2 / 5, Px(kNarrowestMap), Px(kWidestMap)),
+                            m_gap + m_gap / 2);
+  m_mover.Place(IDC_MAP_LABEL, map.CutTop(Line(), m_gap / 2));
+  m_mover.Place(IDC_MAP_NOTE, map.CutBottom((m_isLow ? 2 : kMapNoteLines) * Line(), m_gap / 2));
+  m_mover.Place(IDC_MAP, map);
 }
 
 void CViewLayout::ArrangeTable(CArea area) {

@@ -46,6 +46,7 @@ class CViewLayout {
   void ArrangeWork(CArea area);
   void ArrangeReview(CArea area);
   void ArrangeTable(CArea area);
+  void ArrangeMap(CArea& area);
   void ArrangeDone(CArea area);
   void ArrangeLog(CArea area);
   void ArrangeMode(CArea& area, UINT button, UINT text);

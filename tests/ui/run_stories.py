@@ -428,6 +428,66 @@ def complex_values(desk, path):
     program.close()
 
 
+def page_map(desk):
+    """The map of pages: in words, by a click and by keys."""
+    program = desk.repair(desk.damaged)
+    wait_for(lambda: ' pages, ' in program.text('IDC_MAP_NOTE'), 'the map in words')
+    told = json.loads(corpus.tolvane(desk.options, 'inspect', '--json', desk.damaged))
+    words = program.text('IDC_MAP_NOTE')
+    damaged = sum(kind['damaged'] for kind in told['kinds'])
+    expect((words.split(' pages')[0], damaged > 0), (str(told['source']['pages']), True), 'pages')
+    expect_text(words + ',', ', %d damaged,' % damaged, 'the map in words')
+    control = program.control('IDC_MAP')
+    control.post(window.WM_LBUTTONDOWN, 1, 5 << 16 | 5)
+    wait_for(lambda: program.text('IDC_MAP_NOTE').startswith('Page 0: '), 'the first page')
+    tables = json.loads(corpus.tolvane(desk.options, 'tables', '--json', desk.damaged))['tables']
+    page = next(table['page'] for table in tables if table['name'] == 'Customers')
+    for _ in range(page):
+        control.post(window.WM_KEYDOWN, window.VK_RIGHT)
+    program.wait_for_text('IDC_MAP_NOTE', 'Page %d: table definition, of the table Customers' % page)
+    expect(control.text(), 'Page map, ' + program.text('IDC_MAP_NOTE'), 'text of the map')
+    desk.shoot('4-map')
+    program.close()
+
+
+def brightness(path):
+    """Of a picture, from 0 to 1."""
+    done = subprocess.run(['convert', path, '-colorspace', 'Gray', '-format', '%[fx:mean]', 'info:'], check=True,
+                          capture_output=True, encoding='ascii')
+    return float(done.stdout)
+
+
+def colours(desk):
+    """Dark colours and light ones again, chosen while the program runs."""
+    program = desk.repair(desk.damaged)
+    wait_for(lambda: ' pages, ' in program.text('IDC_MAP_NOTE'), 'the map in words')
+    light = brightness(desk.shoot('4-review-light'))
+    desk.session.choose_dark(True)
+    try:
+        program.follow_settings()
+        dark = brightness(desk.shoot('4-review-dark'))
+        expect(light > 0.7 and dark < 0.35, True, 'brightness %.2f of light and %.2f of dark colours' % (light, dark))
+        program.select_table(0)
+        wait_for(lambda: program.shown('IDC_RECORDS') == [True], 'the records')
+        program.type(window.VK_MENU, ord('D'))
+        program.type(window.VK_DOWN)
+        desk.shoot('5-table-dark')
+        program.command('ID_EXPORT')
+        dialog = program.wait_for_dialog('Export')
+        expect(brightness(desk.shoot('export-dark', dialog)) < 0.4, True, 'whether the dialog is dark')
+        program.close_box(dialog, CANCEL)
+        program.command('ID_BACK', (LEAVE, YES), page='chosen')
+        desk.shoot('2-chosen-dark')
+        program.command('ID_NEXT', page='repairing')
+        desk.shoot('3-repairing-dark')
+        program.wait_for_page('review')
+    finally:
+        desk.session.choose_dark(False)
+    program.follow_settings()
+    expect(brightness(desk.shoot('4-review-light')) > 0.7, True, 'whether it is light again')
+    program.close()
+
+
 def leave_review(desk):
     """What was not saved is left knowingly, and found again."""
     program = desk.repair(desk.damaged)
@@ -578,7 +638,9 @@ def every_page(desk):
     expect(program.text('IDC_FILE'), windows_path(desk.damaged), 'the typed path')
     desk.shoot('3-repairing')
     program.wait_for_page('review')
-    desk.shoot('4-review')
+    wait_for(lambda: ' pages, ' in program.text('IDC_MAP_NOTE'), 'the map in words')
+    review = desk.shoot('4-review')
+    expect(brightness(review) < 0.35, bool(desk.session.display.colours), 'whether the page is dark')
     program.select_table(0)
     wait_for(lambda: program.shown('IDC_RECORDS') == [True], 'the records')
     desk.shoot('5-table')
@@ -629,13 +691,15 @@ def crash_note(desk):
     expect(desk.run_folders(), [], 'folders after the next start')
 
 
-STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, leave_review, exports, objects, keyboard,
+STORIES = [standard_repair, preview, template_repair, overwrite, stop_save, wrong_files, leave_review, exports, objects, page_map, colours, keyboard,
            settings, start_dialog, recent_files, window_place, crash_note]
 DESKTOP, FINE = Display('96', 96, (2100, 1560)), Display('192', 192, (2100, 1560))
 # 800x600 and 1280x720 at 150 %, with a taskbar.
 SMALL = [Display('small-96', 96, (800, 560)), Display('small-144', 144, (1280, 648))]
+# Colours of a high contrast, white on black.
+CONTRAST = Display('contrast', 144, (1800, 1200), window.HIGH_CONTRAST)
 EVERYWHERE = [(DESKTOP, story) for story in STORIES] + [(FINE, story) for story in (every_page, preview, settings)] + [
-    (display, every_page) for display in SMALL]
+    (display, every_page) for display in [*SMALL, CONTRAST]]
 
 
 

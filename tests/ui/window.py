@@ -22,14 +22,19 @@ BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL, CBN_SELCHANGE = 
 TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
 VK_TAB, VK_RETURN, VK_CONTROL, VK_MENU, VK_ESCAPE, KEYEVENTF_KEYUP = 0x09, 0x0D, 0x11, 0x12, 0x1B, 2
-VK_HOME, VK_LEFT, VK_UP, VK_RIGHT, VK_DOWN, VK_F5 = 0x24, 0x25, 0x26, 0x27, 0x28, 0x74
+VK_END, VK_HOME, VK_LEFT, VK_UP, VK_RIGHT, VK_DOWN, VK_F5 = 0x23, 0x24, 0x25, 0x26, 0x27, 0x28, 0x74
 CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 259
 OK, CANCEL, YES, NO = 1, 2, 6, 7
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
 MEM_COMMIT, PAGE_READWRITE = 0x1000, 4
+HKEY_CURRENT_USER, REG_DWORD, WM_SETTINGCHANGE, WM_LBUTTONDOWN = -0x7FFFFFFF, 4, 0x1A, 0x201
 MENUS = ['&File', '&Edit', 'Repa&ir', '&Help']
 NOWHERE = 0x10  # below the first page that any program has
 PROGRAM = 'Tolvane for Access'
+HIGH_CONTRAST = tuple({'Window': '0 0 0', 'WindowText': '255 255 255', 'WindowFrame': '255 255 255', 'Menu': '0 0 0',
+                 'MenuText': '255 255 255', 'MenuBar': '0 0 0', 'ButtonFace': '0 0 0', 'ButtonText': '255 255 255',
+                 'ButtonShadow': '255 255 255', 'ButtonHilight': '192 192 192', 'ButtonDkShadow': '255 255 255',
+                 'ButtonLight': '255 255 255', 'GrayText': '63 242 63', 'Hilight': '26 235 255', 'HilightText': '0 0 0'}.items())
 
 
 ID = {name: int(value) for name, value in re.findall(
@@ -37,7 +42,7 @@ ID = {name: int(value) for name, value in re.findall(
 
 
 # A screen, or what a taskbar leaves of one, and how it is called in the names of pictures.
-Display = collections.namedtuple('Display', 'name dpi size')
+Display = collections.namedtuple('Display', 'name dpi size colours', defaults=((),))
 
 
 class Failed(Exception):
@@ -88,6 +93,8 @@ class Session:
                 '"FontSmoothingType"=dword:00000002\n\n'
                 '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
 
+    THEME = '\n[HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]\n"ThemeActive"="%d"\n\n'
+
     def __init__(self, folder, prefix, drive, display):
         self.display = display
         prefix.mkdir(parents=True, exist_ok=True)
@@ -102,11 +109,17 @@ class Session:
                                 WINEDLLOVERRIDES='winemenubuilder.exe,mscoree,mshtml=d', LC_ALL='C.UTF-8')
         # A desktop as large as the screen, so that windows have frames; the resolution; no recent files.
         settings = folder / 'settings.reg'
-        settings.write_text(self.SETTINGS % (*display.size, display.dpi))
+        settings.write_text(self.SETTINGS % (*display.size, display.dpi) + self.colours())
         self.run(WINE, 'regedit', '/S', windows_path(settings), check=True)
         self.run(WINE_SERVER, '-k', '-w')
         self.driver = subprocess.Popen([WINE, drive], env=self.environment, stdin=subprocess.PIPE,
                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding='ascii')
+
+    def colours(self):
+        """Those of the display in place of a theme's, or again the theme's."""
+        names = ''.join('"%s"="%s"\n' % colour for colour in self.display.colours)
+        return self.THEME % (0 if names else 1) + ('[HKEY_CURRENT_USER\\Control Panel\\Colors]\n' + names if names else
+                                                   '[-HKEY_CURRENT_USER\\Control Panel\\Colors]\n')
 
     def run(self, *command, check=False):
         """With time to make a new prefix, too."""
@@ -127,14 +140,24 @@ class Session:
             raise Failed('the driver does not answer to %s%r' % (function, arguments))
         return [bytes.fromhex(word[1:]) if word[0] == 'x' else int(word) for word in answer]
 
+    def string(self, address):
+        """A text of the driver's memory."""
+        length = self.call('lstrlenW', address)[0]
+        memory = self.call('lstrcpynW', bytes(2 * length + 2), address, length + 1)[1]
+        return memory[:2 * length].decode('utf-16le')
+
+    def choose_dark(self, is_dark):
+        """In the settings of the system; 0 stands for dark programs."""
+        key = 'Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize'
+        self.call('RegSetKeyValueW', HKEY_CURRENT_USER, key, 'AppsUseLightTheme', REG_DWORD, struct.pack('<I', not is_dark), 4)
+
     def clipboard(self):
         if not self.call('OpenClipboard', 0)[0]:
             raise Failed('the clipboard is in use')
         text = self.call('GlobalLock', self.call('GetClipboardData', CF_UNICODETEXT)[0])[0]
-        length = self.call('lstrlenW', text)[0]
-        memory = self.call('lstrcpynW', bytes(2 * length + 2), text, length + 1)[1]
+        text = self.string(text)
         self.call('CloseClipboard')
-        return memory[:2 * length].decode('utf-16le')
+        return text
 
     @contextlib.contextmanager
     def holding(self, path):
@@ -401,6 +424,9 @@ class Program:
         memory = self.session.call('VirtualAllocEx', self.process, 0, len(content), MEM_COMMIT, PAGE_READWRITE)[0]
         self.session.call('WriteProcessMemory', self.process, memory, content, len(content), 0)
         return memory
+
+    def follow_settings(self):
+        self.frame.send(WM_SETTINGCHANGE)
 
     def change_resolution(self, dpi, area):
         """As on the way to another screen."""

@@ -22,7 +22,8 @@ class CDialog : public CWnd {
 
  private:
   static INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-  static INT_PTR OnControlColour(HWND control);
+  static INT_PTR OnControlColour(HDC context, HWND control);
+  void ApplyTheme() const;
   INT_PTR OnDialogMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
   UINT m_template;
