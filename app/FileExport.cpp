@@ -17,7 +17,7 @@ std::u16string ObjectFolderOf(const std::u16string& path) {
 }
 
 void WriteScript(const SFileExportTask& task, const CSqlDialect& dialect, const std::u16string& path,
-                 const StopRequest& isStopped, SDatabaseExport& exported) {
+                 const SExportWatch& watch, SDatabaseExport& exported) {
   CExportSink sink;
   if (!path.empty() && !sink.Open(path)) {
     exported.end = EExportEnd::NotWritten;
@@ -26,15 +26,15 @@ void WriteScript(const SFileExportTask& task, const CSqlDialect& dialect, const 
   }
   CSqlScript script(exported.schema, dialect,
                     u"Recovered by Tolvane for Access from " + std::u16string(FileNameOf(task.source)),
-                    isStopped);
+                    watch);
   exported.end = script.Write(sink);
   exported.problem = sink.GetProblem();
   exported.counts = script.GetCounts();
 }
 
 void WriteDatabase(const CAccessData& data, const CSqliteLibrary& library, const std::u16string& path,
-                   const StopRequest& isStopped, SDatabaseExport& exported) {
-  CSqliteFile file(library.Get(), data, exported.schema, isStopped);
+                   const SExportWatch& watch, SDatabaseExport& exported) {
+  CSqliteFile file(library.Get(), data, exported.schema, watch);
   exported.end = file.Write(path);
   exported.problem = file.GetProblem();
   exported.counts = file.GetCounts();
@@ -68,7 +68,7 @@ std::vector<SExportedFile> ListExportedFiles(const CAccessData& data, const SFil
 }
 
 SFileExportEnd WriteExportedFile(const CAccessData& data, const SFileExportTask& task, SExportedFile& file,
-                                 const CPreviewThreadStatus& preview, const StopRequest& isStopped) {
+                                 const CPreviewThreadStatus& preview, const SExportWatch& watch) {
   const auto notWritten = [](const std::u16string& path, const std::u16string& problem) {
     return SFileExportEnd{EExportEnd::NotWritten, path, problem, {}};
   };
@@ -79,7 +79,7 @@ SFileExportEnd WriteExportedFile(const CAccessData& data, const SFileExportTask&
   objects.Reserve(file.objectFolder);
   CExportSink sink;
   if (!sink.Open(output.GetPartialPath())) return notWritten(file.path, sink.GetProblem());
-  const auto exported = MakeExportedTable(data, *file.table, task.options, preview, isStopped);
+  const auto exported = MakeExportedTable(data, *file.table, task.options, preview, watch);
   exported->GetFiles().SetFolder(objects.GetPartialPath(), std::u16string(FileNameOf(file.objectFolder)));
   const EExportEnd end = exported->Write(sink);
   if (end != EExportEnd::Done) {
@@ -96,7 +96,7 @@ SFileExportEnd WriteExportedFile(const CAccessData& data, const SFileExportTask&
 }
 
 SDatabaseExport WriteDatabaseFile(const CAccessData& data, const SFileExportTask& task,
-                                  const StopRequest& isStopped) {
+                                  const SExportWatch& watch) {
   const bool isScript = task.options.format == EExportFormat::Sql;
   SDatabaseExport exported;
   CSqliteLibrary library;
@@ -107,11 +107,11 @@ SDatabaseExport WriteDatabaseFile(const CAccessData& data, const SFileExportTask
     if (exported.verdict.state != EOutputState::Ok) return exported;
   }
   const CSqlDialect dialect(task.options.dialect);
-  exported.schema = MakeSqlSchema(data, dialect, task.only, task.withSystemTables, isStopped);
+  exported.schema = MakeSqlSchema(data, dialect, task.only, task.withSystemTables, watch.isStopped);
   if (isScript)
-    WriteScript(task, dialect, output.GetPartialPath(), isStopped, exported);
+    WriteScript(task, dialect, output.GetPartialPath(), watch, exported);
   else
-    WriteDatabase(data, library, output.GetPartialPath(), isStopped, exported);
+    WriteDatabase(data, library, output.GetPartialPath(), watch, exported);
   if (exported.end == EExportEnd::Done && !task.file.empty()) exported.verdict = output.Complete();
   return exported;
 }

@@ -50,7 +50,7 @@ struct SFileExportEnd {
 };
 // `preview` says when to leave the reading of multi-value cells.
 SFileExportEnd WriteExportedFile(const CAccessData& data, const SFileExportTask& task, SExportedFile& file,
-                                 const CPreviewThreadStatus& preview, const StopRequest& isStopped);
+                                 const CPreviewThreadStatus& preview, const SExportWatch& watch);
 
 // --- one file ---
 
@@ -65,6 +65,6 @@ struct SDatabaseExport {
 };
 // A script without a file goes to standard output.
 SDatabaseExport WriteDatabaseFile(const CAccessData& data, const SFileExportTask& task,
-                                  const StopRequest& isStopped);
+                                  const SExportWatch& watch);
 
 }  // namespace tolvane

@@ -118,6 +118,7 @@ SOutputVerdict COutputFile::Complete() {
   if (!file.Flush()) return refuse(file.GetLastErrorCode());
   file.Close();
   if (!RenameFile(m_partialPath, m_request.path)) return refuse(LastSystemError());
+  SyncNames(FolderOf(m_request.path));
   m_partialPath.clear();
   return {};
 }

@@ -17,7 +17,9 @@ bool MoveContent(const std::u16string& from, const std::u16string& to) {
     const auto [source, target] = std::move(folders.back());
     folders.pop_back();
     if (GetFileKind(target) != EFileKind::Folder && !CreateFolder(target)) return false;
-    for (const std::u16string& name : ListFolder(source)) {
+    std::vector<std::u16string> names;
+    if (!ReadFolder(source, names)) return false;
+    for (const std::u16string& name : names) {
       std::u16string inner = source + kPathSeparator + name, there = target + kPathSeparator + name;
       if (GetFileKind(inner) == EFileKind::Folder)
         folders.emplace_back(std::move(inner), std::move(there));
@@ -43,6 +45,7 @@ void COutputFolder::Reserve(std::u16string path) {
 
 bool COutputFolder::Complete() {
   if (GetFileKind(m_partialPath) != EFileKind::Folder) return true;
+  if (!SyncFolderTree(m_partialPath)) return false;
   if (!FileExists(m_path)) {
     if (!RenameFile(m_partialPath, m_path)) return false;
     m_partialPath.clear();

@@ -142,8 +142,8 @@ CResultOutput::SEnd CResultOutput::ExportFiles(const CAccessData& data, const SF
     SExportedFile& file = files[i];
     m_context.status.SetText(u"Exporting " + file.table->name + u", table " + ToGroupedDecimal(i + 1) +
                              u" of " + ToGroupedDecimal(files.size()));
-    const SFileExportEnd ended =
-        WriteExportedFile(data, task, file, m_context.preview, [this] { return IsStopped(); });
+    const SFileExportEnd ended = WriteExportedFile(
+        data, task, file, m_context.preview, {.isStopped = [this] { return IsStopped(); }, .rows = nullptr});
     if (ended.verdict.state != EOutputState::Ok) return {AboutPath(ended.path, ended.verdict.reason), true};
     if (ended.end == EExportEnd::Stopped) return {std::u16string(kStoppedText)};
     if (ended.end == EExportEnd::NotWritten)
@@ -157,7 +157,8 @@ CResultOutput::SEnd CResultOutput::ExportFiles(const CAccessData& data, const SF
 }
 
 CResultOutput::SEnd CResultOutput::ExportDatabase(const CAccessData& data, const SFileExportTask& task) {
-  const SDatabaseExport exported = WriteDatabaseFile(data, task, [this] { return IsStopped(); });
+  const SDatabaseExport exported =
+      WriteDatabaseFile(data, task, {.isStopped = [this] { return IsStopped(); }, .rows = nullptr});
   if (!exported.refusal.empty()) return {exported.refusal, true};
   if (exported.verdict.state != EOutputState::Ok)
     return {AboutPath(task.file, exported.verdict.reason), true};

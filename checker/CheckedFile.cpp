@@ -13,14 +13,15 @@ constexpr size_t kCachedPages = 512;
 
 }  // namespace
 
-ECheckVerdict CCheckedFile::Open(std::u16string_view path) {
+ECheckVerdict CCheckedFile::Open(std::u16string_view path, const SCheckedPlace& place) {
   if (!m_file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
     return ECheckVerdict::CannotOpen;
-  m_length = m_file.GetLength();
+  m_place = place;
+  const uint64_t end = std::min(m_file.GetLength(), place.end);
+  m_length = end - std::min(end, place.start);
   m_header.resize(kLayoutJet4.pageSize);
-  CErrorHandler handler;
-  m_header.resize(m_file.ReadAt(0, m_header, handler));
-  if (handler.HasError()) return ECheckVerdict::CannotOpen;
+  if (m_length < m_header.size()) m_header.resize(static_cast<size_t>(m_length));
+  if (ReadAt(0, m_header) != m_header.size()) return ECheckVerdict::CannotOpen;
   if (!RecogniseHeader()) return ECheckVerdict::NotADatabase;
   m_pageCount = static_cast<uint32_t>(std::min(m_length, kMaxFileLength) / m_layout->pageSize);
   m_cache.resize(kCachedPages);
@@ -45,15 +46,21 @@ bool CCheckedFile::RecogniseHeader() {
   return true;
 }
 
+size_t CCheckedFile::ReadAt(uint64_t offset, std::span<uint8_t> bytes) {
+  const uint64_t at = m_place.start + offset;
+  if (m_place.isThere && !m_place.isThere(at, bytes.size())) return 0;
+  CErrorHandler handler;
+  const size_t count = m_file.ReadAt(at, bytes, handler);
+  return handler.HasError() ? 0 : count;
+}
+
 bool CCheckedFile::Read(uint32_t page, std::span<uint8_t> bytes) {
   if (page >= m_pageCount) return false;
   SCachedPage& cached = m_cache[page % kCachedPages];
   if (cached.number != page) {
     cached.bytes.resize(m_layout->pageSize);
     cached.number = page;
-    CErrorHandler handler;
-    const uint64_t offset = uint64_t{page} * m_layout->pageSize;
-    if (m_file.ReadAt(offset, cached.bytes, handler) != cached.bytes.size() || handler.HasError()) {
+    if (ReadAt(uint64_t{page} * m_layout->pageSize, cached.bytes) != cached.bytes.size()) {
       cached.number = 0xFFFFFFFF;
       return false;
     }

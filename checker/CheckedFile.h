@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -13,13 +14,21 @@
 
 namespace tolvane {
 
+// Where in the file the database is.
+struct SCheckedPlace {
+  uint64_t start = 0;
+  uint64_t end = ~uint64_t{0};  // of the file, where that is less
+  // Whether the file holds these bytes; empty: all of them.
+  std::function<bool(uint64_t offset, uint64_t length)> isThere = {};
+};
+
 class CCheckedFile {
  public:
   CCheckedFile() = default;
   CCheckedFile(const CCheckedFile&) = delete;
   CCheckedFile& operator=(const CCheckedFile&) = delete;
 
-  ECheckVerdict Open(std::u16string_view path);
+  ECheckVerdict Open(std::u16string_view path, const SCheckedPlace& place = {});
 
   [[nodiscard]] const SLayout& GetLayout() const { return *m_layout; }
   [[nodiscard]] EIndexVersion GetVersion() const { return m_version; }
@@ -40,8 +49,11 @@ class CCheckedFile {
   };
 
   bool RecogniseHeader();
+  // `offset`: in the database.
+  size_t ReadAt(uint64_t offset, std::span<uint8_t> bytes);
 
   CFileCust m_file;
+  SCheckedPlace m_place;
   const SLayout* m_layout = nullptr;
   EIndexVersion m_version = EIndexVersion::Jet4;
   uint64_t m_length = 0;

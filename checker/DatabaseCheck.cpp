@@ -114,7 +114,7 @@ uint64_t SCheckReport::CountDoubts() const {
 SCheckReport CheckDatabase(std::u16string_view path, const SCheckOptions& options) {
   SCheckReport report;
   CCheckedFile file;
-  report.verdict = file.Open(path);
+  report.verdict = file.Open(path, options.place);
   if (report.verdict != ECheckVerdict::Checked) return report;
   report.pages = file.GetPageCount();
   CFindings findings(options.keptPerRule);

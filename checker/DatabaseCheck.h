@@ -14,13 +14,15 @@
 #include <vector>
 
 #include "checker/CheckVerdict.h"
+#include "checker/CheckedFile.h"
 #include "checker/Finding.h"
 
 namespace tolvane {
 
 struct SCheckOptions {
-  size_t keptPerRule = 20;  // findings of one rule that are kept; all are counted
-  std::function<bool()> shouldStop = {};
+  size_t keptPerRule = 20;                // findings of one rule that are kept; all are counted
+  std::function<bool()> shouldStop = {};  // asked for every page that is walked
+  SCheckedPlace place = {};               // of the database in its file
 };
 
 struct SCheckReport {

@@ -1,5 +1,8 @@
 // check: proves that a database is consistent, without a repair.
 
+#include <algorithm>
+#include <cstdint>
+
 #include "checker/DatabaseCheck.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
@@ -87,22 +90,44 @@ std::u16string_view WhyNot(ECheckVerdict verdict) {
   }
 }
 
+// A file is checked whole, unless it is one of several databases in it that is meant.
+SCheckedPlace PlaceIn(CSource& source, uint64_t start) {
+  SCheckedPlace place{.start = start};
+  for (const uint64_t other : source.GetFacts().otherStarts)
+    if (start != 0 && other > start) place.end = std::min(place.end, other);
+  place.isThere = [&source](uint64_t offset, uint64_t length) {
+    return source.GetPages().HoldsAll(offset, length);
+  };
+  return place;
+}
+
 }  // namespace
 
 SCommandEnd RunCheck(CSession& session) {
   const SArguments& arguments = session.GetArguments();
   SCheckReport report;
   SCheckOptions options;
-  const CRepairingFileStatus& running = session.GetJob().GetContext().repairing;
-  options.shouldStop = [&running] { return !running.IsRunning(); };
+  CJobContext& context = session.GetJob().GetContext();
+  CSource& source = session.GetSource();
+  options.shouldStop = [&context] {
+    context.progress.IncrementPos();
+    return !context.repairing.IsRunning();
+  };
+  options.place = PlaceIn(source, arguments.start);
   std::u16string problem;
-  const bool isDone =
-      session.RunWatched([&] { report = CheckDatabase(session.GetSourcePath(), options); }, problem);
+  const auto check = [&] {
+    context.progress.SetMax(static_cast<int32_t>(std::min<uint64_t>(source.GetPageCount(), INT32_MAX)));
+    context.status.SetText(u"Checking pages");
+    report = CheckDatabase(session.GetSourcePath(), options);
+  };
+  const bool isDone = session.RunWatched(check, problem);
   if (IsInterrupted()) return StoppedByUser();
   if (!isDone) return SFailure{EExitStatus::Failed, AboutFile(arguments.source, problem)};
   if (report.verdict != ECheckVerdict::Checked)
     return SFailure{EExitStatus::Failed, AboutFile(arguments.source, WhyNot(report.verdict))};
-  const bool isClean = report.CountErrors() + report.CountDoubts() == 0;
+  const bool hasChanged = source.GetPages().HasChanged();
+  if (hasChanged) report.notes.emplace_back(kSourceChanged);
+  const bool isClean = report.CountErrors() + report.CountDoubts() == 0 && !hasChanged;
   const EExitStatus status = isClean ? EExitStatus::Done : EExitStatus::Incomplete;
   if (arguments.isJson) {
     if (!PrintJson(DescribeReport(report, arguments, status))) return OutputLost();

@@ -42,6 +42,7 @@ struct SArguments {
   std::u16string reportFile;  // repair, tables, inspect; empty: none
   ERules rules = kDefaultRules;
   bool isJson = false;
+  bool isBrief = false;  // repair, tables: without the verdict and the pages
   bool isQuiet = false;
   bool isVerbose = false;
   EColor color = EColor::Auto;
@@ -62,6 +63,13 @@ struct SArguments {
   uint64_t rows = 20;
   std::u16string folder;
   SExportOptions exporting;
+
+  // The result says what kind of damage the file has, which costs another reading of it.
+  [[nodiscard]] bool WithVerdict() const {
+    const bool isTold =
+        command == ECommand::Repair || command == ECommand::Tables || command == ECommand::Inspect;
+    return isTold && ((isJson && !isBrief) || !reportFile.empty());
+  }
 };
 
 // The name of standard input as a source, and the name that it has in messages and results.

@@ -1,6 +1,7 @@
 #include "cli/CommandReport.h"
 
 #include "app/report/HtmlReport.h"
+#include "cli/FixedDate.h"
 #include "cli/Interrupt.h"
 #include "cli/Session.h"
 #include "cli/Version.h"
@@ -52,8 +53,7 @@ std::optional<SFailure> CCommandReport::Reserve() {
   return RefuseOutput(path, verdict, u"--report");
 }
 
-const SExamination* CCommandReport::RunExamination(void (*examine)(CSource&, const CJobContext&,
-                                                                   SExamination&)) {
+const SExamination* CCommandReport::RunExamination(void (*examine)(CSource&, CJobContext&, SExamination&)) {
   CSource& source = m_session.GetSource();
   if (!source.IsOpen() || m_session.GetSourceState() != ESourceState::Ok) return nullptr;
   m_examination.emplace();
@@ -81,7 +81,7 @@ SReport CCommandReport::Collect(const std::u16string& problem) {
   const ESourceState state = m_session.GetSourceState();
   sources.isEncrypted = state == ESourceState::Encrypted;
   sources.isNoDatabase = !sources.isEncrypted && IsNoPlainDatabase(state);
-  sources.examination = Examine();
+  if (arguments.WithVerdict()) sources.examination = Examine();
   sources.data = m_session.GetJob().GetManager().GetData();
   const COvFileSave& save = m_session.GetJob().GetSave();
   if (save.IsComplete()) {
@@ -95,21 +95,26 @@ SReport CCommandReport::Collect(const std::u16string& problem) {
                         .templatePath = arguments.templatePath,
                         .rules = arguments.rules,
                         .withSystemTables = arguments.withSystemTables,
-                        .problem = problem},
+                        .problem = problem,
+                        .date = FindFixedDate(arguments).date},
                        sources);
 }
 
 bool CCommandReport::IsVerdictKnown() const {
-  const ECommand command = m_session.GetArguments().command;
-  if (command != ECommand::Repair && command != ECommand::Inspect) return false;
+  if (!m_session.GetArguments().WithVerdict()) return false;
   return IsNoPlainDatabase(m_session.GetSourceState()) ||
          m_session.GetJob().GetManager().GetData() != nullptr;
 }
 
 EExitStatus CCommandReport::Write(EExitStatus status, const std::u16string& problem) {
-  if (!m_file.IsReserved() || status == EExitStatus::Stopped || status == EExitStatus::WrongUsage)
-    return status;
-  const std::string page = PrintHtmlReport(Collect(problem));
+  const bool isWritten =
+      m_file.IsReserved() && status != EExitStatus::Stopped && status != EExitStatus::WrongUsage;
+  const std::string page = isWritten ? PrintHtmlReport(Collect(problem)) : std::string();
+  if (status == EExitStatus::Done && m_session.GetSource().GetPages().HasChanged()) {
+    m_session.Say(AboutFile(m_session.GetArguments().source, kSourceChanged));
+    status = EExitStatus::Incomplete;
+  }
+  if (!isWritten) return status;
   if (IsInterrupted()) {
     m_session.Say(u"Stopped. The report was not written.");
     m_file.Discard();

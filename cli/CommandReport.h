@@ -38,7 +38,7 @@ class CCommandReport {
 
  private:
   const SExamination* Examine();
-  const SExamination* RunExamination(void (*examine)(CSource&, const CJobContext&, SExamination&));
+  const SExamination* RunExamination(void (*examine)(CSource&, CJobContext&, SExamination&));
 
   CSession& m_session;
   CReportFile m_file;

@@ -3,7 +3,7 @@
 #include "app/FileExport.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
-#include "cli/Interrupt.h"
+#include "cli/ExportWatch.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
 #include "cli/Summary.h"
@@ -65,7 +65,12 @@ std::optional<SFailure> PrintTables(const CSession& session, const SSqlSchema& s
 
 SCommandEnd ExportToDatabase(CSession& session, const SFileExportTask& task) {
   const bool isToFile = !task.file.empty();
-  const SDatabaseExport exported = WriteDatabaseFile(session.GetData(), task, IsInterrupted);
+  SDatabaseExport exported;
+  const auto write = [&] {
+    BeginExport(session, CountRows(ListExportedFiles(session.GetData(), task)));
+    exported = WriteDatabaseFile(session.GetData(), task, WatchOf(session));
+  };
+  if (auto failure = WatchExport(session, isToFile, write)) return *failure;
   if (!exported.refusal.empty()) return SFailure{EExitStatus::Failed, exported.refusal};
   if (exported.verdict.state != EOutputState::Ok) return RefuseOutput(task.file, exported.verdict);
   switch (exported.end) {

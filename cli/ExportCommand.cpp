@@ -3,6 +3,7 @@
 #include "app/FileExport.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
+#include "cli/ExportWatch.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
@@ -52,15 +53,13 @@ bool MentionLosses(CSession& session, const CAccessTable& table, uint64_t rows, 
   return tell(objects, "OLE object") || lacksRows;
 }
 
-std::optional<SFailure> WriteFile(CSession& session, const SFileExportTask& task, SExportedFile& file,
-                                  bool& isIncomplete) {
-  const SFileExportEnd ended =
-      WriteExportedFile(session.GetData(), task, file, session.GetJob().GetContext().preview, IsInterrupted);
+std::optional<SFailure> WriteFile(CSession& session, const SFileExportTask& task, SExportedFile& file) {
+  const SFileExportEnd ended = WriteExportedFile(session.GetData(), task, file,
+                                                 session.GetJob().GetContext().preview, WatchOf(session));
   if (ended.verdict.state != EOutputState::Ok) return RefuseOutput(ended.path, ended.verdict);
   if (ended.end == EExportEnd::Stopped)
     return SFailure{EExitStatus::Stopped, u"Stopped. The files that were complete stay."};
   if (ended.end == EExportEnd::NotWritten) return NotWritten(ended.path, ended.problem);
-  if (MentionLosses(session, *file.table, file.lostRows, file.lostObjects)) isIncomplete = true;
   return std::nullopt;
 }
 
@@ -91,9 +90,17 @@ SCommandEnd ExportToFiles(CSession& session, const SFileExportTask& task, std::v
   const SArguments& arguments = session.GetArguments();
   if (auto failure = CheckFiles(files, session)) return *failure;
   if (auto failure = MakeFolder(arguments.folder, u"--to")) return *failure;
+  std::optional<SFailure> ended;
+  const auto write = [&] {
+    BeginExport(session, CountRows(files));
+    for (auto file = files.begin(); file != files.end() && !ended; ++file)
+      ended = WriteFile(session, task, *file);
+  };
+  if (auto failure = WatchExport(session, true, write)) return *failure;
   bool isIncomplete = false;
-  for (SExportedFile& file : files)
-    if (auto failure = WriteFile(session, task, file, isIncomplete)) return *failure;
+  for (const SExportedFile& file : files)
+    if (MentionLosses(session, *file.table, file.lostRows, file.lostObjects)) isIncomplete = true;
+  if (ended) return *ended;
   const EExitStatus status =
       isIncomplete ? EExitStatus::Incomplete : DecideStatus(session.GetData(), nullptr);
   if (auto failure = PrintFiles(session, files, status)) return *failure;
@@ -104,8 +111,14 @@ SCommandEnd ExportToFiles(CSession& session, const SFileExportTask& task, std::v
 SCommandEnd ExportToOutput(CSession& session, const CAccessTable& table) {
   CExportSink sink;
   const auto exported = MakeExportedTable(session.GetData(), table, session.GetArguments().exporting,
-                                          session.GetJob().GetContext().preview, IsInterrupted);
-  switch (exported->Write(sink)) {
+                                          session.GetJob().GetContext().preview, WatchOf(session));
+  EExportEnd end = EExportEnd::Done;
+  const auto write = [&] {
+    BeginExport(session, table.header.rowCount);
+    end = exported->Write(sink);
+  };
+  if (auto failure = WatchExport(session, false, write)) return *failure;
+  switch (end) {
     case EExportEnd::Stopped:
       return SFailure{EExitStatus::Stopped, u"Stopped. The output is not complete."};
     case EExportEnd::NotWritten:

@@ -81,7 +81,7 @@ Json DescribeFindings(const SReport& report, const SExamination& pages, const SA
   result["source"] = {{"path", ToUtf8(arguments.source)},    {"isJet3", totals.isJet3},
                       {"pageSize", totals.pageSize},         {"pages", totals.pages},
                       {"leadingBytes", totals.leadingBytes}, {"partialBytes", totals.partialBytes}};
-  result["verdict"] = DescribeVerdict(report);
+  if (!arguments.isBrief) result["verdict"] = DescribeVerdict(report);
   DescribePages(pages, result);
   return result;
 }
@@ -91,8 +91,7 @@ Json DescribeFindings(const SReport& report, const SExamination& pages, const SA
 SCommandEnd RunInspect(CSession& session) {
   const SArguments& arguments = session.GetArguments();
   // The verdict costs more than the map.
-  const bool withVerdict = arguments.isJson || !arguments.reportFile.empty();
-  const SReport report = withVerdict ? session.GetReport().Collect() : SReport{};
+  const SReport report = arguments.WithVerdict() ? session.GetReport().Collect() : SReport{};
   const SExamination* pages = session.GetReport().InspectPages();
   if (IsInterrupted()) return StoppedByUser();
   if (!pages || !pages->isDone)

@@ -19,7 +19,7 @@ constexpr size_t kBarWidth = 20;
 // The two steps that read the whole file share one bar: half of it is one reading.
 constexpr std::u16string_view kScanSteps[] = {u"(Step 1/4)", u"(Step 2/4)"};
 constexpr double kReadingsPerBar = 2.0;
-constexpr std::u16string_view kRowSteps[] = {u"(Step 3/4)", u"(Step 2/2)"};
+constexpr std::u16string_view kRowSteps[] = {u"(Step 3/4)", u"(Step 2/2)", u"Exporting rows"};
 
 // A log line for each table; too many for a plain progress report.
 constexpr std::u16string_view kTableLine = u"Saving data for ";
@@ -41,27 +41,42 @@ double FractionOf(const SProgressState& state) {
   return std::clamp(static_cast<double>(state.position) / std::max(state.maximum, 1), 0.0, 1.0);
 }
 
-// The part of a recovery or a save that a step is.
+// A step, and the part of its phase that it is.
 struct SStepShare {
+  EJobPhase phase;
   std::u16string_view start;  // of its status text
   double from;
   double to;
 };
-// The two scans share one bar.
-constexpr SStepShare kRecovery[] = {{u"Looking for the pages", 0, 0.05},
-                                    {u"(Step 1/4)", 0.05, 0.4},
-                                    {u"(Step 2/4)", 0.05, 0.4},
-                                    {u"(Step 3/4)", 0.4, 0.98},
-                                    {u"(Step 4/4)", 0.98, 1}};
-constexpr SStepShare kSave[] = {{u"(Step 1/2)", 0, 0.03}, {u"(Step 2/2)", 0.03, 1}};
-// The recovery's part of a repair.
-constexpr double kRecoveryShare = 0.3;
+constexpr SStepShare kSteps[] = {{EJobPhase::Opening, u"Looking for the pages", 0, 1},
+                                 // The two scans share one bar.
+                                 {EJobPhase::Recovery, u"(Step 1/4)", 0, 0.4},
+                                 {EJobPhase::Recovery, u"(Step 2/4)", 0, 0.4},
+                                 {EJobPhase::Recovery, u"(Step 3/4)", 0.4, 0.98},
+                                 {EJobPhase::Recovery, u"(Step 4/4)", 0.98, 1},
+                                 {EJobPhase::Save, u"(Step 1/2)", 0, 0.03},
+                                 {EJobPhase::Save, u"(Step 2/2)", 0.03, 1},
+                                 {EJobPhase::Export, u"Exporting rows", 0, 1},
+                                 {EJobPhase::Examination, u"Examining pages", 0, 0.6},
+                                 {EJobPhase::Examination, u"Checking pages", 0.6, 1},
+                                 {EJobPhase::Check, u"Checking pages", 0, 1}};
 
-template <size_t N>
-double ShareIn(const SStepShare (&steps)[N], const SProgressState& state) {
-  for (const SStepShare& step : steps)
-    if (state.status.starts_with(step.start)) return step.from + FractionOf(state) * (step.to - step.from);
-  return 0;
+// About how long the phases take, compared with each other.
+double WeightOf(EJobPhase phase) {
+  switch (phase) {
+    case EJobPhase::Opening:
+      return 1;
+    case EJobPhase::Save:
+      return 47;
+    case EJobPhase::Export:
+      return 40;
+    case EJobPhase::Examination:
+      return 12;
+    case EJobPhase::Recovery:
+    case EJobPhase::Check:
+      break;
+  }
+  return 19;
 }
 
 }  // namespace
@@ -100,12 +115,15 @@ void CStepClock::Refresh(const SProgressState& state, double elapsed) {
 }
 
 double CJobClock::ShareOf(const SProgressState& state) const {
-  const double recovered = ShareIn(kRecovery, state);
-  if (m_form == EJobForm::OneStep)
-    return state.status.starts_with(kRecovery[0].start) ? recovered : FractionOf(state);
-  if (m_form == EJobForm::Recovery) return recovered;
-  const double saved = ShareIn(kSave, state);
-  return saved > 0 ? kRecoveryShare + saved * (1 - kRecoveryShare) : recovered * kRecoveryShare;
+  if (m_phases.empty()) return FractionOf(state);
+  double all = 0, done = 0;
+  for (const EJobPhase phase : m_phases) {
+    for (const SStepShare& step : kSteps)
+      if (step.phase == phase && state.status.starts_with(step.start))
+        done = all + WeightOf(phase) * (step.from + FractionOf(state) * (step.to - step.from));
+    all += WeightOf(phase);
+  }
+  return done / all;
 }
 
 void CJobClock::See(const SProgressState& state, double seconds) {

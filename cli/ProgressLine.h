@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tolvane {
 
@@ -39,14 +41,15 @@ class CStepClock {
   std::string m_rate;
 };
 
-// What a job consists of: a recovery, a recovery and a save of what it found, or one step.
-enum class EJobForm : uint8_t { Recovery, Repair, OneStep };
+// What a job consists of, in this order.
+enum class EJobPhase : uint8_t { Opening, Recovery, Save, Export, Examination, Check };
 
-// How much of the whole job is done and how long the rest will take. The steps have fixed shares of the
-// whole.
+// How much of the whole job is done and how long the rest will take. The phases, and the steps in them, have
+// fixed shares of the whole.
 class CJobClock {
  public:
-  explicit CJobClock(EJobForm form = EJobForm::OneStep) : m_form(form) {}
+  // Without phases the job is one step.
+  explicit CJobClock(std::vector<EJobPhase> phases = {}) : m_phases(std::move(phases)) {}
   void See(const SProgressState& state, double seconds);
   // 0 to 1; never goes back.
   [[nodiscard]] double GetShare() const { return m_share; }
@@ -56,7 +59,7 @@ class CJobClock {
  private:
   [[nodiscard]] double ShareOf(const SProgressState& state) const;
 
-  EJobForm m_form;
+  std::vector<EJobPhase> m_phases;
   bool m_isStarted = false;
   double m_started = 0;
   double m_refreshed = 0;
@@ -73,8 +76,8 @@ enum class ELogForm : uint8_t { Steps, All };
 
 class CProgressLine {
  public:
-  CProgressLine(EProgressForm form, ELogForm log, EJobForm job = EJobForm::OneStep)
-      : m_form(form), m_log(log), m_job(job) {}
+  CProgressLine(EProgressForm form, ELogForm log, std::vector<EJobPhase> phases = {})
+      : m_form(form), m_log(log), m_job(std::move(phases)) {}
   ~CProgressLine() { Clear(); }
   CProgressLine(const CProgressLine&) = delete;
   CProgressLine& operator=(const CProgressLine&) = delete;

@@ -63,11 +63,13 @@ std::u16string InFolder(const std::u16string& folder, std::u16string_view name) 
 }
 
 // What earlier repairs have left beside their sources is no source.
-std::vector<std::u16string> ListDatabases(const std::u16string& folder) {
-  std::vector<std::u16string> paths;
-  for (const std::u16string& name : ListFolder(folder))
+// False: the folder cannot be read.
+bool ListDatabases(const std::u16string& folder, std::vector<std::u16string>& paths) {
+  std::vector<std::u16string> names;
+  const bool isRead = ReadFolder(folder, names);
+  for (const std::u16string& name : names)
     if (IsDatabaseName(name) && !name.starts_with(kOutputPrefix)) paths.push_back(InFolder(folder, name));
-  return paths;
+  return isRead;
 }
 
 void EndFile(SBatchFile& file, EExitStatus status, std::string told) {
@@ -143,10 +145,14 @@ void CRepairBatch::AddFiles() {
       add(source);
       continue;
     }
-    const std::vector<std::u16string> found = ListDatabases(source);
+    std::vector<std::u16string> found;
+    const bool isRead = ListDatabases(source, found);
+    const std::string reason =
+        isRead ? "There is no database in this folder."
+               : "The folder cannot be read: " + ToUtf8(SystemMessage(LastSystemError())) + ".";
     for (const std::u16string& path : found) add(path);
-    if (SBatchFile* const file = found.empty() ? add(source) : nullptr)
-      EndFile(*file, EExitStatus::Failed, "There is no database in this folder.");
+    if (SBatchFile* const file = found.empty() || !isRead ? add(source) : nullptr)
+      EndFile(*file, EExitStatus::Failed, reason);
   }
 }
 
@@ -184,6 +190,8 @@ std::u16string CRepairBatch::PathOf(const SBatchFile& file, std::u16string_view 
 
 void CRepairBatch::Start(SBatchFile& file) {
   std::vector<std::u16string> words{u"repair", u"--json", u"--quiet"};
+  // Nobody reads the rest.
+  if (!m_arguments.isJson || m_arguments.isBrief) words.emplace_back(u"--brief");
   words.insert(words.end(), m_arguments.shared.begin(), m_arguments.shared.end());
   if (!file.output.empty()) words.insert(words.end(), {u"--output", file.output});
   words.insert(words.end(), {u"--", file.source});

@@ -1,18 +1,16 @@
 // repair: recovers the tables and writes them into a new database.
 
-#include <charconv>
-
 #include "app/TextSearch.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
 #include "cli/EngineChoice.h"
+#include "cli/FixedDate.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
 #include "cli/RepairBatch.h"
 #include "cli/ReportJson.h"
 #include "cli/Summary.h"
 #include "platform/Identity.h"
-#include "platform/Terminal.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -26,12 +24,6 @@ EOutputFormat ChooseFormat(const CAccessData& data, const SArguments& arguments)
   return CAccessSaveRepairedFile::DecideFormat(data, format);
 }
 
-constexpr std::u16string_view kEpochVariable = u"SOURCE_DATE_EPOCH";
-constexpr double kUnixEpochDate = 25569;  // 1970-01-01 in days since 30 December 1899
-constexpr double kFixedDate = 36526;      // 2000-01-01
-constexpr double kSecondsPerDay = 86400;
-constexpr uint64_t kLastSecond = 253'402'300'799;  // of the year 9999
-
 // Different files get different identifiers: the seed comes from their first bytes.
 uint64_t SeedOf(CSource& source) {
   constexpr uint64_t kFnvStart = 0xCBF29CE484222325, kFnvPrime = 0x100000001B3;
@@ -42,21 +34,10 @@ uint64_t SeedOf(CSource& source) {
   return seed;
 }
 
-// The clock and chance, unless the result is to be the same each time. False: the wanted date is none.
-bool MakeIdentity(CSession& session, std::shared_ptr<CIdentity>& identity) {
-  const std::u16string epoch = GetEnvironment(kEpochVariable);
-  identity = std::make_shared<CIdentity>();
-  if (epoch.empty() && !session.GetArguments().isReproducible) return true;
-  double date = kFixedDate;
-  if (!epoch.empty()) {
-    uint64_t seconds = 0;
-    const std::string digits = ToUtf8(epoch);
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
-    if (error != std::errc() || end != digits.data() + digits.size() || seconds > kLastSecond) return false;
-    date = kUnixEpochDate + static_cast<double>(seconds) / kSecondsPerDay;
-  }
-  identity = std::make_shared<CIdentity>(date, SeedOf(session.GetSource()));
-  return true;
+// The clock and chance, unless the result is to be the same each time.
+std::shared_ptr<CIdentity> MakeIdentity(CSession& session, const SFixedDate& fixed) {
+  return fixed.date ? std::make_shared<CIdentity>(*fixed.date, SeedOf(session.GetSource()))
+                    : std::make_shared<CIdentity>();
 }
 
 // Programs choose their way of opening a database by its ending.
@@ -114,7 +95,7 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   result["source"] = DescribeSource(data, arguments);
   result["output"] = saved ? Json(ToUtf8(outputPath)) : Json();
   result["engine"] = NameOf(arguments.engine);
-  result["verdict"] = DescribeVerdict(report);
+  if (!arguments.isBrief) result["verdict"] = DescribeVerdict(report);
   result["tables"] = Json::array();
   for (const SReportTable& table : report.tables)
     result["tables"].push_back(DescribeTable(*table.table, data, arguments, table.rows));
@@ -127,7 +108,8 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   result["links"] = DescribeLinks(data);
   result["notBroughtBack"] = DescribeOmitted(data);
   if (saved) result["saving"] = DescribeSaving(*saved);
-  if (report.examination && report.examination->isDone) DescribePages(*report.examination, result["pages"]);
+  if (!arguments.isBrief && report.examination && report.examination->isDone)
+    DescribePages(*report.examination, result["pages"]);
   PrintJson(result);
   return status;
 }
@@ -152,8 +134,10 @@ SCommandEnd RunRepair(CSession& session) {
     // The engine keeps temporary files, too.
     if (auto failure = session.MakeWorkFolder()) return *failure;
     std::u16string problem;
-    if (!MakeIdentity(session, identity))
+    const SFixedDate fixed = FindFixedDate(arguments);
+    if (fixed.isRefused)
       return SFailure{EExitStatus::WrongUsage, u"SOURCE_DATE_EPOCH is no number of seconds since 1970."};
+    identity = MakeIdentity(session, fixed);
     engine = MakeEngine(arguments.engine, identity, problem);
     if (!engine) return SFailure{EExitStatus::Failed, problem};
   }

@@ -17,16 +17,16 @@ namespace {
 
 constexpr uint32_t kPollInterval = 80;  // milliseconds
 
-EJobForm ChooseJobForm(const SArguments& arguments) {
-  switch (arguments.command) {
-    case ECommand::Inspect:
-    case ECommand::Check:
-      return EJobForm::OneStep;
-    case ECommand::Repair:
-      return arguments.isDryRun ? EJobForm::Recovery : EJobForm::Repair;
-    default:
-      return EJobForm::Recovery;
-  }
+// What the command does with its file.
+std::vector<EJobPhase> ListPhases(const SArguments& arguments) {
+  const bool isInspecting = arguments.command == ECommand::Inspect;
+  std::vector<EJobPhase> phases{EJobPhase::Opening};
+  if (arguments.command == ECommand::Check) return {EJobPhase::Opening, EJobPhase::Check};
+  if (!isInspecting) phases.push_back(EJobPhase::Recovery);
+  if (arguments.command == ECommand::Repair && !arguments.isDryRun) phases.push_back(EJobPhase::Save);
+  if (arguments.command == ECommand::Export) phases.push_back(EJobPhase::Export);
+  if (isInspecting || arguments.WithVerdict()) phases.push_back(EJobPhase::Examination);
+  return phases;
 }
 
 // What needs the rows of the users' tables.
@@ -168,7 +168,7 @@ CSession::CSession(const SArguments& arguments)
     : m_arguments(arguments),
       m_sourcePath(arguments.source),
       m_progress(ChooseProgressForm(arguments), arguments.isVerbose ? ELogForm::All : ELogForm::Steps,
-                 ChooseJobForm(arguments)),
+                 ListPhases(arguments)),
       m_source(RulesOf(arguments.rules), arguments.start),
       m_template(RulesOf(arguments.rules)) {
   if (m_sourcePath == kStandardInput) m_arguments.source = kStandardInputShown;
@@ -262,7 +262,9 @@ std::optional<SFailure> CSession::CheckSourceFile() {
 // What is odd about the place of the database in its file.
 void CSession::MentionPlace() {
   const SSourceFacts& facts = m_source.GetFacts();
-  if (m_source.GetPages().GetFileLength() > kLongestDatabase)
+  // The checker, which looks at one place alone, says so itself.
+  const bool isImage = m_source.GetPages().GetFileLength() > kLongestDatabase;
+  if (isImage && m_arguments.command != ECommand::Check)
     Mention(AboutFile(
         m_arguments.source,
         u"The file is longer than 2 GiB, which no Access database is. It is read as an image that holds "

@@ -94,6 +94,9 @@ class CSession {
 // "PATH: message", as all messages about a file are.
 std::u16string AboutFile(std::u16string_view path, std::u16string_view message);
 SFailure StoppedByUser();
+// Of the source, where no place of damage says so.
+inline constexpr std::u16string_view kSourceChanged =
+    u"The file was changed while it was read; what was found may be of two states. Work on a copy.";
 SFailure NoWorkFolder(const CRunFolder& folder);
 // A folder that was named with an option; made where it is missing. Nothing to do for an empty path.
 std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_view option);

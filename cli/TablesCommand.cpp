@@ -4,8 +4,10 @@
 
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
+#include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
+#include "cli/ReportJson.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "dao/dao.h"
@@ -100,6 +102,9 @@ SCommandEnd RunTables(CSession& session) {
   if (auto failure = RecoverSomething(session)) return *failure;
   const SArguments& arguments = session.GetArguments();
   const CAccessData& data = session.GetData();
+  const bool isTold = arguments.isJson && !arguments.isBrief;
+  const Json verdict = isTold ? DescribeVerdict(session.GetReport().Collect()) : Json();
+  if (isTold && IsInterrupted()) return StoppedByUser();
   const EExitStatus status = session.GetReport().Write(DecideStatus(data, nullptr));
   const auto rows = CountTableRows(data.GetLedger());
   Json tables = Json::array();
@@ -124,6 +129,7 @@ SCommandEnd RunTables(CSession& session) {
   }
   Json result = MakeResult(arguments, status);
   result["source"] = DescribeSource(data, arguments);
+  if (isTold) result["verdict"] = verdict;
   result["tables"] = std::move(tables);
   result["relationships"] = Json::array();
   for (const SRecoveredRelation& relation : relations)

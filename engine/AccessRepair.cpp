@@ -46,6 +46,9 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
   m_parser->SetScanPath(definitions);
 
   const bool isDone = RunSteps();
+  if (isDone && source.GetPages().HasChanged())
+    m_data->GetLedger().Add(EDamage::ChangedSource,
+                            {.page = 0, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
   m_parser.reset();
   if (!isDone) m_data.reset();
 }

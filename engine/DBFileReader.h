@@ -26,6 +26,7 @@ class CDBFileReader {
   bool Close();
   [[nodiscard]] bool IsOpen() const { return m_file.IsOpen(); }
   uint64_t GetLength() { return m_file.GetLength(); }
+  SFileStamp GetStamp() { return m_file.GetStamp(); }
 
   bool Seek(uint64_t offset, CErrorHandler& handler);
   // At the end of the file the bytes that are missing stay as they were, which is no error.

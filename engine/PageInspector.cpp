@@ -71,6 +71,10 @@ bool CPageInspector::Inspect(CSource& source, const Sink& sink) {
   m_totals.pageSize = facts.pageSize;
   m_totals.leadingBytes = facts.start;
   m_totals.partialBytes = facts.length % facts.pageSize;
+  const uint64_t looks = 2 * source.GetPageCount();
+  m_job.progress.SetMax(static_cast<int32_t>(std::min<uint64_t>(looks, std::numeric_limits<int32_t>::max())));
+  m_job.progress.SetPos(0);
+  m_job.status.SetText(u"Examining pages");
   return NoteKinds() && JudgePages(sink);
 }
 
@@ -81,6 +85,7 @@ bool CPageInspector::NoteKinds() {
   std::vector<uint8_t> page(m_layout->pageSize);
   for (size_t number = 0; number < count; number++) {
     if (!m_job.repairing.IsRunning()) return false;
+    m_job.progress.IncrementPos();
     if (!m_source->ReadPage(number, page)) continue;
     m_kinds[number] = KindOf(page, number);
     if (!IsPageOf(page, kPageDefinition) || m_freePages->IsFree(number)) continue;
@@ -97,6 +102,7 @@ bool CPageInspector::JudgePages(const Sink& sink) {
   std::vector<uint8_t> page(m_layout->pageSize);
   for (uint64_t number = 0; number < m_kinds.size(); number++) {
     if (!m_job.repairing.IsRunning()) return false;
+    m_job.progress.IncrementPos();
     SPageReport report{.page = number, .kind = EPageKind::Unreadable, .verdict = EPageVerdict::Unreadable};
     if (m_source->ReadPage(number, page)) report = Judge(page, number);
     m_totals.pages++;

@@ -75,7 +75,7 @@ class CPageInspector {
   using Sink = std::function<void(const SPageReport&)>;
 
   // The job outlives the inspector.
-  explicit CPageInspector(const CJobContext& job) : m_job(job) {}
+  explicit CPageInspector(CJobContext& job) : m_job(job) {}
 
   // False when the source is not open or the work was stopped; the totals then cover what was seen. The
   // repair of the job says whether to go on.
@@ -98,7 +98,7 @@ class CPageInspector {
   [[nodiscard]] std::u16string_view FindOwnerFault(const SPageReport& report) const;
   [[nodiscard]] EPageKind NotedKind(uint64_t page) const;
 
-  const CJobContext& m_job;
+  CJobContext& m_job;
   // Of the file that is being looked at.
   CSource* m_source = nullptr;
   const SLayout* m_layout = &kLayoutJet4;

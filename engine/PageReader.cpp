@@ -17,6 +17,7 @@ bool CPageReader::Open(const std::u16string& path, CErrorHandler& handler) {
   Close();
   m_file->SetPath(path);
   if (!m_file->Open(handler)) return false;
+  m_stamp = m_file->GetStamp();
   m_fileLength = m_file->GetLength();
   SetStart(0);
   return true;
@@ -89,15 +90,21 @@ size_t CPageReader::ReadStretch(uint64_t offset, std::span<uint8_t> bytes) {
   return ReadFile(stretch->place + into, bytes.first(size));
 }
 
-size_t CPageReader::ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes) {
+uint64_t CPageReader::RoomAt(uint64_t fileOffset) const {
   // The first hole that ends behind the place.
   const auto hole = std::partition_point(m_holes.begin(), m_holes.end(), [&](const SFileRange& range) {
     return range.offset + range.length <= fileOffset;
   });
-  if (hole != m_holes.end()) {
-    const uint64_t room = hole->offset > fileOffset ? hole->offset - fileOffset : 0;
-    bytes = bytes.first(static_cast<size_t>(std::min<uint64_t>(bytes.size(), room)));
-  }
+  if (hole == m_holes.end()) return ~uint64_t{0};
+  return hole->offset > fileOffset ? hole->offset - fileOffset : 0;
+}
+
+bool CPageReader::HoldsAll(uint64_t fileOffset, uint64_t length) const {
+  return RoomAt(fileOffset) >= length;
+}
+
+size_t CPageReader::ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes) {
+  bytes = bytes.first(static_cast<size_t>(std::min<uint64_t>(bytes.size(), RoomAt(fileOffset))));
   CErrorHandler handler;
   return m_file->ReadAt(fileOffset, bytes, handler);
 }

@@ -48,6 +48,8 @@ class CPageReader {
 
   // In order, none touching another; they stay until other ones are set, whatever file is open.
   void SetHoles(std::vector<SFileRange> holes);
+  // None of these bytes of the file is in a hole.
+  [[nodiscard]] bool HoldsAll(uint64_t fileOffset, uint64_t length) const;
   // Where the first page is in the file. What was read before is forgotten.
   void SetStart(uint64_t start);
   // The same for pages that do not all stand one behind the other: stretches in the order of their pages,
@@ -55,6 +57,8 @@ class CPageReader {
   void SetStretches(std::span<const SPageStretch> stretches, uint32_t pageSize);
   [[nodiscard]] uint64_t GetStart() const { return m_start; }
   [[nodiscard]] uint64_t GetFileLength() const { return m_fileLength; }
+  // Somebody has written to the file since it was opened: what was read may be of two states.
+  [[nodiscard]] bool HasChanged() { return IsOpen() && m_file->GetStamp() != m_stamp; }
   // Bytes of the file itself, wherever the database starts; answers how many could be read.
   size_t ReadFile(uint64_t fileOffset, std::span<uint8_t> bytes);
 
@@ -88,6 +92,8 @@ class CPageReader {
   void Forget();
   // The stretch that holds the offset; null: none does.
   [[nodiscard]] const SStretch* FindStretch(uint64_t offset) const;
+  // Bytes up to the next hole.
+  [[nodiscard]] uint64_t RoomAt(uint64_t fileOffset) const;
   // Bytes from `offset` on that could be read, none beyond the end of their stretch.
   size_t ReadStretch(uint64_t offset, std::span<uint8_t> bytes);
   bool ReadBlock(uint64_t offset, size_t size);
@@ -99,6 +105,7 @@ class CPageReader {
   std::shared_ptr<CDBFileReader> m_file = std::make_shared<CDBFileReader>();
   std::vector<SFileRange> m_holes;
   uint64_t m_fileLength = 0;
+  SFileStamp m_stamp;
   uint64_t m_start = 0;
   uint64_t m_length = 0;
   uint64_t m_contentLength = 0;

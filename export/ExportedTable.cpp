@@ -44,11 +44,10 @@ bool CExportedTable::WriteDigits(CDaoByteSource& bytes, EOleForm form, CExportSi
 
 std::unique_ptr<CExportedTable> MakeExportedTable(const CAccessData& data, const CAccessTable& table,
                                                   const SExportOptions& options,
-                                                  const CPreviewThreadStatus& preview,
-                                                  StopRequest isStopped) {
+                                                  const CPreviewThreadStatus& preview, SExportWatch watch) {
   if (options.format == EExportFormat::JsonLines && !data.GetRules().recordsHoldTexts)
-    return std::make_unique<CJsonTable>(data, table, options, std::move(isStopped));
-  return std::make_unique<CTableExport>(data, table, options, preview, std::move(isStopped));
+    return std::make_unique<CJsonTable>(data, table, options, std::move(watch));
+  return std::make_unique<CTableExport>(data, table, options, preview, std::move(watch));
 }
 
 }  // namespace tolvane

@@ -27,16 +27,26 @@ enum class EExportEnd : uint8_t {
 // Whether the user wants the export to end.
 using StopRequest = std::function<bool()>;
 
+// What an export asks and tells at every row.
+struct SExportWatch {
+  StopRequest isStopped;
+  CProgressStatus* rows = nullptr;  // counts those that are written; null: nobody looks
+
+  void CountRow() const {
+    if (rows != nullptr) rows->IncrementPos();
+  }
+};
+
 // One object a table, for one Write.
 class CExportedTable {
  public:
   // All outlive this object.
   CExportedTable(const CAccessData& data, const CAccessTable& table, const SExportOptions& options,
-                 StopRequest isStopped)
+                 SExportWatch watch)
       : m_data(data),
         m_table(table),
         m_options(options),
-        m_isStopped(std::move(isStopped)),
+        m_watch(std::move(watch)),
         m_shown(ListShownColumns(table, data.GetRules(), options.withHidden)),
         m_files(data, table) {}
   virtual ~CExportedTable() = default;
@@ -63,7 +73,7 @@ class CExportedTable {
   const CAccessData& m_data;
   const CAccessTable& m_table;
   const SExportOptions& m_options;
-  const StopRequest m_isStopped;
+  const SExportWatch m_watch;
   const std::vector<size_t> m_shown;  // positions of columns
   CObjectFiles m_files;
   uint64_t m_rows = 0;
@@ -78,7 +88,7 @@ class CExportedTable {
 // For CSV and JSON lines. `preview` says when to leave the reading of multi-value cells.
 std::unique_ptr<CExportedTable> MakeExportedTable(const CAccessData& data, const CAccessTable& table,
                                                   const SExportOptions& options,
-                                                  const CPreviewThreadStatus& preview, StopRequest isStopped);
+                                                  const CPreviewThreadStatus& preview, SExportWatch watch);
 
 // Fills the piece as far as there are bytes; `size` is smaller than the piece at the end only.
 bool ReadPiece(CDaoByteSource& bytes, std::span<uint8_t> piece, size_t& size);

@@ -34,8 +34,9 @@ EExportEnd CJsonTable::Write(CExportSink& sink) {
   CTableValueReader reader(m_table);
   if (reader.Open()) {
     while (m_problem.empty() && sink.GetProblem().empty() && reader.ReadRow()) {
-      if (m_isStopped()) return EExportEnd::Stopped;
+      if (m_watch.isStopped()) return EExportEnd::Stopped;
       ++m_rows;
+      m_watch.CountRow();
       if (m_options.ole == EOleForm::Files) NameFiles(reader);
       sink.Write("{");
       for (const size_t i : m_shown) {

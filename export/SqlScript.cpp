@@ -65,7 +65,7 @@ EExportEnd CSqlScript::WriteRows(const SSqlTable& table, SSqlCount& count, CExpo
   uint64_t inStatement = 0;
   const bool isOpen = rows.Open();
   while (isOpen && rows.ReadRow()) {
-    if (m_isStopped()) return EExportEnd::Stopped;
+    if (m_watch.isStopped()) return EExportEnd::Stopped;
     if (!sink.GetProblem().empty()) return EExportEnd::NotWritten;
     if (inStatement == kMostRows || m_statementBytes > kMostBytes) {
       sink.Write(";");
@@ -83,6 +83,7 @@ EExportEnd CSqlScript::WriteRows(const SSqlTable& table, SSqlCount& count, CExpo
     }
     sink.Write(")");
     ++count.rows;
+    m_watch.CountRow();
   }
   if (inStatement > 0) sink.Write(";\n");
   count.lostValues += rows.GetLostValues();

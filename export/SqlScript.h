@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "export/ExportSink.h"
@@ -26,12 +27,12 @@ class CSqlScript {
  public:
   // All outlive this object. `title` is told in the script's head.
   CSqlScript(const SSqlSchema& schema, const CSqlDialect& dialect, std::u16string_view title,
-             const StopRequest& isStopped)
+             SExportWatch watch)
       : m_schema(schema),
         m_dialect(dialect),
         m_text(schema, dialect),
         m_title(title),
-        m_isStopped(isStopped) {}
+        m_watch(std::move(watch)) {}
 
   EExportEnd Write(CExportSink& sink);
   // By table of the schema.
@@ -51,7 +52,7 @@ class CSqlScript {
   const CSqlDialect& m_dialect;
   const CSqlText m_text;
   const std::u16string m_title;
-  const StopRequest& m_isStopped;
+  const SExportWatch m_watch;
   std::vector<SSqlCount> m_counts;
   uint64_t m_statementBytes = 0;  // of rows in the statement that is open
   std::string m_literal;

@@ -55,8 +55,8 @@ class CStoredBytes {
 
 EExportEnd CSqliteFile::End(const CSqliteDatabase& database) {
   m_problem = database.GetProblem();
-  return m_isStopped() || database.GetCode() == kSqliteInterrupted ? EExportEnd::Stopped
-                                                                   : EExportEnd::NotWritten;
+  return m_watch.isStopped() || database.GetCode() == kSqliteInterrupted ? EExportEnd::Stopped
+                                                                         : EExportEnd::NotWritten;
 }
 
 EExportEnd CSqliteFile::Write(std::u16string_view path) {
@@ -73,14 +73,14 @@ EExportEnd CSqliteFile::Write(std::u16string_view path) {
 }
 
 EExportEnd CSqliteFile::WriteOnce(std::u16string_view path) {
-  CSqliteDatabase database(m_functions, m_isStopped);
+  CSqliteDatabase database(m_functions, m_watch.isStopped);
   m_counts.assign(m_schema.tables.size(), {});
   if (!database.Open(path)) return End(database);
   for (size_t i = 0; i < m_schema.tables.size(); ++i)
     if (!WriteTable(database, i)) return End(database);
   if (!CheckReferences(database)) return End(database);
   if (!CSqliteViews(database, m_schema).Write(m_data) || !database.Close()) return End(database);
-  return m_isStopped() ? EExportEnd::Stopped : EExportEnd::Done;
+  return m_watch.isStopped() ? EExportEnd::Stopped : EExportEnd::Done;
 }
 
 bool CSqliteFile::WriteTable(CSqliteDatabase& database, size_t position) {
@@ -129,9 +129,10 @@ bool CSqliteFile::WriteRows(CSqliteDatabase& database, const SSqlTable& table, S
   CSqlRows rows(table);
   const bool isOpen = rows.Open();
   while (isOpen && rows.ReadRow()) {
-    if (m_isStopped()) return false;
+    if (m_watch.isStopped()) return false;
     if (!WriteRow(insert, rows, table, count) || !FillBlobs(database, rows, table, count)) return false;
     ++count.rows;
+    m_watch.CountRow();
   }
   count.lostValues += rows.GetLostValues();
   const uint64_t recovered = table.source->header.rowCount;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "export/SqlScript.h"
@@ -16,12 +17,12 @@ class CSqliteFile {
  public:
   // All outlive this object. Keys that the rows break become plain indexes of the schema, with a remark.
   CSqliteFile(const SSqliteFunctions& functions, const CAccessData& data, SSqlSchema& schema,
-              const StopRequest& isStopped)
+              SExportWatch watch)
       : m_functions(functions),
         m_data(data),
         m_schema(schema),
         m_text(schema, m_dialect),
-        m_isStopped(isStopped) {}
+        m_watch(std::move(watch)) {}
 
   // Into an empty file. What it holds is worth something at `Done` only.
   EExportEnd Write(std::u16string_view path);
@@ -51,7 +52,7 @@ class CSqliteFile {
   SSqlSchema& m_schema;
   const CSqlDialect m_dialect{ESqlDialect::Sqlite};
   const CSqlText m_text;
-  const StopRequest& m_isStopped;
+  const SExportWatch m_watch;
   std::vector<SSqlCount> m_counts;
   bool m_areKeysWhole = true;
   std::vector<std::string> m_texts;  // of the row's columns, while they are bound

@@ -8,7 +8,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr SLibraryName kLibrary{"libsqlite3.so.0", "winsqlite3.dll"};
+constexpr SLibraryName kLibrary{"libsqlite3.so.0", "libsqlite3-0", "winsqlite3.dll"};
 
 // Remembers whether any function was missing.
 class CFinder {
@@ -57,8 +57,7 @@ bool CSqliteLibrary::Load(std::u16string& problem) {
     if (!isThere) reason = u"it lacks functions that are needed";
   }
   if (isThere) return true;
-  problem = u"The SQLite library of this system cannot be used (" + reason +
-            u"). Install it (Debian: libsqlite3-0), or write a script with --format sql, which needs none.";
+  problem = u"The SQLite library cannot be used: " + reason + u". A script, with --format sql, needs none.";
   return false;
 }
 

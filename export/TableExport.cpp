@@ -27,8 +27,9 @@ EExportEnd CTableExport::Write(CExportSink& sink) {
   CTableTextReader reader(m_table, m_rules);
   if (reader.Open()) {
     while (m_problem.empty() && sink.GetProblem().empty() && reader.ReadRow(cells)) {
-      if (m_isStopped()) return EExportEnd::Stopped;
+      if (m_watch.isStopped()) return EExportEnd::Stopped;
       ++m_rows;
+      m_watch.CountRow();
       if (m_options.ole == EOleForm::Files) NameFiles(cells);
       format->BeginRow();
       for (const size_t i : m_shown) WriteCell(i, cells[i], reader, *format, sink);

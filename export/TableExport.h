@@ -16,8 +16,8 @@ namespace tolvane {
 class CTableExport : public CExportedTable {
  public:
   CTableExport(const CAccessData& data, const CAccessTable& table, const SExportOptions& options,
-               const CPreviewThreadStatus& preview, StopRequest isStopped)
-      : CExportedTable(data, table, options, std::move(isStopped)),
+               const CPreviewThreadStatus& preview, SExportWatch watch)
+      : CExportedTable(data, table, options, std::move(watch)),
         m_texts(table, &data.GetTables(), data.source.pageSize, data.GetRules(), preview) {}
   EExportEnd Write(CExportSink& sink) override;
 

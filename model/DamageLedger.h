@@ -27,6 +27,7 @@ enum class EDamage : uint8_t {
   MissingRows,       // the definition promises more rows than were found
   SurplusRows,       // the definition promises fewer
   MovedPages,        // pages that stand elsewhere than their number says
+  ChangedSource,     // the file was written to while it was read
   OtherDatabase,     // another database behind the one that was read
   UnfitTemplate,     // rows that belong to no table of the template
   BrokenValue,       // a present value that lies outside its row

@@ -74,6 +74,13 @@ SOverlappedCounters GetOverlappedCounters();
 // Lets completions run and waits until the room-to-write event is signalled; false when the time is over.
 bool WaitForRoomToWrite(uint32_t milliseconds);
 
+// Differs when somebody has written to the file in between, as far as the system's clock tells moments apart.
+struct SFileStamp {
+  uint64_t length = 0;
+  uint64_t written = 0;  // when; in units of the system
+  bool operator==(const SFileStamp&) const = default;
+};
+
 // Owns one handle. One thread at a time.
 class CFileCust {
  public:
@@ -92,6 +99,7 @@ class CFileCust {
 
   // 0 on failure.
   uint64_t GetLength();
+  SFileStamp GetStamp();
   uint64_t GetPosition();
   bool IsAtEnd();
 

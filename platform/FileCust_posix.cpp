@@ -133,6 +133,14 @@ uint64_t CFileCust::GetLength() {
   return 0;
 }
 
+SFileStamp CFileCust::GetStamp() {
+  struct stat status {};
+  if (!m_handle || fstat(m_handle->descriptor, &status) != 0) return {};
+  constexpr uint64_t kNanoseconds = 1'000'000'000;
+  return {static_cast<uint64_t>(status.st_size), static_cast<uint64_t>(status.st_mtim.tv_sec) * kNanoseconds +
+                                                     static_cast<uint64_t>(status.st_mtim.tv_nsec)};
+}
+
 uint64_t CFileCust::GetPosition() {
   const off_t position = m_handle ? lseek(m_handle->descriptor, 0, SEEK_CUR) : -1;
   if (position >= 0) return static_cast<uint64_t>(position);

@@ -237,6 +237,12 @@ uint64_t CFileCust::GetLength() {
   return 0;
 }
 
+SFileStamp CFileCust::GetStamp() {
+  FILETIME written{};
+  if (!m_handle || !GetFileTime(m_handle->handle, nullptr, nullptr, &written)) return {};
+  return {GetLength(), uint64_t{written.dwHighDateTime} << 32 | written.dwLowDateTime};
+}
+
 uint64_t CFileCust::GetPosition() {
   if (m_handle) return m_handle->position;
   m_lastError = ERROR_INVALID_HANDLE;

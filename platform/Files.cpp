@@ -34,6 +34,12 @@ std::u16string_view ExtensionOf(std::u16string_view path) {
   return dot == std::u16string_view::npos || dot == 0 ? std::u16string_view{} : name.substr(dot + 1);
 }
 
+std::vector<std::u16string> ListFolder(std::u16string_view path) {
+  std::vector<std::u16string> names;
+  ReadFolder(path, names);
+  return names;
+}
+
 bool FileExists(std::u16string_view path) {
   return GetFileKind(path) != EFileKind::Missing;
 }

@@ -33,9 +33,17 @@ bool RemoveFile(std::u16string_view path);
 // A folder with all it holds; true when there is none. Links inside, and a link itself, are removed, never
 // followed.
 bool RemoveFolderTree(std::u16string_view path);
+// Hands all that was written into the folder, and into folders in it, to the disk.
+bool SyncFolderTree(std::u16string_view path);
+// The same of the names in a folder, after files were made or renamed there. An empty path is the current
+// one.
+void SyncNames(std::u16string_view folder);
 // Replaces an existing target in one step.
 bool RenameFile(std::u16string_view from, std::u16string_view to);
-std::vector<std::u16string> ListFolder(std::u16string_view path);  // names only, sorted
+// Names only, sorted. False: there may be more than those.
+bool ReadFolder(std::u16string_view path, std::vector<std::u16string>& names);
+// The same where it does not matter.
+std::vector<std::u16string> ListFolder(std::u16string_view path);
 
 // With their separator at the end.
 std::u16string GetExecutableFolder();

@@ -121,19 +121,39 @@ bool RenameFile(std::u16string_view from, std::u16string_view to) {
   return rename(SystemPath(from).c_str(), SystemPath(to).c_str()) == 0;
 }
 
-std::vector<std::u16string> ListFolder(std::u16string_view path) {
-  std::vector<std::u16string> names;
+// One call for any number of files.
+bool SyncFolderTree(std::u16string_view path) {
+  const int folder = open(SystemPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return false;
+  const int error = syncfs(folder) == 0 ? 0 : errno;
+  close(folder);
+  return error == 0 || Fail(error);
+}
+
+void SyncNames(std::u16string_view folder) {
+  const int opened =
+      open(folder.empty() ? "." : SystemPath(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return;
+  fsync(opened);
+  close(opened);
+}
+
+bool ReadFolder(std::u16string_view path, std::vector<std::u16string>& names) {
+  names.clear();
   struct SCloser {
     void operator()(DIR* folder) const { closedir(folder); }
   };
   const std::unique_ptr<DIR, SCloser> folder(opendir(SystemPath(path).c_str()));
-  if (!folder) return names;
+  if (!folder) return false;
+  errno = 0;
   while (const dirent* entry = readdir(folder.get())) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.push_back(FromNativePath(name));
+    errno = 0;
   }
+  const int error = errno;
   std::sort(names.begin(), names.end());
-  return names;
+  return error == 0 || Fail(error);
 }
 
 std::u16string GetExecutableFolder() {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Handle_win.h"
 #include "platform/Terminal.h"
@@ -173,19 +174,49 @@ bool RemoveFolderTree(std::u16string_view path) {
   return true;
 }
 
+bool SyncFolderTree(std::u16string_view path) {
+  std::vector<std::u16string> folders{std::u16string(path)};
+  while (!folders.empty()) {
+    const std::u16string folder = std::move(folders.back());
+    folders.pop_back();
+    std::vector<std::u16string> names;
+    if (!ReadFolder(folder, names)) return false;
+    for (const std::u16string& name : names) {
+      std::u16string inner = folder + kPathSeparator + name;
+      if (GetFileKind(inner) == EFileKind::Folder) {
+        folders.push_back(std::move(inner));
+        continue;
+      }
+      CFileCust file;
+      const bool isSynced =
+          file.Open(inner, EFileAccess::ReadWrite, EFileShare::Read, EFileCreation::OpenExisting) &&
+          file.Flush();
+      if (isSynced) continue;
+      SetLastError(file.GetLastErrorCode());
+      return false;
+    }
+  }
+  return true;
+}
+
+// The system's journal keeps them.
+void SyncNames(std::u16string_view) {}
+
 bool RenameFile(std::u16string_view from, std::u16string_view to) {
   return MoveFileExW(SystemPath(from).c_str(), SystemPath(to).c_str(),
                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
 }
 
-std::vector<std::u16string> ListFolder(std::u16string_view path) {
-  std::vector<std::u16string> names;
-  VisitFolder(SystemPath(path), [&names](std::wstring_view name, DWORD) {
+bool ReadFolder(std::u16string_view path, std::vector<std::u16string>& names) {
+  names.clear();
+  const bool isWhole = VisitFolder(SystemPath(path), [&names](std::wstring_view name, DWORD) {
     names.push_back(FromWide(name));
     return true;
   });
+  const DWORD error = GetLastError();
   std::sort(names.begin(), names.end());
-  return names;
+  SetLastError(error);
+  return isWhole;
 }
 
 std::u16string GetExecutableFolder() {

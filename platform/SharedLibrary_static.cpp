@@ -6,7 +6,7 @@
 namespace tolvane {
 
 bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
-  problem = FromAscii(name.posix) + u": this portable program loads no libraries";
+  problem = u"this portable program loads no libraries (" + FromAscii(name.posix) + u")";
   return false;
 }
 

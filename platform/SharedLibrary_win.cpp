@@ -16,6 +16,8 @@ bool CSharedLibrary::Open(const SLibraryName& name, std::u16string& problem) {
   m_handle = {LoadLibraryW(path.c_str()), [](void* handle) { FreeLibrary(static_cast<HMODULE>(handle)); }};
   if (m_handle != nullptr) return true;
   problem = FromAscii(name.windows) + u": " + SystemMessage(GetLastError());
+  while (problem.ends_with(u'.')) problem.pop_back();
+  problem += u". Windows 10 and later bring it along";
   return false;
 }
 

@@ -74,10 +74,16 @@ EVerdict VerdictOfRule(std::string_view rule) {
   }
 }
 
-CDamageSigns RunChecker(const CSource& source, const CJobContext& job) {
+CDamageSigns RunChecker(const CSource& source, CJobContext& job) {
   CDamageSigns signs{};
   SCheckOptions options;
-  options.shouldStop = [&job] { return !job.repairing.IsRunning(); };
+  job.progress.SetMax(static_cast<int32_t>(std::min<uint64_t>(source.GetPageCount(), INT32_MAX)));
+  job.progress.SetPos(0);
+  job.status.SetText(u"Checking pages");
+  options.shouldStop = [&job] {
+    job.progress.IncrementPos();
+    return !job.repairing.IsRunning();
+  };
   const SCheckReport report = CheckDatabase(source.GetPath(), options);
   if (report.verdict == ECheckVerdict::NotADatabase) signs[EVerdict::Header] = 1;
   if (report.verdict != ECheckVerdict::Checked) return signs;
@@ -123,14 +129,14 @@ void SExamination::Add(const SPageReport& report) {
   if (badPages.size() < kBadPagesKept) badPages.push_back(report);
 }
 
-void InspectPages(CSource& source, const CJobContext& job, SExamination& examination) {
+void InspectPages(CSource& source, CJobContext& job, SExamination& examination) {
   CPageInspector inspector(job);
   examination.isDone =
       inspector.Inspect(source, [&examination](const SPageReport& report) { examination.Add(report); });
   examination.totals = inspector.GetTotals();
 }
 
-void ExamineFile(CSource& source, const CJobContext& job, SExamination& examination) {
+void ExamineFile(CSource& source, CJobContext& job, SExamination& examination) {
   InspectPages(source, job, examination);
   if (!examination.isDone) return;
   examination.writesCutOff = CountWritesCutOff(source);

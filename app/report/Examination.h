@@ -44,9 +44,9 @@ struct SExamination {
 };
 
 // The pages alone: their kinds and states.
-void InspectPages(CSource& source, const CJobContext& job, SExamination& examination);
+void InspectPages(CSource& source, CJobContext& job, SExamination& examination);
 // Everything; reads the file about four times. Where pages cannot be read, the checker leaves it in peace.
-void ExamineFile(CSource& source, const CJobContext& job, SExamination& examination);
+void ExamineFile(CSource& source, CJobContext& job, SExamination& examination);
 
 // The kinds of damage that pages which contradict themselves are signs of.
 CDamageSigns FindPageSigns(const SExamination& examination);

@@ -123,7 +123,8 @@ void PrintDone(const SReport& report, CHtml& html) {
   CFactList facts(html);
   const SReportTask& task = report.task;
   facts.Text("Command", "tolvane " + std::string(task.command) + ", version " + std::string(task.version));
-  facts.Text("When", FormatDate(report.date) + ", local time");
+  facts.Text("When", FormatDate(report.date) +
+                         (report.task.date ? ", UTC, a date that was asked for" : ", local time"));
   if (report.data) {
     facts.Text("Rules", task.rules == ERules::Exact
                             ? "exact: what the file holds"

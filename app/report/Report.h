@@ -46,12 +46,13 @@ struct SReportTask {
   std::u16string templatePath{};  // empty: none
   ERules rules = kDefaultRules;
   bool withSystemTables = false;
-  std::u16string problem{};  // why there is no result; empty when there is one
+  std::u16string problem{};      // why there is no result; empty when there is one
+  std::optional<double> date{};  // UTC, for a report that is to be the same each time; nothing: the clock's
 };
 
 struct SReport {
   SReportTask task;
-  double date = 0;  // local, days since 30 December 1899
+  double date = 0;  // days since 30 December 1899; local unless the task names one
   SSourceFacts source{};
   SVerdict verdict{};
   SVerdictFacts facts{};

@@ -177,7 +177,7 @@ SVerdictFacts CollectFacts(const SReportTask& task, const SReportSources& source
 }
 
 SReport CollectReport(const SReportTask& task, const SReportSources& sources) {
-  SReport report{.task = task, .date = GetLocalDate()};
+  SReport report{.task = task, .date = task.date.value_or(GetLocalDate())};
   if (sources.source) report.source = sources.source->GetFacts();
   if (sources.data) report.source = sources.data->source;
   report.facts = CollectFacts(task, sources);

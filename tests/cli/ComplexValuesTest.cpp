@@ -194,7 +194,8 @@ TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
   const CAccessTable& people = *TableNamed(*data, u"People");
   SExportOptions options;
   options.ole = EOleForm::Files;
-  CTableExport exported(*data, people, options, ShownJob().preview, [] { return false; });
+  CTableExport exported(*data, people, options, ShownJob().preview,
+                        {.isStopped = [] { return false; }, .rows = nullptr});
   exported.GetFiles().SetFolder(m_scratch / u"People_files", u"People_files");
   CExportSink sink;
   ASSERT_TRUE(sink.CreateNew(m_scratch / u"People.csv"));

@@ -15,16 +15,13 @@ import tempfile
 import time
 import unittest
 
+from scratch import ScratchTest, read
+
 TOLVANE = os.path.abspath(sys.argv.pop(1))
 SAMPLE = os.path.abspath(sys.argv.pop(1))
 DONE, FAILED, INCOMPLETE, STOPPED = 0, 2, 3, 130
 COPIES = 60  # of the sample, one behind the other: every page counts for the tables of the first
 OLD = b'the file that was there before\n' * 100
-
-
-def read(path):
-    with open(path, 'rb') as file:
-        return file.read()
 
 
 def length(path):
@@ -34,7 +31,7 @@ def length(path):
         return 0
 
 
-class DurabilityTest(unittest.TestCase):
+class DurabilityTest(ScratchTest):
     @classmethod
     def setUpClass(cls):
         cls.shared = tempfile.mkdtemp(prefix='tolvane-test-')
@@ -47,9 +44,8 @@ class DurabilityTest(unittest.TestCase):
         cls.whole_size = length(whole)
 
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix='tolvane-test-')
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.work, self.place = os.path.join(self.folder, 'work'), os.path.join(self.folder, 'place')
+        super().setUp()
+        self.work, self.place = self.path('work'), self.path('place')
         os.mkdir(self.work)
         os.mkdir(self.place)
 

@@ -12,29 +12,23 @@ import io
 import json
 import os
 import resource
-import shutil
 import signal
 import sqlite3
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
+
+from scratch import ScratchTest, read
 
 TOLVANE = os.path.abspath(sys.argv.pop(1))
 SAMPLE = os.path.abspath(sys.argv.pop(1))
 DONE, FAILED, INCOMPLETE, NOTHING, USAGE, STOPPED = 0, 2, 3, 4, 64, 130
 
 
-def read(path):
-    with open(path, 'rb') as file:
-        return file.read()
-
-
-class ProgramTest(unittest.TestCase):
+class ProgramTest(ScratchTest):
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix='tolvane-test-')
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        super().setUp()
         self.work = self.path('work')
         os.mkdir(self.work)
         self.source = self.write('damaged.mdb', read(SAMPLE))
@@ -43,14 +37,6 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(read(self.source), read(SAMPLE), 'the source was changed')
         self.assertEqual(os.listdir(self.work), [], 'temporary files were left')
         self.assertEqual([name for name in os.listdir(self.folder) if name.endswith('.partial')], [])
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def write(self, name, content):
-        with open(self.path(name), 'wb') as file:
-            file.write(content)
-        return self.path(name)
 
     def check(self, status, *words, **options):
         if len(words) > 1 and words[0] not in ('check', 'help', 'man') and not {'--help', '--work-dir'} & set(words):

@@ -12,19 +12,15 @@ import shutil
 import struct
 import subprocess
 import sys
-import tempfile
 import unittest
 import zlib
+
+from scratch import ScratchTest, read
 
 TOLVANE = os.path.abspath(sys.argv.pop(1))
 SAMPLE = os.path.abspath(sys.argv.pop(1))
 BROWSER = shutil.which('chromium') or shutil.which('chromium-browser')
 PAGE = 4096
-
-
-def read(path):
-    with open(path, 'rb') as file:
-        return file.read()
 
 
 def first_pixel(png):
@@ -62,19 +58,7 @@ class Document(html.parser.HTMLParser):
             self.text.append(data)
 
 
-class ReportTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix='tolvane-report-')
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def write(self, name, content):
-        with open(self.path(name), 'wb') as file:
-            file.write(content)
-        return self.path(name)
-
+class ReportTest(ScratchTest):
     def run_tool(self, *words, status=None):
         done = subprocess.run([TOLVANE, *words, '-q'], capture_output=True, timeout=120, check=False)
         if status is not None:
