@@ -12,13 +12,18 @@ namespace tolvane {
 struct SSettings {
   // Of file names; the names of temporary files and the name that the save dialog offers do not depend on it.
   std::u16string prefix = u"Rep";
-  ERules rules = kDefaultRules;  // of the next repair
+  ERules rules = kDefaultRules;      // of the next repair
+  bool usesInstalledEngine = false;  // for the next save
 };
 
 // What each choice of the rules means, for people.
 inline constexpr std::u16string_view kExactRulesNote = u"Exact: what the file really holds.";
 inline constexpr std::u16string_view kStandardRulesNote =
     u"Standard: the documented conventions, which round and leave out.";
+
+// The same of the engines that write the new database.
+inline constexpr std::u16string_view kOwnEngineNote = u"Built-in: nothing needs to be installed.";
+inline constexpr std::u16string_view kInstalledEngineNote = u"Installed: ";
 
 // The message, shown with the information icon, that keeps the settings dialog open; none when the prefix is
 // accepted.

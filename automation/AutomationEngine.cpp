@@ -13,8 +13,8 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kNoJet3 =
-    u" Newer engines make no Access 97 databases any more: choose another format (--to jet4), or leave "
-    u"--engine out and let the program's own engine write this one.";
+    u" Newer engines make no Access 97 databases any more: the program's own engine does, and this one makes "
+    u"other formats.";
 
 class CAutomationEngine : public CDaoEngine {
  public:

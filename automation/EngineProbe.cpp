@@ -9,8 +9,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kInstead = u" Leave --engine out: the program has an engine of its own.";
-
 std::u16string OwnBitness() {
   return sizeof(void*) == 8 ? u"64" : u"32";
 }
@@ -53,14 +51,14 @@ std::vector<SInstalledEngine> ListInstalledEngines(CEngineThread& thread) {
 
 std::u16string DescribeMissingEngine(const CAutomationServers& servers,
                                      const std::vector<SInstalledEngine>& engines) {
-  if (!servers.IsThere()) return u"There are no installed DAO engines on this system." + Text(kInstead);
-  if (engines.empty()) return u"No DAO engine is installed." + Text(kInstead);
+  if (!servers.IsThere()) return u"There are no installed DAO engines on this system.";
+  if (engines.empty()) return u"No DAO engine is installed.";
   if (std::ranges::any_of(engines, [](const SInstalledEngine& engine) { return engine.problem.empty(); }))
     return {};
   std::u16string text;
   for (const SInstalledEngine& engine : engines)
     text += (text.empty() ? u"" : u" ") + engine.className + u": " + engine.problem;
-  return text + Text(kInstead);
+  return text;
 }
 
 }  // namespace tolvane

@@ -25,7 +25,7 @@ struct SInstalledEngine {
 
 // The registered ones, newest first: each is started and asked for its version.
 std::vector<SInstalledEngine> ListInstalledEngines(CEngineThread& thread);
-// Why none of them can be used and what to do, in a sentence or two; empty where one can.
+// Why none of them can be used; empty where one can.
 std::u16string DescribeMissingEngine(const CAutomationServers& servers,
                                      const std::vector<SInstalledEngine>& engines);
 

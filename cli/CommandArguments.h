@@ -22,6 +22,7 @@ enum class ECommand : uint8_t {
   Objects,
   Inspect,
   Check,
+  Engines,
   Help,
   Manual,
   Completion

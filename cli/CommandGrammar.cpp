@@ -92,7 +92,8 @@ void CCommandGrammar::AddRepair() {
   command.add_option("-j,--jobs", m_arguments.jobs, "How many of several files are repaired at once")
       ->type_name("NUMBER")
       ->check(CLI::Range(1, 256).description(""));
-  AddChoice(command, "--engine", m_words.engine, "What writes the database: embedded (default) or dao",
+  AddChoice(command, "--engine", m_words.engine,
+            "What writes the database: embedded (default), or dao, an installed one (see tolvane engines)",
             {"embedded", "dao"});
   command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace an existing output or report");
   AddChoice(command, "--to", m_words.outputFormat,
@@ -184,6 +185,8 @@ void CCommandGrammar::AddOthers() {
   AddPath(check, "DATABASE", m_words.source, "The database; - for standard input")->required();
   AddPlace(check);
   AddManners(check);
+
+  AddManners(Add(ECommand::Engines));
 }
 
 void CCommandGrammar::AddHelpers() {

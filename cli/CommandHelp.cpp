@@ -9,7 +9,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::array<SCommandWords, 12> kCommands{{
+constexpr std::array<SCommandWords, 13> kCommands{{
     {ECommand::None, "", "repairs damaged Microsoft Access databases (.mdb, .accdb)",
      "The damaged file is only read. What can be recovered is written into a new database, or shown, or "
      "exported.\n"
@@ -67,6 +67,11 @@ constexpr std::array<SCommandWords, 12> kCommands{{
      "It repairs nothing.",
      "tolvane check database.mdb\n"
      "tolvane check repaired.accdb --json"},
+    {ECommand::Engines, "engines", "lists the database engines that can write a new database",
+     "The program has one of its own. On Windows an installed DAO engine can be taken instead, with "
+     "tolvane repair --engine dao.",
+     "tolvane engines\n"
+     "tolvane engines --json"},
     {ECommand::Help, "help", "shows the help of a command", "", "tolvane help repair"},
     {ECommand::Manual, "man", "writes the manual page of the program or of a command", "",
      "tolvane man repair | man -l -"},

@@ -15,7 +15,9 @@ namespace tolvane {
 namespace {
 
 SCommandEnd RunChosen(CSession& session) {
-  if (auto failure = session.CheckFiles()) return *failure;
+  const bool hasFile = session.GetArguments().command != ECommand::Engines;
+  if (hasFile)
+    if (auto failure = session.CheckFiles()) return *failure;
   switch (session.GetArguments().command) {
     case ECommand::Repair:
       return RunRepair(session);
@@ -33,6 +35,8 @@ SCommandEnd RunChosen(CSession& session) {
       return RunInspect(session);
     case ECommand::Check:
       return RunCheck(session);
+    case ECommand::Engines:
+      return RunEngines(session.GetArguments());
     case ECommand::None:
     case ECommand::Help:
     case ECommand::Manual:

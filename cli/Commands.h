@@ -29,6 +29,8 @@ SCommandEnd RunQueries(CSession& session);
 SCommandEnd RunObjects(CSession& session);
 SCommandEnd RunInspect(CSession& session);
 SCommandEnd RunCheck(CSession& session);
+// Without a file.
+SCommandEnd RunEngines(const SArguments& arguments);
 
 // What several commands do.
 

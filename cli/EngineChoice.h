@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/CommandArguments.h"
+#include "cli/Session.h"
 #include "dao/dao.h"
 #include "platform/Identity.h"
 
@@ -12,7 +12,7 @@ namespace tolvane {
 
 // With its temporary files in the work folder that is set now. Null when it cannot be used here; `problem`
 // then says why and what to do.
-std::unique_ptr<CDaoEngine> MakeEngine(EEngineChoice choice, std::shared_ptr<CIdentity> identity,
+std::unique_ptr<CDaoEngine> MakeEngine(CSession& session, std::shared_ptr<CIdentity> identity,
                                        std::u16string& problem);
 const char* NameOf(EEngineChoice choice);
 

@@ -138,7 +138,7 @@ SCommandEnd RunRepair(CSession& session) {
     if (fixed.isRefused)
       return SFailure{EExitStatus::WrongUsage, u"SOURCE_DATE_EPOCH is no number of seconds since 1970."};
     identity = MakeIdentity(session, fixed);
-    engine = MakeEngine(arguments.engine, identity, problem);
+    engine = MakeEngine(session, identity, problem);
     if (!engine) return SFailure{EExitStatus::Failed, problem};
   }
   if (auto failure = RecoverSomething(session)) return *failure;

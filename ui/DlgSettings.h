@@ -1,6 +1,7 @@
-// The settings: the rules of the next repair, and the prefix of file names.
+// The settings: the rules of the next repair, the engine of the next save, and the prefix of file names.
 #pragma once
 
+#include "app/InstalledEngines.h"
 #include "app/Settings.h"
 #include "ui/win/Dialog.h"
 
@@ -16,7 +17,10 @@ class CDlgSettings : public CDialog {
   void OnOk() override;
 
  private:
+  void ShowEngines();
+
   SSettings m_settings;
+  SInstalledEngines m_engines;
 };
 
 }  // namespace tolvane

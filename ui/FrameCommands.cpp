@@ -4,8 +4,10 @@
 // After windows.h, whose types it needs.
 #include <shellapi.h>
 
+#include "app/InstalledEngines.h"
 #include "platform/Files.h"
 #include "platform/Wide_win.h"
+#include "status/Status.h"
 #include "ui/DlgSettings.h"
 #include "ui/ExportDialog.h"
 #include "ui/Resource.h"
@@ -26,8 +28,9 @@ class CAboutDialog : public CDialog {
 
 }  // namespace
 
-void CFrameCommands::Start(HWND frame, CRepairWorkflow& workflow,
+void CFrameCommands::Start(HWND frame, CRepairWorkflow& workflow, CDaoEngine& engine,
                            std::function<void(std::u16string_view)> notice) {
+  m_ownEngine = &engine;
   m_frame = frame;
   m_workflow = &workflow;
   m_notice = std::move(notice);
@@ -53,6 +56,15 @@ void CFrameCommands::AskForSettings() {
   if (dialog.DoModal(m_frame) != IDOK) return;
   m_settings = dialog.GetSettings();
   m_workflow->SetRules(m_settings.rules);
+  TakeEngine();
+}
+
+void CFrameCommands::TakeEngine() {
+  if (!m_settings.usesInstalledEngine) return m_workflow->SetEngine(*m_ownEngine);
+  std::unique_ptr<CDaoEngine>& engine = m_installed[m_settings.rules];
+  if (!engine)
+    engine = MakeInstalledEngine(m_settings.rules, [] { return CSavingStatus::Instance().IsSaving(); });
+  m_workflow->SetEngine(*engine);
 }
 
 // What the pane shows, and behind it what the file held and every place of damage.

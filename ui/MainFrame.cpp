@@ -113,7 +113,7 @@ bool CMainFrame::CreateWorkflow() {
                                                                 .recentFiles = &m_recentFiles,
                                                                 .displayPause = kDisplayPause,
                                                                 .version = TOLVANE_VERSION_TEXT});
-  m_commands.Start(m_window, *m_workflow, [this](std::u16string_view text) { ShowNotice(text); });
+  m_commands.Start(m_window, *m_workflow, *m_engine, [this](std::u16string_view text) { ShowNotice(text); });
   m_view.SetWorkflow(*m_workflow);
   return true;
 }

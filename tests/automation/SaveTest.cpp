@@ -134,13 +134,17 @@ class CAutomationSaveByTexts : public CAutomationSave {
   CAutomationSaveByTexts() : CAutomationSave(kTextRules) {}
 };
 
+Lines ReadLines(const std::string& name) {
+  std::ifstream file(std::string(TOLVANE_CALLS) + "/" + name, std::ios::binary);
+  Lines lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
+}
+
 // Written-out calls lie beside the test. Where they differ, what was recorded is left in the system's folder
 // for temporary files.
 void ExpectCalls(const Lines& calls, const std::string& name) {
-  std::ifstream file(std::string(TOLVANE_CALLS) + "/" + name);
-  Lines wanted;
-  for (std::string line; std::getline(file, line);) wanted.push_back(line);
-  if (calls == wanted) return;
+  if (calls == ReadLines(name)) return;
   const std::u16string path = GetTempFolder() + FromUtf8(name);
   std::ofstream out(ToNativePath(path), std::ios::binary);
   for (const std::string& line : calls) out << line << "\n";
@@ -167,17 +171,22 @@ std::string MemberOf(const std::string& call) {
   return shown;
 }
 
-// One save for each call, in which that call fails: what it costs, each kind of call and cost once.
+// One save for each call, in which that call fails: what it costs, each kind of call and cost once. Where
+// calls take their time, the first call of each kind.
 TEST_F(CAutomationSave, EachFailureCostsWhatItMust) {
   ASSERT_TRUE(SaveWith("", {.keysLast = false}));
-  const Lines calls = Calls();
-  Lines matrix;
+  const Lines calls = Calls(), all = ReadLines("failures.txt");
+  Lines matrix, seen;
   for (size_t i = 0; i < calls.size(); ++i) {
+    const std::string member = MemberOf(calls[i]);
+    if (IsStandInDistant() && std::ranges::find(seen, member) != seen.end()) continue;
+    seen.push_back(member);
     static_cast<void>(SaveWith(std::to_string(i + 1), {.keysLast = false}));
-    const std::string line = MemberOf(calls[i]) + " -> " + Cost();
+    const std::string line = member + " -> " + Cost();
+    EXPECT_NE(std::ranges::find(all, line), all.end()) << calls[i] << ": " << line;
     if (std::ranges::find(matrix, line) == matrix.end()) matrix.push_back(line);
   }
-  ExpectCalls(matrix, "failures.txt");
+  if (!IsStandInDistant()) ExpectCalls(matrix, "failures.txt");
 }
 
 TEST_F(CAutomationSave, AnEngineThatIsGoneOrHangsEndsTheSaveAndNotTheProgram) {

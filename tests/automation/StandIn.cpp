@@ -205,7 +205,7 @@ SCallEnd CStandInObject::Append(const AutomationObject& member) {
 SCallEnd CStandInObject::OpenDatabase(std::u16string_view name, const AutomationValues& arguments,
                                       AutomationValue& answer) {
   constexpr int32_t kJet3 = 0x20;
-  StandInObject& database = m_world->databases[TextOf(arguments[0])];
+  StandInObject& database = m_collections[TextOf(arguments[0])];
   if (name == u"CreateDatabase") {
     if (m_world->refusesJet3 && NumberOf(arguments[2]) == kJet3) return Fail(3001, u"Invalid argument.");
     if (database) return Fail(3204, u"Database already exists.");

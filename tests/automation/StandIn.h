@@ -27,7 +27,6 @@ struct SStandInWorld {
   int calls = 0;
   bool refusesJet3 = false;
   std::string version = "16.0";
-  std::map<std::u16string, StandInObject> databases;  // by path
 
   SCallEnd Call(const std::string& line);
 };
@@ -63,7 +62,7 @@ class CStandInObject : public CAutomationObject, public std::enable_shared_from_
   const std::u16string m_kind;
   CStandInObject* m_owner;  // of a collection; of a database its engine
   std::map<std::u16string, AutomationValue, std::less<>> m_values;
-  std::map<std::u16string, StandInObject, std::less<>> m_collections;
+  std::map<std::u16string, StandInObject, std::less<>> m_collections;  // of an engine: databases
   std::vector<StandInObject> m_members;
   std::vector<Row> m_rows;  // of a table
   StandInObject m_table;    // of rows: where they go

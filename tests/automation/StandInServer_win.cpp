@@ -88,11 +88,14 @@ std::shared_ptr<SStandInWorld> MakeWorld() {
   auto world = std::make_shared<SStandInWorld>();
   world->refusesJet3 = true;
   world->failure = [] { return Setting("TOLVANE_STANDIN_FAILURE"); };
-  world->record = [path = Setting("TOLVANE_STANDIN_CALLS")](const std::string& line) {
-    FILE* const file = std::fopen(path.c_str(), "ab");
-    if (file == nullptr) return;
-    std::fprintf(file, "%s\n", line.c_str());
-    std::fclose(file);
+  const std::shared_ptr<FILE> file(std::fopen(Setting("TOLVANE_STANDIN_CALLS").c_str(), "ab"),
+                                   [](FILE* opened) {
+                                     if (opened != nullptr) std::fclose(opened);
+                                   });
+  world->record = [file](const std::string& line) {
+    if (!file) return;
+    std::fprintf(file.get(), "%s\n", line.c_str());
+    std::fflush(file.get());
   };
   return world;
 }

@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "automation/ValueConversion.h"
+#include "platform/Text.h"
 #include "render/ValueParser.h"
 #include "tests/automation/StandIn.h"
 
@@ -33,6 +34,10 @@ class CStandInServers : public CAutomationServers {
     return {};
   }
   bool ReadText(std::u16string_view text, const AutomationValue& kind, AutomationValue& value) override {
+    if (std::holds_alternative<SDecimalValue>(kind)) {
+      value = SDecimalValue{false, 0, {0, 0, static_cast<uint32_t>(LeadingInteger(text))}};
+      return true;
+    }
     for (const uint8_t type : {kTypeDate, kTypeCurrency, kTypeSingle, kTypeDouble}) {
       SValue read;
       if (KindReadByLocale(FieldTypeOf(type)).index() == kind.index())
@@ -48,14 +53,13 @@ class CStandInServers : public CAutomationServers {
 
 }  // namespace
 
-void RemoveStandIn() {
-  if (!g_installed) return;
-  const std::lock_guard lock(g_installed->mutex);
-  g_installed->world->databases.clear();
+void RemoveStandIn() {}
+
+bool IsStandInDistant() {
+  return false;
 }
 
 void InstallStandIn(std::string_view failure) {
-  RemoveStandIn();
   g_installed = std::make_shared<SInstalled>();
   g_installed->failure = failure;
   g_installed->world = std::make_shared<SStandInWorld>();

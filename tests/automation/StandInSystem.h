@@ -15,6 +15,8 @@ namespace tolvane {
 // SStandInWorld.
 void InstallStandIn(std::string_view failure);
 void RemoveStandIn();
+// Whether each of its calls takes its time.
+bool IsStandInDistant();
 // Since it was installed.
 std::vector<std::string> ReadStandInCalls();
 std::unique_ptr<CAutomationServers> MakeStandInServers();

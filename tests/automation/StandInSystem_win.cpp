@@ -63,6 +63,10 @@ void RemoveStandIn() {
   RegDeleteTreeW(HKEY_CLASSES_ROOT, L"DAO.DBEngine.36");
 }
 
+bool IsStandInDistant() {
+  return true;
+}
+
 std::vector<std::string> ReadStandInCalls() {
   std::ifstream file(ToNativePath(CallsPath()), std::ios::binary);
   std::vector<std::string> lines;

@@ -242,7 +242,7 @@ class ProgramTest(ScratchTest):
 
     def test_help_and_version(self):
         self.assertRegex(self.text(DONE, '--version'), r'^tolvane \d+\.\d+\.\d+\nBuild .*\nReads .*Jet 3.*\nWrites .*ACE')
-        for words in ([], ['repair'], ['tables'], ['preview'], ['export'], ['inspect'], ['queries'], ['objects'], ['check']):
+        for words in ([], ['repair'], ['tables'], ['preview'], ['export'], ['inspect'], ['queries'], ['objects'], ['check'], ['engines']):
             done = self.check(DONE, *words, '--help')
             self.assertEqual(done.stderr, b'', words)
             self.assertLess(done.stdout.index(b'Examples:'), done.stdout.index(b'Options:'), words)

@@ -82,6 +82,7 @@ class Checker:
         self.run('tables', source, '--all')
         self.run('queries', source, '--all')
         self.run('objects', source, '--all')
+        self.run('engines')
         self.run('export', source, '--format', 'sql', '-o', rows + '.sql')
         self.run('inspect', source)
         for table in repaired['tables'][:3]:

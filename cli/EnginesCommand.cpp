@@ -1,0 +1,54 @@
+// engines: the database engines that can write a new database, and why one cannot.
+#include <string>
+
+#include "app/InstalledEngines.h"
+#include "cli/Commands.h"
+#include "cli/DisplayText.h"
+#include "cli/EngineChoice.h"
+#include "cli/JsonOutput.h"
+#include "cli/Summary.h"
+#include "cli/TextTable.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+Json DescribeEngine(const char* choice, const SInstalledEngine& engine) {
+  return {{"engine", choice},
+          {"class", engine.className.empty() ? Json() : Json(ToUtf8(engine.className))},
+          {"version", engine.version.empty() ? Json() : Json(ToUtf8(engine.version))},
+          {"usable", engine.problem.empty()},
+          {"reason", engine.problem.empty() ? Json() : Json(ToUtf8(engine.problem))}};
+}
+
+}  // namespace
+
+SCommandEnd RunEngines(const SArguments& arguments) {
+  const SInstalledEngines found = FindInstalledEngines();
+  const char* const own = NameOf(EEngineChoice::Embedded);
+  const char* const installed = NameOf(EEngineChoice::Dao);
+  if (arguments.isJson) {
+    Json result = MakeResult(arguments, EExitStatus::Done);
+    result["engines"] = Json::array();
+    result["engines"].push_back(DescribeEngine(own, {}));
+    for (const SInstalledEngine& engine : found.engines)
+      result["engines"].push_back(DescribeEngine(installed, engine));
+    result["installedUsable"] = found.IsUsable();
+    result["reason"] = found.IsUsable() ? Json() : Json(ToUtf8(found.problem));
+    if (!PrintJson(result)) return OutputLost();
+    return EExitStatus::Done;
+  }
+  CTextTable drawn;
+  for (const char* heading : {"Engine", "Class", "Version", "Remark"}) drawn.AddColumn(heading);
+  drawn.AddRow({own, "", "", "the program's own; the default"});
+  for (const SInstalledEngine& engine : found.engines)
+    drawn.AddRow({installed, ToDisplay(engine.className), ToDisplay(engine.version),
+                  engine.problem.empty() ? "can be used" : ToDisplay(engine.problem)});
+  std::string text = drawn.Draw(OutputStyle().width);
+  if (!found.IsUsable()) text += "\n" + ToDisplay(found.problem) + "\n";
+  if (auto failure = Print(text)) return *failure;
+  return EExitStatus::Done;
+}
+
+}  // namespace tolvane
