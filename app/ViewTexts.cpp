@@ -6,6 +6,7 @@
 #include "app/InputCheck.h"
 #include "app/Losses.h"
 #include "platform/Files.h"
+#include "platform/Hex.h"
 #include "platform/Text.h"
 #include "query/Query.h"
 #include "writer/QuerySaver.h"
@@ -42,15 +43,14 @@ class CLines {
 
 // "00000010  41 42 ...  AB..."
 std::u16string DumpLine(size_t at, std::span<const uint8_t> bytes) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string line;
-  for (int shift = 28; shift >= 0; shift -= 4) line += kDigits[at >> shift & 15];
-  line += "  ";
-  for (size_t i = 0; i < kBytesInLine; ++i)
-    line += i < bytes.size() ? std::string{kDigits[bytes[i] >> 4], kDigits[bytes[i] & 15], ' '} : "   ";
-  line += ' ';
-  for (const uint8_t byte : bytes) line += byte >= ' ' && byte < 0x7F ? static_cast<char>(byte) : '.';
-  return FromAscii(line);
+  std::u16string line = ToHex(static_cast<uint32_t>(at), 8, u'0') + u"  ";
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    AppendHex(bytes.subspan(i, 1), kUpperHex, line);
+    line += u' ';
+  }
+  line.append(3 * (kBytesInLine - bytes.size()) + 1, u' ');
+  for (const uint8_t byte : bytes) line += byte >= ' ' && byte < 0x7F ? static_cast<char16_t>(byte) : u'.';
+  return line;
 }
 
 std::u16string CountedQueries(uint64_t count) {

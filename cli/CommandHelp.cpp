@@ -128,10 +128,6 @@ std::string DrawDetails(std::string_view details, size_t width) {
 
 }  // namespace
 
-std::span<const SCommandWords> ListCommandWords() {
-  return kCommands;
-}
-
 const SCommandWords& WordsOf(ECommand command) {
   return *std::ranges::find(kCommands, command, &SCommandWords::command);
 }

@@ -21,8 +21,6 @@ struct SCommandWords {
   const char* examples;  // one a line; what it does follows behind two blanks at least
 };
 
-// In the order in which they are listed. The first one, without a name, is the program itself.
-std::span<const SCommandWords> ListCommandWords();
 const SCommandWords& WordsOf(ECommand command);
 
 // An option or a positional word, as the parser knows it.

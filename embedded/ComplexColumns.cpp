@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "embedded/ObjectName.h"
+#include "platform/Hex.h"
 
 namespace tolvane {
 namespace {
@@ -15,10 +16,7 @@ constexpr STextOrder kNoOrder{0, 0};
 // Of a new GUID.
 std::u16string MakeDigits(CIdentity& identity) {
   std::u16string digits;
-  for (const uint8_t byte : identity.MakeGuid().bytes) {
-    digits += u"0123456789ABCDEF"[byte >> 4];
-    digits += u"0123456789ABCDEF"[byte & 15];
-  }
+  AppendHex(identity.MakeGuid().bytes, kUpperHex, digits);
   return digits;
 }
 

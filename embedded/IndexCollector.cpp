@@ -5,6 +5,7 @@
 #include "embedded/StoredText.h"
 #include "format/IndexKey.h"
 #include "format/LongValue.h"
+#include "platform/Hex.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -32,10 +33,7 @@ std::u16string DescribeValue(const STextLayout& layout, uint8_t type, std::span<
     }
     default: {
       std::u16string text = u"0x";
-      for (const uint8_t byte : value) {
-        text += u"0123456789ABCDEF"[byte >> 4];
-        text += u"0123456789ABCDEF"[byte & 15];
-      }
+      AppendHex(value, kUpperHex, text);
       return text;
     }
   }

@@ -42,10 +42,6 @@ bool CMSysComplexColumns::Load(std::u16string_view dataFilePath, CRecordDecoder*
   return true;
 }
 
-const CMSysComplexColumnsData* CMSysComplexColumns::GetAt(size_t position) const {
-  return position < m_records.size() ? &m_records[position] : nullptr;
-}
-
 size_t CMSysComplexColumns::AttachTo(CAccessTableList& tables, uint32_t pageSize) const {
   size_t attached = 0;
   std::unordered_map<CAccessTable*, ColumnsById> columnsOfTables;

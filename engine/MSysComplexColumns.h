@@ -25,9 +25,6 @@ class CMSysComplexColumns {
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
   [[nodiscard]] size_t GetCount() const { return m_records.size(); }
-  // Null past the end.
-  [[nodiscard]] const CMSysComplexColumnsData* GetAt(size_t position) const;
-
   // Gives each record to the complex column with its id in the table that it names. Records that lead to no
   // such column are left out; of two records for one column the later one stays. Returns how many found their
   // column.

@@ -1,6 +1,7 @@
 #include "engine/RowCounts.h"
 
 #include <algorithm>
+#include <bitset>
 #include <initializer_list>
 #include <map>
 #include <optional>
@@ -30,14 +31,18 @@ class CRowCounts {
     for (const auto& table : m_data.GetTables())
       if (KindOf(*table)) m_doubtful.emplace(table->GetDefinitionOffset(), table.get());
     if (m_doubtful.empty()) return;
-    if (m_data.GetRules().tellReasons) {
+    const SRecoveryRules& rules = m_data.GetRules();
+    if (rules.tellReasons || rules.surplusRowsAreDoubtful) ReadIndexes();
+    if (rules.tellReasons) {
       NoteTables(m_rejecting, {EDamage::RejectedRow, EDamage::BrokenOverflow});
       NoteTables(m_broken, {EDamage::BrokenPage});
-      FindOlderPages();
+      for (const auto& [table, slots] : m_named)
+        for (const uint64_t offset : table->dataPages) ComparePage(*table, offset, slots);
       NoteTables(m_torn, {EDamage::TornPage});
     }
     for (const auto& table : m_data.GetTables())
-      if (const auto kind = KindOf(*table)) File(*table, *kind);
+      if (const auto kind = KindOf(*table); kind == EDamage::MissingRows || (kind && !AreRowsIndexed(*table)))
+        File(*table, *kind);
   }
 
  private:
@@ -113,25 +118,39 @@ class CRowCounts {
     return "the count is older than the rows, or was overwritten";
   }
 
-  // The highest slot that the indexes name, by page.
-  using Slots = std::map<uint32_t, uint32_t>;
+  // The slots that the indexes name, by page.
+  using Slots = std::map<uint32_t, std::bitset<kMaxSlots>>;
 
-  void FindOlderPages() {
-    std::unordered_map<const CAccessTable*, Slots> named;
+  void ReadIndexes() {
     for (uint64_t number = 0; number < m_source.GetPageCount(); number++) {
       if (!m_job.repairing.IsRunning()) return;
       if (m_source.GetFreePages().IsFree(number) || !m_source.ReadPage(number, m_page)) continue;
       if (m_page[0] != kPageIndexLeaf || !IsSoundPage(m_page, m_layout)) continue;
       const auto table = m_doubtful.find(uint64_t{OwnerOf(m_page)} * m_layout.pageSize);
       if (table == m_doubtful.end()) continue;
-      Slots& slots = named[table->second];
-      ForEachIndexEntry(m_page, m_layout.index, [&slots](SRowPointer row) {
-        uint32_t& highest = slots[row.page];
-        highest = std::max(highest, row.slot);
-      });
+      Slots& slots = m_named[table->second];
+      ForEachIndexEntry(m_page, m_layout.index, [&slots](SRowPointer row) { slots[row.page].set(row.slot); });
     }
-    for (const auto& [table, slots] : named)
-      for (const uint64_t offset : table->dataPages) ComparePage(*table, offset, slots);
+  }
+
+  // Whether the indexes name each row that was found: then the count alone is wrong. No index names a deleted
+  // one.
+  bool AreRowsIndexed(const CAccessTable& table) {
+    const auto slots = m_named.find(&table);
+    if (slots == m_named.end()) return false;
+    uint64_t rows = 0;
+    for (const uint64_t offset : table.dataPages) {
+      const auto number = static_cast<uint32_t>(offset / m_layout.pageSize);
+      const auto named = slots->second.find(number);
+      if (!m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout)) return false;
+      const uint32_t count = GetLittle<uint16_t>(m_page, m_layout.data.slotCount);
+      for (uint32_t slot = 0; slot < count; slot++) {
+        if ((ReadSlot(m_page, m_layout, slot).value_or(kSlotHidden) & kSlotHidden) != 0) continue;
+        if (slot >= kMaxSlots || named == slots->second.end() || !named->second[slot]) return false;
+        rows++;
+      }
+    }
+    return rows == table.header.rowCount;
   }
 
   void ComparePage(const CAccessTable& table, uint64_t offset, const Slots& slots) {
@@ -139,7 +158,7 @@ class CRowCounts {
     const auto named = slots.find(number);
     if (named == slots.end() || !m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout))
       return;
-    if (named->second < GetLittle<uint16_t>(m_page, m_layout.data.slotCount)) return;
+    if ((named->second >> GetLittle<uint16_t>(m_page, m_layout.data.slotCount)).none()) return;
     m_data.GetLedger().Add(EDamage::TornPage,
                            {.page = number,
                             .definition = table.GetDefinitionOffset(),
@@ -155,6 +174,7 @@ class CRowCounts {
   const CJobContext& m_job;
   std::vector<uint8_t> m_page;
   std::unordered_map<uint64_t, const CAccessTable*> m_doubtful;
+  std::unordered_map<const CAccessTable*, Slots> m_named;
   Tables m_rejecting, m_broken, m_torn;
 };
 

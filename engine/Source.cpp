@@ -115,6 +115,7 @@ void CSource::ReadFacts() {
   const std::string_view name = m_layout->engineName;
   if (!std::equal(name.begin(), name.end(), &m_header[kHeaderName])) return;
   m_facts.sortOrder = CDataReader::ReadUInt16(&m_header[at.sortOrder]);
+  m_facts.hasPassword = HasPassword(at, m_header);
   if (at.sortVersion != kAbsent) m_facts.sortOrder |= uint32_t{m_header[at.sortVersion]} << 24;
 }
 

@@ -2,14 +2,12 @@
 
 #include <string_view>
 
+#include "platform/Hex.h"
+
 namespace tolvane {
 
 void AppendHex(std::span<const uint8_t> bytes, std::string& out) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  for (const uint8_t byte : bytes) {
-    out += kDigits[byte >> 4];
-    out += kDigits[byte & 15];
-  }
+  AppendHex(bytes, kLowerHex, out);
 }
 
 void AppendBase64(std::span<const uint8_t> bytes, std::string& out) {

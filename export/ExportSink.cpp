@@ -8,16 +8,8 @@ namespace {
 constexpr size_t kBufferSize = 1 << 16;
 }
 
-bool CExportSink::CreateNew(std::u16string_view path) {
-  return Open(path, EFileCreation::CreateNew);
-}
-
 bool CExportSink::Open(std::u16string_view path) {
-  return Open(path, EFileCreation::CreateAlways);
-}
-
-bool CExportSink::Open(std::u16string_view path, EFileCreation creation) {
-  if (m_file.Open(path, EFileAccess::Write, EFileShare::Read, creation)) return true;
+  if (m_file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways)) return true;
   m_problem = SystemMessage(m_file.GetLastErrorCode());
   return false;
 }

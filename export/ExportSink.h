@@ -14,18 +14,15 @@ class CExportSink {
   // Standard output until a file is created.
   CExportSink() = default;
 
-  // Starts a new file. False when it cannot be created; GetProblem tells why.
-  bool CreateNew(std::u16string_view path);
-  bool Write(std::string_view text);
-  // The same for a file that is there and becomes empty.
+  // Starts a file; one that is there becomes empty. False when it cannot be created; GetProblem tells why.
   bool Open(std::u16string_view path);
+  bool Write(std::string_view text);
   // Writes what is buffered and closes the file.
   bool Close();
   // Why writing failed; empty while all went well.
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
  private:
-  bool Open(std::u16string_view path, EFileCreation creation);
   bool Flush();
 
   CFileCust m_file;

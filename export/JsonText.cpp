@@ -1,5 +1,7 @@
 #include "export/JsonText.h"
 
+#include <array>
+
 #include "export/ByteText.h"
 #include "platform/Text.h"
 #include "render/ExactText.h"
@@ -7,7 +9,6 @@
 namespace tolvane {
 
 void AppendJsonString(std::u16string_view text, std::string& out) {
-  constexpr std::string_view kHexDigits = "0123456789abcdef";
   out += '"';
   size_t plainStart = 0;
   const auto isPlain = [](char16_t unit) { return unit >= u' ' && unit != u'"' && unit != u'\\'; };
@@ -25,7 +26,8 @@ void AppendJsonString(std::u16string_view text, std::string& out) {
     } else if (unit == u'\t') {
       out += "\\t";
     } else {
-      out += {'\\', 'u', '0', '0', kHexDigits[unit >> 4 & 15], kHexDigits[unit & 15]};
+      out += "\\u00";
+      AppendHex(std::array{static_cast<uint8_t>(unit)}, out);
     }
   }
   AppendUtf8(text.substr(plainStart), out);
@@ -73,40 +75,20 @@ void AppendJsonValue(const SValue& value, EOleForm form, std::string& out) {
     out += "null";
     return;
   }
-  std::u16string text;
-  switch (value.type) {
-    case kTypeBoolean:
-      out += value.bytes[0] != 0 ? "true" : "false";
-      return;
-    case kTypeText:
-    case kTypeMemo:
-    case kTypeGuid:
-      MakeExactText(value, text);
-      AppendJsonString(text, out);
-      return;
-    case kTypeByte:
-    case kTypeInteger:
-    case kTypeLong:
-    case kTypeCurrency:
-    case kTypeSingle:
-    case kTypeDouble:
-    case kTypeDecimal:
-    case kTypeComplex:
-    case kTypeBigInt:
-      MakeExactText(value, text);
-      AppendNumber(text, out);
-      return;
-    case kTypeDate:
-    case kTypeExtendedDate:
-      MakeExactText(value, text);
-      if (MakeIsoDate(text, u'T') || value.type == kTypeExtendedDate)
-        AppendJsonString(text, out);
-      else
-        AppendNumber(text, out);
-      return;
-    default:
-      AppendBytes(value.bytes, form, out);
+  const EFamily family = FamilyOf(value.type);
+  if (family == EFamily::Boolean) {
+    out += value.bytes[0] != 0 ? "true" : "false";
+    return;
   }
+  if (family == EFamily::Bytes) return AppendBytes(value.bytes, form, out);
+  std::u16string text;
+  MakeExactText(value, text);
+  // A date outside the calendar is its number.
+  const bool isDay = family == EFamily::Date && MakeIsoDate(text, u'T');
+  if (family == EFamily::Number || (value.type == kTypeDate && !isDay))
+    AppendNumber(text, out);
+  else
+    AppendJsonString(text, out);
 }
 
 }  // namespace tolvane

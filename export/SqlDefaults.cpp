@@ -57,7 +57,7 @@ std::string MakeDefault(std::u16string_view expression, const SSqlType& column, 
     return IsPlainNumber(text) ? ToUtf8(text) : std::string();
   const bool isLarge = dialect.Is(ESqlDialect::MySql) && IsTextType(column.type) &&
                        (!column.isInKey || column.type == kTypeMemo);
-  if (IsBytesType(column.type) || isLarge) return {};
+  if (FamilyOf(column.type) == EFamily::Bytes || isLarge) return {};
   CValueParser parser;
   SValue value;
   std::string literal;

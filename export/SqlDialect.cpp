@@ -16,35 +16,6 @@ constexpr size_t kDigitsOfDouble = 15;
 constexpr size_t kFractionDigits = 6;  // of a second, in the databases on servers
 constexpr size_t kLongestKeyText = 255;
 
-enum class EFamily : uint8_t { Boolean, Number, Date, Text, Guid, Bytes };
-
-EFamily FamilyOf(uint8_t type) {
-  switch (type) {
-    case kTypeBoolean:
-      return EFamily::Boolean;
-    case kTypeByte:
-    case kTypeInteger:
-    case kTypeLong:
-    case kTypeCurrency:
-    case kTypeSingle:
-    case kTypeDouble:
-    case kTypeDecimal:
-    case kTypeComplex:
-    case kTypeBigInt:
-      return EFamily::Number;
-    case kTypeDate:
-    case kTypeExtendedDate:
-      return EFamily::Date;
-    case kTypeText:
-    case kTypeMemo:
-      return EFamily::Text;
-    case kTypeGuid:
-      return EFamily::Guid;
-    default:
-      return EFamily::Bytes;
-  }
-}
-
 void AppendQuoted(std::string_view text, std::string& out) {
   out += '\'';
   for (const char byte : text) out.append(byte == '\'' ? 2 : 1, byte);
@@ -74,10 +45,6 @@ bool HasHalfPair(std::u16string_view text) {
     ++i;
   }
   return false;
-}
-
-bool IsBytesType(uint8_t type) {
-  return FamilyOf(type) == EFamily::Bytes;
 }
 
 bool FitsDouble(std::u16string_view digits) {

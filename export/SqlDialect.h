@@ -64,7 +64,6 @@ class CSqlDialect {
   ESqlDialect m_dialect;
 };
 
-bool IsBytesType(uint8_t type);
 // Half of a surrogate pair, which UTF-8 does not hold.
 bool HasHalfPair(std::u16string_view text);
 // A decimal or currency text of which a double holds every digit.

@@ -128,7 +128,7 @@ void CSchemaMaker::CheckRequired(SSqlTable& table) const {
       if (!isAsked[i] || !table.columns[i].isRequired) continue;
       const SValue& value = rows.GetValue(i);
       literal.clear();
-      const bool isPlain = IsTextType(value.type) || IsBytesType(value.type);
+      const bool isPlain = IsTextType(value.type) || FamilyOf(value.type) == EFamily::Bytes;
       if (value.isNull ||
           (!isPlain && m_dialect.AppendLiteral(table.columns[i].type, value, literal) == ESqlFate::Lost))
         table.columns[i].isRequired = false;

@@ -167,7 +167,7 @@ bool CSqliteFile::Bind(CSqliteStatement& insert, size_t column, const SSqlColumn
                        ESqlFate& fate) {
   if (value.type == kTypeBoolean && !IsTextType(to.type.type))
     return insert.BindInteger(column, value.bytes[0] != 0);
-  if (IsBytesType(value.type)) return insert.BindBytes(column, value.bytes);
+  if (FamilyOf(value.type) == EFamily::Bytes) return insert.BindBytes(column, value.bytes);
   MakeExactText(value, m_digits);
   int64_t whole = 0;
   double real = 0;

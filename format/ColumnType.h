@@ -37,6 +37,9 @@ constexpr bool IsLongValueType(uint8_t type) {
   return type == kTypeOle || type == kTypeMemo;
 }
 
+// What values of a type are to other programs.
+enum class EFamily : uint8_t { Bytes, Boolean, Number, Date, Text, Guid };
+
 // What there is to know of a type, for all that reads, plans, makes and checks columns.
 struct SColumnType {
   uint8_t type;
@@ -47,31 +50,32 @@ struct SColumnType {
   bool isFixed = true;  // stored in the row's fixed area, unless a column says otherwise, ...
   bool mayChoose = false;  // ... as it may
   uint8_t since = 0;       // version byte of the first engine that knows it
+  EFamily family = EFamily::Bytes;
 };
 // clang-format off
 inline constexpr std::array<SColumnType, 21> kColumnTypes{{
-    //                length field  fixed  choice since
+    //                length field  fixed  choice since family
     {kTypeNone},
-    {kTypeBoolean,         1,    1,  true, false, 0},
-    {kTypeByte,            1,    2,  true,  true, 0},
-    {kTypeInteger,         2,    3,  true,  true, 0},
-    {kTypeLong,            4,    4,  true,  true, 0},
-    {kTypeCurrency,        8,    5,  true,  true, 0},
-    {kTypeSingle,          4,    6,  true,  true, 0},
-    {kTypeDouble,          8,    7,  true,  true, 0},
-    {kTypeDate,            8,    8,  true,  true, 0},
+    {kTypeBoolean,         1,    1,  true, false, 0, EFamily::Boolean},
+    {kTypeByte,            1,    2,  true,  true, 0, EFamily::Number},
+    {kTypeInteger,         2,    3,  true,  true, 0, EFamily::Number},
+    {kTypeLong,            4,    4,  true,  true, 0, EFamily::Number},
+    {kTypeCurrency,        8,    5,  true,  true, 0, EFamily::Number},
+    {kTypeSingle,          4,    6,  true,  true, 0, EFamily::Number},
+    {kTypeDouble,          8,    7,  true,  true, 0, EFamily::Number},
+    {kTypeDate,            8,    8,  true,  true, 0, EFamily::Date},
     {kTypeBinary,          0,    9, false,  true, 0},
-    {kTypeText,            0,   10, false,  true, 0},
+    {kTypeText,            0,   10, false,  true, 0, EFamily::Text},
     {kTypeOle,             0,   11, false, false, 0},
-    {kTypeMemo,            0,   12, false, false, 0},
+    {kTypeMemo,            0,   12, false, false, 0, EFamily::Text},
     {kTypeUnknown13},
     {kTypeUnknown14},
-    {kTypeGuid,           16,   15,  true,  true, 0},
-    {kTypeDecimal,        17,   20,  true,  true, kVersionJet4},
+    {kTypeGuid,           16,   15,  true,  true, 0, EFamily::Guid},
+    {kTypeDecimal,        17,   20,  true,  true, kVersionJet4, EFamily::Number},
     {17},
-    {kTypeComplex,         4,    0,  true, false, kVersionAce12},
-    {kTypeBigInt,          8,   16,  true,  true, kVersionAce16},
-    {kTypeExtendedDate,   42,   26,  true,  true, kVersionAce17},
+    {kTypeComplex,         4,    0,  true, false, kVersionAce12, EFamily::Number},
+    {kTypeBigInt,          8,   16,  true,  true, kVersionAce16, EFamily::Number},
+    {kTypeExtendedDate,   42,   26,  true,  true, kVersionAce17, EFamily::Date},
 }};
 // clang-format on
 static_assert([] {
@@ -83,6 +87,9 @@ static_assert([] {
 // A type that no format has is known as kTypeNone.
 constexpr const SColumnType& ColumnTypeOf(uint8_t type) {
   return kColumnTypes[type < kColumnTypes.size() ? type : size_t{kTypeNone}];
+}
+constexpr EFamily FamilyOf(uint8_t type) {
+  return ColumnTypeOf(type).family;
 }
 constexpr uint16_t LengthOfType(uint8_t type) {
   return ColumnTypeOf(type).length;

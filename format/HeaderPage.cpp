@@ -41,6 +41,13 @@ uint32_t CreationDay(const SHeaderLayout& at, std::span<const uint8_t> page) {
   return day >= -2147483648.0 && day <= 2147483647.0 ? static_cast<uint32_t>(static_cast<int32_t>(day)) : 0;
 }
 
+bool HasPassword(const SHeaderLayout& at, std::span<const uint8_t> page) {
+  const uint32_t none = at.date == kAbsent ? 0 : CreationDay(at, page);
+  for (size_t i = 0; i < at.passwordSize; i += 4)
+    if (GetLittle<uint32_t>(page, at.password + i) != none) return true;
+  return false;
+}
+
 void MaskSid(const SHeaderLayout& at, std::span<const uint8_t> page, std::span<uint8_t> sid) {
   if (at.date == kAbsent) return;
   std::array<uint8_t, 4> key{};

@@ -30,6 +30,8 @@ void MaskHeader(const SHeaderLayout& at, std::span<uint8_t> page);
 uint32_t CreationDay(const SHeaderLayout& at, std::span<const uint8_t> page);
 // Takes the mask off an owner or SID, or puts it on.
 void MaskSid(const SHeaderLayout& at, std::span<const uint8_t> page, std::span<uint8_t> sid);
+// True when programs ask for a password before they open the file. The field is XORed with the creation day.
+bool HasPassword(const SHeaderLayout& at, std::span<const uint8_t> page);
 // True when the other pages cannot be read without the password.
 bool IsHeaderEncrypted(std::span<const uint8_t> page);
 

@@ -25,6 +25,7 @@ struct SSourceFacts {
   uint32_t codePage = 1252;  // of Jet 3 texts
   // Of texts: the language, and its version in the top byte; 0 where that is not known.
   uint32_t sortOrder = 0;
+  bool hasPassword = false;
   uint64_t start = 0;       // bytes in front of the first page
   uint64_t length = 0;      // bytes from there on
   uint64_t pageCount = 0;   // whole pages

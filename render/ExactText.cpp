@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "format/Bytes.h"
+#include "platform/Hex.h"
 #include "platform/Text.h"
 #include "render/Calendar.h"
 #include "render/DataConversion.h"
@@ -96,14 +97,6 @@ bool AppendExtendedDate(std::span<const uint8_t> bytes, std::u16string& text) {
   return true;
 }
 
-void AppendHex(std::span<const uint8_t> bytes, std::u16string& text) {
-  constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
-  for (const uint8_t byte : bytes) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0x0F];
-  }
-}
-
 }  // namespace
 
 void AppendExactDate(double value, std::u16string& text) {
@@ -168,10 +161,10 @@ void MakeExactText(const SValue& value, std::u16string& text) {
       AppendWideDecimal(bytes[0] != 0, DecimalWords(bytes), value.scale, text);
       break;
     case kTypeExtendedDate:
-      if (!AppendExtendedDate(bytes, text)) AppendHex(bytes, text);
+      if (!AppendExtendedDate(bytes, text)) AppendHex(bytes, kUpperHex, text);
       break;
     default:
-      AppendHex(bytes, text);
+      AppendHex(bytes, kUpperHex, text);
       break;
   }
 }

@@ -33,15 +33,6 @@ bool CTableRowReader::BeginRecord(uint32_t& count) {
   return !m_isIncomplete;
 }
 
-void CTableRowReader::ReadText(std::u16string& text) {
-  uint32_t count = 0;
-  text.clear();
-  if (BeginRecord(count) && !m_stream.ReadText(count, text)) {
-    text.clear();
-    m_isIncomplete = true;
-  }
-}
-
 void CTableRowReader::ReadRecord(std::vector<uint8_t>& bytes) {
   uint32_t count = 0;
   bytes.clear();

@@ -20,8 +20,7 @@ class CTableRowReader {
   // Moves on to the next row; what was not read of the last one is passed over. False after the last row. A
   // row that the file's end cuts short is the last one: the values that are whole are there.
   bool BeginRow();
-  // The next column's record: a call a column. Without a whole record the text or the bytes are empty.
-  void ReadText(std::u16string& text);
+  // The next column's record: a call a column. Without a whole record there are no bytes.
   void ReadRecord(std::vector<uint8_t>& bytes);
   // For whoever reads a record by itself: its count, the stream standing behind it. False: no whole record.
   bool BeginRecord(uint32_t& count);

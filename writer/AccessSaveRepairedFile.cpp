@@ -11,6 +11,7 @@
 #include "platform/CodePage.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
+#include "platform/Hex.h"
 #include "platform/Text.h"
 #include "writer/FieldPlanner.h"
 #include "writer/KeptProperties.h"
@@ -41,21 +42,12 @@ int32_t VersionOf(EOutputFormat format) {
   }
 }
 
-// The digits of a number in hexadecimal, without zeros in front.
-std::u16string ToHex(uint32_t value) {
-  std::u16string digits;
-  for (; value != 0; value >>= 4) digits.insert(digits.begin(), u"0123456789ABCDEF"[value & 15]);
-  return digits.empty() ? u"0" : digits;
-}
-
 // ";LANGID=0x0409;CP=1252;COUNTRY=0". The version of a sort order stands in the language's top byte.
 // Only texts of Jet 3 are in a code page.
 std::u16string MakeLocale(const SSourceFacts& source, int32_t version) {
   const uint32_t codePage = version == kDaoVersionJet3 ? source.codePage : kWindowsLatin1;
   const uint32_t order = source.sortOrder != 0 ? source.sortOrder : kGeneralSortOrder;
-  std::u16string digits = ToHex(order);
-  while (digits.size() < 4) digits.insert(digits.begin(), u'0');
-  return u";LANGID=0x" + digits + u";CP=" + ToDecimal(codePage) + u";COUNTRY=0";
+  return u";LANGID=0x" + ToHex(order, 4, u'0') + u";CP=" + ToDecimal(codePage) + u";COUNTRY=0";
 }
 
 }  // namespace
@@ -175,6 +167,7 @@ bool CAccessSaveRepairedFile::SaveStructure() {
     return false;
   }
   SaveDocuments(*database);
+  TellPassword();
   TellOtherOrders();
   return CloseDatabase(*database, BuildTables(*database));
 }
@@ -213,6 +206,12 @@ void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
     m_summary.propertiesLost += properties.size();
     Remark(u"The database was saved without its properties " + Quoted(document.name) + u": " + result.text);
   }
+}
+
+void CAccessSaveRepairedFile::TellPassword() {
+  if (!m_data->GetRules().keepDatabaseSettings || !m_data->source.hasPassword) return;
+  ++m_summary.settingsChanged;
+  Remark(u"The new database has no password; the source has one");
 }
 
 void CAccessSaveRepairedFile::TellOtherOrders() {

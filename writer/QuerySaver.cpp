@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "platform/Hex.h"
 #include "writer/QueryProperties.h"
 #include "writer/RecoveredQuery.h"
 
@@ -23,17 +24,6 @@ constexpr std::array<std::u16string CQueryAttributes::*, 8> kCells{
     &CQueryAttributes::Name1,    &CQueryAttributes::Name2,     &CQueryAttributes::Expression,
     &CQueryAttributes::Flag,     &CQueryAttributes::LvExtra};
 
-// As "%2X" prints it: at least two places, filled with blanks.
-void AppendHex(uint32_t value, std::u16string& text) {
-  std::u16string digits;
-  do {
-    digits.insert(digits.begin(), u"0123456789ABCDEF"[value % 16]);
-    value /= 16;
-  } while (value != 0);
-  if (digits.size() < 2) text += u' ';
-  text += digits;
-}
-
 std::u16string MakeFreshQueryName(CIdentity& identity) {
   const SGuidBytes guid = identity.MakeGuid();
   std::array<uint8_t, 16> bytes{};
@@ -44,21 +34,15 @@ std::u16string MakeFreshQueryName(CIdentity& identity) {
 }  // namespace
 
 std::u16string MakeQueryName(const std::array<uint8_t, 16>& guid) {
-  const auto field = [&guid](size_t start, size_t size) {
+  const auto hex = [](uint32_t value) { return ToHex(value, 2, u' '); };
+  const auto field = [&](size_t start, size_t size) {
     uint32_t value = 0;
     for (size_t i = size; i-- > 0;) value = value << 8 | guid[start + i];
-    return value;
+    return hex(value);
   };
   uint32_t sum = 0;
   for (size_t i = 8; i < guid.size(); ++i) sum += guid[i];
-
-  std::u16string name = u"Query_";
-  AppendHex(field(0, 4), name);
-  AppendHex(field(4, 2), name);
-  name += u'_';
-  AppendHex(field(6, 2), name);
-  AppendHex(sum, name);
-  return name;
+  return u"Query_" + field(0, 4) + field(4, 2) + u'_' + field(6, 2) + hex(sum);
 }
 
 bool CQuerySaver::Save() {

@@ -34,7 +34,7 @@ struct SSaveSummary {
   uint64_t tablesChanged = 0;
   uint64_t columnsChanged = 0;
   uint64_t relationsChanged = 0;
-  uint64_t settingsChanged = 0;  // of the database as a whole: its sort order
+  uint64_t settingsChanged = 0;  // of the database as a whole: sort order, password
   uint64_t propertiesLost = 0;
   uint64_t linksSaved = 0;
   uint64_t linksLost = 0;

@@ -198,7 +198,7 @@ TEST_F(ComplexValues, AreExportedAsTextsAndTheirFilesAsFiles) {
                         {.isStopped = [] { return false; }, .rows = nullptr});
   exported.GetFiles().SetFolder(m_scratch / u"People_files", u"People_files");
   CExportSink sink;
-  ASSERT_TRUE(sink.CreateNew(m_scratch / u"People.csv"));
+  ASSERT_TRUE(sink.Open(m_scratch / u"People.csv"));
   EXPECT_EQ(exported.Write(sink), EExportEnd::Done);
   EXPECT_EQ(exported.GetLostObjects(), 0u);
   EXPECT_EQ(ReadText(m_scratch / u"People.csv"),

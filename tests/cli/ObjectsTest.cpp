@@ -195,7 +195,17 @@ TEST_P(CObjectsTest, OnlyWhatTheRulesKeepIsRead) {
   withoutSettings->source.sortOrder = 0x0407;
   EXPECT_EQ(Save(*withoutSettings, m_output.GetPath()).settingsChanged, 0u);
   const auto standard = Recovered(kStandardRules);
+  EXPECT_EQ(standard->GetOtherObjects().size(), 2u);
   for (const auto& table : standard->GetTables()) EXPECT_TRUE(table->properties.empty() && !table->link);
+}
+
+TEST_P(CObjectsTest, ALostPasswordIsTold) {
+  MakeSource();
+  Bytes bytes = m_source.Read();
+  bytes[(GetParam() == kDaoVersionJet3 ? kLayoutJet3 : kLayoutJet4).header.password] ^= 'x';
+  EXPECT_EQ(Save(*Recover(bytes, kExactRules), m_output.GetPath()).settingsChanged, IsAce() ? 0u : 1u)
+      << "a newer file with a password is encrypted";
+  EXPECT_EQ(Save(*Recover(bytes, kStandardRules), m_output.GetPath()).settingsChanged, 0u);
 }
 
 // What the new database cannot have is told, and costs the status.

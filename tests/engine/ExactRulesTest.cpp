@@ -283,6 +283,24 @@ TEST_P(ExactRules, WhatIsKnownOfMissingRowsIsTold) {
   EXPECT_EQ(reasonOf(EDamage::SurplusRows), "the count is older than the rows, or was overwritten");
 }
 
+TEST_P(ExactRules, RowsThatTheIndexesNameAreNotDoubtful) {
+  file.Page(table).Put32(layout.definition.rowCount, 1);
+  std::vector<Bytes> entries;
+  for (const uint32_t page : rows)
+    for (uint8_t slot = 0; slot < kRows / 2; ++slot)
+      entries.push_back({0x7F, 0, 0, static_cast<uint8_t>(page), slot});
+  const Bytes last = entries.back();
+  entries.pop_back();
+  const uint32_t leaf = file.AddIndexLeaf(table, entries);
+  Repair(file.Build());
+  EXPECT_EQ(Lost(EDamage::SurplusRows), kRows - 1) << "of one row nothing is known";
+  file.Page(leaf).Fill(0);
+  entries.push_back(last);
+  file.AddIndexLeaf(table, entries);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_TRUE(data->GetLedger().IsClean());
+}
+
 TEST_P(ExactRules, ANullThatHasBytesIsDoubtful) {
   const size_t mask = file.Page(rows[0]).GetBytes().size() - 1;
   file.Page(rows[0]).Put8(mask, file.Page(rows[0]).GetBytes()[mask] & ~2u);

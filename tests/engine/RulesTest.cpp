@@ -378,6 +378,7 @@ TEST_F(CEngineTest, RulesThatBothSetsShare) {
   EXPECT_EQ(CatalogueDefinitionGone(rules), "2 rows");
   rules.useBuiltInCatalogue = false;
   EXPECT_EQ(CatalogueDefinitionGone(rules), "no table");
+  EXPECT_EQ(CatalogueDefinitionGone(kExactRules), "2 rows");
   rules = kStandardRules;
   EXPECT_EQ(PrimaryKeyByNumber(rules, kLayoutJet3), "Index_0:; Primary Key: primary; ");
   rules.logicalIndexNumberOffsetJet3 = 0;
@@ -426,7 +427,7 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
   // CNullCascadeTest
   Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
-  // Findings.EachSetOfRulesTellsItsOwn
+  // ExitStatus.EachSetOfRulesTellsItsOwnOfDamage, ExitStatus.TheExactRulesCountWhatNoRepairBringsBack
   Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
   Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
   Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);

@@ -19,7 +19,7 @@ std::string Format(EExportFormat form, const Row& columns, const std::vector<Row
                    bool tellsNull = false, SExportOptions options = {}) {
   const CScratchFolder folder;
   CExportSink sink;
-  EXPECT_TRUE(sink.CreateNew(folder / u"out"));
+  EXPECT_TRUE(sink.Open(folder / u"out"));
   options.format = form;
   const auto format = MakeRowFormat(options, sink, tellsNull);
   format->WriteHeader(columns);

@@ -131,24 +131,24 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
                                                u"Tables 1 The name of a table is lost.", u" 2 ", u" 1 "}));
 }
 
-// One rule of saving by itself.
-class CNullCascadeTest : public CRelationStepTest, public testing::WithParamInterface<bool> {
+// Each set, over records of texts.
+class CNullCascadeTest : public CRelationStepTest, public testing::WithParamInterface<ERules> {
  protected:
   static SRecoveryRules Rules() {
-    SRecoveryRules rules = kStandardRules;
-    rules.nullCascadeIsUnknown = GetParam();
+    SRecoveryRules rules = RulesOf(GetParam());
+    rules.recordsHoldTexts = true;
     return rules;
   }
   CNullCascadeTest() : CRelationStepTest(Rules()) {}
 };
-INSTANTIATE_TEST_SUITE_P(Rules, CNullCascadeTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Sets, CNullCascadeTest, testing::Values(ERules::Standard, ERules::Exact));
 
 TEST_P(CNullCascadeTest, CostsTheAttributesWhereItIsUnknown) {
   AddRelations({{u"Nulls", u"8192", u"1", u"0", u"A", u"x", u"B", u"y"}});
   std::vector<SRecoveredRelation> relations;
   uint32_t rowsRead = 0;
   EXPECT_TRUE(ReadRelations(m_data, nullptr, relations, rowsRead));
-  EXPECT_EQ(relations.at(0).hasAttributes, !GetParam());
+  EXPECT_EQ(relations.at(0).hasAttributes, GetParam() == ERules::Exact);
 }
 
 TEST(SaveRules, BytesAndFormatsFollowTheirRules) {
