@@ -67,7 +67,7 @@ std::u16string FromUtf8(std::string_view text) {
 }
 
 void AppendAscii(std::string_view text, std::u16string& out) {
-  for (const char c : text) out.push_back(static_cast<unsigned char>(c));
+  AppendEach(text, out);
 }
 
 std::u16string FromAscii(std::string_view text) {
@@ -103,9 +103,10 @@ int64_t LeadingInteger(std::u16string_view text) {
   // The magnitude may be one more than the largest positive value.
   const uint64_t limit = static_cast<uint64_t>(std::numeric_limits<int64_t>::max()) + (isNegative ? 1 : 0);
   uint64_t magnitude = 0;
+  const size_t sure = pos + std::numeric_limits<int64_t>::digits10;  // so many digits are in range
   for (; pos < text.size() && text[pos] >= u'0' && text[pos] <= u'9'; pos++) {
     const uint64_t digit = static_cast<uint64_t>(text[pos] - u'0');
-    magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+    magnitude = pos >= sure && magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
   }
   return isNegative ? static_cast<int64_t>(0 - magnitude) : static_cast<int64_t>(magnitude);
 }

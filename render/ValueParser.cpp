@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cfloat>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
@@ -19,7 +20,7 @@ namespace {
 
 constexpr size_t kLongestNumber = 512;      // a double in full has 309 digits before the point
 constexpr int32_t kExponentLimit = 100000;  // beyond any type's range; larger spelled exponents stop here
-constexpr int kCurrencyDecimals = 4;
+constexpr size_t kCurrencyDecimals = 4;
 
 constexpr bool IsDigit(char16_t unit) {
   return unit >= u'0' && unit <= u'9';
@@ -141,29 +142,52 @@ std::optional<int64_t> RoundScaled(const SDecimal& decimal, int decimals) {
   return static_cast<int64_t>(decimal.negative ? 0 - magnitude : magnitude);
 }
 
-// A sign and digits alone, as most whole numbers are spelled, and not so many that they could be out of
-// range.
-std::optional<int64_t> TakePlainNumber(std::u16string_view text) {
-  const bool negative = !text.empty() && text.front() == u'-';
-  if (negative) text.remove_prefix(1);
-  if (text.empty() || text.size() > std::numeric_limits<int64_t>::digits10) return std::nullopt;
-  int64_t value = 0;
-  for (const char16_t unit : text) {
-    if (!IsDigit(unit)) return std::nullopt;
-    value = value * 10 + (unit - u'0');
+// A number as most are spelled: a sign, and digits with at most one point among them.
+struct SPlainNumber {
+  bool negative = false;
+  uint64_t digits = 0;
+  size_t decimals = 0;
+};
+constexpr size_t kMostPlainDigits = std::numeric_limits<int64_t>::digits10;
+constexpr auto kPowersOfTen = [] {
+  std::array<uint64_t, kMostPlainDigits + 1> powers{1};
+  for (size_t i = 1; i < powers.size(); i++) powers[i] = powers[i - 1] * 10;
+  return powers;
+}();
+
+std::optional<SPlainNumber> TakePlainNumber(std::u16string_view text) {
+  SPlainNumber number;
+  number.negative = !text.empty() && text.front() == u'-';
+  if (number.negative) text.remove_prefix(1);
+  const size_t point = std::min(text.find(u'.'), text.size());
+  const size_t digits = text.size() - (point < text.size() ? 1 : 0);
+  if (digits == 0 || digits > kMostPlainDigits) return std::nullopt;
+  for (size_t i = 0; i < text.size(); i++) {
+    if (i == point) continue;
+    if (!IsDigit(text[i])) return std::nullopt;
+    number.digits = number.digits * 10 + static_cast<uint64_t>(text[i] - u'0');
   }
-  return negative ? -value : value;
+  number.decimals = digits - point;
+  return number;
 }
 
-std::optional<int64_t> TakeScaledNumber(std::u16string_view text, int decimals) {
+// The number times ten to the power of `decimals`; nothing when it is no number or out of range.
+std::optional<int64_t> TakeScaledNumber(std::u16string_view text, size_t decimals) {
+  const auto plain = TakePlainNumber(text);
+  if (plain && plain->decimals <= decimals) {
+    const uint64_t factor = kPowersOfTen[decimals - plain->decimals];
+    if (factor == 1 || plain->digits <= kPowersOfTen[kMostPlainDigits] / kPowersOfTen[kCurrencyDecimals]) {
+      const auto magnitude = static_cast<int64_t>(plain->digits * factor);
+      return plain->negative ? -magnitude : magnitude;
+    }
+  }
   SDecimal decimal;
-  return ParseDecimal(text, decimal) ? RoundScaled(decimal, decimals) : std::nullopt;
+  return ParseDecimal(text, decimal) ? RoundScaled(decimal, static_cast<int>(decimals)) : std::nullopt;
 }
 
 template <class TStored>
-bool ConvertWhole(std::u16string_view text, int decimals, std::vector<uint8_t>& storage) {
-  std::optional<int64_t> value = decimals == 0 ? TakePlainNumber(text) : std::nullopt;
-  if (!value) value = TakeScaledNumber(text, decimals);
+bool ConvertWhole(std::u16string_view text, size_t decimals, std::vector<uint8_t>& storage) {
+  const std::optional<int64_t> value = TakeScaledNumber(text, decimals);
   if (!value || *value < int64_t{std::numeric_limits<TStored>::min()} ||
       *value > int64_t{std::numeric_limits<TStored>::max()}) {
     return false;
@@ -172,12 +196,26 @@ bool ConvertWhole(std::u16string_view text, int decimals, std::vector<uint8_t>& 
   return true;
 }
 
-// A number too small for the type is zero, and zero has no sign.
-template <class TFloat, class TBits>
-bool ConvertFloat(std::u16string_view text, std::vector<uint8_t>& storage) {
+// A few digits divided by a power of ten, both of which the type holds exactly, and rounded once: the nearest
+// number.
+template <class TFloat>
+bool TakePlainFloat(std::u16string_view text, TFloat& value) {
+  constexpr bool kIsRoundedOnce = FLT_EVAL_METHOD == 0;
+  constexpr uint64_t kExactDigits = uint64_t{1} << std::numeric_limits<TFloat>::digits;
+  constexpr size_t kExactDecimals =
+      std::min<size_t>(kMostPlainDigits, sizeof(TFloat) == sizeof(float) ? 10 : 22);
+  if constexpr (!kIsRoundedOnce) return false;
+  const auto plain = TakePlainNumber(text);
+  if (!plain || plain->digits > kExactDigits || plain->decimals > kExactDecimals) return false;
+  value = static_cast<TFloat>(plain->digits) / static_cast<TFloat>(kPowersOfTen[plain->decimals]);
+  if (plain->negative) value = -value;
+  return true;
+}
+
+template <class TFloat>
+bool TakeFloat(std::u16string_view text, TFloat& value) {
   SDecimal decimal;
   if (!ParseDecimal(text, decimal)) return false;
-  TFloat value = 0;
   const auto result =
       std::from_chars(decimal.spelling.data(), decimal.spelling.data() + decimal.spellingLength, value);
   if (result.ec == std::errc::result_out_of_range) {
@@ -186,6 +224,14 @@ bool ConvertFloat(std::u16string_view text, std::vector<uint8_t>& storage) {
   } else if (result.ec != std::errc{}) {
     return false;
   }
+  return true;
+}
+
+// A number too small for the type is zero, and zero has no sign.
+template <class TFloat, class TBits>
+bool ConvertFloat(std::u16string_view text, std::vector<uint8_t>& storage) {
+  TFloat value = 0;
+  if (!TakePlainFloat(text, value) && !TakeFloat(text, value)) return false;
   if (value == 0) value = 0;
   TBits bits = 0;
   std::memcpy(&bits, &value, sizeof bits);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstring>
 
+#include "format/Bytes.h"
 #include "platform/ErrorHandler.h"
 
 namespace tolvane {
@@ -35,8 +36,7 @@ bool CValueStream::ReadCount(uint32_t& count) {
   const uint64_t start = m_position;
   const size_t got = ReadBytes(bytes);
   m_position = start + kCountBytes;
-  count = 0;
-  for (size_t i = kCountBytes; i-- > 0;) count = count << 8 | bytes[i];
+  count = GetLittle<uint32_t>(bytes, 0);
   return got == kCountBytes;
 }
 

@@ -11,17 +11,9 @@ namespace tolvane {
 
 namespace {
 
-// In place: a value costs no allocation.
-void SetDecimal(int64_t value, std::u16string& text) {
-  text.clear();
-  AppendDecimal(value, text);
-}
-
-EFieldValue KeepInRange(int64_t least, int64_t greatest, std::u16string& text) {
-  const int64_t value = LeadingInteger(text);
-  if (value < least || value > greatest) return EFieldValue::Dropped;
-  SetDecimal(value, text);
-  return EFieldValue::Text;
+EFieldValue KeepInRange(int64_t least, int64_t greatest, const std::u16string& text, int64_t& number) {
+  number = LeadingInteger(text);
+  return number < least || number > greatest ? EFieldValue::Dropped : EFieldValue::Number;
 }
 
 // In "mm/dd/yyyy ..." these are the second and the first digit of the year.
@@ -32,17 +24,19 @@ void FixDateDigits(std::u16string& text) {
 
 }  // namespace
 
-EFieldValue ConvertForField(uint8_t columnType, const SRecoveryRules& rules, std::u16string& text) {
+EFieldValue ConvertForField(uint8_t columnType, const SRecoveryRules& rules, std::u16string& text,
+                            int64_t& number) {
   switch (columnType) {
     case kTypeByte:
-      return rules.dropBytesAbove127 ? KeepInRange(-128, 127, text) : KeepInRange(0, 255, text);
+      return rules.dropBytesAbove127 ? KeepInRange(-128, 127, text, number)
+                                     : KeepInRange(0, 255, text, number);
     case kTypeInteger:
-      return KeepInRange(std::numeric_limits<int16_t>::min(), std::numeric_limits<int16_t>::max(), text);
+      return KeepInRange(std::numeric_limits<int16_t>::min(), std::numeric_limits<int16_t>::max(), text,
+                         number);
     case kTypeLong:
-      SetDecimal(std::clamp<int64_t>(LeadingInteger(text), std::numeric_limits<int32_t>::min(),
-                                     std::numeric_limits<int32_t>::max()),
-                 text);
-      return EFieldValue::Text;
+      number = std::clamp<int64_t>(LeadingInteger(text), std::numeric_limits<int32_t>::min(),
+                                   std::numeric_limits<int32_t>::max());
+      return EFieldValue::Number;
     case kTypeDate:
       FixDateDigits(text);
       return EFieldValue::Text;

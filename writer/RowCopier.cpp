@@ -1,5 +1,9 @@
 #include "writer/RowCopier.h"
 
+#include <array>
+#include <span>
+
+#include "platform/Text.h"
 #include "writer/AttachmentSource.h"
 #include "writer/FieldValue.h"
 #include "writer/RecordSource.h"
@@ -73,6 +77,7 @@ ESaveStep CRowCopier::Close() {
 
 ESaveStep CRowCopier::CopyRows() {
   for (const CAccessColumn& column : m_saved.table->columns) m_kinds.push_back(KindOf(column));
+  for (const SFieldType& field : m_saved.fieldTypes) m_fieldTypes.push_back(ColumnTypeOfField(field.type));
   m_complexOf.assign(m_kinds.size(), SSavedTable::kNoField);
   for (size_t i = 0; i < m_saved.complex.size(); ++i) m_complexOf[m_saved.complex[i].column] = i;
   const auto flat = m_rules.complexValuesAreData ? DescribeFlatTable(*m_saved.table) : std::nullopt;
@@ -180,9 +185,9 @@ ESaveStep CRowCopier::SetComplexKey(size_t entry, const SValue& value, SRow& row
 
 CDaoResult CRowCopier::SetTyped(size_t column, SValue& value) {
   const SFieldType& field = m_saved.fieldTypes[column];
-  TakeResultAs(ColumnTypeOfField(field.type), value);
+  TakeResultAs(m_fieldTypes[column], value);
   const uint8_t scale = field.isCalculated ? value.scale : field.scale;
-  if (m_converter.Convert(ColumnTypeOfField(field.type), scale, value))
+  if (m_converter.Convert(m_fieldTypes[column], scale, value))
     return m_recordset->SetFieldValue(m_saved.fields[column], value);
   return {EDaoError::DataConversion, u"The value cannot be stored in field \"" + m_saved.fieldNames[column] +
                                          u"\": the field's type does not hold it."};
@@ -193,10 +198,13 @@ ESaveStep CRowCopier::SetText(size_t column, SRow& row) {
   const size_t field = m_saved.fields[column];
   if (field == SSavedTable::kNoField)
     return NoteValue({EDaoError::ItemNotFound, u"Its column could not be created."}, row);
-  switch (ConvertForField(m_saved.table->columns.GetAt(column)->type, m_rules, m_text)) {
+  int64_t number = 0;
+  switch (ConvertForField(m_saved.table->columns.GetAt(column)->type, m_rules, m_text, number)) {
     case EFieldValue::Dropped:
       ++m_summary.fieldsDropped;
       return ESaveStep::Done;
+    case EFieldValue::Number:
+      return NoteValue(SetNumber(column, number), row);
     case EFieldValue::File:
       return NoteValue(SetFromFile(field, {.path = m_text}), row);
     default:
@@ -212,18 +220,30 @@ ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
   return ESaveStep::Done;
 }
 
-CDaoResult CRowCopier::SetParsed(size_t column) {
-  SValue value;
-  if (m_recordset->ReadsTexts()) {
-    value = {.type = kTypeText, .isNull = false, .bytes = UnitBytes(m_text)};
-    return m_recordset->SetFieldValue(m_saved.fields[column], value);
+// The range of bytes that is stored reaches below zero; what such a number becomes is the engine's to say.
+CDaoResult CRowCopier::SetNumber(size_t column, int64_t number) {
+  const bool isNegativeByte = m_fieldTypes[column] == kTypeByte && number < 0;
+  const uint8_t type = isNegativeByte ? uint8_t{kTypeInteger} : m_fieldTypes[column];
+  if (m_saved.table->columns.GetAt(column)->type != m_fieldTypes[column] || m_recordset->ReadsTexts()) {
+    m_text = ToDecimal(number);
+    return SetParsed(column);
   }
-  uint8_t type = ColumnTypeOfField(m_saved.fieldTypes[column].type);
-  // The range of bytes that is stored reaches below zero; what such a number becomes is the engine's to say.
-  if (type == kTypeByte && m_text.front() == u'-') type = kTypeInteger;
-  if (m_parser.Parse(type, m_text, value)) return m_recordset->SetFieldValue(m_saved.fields[column], value);
-  return {EDaoError::DataConversion, u"The value cannot be stored in field \"" + m_saved.fieldNames[column] +
-                                         u"\": the text is no value of the field's type."};
+  std::array<uint8_t, sizeof number> bytes{};
+  PutLittle(std::span<uint8_t>(bytes), 0, number);
+  return m_recordset->SetFieldValue(
+      m_saved.fields[column],
+      SValue{.type = type, .isNull = false, .bytes = std::span(bytes).first(LengthOfType(type))});
+}
+
+CDaoResult CRowCopier::SetParsed(size_t column) {
+  SValue value{.type = m_fieldTypes[column], .isNull = false, .bytes = {}};
+  if (IsTextType(value.type) || m_recordset->ReadsTexts())
+    value = {.type = kTypeText, .isNull = false, .bytes = UnitBytes(m_text)};
+  else if (!m_parser.Parse(value.type, m_text, value))
+    return {EDaoError::DataConversion, u"The value cannot be stored in field \"" +
+                                           m_saved.fieldNames[column] +
+                                           u"\": the text is no value of the field's type."};
+  return m_recordset->SetFieldValue(m_saved.fields[column], value);
 }
 
 CDaoResult CRowCopier::SetFromFile(size_t field, const SObjectPlace& place) {

@@ -57,6 +57,7 @@ class CRowCopier {
   ESaveStep SetText(size_t column, SRow& row);
   [[nodiscard]] bool IsMemo(size_t column) const;
   CDaoResult SetFromRecord(size_t column, CValueStream& stream, uint32_t count);
+  CDaoResult SetNumber(size_t column, int64_t number);
   CDaoResult SetParsed(size_t column);
   ESaveStep NoteValue(const CDaoResult& result, SRow& row);
   CDaoResult SetFromFile(size_t field, const SObjectPlace& place);
@@ -77,7 +78,8 @@ class CRowCopier {
   std::unique_ptr<CDaoRecordset> m_recordset;
   CValueParser m_parser;
   CFieldConverter m_converter;
-  std::vector<SValueKind> m_kinds;  // by column
+  std::vector<SValueKind> m_kinds;    // by column
+  std::vector<uint8_t> m_fieldTypes;  // by column: the type of the column that its field is
   std::vector<uint8_t> m_record;
   std::u16string m_text;        // of the present value
   bool m_hasNewRecord = false;  // AddNew was called, Update not yet

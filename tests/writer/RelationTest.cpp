@@ -153,8 +153,9 @@ TEST_P(CNullCascadeTest, CostsTheAttributesWhereItIsUnknown) {
 
 TEST(SaveRules, BytesAndFormatsFollowTheirRules) {
   std::u16string text = u"200";
-  EXPECT_EQ(ConvertForField(kTypeByte, kStandardRules, text), EFieldValue::Dropped);
-  EXPECT_EQ(ConvertForField(kTypeByte, kExactRules, text = u"200"), EFieldValue::Text);
+  int64_t number = 0;
+  EXPECT_EQ(ConvertForField(kTypeByte, kStandardRules, text, number), EFieldValue::Dropped);
+  EXPECT_EQ(ConvertForField(kTypeByte, kExactRules, text, number), EFieldValue::Number);
   for (const bool isExact : {false, true}) {
     CAccessData data(isExact ? kExactRules : kStandardRules, {});
     data.source.versionByte = kVersionAce12;
