@@ -33,6 +33,7 @@ class CSchemaMaker {
  private:
   void AddTable(const CAccessTable& source);
   void AddValues(const CAccessTable& source, size_t column, const SFlatTable& flat);
+  [[nodiscard]] std::u16string NameOf(const CAccessColumn& column) const;
   void AddColumns(SSqlTable& table, const std::vector<size_t>& sources);
   void AddIndexes(SSqlTable& table);
   void ChooseKey(SSqlTable& table, const CAccessTableIndex& index);
@@ -70,13 +71,23 @@ std::optional<SSqlIndex> CSchemaMaker::DescribeIndex(const SSqlTable& table,
   return described;
 }
 
+// A column that nobody sees in Access is called by the memo that it serves.
+std::u16string CSchemaMaker::NameOf(const CAccessColumn& column) const {
+  if (IsVersionDate(column)) return u"Modified";
+  const auto flat = IsVersionHistory(column)
+                        ? FindFlatTable(m_data.GetTables(), column, m_data.source.pageSize)
+                        : std::nullopt;
+  if (!flat) return SpelledName(column, m_data.source);
+  return SpelledName(*flat->table->columns.GetAt(flat->item), m_data.source) + u"_versions";
+}
+
 void CSchemaMaker::AddColumns(SSqlTable& table, const std::vector<size_t>& sources) {
   CSqlNames names(m_dialect.Get());
   const std::vector<SValueKind> results = FindResultTypes(*table.source);
   for (const size_t source : sources) {
     const CAccessColumn& recovered = *table.source->columns.GetAt(source);
     SSqlColumn& column = table.columns.emplace_back();
-    column.name = names.Add(SpelledName(recovered, m_data.source), "column");
+    column.name = names.Add(NameOf(recovered), "column");
     column.source = source;
     const bool isResult = results[source].type != kTypeNone;
     column.type = {isResult ? results[source].type : recovered.type,
@@ -99,7 +110,10 @@ void CSchemaMaker::AddIndexes(SSqlTable& table) {
       continue;
     }
     for (const size_t column : described->columns) table.columns[column].type.isInKey = true;
-    described->name = ToUtf8(index.name);
+    // The index that Access keeps of a complex column has a number for its name.
+    const SSqlColumn& first = table.columns[described->columns[0]];
+    const bool isComplex = described->columns.size() == 1 && first.type.type == kTypeComplex;
+    described->name = isComplex ? first.name : ToUtf8(index.name);
     const auto isSame = [&](const SSqlIndex& other) {
       return other.columns == described->columns && (other.isUnique || !described->isUnique);
     };
@@ -177,9 +191,10 @@ void CSchemaMaker::AddValues(const CAccessTable& source, size_t column, const SF
   SSqlTable& table = m_schema.tables.emplace_back();
   table.source = flat.table;
   table.values = std::make_unique<CComplexValues>(source, column, flat, m_data.GetRules());
-  table.name = m_tableNames.Add(
-      source.name + u"_" + SpelledName(*source.columns.GetAt(column), m_data.source), "values");
+  const std::u16string name = NameOf(*source.columns.GetAt(column));
+  table.name = m_tableNames.Add(source.name + u"_" + name, "values");
   AddColumns(table, columns);
+  table.columns[0].name = ToUtf8(u"_" + name);
   for (SSqlColumn& added : table.columns) added.isCounter = added.isRequired = false;
   table.columns[0].type.isInKey = true;
   table.indexes.push_back({"key", {0}, {false}, false});
