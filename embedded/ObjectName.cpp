@@ -10,7 +10,7 @@
 namespace tolvane {
 
 CDaoResult CheckObjectName(const SLayout& layout, std::u16string_view kind, std::u16string_view name) {
-  if (WithoutByteOrderMarks(name).empty()) return InvalidName(kind, u"is empty");
+  if (BeginsWithByteOrderMark(name)) return InvalidName(kind, u"begins with a byte order mark");
   if (CDaoResult result = CheckName(kind, name); !result.IsOk()) return result;
   std::vector<uint8_t> stored;
   if (AppendStoredText(layout.text, name, ETextForm::Plain, stored).replaced != 0)

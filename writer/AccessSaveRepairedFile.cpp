@@ -60,7 +60,9 @@ CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
 EOutputFormat CAccessSaveRepairedFile::DecideFormat(const CAccessData& data, EOutputFormat chosen) {
   constexpr uint8_t kFirstAceVersion = 2;
   if (chosen != EOutputFormat::ByRules) return chosen;
-  if (data.source.isJet3) return EOutputFormat::Jet3;
+  // The Access 97 files that are made here are Western ones; the later format holds all characters.
+  const bool isWestern = data.source.codePage == kWindowsLatin1 || !data.GetRules().keepDatabaseSettings;
+  if (data.source.isJet3 && isWestern) return EOutputFormat::Jet3;
   const bool isAce = data.source.versionByte >= kFirstAceVersion;
   return isAce && data.GetRules().keepAceFormat ? EOutputFormat::Ace : EOutputFormat::Jet4;
 }
@@ -167,7 +169,7 @@ bool CAccessSaveRepairedFile::SaveStructure() {
     return false;
   }
   SaveDocuments(*database);
-  TellPassword();
+  TellSettings();
   TellOtherOrders();
   return CloseDatabase(*database, BuildTables(*database));
 }
@@ -208,10 +210,19 @@ void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
   }
 }
 
-void CAccessSaveRepairedFile::TellPassword() {
-  if (!m_data->GetRules().keepDatabaseSettings || !m_data->source.hasPassword) return;
-  ++m_summary.settingsChanged;
-  Remark(u"The new database has no password; the source has one");
+void CAccessSaveRepairedFile::TellSettings() {
+  if (!m_data->GetRules().keepDatabaseSettings) return;
+  const SSourceFacts& source = m_data->source;
+  const auto tell = [this](std::u16string text) {
+    ++m_summary.settingsChanged;
+    Remark(std::move(text));
+  };
+  if (source.hasPassword) tell(u"The new database has no password; the source has one");
+  if (source.isJet3 && m_format == EOutputFormat::ByRules && GetVersion() != kDaoVersionJet3)
+    tell(
+        u"The new database is one of Access 2000: in Access 97 files only texts of code page 1252 can be "
+        u"written, and those of the source are of code page " +
+        ToDecimal(source.codePage));
 }
 
 void CAccessSaveRepairedFile::TellOtherOrders() {

@@ -67,7 +67,7 @@ class CAccessSaveRepairedFile {
   // With the source's sort order, or where the engine does not know that, with the general one.
   CDaoResult CreateDatabase(std::unique_ptr<CDaoDatabase>& database);
   void SaveDocuments(CDaoDatabase& database);
-  void TellPassword();
+  void TellSettings();
   // Fields sort as the database does.
   void TellOtherOrders();
   // Tells the user, in the summary and in the log.

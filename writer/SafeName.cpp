@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "format/CompressedText.h"
 #include "format/Layout.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
@@ -28,7 +29,7 @@ bool IsHeld(char16_t unit) {
 std::u16string MakeBase(std::u16string_view wanted, std::u16string_view stem) {
   std::u16string base;
   for (const char16_t unit : wanted) {
-    if (base.empty() && unit == u' ') continue;
+    if (base.empty() && (unit == u' ' || unit == kByteOrderMark)) continue;
     base += IsRefused(unit) ? u'_' : unit;
     if (base.size() == kMaxNameLength - kRoomForNumber) break;
   }
@@ -47,7 +48,8 @@ std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText numb
 }
 
 bool IsSafeName(std::u16string_view name) {
-  return !name.empty() && name.size() <= kMaxNameLength && name.front() != u' ' && name.back() != u' ' &&
+  return !name.empty() && name.size() <= kMaxNameLength && name.front() != u' ' &&
+         name.front() != kByteOrderMark && name.back() != u' ' &&
          std::none_of(name.begin(), name.end(), IsRefused);
 }
 

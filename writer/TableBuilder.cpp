@@ -64,8 +64,9 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
         m_notes.push_back(u"Table " + Quoted(saved.name) +
                           u" holds values of a column of that name that fit no record");
       else if (saved.wantedName != saved.table->name)
-        m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
-                          u": it holds the values of a column");
+        m_notes.push_back(u"Table " + Quoted(saved.name) +
+                          u" holds the values of a column, which stood in the hidden table " +
+                          Quoted(saved.table->name));
       else if (saved.name != saved.table->name)
         m_notes.push_back(u"Table " + Quoted(saved.table->name) + u" was saved as " + Quoted(saved.name) +
                           u": " + refusal.text);

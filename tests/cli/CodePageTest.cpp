@@ -27,10 +27,11 @@ class CodePage : public CSaveTest {
   }
 
   // What a second recovery finds in the saved database: names of table and column, and the one value.
-  std::vector<std::string> SaveAndReadBack(const CAccessData& data, bool isAccess2000) {
+  std::vector<std::string> SaveAndReadBack(const CAccessData& data, bool isAccess2000,
+                                           EOutputFormat format = EOutputFormat::ByRules) {
     const CTempFile output({});
     RemoveFile(output.GetPath());
-    summary = Save(data, output.GetPath(), isAccess2000 ? EOutputFormat::Jet4 : EOutputFormat::ByRules);
+    summary = Save(data, output.GetPath(), format);
     const auto saved = Recover(output.GetPath(), kStandardRules);
     EXPECT_EQ(saved->source.isJet3, !isAccess2000);
     const auto& tables = saved->GetTables();
@@ -53,10 +54,14 @@ TEST_F(CodePage, CyrillicTextIsReplacedAndCountedOrKeptInTheNewerFormat) {
   EXPECT_EQ(SaveAndReadBack(*data, false), (Texts{"Table", "\u6946\u6C65d", "????? 1"}));
   EXPECT_EQ(summary.charactersReplaced, 5u);
   EXPECT_TRUE(HasSaveLosses(summary));
-  EXPECT_EQ(SaveAndReadBack(*data, true),
+  EXPECT_EQ(SaveAndReadBack(*data, true, EOutputFormat::Jet4),
             (Texts{"\u041B\u044E\u0434\u0438", "\u0418\u043C\u044F", "\u041E\u043B\u044C\u0433\u0430 1"}));
   EXPECT_EQ(summary.charactersReplaced, 0u);
   EXPECT_FALSE(HasSaveLosses(summary));
+  // The exact rules choose the format that keeps the text.
+  EXPECT_EQ(SaveAndReadBack(*Recover(source.GetPath(), kExactRules), true).at(2),
+            "\u041E\u043B\u044C\u0433\u0430 1");
+  EXPECT_EQ(summary.settingsChanged, 1u);
 }
 
 }  // namespace

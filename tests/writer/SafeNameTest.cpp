@@ -12,6 +12,7 @@ TEST(SafeName, VariationsAreShortValidAndFree) {
     std::u16string variation;
   } cases[] = {{u"a.b!c`d[e]f", u"Table", u"a_b_c_d_e_f"},
                {u"  x\ny", u"Table", u"x_y"},
+               {u"\uFEFFx", u"Table", u"x"},
                {u"", u"Table", u"Table"},
                {u"   ", u"Field", u"Field"},
                {std::u16string(u"\0z", 2), u"Field", u"_z"},
