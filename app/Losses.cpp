@@ -189,14 +189,48 @@ bool IsNothingRecovered(const CAccessData& data) {
   return rows == 0 || isNothingOfTheUsers || data.GetLedger().GetCount(EDamage::LostTable) > 0;
 }
 
+namespace {
+
+struct SSaveLossWords {
+  uint64_t SSaveSummary::*count;
+  std::u16string_view singular, plural;
+};
+constexpr std::u16string_view kOutOfRange = u"values outside the range that is saved (bytes above 127)";
+constexpr SSaveLossWords kSaveLosses[] = {
+    {&SSaveSummary::fieldsDropped, kOutOfRange, kOutOfRange},
+    {&SSaveSummary::charactersReplaced, u"character that Access 97 files do not hold was replaced by \"?\"",
+     u"characters that Access 97 files do not hold were replaced by \"?\""},
+    {&SSaveSummary::columnsLost, u"column", u"columns"},
+    {&SSaveSummary::tablesChanged, u"table as it was; the remarks say why",
+     u"tables as they were; the remarks say why"},
+    {&SSaveSummary::columnsChanged, u"column as it was; the remarks say why",
+     u"columns as they were; the remarks say why"},
+    {&SSaveSummary::indexesLost, u"index", u"indexes"},
+    {&SSaveSummary::indexesWeakened, u"index as it was; the remarks say why",
+     u"indexes as they were; the remarks say why"},
+    {&SSaveSummary::queriesLost, u"query", u"queries"},
+    {&SSaveSummary::queriesChanged, u"query as it was; the remarks say why",
+     u"queries as they were; the remarks say why"},
+    {&SSaveSummary::queriesSkipped, u"query of a kind that cannot be rebuilt",
+     u"queries of kinds that cannot be rebuilt"},
+    {&SSaveSummary::relationsLost, u"relationship", u"relationships"},
+    {&SSaveSummary::propertiesLost, u"property of a table, column or the database; the remarks say which",
+     u"properties of tables, columns or the database; the remarks say which"},
+    {&SSaveSummary::linksLost, u"link to a table elsewhere", u"links to tables elsewhere"},
+    {&SSaveSummary::settingsChanged, u"setting of the database as it was; the remarks say why",
+     u"settings of the database as they were; the remarks say why"},
+    {&SSaveSummary::relationsChanged, u"relationship as it was; the remarks say why",
+     u"relationships as they were; the remarks say why"},
+    {&SSaveSummary::relationsWeakened, u"relationship as an enforced one", u"relationships as enforced ones"},
+    {&SSaveSummary::systemRowsLost, u"row of the saved queries or relationships: it could not be read back",
+     u"rows of the saved queries or relationships: they could not be read back"},
+};
+
+}  // namespace
+
 bool HasSaveLosses(const SSaveSummary& summary) {
-  return !summary.losses.empty() || summary.fieldsDropped > 0 || summary.charactersReplaced > 0 ||
-         summary.columnsLost > 0 || summary.indexesLost > 0 || summary.indexesWeakened > 0 ||
-         summary.tablesChanged > 0 || summary.columnsChanged > 0 || summary.propertiesLost > 0 ||
-         summary.linksLost > 0 || summary.settingsChanged > 0 || summary.relationsChanged > 0 ||
-         summary.queriesLost > 0 || summary.queriesChanged > 0 || summary.queriesSkipped > 0 ||
-         summary.recordsMoved > 0 || summary.relationsLost > 0 || summary.relationsWeakened > 0 ||
-         summary.systemRowsLost > 0;
+  return !summary.losses.empty() ||
+         std::ranges::any_of(kSaveLosses, [&](const auto& words) { return summary.*words.count > 0; });
 }
 
 std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, NumberText number) {
@@ -283,37 +317,7 @@ std::vector<SLossLine> ListSaveLosses(const SSaveSummary& summary) {
     add(loss.records, u"record", u"records", of);
     add(loss.fields, u"value", u"values", of);
   }
-  constexpr std::u16string_view kOutOfRange = u"values outside the range that is saved (bytes above 127)";
-  add(summary.fieldsDropped, kOutOfRange, kOutOfRange);
-  add(summary.charactersReplaced, u"character that Access 97 files do not hold was replaced by \"?\"",
-      u"characters that Access 97 files do not hold were replaced by \"?\"");
-  add(summary.recordsMoved,
-      u"record in its own table: the engine refused it; the remarks say where it stands",
-      u"records in their own tables: the engine refused them; the remarks say where they stand");
-  add(summary.columnsLost, u"column", u"columns");
-  add(summary.tablesChanged, u"table as it was; the remarks say why",
-      u"tables as they were; the remarks say why");
-  add(summary.columnsChanged, u"column as it was; the remarks say why",
-      u"columns as they were; the remarks say why");
-  add(summary.indexesLost, u"index", u"indexes");
-  add(summary.indexesWeakened, u"index as it was; the remarks say why",
-      u"indexes as they were; the remarks say why");
-  add(summary.queriesLost, u"query", u"queries");
-  add(summary.queriesChanged, u"query as it was; the remarks say why",
-      u"queries as they were; the remarks say why");
-  add(summary.queriesSkipped, u"query of a kind that cannot be rebuilt",
-      u"queries of kinds that cannot be rebuilt");
-  add(summary.relationsLost, u"relationship", u"relationships");
-  add(summary.propertiesLost, u"property of a table, column or the database; the remarks say which",
-      u"properties of tables, columns or the database; the remarks say which");
-  add(summary.linksLost, u"link to a table elsewhere", u"links to tables elsewhere");
-  add(summary.settingsChanged, u"setting of the database as it was; the remarks say why",
-      u"settings of the database as they were; the remarks say why");
-  add(summary.relationsChanged, u"relationship as it was; the remarks say why",
-      u"relationships as they were; the remarks say why");
-  add(summary.relationsWeakened, u"relationship as an enforced one", u"relationships as enforced ones");
-  add(summary.systemRowsLost, u"row of the saved queries or relationships: it could not be read back",
-      u"rows of the saved queries or relationships: they could not be read back");
+  for (const SSaveLossWords& words : kSaveLosses) add(summary.*words.count, words.singular, words.plural);
   return found;
 }
 

@@ -11,30 +11,52 @@ struct SVerdictWords {
   std::string_view name;
   std::string_view part;
   std::u16string_view cause;  // the sentence's beginning
+  std::u16string_view cure;   // what the damage calls for
 };
+
+constexpr std::u16string_view kIncompleteCure =
+    u"What is missing is not in this file. Copy it once more from where it came, whole and in binary form, "
+    u"or "
+    u"look for an older copy, and compare the sizes.";
 
 // By EVerdict.
 constexpr std::array<SVerdictWords, static_cast<size_t>(EVerdict::Count_)> kWords{{
-    {"notDamaged", "nothing", u"The file is not damaged"},
-    {"flagged", "a mark of use", u"The file is not damaged, only marked as in use"},
-    {"rowCounts", "the stated numbers of rows",
-     u"Only the numbers of rows that tables state of themselves are wrong"},
-    {"pageMaps", "page maps", u"Only the maps of pages are damaged, which every repair builds anew"},
-    {"indexes", "indexes", u"Indexes are damaged, which every repair builds anew"},
-    {"longValues", "memos or OLE objects", u"Pages of memos or OLE objects are damaged"},
-    {"rows", "rows", u"Pages of rows are damaged"},
-    {"definitions", "table definitions", u"Definitions of tables are damaged"},
-    {"catalogue", "the catalogue",
-     u"The catalogue is damaged, which names the tables, queries and relationships"},
-    {"header", "the header", u"The header, the first page of the file, is damaged"},
+    {"notDamaged", "nothing", u"The file is not damaged",
+     u"If Access reports an error all the same, look at what it names: forms, reports, macros and modules "
+     u"are "
+     u"not examined here."},
+    {"flagged", "a mark of use", u"The file is not damaged, only marked as in use",
+     u"Close the database everywhere. When nobody has it open, delete the lock file beside it (.ldb or "
+     u".laccdb) and open it again."},
+    {"rowCounts",
+     "the stated numbers of rows",
+     u"Only the numbers of rows that tables state of themselves are wrong",
+     {}},
+    {"pageMaps", "page maps", u"Only the maps of pages are damaged, which every repair builds anew", {}},
+    {"indexes", "indexes", u"Indexes are damaged, which every repair builds anew", {}},
+    {"longValues", "memos or OLE objects", u"Pages of memos or OLE objects are damaged", {}},
+    {"rows", "rows", u"Pages of rows are damaged", {}},
+    {"definitions", "table definitions", u"Definitions of tables are damaged", {}},
+    {"catalogue",
+     "the catalogue",
+     u"The catalogue is damaged, which names the tables, queries and relationships",
+     {}},
+    {"header", "the header", u"The header, the first page of the file, is damaged", {}},
     {"shifted", "places of pages",
-     u"Bytes were put into the file or are missing in it, so that its pages stand away from their places"},
-    {"unreadable", "pages on a failing disk", u"Pages of the file cannot be read from the disk"},
-    {"hollow", "zeroed pages", u"The file is hollow, overwritten with zeros in places"},
-    {"cutShort", "the end of the file", u"The file was cut short and lacks its end"},
+     u"Bytes were put into the file or are missing in it, so that its pages stand away from their places",
+     kIncompleteCure},
+    {"unreadable", "pages on a failing disk", u"Pages of the file cannot be read from the disk",
+     u"Stop using the disk. Copy it with an imaging program that tries bad places again, and repair the "
+     u"copy."},
+    {"hollow", "zeroed pages", u"The file is hollow, overwritten with zeros in places", kIncompleteCure},
+    {"cutShort", "the end of the file", u"The file was cut short and lacks its end", kIncompleteCure},
     {"encrypted", "an encrypted content",
-     u"The file is encrypted, and its pages cannot be read without the key"},
-    {"noDatabase", "everything", u"Nothing in the file looks like a database"},
+     u"The file is encrypted, and its pages cannot be read without the key",
+     u"Open it in Access with its password, remove the encryption (File, Info, Decrypt Database), and repair "
+     u"the result if that is still needed."},
+    {"noDatabase", "everything", u"Nothing in the file looks like a database",
+     u"Check that it is the right file: a database ends in .mdb or .accdb, and backups are often packed. "
+     u"Otherwise try an older copy."},
 }};
 
 const SVerdictWords& VerdictWordsOf(EVerdict verdict) {
@@ -96,34 +118,6 @@ EVerdict Choose(const SVerdictFacts& facts) {
   return facts.isNothing ? EVerdict::NoDatabase : EVerdict::Sound;
 }
 
-// What the damage calls for.
-std::u16string_view GetCure(EVerdict kind) {
-  switch (kind) {
-    case EVerdict::Sound:
-      return u"If Access reports an error all the same, look at what it names: forms, reports, macros and "
-             u"modules are not examined here.";
-    case EVerdict::Flagged:
-      return u"Close the database everywhere. When nobody has it open, delete the lock file beside it (.ldb "
-             u"or .laccdb) and open it again.";
-    case EVerdict::Unreadable:
-      return u"Stop using the disk. Copy it with an imaging program that tries bad places again, and repair "
-             u"the copy.";
-    case EVerdict::Hollow:
-    case EVerdict::CutShort:
-    case EVerdict::Shifted:
-      return u"What is missing is not in this file. Copy it once more from where it came, whole and in "
-             u"binary form, or look for an older copy, and compare the sizes.";
-    case EVerdict::Encrypted:
-      return u"Open it in Access with its password, remove the encryption (File, Info, Decrypt Database), "
-             u"and repair the result if that is still needed.";
-    case EVerdict::NoDatabase:
-      return u"Check that it is the right file: a database ends in .mdb or .accdb, and backups are often "
-             u"packed. Otherwise try an older copy.";
-    default:
-      return {};
-  }
-}
-
 bool NeedsDefinitions(const SVerdictFacts& facts) {
   return facts.lostTables > 0 || facts.isNothing || facts.signs[EVerdict::Definitions] > 0;
 }
@@ -133,7 +127,7 @@ std::vector<std::u16string> Advise(EVerdict kind, const SVerdictFacts& facts) {
   const auto add = [&advice](std::u16string_view text) {
     if (!text.empty()) advice.emplace_back(text);
   };
-  add(GetCure(kind));
+  add(VerdictWordsOf(kind).cure);
   if (kind == EVerdict::Encrypted || kind == EVerdict::NoDatabase) return advice;
   if (NeedsDefinitions(facts) && !facts.hasTemplate)
     add(u"If there is an older, healthy copy of this database, repair once more with it as the template "
