@@ -57,8 +57,8 @@ build() { cmake -S "$root" --preset "$1" "${@:2}" && ninja -C "$root/build/$1" -
 
 sources() {
   local folder
-  for folder in format platform status query store model render engine dao writer embedded checker export app cli; do
-    [ ! -d "$root/$folder" ] || find "$root/$folder" -name '*.cpp' ! -name '*_win.cpp' ! -path '*/automation/*'
+  for folder in format platform status query store model render engine dao writer embedded automation checker export app cli; do
+    [ ! -d "$root/$folder" ] || find "$root/$folder" -name '*.cpp' ! -name '*_win.cpp'
   done | sort
 }
 

@@ -87,7 +87,9 @@ CDaoResult CAutomationEngine::CreateDatabase(std::u16string_view path, std::u16s
     }
     result = std::move(tried);
     result.text = result.IsOk() ? std::u16string() : Text(className) + u": " + result.text;
-    if (result.IsOk() || result.code == EDaoError::EngineGone) return result;
+    // Another engine would do no better.
+    const bool isFinal = m_engine && !IsVersionRefusal(result.code);
+    if (result.IsOk() || result.code == EDaoError::EngineGone || isFinal) return result;
     m_engine.reset();
   }
   if ((options & kDaoVersionJet3) != 0 && IsVersionRefusal(result.code)) result.text += kNoJet3;
