@@ -12,7 +12,8 @@ std::unique_ptr<CDaoEngine> MakeEngine(CSession& session, std::shared_ptr<CIdent
                                        std::u16string& problem) {
   const SArguments& arguments = session.GetArguments();
   if (arguments.engine == EEngineChoice::Embedded)
-    return MakeEmbeddedEngine({.tempFolder = GetWorkFolder(), .identity = std::move(identity)});
+    return MakeEmbeddedEngine(
+        {.tempFolder = GetWorkFolder(), .identity = std::move(identity), .threads = arguments.threads});
   problem = FindInstalledEngines().problem;
   if (!problem.empty()) {
     problem += u" Leave --engine out: the program has an engine of its own.";

@@ -51,7 +51,9 @@ CDaoResult CDataPageWriter::Flush() {
     m_free.Add(m_number);
   else
     m_free.Remove(m_number);
-  return m_file.Write(m_number, m_page.Finish());
+  const std::span<const uint8_t> page = m_page.Finish();
+  if (m_observer) m_observer(m_number, page);
+  return m_file.Write(m_number, page);
 }
 
 CDaoResult CDataPageWriter::Close() {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
+#include <utility>
 
 #include "embedded/PageFile.h"
 #include "format/PageSet.h"
@@ -16,6 +18,10 @@ class CDataPageWriter {
   // used, and stay in `free` while an average row would still fit.
   CDataPageWriter(CPageFile& file, uint32_t owner, EPageUse use, CPageSet& owned, CPageSet& free);
 
+  // Sees every page as it is written; null for nobody. It may see a page again when further rows came.
+  void SetObserver(std::function<void(uint32_t, std::span<const uint8_t>)> observer) {
+    m_observer = std::move(observer);
+  }
   // Room for one row, to be filled before the next call; `pointer` is the row's.
   CDaoResult AddRow(size_t rowSize, std::span<uint8_t>& row, uint32_t& pointer);
   // Writes the open page.
@@ -38,6 +44,7 @@ class CDataPageWriter {
   CSlottedPage m_page;
   uint32_t m_number = 0;  // 0: no page is open
   bool m_mayResume = true;
+  std::function<void(uint32_t, std::span<const uint8_t>)> m_observer;
   uint64_t m_rows = 0, m_rowBytes = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "embedded/EmbeddedEngine.h"
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "embedded/EmbeddedDatabase.h"
@@ -19,7 +21,8 @@ class CEmbeddedEngine : public CDaoEngine {
   explicit CEmbeddedEngine(const SEmbeddedLimits& limits)
       : m_maxPages(limits.maxPages),
         m_tempFolder(limits.tempFolder.empty() ? GetTempFolder() : limits.tempFolder),
-        m_identity(limits.identity ? limits.identity : std::make_shared<CIdentity>()) {}
+        m_identity(limits.identity ? limits.identity : std::make_shared<CIdentity>()),
+        m_threads(limits.threads != 0 ? limits.threads : std::max(std::thread::hardware_concurrency(), 1U)) {}
 
   CDaoResult CreateDatabase(std::u16string_view path, std::u16string_view locale, int32_t options,
                             std::unique_ptr<CDaoDatabase>& database) override {
@@ -30,6 +33,7 @@ class CEmbeddedEngine : public CDaoEngine {
     const SLayout& layout = ChooseLayout(options);
     auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages, m_identity);
     file->SetTempFolder(m_tempFolder);
+    file->SetThreads(m_threads);
     if (CDaoResult result = file->Create(path, order); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
     return CDaoResult::Ok();
@@ -41,6 +45,7 @@ class CEmbeddedEngine : public CDaoEngine {
     if (!FileExists(path)) return {EDaoError::NotFound, u"The database file does not exist."};
     auto file = std::make_shared<CEmbeddedFile>(ProbeFileLayout(path), m_maxPages, m_identity);
     file->SetTempFolder(m_tempFolder);
+    file->SetThreads(m_threads);
     const EFileAccess access = readOnly ? EFileAccess::Read : EFileAccess::ReadWrite;
     if (CDaoResult result = file->Open(path, access); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
@@ -51,6 +56,7 @@ class CEmbeddedEngine : public CDaoEngine {
   const uint32_t m_maxPages;
   const std::u16string m_tempFolder;
   const std::shared_ptr<CIdentity> m_identity;
+  const uint32_t m_threads;
 };
 
 }  // namespace

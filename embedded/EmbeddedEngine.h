@@ -15,6 +15,7 @@ struct SEmbeddedLimits {
   uint32_t maxPages = 0;                     // of a file; 0 is the most that the format allows
   std::u16string tempFolder;                 // for sorting large indexes; empty is the system's
   std::shared_ptr<CIdentity> identity = {};  // of what is created; null is the clock and chance
+  uint32_t threads = 0;                      // that may make and sort the keys of indexes; 0: one a processor
 };
 
 std::unique_ptr<CDaoEngine> MakeEmbeddedEngine(const SEmbeddedLimits& limits = {});

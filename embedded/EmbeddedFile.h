@@ -27,6 +27,7 @@ class CEmbeddedFile {
   CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
 
   void SetTempFolder(std::u16string_view folder) { m_file.SetTempFolder(folder); }
+  void SetThreads(uint32_t threads) { m_file.SetThreads(threads); }
   CDaoResult Create(std::u16string_view path, STextOrder order = {});
   CDaoResult Open(std::u16string_view path, EFileAccess access);
   // Completes the file, whatever is still open; a second call does nothing.

@@ -12,6 +12,7 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kLongestShownText = 40;
+constexpr size_t kSorterMemory = size_t{64} << 20;  // of all sorters of a table together
 constexpr std::u16string_view kUnknownOrder =
     u"it holds characters whose place in the sort order is not known";
 
@@ -124,6 +125,14 @@ bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
   }
   if (m_key.size() > m_layout.index.LongestKey()) m_obstacle = u"a key of it is too long for a page";
   return m_obstacle.empty();
+}
+
+IndexCollectors MakeCollectors(CPageFile& file, const STableDefinition& definition, size_t first) {
+  IndexCollectors collectors(definition.realIndexes.size());
+  for (size_t index = first; index < collectors.size(); index++)
+    collectors[index] = std::make_unique<CIndexCollector>(file, definition, definition.realIndexes[index],
+                                                          kSorterMemory / (collectors.size() - first));
+  return collectors;
 }
 
 std::u16string DescribeKey(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,

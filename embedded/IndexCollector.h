@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -76,6 +77,10 @@ class CIndexCollector {
   std::u16string_view m_obstacle;
   uint64_t m_nullRows = 0;
 };
+
+using IndexCollectors = std::vector<std::unique_ptr<CIndexCollector>>;
+// By index; null in front of `first`. They share the memory in which a table's entries are sorted.
+IndexCollectors MakeCollectors(CPageFile& file, const STableDefinition& definition, size_t first);
 
 // The values of a row in the index's columns, for people: "17", "\"Miller\", null".
 std::u16string DescribeKey(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,

@@ -77,7 +77,8 @@ EDaoError CIndexSorter::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
 }
 
 EDaoError CIndexSorter::Sort() {
-  if (m_error != EDaoError::None) return m_error;
+  if (m_error != EDaoError::None || m_isSorted) return m_error;
+  m_isSorted = true;
   if (m_runs.empty()) {
     SortRecords();
   } else if ((m_records.empty() || Spill()) && StartMerge()) {

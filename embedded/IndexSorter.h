@@ -37,7 +37,8 @@ class CIndexSorter {
 
   // Every call after a failure answers that failure again.
   EDaoError Add(std::span<const uint8_t> key, uint32_t page, uint8_t row);
-  // Ends the collection; then Next hands out the entries. Nothing may be added any more.
+  // Ends the collection; then Next hands out the entries. Nothing may be added any more. A second call does
+  // nothing.
   EDaoError Sort();
   // False at the end, and on a failure that GetError names.
   bool Next(SIndexEntry& entry);
@@ -80,6 +81,7 @@ class CIndexSorter {
   std::vector<uint8_t> m_arena;
   std::vector<SRecord> m_records;
   size_t m_nextRecord = 0;
+  bool m_isSorted = false;
 
   CFileCust m_file;
   std::u16string m_path;

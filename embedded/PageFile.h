@@ -39,6 +39,9 @@ class CPageFile {
   // Where what is too much for memory is sorted; with its separator at the end.
   void SetTempFolder(std::u16string_view folder) { m_tempFolder = folder; }
   [[nodiscard]] const std::u16string& GetTempFolder() const { return m_tempFolder; }
+  // How many threads may make and sort the keys of indexes, the caller's among them.
+  void SetThreads(uint32_t threads) { m_threads = threads; }
+  [[nodiscard]] uint32_t GetThreads() const { return m_threads; }
   [[nodiscard]] uint32_t GetPageCount() const { return m_pageCount; }
   [[nodiscard]] const CPageSet& GetFreePages() const { return m_free; }
 
@@ -64,6 +67,7 @@ class CPageFile {
   const uint32_t m_reservedPages;  // kept for EPageUse::Structure
   CFileCust m_file;
   std::u16string m_tempFolder;
+  uint32_t m_threads = 1;
   CDaoResult m_error;
   bool m_isReadOnly = false;
   uint32_t m_pageCount = 0;

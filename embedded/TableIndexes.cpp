@@ -1,11 +1,15 @@
 #include "embedded/TableIndexes.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <future>
 #include <memory>
 #include <string_view>
+#include <system_error>
 
 #include "embedded/IndexCollector.h"
+#include "embedded/IndexFeed.h"
 #include "embedded/IndexTreeBuilder.h"
 #include "embedded/TableStore.h"
 #include "embedded/UsageMap.h"
@@ -83,15 +87,13 @@ std::u16string Records(uint64_t count, std::u16string_view singular, std::u16str
          std::u16string(count == 1 ? singular : plural);
 }
 
-constexpr size_t kSorterMemory = size_t{64} << 20;  // of all sorters of a table together
-
 class CIndexRebuild {
  public:
   CIndexRebuild(CPageFile& file, CTableStore& table, STableDefinition& definition, SIndexChanges& changes)
       : m_file(file), m_table(table), m_definition(definition), m_changes(changes) {}
 
-  // The indexes from position `first` on.
-  CDaoResult Run(size_t first);
+  // The indexes from position `first` on; `feed`, which may be null, has the entries of all of them already.
+  CDaoResult Run(size_t first, CIndexFeed* feed);
 
  private:
   // Keys that a unique index forbids.
@@ -101,6 +103,7 @@ class CIndexRebuild {
   };
 
   CDaoResult Collect();
+  void SortAll();
   bool UseKnownOrders();
   CDaoResult BuildTree(size_t index, SRepeats& repeats);
   CDaoResult BuildOrDrop(size_t index);
@@ -114,20 +117,21 @@ class CIndexRebuild {
   CTableStore& m_table;
   STableDefinition& m_definition;
   SIndexChanges& m_changes;
-  std::vector<std::unique_ptr<CIndexCollector>> m_collectors;  // by index; null where it is not rebuilt
+  IndexCollectors m_collectors;  // by index; null where it is not rebuilt
 };
 
-CDaoResult CIndexRebuild::Run(size_t first) {
+CDaoResult CIndexRebuild::Run(size_t first, CIndexFeed* feed) {
   const size_t count = m_definition.realIndexes.size();
-  m_collectors.resize(count);
-  for (bool isAgain = true; isAgain;) {
-    for (size_t index = first; index < count; index++)
-      m_collectors[index] = std::make_unique<CIndexCollector>(
-          m_file, m_definition, m_definition.realIndexes[index], kSorterMemory / (count - first));
+  if (feed != nullptr)
+    if (const EDaoError error = feed->Finish(m_collectors); error != EDaoError::None)
+      return CannotSort(m_file, error);
+  for (bool isAgain = feed == nullptr || UseKnownOrders(); isAgain;) {
+    m_collectors = MakeCollectors(m_file, m_definition, first);
     if (CDaoResult result = Collect(); !result.IsOk()) return result;
     isAgain = UseKnownOrders();
     if (isAgain) first = 0;  // the columns may be in other indexes, too
   }
+  SortAll();
   // From the last to the first, so that dropping one does not move those that are still to be built.
   for (size_t index = count; index-- > first;)
     if (CDaoResult result = BuildOrDrop(index); !result.IsOk()) return result;
@@ -163,6 +167,27 @@ CDaoResult CIndexRebuild::Collect() {
     return error == EDaoError::None;
   });
   return result.IsOk() && error != EDaoError::None ? CannotSort(m_file, error) : result;
+}
+
+// Several indexes at once; what goes wrong each sorter says again when it is asked to sort.
+void CIndexRebuild::SortAll() {
+  std::vector<CIndexSorter*> sorters;
+  for (const auto& collector : m_collectors)
+    if (collector && collector->GetObstacle().empty()) sorters.push_back(&collector->GetSorter());
+  if (sorters.size() < 2) return;
+  std::atomic<size_t> next{0};
+  const auto work = [&] {
+    for (size_t i = next++; i < sorters.size(); i = next++) static_cast<void>(sorters[i]->Sort());
+  };
+  std::vector<std::future<void>> others;
+  try {
+    while (others.size() + 1 < std::min<size_t>(m_file.GetThreads(), sorters.size()))
+      others.push_back(std::async(std::launch::async, work));
+  } catch (const std::system_error&) {
+    // Those that are there do the work.
+  }
+  work();
+  for (std::future<void>& other : others) other.get();
 }
 
 CDaoResult CIndexRebuild::BuildOrDrop(size_t index) {
@@ -270,9 +295,9 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index) {
 }
 
 CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                          SIndexChanges& changes, size_t first) {
+                          SIndexChanges& changes, size_t first, CIndexFeed* feed) {
   if (first >= definition.realIndexes.size()) return CDaoResult::Ok();
-  return CIndexRebuild(file, table, definition, changes).Run(first);
+  return CIndexRebuild(file, table, definition, changes).Run(first, feed);
 }
 
 std::u16string DescribeKeys(CPageFile& file, CTableStore& table, const SRealIndex& index,

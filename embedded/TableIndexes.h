@@ -12,6 +12,7 @@
 
 namespace tolvane {
 
+class CIndexFeed;
 class CTableStore;
 
 // Indexes that lost a property or were left out; the notes say which, why, and show the first keys.
@@ -28,9 +29,10 @@ CDaoResult CreateIndex(CPageFile& file, uint32_t ownerPage, SRealIndex& index);
 //
 // Rows are never given up for an index. One whose rows repeat keys or hold nulls that it forbids loses that
 // property, one with a value for which no key is known is left out; `changes` tells. In a system table that
-// is an error instead. Indexes in front of position `first` stay as they are.
+// is an error instead. Indexes in front of position `first` stay as they are. A feed has seen all rows;
+// without one they are read.
 CDaoResult RebuildIndexes(CPageFile& file, CTableStore& table, STableDefinition& definition,
-                          SIndexChanges& changes, size_t first = 0);
+                          SIndexChanges& changes, size_t first = 0, CIndexFeed* feed = nullptr);
 
 // Takes an index out of the definition, with its logical indexes and its pages; its place in a map page stays
 // empty.

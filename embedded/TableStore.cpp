@@ -101,7 +101,10 @@ CDaoResult CTableStore::Store() {
   if (CDaoResult result = StoreUsageMap(m_file, m_definition.ownedMap, m_owned); !result.IsOk())
     return result;
   if (CDaoResult result = StoreUsageMap(m_file, m_definition.freeMap, m_free); !result.IsOk()) return result;
-  if (CDaoResult result = RebuildIndexes(m_file, *this, m_definition, m_indexChanges); !result.IsOk())
+  const std::unique_ptr<CIndexFeed> feed = std::move(m_feed);
+  DropFeed();
+  if (CDaoResult result = RebuildIndexes(m_file, *this, m_definition, m_indexChanges, 0, feed.get());
+      !result.IsOk())
     return result;
   if (CDaoResult result = StoreDefinition(m_file, m_definition, m_definitionPages); !result.IsOk())
     return result;
@@ -156,6 +159,7 @@ CDaoResult CTableStore::StoreRow() {
 
 CDaoResult CTableStore::StoreRow(uint32_t& pointer) {
   if (CDaoResult result = PlaceLongValues(); !result.IsOk()) return result;
+  if (!m_isChanged) StartFeed();
   std::span<uint8_t> row;
   if (CDaoResult result = m_data.AddRow(m_row->GetRowSize(), row, pointer); !result.IsOk()) return result;
   m_row->Write(row);
@@ -165,12 +169,27 @@ CDaoResult CTableStore::StoreRow(uint32_t& pointer) {
   return CDaoResult::Ok();
 }
 
+void CTableStore::StartFeed() {
+  if (!m_owned.IsEmpty() || !CIndexFeed::IsPossible(m_definition)) return;
+  m_feed = std::make_unique<CIndexFeed>(m_file, m_definition);
+  m_data.SetObserver([this](uint32_t number, std::span<const uint8_t> page) {
+    if (m_feed && !m_feed->TakePage(number, page)) m_feed.reset();
+  });
+}
+
+// The rows are read again when their indexes are built.
+void CTableStore::DropFeed() {
+  m_data.SetObserver({});
+  m_feed.reset();
+}
+
 void CTableStore::DiscardRow() {
   for (const auto& longValues : m_longValues)
     if (longValues) longValues->Discard();
 }
 
 CDaoResult CTableStore::AddIndex(SRealIndex index) {
+  DropFeed();
   const size_t position = m_definition.realIndexes.size();
   CPageSet allocated;
   m_file.RecordAllocations(&allocated);
@@ -199,6 +218,7 @@ CDaoResult CTableStore::BuildIndex(SRealIndex index) {
 }
 
 CDaoResult CTableStore::DropLastIndex() {
+  DropFeed();
   const uint32_t map = m_definition.realIndexes.back().map;
   CDaoResult result = DropIndex(m_file, m_definition, m_definition.realIndexes.size() - 1);
   if (result.IsOk()) m_file.Release(PageOfPointer(map));
@@ -229,6 +249,7 @@ CDaoResult CTableStore::UseGeneralLegacy() {
 
 CDaoResult CTableStore::UseGeneralLegacy(std::span<const uint16_t> numbers) {
   bool isChanged = false;
+  DropFeed();
   for (SColumnDefinition& column : m_definition.columns) {
     const bool isMeant = std::find(numbers.begin(), numbers.end(), column.number) != numbers.end();
     if (!isMeant || column.order == STextOrder{} || column.order.language == 0) continue;
@@ -257,6 +278,7 @@ CDaoResult CTableStore::ForEachRow(const RowVisitor& visit) {
 }
 
 CDaoResult CTableStore::EditRow(uint32_t pointer, const std::function<CDaoResult()>& edit) {
+  DropFeed();
   if (CDaoResult result = m_data.Close(); !result.IsOk()) return result;
   const std::span<const uint8_t> found = ReadRow(pointer);
   const std::vector<uint8_t> old(found.begin(), found.end());

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "embedded/DataPageWriter.h"
+#include "embedded/IndexFeed.h"
 #include "embedded/LongValueWriter.h"
 #include "embedded/TableDefinition.h"
 #include "embedded/TableIndexes.h"
@@ -94,6 +95,8 @@ class CTableStore {
   CDaoResult PlaceLongValues();
   void ForgetLongValues();
   CDaoResult BuildIndex(SRealIndex index);
+  void StartFeed();
+  void DropFeed();
 
   CPageFile& m_file;
   const uint32_t m_page;
@@ -106,6 +109,7 @@ class CTableStore {
   SIndexChanges m_indexChanges;
   CSlottedPage m_readPage;
   bool m_isChanged = false;
+  std::unique_ptr<CIndexFeed> m_feed;  // while all rows of the table are new and as they were stored
 };
 
 }  // namespace tolvane

@@ -43,6 +43,28 @@ TEST_P(UserIndexes, TreesOverEveryKindOfKey) {
                           LittleEndian(81 * 7 - 1, 4));
 }
 
+// Rows that repeat a key, and rows that come when the indexes were built once, change nothing of that.
+TEST_P(UserIndexes, AnyNumberOfThreadsMakesTheSameFile) {
+  std::string first;
+  for (const uint32_t threads : {1u, 2u, 8u}) {
+    Create({.tempFolder = {}, .identity = std::make_shared<CIdentity>(40'000.0, 7), .threads = threads});
+    ExpectOk(AddTable(u"T", {{u"Id", kDaoLong}, {u"Name", kDaoText, 50}},
+                      {Primary(u"Id"),
+                       {.name = u"ByName", .fields = {{u"Name"}}, .unique = true},
+                       {.name = u"Both", .fields = {{u"Name", true}, {u"Id"}}}}));
+    std::vector<Texts> rows;
+    for (int i = 0; i < 12'000; i++)
+      rows.push_back({ToDecimal(i * 7919 % 12'000), u"A name that fills pages " + ToDecimal(i % 11'990)});
+    EXPECT_NE(AddRows(u"T", rows).text.find(u"no longer unique: 10 records repeat"), std::u16string::npos);
+    ExpectOk(AddRows(u"T", {{u"-5", u"later"}}));
+    CloseAndCheck();
+    const std::string file = ReadText(m_path);
+    if (first.empty()) first = file;
+    EXPECT_TRUE(file == first) << threads;
+    RemoveFile(m_path);
+  }
+}
+
 // Long keys, two rows each, alike to nearly their end or from the first byte on: every count of entries
 // around the splits of pages, up to a tree of four levels.
 TEST_P(UserIndexes, EveryTreeAroundASplitIsSound) {
