@@ -98,6 +98,18 @@ test_sanitizers() {
     ctest --test-dir "$root/build/sanitizers" -j "$jobs" -LE slow --no-tests=error "${only[@]}"
 }
 
+# What several threads do, under the sanitizer that sees them meet.
+threaded=(status engine embedded)
+
+build_threads() {
+  cmake -S "$root" --preset threads && ninja -C "$root/build/threads" -j "$jobs" "${threaded[@]/%/_tests}"
+}
+
+test_threads() {
+  TSAN_OPTIONS=halt_on_error=1 ctest --test-dir "$root/build/threads" -j "$jobs" -LE slow --no-tests=error \
+    -R '^(status\.|engine\.(Threads|Progress|.*Repair)|embedded\..*AnyNumberOfThreads)'
+}
+
 # Each test program once as a whole: starting one a test costs a second each. Some open windows, on a screen
 # that nobody sees.
 test_under_wine() {
@@ -138,6 +150,8 @@ test_everything() {
   stage tidy check_tidy || failed=1
   stage sanitizers build sanitizers || failed=1
   stage sanitizer-tests test_sanitizers || failed=1
+  stage threads build_threads || failed=1
+  stage thread-tests test_threads || failed=1
   stage windows-x64 build windows-x64 || failed=1
   stage windows-x86 build windows-x86 || failed=1
   stage wine-tests test_under_wine || failed=1
@@ -172,7 +186,7 @@ stage npm-reader install_reader || failed=1
 if [ "$scope" = usual ]; then
   stage sanitizers build_readers || failed=1
   stage sanitizer-tests test_sanitizers "${readers[@]}" || failed=1
-  left format debug debug-tests odr clang clang-tests tidy windows-x64 windows-x86 wine-tests window-tests packages
+  left format debug debug-tests odr clang clang-tests tidy threads thread-tests windows-x64 windows-x86 wine-tests window-tests packages
 else
   test_everything
 fi
