@@ -46,8 +46,8 @@ class FaultTest(ScratchTest):
         self.run_tool('repair', SAMPLE, '-o', self.source, '--work-dir', self.work, '--reproducible', '-q')
         self.healthy = read(self.source)
 
-    def run_tool(self, *words, fault='', log=''):
-        environment = dict(os.environ, LD_PRELOAD=FAULTS, TOLVANE_FAULT_FOLDER=self.folder, TOLVANE_FAULT=fault,
+    def run_tool(self, *words, fault='', log='', below=''):
+        environment = dict(os.environ, LD_PRELOAD=FAULTS, TOLVANE_FAULT_FOLDER=below or self.folder, TOLVANE_FAULT=fault,
                            TOLVANE_FAULT_LOG=log)
         done = subprocess.run([TOLVANE, *words], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                               stderr=subprocess.PIPE, timeout=120, check=False)
@@ -169,7 +169,8 @@ class FaultTest(ScratchTest):
             for kind in ('shrink', 'change'):
                 for number in range(2, count + 1, 1 + count // (LONG or count)) if IS_LONG else {2, count // 2 + 1}:
                     self.put_old(results)
-                    status, messages = self.run_tool(*self.words(command), fault='%s:%d:once:0' % (kind, number))
+                    status, messages = self.run_tool(*self.words(command), fault='%s:%d:once:0' % (kind, number),
+                                                     below=self.source)
                     context = (command, kind, number, messages)
                     with open(self.source, 'wb') as file:
                         file.write(self.healthy)

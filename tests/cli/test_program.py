@@ -12,6 +12,7 @@ import io
 import json
 import os
 import resource
+import shutil
 import signal
 import sqlite3
 import subprocess
@@ -39,7 +40,7 @@ class ProgramTest(ScratchTest):
         self.assertEqual([name for name in os.listdir(self.folder) if name.endswith('.partial')], [])
 
     def check(self, status, *words, **options):
-        if len(words) > 1 and words[0] not in ('check', 'help', 'man') and not {'--help', '--work-dir'} & set(words):
+        if len(words) > 1 and words[0] not in ('check', 'completion', 'help', 'man') and not {'--help', '--work-dir'} & set(words):
             words += ('--work-dir', self.work)
         done = subprocess.run([TOLVANE, *words], **{'stdin': subprocess.DEVNULL, 'stdout': subprocess.PIPE,
                                                     'stderr': subprocess.PIPE, 'timeout': 120, 'check': False, **options})
@@ -274,6 +275,30 @@ class ProgramTest(ScratchTest):
         self.assertEqual(self.complete('repair', '--to-dir', 'w'), ['work'])
         self.assertEqual(self.complete('help', 'tab'), ['tables'])
         self.assertIn(b'frob', self.check(USAGE, 'help', 'frob').stderr)
+
+    # What is typed before the tab key, and what must then stand there.
+    TYPED = {'rep': 'repair', 'repair --eng': '--engine', 'repair --engine emb': 'embedded', 'export dam': 'damaged.mdb',
+             'help tab': 'tables', 'repair --to-dir w': 'work/'}
+
+    @unittest.skipUnless(shutil.which('fish'), 'there is no fish')
+    def test_completions_in_fish(self):
+        self.write('tolvane.fish', self.check(DONE, 'completion', 'fish').stdout)
+        for typed, expected in self.TYPED.items():
+            script = 'source tolvane.fish; complete -C "tolvane %s"' % typed
+            done = subprocess.run(['fish', '--no-config', '-c', script], cwd=self.folder, capture_output=True, check=True)
+            self.assertEqual(done.stdout.decode().split('\t')[0].strip(), expected, typed)
+
+    @unittest.skipUnless(shutil.which('zsh'), 'there is no zsh')
+    def test_completions_in_zsh(self):
+        self.write('tolvane.zsh', self.check(DONE, 'completion', 'zsh').stdout)
+        script = """zmodload zsh/zpty; zpty shell zsh -f -i
+            zpty -w shell 'autoload -Uz compinit; compinit -u -D; source tolvane.zsh; print READY$((1+1))'
+            zpty -r shell line '*READY2*'
+            zpty -w -n shell "$1"$'\\t'
+            zpty -r shell line "*$2*"; zpty -d shell"""
+        for typed, expected in self.TYPED.items():  # the shell's answer is waited for
+            subprocess.run(['zsh', '-f', '-c', script, 'zsh', 'tolvane ' + typed, expected], cwd=self.folder, timeout=60,
+                           env=dict(os.environ, TERM='dumb'), check=True)
 
     # --- showing ---
 
