@@ -27,7 +27,7 @@ std::string DrawFindings(const SCheckReport& report, const SPageStyle& style) {
   drawn.AddColumn("Page", EAlign::Right);
   drawn.AddColumn("Row", EAlign::Right);
   drawn.AddColumn("Table");
-  drawn.AddColumn("Finding");
+  drawn.AddColumn("Finding", EAlign::Wrapped);
   for (const SFinding& finding : report.findings)
     drawn.AddRow({std::string(finding.rule), finding.severity == ESeverity::Error ? "error" : "doubt",
                   NumberOrNothing(finding.place.page), NumberOrNothing(finding.place.row),
@@ -123,8 +123,14 @@ SCommandEnd RunCheck(CSession& session) {
   const bool isDone = session.RunWatched(check, problem);
   if (IsInterrupted()) return StoppedByUser();
   if (!isDone) return SFailure{EExitStatus::Failed, AboutFile(arguments.source, problem)};
-  if (report.verdict != ECheckVerdict::Checked)
-    return SFailure{EExitStatus::Failed, AboutFile(arguments.source, WhyNot(report.verdict))};
+  if (report.verdict != ECheckVerdict::Checked) {
+    std::u16string reason(WhyNot(report.verdict));
+    const uint64_t found = source.GetFacts().start;
+    if (report.verdict == ECheckVerdict::NotADatabase && source.HasPages() && found != arguments.start)
+      reason +=
+          u" The pages of one begin at byte " + ToDecimal(found) + u": --start " + ToDecimal(found) + u".";
+    return SFailure{EExitStatus::Failed, AboutFile(arguments.source, reason)};
+  }
   const bool hasChanged = source.GetPages().HasChanged();
   if (hasChanged) report.notes.emplace_back(kSourceChanged);
   const bool isClean = report.CountErrors() + report.CountDoubts() == 0 && !hasChanged;

@@ -15,7 +15,8 @@ constexpr std::array<SCommandWords, 13> kCommands{{
      "exported.\n"
      "Results go to standard output, progress and messages to standard error.",
      "tolvane repair damaged.mdb                    writes Tolvane_damaged.mdb beside it\n"
-     "tolvane repair damaged.accdb -o new.accdb --template backup.accdb\n"
+     "tolvane repair damaged.mdb -o new.mdb --report report.html\n"
+     "tolvane repair damaged.mdb -o new.mdb --template backup.mdb\n"
      "tolvane repair *.mdb --to-dir repaired        many files, one line each\n"
      "tolvane tables damaged.mdb                    what can be recovered\n"
      "tolvane preview damaged.mdb Customers --rows 50\n"
@@ -28,6 +29,7 @@ constexpr std::array<SCommandWords, 13> kCommands{{
      "its name when it is whole and on the disk.",
      "tolvane repair damaged.mdb\n"
      "tolvane repair damaged.mdb -o repaired.mdb --overwrite\n"
+     "tolvane repair damaged.mdb --report report.html     and a page that says what was lost\n"
      "tolvane repair damaged.mdb --template backup.mdb    definitions from a healthy copy\n"
      "tolvane repair damaged.mdb --dry-run --json         what would be saved, for a program"},
     {ECommand::Tables, "tables", "lists the tables that can be recovered, with their columns and indexes", "",
@@ -106,12 +108,23 @@ std::string DrawOptions(const SCommandForm& form, bool arePositional, size_t wid
   return text;
 }
 
-std::string DrawLines(std::string_view lines, size_t indent) {
+// One a line; what an example does goes below it where the line is too long.
+std::string DrawExamples(std::string_view lines, size_t width) {
+  constexpr size_t kExampleIndent = 2, kRemarkIndent = 6;
   std::string text;
   while (!lines.empty()) {
     const size_t end = std::min(lines.find('\n'), lines.size());
-    ((text += std::string(indent, ' ')) += lines.substr(0, end)) += "\n";
+    const std::string_view line = lines.substr(0, end);
     lines.remove_prefix(std::min(end + 1, lines.size()));
+    const size_t gap = line.find("  ");
+    text += std::string(kExampleIndent, ' ');
+    if (gap == std::string_view::npos || kExampleIndent + DisplayWidth(line) <= width) {
+      (text += line) += "\n";
+      continue;
+    }
+    const std::string_view remark = line.substr(line.find_first_not_of(' ', gap));
+    (text += line.substr(0, gap)) += "\n" + std::string(kRemarkIndent, ' ');
+    text += WrapWords(remark, kRemarkIndent, width) + "\n";
   }
   return text;
 }
@@ -164,7 +177,7 @@ std::string DrawHelp(const SCommandForm& form, std::span<const SCommandForm> for
   const SCommandWords& words = *form.words;
   const std::string name = *words.name == '\0' ? "tolvane" : std::string("tolvane ") + words.name;
   std::string text = WrapWords(name + ": " + words.summary + ".", 2, width) + "\n\nExamples:\n" +
-                     DrawLines(words.examples, 2) + "\n" + DrawDetails(words.details, width) +
+                     DrawExamples(words.examples, width) + "\n" + DrawDetails(words.details, width) +
                      "Usage: " + UsageOf(form) + "\n";
   if (const std::string positional = DrawOptions(form, true, width); !positional.empty())
     text += "\nArguments:\n" + positional;

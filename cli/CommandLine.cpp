@@ -2,6 +2,7 @@
 
 #include "cli/CommandArguments.h"
 #include "cli/Commands.h"
+#include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
 #include "cli/Outcome.h"
@@ -69,7 +70,9 @@ int RunTolvane(const std::vector<std::u16string>& words) {
   if (parsed.isEnd) {
     if (parsed.status == EExitStatus::Done)
       return WriteStream(EStream::Output, parsed.text) ? 0 : static_cast<int>(EExitStatus::Failed);
-    WriteStream(EStream::Error, words.empty() ? parsed.text : "tolvane: " + parsed.text + "\n");
+    const size_t width = IsTerminal(EStream::Error) ? GetTerminalWidth(EStream::Error) : 0;
+    WriteStream(EStream::Error,
+                words.empty() ? parsed.text : WrapWords("tolvane: " + parsed.text, 2, width) + "\n");
     return static_cast<int>(parsed.status);
   }
   ListenForInterrupt();

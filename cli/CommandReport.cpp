@@ -128,7 +128,9 @@ EExitStatus CCommandReport::Write(EExitStatus status, const std::u16string& prob
     m_session.Mention(AboutFile(path, u"The report was written."));
     return status;
   }
-  m_session.Say(AboutFile(path, verdict.reason + u" All else was done; name another place with --report."));
+  const bool isDone = status == EExitStatus::Done || status == EExitStatus::Incomplete;
+  m_session.Say(AboutFile(path, verdict.reason + (isDone ? u" All else was done; name" : u" Name") +
+                                    std::u16string(u" another place with --report.")));
   return status == EExitStatus::Done ? EExitStatus::Incomplete : status;
 }
 

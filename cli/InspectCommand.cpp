@@ -45,7 +45,7 @@ std::string DrawBadPages(const SExamination& findings, const SPageStyle& style) 
   drawn.AddColumn("Kind");
   drawn.AddColumn("Owner", EAlign::Right);
   drawn.AddColumn("State");
-  drawn.AddColumn("Reason");
+  drawn.AddColumn("Reason", EAlign::Wrapped);
   for (size_t i = 0; i < findings.badPages.size() && i < kBadPagesShown; ++i) {
     const SPageReport& report = findings.badPages[i];
     drawn.AddRow({std::to_string(report.page), ToText(GetPageKindName(report.kind)),

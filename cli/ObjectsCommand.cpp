@@ -26,7 +26,8 @@ Json DescribeObject(const SListedObject& object) {
 
 std::string DrawObjects(const std::vector<SListedObject>& objects, size_t hidden, const SPageStyle& style) {
   CTextTable drawn;
-  for (const char* heading : {"Kind", "Name", "State", "Remark"}) drawn.AddColumn(heading);
+  for (const char* heading : {"Kind", "Name", "State"}) drawn.AddColumn(heading);
+  drawn.AddColumn("Remark", EAlign::Wrapped);
   for (const SListedObject& object : objects)
     drawn.AddRow({std::string(object.kind), object.name.empty() ? "(name lost)" : ToDisplay(object.name),
                   WordsOf(object.state), ToDisplay(object.reason)});

@@ -13,14 +13,16 @@ namespace {
 constexpr std::string_view kSigns = "_.iuldTH?o*X!";
 static_assert(kSigns.size() == static_cast<size_t>(EPageLook::Count_));
 constexpr size_t kLegendColumns = 3;
+constexpr size_t kLegendWidth = 25;  // of one column
 
-std::string DrawLegend(const CPageBlocks& blocks) {
+std::string DrawLegend(const CPageBlocks& blocks, size_t width) {
+  const size_t columns = std::clamp<size_t>(width / kLegendWidth, 1, kLegendColumns);
   const auto& looks = blocks.GetLooks();
   std::string text;
   size_t column = 0;
   for (size_t look = 0; look < kSigns.size(); ++look) {
     if (std::find(looks.begin(), looks.end(), static_cast<EPageLook>(look)) == looks.end()) continue;
-    const bool isLineEnd = ++column % kLegendColumns == 0;
+    const bool isLineEnd = ++column % columns == 0;
     text += "    " + std::string(1, kSigns[look]) + " ";
     const std::string meaning(GetPageLookName(static_cast<EPageLook>(look)));
     text += isLineEnd ? meaning + "\n" : PadRight(meaning, 19);
@@ -46,7 +48,7 @@ std::string DrawPageMap(const CPageBlocks& blocks, size_t width) {
   text += blocks.GetPagesPerBlock() == 1 ? "  One sign a page:\n"
                                          : "  One sign for " + std::to_string(blocks.GetPagesPerBlock()) +
                                                " pages, the one that matters most:\n";
-  return text + DrawLegend(blocks);
+  return text + DrawLegend(blocks, width);
 }
 
 }  // namespace tolvane

@@ -19,6 +19,7 @@
 #include "platform/ChildProcess.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
+#include "platform/Terminal.h"
 #include "platform/Text.h"
 #include "store/WorkFolder.h"
 
@@ -230,9 +231,13 @@ void CRepairBatch::Tell(const SBatchFile& file) {
   constexpr size_t kLongestName = 10;  // "incomplete"
   std::string name = StatusWords(file.status).name;
   const std::string gap(kLongestName - std::min(name.size(), kLongestName) + 2, ' ');
-  WriteStream(EStream::Error, Paint(name, MeaningOf(file.status), HasColors(EStream::Error)) + gap +
-                                  ToDisplay(file.source) + (file.told.empty() ? "" : ": ") + file.told +
-                                  "\n");
+  const size_t width = IsTerminal(EStream::Error) ? GetTerminalWidth(EStream::Error) : 0;
+  const size_t indent = name.size() + gap.size();
+  WriteStream(
+      EStream::Error,
+      Paint(name, MeaningOf(file.status), HasColors(EStream::Error)) + gap +
+          WrapWords(ToDisplay(file.source) + (file.told.empty() ? "" : ": ") + file.told, indent, width) +
+          "\n");
 }
 
 void CRepairBatch::ShowProgress() {

@@ -136,8 +136,12 @@ SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict,
 }
 
 void WriteMessage(std::u16string_view message, EMeaning meaning) {
-  WriteStream(EStream::Error,
-              Paint("tolvane:", meaning, HasColors(EStream::Error)) + " " + ToDisplay(message) + "\n");
+  constexpr std::string_view kName = "tolvane:";
+  constexpr size_t kIndent = 2;
+  const size_t width = IsTerminal(EStream::Error) ? GetTerminalWidth(EStream::Error) : 0;
+  const std::string text = WrapWords(std::string(kName) + " " + ToDisplay(message), kIndent, width);
+  WriteStream(EStream::Error, Paint(std::string(kName), meaning, HasColors(EStream::Error)) +
+                                  text.substr(kName.size()) + "\n");
 }
 
 EProgressForm ChooseProgressForm(const SArguments& arguments) {
@@ -265,11 +269,12 @@ void CSession::MentionPlace() {
   // The checker, which looks at one place alone, says so itself.
   const bool isImage = m_source.GetPages().GetFileLength() > kLongestDatabase;
   if (isImage && m_arguments.command != ECommand::Check)
-    Mention(AboutFile(
-        m_arguments.source,
-        u"The file is longer than 2 GiB, which no Access database is. It is read as an image that holds "
-        u"one, at byte " +
-            ToDecimal(facts.start) + u"; --start names another place."));
+    Mention(
+        AboutFile(m_arguments.source,
+                  u"The file is longer than 2 GiB, which no Access database is" +
+                      (m_source.HasPages() ? u". It is read as an image that holds one, at byte " +
+                                                 ToDecimal(facts.start) + u"; --start names another place."
+                                           : std::u16string(u", and no page of one was found in it."))));
   if (m_arguments.start != 0 && facts.start != m_arguments.start)
     Mention(AboutFile(m_arguments.source, u"No database begins at byte " + ToDecimal(m_arguments.start) +
                                               u"; the pages from byte " + ToDecimal(facts.start) +

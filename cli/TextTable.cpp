@@ -10,6 +10,7 @@ namespace tolvane {
 namespace {
 constexpr size_t kGap = 2;
 constexpr size_t kNarrowest = 5;
+constexpr size_t kWrapRoom = 26;
 }  // namespace
 
 void CTextTable::AddColumn(std::string heading, EAlign align) {
@@ -59,11 +60,27 @@ bool CTextTable::FitColumns(std::vector<size_t>& widths, size_t room) {
   return true;
 }
 
+bool CTextTable::FitAll(std::vector<size_t>& widths, size_t room) const {
+  if (m_columns.back().align != EAlign::Wrapped) return FitColumns(widths, room);
+  const size_t wanted = widths.back(), least = std::min(wanted, kWrapRoom) + kGap;
+  widths.pop_back();
+  if (room < least || !FitColumns(widths, room - least)) return false;
+  size_t used = kGap * widths.size();
+  for (const size_t width : widths) used += width;
+  widths.push_back(std::min(wanted, room - used));
+  return true;
+}
+
 void CTextTable::AppendLine(const std::vector<std::string>& cells, const std::vector<size_t>& widths,
                             const std::string& indent, std::string& out) const {
   std::string line = indent;
   for (size_t i = 0; i < cells.size(); ++i) {
     if (i > 0) line.append(kGap, ' ');
+    if (m_columns[i].align == EAlign::Wrapped) {
+      const size_t used = DisplayWidth(line);
+      line += WrapWords(cells[i], used, used + widths[i]);
+      continue;
+    }
     std::string cell = Shorten(cells[i], widths[i]);
     line += m_columns[i].align == EAlign::Right ? PadLeft(std::move(cell), widths[i])
                                                 : PadRight(std::move(cell), widths[i]);
@@ -76,7 +93,7 @@ std::string CTextTable::Draw(size_t width, const std::string& indent) const {
   if (m_columns.empty()) return {};
   std::vector<size_t> widths = MeasureColumns();
   const size_t room = width > indent.size() ? width - indent.size() : 0;
-  if (width != kAnyWidth && !FitColumns(widths, room)) return DrawBlocks(width, indent);
+  if (width != kAnyWidth && !FitAll(widths, room)) return DrawBlocks(width, indent);
   std::vector<std::string> headings;
   std::vector<std::string> rules;
   for (size_t i = 0; i < m_columns.size(); ++i) {
@@ -102,7 +119,10 @@ std::string CTextTable::DrawBlocks(size_t width, const std::string& indent) cons
     out += indent + "Row " + std::to_string(i + 1) + "\n";
     for (size_t column = 0; column < m_columns.size(); ++column) {
       const std::string heading = PadRight(Shorten(m_columns[column].heading, widest), widest + kGap);
-      std::string line = indent + heading + Shorten(m_rows[i][column], room);
+      const bool isWrapped = m_columns[column].align == EAlign::Wrapped;
+      std::string line =
+          indent + heading +
+          (isWrapped ? WrapWords(m_rows[i][column], used, used + room) : Shorten(m_rows[i][column], room));
       while (!line.empty() && line.back() == ' ') line.pop_back();
       out += line + "\n";
     }

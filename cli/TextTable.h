@@ -8,7 +8,8 @@
 
 namespace tolvane {
 
-enum class EAlign : uint8_t { Left, Right };
+// Wrapped: of the last column, shown whole over several lines where it is too wide.
+enum class EAlign : uint8_t { Left, Right, Wrapped };
 
 class CTextTable {
  public:
@@ -33,6 +34,8 @@ class CTextTable {
   // False when the columns cannot be made narrow enough.
   static bool FitColumns(std::vector<size_t>& widths, size_t room);
   [[nodiscard]] std::string DrawBlocks(size_t width, const std::string& indent) const;
+  // The same, where a wrapped last column takes the room that the others leave.
+  [[nodiscard]] bool FitAll(std::vector<size_t>& widths, size_t room) const;
   void AppendLine(const std::vector<std::string>& cells, const std::vector<size_t>& widths,
                   const std::string& indent, std::string& out) const;
 

@@ -276,6 +276,19 @@ class ProgramTest(ScratchTest):
         self.assertEqual(self.complete('help', 'tab'), ['tables'])
         self.assertIn(b'frob', self.check(USAGE, 'help', 'frob').stderr)
 
+    def test_a_file_over_2_gib_is_an_image(self):
+        self.check(INCOMPLETE, 'repair', self.source, '-o', self.path('new.mdb'), '-q')
+        start, image = (2 << 30) + 0x3000, self.path('disk.img')
+        with open(image, 'wb') as file:  # sparse
+            file.seek(start)
+            file.write(read(self.path('new.mdb')))
+        found = self.check(INCOMPLETE, 'tables', image, '--json', '--brief')
+        self.assertIn(b'longer than 2 GiB', found.stderr)
+        facts = json.loads(found.stdout)
+        self.assertEqual((facts['source']['start'], len(facts['tables'])), (start, 6))
+        self.check_refusal(FAILED, 'check', image, says='--start %d' % start)
+        self.assertIn('is consistent', self.text(DONE, 'check', image, '--start', str(start)))
+
     # What is typed before the tab key, and what must then stand there.
     TYPED = {'rep': 'repair', 'repair --eng': '--engine', 'repair --engine emb': 'embedded', 'export dam': 'damaged.mdb',
              'help tab': 'tables', 'repair --to-dir w': 'work/'}
