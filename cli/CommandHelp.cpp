@@ -109,7 +109,7 @@ std::string DrawOptions(const SCommandForm& form, bool arePositional, size_t wid
 }
 
 // One a line; what an example does goes below it where the line is too long.
-std::string DrawExamples(std::string_view lines, size_t width) {
+std::string DrawExampleLines(std::string_view lines, size_t width) {
   constexpr size_t kExampleIndent = 2, kRemarkIndent = 6;
   std::string text;
   while (!lines.empty()) {
@@ -177,7 +177,7 @@ std::string DrawHelp(const SCommandForm& form, std::span<const SCommandForm> for
   const SCommandWords& words = *form.words;
   const std::string name = *words.name == '\0' ? "tolvane" : std::string("tolvane ") + words.name;
   std::string text = WrapWords(name + ": " + words.summary + ".", 2, width) + "\n\nExamples:\n" +
-                     DrawExamples(words.examples, width) + "\n" + DrawDetails(words.details, width) +
+                     DrawExampleLines(words.examples, width) + "\n" + DrawDetails(words.details, width) +
                      "Usage: " + UsageOf(form) + "\n";
   if (const std::string positional = DrawOptions(form, true, width); !positional.empty())
     text += "\nArguments:\n" + positional;
