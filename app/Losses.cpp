@@ -50,6 +50,16 @@ std::u16string FormatPlace(const CAccessData& data, EDamage kind, const CDamageL
   return text;
 }
 
+// Whether no table of the user's is hit, which people cannot tell from names that they never see.
+bool IsOnlyOfAccess(const CAccessData& data, EDamage kind) {
+  const auto& places = data.GetLedger().GetPlaces(kind);
+  return data.GetRules().tellReasons && !places.empty() && data.GetLedger().CountDropped(kind) == 0 &&
+         std::ranges::all_of(places, [&data](const CDamageLedger::SPlace& place) {
+           const CAccessTable* const table = FindTable(data, place);
+           return table && IsSystemTable(*table);
+         });
+}
+
 std::u16string FormatPlaces(const CAccessData& data, EDamage kind, size_t placesShown, NumberText number) {
   if (kind == EDamage::LeadingBytes) return {};  // the words say where
   const auto& places = data.GetLedger().GetPlaces(kind);
@@ -237,7 +247,9 @@ std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, N
   std::vector<SLossLine> found;
   for (const SDamageWords& words : GetDamageWords())
     if (const uint64_t count = data.GetLedger().GetCount(words.kind); count > 0)
-      found.push_back({count, FromAscii(count == 1 ? words.singular : words.plural),
+      found.push_back({count,
+                       FromAscii(count == 1 ? words.singular : words.plural) +
+                           (IsOnlyOfAccess(data, words.kind) ? u"; only in tables of Access' own" : u""),
                        FormatPlaces(data, words.kind, placesShown, number)});
   for (const SColumnPlace& place : FindUnknownColumns(data))
     found.push_back({place.table->header.rowCount,

@@ -237,6 +237,8 @@ TEST(Findings, EachSetOfRulesTellsItsOwn) {
     size_t told = 0;
     ForEachDamage(data, [&](const std::u16string&) { ++told; });
     EXPECT_EQ(told, isExact ? 30u : 20u);
+    data.GetLedger().Add(EDamage::RejectedRow, {11, 3 * 4096, 3, 1});
+    EXPECT_EQ(ListDamage(data, 1)[0].words.ends_with(u"Access' own"), isExact);
     data.NoteOtherObject(EOtherObject::Form, u"Start");
     EXPECT_EQ(ListOmittedObjects(data, 9).size(), isExact ? 1u : 0u);
     data.GetLedger().Add(EDamage::LostTable, {50, CDamageLedger::kNoTable, -1, 1});

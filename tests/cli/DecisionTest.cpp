@@ -55,19 +55,6 @@ TEST(ExitStatus, TheExactRulesCountWhatNoRepairBringsBack) {
   }
 }
 
-TEST(ExitStatus, EachSetOfRulesTellsItsOwnOfDamage) {
-  for (const bool isExact : {false, true}) {
-    CAccessData data{RulesOf(isExact ? ERules::Exact : ERules::Standard), GetWorkFolder()};
-    AddTable(data, 2, u"MSysObjects", 20);
-    for (uint64_t page = 0; page < 30; ++page)
-      data.GetLedger().Add(EDamage::BrokenPage, {page, CDamageLedger::kNoTable, -1, 1});
-    EXPECT_EQ(DecideStatus(data, nullptr), isExact ? EExitStatus::Nothing : EExitStatus::Incomplete);
-    size_t lines = 0;
-    ForEachDamage(data, [&lines](const std::u16string&) { ++lines; });
-    EXPECT_EQ(lines, isExact ? 30u : 20u);
-  }
-}
-
 TEST(ExitStatus, ValuesOfUnknownTypesAreALoss) {
   for (const auto& [rows, status] : {std::pair{3u, EExitStatus::Incomplete}, {0u, EExitStatus::Done}}) {
     CAccessData data{kStandardRules, GetWorkFolder()};

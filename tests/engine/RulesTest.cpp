@@ -427,7 +427,7 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
   // CNullCascadeTest
   Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
-  // ExitStatus.EachSetOfRulesTellsItsOwnOfDamage, ExitStatus.TheExactRulesCountWhatNoRepairBringsBack
+  // Findings.EachSetOfRulesTellsItsOwn
   Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
   Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
   Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);
