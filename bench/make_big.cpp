@@ -1,10 +1,12 @@
-// make_big DATABASE MEGABYTES: makes a database of about that size with real-looking data: a wide table of
-// contacts, a long narrow one of measurements, and letters whose memos fill pages of long values.
+// make_big DATABASE MEGABYTES [tables|columns]: makes a database of about that size with real-looking data: a
+// wide table of contacts, a long narrow one of measurements, and letters whose memos fill pages of long
+// values; or with the same rows in ten thousand tables, or in one table of 255 columns.
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -14,14 +16,20 @@ namespace tolvane {
 namespace {
 
 // Bytes that one row takes in the file, measured; the shares of the tables follow from them.
-constexpr uint64_t kContactBytes = 130, kMeasurementBytes = 40, kLetterBytes = 2900;
+constexpr uint64_t kContactBytes = 130, kMeasurementBytes = 40, kLetterBytes = 2900, kWideBytes = 1450;
+constexpr uint64_t kManyTables = 10'000;
+constexpr size_t kManyColumns = 255;
+
+void AddMeasurements(CSampleBuilder& database, const std::string& name) {
+  database.AddTable(name, {AutoNumber("ID"), Fixed("Sensor", kDaoLong), Fixed("Taken", kDaoDate),
+                           Fixed("Value", kDaoDouble), Fixed("Quality", kDaoByte)});
+}
 
 void AddTables(CSampleBuilder& database) {
   database.AddTable("Contacts", {AutoNumber("ID"), Text("Name", 80), Text("Street", 80), Text("City", 40),
                                  Text("Phone", 24), Text("Mail", 80), Fixed("Born", kDaoDate),
                                  Fixed("Balance", kDaoCurrency), Fixed("Active", kDaoBoolean)});
-  database.AddTable("Measurements", {AutoNumber("ID"), Fixed("Sensor", kDaoLong), Fixed("Taken", kDaoDate),
-                                     Fixed("Value", kDaoDouble), Fixed("Quality", kDaoByte)});
+  AddMeasurements(database, "Measurements");
   database.AddTable("Letters", {AutoNumber("ID"), Text("Subject", 100), Memo("Body")});
 }
 
@@ -58,8 +66,9 @@ void FillContacts(CSampleBuilder& database, CSampleRandom& random, uint64_t rows
   database.CloseTable();
 }
 
-void FillMeasurements(CSampleBuilder& database, CSampleRandom& random, uint64_t rows) {
-  database.OpenTable("Measurements");
+void FillMeasurements(CSampleBuilder& database, CSampleRandom& random, const std::string& table,
+                      uint64_t rows) {
+  database.OpenTable(table);
   for (uint64_t i = 0; i < rows; i++) {
     database.BeginRow();
     database.Set(1, Number(1 + random.Below(500)));
@@ -84,15 +93,47 @@ void FillLetters(CSampleBuilder& database, CSampleRandom& random, uint64_t rows)
   database.CloseTable();
 }
 
-int Run(const std::string& path, uint64_t megabytes) {
+// A definition and a page of rows take two pages at least.
+void FillManyTables(CSampleBuilder& database, CSampleRandom& random, uint64_t bytes) {
+  const uint64_t rows = bytes / kManyTables / kMeasurementBytes;
+  for (uint64_t table = 0; table < kManyTables; table++) {
+    const std::string name = "Day " + std::to_string(table);
+    AddMeasurements(database, name);
+    FillMeasurements(database, random, name, rows);
+  }
+}
+
+void FillManyColumns(CSampleBuilder& database, CSampleRandom& random, uint64_t bytes) {
+  std::vector<std::string> names;
+  for (size_t i = 0; i < kManyColumns; i++) names.push_back("Value " + std::to_string(i));
+  std::vector<SSampleField> fields{AutoNumber("ID")};
+  for (size_t i = 1; i < kManyColumns; i++)
+    fields.push_back(i % 2 == 0 ? Text(names[i].c_str(), 20) : Fixed(names[i].c_str(), kDaoInteger));
+  database.AddTable("Wide", fields);
+  database.OpenTable("Wide");
+  for (uint64_t row = 0; row < bytes / kWideBytes; row++) {
+    database.BeginRow();
+    for (size_t i = 1; i < kManyColumns; i++) database.Set(i, Number(random.Below(10'000)));
+    database.EndRow();
+  }
+  database.CloseTable();
+}
+
+int Run(const std::string& path, uint64_t megabytes, std::string_view kind) {
   const uint64_t bytes = megabytes << 20;
   RemoveFile(FromNativePath(path));
   CSampleBuilder database(path);
   CSampleRandom random(1);
-  AddTables(database);
-  FillContacts(database, random, bytes * 2 / 5 / kContactBytes);
-  FillMeasurements(database, random, bytes * 2 / 5 / kMeasurementBytes);
-  FillLetters(database, random, bytes / 5 / kLetterBytes);
+  if (kind == "tables") {
+    FillManyTables(database, random, bytes);
+  } else if (kind == "columns") {
+    FillManyColumns(database, random, bytes);
+  } else {
+    AddTables(database);
+    FillContacts(database, random, bytes * 2 / 5 / kContactBytes);
+    FillMeasurements(database, random, "Measurements", bytes * 2 / 5 / kMeasurementBytes);
+    FillLetters(database, random, bytes / 5 / kLetterBytes);
+  }
   database.Close();
   std::printf("%s: %.1f MiB\n", path.c_str(),
               static_cast<double>(GetFileLength(FromNativePath(path))) / (1024.0 * 1024.0));
@@ -104,13 +145,15 @@ int Run(const std::string& path, uint64_t megabytes) {
 
 int main(int argc, char** argv) {
   uint64_t megabytes = 0;
-  if (argc == 3) {
+  const std::string_view kind = argc == 4 ? argv[3] : "";
+  const bool isKind = argc == 3 || kind == "tables" || kind == "columns";
+  if (argc >= 3) {
     const std::string_view size = argv[2];
     std::from_chars(size.data(), size.data() + size.size(), megabytes);
   }
-  if (megabytes == 0 || megabytes > 2000) {
-    std::fprintf(stderr, "usage: make_big DATABASE MEGABYTES   (1 to 2000)\n");
+  if (!isKind || megabytes == 0 || megabytes > 2000) {
+    std::fprintf(stderr, "usage: make_big DATABASE MEGABYTES [tables|columns]   (1 to 2000)\n");
     return 64;
   }
-  return tolvane::Run(argv[1], megabytes);
+  return tolvane::Run(argv[1], megabytes, kind);
 }

@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # bench/run.sh [MEGABYTES]: builds the release programs, makes a database of that size (default 1000) under
 # build/bench unless it is there already, and measures a repair of it. Needs about four times the size on disk.
+# bench/run.sh growth [MEGABYTES...]: the same of several sizes (default 50 500), of ten thousand tables and of 255
+# columns, and what a megabyte of each costs.
+# bench/run.sh hostile: repairs files that lie in the ways that cost most, of growing sizes.
 # bench/run.sh rows [ROWS]: measures writing that many rows (default ten million) into 1, 3 and 10 indexes.
 # bench/run.sh sizes: sets the sizes of our files beside those of real ones.
 set -euo pipefail
@@ -18,13 +21,27 @@ case ${1:-} in
   rows)
     exec python3 "$root/bench/rows.py" --write-rows "$programs/bench/write_rows" --tolvane "$programs/tolvane" \
       --rows "${2:-10000000}" --folder "$root/build/bench" ;;
+  hostile)
+    exec python3 "$root/bench/hostile.py" --tolvane "$programs/tolvane" --make-big "$programs/bench/make_big" ;;
   sizes)
     exec python3 "$root/bench/sizes.py" --tolvane "$programs/tolvane" ;;
 esac
-megabytes=${1:-1000}
-database=$root/build/bench/big-$megabytes.mdb
-if [ ! -f "$database" ]; then
-  "$programs/bench/make_big" "$database.part" "$megabytes"
-  mv "$database.part" "$database"
+# make_database MEGABYTES [KIND]: prints its path.
+make_database() {
+  local database=$root/build/bench/big-$1${2:+-$2}.mdb
+  if [ ! -f "$database" ]; then
+    "$programs/bench/make_big" "$database.part" "$@" >&2
+    mv "$database.part" "$database"
+  fi
+  printf '%s\n' "$database"
+}
+databases=()
+if [ "${1:-}" = growth ]; then
+  shift
+  [ $# -gt 0 ] || set -- 50 500
+  for megabytes in "$@"; do databases+=("$(make_database "$megabytes")"); done
+  databases+=("$(make_database 120 tables)" "$(make_database 50 columns)")
+else
+  databases+=("$(make_database "${1:-1000}")")
 fi
-exec python3 "$root/bench/bench.py" --tolvane "$programs/tolvane" "$database"
+exec python3 "$root/bench/bench.py" --tolvane "$programs/tolvane" "${databases[@]}"
