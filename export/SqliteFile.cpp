@@ -30,6 +30,8 @@ bool TakeInteger(std::u16string_view digits, int64_t& value) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
+}  // namespace
+
 // The bytes of an object, or of an attached file.
 class CStoredBytes {
  public:
@@ -50,8 +52,6 @@ class CStoredBytes {
   CAttachmentSource m_file;
   CSideFileSource m_object;
 };
-
-}  // namespace
 
 EExportEnd CSqliteFile::End(const CSqliteDatabase& database) {
   m_problem = database.GetProblem();
@@ -126,11 +126,13 @@ bool CSqliteFile::WriteRows(CSqliteDatabase& database, const SSqlTable& table, S
   CSqliteStatement insert(database);
   if (!insert.Prepare(m_text.InsertInto(table) + values + ")")) return false;
   m_texts.resize(table.columns.size());
+  StoredObjects objects;
   CSqlRows rows(table);
   const bool isOpen = rows.Open();
   while (isOpen && rows.ReadRow()) {
     if (m_watch.isStopped()) return false;
-    if (!WriteRow(insert, rows, table, count) || !FillBlobs(database, rows, table, count)) return false;
+    if (!WriteRow(insert, rows, table, objects, count) || !FillBlobs(database, table, objects, count))
+      return false;
     ++count.rows;
     m_watch.CountRow();
   }
@@ -141,7 +143,9 @@ bool CSqliteFile::WriteRows(CSqliteDatabase& database, const SSqlTable& table, S
 }
 
 bool CSqliteFile::WriteRow(CSqliteStatement& insert, const CSqlRows& rows, const SSqlTable& table,
-                           SSqlCount& count) {
+                           StoredObjects& objects, SSqlCount& count) {
+  objects.clear();
+  objects.resize(table.columns.size());
   for (size_t i = 0; i < table.columns.size(); ++i) {
     const SValue& value = rows.GetValue(i);
     ESqlFate fate = ESqlFate::Kept;
@@ -150,8 +154,10 @@ bool CSqliteFile::WriteRow(CSqliteStatement& insert, const CSqlRows& rows, const
       isBound = insert.BindNull(i);
     } else if (value.type == kTypeOle) {
       // The room for the bytes, which are written when the row is there.
-      CStoredBytes bytes;
-      isBound = bytes.Open(rows, i, table.columns[i].isFile) && insert.BindZeros(i, bytes.Get().GetLength());
+      auto bytes = std::make_unique<CStoredBytes>();
+      isBound =
+          bytes->Open(rows, i, table.columns[i].isFile) && insert.BindZeros(i, bytes->Get().GetLength());
+      if (isBound) objects[i] = std::move(bytes);
     } else {
       isBound = Bind(insert, i, table.columns[i], value, fate);
     }
@@ -203,12 +209,11 @@ bool CSqliteFile::Bind(CSqliteStatement& insert, size_t column, const SSqlColumn
   return insert.BindText(column, m_texts[column]);
 }
 
-bool CSqliteFile::FillBlobs(CSqliteDatabase& database, const CSqlRows& rows, const SSqlTable& table,
+bool CSqliteFile::FillBlobs(CSqliteDatabase& database, const SSqlTable& table, const StoredObjects& objects,
                             SSqlCount& count) {
-  for (size_t i = 0; i < table.columns.size(); ++i) {
-    const SValue& value = rows.GetValue(i);
-    CStoredBytes bytes;
-    if (value.type != kTypeOle || value.isNull || !bytes.Open(rows, i, table.columns[i].isFile)) continue;
+  for (size_t i = 0; i < objects.size(); ++i) {
+    if (!objects[i]) continue;
+    CStoredBytes& bytes = *objects[i];
     const auto length = static_cast<size_t>(bytes.Get().GetLength());
     if (length == 0) continue;
     const int64_t row = m_functions.last_insert_rowid(database.GetHandle());

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +13,10 @@
 #include "export/SqliteDatabase.h"
 
 namespace tolvane {
+
+class CStoredBytes;
+// Of one row, by column; null where a column has none or it cannot be opened.
+using StoredObjects = std::vector<std::unique_ptr<CStoredBytes>>;
 
 class CSqliteFile {
  public:
@@ -38,10 +43,13 @@ class CSqliteFile {
   bool WriteTable(CSqliteDatabase& database, size_t table);
   // False when the database failed, or a key refused a row.
   bool WriteRows(CSqliteDatabase& database, const SSqlTable& table, SSqlCount& count);
-  bool WriteRow(CSqliteStatement& insert, const CSqlRows& rows, const SSqlTable& table, SSqlCount& count);
+  // `objects`: those of the row, for which there is room in it.
+  bool WriteRow(CSqliteStatement& insert, const CSqlRows& rows, const SSqlTable& table,
+                StoredObjects& objects, SSqlCount& count);
   bool Bind(CSqliteStatement& insert, size_t column, const SSqlColumn& to, const SValue& value,
             ESqlFate& fate);
-  bool FillBlobs(CSqliteDatabase& database, const CSqlRows& rows, const SSqlTable& table, SSqlCount& count);
+  bool FillBlobs(CSqliteDatabase& database, const SSqlTable& table, const StoredObjects& objects,
+                 SSqlCount& count);
   bool WriteIndexes(CSqliteDatabase& database, SSqlTable& table);
   void WeakenKey(SSqlTable& table);
   bool DropReferences();

@@ -142,7 +142,7 @@ class FaultTest(ScratchTest):
             number['short'] = number['read'] + number['write']
             for kind in KINDS:
                 counts = collections.Counter()
-                self.walk(command, kind, self.choose(number[kind], 2), results, counts)
+                self.walk(command, kind, self.choose(number[kind], 4), results, counts)
                 if IS_LONG:
                     print('%-8s %-8s %5d calls' % (command, kind, number[kind]), dict(sorted(counts.items())), flush=True)
 
