@@ -157,6 +157,7 @@ test_everything() {
   stage wine-tests test_under_wine || failed=1
   stage window-tests test_windows || failed=1
   stage packages "$root/packaging/test.sh" || failed=1
+  stage windows-packages "$root/packaging/windows/test.sh" || failed=1
 }
 
 mkdir -p "$stages"
@@ -164,8 +165,8 @@ rm -f "$stages"/*.status "$stages"/*.left
 packages=(cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev googletest python3)
 if [ "$scope" = all ]; then
   packages+=(clang clang-format clang-tidy libbenchmark-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
-    wine wine64 xvfb imagemagick fonts-dejavu-core dpkg-dev lintian mandoc man-db zsh fish chromium tidy poppler-utils
-    postgresql mariadb-server)
+    nsis zip unzip wine wine64 xvfb imagemagick fonts-dejavu-core dpkg-dev lintian mandoc man-db zsh fish chromium tidy
+    poppler-utils postgresql mariadb-server)
 fi
 if [ "$scope" != quick ]; then
   packages+=(mdbtools python3-jsonschema sqlite3)
@@ -186,7 +187,8 @@ stage npm-reader install_reader || failed=1
 if [ "$scope" = usual ]; then
   stage sanitizers build_readers || failed=1
   stage sanitizer-tests test_sanitizers "${readers[@]}" || failed=1
-  left format debug debug-tests odr clang clang-tests tidy threads thread-tests windows-x64 windows-x86 wine-tests window-tests packages
+  left format debug debug-tests odr clang clang-tests tidy threads thread-tests windows-x64 windows-x86 wine-tests \
+    window-tests packages windows-packages
 else
   test_everything
 fi

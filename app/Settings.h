@@ -1,4 +1,5 @@
-// The settings that the user can change, and when they are accepted. They last as long as the program runs.
+// The settings that the user can change, and when they are accepted. The rules are remembered; the prefix
+// lasts as long as the program runs.
 #pragma once
 
 #include <optional>

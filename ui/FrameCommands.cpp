@@ -34,6 +34,8 @@ void CFrameCommands::Start(HWND frame, CRepairWorkflow& workflow, CDaoEngine& en
   m_frame = frame;
   m_workflow = &workflow;
   m_notice = std::move(notice);
+  m_settings.rules = m_profile.LoadRules();
+  m_workflow->SetRules(m_settings.rules);
 }
 
 void CFrameCommands::AskForNewRepair() {
@@ -55,6 +57,7 @@ void CFrameCommands::AskForSettings() {
   CDlgSettings dialog(m_settings);
   if (dialog.DoModal(m_frame) != IDOK) return;
   m_settings = dialog.GetSettings();
+  m_profile.SaveRules(m_settings.rules);
   m_workflow->SetRules(m_settings.rules);
   TakeEngine();
 }

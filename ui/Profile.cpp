@@ -11,6 +11,8 @@ namespace {
 constexpr wchar_t kRecentFiles[] = L"\\Recent File List";
 constexpr wchar_t kSettings[] = L"\\Settings";
 constexpr wchar_t kPlaceName[] = L"WindowPlace";
+constexpr wchar_t kRulesName[] = L"Rules";
+constexpr char16_t kStandardWord[] = u"standard";
 
 std::wstring FileName(size_t index) {
   return L"File" + std::to_wstring(index + 1);
@@ -61,6 +63,14 @@ std::optional<SWindowPlace> CProfile::LoadPlace() const {
 
 void CProfile::SavePlace(const SWindowPlace& place) const {
   WriteText(m_key + kSettings, kPlaceName, FormatWindowPlace(place));
+}
+
+ERules CProfile::LoadRules() const {
+  return ReadText(m_key + kSettings, kRulesName) == kStandardWord ? ERules::Standard : kDefaultRules;
+}
+
+void CProfile::SaveRules(ERules rules) const {
+  WriteText(m_key + kSettings, kRulesName, rules == ERules::Standard ? kStandardWord : u"exact");
 }
 
 }  // namespace tolvane

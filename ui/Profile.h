@@ -8,6 +8,7 @@
 
 #include "app/RecentFiles.h"
 #include "app/WindowPlace.h"
+#include "model/RecoveryRules.h"
 
 namespace tolvane {
 
@@ -22,6 +23,9 @@ class CProfile : public CRecentFileStore {
 
   [[nodiscard]] std::optional<SWindowPlace> LoadPlace() const;
   void SavePlace(const SWindowPlace& place) const;
+  // Of the next repair.
+  [[nodiscard]] ERules LoadRules() const;
+  void SaveRules(ERules rules) const;
 
  private:
   std::wstring m_key;

@@ -19,9 +19,17 @@ void CRecordCopy::Begin(HWND list, const CRecordStore& records, size_t columns, 
   m_generation = records.GetGeneration();
   m_columns = columns;
   m_row = -1;
+  const LRESULT rows = SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
+  m_allRows = SendMessageW(list, LVM_GETSELECTEDCOUNT, 0, 0) == rows ? rows : 0;
   m_rows = 0;
   m_text = std::move(headings);
   m_state = EState::Copying;
+}
+
+// To ask the list for each of many rows takes longer than to copy it.
+LRESULT CRecordCopy::NextRow() const {
+  if (m_allRows > 0) return m_row + 1 < m_allRows ? m_row + 1 : -1;
+  return SendMessageW(m_list, LVM_GETNEXTITEM, static_cast<WPARAM>(m_row), LVNI_SELECTED);
 }
 
 CRecordCopy::EState CRecordCopy::Continue(ULONGLONG end) {
@@ -29,7 +37,7 @@ CRecordCopy::EState CRecordCopy::Continue(ULONGLONG end) {
   if (m_generation != m_records->GetGeneration()) return m_state = EState::Idle;
   do {
     if (m_text.size() > kMostUnits) return m_state = EState::PartDone;
-    m_row = SendMessageW(m_list, LVM_GETNEXTITEM, static_cast<WPARAM>(m_row), LVNI_SELECTED);
+    m_row = NextRow();
     if (m_row < 0) return m_state = EState::Done;
     m_records->AppendLine(static_cast<size_t>(m_row), m_columns, m_text);
     m_text += u"\r\n";

@@ -23,11 +23,14 @@ class CRecordCopy {
   [[nodiscard]] const std::u16string& GetText() const { return m_text; }
 
  private:
+  [[nodiscard]] LRESULT NextRow() const;
+
   HWND m_list = nullptr;
   const CRecordStore* m_records = nullptr;
   uint32_t m_generation = 0;
   size_t m_columns = 0;
   LRESULT m_row = -1;
+  LRESULT m_allRows = 0;  // where every row is selected
   size_t m_rows = 0;
   std::u16string m_text;
   EState m_state = EState::Idle;

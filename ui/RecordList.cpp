@@ -200,6 +200,7 @@ void CRecordList::BeginCopy(CRecordCopy& copy, bool hasHeadings) const {
 }
 
 void CRecordList::SelectAll() const {
+  const CPauseDrawing pause(*this);
   LVITEMW state{};
   state.stateMask = state.state = LVIS_SELECTED;
   Send(LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&state));

@@ -19,7 +19,7 @@ PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a meas
 WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH, WM_CLOSE, WM_KEYDOWN, WM_COMMAND = 0x0C, 0x0D, 0x0E, 0x10, 0x100, 0x111
 WM_DROPFILES, WM_DPICHANGED, PBM_GETPOS = 0x233, 0x2E0, 0x408
 BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL, CBN_SELCHANGE = 0xF5, 0x18B, 0x146, 0x147, 0x14E, 1
-TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT = 0x110A, 0x110B, 0x1004
+TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT, LVM_GETSELECTEDCOUNT = 0x110A, 0x110B, 0x1004, 0x1032
 TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
 VK_TAB, VK_RETURN, VK_CONTROL, VK_MENU, VK_ESCAPE, KEYEVENTF_KEYUP = 0x09, 0x0D, 0x11, 0x12, 0x1B, 2
 VK_END, VK_HOME, VK_LEFT, VK_UP, VK_RIGHT, VK_DOWN, VK_F5 = 0x23, 0x24, 0x25, 0x26, 0x27, 0x28, 0x74
@@ -27,7 +27,9 @@ CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 2
 OK, CANCEL, YES, NO = 1, 2, 6, 7
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
 MEM_COMMIT, PAGE_READWRITE = 0x1000, 4
-HKEY_CURRENT_USER, REG_DWORD, WM_SETTINGCHANGE, WM_LBUTTONDOWN = -0x7FFFFFFF, 4, 0x1A, 0x201
+GWL_STYLE, WS_TABSTOP, OBJID_CLIENT, VT_I4 = -16, 0x10000, 0xFFFFFFFC, 3
+IID_IACCESSIBLE = bytes.fromhex('e03687613d3ccf11810c00aa00389b71')
+HKEY_CURRENT_USER, REG_SZ, REG_DWORD, WM_SETTINGCHANGE, WM_LBUTTONDOWN = -0x7FFFFFFF, 1, 4, 0x1A, 0x201
 MENUS = ['&File', '&Edit', 'Repa&ir', '&Help']
 NOWHERE = 0x10  # below the first page that any program has
 PROGRAM = 'Tolvane for Access'
@@ -151,6 +153,11 @@ class Session:
         key = 'Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize'
         self.call('RegSetKeyValueW', HKEY_CURRENT_USER, key, 'AppsUseLightTheme', REG_DWORD, struct.pack('<I', not is_dark), 4)
 
+    def choose_rules(self, rules):
+        """As the program remembers them."""
+        key = 'Software\\Local AppWizard-Generated Applications\\TolvaneForAccess\\Settings'
+        self.call('RegSetKeyValueW', HKEY_CURRENT_USER, key, 'Rules', REG_SZ, rules, 2 * len(rules) + 2)
+
     def clipboard(self):
         if not self.call('OpenClipboard', 0)[0]:
             raise Failed('the clipboard is in use')
@@ -212,6 +219,27 @@ class Window:
 
     def is_enabled(self):
         return self.session.call('IsWindowEnabled', self.handle)[0] != 0
+
+    def kind(self):
+        length, memory = self.session.call('GetClassNameW', self.handle, bytes(160), 80)
+        return memory[:2 * length].decode('utf-16le')
+
+    def style(self):
+        return self.session.call('GetWindowLongPtrW', self.handle, GWL_STYLE)[0]
+
+    def accessible(self):
+        """Name, role and value as the system tells them to readers of screens."""
+        found, *memory = self.session.call('AccessibleObjectFromWindow', self.handle, OBJID_CLIENT, IID_IACCESSIBLE, bytes(8))
+        expect(found, 0, 'whether a reader of screens finds the control')
+        accessible, itself = struct.unpack('<Q', memory[-1])[0], struct.pack('<HHHHQQ', VT_I4, 0, 0, 0, 0, 0)
+        def text(method):
+            address = struct.unpack('<Q', self.session.call(method, accessible, itself, bytes(8))[-1])[0]
+            return self.session.string(address) if address else ''
+
+        name, value = text('method:10'), text('method:11')
+        role = self.session.call('method:13', accessible, itself, bytes(24))[-1]
+        self.session.call('method:2', accessible)
+        return name, struct.unpack('<8xI12x', role)[0], value
 
     def press(self, identifier):
         self.post(WM_COMMAND, identifier)
