@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <set>
 #include <thread>
 #include <utility>
@@ -210,6 +211,7 @@ SCallEnd CStandInObject::OpenDatabase(std::u16string_view name, const Automation
     if (m_world->refusesJet3 && NumberOf(arguments[2]) == kJet3) return Fail(3001, u"Invalid argument.");
     if (database) return Fail(3204, u"Database already exists.");
     database = std::make_shared<CStandInObject>(m_world, u"Database", nullptr);
+    std::ofstream(ToNativePath(TextOf(arguments[0]))) << "made by the stand-in\n";
   }
   if (!database) return Fail(3024, u"Could not find file.");
   answer = AutomationObject(database);

@@ -5,7 +5,8 @@ stories on real databases, judged by what the windows say, by the saved files as
 
     python3 tests/ui/run_stories.py [--program build/windows-x64/ui/TolvaneForAccess.exe]
         [--drive build/windows-x64/tests/ui/drive.exe] [--tolvane build/release/tolvane]
-        [--make-sample build/release/samples/make_sample] [--only TEXT]
+        [--make-sample build/release/samples/make_sample] [--standin build/windows-x64/tests/automation/standin_engine.dll]
+        [--only TEXT]
 
 Prints one line a story and keeps a picture of every page, on several screens, in build/ui-stories/screenshots. Ends with
 77 where Wine, a virtual screen or the readers are missing.
@@ -689,6 +690,47 @@ def settings(desk):
     program.close()
 
 
+def installed_engine(desk):
+    """Chosen where there is one, with the reason where not: the stand-in of tests/automation writes the database."""
+    classes = '[%sHKEY_CLASSES_ROOT\\DAO.DBEngine.120%s]\n'
+    server = '[HKEY_CLASSES_ROOT\\CLSID\\{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E911}%s]\n%s\n'
+
+    def register(text):
+        desk.session.run(window.WINE, 'regedit', '/S', windows_path(desk.write('engine.reg', ('REGEDIT4\n\n' + text).encode())))
+
+    def look(choice):
+        desk.program.command('ID_SETTINGS')
+        dialog = desk.program.wait_for_dialog('Settings')
+        engine = dialog.item(ID['IDC_SETTINGS_ENGINE'])
+        seen = engine.send(window.CB_GETCOUNT), dialog.item(ID['IDC_SETTINGS_ENGINE_NOTE']).text()
+        engine.send(window.CB_SETCURSEL, choice)
+        desk.shoot('settings-engine-%d' % seen[0], dialog)
+        desk.program.close_box(dialog, OK)
+        return seen
+
+    calls = desk.folder / 'calls.txt'
+    desk.session.call('SetEnvironmentVariableW', 'TOLVANE_STANDIN_CALLS', windows_path(calls))
+    desk.start()
+    expect(look(0), (1, 'No DAO engine is installed.'), 'without an engine')
+    path = windows_path(desk.options.standin.resolve()).replace('\\', '\\\\')
+    register(classes % ('', '\\CLSID') + '@="{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E911}"\n\n' + server % ('', '') +
+             server % ('\\InprocServer32', '@="%s"\n"ThreadingModel"="Apartment"\n' % path))
+    try:
+        expect(look(1), (2, 'It writes the repaired database.'), 'with an engine')
+        program, output = desk.program, desk.folder / 'by-engine.mdb'
+        desk.choose(desk.damaged)
+        program.command('ID_NEXT', page='review')
+        desk.save(output)
+        expect_text(program.text('IDC_SUMMARY'), '6 tables, ', 'summary of the save')
+        made = calls.read_text(encoding='utf-8').splitlines()
+        saved = made[next(i for i, line in enumerate(made) if line.startswith('Engine.CreateDatabase')):]
+        expect((sum(line.startswith('Database.TableDefs.Append') for line in saved), saved[-1]), (6, 'Database.Close()'), 'calls')
+        expect(output.read_bytes().startswith(b'made by the stand-in'), True, 'the output')
+        program.close()
+    finally:
+        register(classes % ('-', ''))
+
+
 def start_dialog(desk):
     """The other way to begin: a dialog that asks for the file."""
     program = desk.start()
@@ -793,7 +835,7 @@ def crash_note(desk):
 
 
 STORIES = [standard_repair, preview, copy_many_rows, template_repair, overwrite, stop_save, wrong_files, leave_review, encrypted, exports, objects, page_map, colours, readers_of_screens, keyboard,
-           settings, start_dialog, recent_files, window_place, crash_note]
+           settings, installed_engine, start_dialog, recent_files, window_place, crash_note]
 DESKTOP, FINE = Display('96', 96, (2100, 1560)), Display('192', 192, (2100, 1560))
 # 800x600 and 1280x720 at 150 %, with a taskbar.
 SMALL = [Display('small-96', 96, (800, 560)), Display('small-144', 144, (1280, 648))]
@@ -824,7 +866,8 @@ def run(description, stories):
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
     for option, place in (('--program', 'build/windows-x64/ui/TolvaneForAccess.exe'),
                           ('--drive', 'build/windows-x64/tests/ui/drive.exe'), ('--tolvane', 'build/release/tolvane'),
-                          ('--make-sample', 'build/release/samples/make_sample'), ('--build', 'build/ui-stories')):
+                          ('--make-sample', 'build/release/samples/make_sample'), ('--build', 'build/ui-stories'),
+                          ('--standin', 'build/windows-x64/tests/automation/standin_engine.dll')):
         parser.add_argument(option, type=pathlib.Path, default=ROOT / place, help='default: ' + place)
     parser.add_argument('--corpus', default=os.environ.get('TOLVANE_CORPUS') or ROOT.parent / 'shared' / 'corpus',
                         help='folder of real databases (default: TOLVANE_CORPUS, else ../shared/corpus)')
