@@ -33,8 +33,10 @@ constexpr std::array<SMagic, 8> kMagics{{
     {"SQLite format 3", u"The file is an SQLite database, not one of Access."},
 }};
 
-// The header of a database, "\0\1\0\0Standard Jet DB" and the like, as base64 spells it.
-constexpr std::array<std::string_view, 2> kEncodedHeaders{"AAEAAFN0YW5kYXJk", "AAEAAE1TSVNBTS"};
+// What a mail says of its attachment, and the header of a database, "\0\1\0\0Standard Jet DB" and the like,
+// as base64 spells it.
+constexpr std::array<std::string_view, 3> kMailSigns{"Content-Transfer-Encoding: base64", "AAEAAFN0YW5kYXJk",
+                                                     "AAEAAE1TSVNBTS"};
 
 // A lock file has no page, but a list of who has the database open:
 //
@@ -58,9 +60,8 @@ bool IsLockFile(std::string_view head, uint64_t length) {
 }
 
 bool IsMailPart(std::string_view head) {
-  return std::any_of(kEncodedHeaders.begin(), kEncodedHeaders.end(), [head](std::string_view encoded) {
-    return head.find(encoded) != std::string_view::npos;
-  });
+  return std::any_of(kMailSigns.begin(), kMailSigns.end(),
+                     [head](std::string_view sign) { return head.find(sign) != std::string_view::npos; });
 }
 
 bool HasOwnHeader(const CSource& source) {
