@@ -150,6 +150,7 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   ApplyFonts();
   Send(WM_SETREDRAW, TRUE);
   Arrange();
+  m_output.ShowEnd();  // a line without a width had shown none of its text
   m_isPageNew = m_isPageNew || isNewPage;
   if (page != EPageState::Repairing && page != EPageState::Saving) return;
   if (isNewPage) SetStatusLine({});

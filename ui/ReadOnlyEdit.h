@@ -14,6 +14,9 @@ class CReadOnlyEdit : public CWnd {
   void Attach(HWND control) { Subclass(control); }
   // The end of a long path is its file's name.
   void ShowEnd() const {
+    // From the beginning: what was scrolled while the line had no width stays out of sight.
+    Send(EM_SETSEL, 0, 0);
+    Send(EM_SCROLLCARET);
     Send(EM_SETSEL, 0x7FFFFFFF, 0x7FFFFFFF);
     Send(EM_SCROLLCARET);
   }

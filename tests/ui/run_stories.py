@@ -63,7 +63,9 @@ class Desk:
         self.healthy_path, self.damaged = self.folder / 'healthy.mdb', self.folder / 'damaged.mdb'
         subprocess.run([options.make_sample, self.healthy_path, self.damaged], check=True, stdout=subprocess.DEVNULL)
         self.healthy = pages.Pages(self.healthy_path)
-        self.session = Session(self.folder, options.build / 'wine', options.drive, display)
+        # Colours stay with a Wine: other ones have a Wine of their own.
+        prefix = options.build / ('wine-' + display.name if display.colours else 'wine')
+        self.session = Session(self.folder, prefix, options.drive, display)
 
     def write(self, name, content):
         (self.folder / name).write_bytes(content)

@@ -95,7 +95,8 @@ class Session:
                 '"FontSmoothingType"=dword:00000002\n\n'
                 '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
 
-    THEME = '\n[HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]\n"ThemeActive"="%d"\n\n'
+    COLOURS = ('\n[HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]\n"ThemeActive"="0"\n\n'
+               '[HKEY_CURRENT_USER\\Control Panel\\Colors]\n')
 
     def __init__(self, folder, prefix, drive, display):
         self.display = display
@@ -118,10 +119,9 @@ class Session:
                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding='ascii')
 
     def colours(self):
-        """Those of the display in place of a theme's, or again the theme's."""
+        """Those of the display, in place of a theme's."""
         names = ''.join('"%s"="%s"\n' % colour for colour in self.display.colours)
-        return self.THEME % (0 if names else 1) + ('[HKEY_CURRENT_USER\\Control Panel\\Colors]\n' + names if names else
-                                                   '[-HKEY_CURRENT_USER\\Control Panel\\Colors]\n')
+        return names and self.COLOURS + names
 
     def run(self, *command, check=False):
         """With time to make a new prefix, too."""
