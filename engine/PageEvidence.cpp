@@ -282,6 +282,9 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
     previousEnd = heads[runs[i].last].place + layout.pageSize;
     previousNumber = numbers[i] + (previousEnd - place) / layout.pageSize;
   }
+  if (evidence.stretches.size() == 1 && evidence.stretches.front().page == 0)
+    for (const SPageShift& shift : FindPageShifts(file, layout, start, range.end, job))
+      AddShift(evidence, shift, start, range.end);
   return evidence;
 }
 

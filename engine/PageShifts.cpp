@@ -3,40 +3,116 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <map>
+#include <limits>
 #include <set>
 #include <span>
 
+#include "format/IndexPage.h"
 #include "format/PageHead.h"
 #include "format/PageSlots.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 
 namespace {
 
-// Pages lost or put in together, either way.
-constexpr int64_t kMostPages = 64;
-constexpr size_t kShifts = 2 * kMostPages + 1;
-// Pages looked at to tell whether to look at all.
-constexpr uint64_t kPagesForSuspicion = 256;
-// A definition counts for as many pages as belong to it, up to two; a change of the shift costs as much as
-// one page, and more the further it leads.
-constexpr int32_t kMostWeight = 2;
-constexpr int32_t kEach = 4 * kMostPages;
-constexpr int32_t kChange = kEach;
-// More definitions than a database has.
-constexpr size_t kMostDefinitions = 1U << 16;
+using Page = std::span<const uint8_t>;
 
-bool HasDefinition(CPageReader& file, uint64_t place) {
-  std::array<uint8_t, 2> head{};
-  return file.ReadFile(place, head) == head.size() && head[0] == kPageDefinition && head[1] == kPageFormatted;
+// Pages lost or put in together, either way; fewer in the largest files, so that what is kept of the ways to
+// each page stays within so many bytes.
+constexpr size_t kMostPages = 64;
+constexpr size_t kMostSteps = size_t{1} << 25;
+// Pages looked at to tell whether to look at all.
+constexpr size_t kPagesForSuspicion = 256;
+// Sound files have pages that were freed and name what is no more there, one in so many at most.
+constexpr size_t kSuspectOf = 32;
+
+// What a page that is, or is not, what others take it for counts, and a definition three times so much where
+// several do, because owners of single pages may be wrong; what it costs that pages were lost or put in, more
+// the more there are. A blank page is the likelier to be put in.
+constexpr int32_t kMatch = 64, kMismatch = 32, kOpen = 160, kEach = 1, kBlank = 1;
+// One alone may be by chance.
+constexpr uint32_t kLeastVotes = 2;
+constexpr int32_t kNever = std::numeric_limits<int32_t>::min() / 2;
+
+// Type of an object, behind its number and its parent's, in a row of the catalogue.
+constexpr size_t kCatalogueType = 8;
+
+enum class EKind : uint8_t { Unknown, Blank, Definition, Rows, Index, Maps };
+
+// What a page is, or what others take it for.
+struct SIdentity {
+  EKind kind = EKind::Unknown;
+  uint32_t owner = 0;  // of rows and indexes
+  bool operator==(const SIdentity&) const = default;
+};
+
+SIdentity IdentityOf(Page page, const SLayout& layout) {
+  if (IsBlankPage(page)) return {EKind::Blank};
+  if (IsPageOf(page, kPageDefinition)) return {EKind::Definition};
+  if (!IsSoundPage(page, layout)) return {};
+  const uint32_t owner = OwnerOf(page);
+  if (page[0] == kPageIndexNode || page[0] == kPageIndexLeaf) return {EKind::Index, owner};
+  if (owner == kOwnerMaps) return {EKind::Maps};
+  return owner == kOwnerLongValues || owner == kOwnerGlobalMaps ? SIdentity{} : SIdentity{EKind::Rows, owner};
 }
 
-// The definition that a page of rows or of an index belongs to; 0: none.
-uint32_t OwningDefinition(std::span<const uint8_t> page, const SLayout& layout) {
-  if (page[0] == kPageDefinition || !IsSoundPage(page, layout)) return 0;
-  const uint32_t owner = OwnerOf(page);
-  return owner == kOwnerLongValues || owner == kOwnerMaps || owner == kGlobalMapPage ? 0 : owner;
+// Hands over the numbers that the page, whose identity is given, has for other pages, with what these are.
+template <class F>
+void ForEachReference(Page page, const SIdentity& is, const SLayout& layout, const F& take) {
+  const auto takeWord = [&](size_t at, SIdentity other) {
+    if (const uint32_t number = GetLittle<uint32_t>(page, at); number != 0) take(number, other);
+  };
+  if (is.kind == EKind::Definition) {
+    const auto map = SRowPointer::FromWord(GetLittle<uint32_t>(page, layout.definition.ownedMap));
+    if (IsFirstOfDefinition(page, layout) && map.page > kGlobalMapPage)
+      take(map.page, SIdentity{EKind::Maps});
+  }
+  if (is.kind == EKind::Rows || is.kind == EKind::Index) take(is.owner, SIdentity{EKind::Definition});
+  if (is.kind == EKind::Index) {
+    takeWord(layout.index.previous, is);
+    takeWord(layout.index.next, is);
+    takeWord(layout.index.tail, is);
+    uint32_t before = 0;
+    if (page[0] == kPageIndexLeaf)
+      ForEachIndexEntry(page, layout.index, [&](SRowPointer row) {
+        if (row.page != before) take(row.page, SIdentity{EKind::Rows, is.owner});
+        before = row.page;
+      });
+  }
+  if (is == SIdentity{EKind::Rows, kObjectsPage} && AreSlotsSound(page, layout))
+    ForEachLiveSlot(page, layout, [&](uint32_t slot, uint16_t word) {
+      const auto row = FindRow(page, layout, slot, kSlotStart);
+      const size_t type = layout.row.countSize + kCatalogueType;
+      if ((word & kSlotPointer) == 0 && row && row->size() >= type + sizeof(uint16_t) &&
+          GetLittle<uint16_t>(*row, type) == kObjectTable)
+        take(GetLittle<uint32_t>(*row, layout.row.countSize), SIdentity{EKind::Definition});
+    });
+}
+
+// What others take the page of a number for: of two opinions the ones that most have.
+struct SOpinion {
+  SIdentity is;
+  uint32_t votes = 0;
+  uint32_t firstPlace = 0, lastPlace = 0;  // of those who have it
+};
+using Opinions = std::array<SOpinion, 2>;
+
+void AddVote(Opinions& opinions, const SIdentity& is, uint32_t place) {
+  for (SOpinion& opinion : opinions) {
+    if (opinion.votes != 0 && opinion.is != is) continue;
+    if (opinion.votes == 0) opinion = {is, 0, place, place};
+    opinion.votes++;
+    opinion.lastPlace = place;
+    return;
+  }
+  opinions.back().votes--;
+}
+
+const SOpinion* FindOpinion(const Opinions& opinions, const SIdentity& is) {
+  for (const SOpinion& opinion : opinions)
+    if (opinion.votes != 0 && opinion.is == is) return &opinion;
+  return nullptr;
 }
 
 class CShiftFinder {
@@ -45,149 +121,220 @@ class CShiftFinder {
       : m_file(file),
         m_layout(layout),
         m_start(start),
-        m_count((end - start) / layout.pageSize),
+        m_count(static_cast<size_t>((end - start) / layout.pageSize)),
+        m_most(std::clamp(kMostSteps / (2 * m_count + 1), size_t{1}, kMostPages)),
         m_job(job),
-        m_page(layout.pageSize) {}
+        m_page(layout.pageSize),
+        m_other(layout.pageSize) {}
 
+  // Whether some of the pages looked at take others for what these are not.
   [[nodiscard]] bool IsSuspect() {
-    std::set<uint32_t> owners;
-    for (uint64_t place = 1; place < m_count; place += m_count / kPagesForSuspicion + 1)
-      if (Read(place))
-        if (const uint32_t owner = OwningDefinition(m_page, m_layout)) owners.insert(owner);
-    const auto isWrong = [this](uint32_t owner) {
-      return owner >= m_count || !HasDefinition(m_file, m_start + owner * uint64_t{m_layout.pageSize});
-    };
-    return std::any_of(owners.begin(), owners.end(), isWrong);
+    std::set<uint32_t> asked;
+    size_t wrong = 0;
+    for (size_t place = 1; place < m_count; place += m_count / kPagesForSuspicion + 1) {
+      if (!Read(place, m_page)) continue;
+      bool isLost = false;
+      size_t left = 2;  // a page of rows has one, and leaves are much alike
+      ForEachReference(m_page, IdentityOf(m_page, m_layout), m_layout, [&](uint32_t number, SIdentity is) {
+        if (left == 0 || !asked.insert(number).second) return;
+        left--;
+        if (Read(number, m_other) && IdentityOf(m_other, m_layout) == is) return;
+        wrong++;
+        isLost = isLost || is.kind == EKind::Definition;
+      });
+      if (isLost) return true;
+    }
+    return wrong * kSuspectOf > asked.size();
   }
 
   std::vector<SPageShift> Find() {
-    for (uint64_t place = 1; place < m_count && m_definitions.size() < kMostDefinitions; place++) {
+    m_pages.resize(m_count);
+    m_opinions.resize(m_count + 2 * m_most);
+    for (size_t place = 1; place < m_count; place++) {
       if (m_job != nullptr && !m_job->IsRunning()) return {};
-      if (!Read(place)) continue;
-      if (m_page[0] == kPageDefinition && IsSoundPage(m_page, m_layout))
-        m_definitions.push_back(place);
-      else if (const uint32_t owner = OwningDefinition(m_page, m_layout)) {
-        m_owners[owner] = std::min(m_owners[owner] + 1, kMostWeight);
-        if (owner == kObjectsPage) NoteCatalogue(place);
-      }
+      if (!Read(place, m_page)) continue;
+      m_pages[place] = IdentityOf(m_page, m_layout);
+      if (m_firstCatalogue == 0 && m_pages[place] == SIdentity{EKind::Rows, kObjectsPage})
+        m_firstCatalogue = place;
+      ForEachReference(m_page, m_pages[place], m_layout, [&](uint32_t number, const SIdentity& is) {
+        if (number < m_opinions.size()) AddVote(m_opinions[number], is, static_cast<uint32_t>(place));
+      });
     }
-    const std::vector<size_t> shifts = BestShifts();
-    return IsOfThisDatabase(shifts) ? Follow(shifts) : std::vector<SPageShift>{};
+    return Choose(BestWay());
   }
 
  private:
-  bool Read(uint64_t place) {
-    return m_file.ReadFile(m_start + place * m_layout.pageSize, m_page) == m_page.size();
+  bool Read(uint64_t place, std::span<uint8_t> page) {
+    return place < m_count && m_file.ReadFile(m_start + place * m_layout.pageSize, page) == page.size();
   }
 
-  using Scores = std::array<int32_t, kShifts>;
+  // A shift by its place among all: m_most stands for none.
+  [[nodiscard]] int64_t NumberOf(size_t place, size_t shift) const {
+    return static_cast<int64_t>(place + shift) - static_cast<int64_t>(m_most);
+  }
 
-  static int32_t Distance(size_t a, size_t b) { return static_cast<int32_t>(a > b ? a - b : b - a); }
-  // Of the shifts up to each one the best. Where two are equally good the pages are the nearer to their
-  // places.
-  static std::array<uint8_t, kShifts> BestUpTo(const Scores& scores) {
-    std::array<uint8_t, kShifts> bests{};
-    size_t best = 0;
-    for (size_t shift = 0; shift < kShifts; shift++) {
-      const bool isNearer = Distance(shift, kMostPages) < Distance(best, kMostPages);
-      if (scores[shift] > scores[best] || (scores[shift] == scores[best] && isNearer)) best = shift;
-      bests[shift] = static_cast<uint8_t>(best);
+  [[nodiscard]] const SOpinion* SupportOf(size_t place, size_t shift) const {
+    const int64_t number = NumberOf(place, shift);
+    return number < 0 ? nullptr : FindOpinion(m_opinions[static_cast<size_t>(number)], m_pages[place]);
+  }
+
+  [[nodiscard]] int32_t ScoreOf(size_t place, size_t shift) const {
+    const int64_t number = NumberOf(place, shift);
+    if (number <= 0) return kNever;
+    const SIdentity& is = m_pages[place];
+    if (is.kind == EKind::Blank) return -kBlank;
+    if (is.kind == EKind::Unknown) return 0;
+    const Opinions& opinions = m_opinions[static_cast<size_t>(number)];
+    if (const SOpinion* const opinion = FindOpinion(opinions, is))
+      return is.kind == EKind::Definition && opinion->votes > 1 ? 3 * kMatch : kMatch;
+    return opinions[0].votes + opinions[1].votes == 0 ? 0 : -kMismatch;
+  }
+
+  // How the best way to a page with a shift came there: by the page before with the same shift, over pages
+  // that were put in (each lowers the shift by one), or with pages lost in front (each raises it).
+  enum EStep : uint8_t { kFromPage = 0, kFromPutIn = 1, kFromLost = 2, kPutInGoesOn = 4, kLostGoesOn = 8 };
+  static constexpr uint8_t kFromMask = 3;
+  static constexpr size_t kNoShift = ~size_t{0};  // the page was put in
+
+  struct SScores {
+    std::vector<int32_t> taken, putIn, lost;
+  };
+
+  // By place: the shift, or that it was put in, on the way of the highest score through all pages.
+  [[nodiscard]] std::vector<size_t> BestWay() const {
+    const size_t shifts = 2 * m_most + 1;
+    SScores before{std::vector<int32_t>(shifts, kNever), std::vector<int32_t>(shifts, kNever),
+                   std::vector<int32_t>(shifts, kNever)};
+    SScores after = before;
+    before.taken[m_most] = 0;
+    std::vector<uint8_t> steps(m_count * shifts);
+    for (size_t place = 1; place < m_count; place++) {
+      Step(place, before, after, std::span(steps).subspan(place * shifts, shifts));
+      std::swap(before, after);
     }
-    return bests;
+    return Follow(before, steps);
   }
 
-  // By definition: the shift with which, of all ways to change it, most definitions have pages, and the
-  // fewest pages were lost or put in. Numbers rise from one definition to the next.
-  [[nodiscard]] std::vector<size_t> BestShifts() const {
-    Scores scores{};
-    for (size_t shift = 0; shift < kShifts; shift++)
-      scores[shift] = shift == kMostPages ? 0 : -kChange - Distance(shift, kMostPages);
-    std::vector<std::array<uint8_t, kShifts>> from(m_definitions.size());
-    for (size_t i = 0; i < m_definitions.size(); i++) {
-      const auto bests = BestUpTo(scores);
-      const Scores before = scores;
-      const size_t gap = static_cast<size_t>(m_definitions[i] - (i > 0 ? m_definitions[i - 1] : 0));
-      for (size_t shift = 0; shift < kShifts; shift++) {
-        const size_t best = bests[std::min(shift + gap - 1, kShifts - 1)];
-        const int32_t changed = before[best] - kChange - Distance(shift, best);
-        const bool isChange = changed > scores[shift];
-        from[i][shift] = static_cast<uint8_t>(isChange ? best : shift);
-        if (isChange) scores[shift] = changed;
-        const int64_t number = NumberOf(m_definitions[i], shift);
-        const auto owned = m_owners.find(static_cast<uint32_t>(std::max<int64_t>(number, 0)));
-        if (owned != m_owners.end()) scores[shift] += owned->second * kEach;
+  void Step(size_t place, const SScores& before, SScores& after, std::span<uint8_t> steps) const {
+    const size_t shifts = steps.size();
+    for (size_t shift = 0; shift < shifts; shift++) {
+      uint8_t& step = steps[shift];
+      step = kFromPage;
+      after.lost[shift] = kNever;
+      if (shift > 0) {
+        const int32_t opened = before.taken[shift - 1] - kOpen - kEach;
+        const int32_t goesOn = after.lost[shift - 1] - kEach;
+        after.lost[shift] = std::max({opened, goesOn, kNever});
+        if (goesOn > opened) step |= kLostGoesOn;
       }
-    }
-    std::vector<size_t> shifts(m_definitions.size());
-    size_t shift = BestUpTo(scores).back();
-    for (size_t i = shifts.size(); i-- > 0; shift = from[i][shift]) shifts[i] = shift;
-    return shifts;
-  }
-
-  // Foreign pages between or behind those of the database name owners that are no definitions, too. Where
-  // pages are missing or put in, no owner that has its definition loses it, and the catalogue in front of
-  // them names half of the definitions behind them, or more.
-  [[nodiscard]] bool IsOfThisDatabase(const std::vector<size_t>& shifts) const {
-    std::set<uint64_t> numbers;
-    uint64_t first = m_count;
-    size_t found = 0, named = 0;
-    for (size_t i = 0; i < shifts.size(); i++) {
-      const auto number = static_cast<uint64_t>(NumberOf(m_definitions[i], shifts[i]));
-      numbers.insert(number);
-      if (shifts[i] == kMostPages) continue;
-      first = std::min(first, m_definitions[i]);
-      if (m_owners.count(static_cast<uint32_t>(number)) == 0) continue;
-      found++;
-      const auto entry = m_catalogued.find(static_cast<uint32_t>(number));
-      if (entry != m_catalogued.end() && entry->second < first) named++;
-    }
-    return named * 2 >= found && std::all_of(m_definitions.begin(), m_definitions.end(), [&](uint64_t place) {
-             return m_owners.count(static_cast<uint32_t>(place)) == 0 || numbers.count(place) != 0;
-           });
-  }
-
-  // The rows of the catalogue begin with the number of their object's page.
-  void NoteCatalogue(uint64_t place) {
-    if (m_page[0] != kPageData || !AreSlotsSound(m_page, m_layout)) return;
-    const uint32_t count = GetLittle<uint16_t>(m_page, m_layout.data.slotCount);
-    for (uint32_t slot = 0; slot < count; slot++) {
-      const auto row = FindRow(m_page, m_layout, slot, kSlotStart);
-      if (row && row->size() >= m_layout.row.countSize + sizeof(uint32_t))
-        m_catalogued.try_emplace(GetLittle<uint32_t>(*row, m_layout.row.countSize), place);
+      after.putIn[shift] = kNever;
+      if (shift + 1 < shifts) {
+        const int32_t opened = before.taken[shift + 1] - kOpen - kEach;
+        const int32_t goesOn = before.putIn[shift + 1] - kEach;
+        after.putIn[shift] = std::max({opened, goesOn, kNever});
+        if (goesOn > opened) step |= kPutInGoesOn;
+      }
+      int32_t best = before.taken[shift];
+      if (before.putIn[shift] > best) {
+        best = before.putIn[shift];
+        step |= kFromPutIn;
+      }
+      // Pages were lost as late as can be: in front of the first page that tells.
+      if (after.lost[shift] >= best && after.lost[shift] > kNever) {
+        best = after.lost[shift];
+        step = static_cast<uint8_t>((step & ~kFromMask) | kFromLost);
+      }
+      after.taken[shift] = std::max(best + ScoreOf(place, shift), kNever);
     }
   }
 
-  [[nodiscard]] std::vector<SPageShift> Follow(const std::vector<size_t>& shifts) const {
+  [[nodiscard]] std::vector<size_t> Follow(const SScores& last, const std::vector<uint8_t>& steps) const {
+    const size_t shifts = 2 * m_most + 1;
+    std::vector<size_t> way(m_count, m_most);
+    const auto bestTaken = std::max_element(last.taken.begin(), last.taken.end());
+    auto shift = static_cast<size_t>(bestTaken - last.taken.begin());
+    // Nothing is better than the places.
+    if (last.taken[m_most] == *bestTaken) shift = m_most;
+    bool isTaken = true;
+    for (size_t place = m_count; place-- > 1;) {
+      const auto stepOf = [&](size_t at) { return steps[place * shifts + at]; };
+      if (!isTaken) {
+        way[place] = kNoShift;
+        isTaken = (stepOf(shift) & kPutInGoesOn) == 0;
+        shift++;
+        continue;
+      }
+      way[place] = shift;
+      const uint8_t step = stepOf(shift);
+      if ((step & kFromMask) == kFromPutIn) isTaken = false;
+      if ((step & kFromMask) != kFromLost) continue;
+      while ((stepOf(shift) & kLostGoesOn) != 0) shift--;
+      shift--;
+    }
+    return way;
+  }
+
+  struct SRun {
+    size_t first = 0, last = 0, shift = 0;  // places
+  };
+
+  // Foreign pages between or behind those of the database agree with each other, too. Those that are its own
+  // are taken for what they are from elsewhere, too, or they hold its catalogue.
+  [[nodiscard]] std::vector<SPageShift> Choose(const std::vector<size_t>& way) const {
+    std::vector<SRun> runs;
+    for (size_t place = 1; place < way.size(); place++) {
+      if (way[place] == kNoShift) continue;
+      if (runs.empty() || runs.back().shift != way[place]) runs.push_back({place, place, way[place]});
+      runs.back().last = place;
+    }
     std::vector<SPageShift> changes;
-    size_t before = kMostPages;
-    for (size_t i = 0; i < shifts.size(); i++) {
-      if (shifts[i] != before)
-        changes.push_back({.place = m_definitions[i], .shift = static_cast<int64_t>(shifts[i]) - kMostPages});
-      before = shifts[i];
+    size_t shift = m_most, next = 1;
+    for (const SRun& run : runs) {
+      const bool isOwn = run.shift == shift || IsOwn(run, {next, run.first - 1, shift});
+      if (isOwn && run.shift != shift)
+        changes.push_back({.place = run.first, .shift = NumberOf(0, run.shift)});
+      if (!isOwn) continue;
+      shift = run.shift;
+      next = run.last + 1;
     }
     return changes;
   }
 
-  [[nodiscard]] static int64_t NumberOf(uint64_t place, size_t shift) {
-    return static_cast<int64_t>(place) + static_cast<int64_t>(shift) - kMostPages;
+  // `putIn`: the pages in front of the run that its shift leaves out; they are none of the database's.
+  [[nodiscard]] bool IsOwn(const SRun& run, const SRun& putIn) const {
+    if (CountVotes(putIn) >= kLeastVotes) return false;
+    const bool hasCatalogue = run.first <= m_firstCatalogue && m_firstCatalogue <= run.last;
+    return hasCatalogue || CountVotes(run) >= kLeastVotes;
+  }
+
+  // Of pages elsewhere for the pages of the run.
+  [[nodiscard]] uint32_t CountVotes(const SRun& run) const {
+    uint32_t votes = 0;
+    for (size_t place = run.first; place <= run.last; place++) {
+      const SOpinion* const support = SupportOf(place, run.shift);
+      if (support != nullptr && (support->firstPlace < run.first || support->lastPlace > run.last))
+        votes += std::min(support->votes, kLeastVotes);
+    }
+    return votes;
   }
 
   CPageReader& m_file;
   const SLayout& m_layout;
   uint64_t m_start;
-  uint64_t m_count;
+  size_t m_count;
+  size_t m_most;  // pages lost or put in together
   const CJobContext* m_job;
-  std::vector<uint8_t> m_page;
-  std::vector<uint64_t> m_definitions;        // places, ascending
-  std::map<uint32_t, uint64_t> m_catalogued;  // with the first place that names them
-  std::map<uint32_t, int32_t> m_owners;       // with what their pages count for
+  std::vector<uint8_t> m_page, m_other;
+  std::vector<SIdentity> m_pages;    // by place
+  std::vector<Opinions> m_opinions;  // by number
+  size_t m_firstCatalogue = 0;       // place of its first page; 0: none
 };
 
 }  // namespace
 
 std::vector<SPageShift> FindPageShifts(CPageReader& file, const SLayout& layout, uint64_t start, uint64_t end,
                                        const CJobContext* job) {
-  if (end <= start) return {};
+  if (end <= start + layout.pageSize) return {};
   CShiftFinder finder(file, layout, start, end, job);
   return finder.IsSuspect() ? finder.Find() : std::vector<SPageShift>{};
 }

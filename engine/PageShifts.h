@@ -1,6 +1,9 @@
 // Whole pages that were lost or put in: all pages behind them stand elsewhere than their numbers say, and
-// every head is in step nevertheless. The numbers that pages of rows and of indexes have for their
-// definitions tell.
+// every head is in step nevertheless. What pages take others for tells: owners, links and entries of indexes,
+// maps of tables and rows of the catalogue name pages of a kind by their numbers.
+//
+//   place    1   2   3   4   5   6   7          page 3 was put in: where pages behind it have the numbers of
+//   number   1   2   -   3   4   5   6          their places less one, others name them as what they are
 #pragma once
 
 #include <cstdint>
@@ -20,8 +23,7 @@ struct SPageShift {
 };
 
 // Of the pages between `start` and `end`, in bytes of the file; empty where they stand in their places, or
-// where nothing tells. Reads all pages only where an owner of some of them is no definition. A job may stop
-// it.
+// where nothing tells. Reads all pages only where some are not what others take them for. A job may stop it.
 std::vector<SPageShift> FindPageShifts(CPageReader& file, const SLayout& layout, uint64_t start, uint64_t end,
                                        const CJobContext* job);
 

@@ -127,6 +127,11 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   Bytes longer = sound;
   longer.insert(longer.begin() + at, 2 * layout.pageSize, 0);
   EXPECT_EQ(Repair(longer), kRows);
+  // Owners that were overwritten move no page.
+  Bytes wrong = sound;
+  wrong[other.OffsetOf(people + 1) + kOwnerOffset] ^= 1;
+  Repair(wrong);
+  EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
   // A table that the catalogue in front of it does not have is of another file.
   CDatabaseBuilder foreign(layout);
   while (foreign.GetPageCount() < 30) foreign.AddPage();
