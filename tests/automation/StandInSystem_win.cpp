@@ -16,8 +16,12 @@ namespace {
 constexpr wchar_t kOwnClass[] = L"{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E911}";
 constexpr wchar_t kOtherClass[] = L"{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E912}";
 
+// A file for each engine: one that hangs keeps its own open.
+int g_installs = 0;
+
 std::u16string CallsPath() {
-  return GetTempFolder() + u"standin-" + ToDecimal(GetProcessNumber()) + u".txt";
+  return GetTempFolder() + u"standin-" + ToDecimal(GetProcessNumber()) + u"-" + ToDecimal(g_installs) +
+         u".txt";
 }
 
 std::wstring ServerPath() {
@@ -51,6 +55,8 @@ void InstallStandIn(std::string_view failure) {
   Register(server, L"ThreadingModel", L"Apartment", kOwn);
   Register(L"DAO.DBEngine.36\\CLSID", nullptr, kOtherClass, kOwn);
   Register(std::wstring(L"CLSID\\") + kOtherClass + L"\\InprocServer32", nullptr, L"dao.dll", kOther);
+  DeleteFileW(ToWide(CallsPath()).c_str());
+  ++g_installs;
   DeleteFileW(ToWide(CallsPath()).c_str());
   SetEnvironmentVariableW(L"TOLVANE_STANDIN_CALLS", ToWide(CallsPath()).c_str());
   SetEnvironmentVariableA("TOLVANE_STANDIN_FAILURE", std::string(failure).c_str());
