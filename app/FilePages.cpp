@@ -46,7 +46,7 @@ std::u16string CFilePages::DescribeAll() const {
     const uint64_t count = m_examination->looks[look];
     if (count > 0)
       text +=
-          u", " + ToGroupedDecimal(count) + u" " + FromAscii(GetPageLookName(static_cast<EPageLook>(look)));
+          u", " + FromAscii(GetPageLookName(static_cast<EPageLook>(look))) + u": " + ToGroupedDecimal(count);
   }
   return text;
 }

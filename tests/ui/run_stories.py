@@ -491,7 +491,7 @@ def page_map(desk):
     words = program.text('IDC_MAP_NOTE')
     damaged = sum(kind['damaged'] for kind in told['kinds'])
     expect((words.split(' pages')[0], damaged > 0), (str(told['source']['pages']), True), 'pages')
-    expect_text(words + ',', ', %d damaged,' % damaged, 'the map in words')
+    expect_text(words + ',', ', damaged: %d,' % damaged, 'the map in words')
     control = program.control('IDC_MAP')
     control.post(window.WM_LBUTTONDOWN, 1, 5 << 16 | 5)
     wait_for(lambda: program.text('IDC_MAP_NOTE').startswith('Page 0: '), 'the first page')
