@@ -98,10 +98,8 @@ std::string DrawLosses(const std::string& heading, const std::vector<SLossLine>&
   for (const SLossLine& loss : losses) {
     AppendCount(loss.count, ToDisplay(loss.words), style, text);
     constexpr size_t kIndent = 12;
-    const size_t room = style.width > kIndent ? style.width - kIndent : 0;
-    const std::string places = ToDisplay(loss.places);
-    if (!places.empty())
-      text += std::string(kIndent, ' ') + (room > 0 ? Shorten(places, room) : places) + "\n";
+    if (!loss.places.empty())
+      text += std::string(kIndent, ' ') + WrapWords(ToDisplay(loss.places), kIndent, style.width) + "\n";
   }
   return text;
 }
