@@ -34,10 +34,10 @@ CDaoResult CRefusedRows::MakeTable(const AutomationObject& fields, int32_t count
   const AutomationObject table = calls.Make(m_database, u"CreateTableDef", {m_name});
   for (int32_t i = 0; i < count; ++i) {
     const AutomationObject field = calls.GetObject(fields, u"Item", {i});
-    AutomationValues described{calls.Get(field, u"Name"), calls.Get(field, u"Type"),
-                               calls.Get(field, u"Size")};
+    const AutomationValues described{calls.Get(field, u"Name"), calls.Get(field, u"Type"),
+                                     calls.Get(field, u"Size")};
     const int32_t type = NumberOf(described[1]);
-    const AutomationObject made = calls.Make(table, u"CreateField", std::move(described));
+    const AutomationObject made = calls.Make(table, u"CreateField", described);
     if (type == kDaoText || type == kDaoMemo) calls.Put(made, u"AllowZeroLength", true);
     calls.Append(table, u"Fields", made);
   }

@@ -339,7 +339,8 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
   if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
   const CAccessTable& table = *saved.table;
   const SSavedTable* const owner = saved.owner == SSavedTable::kNoField ? nullptr : &m_tables[saved.owner];
-  if (saved.rows == ERows::Attached && !PrepareValues(*owner, saved)) return ESaveStep::Done;
+  if (saved.rows == ERows::Attached && (owner == nullptr || !PrepareValues(*owner, saved)))
+    return ESaveStep::Done;
   // Its records are counted as lost already.
   if (!saved.isCreated || table.link) return ESaveStep::Done;
   if (!CanRead(table.GetDataFilePath())) {
