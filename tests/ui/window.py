@@ -433,6 +433,13 @@ class Program:
             for key in held:
                 self.session.call('keybd_event', key, 0, flags, 0)
 
+    def type_until(self, key, condition, what):
+        """A key that does no harm when it is typed again: a first one may come before the control listens."""
+        def is_done():
+            self.type(key)
+            return any(condition() or time.sleep(0.02) for _ in range(50))
+        wait_for(is_done, what)
+
     def focus(self):
         """The control that has the keyboard."""
         thread = self.session.call('GetWindowThreadProcessId', self.frame.handle, bytes(4))[0]
