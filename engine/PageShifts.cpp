@@ -49,7 +49,8 @@ struct SIdentity {
 
 SIdentity IdentityOf(Page page, const SLayout& layout) {
   if (IsBlankPage(page)) return {EKind::Blank};
-  if (IsPageOf(page, kPageDefinition)) return {EKind::Definition};
+  // The rows of a dropped table still name its definition.
+  if (IsPageOf(page, kPageDefinition) || IsPageOf(page, kPageDroppedDefinition)) return {EKind::Definition};
   if (!IsSoundPage(page, layout)) return {};
   const uint32_t owner = OwnerOf(page);
   if (page[0] == kPageIndexNode || page[0] == kPageIndexLeaf) return {EKind::Index, owner};

@@ -144,6 +144,19 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
 }
 
+// Its pages still name it, and the page in front of it continues a definition.
+TEST_P(ExactRules, ADroppedDefinitionMovesNoPage) {
+  const uint32_t before = file.GetPageCount() + 2;
+  for (uint32_t page = 0; page < 2; page++) file.AddDataPage(before + 1, RowsOfPage(page));
+  ASSERT_EQ(file.AddPage(), before);
+  const uint32_t dropped = file.AddTable(SmallTable());
+  file.Page(before).Put8(kPageTypeAt, kPageDefinition);
+  file.Page(before).Put8(kPageMarkAt, kPageFormatted);
+  file.Page(dropped).Put8(kPageTypeAt, kPageDroppedDefinition);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
+}
+
 TEST_P(ExactRules, TheFilesEndCostsTheRowsBehindItAlone) {
   Bytes bytes = file.Build();
   // The second page of rows, of which the first slots' rows stand at the end.
