@@ -35,7 +35,11 @@ std::u16string FromBstr(BSTR text) {
 SAFEARRAY* MakeArray(const std::vector<uint8_t>& bytes) {
   SAFEARRAY* const array = SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
   void* data = nullptr;
-  if (array == nullptr || FAILED(SafeArrayAccessData(array, &data))) return array;
+  if (array == nullptr) return nullptr;
+  if (FAILED(SafeArrayAccessData(array, &data))) {
+    SafeArrayDestroy(array);
+    return nullptr;
+  }
   if (!bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
   SafeArrayUnaccessData(array);
   return array;
@@ -57,9 +61,15 @@ std::vector<uint8_t> BytesOf(SAFEARRAY* array) {
   return bytes;
 }
 
-// A plain VARIANT from each kind of value.
+// A plain VARIANT from each kind of value. One for which there is no memory is an error, which no field
+// takes: an engine would store a text that is not there as an empty one.
 struct SFill {
   VARIANT& variant;
+
+  void Fail() const {
+    variant.vt = VT_ERROR;
+    variant.scode = E_OUTOFMEMORY;
+  }
 
   void operator()(SNoValue) const {
     variant.vt = VT_ERROR;
@@ -111,10 +121,12 @@ struct SFill {
   void operator()(const std::u16string& value) const {
     variant.bstrVal = MakeBstr(value);
     variant.vt = VT_BSTR;
+    if (variant.bstrVal == nullptr) Fail();
   }
   void operator()(const std::vector<uint8_t>& value) const {
     variant.parray = MakeArray(value);
     variant.vt = VT_ARRAY | VT_UI1;
+    if (variant.parray == nullptr) Fail();
   }
   void operator()(const AutomationObject& value) const {
     const auto* const object = dynamic_cast<const CDispatchObject*>(value.get());
