@@ -55,7 +55,7 @@ std::u16string CFilePages::Describe(uint64_t firstPage, uint64_t pages, EPageLoo
   const std::u16string what = u": " + FromAscii(GetPageLookName(look));
   if (pages != 1)
     return u"Pages " + ToGroupedDecimal(firstPage) + u" to " + ToGroupedDecimal(firstPage + pages - 1) +
-           what + u", or what matters less";
+           what + u", among others";
   std::u16string text = u"Page " + ToGroupedDecimal(firstPage) + what;
   if (const std::u16string table = FindTableOf(firstPage); !table.empty()) text += u", of the table " + table;
   const SPageReport* const report = FindReport(firstPage);
