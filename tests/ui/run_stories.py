@@ -556,7 +556,7 @@ def readers_of_screens(desk):
         dialog = program.wait_for_dialog(title)
         check_names(program, dialog)
         program.close_box(dialog, CANCEL)
-    expect(program.focus() != 0, True, 'whether a control has the keyboard')
+    wait_for(lambda: program.focus() != 0, 'a control that has the keyboard')
     program.command('ID_BACK', (LEAVE, YES), page='chosen')
     check_names(program)
     program.wait_for_focus('ID_NEXT')
