@@ -59,7 +59,9 @@ void CAccessProcessFile::ParseRecords(CAccessData& data) {
   // Maps and row counts of a template say nothing about the damaged file.
   if (m_rules.adoptOrphanPages && m_definitions == m_source)
     SettlePages(data, *m_source, m_twins, claims, m_job);
-  CRecordParser(m_rules, m_job).ParseRecords(data, *m_source, claims);
+  CIndexWitness witness(*m_source, m_job);
+  CRecordParser(m_rules, m_job)
+      .ParseRecords(data, *m_source, claims, m_definitions == m_source ? &witness : nullptr);
   CountHomelessPages(data, m_homeless, claims);
   if (m_definitions == m_source) CountMissingRows(data, *m_source, claims, m_job);
 }

@@ -50,6 +50,8 @@ CPageDecoder::CPageDecoder(const CPageReader& pages, const SLayout& layout, cons
 void CPageDecoder::SetTable(const SDecodedTable& table) {
   m_table = table;
   m_fields.SetTable(*table.table, table.codePage);
+  m_entries.reset();
+  if (table.sumsEntries) m_entries.emplace(*table.table, m_layout);
 }
 
 void CPageDecoder::Decode(uint64_t offset, SDecodedBatch& batch) {
@@ -72,6 +74,7 @@ bool CPageDecoder::DecodePage(uint64_t offset, SDecodedPage& page, SDecodedBatch
   m_longValues.SetBudget(kPageBudget);
   const std::span<const uint8_t> bytes = m_page;
   const uint32_t count = GetLittle<uint16_t>(bytes, m_layout.data.slotCount);
+  const auto number = static_cast<uint32_t>(offset / m_layout.pageSize);
   size_t end = bytes.size();
   for (uint32_t slot = 0; slot < count; slot++) {
     const uint16_t word = *ReadSlot(bytes, m_layout, slot);
@@ -81,15 +84,17 @@ bool CPageDecoder::DecodePage(uint64_t offset, SDecodedPage& page, SDecodedBatch
     // A deleted row is none.
     if ((word & kSlotDeleted) == kSlotDeleted) continue;
     if ((word & kSlotDeleted) != 0 || size == 0) return false;
-    if (!DecodeRow(bytes.subspan(start, size), page, batch)) return false;
+    if (!DecodeRow(bytes.subspan(start, size), {slot, number}, page, batch)) return false;
   }
   page.longValueCost = kPageBudget - m_longValues.GetBudget();
   m_fields.ReleaseMemory();
   return true;
 }
 
-bool CPageDecoder::DecodeRow(std::span<const uint8_t> row, SDecodedPage& page, SDecodedBatch& batch) {
+bool CPageDecoder::DecodeRow(std::span<const uint8_t> row, SRowPointer place, SDecodedPage& page,
+                             SDecodedBatch& batch) {
   if (!m_table.profile->Accepts(m_frame, row)) return false;
+  if (m_entries) page.entries += m_entries->SumOf(m_frame, place);
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
     const size_t position = batch.records.GetSize();
     if (m_fields.AppendRecord(m_frame, column, batch.records) != EFieldResult::Decoded) return false;

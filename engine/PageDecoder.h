@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "engine/LongValueReader.h"
 #include "engine/ObjectSink.h"
 #include "engine/PageReader.h"
+#include "engine/RowEntries.h"
 #include "engine/RowProfile.h"
 #include "model/AccessTable.h"
 #include "model/RecoveryRules.h"
@@ -49,6 +51,7 @@ struct SDecodedPage {
   uint32_t rows = 0;
   uint64_t leftoverValues = 0;  // of columns that the definition does not have
   uint64_t longValueCost = 0;   // what reading them takes of the run's budget
+  uint64_t entries = 0;         // sum of the rows' index entries
   // Where its parts end in the batch; they begin where those of the page before end.
   size_t recordsEnd = 0, objectsEnd = 0, referencesEnd = 0;
 };
@@ -73,6 +76,7 @@ struct SDecodedTable {
   const CRowProfile* profile = nullptr;
   std::span<const uint32_t> leftovers;  // numbers of columns that the definition does not have
   uint32_t codePage = 0;
+  bool sumsEntries = false;
 };
 
 class CPageDecoder {
@@ -89,7 +93,7 @@ class CPageDecoder {
 
  private:
   bool DecodePage(uint64_t offset, SDecodedPage& page, SDecodedBatch& batch);
-  bool DecodeRow(std::span<const uint8_t> row, SDecodedPage& page, SDecodedBatch& batch);
+  bool DecodeRow(std::span<const uint8_t> row, SRowPointer place, SDecodedPage& page, SDecodedBatch& batch);
 
   const SLayout& m_layout;
   const CJobContext& m_job;
@@ -99,6 +103,7 @@ class CPageDecoder {
   CFieldDecoder m_fields;
   CRowFrame m_frame;
   SDecodedTable m_table;
+  std::optional<CRowEntries> m_entries;
   std::vector<uint8_t> m_page;
 };
 

@@ -27,7 +27,8 @@ void CRecordParser::ShowTable(uint64_t position, uint64_t count) const {
   m_job.status.SetText(std::move(text));
 }
 
-void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims) const {
+void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims,
+                                 CIndexWitness* witness) const {
   if (!source.IsOpen() || source.GetPages().GetLength() == 0) return;
 
   CProgressStatus& progress = m_job.progress;
@@ -37,7 +38,7 @@ void CRecordParser::ParseRecords(CAccessData& data, CSource& source, CPageClaims
   for (const auto& table : data.GetTables()) pages += table->dataPages.GetCount();
   m_job.pages.SetPos(0);
   m_job.pages.SetMax(static_cast<int32_t>(std::min<size_t>(pages, std::numeric_limits<int32_t>::max())));
-  CTableWalk walk(source, m_rules, m_job, data, claims);
+  CTableWalk walk(source, m_rules, m_job, data, claims, witness);
   if (!claims.GetLongValuePages().IsEmpty())
     for (const auto& table : data.GetTables())
       if (!walk.NoteLongValues(*table)) return;

@@ -6,6 +6,7 @@
 // whatever its row offsets say; nothing is thrown.
 #pragma once
 
+#include "engine/IndexWitness.h"
 #include "engine/PageClaims.h"
 #include "engine/Source.h"
 #include "model/AccessData.h"
@@ -20,8 +21,10 @@ class CRecordParser {
   CRecordParser(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
   // Nothing is done with a source that is not open. Pages that a table claims are adopted where they hold
-  // rows of it. Returns early when the job is stopped.
-  void ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims) const;
+  // rows of it. `witness` hears each table, where the definitions are the source's own. Returns early when
+  // the job is stopped.
+  void ParseRecords(CAccessData& data, CSource& source, CPageClaims& claims,
+                    CIndexWitness* witness = nullptr) const;
 
  private:
   void ShowTable(uint64_t position, uint64_t count) const;

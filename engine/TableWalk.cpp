@@ -29,13 +29,14 @@ constexpr uint64_t kNoTarget = ~uint64_t{0};
 }  // namespace
 
 CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext& job, CAccessData& data,
-                       CPageClaims& claims)
+                       CPageClaims& claims, CIndexWitness* witness)
     : m_layout(source.GetLayout()),
       m_rules(rules),
       m_job(job),
       m_reader(source.GetPages()),
       m_data(data),
       m_claims(claims),
+      m_witness(witness),
       m_dataFile(data.GetWorkFolder()),
       m_sideFile(data.GetWorkFolder(), m_dataFile),
       m_longValues(m_reader, m_layout, rules, job),
@@ -91,6 +92,7 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   }
   m_objectFile.Close();
   table.header.rowCount = m_rows;
+  if (m_entries && isRunning) m_witness->Hear(m_data, table, *m_profile, *m_entries, m_entrySum);
   return isRunning;
 }
 
@@ -133,7 +135,8 @@ bool CTableWalk::WalkPages(std::span<const uint64_t> offsets) {
                                      {.table = m_table,
                                       .profile = &*m_profile,
                                       .leftovers = m_leftovers,
-                                      .codePage = m_data.source.codePage},
+                                      .codePage = m_data.source.codePage,
+                                      .sumsEntries = m_entries.has_value()},
                                      offsets);
     while (SDecodedBatch* const batch = decoded.Next())
       if (!TakeBatch(*batch)) return false;
@@ -177,6 +180,7 @@ void CTableWalk::TakePage(const SDecodedPage& page, const SDecodedPage& before, 
   m_objectFile.Take(batch.objects.GetBytes(before.objectsEnd, page.objectsEnd));
   m_dataFile.WriteRecords(batch.records.GetBytes(before.recordsEnd, page.recordsEnd));
   m_table->leftoverValues += page.leftoverValues;
+  m_entrySum += page.entries;
   m_rows += page.rows;
   m_job.progress.Advance(page.rows);
 }
@@ -229,7 +233,11 @@ bool CTableWalk::CutPage() {
 // Some pages, spread over all of the table's, tell what its rows look like.
 void CTableWalk::LearnRows() {
   m_profile.reset();
+  m_entries.reset();
+  m_entrySum = 0;
   if (!m_rules.rowsMatchDefinition) return;
+  if (m_witness != nullptr) m_entries.emplace(*m_table, m_layout);
+  if (m_entries && m_entries->GetIndexes().empty()) m_entries.reset();
   m_profile.emplace(*m_table, m_layout, m_fields.GetShape());
   const size_t count = m_table->dataPages.GetCount();
   const size_t step = count / kPagesLearned + 1;
@@ -446,6 +454,8 @@ void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
 bool CTableWalk::TryRow(Bytes row, uint32_t slot) {
   const bool isRow = m_profile ? m_profile->Accepts(m_frame, row) : m_frame.Cut(row, m_fields.GetShape());
   if (!isRow) return false;
+  if (m_entries)
+    m_entrySum += m_entries->SumOf(m_frame, {slot, static_cast<uint32_t>(m_offset / m_layout.pageSize)});
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
     SValue value;
     const EFieldResult result = m_fields.Decode(m_frame, column, value);

@@ -12,12 +12,14 @@
 
 #include "engine/DecodePool.h"
 #include "engine/FieldDecoder.h"
+#include "engine/IndexWitness.h"
 #include "engine/LongValueReader.h"
 #include "engine/ObjectFile.h"
 #include "engine/OleSideFile.h"
 #include "engine/PageClaims.h"
 #include "engine/PageRows.h"
 #include "engine/RecordWriter.h"
+#include "engine/RowEntries.h"
 #include "engine/RowProfile.h"
 #include "engine/Source.h"
 #include "format/PageSlots.h"
@@ -32,9 +34,10 @@ namespace tolvane {
 // One object for all tables of a run: side files are numbered and budgets are spent over the run.
 class CTableWalk {
  public:
-  // All arguments outlive the walk; the source is open.
+  // All arguments outlive the walk; the source is open. `witness` is null where the definitions are not the
+  // source's own.
   CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext& job, CAccessData& data,
-             CPageClaims& claims);
+             CPageClaims& claims, CIndexWitness* witness = nullptr);
 
   // Before the first table is parsed, for each one, where pages of long values have broken slots: the lengths
   // of the values tell where these lie. False: the run was stopped.
@@ -82,6 +85,7 @@ class CTableWalk {
   CPageReader& m_reader;
   CAccessData& m_data;
   CPageClaims& m_claims;
+  CIndexWitness* m_witness;
   CAccessTableDataFile m_dataFile;
   COleSideFile m_sideFile;
   CObjectFile m_objectFile;
@@ -103,6 +107,8 @@ class CTableWalk {
   // Only while rows are held against their definition.
   std::vector<uint32_t> m_leftovers;  // numbers of columns that the definition does not have
   std::optional<CRowProfile> m_profile;
+  std::optional<CRowEntries> m_entries;
+  uint64_t m_entrySum = 0;                        // of the rows that were found
   std::vector<uint64_t> m_unsoundPages;           // whose slots cannot be true
   std::unordered_set<uint64_t> m_claimedOffsets;  // where the bodies of moved rows start in the file
 

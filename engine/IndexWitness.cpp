@@ -1,0 +1,146 @@
+#include "engine/IndexWitness.h"
+
+#include <algorithm>
+
+#include "format/IndexCursor.h"
+#include "format/PageHead.h"
+#include "format/PageSlots.h"
+
+namespace tolvane {
+
+namespace {
+
+// Each page of an index is read twice at most, unless many indexes share their pages.
+constexpr uint64_t kIndexPagesEach = 4;
+constexpr uint64_t kIndexPagesBase = 1024;
+// Memory of a comparison; larger tables are told by their sums to differ, and nothing more is known.
+constexpr size_t kMostEntries = size_t{1} << 22;
+constexpr size_t kMostContradictions = size_t{1} << 20;
+// Keys of texts are believed as long as most rows agree with them.
+constexpr size_t kMostContradictedShare = 4;
+
+}  // namespace
+
+// What one index says.
+struct CIndexWitness::STestimony {
+  struct SEntry {
+    uint32_t row;  // its pointer's word
+    uint64_t hash;
+  };
+  bool isWhole = false, isCertain = false;
+  std::vector<SEntry> entries;  // by row
+  size_t agreeing = 0, contradicted = 0;
+
+  [[nodiscard]] bool IsBelieved(uint32_t rows) const {
+    if (!isWhole) return false;
+    if (agreeing == 0) return isCertain && entries.size() == rows;
+    return isCertain || contradicted <= kMostContradictedShare * agreeing;
+  }
+};
+
+struct CIndexWitness::SContradiction {
+  uint32_t page;
+  uint32_t slot;
+  size_t index;  // among the testimonies
+};
+
+CIndexWitness::CIndexWitness(CSource& source, const CJobContext& job)
+    : m_source(source),
+      m_layout(source.GetLayout()),
+      m_job(job),
+      m_page(m_layout.pageSize),
+      m_pagesLeft(kIndexPagesEach * source.GetPageCount() + kIndexPagesBase) {}
+
+void CIndexWitness::Hear(CAccessData& data, const CAccessTable& table, const CRowProfile& profile,
+                         CRowEntries& entries, uint64_t sum) {
+  uint64_t stated = 0;
+  bool isAnyWhole = false;
+  for (const CRowEntries::SIndex& index : entries.GetIndexes()) {
+    const bool isWhole = Walk(table, index, [&](std::span<const uint8_t> key, SRowPointer row) {
+      stated += HashOfEntry(index.position, key, row);
+    });
+    isAnyWhole = isAnyWhole || isWhole;
+  }
+  if (isAnyWhole && stated != sum) Compare(data, table, profile, entries);
+}
+
+bool CIndexWitness::Walk(const CAccessTable& table, const CRowEntries::SIndex& index, const TakeEntry& take) {
+  const uint32_t owner = table.GetPage(m_layout.pageSize);
+  const auto read = [&](uint32_t page, std::span<uint8_t> bytes) {
+    if (m_pagesLeft == 0 || !m_job.repairing.IsRunning()) return false;
+    m_pagesLeft--;
+    return m_source.ReadPage(page, bytes) && OwnerOf(bytes) == owner;
+  };
+  const auto pages = static_cast<uint32_t>(std::min<uint64_t>(m_source.GetPageCount(), UINT32_MAX));
+  CIndexCursor cursor(m_layout, pages, table.indexes.GetAt(index.position)->rootPage, read);
+  EIndexWalk result = cursor.Seek({});
+  for (; result == EIndexWalk::Ok && !cursor.IsAtEnd(); result = cursor.Next())
+    take(cursor.GetKey(), SRowPointer::FromWord(cursor.GetRowPointer()));
+  return result == EIndexWalk::Ok;
+}
+
+CIndexWitness::STestimony CIndexWitness::Collect(const CAccessTable& table,
+                                                 const CRowEntries::SIndex& index) {
+  STestimony testimony;
+  testimony.isCertain = index.isCertain;
+  bool isAll = true;
+  testimony.isWhole = Walk(table, index, [&](std::span<const uint8_t> key, SRowPointer row) {
+    isAll = testimony.entries.size() < kMostEntries;
+    if (isAll) testimony.entries.push_back({row.ToWord(), HashOfEntry(index.position, key, row)});
+  });
+  testimony.isWhole = testimony.isWhole && isAll;
+  std::sort(testimony.entries.begin(), testimony.entries.end(),
+            [](const auto& a, const auto& b) { return a.row < b.row; });
+  return testimony;
+}
+
+void CIndexWitness::Compare(CAccessData& data, const CAccessTable& table, const CRowProfile& profile,
+                            CRowEntries& entries) {
+  std::vector<STestimony> testimonies;
+  for (const CRowEntries::SIndex& index : entries.GetIndexes()) testimonies.push_back(Collect(table, index));
+  std::vector<SContradiction> found;
+  for (const uint64_t offset : table.dataPages) {
+    if (!m_job.repairing.IsRunning()) return;
+    ComparePage(offset, profile, entries, testimonies, found);
+  }
+  std::erase_if(found, [&](const SContradiction& row) {
+    return !testimonies[row.index].IsBelieved(table.header.rowCount);
+  });
+  for (size_t i = 0, end = 0; i < found.size(); i = end) {
+    bool isOneRow = true;
+    for (end = i; end < found.size() && found[end].page == found[i].page; end++)
+      isOneRow = isOneRow && found[end].slot == found[i].slot;
+    data.GetLedger().Add(EDamage::TornPage,
+                         {.page = found[i].page,
+                          .definition = table.GetDefinitionOffset(),
+                          .row = isOneRow ? static_cast<int32_t>(found[i].slot) : -1,
+                          .amount = 1,
+                          .reason = isOneRow ? "an index of the table contradicts the row"
+                                             : "indexes of the table contradict rows of it"});
+  }
+}
+
+void CIndexWitness::ComparePage(uint64_t offset, const CRowProfile& profile, CRowEntries& entries,
+                                std::vector<STestimony>& testimonies, std::vector<SContradiction>& found) {
+  const auto number = static_cast<uint32_t>(offset / m_layout.pageSize);
+  if (!m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout)) return;
+  CRowFrame frame(m_layout.row);
+  ForEachLiveSlot(m_page, m_layout, [&](uint32_t slot, uint16_t word) {
+    const auto row = FindRow(m_page, m_layout, slot, kSlotStart);
+    if ((word & kSlotPointer) != 0 || !row || !profile.Accepts(frame, *row)) return;
+    const SRowPointer place{slot, number};
+    for (size_t i = 0; i < testimonies.size(); i++) {
+      STestimony& testimony = testimonies[i];
+      const auto hash = entries.HashOf(entries.GetIndexes()[i], frame, place);
+      if (!hash) continue;
+      const auto entry = std::lower_bound(testimony.entries.begin(), testimony.entries.end(), place.ToWord(),
+                                          [](const auto& a, uint32_t pointer) { return a.row < pointer; });
+      const bool isNamed = entry != testimony.entries.end() && entry->row == place.ToWord();
+      (isNamed && entry->hash == *hash ? testimony.agreeing : testimony.contradicted)++;
+      if ((!isNamed || entry->hash != *hash) && found.size() < kMostContradictions)
+        found.push_back({number, slot, i});
+    }
+  });
+}
+
+}  // namespace tolvane
