@@ -50,10 +50,27 @@ std::vector<uint32_t> SlotsInOrder(Bytes page, const SLayout& layout, uint32_t c
   return slots;
 }
 
+// How many slots the page has. Where its own number cannot be true or falls short, the free bytes tell: they
+// end where the row of the last slot begins.
+uint32_t CountSlots(Bytes page, const SLayout& layout) {
+  const uint32_t said = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
+  const uint32_t most = layout.data.MaximumSlots(layout.pageSize);
+  const size_t free = CDataReader::ReadUInt16(&page[kFreeBytesOffset]);
+  const auto areInOrder = [&](uint32_t count) {
+    return SlotsInOrder(page, layout, count).size() * 8 >= size_t{7} * count;
+  };
+  const uint32_t least = said > most || !areInOrder(said) ? 0 : said;
+  for (uint32_t count = most; count > least; count--) {
+    const size_t lowest = *ReadSlot(page, layout, count - 1) & kSlotStart;
+    if (lowest == layout.data.slots + size_t{2} * count + free && areInOrder(count)) return count;
+  }
+  return said;
+}
+
 SHints ReadHints(Bytes page, const SLayout& layout) {
   SHints hints;
   hints.lowest = layout.data.slots;
-  const uint32_t count = CDataReader::ReadUInt16(&page[layout.data.slotCount]);
+  const uint32_t count = CountSlots(page, layout);
   if (page[0] != kPageData || count > layout.data.MaximumSlots(layout.pageSize)) return hints;
   const size_t tableEnd = layout.data.slots + size_t{2} * count;
   const size_t free = CDataReader::ReadUInt16(&page[kFreeBytesOffset]);
@@ -149,9 +166,21 @@ class CRowFinder {
       if (start < least) return std::nullopt;
       if (m_triesLeft == 0) return std::nullopt;
       m_triesLeft--;
-      if (IsRow(start, end)) return start;
+      if (IsRow(start, end)) return HoldsRows(start, end) ? std::nullopt : std::optional(start);
     }
     return std::nullopt;
+  }
+
+  // Whether a row ends within the stretch and another one may begin there: the end of a row whose last bytes
+  // were overwritten can lead over many others.
+  bool HoldsRows(size_t start, size_t end) {
+    if (m_hints.count) return false;
+    for (auto at = std::upper_bound(m_starts.begin(), m_starts.end(), start);
+         at != m_starts.end() && *at < end && m_triesLeft > 0; ++at) {
+      m_triesLeft--;
+      if (IsRow(start, *at)) return true;
+    }
+    return false;
   }
 
   bool IsRow(size_t start, size_t end) {

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "format/RowFrame.h"
 #include "store/FileNameManager.h"
 #include "tests/engine/EngineTest.h"
 
@@ -260,6 +261,19 @@ TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
   EXPECT_EQ(Repair(file.Build()), kRows);
   EXPECT_EQ(Lost(EDamage::BrokenPage), 1u);
   EXPECT_EQ(Lost(EDamage::MissingRows), 0u);
+}
+
+// With the number of slots gone, the end of a damaged row could lead over all those in front of it.
+TEST_P(ExactRules, ADamagedRowTakesNoOtherWithIt) {
+  constexpr uint32_t kSlot = 3, kOver = 5;
+  CPageBytes& page = file.Page(rows[0]);
+  const auto startOf = [&](uint32_t slot) { return page.Get16(layout.data.slots + 2 * slot); };
+  const uint32_t end = startOf(kSlot - 1), size = end - startOf(kSlot), mask = 1;
+  const SRowTail tail = MakeRowTail(layout.row, size, size - mask);
+  const uint32_t dataEnd = startOf(kSlot) + static_cast<uint32_t>(tail.OffsetAt(1));
+  page.Put8(dataEnd, dataEnd - startOf(kSlot + kOver));
+  page.Put16(layout.data.slotCount, 0x3214);
+  EXPECT_EQ(Repair(file.Build()), kRows - 1);
 }
 
 // Head and slots of one state of the page, rows of another, each as sound as can be.
