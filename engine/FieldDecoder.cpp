@@ -103,10 +103,16 @@ EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue
     value.bytes = std::span(isPresent ? &kTrue : &kFalse, 1);
     return EFieldResult::Decoded;
   }
-  if (!isPresent) return IsContradicted(field, frame) ? EFieldResult::Contradicted : EFieldResult::Decoded;
+  const bool isContradicted = !isPresent && IsContradicted(field, frame);
+  if (!isPresent && !isContradicted) return EFieldResult::Decoded;
   const CRowFrame::Field bytes = BytesOf(field, frame);
-  if (!bytes || bytes->size() < field.needed) return EFieldResult::Broken;
-  return field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
+  if (!bytes || bytes->size() < field.needed)
+    return isContradicted ? EFieldResult::Contradicted : EFieldResult::Broken;
+  const EFieldResult result =
+      field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
+  if (!isContradicted) return result;
+  if (result != EFieldResult::Decoded) value.isNull = true;
+  return EFieldResult::Contradicted;
 }
 
 EFieldResult CFieldDecoder::AppendRecord(const CRowFrame& frame, size_t column, CRecordBuffer& records) {

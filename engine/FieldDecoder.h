@@ -28,7 +28,7 @@ enum class EFieldResult : uint8_t {
   Decoded,       // null and empty values too
   Broken,        // a present value that cannot be located; it is null
   CutShort,      // a long value of which only the text's part could be read
-  Contradicted,  // the row has bytes for it and says that it is null, which it stays
+  Contradicted,  // the row says that it is null and has bytes for it, which are taken if they can be
 };
 
 class CFieldDecoder {
