@@ -49,13 +49,23 @@ bool IsJet3Column(const CByteView& bytes, const SColumnLayout& at, size_t start)
                     (flags & kColumnFixed) != 0);
 }
 
+// A mark behind overwritten columns may also be that of an index.
+bool IsCredible(const CByteView& bytes, const SColumnLayout& at, size_t start) {
+  const uint8_t type = bytes.GetUInt8(start + at.type);
+  return type >= kTypeBoolean && type <= kTypeExtendedDate &&
+         bytes.GetUInt16(start + at.number) < kMaxFields &&
+         bytes.GetUInt16(start + at.variableIndex) < kMaxFields;
+}
+
 // The run of columns that begins at `start`.
 SColumnBlock RunAt(Bytes definition, const SLayout& layout, size_t start, uint32_t leadingGap) {
   const uint32_t gap = layout.column.magic != kAbsent ? kGapMarked : kGap;
   SColumnBlock block{.start = start};
   for (uint32_t i = 0; i < kMostColumns; i++) {
     if (i - block.columnCount > (block.recognised == 0 ? leadingGap : gap)) break;
-    if (!IsColumn(definition, layout, start + size_t{layout.column.size} * i)) continue;
+    const size_t at = start + size_t{layout.column.size} * i;
+    if (!IsColumn(definition, layout, at)) continue;
+    if (i > block.columnCount && !IsCredible(CByteView(definition), layout.column, at)) continue;
     block.recognised++;
     block.columnCount = i + 1;
   }
