@@ -10,14 +10,15 @@
 #include "engine/DatabaseStart.h"
 #include "format/HeaderPage.h"
 #include "format/SystemObjects.h"
+#include "format/Value.h"
 #include "platform/CodePage.h"
 
 namespace tolvane {
 
 namespace {
 
-// This stands in the name of a column of the table of complex columns.
-constexpr std::array<uint8_t, 14> kComplexColumn{'C', 0, 'o', 0, 'm', 0, 'p', 0, 'l', 0, 'e', 0, 'x', 0};
+// A column of the table of complex columns, and of hardly any other.
+constexpr std::u16string_view kComplexColumn = u"ConceptualTableID";
 
 }  // namespace
 
@@ -91,11 +92,11 @@ uint8_t CSource::TellVersion() {
   constexpr size_t kNameCompared = 12;  // "Standard ACE"
   const std::string_view name(reinterpret_cast<const char*>(m_header.data()) + kHeaderName, kNameCompared);
   if (kEngineNameAce.starts_with(name)) return std::max(said, kVersionAce12);
-  if (kEngineNameJet.starts_with(name)) return kVersionJet4;
+  // The header may be another file's.
   std::vector<uint8_t> page(m_layout->pageSize);
-  const bool isAce =
-      ReadPage(kComplexColumnsPage, page) && page[0] == kPageDefinition &&
-      std::search(page.begin(), page.end(), kComplexColumn.begin(), kComplexColumn.end()) != page.end();
+  const std::span<const uint8_t> column = UnitBytes(kComplexColumn);
+  const bool isAce = ReadPage(kComplexColumnsPage, page) && page[0] == kPageDefinition &&
+                     std::search(page.begin(), page.end(), column.begin(), column.end()) != page.end();
   return isAce ? kVersionAce12 : kVersionJet4;
 }
 
