@@ -281,7 +281,7 @@ class CShiftFinder {
 
   // Foreign pages between or behind those of the database agree with each other, too. Those that are its own
   // are taken for what they are from elsewhere, too, or they hold its catalogue.
-  [[nodiscard]] std::vector<SPageShift> Choose(const std::vector<size_t>& way) const {
+  [[nodiscard]] std::vector<SPageShift> Choose(const std::vector<size_t>& way) {
     std::vector<SRun> runs;
     for (size_t place = 1; place < way.size(); place++) {
       if (way[place] == kNoShift) continue;
@@ -301,11 +301,26 @@ class CShiftFinder {
     return changes;
   }
 
-  // `putIn`: the pages in front of the run that its shift leaves out; they are none of the database's.
-  [[nodiscard]] bool IsOwn(const SRun& run, const SRun& putIn) const {
-    if (CountVotes(putIn) >= kLeastVotes) return false;
+  // `putIn`: the pages in front of the run that its shift leaves out; they are none of the database's, or
+  // stand beside themselves.
+  [[nodiscard]] bool IsOwn(const SRun& run, const SRun& putIn) {
+    if (CountVotes(putIn) >= kLeastVotes && !IsRepeated(putIn)) return false;
     const bool hasCatalogue = run.first <= m_firstCatalogue && m_firstCatalogue <= run.last;
     return hasCatalogue || CountVotes(run) >= kLeastVotes;
+  }
+
+  // Whether the pages were written twice, one time behind the other.
+  bool IsRepeated(const SRun& pages) {
+    const size_t count = pages.last + 1 - pages.first;
+    const auto areEqual = [&](size_t place, size_t other) {
+      return Read(place, m_page) && Read(other, m_other) && m_page == m_other;
+    };
+    bool isBefore = pages.first > count, isBehind = true;
+    for (size_t place = pages.first; place <= pages.last && (isBefore || isBehind); place++) {
+      isBefore = isBefore && areEqual(place, place - count);
+      isBehind = isBehind && areEqual(place, place + count);
+    }
+    return isBefore || isBehind;
   }
 
   // Of pages elsewhere for the pages of the run.
