@@ -90,15 +90,14 @@ CDaoResult CAutomationDatabase::CreateQuery(const SSavedQuery& query) {
     calls.Put(made, u"Connect", connect);
   calls.Put(made, u"SQL", query.sql.empty() ? RenderQuery(query).sql : query.sql);
   calls.Append(m_database, u"QueryDefs", made);
-  CDaoResult result = calls.GetResult();
-  if (result.IsOk() && !query.properties.empty())
-    result.text = u"The installed engine keeps its statement, and not its other properties";
-  return result;
+  return calls.IsOk() ? SetQueryProperties(made, query.properties) : calls.GetResult();
 }
 
 CDaoResult CAutomationDatabase::CompleteTables(std::vector<CDaoTableChange>& changes) {
   const auto waiting = std::exchange(m_state->waiting, {});
+  const auto& isWanted = m_state->options.limits.isWanted;
   for (const auto& [name, table] : waiting) {
+    if (isWanted && !isWanted()) break;  // whoever stopped the save knows it
     CDaoTableChange change{.table = name, .text = {}};
     const CDaoResult result = CompleteTable(m_database, name, table, change);
     if (!change.text.empty()) changes.push_back(std::move(change));

@@ -4,6 +4,8 @@
 
 #include "automation/EngineCalls.h"
 #include "automation/ValueConversion.h"
+#include "format/Bytes.h"
+#include "format/PropertyBlob.h"
 
 namespace tolvane {
 
@@ -29,6 +31,30 @@ CDaoResult SetProperty(const AutomationObject& owner, const CDaoProperty& proper
       owner, u"CreateProperty", {Text(property.name), int32_t{FieldTypeOf(property.type)}, std::move(value)});
   added.Do(properties, u"Append", {made});
   return added.GetResult();
+}
+
+CDaoResult SetQueryProperties(const AutomationObject& query, std::span<const uint8_t> blob) {
+  std::vector<SPropertyOwner> owners;
+  std::u16string lost, reason;
+  if (!blob.empty() && !DecodePropertyBlob(false, blob, owners)) lost = u"those that cannot be read";
+  for (const SPropertyOwner& owner : owners) {
+    const std::u16string column = UnitsOf(AsBytes(owner.name));
+    CEngineCalls calls(EOperation::Query);
+    const AutomationObject object =
+        owner.kind == kPropertiesOfObject
+            ? query
+            : calls.GetObject(calls.GetObject(query, u"Fields"), u"Item", {Text(column)});
+    for (const SStoredProperty& stored : owner.properties) {
+      CDaoProperty property{UnitsOf(AsBytes(stored.name)), stored.type, stored.flags, stored.value};
+      const CDaoResult result = calls.IsOk() ? SetProperty(object, property) : calls.GetResult();
+      if (result.code == EDaoError::EngineGone) return result;
+      if (result.IsOk()) continue;
+      lost +=
+          (lost.empty() ? u"\"" : u", \"") + column + (column.empty() ? u"" : u".") + property.name + u"\"";
+      if (reason.empty()) reason = u": " + result.text;
+    }
+  }
+  return {EDaoError::None, lost.empty() ? lost : u"It has lost properties (" + lost + u")" + reason};
 }
 
 }  // namespace tolvane

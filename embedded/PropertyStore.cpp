@@ -13,10 +13,6 @@ namespace {
 
 constexpr size_t kLongestName = 0xFFFF;
 
-std::span<const uint8_t> AsBytes(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 CDaoResult Refuse(std::u16string_view property, std::u16string_view why) {
   std::u16string text = u"The property \"";
   text.append(property).append(u"\" cannot be stored: ").append(why).append(u".");

@@ -17,11 +17,17 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "format/Property.h"
 
 namespace tolvane {
+
+// Of a name, which is kept as stored.
+inline std::span<const uint8_t> AsBytes(std::string_view name) {
+  return {reinterpret_cast<const uint8_t*>(name.data()), name.size()};
+}
 
 struct SStoredProperty {
   std::string name;  // bytes as stored

@@ -11,10 +11,6 @@
 namespace tolvane {
 namespace {
 
-std::span<const uint8_t> AsBytes(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 class CWidener {
  public:
   explicit CWidener(const SSourceFacts& source) : m_source(source) {}

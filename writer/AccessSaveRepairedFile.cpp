@@ -330,6 +330,7 @@ ESaveStep CAccessSaveRepairedFile::CompleteTables(CDaoDatabase& database) {
     m_summary.propertiesLost += change.properties;
     Remark(u"Table " + Quoted(change.table) + u": " + change.text);
   }
+  if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
   if (result.IsOk()) return ESaveStep::Done;
   m_summary.failure = result.text;
   return ESaveStep::Failed;

@@ -1,8 +1,10 @@
 // Whole saves into the stand-in engine: the recorded calls, and what each call's failure costs.
 #include <algorithm>
+#include <array>
 #include <fstream>
 
 #include "automation/AutomationEngine.h"
+#include "format/PropertyBlob.h"
 #include "tests/automation/StandInSystem.h"
 #include "tests/writer/WriterTest.h"
 
@@ -206,6 +208,41 @@ TEST_F(CAutomationSave, RefusalsOfTheEngineKeepTheirMeaning) {
   EXPECT_TRUE(SaveWith("Types.Append|3001"));
   EXPECT_TRUE(SaveWith("Cell Small.Value|3421"));
   EXPECT_EQ(m_save->GetSummary().losses.at(0).reason, u"as the stand-in was told (error 3421)");
+}
+
+// A query's own and those of its columns; one that is refused costs only itself.
+TEST_F(CAutomationSave, PropertiesOfQueriesAreSet) {
+  const auto wide = [](std::u16string_view text) {
+    std::string bytes;
+    for (const char16_t unit : text) bytes += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    return bytes;
+  };
+  SPropertyOwner query,
+      column{kPropertiesOfColumn, wide(u"Name"), {{wide(u"Caption"), 0, kTypeText, {'N', 0}}}};
+  query.properties = {{wide(u"Description"), 0, kTypeText, {'D', 0}},
+                      {wide(u"MaxRecords"), 0, kTypeLong, {9, 0, 0, 0}}};
+  SSavedQuery saved;
+  saved.name = u"Names";
+  saved.sql = u"SELECT Name FROM People";
+  saved.properties = EncodePropertyBlob(false, std::array{query, column});
+  for (const auto& [failure, told] :
+       {std::pair{"", u""},
+        {"QueryDef Names.CreateProperty('MaxRecords'",
+         u"It has lost properties (\"MaxRecords\"): as the stand-in was told (error 3799)"}}) {
+    InstallStandIn(failure);
+    const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), {});
+    std::unique_ptr<CDaoDatabase> database;
+    ASSERT_TRUE(engine->CreateDatabase(InFolder(u"new.mdb"), u"", 0, database).IsOk());
+    const CDaoResult result = database->CreateQuery(saved);
+    EXPECT_TRUE(result.IsOk());
+    EXPECT_EQ(result.text, told);
+    Lines made;
+    for (const std::string& line : Calls())
+      if (line.find("CreateProperty") != std::string::npos) made.push_back(line);
+    EXPECT_EQ(made, (Lines{"QueryDef Names.CreateProperty('Description', 10, 'D')",
+                           "QueryDef Names.CreateProperty('MaxRecords', 4, 9)",
+                           "Field Name.CreateProperty('Caption', 10, 'N')"}));
+  }
 }
 
 TEST_F(CAutomationSave, EnginesThatAreThereAreListed) {

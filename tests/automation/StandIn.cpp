@@ -176,7 +176,8 @@ SCallEnd CStandInObject::AnswerCollection(std::u16string_view name, const Automa
   if (name == u"Append") return Append(std::get<AutomationObject>(arguments[0]));
   if (name != u"Item") return {};
   const std::u16string wanted = TextOf(arguments[0]);
-  if (m_kind == u"Containers" || m_kind == u"Documents" ||
+  const bool isOfQuery = m_kind == u"Fields" && m_owner != nullptr && m_owner->m_kind == u"QueryDef";
+  if (m_kind == u"Containers" || m_kind == u"Documents" || isOfQuery ||
       (m_kind == u"Properties" && kOwnProperties.contains(wanted))) {
     const auto made = std::make_shared<CStandInObject>(m_world, m_kind.substr(0, m_kind.size() - 1), nullptr);
     made->m_values[u"Name"] = wanted;
