@@ -24,7 +24,9 @@ constexpr std::u16string_view kComplexColumnsTable = u"MSysComplexColumns";
 }  // namespace
 
 void CAccessProcessFile::ScanTableDefinitions(CAccessData& data) {
-  CTableScanner(m_rules, m_job).ScanTableDefinitions(data, *m_definitions);
+  m_notes.clear();
+  CTableScanner(m_rules, m_job)
+      .ScanTableDefinitions(data, *m_definitions, m_definitions == m_source ? &m_notes : nullptr);
 }
 
 void CAccessProcessFile::DropContinuationDefinitions(CAccessData& data) {
@@ -37,7 +39,8 @@ void CAccessProcessFile::ScanDataPages(CAccessData& data) {
     m_match = CTemplateMatch(*m_source, *m_definitions, m_rules, m_job, data.GetWorkFolder());
   m_homeless = CTableScanner(m_rules, m_job)
                    .ScanDataPages(data, *m_source, m_match,
-                                  m_rules.adoptOrphanPages && !hasTemplate ? &m_twins : nullptr);
+                                  m_rules.adoptOrphanPages && !hasTemplate ? &m_twins : nullptr, m_notes);
+  PageNotes().swap(m_notes);
   if (m_rules.mendDefinitions) CTableScanner::DropGuesses(data);
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/PageClaims.h"
+#include "engine/PageNotes.h"
 #include "engine/PageTwins.h"
 #include "engine/Source.h"
 #include "engine/TemplateMatch.h"
@@ -52,6 +53,7 @@ class CAccessProcessFile {
   CSource* m_source = nullptr;
   CSource* m_definitions = nullptr;
   std::vector<SHomelessPage> m_homeless;
+  PageNotes m_notes;  // between steps 1 and 2
   CPageTwins m_twins;
   CTemplateMatch m_match;
 };

@@ -7,10 +7,8 @@
 
 namespace tolvane {
 
-namespace {
-
 // Four lanes, which a processor follows at once; any odd number with many bits mixes.
-uint32_t PrintOf(std::span<const uint8_t> page) {
+uint32_t CPageTwins::PrintOf(std::span<const uint8_t> page) {
   constexpr uint64_t kMix = 0x9E3779B97F4A7C15;
   constexpr size_t kLanes = 4, kWord = sizeof(uint64_t);
   std::array<uint64_t, kLanes> lanes{1, 2, 3, 4};
@@ -22,12 +20,6 @@ uint32_t PrintOf(std::span<const uint8_t> page) {
   uint64_t print = 0;
   for (const uint64_t lane : lanes) print = (print ^ lane) * kMix;
   return static_cast<uint32_t>(print >> 32);
-}
-
-}  // namespace
-
-void CPageTwins::Note(std::span<const uint8_t> page, uint32_t number) {
-  m_prints.push_back({PrintOf(page), number});
 }
 
 std::vector<CPageTwins::STwin> CPageTwins::Find(CSource& source) const {

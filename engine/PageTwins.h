@@ -12,8 +12,10 @@ namespace tolvane {
 
 class CPageTwins {
  public:
-  // Takes note of a page; pages come in the order of their numbers. Costs eight bytes a page.
-  void Note(std::span<const uint8_t> page, uint32_t number);
+  // A number that different pages hardly ever share.
+  static uint32_t PrintOf(std::span<const uint8_t> page);
+  // Takes note of a page and its print; pages come in the order of their numbers. Costs eight bytes a page.
+  void Note(uint32_t print, uint32_t number) { m_prints.push_back({print, number}); }
 
   struct STwin {
     uint32_t page = 0;

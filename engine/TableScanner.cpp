@@ -11,7 +11,6 @@
 
 #include "engine/DefinitionParts.h"
 #include "format/PageHead.h"
-#include "format/PageSlots.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -98,18 +97,8 @@ std::unordered_map<uint64_t, size_t> CountNamed(Candidates& candidates) {
 }
 
 // Pages of long values and of usage maps belong to no table.
-bool IsOrphan(std::span<const uint8_t> page) {
-  const uint32_t owner = OwnerOf(page);
+bool IsOwnerOfRows(uint32_t owner) {
   return owner != kOwnerLongValues && owner != kOwnerMaps && owner != kGlobalMapPage;
-}
-
-bool IsLongValuePage(std::span<const uint8_t> page) {
-  return IsPageOf(page, kPageData) && OwnerOf(page) == kOwnerLongValues;
-}
-
-// Neither a page of any type nor one that was never written.
-bool HasNoHead(std::span<const uint8_t> page, uint64_t number) {
-  return number != kHeaderPage && !HasPageType(page) && !IsBlankPage(page);
 }
 
 }  // namespace
@@ -162,7 +151,7 @@ bool CTableScanner::StartsTable(Page page, const SLayout& layout) const {
   return HasDefinitionHead(page, layout) && (layout.isJet3 || HasTableType(page, layout));
 }
 
-void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions) const {
+void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions, PageNotes* notes) const {
   if (!definitions.IsOpen()) return;
   const SLayout& layout = definitions.GetLayout();
   const uint64_t pageCount = definitions.GetPageCount();
@@ -176,7 +165,9 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
   for (uint64_t number = 0; number < pageCount; number++) {
     if (!m_job.repairing.IsRunning()) return;
     const uint64_t offset = number * layout.pageSize;
-    const bool isUsable = definitions.ReadPage(number, page) || m_rules.unreadablePageKeepsPrevious;
+    const bool isRead = definitions.ReadPage(number, page);
+    const bool isUsable = isRead || m_rules.unreadablePageKeepsPrevious;
+    if (notes != nullptr) notes->push_back(NotePage(page, number, isRead, layout, m_rules));
     if (isUsable && number != kObjectsPage) AddCandidate(data, page, offset, layout);
     status.Refresh(offset);
     progress.IncrementPos();
@@ -221,10 +212,10 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
   tables.RemoveUnmarked();
 }
 
-CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, uint64_t offset,
+CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, const SPageNote& note, uint64_t offset,
                                                 COwners& owners, const CTemplateMatch& match) {
-  if (!IsPageOf(page, kPageData)) return EOwner::None;
-  const uint32_t owner = OwnerOf(page);
+  if (!note.isData) return EOwner::None;
+  const uint32_t owner = note.owner;
   const uint64_t definition = owners.OffsetOf(match.DefinitionOf(owner));
   const bool isTable = data.GetTables().FindTable(definition) != nullptr;
   if (!owners.IsPossible(owner, isTable)) return EOwner::Impossible;
@@ -235,8 +226,8 @@ CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, Page page, ui
 }
 
 std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSource& source,
-                                                        const CTemplateMatch& match,
-                                                        CPageTwins* twins) const {
+                                                        const CTemplateMatch& match, CPageTwins* twins,
+                                                        std::span<const SPageNote> notes) const {
   std::vector<SHomelessPage> homeless;
   if (!source.IsOpen()) return homeless;
   const SLayout& layout = source.GetLayout();
@@ -253,26 +244,28 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     if (!m_job.repairing.IsRunning()) return homeless;
     const uint64_t offset = number * layout.pageSize;
     progress.IncrementPos();
-    const bool isRead = source.ReadPage(number, page);
-    if (!isRead) Count(data, EDamage::UnreadablePage, number);
-    if (!isRead && !m_rules.unreadablePageKeepsPrevious) continue;
+    const SPageNote note = number < notes.size()
+                               ? notes[static_cast<size_t>(number)]
+                               : NotePage(page, number, source.ReadPage(number, page), layout, m_rules);
+    if (!note.isRead) Count(data, EDamage::UnreadablePage, number);
+    if (!note.isRead && !m_rules.unreadablePageKeepsPrevious) continue;
     const bool isFree = freePages.IsFree(number);
     if (isFree && !m_rules.creditFreedPages) {
-      if (m_rules.adoptOrphanPages && IsPageOf(page, kPageData))
+      if (m_rules.adoptOrphanPages && note.isData)
         homeless.push_back({static_cast<uint32_t>(number), SHomelessPage::EReason::Free});
       continue;
     }
-    const EOwner owner = CreditPage(data, page, offset, owners, match);
-    if (twins != nullptr && owner == EOwner::Known) twins->Note(page, static_cast<uint32_t>(number));
+    const EOwner owner = CreditPage(data, note, offset, owners, match);
+    if (twins != nullptr && owner == EOwner::Known) twins->Note(note.print, static_cast<uint32_t>(number));
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
-    const bool isOrphan = isRead && isLost && !isFree && IsOrphan(page);
+    const bool isOrphan = note.isRead && isLost && !isFree && IsOwnerOfRows(note.owner);
     const bool isDefinition = m_rules.mendDefinitions && data.GetTables().FindTable(offset) != nullptr;
-    if (m_rules.adoptOrphanPages && (isOrphan || HasNoHead(page, number)) && !isDefinition)
+    if (m_rules.adoptOrphanPages && (isOrphan || note.hasNoHead) && !isDefinition)
       homeless.push_back({static_cast<uint32_t>(number),
                           isOrphan ? SHomelessPage::EReason::NoOwner : SHomelessPage::EReason::NoHead});
     else if (isOrphan)
       Count(data, EDamage::OrphanDataPage, number);
-    else if (m_rules.rowsMatchDefinition && IsLongValuePage(page) && !AreSlotsSound(page, layout))
+    else if (note.isBrokenLongValue)
       homeless.push_back({static_cast<uint32_t>(number), SHomelessPage::EReason::LongValues});
     if (layout.isJet3 || owner != EOwner::Impossible) status.Refresh(offset);
   }

@@ -1,8 +1,8 @@
 // Steps 1 and 2 of a repair: which pages define tables, and which data page belongs to which table.
 //
-// Both steps look at every whole page once, in order, and ask before each page whether the repair was
-// stopped. They share one progress range of two units a page. What is lost is counted in the ledger, each
-// page once.
+// Both steps look at every whole page, or a note of it, once, in order, and ask before each page whether the
+// repair was stopped. They share one progress range of two units a page. What is lost is counted in the
+// ledger, each page once.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/PageClaims.h"
+#include "engine/PageNotes.h"
 #include "engine/PageTwins.h"
 #include "engine/Source.h"
 #include "engine/TemplateMatch.h"
@@ -24,8 +25,8 @@ class CTableScanner {
   // Rules and job outlive the scanner. Nothing is done with a source that is not open.
   CTableScanner(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
-  // Step 1. Adds the catalogue, then each page that starts a definition.
-  void ScanTableDefinitions(CAccessData& data, CSource& definitions) const;
+  // Step 1. Adds the catalogue, then each page that starts a definition. `notes`, if any, gets all pages.
+  void ScanTableDefinitions(CAccessData& data, CSource& definitions, PageNotes* notes = nullptr) const;
   // Removes candidates that another candidate names as its next page; of a ring one stays. Nothing at all is
   // removed when one of them lies beyond the end of the file.
   void DropContinuationDefinitions(CAccessData& data, CSource& definitions) const;
@@ -33,10 +34,10 @@ class CTableScanner {
   static void DropGuesses(CAccessData& data);
   // Step 2. Credits each data page of the damaged file to the candidate that owns it. Where the rules have
   // pages adopted, those without a home are handed back instead of being counted. Pages of tables are noted
-  // in `twins`, if any.
+  // in `twins`, if any. Pages of which there is a note already are not read again.
   std::vector<SHomelessPage> ScanDataPages(CAccessData& data, CSource& source,
-                                           const CTemplateMatch& match = {},
-                                           CPageTwins* twins = nullptr) const;
+                                           const CTemplateMatch& match = {}, CPageTwins* twins = nullptr,
+                                           std::span<const SPageNote> notes = {}) const;
 
  private:
   class COwners;
@@ -45,7 +46,7 @@ class CTableScanner {
 
   [[nodiscard]] bool StartsTable(Page page, const SLayout& layout) const;
   void AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const;
-  static EOwner CreditPage(CAccessData& data, Page page, uint64_t offset, COwners& owners,
+  static EOwner CreditPage(CAccessData& data, const SPageNote& note, uint64_t offset, COwners& owners,
                            const CTemplateMatch& match);
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
 
