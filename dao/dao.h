@@ -2,9 +2,9 @@
 //
 //   CDaoEngine -> CDaoDatabase -> CDaoTableDef | CDaoRecordset
 //
-// Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time. Objects must
-// be released inside out: recordsets and definitions before their database. Values are typed: each of its
-// field's type.
+// Every call answers a CDaoResult with a code and a text; nothing throws. One thread at a time, but for
+// batches. Objects must be released inside out: recordsets and definitions before their database. Values are
+// typed: each of its field's type.
 #pragma once
 
 #include <cstddef>
@@ -227,6 +227,21 @@ class CDaoTableDef {
   virtual void Close() = 0;
 };
 
+// New records of one table, put together ahead of being stored: by any thread, each its own batch, while the
+// recordset is open and stores others. Only records that are stored just as they are set; of all others the
+// recordset itself can say what becomes of them.
+class CDaoRecordBatch {
+ public:
+  virtual ~CDaoRecordBatch() = default;
+  virtual void Clear() = 0;
+  // Starts a record; one that was not completed is gone.
+  virtual void AddNew() = 0;
+  // As the recordset's. False: the record cannot be part of a batch.
+  virtual bool SetFieldValue(size_t index, const SValue& value) = 0;
+  // Completes the record: the batch's next one, from 0. False: it cannot be part of a batch.
+  virtual bool Update() = 0;
+};
+
 // Rows of one table, added at its end.
 class CDaoRecordset {
  public:
@@ -239,6 +254,10 @@ class CDaoRecordset {
   virtual CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) = 0;
   // Stores the new record. On failure the record is gone and the next AddNew starts afresh.
   virtual CDaoResult Update() = 0;
+  // For records of this table, while this object lives; null where they can only be set one by one.
+  [[nodiscard]] virtual std::unique_ptr<CDaoRecordBatch> MakeBatch() { return nullptr; }
+  // Stores that record of a batch of its own, as AddNew and Update would.
+  virtual CDaoResult StoreRecord(const CDaoRecordBatch&, size_t) { return NotSupported(); }
   // Texts may be set to fields of any type: the engine reads them, in one locale whatever the user's.
   [[nodiscard]] virtual bool ReadsTexts() const { return false; }
   // Stored records that stand in another table, since the engine refuses them in their own; the Ok text of

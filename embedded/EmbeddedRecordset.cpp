@@ -9,19 +9,10 @@
 #include "format/CalculatedValue.h"
 
 namespace tolvane {
-namespace {
-
-CDaoResult WithField(EDaoError code, const SColumnDefinition& column, std::u16string_view why) {
-  std::u16string text = u"The value cannot be stored in field \"" + column.name + u"\": ";
-  text.append(why).append(u".");
-  return {code, std::move(text)};
-}
-
-}  // namespace
 
 CEmbeddedRecordset::CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file,
                                        std::shared_ptr<CTableStore> table, std::u16string_view name)
-    : m_file(std::move(file)), m_table(std::move(table)), m_name(name) {
+    : m_file(std::move(file)), m_table(std::move(table)), m_name(name), m_fields(m_table->GetLayout()) {
   const std::vector<SColumnDefinition>& columns = m_table->GetDefinition().columns;
   for (size_t i = 0; i < columns.size(); i++) m_positions.push_back(i);
   std::sort(m_positions.begin(), m_positions.end(),
@@ -71,8 +62,9 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, const SValue& value) 
     case kTypeText:
     case kTypeMemo:
       if (!IsTextType(value.type)) return WithField(EDaoError::InvalidDataType, column, u"it is no text");
+      if (column.type == kTypeText) return SetText(column, value.bytes);
       CopyUnits(value.bytes, m_text);
-      return column.type == kTypeText ? SetText(column, m_text) : SetMemo(index, m_text);
+      return SetMemo(index, m_text);
     case kTypeOle:
       return LongValuesAt(index).SetBytes(value.bytes, m_table->GetRow());
     default:
@@ -92,24 +84,10 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes
   return result.IsOk() ? Note(loss) : result;
 }
 
-CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::u16string_view text) {
-  const STextLayout& layout = m_table->GetLayout().text;
-  const ETextForm form = column.IsFixed()                                  ? ETextForm::Plain
-                         : (column.extendedFlags & kColumnCompressed) != 0 ? ETextForm::CompressedIfPossible
-                                                                           : ETextForm::PlainIfPossible;
-  m_storage.clear();
-  const STextLoss loss = AppendStoredText(layout, text, form, m_storage);
-  // A compressed text counts as long as it would be without.
-  const size_t length = layout.IsCodePage() ? m_storage.size() : layout.unitSize * text.size();
-  if (length > column.length)
-    return WithField(EDaoError::FieldTooSmall, column, u"the text is longer than the field");
-  // A text of fixed length is filled with blanks.
-  for (size_t size = m_storage.size(); column.IsFixed() && size < column.length; size += layout.unitSize) {
-    m_storage.push_back(u' ');
-    if (!layout.IsCodePage()) m_storage.push_back(0);
-  }
-  m_table->GetRow().Set(column, m_storage);
-  return Note(loss);
+CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::span<const uint8_t> units) {
+  STextLoss loss;
+  CDaoResult result = m_fields.SetText(column, units, m_table->GetRow(), loss);
+  return result.IsOk() ? Note(loss) : result;
 }
 
 CDaoResult CEmbeddedRecordset::Note(const STextLoss& loss) {
@@ -124,22 +102,12 @@ CDaoResult CEmbeddedRecordset::SetMemo(size_t index, std::u16string_view text) {
 }
 
 CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const SValue& value) {
-  const bool isKey = column.type == kTypeComplex && value.type == kTypeLong;
-  const bool isSized = column.type == kTypeBinary ? value.bytes.size() <= column.length
-                                                  : value.bytes.size() == LengthOfType(column.type);
-  if (!isSized || (value.type != column.type && !isKey))
-    return WithField(EDaoError::DataConversion, column, u"it is no value of the field's type");
-  if (column.type == kTypeDecimal && value.scale != column.scale)
-    return WithField(EDaoError::DataConversion, column, u"it has another number of digits behind the point");
-  if (column.type == kTypeBoolean) {
-    m_table->GetRow().SetBoolean(column, value.bytes[0] != 0);
-  } else {
-    m_table->GetRow().Set(column, value.bytes);
-    if (&column == m_autoNumber) m_autoValue = GetLittle<int32_t>(value.bytes, 0);
-    if (column.type == kTypeComplex)
-      m_complexValue = std::max(m_complexValue, GetLittle<int32_t>(value.bytes, 0));
-  }
-  return CDaoResult::Ok();
+  CDaoResult result = m_fields.SetBytes(column, value, m_table->GetRow());
+  if (!result.IsOk()) return result;
+  if (&column == m_autoNumber) m_autoValue = GetLittle<int32_t>(value.bytes, 0);
+  if (column.type == kTypeComplex)
+    m_complexValue = std::max(m_complexValue, GetLittle<int32_t>(value.bytes, 0));
+  return result;
 }
 
 // The value stands in a wrapper; a memo's wrapper is the long value.
@@ -220,6 +188,20 @@ CDaoResult CEmbeddedRecordset::Update() {
   if (m_autoNumber != nullptr) m_table->RaiseAutoNumber(m_autoValue);
   if (!m_complexColumns.empty()) m_table->RaiseComplexNumber(m_complexValue);
   m_replaced += m_replacedInRow;
+  return result;
+}
+
+std::unique_ptr<CDaoRecordBatch> CEmbeddedRecordset::MakeBatch() {
+  if (m_table == nullptr || !CRecordBatch::IsPossible(m_table->GetDefinition())) return nullptr;
+  return std::make_unique<CRecordBatch>(m_table->GetLayout(), m_table->GetDefinition(), m_positions);
+}
+
+CDaoResult CEmbeddedRecordset::StoreRecord(const CDaoRecordBatch& batch, size_t record) {
+  if (m_table == nullptr || !m_file->IsOpen()) return RefuseField();
+  const auto& records = static_cast<const CRecordBatch&>(batch);
+  m_isAdding = false;
+  CDaoResult result = m_table->StoreRow(records.GetRow(record));
+  if (result.IsOk() && m_autoNumber != nullptr) m_table->RaiseAutoNumber(records.GetAutoNumber(record));
   return result;
 }
 

@@ -10,6 +10,8 @@
 
 #include "dao/dao.h"
 #include "embedded/EmbeddedFile.h"
+#include "embedded/RecordBatch.h"
+#include "embedded/RowFields.h"
 
 namespace tolvane {
 
@@ -24,6 +26,8 @@ class CEmbeddedRecordset : public CDaoRecordset {
   CDaoResult SetFieldValue(size_t index, const SValue& value) override;
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override;
   CDaoResult Update() override;
+  [[nodiscard]] std::unique_ptr<CDaoRecordBatch> MakeBatch() override;
+  CDaoResult StoreRecord(const CDaoRecordBatch& batch, size_t record) override;
   [[nodiscard]] uint64_t GetReplacedCount() const override { return m_replaced; }
   [[nodiscard]] uint64_t GetChangedIndexCount() const override { return m_changedIndexes; }
   // Ok carries a text when characters had to be replaced.
@@ -33,7 +37,7 @@ class CEmbeddedRecordset : public CDaoRecordset {
   [[nodiscard]] bool CanSetField(size_t index) const;
   // Why such a field cannot be set.
   [[nodiscard]] CDaoResult RefuseField() const;
-  CDaoResult SetText(const SColumnDefinition& column, std::u16string_view text);
+  CDaoResult SetText(const SColumnDefinition& column, std::span<const uint8_t> units);
   CDaoResult SetMemo(size_t index, std::u16string_view text);
   CDaoResult Note(const STextLoss& loss);
   CDaoResult SetBytes(const SColumnDefinition& column, const SValue& value);
@@ -53,11 +57,12 @@ class CEmbeddedRecordset : public CDaoRecordset {
   std::shared_ptr<CEmbeddedFile> m_file;
   std::shared_ptr<CTableStore> m_table;  // null when closed
   std::u16string m_name;
+  CRowFields m_fields;
   uint64_t m_replaced = 0;  // characters in stored rows that the format cannot hold
   uint64_t m_replacedInRow = 0;
   uint64_t m_changedIndexes = 0;   // known when closed
-  std::u16string m_text;           // the text being set
-  std::vector<uint8_t> m_storage;  // and its stored form
+  std::u16string m_text;           // the long text being set
+  std::vector<uint8_t> m_storage;  // of a calculated value
   const SColumnDefinition* m_autoNumber = nullptr;
   std::vector<const SColumnDefinition*> m_autoGuids;
   std::vector<const SColumnDefinition*> m_complexColumns;

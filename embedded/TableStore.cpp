@@ -159,13 +159,28 @@ CDaoResult CTableStore::StoreRow() {
 
 CDaoResult CTableStore::StoreRow(uint32_t& pointer) {
   if (CDaoResult result = PlaceLongValues(); !result.IsOk()) return result;
-  if (!m_isChanged) StartFeed();
   std::span<uint8_t> row;
-  if (CDaoResult result = m_data.AddRow(m_row->GetRowSize(), row, pointer); !result.IsOk()) return result;
+  if (CDaoResult result = AddRow(m_row->GetRowSize(), row, pointer); !result.IsOk()) return result;
   m_row->Write(row);
+  ForgetLongValues();
+  return CDaoResult::Ok();
+}
+
+CDaoResult CTableStore::StoreRow(std::span<const uint8_t> bytes) {
+  DiscardRow();
+  std::span<uint8_t> row;
+  uint32_t pointer = 0;
+  if (CDaoResult result = AddRow(bytes.size(), row, pointer); !result.IsOk()) return result;
+  std::copy(bytes.begin(), bytes.end(), row.begin());
+  return CDaoResult::Ok();
+}
+
+// Room for one more row.
+CDaoResult CTableStore::AddRow(size_t size, std::span<uint8_t>& row, uint32_t& pointer) {
+  if (!m_isChanged) StartFeed();
+  if (CDaoResult result = m_data.AddRow(size, row, pointer); !result.IsOk()) return result;
   m_definition.rowCount++;
   m_isChanged = true;
-  ForgetLongValues();
   return CDaoResult::Ok();
 }
 

@@ -63,6 +63,8 @@ class CTableStore {
   CDaoResult StoreRow();
   CDaoResult StoreRow(uint32_t& pointer);
   void DiscardRow();
+  // A row that is complete as it is, without long values outside it; the one being put together is given up.
+  CDaoResult StoreRow(std::span<const uint8_t> bytes);
 
   // Changes a stored row: `edit` sets columns of it. Fails when it no longer fits its page.
   CDaoResult EditRow(uint32_t pointer, const std::function<CDaoResult()>& edit);
@@ -91,6 +93,7 @@ class CTableStore {
   std::span<const uint8_t> ReadRow(uint32_t pointer);
 
  private:
+  CDaoResult AddRow(size_t size, std::span<uint8_t>& row, uint32_t& pointer);
   CDaoResult ShortenRow();
   CDaoResult PlaceLongValues();
   void ForgetLongValues();

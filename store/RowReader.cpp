@@ -19,6 +19,11 @@ bool CTableRowReader::BeginRow() {
   return m_hasCount;
 }
 
+void CTableRowReader::MoveToRow(uint64_t position) {
+  m_isInRow = m_hasCount = false;
+  m_stream.MoveTo(position);
+}
+
 // A value that is there only in part is none, and what follows it cannot be told.
 bool CTableRowReader::BeginRecord(uint32_t& count) {
   count = 0;

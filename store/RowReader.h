@@ -20,6 +20,8 @@ class CTableRowReader {
   // Moves on to the next row; what was not read of the last one is passed over. False after the last row. A
   // row that the file's end cuts short is the last one: the values that are whole are there.
   bool BeginRow();
+  // The row that BeginRow begins next is the one that stands there in the file.
+  void MoveToRow(uint64_t position);
   // The next column's record: a call a column. Without a whole record there are no bytes.
   void ReadRecord(std::vector<uint8_t>& bytes);
   // For whoever reads a record by itself: its count, the stream standing behind it. False: no whole record.

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "format/Value.h"
+#include "writer/ResultTypes.h"
+#include "writer/SavedTable.h"
 
 namespace tolvane {
 
@@ -17,6 +19,11 @@ class CFieldConverter {
   // then lie here until the next call. A text type takes the text of any value. False when something would be
   // lost.
   bool Convert(uint8_t type, uint8_t scale, SValue& value);
+  // The same for a field, whose column has that type.
+  bool ConvertForField(uint8_t type, const SFieldType& field, SValue& value) {
+    TakeResultAs(type, value);
+    return Convert(type, field.isCalculated ? value.scale : field.scale, value);
+  }
 
  private:
   bool ConvertNumber(uint8_t type, uint8_t scale, SValue& value);

@@ -20,6 +20,8 @@
 
 namespace tolvane {
 
+struct SPreparedRows;
+
 // One object a table. Holds one value in memory; OLE values are handed over piece by piece.
 class CRowCopier {
  public:
@@ -50,6 +52,8 @@ class CRowCopier {
   [[nodiscard]] uint64_t CountRows() const;
   [[nodiscard]] bool TakesRow(uint64_t row) const;
   ESaveStep CopyRows();
+  [[nodiscard]] bool CanPrepare() const;
+  ESaveStep CopyPrepared(const SPreparedRows& prepared, CTableRowReader& reader, uint64_t& rowsTaken);
   ESaveStep CopyRow(CTableRowReader& reader);
   ESaveStep SetValue(size_t column, CTableRowReader& reader, SRow& row);
   CDaoResult SetTyped(size_t column, SValue& value);
@@ -63,6 +67,7 @@ class CRowCopier {
   CDaoResult SetFromFile(size_t field, const SObjectPlace& place);
   ESaveStep SetAttachment(size_t field, const SObjectPlace& place, SRow& row);
   ESaveStep StoreRow(SRow& row);
+  ESaveStep NoteStored(const CDaoResult& result, const SRow& row);
   ESaveStep Close();
   ESaveStep Fail(const CDaoResult& result);
 

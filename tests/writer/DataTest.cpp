@@ -109,6 +109,69 @@ TEST_F(CExactDataTest, ValuesArriveAsTheyAre) {
             Lines{"described field number type=20 size=0 attributes=34 default="});
 }
 
+// Many records are prepared ahead of their turn; what is unusual, too long or cut short comes in between as
+// ever.
+TEST_F(CExactDataTest, PreparedRecordsAreStoredAsAllOthers) {
+  constexpr uint32_t kRows = 30'000;
+  CAccessTable& table =
+      AddTable(u"T", {{u"text"}, {u"memo", kTypeMemo, 0}, {u"byte", kTypeByte, 1, kColumnFixed}});
+  CAccessTableDataFile file(m_folder.GetPath());
+  ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
+  // The last count stands at the offset that means none in layouts.
+  file.WriteValue(std::u16string((kAbsent - 2 * kCountBytes - 1) / 2, u'y'));
+  file.WriteNull();
+  file.WriteRecord(std::vector<uint8_t>{1});
+  for (uint32_t row = 1; row < kRows; ++row) {
+    row % 11 == 3 ? file.WriteNull() : file.WriteValue(ToDecimal(uint64_t{row}));
+    row % 9'000 == 5 ? file.WriteValue(std::u16string(100'000, u'x')) : file.WriteNull();
+    row % 13 == 1 ? file.WriteNull() : file.WriteRecord(std::vector<uint8_t>{static_cast<uint8_t>(row)});
+  }
+  file.WriteValue(u"cut short");
+  file.CloseDataFile();
+  table.header.rowCount = kRows + 9;
+  const auto save = [&](bool hasBatches, uint32_t threads) {
+    m_engine.log.calls.clear();
+    m_engine.log.hasBatches = hasBatches;
+    m_engine.log.refuse = [](const std::string& line) -> CDaoResult {
+      return {line == "set 0 1117" || line == "set 2 170" ? EDaoError::DataConversion : EDaoError::None, u""};
+    };
+    ShownJob().SetThreads(threads);
+    EXPECT_TRUE(m_writer.Save());
+    ShownJob().SetThreads(0);
+    Lines all = CallsFrom("add");
+    for (const std::string& line : Outcome()) all.push_back(line);
+    return all;
+  };
+  const Lines oneByOne = save(false, 1);
+  EXPECT_EQ(m_engine.log.Find("update").size(), kRows + 1);
+  EXPECT_EQ(m_engine.log.Find("set 1 bytes 200000").size(), 4u);
+  for (const uint32_t threads : {1u, 2u, 8u}) EXPECT_TRUE(save(true, threads) == oneByOne) << threads;
+}
+
+// From whichever record on, a full disk and a stop end the save.
+TEST_F(CExactDataTest, PreparedRecordsEndWithTheSave) {
+  CAccessTable& table = AddTable(u"T", {{u"text"}});
+  WriteRows(table, std::vector<Row>(20'000, {u"a text of a record"}));
+  m_engine.log.hasBatches = true;
+  ShownJob().SetThreads(8);
+  for (const int last : {1, 2'000, 19'999}) {
+    for (const bool isFull : {true, false}) {
+      CSavingStatus::Instance().SetSaving(true);
+      m_engine.log.calls.clear();
+      m_engine.log.refuse = [last, isFull, updates = 0](const std::string& line) mutable -> CDaoResult {
+        if (line != "update" || ++updates < last) return CDaoResult::Ok();
+        if (isFull) return {EDaoError::DiskFull, u"full"};
+        CSavingStatus::Instance().SetSaving(false);
+        return CDaoResult::Ok();
+      };
+      EXPECT_FALSE(m_writer.Save());
+      EXPECT_EQ(m_engine.log.Find("update").size(), static_cast<size_t>(last));
+      EXPECT_EQ(GetSummary().failure, isFull ? u"full" : u"");
+    }
+  }
+  ShownJob().SetThreads(0);
+}
+
 TEST_F(CDataTest, LongMemosAreHandedOverInPieces) {
   ExpectPiecesOfMemo();
 }

@@ -22,6 +22,7 @@ struct SFakeLog {
   std::vector<std::string> calls;
   // Called with each line before it counts; what it answers is the call's result.
   std::function<CDaoResult(const std::string&)> refuse;
+  bool hasBatches = false;
 
   CDaoResult Call(std::string line) {
     calls.push_back(std::move(line));
@@ -74,18 +75,41 @@ class CFakeTableDef : public CDaoTableDef {
   SFakeLog& m_log;
 };
 
+// Bytes in the system's code page show as letters, too.
+inline std::string SetLine(size_t index, const SValue& value) {
+  std::u16string text;
+  if (value.type == kTypeOle)
+    DecodeCodePage(SystemCodePage(), value.bytes, text);
+  else
+    MakeExactText(value, text);
+  return "set " + std::to_string(index) + " " + ToUtf8(text);
+}
+
+// Leaves records with a "7" in their values to the recordset.
+class CFakeBatch : public CDaoRecordBatch {
+ public:
+  void Clear() override { records.clear(); }
+  void AddNew() override { m_lines.clear(); }
+  bool SetFieldValue(size_t index, const SValue& value) override {
+    m_lines.push_back(SetLine(index, value));
+    return m_lines.back().find('7') == std::string::npos;
+  }
+  bool Update() override {
+    records.push_back(m_lines);
+    return true;
+  }
+  std::vector<std::vector<std::string>> records;
+
+ private:
+  std::vector<std::string> m_lines;
+};
+
 class CFakeRecordset : public CDaoRecordset {
  public:
   explicit CFakeRecordset(SFakeLog& log) : m_log(log) {}
   CDaoResult AddNew() override { return m_log.Call("add"); }
-  // Bytes in the system's code page show as letters, too.
   CDaoResult SetFieldValue(size_t index, const SValue& value) override {
-    std::u16string text;
-    if (value.type == kTypeOle)
-      DecodeCodePage(SystemCodePage(), value.bytes, text);
-    else
-      MakeExactText(value, text);
-    return m_log.Call("set " + std::to_string(index) + " " + ToUtf8(text));
+    return m_log.Call(SetLine(index, value));
   }
   CDaoResult SetFieldValue(size_t index, CDaoByteSource& bytes) override {
     std::string content;
@@ -99,6 +123,16 @@ class CFakeRecordset : public CDaoRecordset {
                       content.substr(0, 4) + ".." + std::to_string(content.size()));
   }
   CDaoResult Update() override { return m_log.Call("update"); }
+  std::unique_ptr<CDaoRecordBatch> MakeBatch() override {
+    return m_log.hasBatches ? std::make_unique<CFakeBatch>() : nullptr;
+  }
+  // As if the record were set here.
+  CDaoResult StoreRecord(const CDaoRecordBatch& batch, size_t record) override {
+    m_log.calls.emplace_back("add");
+    for (const std::string& line : static_cast<const CFakeBatch&>(batch).records[record])
+      m_log.calls.push_back(line);
+    return m_log.Call("update");
+  }
   CDaoResult Close() override { return m_log.Call("close rows"); }
 
  private:
