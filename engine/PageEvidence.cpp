@@ -133,12 +133,13 @@ struct SSample {
   [[nodiscard]] bool IsSure() const { return sound > 0 && sound * kSoundOf >= written * (kSoundOf - 1); }
 };
 
-SSample SamplePages(CPageReader& file, uint64_t start, const SLayout& layout) {
+SSample SamplePages(CPageReader& file, uint64_t start, const SLayout& layout, const CSearchWatch& watch) {
   SSample sample;
   std::vector<uint8_t> page(layout.pageSize);
   const uint64_t count = (file.GetFileLength() - start) / layout.pageSize;
   const uint64_t step = count / kPagesSampled + 1;
   for (uint64_t number = 1; number < count; number += number + kPagesAtEnd < count ? step : 1) {
+    if (watch.IsStopped()) return {};
     if (file.ReadFile(start + number * layout.pageSize, page) != page.size()) continue;
     if (IsBlankPage(page)) continue;
     sample.written++;
@@ -210,7 +211,7 @@ SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t star
   for (uint64_t first = start + layout.pageSize; first < end; first += block.size()) {
     if (!watch.Show(first)) return {};
     const Bytes read = Bytes(block).first(file.ReadFile(first, block));
-    for (size_t at = 0; at < block.size() && first + at < end; at += layout.pageSize)
+    for (size_t at = 0; at < block.size() && first + at < end && !watch.IsStopped(); at += layout.pageSize)
       if (IsHeader(file, first + at, read.subspan(std::min(at, read.size()))) &&
           HasCatalogue(file, first + at))
         evidence.otherStarts.push_back(first + at);
@@ -249,13 +250,13 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
   if (wantedStart >= length) wantedStart = 0;
   // Without a header the first pages may be missing, which the numbers of owners tell.
   for (const SLayout* layout : kLayouts)
-    if (HasHeader(file, wantedStart) && SamplePages(file, wantedStart, *layout).IsSure())
+    if (HasHeader(file, wantedStart) && SamplePages(file, wantedStart, *layout, watch).IsSure())
       return InOnePiece(file, *layout, wantedStart, watch, job);
 
   CHeadFinder found(file, wantedStart, watch);
   if (watch.IsStopped()) return {};
   std::vector<uint64_t> marks = found.marks;
-  std::erase_if(marks, [&](uint64_t mark) { return !HasCatalogue(file, mark); });
+  std::erase_if(marks, [&](uint64_t mark) { return watch.IsStopped() || !HasCatalogue(file, mark); });
   const size_t front = found.heads[0].size() > found.heads[1].size() ? 0 : 1;
   SRange range = ChooseRange(marks, found.heads[front], wantedStart, length);
   for (PageHeads& heads : found.heads)

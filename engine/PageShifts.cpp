@@ -132,7 +132,7 @@ class CShiftFinder {
   [[nodiscard]] bool IsSuspect() {
     std::set<uint32_t> asked;
     size_t wrong = 0;
-    for (size_t place = 1; place < m_count; place += m_count / kPagesForSuspicion + 1) {
+    for (size_t place = 1; place < m_count && !IsStopped(); place += m_count / kPagesForSuspicion + 1) {
       if (!Read(place, m_page)) continue;
       bool isLost = false;
       size_t left = 2;  // a page of rows has one, and leaves are much alike
@@ -152,7 +152,7 @@ class CShiftFinder {
     m_pages.resize(m_count);
     m_opinions.resize(m_count + 2 * m_most);
     for (size_t place = 1; place < m_count; place++) {
-      if (m_job != nullptr && !m_job->IsRunning()) return {};
+      if (IsStopped()) return {};
       if (!Read(place, m_page)) continue;
       m_pages[place] = IdentityOf(m_page, m_layout);
       if (m_firstCatalogue == 0 && m_pages[place] == SIdentity{EKind::Rows, kObjectsPage})
@@ -165,6 +165,8 @@ class CShiftFinder {
   }
 
  private:
+  [[nodiscard]] bool IsStopped() const { return m_job != nullptr && !m_job->IsRunning(); }
+
   bool Read(uint64_t place, std::span<uint8_t> page) {
     return place < m_count && m_file.ReadFile(m_start + place * m_layout.pageSize, page) == page.size();
   }

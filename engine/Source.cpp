@@ -74,7 +74,7 @@ void CSource::FindPages() {
   if (m_rules.pagesDecideFormat) m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
   if (m_evidence.layout != nullptr)
     m_pages.SetStretches(m_evidence.stretches, m_evidence.layout->pageSize);
-  else
+  else if (!IsStopped())
     m_pages.SetStart(m_wantedStart != 0 ? m_wantedStart : FindDatabaseStart(m_pages));
 }
 

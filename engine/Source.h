@@ -38,6 +38,8 @@ class CSource {
   void SetHoles(std::vector<SFileRange> holes) { m_pages.SetHoles(std::move(holes)); }
   // Sees how far Open is with a file whose pages have to be looked for, and may stop it; outlives the source.
   void SetJob(CJobContext& job) { m_job = &job; }
+  // What a stopped Open found out is not to be relied on.
+  [[nodiscard]] bool IsStopped() const { return m_job != nullptr && !m_job->IsRunning(); }
   // Opens the file and finds out what it is. False: the system refuses, with its reason in the handler; the
   // source is then closed, of no length, and counts as Jet 3.
   bool Open(const std::u16string& path, CErrorHandler& handler);

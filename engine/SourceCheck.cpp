@@ -26,12 +26,13 @@ bool IsPlausible(const CSource::Header& header) {
 }
 
 // Encoded pages are noise: hardly one has a page type and the formatting mark.
-bool ArePagesPlain(CPageReader& reader, uint32_t pageSize) {
+bool ArePagesPlain(CSource& source, uint32_t pageSize) {
+  CPageReader& reader = source.GetPages();
   std::vector<uint8_t> page(pageSize);
   uint64_t sampled = 0;
   uint64_t formatted = 0;
   const uint64_t end = std::min(reader.GetPageCount(pageSize), kPagesLookedAt + 1);
-  for (uint64_t number = 1; number < end; number++) {
+  for (uint64_t number = 1; number < end && !source.IsStopped(); number++) {
     if (!reader.ReadPage(number * pageSize, page)) continue;
     if (IsBlankPage(page)) continue;
     sampled++;
@@ -54,7 +55,7 @@ std::u16string_view EncryptionScheme(CSource& source, uint32_t pageSize) {
   const uint32_t version = GetLittle<uint32_t>(header, kHeaderEncryptionLength + 2);
   const bool hasDescription =
       isAce && GetLittle<uint16_t>(header, kHeaderEncryptionLength) != 0 && IsKnownEncryption(version);
-  if ((!hasKey && !hasDescription) || ArePagesPlain(source.GetPages(), pageSize)) return {};
+  if ((!hasKey && !hasDescription) || ArePagesPlain(source, pageSize)) return {};
   if (!hasDescription) return u"Jet encoding";
   return version == kAgileVersion ? u"agile encryption, AES" : u"RC4 CryptoAPI";
 }

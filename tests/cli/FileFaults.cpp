@@ -6,8 +6,9 @@
 //   errno.h TOLVANE_FAULT_LOG      a line a call is added to this file: KIND PATH, tab between
 //
 // Kinds: open make read write sync rename remove list, and of reads and writes also short (half of the
-// bytes), shrink (the file loses its second half before the read) and change (its middle is overwritten
-// before the read).
+// bytes), shrink (the file loses its second half before the read), change (its middle is overwritten before
+// the read), vanish (its name is gone before the read) and slow (so many milliseconds later, where the number
+// stands).
 #include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
@@ -17,6 +18,7 @@
 #include <string.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -65,8 +67,8 @@ SState& State() {
 
 // A kind of the fault, and the kinds of calls that it counts.
 bool IsMeant(const std::string& fault, const char* call) {
-  if (fault == "shrink" || fault == "change") return strcmp(call, "read") == 0;
-  if (fault == "short") return strcmp(call, "read") == 0 || strcmp(call, "write") == 0;
+  if (fault == "shrink" || fault == "change" || fault == "vanish") return strcmp(call, "read") == 0;
+  if (fault == "short" || fault == "slow") return strcmp(call, "read") == 0 || strcmp(call, "write") == 0;
   return fault == call;
 }
 
@@ -81,7 +83,11 @@ bool Hits(const char* call, const std::string& path, const std::string& more = {
   }
   if (!IsMeant(state.fault.kind, call)) return false;
   const long number = ++count;
-  return number == state.fault.number || (state.fault.isForGood && number > state.fault.number);
+  const bool isHit = number == state.fault.number || (state.fault.isForGood && number > state.fault.number);
+  if (!isHit || state.fault.kind != "slow") return isHit;
+  const timespec pause{state.fault.error / 1000, state.fault.error % 1000 * 1'000'000L};
+  nanosleep(&pause, nullptr);
+  return false;
 }
 
 std::string PathAt(int folder, const char* path) {
@@ -111,6 +117,10 @@ bool Meets(const char* call, int descriptor, size_t& size) {
   const std::string& kind = State().fault.kind;
   if (kind == "short") {
     size = (size + 1) / 2;
+    return false;
+  }
+  if (kind == "vanish") {
+    syscall(SYS_unlink, path.c_str());
     return false;
   }
   if (kind != "shrink" && kind != "change") return true;
