@@ -41,11 +41,6 @@ std::optional<SInputProblem> CheckReadable(const std::u16string& path) {
                        u"\nIf another program has it open, close that program or repair a copy of the file."};
 }
 
-bool HasDatabaseEnding(std::u16string_view path) {
-  const std::u16string ending = FoldCase(ExtensionOf(path));
-  return ending == u"mdb" || ending == u"accdb";
-}
-
 std::u16string_view AdviceFor(ESourceState state) {
   switch (state) {
     case ESourceState::Encrypted:
@@ -58,6 +53,11 @@ std::u16string_view AdviceFor(ESourceState state) {
 }
 
 }  // namespace
+
+bool HasDatabaseEnding(std::u16string_view path) {
+  const std::u16string ending = FoldCase(ExtensionOf(path));
+  return ending == u"mdb" || ending == u"accdb";
+}
 
 std::optional<SInputProblem> CheckInput(const COvRepairFileManager& manager) {
   const bool isTemplateMode = manager.GetMode().IsAdvance();

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "app/FrontEnd.h"
 #include "app/RepairFileManager.h"
@@ -21,6 +22,9 @@ bool IsNothingFound(const CAccessData* data);
 
 // Rows had no room in the folder for temporary files.
 bool LacksRoom(const CAccessData* data);
+
+// The name ends as those of databases do.
+bool HasDatabaseEnding(std::u16string_view path);
 
 // Why a repair found nothing, and what the user can do.
 struct SNothingFound {

@@ -19,6 +19,10 @@ constexpr size_t kNameKept = 60;
 
 constexpr std::u16string_view kExists = u"The output exists already.";
 
+SOutputVerdict RefuseName(uint32_t error) {
+  return {EOutputState::NotNamed, u"The output cannot get its name: " + SystemMessage(error) + u"."};
+}
+
 // Of the names that a file has while it is being written, up to the run mark.
 std::u16string PartialPrefix(std::u16string_view path) {
   std::u16string_view name = FileNameOf(path).substr(0, kNameKept);
@@ -102,22 +106,19 @@ SOutputVerdict COutputFile::CheckPath() const {
   const std::u16string folder(FolderOf(path));
   if (!folder.empty() && GetFileKind(folder) != EFileKind::Folder)
     return {EOutputState::NoFolder, u"The output's folder does not exist."};
+  if (!IsNamePossible(path)) return RefuseName(LastSystemError());
   return {};
 }
 
 SOutputVerdict COutputFile::Complete() {
-  const auto refuse = [](uint32_t error) {
-    return SOutputVerdict{EOutputState::NotNamed,
-                          u"The output cannot get its name: " + SystemMessage(error) + u"."};
-  };
   if (!m_request.mayReplace && FileExists(m_request.path))
     return {EOutputState::Exists, std::u16string(kExists)};
   CFileCust file;
   if (!file.Open(m_partialPath, EFileAccess::ReadWrite, EFileShare::Read, EFileCreation::OpenExisting))
-    return refuse(file.GetLastErrorCode());
-  if (!file.Flush()) return refuse(file.GetLastErrorCode());
+    return RefuseName(file.GetLastErrorCode());
+  if (!file.Flush()) return RefuseName(file.GetLastErrorCode());
   file.Close();
-  if (!RenameFile(m_partialPath, m_request.path)) return refuse(LastSystemError());
+  if (!RenameFile(m_partialPath, m_request.path)) return RefuseName(LastSystemError());
   SyncNames(FolderOf(m_request.path));
   m_partialPath.clear();
   return {};

@@ -32,7 +32,7 @@ enum class EOutputState : uint8_t {
   Exists,       // and must not be replaced
   NoFolder,     // the folder for it does not exist
   NotWritable,  // no file can be made in its folder
-  NotNamed,     // the whole file could not get its name
+  NotNamed,     // the system does not take its name, or not any more
 };
 
 // The reason is one sentence for the user; what to do about it is the front end's to say.

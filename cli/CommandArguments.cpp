@@ -32,6 +32,9 @@ size_t HelpWidth() {
   return IsTerminal(EStream::Output) ? GetTerminalWidth(EStream::Output) : 0;
 }
 
+// Standard input or output where a stream is meant.
+constexpr std::string_view kDash = "-";
+
 // What belongs to one file, and is of no use to several.
 constexpr std::array<const char*, 5> kOneFileOptions{"--output", "--log", "--start", "--map", "--report"};
 // What a repair of several files does itself.
@@ -55,12 +58,21 @@ std::string FindRepairConflict(const SArguments& arguments, const CLI::App& chos
   return {};
 }
 
+// `tolvane export TABLE -o -`, as other programs take it; a database is no stream.
+bool IsStream(const SArguments& arguments) {
+  return arguments.command == ECommand::Export && arguments.exporting.format != EExportFormat::Sqlite;
+}
+
 std::string FindConflict(const SArguments& arguments, const SExportWords& exporting, const CLI::App& chosen) {
   for (const CLI::Option* option : chosen.get_options()) {
     const std::string kind = option->get_type_name();
     const bool isName = kind == kFileArgument || kind == kFolderArgument;
     if (isName && std::ranges::count(option->results(), std::string()) > 0)
       return option->get_name() + ": an empty name names nothing";
+    const bool mayBeDash =
+        option->get_positional() || (option->get_name() == "--output" && IsStream(arguments));
+    if (isName && !mayBeDash && std::ranges::count(option->results(), kDash) > 0)
+      return option->get_name() + ": needs a file with a name (./- is the one called -)";
   }
   if (arguments.isBrief && !arguments.isJson) return "--brief shortens what --json writes; give both";
   if (arguments.command == ECommand::Export) return FindExportConflict(exporting, arguments);
@@ -106,6 +118,7 @@ SArguments TakeWords(const CCommandGrammar& grammar) {
   if (words.outputFormat == "ace") arguments.outputFormat = EOutputFormat::Ace;
   if (words.engine == "dao") arguments.engine = EEngineChoice::Dao;
   TakeExportWords(words.exporting, arguments);
+  if (words.output == kDash && IsStream(arguments)) arguments.output.clear();
   return arguments;
 }
 

@@ -68,8 +68,11 @@ int RunTolvane(const std::vector<std::u16string>& words) {
   PrepareTerminal();
   const SParsedArguments parsed = ParseArguments(words);
   if (parsed.isEnd) {
-    if (parsed.status == EExitStatus::Done)
-      return WriteStream(EStream::Output, parsed.text) ? 0 : static_cast<int>(EExitStatus::Failed);
+    if (parsed.status == EExitStatus::Done) {
+      if (WriteStream(EStream::Output, parsed.text)) return static_cast<int>(parsed.status);
+      if (!IsReaderGone()) WriteMessage(OutputLost().message, EMeaning::Bad);
+      return static_cast<int>(EExitStatus::Failed);
+    }
     const size_t width = IsTerminal(EStream::Error) ? GetTerminalWidth(EStream::Error) : 0;
     WriteStream(EStream::Error,
                 words.empty() ? parsed.text : WrapWords("tolvane: " + parsed.text, 2, width) + "\n");

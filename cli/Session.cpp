@@ -1,5 +1,6 @@
 #include "cli/Session.h"
 
+#include "app/InputCheck.h"
 #include "app/Losses.h"
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
@@ -126,9 +127,9 @@ SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict,
       advice = u" Create it first, or name another one with " + with + u".";
       break;
     case EOutputState::NotWritable:
+    case EOutputState::NotNamed:
       advice = u" Name another one with " + with + u".";
       break;
-    case EOutputState::NotNamed:
     case EOutputState::Ok:
       break;
   }
@@ -321,12 +322,16 @@ std::optional<SFailure> CSession::CheckTemplate() {
 std::optional<SFailure> CSession::OpenLogFile() {
   const std::u16string& path = m_arguments.logFile;
   if (path.empty()) return std::nullopt;
-  if (IsSameFile(path, m_sourcePath) || IsSameFile(path, m_arguments.templatePath) ||
-      IsSameFile(path, m_arguments.output))
-    return SFailure{EExitStatus::WrongUsage, AboutFile(path, u"The log cannot be written over a database.")};
+  if (path == m_arguments.output || IsSameFile(path, m_sourcePath) ||
+      IsSameFile(path, m_arguments.templatePath) || IsSameFile(path, m_arguments.output) ||
+      (HasDatabaseEnding(path) && FileExists(path)))
+    return SFailure{
+        EExitStatus::WrongUsage,
+        AboutFile(path, u"The log cannot be written over a database. Name another file with --log.")};
   if (!m_logFile.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways))
     return SFailure{EExitStatus::Failed, AboutFile(path, u"The log file cannot be written: " +
-                                                             SystemMessage(m_logFile.GetLastErrorCode()))};
+                                                             SystemMessage(m_logFile.GetLastErrorCode()) +
+                                                             u". Name another one with --log.")};
   WriteLog(u"tolvane " + FromAscii(kVersion) + u" " + FromAscii(NameOf(m_arguments.command)) + u" " +
            m_arguments.source);
   return std::nullopt;

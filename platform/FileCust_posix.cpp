@@ -61,15 +61,19 @@ int OpenFlags(EFileAccess access, EFileCreation creation) {
   return flags;
 }
 
-// -1 with errno on failure.
+// -1 with errno on failure. Never waits for the other end of a pipe: one that nobody reads cannot be opened
+// to write, one that nobody writes has no bytes.
 int OpenDescriptor(const std::string& path, int flags) {
   int descriptor = -1;
   do {
-    descriptor = open(path.c_str(), flags, 0666);
+    descriptor = open(path.c_str(), flags | O_NONBLOCK, 0666);
   } while (descriptor < 0 && errno == EINTR);
   if (descriptor < 0) return -1;
   struct stat status {};
-  if (fstat(descriptor, &status) == 0 && !S_ISDIR(status.st_mode)) return descriptor;
+  if (fstat(descriptor, &status) == 0 && !S_ISDIR(status.st_mode)) {
+    if (!S_ISREG(status.st_mode)) fcntl(descriptor, F_SETFL, flags & O_ACCMODE);
+    return descriptor;
+  }
   const int error = S_ISDIR(status.st_mode) ? EISDIR : errno;
   close(descriptor);
   errno = error;

@@ -18,6 +18,8 @@ uint32_t LastSystemError();
 enum class EFileKind : uint8_t { Missing, File, Folder, DeadLink, Other };
 EFileKind GetFileKind(std::u16string_view path);  // follows links
 bool FileExists(std::u16string_view path);        // anything with that name
+// False: the system takes no file of that name, which is too long above all.
+bool IsNamePossible(std::u16string_view path);
 // The access test of the system's C library; opening may still fail.
 bool CanRead(std::u16string_view path);
 bool CanWrite(std::u16string_view path);

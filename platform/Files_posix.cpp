@@ -74,6 +74,11 @@ EFileKind GetFileKind(std::u16string_view path) {
   return S_ISDIR(status.st_mode) ? EFileKind::Folder : EFileKind::Other;
 }
 
+bool IsNamePossible(std::u16string_view path) {
+  struct stat status {};
+  return lstat(SystemPath(path).c_str(), &status) == 0 || errno != ENAMETOOLONG;
+}
+
 bool CanRead(std::u16string_view path) {
   return access(SystemPath(path).c_str(), R_OK) == 0;
 }

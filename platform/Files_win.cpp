@@ -109,6 +109,11 @@ EFileKind GetFileKind(std::u16string_view path) {
   return IsFolder(information.dwFileAttributes) ? EFileKind::Folder : EFileKind::File;
 }
 
+bool IsNamePossible(std::u16string_view path) {
+  if (GetFileAttributesW(SystemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES) return true;
+  return GetLastError() != ERROR_INVALID_NAME && GetLastError() != ERROR_FILENAME_EXCED_RANGE;
+}
+
 // Whether another program keeps it, or its owner, is for the opening to tell, in the system's words.
 bool CanRead(std::u16string_view path) {
   return GetFileAttributesW(SystemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;

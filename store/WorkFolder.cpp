@@ -37,16 +37,14 @@ std::u16string FolderBesideProgram() {
   return WithSeparator(GetExecutableFolder() + std::u16string(kFolderName));
 }
 
-// The folders to try, in their order.
-std::vector<std::u16string> BaseFolders(std::u16string_view baseFolder) {
+// What the paths of run folders begin with, up to their prefix, in the order in which to try them. A folder
+// for temporary files may belong to all users: a folder of ours in it would belong to the first of them.
+std::vector<std::u16string> BasePaths(std::u16string_view baseFolder) {
   if (!baseFolder.empty()) return {WithSeparator(baseFolder)};
-  std::vector<std::u16string> bases{FolderBesideProgram()};
-  std::vector<std::u16string> places = GetTempFolders();
-  places.insert(places.begin(), GetUserCacheFolder());
-  for (const std::u16string& place : places) {
-    const std::u16string base = WithSeparator(WithSeparator(place) + std::u16string(kFolderName));
-    if (std::find(bases.begin(), bases.end(), base) == bases.end()) bases.push_back(base);
-  }
+  const std::u16string name(kFolderName);
+  std::vector<std::u16string> bases{FolderBesideProgram(),
+                                    WithSeparator(WithSeparator(GetUserCacheFolder()) + name)};
+  for (const std::u16string& place : GetTempFolders()) bases.push_back(WithSeparator(place) + name + u"-");
   return bases;
 }
 
@@ -98,14 +96,14 @@ CRunFolder::~CRunFolder() {
 bool CRunFolder::Create(std::u16string_view baseFolder) {
   Remove();
   m_problem.clear();
-  const std::vector<std::u16string> bases = BaseFolders(baseFolder);
+  const std::vector<std::u16string> bases = BasePaths(baseFolder);
   return std::any_of(bases.begin(), bases.end(), [this](const auto& base) { return CreateUnder(base); });
 }
 
-bool CRunFolder::CreateUnder(std::u16string_view baseFolder) {
-  CFileNameManager::CreateFolderPath(baseFolder);
+bool CRunFolder::CreateUnder(std::u16string_view basePath) {
+  CFileNameManager::CreateFolderPath(FolderOf(basePath));
   const std::u16string path =
-      std::u16string(baseFolder) + std::u16string(kRunPrefix) + MakeRunMark() + kPathSeparator;
+      std::u16string(basePath) + std::u16string(kRunPrefix) + MakeRunMark() + kPathSeparator;
   uint32_t error = kNoSystemError;
   // It holds what the user's database held.
   if (!CreatePrivateFolder(std::u16string_view(path).substr(0, path.size() - 1))) {
@@ -119,16 +117,18 @@ bool CRunFolder::CreateUnder(std::u16string_view baseFolder) {
     }
     RemoveFolderTree(path);
   }
-  m_problem = std::u16string(baseFolder) + u": " + SystemMessage(error);
+  m_problem = std::u16string(FolderOf(basePath)) + u": " + SystemMessage(error);
   return false;
 }
 
 void CRunFolder::RemoveStale(std::u16string_view baseFolder) {
-  for (const std::u16string& base : BaseFolders(baseFolder)) {
-    for (const std::u16string& name : ListFolder(base)) {
-      if (!name.starts_with(kRunPrefix)) continue;
-      const std::u16string path = base + name;
-      const std::u16string_view mark = std::u16string_view(name).substr(kRunPrefix.size());
+  for (const std::u16string& base : BasePaths(baseFolder)) {
+    const std::u16string folder(FolderOf(base));
+    const std::u16string prefix = std::u16string(FileNameOf(base)) + std::u16string(kRunPrefix);
+    for (const std::u16string& name : ListFolder(folder)) {
+      if (!name.starts_with(prefix)) continue;
+      const std::u16string path = folder + name;
+      const std::u16string_view mark = std::u16string_view(name).substr(prefix.size());
       if (IsStaleRunMark(mark) && GetFileKind(path) == EFileKind::Folder) RemoveFolderTree(path);
     }
   }

@@ -25,9 +25,10 @@ class CRunFolder {
   ~CRunFolder();
 
   // Creates the folder and makes it the work folder. With an empty `baseFolder`: in "TolvaneforAccess" beside
-  // the program, in the user's cache folder, in TMPDIR or in the system's folder for temporary files, the
-  // first of them that can be written. False when no folder could be created or written; GetProblem then
-  // names the folder that was tried last and the system's reason.
+  // the program, in "TolvaneforAccess" in the user's cache folder, in TMPDIR or in the system's folder for
+  // temporary files (there under a name that begins with "TolvaneforAccess-"), the first of them that can be
+  // written. False when no folder could be created or written; GetProblem then names the folder that was
+  // tried last and the system's reason.
   bool Create(std::u16string_view baseFolder);
   // Removes folders of runs whose process has ended; with an empty `baseFolder` those under all places where
   // Create would look. Touches nothing that is not named like a run's folder and follows no links.
@@ -39,7 +40,7 @@ class CRunFolder {
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
  private:
-  bool CreateUnder(std::u16string_view baseFolder);
+  bool CreateUnder(std::u16string_view basePath);
 
   std::u16string m_path;
   std::u16string m_problem;

@@ -189,8 +189,12 @@ class ProgramTest(ScratchTest):
             self.check_refusal(USAGE, 'repair', self.source, '-o', path, '--overwrite', says=(path, 'damaged file'))
         dead = self.path('dead.mdb')
         os.symlink(self.path('nothing'), dead)
+        pipe, database = self.path('pipe'), self.write('other.mdb', b'')
+        os.mkfifo(pipe)
         for status, words, says in (
-                (USAGE, ('-o', ''), 'empty name'), (FAILED, ('-o', dead), 'exists already'), (FAILED, ('--template', dead), 'link'),
+                (FAILED, ('--log', pipe), pipe), (USAGE, ('--map', pipe), 'no blocks'), (USAGE, ('--log', database), 'log'),
+                (USAGE, ('--log', 'new.mdb', '-o', 'new.mdb'), 'log'), (USAGE, ('-o', '-'), './-'),
+                (FAILED, ('-o', self.path('x' * 300)), 'name'), (USAGE, ('-o', ''), 'empty name'), (FAILED, ('-o', dead), 'exists already'), (FAILED, ('--template', dead), 'link'),
                 (USAGE, ('--template', link), 'template'), (USAGE, ('--log', link), 'log'),
                 (USAGE, ('--template', template, '-o', template, '--overwrite'), 'template'),
                 (FAILED, ('-o', self.path('no/where.mdb')), 'does not exist'),
@@ -249,6 +253,8 @@ class ProgramTest(ScratchTest):
             self.assertLess(done.stdout.index(b'Examples:'), done.stdout.index(b'Options:'), words)
         self.check(USAGE)
         self.check(USAGE, 'frob', 'x')
+        with open('/dev/full', 'wb') as full:
+            self.assertIn(b'full', self.check(FAILED, '--version', stdout=full).stderr)
 
     def complete(self, *words):
         """What a real bash offers for the last of the words."""
