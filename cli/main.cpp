@@ -2,5 +2,5 @@
 #include "platform/Arguments.h"
 
 int main(int argc, char** argv) {
-  return tolvane::RunTolvane(tolvane::GetProgramArguments(argc, argv));
+  return tolvane::RunTolvane(tolvane::ExpandFileNames(tolvane::GetProgramArguments(argc, argv)));
 }

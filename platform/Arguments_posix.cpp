@@ -9,4 +9,9 @@ std::vector<std::u16string> GetProgramArguments(int argc, const char* const* arg
   return words;
 }
 
+// Shells do so.
+std::vector<std::u16string> ExpandFileNames(std::vector<std::u16string> words) {
+  return words;
+}
+
 }  // namespace tolvane

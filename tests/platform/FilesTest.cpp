@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
+#include "platform/Arguments.h"
 #include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {
@@ -65,6 +67,18 @@ TEST(Files, KindsAndRights) {
   EXPECT_FALSE(RemoveFile(none));
   EXPECT_TRUE(RemoveFile(file));
   EXPECT_FALSE(FileExists(file));
+}
+
+// Where no shell does it.
+TEST(Files, PatternsOfTheCommandLineNameFiles) {
+  const CScratchFolder scratch;
+  for (const std::u16string_view name : {u"b.mdb", u"A b.MDB", u"c.mdbx", u"d.accdb"})
+    std::ofstream(fs::path(scratch / name)) << "";
+  const std::u16string all = scratch / u"*.mdb", none = scratch / u"*.old";
+  std::vector<std::u16string> expanded{u"repair", scratch / u"A b.MDB", scratch / u"b.mdb", u"/?", u"--to=*",
+                                       none};
+  if (kPathSeparator == u'/') expanded = {u"repair", all, u"/?", u"--to=*", none};
+  EXPECT_EQ(ExpandFileNames({u"repair", all, u"/?", u"--to=*", none}), expanded);
 }
 
 TEST(Files, OneFileUnderTwoNamesIsTheSame) {
