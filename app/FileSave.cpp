@@ -1,10 +1,28 @@
 #include "app/FileSave.h"
 
 #include "app/OutputChoice.h"
+#include "platform/DiskRoom.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 #include "store/WorkFolder.h"
+#include "writer/SafeName.h"
 
 namespace tolvane {
+
+namespace {
+
+// What the system says about a write that a full disk ended may be another thing. Asked when nothing of the
+// new database is left there.
+std::u16string DescribeRoom(const SOutputRequest& request) {
+  const auto free = GetFreeBytes(FolderOf(request.path));
+  if (!free || *free >= GetFileLength(request.source)) return {};
+  return u" The disk of " + request.path + u" has room for " + Counted(*free, u"byte", ToGroupedDecimal) +
+         u" only, and the new database needs about as much as the damaged one takes. Save it to another "
+         u"disk, or "
+         u"free some space.";
+}
+
+}  // namespace
 
 namespace {
 
@@ -77,6 +95,7 @@ void COvFileSave::Save(CDaoEngine& engine, const SOutputRequest& request) {
   }
   if (m_problem.empty()) m_problem = m_verdict.reason;
   m_output.Discard();
+  if (!m_problem.empty()) m_problem += DescribeRoom(request);
 }
 
 // The engine is the worker's own from here to the end.

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <system_error>
 
+#include "platform/DiskRoom.h"
 #include "platform/Files.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
@@ -96,6 +98,12 @@ bool IsSameFile(std::u16string_view a, std::u16string_view b) {
 uint64_t GetFileLength(std::u16string_view path) {
   struct stat status {};
   return GetStatus(path, status) && S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0;
+}
+
+std::optional<uint64_t> GetFreeBytes(std::u16string_view folder) {
+  struct statvfs disk {};
+  if (statvfs(folder.empty() ? "." : ToNativePath(folder).c_str(), &disk) != 0) return std::nullopt;
+  return uint64_t{disk.f_bavail} * disk.f_frsize;
 }
 
 bool CreateFolder(std::u16string_view path) {

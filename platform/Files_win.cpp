@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/DiskRoom.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Handle_win.h"
@@ -139,6 +140,14 @@ uint64_t GetFileLength(std::u16string_view path) {
   BY_HANDLE_FILE_INFORMATION information{};
   if (!GetInformation(path, information) || IsFolder(information.dwFileAttributes)) return 0;
   return uint64_t{information.nFileSizeHigh} << 32 | information.nFileSizeLow;
+}
+
+std::optional<uint64_t> GetFreeBytes(std::u16string_view folder) {
+  ULARGE_INTEGER free{};
+  const std::wstring path = ToWide(folder);
+  if (!GetDiskFreeSpaceExW(path.empty() ? nullptr : path.c_str(), &free, nullptr, nullptr))
+    return std::nullopt;
+  return free.QuadPart;
 }
 
 bool CreateFolder(std::u16string_view path) {
