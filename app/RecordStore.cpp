@@ -6,10 +6,8 @@
 #include <mutex>
 
 #include "app/SpillFile.h"
+#include "app/StoredRows.h"
 #include "app/TextSearch.h"
-#include "render/PreviewText.h"
-#include "render/RecordText.h"
-#include "store/StoredValueReader.h"
 #include "writer/SafeName.h"
 
 namespace tolvane {
@@ -22,13 +20,13 @@ bool IsNumber(uint8_t type) {
 
 }  // namespace
 
-// A row is the sequence of its cells that are not empty, each
+// A row that is kept is the sequence of its cells that are not empty, each
 //
 //   0 u32 column   4 u32 units   8 the text in UTF-16
 //
 // and ends where the next row begins. The row's place in the table's data file, a u64, stands in front of
 // them as the text of a column that no table has. Numbers are in the machine's own order: no other program
-// reads the file.
+// reads the file. Of the other rows the place is all that is kept.
 class CRecordStore::CState {
  public:
   struct SCell {
@@ -42,14 +40,16 @@ class CRecordStore::CState {
 
   mutable std::mutex mutex;
   std::vector<SColumn> columns;
-  std::vector<uint64_t> rows;  // where each begins
+  std::vector<uint64_t> rows;  // where each begins: in the kept cells, or in the data file
   mutable CSpillFile cells;
   bool isFull = false;  // the last row may lack cells, and no further one is taken
   uint32_t generation = 0;
   const CAccessTable* table = nullptr;
   const CAccessData* data = nullptr;
-  mutable std::optional<CRecordText> texts;  // of the table's records
-  mutable CStoredValueReader values;         // opened when first needed
+  mutable std::optional<CStoredRows> stored;  // of the table
+  bool readsCells = false;
+  bool showsLocally = false;
+  CLocalText local;
 
   [[nodiscard]] uint64_t EndOf(size_t item) const {
     return item + 1 < rows.size() ? rows[item + 1] : cells.GetLength();
@@ -77,38 +77,50 @@ class CRecordStore::CState {
   }
   [[nodiscard]] std::u16string FindCell(size_t item, uint32_t column, size_t maxUnits) const {
     if (item >= rows.size()) return {};
+    if (readsCells) {
+      const auto& row = stored->ReadRow(rows[item]);
+      return column < row.size() ? row[column].substr(0, maxUnits) : std::u16string();
+    }
     uint64_t position = rows[item];
     const uint64_t end = EndOf(item);
     for (SCell cell; NextCell(position, end, cell);)
       if (cell.column == column) return ReadText(cell, maxUnits);
     return {};
   }
-  // Moves to the value in the table's data file.
-  [[nodiscard]] bool FindStored(size_t item, size_t column, uint32_t& count) const {
-    const std::u16string place = FindCell(item, kPlaceColumn, kPlaceUnits);
-    if (!table || place.size() != kPlaceUnits) return false;
-    if (!values.IsOpen() && !values.Open(table->GetDataFilePath())) return false;
-    uint64_t position = 0;
-    std::memcpy(&position, place.data(), sizeof(position));
-    return values.Find(position, column, count);
+  [[nodiscard]] std::optional<uint64_t> PlaceOf(size_t item) const {
+    if (!stored || item >= rows.size()) return std::nullopt;
+    if (readsCells) return rows[item];
+    const std::u16string text = FindCell(item, kPlaceColumn, kPlaceUnits);
+    if (text.size() != kPlaceUnits) return std::nullopt;
+    uint64_t place = 0;
+    std::memcpy(&place, text.data(), sizeof(place));
+    return place;
   }
   [[nodiscard]] std::u16string ReadStored(size_t item, size_t column, size_t maxUnits) const {
-    uint32_t count = 0;
-    std::u16string text;
-    if (FindStored(item, column, count)) texts->Read(values.GetStream(), count, column, text, maxUnits);
-    return text;
+    const auto place = PlaceOf(item);
+    return place ? stored->ReadWhole(*place, column, maxUnits) : std::u16string();
   }
-  [[nodiscard]] bool IsShortened(size_t column, std::u16string_view shown) const {
-    return table && column < table->columns.GetCount() &&
-           CPreviewText::IsShortened(*table->columns.GetAt(column), shown);
+  [[nodiscard]] std::u16string ReadPlain(size_t item, size_t column, size_t maxUnits) const {
+    std::u16string shown = FindCell(item, static_cast<uint32_t>(column), SIZE_MAX);
+    if (stored && stored->IsShortened(column, shown)) return ReadStored(item, column, maxUnits);
+    if (shown.size() > maxUnits) shown.resize(maxUnits);
+    return shown;
+  }
+  void Localise(size_t column, std::u16string& text) const {
+    if (showsLocally && column < table->columns.GetCount())
+      local.Localise(table->columns.GetAt(column)->type, text);
   }
   [[nodiscard]] bool Contains(size_t item, const SCell& cell, std::u16string_view folded) const {
-    const std::u16string shown = ReadText(cell, SIZE_MAX);
-    return ContainsFolded(IsShortened(cell.column, shown) ? ReadStored(item, cell.column, SIZE_MAX) : shown,
-                          folded);
+    std::u16string text = ReadText(cell, SIZE_MAX);
+    if (stored && stored->IsShortened(cell.column, text)) text = ReadStored(item, cell.column, SIZE_MAX);
+    if (ContainsFolded(text, folded)) return true;
+    if (!showsLocally) return false;
+    Localise(cell.column, text);
+    return ContainsFolded(text, folded);
   }
   // The first cell of the item from column `first` on that holds the text.
   [[nodiscard]] std::optional<size_t> FindInRow(size_t item, size_t first, std::u16string_view folded) const {
+    if (readsCells) return stored->FindInRow(rows[item], first);
     uint64_t position = rows[item];
     const uint64_t end = EndOf(item);
     for (SCell cell; NextCell(position, end, cell);)
@@ -149,15 +161,32 @@ void CRecordStore::SetItemText(size_t item, size_t column, std::u16string_view t
 
 void CRecordStore::SetItemPlace(size_t item, uint64_t place) {
   const std::lock_guard lock(m_state->mutex);
-  if (item + 1 == m_state->rows.size())
-    m_state->Append(CState::kPlaceColumn, {reinterpret_cast<const uint8_t*>(&place), sizeof(place)});
+  CState& state = *m_state;
+  if (item + 1 != state.rows.size()) return;
+  if (state.readsCells)
+    state.rows.back() = place;
+  else
+    state.Append(CState::kPlaceColumn, {reinterpret_cast<const uint8_t*>(&place), sizeof(place)});
+}
+
+bool CRecordStore::ReadsCells() const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->readsCells;
 }
 
 void CRecordStore::SetTable(const CAccessTable& table, const CAccessData& data) {
   const std::lock_guard lock(m_state->mutex);
-  m_state->texts.emplace(table.columns, data.GetRules());
-  m_state->table = &table;
-  m_state->data = &data;
+  CState& state = *m_state;
+  state.stored.emplace(table, data);
+  state.readsCells = state.stored->AreAlone();
+  state.showsLocally = !data.GetRules().recordsHoldTexts;
+  state.table = &table;
+  state.data = &data;
+}
+
+void CRecordStore::SetLocalText(CLocalText local) {
+  const std::lock_guard lock(m_state->mutex);
+  m_state->local = std::move(local);
 }
 
 std::vector<CRecordStore::SColumn> CRecordStore::GetColumns() const {
@@ -172,28 +201,46 @@ size_t CRecordStore::GetItemCount() const {
 
 std::u16string CRecordStore::GetCell(size_t item, size_t column, size_t maxUnits) const {
   const std::lock_guard lock(m_state->mutex);
-  return m_state->FindCell(item, static_cast<uint32_t>(column), maxUnits);
+  std::u16string text = m_state->FindCell(item, static_cast<uint32_t>(column), maxUnits);
+  m_state->Localise(column, text);
+  return text;
 }
 
 std::u16string CRecordStore::GetWholeCell(size_t item, size_t column, size_t maxUnits) const {
-  const std::u16string shown = GetCell(item, column);
   const std::lock_guard lock(m_state->mutex);
-  return m_state->IsShortened(column, shown) ? m_state->ReadStored(item, column, maxUnits)
-                                             : shown.substr(0, maxUnits);
+  std::u16string text = m_state->ReadPlain(item, column, maxUnits);
+  m_state->Localise(column, text);
+  return text;
+}
+
+std::u16string CRecordStore::GetPlainCell(size_t item, size_t column, size_t maxUnits) const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->ReadPlain(item, column, maxUnits);
 }
 
 void CRecordStore::AppendLine(size_t item, size_t columns, std::u16string& line) const {
   const std::lock_guard lock(m_state->mutex);
   const CState& state = *m_state;
+  const auto append = [&](size_t column, std::u16string_view shown) {
+    AppendInOneLine(line, state.stored && state.stored->IsShortened(column, shown)
+                              ? state.ReadStored(item, column, SIZE_MAX)
+                              : shown);
+  };
+  size_t column = 0;
+  if (state.readsCells && item < state.rows.size()) {
+    const auto& cells = state.stored->ReadRow(state.rows[item]);
+    for (; column < std::min(columns, cells.size()); ++column) {
+      if (column > 0) line += u'\t';
+      append(column, cells[column]);
+    }
+    return;
+  }
   uint64_t position = item < state.rows.size() ? state.rows[item] : 0;
   const uint64_t end = item < state.rows.size() ? state.EndOf(item) : 0;
-  size_t column = 0;
   for (CState::SCell cell; column < columns && state.NextCell(position, end, cell);) {
     if (cell.column >= columns) continue;
     for (; column < cell.column; ++column) line += u'\t';
-    const std::u16string shown = state.ReadText(cell, SIZE_MAX);
-    AppendInOneLine(
-        line, state.IsShortened(cell.column, shown) ? state.ReadStored(item, cell.column, SIZE_MAX) : shown);
+    append(cell.column, state.ReadText(cell, SIZE_MAX));
   }
   for (; column + 1 < columns; ++column) line += u'\t';
 }
@@ -209,13 +256,13 @@ std::u16string CRecordStore::GetStoredText(size_t item, size_t column) const {
 
 SObjectPlace CRecordStore::GetObjectPlace(size_t item, size_t column) const {
   const std::lock_guard lock(m_state->mutex);
-  SObjectPlace object;
-  uint32_t count = 0;
-  if (!m_state->FindStored(item, column, count) ||
-      !m_state->texts->ReadPlace(m_state->values.GetStream(), count, m_state->table->GetObjectFilePath(),
-                                 object))
-    return {};
-  return object;
+  const auto place = m_state->PlaceOf(item);
+  return place ? m_state->stored->ReadObjectPlace(*place, column) : SObjectPlace();
+}
+
+uint64_t CRecordStore::GetRowsRead() const {
+  const std::lock_guard lock(m_state->mutex);
+  return m_state->readsCells ? m_state->stored->GetRowsRead() : 0;
 }
 
 void CRecordStore::Clear() {
@@ -227,7 +274,8 @@ void CRecordStore::Clear() {
   state.isFull = false;
   state.table = nullptr;
   state.data = nullptr;
-  state.values.Close();
+  state.stored.reset();
+  state.readsCells = state.showsLocally = false;
   ++state.generation;
 }
 
@@ -248,6 +296,7 @@ std::optional<CRecordStore::SPlace> CRecordStore::Find(std::u16string_view text,
   lookedTo = from.value_or(SPlace{});
   if (state.rows.empty() || text.empty()) return std::nullopt;
   const std::u16string folded = FoldCase(text);
+  if (state.readsCells) state.stored->BeginFind(folded, state.local);
   const size_t last = state.columns.empty() ? 0 : state.columns.size() - 1;
   const bool isInside = from && from->item < state.rows.size();
   size_t item = isInside ? from->item : 0;

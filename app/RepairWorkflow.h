@@ -107,6 +107,8 @@ class CRepairWorkflow {
   // Of the damaged file, once they are known.
   [[nodiscard]] const CFilePages& GetPages() const { return m_pages; }
   [[nodiscard]] CRecordStore& GetRecords() { return m_preview.GetRecords(); }
+  // How dates and numbers of the exact rules are shown from now on.
+  void SetLocalText(const CLocalText& local) { m_preview.SetLocalText(local); }
   // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
   // first bytes.
   [[nodiscard]] bool IsObject(size_t column) const;

@@ -76,9 +76,11 @@ std::u16string CResultPreview::ListValues(CComplexValues& values, int32_t key) c
   uint64_t count = 0;
   values.ForEachItem(key, [&](const CComplexValues::SItem& value) {
     MakeExactText(value.value, item);
+    m_local.Localise(value.value.type, item);
     text += u"\r\n" + ToGroupedDecimal(++count) + u". " + item;
     if (!value.date.isNull) {
       MakeExactText(value.date, item);
+      m_local.Localise(value.date.type, item);
       text += u" (" + item + u")";
     }
     if (value.place.path.empty()) return;

@@ -13,6 +13,7 @@
 #include "app/ResultOutput.h"
 #include "app/TablePreview.h"
 #include "model/AccessData.h"
+#include "render/LocalText.h"
 #include "render/PreviewText.h"
 #include "status/Status.h"
 
@@ -42,6 +43,11 @@ class CResultPreview {
   void Clear();
 
   [[nodiscard]] CRecordStore& GetRecords() { return m_records; }
+  // How dates and numbers of the exact rules are shown from now on.
+  void SetLocalText(const CLocalText& local) {
+    m_local = local;
+    m_records.SetLocalText(local);
+  }
   // A value to read in full: of an OLE object, which is the kind of value in some columns, its first bytes;
   // of several values in one cell a line each.
   [[nodiscard]] bool IsObject(const CAccessData* data, size_t column) const;
@@ -59,6 +65,7 @@ class CResultPreview {
   Wait m_wait;
   std::u16string m_item;
   CRecordStore m_records;
+  CLocalText m_local;
   CPreviewThreadStatus m_own;             // the lists of values are read to their end
   std::unique_ptr<CPreviewText> m_texts;  // of the item's table, made when first needed
   CTablePreview m_preview;                // last, so that its thread ends before what it works on

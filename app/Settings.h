@@ -1,5 +1,5 @@
-// The settings that the user can change, and when they are accepted. The rules are remembered; the prefix
-// lasts as long as the program runs.
+// The settings that the user can change, and when they are accepted. All but the prefix, which lasts as long
+// as the program runs, are remembered.
 #pragma once
 
 #include <optional>
@@ -15,6 +15,7 @@ struct SSettings {
   std::u16string prefix = u"Rep";
   ERules rules = kDefaultRules;      // of the next repair
   bool usesInstalledEngine = false;  // for the next save
+  bool showsLocally = true;          // dates and numbers as the user's region writes them, at once
 };
 
 // What each choice of the rules means, for people.
@@ -25,6 +26,10 @@ inline constexpr std::u16string_view kStandardRulesNote =
 // The same of the engines that write the new database.
 inline constexpr std::u16string_view kOwnEngineNote = u"Built-in: nothing needs to be installed.";
 inline constexpr std::u16string_view kInstalledEngineNote = u"Installed: ";
+
+// The same of how dates and numbers are shown; an example follows.
+inline constexpr std::u16string_view kLocalValuesNote = u"As in the settings of Windows: ";
+inline constexpr std::u16string_view kPlainValuesNote = u"As they are copied and exported: ";
 
 // The message, shown with the information icon, that keeps the settings dialog open; none when the prefix is
 // accepted.

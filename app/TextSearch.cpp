@@ -46,9 +46,17 @@ std::u16string FoldCase(std::u16string_view text) {
 }
 
 bool ContainsFolded(std::u16string_view text, std::u16string_view folded) {
-  return std::search(text.begin(), text.end(), folded.begin(), folded.end(),
-                     [](char16_t unit, char16_t wanted) { return Fold(unit) == wanted; }) != text.end() ||
-         folded.empty();
+  if (folded.empty()) return true;
+  if (text.size() < folded.size()) return false;
+  const char16_t first = folded.front();
+  const size_t last = text.size() - folded.size();
+  for (size_t at = 0; at <= last; ++at) {
+    if (Fold(text[at]) != first) continue;
+    size_t same = 1;
+    while (same < folded.size() && Fold(text[at + same]) == folded[same]) ++same;
+    if (same == folded.size()) return true;
+  }
+  return false;
 }
 
 }  // namespace tolvane

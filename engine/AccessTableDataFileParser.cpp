@@ -178,7 +178,9 @@ void CAccessTableDataFileParser::FillPreview(const CAccessTable* table, CPreview
   }
   if (columnCount == 0 || m_job.preview.IsAborted() || !OpenDataFile(table->GetDefinitionOffset())) return;
   CPreviewText previewText(*table, m_previewTables, m_previewPageSize, m_rules, m_job.preview);
-  while (!m_file.IsAtEnd() && !m_job.preview.IsAborted() && FillRow(previewText, columnCount, *list)) {
+  const bool readsCells = list->ReadsCells();
+  while (!m_file.IsAtEnd() && !m_job.preview.IsAborted() &&
+         (readsCells ? PassRow(columnCount, *list) : FillRow(previewText, columnCount, *list))) {
   }
   m_file.Close();
 }
@@ -198,6 +200,19 @@ bool CAccessTableDataFileParser::FillRow(CPreviewText& previewText, size_t colum
       list.SetItemNull(item, i, text);
     else
       list.SetItemText(item, i, text);
+  }
+  return true;
+}
+
+// In the same way for a list that needs only the row's place.
+bool CAccessTableDataFileParser::PassRow(size_t columnCount, CPreviewList& list) {
+  const size_t item = list.GetItemCount();
+  list.InsertItem(item);
+  list.SetItemPlace(item, m_file.GetPosition());
+  for (size_t i = 0; i < columnCount; ++i) {
+    uint32_t count = 0;
+    if (!m_file.ReadCount(count) || count > m_file.GetBytesLeft()) return false;
+    m_file.Skip(count);
   }
   return true;
 }

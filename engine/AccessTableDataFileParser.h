@@ -57,6 +57,7 @@ class CAccessTableDataFileParser {
   enum class ERowEnd : uint8_t { Complete, EndOfFile, Stopped };
 
   bool FillRow(CPreviewText& previewText, size_t columnCount, CPreviewList& list);
+  bool PassRow(size_t columnCount, CPreviewList& list);
   ERowEnd ReadCatalogueRow(CRecordText& recordText, size_t columnCount, const CTablesByPage& tables,
                            SCatalogueRow& row, CAccessData& parseData);
   void NameSystemTable(CAccessTable& table, bool isJet4Pages) const;

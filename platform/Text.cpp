@@ -6,6 +6,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "platform/LocaleFacts.h"
 #include "platform/TextUnits.h"
 
 namespace tolvane {
@@ -112,14 +113,13 @@ int64_t LeadingInteger(std::u16string_view text) {
 }
 
 std::u16string ToGroupedDecimal(uint64_t value) {
-  const std::u16string digits = ToDecimal(value);
+  std::u16string text = ToDecimal(value);
+  const SDigitGroups groups = ReadDigitGroups();
   const std::u16string separator = GetDigitSeparator();
-  std::u16string grouped;
-  for (size_t i = 0; i < digits.size(); ++i) {
-    if (i > 0 && (digits.size() - i) % 3 == 0) grouped += separator;
-    grouped += digits[i];
-  }
-  return grouped;
+  size_t at = text.size();
+  for (size_t digits = groups.last; digits > 0 && digits < at; digits = groups.others)
+    text.insert(at -= digits, separator);
+  return text;
 }
 
 }  // namespace tolvane

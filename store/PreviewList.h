@@ -20,6 +20,8 @@ class CPreviewList {
   virtual void SetItemNull(size_t item, size_t column, std::u16string_view text) {
     SetItemText(item, column, text);
   }
+  // True: it reads the cells from the items' places itself, and is given no texts.
+  [[nodiscard]] virtual bool ReadsCells() const { return false; }
   // Before the item's texts: where its row begins in the table's data file, for whoever shows in full what
   // the preview shortens.
   virtual void SetItemPlace([[maybe_unused]] size_t item, [[maybe_unused]] uint64_t place) {}

@@ -1,5 +1,9 @@
-// The settings: the rules of the next repair, the engine of the next save, and the prefix of file names.
+// The settings: the rules of the next repair, how values are shown, the engine of the next save, and the
+// prefix of file names.
 #pragma once
+
+#include <initializer_list>
+#include <string_view>
 
 #include "app/InstalledEngines.h"
 #include "app/Settings.h"
@@ -18,6 +22,10 @@ class CDlgSettings : public CDialog {
 
  private:
   void ShowEngines();
+  // Of a list of two entries at most.
+  void Offer(UINT list, std::initializer_list<std::u16string_view> notes) const;
+  void Choose(UINT list, bool isSecond) const;
+  [[nodiscard]] bool IsSecond(UINT list) const;
 
   SSettings m_settings;
   SInstalledEngines m_engines;

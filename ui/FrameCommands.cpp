@@ -34,8 +34,16 @@ void CFrameCommands::Start(HWND frame, CRepairWorkflow& workflow, CDaoEngine& en
   m_frame = frame;
   m_workflow = &workflow;
   m_notice = std::move(notice);
-  m_settings.rules = m_profile.LoadRules();
+  m_settings = m_profile.LoadSettings(m_settings);
   m_workflow->SetRules(m_settings.rules);
+  TakeEngine();
+  FollowRegion();
+}
+
+// Values that are shown already, too.
+void CFrameCommands::FollowRegion() const {
+  m_workflow->SetLocalText(m_settings.showsLocally ? CLocalText(ReadLocaleFacts()) : CLocalText());
+  m_view.GetRecords().ShowAgain();
 }
 
 void CFrameCommands::AskForNewRepair() {
@@ -57,9 +65,10 @@ void CFrameCommands::AskForSettings() {
   CDlgSettings dialog(m_settings);
   if (dialog.DoModal(m_frame) != IDOK) return;
   m_settings = dialog.GetSettings();
-  m_profile.SaveRules(m_settings.rules);
+  m_profile.SaveSettings(m_settings);
   m_workflow->SetRules(m_settings.rules);
   TakeEngine();
+  FollowRegion();
 }
 
 void CFrameCommands::TakeEngine() {

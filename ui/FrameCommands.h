@@ -30,6 +30,8 @@ class CFrameCommands {
 
   void AskForNewRepair();
   void AskForSettings();
+  // How the user's region writes dates and numbers may have changed.
+  void FollowRegion() const;
   void SaveLog();
   void Export();
   void OpenFolder() const;

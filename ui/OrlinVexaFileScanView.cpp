@@ -27,6 +27,7 @@ namespace {
 
 constexpr UINT_PTR kWatchTimer = 1;
 constexpr UINT kWatchPeriod = 150;
+constexpr UINT kFirstRows = 20;  // until the list looks for the rows of another table
 
 }  // namespace
 
@@ -355,7 +356,7 @@ void COrlinVexaFileScanView::RefreshRecords() {
 // Until the preview's thread has ended, the rows that have come since are added now and then.
 void COrlinVexaFileScanView::WatchRecords() {
   m_records.Refresh();
-  SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
+  SetTimer(m_window, kWatchTimer, kFirstRows, nullptr);
 }
 
 void COrlinVexaFileScanView::OnTreeChanged() {
@@ -380,7 +381,10 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
   const bool isMapDue = m_workflow && m_workflow->GetPages().IsWorking();
   if (m_isMapDue && !isMapDue) m_map.SetPages(&m_workflow->GetPages());
   m_isMapDue = isMapDue;
-  if (!isBusy && !isWorking && !isMapDue) KillTimer(m_window, kWatchTimer);
+  if (isBusy || isWorking || isMapDue)
+    SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
+  else
+    KillTimer(m_window, kWatchTimer);
 }
 
 // --- commands ---

@@ -12,7 +12,11 @@ constexpr wchar_t kRecentFiles[] = L"\\Recent File List";
 constexpr wchar_t kSettings[] = L"\\Settings";
 constexpr wchar_t kPlaceName[] = L"WindowPlace";
 constexpr wchar_t kRulesName[] = L"Rules";
-constexpr char16_t kStandardWord[] = u"standard";
+constexpr wchar_t kEngineName[] = L"Engine";
+constexpr wchar_t kValuesName[] = L"Values";
+constexpr std::u16string_view kExactWord = u"exact", kStandardWord = u"standard";
+constexpr std::u16string_view kOwnWord = u"built-in", kInstalledWord = u"installed";
+constexpr std::u16string_view kLocalWord = u"local", kPlainWord = u"plain";
 
 std::wstring FileName(size_t index) {
   return L"File" + std::to_wstring(index + 1);
@@ -65,12 +69,22 @@ void CProfile::SavePlace(const SWindowPlace& place) const {
   WriteText(m_key + kSettings, kPlaceName, FormatWindowPlace(place));
 }
 
-ERules CProfile::LoadRules() const {
-  return ReadText(m_key + kSettings, kRulesName) == kStandardWord ? ERules::Standard : kDefaultRules;
+SSettings CProfile::LoadSettings(SSettings settings) const {
+  const std::wstring key = m_key + kSettings;
+  settings.rules = ReadText(key, kRulesName) == kStandardWord ? ERules::Standard : kDefaultRules;
+  settings.usesInstalledEngine = ReadText(key, kEngineName) == kInstalledWord;
+  settings.showsLocally = ReadText(key, kValuesName) != kPlainWord;
+  return settings;
 }
 
-void CProfile::SaveRules(ERules rules) const {
-  WriteText(m_key + kSettings, kRulesName, rules == ERules::Standard ? kStandardWord : u"exact");
+void CProfile::SaveSettings(const SSettings& settings) const {
+  const std::wstring key = m_key + kSettings;
+  const auto save = [&key](const wchar_t* name, std::u16string_view word) {
+    WriteText(key, name, std::u16string(word));
+  };
+  save(kRulesName, settings.rules == ERules::Standard ? kStandardWord : kExactWord);
+  save(kEngineName, settings.usesInstalledEngine ? kInstalledWord : kOwnWord);
+  save(kValuesName, settings.showsLocally ? kLocalWord : kPlainWord);
 }
 
 }  // namespace tolvane

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "app/RecentFiles.h"
+#include "app/Settings.h"
 #include "app/WindowPlace.h"
-#include "model/RecoveryRules.h"
 
 namespace tolvane {
 
@@ -23,9 +23,9 @@ class CProfile : public CRecentFileStore {
 
   [[nodiscard]] std::optional<SWindowPlace> LoadPlace() const;
   void SavePlace(const SWindowPlace& place) const;
-  // Of the next repair.
-  [[nodiscard]] ERules LoadRules() const;
-  void SaveRules(ERules rules) const;
+  // All but the prefix, which is as in `settings`.
+  [[nodiscard]] SSettings LoadSettings(SSettings settings) const;
+  void SaveSettings(const SSettings& settings) const;
 
  private:
   std::wstring m_key;

@@ -183,7 +183,7 @@ void CRecordList::ShowColumn() const {
 bool CRecordList::CopyCell() const {
   const auto place = GetPlace();
   return m_records && place &&
-         CopyTextToClipboard(m_window, m_records->GetWholeCell(place->item, place->column));
+         CopyTextToClipboard(m_window, m_records->GetPlainCell(place->item, place->column));
 }
 
 size_t CRecordList::GetSelectedCount() const {

@@ -11,7 +11,7 @@ namespace tolvane {
 namespace {
 
 // A piece of a search or a copying, and the pause for everything else after it; in milliseconds.
-constexpr ULONGLONG kSlice = 40;
+constexpr ULONGLONG kSlice = 80;
 constexpr ULONGLONG kCopySlice = 120;
 constexpr UINT kPause = 10;
 // What the pane shows of a value; the whole of it opens in a window of its own.
@@ -90,6 +90,12 @@ void CRecordPane::ShowCell() {
   SetLabel(IDC_CELL_LABEL, label);
   m_cell.SetFont(GetCellFont().GetHandle());
   m_cell.SetText(ToEditText(value));
+}
+
+void CRecordPane::ShowAgain() {
+  if (!m_fonts) return;  // nothing is shown yet
+  m_list.Invalidate();
+  ShowCell();
 }
 
 // The bytes of an object stand below each other.

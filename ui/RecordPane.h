@@ -32,6 +32,8 @@ class CRecordPane {
   // Rows that have come since.
   void Refresh();
   void ShowCell();
+  // The same rows, whose values are written otherwise.
+  void ShowAgain();
   void ShowWholeCell();
   // The bytes of an object or an attached file, to a file.
   void SaveValue();

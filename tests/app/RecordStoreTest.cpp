@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstring>
 #include <thread>
 
 #include "app/SpillFile.h"
@@ -147,6 +149,51 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
   store.Clear();
   EXPECT_TRUE(CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(table.GetDefinitionOffset()));
   EXPECT_TRUE(ListFolder(folder.GetPath()).empty()) << "nobody holds the data file";
+}
+
+// However long the table, the rows on the screen and those that a search has come to are read, and no others.
+TEST_F(RecordStore, ReadsOnlyWhatIsLookedAt) {
+  constexpr size_t kRows = 20'000, kScreen = 40;
+  CAccessTable table(5 * 4096, GetWorkFolder());
+  for (const uint8_t type : {kTypeLong, kTypeDouble, kTypeText}) {
+    CAccessColumn column;
+    column.type = type;
+    table.columns.Add(std::move(column));
+  }
+  CAccessTableDataFile file(GetWorkFolder());
+  ASSERT_TRUE(file.CreateDataFile(table.GetDefinitionOffset()));
+  for (uint32_t i = 0; i < kRows; ++i) {
+    const double half = i + 0.5;
+    std::array<uint8_t, 12> values{};
+    std::memcpy(values.data(), &i, 4);
+    std::memcpy(&values[4], &half, 8);
+    file.WriteRecord(std::span(values).first(4));
+    file.WriteRecord(std::span(values).subspan(4));
+    file.WriteValue(i == 15'000 ? u"Wanted" : u"text");
+  }
+  file.CloseDataFile();
+  const CAccessData data(kExactRules, GetWorkFolder());
+  SLocaleFacts german;
+  german.decimal = u",";
+  store.SetLocalText(CLocalText(german));
+  store.SetTable(table, data);
+  CPreviewThreadStatus::Instance().SetAbort(0);
+  CAccessTableDataFileParser(GetWorkFolder(), kExactRules, ShownJob()).FillPreview(&table, &store);
+  EXPECT_EQ(store.GetItemCount(), kRows);
+  EXPECT_EQ(store.GetRowsRead(), 0u);
+  const size_t folderEntries = ListFolder(folder.GetPath()).size();
+  EXPECT_EQ(folderEntries, 1u) << "the data file, and no copy of it";
+  for (const size_t first : {size_t{0}, kRows - kScreen, kRows - kScreen})
+    for (size_t row = first; row < first + kScreen; ++row) {
+      ASSERT_EQ(ToUtf8(store.GetCell(row, 0)), std::to_string(row));
+      ASSERT_EQ(ToUtf8(store.GetCell(row, 1)), std::to_string(row) + ",5");
+    }
+  EXPECT_EQ(store.GetRowsRead(), 2 * kScreen) << "a page that is drawn again is not read again";
+  EXPECT_EQ(ToUtf8(store.GetPlainCell(7, 1)), "7.5") << "for other programs";
+  EXPECT_EQ(Find(u"wanted", Place{14'990, 2}, 100), "15000/2");
+  EXPECT_EQ(store.GetRowsRead(), 2 * kScreen + 10);
+  EXPECT_EQ(Find(u"77,5", {}, 100) + " " + Find(u"78.5", {}, 100) + " " + Find(u"78,5 ", {}, 100),
+            "77/1 78/1 ");
 }
 
 TEST_F(RecordStore, AFullDiskShowsWhatItHas) {
