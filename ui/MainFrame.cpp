@@ -393,18 +393,21 @@ void CMainFrame::FollowAppearance(UINT message) {
     for (const HWND control : {m_statusBar, m_activityBar}) SendMessageW(control, message, 0, 0);
   ApplyDpi(m_dpi);
   ApplyTheme();
+  m_commands.FollowRegion();
 }
 
-void CMainFrame::ApplyTheme() const {
+void CMainFrame::ApplyTheme() {
   CTheme::Get().ApplyToFrame(m_window);
   CTheme::Get().ApplyToControl(m_activityBar);
   ColourBar(m_activityBar);
+  m_menus.ApplyToBar(m_window, m_dpi);
   m_view.ApplyTheme();
   RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 void CMainFrame::OnDpiChanged(UINT dpi, const RECT& area) {
   ApplyDpi(CDpi(dpi));
+  m_menus.ApplyToBar(m_window, m_dpi);
   MoveToSuggested(m_window, area);
 }
 
@@ -419,6 +422,7 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     m_taskbar.OnCreated(m_window);
     return 0;
   }
+  if (const auto answer = m_menus.OnMessage(message, wParam, lParam)) return *answer;
   // While a question is open, nothing else begins.
   const bool isRequest = message == WM_COMMAND || message == WM_CLOSE || message == WM_DROPFILES;
   if (isRequest && !IsWindowEnabled(m_window)) return 0;
@@ -447,6 +451,7 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       return 0;
     case WM_INITMENUPOPUP:
       PrepareMenu(reinterpret_cast<HMENU>(wParam), {*m_workflow, m_view, m_recentFiles, m_switches});
+      if (HIWORD(lParam) == FALSE) m_menus.ApplyToMenu(reinterpret_cast<HMENU>(wParam));
       return 0;
     case WM_COMMAND:
       OnCommand(LOWORD(wParam));

@@ -17,6 +17,7 @@
 #include "ui/Profile.h"
 #include "ui/TaskbarButton.h"
 #include "ui/WindowDialogs.h"
+#include "ui/win/DarkMenu.h"
 #include "ui/win/DarkParts.h"
 #include "ui/win/Window.h"
 
@@ -66,7 +67,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void OnDpiChanged(UINT dpi, const RECT& area);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
   void ApplyDpi(CDpi dpi);
-  void ApplyTheme() const;
+  void ApplyTheme();
   void FollowAppearance(UINT message);
   void CallUser() const;
   void SelectFile(std::u16string_view path);
@@ -88,6 +89,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   CTaskbarButton m_taskbar;
   COverallProgress m_progress;
   SCommandSwitches m_switches;
+  CDarkMenu m_menus;
   CStatusBar m_statusPane;
   HWND m_statusBar = nullptr;
   HWND m_activityBar = nullptr;

@@ -102,6 +102,8 @@ void ColourList(HWND list) {
   SendMessageW(list, LVM_SETBKCOLOR, 0, static_cast<LPARAM>(theme.GetColour(COLOR_WINDOW)));
   SendMessageW(list, LVM_SETTEXTBKCOLOR, 0, static_cast<LPARAM>(theme.GetColour(COLOR_WINDOW)));
   SendMessageW(list, LVM_SETTEXTCOLOR, 0, static_cast<LPARAM>(theme.GetColour(COLOR_WINDOWTEXT)));
+  // The system draws them in light colours only.
+  SendMessageW(list, LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_GRIDLINES, theme.IsDark() ? 0 : LVS_EX_GRIDLINES);
 }
 
 void ColourTree(HWND tree) {
