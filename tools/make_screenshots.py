@@ -13,7 +13,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / 'tests' / 'ui'))
 # Behind the line that tells where it is.
 import run_stories  # noqa: E402
-from run_stories import SAVE_TITLE, TEMPLATE_TITLE, wait_for  # noqa: E402
+from desk import SAVE_TITLE, TEMPLATE_TITLE  # noqa: E402
+from wine import wait_for  # noqa: E402
 
 
 def picture(desk, name):

@@ -1,184 +1,20 @@
-"""The window program under Wine on a display of its own, worked by calls of Windows functions through the driver
-(drive_win.cpp)."""
-import collections
-import contextlib
+"""The program's windows, worked through the driver from outside."""
 import itertools
 import os
-import pathlib
 import re
-import shutil
 import struct
-import subprocess
 import time
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-WINE = shutil.which('wine64') or shutil.which('wine64', path='/usr/lib/wine') or 'wine'
-WINE_SERVER = shutil.which('wineserver') or '/usr/lib/wine/wineserver'
-PATIENCE = 90  # seconds for anything to happen; the end of a hang, never a measure
+import win32
+from win32 import CANCEL, OK, YES
+from wine import PATIENCE, ROOT, Failed, expect, wait_for, windows_path
 
-WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH, WM_CLOSE, WM_KEYDOWN, WM_COMMAND = 0x0C, 0x0D, 0x0E, 0x10, 0x100, 0x111
-WM_DROPFILES, WM_DPICHANGED, PBM_GETPOS = 0x233, 0x2E0, 0x408
-BM_CLICK, LB_GETCOUNT, CB_GETCOUNT, CB_GETCURSEL, CB_SETCURSEL, CBN_SELCHANGE = 0xF5, 0x18B, 0x146, 0x147, 0x14E, 1
-TVM_GETNEXTITEM, TVM_SELECTITEM, LVM_GETITEMCOUNT, LVM_GETSELECTEDCOUNT = 0x110A, 0x110B, 0x1004, 0x1032
-TVGN_ROOT, TVGN_NEXT, TVGN_CHILD, TVGN_CARET = 0, 1, 4, 9
-VK_TAB, VK_RETURN, VK_CONTROL, VK_MENU, VK_ESCAPE, KEYEVENTF_KEYUP = 0x09, 0x0D, 0x11, 0x12, 0x1B, 2
-VK_END, VK_HOME, VK_LEFT, VK_UP, VK_RIGHT, VK_DOWN, VK_F5 = 0x23, 0x24, 0x25, 0x26, 0x27, 0x28, 0x74
-CF_UNICODETEXT, GENERIC_READ, OPEN_EXISTING, STILL_ACTIVE = 13, 0x80000000, 3, 259
-OK, CANCEL, YES, NO = 1, 2, 6, 7
 FILE_NAME = (0x47C, 0x480)  # of a file dialog: the combo box or the line
-MEM_COMMIT, PAGE_READWRITE = 0x1000, 4
-GWL_STYLE, WS_TABSTOP, OBJID_CLIENT, VT_I4 = -16, 0x10000, 0xFFFFFFFC, 3
-IID_IACCESSIBLE = bytes.fromhex('e03687613d3ccf11810c00aa00389b71')
-HKEY_CURRENT_USER, REG_SZ, REG_DWORD, WM_SETTINGCHANGE, WM_LBUTTONDOWN = -0x7FFFFFFF, 1, 4, 0x1A, 0x201
 MENUS = ['&File', '&Edit', 'Repa&ir', '&Help']
 NOWHERE = 0x10  # below the first page that any program has
 PROGRAM = 'Tolvane for Access'
-HIGH_CONTRAST = tuple({'Window': '0 0 0', 'WindowText': '255 255 255', 'WindowFrame': '255 255 255', 'Menu': '0 0 0',
-                 'MenuText': '255 255 255', 'MenuBar': '0 0 0', 'ButtonFace': '0 0 0', 'ButtonText': '255 255 255',
-                 'ButtonShadow': '255 255 255', 'ButtonHilight': '192 192 192', 'ButtonDkShadow': '255 255 255',
-                 'ButtonLight': '255 255 255', 'GrayText': '63 242 63', 'Hilight': '26 235 255', 'HilightText': '0 0 0'}.items())
-
-
 ID = {name: int(value) for name, value in re.findall(
     r'^#define (ID\w+) (\d+)$', (ROOT / 'ui' / 'Resource.h').read_text('utf-8'), re.M)}
-
-
-# A screen, or what a taskbar leaves of one, and how it is called in the names of pictures.
-Display = collections.namedtuple('Display', 'name dpi size colours', defaults=((),))
-
-
-class Failed(Exception):
-    """The program did not do what a story expects."""
-
-
-def expect(found, wanted, what):
-    if found != wanted:
-        raise Failed('%s: %r, expected %r' % (what, found, wanted))
-
-
-def expect_text(found, part, what):
-    if part not in found:
-        raise Failed('%s: %r, expected in it %r' % (what, found, part))
-
-
-def wait_for(condition, what):
-    """The first answer of `condition` that is something."""
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        found = condition()
-        if found:
-            return found
-        time.sleep(0.02)
-    raise Failed('waited in vain for ' + what)
-
-
-def missing():
-    """What must be there and is not; empty when all is there."""
-    return ', '.join(tool for tool in ('Xvfb', 'import', WINE, WINE_SERVER) if not shutil.which(tool))
-
-
-def windows_path(path):
-    return 'Z:' + os.path.abspath(path).replace('/', '\\')
-
-
-def unix_path(path):
-    return path[2:].replace('\\', '/')
-
-
-class Session:
-    """A display and a Wine of their own, and the driver in it. The prefix stays for the next run."""
-
-    SETTINGS = ('REGEDIT4\n\n'
-                '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer]\n"Desktop"="Default"\n\n'
-                '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer\\Desktops]\n"Default"="%dx%d"\n\n'
-                '[HKEY_CURRENT_USER\\Control Panel\\Desktop]\n"LogPixels"=dword:%08x\n"FontSmoothing"="2"\n'
-                '"FontSmoothingType"=dword:00000002\n\n'
-                '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
-
-    COLOURS = ('\n[HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]\n"ThemeActive"="0"\n\n'
-               '[HKEY_CURRENT_USER\\Control Panel\\Colors]\n')
-
-    def __init__(self, folder, prefix, drive, display):
-        self.display = display
-        prefix.mkdir(parents=True, exist_ok=True)
-        read, write = os.pipe()
-        self.server = subprocess.Popen(
-            ['Xvfb', '-displayfd', str(write), '-screen', '0', '%dx%dx24' % display.size, '-nolisten', 'tcp'],
-            pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        os.close(write)
-        with os.fdopen(read) as answer:
-            number = ':' + answer.readline().strip()
-        self.environment = dict(os.environ, DISPLAY=number, WINEPREFIX=prefix.resolve(), WINEDEBUG='-all',
-                                WINEDLLOVERRIDES='winemenubuilder.exe,mscoree,mshtml=d', LC_ALL='C.UTF-8')
-        # A desktop as large as the screen, so that windows have frames; the resolution; no recent files.
-        settings = folder / 'settings.reg'
-        settings.write_text(self.SETTINGS % (*display.size, display.dpi) + self.colours())
-        self.run(WINE, 'regedit', '/S', windows_path(settings), check=True)
-        self.run(WINE_SERVER, '-k', '-w')
-        self.driver = subprocess.Popen([WINE, drive], env=self.environment, stdin=subprocess.PIPE,
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding='ascii')
-
-    def colours(self):
-        """Those of the display, in place of a theme's."""
-        names = ''.join('"%s"="%s"\n' % colour for colour in self.display.colours)
-        return names and self.COLOURS + names
-
-    def run(self, *command, check=False):
-        """With time to make a new prefix, too."""
-        subprocess.run(command, env=self.environment, check=check, timeout=600, stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def call(self, function, *arguments):
-        """What the function returns, and all memory that it was given, as it left it. Bytes are memory, and so are texts,
-        in UTF-16; the rest are numbers."""
-        def word(argument):
-            memory = (argument + '\0').encode('utf-16le') if isinstance(argument, str) else argument
-            return 'x' + memory.hex() if isinstance(memory, bytes) else str(memory)
-
-        self.driver.stdin.write(' '.join([function, *map(word, arguments)]) + '\n')
-        self.driver.stdin.flush()
-        answer = self.driver.stdout.readline().split()
-        if not answer:
-            raise Failed('the driver does not answer to %s%r' % (function, arguments))
-        return [bytes.fromhex(word[1:]) if word[0] == 'x' else int(word) for word in answer]
-
-    def string(self, address):
-        """A text of the driver's memory."""
-        length = self.call('lstrlenW', address)[0]
-        memory = self.call('lstrcpynW', bytes(2 * length + 2), address, length + 1)[1]
-        return memory[:2 * length].decode('utf-16le')
-
-    def choose_dark(self, is_dark):
-        """In the settings of the system; 0 stands for dark programs."""
-        key = 'Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize'
-        self.call('RegSetKeyValueW', HKEY_CURRENT_USER, key, 'AppsUseLightTheme', REG_DWORD, struct.pack('<I', not is_dark), 4)
-
-    def choose_rules(self, rules):
-        """As the program remembers them."""
-        key = 'Software\\Local AppWizard-Generated Applications\\TolvaneForAccess\\Settings'
-        self.call('RegSetKeyValueW', HKEY_CURRENT_USER, key, 'Rules', REG_SZ, rules, 2 * len(rules) + 2)
-
-    def clipboard(self):
-        if not self.call('OpenClipboard', 0)[0]:
-            raise Failed('the clipboard is in use')
-        text = self.call('GlobalLock', self.call('GetClipboardData', CF_UNICODETEXT)[0])[0]
-        text = self.string(text)
-        self.call('CloseClipboard')
-        return text
-
-    @contextlib.contextmanager
-    def holding(self, path):
-        """Opens a file so that nobody else can."""
-        file = self.call('CreateFileW', windows_path(path), GENERIC_READ, 0, 0, OPEN_EXISTING, 0, 0)[0]
-        expect(file > 0, True, 'whether %s opens' % path)
-        yield
-        self.call('CloseHandle', file)
-
-    def end(self):
-        self.driver.kill()
-        self.run(WINE_SERVER, '-k', '-w')
-        self.server.terminate()
-        self.server.wait()
 
 
 class Window:
@@ -207,12 +43,12 @@ class Window:
         expect(self.session.call('PostMessageW', self.handle, message, w, l)[0] != 0, True, 'whether a message is taken')
 
     def text(self):
-        room = self.send(WM_GETTEXTLENGTH) + 1
-        length, memory = self._ask(WM_GETTEXT, room, bytes(2 * room))
+        room = self.send(win32.WM_GETTEXTLENGTH) + 1
+        length, memory = self._ask(win32.WM_GETTEXT, room, bytes(2 * room))
         return memory[:2 * length].decode('utf-16le')
 
     def write(self, text):
-        self.send(WM_SETTEXT, 0, text)
+        self.send(win32.WM_SETTEXT, 0, text)
 
     def is_shown(self):
         return self.session.call('IsWindowVisible', self.handle)[0] != 0
@@ -225,13 +61,13 @@ class Window:
         return memory[:2 * length].decode('utf-16le')
 
     def style(self):
-        return self.session.call('GetWindowLongPtrW', self.handle, GWL_STYLE)[0]
+        return self.session.call('GetWindowLongPtrW', self.handle, win32.GWL_STYLE)[0]
 
     def accessible(self):
         """Name, role and value as the system tells them to readers of screens."""
-        found, *memory = self.session.call('AccessibleObjectFromWindow', self.handle, OBJID_CLIENT, IID_IACCESSIBLE, bytes(8))
+        found, *memory = self.session.call('AccessibleObjectFromWindow', self.handle, win32.OBJID_CLIENT, win32.IID_IACCESSIBLE, bytes(8))
         expect(found, 0, 'whether a reader of screens finds the control')
-        accessible, itself = struct.unpack('<Q', memory[-1])[0], struct.pack('<HHHHQQ', VT_I4, 0, 0, 0, 0, 0)
+        accessible, itself = struct.unpack('<Q', memory[-1])[0], struct.pack('<HHHHQQ', win32.VT_I4, 0, 0, 0, 0, 0)
         def text(method):
             address = struct.unpack('<Q', self.session.call(method, accessible, itself, bytes(8))[-1])[0]
             return self.session.string(address) if address else ''
@@ -242,7 +78,7 @@ class Window:
         return name, struct.unpack('<8xI12x', role)[0], value
 
     def press(self, identifier):
-        self.post(WM_COMMAND, identifier)
+        self.post(win32.WM_COMMAND, identifier)
 
     def children(self, name=0, title=0):
         """Windows inside it of a class and a title or of any; of the desktop, those without a parent."""
@@ -377,26 +213,26 @@ class Program:
     def select_table(self, index):
         """By its place below the root of the tree; -1 is the root. False when there are fewer."""
         tree = self.control('IDC_TREE')
-        item = tree.send(TVM_GETNEXTITEM, TVGN_ROOT)
+        item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_ROOT)
         if index >= 0:
-            item = tree.send(TVM_GETNEXTITEM, TVGN_CHILD, item)
+            item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_CHILD, item)
         for _ in range(index):
-            item = tree.send(TVM_GETNEXTITEM, TVGN_NEXT, item) if item else 0
+            item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_NEXT, item) if item else 0
         if item:
-            tree.send(TVM_SELECTITEM, TVGN_CARET, item)
+            tree.send(win32.TVM_SELECTITEM, win32.TVGN_CARET, item)
         return item != 0
 
     def select_object(self, group, index):
         """What stands below a heading behind the tables."""
         tree = self.control('IDC_TREE')
-        item = tree.send(TVM_GETNEXTITEM, TVGN_ROOT)
+        item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_ROOT)
         for _ in range(1 + group):
-            item = tree.send(TVM_GETNEXTITEM, TVGN_NEXT, item)
-        item = tree.send(TVM_GETNEXTITEM, TVGN_CHILD, item)
+            item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_NEXT, item)
+        item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_CHILD, item)
         for _ in range(index):
-            item = tree.send(TVM_GETNEXTITEM, TVGN_NEXT, item)
+            item = tree.send(win32.TVM_GETNEXTITEM, win32.TVGN_NEXT, item)
         expect(item != 0, True, 'whether the tree has the item')
-        tree.send(TVM_SELECTITEM, TVGN_CARET, item)
+        tree.send(win32.TVM_SELECTITEM, win32.TVGN_CARET, item)
 
     def tables(self):
         """{name: rows} as the summary of each tells."""
@@ -408,7 +244,7 @@ class Program:
             found[lines['Table Name']] = int(lines['Total Row(s)'])
 
     def ask_to_close(self, *boxes):
-        self.frame.post(WM_CLOSE)
+        self.frame.post(win32.WM_CLOSE)
         self.answer(*boxes)
 
     def close(self):
@@ -416,7 +252,7 @@ class Program:
         self.wait_for_end(0)
 
     def wait_for_end(self, code):
-        wait_for(lambda: self.exit_code() != STILL_ACTIVE, 'the end of the program')
+        wait_for(lambda: self.exit_code() != win32.STILL_ACTIVE, 'the end of the program')
         expect(self.exit_code(), code, 'exit code')
 
     def end(self):
@@ -428,8 +264,11 @@ class Program:
 
     def type(self, *keys, to=None):
         """Keys of the keyboard, held down together; `to`: a dialog."""
-        self.session.call('SetForegroundWindow', (to or self.frame).handle)
-        for flags, held in ((0, keys), (KEYEVENTF_KEYUP, reversed(keys))):
+        window = (to or self.frame).handle
+        self.session.call('SetForegroundWindow', window)
+        # A menu that is open stays in front of its window.
+        wait_for(lambda: self.session.call('GetForegroundWindow')[0] == window, 'the window to be in front')
+        for flags, held in ((0, keys), (win32.KEYEVENTF_KEYUP, reversed(keys))):
             for key in held:
                 self.session.call('keybd_event', key, 0, flags, 0)
 
@@ -452,20 +291,20 @@ class Program:
     def drop(self, path):
         """A file on the window. The list of files lies in the program's memory, as the system puts it there."""
         files = struct.pack('<5I', 20, 0, 0, 0, 1) + (path + '\0\0').encode('utf-16le')
-        self.frame.post(WM_DROPFILES, self._memory(files))
+        self.frame.post(win32.WM_DROPFILES, self._memory(files))
 
     def _memory(self, content):
         """Its address in the program."""
-        memory = self.session.call('VirtualAllocEx', self.process, 0, len(content), MEM_COMMIT, PAGE_READWRITE)[0]
+        memory = self.session.call('VirtualAllocEx', self.process, 0, len(content), win32.MEM_COMMIT, win32.PAGE_READWRITE)[0]
         self.session.call('WriteProcessMemory', self.process, memory, content, len(content), 0)
         return memory
 
     def follow_settings(self):
-        self.frame.send(WM_SETTINGCHANGE)
+        self.frame.send(win32.WM_SETTINGCHANGE)
 
     def change_resolution(self, dpi, area):
         """As on the way to another screen."""
-        self.frame.send(WM_DPICHANGED, dpi << 16 | dpi, self._memory(struct.pack('<4i', *area)))
+        self.frame.send(win32.WM_DPICHANGED, dpi << 16 | dpi, self._memory(struct.pack('<4i', *area)))
 
     def move(self, left, top, width, height):
         self.session.call('SetWindowPos', self.frame.handle, 0, left, top, width, height, 0)
