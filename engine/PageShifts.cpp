@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <set>
 #include <span>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
 
 #include "format/IndexPage.h"
 #include "format/PageHead.h"
@@ -151,10 +155,12 @@ class CShiftFinder {
   std::vector<SPageShift> Find() {
     m_pages.resize(m_count);
     m_opinions.resize(m_count + 2 * m_most);
+    const std::vector<bool> isRepeated = FindRepeated();
     for (size_t place = 1; place < m_count; place++) {
       if (IsStopped()) return {};
       if (!Read(place, m_page)) continue;
-      m_pages[place] = IdentityOf(m_page, m_layout);
+      m_pages[place] = isRepeated[place] ? SIdentity{EKind::Blank} : IdentityOf(m_page, m_layout);
+      if (isRepeated[place]) continue;
       if (m_firstCatalogue == 0 && m_pages[place] == SIdentity{EKind::Rows, kObjectsPage})
         m_firstCatalogue = place;
       ForEachReference(m_page, m_pages[place], m_layout, [&](uint32_t number, const SIdentity& is) {
@@ -169,6 +175,30 @@ class CShiftFinder {
 
   bool Read(uint64_t place, std::span<uint8_t> page) {
     return place < m_count && m_file.ReadFile(m_start + place * m_layout.pageSize, page) == page.size();
+  }
+
+  // Pages that were written twice, one time behind the other: the second time, by their places. Whatever
+  // others take them for, they are the likelier to be put in.
+  std::vector<bool> FindRepeated() {
+    std::vector<size_t> prints(m_count);
+    std::vector<bool> isRepeated(m_count), isBlank(m_count);
+    std::unordered_map<size_t, size_t> lastPlace;
+    for (size_t place = 1; place < m_count; place++) {
+      if ((m_job != nullptr && !m_job->IsRunning()) || !Read(place, m_page)) continue;
+      isBlank[place] = IsBlankPage(m_page);
+      prints[place] =
+          std::hash<std::string_view>{}({reinterpret_cast<const char*>(m_page.data()), m_page.size()});
+    }
+    const auto at = [&](size_t place) { return prints.begin() + static_cast<std::ptrdiff_t>(place); };
+    for (size_t place = 1; place < m_count; place++) {
+      if (isBlank[place] || prints[place] == 0) continue;
+      const auto [last, isNew] = lastPlace.try_emplace(prints[place], place);
+      const size_t first = std::exchange(last->second, place), count = place - first;
+      if (isNew || count > m_most || place + count > m_count || isRepeated[place]) continue;
+      if (!std::equal(at(first), at(place), at(place))) continue;
+      std::fill_n(isRepeated.begin() + static_cast<std::ptrdiff_t>(place), count, true);
+    }
+    return isRepeated;
   }
 
   // A shift by its place among all: m_most stands for none.
@@ -283,7 +313,7 @@ class CShiftFinder {
 
   // Foreign pages between or behind those of the database agree with each other, too. Those that are its own
   // are taken for what they are from elsewhere, too, or they hold its catalogue.
-  [[nodiscard]] std::vector<SPageShift> Choose(const std::vector<size_t>& way) {
+  [[nodiscard]] std::vector<SPageShift> Choose(const std::vector<size_t>& way) const {
     std::vector<SRun> runs;
     for (size_t place = 1; place < way.size(); place++) {
       if (way[place] == kNoShift) continue;
@@ -303,26 +333,11 @@ class CShiftFinder {
     return changes;
   }
 
-  // `putIn`: the pages in front of the run that its shift leaves out; they are none of the database's, or
-  // stand beside themselves.
-  [[nodiscard]] bool IsOwn(const SRun& run, const SRun& putIn) {
-    if (CountVotes(putIn) >= kLeastVotes && !IsRepeated(putIn)) return false;
+  // `putIn`: the pages in front of the run that its shift leaves out; they are none of the database's.
+  [[nodiscard]] bool IsOwn(const SRun& run, const SRun& putIn) const {
+    if (CountVotes(putIn) >= kLeastVotes) return false;
     const bool hasCatalogue = run.first <= m_firstCatalogue && m_firstCatalogue <= run.last;
     return hasCatalogue || CountVotes(run) >= kLeastVotes;
-  }
-
-  // Whether the pages were written twice, one time behind the other.
-  bool IsRepeated(const SRun& pages) {
-    const size_t count = pages.last + 1 - pages.first;
-    const auto areEqual = [&](size_t place, size_t other) {
-      return Read(place, m_page) && Read(other, m_other) && m_page == m_other;
-    };
-    bool isBefore = pages.first > count, isBehind = true;
-    for (size_t place = pages.first; place <= pages.last && (isBefore || isBehind); place++) {
-      isBefore = isBefore && areEqual(place, place - count);
-      isBehind = isBehind && areEqual(place, place + count);
-    }
-    return isBefore || isBehind;
   }
 
   // Of pages elsewhere for the pages of the run.
