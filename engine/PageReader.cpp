@@ -28,6 +28,18 @@ bool CPageReader::Open(const std::u16string& path) {
   return Open(path, handler);
 }
 
+bool CPageReader::LeaveOutAddedReturns() {
+  if (!m_file->LeaveOutAddedReturns()) return false;
+  m_fileLength = m_file->GetLength();
+  SetStart(0);
+  return true;
+}
+
+void CPageReader::SwapPairs(bool swaps) {
+  m_file->SwapPairs(swaps);
+  SetStart(0);
+}
+
 void CPageReader::ShareFile(const CPageReader& other) {
   m_file = other.m_file;
   m_holes = other.m_holes;

@@ -42,6 +42,9 @@ class CPageReader {
   bool Open(const std::u16string& path);
   void Close();
   [[nodiscard]] bool IsOpen() const { return m_file->IsOpen(); }
+  // Undoes what was changed in all of the file (DBFileReader.h). False: nothing of that kind was.
+  bool LeaveOutAddedReturns();
+  void SwapPairs(bool swaps);
   // Reads the same pages from the same open file, for another thread. What is set and opened there later is
   // not seen here; both end by themselves.
   void ShareFile(const CPageReader& other);

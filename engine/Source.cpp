@@ -71,11 +71,25 @@ const CFreePageMap& CSource::GetFreePages() {
 }
 
 void CSource::FindPages() {
-  if (m_rules.pagesDecideFormat) m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
+  if (m_rules.pagesDecideFormat) LookForPages();
   if (m_evidence.layout != nullptr)
     m_pages.SetStretches(m_evidence.stretches, m_evidence.layout->pageSize);
   else if (!IsStopped())
     m_pages.SetStart(m_wantedStart != 0 ? m_wantedStart : FindDatabaseStart(m_pages));
+}
+
+// Of a file whose bytes were changed on their way none stands where it should.
+void CSource::LookForPages() {
+  bool isChanged = m_pages.LeaveOutAddedReturns();
+  m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
+  if (m_evidence.layout == nullptr && !isChanged) {
+    m_pages.SwapPairs(true);
+    m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
+    isChanged = m_evidence.layout != nullptr;
+    if (!isChanged) m_pages.SwapPairs(false);
+  }
+  if (isChanged && m_evidence.layout != nullptr)
+    m_evidence.movedPages = m_pages.GetFileLength() / m_evidence.layout->pageSize;
 }
 
 void CSource::ReadHeader() {

@@ -68,6 +68,7 @@ class CSource {
 
  private:
   void FindPages();
+  void LookForPages();
   bool HasPageAtEnd();
   void ReadHeader();
   void ReadFacts();
