@@ -255,6 +255,33 @@ TEST_P(ExactRules, OwnersTellHowManyPagesAreMissingInFront) {
   EXPECT_EQ(Repair(bytes), kRows);
 }
 
+TEST_P(ExactRules, PagesThatWereWrittenTwiceAreReadOnce) {
+  const Bytes sound = file.Build();
+  const size_t size = layout.pageSize;
+  for (size_t first = 3; (first + 3) * size <= sound.size(); first++) {
+    Bytes bytes = sound;
+    bytes.insert(bytes.begin() + static_cast<ptrdiff_t>(first * size),
+                 sound.begin() + static_cast<ptrdiff_t>(first * size),
+                 sound.begin() + static_cast<ptrdiff_t>((first + 3) * size));
+    EXPECT_EQ(Repair(bytes), kRows) << "from page " << first;
+  }
+}
+
+// By programs that take it for text, or whose machine has the other order of bytes.
+TEST_P(ExactRules, AFileThatWasChangedOnItsWayIsReadAsItWas) {
+  const Bytes sound = file.Build();
+  Bytes lines, pairs = sound;
+  for (const uint8_t byte : sound) {
+    if (byte == '\n') lines.push_back('\r');
+    lines.push_back(byte);
+  }
+  for (size_t i = 0; i < pairs.size(); i += 2) std::swap(pairs[i], pairs[i + 1]);
+  for (const Bytes& changed : {lines, pairs}) {
+    EXPECT_EQ(Repair(changed), kRows);
+    EXPECT_EQ(Lost(EDamage::MovedPages), sound.size() / layout.pageSize);
+  }
+}
+
 TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
   for (uint32_t slot = 0; slot < kRows / 2; slot++)
     file.Page(rows[0]).Put16(layout.data.slots + 2 * slot, 0x1234 + slot * 977);
