@@ -21,7 +21,7 @@ namespace {
 
 constexpr size_t kMostObjects = 32'768;  // of a database
 
-using Bytes = std::vector<uint8_t>;
+using Blob = std::vector<uint8_t>;
 
 CAccessColumn* FindColumn(CAccessTable& table, std::u16string_view name) {
   CAccessColumn* similar = nullptr;
@@ -75,7 +75,7 @@ class CObjectReader {
   std::vector<SOwnedProperties> ReadProperties(const SCatalogueRow& row, const CAccessTable* table) {
     std::vector<SOwnedProperties> owners;
     if (!row.properties || row.properties->length == 0) return owners;
-    Bytes blob;
+    Blob blob;
     const bool isRead = ReadObject(*row.properties, kLongestPropertyBlob, blob);
     if (TakeObjectProperties(m_data.source, blob, owners) && isRead) return owners;
     m_data.GetLedger().Add(
@@ -160,7 +160,7 @@ void ReadCatalogueObjects(CAccessData& data, uint32_t pageSize, const CTemplateM
   CTableRowReader rows(catalogue->columns.GetCount());
   if (!rows.Open(catalogue->GetDataFilePath())) return;
   CObjectReader objects(data, pageSize, match);
-  Bytes record;
+  std::vector<uint8_t> record;
   while (rows.BeginRow()) {
     if (!job.repairing.IsRunning()) return;
     SCatalogueRow row = ReadCatalogueRow(*catalogue, rows, record);

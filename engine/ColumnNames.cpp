@@ -18,7 +18,7 @@ namespace tolvane {
 namespace {
 
 using Names = std::vector<std::u16string>;
-using Bytes = std::vector<uint8_t>;
+using Blob = std::vector<uint8_t>;
 
 // Property NameMap:
 //   0 mark, version, u128 GUID of the table, zeros, f64 date, zeros | 44 name of the table, zero unit, u32 0
@@ -61,7 +61,7 @@ std::u16string StoredText(const std::string& stored, const SSourceFacts& source)
 }
 
 // The columns' names that the properties tell, of those lists of them the one that is as long as the table.
-Names NamesOfBlob(const Bytes& blob, const SSourceFacts& source, size_t count) {
+Names NamesOfBlob(const Blob& blob, const SSourceFacts& source, size_t count) {
   std::vector<SPropertyOwner> owners;
   DecodePropertyBlob(source.isJet3, blob, owners);
   Names names;
@@ -102,7 +102,7 @@ void RestoreColumnNames(CAccessData& data, uint32_t pageSize) {
   for (std::vector<std::u16string> cells; reader.ReadRow(cells);) {
     const auto found = nameless.find(cells[id]);
     if (found == nameless.end() || cells[properties].empty()) continue;
-    Bytes blob;
+    Blob blob;
     static_cast<void>(ReadObject(reader.GetObjectPlace(properties), kLongestPropertyBlob, blob));
     Rename(*found->second, NamesOfBlob(blob, data.source, found->second->columns.GetCount()));
   }

@@ -14,7 +14,7 @@ namespace tolvane {
 
 namespace {
 
-using Names = std::map<std::u16string, uint32_t>;  // definition page by name
+using PagesByName = std::map<std::u16string, uint32_t>;  // definition page by name
 
 // A name that stands twice tells nothing.
 constexpr uint32_t kAmbiguous = 0;
@@ -39,9 +39,9 @@ std::set<uint32_t> CreditCatalogue(CSource& source, CAccessData& data, CJobConte
   return owners;
 }
 
-Names ReadNames(CSource& source, const SRecoveryRules& rules, CJobContext& job,
-                const std::u16string& workFolder) {
-  Names names;
+PagesByName ReadNames(CSource& source, const SRecoveryRules& rules, CJobContext& job,
+                      const std::u16string& workFolder) {
+  PagesByName names;
   if (!source.IsOpen()) return names;
   CAccessData data(rules, workFolder);
   data.source = source.GetFacts();
@@ -67,8 +67,8 @@ Names ReadNames(CSource& source, const SRecoveryRules& rules, CJobContext& job,
 
 CTemplateMatch::CTemplateMatch(CSource& source, CSource& definitions, const SRecoveryRules& rules,
                                CJobContext& job, const std::u16string& workFolder) {
-  const Names here = ReadNames(source, rules, job, workFolder);
-  const Names there = ReadNames(definitions, rules, job, workFolder);
+  const PagesByName here = ReadNames(source, rules, job, workFolder);
+  const PagesByName there = ReadNames(definitions, rules, job, workFolder);
   bool isSame = true;
   for (const auto& [name, page] : here) {
     const auto found = there.find(name);
