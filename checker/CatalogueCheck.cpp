@@ -60,7 +60,7 @@ bool IsKnownSid(std::span<const uint8_t> plain) {
 void CCatalogueCheck::AddObject(const CRowView& row, SPlace place) {
   if (m_objects.size() == kMostObjects) {
     m_isComplete = false;
-    m_context.findings.Note(Say(u"Objects beyond the first ", kMostObjects, u" were not looked at."));
+    m_context.findings.Note(u"Objects beyond the first ", kMostObjects, u" were not looked at.");
     return;
   }
   const CSystemRow values(m_context.file, row);
@@ -79,11 +79,10 @@ void CCatalogueCheck::AddObject(const CRowView& row, SPlace place) {
                         values.GetNameKey(kObjectsName),
                         place};
   if (!m_byId.emplace(object.id, m_objects.size()).second)
-    m_context.findings.Error("B1", place,
-                             Say(u"another object has the number of ", object.name, u" as well"));
+    m_context.findings.Error("B1", place, u"another object has the number of ", object.name, u" as well");
   if (!m_names.insert(ToUtf8(ToDecimal(object.parent)) + ' ' + object.nameKey).second)
-    m_context.findings.Error("B2", place,
-                             Say(u"another object of the container is called ", object.name, u" as well"));
+    m_context.findings.Error("B2", place, u"another object of the container is called ", object.name,
+                             u" as well");
   CheckOwner(object, values.GetBytes(kObjectsOwner));
   m_objects.push_back(std::move(object));
 }
@@ -96,7 +95,7 @@ void CCatalogueCheck::CheckOwner(const SCheckedObject& object, std::span<const u
         GetLittle<uint16_t>(plain, 0) != static_cast<uint16_t>(EAccount::User))
       m_context.findings.Error("A5", object.place, u"the owner of MSysDb is not the default user");
   } else if (!isKnown && !owner.empty()) {
-    m_context.findings.Doubt("A6", object.place, Say(u"the owner of ", object.name, u" is no known account"));
+    m_context.findings.Doubt("A6", object.place, u"the owner of ", object.name, u" is no known account");
   }
 }
 
@@ -109,8 +108,8 @@ void CCatalogueCheck::AddAce(const CRowView& row, SPlace place) {
   if (found != m_byId.end())
     m_objects[found->second].hasAce = true;
   else if (m_isComplete)
-    m_context.findings.Error(
-        "B6", place, Say(u"the permission is for object ", id.value_or(0), u", which does not exist"));
+    m_context.findings.Error("B6", place, u"the permission is for object ", id.value_or(0),
+                             u", which does not exist");
 }
 
 void CCatalogueCheck::Finish() {
@@ -121,12 +120,12 @@ void CCatalogueCheck::Finish() {
 
 void CCatalogueCheck::CheckObject(const SCheckedObject& object) {
   if (object.parent != kContainerRoot && Find(object.parent) == nullptr)
-    m_context.findings.Error("B3", object.place, Say(u"the container of ", object.name, u" does not exist"));
+    m_context.findings.Error("B3", object.place, u"the container of ", object.name, u" does not exist");
   const uint32_t parent = ExpectedParent(object.type);
   if (parent != 0 && object.parent != parent)
-    m_context.findings.Error("B5", object.place, Say(object.name, u" is not in the container of its kind"));
+    m_context.findings.Error("B5", object.place, object.name, u" is not in the container of its kind");
   if (MustHaveAce(object.type) && !object.hasAce)
-    m_context.findings.Error("B7", object.place, Say(object.name, u" has no permissions"));
+    m_context.findings.Error("B7", object.place, object.name, u" has no permissions");
 }
 
 void CCatalogueCheck::CheckSystemObjects() {
@@ -134,7 +133,7 @@ void CCatalogueCheck::CheckSystemObjects() {
     const SCheckedObject* object = Find(row.id);
     if (object == nullptr || object->parent != row.parent || object->name != row.name ||
         object->type != row.type)
-      m_context.findings.Error("A7", {}, Say(u"the row of ", row.name, u" is missing or has other values"));
+      m_context.findings.Error("A7", {}, u"the row of ", row.name, u" is missing or has other values");
   }
 }
 

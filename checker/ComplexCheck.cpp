@@ -19,7 +19,7 @@ bool CComplexCheck::IsComplexColumns(const SCheckedObject& object) {
 bool CComplexCheck::HasRoom(size_t count) {
   if (count < kMostOfEach) return true;
   m_isComplete = false;
-  m_context.findings.Note(Say(u"Complex columns beyond the first ", kMostOfEach, u" were not looked at."));
+  m_context.findings.Note(u"Complex columns beyond the first ", kMostOfEach, u" were not looked at.");
   return false;
 }
 
@@ -37,9 +37,8 @@ void CComplexCheck::AddTable(const SCheckedObject& object, const SCheckedTable& 
   for (const SCheckedColumn& column : table.columns) {
     if (column.type != kTypeComplex || !HasRoom(m_columns.size())) continue;
     if (!m_columns.insert({{table.page, column.complexId}, {column.name, object.name}}).second)
-      m_context.findings.Error(
-          "K2", {table.page},
-          Say(u"another column has the complex number of ", column.name, u", ", column.complexId));
+      m_context.findings.Error("K2", {table.page}, u"another column has the complex number of ", column.name,
+                               u", ", column.complexId);
   }
   if ((object.flags & kSystemObjectFlag) == 0 || !HasRoom(m_hiddenTables.size())) return;
   SHiddenTable& hidden = m_hiddenTables[table.page];
@@ -61,16 +60,15 @@ void CComplexCheck::Finish(const CCatalogueCheck& catalogue) {
   for (const auto& [key, column] : m_columns)
     if (!column.isListed)
       m_context.findings.Error("K2", {key.first},
-                               Say(u"MSysComplexColumns does not tell where the values of column ",
-                                   column.name, u" of ", column.table, u" are"));
+                               u"MSysComplexColumns does not tell where the values of column ", column.name,
+                               u" of ", column.table, u" are");
 }
 
 void CComplexCheck::CheckEntry(const SEntry& entry) {
   const auto column = m_columns.find({entry.table, entry.number});
   if (column == m_columns.end() || column->second.isListed)
-    m_context.findings.Error("K2", entry.place,
-                             Say(u"no column with complex number ", entry.number, u" at page ", entry.table,
-                                 u" is left for ", entry.column));
+    m_context.findings.Error("K2", entry.place, u"no column with complex number ", entry.number, u" at page ",
+                             entry.table, u" is left for ", entry.column);
   else
     column->second.isListed = true;
   CheckFlatTable(entry);
@@ -82,18 +80,18 @@ void CComplexCheck::CheckFlatTable(const SEntry& entry) {
   if (flat == m_hiddenTables.end() || kind == m_hiddenTables.end()) {
     const bool isFlat = flat == m_hiddenTables.end();
     findings.Error("K1", entry.place,
-                   Say(isFlat ? u"the flat table of " : u"the table that lays down the kind of ",
-                       entry.column, u", page ", isFlat ? entry.flatTable : entry.kind, u", does not exist"));
+                   isFlat ? u"the flat table of " : u"the table that lays down the kind of ", entry.column,
+                   u", page ", isFlat ? entry.flatTable : entry.kind, u", does not exist");
     return;
   }
   if (flat->second.isUsed)
-    findings.Error("K1", entry.place,
-                   Say(u"flat table ", flat->second.name, u" belongs to another complex column as well"));
+    findings.Error("K1", entry.place, u"flat table ", flat->second.name,
+                   u" belongs to another complex column as well");
   flat->second.isUsed = true;
   if (flat->second.keys != 1 || flat->second.rowNumbers != 1 || flat->second.columns != kind->second.columns)
-    findings.Error("K3", {entry.flatTable},
-                   Say(u"flat table ", flat->second.name, u" does not have the columns of its kind, ",
-                       kind->second.name, u", a key and a row number"));
+    findings.Error("K3", {entry.flatTable}, u"flat table ", flat->second.name,
+                   u" does not have the columns of its kind, ", kind->second.name,
+                   u", a key and a row number");
 }
 
 }  // namespace tolvane

@@ -22,7 +22,7 @@ bool CDataPage::GetSlot(uint32_t row, SSlot& slot) const {
 
 void CDataPage::CheckSlots(CFindings& findings, uint32_t number) const {
   const auto tooMany = [&] {
-    findings.Error("D3", {number}, Say(GetStoredSlots(), u" slots are more than a page has room for"));
+    findings.Error("D3", {number}, GetStoredSlots(), u" slots are more than a page has room for");
   };
   if (GetStoredSlots() > kMaxSlots) return tooMany();
   tolvane::CheckSlots(m_page, m_layout, [&](const SSlotFault& fault) {
@@ -32,12 +32,11 @@ void CDataPage::CheckSlots(CFindings& findings, uint32_t number) const {
     else if (fault.kind == ESlotFault::UnknownFlag)
       findings.Error("D3", place, u"the slot has an unknown flag");
     else if (fault.kind == ESlotFault::FreeBytes)
-      findings.Error("D4", {number},
-                     Say(u"the page states ", fault.found, u" free bytes and has ", fault.expected));
+      findings.Error("D4", {number}, u"the page states ", fault.found, u" free bytes and has ",
+                     fault.expected);
     else
-      findings.Error("D3", place,
-                     Say(u"the row starts at ", fault.found, u", outside the room between ", EndOfSlots(),
-                         u" and ", fault.expected));
+      findings.Error("D3", place, u"the row starts at ", fault.found, u", outside the room between ",
+                     EndOfSlots(), u" and ", fault.expected);
   });
 }
 

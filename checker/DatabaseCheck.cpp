@@ -67,7 +67,7 @@ class CDatabaseCheck {
       return;
     m_context.findings.EnterTable(object.name);
     if (object.id >= m_context.file.GetPageCount())
-      m_context.findings.Error("B4", object.place, Say(u"there is no definition page ", object.id));
+      m_context.findings.Error("B4", object.place, u"there is no definition page ", object.id);
     else if (m_table.Open(object.id)) {
       m_complexColumns.AddTable(object, m_table.GetTable());
       const bool isListOfComplex = CComplexCheck::IsComplexColumns(object);

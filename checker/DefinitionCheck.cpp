@@ -22,13 +22,6 @@ std::u16string DecodeStoredText(const CCheckedFile& file, std::span<const uint8_
   return text;
 }
 
-void CDefinitionCheck::Error(std::string_view rule, std::u16string text) {
-  m_context.findings.Error(rule, {m_firstPage}, std::move(text));
-}
-void CDefinitionCheck::Doubt(std::string_view rule, std::u16string text) {
-  m_context.findings.Doubt(rule, {m_firstPage}, std::move(text));
-}
-
 bool CDefinitionCheck::Load(uint32_t firstPage, SCheckedTable& table) {
   m_firstPage = table.page = firstPage;
   ReadBlock();
@@ -74,8 +67,8 @@ void CDefinitionCheck::CheckChain() {
     if (m_context.file.IsJet3())
       m_context.findings.Error("C3", {m_pages[i]}, u"the page is not marked VC");
     else
-      m_context.findings.Error(
-          "C2", {m_pages[i]}, Say(u"the page states ", m_freeWords[i], u" free bytes instead of ", expected));
+      m_context.findings.Error("C2", {m_pages[i]}, u"the page states ", m_freeWords[i],
+                               u" free bytes instead of ", expected);
   }
 }
 
@@ -85,15 +78,15 @@ void CDefinitionCheck::File(const SDefinitionFault& fault) {
       return Error("C1", u"the definition ends before all that it announces");
     case EDefinitionFault::Length:
       m_length = static_cast<size_t>(fault.found);
-      return Error("C1", Say(u"the definition states ", fault.expected, u" bytes and has ", fault.found));
+      return Error("C1", u"the definition states ", fault.expected, u" bytes and has ", fault.found);
     case EDefinitionFault::Magic:
-      return Error(
-          "C3", Say(u"the constant of ", fault.part, u" is ", fault.found, u" instead of ", fault.expected));
+      return Error("C3", u"the constant of ", fault.part, u" is ", fault.found, u" instead of ",
+                   fault.expected);
     case EDefinitionFault::MapsOfNoColumn:
-      return Error("C13",
-                   Say(u"there are maps of long values for column ", fault.found, u", which does not exist"));
+      return Error("C13", u"there are maps of long values for column ", fault.found,
+                   u", which does not exist");
     case EDefinitionFault::MapsTwice:
-      return Error("C13", Say(u"column ", fault.part, u" has its maps twice"));
+      return Error("C13", u"column ", fault.part, u" has its maps twice");
   }
 }
 
@@ -140,9 +133,9 @@ void CDefinitionCheck::TakeIndexes(STableDefinition& definition, std::vector<std
     for (const SIndexColumn& part : from.columns) {
       index.parts.push_back({table.FindColumn(part.number), part.ascending});
       if (index.parts.back().column == nullptr)
-        Error("C17", Say(u"real index ", i, u" has column ", part.number, u", which does not exist"));
+        Error("C17", u"real index ", i, u" has column ", part.number, u", which does not exist");
     }
-    if (index.parts.empty()) Error("C17", Say(u"real index ", i, u" has no columns"));
+    if (index.parts.empty()) Error("C17", u"real index ", i, u" has no columns");
     index.map = from.map;
     index.root = from.root;
     index.flags = from.flags;
@@ -163,22 +156,21 @@ bool CDefinitionCheck::CheckNumbers(SCheckedTable& table) {
   for (const SCheckedColumn& column : table.columns) {
     highest = std::max<int>(highest, column.number);
     if (column.number >= table.columnsEver || !numbers.insert(column.number).second) {
-      Error("C5",
-            Say(u"column ", column.name, u" has number ", column.number, u", which is taken or too high"));
+      Error("C5", u"column ", column.name, u" has number ", column.number, u", which is taken or too high");
       isSound = false;
     }
     if (column.IsFixed()) continue;
     variableColumns++;
     if (column.variableIndex >= table.variableEver || !variables.insert(column.variableIndex).second) {
-      Error("C9", Say(u"column ", column.name, u" has variable index ", column.variableIndex,
-                      u", which is taken or too high"));
+      Error("C9", u"column ", column.name, u" has variable index ", column.variableIndex,
+            u", which is taken or too high");
       isSound = false;
     }
   }
   if (table.columnsEver != highest + 1)
-    Doubt("C7", Say(table.columnsEver, u" columns ever, but the highest number is ", highest));
+    Doubt("C7", table.columnsEver, u" columns ever, but the highest number is ", highest);
   if (table.variableEver != variableColumns)
-    Doubt("C8", Say(table.variableEver, u" variable columns ever, but there are ", variableColumns));
+    Doubt("C8", table.variableEver, u" variable columns ever, but there are ", variableColumns);
   return isSound;
 }
 
@@ -186,18 +178,18 @@ void CDefinitionCheck::CheckColumns(const SCheckedTable& table) {
   std::set<std::string> names;
   for (const SCheckedColumn& column : table.columns) {
     if (column.name.empty() || column.name.size() > kMaxNameLength || !names.insert(column.nameKey).second)
-      Error("C6", Say(u"the column name ", column.name, u" is empty, too long or taken"));
+      Error("C6", u"the column name ", column.name, u" is empty, too long or taken");
     if (column.HoldsLongValues() != column.hasMaps)
-      Error("C13", Say(u"column ", column.name,
-                       column.hasMaps ? u" has maps of long values, but holds none"
-                                      : u" has no maps of its long values"));
+      Error(
+          "C13", u"column ", column.name,
+          column.hasMaps ? u" has maps of long values, but holds none" : u" has no maps of its long values");
     // Decimals of few digits state fewer bytes than their values have.
     const uint16_t length = column.type == kTypeDecimal ? uint16_t{0} : LengthOfType(column.type);
     if (length != 0 && column.length != length && !column.IsCalculated())
-      Error("C18", Say(u"column ", column.name, u" of type ", column.type, u" has length ", column.length));
+      Error("C18", u"column ", column.name, u" of type ", column.type, u" has length ", column.length);
   }
   if (table.tableType != kUserTable && table.tableType != kSystemTable)
-    Error("B8", Say(u"the table type is ", table.tableType));
+    Error("B8", u"the table type is ", table.tableType);
 }
 
 void CDefinitionCheck::CheckColumnOrder(const SCheckedTable& table) {
@@ -207,7 +199,7 @@ void CDefinitionCheck::CheckColumnOrder(const SCheckedTable& table) {
                            : a.displayNumber != b.displayNumber ? a.displayNumber < b.displayNumber
                                                                 : a.nameKey < b.nameKey;
     if (isOrdered) continue;
-    Error("C4", Say(u"column ", b.name, u" is stored behind ", a.name));
+    Error("C4", u"column ", b.name, u" is stored behind ", a.name);
     return;
   }
 }
@@ -221,8 +213,7 @@ void CDefinitionCheck::CheckFixedPart(const SCheckedTable& table) {
   size_t end = 0;
   for (const SCheckedColumn* column : fixed) {
     if (column->fixedOffset < end)
-      Error("C10",
-            Say(u"column ", column->name, u" begins at ", column->fixedOffset, u", inside another one"));
+      Error("C10", u"column ", column->name, u" begins at ", column->fixedOffset, u", inside another one");
     end = size_t{column->fixedOffset} + column->GetFixedSize();
   }
   if (end > m_layout.pageSize) Error("C10", u"the fixed columns are longer than a page");
@@ -234,25 +225,25 @@ void CDefinitionCheck::CheckIndexes(const SCheckedTable& table) {
   size_t primaries = 0;
   for (size_t i = 0; i < table.logicalIndexes.size(); i++) {
     const SCheckedLogicalIndex& index = table.logicalIndexes[i];
-    if (!numbers.insert(index.number).second) Error("C16", Say(u"two indexes have number ", index.number));
+    if (!numbers.insert(index.number).second) Error("C16", u"two indexes have number ", index.number);
     if (i != 0 && !(table.logicalIndexes[i - 1].nameKey < index.nameKey))
-      Error("C15", Say(u"index ", index.name, u" is stored behind ", table.logicalIndexes[i - 1].name));
+      Error("C15", u"index ", index.name, u" is stored behind ", table.logicalIndexes[i - 1].name);
     if (index.realIndex >= isUsed.size()) {
-      Error("C14", Say(u"index ", index.name, u" is carried by real index ", index.realIndex,
-                       u", which does not exist"));
+      Error("C14", u"index ", index.name, u" is carried by real index ", index.realIndex,
+            u", which does not exist");
       continue;
     }
     isUsed[index.realIndex] = true;
     if (index.kind != kIndexKindPrimary) continue;
     primaries++;
     if (!table.realIndexes[index.realIndex].Has(kIndexUnique))
-      Error("E13", Say(u"primary key ", index.name, u" is not unique"));
+      Error("E13", u"primary key ", index.name, u" is not unique");
     else if (!table.realIndexes[index.realIndex].Has(kIndexRequired) && table.tableType == kUserTable)
-      Doubt("E13", Say(u"primary key ", index.name, u" takes nulls"));
+      Doubt("E13", u"primary key ", index.name, u" takes nulls");
   }
-  if (primaries > 1) Error("E13", Say(primaries, u" primary keys"));
+  if (primaries > 1) Error("E13", primaries, u" primary keys");
   for (size_t i = 0; i < isUsed.size(); i++)
-    if (!isUsed[i]) Error("C14", Say(u"real index ", i, u" carries no index"));
+    if (!isUsed[i]) Error("C14", u"real index ", i, u" carries no index");
 }
 
 }  // namespace tolvane

@@ -35,8 +35,14 @@ class CDefinitionCheck {
   void CheckColumnOrder(const SCheckedTable& table);
   void CheckFixedPart(const SCheckedTable& table);
   void CheckIndexes(const SCheckedTable& table);
-  void Error(std::string_view rule, std::u16string text);
-  void Doubt(std::string_view rule, std::u16string text);
+  template <class... Parts>
+  void Error(std::string_view rule, const Parts&... parts) {
+    m_context.findings.Error(rule, {m_firstPage}, parts...);
+  }
+  template <class... Parts>
+  void Doubt(std::string_view rule, const Parts&... parts) {
+    m_context.findings.Doubt(rule, {m_firstPage}, parts...);
+  }
 
   SCheckContext& m_context;
   const SLayout& m_layout;

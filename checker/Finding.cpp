@@ -18,7 +18,7 @@ void CFindings::Add(ESeverity severity, std::string_view rule, SPlace place, std
   if (severity == ESeverity::Error) m_errors++;
 }
 
-void CFindings::Note(std::u16string text) {
+void CFindings::AddNote(std::u16string text) {
   if (m_notes.size() < kMostNotes && std::find(m_notes.begin(), m_notes.end(), text) == m_notes.end())
     m_notes.push_back(std::move(text));
 }

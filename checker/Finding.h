@@ -36,39 +36,6 @@ struct SRuleCount {
   uint64_t errors = 0, doubts = 0;
 };
 
-// All findings are counted, the first ones of each rule are kept: memory does not grow with the damage.
-class CFindings {
- public:
-  explicit CFindings(size_t keptPerRule) : m_keptPerRule(keptPerRule) {}
-
-  // Findings from here on belong to this table.
-  void EnterTable(std::u16string_view name) { m_table = name; }
-  // `rule` must be a literal.
-  void Error(std::string_view rule, SPlace place, std::u16string text) {
-    Add(ESeverity::Error, rule, place, std::move(text));
-  }
-  void Doubt(std::string_view rule, SPlace place, std::u16string text) {
-    Add(ESeverity::Doubt, rule, place, std::move(text));
-  }
-  // What was not looked at, and why; each text once.
-  void Note(std::u16string text);
-
-  [[nodiscard]] uint64_t CountErrors() const { return m_errors; }
-  [[nodiscard]] const std::vector<SFinding>& GetFindings() const { return m_findings; }
-  [[nodiscard]] const std::map<std::string_view, SRuleCount>& GetCounts() const { return m_counts; }
-  [[nodiscard]] const std::vector<std::u16string>& GetNotes() const { return m_notes; }
-
- private:
-  void Add(ESeverity severity, std::string_view rule, SPlace place, std::u16string text);
-
-  const size_t m_keptPerRule;
-  std::u16string m_table;
-  std::vector<SFinding> m_findings;
-  std::map<std::string_view, SRuleCount> m_counts;
-  uint64_t m_errors = 0;
-  std::vector<std::u16string> m_notes;
-};
-
 inline void AppendPart(std::u16string& text, std::u16string_view part) {
   text += part;
 }
@@ -84,5 +51,44 @@ std::u16string Say(const Parts&... parts) {
   (AppendPart(text, parts), ...);
   return text;
 }
+
+// All findings are counted, the first ones of each rule are kept: memory does not grow with the damage.
+class CFindings {
+ public:
+  explicit CFindings(size_t keptPerRule) : m_keptPerRule(keptPerRule) {}
+
+  // Findings from here on belong to this table.
+  void EnterTable(std::u16string_view name) { m_table = name; }
+  // `rule` must be a literal; the parts are texts and numbers.
+  template <class... Parts>
+  void Error(std::string_view rule, SPlace place, const Parts&... parts) {
+    Add(ESeverity::Error, rule, place, Say(parts...));
+  }
+  template <class... Parts>
+  void Doubt(std::string_view rule, SPlace place, const Parts&... parts) {
+    Add(ESeverity::Doubt, rule, place, Say(parts...));
+  }
+  // What was not looked at, and why; each text once.
+  template <class... Parts>
+  void Note(const Parts&... parts) {
+    AddNote(Say(parts...));
+  }
+
+  [[nodiscard]] uint64_t CountErrors() const { return m_errors; }
+  [[nodiscard]] const std::vector<SFinding>& GetFindings() const { return m_findings; }
+  [[nodiscard]] const std::map<std::string_view, SRuleCount>& GetCounts() const { return m_counts; }
+  [[nodiscard]] const std::vector<std::u16string>& GetNotes() const { return m_notes; }
+
+ private:
+  void Add(ESeverity severity, std::string_view rule, SPlace place, std::u16string text);
+  void AddNote(std::u16string text);
+
+  const size_t m_keptPerRule;
+  std::u16string m_table;
+  std::vector<SFinding> m_findings;
+  std::map<std::string_view, SRuleCount> m_counts;
+  uint64_t m_errors = 0;
+  std::vector<std::u16string> m_notes;
+};
 
 }  // namespace tolvane

@@ -21,8 +21,8 @@ void CheckHeader(SCheckContext& context) {
   const std::span<const uint8_t> header = file.GetHeader();
   const SPlace place{kHeaderPage};
   if (file.GetLength() % file.GetLayout().pageSize != 0)
-    context.findings.Error(
-        "A1", {}, Say(u"the length of ", file.GetLength(), u" bytes is not a whole number of pages"));
+    context.findings.Error("A1", {}, u"the length of ", file.GetLength(),
+                           u" bytes is not a whole number of pages");
   if (file.GetLength() > kMaxFileLength)
     context.findings.Error("A1", {},
                            u"the file is longer than the format allows; the rest was not looked at");
@@ -30,11 +30,11 @@ void CheckHeader(SCheckContext& context) {
     context.findings.Error("A2", place, u"the page does not begin with 00 01 00 00");
   for (uint32_t i = 0; i < 4; i++)
     if (GetLittle<uint32_t>(header, kHeaderDefinitions + size_t{4} * i) != kObjectsPage + i)
-      context.findings.Error(
-          "A3", place, Say(u"the definition of system table ", i + 1, u" is not at page ", kObjectsPage + i));
+      context.findings.Error("A3", place, u"the definition of system table ", i + 1, u" is not at page ",
+                             kObjectsPage + i);
   for (uint32_t i = 0; i < 2; i++)
     if (GetLittle<uint32_t>(header, kHeaderMapPointers + size_t{4} * i) != MakeRowPointer(kGlobalMapPage, i))
-      context.findings.Error("A3", place, Say(u"global map ", i + 1, u" is not row ", i, u" of page 1"));
+      context.findings.Error("A3", place, u"global map ", i + 1, u" is not row ", i, u" of page 1");
   if (file.IsJet3()) return;
   if (GetLittle<uint32_t>(header, kLayoutJet4.header.constant) != kHeaderConstant)
     context.findings.Error("A2", place, u"the constant 1620 is missing");

@@ -77,9 +77,8 @@ void CIndexCheck::Walk() {
   }
   for (const SLevel& level : m_levels)
     if (level.next != 0)
-      m_context.findings.Error(
-          "E3", {level.page},
-          Say(u"the last page of its level names page ", level.next, u" as the next one"));
+      m_context.findings.Error("E3", {level.page}, u"the last page of its level names page ", level.next,
+                               u" as the next one");
 }
 
 bool CIndexCheck::Open(uint32_t number, int parentLevel) {
@@ -107,14 +106,13 @@ void CIndexCheck::CheckHead(const SFrame& frame, int parentLevel) {
   CFindings& findings = m_context.findings;
   const CIndexPage& page = frame.page;
   if (page.GetOwner() != m_table.page)
-    findings.Error("E2", {frame.number}, Say(u"the page names page ", page.GetOwner(), u" as its table"));
+    findings.Error("E2", {frame.number}, u"the page names page ", page.GetOwner(), u" as its table");
   if (page.GetStatedFreeBytes() != page.GetFreeBytes())
-    findings.Error(
-        "E4", {frame.number},
-        Say(u"the page states ", page.GetStatedFreeBytes(), u" free bytes and has ", page.GetFreeBytes()));
+    findings.Error("E4", {frame.number}, u"the page states ", page.GetStatedFreeBytes(),
+                   u" free bytes and has ", page.GetFreeBytes());
   const int level = page.GetLevel();
   if (page.IsLeaf() != (level == 0) || (parentLevel != kNoParent && level != parentLevel - 1))
-    findings.Error("E5", {frame.number}, Say(page.IsLeaf() ? u"a leaf" : u"a node", u" of level ", level));
+    findings.Error("E5", {frame.number}, page.IsLeaf() ? u"a leaf" : u"a node", u" of level ", level);
   if (page.IsLeaf() && page.GetTail() != 0) findings.Error("E6", {frame.number}, u"a leaf with a child");
   if (page.IsLeaf() && page.GetCount() == 0 && parentLevel != kNoParent)
     findings.Doubt("E6", {frame.number}, u"a leaf without entries below a node");
@@ -127,8 +125,8 @@ void CIndexCheck::CheckLinks(const SFrame& frame) {
   const bool isLinked =
       frame.page.GetPrevious() == last.page && (last.page == 0 || last.next == frame.number);
   if (!isLinked)
-    m_context.findings.Error("E3", {frame.number},
-                             Say(u"page ", last.page, u" and this one do not name each other as neighbours"));
+    m_context.findings.Error("E3", {frame.number}, u"page ", last.page,
+                             u" and this one do not name each other as neighbours");
   last = {frame.number, frame.page.GetNext()};
 }
 
@@ -155,10 +153,10 @@ void CIndexCheck::CheckLeafEntry(SPlace place) {
     findings.Error("E10", place, u"an index that ignores nulls has an entry for them");
   m_hashSum += HashEntry(key, page, row);
   if (!m_context.live.Contains(page, row))
-    findings.Error("E9", place,
-                   Say(u"the entry names page ", page, u" row ", row, u", which is no row of the table"));
+    findings.Error("E9", place, u"the entry names page ", page, u" row ", row,
+                   u", which is no row of the table");
   else if (!m_context.indexed.Add(page, row))
-    findings.Error("E9", place, Say(u"page ", page, u" row ", row, u" has two entries"));
+    findings.Error("E9", place, u"page ", page, u" row ", row, u" has two entries");
 }
 
 // The child that was walked last has ended, and m_previous is its last entry if it has one.
@@ -202,9 +200,8 @@ void CIndexCheck::CompareLeaf(uint32_t number, const RowReader& readRow) {
         !readRow(PageOfEntry(m_entry), m_entry.back(), row))
       continue;
     if (m_keys.Make(*row, key) && !AreEqual(key, KeyOf(m_entry)))
-      m_context.findings.Error(
-          "E11", {number, static_cast<uint32_t>(i)},
-          Say(u"the key is not that of page ", PageOfEntry(m_entry), u" row ", m_entry.back()));
+      m_context.findings.Error("E11", {number, static_cast<uint32_t>(i)}, u"the key is not that of page ",
+                               PageOfEntry(m_entry), u" row ", m_entry.back());
   }
 }
 
@@ -216,8 +213,8 @@ void CIndexCheck::CheckMissing(const RowReader& readRow) {
     if (!readRow(page, row, view)) return;
     m_keys.Make(*view, key);
     if (!m_keys.IsAllNull() || !m_index.Has(kIndexIgnoreNulls))
-      m_context.findings.Error("E10", {page, row},
-                               Say(u"the index with root ", m_index.root, u" has no entry for the row"));
+      m_context.findings.Error("E10", {page, row}, u"the index with root ", m_index.root,
+                               u" has no entry for the row");
   });
 }
 

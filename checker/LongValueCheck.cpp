@@ -20,8 +20,7 @@ void CLongValueCheck::CheckPages(const SCheckedColumn& column, uint32_t owner) {
     if (!m_context.ledger.Claim(page, EPageRole::LongValues, owner) || !m_page.Load(page)) return;
     const CDataPage data(m_layout, m_page.GetBytes());
     if (!data.IsDataPage() || data.GetOwner() != kOwnerLongValues)
-      m_context.findings.Error("D6", {page},
-                               Say(u"no long value page, but column ", column.name, u" names it"));
+      m_context.findings.Error("D6", {page}, u"no long value page, but column ", column.name, u" names it");
     else
       data.CheckSlots(m_context.findings, page);
   });
@@ -42,19 +41,16 @@ bool CLongValueCheck::OpenRow(const SCheckedColumn& column, uint32_t pointer, SP
                               std::span<const uint8_t>& row) {
   const uint32_t page = PageOfPointer(pointer), slot = RowOfPointer(pointer);
   if (!FindRow(pointer, row)) {
-    m_context.findings.Error("D7", place,
-                             Say(u"the value of ", column.name, u" refers to page ", page, u" row ", slot,
-                                 u", which holds no long value"));
+    m_context.findings.Error("D7", place, u"the value of ", column.name, u" refers to page ", page, u" row ",
+                             slot, u", which holds no long value");
     return false;
   }
   if (!column.ownedPages.Contains(page))
-    m_context.findings.Error(
-        "D7", place,
-        Say(u"the value of ", column.name, u" is on page ", page, u", which the column's map does not name"));
+    m_context.findings.Error("D7", place, u"the value of ", column.name, u" is on page ", page,
+                             u", which the column's map does not name");
   if (m_context.longValues.Add(page, slot)) return true;
-  m_context.findings.Error(
-      "D7", place,
-      Say(u"the value of ", column.name, u" shares page ", page, u" row ", slot, u" with another value"));
+  m_context.findings.Error("D7", place, u"the value of ", column.name, u" shares page ", page, u" row ", slot,
+                           u" with another value");
   return false;
 }
 
@@ -63,7 +59,7 @@ void CLongValueCheck::CheckValue(const SCheckedColumn& column, std::span<const u
   head.clear();
   if (reference.empty()) return;
   const auto error = [&](std::string_view rule, auto... parts) {
-    m_context.findings.Error(rule, place, Say(parts...));
+    m_context.findings.Error(rule, place, parts...);
   };
   const std::optional<SLongValue> value = DecodeLongValue(reference);
   if (!value || (value->kind != kLongValueInline && !value->rest.empty()))
@@ -100,14 +96,13 @@ bool CLongValueCheck::WalkChain(const SCheckedColumn& column, const SLongValue& 
     if (!OpenRow(column, pointer, place, row)) return false;  // each row opens once, so a loop ends here
     const std::optional<SChainPiece> piece = DecodeChainPiece(row);
     if (!piece) {
-      m_context.findings.Error("D9", place, Say(u"a piece of the value of ", column.name, u" is too short"));
+      m_context.findings.Error("D9", place, u"a piece of the value of ", column.name, u" is too short");
       return false;
     }
     if (pointer == value.pointer && !m_context.file.IsJet3() &&
         CDataPage(m_layout, m_page.GetBytes()).GetStamp() != value.stamp)
-      m_context.findings.Error(
-          "D8", place,
-          Say(u"the stamp of the value of ", column.name, u" is not that of page ", PageOfPointer(pointer)));
+      m_context.findings.Error("D8", place, u"the stamp of the value of ", column.name,
+                               u" is not that of page ", PageOfPointer(pointer));
     found += piece->data.size();
     AppendHead(piece->data, wanted, head);
     pointer = piece->next;
@@ -133,8 +128,7 @@ void CLongValueCheck::CheckOrphans(const SCheckedColumn& column) {
     for (uint32_t row = 0; row < data.GetSlotCount(); row++) {
       SSlot slot;
       if (data.GetSlot(row, slot) && slot.flags == 0 && !m_context.longValues.Contains(page, row))
-        m_context.findings.Doubt("D10", {page, row},
-                                 Say(u"no value of ", column.name, u" refers to this row"));
+        m_context.findings.Doubt("D10", {page, row}, u"no value of ", column.name, u" refers to this row");
     }
   });
 }

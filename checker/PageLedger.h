@@ -19,6 +19,7 @@ enum class EPageRole : uint8_t {
   Rows,
   LongValues,
   Index,
+  Count_
 };
 
 class CPageLedger {

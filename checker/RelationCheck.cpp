@@ -22,7 +22,7 @@ constexpr uint16_t kDescendingForm = 0x100;
 void CRelationCheck::AddRow(const CRowView& row, SPlace place) {
   if (m_pairs.size() == kMostPairs) {
     m_isComplete = false;
-    m_context.findings.Note(Say(u"Relationships beyond the first ", kMostPairs, u" were not looked at."));
+    m_context.findings.Note(u"Relationships beyond the first ", kMostPairs, u" were not looked at.");
     return;
   }
   const CSystemRow values(m_context.file, row);
@@ -112,12 +112,12 @@ void CRelationCheck::Finish(const CCatalogueCheck& catalogue) {
     if (object.type != kObjectRelationship) continue;
     objects.insert(object.nameKey);
     if (m_relations.count(object.nameKey) == 0)
-      m_context.findings.Error("G1", object.place, Say(u"relationship ", object.name, u" has no rows"));
+      m_context.findings.Error("G1", object.place, u"relationship ", object.name, u" has no rows");
   }
   for (const auto& [key, pairs] : m_relations) {
     if (objects.count(key) == 0)
-      m_context.findings.Error("G1", m_pairs[pairs[0]].place,
-                               Say(u"relationship ", m_pairs[pairs[0]].name, u" is not in the catalogue"));
+      m_context.findings.Error("G1", m_pairs[pairs[0]].place, u"relationship ", m_pairs[pairs[0]].name,
+                               u" is not in the catalogue");
     CheckPairs(pairs);
   }
   for (const auto& [key, side] : m_sides) CheckSide(side);
@@ -131,16 +131,14 @@ void CRelationCheck::CheckPairs(const std::vector<size_t>& pairs) {
     const SPair& pair = m_pairs[i];
     if (pair.count != pairs.size() || pair.position >= pairs.size() ||
         !positions.insert(pair.position).second)
-      findings.Error("G2", pair.place,
-                     Say(u"relationship ", pair.name, u" has ", pairs.size(), u" rows; this is row ",
-                         pair.position, u" of ", pair.count));
+      findings.Error("G2", pair.place, u"relationship ", pair.name, u" has ", pairs.size(),
+                     u" rows; this is row ", pair.position, u" of ", pair.count);
     if (pair.table != first.table || pair.referencedTable != first.referencedTable ||
         pair.flags != first.flags)
-      findings.Error("G2", pair.place,
-                     Say(u"the rows of relationship ", pair.name, u" differ in their tables or flags"));
+      findings.Error("G2", pair.place, u"the rows of relationship ", pair.name,
+                     u" differ in their tables or flags");
     if (!pair.hasColumn || !pair.hasReferencedColumn)
-      findings.Error("G4", pair.place,
-                     Say(u"a table or column of relationship ", pair.name, u" does not exist"));
+      findings.Error("G4", pair.place, u"a table or column of relationship ", pair.name, u" does not exist");
   }
   if ((first.flags & kNotEnforced) == 0) CheckEnforced(pairs);
 }
@@ -150,7 +148,7 @@ void CRelationCheck::CheckEnforced(const std::vector<size_t>& pairs) {
   const SPair& pair = m_pairs[pairs[0]];
   const auto sides = m_foreignSides.find(pair.relation);
   if (sides == m_foreignSides.end()) {
-    m_context.findings.Error("G3", pair.place, Say(u"no index enforces relationship ", pair.name));
+    m_context.findings.Error("G3", pair.place, u"no index enforces relationship ", pair.name);
     return;
   }
   for (const auto& key : sides->second) {
@@ -158,8 +156,8 @@ void CRelationCheck::CheckEnforced(const std::vector<size_t>& pairs) {
     const bool cascadesUpdates = (pair.flags & kCascadeUpdates) != 0,
                cascadesDeletes = (pair.flags & kCascadeDeletes) != 0;
     if ((side.cascadeUpdates & 1) != cascadesUpdates || (side.cascadeDeletes & 1) != cascadesDeletes)
-      m_context.findings.Error("G5", {side.page},
-                               Say(u"index ", side.name, u" cascades otherwise than its relationship"));
+      m_context.findings.Error("G5", {side.page}, u"index ", side.name,
+                               u" cascades otherwise than its relationship");
     CheckColumns(pairs, side);
   }
 }
@@ -178,12 +176,11 @@ void CRelationCheck::CheckColumns(const std::vector<size_t>& pairs, const SSide&
   const bool isOnColumns = foreign.tableKey == pair.table && primary.tableKey == pair.referencedTable &&
                            wanted == indexed && foreign.parts.size() == primary.parts.size();
   if (!isOnColumns)
-    m_context.findings.Error("G6", {foreign.page},
-                             Say(u"the indexes of relationship ", pair.name, u" are not on its columns"));
+    m_context.findings.Error("G6", {foreign.page}, u"the indexes of relationship ", pair.name,
+                             u" are not on its columns");
   if (!primary.isUnique)
-    m_context.findings.Error(
-        "G6", {primary.page},
-        Say(u"what relationship ", pair.name, u" refers to is not unique: index ", primary.name));
+    m_context.findings.Error("G6", {primary.page}, u"what relationship ", pair.name,
+                             u" refers to is not unique: index ", primary.name);
   if (isOnColumns) CheckReferences(pair, foreign, primary);
 }
 
@@ -194,11 +191,11 @@ void CRelationCheck::CheckReferences(const SPair& pair, const SSide& foreign, co
       std::equal(foreign.parts.begin(), foreign.parts.end(), primary.parts.begin(), primary.parts.end(),
                  [](const SPart& a, const SPart& b) { return a.form == b.form; });
   if (!isComparable)
-    m_context.findings.Note(Say(u"The keys of relationship ", pair.name,
-                                u" differ in type, direction or sort order: its rows were not compared."));
+    m_context.findings.Note(u"The keys of relationship ", pair.name,
+                            u" differ in type, direction or sort order: its rows were not compared.");
   else if (++m_walks[foreign.root] > kMaxIndexes)
-    m_context.findings.Note(Say(u"Relationships beyond the first ", kMaxIndexes,
-                                u" over one index were not compared with their rows."));
+    m_context.findings.Note(u"Relationships beyond the first ", kMaxIndexes,
+                            u" over one index were not compared with their rows.");
   else
     CompareRows(pair, foreign, primary);
 }
@@ -220,14 +217,13 @@ void CRelationCheck::CompareRows(const SPair& pair, const SSide& foreign, const 
                   return part.mayBeNull && !CRowView::HasValue(file.GetLayout(), row, part.number);
                 });
     if (!hasNull)
-      m_context.findings.Error(
-          "G7", place,
-          Say(u"the row refers to no row of table ", primary.table, u" (relationship ", pair.name, u")"));
+      m_context.findings.Error("G7", place, u"the row refers to no row of table ", primary.table,
+                               u" (relationship ", pair.name, u")");
     return !m_context.IsStopped();
   });
   m_context.findings.EnterTable({});
   if (result != EIndexWalk::Ok)
-    m_context.findings.Note(Say(u"The rows of relationship ", pair.name, u" could not be compared."));
+    m_context.findings.Note(u"The rows of relationship ", pair.name, u" could not be compared.");
 }
 
 // The two sides name each other and agree.
@@ -238,14 +234,14 @@ void CRelationCheck::CheckSide(const SSide& side) {
                         side.side + found->second.side == kPrimarySide + kForeignSide && side.side != 0 &&
                         found->second.side != 0;
   if (!isPaired)
-    m_context.findings.Error("G3", {side.page},
-                             Say(u"index ", side.name, u" has no counterpart at page ", side.partnerPage));
+    m_context.findings.Error("G3", {side.page}, u"index ", side.name, u" has no counterpart at page ",
+                             side.partnerPage);
   else if (found->second.cascadeUpdates != side.cascadeUpdates ||
            found->second.cascadeDeletes != side.cascadeDeletes)
-    m_context.findings.Error("G5", {side.page},
-                             Say(u"index ", side.name, u" cascades otherwise than its counterpart"));
+    m_context.findings.Error("G5", {side.page}, u"index ", side.name,
+                             u" cascades otherwise than its counterpart");
   if (side.side == kForeignSide && m_relations.count(side.nameKey) == 0)
-    m_context.findings.Error("G3", {side.page}, Say(u"index ", side.name, u" belongs to no relationship"));
+    m_context.findings.Error("G3", {side.page}, u"index ", side.name, u" belongs to no relationship");
 }
 
 }  // namespace tolvane

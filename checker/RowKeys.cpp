@@ -54,13 +54,12 @@ bool CRowKeys::AppendPart(const CRowView& row, const SCheckedIndexPart& part, st
                                column.codePage};
   if (AppendIndexKey(format, column.type, part.ascending, value, key)) return true;
   if (IsTextType(column.type))
-    m_context.findings.Note(
-        Say(u"Keys of text in sort order ", column.order.language, u" version ", column.order.version,
-            u" are not known: such indexes are checked for order and completeness only."));
+    m_context.findings.Note(u"Keys of text in sort order ", column.order.language, u" version ",
+                            column.order.version,
+                            u" are not known: such indexes are checked for order and completeness only.");
   else
-    m_context.findings.Note(
-        Say(u"Keys of type ", column.type,
-            u" are not known: such indexes are checked for order and completeness only."));
+    m_context.findings.Note(u"Keys of type ", column.type,
+                            u" are not known: such indexes are checked for order and completeness only.");
   return false;
 }
 

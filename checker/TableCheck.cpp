@@ -44,8 +44,8 @@ void CTableCheck::LoadMaps() {
       m_usage.Load(column.freeMap, Say(u"column ", column.name, u"'s free pages"), free);
     free.ForEach([&](uint32_t page) {
       if (!column.ownedPages.Contains(page))
-        m_context.findings.Error("D5", {page},
-                                 Say(u"listed as having room, but not a page of column ", column.name));
+        m_context.findings.Error("D5", {page}, u"listed as having room, but not a page of column ",
+                                 column.name);
     });
     m_longValues.CheckPages(column, table.page);
   }
@@ -58,13 +58,11 @@ void CTableCheck::CheckRows(const RowVisitor& visit) {
       m_context.findings.Error("R2", {page, row}, u"no row points to this body of a moved row");
   });
   if (m_table->rowCount != m_context.live.GetCount())
-    m_context.findings.Doubt(
-        "C11", {m_table->page},
-        Say(u"the definition states ", m_table->rowCount, u" rows, there are ", m_context.live.GetCount()));
+    m_context.findings.Doubt("C11", {m_table->page}, u"the definition states ", m_table->rowCount,
+                             u" rows, there are ", m_context.live.GetCount());
   if (m_autoNumber != nullptr && m_highestNumber > m_table->autoNumber && !m_context.file.IsJet3())
-    m_context.findings.Error(
-        "C12", {m_table->page},
-        Say(u"the last autonumber is ", m_table->autoNumber, u", but there is ", m_highestNumber));
+    m_context.findings.Error("C12", {m_table->page}, u"the last autonumber is ", m_table->autoNumber,
+                             u", but there is ", m_highestNumber);
   for (const SCheckedColumn& column : m_table->columns) m_longValues.CheckOrphans(column);
 }
 
@@ -93,9 +91,8 @@ bool CTableCheck::FollowPointer(std::span<const uint8_t> pointer, SPlace place,
                                 std::span<const uint8_t>& body) {
   const uint32_t target = pointer.size() < 4 ? 0 : GetLittle<uint32_t>(pointer, 0);
   if (!m_rows.ReadBody(target, m_table->page, body)) {
-    m_context.findings.Error("R2", place,
-                             Say(u"the row has moved to page ", PageOfPointer(target), u" row ",
-                                 RowOfPointer(target), u", which is no such row"));
+    m_context.findings.Error("R2", place, u"the row has moved to page ", PageOfPointer(target), u" row ",
+                             RowOfPointer(target), u", which is no such row");
     return false;
   }
   if (m_context.targets.Add(PageOfPointer(target), RowOfPointer(target))) return true;
@@ -143,12 +140,10 @@ void CTableCheck::CheckText(const SCheckedColumn& column, std::span<const uint8_
   // At most that: of a text that switches, some characters have two bytes.
   if (isCompressed && length > column.length) length = 2 * UnpackText(value).size();
   if (length > column.length)
-    m_context.findings.Error(
-        "R3", place,
-        Say(u"column ", column.name, u" has ", length, u" bytes of text instead of at most ", column.length));
+    m_context.findings.Error("R3", place, u"column ", column.name, u" has ", length,
+                             u" bytes of text instead of at most ", column.length);
   else if (!m_context.file.IsJet3() && !isCompressed && value.size() % 2 != 0)
-    m_context.findings.Error("R3", place,
-                             Say(u"the text of column ", column.name, u" ends within a character"));
+    m_context.findings.Error("R3", place, u"the text of column ", column.name, u" ends within a character");
 }
 
 void CTableCheck::AddToIndexes(SPlace place) {
@@ -157,8 +152,8 @@ void CTableCheck::AddToIndexes(SPlace place) {
     const bool isKnown = keys.Make(*m_row, m_key);
     const SCheckedRealIndex& index = m_table->realIndexes[i];
     if (keys.HasNull() && index.Has(kIndexRequired))
-      m_context.findings.Error("E12", place,
-                               Say(u"a null in the index with root ", index.root, u", which takes none"));
+      m_context.findings.Error("E12", place, u"a null in the index with root ", index.root,
+                               u", which takes none");
     if (keys.IsAllNull() && index.Has(kIndexIgnoreNulls)) continue;
     m_expected[i].entries++;
     if (isKnown) m_expected[i].hashSum += HashEntry(m_key, place.page, place.row);

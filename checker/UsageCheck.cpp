@@ -8,13 +8,13 @@ bool CUsageCheck::OpenRow(uint32_t pointer, std::u16string_view what, std::span<
   const uint32_t page = PageOfPointer(pointer), slotNumber = RowOfPointer(pointer);
   const SPlace place{page, slotNumber};
   if (!m_page.Load(page)) {
-    m_context.findings.Error("D1", place, Say(u"the map of ", what, u" lies outside the file"));
+    m_context.findings.Error("D1", place, u"the map of ", what, u" lies outside the file");
     return false;
   }
   const CDataPage data(m_context.file.GetLayout(), m_page.GetBytes());
   const EPageRole role = page == kGlobalMapPage ? EPageRole::GlobalMaps : EPageRole::MapRows;
   if (!data.IsDataPage() || data.GetOwner() != (page == kGlobalMapPage ? kOwnerGlobalMaps : kOwnerMaps)) {
-    m_context.findings.Error("D1", place, Say(u"the map of ", what, u" is not on a page of usage maps"));
+    m_context.findings.Error("D1", place, u"the map of ", what, u" is not on a page of usage maps");
     return false;
   }
   if (m_context.ledger.GetRole(page) != role) {
@@ -22,12 +22,12 @@ bool CUsageCheck::OpenRow(uint32_t pointer, std::u16string_view what, std::span<
     data.CheckSlots(m_context.findings, page);
   }
   if (!m_context.mapRows.Add(page, slotNumber)) {
-    m_context.findings.Error("F2", place, Say(u"the map of ", what, u" is used by something else as well"));
+    m_context.findings.Error("F2", place, u"the map of ", what, u" is used by something else as well");
     return false;
   }
   SSlot slot;
   if (!data.GetSlot(slotNumber, slot) || slot.flags != 0 || !IsMapRow(slot.bytes)) {
-    m_context.findings.Error("D1", place, Say(u"the map of ", what, u" is no usage map"));
+    m_context.findings.Error("D1", place, u"the map of ", what, u" is no usage map");
     return false;
   }
   row = slot.bytes;
@@ -64,8 +64,8 @@ bool CUsageCheck::Load(uint32_t pointer, std::u16string_view what, CPageSet& pag
       outside++;
   });
   if (outside != 0)
-    m_context.findings.Error("F5", {PageOfPointer(pointer), RowOfPointer(pointer)},
-                             Say(u"the map of ", what, u" names ", outside, u" pages outside the file"));
+    m_context.findings.Error("F5", {PageOfPointer(pointer), RowOfPointer(pointer)}, u"the map of ", what,
+                             u" names ", outside, u" pages outside the file");
   return true;
 }
 
@@ -85,18 +85,18 @@ void CUsageCheck::LoadGlobalMaps() {
     });
     const SPlace place{kGlobalMapPage, kGlobalFreeRow};
     if (covered < pageCount)
-      m_context.findings.Error("F4", place,
-                               Say(u"the map of free pages ends at page ", covered, u" of ", pageCount));
+      m_context.findings.Error("F4", place, u"the map of free pages ends at page ", covered, u" of ",
+                               pageCount);
     else if (behind != covered - pageCount)
-      m_context.findings.Doubt(
-          "F4", place, Say(covered - pageCount - behind, u" pages behind the file's end are not free"));
+      m_context.findings.Doubt("F4", place, covered - pageCount - behind,
+                               u" pages behind the file's end are not free");
   }
   uint64_t second = 0;
   if (OpenRow(MakeRowPointer(kGlobalMapPage, kGlobalSecondRow), u"the second global map", row))
     ForEachBit(row, kGlobalMapPage, [&](uint64_t) { second++; });
   if (second != 0)
-    m_context.findings.Doubt("F6", {kGlobalMapPage, kGlobalSecondRow},
-                             Say(u"the second global map names ", second, u" pages"));
+    m_context.findings.Doubt("F6", {kGlobalMapPage, kGlobalSecondRow}, u"the second global map names ",
+                             second, u" pages");
 }
 
 }  // namespace tolvane
