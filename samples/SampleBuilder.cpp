@@ -80,6 +80,13 @@ void CSampleBuilder::OpenTable(const std::string& name) {
   Require(m_database->OpenRecordset(u"SELECT * FROM [" + FromUtf8(name) + u"]", m_rows), name);
 }
 
+void CSampleBuilder::AddRow(std::initializer_list<std::string_view> texts) {
+  BeginRow();
+  size_t field = 0;
+  for (const std::string_view text : texts) Set(++field, text);
+  EndRow();
+}
+
 void CSampleBuilder::BeginRow() {
   Require(m_rows->AddNew(), "new row");
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <span>
@@ -52,8 +53,10 @@ class CSampleBuilder {
 
   // Rows go to one table at a time.
   void OpenTable(const std::string& name);
+  // The texts of all fields but the first; an empty one leaves its field null.
+  void AddRow(std::initializer_list<std::string_view> texts);
   void BeginRow();
-  void Set(size_t field, std::string_view text);  // an empty text leaves the field null
+  void Set(size_t field, std::string_view text);  // as in AddRow
   void SetBytes(size_t field, std::span<const uint8_t> bytes);
   void EndRow();
   void CloseTable();

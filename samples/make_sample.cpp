@@ -64,15 +64,10 @@ void FillCustomers(CSampleBuilder& database, CSampleRandom& random) {
   static const char* const kCities[] = {"Bergen", "Porto", "Lyon", "Graz", "Leeds", "Turku", "Ghent", "Brno"};
   database.OpenTable("Customers");
   for (uint32_t i = 0; i < kCustomers; i++) {
-    database.BeginRow();
-    database.Set(1, std::string(random.Pick(kFirst)).append(" ").append(random.Pick(kSecond)) + " Ltd");
-    database.Set(2, random.Pick(kPeople));
-    database.Set(3, random.Pick(kCities));
-    database.Set(4, "+47 555 0" + std::to_string(100 + random.Below(900)));
-    database.Set(5, Day(random));
-    database.Set(6, MoneyText(random.Below(5'000'000)));
-    database.Set(7, random.Below(5) != 0 ? "True" : "False");
-    database.EndRow();
+    database.AddRow({std::string(random.Pick(kFirst)).append(" ").append(random.Pick(kSecond)) + " Ltd",
+                     random.Pick(kPeople), random.Pick(kCities),
+                     "+47 555 0" + std::to_string(100 + random.Below(900)), Day(random),
+                     MoneyText(random.Below(5'000'000)), random.Below(5) != 0 ? "True" : "False"});
   }
   database.CloseTable();
 }
@@ -94,13 +89,9 @@ void FillProducts(CSampleBuilder& database, CSampleRandom& random) {
                                         "steel", "wool", "outdoor", "classic"};
   database.OpenTable("Products");
   for (uint32_t i = 0; i < kProducts; i++) {
-    database.BeginRow();
-    database.Set(1, std::string(random.Pick(kKinds)).append(", ").append(random.Pick(kTraits)));
-    database.Set(2, MoneyText(250 + random.Below(40'000)));
-    database.Set(3, std::to_string(random.Below(900)));
-    database.Set(4, MoneyText(10 + random.Below(3'000)));
-    database.Set(5, GuidText(random));
-    database.EndRow();
+    database.AddRow({std::string(random.Pick(kKinds)).append(", ").append(random.Pick(kTraits)),
+                     MoneyText(250 + random.Below(40'000)), std::to_string(random.Below(900)),
+                     MoneyText(10 + random.Below(3'000)), GuidText(random)});
   }
   database.CloseTable();
 }
@@ -108,26 +99,17 @@ void FillProducts(CSampleBuilder& database, CSampleRandom& random) {
 void FillOrders(CSampleBuilder& database, CSampleRandom& random) {
   database.OpenTable("Orders");
   for (uint32_t i = 0; i < kOrders; i++) {
-    database.BeginRow();
-    database.Set(1, std::to_string(1 + random.Below(kCustomers)));
-    database.Set(2, Day(random));
-    if (random.Below(10) != 0) database.Set(3, Day(random));
-    database.Set(4, random.Below(4) != 0 ? "True" : "False");
-    if (random.Below(3) == 0) database.Set(5, "PO-" + std::to_string(10'000 + random.Below(90'000)));
-    database.EndRow();
+    database.AddRow({std::to_string(1 + random.Below(kCustomers)), Day(random),
+                     random.Below(10) != 0 ? Day(random) : "", random.Below(4) != 0 ? "True" : "False",
+                     random.Below(3) == 0 ? "PO-" + std::to_string(10'000 + random.Below(90'000)) : ""});
   }
   database.CloseTable();
   database.OpenTable("Order lines");
   for (uint32_t order = 1; order <= kOrders; order++) {
     for (uint32_t line = 1, lines = 1 + random.Below(4); line <= lines; line++) {
-      database.BeginRow();
-      database.Set(1, std::to_string(order));
-      database.Set(2, std::to_string(line));
-      database.Set(3, std::to_string(1 + random.Below(kProducts)));
-      database.Set(4, std::to_string(1 + random.Below(24)));
-      database.Set(5, MoneyText(250 + random.Below(40'000)));
-      database.Set(6, MoneyText(5 * random.Below(5)));
-      database.EndRow();
+      database.AddRow({std::to_string(order), std::to_string(line),
+                       std::to_string(1 + random.Below(kProducts)), std::to_string(1 + random.Below(24)),
+                       MoneyText(250 + random.Below(40'000)), MoneyText(5 * random.Below(5))});
     }
   }
   database.CloseTable();
@@ -138,11 +120,8 @@ void FillNotes(CSampleBuilder& database, CSampleRandom& random) {
   constexpr std::array<uint32_t, 4> kLengths{20, 300, 1500, 4500};
   database.OpenTable("Notes");
   for (uint32_t i = 0; i < kNotes; i++) {
-    database.BeginRow();
-    database.Set(1, std::to_string(1 + random.Below(kCustomers)));
-    database.Set(2, Day(random));
-    if (i % 11 != 10) database.Set(3, Prose(random, kLengths[i % 8 == 7 ? 3 : i % 3]));
-    database.EndRow();
+    database.AddRow({std::to_string(1 + random.Below(kCustomers)), Day(random),
+                     i % 11 != 10 ? Prose(random, kLengths[i % 8 == 7 ? 3 : i % 3]) : ""});
   }
   database.CloseTable();
 }
