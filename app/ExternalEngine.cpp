@@ -15,7 +15,7 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kInfoFileName = u"ParsedInformation.kpi";
-constexpr int32_t kProgressMaximum = 100;
+constexpr uint64_t kProgressMaximum = 100;
 // An engine that has just been started needs a moment for its window. Milliseconds.
 constexpr uint32_t kWindowPatience = 5000;
 constexpr uint32_t kWindowPeriod = 50;
@@ -36,8 +36,7 @@ class CPassingFile {
 };
 
 void ResetStatus() {
-  CProgressStatus::Instance().SetMax(kProgressMaximum);
-  CProgressStatus::Instance().SetPos(0);
+  CProgressStatus::Instance().Begin(kProgressMaximum);
   CRepairLog::Instance().Set({});
   CStatusProgress::Instance().SetText({});
 }

@@ -16,8 +16,7 @@ void CJob::ResetContext() {
   m_context.log.Clear();
   m_context.status.SetText({});
   m_context.progress.SetPos(0);
-  m_context.pages.SetPos(0);
-  m_context.pages.SetMax(0);
+  m_context.pages.Begin(0);
 }
 
 bool CJob::StartRepair(const std::function<void()>& onRunning) {

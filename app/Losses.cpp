@@ -259,40 +259,33 @@ std::vector<SLossLine> ListDamage(const CAccessData& data, size_t placesShown, N
   return found;
 }
 
+namespace {
+
+struct SOtherObjectWords {
+  EOtherObject kind;
+  const char* name;  // for programs
+  std::u16string_view singular, plural;
+};
+constexpr SOtherObjectWords kOtherObjects[] = {
+    {EOtherObject::Form, "form", u"form", u"forms"},
+    {EOtherObject::Report, "report", u"report", u"reports"},
+    {EOtherObject::Macro, "macro", u"macro", u"macros"},
+    {EOtherObject::Module, "module", u"module", u"modules"},
+    {EOtherObject::LinkedTable, "linkedTable", u"link to a table of another database",
+     u"links to tables of other databases"},
+    {EOtherObject::OdbcTable, "odbcTable", u"link to a table of a server", u"links to tables of servers"},
+};
+
+}  // namespace
+
 const char* NameOf(EOtherObject kind) {
-  switch (kind) {
-    case EOtherObject::Form:
-      return "form";
-    case EOtherObject::Report:
-      return "report";
-    case EOtherObject::Macro:
-      return "macro";
-    case EOtherObject::Module:
-      return "module";
-    case EOtherObject::LinkedTable:
-      return "linkedTable";
-    case EOtherObject::OdbcTable:
-      return "odbcTable";
-  }
-  return "";
+  return std::ranges::find(kOtherObjects, kind, &SOtherObjectWords::kind)->name;
 }
 
 std::vector<SLossLine> ListOmittedObjects(const CAccessData& data, size_t namesShown) {
-  constexpr struct {
-    EOtherObject kind;
-    std::u16string_view singular, plural;
-  } kWords[] = {
-      {EOtherObject::Form, u"form", u"forms"},
-      {EOtherObject::Report, u"report", u"reports"},
-      {EOtherObject::Macro, u"macro", u"macros"},
-      {EOtherObject::Module, u"module", u"modules"},
-      {EOtherObject::LinkedTable, u"link to a table of another database",
-       u"links to tables of other databases"},
-      {EOtherObject::OdbcTable, u"link to a table of a server", u"links to tables of servers"},
-  };
   std::vector<SLossLine> lines;
   if (!data.GetRules().tellOmittedObjects) return lines;
-  for (const auto& words : kWords) {
+  for (const SOtherObjectWords& words : kOtherObjects) {
     SLossLine line;
     for (const SOtherObject& object : data.GetOtherObjects()) {
       if (object.kind != words.kind) continue;

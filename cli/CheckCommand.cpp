@@ -116,20 +116,20 @@ SCommandEnd RunCheck(CSession& session) {
   options.place = PlaceIn(source, arguments.start);
   std::u16string problem;
   const auto check = [&] {
-    context.progress.SetMax(static_cast<int32_t>(std::min<uint64_t>(source.GetPageCount(), INT32_MAX)));
+    context.progress.SetMax(source.GetPageCount());
     context.status.SetText(u"Checking pages");
     report = CheckDatabase(session.GetSourcePath(), options);
   };
   const bool isDone = session.RunWatched(check, problem);
   if (IsInterrupted()) return StoppedByUser();
-  if (!isDone) return SFailure{EExitStatus::Failed, AboutFile(arguments.source, problem)};
+  if (!isDone) return FailedOn(arguments.source, problem);
   if (report.verdict != ECheckVerdict::Checked) {
     std::u16string reason(WhyNot(report.verdict));
     const uint64_t found = source.GetFacts().start;
     if (report.verdict == ECheckVerdict::NotADatabase && source.HasPages() && found != arguments.start)
       reason +=
           u" The pages of one begin at byte " + ToDecimal(found) + u": --start " + ToDecimal(found) + u".";
-    return SFailure{EExitStatus::Failed, AboutFile(arguments.source, reason)};
+    return FailedOn(arguments.source, reason);
   }
   const bool hasChanged = source.GetPages().HasChanged();
   if (hasChanged) report.notes.emplace_back(kSourceChanged);

@@ -42,9 +42,7 @@ std::optional<SFailure> CCommandReport::Reserve() {
   if (path.empty()) return std::nullopt;
   for (const std::u16string* other : {&arguments.output, &arguments.logFile})
     if (!other->empty() && (path == *other || IsSameFile(path, *other)))
-      return SFailure{
-          EExitStatus::WrongUsage,
-          AboutFile(path, u"The report needs a file of its own. Name another one with --report.")};
+      return WrongUsageOf(path, u"The report needs a file of its own. Name another one with --report.");
   const SOutputVerdict verdict = m_file.Reserve({.path = path,
                                                  .source = arguments.source,
                                                  .templatePath = arguments.templatePath,

@@ -23,15 +23,13 @@ std::optional<SFailure> CheckFiles(const std::vector<SExportedFile>& files, cons
       arguments.output.empty() ? u"name another folder with --to." : u"name another file with -o.";
   for (const SExportedFile& file : files) {
     if (IsSameFile(file.path, session.GetSourcePath()) || IsSameFile(file.path, arguments.templatePath))
-      return SFailure{EExitStatus::WrongUsage, AboutFile(file.path, u"A database is never written over.")};
+      return WrongUsageOf(file.path, u"A database is never written over.");
     const bool hasObjects = arguments.exporting.ole == EOleForm::Files;
     const std::u16string& taken = FileExists(file.path) ? file.path : file.objectFolder;
     if (!arguments.mayOverwrite && (FileExists(file.path) || (hasObjects && FileExists(file.objectFolder))))
-      return SFailure{
-          EExitStatus::Failed,
-          AboutFile(taken, (taken == file.path ? u"The file" : u"The folder") +
-                               std::u16string(u" exists already. Replace it with --overwrite, or ") +
-                               advice)};
+      return FailedOn(taken, (taken == file.path ? u"The file" : u"The folder") +
+                                 std::u16string(u" exists already. Replace it with --overwrite, or ") +
+                                 advice);
   }
   return std::nullopt;
 }

@@ -1,8 +1,5 @@
 #include "cli/ExportWatch.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "cli/Interrupt.h"
 #include "platform/Terminal.h"
 
@@ -20,9 +17,7 @@ uint64_t CountRows(const std::vector<SExportedFile>& files) {
 
 void BeginExport(CSession& session, uint64_t rows) {
   CJobContext& context = session.GetJob().GetContext();
-  context.progress.SetPos(0);
-  context.progress.SetMax(
-      static_cast<int32_t>(std::min<uint64_t>(rows, std::numeric_limits<int32_t>::max())));
+  context.progress.Begin(rows);
   context.status.SetText(u"Exporting rows");
 }
 
@@ -33,7 +28,7 @@ std::optional<SFailure> WatchExport(CSession& session, bool isToFile, const std:
   }
   std::u16string problem;
   if (session.RunWatched(work, problem)) return std::nullopt;
-  return SFailure{EExitStatus::Failed, AboutFile(session.GetArguments().source, problem)};
+  return FailedOn(session.GetArguments().source, problem);
 }
 
 }  // namespace tolvane

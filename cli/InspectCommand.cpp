@@ -94,8 +94,7 @@ SCommandEnd RunInspect(CSession& session) {
   const SReport report = arguments.WithVerdict() ? session.GetReport().Collect() : SReport{};
   const SExamination* pages = session.GetReport().InspectPages();
   if (IsInterrupted()) return StoppedByUser();
-  if (!pages || !pages->isDone)
-    return SFailure{EExitStatus::Failed, AboutFile(arguments.source, u"The file cannot be read.")};
+  if (!pages || !pages->isDone) return FailedOn(arguments.source, u"The file cannot be read.");
   const SPageTotals& totals = pages->totals;
   // Pages without an owner remain in healthy files, too.
   const bool isClean = totals.Of(EPageVerdict::Damaged) == 0 && totals.Of(EPageVerdict::Unreadable) == 0 &&

@@ -25,44 +25,20 @@ std::string NameOfComplex(const CAccessColumn& column, const CAccessData& data) 
 }  // namespace
 
 std::string TypeName(const CAccessColumn& column, const CAccessData& data) {
-  switch (column.type) {
-    case kTypeBoolean:
-      return "Yes/No";
-    case kTypeByte:
-      return "Byte";
-    case kTypeInteger:
-      return "Integer";
-    case kTypeLong:
-      return (column.flags & kColumnAutoNumber) != 0 ? "AutoNumber" : "Long Integer";
-    case kTypeCurrency:
-      return "Currency";
-    case kTypeSingle:
-      return "Single";
-    case kTypeDouble:
-      return "Double";
-    case kTypeDate:
-      return "Date/Time";
-    case kTypeBinary:
-      return "Binary";
-    case kTypeText:
-      return "Text";
-    case kTypeOle:
-      return "OLE Object";
-    case kTypeMemo:
-      return "Memo";
-    case kTypeGuid:
-      return "Replication ID";
-    case kTypeDecimal:
-      return "Decimal";
-    case kTypeComplex:
-      return NameOfComplex(column, data);
-    case kTypeBigInt:
-      return "Large Number";
-    case kTypeExtendedDate:
-      return "Date/Time Extended";
-    default:
-      return "Type " + std::to_string(column.type);
-  }
+  static constexpr std::pair<uint8_t, const char*> kNames[] = {
+      {kTypeBoolean, "Yes/No"},      {kTypeByte, "Byte"},
+      {kTypeInteger, "Integer"},     {kTypeLong, "Long Integer"},
+      {kTypeCurrency, "Currency"},   {kTypeSingle, "Single"},
+      {kTypeDouble, "Double"},       {kTypeDate, "Date/Time"},
+      {kTypeBinary, "Binary"},       {kTypeText, "Text"},
+      {kTypeOle, "OLE Object"},      {kTypeMemo, "Memo"},
+      {kTypeGuid, "Replication ID"}, {kTypeDecimal, "Decimal"},
+      {kTypeBigInt, "Large Number"}, {kTypeExtendedDate, "Date/Time Extended"}};
+  if (column.type == kTypeComplex) return NameOfComplex(column, data);
+  if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) return "AutoNumber";
+  for (const auto& [type, name] : kNames)
+    if (type == column.type) return name;
+  return "Type " + std::to_string(column.type);
 }
 
 const CAccessTable* FindTable(const CAccessData& data, std::u16string_view wanted) {

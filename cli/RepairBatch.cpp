@@ -163,10 +163,9 @@ std::optional<SFailure> CRepairBatch::CheckOutputs() const {
     if (file.output.empty()) continue;
     const auto [other, isNew] = taken.emplace(FoldCase(file.output), &file);
     if (isNew) continue;
-    return SFailure{
-        EExitStatus::WrongUsage,
-        AboutFile(file.output, u"The new databases of " + other->second->source + u" and " + file.source +
-                                   u" would both get this name. Repair them in two runs.")};
+    return WrongUsageOf(file.output, u"The new databases of " + other->second->source + u" and " +
+                                         file.source +
+                                         u" would both get this name. Repair them in two runs.");
   }
   return std::nullopt;
 }
@@ -175,9 +174,8 @@ std::optional<SFailure> CRepairBatch::Prepare() {
   AddFiles();
   if (auto failure = CheckOutputs()) return failure;
   if (!m_arguments.reportFile.empty())
-    return SFailure{
-        EExitStatus::WrongUsage,
-        AboutFile(m_arguments.reportFile, u"A report tells of one file; name one SOURCE, not a folder.")};
+    return WrongUsageOf(m_arguments.reportFile,
+                        u"A report tells of one file; name one SOURCE, not a folder.");
   if (auto failure = MakeFolder(m_arguments.outputFolder, u"--to-dir")) return failure;
   CRunFolder::RemoveStale(m_arguments.workFolder);
   if (m_folder.Create(m_arguments.workFolder)) return std::nullopt;

@@ -101,6 +101,14 @@ std::u16string AboutFile(std::u16string_view path, std::u16string_view message) 
   return std::u16string(path) + u": " + std::u16string(message);
 }
 
+SFailure FailedOn(std::u16string_view path, std::u16string_view message) {
+  return {EExitStatus::Failed, AboutFile(path, message)};
+}
+
+SFailure WrongUsageOf(std::u16string_view path, std::u16string_view message) {
+  return {EExitStatus::WrongUsage, AboutFile(path, message)};
+}
+
 SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict, std::u16string_view option) {
   const std::u16string with(option);
   std::u16string advice;
@@ -158,11 +166,9 @@ SFailure NoWorkFolder(const CRunFolder& folder) {
 std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_view option) {
   if (path.empty() || GetFileKind(path) == EFileKind::Folder) return std::nullopt;
   if (FileExists(path))
-    return SFailure{EExitStatus::Failed,
-                    AboutFile(path, u"This is no folder. Name one with " + std::u16string(option) + u".")};
+    return FailedOn(path, u"This is no folder. Name one with " + std::u16string(option) + u".");
   if (CreateFolder(path)) return std::nullopt;
-  return SFailure{EExitStatus::Failed, AboutFile(path, u"The folder cannot be created: " +
-                                                           SystemMessage(LastSystemError()) + u".")};
+  return FailedOn(path, u"The folder cannot be created: " + SystemMessage(LastSystemError()) + u".");
 }
 
 SFailure StoppedByUser() {
@@ -236,16 +242,15 @@ std::optional<SFailure> CSession::KeepInput() {
     m_job.GetManager().SetCorruptedPath(m_sourcePath);
     return std::nullopt;
   }
-  return SFailure{EExitStatus::Failed, AboutFile(m_arguments.source, reason.empty() ? problem : reason)};
+  return FailedOn(m_arguments.source, reason.empty() ? problem : reason);
 }
 
 std::optional<SFailure> CSession::TakeMap() {
   if (m_arguments.mapFile.empty()) return std::nullopt;
   SRescueMap map = LoadRescueMap(m_arguments.mapFile);
   if (!map.problem.empty())
-    return SFailure{
-        EExitStatus::WrongUsage,
-        AboutFile(m_arguments.mapFile, map.problem + u" Name the map that ddrescue wrote beside the copy.")};
+    return WrongUsageOf(m_arguments.mapFile,
+                        map.problem + u" Name the map that ddrescue wrote beside the copy.");
   m_source.SetHoles(std::move(map.holes));
   return std::nullopt;
 }
@@ -257,9 +262,8 @@ std::optional<SFailure> CSession::CheckSourceFile() {
   if (verdict.state != ESourceState::Ok) return MakeSourceFailure(m_arguments.source, verdict);
   const uint64_t length = m_source.GetPages().GetFileLength();
   if (m_arguments.start >= length)
-    return SFailure{EExitStatus::WrongUsage,
-                    AboutFile(m_arguments.source,
-                              u"The file ends before --start: it has " + ToDecimal(length) + u" bytes.")};
+    return WrongUsageOf(m_arguments.source,
+                        u"The file ends before --start: it has " + ToDecimal(length) + u" bytes.");
   MentionPlace();
   return std::nullopt;
 }
@@ -298,7 +302,7 @@ std::optional<SFailure> CSession::OpenWatched(CSource& source, const std::u16str
   RunWatched([&] { verdict = OpenSource(source, path); }, problem);
   if (IsInterrupted()) return StoppedByUser();
   if (problem.empty()) return std::nullopt;
-  return SFailure{EExitStatus::Failed, AboutFile(path, problem)};
+  return FailedOn(path, problem);
 }
 
 std::optional<SFailure> CSession::CheckTemplate() {
@@ -313,10 +317,9 @@ std::optional<SFailure> CSession::CheckTemplate() {
     return failure;
   }
   if (!IsSameFile(path, m_sourcePath)) return std::nullopt;
-  return SFailure{EExitStatus::WrongUsage,
-                  AboutFile(path,
-                            u"The template is the damaged file itself. Name a healthy database of the same "
-                            u"structure, or leave --template out.")};
+  return WrongUsageOf(path,
+                      u"The template is the damaged file itself. Name a healthy database of the same "
+                      u"structure, or leave --template out.");
 }
 
 std::optional<SFailure> CSession::OpenLogFile() {
@@ -325,13 +328,10 @@ std::optional<SFailure> CSession::OpenLogFile() {
   if (path == m_arguments.output || IsSameFile(path, m_sourcePath) ||
       IsSameFile(path, m_arguments.templatePath) || IsSameFile(path, m_arguments.output) ||
       (HasDatabaseEnding(path) && FileExists(path)))
-    return SFailure{
-        EExitStatus::WrongUsage,
-        AboutFile(path, u"The log cannot be written over a database. Name another file with --log.")};
+    return WrongUsageOf(path, u"The log cannot be written over a database. Name another file with --log.");
   if (!m_logFile.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways))
-    return SFailure{EExitStatus::Failed, AboutFile(path, u"The log file cannot be written: " +
-                                                             SystemMessage(m_logFile.GetLastErrorCode()) +
-                                                             u". Name another one with --log.")};
+    return FailedOn(path, u"The log file cannot be written: " + SystemMessage(m_logFile.GetLastErrorCode()) +
+                              u". Name another one with --log.");
   WriteLog(u"tolvane " + FromAscii(kVersion) + u" " + FromAscii(NameOf(m_arguments.command)) + u" " +
            m_arguments.source);
   return std::nullopt;
@@ -372,17 +372,14 @@ std::optional<SFailure> CSession::Recover() {
   if (IsInterrupted()) return StoppedByUser();
   const COvRepairFileManager& manager = m_job.GetManager();
   if (!manager.GetData())
-    return SFailure{EExitStatus::Failed,
-                    AboutFile(m_arguments.source,
-                              m_job.GetProblem().empty() ? u"The file cannot be read." : m_job.GetProblem())};
+    return FailedOn(m_arguments.source,
+                    m_job.GetProblem().empty() ? u"The file cannot be read." : m_job.GetProblem());
   LogLosses();
   // Rows for which there is no room are no damage of the file: with more room they come back.
   if (GetData().GetLedger().GetCount(EDamage::SkippedTable) > 0)
-    return SFailure{
-        EExitStatus::Failed,
-        AboutFile(m_runFolder.GetPath(),
-                  u"The recovered rows could not be kept in this folder. Free some space there, or name "
-                  u"another folder with --work-dir.")};
+    return FailedOn(m_runFolder.GetPath(),
+                    u"The recovered rows could not be kept in this folder. Free some space there, or name "
+                    u"another folder with --work-dir.");
   return std::nullopt;
 }
 
@@ -398,10 +395,8 @@ std::optional<SFailure> CSession::Save(CDaoEngine& engine, const SSaveOptions& o
     return RefuseOutput(save.GetOutputPath(), {save.GetOutputState(), save.GetProblem()});
   std::u16string problem = save.GetProblem();
   if (!problem.ends_with(u'.')) problem += u'.';
-  return SFailure{
-      EExitStatus::Failed,
-      AboutFile(save.GetOutputPath(), u"The new database could not be written: " + problem +
-                                          u" Make room, or name other places with -o and --work-dir.")};
+  return FailedOn(save.GetOutputPath(), u"The new database could not be written: " + problem +
+                                            u" Make room, or name other places with -o and --work-dir.");
 }
 
 bool CSession::RunWatched(const std::function<void()>& work, std::u16string& problem) {

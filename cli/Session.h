@@ -93,6 +93,9 @@ class CSession {
 
 // "PATH: message", as all messages about a file are.
 std::u16string AboutFile(std::u16string_view path, std::u16string_view message);
+// A file with which it cannot be done, and one with which it must not be asked for.
+SFailure FailedOn(std::u16string_view path, std::u16string_view message);
+SFailure WrongUsageOf(std::u16string_view path, std::u16string_view message);
 SFailure StoppedByUser();
 // Of the source, where no place of damage says so.
 inline constexpr std::u16string_view kSourceChanged =

@@ -1,8 +1,6 @@
 #include "engine/AccessTableDataFileParser.h"
 
-#include <algorithm>
 #include <array>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -224,8 +222,7 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
 
   CProgressStatus& progress = m_job.progress;
   const uint32_t rowCount = catalogue->header.rowCount;
-  progress.SetMax(static_cast<int32_t>(std::min<uint32_t>(rowCount, std::numeric_limits<int32_t>::max())));
-  progress.SetPos(0);
+  progress.Begin(rowCount);
 
   const CTablesByPage tables(parseData.GetTables(), pageSize);
   const size_t columnCount = catalogue->columns.GetCount();

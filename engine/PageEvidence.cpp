@@ -37,8 +37,7 @@ class CSearchWatch {
  public:
   CSearchWatch(CJobContext* job, uint64_t length) : m_job(job), m_length(length) {
     if (m_job == nullptr) return;
-    m_job->progress.SetMax(ToUnits(m_length));
-    m_job->progress.SetPos(0);
+    m_job->progress.Begin(m_length / kBytesPerUnit + 1);
   }
   [[nodiscard]] bool IsStopped() const { return m_job != nullptr && !m_job->IsRunning(); }
   // False: the job was stopped.

@@ -1,7 +1,5 @@
 #include "engine/PageInspector.h"
 
-#include <algorithm>
-
 #include "format/PageHead.h"
 #include "format/PageSlots.h"
 #include "status/Status.h"
@@ -10,8 +8,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kSlotCount = u"more rows than a page can hold";
-constexpr std::u16string_view kRowOrder = u"row offsets out of order";
 constexpr std::u16string_view kRowBounds = u"row offsets outside the page";
 constexpr std::u16string_view kFreeBytes = u"free space does not match the content";
 constexpr std::u16string_view kNoHeader = u"not a database header";
@@ -27,19 +23,9 @@ bool HasOwner(EPageKind kind) {
 }
 
 std::u16string_view TextOf(ESlotFault fault) {
-  switch (fault) {
-    case ESlotFault::TooMany:
-      return kSlotCount;
-    case ESlotFault::Outside:
-      return kRowBounds;
-    case ESlotFault::OutOfOrder:
-      return kRowOrder;
-    case ESlotFault::UnknownFlag:
-      return {};
-    case ESlotFault::FreeBytes:
-      return kFreeBytes;
-  }
-  return {};
+  constexpr std::u16string_view kTexts[] = {
+      u"more rows than a page can hold", kRowBounds, u"row offsets out of order", {}, kFreeBytes};
+  return kTexts[static_cast<size_t>(fault)];
 }
 
 }  // namespace
@@ -71,9 +57,7 @@ bool CPageInspector::Inspect(CSource& source, const Sink& sink) {
   m_totals.pageSize = facts.pageSize;
   m_totals.leadingBytes = facts.start;
   m_totals.partialBytes = facts.length % facts.pageSize;
-  const uint64_t looks = 2 * source.GetPageCount();
-  m_job.progress.SetMax(static_cast<int32_t>(std::min<uint64_t>(looks, std::numeric_limits<int32_t>::max())));
-  m_job.progress.SetPos(0);
+  m_job.progress.Begin(2 * source.GetPageCount());
   m_job.status.SetText(u"Examining pages");
   return NoteKinds() && JudgePages(sink);
 }

@@ -1,7 +1,6 @@
 #include "engine/TableScanner.h"
 
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -59,10 +58,6 @@ class CScanStatus {
   uint32_t m_count = 0;
   std::optional<uint64_t> m_noted;
 };
-
-int32_t ToProgress(uint64_t units) {
-  return static_cast<int32_t>(std::min<uint64_t>(units, std::numeric_limits<int32_t>::max()));
-}
 
 // What a candidate's page says: which page goes on with it, and whether it names the kind of its table.
 struct SCandidate {
@@ -156,8 +151,7 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
   const SLayout& layout = definitions.GetLayout();
   const uint64_t pageCount = definitions.GetPageCount();
   CProgressStatus& progress = m_job.progress;
-  progress.SetMax(ToProgress(2 * pageCount));
-  progress.SetPos(0);
+  progress.Begin(2 * pageCount);
   CScanStatus status(m_job.status, kDefinitionStatus, definitions.GetPages().GetLength());
   data.GetTables().AddTable(uint64_t{kObjectsPage} * layout.pageSize);
 
@@ -236,7 +230,7 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
   const uint64_t pageCount = source.GetPageCount();
   CProgressStatus& progress = m_job.progress;
   // Another range only where the definitions came from a file of another length.
-  progress.SetMax(ToProgress(static_cast<uint64_t>(progress.GetPos()) + pageCount));
+  progress.SetMax(static_cast<uint64_t>(progress.GetPos()) + pageCount);
   CScanStatus status(m_job.status, kDataStatus, source.GetPages().GetLength());
 
   std::vector<uint8_t> page(layout.pageSize);

@@ -1,6 +1,7 @@
 #include "status/Status.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "platform/Process.h"
 
@@ -12,8 +13,8 @@ constexpr uint32_t kPreviewPoll = 1;  // long enough to cost nothing, short enou
 
 }  // namespace
 
-void CProgressStatus::SetMax(int32_t max) {
-  m_max.Set(std::max(max, 1));
+void CProgressStatus::SetMax(uint64_t max) {
+  m_max.Set(static_cast<int32_t>(std::clamp<uint64_t>(max, 1, std::numeric_limits<int32_t>::max())));
 }
 
 void CRepairLog::Append(std::u16string_view text) {

@@ -106,7 +106,11 @@ class CProgressStatus {
   void IncrementPos() { m_pos.Add(1); }
   void Advance(uint32_t units) { m_pos.Add(static_cast<int32_t>(units)); }
   [[nodiscard]] int32_t GetMax() const { return m_max.Get(); }
-  void SetMax(int32_t max);  // below 1 stores 1
+  void SetMax(uint64_t max);  // 0 stores 1, and what the type does not hold its largest number
+  void Begin(uint64_t max) {
+    SetMax(max);
+    SetPos(0);
+  }
 
  private:
   CLocked<int32_t> m_pos{0};

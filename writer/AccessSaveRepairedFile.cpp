@@ -1,7 +1,6 @@
 #include "writer/AccessSaveRepairedFile.h"
 
 #include <algorithm>
-#include <limits>
 #include <set>
 #include <string_view>
 #include <unordered_map>
@@ -250,8 +249,7 @@ int32_t CAccessSaveRepairedFile::GetVersion() const {
 
 ESaveStep CAccessSaveRepairedFile::BuildTables(CDaoDatabase& database) {
   const CAccessTableList& tables = m_data->GetTables();
-  m_job.progress.SetMax(static_cast<int32_t>(tables.GetCount()));
-  m_job.progress.SetPos(0);
+  m_job.progress.Begin(tables.GetCount());
   CTableBuilder builder(database, m_data->GetRules(), GetVersion(), m_summary, m_job,
                         {m_data->source.codePage, DecideFormat(*m_data, m_format) != EOutputFormat::Jet3});
   size_t next = 0;
@@ -280,20 +278,19 @@ bool CAccessSaveRepairedFile::CloseDatabase(CDaoDatabase& database, ESaveStep st
   return step == ESaveStep::Done && closed.IsOk();
 }
 
-int32_t CAccessSaveRepairedFile::CountRecords() const {
+uint64_t CAccessSaveRepairedFile::CountRecords() const {
   uint64_t count = 0;
   for (const auto& table : m_data->GetTables())
     if (!IsSystemTable(*table) || table->name == kRelationships) count += table->header.rowCount;
   for (const SSavedTable& saved : m_tables)
     if (saved.owner != SSavedTable::kNoField && saved.rows != ERows::Loose)
       count += saved.table->header.rowCount;
-  return static_cast<int32_t>(std::min<uint64_t>(count, std::numeric_limits<int32_t>::max()));
+  return count;
 }
 
 bool CAccessSaveRepairedFile::SaveData() {
   if (!m_data) return false;
-  m_job.progress.SetMax(CountRecords());
-  m_job.progress.SetPos(0);
+  m_job.progress.Begin(CountRecords());
   std::unique_ptr<CDaoDatabase> database;
   const CDaoResult opened = m_engine.OpenDatabase(m_outputPath, false, false, {}, database);
   if (!opened.IsOk()) {

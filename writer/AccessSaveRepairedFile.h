@@ -78,7 +78,7 @@ class CAccessSaveRepairedFile {
   ESaveStep CompleteTables(CDaoDatabase& database);
   bool PrepareValues(const SSavedTable& owner, SSavedTable& saved) const;
   void CloseTable(SSavedTable& saved);
-  [[nodiscard]] int32_t CountRecords() const;
+  [[nodiscard]] uint64_t CountRecords() const;
   // The last step of a save: its end as a result, with the database closed.
   bool CloseDatabase(CDaoDatabase& database, ESaveStep step);
 

@@ -1,7 +1,6 @@
 #include "writer/QuerySaver.h"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
@@ -52,9 +51,7 @@ bool CQuerySaver::Save() {
     return true;
   }
   CProgressStatus& progress = m_job.progress;
-  progress.SetPos(0);
-  progress.SetMax(
-      static_cast<int32_t>(std::min<uint32_t>(table->header.rowCount, std::numeric_limits<int32_t>::max())));
+  progress.Begin(table->header.rowCount);
   if (!m_job.saving.IsSaving()) return false;
   m_job.log.Append(u"Saving queries");
 
@@ -69,8 +66,7 @@ bool CQuerySaver::Save() {
   ReadQueryProperties(m_data, queries);
   CountLost(queries);
   if (!isRead) return false;
-  progress.SetMax(queries.GetCount());
-  progress.SetPos(0);
+  progress.Begin(static_cast<uint64_t>(queries.GetCount()));
   if (!SaveQueries(queries)) return false;
   progress.SetPos(progress.GetMax());
   m_job.Pause();

@@ -1,7 +1,5 @@
 #include "writer/RelationSaver.h"
 
-#include <algorithm>
-#include <limits>
 #include <utility>
 
 #include "platform/Text.h"
@@ -63,10 +61,7 @@ bool CRelationSaver::Read() {
   m_relations.clear();
   const CAccessTable* table = FindRelationsTable(m_data);
   if (table == nullptr) return true;
-  CProgressStatus& progress = m_job.progress;
-  progress.SetPos(0);
-  progress.SetMax(
-      static_cast<int32_t>(std::min<uint32_t>(table->header.rowCount, std::numeric_limits<int32_t>::max())));
+  m_job.progress.Begin(table->header.rowCount);
   if (!m_job.saving.IsSaving()) return false;
   m_job.log.Append(u"Saving relations");
   uint32_t rowsRead = 0;

@@ -1,6 +1,7 @@
 #include "app/report/Examination.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "app/TextSearch.h"
@@ -77,8 +78,7 @@ EVerdict VerdictOfRule(std::string_view rule) {
 CDamageSigns RunChecker(const CSource& source, CJobContext& job) {
   CDamageSigns signs{};
   SCheckOptions options;
-  job.progress.SetMax(static_cast<int32_t>(std::min<uint64_t>(source.GetPageCount(), INT32_MAX)));
-  job.progress.SetPos(0);
+  job.progress.Begin(source.GetPageCount());
   job.status.SetText(u"Checking pages");
   options.shouldStop = [&job] {
     job.progress.IncrementPos();
@@ -96,23 +96,11 @@ CDamageSigns RunChecker(const CSource& source, CJobContext& job) {
 EVerdict VerdictOfPage(uint64_t page, EPageKind kind) {
   if (page == kGlobalMapPage) return EVerdict::Maps;
   if (page >= kObjectsPage && page <= kRelationshipsPage) return EVerdict::Catalogue;
-  switch (kind) {
-    case EPageKind::Header:
-      return EVerdict::Header;
-    case EPageKind::IndexNode:
-    case EPageKind::IndexLeaf:
-      return EVerdict::Indexes;
-    case EPageKind::UsageMap:
-    case EPageKind::MapPage:
-      return EVerdict::Maps;
-    case EPageKind::Definition:
-    case EPageKind::DefinitionContinuation:
-      return EVerdict::Definitions;
-    case EPageKind::LongValue:
-      return EVerdict::LongValues;
-    default:
-      return EVerdict::Rows;
-  }
+  using enum EVerdict;
+  static constexpr std::array<EVerdict, static_cast<size_t>(EPageKind::Count_)> kVerdicts{
+      Header,  Rows,    Definitions, Definitions, Rows, LongValues, Maps,
+      Indexes, Indexes, Maps,        Rows,        Rows, Rows,       Rows};
+  return kVerdicts[static_cast<size_t>(kind)];
 }
 
 }  // namespace

@@ -16,30 +16,11 @@ std::string_view GetPageLookName(EPageLook look) {
 namespace {
 
 EPageLook LookOfKind(EPageKind kind) {
-  switch (kind) {
-    case EPageKind::Header:
-      return EPageLook::Header;
-    case EPageKind::Zero:
-      return EPageLook::NeverWritten;
-    case EPageKind::Definition:
-    case EPageKind::DefinitionContinuation:
-      return EPageLook::Definition;
-    case EPageKind::Data:
-      return EPageLook::Rows;
-    case EPageKind::LongValue:
-      return EPageLook::LongValues;
-    case EPageKind::UsageMap:
-    case EPageKind::MapPage:
-      return EPageLook::UsageMap;
-    case EPageKind::IndexNode:
-    case EPageKind::IndexLeaf:
-      return EPageLook::Index;
-    case EPageKind::DroppedDefinition:
-    case EPageKind::EmptiedData:
-      return EPageLook::Free;
-    default:
-      return EPageLook::UnknownKind;
-  }
+  using enum EPageLook;
+  static constexpr std::array<EPageLook, static_cast<size_t>(EPageKind::Count_)> kLooks{
+      Header, NeverWritten, Definition, Definition, Rows, LongValues,  UsageMap,
+      Index,  Index,        UsageMap,   Free,       Free, UnknownKind, UnknownKind};
+  return kLooks[static_cast<size_t>(kind)];
 }
 
 }  // namespace
