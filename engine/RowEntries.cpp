@@ -10,6 +10,8 @@ namespace tolvane {
 namespace {
 
 constexpr uint64_t kMix = 0x9E3779B97F4A7C15;
+// Longer ones may not be in their keys as a whole.
+constexpr size_t kLongestBinary = 128;
 // Keys of texts cost several times those of numbers; where a table is large its numbers must do.
 constexpr size_t kMostPagesOfTexts = 4096;
 
@@ -28,6 +30,7 @@ bool IsNumber(uint8_t type) {
 }
 
 size_t FixedWidthOf(const CAccessColumn& column) {
+  if (column.type == kTypeBinary) return column.length;
   return column.type == kTypeText ? size_t{2} * column.length : LengthOfType(column.type);
 }
 
@@ -65,7 +68,7 @@ CRowEntries::CRowEntries(const CAccessTable& table, const SLayout& layout) : m_l
     bool isUsable = index.rootPage != 0 && index.columnCount != 0;
     for (size_t i = 0; isUsable && i < index.columnCount; i++) {
       const CAccessColumn* const column = table.columns.FindByNumber(index.columns[i].columnNumber);
-      isUsable = column != nullptr && HasKeys(*column) && (column->type != kTypeText || takesTexts);
+      isUsable = column != nullptr && HasKeys(*column) && (takesTexts || IsNumber(column->type));
       if (!isUsable) break;
       made.isCertain = made.isCertain && IsNumber(column->type);
       made.columns.push_back(column);
@@ -78,6 +81,7 @@ CRowEntries::CRowEntries(const CAccessTable& table, const SLayout& layout) : m_l
 bool CRowEntries::HasKeys(const CAccessColumn& column) const {
   constexpr uint32_t kLanguage = 0xFFFF, kVersionShift = 24;
   if (IsCalculated(column.extendedFlags)) return false;
+  if (column.type == kTypeBinary) return true;
   if (column.type != kTypeText) return IsNumber(column.type) && column.IsFixed();
   return !m_layout.isJet3 && (column.misc & kLanguage) == kGeneralSortOrder &&
          column.misc >> kVersionShift <= 1;
@@ -106,6 +110,7 @@ CRowEntries::EKey CRowEntries::MakeKey(const SIndex& index, const CRowFrame& fra
                                : frame.FindVariable(column.variableIndex);
     isNull = isNull && !value;
     isPlain = isPlain && (value || !index.ignoresNulls);
+    if (value && column.type == kTypeBinary) isPlain = isPlain && value->size() <= kLongestBinary;
     if (value && column.type == kTypeText) {
       m_text.clear();
       AppendPlainUtf16(*value, m_text);

@@ -21,7 +21,8 @@ uint64_t HashOfEntry(size_t index, std::span<const uint8_t> key, SRowPointer row
 
 class CRowEntries {
  public:
-  // No indexes but those of a user's table whose keys are numbers, dates, or texts of a known sort order.
+  // No indexes but those of a user's table whose keys are numbers, dates, bytes, or texts of a known sort
+  // order.
   CRowEntries(const CAccessTable& table, const SLayout& layout);
 
   struct SIndex {
