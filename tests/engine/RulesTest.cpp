@@ -2,6 +2,7 @@
 // exact reading of this one rule does.
 #include <functional>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "engine/TableScanner.h"
@@ -386,7 +387,13 @@ TEST_F(CEngineTest, RulesThatBothSetsShare) {
 }
 
 TEST_F(CEngineTest, APageThatCannotBeReadFollowsItsRule) {
-  for (const SRecoveryRules& rules : {kStandardRules, kExactRules}) {
+  // Each set as it is, and with this rule turned.
+  for (const auto& [set, isTurned] : {std::pair{kStandardRules, false},
+                                      {kStandardRules, true},
+                                      {kExactRules, false},
+                                      {kExactRules, true}}) {
+    SRecoveryRules rules = set;
+    rules.unreadablePageKeepsPrevious = set.unreadablePageKeepsPrevious != isTurned;
     CRuleFile file(kLayoutJet4);
     const uint32_t table = file.AddNamedTable(SmallTable());
     file.AddSmallRows(table);
@@ -400,7 +407,7 @@ TEST_F(CEngineTest, APageThatCannotBeReadFollowsItsRule) {
     scanner.ScanTableDefinitions(data, source);
     scanner.ScanDataPages(data, source);
     const size_t pages = data.GetTables().FindTable(file.OffsetOf(table))->dataPages.GetCount();
-    EXPECT_EQ(pages, rules == kStandardRules ? 2u : 1u);
+    EXPECT_EQ(pages, (set == kStandardRules) != isTurned ? 2u : 1u);
   }
 }
 
