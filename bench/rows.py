@@ -4,10 +4,11 @@
     python3 bench/rows.py --write-rows build/release/bench/write_rows --tolvane build/release/tolvane
                           [--rows 10000000] [--indexes 1 3 10] [--folder FOLDER]
 
-For each number of indexes: a new database of that many small rows, then `tolvane check` on it. Prints rows a second, the
-processor's time (which other work on the machine changes less), the part of the time that the indexes took, peak memory
-and file size, each also as a multiple of the first line's, and what the database did not take when it reached the
-largest size that its format allows.
+For none and each number of indexes: a new database of that many small rows, then `tolvane check` on it. Prints rows a
+second, the processor's time (which other work on the machine changes less), the part of the time that the indexes took,
+peak memory and file size, each also as a multiple of those with the fewest indexes, and what the database did not take
+when it reached the largest size that its format allows. Last, what the indexes cost beyond the rows as a multiple of
+what sorting the same keys alone does, both in time of the processor.
 """
 import argparse
 import json
@@ -50,6 +51,15 @@ def show(result, first, wanted):
     sys.stdout.flush()
 
 
+def show_sorting(arguments, base, last, folder):
+    done = subprocess.run([arguments.write_rows, '--sort', str(last['rows']), str(last['indexes'])], capture_output=True,
+                          check=True, env={**os.environ, 'TMPDIR': folder})
+    sorting = json.loads(done.stdout)['cpuSeconds']
+    cost = last['cpuSeconds'] - base['cpuSeconds']
+    print('%d indexes cost %.1f CPU seconds beyond the rows, sorting their keys alone %.1f: %.2f times' % (
+        last['indexes'], cost, sorting, cost / sorting))
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument('--write-rows', required=True)
@@ -60,12 +70,14 @@ def main():
     arguments = parser.parse_args()
     print('%7s %10s %8s %8s %8s %9s %6s %6s %6s %8s %6s %9s' % (
         'indexes', 'rows', 'seconds', 'CPU s', 'indexing', 'rows/s', 'x', 'MiB', 'x', 'MB', 'x', 'check s'))
-    first = None
+    first = base = last = None
     with tempfile.TemporaryDirectory(prefix='tolvane-bench-', dir=arguments.folder) as folder:
-        for indexes in arguments.indexes:
+        for indexes in [0] + arguments.indexes:
             result = measure(arguments, indexes, folder)
-            first = first or result
-            show(result, first, arguments.rows)
+            base, last = base or result, result
+            first = first or (result if indexes else None)
+            show(result, first or result, arguments.rows)
+        show_sorting(arguments, base, last, folder)
 
 
 if __name__ == '__main__':

@@ -4,7 +4,7 @@
 # bench/run.sh growth [MEGABYTES...]: the same of several sizes (default 50 500), of ten thousand tables and of 255
 # columns, and what a megabyte of each costs.
 # bench/run.sh hostile: repairs files that lie in the ways that cost most, of growing sizes.
-# bench/run.sh rows [ROWS]: measures writing that many rows (default ten million) into 1, 3 and 10 indexes.
+# bench/run.sh rows [ROWS]: measures writing that many rows (default ten million) into 0, 1, 3 and 10 indexes.
 # bench/run.sh sizes: sets the sizes of our files beside those of real ones.
 set -euo pipefail
 

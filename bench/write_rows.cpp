@@ -1,6 +1,7 @@
 // write_rows DATABASE ROWS INDEXES: writes small made-up rows through the embedded engine into a table with
 // up to ten indexes, and prints what it took as one line of JSON. When the database can take no more rows, it
 // is closed with those that it has.
+// write_rows --sort ROWS INDEXES: only sorts the keys that these indexes have of the same rows.
 #include <nlohmann/json.hpp>
 
 #include <array>
@@ -8,12 +9,16 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "embedded/EmbeddedEngine.h"
+#include "embedded/IndexSorter.h"
+#include "format/IndexKey.h"
+#include "format/Layout.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
 #include "platform/Text.h"
@@ -125,6 +130,55 @@ uint64_t AddRows(CDaoRecordset& rows, uint64_t count) {
   return count;
 }
 
+// The keys of an index, one behind the other, made before the clock runs.
+struct SKeys {
+  std::vector<uint8_t> bytes;
+  std::vector<size_t> ends;
+};
+
+void AddKey(const CDaoIndexInfo& index, const CRowMaker& maker, uint64_t row, CValueParser& parser,
+            SKeys& keys) {
+  const SIndexKeyFormat format{.version = kLayoutJet4.keys};
+  for (const CDaoIndexFieldInfo& part : index.fields) {
+    size_t field = 0;
+    while (FromUtf8(kFields[field].name) != part.name) field++;
+    const auto type = ColumnTypeOfField(kFields[field].type);
+    SValue value;
+    parser.Parse(type, field == 0 ? ToDecimal(row + 1) : maker.Get(field), value);
+    AppendIndexKey(format, type, !part.descending, value.bytes, keys.bytes);
+  }
+  keys.ends.push_back(keys.bytes.size());
+}
+
+// With as much memory for all indexes together as the engine takes.
+int SortKeys(uint64_t count, size_t indexes) {
+  constexpr size_t kMemory = size_t{64} << 20;
+  constexpr uint32_t kRowsAPage = 70;
+  double seconds = 0;
+  for (size_t index = 0; index < indexes; index++) {
+    CRowMaker maker;
+    CValueParser parser;
+    SKeys keys;
+    for (uint64_t row = 0; row < count; row++) {
+      maker.Next();
+      AddKey(kIndexes[index], maker, row, parser, keys);
+    }
+    const std::clock_t started = std::clock();
+    CIndexSorter sorter(GetTempFolder(), kMemory / indexes);
+    size_t start = 0;
+    for (size_t row = 0; row < keys.ends.size(); start = keys.ends[row++])
+      sorter.Add(std::span(keys.bytes).subspan(start, keys.ends[row] - start),
+                 static_cast<uint32_t>(row / kRowsAPage), static_cast<uint8_t>(row % kRowsAPage));
+    sorter.Sort();
+    SIndexEntry entry;
+    while (sorter.Next(entry)) continue;
+    if (sorter.GetError() != EDaoError::None) Fail({sorter.GetError(), u"The keys could not be sorted."});
+    seconds += static_cast<double>(std::clock() - started) / CLOCKS_PER_SEC;
+  }
+  std::printf("%s\n", nlohmann::ordered_json{{"cpuSeconds", seconds}}.dump().c_str());
+  return 0;
+}
+
 int Run(const std::string& path, uint64_t count, size_t indexes) {
   const std::u16string name = FromNativePath(path);
   RemoveFile(name);
@@ -164,9 +218,10 @@ uint64_t ToNumber(std::string_view text) {
 int main(int argc, char** argv) {
   const uint64_t rows = argc == 4 ? tolvane::ToNumber(argv[2]) : 0;
   const uint64_t indexes = argc == 4 ? tolvane::ToNumber(argv[3]) : 0;
-  if (rows == 0 || indexes == 0 || indexes > tolvane::kIndexes.size()) {
-    std::fprintf(stderr, "usage: write_rows DATABASE ROWS INDEXES   (1 to 10 indexes)\n");
+  if (rows == 0 || indexes > tolvane::kIndexes.size()) {
+    std::fprintf(stderr, "usage: write_rows DATABASE|--sort ROWS INDEXES   (up to 10 indexes)\n");
     return 64;
   }
+  if (std::string_view(argv[1]) == "--sort") return tolvane::SortKeys(rows, static_cast<size_t>(indexes));
   return tolvane::Run(argv[1], rows, static_cast<size_t>(indexes));
 }
