@@ -67,14 +67,14 @@ class Session:
     """A display and a Wine of their own, and the driver in it. The prefix stays for the next run."""
 
     SETTINGS = ('REGEDIT4\n\n'
-                '[win32.HKEY_CURRENT_USER\\Software\\Wine\\Explorer]\n"Desktop"="Default"\n\n'
-                '[win32.HKEY_CURRENT_USER\\Software\\Wine\\Explorer\\Desktops]\n"Default"="%dx%d"\n\n'
-                '[win32.HKEY_CURRENT_USER\\Control Panel\\Desktop]\n"LogPixels"=dword:%08x\n"FontSmoothing"="2"\n'
+                '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer]\n"Desktop"="Default"\n\n'
+                '[HKEY_CURRENT_USER\\Software\\Wine\\Explorer\\Desktops]\n"Default"="%dx%d"\n\n'
+                '[HKEY_CURRENT_USER\\Control Panel\\Desktop]\n"LogPixels"=dword:%08x\n"FontSmoothing"="2"\n'
                 '"FontSmoothingType"=dword:00000002\n\n'
-                '[-win32.HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
+                '[-HKEY_CURRENT_USER\\Software\\Local AppWizard-Generated Applications]\n')
 
-    COLOURS = ('\n[win32.HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]\n"ThemeActive"="0"\n\n'
-               '[win32.HKEY_CURRENT_USER\\Control Panel\\Colors]\n')
+    COLOURS = ('\n[HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]\n"ThemeActive"="0"\n\n'
+               '[HKEY_CURRENT_USER\\Control Panel\\Colors]\n')
 
     def __init__(self, folder, prefix, drive, display):
         self.display = display
