@@ -36,18 +36,19 @@ BIG_COPIES = 120  # of the sample's rows, for a repair and a save that take seco
 class Desk:
     """What every story finds: the session, the files, and a place for output."""
 
-    def __init__(self, options, display):
+    def __init__(self, options, display, lane):
+        """Of desks that are used at a time each has a lane of its own."""
         self.options, self.program = options, None
-        self.shots, self.folder = options.build / 'screenshots', options.build / 'desk'
+        self.shots, self.folder = options.build / 'screenshots', options.build / ('desk-' + lane)
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir(parents=True)
-        self.shots.mkdir(exist_ok=True)
+        self.shots.mkdir(parents=True, exist_ok=True)
         self.executable = shutil.copy(options.program, self.folder)
         self.healthy_path, self.damaged = self.folder / 'healthy.mdb', self.folder / 'damaged.mdb'
         subprocess.run([options.make_sample, self.healthy_path, self.damaged], check=True, stdout=subprocess.DEVNULL)
         self.healthy = pages.Pages(self.healthy_path)
         # Colours stay with a Wine: other ones have a Wine of their own.
-        prefix = options.build / ('wine-' + display.name if display.colours else 'wine')
+        prefix = options.build / ('wine-' + (display.name if display.colours else lane))
         self.session = Session(self.folder, prefix, options.drive, display)
 
     def write(self, name, content):

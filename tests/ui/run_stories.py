@@ -12,6 +12,7 @@ Prints one line a story and keeps a picture of every page, on several screens, i
 77 where Wine, a virtual screen or the readers are missing.
 """
 import argparse
+import concurrent.futures
 import os
 import pathlib
 import shutil
@@ -60,6 +61,27 @@ def tell(desk, story):
     return problem is None
 
 
+SESSIONS = []  # that are open
+
+
+def tell_all(options, wanted, stories):
+    """Those of one display; how many failed."""
+    desk = Desk(options, wanted, 'desktop' if wanted == DESKTOP else 'others')
+    SESSIONS.append(desk.session)
+    try:
+        return sum(not tell(desk, story) for display, story in stories if display == wanted)
+    finally:
+        SESSIONS.remove(desk.session)
+        desk.session.end()
+
+
+def stop(*_):
+    """Whoever ends this script ends the displays and the programs with it."""
+    for session in list(SESSIONS):
+        session.end()
+    os._exit(1)
+
+
 def run(description, stories):
     """Runs (display, story) of `stories`, and answers the exit status."""
     parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
@@ -76,17 +98,14 @@ def run(description, stories):
     if lacks:
         print('skipped: missing ' + lacks)
         return corpus.SKIPPED
-    # Whoever ends this script ends the display and the program with it.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
+    signal.signal(signal.SIGTERM, stop)
     stories = [(display, story) for display, story in stories if options.only in display.name + ' ' + story.__name__]
     shutil.rmtree(options.build / 'screenshots', ignore_errors=True)
-    failed = 0
-    for wanted in dict.fromkeys(display for display, _ in stories):
-        desk = Desk(options, wanted)
-        try:
-            failed += sum(not tell(desk, story) for display, story in stories if display == wanted)
-        finally:
-            desk.session.end()
+    # Most of the time stories wait for windows: what is told on other screens goes on beside them.
+    lanes = [[display for display in dict.fromkeys(display for display, _ in stories) if (display == DESKTOP) == is_desktop]
+             for is_desktop in (True, False)]
+    with concurrent.futures.ThreadPoolExecutor(len(lanes)) as pool:
+        failed = sum(pool.map(lambda lane: sum(tell_all(options, display, stories) for display in lane), lanes))
     print('%d stories, %d failed; pictures in %s' % (len(stories), failed, options.build / 'screenshots'))
     return 1 if failed or not stories else 0
 
