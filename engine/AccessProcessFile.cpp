@@ -19,7 +19,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kComplexColumnsTable = u"MSysComplexColumns";
+constexpr std::u16string_view kListOfComplexColumns = u"MSysComplexColumns";
 
 }  // namespace
 
@@ -94,7 +94,7 @@ void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
 void CAccessProcessFileJet4::ReadComplexColumns(CAccessData& data) const {
   const auto& tables = data.GetTables();
   const auto found = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
-    return EqualsIgnoreCase(table->name, kComplexColumnsTable);
+    return EqualsIgnoreCase(table->name, kListOfComplexColumns);
   });
   if (found == tables.end()) return;
   CMSysComplexColumns records;
