@@ -6,6 +6,7 @@
 #include "embedded/EmbeddedEngine.h"
 #include "engine/AccessRepair.h"
 #include "engine/PageInspector.h"
+#include "engine/SourceCheck.h"
 #include "fuzz/FuzzFile.h"
 #include "render/RecordText.h"
 #include "status/JobContext.h"
@@ -52,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // The last byte, which is rarely more than the end of a page, chooses the rules.
   const SRecoveryRules& rules = size > 0 && (data[size - 1] & 1) != 0 ? kStandardRules : kExactRules;
   CSource source(rules);
-  source.Open(path);
+  OpenSource(source, path);
   CAccessRepair repair{rules, ShownJob()};
   repair.Repair(source, source);
   ReadAll(*repair.GetData());

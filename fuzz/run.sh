@@ -15,7 +15,7 @@ build=$root/build/fuzz
 
 install_missing "$root/build/install.log" cmake ninja-build clang libclang-rt-14-dev libcli11-dev nlohmann-json3-dev
 quietly "$build/configure.log" cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-  -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" -DTOLVANE_FUZZ=ON -DTOLVANE_TESTS=OFF
+  -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" -DTOLVANE_FUZZ=ON -DTOLVANE_TESTS=OFF -DTOLVANE_UNITY=ON
 quietly "$build/build.log" ninja -C "$build" make_seeds "$@"
 mkdir -p "$build/finds" "$build/seeds"/{files,pairs,definitions,queries,words}
 "$build/fuzz/make_seeds" "$build/seeds"
