@@ -95,11 +95,10 @@ CDaoResult CAutomationDatabase::CreateQuery(const SSavedQuery& query) {
 
 CDaoResult CAutomationDatabase::CompleteTables(std::vector<CDaoTableChange>& changes) {
   const auto waiting = std::exchange(m_state->waiting, {});
-  const auto& isWanted = m_state->options.limits.isWanted;
   for (const auto& [name, table] : waiting) {
-    if (isWanted && !isWanted()) break;  // whoever stopped the save knows it
     CDaoTableChange change{.table = name, .text = {}};
-    const CDaoResult result = CompleteTable(m_database, name, table, change);
+    const CDaoResult result =
+        CompleteTable(m_database, name, table, m_state->options.limits.isWanted, change);
     if (!change.text.empty()) changes.push_back(std::move(change));
     if (!result.IsOk()) return result;
   }

@@ -61,7 +61,8 @@ enum class ERegistration : uint8_t {
   Here,
 };
 
-// What the system offers. All calls come from one thread; the objects live on it.
+// What the system offers. A thread that enters makes objects of its own, which live on it; one that hangs may
+// be in a call while another enters.
 class CAutomationServers {
  public:
   virtual ~CAutomationServers() = default;

@@ -79,8 +79,7 @@ CDaoResult CAutomationRecordset::Prepare(size_t index, SField*& field) {
   AutomationObject object = calls.GetObject(m_fieldList, u"Item", {static_cast<int32_t>(index)});
   const AutomationValue type = calls.Get(object, u"Type");
   if (!calls.IsOk()) return calls.GetResult();
-  if (const auto* const number = std::get_if<int16_t>(&type)) field->type = *number;
-  if (const auto* const number = std::get_if<int32_t>(&type)) field->type = static_cast<int16_t>(*number);
+  field->type = static_cast<int16_t>(NumberOf(type));
   field->object = std::move(object);
   return CDaoResult::Ok();
 }

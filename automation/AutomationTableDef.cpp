@@ -11,6 +11,12 @@ namespace {
 
 constexpr int32_t kDescendingField = 1;
 
+// Those that change what a field is. Of fixed and variable an engine takes what suits the type.
+int32_t AttributesToLookAt(const CDaoFieldInfo& info) {
+  constexpr int32_t kAlways = kDaoAutoIncrement | kDaoHyperlinkField;
+  return info.attributes & (info.type == kDaoText ? kAlways | kDaoFixedField : kAlways);
+}
+
 }  // namespace
 
 // What an engine finds out itself, whether the index is a relation's and how many values differ, cannot be
@@ -70,6 +76,8 @@ CDaoResult CAutomationTableDef::CreateField(const CDaoFieldInfo& info) {
   calls.Append(m_tableDef, u"Fields", field);
   if (!calls.IsOk()) return calls.GetResult();
   if (!info.expression.empty()) m_waiting.calculated.push_back(m_fields);
+  if (const int32_t attributes = AttributesToLookAt(info); attributes != 0 && m_state->options.keysLast)
+    m_waiting.attributes.emplace_back(info.name, attributes);
   if (!info.properties.empty()) m_waiting.fieldProperties.emplace_back(info.name, info.properties);
   ++m_fields;
   return CDaoResult::Ok();

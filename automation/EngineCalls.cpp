@@ -64,6 +64,12 @@ CDaoResult MakeResult(EOperation operation, const SCallEnd& end) {
   return {MeaningOf(operation, end.number), std::move(text) + u" (error " + ToDecimal(end.number) + u")"};
 }
 
+int32_t NumberOf(const AutomationValue& value) {
+  if (const auto* const number = std::get_if<int16_t>(&value)) return *number;
+  const auto* const number = std::get_if<int32_t>(&value);
+  return number != nullptr ? *number : 0;
+}
+
 AutomationValue CEngineCalls::Call(ECall kind, const AutomationObject& object, std::u16string_view name,
                                    const AutomationValues& arguments) {
   AutomationValue answer;

@@ -62,6 +62,9 @@ class CEngineCalls {
   SCallEnd m_end;
 };
 
+// A short or long number; 0: it is none.
+int32_t NumberOf(const AutomationValue& value);
+
 inline std::u16string Text(std::u16string_view text) {
   return std::u16string(text);
 }

@@ -42,10 +42,12 @@ SInstalledEngine Probe(CEngineThread& thread, std::u16string_view className) {
 std::vector<SInstalledEngine> ListInstalledEngines(CEngineThread& thread) {
   std::vector<SInstalledEngine> engines;
   if (!thread.GetServers().IsThere()) return engines;
-  for (const std::u16string_view className : kEngineClasses)
-    if (thread.GetServers().FindRegistration(className) != ERegistration::None)
-      engines.push_back(Probe(thread, className));
-  thread.End();
+  // Each on a thread of its own: one that hangs says nothing of the others.
+  for (const std::u16string_view className : kEngineClasses) {
+    if (thread.GetServers().FindRegistration(className) == ERegistration::None) continue;
+    engines.push_back(Probe(thread, className));
+    thread.End();
+  }
   return engines;
 }
 

@@ -21,6 +21,8 @@ struct SWaitingTable {
   std::vector<CDaoProperty> properties;
   std::vector<std::pair<std::u16string, std::vector<CDaoProperty>>> fieldProperties;
   std::vector<size_t> calculated;  // fields whose values the engine makes
+  // Fields with attributes that engines may drop without a word; to be looked at once stored.
+  std::vector<std::pair<std::u16string, int32_t>> attributes;
 };
 
 struct SEngineState {

@@ -154,7 +154,6 @@ CEngineThread::~CEngineThread() {
 
 SCallEnd CEngineThread::Start() {
   if (m_state) return {};
-  if (m_isGivenUp) return Gone();
   m_state = std::make_shared<SState>(m_servers, m_limits);
   try {
     std::thread([state = m_state] { state->Work(); }).detach();
@@ -192,7 +191,7 @@ bool CEngineThread::ReadText(std::u16string_view text, const AutomationValue& ki
   return true;
 }
 
-// A thread that hangs keeps what it holds: nobody else may touch that.
+// A thread that hangs keeps what it holds, its apartment too: nobody else may touch that.
 void CEngineThread::End() {
   if (!m_state) return;
   const std::shared_ptr<SState> state = std::exchange(m_state, nullptr);
@@ -203,9 +202,7 @@ void CEngineThread::End() {
   std::unique_lock lock(state->mutex);
   state->isEnding = true;
   state->wake.notify_one();
-  const bool hasEnded =
-      !state->isHanging && state->done.wait_for(lock, m_limits.call, [&state] { return state->hasEnded; });
-  m_isGivenUp = !hasEnded;
+  if (!state->isHanging) state->done.wait_for(lock, m_limits.call, [&state] { return state->hasEnded; });
 }
 
 }  // namespace tolvane

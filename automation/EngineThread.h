@@ -1,6 +1,6 @@
 // The thread on which an installed engine lives. It enters the system's apartment with the first call and
 // leaves it when it ends; every object is made, called and released there. Callers wait, but not forever: an
-// engine that does not come back is given up with its thread, and every later call fails at once.
+// engine that does not come back is given up with its thread, and every later call fails at once until End.
 #pragma once
 
 #include <chrono>
@@ -36,7 +36,7 @@ class CEngineThread {
   bool ReadText(std::u16string_view text, const AutomationValue& kind, AutomationValue& value);
   [[nodiscard]] const CAutomationServers& GetServers() const { return *m_servers; }
 
-  // The objects must be released. The next Create starts anew.
+  // The objects must be released. The next Create starts anew, on a thread of its own even if this one hangs.
   void End();
 
   struct SState;
@@ -47,7 +47,6 @@ class CEngineThread {
   const std::shared_ptr<CAutomationServers> m_servers;
   const SCallLimits m_limits;
   std::shared_ptr<SState> m_state;  // while a thread runs
-  bool m_isGivenUp = false;         // the last one hangs
 };
 
 }  // namespace tolvane

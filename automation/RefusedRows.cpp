@@ -14,12 +14,6 @@ namespace {
 constexpr int kNames = 12;  // tried before the rows are given up
 constexpr std::u16string_view kSuffix = u"_refused";
 
-int32_t NumberOf(const AutomationValue& value) {
-  if (const auto* const number = std::get_if<int16_t>(&value)) return *number;
-  const auto* const number = std::get_if<int32_t>(&value);
-  return number != nullptr ? *number : 0;
-}
-
 // "Orders_refused", "Orders_refused2"
 std::u16string MakeName(std::u16string_view table, int attempt) {
   std::u16string end(kSuffix);

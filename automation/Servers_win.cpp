@@ -48,12 +48,12 @@ class CSystemServers : public CAutomationServers {
   SCallEnd Enter() override {
     SetThreadLocale(kCallLocale);
     SCallEnd entered = MakeCallEnd(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
-    m_isInside = entered.IsOk();
+    s_isInside = entered.IsOk();
     return entered;
   }
   void Leave() override {
-    if (m_isInside) CoUninitialize();
-    m_isInside = false;
+    if (s_isInside) CoUninitialize();
+    s_isInside = false;
   }
 
   SCallEnd Create(std::u16string_view className, AutomationObject& object) override {
@@ -76,7 +76,7 @@ class CSystemServers : public CAutomationServers {
   }
 
  private:
-  bool m_isInside = false;
+  inline static thread_local bool s_isInside = false;
 };
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "automation/TableCompletion.h"
 
+#include <utility>
+
 #include "automation/AutomationTableDef.h"
 #include "automation/EngineCalls.h"
 #include "automation/EngineProperties.h"
@@ -8,6 +10,14 @@ namespace tolvane {
 
 namespace {
 
+constexpr std::u16string_view kStopped =
+    u"The save was stopped before all its keys and properties were made.";
+
+constexpr std::pair<int32_t, std::u16string_view> kAttributeNames[] = {
+    {kDaoAutoIncrement, u"AutoNumber"},
+    {kDaoHyperlinkField, u"hyperlink"},
+    {kDaoFixedField, u"text of fixed length"}};
+
 // Nothing more can be stored.
 bool EndsAll(EDaoError code) {
   return code == EDaoError::EngineGone || code == EDaoError::DiskFull || code == EDaoError::DiskError;
@@ -15,10 +25,35 @@ bool EndsAll(EDaoError code) {
 
 class CCompletion {
  public:
-  CCompletion(AutomationObject tableDef, CDaoTableChange& change)
-      : m_tableDef(std::move(tableDef)), m_change(change) {}
+  CCompletion(AutomationObject tableDef, const std::function<bool()>& isWanted, CDaoTableChange& change)
+      : m_tableDef(std::move(tableDef)), m_isWanted(isWanted), m_change(change) {}
+
+  // Only told: the field is there, and its values are.
+  CDaoResult LookAtField(const std::u16string& name, int32_t attributes) {
+    if (IsStopped()) return CDaoResult::Ok();
+    CEngineCalls calls(EOperation::Field);
+    const AutomationObject field =
+        calls.GetObject(calls.GetObject(m_tableDef, u"Fields"), u"Item", {Text(name)});
+    const int32_t present = NumberOf(calls.Get(field, u"Attributes"));
+    if (!calls.IsOk()) {
+      if (CDaoResult result = calls.GetResult(); EndsAll(result.code)) return result;
+      Tell(u"Column \"" + name + u"\": its attributes could not be checked: " + calls.GetResult().text);
+      return CDaoResult::Ok();
+    }
+    for (const auto& [bit, kind] : kAttributeNames) {
+      if ((attributes & ~present & bit) == 0) continue;
+      ++m_change.properties;
+      Tell(u"Column \"" + name + u"\" is no " + Text(kind) +
+           u" any more: the engine dropped this without an error.");
+    }
+    return CDaoResult::Ok();
+  }
 
   CDaoResult MakeKey(const CDaoIndexInfo& index) {
+    if (IsStopped()) {
+      ++m_change.indexes;
+      return CDaoResult::Ok();
+    }
     const CDaoResult refusal = MakeIndex(m_tableDef, index);
     if (refusal.IsOk() || EndsAll(refusal.code)) return refusal;
     ++m_change.indexes;
@@ -34,6 +69,10 @@ class CCompletion {
   CDaoResult Set(const AutomationObject& owner, std::u16string_view of,
                  const std::vector<CDaoProperty>& properties) {
     for (const CDaoProperty& property : properties) {
+      if (IsStopped()) {
+        ++m_change.properties;
+        continue;
+      }
       const CDaoResult result = SetProperty(owner, property);
       if (result.IsOk()) continue;
       if (EndsAll(result.code)) return result;
@@ -44,6 +83,7 @@ class CCompletion {
   }
 
   CDaoResult SetOfField(const std::u16string& name, const std::vector<CDaoProperty>& properties) {
+    if (IsStopped()) return Set(nullptr, {}, properties);
     CEngineCalls calls(EOperation::Field);
     const AutomationObject field =
         calls.GetObject(calls.GetObject(m_tableDef, u"Fields"), u"Item", {Text(name)});
@@ -56,29 +96,50 @@ class CCompletion {
   }
 
  private:
+  // From then on what is not made is only counted.
+  bool IsStopped() {
+    if (m_isStopped || !m_isWanted || m_isWanted()) return m_isStopped;
+    m_isStopped = true;
+    Tell(Text(kStopped));
+    return true;
+  }
   void Tell(const std::u16string& text) { m_change.text += (m_change.text.empty() ? u"" : u" ") + text; }
 
   AutomationObject m_tableDef;
+  const std::function<bool()>& m_isWanted;
   CDaoTableChange& m_change;
+  bool m_isStopped = false;
 };
+
+void LoseAll(const SWaitingTable& table, CDaoTableChange& change, std::u16string_view reason) {
+  change.indexes += table.indexes.size();
+  change.properties += table.properties.size();
+  for (const auto& [field, properties] : table.fieldProperties) change.properties += properties.size();
+  if (change.indexes + change.properties != 0) change.text = reason;
+}
 
 }  // namespace
 
 CDaoResult CompleteTable(const AutomationObject& database, std::u16string_view name,
-                         const SWaitingTable& table, CDaoTableChange& change) {
-  if (table.indexes.empty() && table.properties.empty() && table.fieldProperties.empty())
+                         const SWaitingTable& table, const std::function<bool()>& isWanted,
+                         CDaoTableChange& change) {
+  if (table.indexes.empty() && table.properties.empty() && table.fieldProperties.empty() &&
+      table.attributes.empty())
     return CDaoResult::Ok();
+  if (isWanted && !isWanted()) {
+    LoseAll(table, change, kStopped);
+    return CDaoResult::Ok();
+  }
   CEngineCalls calls(EOperation::Table);
   AutomationObject tableDef = calls.GetObject(calls.GetObject(database, u"TableDefs"), u"Item", {Text(name)});
   if (!calls.IsOk()) {
     if (CDaoResult result = calls.GetResult(); EndsAll(result.code)) return result;
-    change.indexes += table.indexes.size();
-    change.properties += table.properties.size();
-    for (const auto& [field, properties] : table.fieldProperties) change.properties += properties.size();
-    change.text = u"It has lost its keys and properties: " + calls.GetResult().text;
+    LoseAll(table, change, u"It has lost its keys and properties: " + calls.GetResult().text);
     return CDaoResult::Ok();
   }
-  CCompletion completion(tableDef, change);
+  CCompletion completion(tableDef, isWanted, change);
+  for (const auto& [field, attributes] : table.attributes)
+    if (CDaoResult result = completion.LookAtField(field, attributes); !result.IsOk()) return result;
   for (const CDaoIndexInfo& index : table.indexes)
     if (CDaoResult result = completion.MakeKey(index); !result.IsOk()) return result;
   for (const auto& [field, properties] : table.fieldProperties)

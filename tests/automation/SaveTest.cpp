@@ -201,6 +201,59 @@ TEST_F(CAutomationSave, AnEngineThatIsGoneOrHangsEndsTheSaveAndNotTheProgram) {
   }
 }
 
+// The one that hung keeps its thread; the next save has another.
+TEST_F(CAutomationSave, AnEngineThatHungIsUsedAgain) {
+  SAutomationOptions options{.keysLast = false};
+  options.limits.call = std::chrono::milliseconds(300);
+  InstallStandIn("Rows Types.Update|hang");
+  const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), options);
+  for (const bool isWell : {false, true}) {
+    if (isWell) InstallStandIn("");
+    CAccessSaveRepairedFile save(*engine, ShownJob());
+    save.SetData(&m_data);
+    save.SetOutputPath(InFolder(u"new.mdb"));
+    EXPECT_EQ(save.Save(), isWell) << ToUtf8(save.GetSummary().failure);
+    engine->Terminate();
+  }
+}
+
+// Attributes that an engine ignores are told; a stop leaves out what is not made yet, and tells it.
+TEST_F(CAutomationSave, WhatBecomesOfATableBehindItsRowsIsTold) {
+  const Lines texts{"Column \"ID\" is no AutoNumber any more: the engine dropped this without an error.",
+                    "The save was stopped before all its keys and properties were made."};
+  for (const bool isStopped : {false, true}) {
+    InstallStandIn(isStopped ? "" : "Field ID.Attributes = |ignored");
+    SAutomationOptions options;
+    options.limits.isWanted = [this, isStopped] {
+      const auto isMade = [](const std::string& line) { return line.ends_with("Append(Index First)"); };
+      return !isStopped || std::ranges::none_of(Calls(), isMade);
+    };
+    const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), options);
+    std::unique_ptr<CDaoDatabase> database;
+    std::unique_ptr<CDaoTableDef> table;
+    ASSERT_TRUE(engine->CreateDatabase(InFolder(u"new.mdb"), u"", 0, database).IsOk());
+    ASSERT_TRUE(database->CreateTableDef(u"People", 0, u"", u"", table).IsOk());
+    CDaoFieldInfo field;
+    field.name = u"ID";
+    field.type = kDaoLong;
+    field.attributes = kDaoAutoIncrement | kDaoVariableField;
+    EXPECT_TRUE(table->CreateField(field).IsOk());
+    for (const char16_t* name : {u"First", u"Second", u"Third"}) {
+      CDaoIndexInfo index{name, {{u"ID"}}};
+      index.unique = true;
+      EXPECT_TRUE(table->CreateIndex(index).IsOk());
+    }
+    EXPECT_TRUE(table->Append().IsOk());
+    table.reset();
+    std::vector<CDaoTableChange> changes;
+    EXPECT_TRUE(database->CompleteTables(changes).IsOk());
+    ASSERT_EQ(changes.size(), 1U);
+    EXPECT_EQ(ToUtf8(changes[0].text), texts[isStopped ? 1 : 0]);
+    EXPECT_EQ(changes[0].indexes, isStopped ? 2U : 0U);
+    EXPECT_EQ(changes[0].properties, isStopped ? 0U : 1U);
+  }
+}
+
 TEST_F(CAutomationSave, RefusalsOfTheEngineKeepTheirMeaning) {
   // Renamed, though the engine says it of an index in one place and of an object in the other.
   EXPECT_TRUE(SaveWith("Database.Relations.Append|3284"));

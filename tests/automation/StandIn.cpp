@@ -16,6 +16,7 @@ namespace {
 
 constexpr size_t kLongText = 300, kShownText = 24;
 constexpr std::chrono::seconds kHang{1};
+constexpr int32_t kIgnored = 1;  // answered as well, and nothing was done
 
 SCallEnd Fail(int32_t number, std::u16string_view text = u"as the stand-in was told") {
   return {number, std::u16string(text), false};
@@ -106,7 +107,7 @@ SCallEnd SStandInWorld::Call(const std::string& line) {
   if (wanted != std::to_string(calls) && (wanted.size() < 4 || !line.starts_with(wanted))) return {};
   if (how == "hang") std::this_thread::sleep_for(kHang);
   if (how == "gone" || how == "hang") return {-2147417848, u"The object invoked has disconnected", true};
-  return Fail(std::atoi(how.c_str()));
+  return Fail(how == "ignored" ? kIgnored : std::atoi(how.c_str()));
 }
 
 std::u16string CStandInObject::GetName() const {
@@ -131,7 +132,7 @@ SCallEnd CStandInObject::Invoke(ECall kind, std::u16string_view name, const Auto
   }
   if (kind == ECall::Put) line += " = " + list;
   if (kind == ECall::Method || (kind == ECall::Get && !arguments.empty())) line += "(" + list + ")";
-  if (SCallEnd end = m_world->Call(line); !end.IsOk()) return end;
+  if (SCallEnd end = m_world->Call(line); !end.IsOk()) return end.number == kIgnored ? SCallEnd{} : end;
   AutomationValue answered;
   SCallEnd end = Answer(kind, name, arguments, answered);
   if (answer != nullptr) *answer = std::move(answered);

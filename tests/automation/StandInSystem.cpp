@@ -30,7 +30,7 @@ class CStandInServers : public CAutomationServers {
   SCallEnd Enter() override { return {}; }
   void Leave() override {}
   SCallEnd Create(std::u16string_view, AutomationObject& object) override {
-    object = MakeStandInEngine(m_installed->world);
+    object = MakeStandInEngine({g_installed, g_installed->world.get()});
     return {};
   }
   bool ReadText(std::u16string_view text, const AutomationValue& kind, AutomationValue& value) override {
@@ -48,7 +48,6 @@ class CStandInServers : public CAutomationServers {
 
  private:
   CValueParser m_parser;
-  std::shared_ptr<SInstalled> m_installed = g_installed;
 };
 
 }  // namespace
