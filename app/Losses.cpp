@@ -189,8 +189,11 @@ bool IsRecoveryWhole(const CAccessData& data) {
 }
 
 bool IsNothingRecovered(const CAccessData& data) {
+  const bool doUserTablesDecide = data.GetRules().userTablesDecide;
+  // The tables are the template's alone.
+  if (doUserTablesDecide && data.GetLedger().GetCount(EDamage::UnfitTemplate) > 0) return true;
   uint64_t rows = 0;
-  const bool isNothingOfTheUsers = data.GetRules().userTablesDecide && !data.GetLedger().IsClean();
+  const bool isNothingOfTheUsers = doUserTablesDecide && !data.GetLedger().IsClean();
   for (const auto& table : data.GetTables()) {
     if (HasContent(*table) && !IsSystemTable(*table)) return false;
     rows += table->header.rowCount;

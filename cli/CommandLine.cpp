@@ -96,6 +96,13 @@ std::optional<SFailure> RecoverSomething(CSession& session) {
   if (auto failure = session.Recover()) return failure;
   const CAccessData& data = session.GetData();
   if (!IsNothingRecovered(data)) return std::nullopt;
+  const std::u16string& templatePath = session.GetArguments().templatePath;
+  if (!templatePath.empty())
+    return SFailure{EExitStatus::Nothing,
+                    AboutFile(templatePath,
+                              u"No row of the damaged file fits a table of this template, so nothing "
+                              u"could be recovered. Name a healthy database of the same structure, such "
+                              u"as a backup or an empty copy, or leave --template out.")};
   const uint64_t lost = data.GetLedger().GetCount(EDamage::LostTable);
   const std::u16string_view message =
       lost > 0

@@ -395,8 +395,12 @@ std::optional<SFailure> CSession::Save(CDaoEngine& engine, const SSaveOptions& o
     return RefuseOutput(save.GetOutputPath(), {save.GetOutputState(), save.GetProblem()});
   std::u16string problem = save.GetProblem();
   if (!problem.ends_with(u'.')) problem += u'.';
-  return FailedOn(save.GetOutputPath(), u"The new database could not be written: " + problem +
-                                            u" Make room, or name other places with -o and --work-dir.");
+  const std::u16string_view advice =
+      m_arguments.engine == EEngineChoice::Dao
+          ? u" tolvane engines tells what is installed; without --engine the program's own engine writes it."
+          : u" Make room, or name other places with -o and --work-dir.";
+  return FailedOn(save.GetOutputPath(),
+                  u"The new database could not be written: " + problem + std::u16string(advice));
 }
 
 bool CSession::RunWatched(const std::function<void()>& work, std::u16string& problem) {

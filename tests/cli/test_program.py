@@ -185,6 +185,7 @@ class ProgramTest(ScratchTest):
         os.symlink(self.source, link)
         os.link(self.source, hard)
         template = self.write('template.mdb', read(SAMPLE))
+        unfit = self.write('unfit.mdb', read(SAMPLE)[:12 * 4096] + bytes(100 * 4096))
         for path in (self.source, link, hard, os.path.join(self.folder, '.', 'damaged.mdb')):
             self.check_refusal(USAGE, 'repair', self.source, '-o', path, '--overwrite', says=(path, 'damaged file'))
         dead = self.path('dead.mdb')
@@ -197,6 +198,7 @@ class ProgramTest(ScratchTest):
                 (FAILED, ('-o', self.path('x' * 300)), 'name'), (USAGE, ('-o', ''), 'empty name'), (FAILED, ('-o', dead), 'exists already'), (FAILED, ('--template', dead), 'link'),
                 (USAGE, ('--template', link), 'template'), (USAGE, ('--log', link), 'log'),
                 (USAGE, ('--template', template, '-o', template, '--overwrite'), 'template'),
+                (NOTHING, ('--template', unfit), 'unfit.mdb: No row of the damaged file fits'),
                 (FAILED, ('-o', self.path('no/where.mdb')), 'does not exist'),
                 (FAILED, ('-o', self.folder, '--overwrite'), 'folder'), (FAILED, ('-o', '/dev/null', '--overwrite'), 'device'),
                 (FAILED, ('-o', '/proc/new.mdb'), '/proc/new.mdb'), (FAILED, ('--work-dir', '/proc/none'), '--work-dir'),

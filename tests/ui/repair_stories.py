@@ -61,14 +61,24 @@ def save_log(desk, program):
 
 
 def template_repair(desk):
-    """A table whose definition is gone comes back by a template, and only by one."""
+    """A table whose definition is gone is named; it comes back by a template, and only by one that fits."""
     damage, template = corpus.Damage(desk.healthy), windows_path(desk.healthy_path)
     rescued = damage_repair.one_definition(damage, desk.healthy, pages.local_tables(desk.healthy))
-    program = desk.start(windows_path(desk.write('no definition.mdb', damage.bytes)))
+    program = desk.repair(desk.write('no definition.mdb', damage.bytes))
+    expect_text(program.text('IDC_SUMMARY'), rescued, 'name of the lost table')
+    program.command('ID_BACK', (LEAVE, YES), page='chosen')
     program.control('IDC_MODE_TEMPLATE').post(win32.BM_CLICK)
     wait_for(lambda: program.shown('IDC_TEMPLATE_FILE') == [True], 'the line of the template')
     program.command('ID_NEXT', ('Please Select Template MS Access Database File.', OK))
     expect(program.page(), 'chosen', 'page without a template')
+    unfit = windows_path(desk.write('unfit.mdb', desk.healthy.data[:12 * 4096] + bytes(100 * 4096)))
+    program.choose('ID_CHOOSE_TEMPLATE', TEMPLATE_TITLE, unfit)
+    program.wait_for_text('IDC_TEMPLATE_FILE', unfit)
+    program.command('ID_NEXT', page='review')
+    expect_text(program.text('IDC_SUMMARY'), 'Template ' + unfit + ': ', 'cause')
+    expect(program.control('ID_NEXT').is_enabled(), False, 'whether what does not fit can be saved')
+    desk.shoot('4-unfit')
+    program.command('ID_BACK', page='chosen')
     program.choose('ID_CHOOSE_TEMPLATE', TEMPLATE_TITLE, template)
     program.wait_for_text('IDC_TEMPLATE_FILE', template)
     desk.shoot('2-template')
