@@ -9,6 +9,7 @@
 #include "cli/DisplayText.h"
 #include "cli/ManualPage.h"
 #include "cli/Version.h"
+#include "platform/Files.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
 
@@ -156,7 +157,10 @@ SParsedArguments Answer(const CCommandGrammar& grammar, SArguments arguments) {
 
 std::string DescribeMissingCommand(const std::vector<std::u16string>& words) {
   for (const std::u16string& word : words)
-    if (!word.starts_with(u"-")) return "there is no command \"" + ToDisplay(word) + "\"";
+    if (!word.starts_with(u"-"))
+      return FileExists(word)
+                 ? "\"" + ToDisplay(word) + "\" is not a command; tolvane repair SOURCE repairs that file"
+                 : "there is no command \"" + ToDisplay(word) + "\"";
   return "name a command";
 }
 
