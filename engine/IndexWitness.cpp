@@ -1,6 +1,7 @@
 #include "engine/IndexWitness.h"
 
 #include <algorithm>
+#include <system_error>
 
 #include "format/IndexCursor.h"
 #include "format/PageHead.h"
@@ -13,6 +14,8 @@ namespace {
 // Each page of an index is read twice at most, unless many indexes share their pages.
 constexpr uint64_t kIndexPagesEach = 4;
 constexpr uint64_t kIndexPagesBase = 1024;
+// The indexes of smaller tables are read before a thread would have begun.
+constexpr size_t kPagesWorthAThread = 256;
 // Memory of a comparison; larger tables are told by their sums to differ, and nothing more is known.
 constexpr size_t kMostEntries = size_t{1} << 22;
 constexpr size_t kMostContradictions = size_t{1} << 20;
@@ -45,33 +48,53 @@ struct CIndexWitness::SContradiction {
 };
 
 CIndexWitness::CIndexWitness(CSource& source, const CJobContext& job)
-    : m_source(source),
-      m_layout(source.GetLayout()),
+    : m_layout(source.GetLayout()),
       m_job(job),
-      m_page(m_layout.pageSize),
-      m_pagesLeft(kIndexPagesEach * source.GetPageCount() + kIndexPagesBase) {}
+      m_pagesLeft(kIndexPagesEach * source.GetPageCount() + kIndexPagesBase),
+      m_page(m_layout.pageSize) {
+  m_pages.ShareFile(source.GetPages());
+}
+
+void CIndexWitness::Begin(const CAccessTable& table, const CRowEntries& entries) {
+  m_statement = {};  // ends one that nobody heard
+  const auto add = [this, &table, indexes = entries.GetIndexes()] { return Add(table, indexes); };
+  const bool isBeside = m_job.GetThreads() > 1 && table.dataPages.GetCount() >= kPagesWorthAThread;
+  try {
+    if (isBeside) m_statement = std::async(std::launch::async, add);
+  } catch (const std::system_error&) {
+    // The system has no room for another thread.
+  }
+  if (!m_statement.valid()) m_statement = std::async(std::launch::deferred, add);
+}
 
 void CIndexWitness::Hear(CAccessData& data, const CAccessTable& table, const CRowProfile& profile,
                          CRowEntries& entries, uint64_t sum) {
-  uint64_t stated = 0;
-  bool isAnyWhole = false;
-  for (const CRowEntries::SIndex& index : entries.GetIndexes()) {
-    const bool isWhole = Walk(table, index, [&](std::span<const uint8_t> key, SRowPointer row) {
-      stated += HashOfEntry(index.position, key, row);
-    });
-    isAnyWhole = isAnyWhole || isWhole;
-  }
-  if (isAnyWhole && stated != sum) Compare(data, table, profile, entries);
+  const SStatement statement = m_statement.get();
+  if (statement.isAnyWhole && statement.sum != sum) Compare(data, table, profile, entries);
 }
 
-bool CIndexWitness::Walk(const CAccessTable& table, const CRowEntries::SIndex& index, const TakeEntry& take) {
+CIndexWitness::SStatement CIndexWitness::Add(const CAccessTable& table,
+                                             const std::vector<CRowEntries::SIndex>& indexes) {
+  SStatement statement;
+  for (const CRowEntries::SIndex& index : indexes) {
+    const bool isWhole = Walk(table, index, [&](std::span<const uint8_t> key, SRowPointer row) {
+      statement.sum += HashOfEntry(index.position, key, row);
+    });
+    statement.isAnyWhole = statement.isAnyWhole || isWhole;
+  }
+  return statement;
+}
+
+template <class F>
+bool CIndexWitness::Walk(const CAccessTable& table, const CRowEntries::SIndex& index, const F& take) {
   const uint32_t owner = table.GetPage(m_layout.pageSize);
   const auto read = [&](uint32_t page, std::span<uint8_t> bytes) {
     if (m_pagesLeft == 0 || !m_job.repairing.IsRunning()) return false;
     m_pagesLeft--;
-    return m_source.ReadPage(page, bytes) && OwnerOf(bytes) == owner;
+    return m_pages.ReadPage(uint64_t{page} * m_layout.pageSize, bytes) && OwnerOf(bytes) == owner;
   };
-  const auto pages = static_cast<uint32_t>(std::min<uint64_t>(m_source.GetPageCount(), UINT32_MAX));
+  const auto pages =
+      static_cast<uint32_t>(std::min<uint64_t>(m_pages.GetPageCount(m_layout.pageSize), UINT32_MAX));
   CIndexCursor cursor(m_layout, pages, table.indexes.GetAt(index.position)->rootPage, read);
   EIndexWalk result = cursor.Seek({});
   for (; result == EIndexWalk::Ok && !cursor.IsAtEnd(); result = cursor.Next())
@@ -123,7 +146,7 @@ void CIndexWitness::Compare(CAccessData& data, const CAccessTable& table, const 
 void CIndexWitness::ComparePage(uint64_t offset, const CRowProfile& profile, CRowEntries& entries,
                                 std::vector<STestimony>& testimonies, std::vector<SContradiction>& found) {
   const auto number = static_cast<uint32_t>(offset / m_layout.pageSize);
-  if (!m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout)) return;
+  if (!m_pages.ReadPage(offset, m_page) || !AreSlotsSound(m_page, m_layout)) return;
   CRowFrame frame(m_layout.row);
   ForEachLiveSlot(m_page, m_layout, [&](uint32_t slot, uint16_t word) {
     const auto row = FindRow(m_page, m_layout, slot, kSlotStart);

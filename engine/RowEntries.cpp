@@ -9,7 +9,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr uint64_t kMix = 0x9E3779B97F4A7C15;
 // Longer ones may not be in their keys as a whole.
 constexpr size_t kLongestBinary = 128;
 // Keys of texts cost several times those of numbers; where a table is large its numbers must do.
@@ -34,6 +33,12 @@ size_t FixedWidthOf(const CAccessColumn& column) {
   return column.type == kTypeText ? size_t{2} * column.length : LengthOfType(column.type);
 }
 
+CRowFrame::Field FindValue(const CAccessColumn& column, const CRowFrame& frame) {
+  if (!frame.IsPresent(column.number)) return std::nullopt;
+  return column.IsFixed() ? frame.FindFixed(column.fixedOffset, FixedWidthOf(column))
+                          : frame.FindVariable(column.variableIndex);
+}
+
 // Letters, digits and blanks of ASCII sort alike wherever the sort order is the general one.
 bool IsPlain(std::span<const uint8_t> utf16) {
   for (size_t at = 0; at + 1 < utf16.size(); at += 2) {
@@ -46,14 +51,6 @@ bool IsPlain(std::span<const uint8_t> utf16) {
 }
 
 }  // namespace
-
-uint64_t HashOfEntry(size_t index, std::span<const uint8_t> key, SRowPointer row) {
-  uint64_t hash = (uint64_t{row.ToWord()} << 8 ^ index) * kMix;
-  for (; key.size() >= sizeof(uint64_t); key = key.subspan(sizeof(uint64_t)))
-    hash = (hash ^ hash >> 31 ^ GetLittle<uint64_t>(key, 0)) * kMix;
-  for (const uint8_t byte : key) hash = (hash ^ hash >> 31 ^ byte ^ 0x100) * kMix;
-  return hash ^ hash >> 29;
-}
 
 CRowEntries::CRowEntries(const CAccessTable& table, const SLayout& layout) : m_layout(layout) {
   if (table.header.tableType != kUserTable) return;
@@ -89,8 +86,13 @@ bool CRowEntries::HasKeys(const CAccessColumn& column) const {
 
 uint64_t CRowEntries::SumOf(const CRowFrame& frame, SRowPointer row) {
   uint64_t sum = 0;
-  for (const SIndex& index : m_indexes)
-    if (MakeKey(index, frame) != EKey::Absent) sum += HashOfEntry(index.position, m_key, row);
+  for (const SIndex& index : m_indexes) {
+    const CRowFrame::Field value = index.IsLong() ? FindValue(*index.columns[0], frame) : std::nullopt;
+    if (value)
+      sum += HashOfEntry(index.position, MakeLongKey(value->first<4>(), index.isAscending[0] != 0), row);
+    else if (MakeKey(index, frame) != EKey::Absent)
+      sum += HashOfEntry(index.position, m_key, row);
+  }
   return sum;
 }
 
@@ -104,10 +106,7 @@ CRowEntries::EKey CRowEntries::MakeKey(const SIndex& index, const CRowFrame& fra
   bool isNull = true, isPlain = true;
   for (size_t i = 0; i < index.columns.size(); i++) {
     const CAccessColumn& column = *index.columns[i];
-    CRowFrame::Field value;
-    if (frame.IsPresent(column.number))
-      value = column.IsFixed() ? frame.FindFixed(column.fixedOffset, FixedWidthOf(column))
-                               : frame.FindVariable(column.variableIndex);
+    CRowFrame::Field value = FindValue(column, frame);
     isNull = isNull && !value;
     isPlain = isPlain && (value || !index.ignoresNulls);
     if (value && column.type == kTypeBinary) isPlain = isPlain && value->size() <= kLongestBinary;

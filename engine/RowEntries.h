@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "format/Bytes.h"
 #include "format/IndexKey.h"
 #include "format/PageLayout.h"
 #include "format/RowFrame.h"
@@ -17,7 +18,16 @@
 namespace tolvane {
 
 // Of an entry in the table's index at that position.
-uint64_t HashOfEntry(size_t index, std::span<const uint8_t> key, SRowPointer row);
+inline uint64_t HashOfEntry(size_t index, std::span<const uint8_t> key, SRowPointer row) {
+  constexpr uint64_t kMix = 0x9E3779B97F4A7C15;
+  uint64_t hash = (uint64_t{row.ToWord()} << 8 ^ index) * kMix;
+  for (; key.size() >= sizeof(uint64_t); key = key.subspan(sizeof(uint64_t)))
+    hash = (hash ^ hash >> 31 ^ GetLittle<uint64_t>(key, 0)) * kMix;
+  uint64_t rest = 1;  // tells how long it is
+  for (const uint8_t byte : key) rest = rest << 8 | byte;
+  hash = (hash ^ hash >> 31 ^ rest) * kMix;
+  return hash ^ hash >> 29;
+}
 
 class CRowEntries {
  public:
@@ -31,6 +41,8 @@ class CRowEntries {
     bool ignoresNulls;
     std::vector<const CAccessColumn*> columns;
     std::vector<uint8_t> isAscending;
+    // One long alone, the most frequent kind.
+    [[nodiscard]] bool IsLong() const { return columns.size() == 1 && columns[0]->type == kTypeLong; }
   };
   [[nodiscard]] const std::vector<SIndex>& GetIndexes() const { return m_indexes; }
 

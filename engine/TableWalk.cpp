@@ -238,6 +238,7 @@ void CTableWalk::LearnRows() {
   if (!m_rules.rowsMatchDefinition) return;
   if (m_witness != nullptr) m_entries.emplace(*m_table, m_layout);
   if (m_entries && m_entries->GetIndexes().empty()) m_entries.reset();
+  if (m_entries) m_witness->Begin(*m_table, *m_entries);
   m_profile.emplace(*m_table, m_layout, m_fields.GetShape());
   const size_t count = m_table->dataPages.GetCount();
   const size_t step = count / kPagesLearned + 1;

@@ -146,7 +146,6 @@ bool AppendValue(const SIndexKeyFormat& format, uint8_t type, Bytes value, EKeyO
       writer.Put(value[0]);
       return true;
     case kTypeInteger:
-    case kTypeLong:
     case kTypeCurrency:
     case kTypeComplex:
     case kTypeBigInt:
@@ -184,6 +183,11 @@ bool AppendIndexKey(const SIndexKeyFormat& format, uint8_t type, bool ascending,
   }
   const size_t length = LengthOfType(type);
   if (length != 0 && storageBytes->size() != length) return false;
+  if (type == kTypeLong) {
+    const auto part = MakeLongKey(storageBytes->first<4>(), ascending);
+    key.insert(key.end(), part.begin(), part.end());
+    return true;
+  }
   const size_t start = key.size();
   key.push_back(flags.value);
   if (AppendValue(format, type, *storageBytes, ascending ? EKeyOrder::Ascending : EKeyOrder::Descending,

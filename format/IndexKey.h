@@ -7,6 +7,7 @@
 //   any value      7F value    80 value (complemented where the type's rule says so)
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -36,5 +37,14 @@ inline constexpr size_t kIndexedMemoBytes = 640;
 // untouched, when no key is known for the value: the index must then be left out.
 bool AppendIndexKey(const SIndexKeyFormat& format, uint8_t type, bool ascending,
                     std::optional<std::span<const uint8_t>> storageBytes, std::vector<uint8_t>& key);
+
+// The part of a long that is not null, as AppendIndexKey makes it: most indexes have no other.
+inline std::array<uint8_t, 5> MakeLongKey(std::span<const uint8_t, 4> storageBytes, bool ascending) {
+  constexpr uint8_t kFlag = 0x7F, kSignBit = 0x80;
+  const auto mask = static_cast<uint8_t>(ascending ? 0x00 : 0xFF);
+  const auto part = [mask](int byte) { return static_cast<uint8_t>(byte ^ mask); };
+  return {part(kFlag), part(storageBytes[3] ^ kSignBit), part(storageBytes[2]), part(storageBytes[1]),
+          part(storageBytes[0])};
+}
 
 }  // namespace tolvane

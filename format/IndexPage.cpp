@@ -4,12 +4,6 @@
 
 namespace tolvane {
 
-uint32_t ReadBigEndian(std::span<const uint8_t> bytes) {
-  uint32_t value = 0;
-  for (const uint8_t byte : bytes) value = value << 8 | byte;
-  return value;
-}
-
 bool CIndexPage::Parse(const SIndexPageLayout& layout, std::span<const uint8_t> page,
                        std::u16string& problem) {
   m_layout = &layout;
@@ -33,10 +27,12 @@ bool CIndexPage::Parse(const SIndexPageLayout& layout, std::span<const uint8_t> 
 }
 
 void CIndexPage::GetEntry(size_t i, std::vector<uint8_t>& entry) const {
-  const auto area = m_page.begin() + static_cast<std::ptrdiff_t>(m_layout->entries);
-  const auto start = static_cast<std::ptrdiff_t>(i == 0 ? 0 : m_ends[i - 1]);
-  entry.assign(area, area + static_cast<std::ptrdiff_t>(i == 0 ? 0 : m_prefix));
-  entry.insert(entry.end(), area + start, area + m_ends[i]);
+  const std::span area = std::span(m_page).subspan(m_layout->entries);
+  const size_t prefix = i == 0 ? 0 : m_prefix, start = i == 0 ? 0 : m_ends[i - 1];
+  entry.resize(prefix + m_ends[i] - start);
+  std::copy_n(area.begin(), prefix, entry.begin());
+  std::copy_n(area.subspan(start).begin(), m_ends[i] - start,
+              entry.begin() + static_cast<std::ptrdiff_t>(prefix));
 }
 
 void EncodeIndexPage(const SIndexPageLayout& at, const SIndexPage& page, std::span<uint8_t> bytes) {

@@ -53,7 +53,11 @@ struct SIndexPage {
 void EncodeIndexPage(const SIndexPageLayout& at, const SIndexPage& page, std::span<uint8_t> bytes);
 
 // Numbers in entries are big-endian.
-uint32_t ReadBigEndian(std::span<const uint8_t> bytes);
+inline uint32_t ReadBigEndian(std::span<const uint8_t> bytes) {
+  uint32_t value = 0;
+  for (const uint8_t byte : bytes) value = value << 8 | byte;
+  return value;
+}
 
 // Hands over the rows that the entries of a leaf lead to; none where its mask cannot be followed.
 template <class F>
