@@ -49,12 +49,8 @@ CIndexedValues::CIndexedValues(CPageFile& file, const STableDefinition& definiti
       m_page(file.GetLayout()),
       m_bytes(file.GetLayout().pageSize) {}
 
-bool CIndexedValues::SetRow(std::span<const uint8_t> row) {
-  return m_frame.Cut(row, m_shape);
-}
-
 bool CIndexedValues::Read(const SColumnDefinition& column, std::optional<std::span<const uint8_t>>& value) {
-  if (!FindColumnValue(m_frame, column, value)) return false;
+  if (!m_isRow || !FindColumnValue(m_frame, column, value)) return false;
   if (!value || (column.type != kTypeText && column.type != kTypeMemo)) return true;
   std::span<const uint8_t> stored = *value;
   if (column.type == kTypeMemo && !ReadHead(*value, stored)) return false;
@@ -81,10 +77,7 @@ bool CIndexedValues::ReadHead(std::span<const uint8_t> reference, std::span<cons
 
 CIndexCollector::CIndexCollector(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
                                  size_t memory)
-    : m_layout(file.GetLayout()),
-      m_index(index),
-      m_values(file, definition),
-      m_sorter(file.GetTempFolder(), memory) {
+    : m_layout(file.GetLayout()), m_index(index), m_sorter(file.GetTempFolder(), memory) {
   for (const SIndexColumn& part : index.columns) {
     const SColumnDefinition* column = definition.FindColumn(part.number);
     m_columns.push_back(column);
@@ -98,8 +91,8 @@ SIndexKeyFormat CIndexCollector::FormatOf(const SColumnDefinition& column) const
   return {m_layout.keys, column.order.language, column.order.version};
 }
 
-EDaoError CIndexCollector::Add(std::span<const uint8_t> row, uint32_t pointer) {
-  if (!m_obstacle.empty() || !MakeKey(row)) return EDaoError::None;
+EDaoError CIndexCollector::Add(CIndexedValues& values, uint32_t pointer) {
+  if (!m_obstacle.empty() || !MakeKey(values)) return EDaoError::None;
   if (m_nullColumns > 0) m_nullRows++;
   const bool isAllNull = m_nullColumns == m_index.columns.size();
   if (isAllNull && (m_index.flags & kIndexIgnoreNulls) != 0) return EDaoError::None;
@@ -110,14 +103,13 @@ bool CIndexCollector::IsOrderUnknown() const {
   return m_obstacle == kUnknownOrder;
 }
 
-bool CIndexCollector::MakeKey(std::span<const uint8_t> row) {
+bool CIndexCollector::MakeKey(CIndexedValues& values) {
   m_key.clear();
   m_nullColumns = 0;
-  const bool isRow = m_values.SetRow(row);
   for (size_t i = 0; i < m_columns.size(); i++) {
     const SColumnDefinition& column = *m_columns[i];
     std::optional<std::span<const uint8_t>> value;
-    if (!isRow || !m_values.Read(column, value))
+    if (!values.Read(column, value))
       m_obstacle = u"a value of it cannot be read";
     else if (!AppendIndexKey(FormatOf(column), column.type, m_index.columns[i].ascending, value, m_key))
       m_obstacle = kUnknownOrder;
@@ -138,13 +130,13 @@ IndexCollectors MakeCollectors(CPageFile& file, const STableDefinition& definiti
 std::u16string DescribeKey(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
                            std::span<const uint8_t> row) {
   CIndexedValues values(file, definition);
-  const bool isRow = values.SetRow(row);
+  values.SetRow(row);
   std::u16string text;
   for (const SIndexColumn& part : index.columns) {
     const SColumnDefinition* column = definition.FindColumn(part.number);
     std::optional<std::span<const uint8_t>> value;
     if (!text.empty()) text += u", ";
-    const bool isThere = isRow && values.Read(*column, value) && value;
+    const bool isThere = values.Read(*column, value) && value;
     text += isThere ? DescribeValue(file.GetLayout().text, column->type, *value) : u"null";
   }
   return text;

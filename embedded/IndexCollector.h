@@ -26,9 +26,10 @@ class CIndexedValues {
   // Both must outlive the object; no long value of the table may change meanwhile.
   CIndexedValues(CPageFile& file, const STableDefinition& definition);
 
-  // False when it is no row of the table. Its bytes must stay.
-  bool SetRow(std::span<const uint8_t> row);
-  // `value` is valid until the next call; nullopt is null. False when it cannot be read.
+  // The row's bytes must stay.
+  void SetRow(std::span<const uint8_t> row) { m_isRow = m_frame.Cut(row, m_shape); }
+  // `value` is valid until the next call; nullopt is null. False when it cannot be read, or the bytes are no
+  // row of the table.
   bool Read(const SColumnDefinition& column, std::optional<std::span<const uint8_t>>& value);
 
  private:
@@ -37,6 +38,7 @@ class CIndexedValues {
   CPageFile& m_file;
   const SRowShape m_shape;
   CRowFrame m_frame;
+  bool m_isRow = false;
   CSlottedPage m_page;  // of long values
   uint32_t m_pageNumber = 0;
   std::vector<uint8_t> m_bytes, m_text;
@@ -48,8 +50,9 @@ class CIndexCollector {
   CIndexCollector(CPageFile& file, const STableDefinition& definition, const SRealIndex& index,
                   size_t memory);
 
-  // An error is the disk's; what the row says is noted instead.
-  EDaoError Add(std::span<const uint8_t> row, uint32_t pointer);
+  // The row is that of `values`, which the collectors of a table share. An error is the disk's; what the row
+  // says is noted instead.
+  EDaoError Add(CIndexedValues& values, uint32_t pointer);
 
   // Why the index cannot be built, behind "was left out: "; empty when it can.
   [[nodiscard]] std::u16string_view GetObstacle() const { return m_obstacle; }
@@ -63,13 +66,12 @@ class CIndexCollector {
 
  private:
   // False, with the obstacle noted, when the row has no key.
-  bool MakeKey(std::span<const uint8_t> row);
+  bool MakeKey(CIndexedValues& values);
   [[nodiscard]] SIndexKeyFormat FormatOf(const SColumnDefinition& column) const;
 
   const SLayout& m_layout;
   const SRealIndex& m_index;
   std::vector<const SColumnDefinition*> m_columns;  // of the index; null where the table has none such
-  CIndexedValues m_values;
   CIndexSorter m_sorter;
   std::vector<uint8_t> m_key;
   std::vector<uint8_t> m_allNullKey;

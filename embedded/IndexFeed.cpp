@@ -26,10 +26,12 @@ bool CIndexFeed::IsPossible(const STableDefinition& definition) {
 }
 
 CIndexFeed::CIndexFeed(CPageFile& file, const STableDefinition& definition)
-    : m_layout(file.GetLayout()),
+    : m_file(file),
+      m_definition(definition),
+      m_layout(file.GetLayout()),
       m_threads(file.GetThreads()),
       m_collectors(MakeCollectors(file, definition, 0)) {
-  m_workers.push_back(std::make_unique<SWorker>(m_layout));
+  m_workers.push_back(std::make_unique<SWorker>(m_file, m_definition));
   for (const auto& collector : m_collectors) m_workers.front()->collectors.push_back(collector.get());
 }
 
@@ -73,13 +75,14 @@ void CIndexFeed::PassBlock() {
   m_blockCame.notify_all();
 }
 
-// The collectors are dealt out to as many threads as there may be beside the one that stores rows. Where the
-// system has no room for them the rows' own thread does the work.
+// The collectors are dealt out to as many threads as there may be: the one that stores rows waits for them
+// where indexes are many, and where there is one it has most of the work. Where the system has no room for
+// them the rows' own thread does it.
 void CIndexFeed::StartThreads() {
   if (m_threads < 2 || m_workers.front()->thread.joinable() || m_workers.size() > 1) return;
   const std::vector<CIndexCollector*> all = std::move(m_workers.front()->collectors);
-  const size_t count = std::min<size_t>(m_threads - 1, all.size());
-  while (m_workers.size() < count) m_workers.push_back(std::make_unique<SWorker>(m_layout));
+  const size_t count = std::min<size_t>(m_threads, all.size());
+  while (m_workers.size() < count) m_workers.push_back(std::make_unique<SWorker>(m_file, m_definition));
   m_workers.front()->collectors.clear();
   for (size_t i = 0; i < all.size(); i++) m_workers[i % count]->collectors.push_back(all[i]);
   try {
@@ -115,10 +118,12 @@ void CIndexFeed::Collect(SWorker& worker, const SBlock& block) const {
   const std::span<const uint8_t> pages = block.pages;
   for (size_t i = 0; i < block.numbers.size(); i++) {
     if (!worker.page.Load(pages.subspan(i * m_layout.pageSize, m_layout.pageSize))) continue;
-    for (uint32_t row = 0; row < worker.page.GetRowCount(); row++)
+    for (uint32_t row = 0; row < worker.page.GetRowCount(); row++) {
+      worker.values.SetRow(worker.page.GetRow(row));
       for (CIndexCollector* const collector : worker.collectors)
         if (worker.error == EDaoError::None)
-          worker.error = collector->Add(worker.page.GetRow(row), MakeRowPointer(block.numbers[i], row));
+          worker.error = collector->Add(worker.values, MakeRowPointer(block.numbers[i], row));
+    }
   }
 }
 

@@ -50,9 +50,11 @@ class CIndexFeed {
   };
   using Block = std::shared_ptr<const SBlock>;
   struct SWorker {
-    explicit SWorker(const SLayout& layout) : page(layout) {}
+    SWorker(CPageFile& file, const STableDefinition& definition)
+        : page(file.GetLayout()), values(file, definition) {}
     std::vector<CIndexCollector*> collectors;
     CSlottedPage page;
+    CIndexedValues values;
     std::deque<Block> blocks;  // guarded by the feed's mutex
     EDaoError error = EDaoError::None;
     std::exception_ptr exception;
@@ -65,6 +67,8 @@ class CIndexFeed {
   void Collect(SWorker& worker, const SBlock& block) const;
   void End();
 
+  CPageFile& m_file;
+  const STableDefinition& m_definition;
   const SLayout& m_layout;
   const uint32_t m_threads;
   IndexCollectors m_collectors;

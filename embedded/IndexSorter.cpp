@@ -21,6 +21,11 @@ using Bytes = std::span<const uint8_t>;
 constexpr size_t kLengthSize = 2;
 constexpr size_t kMaxEntry = 0xFFFF;
 
+constexpr size_t kMostMemory = size_t{1} << 30;  // what records can tell places in
+
+// From here on sorting by bytes is faster than by comparisons.
+constexpr size_t kManyRecords = 1024;
+
 constexpr size_t kWriteBlock = size_t{256} << 10;
 // One merge pass: at the smallest buffer even a file of the largest size needs only a few thousand runs.
 constexpr size_t kSmallestReadBuffer = size_t{4} << 10;
@@ -39,22 +44,20 @@ bool StartsWith(Bytes bytes, Bytes prefix) {
 
 // Most entries differ in their first bytes, and a number is compared without a call.
 uint64_t PrefixOf(Bytes entry) {
-  std::array<uint8_t, sizeof(uint64_t)> bytes{};
-  std::copy_n(entry.begin(), std::min(entry.size(), bytes.size()), bytes.begin());
   uint64_t prefix = 0;
-  for (const uint8_t byte : bytes) prefix = prefix << 8 | byte;
-  return prefix;
+  for (const uint8_t byte : entry.first(std::min(entry.size(), sizeof(prefix)))) prefix = prefix << 8 | byte;
+  return entry.size() < sizeof(prefix) ? prefix << 8 * (sizeof(prefix) - entry.size()) : prefix;
 }
 
-void AppendRowPointer(uint32_t page, uint8_t row, std::vector<uint8_t>& bytes) {
-  for (int shift = 16; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(page >> shift));
-  bytes.push_back(row);
+void PutRowPointer(uint32_t page, uint8_t row, std::span<uint8_t, kRowPointerSize> bytes) {
+  for (size_t i = 0; i < 3; i++) bytes[i] = static_cast<uint8_t>(page >> (16 - 8 * i));
+  bytes[3] = row;
 }
 
 }  // namespace
 
 CIndexSorter::CIndexSorter(std::u16string_view folder, size_t memoryBound)
-    : m_folder(folder), m_memoryBound(memoryBound) {}
+    : m_folder(folder), m_memoryBound(std::min(memoryBound, kMostMemory)) {}
 
 CIndexSorter::~CIndexSorter() {
   if (m_path.empty()) return;
@@ -70,9 +73,12 @@ EDaoError CIndexSorter::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
   const size_t wanted = m_arena.size() + size + (m_records.size() + 1) * sizeof(SRecord);
   if (wanted > m_memoryBound / 2 && !m_records.empty() && !Spill()) return m_error;
   const size_t offset = m_arena.size();
-  m_arena.insert(m_arena.end(), key.begin(), key.end());
-  AppendRowPointer(page, row, m_arena);
-  m_records.push_back({PrefixOf(Bytes(m_arena).subspan(offset)), offset, size});
+  m_arena.resize(offset + size);
+  const std::span<uint8_t> entry = std::span(m_arena).subspan(offset);
+  std::copy(key.begin(), key.end(), entry.begin());
+  PutRowPointer(page, row, entry.last<kRowPointerSize>());
+  m_records.push_back({PrefixOf(entry), static_cast<uint32_t>(offset), static_cast<uint32_t>(size)});
+  m_entryCount++;
   return EDaoError::None;
 }
 
@@ -133,8 +139,39 @@ void CIndexSorter::SortRecords() {
   const auto isBefore = [this](const SRecord& a, const SRecord& b) {
     return a.prefix != b.prefix ? a.prefix < b.prefix : IsLess(BytesOf(a), BytesOf(b));
   };
-  if (!std::is_sorted(m_records.begin(), m_records.end(), isBefore))
+  if (std::is_sorted(m_records.begin(), m_records.end(), isBefore)) return;
+  if (m_records.size() < kManyRecords) {
     std::sort(m_records.begin(), m_records.end(), isBefore);
+    return;
+  }
+  SortByPrefix();
+  for (auto first = m_records.begin(); first != m_records.end();) {
+    const auto isOther = [first](const SRecord& record) { return record.prefix != first->prefix; };
+    const auto end = std::find_if(first, m_records.end(), isOther);
+    if (!std::is_sorted(first, end, isBefore)) std::sort(first, end, isBefore);
+    first = end;
+  }
+}
+
+// Byte by byte from the last one on, each time keeping the order of those before; bytes in which all records
+// agree cost nothing.
+void CIndexSorter::SortByPrefix() {
+  constexpr size_t kBytes = sizeof(SRecord::prefix), kValues = 256;
+  const auto byteOf = [](uint64_t prefix, size_t byte) {
+    return static_cast<size_t>(prefix >> 8 * byte & (kValues - 1));
+  };
+  std::array<std::array<size_t, kValues>, kBytes> counts{};
+  for (const SRecord& record : m_records)
+    for (size_t byte = 0; byte < kBytes; byte++) counts[byte][byteOf(record.prefix, byte)]++;
+  std::vector<SRecord> target(m_records.size());
+  for (size_t byte = 0; byte < kBytes; byte++) {
+    std::array<size_t, kValues>& next = counts[byte];
+    if (next[byteOf(m_records.front().prefix, byte)] == m_records.size()) continue;
+    size_t start = 0;
+    for (size_t& place : next) start += std::exchange(place, start);
+    for (const SRecord& record : m_records) target[next[byteOf(record.prefix, byte)]++] = record;
+    m_records.swap(target);
+  }
 }
 
 bool CIndexSorter::OpenFile() {
@@ -231,16 +268,15 @@ bool CIndexSorter::Advance(SRun& run, bool& isAtEnd) {
     run.position = 0;
     return true;
   }
-  uint8_t length[kLengthSize];
-  if (!Read(run, length)) return false;
-  run.entry.resize(GetLittle<uint16_t>(length, 0));
-  if (!Read(run, run.entry)) return false;
+  if (!Read(run, kLengthSize, run.entry)) return false;
+  if (!Read(run, GetLittle<uint16_t>(run.entry, 0), run.entry)) return false;
   run.prefix = PrefixOf(run.entry);
   return true;
 }
 
-bool CIndexSorter::Read(SRun& run, std::span<uint8_t> target) {
-  while (!target.empty()) {
+bool CIndexSorter::Read(SRun& run, size_t size, std::vector<uint8_t>& target) {
+  target.resize(size);
+  for (size_t done = 0; done < size;) {
     if (run.position == run.buffer.size()) {
       const size_t wanted = static_cast<size_t>(std::min<uint64_t>(m_bufferSize, run.end - run.next));
       run.buffer.resize(wanted);
@@ -250,10 +286,10 @@ bool CIndexSorter::Read(SRun& run, std::span<uint8_t> target) {
         return Fail(EDaoError::DiskError);
       run.next += wanted;
     }
-    const size_t count = std::min(target.size(), run.buffer.size() - run.position);
-    std::copy_n(run.buffer.begin() + static_cast<std::ptrdiff_t>(run.position), count, target.begin());
+    const size_t count = std::min(size - done, run.buffer.size() - run.position);
+    std::copy_n(&run.buffer[run.position], count, &target[done]);
     run.position += count;
-    target = target.subspan(count);
+    done += count;
   }
   return true;
 }

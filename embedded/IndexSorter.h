@@ -43,14 +43,16 @@ class CIndexSorter {
   // False at the end, and on a failure that GetError names.
   bool Next(SIndexEntry& entry);
 
+  // That were added.
+  [[nodiscard]] uint64_t GetEntryCount() const { return m_entryCount; }
   [[nodiscard]] EDaoError GetError() const { return m_error; }
   [[nodiscard]] size_t GetRunCount() const { return m_runs.size(); }  // on disk
 
  private:
   struct SRecord {    // one entry in m_arena
     uint64_t prefix;  // its first bytes as a number that sorts as they do
-    size_t offset;
-    size_t size;
+    uint32_t offset;
+    uint32_t size;
   };
   // A sorted run in the file, read through a buffer of its own.
   struct SRun {
@@ -64,6 +66,7 @@ class CIndexSorter {
 
   [[nodiscard]] std::span<const uint8_t> BytesOf(const SRecord& record) const;
   void SortRecords();
+  void SortByPrefix();
   bool Spill();
   bool OpenFile();
   bool WriteBlock(std::vector<uint8_t>& block);
@@ -71,7 +74,7 @@ class CIndexSorter {
   [[nodiscard]] bool IsRunBefore(size_t a, size_t b) const;
   void SiftDown(size_t position);
   bool Advance(SRun& run, bool& isAtEnd);
-  bool Read(SRun& run, std::span<uint8_t> target);
+  bool Read(SRun& run, size_t size, std::vector<uint8_t>& target);
   bool TakeFromRuns();
   bool RepeatsOpenKey();
   bool Fail(EDaoError error);
@@ -80,6 +83,7 @@ class CIndexSorter {
   size_t m_memoryBound;
   std::vector<uint8_t> m_arena;
   std::vector<SRecord> m_records;
+  uint64_t m_entryCount = 0;
   size_t m_nextRecord = 0;
   bool m_isSorted = false;
 

@@ -1,9 +1,11 @@
 #include "embedded/IndexTreeBuilder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <utility>
 
+#include "format/Bytes.h"
 #include "format/IndexPage.h"
 
 namespace tolvane {
@@ -19,8 +21,17 @@ void AppendChildPointer(uint32_t page, std::vector<uint8_t>& entry) {
 
 size_t CommonLength(Bytes a, Bytes b) {
   const size_t most = std::min(a.size(), b.size());
-  return static_cast<size_t>(
-      std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(most), b.begin()).first - a.begin());
+  size_t at = 0;
+  for (; most - at >= sizeof(uint64_t); at += sizeof(uint64_t))
+    if (const uint64_t other = GetLittle<uint64_t>(a, at) ^ GetLittle<uint64_t>(b, at); other != 0)
+      return at + static_cast<size_t>(std::countr_zero(other)) / 8;
+  while (at < most && a[at] == b[at]) at++;
+  return at;
+}
+
+// By the bytes that they share.
+bool IsBelow(Bytes a, Bytes b, size_t common) {
+  return common < b.size() && (common == a.size() || a[common] < b[common]);
 }
 
 }  // namespace
@@ -39,7 +50,6 @@ struct CIndexTreeBuilder::SPage {
 
   [[nodiscard]] bool IsLeaf() const { return level == 0; }
   [[nodiscard]] size_t LastStart() const { return ends.size() > 1 ? ends[ends.size() - 2] : 0; }
-  [[nodiscard]] Bytes First() const { return Bytes(entries).first(ends.front()); }
   [[nodiscard]] Bytes Last() const { return Bytes(entries).subspan(LastStart()); }
   // The last leaf entry at or below this page.
   [[nodiscard]] Bytes LastLeafEntry() const { return IsLeaf() ? Last() : Bytes(tailEntry); }
@@ -74,13 +84,16 @@ bool CIndexTreeBuilder::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
   if (m_closed) return false;
   m_closed = true;  // until the entry is in
   if (!SetEntry(key, page, row)) return false;
+  const size_t common = CommonLength(m_lastEntry, m_entry);
+  if (m_entryCount > 0 && !IsBelow(m_lastEntry, m_entry, common)) return false;
   SPage& leaf = *m_levels.front();
-  if (!Fits(leaf, m_entry) && !StartNextPage(leaf)) return false;
-  leaf.Append(m_entry, SharedPrefix(leaf, m_entry));
-  const Bytes lastKey =
-      Bytes(m_lastEntry).first(m_lastEntry.size() - std::min(m_lastEntry.size(), kRowPointerSize));
-  if (m_entryCount == 0 || !std::equal(key.begin(), key.end(), lastKey.begin(), lastKey.end()))
-    m_distinctKeys++;
+  size_t prefix = SharedPrefix(leaf, key.size(), common);
+  if (!Fits(leaf, m_entry.size(), prefix)) {
+    if (!StartNextPage(leaf)) return false;
+    prefix = SharedPrefix(leaf, key.size(), common);
+  }
+  leaf.Append(m_entry, prefix);
+  if (m_entryCount == 0 || m_entry.size() != m_lastEntry.size() || common < key.size()) m_distinctKeys++;
   m_entryCount++;
   m_entry.swap(m_lastEntry);
   m_closed = false;
@@ -89,24 +102,24 @@ bool CIndexTreeBuilder::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
 
 bool CIndexTreeBuilder::SetEntry(std::span<const uint8_t> key, uint32_t page, uint8_t row) {
   if (page > kMaxRowPage || key.size() > m_layout.LongestKey()) return false;
-  m_entry.assign(key.begin(), key.end());
-  for (int shift = 16; shift >= 0; shift -= 8) m_entry.push_back(static_cast<uint8_t>(page >> shift));
-  m_entry.push_back(row);
-  return m_entryCount == 0 || m_lastEntry < m_entry;
+  m_entry.resize(key.size() + kRowPointerSize);
+  std::copy(key.begin(), key.end(), m_entry.begin());
+  const std::span<uint8_t> pointer = std::span(m_entry).subspan(key.size());
+  for (size_t i = 0; i < 3; i++) pointer[i] = static_cast<uint8_t>(page >> (16 - 8 * i));
+  pointer[3] = row;
+  return true;
 }
 
-// Entries ascend, so what the first and the last share is shared by all. The row pointer stays out of the
-// prefix: pages whose prefix reaches into it were never seen. Nodes use no prefix.
-size_t CIndexTreeBuilder::SharedPrefix(const SPage& page, std::span<const uint8_t> entry) const {
-  if (!page.IsLeaf()) return 0;
-  const size_t keySize = entry.size() - kRowPointerSize;
-  if (page.ends.empty()) return std::min(keySize, (size_t{1} << (8 * m_layout.prefixWidth)) - 1);
-  return std::min({page.prefix, keySize, CommonLength(page.First(), entry)});
+// Entries ascend, so what each shares with the one before it is shared by all. The row pointer stays out of
+// the prefix: pages whose prefix reaches into it were never seen.
+size_t CIndexTreeBuilder::SharedPrefix(const SPage& leaf, size_t keySize, size_t common) const {
+  if (leaf.ends.empty()) return std::min(keySize, (size_t{1} << (8 * m_layout.prefixWidth)) - 1);
+  return std::min({leaf.prefix, keySize, common});
 }
 
-bool CIndexTreeBuilder::Fits(const SPage& page, std::span<const uint8_t> entry) const {
-  const size_t saved = SharedPrefix(page, entry) * page.ends.size();
-  return page.entries.size() + entry.size() - saved <= m_layout.Capacity();
+// Nodes use no prefix.
+bool CIndexTreeBuilder::Fits(const SPage& page, size_t entrySize, size_t prefix) const {
+  return page.entries.size() + entrySize - prefix * page.ends.size() <= m_layout.Capacity();
 }
 
 bool CIndexTreeBuilder::AddChild(size_t level, std::span<const uint8_t> lastEntry, uint32_t child) {
@@ -117,7 +130,7 @@ bool CIndexTreeBuilder::AddChild(size_t level, std::span<const uint8_t> lastEntr
   SPage& node = *m_levels[level];
   if (node.tail != 0) {
     AppendChildPointer(node.tail, node.tailEntry);
-    if (!Fits(node, node.tailEntry)) {
+    if (!Fits(node, node.tailEntry.size(), 0)) {
       if (!SplitNode(node)) return false;
     } else {
       node.Append(node.tailEntry, 0);

@@ -41,8 +41,9 @@ class CIndexTreeBuilder {
   struct SPage;
 
   bool SetEntry(std::span<const uint8_t> key, uint32_t page, uint8_t row);
-  [[nodiscard]] bool Fits(const SPage& page, std::span<const uint8_t> entry) const;
-  [[nodiscard]] size_t SharedPrefix(const SPage& page, std::span<const uint8_t> entry) const;
+  // What a leaf's entries and one more share that shares so much with the entry before it.
+  [[nodiscard]] size_t SharedPrefix(const SPage& leaf, size_t keySize, size_t common) const;
+  [[nodiscard]] bool Fits(const SPage& page, size_t entrySize, size_t prefix) const;
   bool AddChild(size_t level, std::span<const uint8_t> lastEntry, uint32_t child);
   bool SplitNode(SPage& node);
   bool StartNextPage(SPage& page);

@@ -11,6 +11,7 @@
 #include "embedded/IndexCollector.h"
 #include "embedded/IndexFeed.h"
 #include "embedded/IndexTreeBuilder.h"
+#include "embedded/SortedEntries.h"
 #include "embedded/TableStore.h"
 #include "embedded/UsageMap.h"
 #include "platform/Text.h"
@@ -161,9 +162,11 @@ bool CIndexRebuild::UseKnownOrders() {
 
 CDaoResult CIndexRebuild::Collect() {
   EDaoError error = EDaoError::None;
+  CIndexedValues values(m_file, m_definition);
   CDaoResult result = m_table.ForEachRow([&](std::span<const uint8_t> row, uint32_t pointer) {
+    values.SetRow(row);
     for (const auto& collector : m_collectors)
-      if (collector && error == EDaoError::None) error = collector->Add(row, pointer);
+      if (collector && error == EDaoError::None) error = collector->Add(values, pointer);
     return error == EDaoError::None;
   });
   return result.IsOk() && error != EDaoError::None ? CannotSort(m_file, error) : result;
@@ -221,9 +224,10 @@ CDaoResult CIndexRebuild::BuildTree(size_t index, SRepeats& repeats) {
   if (CDaoResult result = pages.Load(); !result.IsOk()) return result;
   CIndexTreeBuilder builder(m_file.GetLayout().index, m_table.GetPage(), real.root, pages.MakeSink());
   const std::span<const uint8_t> allNull = collector.GetAllNullKey();
+  CSortedEntries entries(sorter, m_file.GetThreads());
   SIndexEntry entry;
   bool isSound = true;
-  while (isSound && sorter.Next(entry)) {
+  while (isSound && entries.Next(entry)) {
     isSound = builder.Add(entry.key, entry.page, entry.row);
     if (!entry.repeatsKey || std::equal(entry.key.begin(), entry.key.end(), allNull.begin(), allNull.end()))
       continue;
