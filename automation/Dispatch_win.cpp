@@ -137,7 +137,7 @@ struct SFill {
 };
 
 // An engine may leave the words to a second question.
-SCallEnd MakeCallEnd(EXCEPINFO& raised) {
+SCallEnd TakeException(EXCEPINFO& raised) {
   if (raised.pfnDeferredFillIn != nullptr) raised.pfnDeferredFillIn(&raised);
   SCallEnd end;
   end.description = FromBstr(raised.bstrDescription);
@@ -238,7 +238,7 @@ SCallEnd CDispatchObject::Invoke(ECall kind, std::u16string_view name, const Aut
   UINT wrong = 0;
   const HRESULT result = m_dispatch->Invoke(number, IID_NULL, kCallLocale, flags, &parameters,
                                             kind == ECall::Put ? nullptr : taken.Get(), &raised, &wrong);
-  if (result == DISP_E_EXCEPTION) return MakeCallEnd(raised);
+  if (result == DISP_E_EXCEPTION) return TakeException(raised);
   if (FAILED(result)) return MakeCallEnd(result);
   if (answer != nullptr) *answer = ToValue(*taken.Get());
   return {};

@@ -60,7 +60,7 @@ std::string DrawBadPages(const SExamination& findings, const SPageStyle& style) 
 
 std::string DrawPages(const SExamination& findings, const SArguments& arguments, const SPageStyle& style) {
   const SPageTotals& totals = findings.totals;
-  constexpr size_t kUsualWidth = 80;
+  constexpr size_t kMapWidth = 80;
   std::string text = Heading("Source", style) + "  " + ToDisplay(arguments.source) + "\n  " +
                      (totals.isJet3 ? "Jet 3" : "Jet 4 or ACE") + ", " + Counted(totals.pages, "page") +
                      " of " + std::to_string(totals.pageSize) + " bytes";
@@ -68,7 +68,7 @@ std::string DrawPages(const SExamination& findings, const SArguments& arguments,
     text += ", " + Counted(totals.leadingBytes, "foreign byte") + " in front of the first";
   if (totals.partialBytes > 0) text += ", " + Counted(totals.partialBytes, "byte") + " behind the last";
   text += "\n\n" + Heading("Pages", style) + DrawKinds(findings, style) + "\n" + Heading("Map", style) +
-          DrawPageMap(findings.blocks, style.width > 0 ? style.width : kUsualWidth);
+          DrawPageMap(findings.blocks, style.width > 0 ? style.width : kMapWidth);
   if (findings.badPageCount > 0)
     text += "\n" + Heading("Damaged or without an owner", style) + DrawBadPages(findings, style);
   return text;
