@@ -99,7 +99,7 @@ test_sanitizers() {
 }
 
 # What several threads do, under the sanitizer that sees them meet.
-threaded=(status engine embedded)
+threaded=(status engine embedded app)
 
 build_threads() {
   cmake -S "$root" --preset threads && ninja -C "$root/build/threads" -j "$jobs" "${threaded[@]/%/_tests}"
@@ -107,7 +107,7 @@ build_threads() {
 
 test_threads() {
   TSAN_OPTIONS=halt_on_error=1 ctest --test-dir "$root/build/threads" -j "$jobs" -LE slow --no-tests=error \
-    -R '^(status\.|engine\.(Threads|Progress|.*Repair)|embedded\..*AnyNumberOfThreads)'
+    -R '^(status\.|app\.(Workflow|RecordStore)|engine\.(Threads|Progress|.*Repair)|embedded\..*AnyNumberOfThreads)'
 }
 
 # Each test program once as a whole: starting one a test costs a second each. Some open windows, on a screen
