@@ -31,7 +31,7 @@ struct SPageStretch {
 
 class CPageReader {
  public:
-  static constexpr size_t kLargestBlock = size_t{1} << 20;
+  static constexpr size_t kLargestBlock = size_t{1} << 18;
   static constexpr size_t kCachedPages = 64;
 
   CPageReader() = default;
