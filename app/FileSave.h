@@ -62,6 +62,8 @@ class COvFileSave {
   [[nodiscard]] EOutputState GetOutputState() const { return m_verdict.state; }
   // The database is whole and has its name.
   [[nodiscard]] bool IsComplete() const { return m_isComplete; }
+  [[nodiscard]] bool HasRun() const { return m_writer != nullptr; }
+  // Of a save that has run.
   [[nodiscard]] const SSaveSummary& GetSummary() const { return m_writer->GetSummary(); }
 
  private:

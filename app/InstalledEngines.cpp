@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "automation/AutomationEngine.h"
+#include "platform/Files.h"
 
 namespace tolvane {
 
@@ -13,10 +14,10 @@ constexpr std::chrono::seconds kProbeLimit{10};
 
 }  // namespace
 
-SInstalledEngines FindInstalledEngines() {
+SInstalledEngines FindInstalledEngines(bool triesFormats) {
   CEngineThread thread(MakeSystemServers(), {.call = kProbeLimit});
   SInstalledEngines found;
-  found.engines = ListInstalledEngines(thread);
+  found.engines = ListInstalledEngines(thread, triesFormats ? GetTempFolder() : std::u16string());
   found.problem = DescribeMissingEngine(thread.GetServers(), found.engines);
   return found;
 }

@@ -20,7 +20,8 @@ struct SInstalledEngines {
   [[nodiscard]] bool IsUsable() const { return problem.empty(); }
 };
 // Starts each of them; may take a second, and at most ten for one that hangs.
-SInstalledEngines FindInstalledEngines();
+// `triesFormats`: each also makes an empty database of every format.
+SInstalledEngines FindInstalledEngines(bool triesFormats = false);
 
 // `isWanted`: whether the user still waits for it, asked from the save's thread; empty: always.
 std::unique_ptr<CDaoEngine> MakeInstalledEngine(ERules rules, std::function<bool()> isWanted);

@@ -34,6 +34,7 @@ class CAutomationEngine : public CDaoEngine {
     m_className.clear();
     m_state->waiting.clear();
   }
+  [[nodiscard]] std::vector<CDaoEngineError> TakeErrors() override { return m_state->thread.TakeErrors(); }
 
  private:
   CDaoResult Take(std::u16string_view className);

@@ -5,6 +5,7 @@
 
 #include "automation/EngineCalls.h"
 #include "automation/ValueConversion.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -52,9 +53,10 @@ CAutomationRecordset::CAutomationRecordset(std::shared_ptr<SEngineState> state, 
     : m_state(std::move(state)),
       m_recordset(std::move(recordset)),
       m_fieldList(std::move(fields)),
+      m_name(table),
       m_refused(std::move(database), table) {
   if (const auto waiting = m_state->waiting.find(table); waiting != m_state->waiting.end())
-    m_calculated = waiting->second.calculated;
+    m_calculated = waiting->second.calculated, m_counter = waiting->second.counter;
 }
 
 CAutomationRecordset::~CAutomationRecordset() {
@@ -110,6 +112,11 @@ CDaoResult CAutomationRecordset::SetFieldValue(size_t index, const SValue& value
   if (!MakeAutomationValue(value, made))
     return {EDaoError::DataConversion, u"The value has more digits than the installed engine takes."};
   FixLocale(*field, made);
+  if (m_counter && m_counter->index == index) {
+    const auto* const number = std::get_if<int32_t>(&made);
+    const auto* const text = std::get_if<std::u16string>(&made);
+    m_number = number != nullptr ? *number : text != nullptr ? LeadingInteger(*text) : 0;
+  }
   CEngineCalls calls(EOperation::Value);
   calls.Put(field->object, u"Value", std::move(made));
   return calls.GetResult();
@@ -154,6 +161,9 @@ CDaoResult CAutomationRecordset::Update() {
   m_isAdding = false;
   CEngineCalls calls(EOperation::Update);
   calls.Do(m_recordset, u"Update");
+  const int64_t number = std::exchange(m_number, 0);
+  if (calls.IsOk() && m_counter && number > m_counter->highest && number <= INT32_MAX)
+    m_counter->highest = static_cast<int32_t>(number);
   if (calls.IsOk()) return CDaoResult::Ok();
   CDaoResult refusal = calls.GetResult();
   if (calls.GetEnd().isGone) return refusal;
@@ -166,6 +176,8 @@ CDaoResult CAutomationRecordset::Update() {
 CDaoResult CAutomationRecordset::Close() {
   if (!m_recordset) return CDaoResult::Ok();
   if (m_isAdding) CancelRow();
+  if (const auto waiting = m_state->waiting.find(m_name); waiting != m_state->waiting.end())
+    waiting->second.counter = m_counter;
   std::u16string text = m_refused.Close();
   m_fields.clear();
   m_fieldList.reset();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,6 +52,9 @@ class CAutomationRecordset : public CDaoRecordset {
   AutomationObject m_fieldList;
   std::vector<SField> m_fields;  // those that were used
   std::vector<size_t> m_calculated;
+  std::optional<SCounter> m_counter;
+  int64_t m_number = 0;         // the counter's of the new row
+  const std::u16string m_name;  // of the table
   CRefusedRows m_refused;
   bool m_isAdding = false;
 };

@@ -78,6 +78,8 @@ CDaoResult CAutomationTableDef::CreateField(const CDaoFieldInfo& info) {
   if (!info.expression.empty()) m_waiting.calculated.push_back(m_fields);
   if (const int32_t attributes = AttributesToLookAt(info); attributes != 0 && m_state->options.keysLast)
     m_waiting.attributes.emplace_back(info.name, attributes);
+  if ((info.attributes & kDaoAutoIncrement) != 0)
+    m_waiting.counter = SCounter{info.name, m_fields, info.lastNumber};
   if (!info.properties.empty()) m_waiting.fieldProperties.emplace_back(info.name, info.properties);
   ++m_fields;
   return CDaoResult::Ok();

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,14 @@
 
 namespace tolvane {
 
+// A table's AutoNumber, which counts on behind the last number that it gave out, even if that row is deleted.
+struct SCounter {
+  std::u16string field;
+  size_t index = 0;
+  int32_t last = 0;     // as the source has it
+  int32_t highest = 0;  // of the stored rows; an engine counts on behind it
+};
+
 // Of one table, until its rows are there: keys, which would refuse rows, and properties, of which some would
 // refuse rows and others fill empty fields.
 struct SWaitingTable {
@@ -21,6 +30,7 @@ struct SWaitingTable {
   std::vector<CDaoProperty> properties;
   std::vector<std::pair<std::u16string, std::vector<CDaoProperty>>> fieldProperties;
   std::vector<size_t> calculated;  // fields whose values the engine makes
+  std::optional<SCounter> counter;
   // Fields with attributes that engines may drop without a word; to be looked at once stored.
   std::vector<std::pair<std::u16string, int32_t>> attributes;
 };

@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/Hex.h"
+
 namespace tolvane {
 
 namespace {
@@ -15,9 +17,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kLook{200};  // how often a waiting caller looks up
 constexpr int32_t kGoneNumber = -1;
 
-SCallEnd Gone() {
-  return {kGoneNumber, u"The installed database engine does not answer any more.", true};
-}
+// What collections answer that lack a member: no failure, for it was a question.
+constexpr int32_t kNoItem = 3265, kNoProperty = 3270;
 
 bool IsLong(std::u16string_view name) {
   return name == u"Append" || name == u"Close";
@@ -33,17 +34,25 @@ struct CEngineThread::SState {
     bool isDone = false;
   };
 
-  SState(std::shared_ptr<CAutomationServers> offered, SCallLimits given)
-      : servers(std::move(offered)), limits(std::move(given)) {}
+  SState(std::shared_ptr<CAutomationServers> offered, SCallLimits given,
+         std::shared_ptr<std::vector<CDaoEngineError>> list)
+      : servers(std::move(offered)), limits(std::move(given)), errors(std::move(list)) {}
 
   // On the thread.
   void Work();
   // From the callers. The work owns all that it touches: it may outlive the call.
   SCallEnd Run(std::function<SCallEnd()> work, std::chrono::milliseconds limit);
   void Post(std::function<SCallEnd()> work);
+  // From the callers: keeps a failed call in mind.
+  void Note(std::u16string_view call, const SCallEnd& end) const;
+  // The number that says it; 0 for an engine that hangs.
+  SCallEnd GiveUp(int32_t number);
 
   const std::shared_ptr<CAutomationServers> servers;
   const SCallLimits limits;
+  const std::shared_ptr<std::vector<CDaoEngineError>> errors;
+  std::u16string className;  // of the engine, for the callers
+  SCallEnd gone;             // once it is
   std::mutex mutex;
   std::condition_variable wake, done;
   std::deque<std::shared_ptr<SCall>> calls;
@@ -64,7 +73,6 @@ void CEngineThread::SState::Work() {
     SCallEnd end = call->work();
     call->work = nullptr;  // what it owned is let go here
     lock.lock();
-    if (end.isGone) isGone = true;
     call->end = std::move(end);
     call->isDone = true;
     done.notify_all();
@@ -83,7 +91,7 @@ void CEngineThread::SState::Post(std::function<SCallEnd()> work) {
 
 SCallEnd CEngineThread::SState::Run(std::function<SCallEnd()> work, std::chrono::milliseconds limit) {
   std::unique_lock lock(mutex);
-  if (isGone || hasEnded) return Gone();
+  if (isGone || hasEnded) return gone;
   auto call = std::make_shared<SCall>();
   call->work = std::move(work);
   calls.push_back(call);
@@ -96,10 +104,34 @@ SCallEnd CEngineThread::SState::Run(std::function<SCallEnd()> work, std::chrono:
       end = std::min(end, Clock::now() + limits.unwanted);
     }
     if (Clock::now() < end) continue;
-    isGone = isHanging = true;
-    return Gone();
+    isHanging = true;
+    return GiveUp(0);
   }
-  return call->end;
+  return call->end.isGone ? GiveUp(call->end.number) : call->end;
+}
+
+SCallEnd CEngineThread::SState::GiveUp(int32_t number) {
+  isGone = true;
+  const std::u16string name =
+      u"The database engine" + (className.empty() ? std::u16string() : u" " + className);
+  gone = number == 0 ? SCallEnd{kGoneNumber, name + u" does not answer: it hangs.", true}
+                     : SCallEnd{number,
+                                name +
+                                    u" does not answer any more: it ended, or lost its connection, in the "
+                                    u"middle of its work (system error " +
+                                    u"0x" + ToHex(static_cast<uint32_t>(number), 8, u'0') + u").",
+                                true};
+  return gone;
+}
+
+void CEngineThread::SState::Note(std::u16string_view call, const SCallEnd& end) const {
+  if (end.IsOk() || (call == u"Item" && (end.number == kNoItem || end.number == kNoProperty))) return;
+  for (CDaoEngineError& error : *errors)
+    if (error.number == end.number && error.call == call) {
+      ++error.count;
+      return;
+    }
+  errors->push_back({end.number, std::u16string(call), end.description, 1});
 }
 
 namespace {
@@ -130,6 +162,7 @@ class CDistantObject : public CAutomationObject {
         m_state->Run([object = m_object, kind, called = std::u16string(name), held = std::move(held),
                       taken] { return object->Invoke(kind, called, held, taken.get()); },
                      IsLong(name) ? m_state->limits.longCall : m_state->limits.call);
+    m_state->Note(name, end);
     // Whoever was given up may still be writing there.
     if (end.isGone || answer == nullptr) return end;
     *answer = std::move(*taken);
@@ -146,7 +179,9 @@ class CDistantObject : public CAutomationObject {
 }  // namespace
 
 CEngineThread::CEngineThread(std::unique_ptr<CAutomationServers> servers, SCallLimits limits)
-    : m_servers(std::move(servers)), m_limits(std::move(limits)) {}
+    : m_servers(std::move(servers)),
+      m_limits(std::move(limits)),
+      m_errors(std::make_shared<std::vector<CDaoEngineError>>()) {}
 
 CEngineThread::~CEngineThread() {
   End();
@@ -154,7 +189,7 @@ CEngineThread::~CEngineThread() {
 
 SCallEnd CEngineThread::Start() {
   if (m_state) return {};
-  m_state = std::make_shared<SState>(m_servers, m_limits);
+  m_state = std::make_shared<SState>(m_servers, m_limits, m_errors);
   try {
     std::thread([state = m_state] { state->Work(); }).detach();
   } catch (const std::system_error&) {
@@ -169,9 +204,11 @@ SCallEnd CEngineThread::Start() {
 SCallEnd CEngineThread::Create(std::u16string_view className, AutomationObject& object) {
   if (SCallEnd started = Start(); !started.IsOk()) return started;
   auto made = std::make_shared<AutomationObject>();
+  m_state->className = className;
   SCallEnd end = m_state->Run([state = m_state.get(), name = std::u16string(className),
                                made] { return state->servers->Create(name, *made); },
                               m_limits.call);
+  m_state->Note(className, end);
   if (end.IsOk()) object = std::make_shared<CDistantObject>(m_state, std::move(*made));
   return end;
 }

@@ -7,8 +7,11 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "automation/AutomationObject.h"
+#include "dao/dao.h"
 
 namespace tolvane {
 
@@ -35,6 +38,8 @@ class CEngineThread {
   SCallEnd Create(std::u16string_view className, AutomationObject& object);
   bool ReadText(std::u16string_view text, const AutomationValue& kind, AutomationValue& value);
   [[nodiscard]] const CAutomationServers& GetServers() const { return *m_servers; }
+  // What calls of objects answered that failed, since the last question.
+  std::vector<CDaoEngineError> TakeErrors() { return std::exchange(*m_errors, {}); }
 
   // The objects must be released. The next Create starts anew, on a thread of its own even if this one hangs.
   void End();
@@ -46,7 +51,8 @@ class CEngineThread {
 
   const std::shared_ptr<CAutomationServers> m_servers;
   const SCallLimits m_limits;
-  std::shared_ptr<SState> m_state;  // while a thread runs
+  const std::shared_ptr<std::vector<CDaoEngineError>> m_errors;  // of the callers alone
+  std::shared_ptr<SState> m_state;                               // while a thread runs
 };
 
 }  // namespace tolvane

@@ -5,6 +5,7 @@
 #include "automation/AutomationTableDef.h"
 #include "automation/EngineCalls.h"
 #include "automation/EngineProperties.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -23,10 +24,47 @@ bool EndsAll(EDaoError code) {
   return code == EDaoError::EngineGone || code == EDaoError::DiskFull || code == EDaoError::DiskError;
 }
 
+constexpr int32_t kFailOnError = 128;
+
+std::u16string LostCounter(const SCounter& counter) {
+  return u"AutoNumber \"" + counter.field + u"\" counts on behind " + ToDecimal(counter.highest) +
+         u", its highest number, and not behind " + ToDecimal(counter.last) + u", as in the source";
+}
+
 class CCompletion {
  public:
   CCompletion(AutomationObject tableDef, const std::function<bool()>& isWanted, CDaoTableChange& change)
       : m_tableDef(std::move(tableDef)), m_isWanted(isWanted), m_change(change) {}
+
+  // No call sets the next number: a row that is added and deleted again does. No stored row has that number.
+  CDaoResult RaiseCounter(const AutomationObject& database, std::u16string_view table,
+                          const SCounter& counter) {
+    if (IsStopped()) {
+      ++m_change.properties;
+      return CDaoResult::Ok();
+    }
+    const std::u16string field = u"[" + counter.field + u"]", number = ToDecimal(counter.last);
+    const std::u16string of = u"[" + Text(table) + u"]";
+    CEngineCalls added(EOperation::Update), removed(EOperation::Update);
+    added.Do(database, u"Execute",
+             {u"INSERT INTO " + of + u" (" + field + u") VALUES (" + number + u")", kFailOnError});
+    if (added.IsOk())
+      removed.Do(database, u"Execute",
+                 {u"DELETE FROM " + of + u" WHERE " + field + u" = " + number, kFailOnError});
+    for (const CEngineCalls* calls : {&added, &removed}) {
+      const CDaoResult result = calls->GetResult();
+      if (result.IsOk()) continue;
+      if (EndsAll(result.code)) return result;
+      ++m_change.properties;
+      Tell(calls == &added
+               ? LostCounter(counter) + u": " + result.text
+               : u"The record " + field + u" = " + number +
+                     u" is none of the source's: it raised the AutoNumber, and the engine did not "
+                     u"delete it again. Delete it by hand: " +
+                     result.text);
+    }
+    return CDaoResult::Ok();
+  }
 
   // Only told: the field is there, and its values are.
   CDaoResult LookAtField(const std::u16string& name, int32_t attributes) {
@@ -111,9 +149,13 @@ class CCompletion {
   bool m_isStopped = false;
 };
 
+bool LacksNumbers(const SWaitingTable& table) {
+  return table.counter && table.counter->last > table.counter->highest;
+}
+
 void LoseAll(const SWaitingTable& table, CDaoTableChange& change, std::u16string_view reason) {
   change.indexes += table.indexes.size();
-  change.properties += table.properties.size();
+  change.properties += table.properties.size() + (LacksNumbers(table) ? 1 : 0);
   for (const auto& [field, properties] : table.fieldProperties) change.properties += properties.size();
   if (change.indexes + change.properties != 0) change.text = reason;
 }
@@ -124,7 +166,7 @@ CDaoResult CompleteTable(const AutomationObject& database, std::u16string_view n
                          const SWaitingTable& table, const std::function<bool()>& isWanted,
                          CDaoTableChange& change) {
   if (table.indexes.empty() && table.properties.empty() && table.fieldProperties.empty() &&
-      table.attributes.empty())
+      table.attributes.empty() && !LacksNumbers(table))
     return CDaoResult::Ok();
   if (isWanted && !isWanted()) {
     LoseAll(table, change, kStopped);
@@ -138,6 +180,9 @@ CDaoResult CompleteTable(const AutomationObject& database, std::u16string_view n
     return CDaoResult::Ok();
   }
   CCompletion completion(tableDef, isWanted, change);
+  if (LacksNumbers(table))
+    if (CDaoResult result = completion.RaiseCounter(database, name, *table.counter); !result.IsOk())
+      return result;
   for (const auto& [field, attributes] : table.attributes)
     if (CDaoResult result = completion.LookAtField(field, attributes); !result.IsOk()) return result;
   for (const CDaoIndexInfo& index : table.indexes)

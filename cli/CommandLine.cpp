@@ -59,6 +59,8 @@ Json DescribeFailure(CSession& session, const SFailure& failure) {
   Json result = MakeFailure(session.GetArguments(), failure);
   if (failure.status != EExitStatus::Stopped && session.GetReport().IsVerdictKnown())
     result["verdict"] = DescribeVerdict(session.GetReport().Collect());
+  if (const COvFileSave& save = session.GetJob().GetSave(); save.HasRun())
+    AddEngineErrors(save.GetSummary(), result);
   return result;
 }
 

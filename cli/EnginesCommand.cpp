@@ -14,18 +14,41 @@ namespace tolvane {
 
 namespace {
 
+std::string_view NameOfVersion(int32_t version) {
+  return version == kDaoVersionJet3   ? "Access 97"
+         : version == kDaoVersionJet4 ? "Access 2000"
+                                      : "Access 2007";
+}
+
+// What is said of an engine that can be used.
+std::string Remark(const SInstalledEngine& engine) {
+  if (!engine.problem.empty()) return ToDisplay(engine.problem);
+  std::string text = "can be used";
+  for (const SRefusedFormat& refused : engine.refused)
+    text += "; makes no " + std::string(NameOfVersion(refused.version)) +
+            " databases: " + ToDisplay(refused.reason);
+  if (!engine.refused.empty()) text += ". The program's own engine makes these: leave --engine dao out";
+  return text;
+}
+
 Json DescribeEngine(const char* choice, const SInstalledEngine& engine) {
+  Json refused = Json::array();
+  for (const SRefusedFormat& format : engine.refused)
+    refused.push_back({{"format", NameOfVersion(format.version)},
+                       {"errorNumber", format.number},
+                       {"reason", ToUtf8(format.reason)}});
   return {{"engine", choice},
           {"class", engine.className.empty() ? Json() : Json(ToUtf8(engine.className))},
           {"version", engine.version.empty() ? Json() : Json(ToUtf8(engine.version))},
           {"usable", engine.problem.empty()},
-          {"reason", engine.problem.empty() ? Json() : Json(ToUtf8(engine.problem))}};
+          {"reason", engine.problem.empty() ? Json() : Json(ToUtf8(engine.problem))},
+          {"refusedFormats", std::move(refused)}};
 }
 
 }  // namespace
 
 SCommandEnd RunEngines(const SArguments& arguments) {
-  const SInstalledEngines found = FindInstalledEngines();
+  const SInstalledEngines found = FindInstalledEngines(true);
   const char* const own = NameOf(EEngineChoice::Embedded);
   const char* const installed = NameOf(EEngineChoice::Dao);
   if (arguments.isJson) {
@@ -43,8 +66,7 @@ SCommandEnd RunEngines(const SArguments& arguments) {
   for (const char* heading : {"Engine", "Class", "Version", "Remark"}) drawn.AddColumn(heading);
   drawn.AddRow({own, "", "", "the program's own; the default"});
   for (const SInstalledEngine& engine : found.engines)
-    drawn.AddRow({installed, ToDisplay(engine.className), ToDisplay(engine.version),
-                  engine.problem.empty() ? "can be used" : ToDisplay(engine.problem)});
+    drawn.AddRow({installed, ToDisplay(engine.className), ToDisplay(engine.version), Remark(engine)});
   std::string text = drawn.Draw(OutputStyle().width);
   if (!found.IsUsable()) text += "\n" + ToDisplay(found.problem) + "\n";
   if (auto failure = Print(text)) return *failure;

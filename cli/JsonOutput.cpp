@@ -234,7 +234,18 @@ Json DescribeSaving(const SSaveSummary& summary) {
                 {"notes", std::move(notes)}};
   if (summary.valuesSaved > 0) saved["complexValues"] = summary.valuesSaved;
   if (summary.recordsMoved > 0) saved["recordsMoved"] = summary.recordsMoved;
+  AddEngineErrors(summary, saved);
   return saved;
+}
+
+void AddEngineErrors(const SSaveSummary& summary, Json& result) {
+  for (const CDaoEngineError& error : summary.engineErrors) {
+    Json described = {{"number", error.number},
+                      {"description", ToUtf8(error.description)},
+                      {"call", ToUtf8(error.call)},
+                      {"count", error.count}};
+    result["engineErrors"].push_back(std::move(described));
+  }
 }
 
 bool PrintJson(const Json& result) {

@@ -35,6 +35,8 @@ Json DescribeOmitted(const CAccessData& data);
 // Links to tables of other files and servers, without what a server's asks for.
 Json DescribeLinks(const CAccessData& data);
 Json DescribeSaving(const SSaveSummary& summary);
+// What an installed engine answered, where it did: each number with its description.
+void AddEngineErrors(const SSaveSummary& summary, Json& result);
 
 // False when standard output is closed or full.
 bool PrintJson(const Json& result);

@@ -397,7 +397,8 @@ std::optional<SFailure> CSession::Save(CDaoEngine& engine, const SSaveOptions& o
   if (!problem.ends_with(u'.')) problem += u'.';
   const std::u16string_view advice =
       m_arguments.engine == EEngineChoice::Dao
-          ? u" tolvane engines tells what is installed; without --engine the program's own engine writes it."
+          ? u" No file was made or changed under this name. tolvane engines tells what is installed; without "
+            u"--engine the program's own engine writes it."
           : u" Make room, or name other places with -o and --work-dir.";
   return FailedOn(save.GetOutputPath(),
                   u"The new database could not be written: " + problem + std::u16string(advice));

@@ -64,6 +64,14 @@ struct [[nodiscard]] CDaoResult {
   static CDaoResult Ok() { return {}; }
 };
 
+// What an installed engine answered to calls that failed, in its own words.
+struct CDaoEngineError {
+  int32_t number = 0;  // the engine's own, or the system's (negative)
+  std::u16string call;
+  std::u16string description;  // the first one; may be empty
+  uint64_t count = 0;          // of the call's failures with this number
+};
+
 // What an implementation answers that does not have the operation.
 inline CDaoResult NotSupported() {
   return {EDaoError::NotSupported, u"The database engine does not offer this."};
@@ -331,6 +339,8 @@ class CDaoEngine {
   [[nodiscard]] virtual bool HasComplexFields() const { return true; }
   // Lets go of what is held for the calling thread, with no database open; the next call takes it again.
   virtual void Terminate() {}
+  // The failures since the last question, each number and call once; of our own engine none.
+  [[nodiscard]] virtual std::vector<CDaoEngineError> TakeErrors() { return {}; }
 };
 
 }  // namespace tolvane

@@ -67,6 +67,14 @@ EOutputFormat CAccessSaveRepairedFile::DecideFormat(const CAccessData& data, EOu
 }
 
 bool CAccessSaveRepairedFile::Save() {
+  static_cast<void>(m_engine.TakeErrors());
+  const bool isSaved = SaveAll();
+  m_summary.engineErrors = m_engine.TakeErrors();
+  for (const CDaoEngineError& error : m_summary.engineErrors) m_job.log.Append(DescribeEngineError(error));
+  return isSaved;
+}
+
+bool CAccessSaveRepairedFile::SaveAll() {
   if (!SaveStructure()) return false;
   // Neither the saved queries nor the relationships end the save.
   static_cast<void>(CQuerySaver(m_engine, *m_data, m_outputPath, m_summary, m_job, *m_identity).Save());

@@ -56,6 +56,7 @@ class CAccessSaveRepairedFile {
   static EOutputFormat DecideFormat(const CAccessData& data, EOutputFormat chosen);
 
  private:
+  bool SaveAll();
   // Of the new database.
   [[nodiscard]] bool HasComplexFields() const;
   void PrepareTables();

@@ -1,5 +1,9 @@
 #include "writer/SavedTable.h"
 
+#include <algorithm>
+
+#include "platform/Text.h"
+
 namespace tolvane {
 
 namespace {
@@ -7,6 +11,15 @@ void KeepFirst(std::u16string& reason, const std::u16string& other) {
   if (reason.empty()) reason = other;
 }
 }  // namespace
+
+std::u16string DescribeEngineError(const CDaoEngineError& error) {
+  std::u16string text = u"Error " + ToDecimal(error.number) + u" of " + error.call + u", " +
+                        ToDecimal(error.count) + (error.count == 1 ? u" time: " : u" times: ") +
+                        error.description;
+  std::ranges::replace_if(
+      text, [](char16_t unit) { return unit < u' '; }, u' ');
+  return text;
+}
 
 bool EndsSave(EDaoError code) {
   return code == EDaoError::DiskFull || code == EDaoError::DiskError || code == EDaoError::EngineGone;

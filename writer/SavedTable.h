@@ -51,7 +51,8 @@ struct SSaveSummary {
   uint64_t systemRowsLost = 0;
   std::vector<SSaveLoss> losses;
   std::vector<std::u16string> notes;  // what was saved in another form than recovered; in the log, too
-  std::u16string failure;             // why the save as a whole ended early; empty when it did not
+  std::vector<CDaoEngineError> engineErrors;  // what an installed engine answered; in the log, too
+  std::u16string failure;                     // why the save as a whole ended early; empty when it did not
 };
 
 struct SFieldType {
@@ -94,6 +95,9 @@ enum class ESaveStep : uint8_t {
   Stopped,  // CSavingStatus was cleared
   Failed,   // nothing more can be stored; SSaveSummary::failure tells why
 };
+
+// "Error 3022 of Update, 2 times: ..."
+std::u16string DescribeEngineError(const CDaoEngineError& error);
 
 // True when nothing can be written after this. A database that has reached the largest size of its format
 // refuses what does not fit any more, and is sound.

@@ -229,6 +229,15 @@ void PrintLosses(const SReport& report, CHtml& html) {
   PrintRest(report.losses.size(), kTablesShown, html);
 }
 
+void PrintNotes(const char* heading, const std::vector<std::u16string>& notes, CHtml& html) {
+  if (notes.empty()) return;
+  html.Raw("<details><summary>").Raw(heading).Number(notes.size()).Raw("</summary>\n<ul>\n");
+  for (size_t i = 0; i < notes.size() && i < kNotesShown; ++i) html.Raw("<li>").Text(notes[i]).Raw("</li>\n");
+  html.Raw("</ul>\n");
+  PrintRest(notes.size(), kNotesShown, html);
+  html.Raw("</details>\n");
+}
+
 void PrintSaveLosses(const SReport& report, CHtml& html) {
   if (!report.saved) return;
   if (const std::vector<SLossLine> lines = ListSaveLosses(*report.saved); !lines.empty()) {
@@ -238,13 +247,11 @@ void PrintSaveLosses(const SReport& report, CHtml& html) {
         html);
     PrintRest(lines.size(), kTablesShown, html);
   }
-  const std::vector<std::u16string>& notes = report.saved->notes;
-  if (notes.empty()) return;
-  html.Raw("<details><summary>Remarks: ").Number(notes.size()).Raw("</summary>\n<ul>\n");
-  for (size_t i = 0; i < notes.size() && i < kNotesShown; ++i) html.Raw("<li>").Text(notes[i]).Raw("</li>\n");
-  html.Raw("</ul>\n");
-  PrintRest(notes.size(), kNotesShown, html);
-  html.Raw("</details>\n");
+  PrintNotes("Remarks: ", report.saved->notes, html);
+  std::vector<std::u16string> errors;
+  for (const CDaoEngineError& error : report.saved->engineErrors)
+    errors.push_back(DescribeEngineError(error));
+  PrintNotes("Errors of the installed database engine: ", errors, html);
 }
 
 void PrintOmitted(const SReport& report, CHtml& html) {
