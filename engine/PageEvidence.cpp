@@ -181,17 +181,50 @@ uint64_t FirstPlace(const std::vector<uint64_t>& marks, uint64_t head, uint32_t 
   return start + (head - start) % pageSize;
 }
 
-// What the stretch before would have too many pages for was put in.
-void AddShift(SPageEvidence& evidence, const SPageShift& shift, uint64_t start, uint64_t end) {
+// Adds pages behind those that are there. What the stretch before would have too many pages for was put in.
+bool AddBehind(std::vector<SPageStretch>& stretches, const SPageStretch& next, uint32_t pageSize) {
+  if (!stretches.empty()) {
+    SPageStretch& previous = stretches.back();
+    if (next.page <= previous.page) return false;
+    previous.length = std::min(previous.length, (next.page - previous.page) * pageSize);
+  }
+  stretches.push_back(next);
+  return true;
+}
+
+// Cuts the stretches where pages were lost or put in within them.
+void CutAtShifts(SPageEvidence& evidence, const std::vector<SPageShift>& shifts) {
   const uint32_t pageSize = evidence.layout->pageSize;
-  SPageStretch& previous = evidence.stretches.back();
-  const uint64_t place = start + shift.place * pageSize;
-  const int64_t number = static_cast<int64_t>(shift.place) + shift.shift;
-  if (number <= static_cast<int64_t>(previous.page)) return;
-  const auto page = static_cast<uint64_t>(number);
-  previous.length = std::min(place - previous.place, (page - previous.page) * pageSize);
-  evidence.movedPages += shift.shift != 0 ? (end - place) / pageSize : 0;
-  evidence.stretches.push_back({.page = page, .place = place, .length = end - place});
+  std::vector<SPageStretch> cut;
+  auto next = shifts.begin();
+  int64_t shift = 0;
+  for (const SPageStretch& whole : evidence.stretches) {
+    for (uint64_t done = 0; done < whole.length;) {
+      const uint64_t page = whole.page + done / pageSize;
+      while (next != shifts.end() && next->place <= page) shift = next++->shift;
+      const uint64_t left = whole.length - done;
+      const uint64_t length = next != shifts.end() ? std::min(left, (next->place - page) * pageSize) : left;
+      const int64_t number = static_cast<int64_t>(page) + shift;
+      const bool isAdded =
+          number >= 0 &&
+          AddBehind(cut,
+                    {.page = static_cast<uint64_t>(number), .place = whole.place + done, .length = length},
+                    pageSize);
+      const bool isCounted = &whole != &evidence.stretches.front();
+      if (isAdded && shift != 0 && !isCounted) evidence.movedPages += length / pageSize;
+      done += length;
+    }
+  }
+  evidence.stretches = std::move(cut);
+}
+
+// Whole pages that were lost or put in leave all heads in step.
+void FindShifts(SPageEvidence& evidence, const CPageReader& file, const CJobContext* job) {
+  CPageReader pages;
+  pages.ShareFile(file);
+  pages.SetStretches(evidence.stretches, evidence.layout->pageSize);
+  const auto shifts = FindPageShifts(pages, *evidence.layout, job);
+  if (!shifts.empty()) CutAtShifts(evidence, shifts);
 }
 
 // `read`: what a read of many pages yielded of this one. Behind a place that cannot be read each is asked
@@ -217,8 +250,7 @@ SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t star
   }
   if (!evidence.otherStarts.empty()) end = evidence.otherStarts.front();
   evidence.stretches.push_back({.page = 0, .place = start, .length = end - start});
-  for (const SPageShift& shift : FindPageShifts(file, layout, start, end, job))
-    AddShift(evidence, shift, start, end);
+  FindShifts(evidence, file, job);
   return evidence;
 }
 
@@ -282,9 +314,7 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
     previousEnd = heads[runs[i].last].place + layout.pageSize;
     previousNumber = numbers[i] + (previousEnd - place) / layout.pageSize;
   }
-  if (evidence.stretches.size() == 1 && evidence.stretches.front().page == 0)
-    for (const SPageShift& shift : FindPageShifts(file, layout, start, range.end, job))
-      AddShift(evidence, shift, start, range.end);
+  FindShifts(evidence, file, job);
   return evidence;
 }
 

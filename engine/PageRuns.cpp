@@ -13,6 +13,10 @@ constexpr size_t kPlacesCompared = 2048;
 constexpr uint64_t kMostCompared = uint64_t{1} << 26;
 // Pages that may be missing in one place, by the pages that are there: what follows costs as much as they do.
 constexpr uint64_t kMissingEach = 4;
+// Numbers of a run that are held against all that follows it.
+constexpr size_t kMostCandidates = 16;
+// Pages that may have been put in behind the first ones of a run.
+constexpr uint64_t kMostPutIn = 16;
 
 class CRunFinder {
  public:
@@ -145,16 +149,46 @@ class CRunPlacer {
         }
       }
     }
-    uint64_t best = guess;
     // One page alone may name any owner.
-    Votes most = votes.count(guess) != 0 ? std::max(votes[guess], Votes{1, 1}) : Votes{1, 1};
-    for (const auto& [number, count] : votes)
-      // Where as many owners speak for two places, the nearer one needs no further witness.
-      if (count > most && count.second > 1 && (best != guess || most.first < 2 || count.first > most.first)) {
+    const Votes known = votes.count(guess) != 0 ? std::max(votes[guess], Votes{1, 1}) : Votes{1, 1};
+    std::erase_if(votes, [&](const auto& one) { return one.second <= known || one.second.second < 2; });
+    return ByAllBehind(run, votes, guess);
+  }
+
+  // Among many tables chance finds some owners a definition at any number, in a short run above all. What was
+  // lost in front of the run moves all that follows: it is held against that, too, and against pages put in.
+  uint64_t ByAllBehind(const SPageRun& run, const std::map<uint64_t, Votes>& votes, uint64_t guess) {
+    std::vector<std::pair<Votes, uint64_t>> order;
+    for (const auto& [number, count] : votes) order.emplace_back(count, number);
+    // The nearer one of two as good ones.
+    std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
+      return a.first != b.first ? a.first > b.first : a.second < b.second;
+    });
+    if (order.empty()) return guess;
+    if (order.size() > kMostCandidates) order.resize(kMostCandidates);
+    int64_t most = AgreementBehind(run, guess);
+    for (uint64_t putIn = 1; putIn <= std::min(kMostPutIn, guess); putIn++)
+      most = std::max(most, AgreementBehind(run, guess - putIn));
+    uint64_t best = guess;
+    for (const auto& [count, number] : order)
+      if (const int64_t agreement = AgreementBehind(run, number); agreement > most) {
         best = number;
-        most = count;
+        most = agreement;
       }
     return best;
+  }
+
+  // Owners that have their definitions from the run on, if nothing else was lost or put in behind it, less
+  // those in whose places other pages stand.
+  int64_t AgreementBehind(const SPageRun& run, uint64_t number) {
+    int64_t agreement = 0;
+    const size_t end = std::min(m_heads.size(), run.first + kPlacesCompared);
+    for (size_t i = run.first; i < end && m_comparisonsLeft > 0; i++, m_comparisonsLeft--) {
+      const uint64_t at =
+          number + (m_heads[i].place - m_heads[run.first].place + m_pageSize / 2) / m_pageSize;
+      if (m_owned.count(static_cast<uint32_t>(at)) != 0) agreement += m_heads[i].isDefinition ? 1 : -1;
+    }
+    return agreement;
   }
 
   const PageHeads& m_heads;

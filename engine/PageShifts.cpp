@@ -122,11 +122,10 @@ const SOpinion* FindOpinion(const Opinions& opinions, const SIdentity& is) {
 
 class CShiftFinder {
  public:
-  CShiftFinder(CPageReader& file, const SLayout& layout, uint64_t start, uint64_t end, const CJobContext* job)
+  CShiftFinder(CPageReader& file, const SLayout& layout, const CJobContext* job)
       : m_file(file),
         m_layout(layout),
-        m_start(start),
-        m_count(static_cast<size_t>((end - start) / layout.pageSize)),
+        m_count(static_cast<size_t>(file.GetPageCount(layout.pageSize))),
         m_most(std::clamp(kMostSteps / (2 * m_count + 1), size_t{1}, kMostPages)),
         m_job(job),
         m_page(layout.pageSize),
@@ -174,7 +173,7 @@ class CShiftFinder {
   [[nodiscard]] bool IsStopped() const { return m_job != nullptr && !m_job->IsRunning(); }
 
   bool Read(uint64_t place, std::span<uint8_t> page) {
-    return place < m_count && m_file.ReadFile(m_start + place * m_layout.pageSize, page) == page.size();
+    return place < m_count && m_file.ReadPage(place * m_layout.pageSize, page);
   }
 
   // Pages that were written twice, one time behind the other: the second time, by their places. Whatever
@@ -353,7 +352,6 @@ class CShiftFinder {
 
   CPageReader& m_file;
   const SLayout& m_layout;
-  uint64_t m_start;
   size_t m_count;
   size_t m_most;  // pages lost or put in together
   const CJobContext* m_job;
@@ -365,10 +363,9 @@ class CShiftFinder {
 
 }  // namespace
 
-std::vector<SPageShift> FindPageShifts(CPageReader& file, const SLayout& layout, uint64_t start, uint64_t end,
-                                       const CJobContext* job) {
-  if (end <= start + layout.pageSize) return {};
-  CShiftFinder finder(file, layout, start, end, job);
+std::vector<SPageShift> FindPageShifts(CPageReader& pages, const SLayout& layout, const CJobContext* job) {
+  if (pages.GetPageCount(layout.pageSize) < 2) return {};
+  CShiftFinder finder(pages, layout, job);
   return finder.IsSuspect() ? finder.Find() : std::vector<SPageShift>{};
 }
 

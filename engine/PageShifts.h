@@ -15,16 +15,15 @@
 
 namespace tolvane {
 
-// From the page at that place of the file on, counted in pages from the database's start, pages have their
-// place plus `shift` as numbers.
+// From the page at that place on, pages have their place plus `shift` as numbers. Places are the numbers that
+// the pages were found by.
 struct SPageShift {
   uint64_t place = 0;
   int64_t shift = 0;
 };
 
-// Of the pages between `start` and `end`, in bytes of the file; empty where they stand in their places, or
-// where nothing tells. Reads all pages only where some are not what others take them for. A job may stop it.
-std::vector<SPageShift> FindPageShifts(CPageReader& file, const SLayout& layout, uint64_t start, uint64_t end,
-                                       const CJobContext* job);
+// Empty where the pages stand in their places, or where nothing tells. Reads all pages only where some are not
+// what others take them for. A job may stop it.
+std::vector<SPageShift> FindPageShifts(CPageReader& pages, const SLayout& layout, const CJobContext* job);
 
 }  // namespace tolvane

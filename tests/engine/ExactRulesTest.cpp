@@ -112,6 +112,23 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
+TEST_P(ExactRules, PagesPutInBehindBytesPutInAreToldFromTheOthers) {
+  CDatabaseBuilder two(layout);
+  const uint32_t spare = two.GetPageCount() + 2, first = spare + 1, second = first + 2;
+  two.AddCatalogueRow(first, u"First", 1);
+  two.AddCatalogueRow(second, u"People", 1);
+  ASSERT_EQ(two.AddPage(), spare);
+  for (const uint32_t number : {first, second}) {
+    ASSERT_EQ(two.AddTable(SmallTable()), number);
+    two.AddDataPage(number, RowsOfPage(0));
+  }
+  Bytes bytes = two.Build();
+  const auto at = [&](uint32_t page) { return bytes.begin() + static_cast<ptrdiff_t>(two.OffsetOf(page)); };
+  bytes.insert(at(second), 2 * layout.pageSize, 0);
+  bytes.insert(at(spare) + 50, 333, 0xCD);
+  EXPECT_EQ(Repair(bytes), kRows / 2);
+}
+
 TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   CDatabaseBuilder other(layout);
   const uint32_t spare = other.GetPageCount() + 1;
