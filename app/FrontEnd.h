@@ -52,6 +52,7 @@ inline constexpr std::u16string_view kTreeRoot = u"Recovered Tables";
 struct STableItem {
   std::u16string name;
   uint64_t rows = 0;
+  bool isCutShort = false;  // further rows had no room in the work folder
 };
 
 // What stands in the tree below the tables.

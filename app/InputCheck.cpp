@@ -1,5 +1,7 @@
 #include "app/InputCheck.h"
 
+#include <algorithm>
+
 #include "app/Losses.h"
 #include "app/StartChoice.h"
 #include "app/TextSearch.h"
@@ -41,6 +43,15 @@ std::optional<SInputProblem> CheckReadable(const std::u16string& path) {
                        u"\nIf another program has it open, close that program or repair a copy of the file."};
 }
 
+// One of the user's, with rows, all of which had room.
+bool HasWholeTable(const CAccessData& data) {
+  const std::set<uint64_t> cut = ListCutTables(data);
+  return std::ranges::any_of(data.GetTables(), [&cut](const auto& table) {
+    return HasContent(*table) && !IsSystemTable(*table) && table->header.rowCount > 0 &&
+           !cut.contains(table->GetDefinitionOffset());
+  });
+}
+
 std::u16string_view AdviceFor(ESourceState state) {
   switch (state) {
     case ESourceState::Encrypted:
@@ -69,11 +80,18 @@ std::optional<SInputProblem> CheckInput(const COvRepairFileManager& manager) {
 }
 
 bool IsNothingFound(const CAccessData* data) {
-  return !data || IsNothingRecovered(*data) || data->GetLedger().GetCount(EDamage::UnfitTemplate) > 0;
+  return !data || IsNothingRecovered(*data) || data->GetLedger().GetCount(EDamage::UnfitTemplate) > 0 ||
+         (LacksRoom(data) && !HasWholeTable(*data));
 }
 
 bool LacksRoom(const CAccessData* data) {
   return data && data->GetLedger().GetCount(EDamage::SkippedTable) > 0;
+}
+
+std::set<uint64_t> ListCutTables(const CAccessData& data) {
+  std::set<uint64_t> tables;
+  for (const auto& place : data.GetLedger().GetPlaces(EDamage::SkippedTable)) tables.insert(place.definition);
+  return tables;
 }
 
 SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
@@ -82,6 +100,7 @@ SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
   if (const SSourceVerdict verdict = CheckSource(path); verdict.state != ESourceState::Ok)
     return {std::u16string(verdict.state == ESourceState::Encrypted ? kEncryptedHint : kNothingFoundHint),
             path + u": " + verdict.reason, std::u16string(AdviceFor(verdict.state))};
+  if (LacksRoom(data)) return {std::u16string(kNoRoomHint), {}, {}};
   if (manager.GetMode().IsAdvance()) {
     const std::u16string templatePath = manager.GetTemplatePath();
     const SSourceVerdict verdict = CheckSource(templatePath);
@@ -91,7 +110,6 @@ SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
                                                    : u"No row of the damaged file fits one of its tables."),
             std::u16string(kTemplateAdvice)};
   }
-  if (LacksRoom(data)) return {std::u16string(kNoRoomHint), {}, {}};
   if (data && data->GetLedger().GetCount(EDamage::LostTable) > 0)
     return {std::u16string(kNothingFoundHint), path + u": The definitions of all tables are gone.",
             std::u16string(kTakeTemplateAdvice)};

@@ -28,9 +28,7 @@ class COverallProgress {
   // The steps have fixed shares of the whole; never goes back, and never reaches 100, which only the end is.
   void Update(const SJobLook& job, double now);
   [[nodiscard]] int GetPercent() const { return static_cast<int>(m_share * 100); }
-  // None before the estimate is steady, and none that jumps about.
-  [[nodiscard]] std::optional<int> GetMinutesLeft() const { return m_minutesLeft; }
-  // "37 % done, about 2 minutes left"
+  // "37 % done, about 2 minutes left": no time before the estimate is steady, and none that jumps about.
   [[nodiscard]] std::u16string GetText() const;
 
  private:

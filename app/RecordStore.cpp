@@ -8,6 +8,8 @@
 #include "app/SpillFile.h"
 #include "app/StoredRows.h"
 #include "app/TextSearch.h"
+#include "model/FlatTable.h"
+#include "render/ComplexValues.h"
 #include "writer/SafeName.h"
 
 namespace tolvane {
@@ -16,6 +18,12 @@ namespace {
 
 bool IsNumber(uint8_t type) {
   return (type >= kTypeByte && type <= kTypeDouble) || type == kTypeDecimal;
+}
+
+uint8_t TypeOfValues(const CAccessColumn& column, const CAccessData& data) {
+  if (column.type != kTypeComplex) return column.type;
+  const auto flat = FindFlatTable(data.GetTables(), column, data.source.pageSize);
+  return flat ? flat->table->columns.GetAt(flat->item)->type : column.type;
 }
 
 }  // namespace
@@ -50,6 +58,7 @@ class CRecordStore::CState {
   bool readsCells = false;
   bool showsLocally = false;
   CLocalText local;
+  std::vector<uint8_t> valueTypes;  // by column, of a list that of its values; empty where texts stay plain
 
   [[nodiscard]] uint64_t EndOf(size_t item) const {
     return item + 1 < rows.size() ? rows[item + 1] : cells.GetLength();
@@ -107,8 +116,11 @@ class CRecordStore::CState {
     return shown;
   }
   void Localise(size_t column, std::u16string& text) const {
-    if (showsLocally && column < table->columns.GetCount())
-      local.Localise(table->columns.GetAt(column)->type, text);
+    if (column >= valueTypes.size()) return;
+    if (table->columns.GetAt(column)->type == kTypeComplex)
+      local.LocaliseEach(valueTypes[column], kBetweenItems, text);
+    else
+      local.Localise(valueTypes[column], text);
   }
   [[nodiscard]] bool Contains(size_t item, const SCell& cell, std::u16string_view folded) const {
     std::u16string text = ReadText(cell, SIZE_MAX);
@@ -180,6 +192,8 @@ void CRecordStore::SetTable(const CAccessTable& table, const CAccessData& data) 
   state.stored.emplace(table, data);
   state.readsCells = state.stored->AreAlone();
   state.showsLocally = !data.GetRules().recordsHoldTexts;
+  if (state.showsLocally)
+    for (const CAccessColumn& column : table.columns) state.valueTypes.push_back(TypeOfValues(column, data));
   state.table = &table;
   state.data = &data;
 }
@@ -276,6 +290,7 @@ void CRecordStore::Clear() {
   state.data = nullptr;
   state.stored.reset();
   state.readsCells = state.showsLocally = false;
+  state.valueTypes.clear();
   ++state.generation;
 }
 

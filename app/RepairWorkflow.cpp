@@ -95,10 +95,11 @@ void CRepairWorkflow::ShowHint() {
     case EPageState::Saved:
       if (LastSave().IsWorking()) return m_view.SetHint(kSavedHint);
       if (!LastSave().GetProblem().empty()) return m_view.SetHint(kBrokenSaveHint);
+      if (LacksRoom(Manager().GetData())) return m_view.SetHint(kPartSavedHint);
       return m_view.SetHint(LastSave().GetSummary().tablesSaved > 0 ? kSavedHint : kEmptySaveHint);
     case EPageState::Repaired:
-      if (LacksRoom(Manager().GetData())) return m_view.SetHint(kNoRoomHint);
-      return m_view.SetHint(HasFindings() ? std::u16string() : ExplainNothing(Manager()).hint);
+      if (!HasFindings()) return m_view.SetHint(ExplainNothing(Manager()).hint);
+      return m_view.SetHint(LacksRoom(Manager().GetData()) ? kLittleRoomHint : std::u16string_view());
     default:
       return m_view.SetHint({});
   }
@@ -468,7 +469,7 @@ void CRepairWorkflow::ShowSummary() {
   if (m_object) return m_view.SetSummary(m_objects.Describe(*m_object));
   if (m_preview.IsRoot()) return m_view.SetSummary(DescribeRepair(Manager()));
   const CAccessTable* table = m_preview.FindTable(Manager().GetData());
-  m_view.SetSummary(table ? DescribeTable(*table) : std::u16string());
+  m_view.SetSummary(table ? DescribeTable(*table, *Manager().GetData()) : std::u16string());
 }
 
 // --- waiting ---

@@ -1,6 +1,7 @@
 #include "app/ViewTexts.h"
 
 #include <algorithm>
+#include <set>
 #include <span>
 
 #include "app/InputCheck.h"
@@ -92,14 +93,34 @@ void AddNothing(const COvRepairFileManager& manager, CLines& lines) {
   lines.Add(nothing.advice);
 }
 
+std::u16string DescribeRowsKept(const CAccessTable& table) {
+  std::u16string text = Grouped(table.header.rowCount, u"row");
+  if (table.promisedRows > table.header.rowCount) text += u" of " + ToGroupedDecimal(table.promisedRows);
+  return text;
+}
+
 // No damage of the file: with more room the rows come back, and so does what rests on them.
-void AddSkippedTables(const CAccessData& data, CLines& lines) {
+void AddSkippedTables(const CAccessData& data, std::u16string_view heading, CLines& lines) {
   const uint64_t count = data.GetLedger().GetCount(EDamage::SkippedTable);
   lines.Add({});
   lines.Add(u"The rows of " + Grouped(count, u"table") +
             u" could not be kept in the folder for temporary files:");
   lines.Add(data.GetWorkFolder());
   lines.Add(u"Free some space there and repair the file again. The log says what the system reported.");
+  lines.Add({});
+  lines.Add(IsNothingFound(&data)
+                ? std::u16string_view(u"Nothing can be saved: no table has all of its rows.")
+                : heading);
+  bool areOfAccessCut = false;
+  for (const uint64_t definition : ListCutTables(data)) {
+    const CAccessTable* const table = data.GetTables().FindTable(definition);
+    if (table && HasContent(*table) && !IsSystemTable(*table))
+      lines.Add(u"    " + table->name + u" (" + DescribeRowsKept(*table) + u" kept)");
+    else
+      areOfAccessCut = true;
+  }
+  if (areOfAccessCut)
+    lines.Add(u"    tables of Access' own: names, queries, relationships or lists of values may be missing");
 }
 
 void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lines) {
@@ -110,17 +131,21 @@ void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lin
 }  // namespace
 
 std::vector<STableItem> ListTables(const CAccessData& data) {
+  const std::set<uint64_t> cut = ListCutTables(data);
   std::vector<STableItem> items;
   for (const auto& table : data.GetTables())
-    if (HasContent(*table) && !IsSystemTable(*table)) items.push_back({table->name, table->header.rowCount});
+    if (HasContent(*table) && !IsSystemTable(*table))
+      items.push_back({table->name, table->header.rowCount, cut.contains(table->GetDefinitionOffset())});
   return items;
 }
 
-std::u16string DescribeTable(const CAccessTable& table) {
+std::u16string DescribeTable(const CAccessTable& table, const CAccessData& data) {
   CLines lines;
   lines.Add(u"Table Name : " + table.name);
   lines.Add(u"Total Column(s) : " + ToDecimal(table.columns.GetCount()));
   lines.Add(u"Total Row(s) : " + ToDecimal(table.header.rowCount));
+  if (ListCutTables(data).contains(table.GetDefinitionOffset()))
+    lines.Add(u"Incomplete: further rows had no room in the folder for temporary files.");
   return lines.Take();
 }
 
@@ -131,7 +156,7 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
     AddSource(manager, data->source, lines);
   }
   const bool lacksRoom = LacksRoom(data);
-  if (lacksRoom) AddSkippedTables(*data, lines);
+  if (lacksRoom) AddSkippedTables(*data, u"A save would lack rows of these tables:", lines);
   if (IsNothingFound(data)) {
     if (!lacksRoom) AddNothing(manager, lines);
   } else {
@@ -145,6 +170,10 @@ std::u16string DescribeRepair(const COvRepairFileManager& manager) {
 std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& recovered,
                             std::u16string_view problem) {
   CLines lines;
+  if (LacksRoom(&recovered)) {
+    AddSkippedTables(recovered, u"A new database lacks rows of these tables:", lines);
+    lines.Add({});
+  }
   if (!problem.empty()) {
     lines.Add(u"Nothing was saved: " + std::u16string(problem));
     lines.Add(u"A file that had the name of the new database before is as it was.");

@@ -36,13 +36,18 @@ inline constexpr std::u16string_view kUnfitTemplateHint =
     u"The template does not fit the damaged file; there is nothing to save. The summary says what can be "
     u"done.";
 inline constexpr std::u16string_view kNoRoomHint =
-    u"There was no room for the recovered rows. The summary says where to free some.";
+    u"There was no room for the recovered rows; nothing whole can be saved. The summary says where to free "
+    u"some.";
+inline constexpr std::u16string_view kLittleRoomHint =
+    u"There was no room for all rows: what is saved lacks some. The summary names the tables.";
+inline constexpr std::u16string_view kPartSavedHint =
+    u"The database was saved, but not all of its rows had room before. The summary names the tables.";
 inline constexpr std::u16string_view kEmptySaveHint = u"The new database was saved without any table.";
 inline constexpr std::u16string_view kBrokenSaveHint =
     u"The database could not be saved. Nothing was written.";
 
 // Summaries; lines are joined with "\r\n".
-std::u16string DescribeTable(const CAccessTable& table);
+std::u16string DescribeTable(const CAccessTable& table, const CAccessData& data);
 // Of the root: source, tables, rows, saved queries and everything lost. Reads the saved queries back, and
 // looks at the source once more when nothing was recovered.
 std::u16string DescribeRepair(const COvRepairFileManager& manager);

@@ -6,6 +6,7 @@
 #include "format/PageHead.h"
 #include "model/FlatTable.h"
 #include "platform/FileCust.h"
+#include "store/RowReader.h"
 
 namespace tolvane {
 
@@ -79,20 +80,22 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   table.promisedRows = table.header.rowCount;
   LearnRows();
 
-  bool isRunning = true;
+  bool isRunning = true, isStored = true;
   try {
-    if (StartFiles())
+    isStored = StartFiles();
+    if (isStored)
       isRunning = WalkPages() && AdoptPages() && RebuildPages() && DecodeUnclaimedRows();
     else
       GiveUp(SystemMessage(m_dataFile.GetLastErrorCode()));
     m_dataFile.CloseDataFile();
   } catch (const CFileCustException& error) {
+    isStored = false;
     GiveUp(error.GetMessageText());
     CloseQuietly();
   }
   m_objectFile.Close();
-  table.header.rowCount = m_rows;
-  if (m_entries && isRunning) m_witness->Hear(m_data, table, *m_profile, *m_entries, m_entrySum);
+  table.header.rowCount = isStored ? m_rows : KeepWholeRows();
+  if (m_entries && isRunning && isStored) m_witness->Hear(m_data, table, *m_profile, *m_entries, m_entrySum);
   return isRunning;
 }
 
@@ -493,6 +496,29 @@ void CTableWalk::GiveUp(std::u16string_view reason) {
   line += u" could not be stored: ";
   line += reason;
   m_job.log.Append(line);
+}
+
+// Of a data file whose last rows had no room. The row that its end cuts short goes: in part it would be a row
+// that the damaged file does not hold.
+uint32_t CTableWalk::KeepWholeRows() const {
+  const std::u16string path = m_table->GetDataFilePath();
+  uint32_t count = 0;
+  uint64_t end = 0;
+  {
+    CTableRowReader rows(m_table->columns.GetCount());
+    if (!rows.Open(path)) return 0;
+    while (rows.BeginRow()) {
+      for (uint32_t bytes = 0; rows.BeginRecord(bytes);) rows.GetStream().Skip(bytes);
+      if (rows.IsIncomplete()) break;
+      ++count;
+      end = rows.GetStream().GetPosition();
+    }
+  }
+  CFileCust file;
+  const bool isCut = file.Open(path, EFileAccess::ReadWrite, EFileShare::None, EFileCreation::OpenExisting) &&
+                     (file.GetLength() == end || file.Truncate(end));
+  if (!isCut) m_job.log.Append(path + u": " + SystemMessage(file.GetLastErrorCode()));
+  return count;
 }
 
 void CTableWalk::CloseQuietly() {

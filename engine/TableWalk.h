@@ -77,6 +77,7 @@ class CTableWalk {
   void Count(EDamage kind, int64_t slot, const char* reason = nullptr,
              std::optional<size_t> column = std::nullopt);
   void GiveUp(std::u16string_view reason);
+  [[nodiscard]] uint32_t KeepWholeRows() const;
   void CloseQuietly();
 
   const SLayout& m_layout;

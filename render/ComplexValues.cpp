@@ -9,7 +9,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kBetweenItems = u"; ", kFurtherItems = u"...";
+constexpr std::u16string_view kFurtherItems = u"...";
 
 // 0, which no record has, where there is none.
 int32_t KeyOf(std::span<const uint8_t> record) {

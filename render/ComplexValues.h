@@ -20,6 +20,9 @@
 
 namespace tolvane {
 
+// Between the values of one record in their text.
+inline constexpr std::u16string_view kBetweenItems = u"; ";
+
 class CComplexValues {
  public:
   // What becomes of a row of the flat table.

@@ -145,6 +145,20 @@ void CLocalText::Localise(uint8_t type, std::u16string& text) const {
     text.replace(point, 1, m_facts.decimal);
 }
 
+void CLocalText::LocaliseEach(uint8_t type, std::u16string_view between, std::u16string& text) const {
+  if (!m_isLocal || !(IsLocalDate(type) || IsLocalNumber(type))) return;
+  std::u16string all, item;
+  for (size_t at = 0; at < text.size();) {
+    const size_t end = std::min(text.find(between, at), text.size());
+    item.assign(text, at, end - at);
+    Localise(type, item);
+    if (at > 0) all += between;
+    all += item;
+    at = end + between.size();
+  }
+  text = std::move(all);
+}
+
 bool CLocalText::CanHold(uint8_t type, std::u16string_view folded) const {
   const std::u16string_view units = AlphabetOf(type);
   if (units.empty()) return true;

@@ -21,6 +21,8 @@ class CLocalText {
   // Replaces the exact text of a value of that type. What is no date or number stays, and so do dates where
   // the region counts years in its own way or its pattern says what is not known here.
   void Localise(uint8_t type, std::u16string& text) const;
+  // The same for several texts of one type, with `between` from one to the next.
+  void LocaliseEach(uint8_t type, std::u16string_view between, std::u16string& text) const;
   // Whether any value of that type can hold `folded`, whose case is folded, in its exact text or in this one.
   [[nodiscard]] bool CanHold(uint8_t type, std::u16string_view folded) const;
 

@@ -40,6 +40,135 @@ void CFrameCommands::Start(HWND frame, CRepairWorkflow& workflow, CDaoEngine& en
   FollowRegion();
 }
 
+bool CFrameCommands::IsChoosing() const {
+  return m_workflow->GetPage() <= EPageState::FileSelected;
+}
+
+void CFrameCommands::Run(UINT identifier) {
+  switch (identifier) {
+    case ID_NEW_REPAIR:
+      return AskForNewRepair();
+    case ID_CHOOSE_FILE:
+      if (m_switches.canRepair && m_workflow->MayLeaveResult()) m_workflow->ChooseCorruptedFile();
+      return;
+    case ID_CHOOSE_TEMPLATE:
+      if (IsChoosing()) m_workflow->ChooseTemplateFile();
+      return;
+    case ID_MODE_STANDARD:
+    case ID_MODE_TEMPLATE:
+      if (IsChoosing()) m_workflow->ChooseMode(identifier == ID_MODE_TEMPLATE);
+      return;
+    case IDC_RECENT_LIST:
+      return SelectRecentFile(m_view.GetChosenRecentFile());
+    case ID_REPAIR:
+      if (IsChoosing()) GoOn();
+      return;
+    case ID_SAVE_RESULT:
+      if (!IsChoosing()) GoOn();
+      return;
+    case ID_NEXT:
+      return GoOn();
+    case ID_BACK:
+      return GoBack();
+    case ID_FORWARD:
+      return m_workflow->ShowHeldResult();
+    case ID_STOP:
+      return Stop();
+    case ID_EXIT:
+      SendMessageW(m_frame, WM_CLOSE, 0, 0);
+      return;
+    case ID_SETTINGS:
+      return AskForSettings();
+    case ID_SAVE_LOG:
+      return SaveLog();
+    case ID_EXPORT:
+      return Export();
+    case ID_SAVE_REPORT:
+      return m_workflow->SaveReport();
+    case ID_OPEN_FOLDER:
+      return OpenFolder();
+    case ID_HELP_GUIDE:
+      return ShowHelp();
+    case ID_ABOUT:
+      return ShowAbout();
+    default:
+      break;
+  }
+  if (identifier < ID_RECENT_FIRST || identifier > ID_RECENT_LAST) return RunInView(identifier);
+  const size_t index = identifier - ID_RECENT_FIRST;
+  if (index < m_recentFiles.Get().size()) SelectRecentFile(std::u16string(m_recentFiles.Get()[index]));
+}
+
+void CFrameCommands::RunInView(UINT identifier) {
+  switch (identifier) {
+    case ID_COPY:
+      return m_view.Copy();
+    case ID_COPY_LOG:
+      return m_view.CopyLog();
+    case ID_SELECT_ALL:
+      return m_view.SelectAll();
+    default:
+      if (m_view.HasRecords()) RunOnRecords(identifier);
+  }
+}
+
+void CFrameCommands::RunOnRecords(UINT identifier) {
+  CRecordPane& records = m_view.GetRecords();
+  switch (identifier) {
+    case ID_COPY_ROWS:
+      return records.CopyRows();
+    case ID_FIND:
+      return records.BeginFind();
+    case ID_FIND_NEXT:
+      return records.FindNext();
+    case ID_SHOW_CELL:
+      return records.ShowWholeCell();
+    case ID_SAVE_VALUE:
+      return records.SaveValue();
+    default:
+      return;
+  }
+}
+
+// While a worker runs, going on is the timers' business.
+void CFrameCommands::GoOn() {
+  m_view.TakeTypedPaths();
+  if (IsChoosing() ? m_switches.canRepair : CanSave()) m_workflow->Next();
+}
+
+bool CFrameCommands::CanSave() const {
+  return m_switches.canSave && m_workflow->CanSave();
+}
+
+// From the last page to the result is no way off it.
+void CFrameCommands::GoBack() {
+  if (!m_switches.canRepair) return;
+  if (m_workflow->GetPage() != EPageState::Repaired || m_workflow->MayLeaveResult()) m_workflow->Back();
+}
+
+void CFrameCommands::Stop() {
+  if (!m_switches.canStop) return;
+  m_workflow->StopRepair();
+  m_workflow->StopSave();
+  m_workflow->StopOutput();
+}
+
+void CFrameCommands::SelectFile(std::u16string_view path) {
+  if (path.empty()) return;
+  if (!m_switches.canRepair)
+    m_notice(u"Stop the work first, then choose another database.");
+  else if (m_workflow->MayLeaveResult())
+    m_workflow->SelectCorruptedFile(GetAbsolutePath(path));
+}
+
+void CFrameCommands::SelectRecentFile(const std::u16string& path) {
+  if (path.empty()) return;
+  if (GetFileKind(path) != EFileKind::Missing) return SelectFile(path);
+  m_dialogs.ShowMessage(u"File '" + path + u"' does not exist or access is denied.", EMessageIcon::None);
+  m_recentFiles.Remove(path);
+  m_view.SetRecentFiles(m_recentFiles.Get());
+}
+
 // Values that are shown already, too.
 void CFrameCommands::FollowRegion() const {
   m_workflow->SetLocalText(m_settings.showsLocally ? CLocalText(ReadLocaleFacts()) : CLocalText());

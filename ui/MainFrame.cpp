@@ -50,7 +50,7 @@ CMainFrame::CMainFrame(CProfile& profile, CRecentFiles& recentFiles, CRunFolder&
     : m_profile(profile),
       m_recentFiles(recentFiles),
       m_runFolder(runFolder),
-      m_commands(profile, m_dialogs, m_view) {}
+      m_commands(profile, recentFiles, m_dialogs, m_view) {}
 
 bool CMainFrame::RegisterFrameClass() {
   return RegisterWindowClass(TOLVANE_FRAME_CLASS, COLOR_BTNFACE, IDR_MAINFRAME);
@@ -70,7 +70,7 @@ bool CMainFrame::Create(std::u16string_view path) {
   m_workflow->Start();
   m_view.SetRecentFiles(m_recentFiles.Get());
   ShowNotice({});
-  SelectFile(path);
+  m_commands.SelectFile(path);
   return true;
 }
 
@@ -189,7 +189,7 @@ void CMainFrame::UpdateTitle() {
 }
 
 void CMainFrame::EnableCommands(const SCommandSwitches& switches) {
-  m_switches = switches;
+  m_commands.SetSwitches(switches);
   m_view.EnableCommands(switches);
   if (!m_workflow) return;
   ShowNotice({});
@@ -210,136 +210,7 @@ void CMainFrame::EndProcess() {
   TerminateProcess(self ? self : GetCurrentProcess(), 0);
 }
 
-// --- commands ---
-
-bool CMainFrame::IsChoosing() const {
-  return m_workflow->GetPage() <= EPageState::FileSelected;
-}
-
-void CMainFrame::OnCommand(UINT identifier) {
-  switch (identifier) {
-    case ID_NEW_REPAIR:
-      return m_commands.AskForNewRepair();
-    case ID_CHOOSE_FILE:
-      if (m_switches.canRepair && m_workflow->MayLeaveResult()) m_workflow->ChooseCorruptedFile();
-      return;
-    case ID_CHOOSE_TEMPLATE:
-      if (IsChoosing()) m_workflow->ChooseTemplateFile();
-      return;
-    case ID_MODE_STANDARD:
-    case ID_MODE_TEMPLATE:
-      if (IsChoosing()) m_workflow->ChooseMode(identifier == ID_MODE_TEMPLATE);
-      return;
-    case IDC_RECENT_LIST:
-      return SelectRecentFile(m_view.GetChosenRecentFile());
-    case ID_REPAIR:
-      if (IsChoosing()) OnNext();
-      return;
-    case ID_SAVE_RESULT:
-      if (!IsChoosing()) OnNext();
-      return;
-    case ID_NEXT:
-      return OnNext();
-    case ID_BACK:
-      return OnBack();
-    case ID_FORWARD:
-      return m_workflow->ShowHeldResult();
-    case ID_STOP:
-      return OnStop();
-    case ID_EXIT:
-      Send(WM_CLOSE);
-      return;
-    case ID_SETTINGS:
-      return m_commands.AskForSettings();
-    case ID_SAVE_LOG:
-      return m_commands.SaveLog();
-    case ID_EXPORT:
-      return m_commands.Export();
-    case ID_SAVE_REPORT:
-      return m_workflow->SaveReport();
-    case ID_OPEN_FOLDER:
-      return m_commands.OpenFolder();
-    case ID_HELP_GUIDE:
-      return m_commands.ShowHelp();
-    case ID_ABOUT:
-      return m_commands.ShowAbout();
-    default:
-      break;
-  }
-  if (identifier < ID_RECENT_FIRST || identifier > ID_RECENT_LAST) return OnViewCommand(identifier);
-  const size_t index = identifier - ID_RECENT_FIRST;
-  if (index < m_recentFiles.Get().size()) SelectRecentFile(std::u16string(m_recentFiles.Get()[index]));
-}
-
-void CMainFrame::OnViewCommand(UINT identifier) {
-  switch (identifier) {
-    case ID_COPY:
-      return m_view.Copy();
-    case ID_COPY_LOG:
-      return m_view.CopyLog();
-    case ID_SELECT_ALL:
-      return m_view.SelectAll();
-    default:
-      if (m_view.HasRecords()) OnRecordsCommand(identifier);
-  }
-}
-
-void CMainFrame::OnRecordsCommand(UINT identifier) {
-  CRecordPane& records = m_view.GetRecords();
-  switch (identifier) {
-    case ID_COPY_ROWS:
-      return records.CopyRows();
-    case ID_FIND:
-      return records.BeginFind();
-    case ID_FIND_NEXT:
-      return records.FindNext();
-    case ID_SHOW_CELL:
-      return records.ShowWholeCell();
-    case ID_SAVE_VALUE:
-      return records.SaveValue();
-    default:
-      return;
-  }
-}
-
-// While a worker runs, going on is the timers' business.
-void CMainFrame::OnNext() {
-  m_view.TakeTypedPaths();
-  if (IsChoosing() ? m_switches.canRepair : CanSave()) m_workflow->Next();
-}
-
-bool CMainFrame::CanSave() const {
-  return m_switches.canSave && m_workflow->CanSave();
-}
-
-// From the last page to the result is no way off it.
-void CMainFrame::OnBack() {
-  if (!m_switches.canRepair) return;
-  if (m_workflow->GetPage() != EPageState::Repaired || m_workflow->MayLeaveResult()) m_workflow->Back();
-}
-
-void CMainFrame::OnStop() {
-  if (!m_switches.canStop) return;
-  m_workflow->StopRepair();
-  m_workflow->StopSave();
-  m_workflow->StopOutput();
-}
-
-void CMainFrame::SelectFile(std::u16string_view path) {
-  if (path.empty()) return;
-  if (!m_switches.canRepair)
-    ShowNotice(u"Stop the work first, then choose another database.");
-  else if (m_workflow->MayLeaveResult())
-    m_workflow->SelectCorruptedFile(GetAbsolutePath(path));
-}
-
-void CMainFrame::SelectRecentFile(const std::u16string& path) {
-  if (path.empty()) return;
-  if (GetFileKind(path) != EFileKind::Missing) return SelectFile(path);
-  m_dialogs.ShowMessage(u"File '" + path + u"' does not exist or access is denied.", EMessageIcon::None);
-  m_recentFiles.Remove(path);
-  m_view.SetRecentFiles(m_recentFiles.Get());
-}
+// --- files ---
 
 void CMainFrame::OnDrop(WPARAM drop) {
   const auto files = reinterpret_cast<HDROP>(drop);
@@ -347,7 +218,7 @@ void CMainFrame::OnDrop(WPARAM drop) {
   path.resize(DragQueryFileW(files, 0, path.data(), static_cast<UINT>(path.size())));
   const UINT count = DragQueryFileW(files, static_cast<UINT>(-1), nullptr, 0);
   DragFinish(files);
-  SelectFile(FromWide(path));
+  m_commands.SelectFile(FromWide(path));
   if (count > 1) ShowNotice(u"Only the first of the dropped files was chosen.");
 }
 
@@ -427,6 +298,12 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   const bool isRequest = message == WM_COMMAND || message == WM_CLOSE || message == WM_DROPFILES;
   if (isRequest && !IsWindowEnabled(m_window)) return 0;
   switch (message) {
+    case WM_NCPAINT:
+    case WM_NCACTIVATE: {
+      const LRESULT answer = Default(message, wParam, lParam);
+      m_menus.PaintBar(m_window);
+      return answer;
+    }
     case WM_SIZE:
       Arrange();
       return 0;
@@ -450,11 +327,12 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       OnDpiChanged(LOWORD(wParam), *reinterpret_cast<const RECT*>(lParam));
       return 0;
     case WM_INITMENUPOPUP:
-      PrepareMenu(reinterpret_cast<HMENU>(wParam), {*m_workflow, m_view, m_recentFiles, m_switches});
+      PrepareMenu(reinterpret_cast<HMENU>(wParam),
+                  {*m_workflow, m_view, m_recentFiles, m_commands.GetSwitches()});
       if (HIWORD(lParam) == FALSE) m_menus.ApplyToMenu(reinterpret_cast<HMENU>(wParam));
       return 0;
     case WM_COMMAND:
-      OnCommand(LOWORD(wParam));
+      m_commands.Run(LOWORD(wParam));
       return 0;
     case WM_TIMER:
       m_workflow->OnTimer(static_cast<uint32_t>(wParam));

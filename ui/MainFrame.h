@@ -56,13 +56,7 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void TakeFirstPlace();
   bool CreateChildren();
   bool CreateWorkflow();
-  void OnCommand(UINT identifier);
-  void OnViewCommand(UINT identifier);
-  void OnRecordsCommand(UINT identifier);
   void OnClose();
-  void OnNext();
-  void OnBack();
-  void OnStop();
   void OnDrop(WPARAM drop);
   void OnDpiChanged(UINT dpi, const RECT& area);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;
@@ -70,12 +64,8 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void ApplyTheme();
   void FollowAppearance(UINT message);
   void CallUser() const;
-  void SelectFile(std::u16string_view path);
-  void SelectRecentFile(const std::u16string& path);
   void Arrange();
   void UpdateTitle();
-  [[nodiscard]] bool IsChoosing() const;
-  [[nodiscard]] bool CanSave() const;
 
   CProfile& m_profile;
   CRecentFiles& m_recentFiles;
@@ -88,7 +78,6 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   std::unique_ptr<CRepairWorkflow> m_workflow;
   CTaskbarButton m_taskbar;
   COverallProgress m_progress;
-  SCommandSwitches m_switches;
   CDarkMenu m_menus;
   CStatusBar m_statusPane;
   HWND m_statusBar = nullptr;

@@ -45,9 +45,10 @@ void CTreeControl::SetTables(const std::vector<STableItem>& tables) {
   m_root = Insert(TVI_ROOT, m_names.front(), 0);
   for (const STableItem& table : tables) {
     m_names.push_back(table.name);
-    Insert(m_root,
-           table.name + u"  (" + ToGroupedDecimal(table.rows) + (table.rows == 1 ? u" row)" : u" rows)"),
-           m_names.size() - 1);
+    std::u16string label = table.name + u"  (" + ToGroupedDecimal(table.rows);
+    label += table.rows == 1 ? u" row" : u" rows";
+    label += table.isCutShort ? u", incomplete)" : u")";
+    Insert(m_root, label, m_names.size() - 1);
   }
   Send(TVM_EXPAND, TVE_EXPAND, reinterpret_cast<LPARAM>(m_root));
   Send(TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(m_root));

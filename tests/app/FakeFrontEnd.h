@@ -71,7 +71,8 @@ class CFakeFrontEnd : public CDialogs, public CMainViewWindow, public CMainFrame
   void ClearLog() override { log.clear(); }
   void SetTables(const std::vector<STableItem>& items) override {
     tables.clear();
-    for (const auto& [name, rows] : items) tables.push_back(ToUtf8(name) + " " + std::to_string(rows));
+    for (const STableItem& item : items)
+      tables.push_back(ToUtf8(item.name) + " " + std::to_string(item.rows));
     Note("tables " + std::to_string(items.size()));
   }
   void SetObjects(const std::vector<SObjectItem>& items) override {

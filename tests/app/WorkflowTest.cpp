@@ -163,17 +163,26 @@ TEST_F(Workflow, WhereNothingIsFoundThereIsNothingToSave) {
 TEST_F(Workflow, AFullWorkFolderIsNoDamage) {
   Repair();
   auto& ledger = const_cast<CAccessData*>(workflow->GetManager().GetData())->GetLedger();
-  ledger.Add(EDamage::SkippedTable, {2, CDamageLedger::kNoTable, -1, 1});
+  const auto cut = [&](const CAccessTable& table) {
+    ledger.Add(EDamage::SkippedTable, {2, table.GetDefinitionOffset(), -1, 1});
+  };
+  std::vector<const CAccessTable*> tables;
+  for (const auto& table : workflow->GetManager().GetData()->GetTables())
+    if (!IsSystemTable(*table)) tables.push_back(table.get());
+  cut(*tables.front());
   ledger.Add(EDamage::UnnamedTable, {3, CDamageLedger::kNoTable, -1, 15});
   workflow->Back();
   workflow->ShowHeldResult();
-  EXPECT_TRUE(window.hint.starts_with("There was no room")) << window.hint;
-  EXPECT_NE(
-      window.summary.find("The rows of 1 table could not be kept in the folder for temporary files:\r\n" +
-                          ToUtf8(runFolder.GetPath())),
-      std::string::npos)
-      << window.summary;
+  EXPECT_TRUE(window.hint.starts_with("There was no room for all rows")) << window.hint;
+  for (const std::string& part :
+       {"The rows of 1 table could not be kept in the folder for temporary files:\r\n" +
+            ToUtf8(runFolder.GetPath()),
+        "A save would lack rows of these tables:\r\n    " + ToUtf8(tables.front()->name) + " ("})
+    EXPECT_NE(window.summary.find(part), std::string::npos) << window.summary;
   EXPECT_EQ(window.summary.find("names are lost"), std::string::npos) << window.summary;
+  EXPECT_TRUE(workflow->CanSave()) << "the others are whole";
+  for (size_t i = 1; i < tables.size(); ++i) cut(*tables[i]);
+  EXPECT_FALSE(workflow->CanSave());
 }
 
 TEST_F(Workflow, AResultThatWasNotSavedIsLeftKnowinglyAndFoundAgain) {

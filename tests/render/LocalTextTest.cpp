@@ -56,6 +56,9 @@ TEST(LocalText, WritesWhatTheRegionWritesAndAllThatTheValueHolds) {
       {CLocalText(), kTypeDouble, u"1.5", "1.5"},
   };
   for (const auto& c : cases) EXPECT_EQ(Show(c.local, c.type, c.text), c.shown) << ToUtf8(c.text);
+  std::u16string list = u"1.5; 2; -0.25";
+  german.LocaliseEach(kTypeDouble, u"; ", list);
+  EXPECT_EQ(ToUtf8(list), "1,5; 2; -0,25");
 }
 
 TEST(LocalText, KnowsWhatNoValueCanHold) {

@@ -1,4 +1,5 @@
 """Stories of the way from a damaged file to the saved one, and of what may go wrong on it."""
+import json
 import pathlib
 import shutil
 
@@ -175,8 +176,16 @@ def full_disks(desk):
                 expect_text(summary, part, 'summary')
             expect_text(program.text('IDC_LOG'), 'Disk full.', 'log')
             desk.shoot('4-full')
+            expect_text(program.text('IDC_HINT'), 'There was no room for all rows', 'hint')
+            expect_text(summary, 'A save would lack rows of these tables:', 'summary')
+            part = desk.folder / 'part.mdb'
+            desk.save(part)
+            expect_text(program.text('IDC_HINT'), 'not all of its rows had room', 'hint of a save')
+            saved = json.loads(corpus.tolvane(desk.options, 'tables', '--json', part))['tables']
+            expect_text(summary, '%d tables, %d rows' % (len(saved), sum(table['rows'] for table in saved)), 'summary')
             filler.unlink()
-            program.command('ID_BACK', (LEAVE, YES), page='chosen')
+            program.command('ID_BACK', page='review')
+            program.command('ID_BACK', page='chosen')
             program.command('ID_NEXT', page='review')
             expect_text(program.text('IDC_SUMMARY'), '6 tables, ', 'summary with room')
             output = disk / 'new.mdb'

@@ -133,6 +133,38 @@ void CDarkMenu::Draw(const DRAWITEMSTRUCT& draw) const {
   SelectObject(draw.hDC, font);
 }
 
+void CDarkMenu::PaintBar(HWND window) const {
+  MENUBARINFO bar{};
+  bar.cbSize = sizeof(bar);
+  const auto found = m_items.find(GetMenu(window));
+  if (!CTheme::Get().IsDark() || found == m_items.end() || !GetMenuBarInfo(window, OBJID_MENU, 0, &bar))
+    return;
+  RECT frame{};
+  GetWindowRect(window, &frame);
+  const auto toWindow = [&frame](RECT area) {
+    OffsetRect(&area, -frame.left, -frame.top);
+    return area;
+  };
+  const HDC context = GetWindowDC(window);
+  RECT area = toWindow(bar.rcBar);
+  ++area.bottom;  // the line below it
+  FillRect(context, &area, CTheme::Get().GetBrush(COLOR_MENU));
+  for (size_t i = 0; i < found->second.size(); ++i) {
+    MENUBARINFO place{};
+    place.cbSize = sizeof(place);
+    if (!GetMenuBarInfo(window, OBJID_MENU, static_cast<LONG>(i + 1), &place)) continue;
+    DRAWITEMSTRUCT draw{};
+    draw.CtlType = ODT_MENU;
+    draw.hDC = context;
+    draw.rcItem = toWindow(place.rcBar);
+    draw.itemData = reinterpret_cast<ULONG_PTR>(found->second[i].get());
+    if ((SendMessageW(window, WM_QUERYUISTATE, 0, 0) & UISF_HIDEACCEL) != 0) draw.itemState |= ODS_NOACCEL;
+    if (place.fFocused) draw.itemState |= ODS_SELECTED;
+    Draw(draw);
+  }
+  ReleaseDC(window, context);
+}
+
 // The system looks for access keys in the items that it draws.
 std::optional<LRESULT> CDarkMenu::FindKey(wchar_t key, HMENU menu) const {
   const auto found = m_items.find(menu);

@@ -25,6 +25,9 @@ class CDarkMenu {
   void ApplyToBar(HWND window, CDpi dpi);
   // A menu that opens and has its items.
   void ApplyToMenu(HMENU menu) { Apply(menu, false); }
+  // After the system has drawn the frame of the window, which draws the bar in light colours whatever its
+  // items ask for.
+  void PaintBar(HWND window) const;
   // WM_MEASUREITEM, WM_DRAWITEM and WM_MENUCHAR of the window; nothing when they are not about a drawn menu.
   std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
