@@ -24,7 +24,7 @@ constexpr std::u16string_view kListOfComplexColumns = u"MSysComplexColumns";
 }  // namespace
 
 void CAccessProcessFile::ScanTableDefinitions(CAccessData& data) {
-  m_notes.clear();
+  m_notes = m_definitions == m_source ? m_source->TakeNotes() : PageNotes();
   CTableScanner(m_rules, m_job)
       .ScanTableDefinitions(data, *m_definitions, m_definitions == m_source ? &m_notes : nullptr);
 }

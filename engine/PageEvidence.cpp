@@ -236,21 +236,32 @@ bool IsHeader(CPageReader& file, uint64_t place, Bytes read) {
 
 // Databases one behind the other, page by page in step, look like one.
 SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start, const CSearchWatch& watch,
-                         const CJobContext* job) {
-  SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = {}};
+                         const CJobContext* job, const SRecoveryRules* noting) {
+  SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = {}, .notes = {}};
   uint64_t end = file.GetFileLength();
+  if (noting != nullptr) evidence.notes.reserve(static_cast<size_t>((end - start) / layout.pageSize));
   std::vector<uint8_t> block(kBlockPages * layout.pageSize);
-  for (uint64_t first = start + layout.pageSize; first < end; first += block.size()) {
+  for (uint64_t first = start; first < end; first += block.size()) {
     if (!watch.Show(first)) return {};
     const Bytes read = Bytes(block).first(file.ReadFile(first, block));
-    for (size_t at = 0; at < block.size() && first + at < end && !watch.IsStopped(); at += layout.pageSize)
-      if (IsHeader(file, first + at, read.subspan(std::min(at, read.size()))) &&
-          HasCatalogue(file, first + at))
-        evidence.otherStarts.push_back(first + at);
+    for (size_t at = 0; at < block.size() && first + at < end && !watch.IsStopped(); at += layout.pageSize) {
+      const uint64_t place = first + at, number = (place - start) / layout.pageSize;
+      const Bytes page = read.subspan(std::min(at, read.size()));
+      if (number > 0 && IsHeader(file, place, page) && HasCatalogue(file, place))
+        evidence.otherStarts.push_back(place);
+      // A page that cannot be read, and all behind it, are left to who asks for each.
+      if (noting != nullptr && number == evidence.notes.size() && page.size() >= layout.pageSize)
+        evidence.notes.push_back(NotePage(page.first(layout.pageSize), number, true, layout, *noting));
+    }
   }
   if (!evidence.otherStarts.empty()) end = evidence.otherStarts.front();
   evidence.stretches.push_back({.page = 0, .place = start, .length = end - start});
   FindShifts(evidence, file, job);
+  // Notes are by number, which is the place only where nothing was put in or lost.
+  const SPageStretch& first = evidence.stretches.front();
+  const bool isInStep = evidence.stretches.size() == 1 && first.page == 0 && first.place == start;
+  const auto pages = static_cast<size_t>(isInStep ? (end - start) / layout.pageSize : 0);
+  if (evidence.notes.size() > pages) evidence.notes.resize(pages);
   return evidence;
 }
 
@@ -275,14 +286,15 @@ void AddStretch(SPageEvidence& evidence, uint64_t number, uint64_t place, uint64
 
 }  // namespace
 
-SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* job) {
+SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* job,
+                        const SRecoveryRules* noting) {
   const uint64_t length = file.GetFileLength();
   const CSearchWatch watch(job, length);
   if (wantedStart >= length) wantedStart = 0;
   // Without a header the first pages may be missing, which the numbers of owners tell.
   for (const SLayout* layout : kLayouts)
     if (HasHeader(file, wantedStart) && SamplePages(file, wantedStart, *layout, watch).IsSure())
-      return InOnePiece(file, *layout, wantedStart, watch, job);
+      return InOnePiece(file, *layout, wantedStart, watch, job, noting);
 
   CHeadFinder found(file, wantedStart, watch);
   if (watch.IsStopped()) return {};
@@ -305,7 +317,8 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
       FirstPlace(found.marks, heads[runs.front().first].place, layout.pageSize, range.start);
   const auto numbers = PlaceRuns(heads, runs, layout.pageSize, start, HasHeader(file, start), job);
   if (watch.IsStopped()) return {};
-  SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = std::move(range.otherStarts)};
+  SPageEvidence evidence{
+      .layout = &layout, .stretches = {}, .otherStarts = std::move(range.otherStarts), .notes = {}};
   uint64_t previousEnd = start;
   uint64_t previousNumber = 0;
   for (size_t i = 0; i < runs.size(); i++) {

@@ -1,10 +1,20 @@
 #include "engine/PageNotes.h"
 
+#include "engine/DefinitionParts.h"
 #include "engine/PageTwins.h"
 #include "format/PageHead.h"
 #include "format/PageSlots.h"
 
 namespace tolvane {
+
+namespace {
+
+bool StartsTable(std::span<const uint8_t> page, const SLayout& layout, const SRecoveryRules& rules) {
+  if (rules.requireDefinitionMark) return IsFirstOfDefinition(page, layout);
+  return HasDefinitionHead(page, layout) && (layout.isJet3 || HasTableType(page, layout));
+}
+
+}  // namespace
 
 SPageNote NotePage(std::span<const uint8_t> page, uint64_t number, bool isRead, const SLayout& layout,
                    const SRecoveryRules& rules) {
@@ -12,6 +22,9 @@ SPageNote NotePage(std::span<const uint8_t> page, uint64_t number, bool isRead, 
   note.owner = OwnerOf(page);
   note.isRead = isRead;
   note.isData = IsPageOf(page, kPageData);
+  note.startsTable = StartsTable(page, layout, rules);
+  note.mayStartTable =
+      !note.startsTable && rules.mendDefinitions && JudgeFirstPage(page, layout) != EFirstPage::No;
   note.hasNoHead = number != kHeaderPage && !HasPageType(page) && !IsBlankPage(page);
   const bool isLongValue = note.isData && note.owner == kOwnerLongValues;
   note.isBrokenLongValue = isLongValue && rules.rowsMatchDefinition && !AreSlotsSound(page, layout);

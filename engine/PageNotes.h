@@ -1,5 +1,5 @@
-// What step 2 asks of each page, noted by step 1 while it has the page at hand, so that a file is read once
-// for both. Costs twelve bytes a page.
+// What steps 1 and 2 ask of each page, noted by whoever has all pages at hand first, so that a file is read
+// once for both. Costs twelve bytes a page.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +16,8 @@ struct SPageNote {
   uint32_t print = 0;  // of a page of rows, where copies are looked for (PageTwins.h)
   bool isRead : 1 = false;
   bool isData : 1 = false;
+  bool startsTable : 1 = false;        // the first page of a definition
+  bool mayStartTable : 1 = false;      // damaged, and possibly one
   bool hasNoHead : 1 = false;          // neither a page of any type nor one that was never written
   bool isBrokenLongValue : 1 = false;  // a page of long values whose slots cannot be true
 };

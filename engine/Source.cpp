@@ -70,6 +70,13 @@ const CFreePageMap& CSource::GetFreePages() {
   return *m_freePages;
 }
 
+PageNotes CSource::TakeNotes() {
+  PageNotes notes;
+  notes.swap(m_evidence.notes);
+  if (m_layout != m_evidence.layout) notes.clear();
+  return notes;
+}
+
 void CSource::FindPages() {
   if (m_rules.pagesDecideFormat) LookForPages();
   if (m_evidence.layout != nullptr)
@@ -81,10 +88,11 @@ void CSource::FindPages() {
 // Of a file whose bytes were changed on their way none stands where it should.
 void CSource::LookForPages() {
   bool isChanged = m_pages.LeaveOutAddedReturns();
-  m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
+  const SRecoveryRules* const noting = m_job != nullptr ? &m_rules : nullptr;
+  m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job, noting);
   if (m_evidence.layout == nullptr && !isChanged) {
     m_pages.SwapPairs(true);
-    m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job);
+    m_evidence = tolvane::FindPages(m_pages, m_wantedStart, m_job, noting);
     isChanged = m_evidence.layout != nullptr;
     if (!isChanged) m_pages.SwapPairs(false);
   }

@@ -36,7 +36,7 @@ class CSource {
 
   // Bytes of the file that are not its own, see CPageReader::SetHoles; before Open.
   void SetHoles(std::vector<SFileRange> holes) { m_pages.SetHoles(std::move(holes)); }
-  // Sees how far Open is with a file whose pages have to be looked for, and may stop it; outlives the source.
+  // Of the run that the file is opened for: sees how far Open is, and may stop it; outlives the source.
   void SetJob(CJobContext& job) { m_job = &job; }
   // What a stopped Open found out is not to be relied on.
   [[nodiscard]] bool IsStopped() const { return m_job != nullptr && !m_job->IsRunning(); }
@@ -65,6 +65,8 @@ class CSource {
   [[nodiscard]] const Header& GetHeader() const { return m_header; }
   [[nodiscard]] const SSourceFacts& GetFacts() const { return m_facts; }
   [[nodiscard]] const CFreePageMap& GetFreePages();
+  // What Open noted of the pages, for a run; of the first ones, or of none. Once.
+  [[nodiscard]] PageNotes TakeNotes();
 
  private:
   void FindPages();

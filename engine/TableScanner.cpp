@@ -141,11 +141,6 @@ void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page, uint64
                        {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = amount});
 }
 
-bool CTableScanner::StartsTable(Page page, const SLayout& layout) const {
-  if (m_rules.requireDefinitionMark) return IsFirstOfDefinition(page, layout);
-  return HasDefinitionHead(page, layout) && (layout.isJet3 || HasTableType(page, layout));
-}
-
 void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions, PageNotes* notes) const {
   if (!definitions.IsOpen()) return;
   const SLayout& layout = definitions.GetLayout();
@@ -159,19 +154,17 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
   for (uint64_t number = 0; number < pageCount; number++) {
     if (!m_job.repairing.IsRunning()) return;
     const uint64_t offset = number * layout.pageSize;
-    const bool isRead = definitions.ReadPage(number, page);
-    const bool isUsable = isRead || m_rules.unreadablePageKeepsPrevious;
-    if (notes != nullptr) notes->push_back(NotePage(page, number, isRead, layout, m_rules));
-    if (isUsable && number != kObjectsPage) AddCandidate(data, page, offset, layout);
+    const bool isNoted = notes != nullptr && number < notes->size();
+    const SPageNote note = isNoted
+                               ? (*notes)[static_cast<size_t>(number)]
+                               : NotePage(page, number, definitions.ReadPage(number, page), layout, m_rules);
+    if (notes != nullptr && !isNoted) notes->push_back(note);
+    const bool isUsable = note.isRead || m_rules.unreadablePageKeepsPrevious;
+    if (isUsable && number != kObjectsPage && (note.startsTable || note.mayStartTable))
+      data.GetTables().AddTable(offset).isGuessed = !note.startsTable;
     status.Refresh(offset);
     progress.IncrementPos();
   }
-}
-
-void CTableScanner::AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const {
-  const bool isSure = StartsTable(page, layout);
-  if (!isSure && (!m_rules.mendDefinitions || JudgeFirstPage(page, layout) == EFirstPage::No)) return;
-  data.GetTables().AddTable(offset).isGuessed = !isSure;
 }
 
 void CTableScanner::DropGuesses(CAccessData& data) {

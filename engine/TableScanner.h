@@ -25,7 +25,8 @@ class CTableScanner {
   // Rules and job outlive the scanner. Nothing is done with a source that is not open.
   CTableScanner(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
-  // Step 1. Adds the catalogue, then each page that starts a definition. `notes`, if any, gets all pages.
+  // Step 1. Adds the catalogue, then each page that starts a definition. `notes`, if any, gets those of all
+  // pages; pages of which it has one are not read again.
   void ScanTableDefinitions(CAccessData& data, CSource& definitions, PageNotes* notes = nullptr) const;
   // Removes candidates that another candidate names as its next page; of a ring one stays. Nothing at all is
   // removed when one of them lies beyond the end of the file.
@@ -41,11 +42,8 @@ class CTableScanner {
 
  private:
   class COwners;
-  using Page = std::span<const uint8_t>;
   enum class EOwner : uint8_t { None, Impossible, Unknown, Known };
 
-  [[nodiscard]] bool StartsTable(Page page, const SLayout& layout) const;
-  void AddCandidate(CAccessData& data, Page page, uint64_t offset, const SLayout& layout) const;
   static EOwner CreditPage(CAccessData& data, const SPageNote& note, uint64_t offset, COwners& owners,
                            const CTemplateMatch& match);
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
