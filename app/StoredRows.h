@@ -49,7 +49,7 @@ class CStoredRows {
   enum class ELook : uint8_t { No, Text, Shown };
 
   bool MoveTo(uint64_t place, size_t column, uint32_t& count);
-  bool Open() { return m_values.IsOpen() || m_values.Open(m_table.GetDataFilePath()); }
+  bool Open() { return m_values.IsOpen() || m_values.Open(m_table.GetRecords()); }
   [[nodiscard]] ELook HowToLook(size_t column) const;
   bool Holds(size_t column, uint32_t count);
 

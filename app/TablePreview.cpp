@@ -10,7 +10,7 @@ CTablePreview::~CTablePreview() {
 
 bool CTablePreview::Start(const CAccessTable& table, const CAccessData& data, CPreviewList& list) {
   Join();
-  m_parser = std::make_shared<CAccessTableDataFileParser>(data.GetWorkFolder(), data.GetRules(), ShownJob());
+  m_parser = std::make_shared<CAccessTableDataFileParser>(data.GetRules(), ShownJob());
   m_parser->SetPreviewTarget(&table, &list);
   m_parser->SetPreviewTables(&data.GetTables(), data.source.pageSize);
   CPreviewThreadStatus::Instance().SetAbort(0);

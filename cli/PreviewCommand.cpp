@@ -97,7 +97,7 @@ SCommandEnd RunPreview(CSession& session) {
   CPreviewThreadStatus& preview = session.GetJob().GetContext().preview;
   preview.SetAbort(IsInterrupted() ? 1 : 0);
   CFirstRows shown(arguments.rows, preview);
-  CAccessTableDataFileParser parser(data.GetWorkFolder(), data.GetRules(), session.GetJob().GetContext());
+  CAccessTableDataFileParser parser(data.GetRules(), session.GetJob().GetContext());
   parser.SetPreviewTables(&data.GetTables(), data.source.pageSize);
   std::u16string problem;
   session.RunWatched([&] { parser.FillPreview(table, &shown); }, problem);

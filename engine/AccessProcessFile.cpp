@@ -70,7 +70,7 @@ void CAccessProcessFile::ParseRecords(CAccessData& data) {
 }
 
 void CAccessProcessFile::ParseTableNames(CAccessData& data) {
-  CAccessTableDataFileParser parser(data.GetWorkFolder(), m_rules, m_job);
+  CAccessTableDataFileParser parser(m_rules, m_job);
   parser.ScanTableNames(data, GetLayout().pageSize);
   ExplainLostTables(data, *m_source);
   if (m_rules.mendDefinitions) RestoreColumnNames(data, GetLayout().pageSize);
@@ -99,7 +99,7 @@ void CAccessProcessFileJet4::ReadComplexColumns(CAccessData& data) const {
   if (found == tables.end()) return;
   CMSysComplexColumns records;
   CRecordText texts((*found)->columns, data.GetRules());
-  if (!records.Load((*found)->GetDataFilePath(), &texts)) m_job.log.Append(records.GetProblem());
+  if (!records.Load((*found)->GetRecords(), &texts)) m_job.log.Append(records.GetProblem());
   records.AttachTo(data.GetTables(), GetLayout().pageSize);
 }
 

@@ -149,10 +149,6 @@ class CAccessTableDataFileParser::CTablesByPage {
   std::unordered_map<uint32_t, CAccessTable*> m_tables;
 };
 
-bool CAccessTableDataFileParser::OpenDataFile(uint64_t key) {
-  return m_file.Open(m_names.GetDataFilePath(key));
-}
-
 void CAccessTableDataFileParser::SetPreviewTarget(const CAccessTable* table, CPreviewList* list) {
   m_pTable = table;
   m_pList = list;
@@ -174,7 +170,7 @@ void CAccessTableDataFileParser::FillPreview(const CAccessTable* table, CPreview
     if (m_job.preview.IsAborted()) return;
     list->InsertColumn(i, table->columns.GetAt(i)->GetName(), kHeadingWidth);
   }
-  if (columnCount == 0 || m_job.preview.IsAborted() || !OpenDataFile(table->GetDefinitionOffset())) return;
+  if (columnCount == 0 || m_job.preview.IsAborted() || !OpenDataFile(*table)) return;
   CPreviewText previewText(*table, m_previewTables, m_previewPageSize, m_rules, m_job.preview);
   const bool readsCells = list->ReadsCells();
   while (!m_file.IsAtEnd() && !m_job.preview.IsAborted() &&
@@ -218,7 +214,7 @@ bool CAccessTableDataFileParser::PassRow(size_t columnCount, CPreviewList& list)
 bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t pageSize) {
   if (!m_job.repairing.IsRunning()) return false;
   const CAccessTable* const catalogue = parseData.GetTables().FindTable(uint64_t{kObjectsPage} * pageSize);
-  if (catalogue == nullptr || !OpenDataFile(catalogue->GetDefinitionOffset())) return false;
+  if (catalogue == nullptr || !OpenDataFile(*catalogue)) return false;
 
   CProgressStatus& progress = m_job.progress;
   const uint32_t rowCount = catalogue->header.rowCount;

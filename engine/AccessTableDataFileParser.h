@@ -12,7 +12,6 @@
 #include "model/AccessData.h"
 #include "render/RecordText.h"
 #include "status/JobContext.h"
-#include "store/FileNameManager.h"
 #include "store/PreviewList.h"
 #include "store/ValueStream.h"
 
@@ -24,13 +23,11 @@ class CAccessTableDataFileParser {
  public:
   virtual ~CAccessTableDataFileParser() = default;
 
-  // `workFolder` is where the run's data files are, with its separator at the end. The job outlives
-  // the parser.
-  CAccessTableDataFileParser(std::u16string workFolder, const SRecoveryRules& rules, CJobContext& job)
-      : m_names(std::move(workFolder)), m_rules(rules), m_job(job) {}
+  // The job outlives the parser.
+  CAccessTableDataFileParser(const SRecoveryRules& rules, CJobContext& job) : m_rules(rules), m_job(job) {}
 
-  // Opens the data file of a table at its start. False when it cannot be opened.
-  bool OpenDataFile(uint64_t key);
+  // Opens the records of a table at their start. False when they cannot be opened.
+  bool OpenDataFile(const CAccessTable& table) { return m_file.Open(table.GetRecords()); }
 
   // For a later FillPreview without arguments. Neither is owned.
   void SetPreviewTarget(const CAccessTable* table, CPreviewList* list);
@@ -63,7 +60,6 @@ class CAccessTableDataFileParser {
   void NameSystemTable(CAccessTable& table, bool isJet4Pages) const;
   void UseCatalogueRow(const CTablesByPage& tables, const SCatalogueRow& row, CAccessData& parseData) const;
 
-  CFileNameManager m_names;
   SRecoveryRules m_rules;
   CJobContext& m_job;
   CPreviewList* m_pList = nullptr;

@@ -158,7 +158,7 @@ void ReadCatalogueObjects(CAccessData& data, uint32_t pageSize, const CTemplateM
   const CAccessTable* const catalogue = data.GetTables().FindTable(uint64_t{kObjectsPage} * pageSize);
   if (catalogue == nullptr) return;
   CTableRowReader rows(catalogue->columns.GetCount());
-  if (!rows.Open(catalogue->GetDataFilePath())) return;
+  if (!rows.Open(catalogue->GetRecords())) return;
   CObjectReader objects(data, pageSize, match);
   std::vector<uint8_t> record;
   while (rows.BeginRow()) {

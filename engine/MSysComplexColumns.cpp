@@ -23,11 +23,11 @@ ColumnsById ComplexColumnsOf(CAccessTable& table) {
 
 }  // namespace
 
-bool CMSysComplexColumns::Load(std::u16string_view dataFilePath, CRecordDecoder* decoder) {
+bool CMSysComplexColumns::Load(const SFilePart& records, CRecordDecoder* decoder) {
   m_records.clear();
   m_problem.clear();
   CDataFileReader reader;
-  reader.SetPath(dataFilePath);
+  reader.SetPath(records);
   reader.SetDecoder(decoder);
   reader.Open();
   std::u16string name, type, flat, conceptual, id;

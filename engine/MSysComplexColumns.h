@@ -21,7 +21,7 @@ class CMSysComplexColumns {
   // `decoder` makes the texts where the data file does not hold them. Replaces the records by those of the
   // table's data file; an incomplete last row is dropped. A file that cannot be opened gives none. False when
   // there are too many: the first kMaximumRecords are kept, and GetProblem says so.
-  bool Load(std::u16string_view dataFilePath, CRecordDecoder* decoder = nullptr);
+  bool Load(const SFilePart& records, CRecordDecoder* decoder = nullptr);
   [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
 
   [[nodiscard]] size_t GetCount() const { return m_records.size(); }

@@ -88,6 +88,7 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
     else
       GiveUp(SystemMessage(m_dataFile.GetLastErrorCode()));
     m_dataFile.CloseDataFile();
+    table.SetRecords(m_dataFile.GetPart());
   } catch (const CFileCustException& error) {
     isStored = false;
     GiveUp(error.GetMessageText());
@@ -112,8 +113,12 @@ bool CTableWalk::KeepsRows() const {
 bool CTableWalk::StartFiles() {
   const bool keeps = KeepsRows();
   m_objectFile.Start(keeps ? m_table->GetObjectFilePath() : std::u16string());
-  if (keeps) return m_dataFile.CreateDataFile(m_table->GetDefinitionOffset());
-  m_dataFile.StartWithoutFile();
+  // Whoever reads texts takes each table's file by its name.
+  if (keeps && m_rules.recordsHoldTexts) return m_dataFile.CreateDataFile(m_table->GetDefinitionOffset());
+  if (keeps)
+    m_dataFile.StartDataFile(m_table->GetDefinitionOffset());
+  else
+    m_dataFile.StartWithoutFile();
   return true;
 }
 

@@ -53,7 +53,7 @@ PagesByName ReadNames(CSource& source, const SRecoveryRules& rules, CJobContext&
   CPageClaims none;
   CRecordParser(rules, job).ParseRecords(data, source, none);
   for (const uint32_t owner : owners) data.GetTables().AddTable(uint64_t{owner} * pageSize);
-  CAccessTableDataFileParser(workFolder, rules, job).ScanTableNames(data, pageSize);
+  CAccessTableDataFileParser(rules, job).ScanTableNames(data, pageSize);
   for (const auto& table : data.GetTables()) {
     const uint32_t page = table->GetPage(pageSize);
     if (table->name.empty() || page == kObjectsPage) continue;

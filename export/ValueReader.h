@@ -19,7 +19,7 @@ class CTableValueReader {
   explicit CTableValueReader(const CAccessTable& table);
 
   // From the first row. False when the data file cannot be opened.
-  bool Open() { return m_rows.Open(m_table.GetDataFilePath()); }
+  bool Open() { return m_rows.Open(m_table.GetRecords()); }
   // False after the last row. Of a row that the file's end cuts short the values that are whole are there.
   bool ReadRow();
   // Of the row read last, until the next one. A record that is no value of its type reads as null.

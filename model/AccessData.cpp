@@ -6,7 +6,9 @@ namespace tolvane {
 
 CAccessData::~CAccessData() {
   m_tables.Clear();
-  CAccessTableDataFile(m_workFolder).RemoveOleFiles();
+  const CAccessTableDataFile files(m_workFolder);
+  files.RemoveOleFiles();
+  files.RemoveSharedFile();
 }
 
 void CAccessData::NoteOtherObject(EOtherObject kind, std::u16string_view name) {

@@ -17,6 +17,7 @@ constexpr uint64_t kKeyTextUnit = 4096;  // for both page sizes
 CAccessTable::CAccessTable(uint64_t definitionOffset, const std::u16string& workFolder)
     : m_definitionOffset(definitionOffset),
       m_dataFilePath(CFileNameManager(workFolder).GetDataFilePath(definitionOffset)),
+      m_records(m_dataFilePath),
       m_keyText(ToDecimal(int64_t{static_cast<int32_t>(definitionOffset / kKeyTextUnit)})) {}
 
 CAccessTable::~CAccessTable() {

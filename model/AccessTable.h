@@ -17,6 +17,7 @@
 #include "model/AccessColumn.h"
 #include "model/AccessTableIndex.h"
 #include "model/TableLink.h"
+#include "store/FilePart.h"
 
 namespace tolvane {
 
@@ -64,6 +65,9 @@ class CAccessTable {
   CAccessTable& operator=(const CAccessTable&) = delete;
 
   [[nodiscard]] const std::u16string& GetDataFilePath() const { return m_dataFilePath; }
+  // Where its records are: in the data file, or with those of other tables in a file that stays.
+  [[nodiscard]] const SFilePart& GetRecords() const { return m_records; }
+  void SetRecords(SFilePart records) { m_records = std::move(records); }
   // Of the file that holds its OLE values, where they share one; it goes with the table, too.
   [[nodiscard]] std::u16string GetObjectFilePath() const { return m_dataFilePath + u".objects"; }
   [[nodiscard]] uint64_t GetDefinitionOffset() const { return m_definitionOffset; }
@@ -99,6 +103,7 @@ class CAccessTable {
  private:
   uint64_t m_definitionOffset;
   std::u16string m_dataFilePath;
+  SFilePart m_records;
   std::u16string m_keyText;
 };
 

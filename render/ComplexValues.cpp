@@ -43,7 +43,7 @@ CComplexValues::CComplexValues(const CAccessTable& table, size_t column, const S
 void CComplexValues::LoadKeys(const CAccessTable& table, size_t column) {
   CTableRowReader reader(table.columns.GetCount());
   std::vector<uint8_t> record;
-  if (!reader.Open(table.GetDataFilePath())) return;
+  if (!reader.Open(table.GetRecords())) return;
   while (reader.BeginRow()) {
     for (size_t i = 0; i <= column; ++i) reader.ReadRecord(record);
     if (const int32_t key = KeyOf(record); key > 0) m_keys.push_back(key);
@@ -57,7 +57,7 @@ void CComplexValues::LoadKeys(const CAccessTable& table, size_t column) {
 void CComplexValues::LoadValues() {
   const CAccessColumnList& columns = m_flat.table->columns;
   CTableRowReader reader(columns.GetCount());
-  if (!reader.Open(m_flat.table->GetDataFilePath())) return;
+  if (!reader.Open(m_flat.table->GetRecords())) return;
   std::unordered_set<int32_t> numbers;
   std::vector<uint8_t> record, itemRecord;
   while (reader.BeginRow()) {
@@ -96,7 +96,7 @@ std::span<const CComplexValues::SPlace> CComplexValues::FindPlaces(int32_t key) 
                                       [](const SPlace& a, int32_t wanted) { return a.key < wanted; });
   const auto last = std::find_if(first, m_places.end(), [key](const SPlace& a) { return a.key != key; });
   if (first == last || (IsShared(key) && !m_given.insert(key).second)) return {};
-  if (!m_reader.IsOpen() && !m_reader.Open(m_flat.table->GetDataFilePath())) return {};
+  if (!m_reader.IsOpen() && !m_reader.Open(m_flat.table->GetRecords())) return {};
   return {first, last};
 }
 

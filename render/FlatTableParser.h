@@ -43,7 +43,7 @@ class CFlatTableParser {
 
   // Where the records are not texts; not owned.
   void SetDecoder(CRecordDecoder* decoder) { m_reader.SetDecoder(decoder); }
-  void SetPath(std::u16string_view path) { m_reader.SetPath(path); }
+  void SetPath(const SFilePart& part) { m_reader.SetPath(part); }
   bool Open() { return m_reader.Open(); }
   void Close() { m_reader.Close(); }
   void SetLayout(const SFlatLayout& layout) { m_layout = layout; }

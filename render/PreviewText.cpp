@@ -124,7 +124,7 @@ CPreviewText::SFlatTable& CPreviewText::GetFlatTable(size_t column) {
   CRecordText records(table->columns, m_rules);
   parser.SetDecoder(&records);
   parser.SetLayout(MultiValueLayoutOf(*table));
-  parser.SetPath(table->GetDataFilePath());
+  parser.SetPath(table->GetRecords());
   parser.Open();
   flat.unitsLeft = kTimesShown * parser.BuildTexts(flat.texts, m_preview) + kUnitsShownAtLeast;
   parser.Close();

@@ -50,7 +50,7 @@ class CTableTextReader {
   CTableTextReader(const CAccessTable& table, const SRecoveryRules& rules);
 
   // From the first row, up to the length that the file has now. False when the data file cannot be opened.
-  bool Open() { return m_rows.Open(m_table.GetDataFilePath()); }
+  bool Open() { return m_rows.Open(m_table.GetRecords()); }
   // One cell a column, in column order; the strings are reused. False after the last row. A row that the
   // file's end cuts short is the last one: the values that are whole are returned, the other cells are empty.
   // The cell of an object is the path of the file that its bytes are in.

@@ -15,6 +15,9 @@ namespace tolvane {
 namespace {
 
 constexpr size_t kBufferBytes = 256 * 1024;
+// Of a table that shares a file, and of that file, which then is whole on any file system.
+constexpr size_t kSmallTable = 64 * 1024;
+constexpr uint64_t kMostShared = uint64_t{1} << 30;
 // No system's path is longer; a list record that claims more names nothing.
 constexpr uint32_t kMaximumPathBytes = 2 * 65536;
 
@@ -42,12 +45,45 @@ bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   m_used = 0;  // values that came while no file was open belong to no table
   m_written = 0;
   m_strPath = path;
+  m_part = path;
+  return true;
+}
+
+void CAccessTableDataFile::StartDataFile(uint64_t key) {
+  CloseDataFile();
+  m_isOpen = true;
+  m_isWithoutFile = false;
+  m_used = 0;
+  m_written = 0;
+  m_strPath = m_names.GetDataFilePath(key);
+  m_part = m_strPath;
+}
+
+void CAccessTableDataFile::CreateOwnFile() {
+  if (!std::exchange(m_isOpen, false)) return;
+  if (!m_file.Open(m_strPath, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
+    throw CFileCustException(m_file.GetLastErrorCode());
+}
+
+// False: it is full.
+bool CAccessTableDataFile::StoreInSharedFile() {
+  m_isOpen = false;
+  const std::u16string path = m_names.GetSharedFilePath();
+  if (!m_sharedFile.IsOpen() &&
+      !m_sharedFile.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::OpenAlways))
+    throw CFileCustException(m_sharedFile.GetLastErrorCode());
+  const uint64_t place = m_sharedFile.GetLength();
+  m_isOpen = place + m_used > kMostShared;
+  if (m_isOpen) return false;
+  m_part = {path, place, m_used};
+  m_sharedFile.WriteAt(place, std::span(m_buffer).first(std::exchange(m_used, 0)));
   return true;
 }
 
 void CAccessTableDataFile::StartWithoutFile() {
   CloseDataFile();
   m_isWithoutFile = true;
+  m_part = {};
   m_used = 0;
   m_written = 0;
 }
@@ -116,6 +152,7 @@ void CAccessTableDataFile::WriteRecords(std::span<const uint8_t> records) {
     return;
   }
   FlushBuffer();
+  CreateOwnFile();
   m_written += records.size();
   m_file.Write(records);
 }
@@ -130,12 +167,16 @@ void CAccessTableDataFile::FlushBuffer() {
   // Nothing stays buffered even if the write fails: what was written then cannot be told.
   const std::span<const uint8_t> bytes(m_buffer.data(), std::exchange(m_used, 0));
   m_written += bytes.size();
-  if (!bytes.empty() && !m_isWithoutFile) m_file.Write(bytes);
+  if (bytes.empty() || m_isWithoutFile) return;
+  CreateOwnFile();
+  m_file.Write(bytes);
 }
 
 void CAccessTableDataFile::CloseDataFile() {
-  if (!m_file.IsOpen()) return;
+  if (m_isOpen && m_used <= kSmallTable && StoreInSharedFile()) return;
+  if (!m_isOpen && !m_file.IsOpen()) return;
   try {
+    CreateOwnFile();
     FlushBuffer();
   } catch (const CFileCustException&) {
     m_file.Close();
@@ -160,6 +201,11 @@ bool CAccessTableDataFile::RemoveDataFile(uint64_t key) const {
   const std::u16string path = m_names.GetDataFilePath(key);
   if (CanWrite(path)) RemoveFile(path);
   return true;
+}
+
+void CAccessTableDataFile::RemoveSharedFile() const {
+  const std::u16string path = m_names.GetSharedFilePath();
+  if (FileExists(path)) RemoveFile(path);
 }
 
 // By its letters alone: a name with ".." in it is none that this program made.

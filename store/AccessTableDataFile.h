@@ -1,4 +1,5 @@
-// The temporary file that holds every recovered value of one table, and the list of OLE side files.
+// The temporary file that holds every recovered value of one table, and the list of OLE side files. Creating
+// a file costs more than writing a small one: tables that are small may share one file, one behind the other.
 //
 //   data file: value records, row after row, one record a column, no header and no row count
 //     0  u32  N = 2L + 1
@@ -20,6 +21,7 @@
 
 #include "platform/FileCust.h"
 #include "store/FileNameManager.h"
+#include "store/FilePart.h"
 
 namespace tolvane {
 
@@ -39,6 +41,9 @@ class CAccessTableDataFile {
   // Closes an open file (see there), then starts the file of `key` from empty. False when it cannot be
   // created; the reason is in GetLastErrorCode.
   bool CreateDataFile(uint64_t key);
+  // The same, but a table that proves small is stored in the shared file when it is closed. What cannot be
+  // created is thrown there, or by the first write that the buffer does not hold.
+  void StartDataFile(uint64_t key);
   // The same without a file: what is written is dropped.
   void StartWithoutFile();
   // Appends one value. Buffered; throws CFileCustException when the disk is full or gone. What was buffered
@@ -68,6 +73,11 @@ class CAccessTableDataFile {
   // and only a file of exactly that name goes, and only inside the work folder.
   void RemoveOleFiles() const;
 
+  // Deletes the shared file, if it is there.
+  void RemoveSharedFile() const;
+
+  // Where the records of the table are that was closed last.
+  [[nodiscard]] const SFilePart& GetPart() const { return m_part; }
   [[nodiscard]] const std::u16string& GetPath() const { return m_strPath; }
   [[nodiscard]] uint32_t GetLastErrorCode() const { return m_file.GetLastErrorCode(); }
 
@@ -80,12 +90,17 @@ class CAccessTableDataFile {
   void PutBytes(std::span<const uint8_t> bytes);
   void EmptyBuffer();
   void FlushBuffer();
+  void CreateOwnFile();
+  bool StoreInSharedFile();
 
   [[nodiscard]] bool IsInWorkFolder(std::u16string_view path) const;
 
   CFileNameManager m_names;
   std::u16string m_strPath;  // the file created last; empty until then
   CFileCust m_file;
+  CFileCust m_sharedFile;  // once a table is in it
+  SFilePart m_part;
+  bool m_isOpen = false;  // a table that has no file of its own yet
   bool m_isWithoutFile = false;
   std::vector<uint8_t> m_buffer;
   size_t m_used = 0;           // bytes of the buffer that are not written yet

@@ -23,11 +23,11 @@ class CDataFileReader {
  public:
   // Not owned; null where the records are texts.
   void SetDecoder(CRecordDecoder* decoder) { m_decoder = decoder; }
-  void SetPath(std::u16string_view path) { m_path = path; }
+  void SetPath(const SFilePart& part) { m_part = part; }
   // From the start, up to the length that the file has now. After a failed open the reader is at its end.
   bool Open() {
     m_records = 0;
-    return m_stream.Open(m_path);
+    return m_stream.Open(m_part);
   }
   void Close() { m_stream.Close(); }
   [[nodiscard]] bool IsEnd() const { return m_stream.IsAtEnd(); }
@@ -39,7 +39,7 @@ class CDataFileReader {
   CRecordDecoder* m_decoder = nullptr;
   size_t m_records = 0;  // read so far
   CValueStream m_stream;
-  std::u16string m_path;
+  SFilePart m_part;
 };
 
 }  // namespace tolvane

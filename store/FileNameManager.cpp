@@ -13,6 +13,10 @@ std::u16string CFileNameManager::GetOleListPath() const {
   return m_folder + u"OleFileNameData";
 }
 
+std::u16string CFileNameManager::GetSharedFilePath() const {
+  return m_folder + u"small_tables";
+}
+
 std::u16string CFileNameManager::GetOleFilePath(int32_t number) const {
   return m_folder + u"ole_temp_" + ToDecimal(int64_t{number}) + u".Ole";
 }

@@ -17,6 +17,8 @@ class CFileNameManager {
   // The work folder followed by the key in decimal.
   [[nodiscard]] std::u16string GetDataFilePath(uint64_t key) const;
   [[nodiscard]] std::u16string GetOleListPath() const;
+  // Of the file that small tables share.
+  [[nodiscard]] std::u16string GetSharedFilePath() const;
   // "ole_temp_<number>.Ole" in the work folder.
   [[nodiscard]] std::u16string GetOleFilePath(int32_t number) const;
   // Creates each missing folder along `path`; an existing one is no error. A folder that cannot be created

@@ -9,12 +9,13 @@
 
 namespace tolvane {
 
-bool CRowBlockReader::Open(std::u16string_view path) {
+bool CRowBlockReader::Open(const SFilePart& part) {
   m_position = m_length = 0;
-  if (!m_file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting,
+  if (!m_file.Open(part.path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting,
                    EFileFlags::Sequential))
     return false;
-  m_length = m_file.GetLength();
+  m_start = part.start;
+  m_length = part.LengthIn(m_file.GetLength());
   return true;
 }
 
@@ -26,7 +27,7 @@ bool CRowBlockReader::Next(SRowBlock& block) {
   const auto wanted = static_cast<size_t>(std::min<uint64_t>(kBlockBytes, m_length - m_position));
   if (block.bytes.size() < wanted) block.bytes.resize(wanted);
   CErrorHandler handler;
-  const size_t got = m_file.ReadAt(m_position, std::span(block.bytes).first(wanted), handler);
+  const size_t got = m_file.ReadAt(m_start + m_position, std::span(block.bytes).first(wanted), handler);
   if (got < wanted) m_length = m_position + got;
   if (got == 0) return false;
   const std::span<const uint8_t> bytes = std::span(block.bytes).first(got);
@@ -59,7 +60,8 @@ void CRowBlockReader::PassRow() {
     std::array<uint8_t, kCountBytes> bytes{};
     CErrorHandler handler;
     const uint64_t left = m_length - m_position;
-    const bool isThere = left >= kCountBytes && m_file.ReadAt(m_position, bytes, handler) == kCountBytes;
+    const bool isThere =
+        left >= kCountBytes && m_file.ReadAt(m_start + m_position, bytes, handler) == kCountBytes;
     const uint32_t count = GetLittle<uint32_t>(bytes, 0);
     if (!isThere || count > left - kCountBytes) {
       m_position = m_length;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/FileCust.h"
+#include "store/FilePart.h"
 
 namespace tolvane {
 
@@ -35,7 +36,7 @@ class CRowBlockReader {
   explicit CRowBlockReader(size_t columnCount) : m_columnCount(columnCount) {}
 
   // From the first row, up to the length that the file has now. False when it cannot be opened.
-  bool Open(std::u16string_view path);
+  bool Open(const SFilePart& part);
   [[nodiscard]] uint64_t GetLength() const { return m_length; }
   // The next rows, at least one. False behind the last one. Where the system fails to read, the file ends.
   bool Next(SRowBlock& block);
@@ -46,6 +47,7 @@ class CRowBlockReader {
 
   size_t m_columnCount;
   CFileCust m_file;
+  uint64_t m_start = 0;  // of the part in the file, from which all places count
   uint64_t m_length = 0;
   uint64_t m_position = 0;
 };

@@ -2,9 +2,9 @@
 
 namespace tolvane {
 
-bool CTableRowReader::Open(std::u16string_view path) {
+bool CTableRowReader::Open(const SFilePart& part) {
   m_isIncomplete = m_isInRow = m_hasCount = false;
-  return m_stream.Open(path);
+  return m_stream.Open(part);
 }
 
 bool CTableRowReader::BeginRow() {

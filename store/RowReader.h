@@ -16,7 +16,7 @@ class CTableRowReader {
   explicit CTableRowReader(size_t columnCount) : m_columnCount(columnCount) {}
 
   // From the first row, up to the length that the file has now. False when the data file cannot be opened.
-  bool Open(std::u16string_view path);
+  bool Open(const SFilePart& part);
   // Moves on to the next row; what was not read of the last one is passed over. False after the last row. A
   // row that the file's end cuts short is the last one: the values that are whole are there.
   bool BeginRow();

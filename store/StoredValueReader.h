@@ -11,8 +11,8 @@ namespace tolvane {
 
 class CStoredValueReader {
  public:
-  // The path of a table's data file. False when the data file cannot be opened.
-  bool Open(std::u16string_view path) { return m_stream.Open(path); }
+  // The records of a table. False when their file cannot be opened.
+  bool Open(const SFilePart& part) { return m_stream.Open(part); }
   // The data file cannot be deleted before.
   void Close() { m_stream.Close(); }
   [[nodiscard]] bool IsOpen() const { return m_stream.IsOpen(); }

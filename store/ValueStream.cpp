@@ -16,12 +16,13 @@ constexpr size_t kBlockBytes = 256 * 1024;
 
 }  // namespace
 
-bool CValueStream::Open(std::u16string_view path) {
+bool CValueStream::Open(const SFilePart& part) {
   Close();
-  if (!m_file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting,
+  if (!m_file.Open(part.path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting,
                    EFileFlags::Sequential))
     return false;
-  m_length = m_file.GetLength();
+  m_start = part.start;
+  m_length = part.LengthIn(m_file.GetLength());
   return true;
 }
 
@@ -93,7 +94,7 @@ bool CValueStream::FillBlock() {
   if (m_block.size() < wanted) m_block.resize(wanted);
   CErrorHandler handler;
   m_blockStart = m_position;
-  m_blockSize = m_file.ReadAt(m_position, std::span(m_block).first(wanted), handler);
+  m_blockSize = m_file.ReadAt(m_start + m_position, std::span(m_block).first(wanted), handler);
   if (m_blockSize == 0) m_length = m_position;
   return m_blockSize > 0;
 }

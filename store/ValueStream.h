@@ -3,7 +3,8 @@
 //   0  u32  N, little-endian
 //   4       N bytes: N / 2 UTF-16LE units; the last byte of an odd N is no text
 //
-// The stream ends at the length that the file had when it was opened, because another thread may still be
+// Positions count from the start of the part that is read. The stream ends with it, or at the length that the
+// file had when it was opened, because another thread may still be
 // appending to it. A count is untrusted: no more is allocated than the file still holds.
 #pragma once
 
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "platform/FileCust.h"
+#include "store/FilePart.h"
 
 namespace tolvane {
 
@@ -26,7 +28,7 @@ class CValueStream {
   static constexpr size_t kAllUnits = ~size_t{0};
 
   // False when the file cannot be opened; the stream is then at its end.
-  bool Open(std::u16string_view path);
+  bool Open(const SFilePart& part);
   void Close();
   [[nodiscard]] bool IsOpen() const { return m_file.IsOpen(); }
   [[nodiscard]] bool IsAtEnd() const { return m_position >= m_length; }
@@ -57,6 +59,7 @@ class CValueStream {
   bool FillBlock();
 
   CFileCust m_file;
+  uint64_t m_start = 0;  // of the part in the file, from which all places count
   uint64_t m_length = 0;
   uint64_t m_position = 0;  // may lie past the end after a count that lies
   // Bytes of the file from m_blockStart on.

@@ -349,7 +349,7 @@ ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable
     return ESaveStep::Done;
   // Its records are counted as lost already.
   if (!saved.isCreated || table.link) return ESaveStep::Done;
-  if (!CanRead(table.GetDataFilePath())) {
+  if (!CanRead(table.GetRecords().path)) {
     LoseRecords(saved, table.header.rowCount, u"The table's temporary file cannot be read.");
     return ESaveStep::Done;
   }

@@ -72,7 +72,7 @@ void ReadQueryProperties(const CAccessData& data, CTList<CQuery>& queries) {
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext())
     byId.emplace(static_cast<uint32_t>(ParseQueryNumber(query->rows.GetHead()->ObjectId)), query);
   CTableRowReader rows(catalogue->columns.GetCount());
-  if (byId.empty() || !rows.Open(catalogue->GetDataFilePath())) return;
+  if (byId.empty() || !rows.Open(catalogue->GetRecords())) return;
   Blob record, blob;
   while (rows.BeginRow()) {
     const SCatalogueRow row = ReadCatalogueRow(*catalogue, rows, record);

@@ -110,7 +110,7 @@ bool CQuerySaver::ReadQueries(const CAccessData& data, CTList<CQuery>& queries) 
 bool CQuerySaver::ReadRows(const CAccessTable& table, const SRecoveryRules& rules,
                            CTList<CQueryAttributes>& rows, uint32_t& wholeRows, CJobContext* job) {
   CValueStream stream;
-  if (!stream.Open(table.GetDataFilePath())) return false;
+  if (!stream.Open(table.GetRecords())) return false;
   CRecordText texts(table.columns, rules);
   bool isWhole = true;
   while (isWhole && !stream.IsAtEnd()) {

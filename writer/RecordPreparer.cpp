@@ -29,8 +29,8 @@ CRecordPreparer::CRecordPreparer(CDaoRecordset& recordset, const SSavedTable& sa
   for (const SFieldType& field : saved.fieldTypes) m_fieldTypes.push_back(ColumnTypeOfField(field.type));
 }
 
-bool CRecordPreparer::Open(std::u16string_view path) {
-  if (!m_reader.Open(path) || m_reader.GetLength() < CRowBlockReader::kBlockBytes) return false;
+bool CRecordPreparer::Open(const SFilePart& records) {
+  if (!m_reader.Open(records) || m_reader.GetLength() < CRowBlockReader::kBlockBytes) return false;
   for (SPreparedRows& slot : m_slots) {
     slot.batch = m_recordset.MakeBatch();
     if (!slot.batch) return false;

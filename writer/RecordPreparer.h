@@ -42,7 +42,7 @@ class CRecordPreparer : private COrderedSteps {
 
   // False: the engine has no batches for this table, or its data file is not there or so short that
   // preparing it is not worth the while.
-  bool Open(std::u16string_view path);
+  bool Open(const SFilePart& records);
   // The next rows of the file; they stay until the next call. Null behind the last ones.
   SPreparedRows* Next();
 

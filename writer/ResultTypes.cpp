@@ -74,7 +74,7 @@ std::vector<SValueKind> FindResultTypes(const CAccessTable& table) {
   }
   if (std::find(isAsked.begin(), isAsked.end(), true) == isAsked.end()) return kinds;
   CTableRowReader reader(kinds.size());
-  if (!reader.Open(table.GetDataFilePath())) return kinds;
+  if (!reader.Open(table.GetRecords())) return kinds;
   std::vector<size_t> wholeDigits(kinds.size());  // in front of the points of decimals
   std::vector<uint8_t> head;
   while (reader.BeginRow()) {

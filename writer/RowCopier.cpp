@@ -84,11 +84,11 @@ ESaveStep CRowCopier::CopyRows() {
   const auto flat = m_rules.complexValuesAreData ? DescribeFlatTable(*m_saved.table) : std::nullopt;
   m_unwrapsFiles = flat && flat->kind == EFlatKind::Files && m_saved.rows != ERows::Attached;
   CTableRowReader reader(m_saved.table->columns.GetCount());
-  const std::u16string path = m_saved.table->GetDataFilePath();
+  const SFilePart& records = m_saved.table->GetRecords();
   uint64_t rowsRead = 0, rowsTaken = 0;
-  if (reader.Open(path)) {
+  if (reader.Open(records)) {
     CRecordPreparer preparer(*m_recordset, m_saved, m_job.GetThreads());
-    if (CanPrepare() && preparer.Open(path)) {
+    if (CanPrepare() && preparer.Open(records)) {
       while (const SPreparedRows* const rows = preparer.Next())
         if (const ESaveStep step = CopyPrepared(*rows, reader, rowsTaken); step != ESaveStep::Done)
           return step;

@@ -132,7 +132,7 @@ TEST_F(RecordStore, ReadsInFullWhatTheListShortens) {
   const CAccessData data(kStandardRules, GetWorkFolder());
   store.SetTable(table, data);
   CPreviewThreadStatus::Instance().SetAbort(0);
-  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules, ShownJob()).FillPreview(&table, &store);
+  CAccessTableDataFileParser(kStandardRules, ShownJob()).FillPreview(&table, &store);
   ASSERT_EQ(store.GetItemCount(), 2u);
   EXPECT_EQ(ToUtf8(store.GetCell(1, 1)), std::string(90, 'm') + "[Memo...]");
   EXPECT_EQ(store.GetWholeCell(1, 1), memo);
@@ -178,7 +178,7 @@ TEST_F(RecordStore, ReadsOnlyWhatIsLookedAt) {
   store.SetLocalText(CLocalText(german));
   store.SetTable(table, data);
   CPreviewThreadStatus::Instance().SetAbort(0);
-  CAccessTableDataFileParser(GetWorkFolder(), kExactRules, ShownJob()).FillPreview(&table, &store);
+  CAccessTableDataFileParser(kExactRules, ShownJob()).FillPreview(&table, &store);
   EXPECT_EQ(store.GetItemCount(), kRows);
   EXPECT_EQ(store.GetRowsRead(), 0u);
   const size_t folderEntries = ListFolder(folder.GetPath()).size();

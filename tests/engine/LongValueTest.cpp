@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "store/FileNameManager.h"
 #include "tests/engine/RowFile.h"
 
 namespace tolvane {

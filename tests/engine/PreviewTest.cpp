@@ -39,7 +39,7 @@ class Preview : public CStoreTest {
   void TearDown() override { CPreviewThreadStatus::Instance().SetAbort(0); }
 
   const std::vector<Row>& Fill() {
-    CAccessTableDataFileParser parser(GetWorkFolder(), kStandardRules, ShownJob());
+    CAccessTableDataFileParser parser(kStandardRules, ShownJob());
     parser.SetPreviewTables(&m_tables, 4096);
     parser.FillPreview(&m_table, &m_list);
     return m_list.items;
@@ -60,7 +60,7 @@ TEST_F(Preview, ShowsHeadingsAndRows) {
 
   CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(kKey);
   CFakeList list;
-  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules, ShownJob()).FillPreview(&m_table, &list);
+  CAccessTableDataFileParser(kStandardRules, ShownJob()).FillPreview(&m_table, &list);
   EXPECT_EQ(list.headings, m_list.headings);
   EXPECT_TRUE(list.items.empty()) << "no data file";
 }
@@ -91,7 +91,7 @@ TEST_F(Preview, DisplayRules) {
     AddColumn(table, test.type);
     WriteRows(0x7000, {{test.stored}});
     CFakeList list;
-    CAccessTableDataFileParser parser(GetWorkFolder(), kStandardRules, ShownJob());
+    CAccessTableDataFileParser parser(kStandardRules, ShownJob());
     parser.SetPreviewTarget(&table, &list);
     parser.FillPreview();
     EXPECT_EQ(list.items.at(0).at(0), test.shown);
@@ -135,7 +135,7 @@ TEST_F(Preview, AnAbortIsSeenBeforeTheNextValue) {
   EXPECT_EQ(m_list.cellsSet, 5U);
 
   CFakeList untouched;
-  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules, ShownJob()).FillPreview(&m_table, &untouched);
+  CAccessTableDataFileParser(kStandardRules, ShownJob()).FillPreview(&m_table, &untouched);
   EXPECT_TRUE(untouched.headings.empty());
 }
 

@@ -52,7 +52,7 @@ TEST_F(Progress, TheBarMovesWhileNamesAreRead) {
   file.CloseDataFile();
   catalogue.header.rowCount = 3;
   Bar().SetPos(70);
-  CAccessTableDataFileParser(GetWorkFolder(), kStandardRules, ShownJob()).ScanTableNames(*data, 4096);
+  CAccessTableDataFileParser(kStandardRules, ShownJob()).ScanTableNames(*data, 4096);
   EXPECT_EQ(Bar().GetMax(), 3);
   EXPECT_EQ(Bar().GetPos(), 2 * 9 + 1);
 }

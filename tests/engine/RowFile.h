@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "engine/RecordParser.h"
-#include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 #include "tests/engine/EngineTest.h"
 
@@ -112,7 +111,7 @@ class CRowTest : public CEngineTest {
   // All values of the table's data file in UTF-8.
   Texts Values() const {
     CValueStream stream;
-    stream.Open(CFileNameManager(GetWorkFolder()).GetDataFilePath(table->GetDefinitionOffset()));
+    stream.Open(table->GetRecords());
     Texts values;
     uint32_t count = 0;
     for (std::u16string text; stream.ReadCount(count) && stream.ReadText(count, text);)

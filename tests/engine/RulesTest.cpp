@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "engine/TableScanner.h"
-#include "store/FileNameManager.h"
 #include "store/ValueStream.h"
 #include "tests/engine/EngineTest.h"
 
@@ -83,7 +82,7 @@ std::string Indexes(const CAccessTable& table) {
 
 std::string LastValue(const CAccessTable& table) {
   CValueStream stream;
-  stream.Open(CFileNameManager(GetWorkFolder()).GetDataFilePath(table.GetDefinitionOffset()));
+  stream.Open(table.GetRecords());
   uint32_t count = 0;
   std::string value = "none";
   for (std::u16string text; stream.ReadCount(count) && stream.ReadText(count, text);)

@@ -37,7 +37,7 @@ class TableNaming : public CStoreTest {
 
   uint32_t m_pageSize = 4096;
   CAccessData m_data{kStandardRules, GetWorkFolder()};
-  CAccessTableDataFileParser m_parser{GetWorkFolder(), kStandardRules, ShownJob()};
+  CAccessTableDataFileParser m_parser{kStandardRules, ShownJob()};
 };
 
 TEST_F(TableNaming, TablesTakeTheirNamesAndQueriesAreListedTwice) {

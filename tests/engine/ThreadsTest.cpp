@@ -5,6 +5,7 @@
 #include "format/RowLayout.h"
 #include "platform/FileCust.h"
 #include "status/JobContext.h"
+#include "store/ValueStream.h"
 #include "tests/engine/EngineTest.h"
 
 namespace tolvane {
@@ -88,8 +89,11 @@ class Threads : public CEngineTest {
     const auto add = [&all](const Bytes& more) { all.insert(all.end(), more.begin(), more.end()); };
     for (const auto& table : repair.GetData()->GetTables()) {
       add(Little(table->header.rowCount, 4));
-      EXPECT_EQ(FileExists(table->GetDataFilePath()), wantsRows || table->dataPages.GetCount() < kPages);
-      if (addsLarge || table->dataPages.GetCount() < kPages) add(ReadWhole(table->GetDataFilePath()));
+      CValueStream records;
+      EXPECT_EQ(records.Open(table->GetRecords()), wantsRows || table->dataPages.GetCount() < kPages);
+      Bytes bytesOfRows(static_cast<size_t>(records.GetBytesLeft()));
+      records.ReadBytes(bytesOfRows);
+      if (addsLarge || table->dataPages.GetCount() < kPages) add(bytesOfRows);
       add(ReadWhole(table->GetObjectFilePath()));
     }
     for (size_t kind = 0; kind < static_cast<size_t>(EDamage::Count_); kind++)

@@ -1,5 +1,6 @@
 #include "store/AccessTableDataFile.h"
 
+#include "platform/Text.h"
 #include "store/RunMark.h"
 #include "store/ValueStream.h"
 #include "tests/support/StoreTest.h"
@@ -101,6 +102,37 @@ TEST_F(DataFile, CreatingAgainStartsFromEmptyAndKeepsThePathOnFailure) {
     EXPECT_TRUE(CAccessTableDataFile(GetWorkFolder()).RemoveDataFile(key));
   EXPECT_EQ(GetFileKind(InFolder(u"7")), EFileKind::Folder);
   EXPECT_FALSE(FileExists(InFolder(u"5")));
+}
+
+TEST_F(DataFile, SmallTablesShareAFileAndEachReadsItsOwnRecords) {
+  std::vector<SFilePart> parts;
+  const std::u16string large(200'000, u'z');
+  {
+    CAccessTableDataFile file(GetWorkFolder());
+    for (const std::u16string& value :
+         {std::u16string(u"one"), std::u16string(), large, std::u16string(u"four")}) {
+      file.StartDataFile(10 + parts.size());
+      if (!value.empty()) file.WriteValue(value);
+      file.CloseDataFile();
+      parts.push_back(file.GetPart());
+    }
+  }
+  for (const size_t table : {0U, 1U, 2U, 3U}) {
+    EXPECT_EQ(parts[table].path == InFolder(ToDecimal(10 + uint64_t{table})), table == 2) << table;
+    CValueStream stream;
+    ASSERT_TRUE(stream.Open(parts[table]));
+    uint32_t count = 0;
+    std::u16string text;
+    ASSERT_EQ(stream.ReadCount(count) && stream.ReadText(count, text), table != 1);
+    EXPECT_TRUE(text == (table == 0 ? u"one" : table == 1 ? u"" : table == 2 ? large : u"four")) << table;
+    EXPECT_FALSE(stream.ReadCount(count));
+  }
+  CAccessTableDataFile(GetWorkFolder()).RemoveSharedFile();
+  EXPECT_FALSE(FileExists(parts[0].path));
+  ASSERT_TRUE(CreateFolder(parts[0].path));  // in the way of the file
+  CAccessTableDataFile file(GetWorkFolder());
+  file.StartDataFile(10);
+  EXPECT_THROW(file.CloseDataFile(), CFileCustException);
 }
 
 TEST_F(DataFile, TheOleListHoldsTheFirstHalfOfEachPathAndTakesWhatThatNames) {
