@@ -38,6 +38,7 @@ CAccessTableDataFile::~CAccessTableDataFile() {
 bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   CloseDataFile();
   const std::u16string path = m_names.GetDataFilePath(key);
+  m_part = path;
   if (FileExists(path)) RemoveFile(path);
   if (!m_file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
     return false;
@@ -45,7 +46,6 @@ bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   m_used = 0;  // values that came while no file was open belong to no table
   m_written = 0;
   m_strPath = path;
-  m_part = path;
   return true;
 }
 
