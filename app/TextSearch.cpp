@@ -49,9 +49,13 @@ bool ContainsFolded(std::u16string_view text, std::u16string_view folded) {
   if (folded.empty()) return true;
   if (text.size() < folded.size()) return false;
   const char16_t first = folded.front();
+  // Only this one, too, becomes a unit of ASCII; most texts end here.
+  const bool isPlain = first < 0x80;
+  const char16_t capital = IsIn(first, u'a', u'z') ? static_cast<char16_t>(first - 0x20) : first;
   const size_t last = text.size() - folded.size();
   for (size_t at = 0; at <= last; ++at) {
-    if (Fold(text[at]) != first) continue;
+    const char16_t unit = text[at];
+    if (isPlain ? unit != first && unit != capital : Fold(unit) != first) continue;
     size_t same = 1;
     while (same < folded.size() && Fold(text[at + same]) == folded[same]) ++same;
     if (same == folded.size()) return true;

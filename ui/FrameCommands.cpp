@@ -102,11 +102,11 @@ void CFrameCommands::Run(UINT identifier) {
 void CFrameCommands::RunInView(UINT identifier) {
   switch (identifier) {
     case ID_COPY:
-      return m_view.Copy();
+      return m_view.GetCommands().Copy();
     case ID_COPY_LOG:
-      return m_view.CopyLog();
+      return m_view.GetCommands().CopyLog();
     case ID_SELECT_ALL:
-      return m_view.SelectAll();
+      return m_view.GetCommands().SelectAll();
     default:
       if (m_view.HasRecords()) RunOnRecords(identifier);
   }

@@ -15,7 +15,6 @@
 #include "platform/Text.h"
 #include "platform/Wide_win.h"
 #include "status/Status.h"
-#include "ui/Clipboard.h"
 #include "ui/Resource.h"
 #include "ui/ViewControls.h"
 #include "ui/win/DarkParts.h"
@@ -39,101 +38,28 @@ bool COrlinVexaFileScanView::Create(HWND frame) {
   if (!CreateOwn(TOLVANE_VIEW_CLASS, L"", {kStyle, WS_EX_CONTROLPARENT}, frame,
                  reinterpret_cast<HMENU>(static_cast<UINT_PTR>(IDC_VIEW))))
     return false;
-  if (!CreateControls()) return false;
-  GetItem(IDC_MODE_STANDARD_TEXT).SetText(kStandardModeText);
-  GetItem(IDC_MODE_TEMPLATE_TEXT).SetText(kTemplateModeText);
-  m_standardMode.Choose(true);
-  m_recentFiles.Attach(GetDlgItem(m_window, IDC_RECENT_LIST));
-  return true;
-}
-
-bool COrlinVexaFileScanView::CreateControls() {
-  for (const SControl& control : GetViewControls()) {
-    bool isCreated = true;
-    switch (control.identifier) {
-      case IDC_FILE:
-        isCreated = m_file.Create(m_window, IDC_FILE, EEditForm::LineToType);
-        break;
-      case IDC_TEMPLATE_FILE:
-        isCreated = m_template.Create(m_window, IDC_TEMPLATE_FILE, EEditForm::LineToType);
-        break;
-      case IDC_OUTPUT:
-        isCreated = m_output.Create(m_window, IDC_OUTPUT, EEditForm::Line);
-        break;
-      case IDC_SUMMARY:
-        isCreated = m_summary.Create(m_window, IDC_SUMMARY, EEditForm::Lines);
-        break;
-      case IDC_LOG:
-        isCreated = m_log.CreatePane(m_window, IDC_LOG);
-        break;
-      case IDC_MODE_STANDARD:
-        isCreated = m_standardMode.Create(m_window, IDC_MODE_STANDARD);
-        break;
-      case IDC_MODE_TEMPLATE:
-        isCreated = m_advanceMode.Create(m_window, IDC_MODE_TEMPLATE);
-        break;
-      case IDC_PROGRESS:
-        isCreated = m_progress.Create(m_window, IDC_PROGRESS);
-        break;
-      case IDC_TREE:
-        isCreated = m_tree.Create(m_window, IDC_TREE);
-        break;
-      case IDC_MAP:
-        isCreated = m_map.Create(m_window, IDC_MAP,
-                                 [this](const std::u16string& text) { GetItem(IDC_MAP_NOTE).SetText(text); });
-        break;
-      case IDC_FIND:
-      case IDC_RECORDS:
-      case IDC_CELL:
-        isCreated = m_records.CreateControl(m_window, control.identifier);
-        break;
-      default:
-        isCreated = CreateStandardControl(m_window, control);
-        break;
-    }
-    if (!isCreated) return false;
-  }
-  return true;
+  m_pageFocus.Attach(m_window);
+  m_commands.Attach(m_window);
+  return m_parts.Create(m_window);
 }
 
 void COrlinVexaFileScanView::SetWorkflow(CRepairWorkflow& workflow) {
   m_workflow = &workflow;
-  m_records.SetWorkflow(workflow);
+  m_parts.records.SetWorkflow(workflow);
 }
 
 void COrlinVexaFileScanView::SetNotice(std::function<void(std::u16string_view)> notice) {
-  m_records.SetNotice(notice);
-  m_notice = std::move(notice);
+  m_parts.records.SetNotice(notice);
+  m_commands.SetNotice(std::move(notice));
 }
 
 void COrlinVexaFileScanView::SetDpi(CDpi dpi) {
   m_dpi = dpi;
   SFonts previous = std::exchange(m_fonts, SFonts(dpi));
-  ApplyFonts();
-  m_records.SetFonts(m_fonts, dpi);
-  m_map.SetDpi(dpi);
+  SViewParts::ApplyFonts(m_window, m_fonts, GetPageTexts(m_state.page).step);
+  m_parts.records.SetFonts(m_fonts, dpi);
+  m_parts.map.SetDpi(dpi);
   Arrange();
-}
-
-void COrlinVexaFileScanView::ApplyTheme() const {
-  for (const SControl& control : GetViewControls())
-    CTheme::Get().ApplyToControl(GetDlgItem(m_window, static_cast<int>(control.identifier)));
-  ColourTree(m_tree.GetHandle());
-  ColourList(GetDlgItem(m_window, IDC_RECORDS));
-  ColourBar(m_progress.GetHandle());
-  ColourBar(GetDlgItem(m_window, IDC_OVERALL));
-  RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
-}
-
-void COrlinVexaFileScanView::ApplyFonts() {
-  const UINT step = GetPageTexts(m_state.page).step;
-  for (const SControl& control : GetViewControls()) {
-    const CFont* font = &m_fonts.message;
-    if (control.face == EFace::Title) font = &m_fonts.title;
-    if (control.face == EFace::Log) font = &m_fonts.log;
-    if (control.face == EFace::Bold || control.identifier == step) font = &m_fonts.bold;
-    GetItem(control.identifier).SetFont(font->GetHandle());
-  }
 }
 
 // --- pages ---
@@ -142,17 +68,17 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
   const bool isNewPage = page != m_state.page || !IsWindowVisible(GetDlgItem(m_window, IDC_TITLE));
   m_state.page = page;
   m_state.isTemplateMode = isTemplateMode;
-  m_standardMode.Choose(!isTemplateMode);
-  m_advanceMode.Choose(isTemplateMode);
+  m_parts.standardMode.Choose(!isTemplateMode);
+  m_parts.advanceMode.Choose(isTemplateMode);
   m_state.review = GetReview();
   Send(WM_SETREDRAW, FALSE);
   UpdateTexts();
   UpdateVisibility();
-  ApplyFonts();
+  SViewParts::ApplyFonts(m_window, m_fonts, GetPageTexts(m_state.page).step);
   Send(WM_SETREDRAW, TRUE);
   Arrange();
-  m_output.ShowEnd();  // a line without a width had shown none of its text
-  m_isPageNew = m_isPageNew || isNewPage;
+  m_parts.output.ShowEnd();  // a line without a width had shown none of its text
+  if (isNewPage) m_pageFocus.ExpectPage();
   if (page != EPageState::Repairing && page != EPageState::Saving) return;
   if (isNewPage) SetStatusLine({});
   SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
@@ -173,7 +99,7 @@ bool COrlinVexaFileScanView::IsShownHere(UINT identifier) const {
     case EWhen::Template:
       return m_state.isTemplateMode;
     case EWhen::Recent:
-      return !m_recentFiles.IsEmpty();
+      return !m_parts.recentFiles.IsEmpty();
     case EWhen::Table:
       return isReview && IsTableShown();
     case EWhen::Overview:
@@ -198,20 +124,21 @@ void COrlinVexaFileScanView::Arrange(bool isPageTheSame) {
   m_splitters.Take(layout);
   m_commandTop = layout.GetCommandTop();
   ShowSummaryScroller();
-  if (m_state.page <= EPageState::FileSelected) m_recentFiles.Show(m_dpi, m_fonts.message);
+  if (m_state.page <= EPageState::FileSelected) m_parts.recentFiles.Show(m_dpi, m_fonts.message);
   // What only moves a little takes its picture along.
   if (!isPageTheSame)
     RedrawWindow(m_window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 EReview COrlinVexaFileScanView::GetReview() const {
-  if (m_tree.GetSelectedObject()) return EReview::Object;
-  return m_tree.IsTableSelected() ? EReview::Table : EReview::Overview;
+  if (m_parts.tree.GetSelectedObject()) return EReview::Object;
+  return m_parts.tree.IsTableSelected() ? EReview::Table : EReview::Overview;
 }
 
 std::u16string COrlinVexaFileScanView::GetSelectedTable() const {
-  return m_state.page == EPageState::Repaired && m_tree.IsTableSelected() ? m_tree.GetSelectedName()
-                                                                          : std::u16string();
+  return m_state.page == EPageState::Repaired && m_parts.tree.IsTableSelected()
+             ? m_parts.tree.GetSelectedName()
+             : std::u16string();
 }
 
 void COrlinVexaFileScanView::ShowReview() {
@@ -224,42 +151,16 @@ void COrlinVexaFileScanView::ShowReview() {
 
 // The few lines about one table need none.
 void COrlinVexaFileScanView::ShowSummaryScroller() const {
-  ShowScrollBar(m_summary.GetHandle(), SB_VERT, m_state.page != EPageState::Repaired || !IsTableShown());
-}
-
-UINT COrlinVexaFileScanView::GetFirstFocus() const {
-  switch (m_state.page) {
-    case EPageState::Repairing:
-    case EPageState::Saving:
-      return ID_STOP;
-    case EPageState::Repaired:
-      return IDC_TREE;
-    case EPageState::Saved:
-      return ID_OPEN_FOLDER;
-    default:
-      return ID_NEXT;
-  }
+  ShowScrollBar(m_parts.summary.GetHandle(), SB_VERT,
+                m_state.page != EPageState::Repaired || !IsTableShown());
 }
 
 UINT COrlinVexaFileScanView::GetDefaultButton() const {
   const HWND focus = GetFocus();
-  if (m_records.IsFind(focus)) return ID_FIND_NEXT;
+  if (m_parts.records.IsFind(focus)) return ID_FIND_NEXT;
   if (focus == GetDlgItem(m_window, IDC_RECENT_LIST)) return IDC_RECENT_LIST;
   if (m_state.page == EPageState::Saved) return ID_OPEN_FOLDER;
   return IsShownHere(ID_NEXT) ? ID_NEXT : 0;
-}
-
-void COrlinVexaFileScanView::KeepFocus() {
-  const HWND focus = GetFocus();
-  if (IsChild(m_window, focus)) m_focus = focus;
-}
-
-// Only in the active window: nothing here takes the keyboard from another one.
-void COrlinVexaFileScanView::RestoreFocus() {
-  if (GetActiveWindow() != GetParent(m_window)) return;
-  if (!m_focus || !IsWindowVisible(m_focus) || !IsWindowEnabled(m_focus))
-    m_focus = GetNextDlgTabItem(m_window, nullptr, FALSE);
-  SetFocus(m_focus);
 }
 
 void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
@@ -269,19 +170,17 @@ void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
   GetItem(ID_STOP).Enable(switches.canStop);
   GetItem(ID_BACK).Enable(switches.canRepair);
   // Only now the button that it goes to can be pressed.
-  if (!std::exchange(m_isPageNew, false)) return;
-  m_focus = GetDlgItem(m_window, static_cast<int>(GetFirstFocus()));
-  RestoreFocus();
+  m_pageFocus.GoToPage(m_state.page);
 }
 
 void COrlinVexaFileScanView::SetSelectedFile(std::u16string_view path) {
-  m_file.SetText(path);
-  m_file.ShowEnd();
+  m_parts.file.SetText(path);
+  m_parts.file.ShowEnd();
 }
 
 void COrlinVexaFileScanView::SetTemplateFile(std::u16string_view path) {
-  m_template.SetText(path);
-  m_template.ShowEnd();
+  m_parts.templateFile.SetText(path);
+  m_parts.templateFile.ShowEnd();
 }
 
 void COrlinVexaFileScanView::SetHint(std::u16string_view text) {
@@ -293,32 +192,32 @@ void COrlinVexaFileScanView::SetStatusLine(std::u16string_view text) {
 }
 
 void COrlinVexaFileScanView::SetSummary(std::u16string_view text) {
-  m_summary.SetText(text);
+  m_parts.summary.SetText(text);
   ShowSummaryScroller();
 }
 
 void COrlinVexaFileScanView::SetOutputPath(std::u16string_view path) {
-  m_output.SetText(path);
-  m_output.ShowEnd();
+  m_parts.output.SetText(path);
+  m_parts.output.ShowEnd();
 }
 
 void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
-  m_tree.SetTables(tables);
+  m_parts.tree.SetTables(tables);
   ShowReview();
   m_isMapDue = m_workflow && !tables.empty();
-  m_map.SetPages(m_workflow ? &m_workflow->GetPages() : nullptr);
+  m_parts.map.SetPages(m_workflow ? &m_workflow->GetPages() : nullptr);
   SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
 }
 
 void COrlinVexaFileScanView::SetRecentFiles(const std::vector<std::u16string>& paths) {
-  m_recentFiles.SetPaths(paths);
-  m_recentFiles.Show(m_dpi, m_fonts.message);
+  m_parts.recentFiles.SetPaths(paths);
+  m_parts.recentFiles.Show(m_dpi, m_fonts.message);
   UpdateVisibility();
 }
 
 // The bar and what it is about, together.
 void COrlinVexaFileScanView::RefreshProgress() {
-  m_progress.Refresh();
+  m_parts.progress.Refresh();
   SetStatusLine(CStatusProgress::Instance().GetText());
 }
 
@@ -339,47 +238,47 @@ void COrlinVexaFileScanView::TakeTypedPaths() {
       edit.SetText(known);
   };
   const COvRepairFileManager& manager = m_workflow->GetManager();
-  take(m_template, manager.GetTemplatePath(),
+  take(m_parts.templateFile, manager.GetTemplatePath(),
        [this](const std::u16string& path) { m_workflow->SelectTemplateFile(path); });
-  take(m_file, manager.GetCorruptedPath(),
+  take(m_parts.file, manager.GetCorruptedPath(),
        [this](const std::u16string& path) { m_workflow->SelectCorruptedFile(path); });
 }
 
 // --- preview ---
 
 void COrlinVexaFileScanView::RefreshRecords() {
-  m_records.Refresh();
-  m_records.ShowCell();
+  m_parts.records.Refresh();
+  m_parts.records.ShowCell();
   WatchRecords();
 }
 
 // Until the preview's thread has ended, the rows that have come since are added now and then.
 void COrlinVexaFileScanView::WatchRecords() {
-  m_records.Refresh();
+  m_parts.records.Refresh();
   SetTimer(m_window, kWatchTimer, kFirstRows, nullptr);
 }
 
 void COrlinVexaFileScanView::OnTreeChanged() {
-  if (!m_workflow || m_tree.IsFilling()) return;
-  m_records.Cancel();
+  if (!m_workflow || m_parts.tree.IsFilling()) return;
+  m_parts.records.Cancel();
   ShowReview();
-  if (const auto object = m_tree.GetSelectedObject())
+  if (const auto object = m_parts.tree.GetSelectedObject())
     m_workflow->SelectTreeObject(*object);
   else
-    m_workflow->SelectTreeItem(m_tree.GetSelectedName());
+    m_workflow->SelectTreeItem(m_parts.tree.GetSelectedName());
   WatchRecords();
 }
 
 void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
-  if (timer == CRecordPane::kFindTimer) return m_records.ContinueFind();
-  if (timer == CRecordPane::kCopyTimer) return m_records.ContinueCopy();
+  if (timer == CRecordPane::kFindTimer) return m_parts.records.ContinueFind();
+  if (timer == CRecordPane::kCopyTimer) return m_parts.records.ContinueCopy();
   if (timer != kWatchTimer) return;
   const bool isBusy = CPreviewThreadStatus::Instance().IsBusy();
   const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
   if (isWorking && m_watch) m_watch();
-  m_records.Refresh();
+  m_parts.records.Refresh();
   const bool isMapDue = m_workflow && m_workflow->GetPages().IsWorking();
-  if (m_isMapDue && !isMapDue) m_map.SetPages(&m_workflow->GetPages());
+  if (m_isMapDue && !isMapDue) m_parts.map.SetPages(&m_workflow->GetPages());
   m_isMapDue = isMapDue;
   if (isBusy || isWorking || isMapDue)
     SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
@@ -388,47 +287,6 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
 }
 
 // --- commands ---
-
-void COrlinVexaFileScanView::Copy() {
-  const HWND focus = GetFocus();
-  if (m_records.IsList(focus)) return m_records.Copy();
-  if (focus != m_tree.GetHandle()) {
-    SendMessageW(focus, WM_COPY, 0, 0);
-    return;
-  }
-  // Of a table its name, of anything else what is said about it.
-  const std::u16string table = GetSelectedTable();
-  const bool isCopied = CopyTextToClipboard(m_window, table.empty() ? m_summary.GetText() : table);
-  if (m_notice)
-    m_notice(!isCopied       ? u"The clipboard is in use by another program."
-             : table.empty() ? u"The summary was copied."
-                             : u"The name was copied.");
-}
-
-bool COrlinVexaFileScanView::OnContextMenu(HWND control, POINT point) {
-  const bool isTree = control == m_tree.GetHandle();
-  if (!isTree && !m_records.IsList(control)) return false;
-  const bool isByKey = point.x == -1 && point.y == -1;
-  if (isTree) point = m_tree.SelectAt(point);
-  if (!isTree && isByKey) point = m_records.GetCellPoint();
-  SetFocus(control);
-  const HMENU menu =
-      LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(isTree ? IDR_TREE_MENU : IDR_RECORDS_MENU));
-  TrackPopupMenu(GetSubMenu(menu, 0), TPM_RIGHTBUTTON, point.x, point.y, 0, GetParent(m_window), nullptr);
-  DestroyMenu(menu);
-  return true;
-}
-
-void COrlinVexaFileScanView::CopyLog() {
-  if (!m_notice) return;
-  m_notice(m_log.CopyLog() ? u"The log was copied." : u"The clipboard is in use by another program.");
-}
-
-void COrlinVexaFileScanView::SelectAll() const {
-  const HWND focus = GetFocus();
-  if (m_records.IsList(focus)) return m_records.SelectAll();
-  SendMessageW(focus, EM_SETSEL, 0, -1);
-}
 
 void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
   switch (identifier) {
@@ -444,7 +302,7 @@ void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
       if (notification == EN_KILLFOCUS) TakeTypedPaths();
       return;
     case IDCANCEL:
-      if (m_records.Cancel() || !m_switches.canStop) return;
+      if (m_parts.records.Cancel() || !m_switches.canStop) return;
       identifier = ID_STOP;
       break;
     default:
@@ -457,7 +315,7 @@ void COrlinVexaFileScanView::OnCommand(UINT identifier, UINT notification) {
 LRESULT COrlinVexaFileScanView::OnNotify(NMHDR* header) {
   if (header->code == NM_CUSTOMDRAW && header->idFrom >= ID_NEW_REPAIR)
     return DrawDarkButton(*reinterpret_cast<NMCUSTOMDRAW*>(header));
-  if (header->idFrom == IDC_RECORDS) return m_records.OnNotify(header);
+  if (header->idFrom == IDC_RECORDS) return m_parts.records.OnNotify(header);
   if (header->idFrom == IDC_TREE && header->code == NM_CUSTOMDRAW)
     return CTreeControl::OnCustomDraw(*reinterpret_cast<NMTVCUSTOMDRAW*>(header));
   if (header->idFrom == IDC_TREE && header->code == TVN_SELCHANGEDW) OnTreeChanged();
@@ -516,7 +374,8 @@ LRESULT COrlinVexaFileScanView::OnMessage(UINT message, WPARAM wParam, LPARAM lP
     case DM_GETDEFID:
       return GetDefaultButton() != 0 ? MAKELRESULT(GetDefaultButton(), DC_HASDEFID) : 0;
     case WM_CONTEXTMENU:
-      return OnContextMenu(reinterpret_cast<HWND>(wParam), point) ? 0 : Default(message, wParam, lParam);
+      return m_commands.ShowMenu(reinterpret_cast<HWND>(wParam), point) ? 0
+                                                                        : Default(message, wParam, lParam);
     case WM_SETCURSOR:
       return m_splitters.ShowCursor(m_window) ? TRUE : Default(message, wParam, lParam);
     case WM_LBUTTONDOWN:

@@ -7,16 +7,11 @@
 
 #include "app/FrontEnd.h"
 #include "app/RepairWorkflow.h"
-#include "ui/AccessProgressCtrl.h"
-#include "ui/LogEdit.h"
-#include "ui/ModeButtons.h"
-#include "ui/PageMapControl.h"
-#include "ui/ReadOnlyEdit.h"
-#include "ui/RecentList.h"
-#include "ui/RecordPane.h"
+#include "ui/PageFocus.h"
 #include "ui/Splitters.h"
-#include "ui/TreeControl.h"
+#include "ui/ViewCommands.h"
 #include "ui/ViewLayout.h"
+#include "ui/ViewParts.h"
 #include "ui/win/Fonts.h"
 #include "ui/win/Window.h"
 
@@ -30,7 +25,7 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void SetWorkflow(CRepairWorkflow& workflow);
   void SetDpi(CDpi dpi);
   // The colours that the user has chosen since.
-  void ApplyTheme() const;
+  void ApplyTheme() const { m_parts.ApplyTheme(m_window); }
   void EnableCommands(const SCommandSwitches& switches);
   // Of the step that runs.
   void RefreshProgress();
@@ -41,22 +36,20 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void TakeTypedPaths();
   void SetRecentFiles(const std::vector<std::u16string>& paths);
   // Where the keyboard is when the window becomes active.
-  void RestoreFocus();
-  void KeepFocus();
+  void RestoreFocus() { m_pageFocus.Restore(); }
+  void KeepFocus() { m_pageFocus.Keep(); }
   // The status bar's text.
   void SetNotice(std::function<void(std::u16string_view)> notice);
 
   // Commands.
-  void Copy();
-  void CopyLog();
-  void SelectAll() const;
-  [[nodiscard]] const CLogEditView& GetLog() const { return m_log; }
-  [[nodiscard]] std::u16string GetChosenRecentFile() const { return m_recentFiles.GetChosen(); }
+  [[nodiscard]] CViewCommands& GetCommands() { return m_commands; }
+  [[nodiscard]] const CLogEditView& GetLog() const { return m_parts.log; }
+  [[nodiscard]] std::u16string GetChosenRecentFile() const { return m_parts.recentFiles.GetChosen(); }
   // The name of the table that is looked at; empty without one.
   [[nodiscard]] std::u16string GetSelectedTable() const;
   [[nodiscard]] bool HasRecords() const { return m_state.page == EPageState::Repaired && IsTableShown(); }
   // For the commands of the menu, while there are records.
-  [[nodiscard]] CRecordPane& GetRecords() { return m_records; }
+  [[nodiscard]] CRecordPane& GetRecords() { return m_parts.records; }
 
   // CMainViewWindow
   void ShowPage(EPageState page, bool isTemplateMode) override;
@@ -65,10 +58,10 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void SetHint(std::u16string_view text) override;
   void SetStatusLine(std::u16string_view text) override;
   void SetSummary(std::u16string_view text) override;
-  void SetLogText(std::u16string_view text) override { m_log.SetLogText(text); }
-  void ClearLog() override { m_log.ClearLog(); }
+  void SetLogText(std::u16string_view text) override { m_parts.log.SetLogText(text); }
+  void ClearLog() override { m_parts.log.ClearLog(); }
   void SetTables(const std::vector<STableItem>& tables) override;
-  void SetObjects(const std::vector<SObjectItem>& items) override { m_tree.SetObjects(items); }
+  void SetObjects(const std::vector<SObjectItem>& items) override { m_parts.tree.SetObjects(items); }
   void RefreshRecords() override;
   void SetOutputPath(std::u16string_view path) override;
 
@@ -76,8 +69,6 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
-  bool CreateControls();
-  void ApplyFonts();
   void UpdateVisibility();
   void UpdateTexts();
   void Arrange(bool isPageTheSame = false);
@@ -86,12 +77,10 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   [[nodiscard]] bool IsTableShown() const { return m_state.review == EReview::Table; }
   [[nodiscard]] bool IsShownHere(UINT identifier) const;
   [[nodiscard]] UINT GetDefaultButton() const;
-  [[nodiscard]] UINT GetFirstFocus() const;
 
   void OnCommand(UINT identifier, UINT notification);
   LRESULT OnNotify(NMHDR* header);
   void OnTreeChanged();
-  bool OnContextMenu(HWND control, POINT point);
   [[nodiscard]] EReview GetReview() const;
   void OnTimer(UINT_PTR timer);
   void WatchRecords();
@@ -99,29 +88,17 @@ class COrlinVexaFileScanView : public CWnd, public CMainViewWindow {
   void Paint();
 
   CRepairWorkflow* m_workflow = nullptr;
-  std::function<void(std::u16string_view)> m_notice;
   std::function<void()> m_watch;
   SLayoutState m_state;
   SCommandSwitches m_switches;
   CDpi m_dpi;
   SFonts m_fonts;
-  CRdBtnStandardMode m_standardMode;
-  CRdBtnAdvanceMode m_advanceMode;
-  CReadOnlyEdit m_file;
-  CReadOnlyEdit m_template;
-  CReadOnlyEdit m_output;
-  CReadOnlyEdit m_summary;
-  CAccessProgressCtrl m_progress;
-  CLogEditView m_log;
-  CTreeControl m_tree;
-  CRecordPane m_records;
-  CPageMapControl m_map;
-  CRecentList m_recentFiles;
+  SViewParts m_parts;
+  CViewCommands m_commands{m_parts};
+  CPageFocus m_pageFocus;
   CSplitters m_splitters;
   int m_commandTop = 0;
-  HWND m_focus = nullptr;
-  bool m_isMapDue = false;   // the pages were not all known when the map was drawn
-  bool m_isPageNew = false;  // the keyboard has not been moved there yet
+  bool m_isMapDue = false;  // the pages were not all known when the map was drawn
 };
 
 }  // namespace tolvane
