@@ -210,6 +210,8 @@ struct SSaveLossWords {
 };
 constexpr std::u16string_view kOutOfRange = u"values outside the range that is saved (bytes above 127)";
 constexpr SSaveLossWords kSaveLosses[] = {
+    {&SSaveSummary::recordsMoved, u"record that the engine refused, now in a table of refused ones",
+     u"records that the engine refused, now in tables of refused ones"},
     {&SSaveSummary::fieldsDropped, kOutOfRange, kOutOfRange},
     {&SSaveSummary::charactersReplaced, u"character that Access 97 files do not hold was replaced by \"?\"",
      u"characters that Access 97 files do not hold were replaced by \"?\""},

@@ -85,8 +85,9 @@ class CAutomationSave : public CWriterTest {
   }
 
   // With a stand-in that fails as told. False: the save as a whole failed.
-  bool SaveWith(std::string_view failure, const SAutomationOptions& options = {}) {
-    InstallStandIn(failure);
+  bool SaveWith(std::string_view failure, const SAutomationOptions& options = {},
+                EStandIn kind = EStandIn::Library) {
+    InstallStandIn(failure, kind);
     ShownJob().log.Set({});
     const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), options);
     m_save = std::make_unique<CAccessSaveRepairedFile>(*engine, ShownJob());
@@ -222,6 +223,24 @@ TEST_F(CAutomationSave, AnEngineThatIsGoneOrHangsEndsTheSaveAndNotTheProgram) {
     EXPECT_EQ(m_save->GetSummary().failure, told);
     EXPECT_TRUE(Calls().back().starts_with("Rows Types.Update"));
   }
+}
+
+// A server that ends in the middle of a call, or hangs there, takes nothing with it.
+TEST_F(CAutomationSave, AServerInAProcessOfItsOwnMayEndOrHang) {
+  if (!IsStandInDistant()) GTEST_SKIP() << "servers have processes of their own on Windows alone";
+  SAutomationOptions options{.keysLast = false};
+  EXPECT_FALSE(SaveWith("Field Small.Attributes|exit", options, EStandIn::Process));
+  EXPECT_NE(m_save->GetSummary().failure.find(u"does not answer any more: it ended"), std::u16string::npos);
+  InstallStandIn("", EStandIn::Process);
+  CEngineThread thread(MakeStandInServers(), {});
+  const std::vector<SInstalledEngine> engines = ListInstalledEngines(thread, GetTempFolder());
+  ASSERT_FALSE(engines.empty());
+  EXPECT_EQ(engines[0].problem, u"");
+  EXPECT_EQ(engines[0].refused.size(), 1U);
+  options.limits.call = std::chrono::milliseconds(700);
+  EXPECT_FALSE(SaveWith("Field Small.Attributes|hang, exit", options, EStandIn::Process));
+  EXPECT_NE(m_save->GetSummary().failure.find(u"does not answer: it hangs"), std::u16string::npos)
+      << ToUtf8(m_save->GetSummary().failure);
 }
 
 // The one that hung keeps its thread; the next save has another.

@@ -105,7 +105,8 @@ SCallEnd SStandInWorld::Call(const std::string& line) {
   const std::string how = bar < wanted.size() ? wanted.substr(bar + 1) : "3799";
   wanted.resize(bar);
   if (wanted != std::to_string(calls) && (wanted.size() < 4 || !line.starts_with(wanted))) return {};
-  if (how == "hang") std::this_thread::sleep_for(kHang);
+  if (how.starts_with("hang")) std::this_thread::sleep_for(kHang);
+  if (how.ends_with("exit")) std::_Exit(EXIT_FAILURE);
   if (how == "gone" || how == "hang") return {-2147417848, u"The object invoked has disconnected", true};
   return Fail(how == "ignored" ? kIgnored : std::atoi(how.c_str()));
 }

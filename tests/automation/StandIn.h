@@ -22,7 +22,8 @@ using StandInObject = std::shared_ptr<CStandInObject>;
 struct SStandInWorld {
   std::function<void(const std::string&)> record;
   // What is to fail: "17" the 17th call, or the begin of a line; behind it after a bar the error number, or
-  // "hang", "gone" or "ignored". Empty: nothing. Asked at each call.
+  // "hang", "gone", "ignored" or, for a process of its own, "exit" or "hang, exit". Empty: nothing. Asked at
+  // each call.
   std::function<std::string()> failure;
   int calls = 0;
   bool refusesJet3 = false;

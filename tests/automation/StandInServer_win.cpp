@@ -19,10 +19,14 @@ std::string Setting(const char* name) {
 // The numbers of names are their places here.
 std::vector<std::u16string> g_names;
 
+std::atomic<int> g_objects = 0;
+
 class CStandInDispatch : public IDispatch {
  public:
-  explicit CStandInDispatch(AutomationObject object) : m_object(std::move(object)) {}
-  virtual ~CStandInDispatch() = default;
+  explicit CStandInDispatch(AutomationObject object) : m_object(std::move(object)) { ++g_objects; }
+  virtual ~CStandInDispatch() { --g_objects; }
+  CStandInDispatch(const CStandInDispatch&) = delete;
+  CStandInDispatch& operator=(const CStandInDispatch&) = delete;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** made) override {
     const bool isKnown = wanted == IID_IUnknown || wanted == IID_IDispatch;
@@ -102,9 +106,10 @@ std::shared_ptr<SStandInWorld> MakeWorld() {
 
 class CFactory : public IClassFactory {
  public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** made) override {
-    *made = static_cast<IClassFactory*>(this);
-    return S_OK;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** made) override {
+    const bool isKnown = wanted == IID_IUnknown || wanted == IID_IClassFactory;
+    *made = isKnown ? static_cast<IClassFactory*>(this) : nullptr;
+    return isKnown ? S_OK : E_NOINTERFACE;
   }
   ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
   ULONG STDMETHODCALLTYPE Release() override { return 1; }
@@ -128,4 +133,8 @@ extern "C" __declspec(dllexport) HRESULT STDMETHODCALLTYPE
 
 extern "C" __declspec(dllexport) HRESULT STDMETHODCALLTYPE DllCanUnloadNow() {
   return S_FALSE;
+}
+
+int CountStandInObjects() {
+  return tolvane::g_objects;
 }

@@ -58,7 +58,7 @@ bool IsStandInDistant() {
   return false;
 }
 
-void InstallStandIn(std::string_view failure) {
+void InstallStandIn(std::string_view failure, EStandIn) {
   g_installed = std::make_shared<SInstalled>();
   g_installed->failure = failure;
   g_installed->world = std::make_shared<SStandInWorld>();

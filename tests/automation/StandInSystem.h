@@ -2,6 +2,7 @@
 // the test itself.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,7 +14,9 @@ namespace tolvane {
 
 // As DAO.DBEngine.120, and as DAO.DBEngine.36 for programs of the other bitness. `failure`: see
 // SStandInWorld.
-void InstallStandIn(std::string_view failure);
+// In Wine it may have a process of its own.
+enum class EStandIn : uint8_t { Library, Process };
+void InstallStandIn(std::string_view failure, EStandIn kind = EStandIn::Library);
 void RemoveStandIn();
 // Whether each of its calls takes its time.
 bool IsStandInDistant();

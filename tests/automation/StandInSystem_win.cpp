@@ -14,6 +14,7 @@ namespace tolvane {
 namespace {
 
 constexpr wchar_t kOwnClass[] = L"{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E911}";
+constexpr wchar_t kProcessClass[] = L"{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E913}";
 constexpr wchar_t kOtherClass[] = L"{6B1D3F0A-52C4-4E0B-9B4E-70A1C5D2E912}";
 
 // A file for each engine: one that hangs keeps its own open.
@@ -24,11 +25,11 @@ std::u16string CallsPath() {
          u".txt";
 }
 
-std::wstring ServerPath() {
+std::wstring ServerPath(const wchar_t* name) {
   wchar_t path[MAX_PATH] = {};
   GetModuleFileNameW(nullptr, path, MAX_PATH);
   const std::wstring own = path;
-  return own.substr(0, own.find_last_of(L'\\') + 1) + L"standin_engine.dll";
+  return own.substr(0, own.find_last_of(L'\\') + 1) + name;
 }
 
 void Register(const std::wstring& key, const wchar_t* name, const std::wstring& text, REGSAM view) {
@@ -46,12 +47,14 @@ bool IsWine() {
 
 }  // namespace
 
-void InstallStandIn(std::string_view failure) {
+void InstallStandIn(std::string_view failure, EStandIn kind) {
   if (!IsWine()) return;
   constexpr REGSAM kOwn = KEY_WOW64_64KEY, kOther = KEY_WOW64_32KEY;
   const std::wstring server = std::wstring(L"CLSID\\") + kOwnClass + L"\\InprocServer32";
-  Register(L"DAO.DBEngine.120\\CLSID", nullptr, kOwnClass, kOwn);
-  Register(server, nullptr, ServerPath(), kOwn);
+  Register(L"DAO.DBEngine.120\\CLSID", nullptr, kind == EStandIn::Process ? kProcessClass : kOwnClass, kOwn);
+  Register(server, nullptr, ServerPath(L"standin_engine.dll"), kOwn);
+  Register(std::wstring(L"CLSID\\") + kProcessClass + L"\\LocalServer32", nullptr,
+           L"\"" + ServerPath(L"standin_server.exe") + L"\"", kOwn);
   Register(server, L"ThreadingModel", L"Apartment", kOwn);
   Register(L"DAO.DBEngine.36\\CLSID", nullptr, kOtherClass, kOwn);
   Register(std::wstring(L"CLSID\\") + kOtherClass + L"\\InprocServer32", nullptr, L"dao.dll", kOther);
