@@ -98,6 +98,10 @@ class CRepairWorkflow {
   [[nodiscard]] bool HasResult() const;
   [[nodiscard]] bool HasFindings() const;
   [[nodiscard]] bool CanSave() const { return GetPage() == EPageState::Repaired && HasFindings(); }
+  // On the last page: nothing was written.
+  [[nodiscard]] bool HasSaveFailed() const {
+    return GetPage() == EPageState::Saved && !LastSave().IsWorking() && !LastSave().GetProblem().empty();
+  }
   // Of the held result, in full: the summary, and every place of damage.
   [[nodiscard]] std::u16string DescribeResult() const;
   // Whether ShowHeldResult leads anywhere.

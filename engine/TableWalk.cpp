@@ -1,6 +1,7 @@
 #include "engine/TableWalk.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "engine/DataReader.h"
 #include "format/PageHead.h"
@@ -503,26 +504,22 @@ void CTableWalk::GiveUp(std::u16string_view reason) {
   m_job.log.Append(line);
 }
 
-// Of a data file whose last rows had no room. The row that its end cuts short goes: in part it would be a row
-// that the damaged file does not hold.
+// Of a table whose last rows had no room. The row that the end of its records cuts short is left out: in part
+// it would be a row that the damaged file does not hold.
 uint32_t CTableWalk::KeepWholeRows() const {
-  const std::u16string path = m_table->GetDataFilePath();
+  SFilePart records = m_dataFile.GetPart();
+  records.length = 0;
   uint32_t count = 0;
-  uint64_t end = 0;
-  {
-    CTableRowReader rows(m_table->columns.GetCount());
-    if (!rows.Open(path)) return 0;
+  CTableRowReader rows(m_table->columns.GetCount());
+  if (rows.Open(m_dataFile.GetPart())) {
     while (rows.BeginRow()) {
       for (uint32_t bytes = 0; rows.BeginRecord(bytes);) rows.GetStream().Skip(bytes);
       if (rows.IsIncomplete()) break;
       ++count;
-      end = rows.GetStream().GetPosition();
+      records.length = rows.GetStream().GetPosition();
     }
   }
-  CFileCust file;
-  const bool isCut = file.Open(path, EFileAccess::ReadWrite, EFileShare::None, EFileCreation::OpenExisting) &&
-                     (file.GetLength() == end || file.Truncate(end));
-  if (!isCut) m_job.log.Append(path + u": " + SystemMessage(file.GetLastErrorCode()));
+  m_table->SetRecords(std::move(records));
   return count;
 }
 

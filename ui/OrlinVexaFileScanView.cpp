@@ -86,7 +86,7 @@ void COrlinVexaFileScanView::ShowPage(EPageState page, bool isTemplateMode) {
 
 void COrlinVexaFileScanView::UpdateTexts() {
   const SPageTexts& texts = GetPageTexts(m_state.page);
-  GetItem(IDC_TITLE).SetText(texts.title);
+  GetItem(IDC_TITLE).SetText(m_workflow && m_workflow->HasSaveFailed() ? kBrokenSaveTitle : texts.title);
   GetItem(ID_NEXT).SetText(texts.next);
 }
 

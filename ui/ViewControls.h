@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 #include "app/ShowPageState.h"
 
@@ -26,6 +27,9 @@ struct SControl {
 
   [[nodiscard]] bool IsOn(EPageState page) const { return (pages >> static_cast<uint32_t>(page) & 1U) != 0; }
 };
+
+// Of the last page, where nothing was written.
+inline constexpr std::u16string_view kBrokenSaveTitle = u"The database was not saved";
 
 // In tab order.
 std::span<const SControl> GetViewControls();

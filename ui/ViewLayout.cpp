@@ -30,6 +30,11 @@ constexpr int kNarrowestPane = 120;
 constexpr int kNarrowestMap = 150;
 constexpr int kWidestMap = 340;
 constexpr int kMapNoteLines = 4;
+// As long as notes of damaged files are.
+constexpr wchar_t kMapNote[] =
+    L"12,345 pages, damaged: 123, rows or values lost: 12, table definition: 123, rows: 1,234, long values: "
+    L"123, "
+    L"usage map: 12, never written: 12";
 constexpr int kLowestPane = 160;
 // Where there is less than this, what stands below each other moves beside each other, and gaps shrink.
 constexpr int kRoomyLines = 15;
@@ -220,7 +225,11 @@ void CViewLayout::ArrangeMap(CArea& area) {
   CArea map = area.CutRight(std::clamp(area.GetWidth() * 2 / 5, Px(kNarrowestMap), Px(kWidestMap)),
                             m_gap + m_gap / 2);
   m_mover.Place(IDC_MAP_LABEL, map.CutTop(Line(), m_gap / 2));
-  m_mover.Place(IDC_MAP_NOTE, map.CutBottom((m_isLow ? 2 : kMapNoteLines) * Line(), m_gap / 2));
+  // In a narrow column the words break early; the map gives way to them, down to half of the height.
+  const int words = m_fonts.message.GetTextWidth(kMapNote) / std::max(map.GetWidth(), 1) + 2;
+  const int most = std::max(map.GetHeight() / 2 / std::max(Line(), 1), 2);
+  m_mover.Place(IDC_MAP_NOTE,
+                map.CutBottom(std::min(std::max(words, kMapNoteLines), most) * Line(), m_gap / 2));
   m_mover.Place(IDC_MAP, map);
 }
 

@@ -100,7 +100,8 @@ class Program:
     """One run of the program. Commands are posted, as what they open is modal."""
 
     TITLES = {'Repairing the database': 'repairing', 'Recovered tables and records': 'review',
-              'Saving the repaired database': 'saving', 'Saving has finished': 'saved'}
+              'Saving the repaired database': 'saving', 'Saving has finished': 'saved',
+              'The database was not saved': 'saved'}
     BUTTONS = {'&Repair...': 'start', '&Repair': 'chosen'}
     STARTUP = struct.pack('<I100x', 104)  # of which the first field is the length
 
