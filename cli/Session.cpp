@@ -7,6 +7,7 @@
 #include "cli/Version.h"
 #include "engine/RescueMap.h"
 #include "engine/SourceCheck.h"
+#include "platform/DiskRoom.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
 #include "platform/Terminal.h"
@@ -77,13 +78,20 @@ std::u16string CopyInput(const std::u16string& path, const CRepairingFileStatus&
     return u"It cannot be kept: " + SystemMessage(file.GetLastErrorCode()) +
            u". Name another folder with --work-dir.";
   std::vector<uint8_t> bytes(size_t{1} << 16);
+  // The other half is for what is recovered; input without an end takes neither.
+  const uint64_t most = GetFreeBytes(FolderOf(path)).value_or(2 * kLongestDatabase) / 2;
   try {
-    while (running.IsRunning()) {
+    for (uint64_t kept = 0; running.IsRunning();) {
       bool isOk = true;
       const std::optional<size_t> count = ReadInput(bytes, isOk);
       if (!isOk) return u"It cannot be read: " + SystemMessage(LastSystemError()) + u".";
       if (count == size_t{0}) break;
-      if (count) file.Write(std::span(bytes).first(*count));
+      if (!count) continue;
+      kept += *count;
+      if (kept > most)
+        return u"It is longer than half of the room in the work folder (" + FromUtf8(FormatSize(most)) +
+               u"). Name another folder with --work-dir, or save it and name the file.";
+      file.Write(std::span(bytes).first(*count));
     }
   } catch (const CFileCustException& error) {
     return u"It cannot be kept: " + error.GetMessageText() + u". Name another folder with --work-dir.";
