@@ -71,19 +71,21 @@ CDaoResult CAutomationRecordset::AddNew() {
 }
 
 // The field's object and type, asked for once.
-CDaoResult CAutomationRecordset::Prepare(size_t index, SField*& field) {
-  if (!m_recordset) return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
-  if (!m_isAdding) return {EDaoError::NoAddNew, u"No new record has been started."};
+CAutomationRecordset::SField* CAutomationRecordset::Prepare(size_t index, CDaoResult& result) {
+  if (!m_recordset) result = {EDaoError::CannotOpenFile, u"The table or its database is closed."};
+  if (result.IsOk() && !m_isAdding) result = {EDaoError::NoAddNew, u"No new record has been started."};
+  if (!result.IsOk()) return nullptr;
   if (m_fields.size() <= index) m_fields.resize(index + 1);
-  field = &m_fields[index];
-  if (field->object) return CDaoResult::Ok();
+  SField& field = m_fields[index];
+  if (field.object) return &field;
   CEngineCalls calls(EOperation::Value);
   AutomationObject object = calls.GetObject(m_fieldList, u"Item", {static_cast<int32_t>(index)});
   const AutomationValue type = calls.Get(object, u"Type");
-  if (!calls.IsOk()) return calls.GetResult();
-  field->type = static_cast<int16_t>(NumberOf(type));
-  field->object = std::move(object);
-  return CDaoResult::Ok();
+  result = calls.GetResult();
+  if (!calls.IsOk()) return nullptr;
+  field.type = static_cast<int16_t>(NumberOf(type));
+  field.object = std::move(object);
+  return &field;
 }
 
 bool CAutomationRecordset::IsCalculated(size_t index) const {
@@ -101,8 +103,9 @@ void CAutomationRecordset::FixLocale(const SField& field, AutomationValue& value
 
 CDaoResult CAutomationRecordset::SetFieldValue(size_t index, const SValue& value) {
   if (value.isNull || IsCalculated(index)) return CDaoResult::Ok();
-  SField* field = nullptr;
-  if (CDaoResult result = Prepare(index, field); !result.IsOk()) return result;
+  CDaoResult result;
+  SField* const field = Prepare(index, result);
+  if (field == nullptr) return result;
   const bool isLong = field->type == kDaoMemo || field->type == kDaoLongBinary;
   if (isLong && value.bytes.size() > kChunkBytes) {
     CMemorySource source(value.bytes);
@@ -124,8 +127,9 @@ CDaoResult CAutomationRecordset::SetFieldValue(size_t index, const SValue& value
 
 CDaoResult CAutomationRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes) {
   if (IsCalculated(index)) return CDaoResult::Ok();
-  SField* field = nullptr;
-  if (CDaoResult result = Prepare(index, field); !result.IsOk()) return result;
+  CDaoResult result;
+  SField* const field = Prepare(index, result);
+  if (field == nullptr) return result;
   std::vector<uint8_t> first;
   if (!ReadChunk(bytes, first)) return {EDaoError::NotFound, u"The value cannot be read."};
   if (first.size() == kChunkBytes) return PutChunks(*field, bytes, std::move(first));

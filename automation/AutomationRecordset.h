@@ -41,7 +41,8 @@ class CAutomationRecordset : public CDaoRecordset {
     int16_t type = 0;
   };
 
-  CDaoResult Prepare(size_t index, SField*& field);
+  // Null where it cannot be used; `result` then says why.
+  SField* Prepare(size_t index, CDaoResult& result);
   [[nodiscard]] bool IsCalculated(size_t index) const;
   void FixLocale(const SField& field, AutomationValue& value);
   CDaoResult PutChunks(const SField& field, CDaoByteSource& bytes, std::vector<uint8_t> first);

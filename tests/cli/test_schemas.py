@@ -103,6 +103,11 @@ def main():
         missing = dict(repaired)
         del missing['damage']
         assert not validator('repair.json', checker.schemas).is_valid(missing), 'the schema refuses nothing'
+        # No installed engine is here to fail.
+        error = {'number': 3022, 'description': 'Duplicate values.', 'call': 'Update', 'count': 2}
+        for errors, are_valid in (([error], True), ([{'number': '3022'}], False)):
+            failed = dict(repaired, saving=dict(repaired['saving'], engineErrors=errors))
+            assert validator('repair.json', checker.schemas).is_valid(failed) == are_valid, errors
         noise = os.path.join(folder, 'noise.mdb')
         with open(noise, 'wb') as file:
             file.write(bytes(range(256)) * 64)
