@@ -2,6 +2,7 @@
 
 #include "engine/AccessProcessFile.h"
 #include "engine/AccessVersionHandler.h"
+#include "engine/DefinitionPlaces.h"
 #include "engine/Source.h"
 #include "platform/Files.h"
 #include "store/WorkFolder.h"
@@ -28,6 +29,25 @@ void CAccessRepair::Repair(std::u16string sourcePath, std::u16string /*unused*/,
 
 void CAccessRepair::Repair(CSource& source, CSource& definitions) {
   m_job.log.Clear();
+  Start(source, definitions);
+  bool isDone = ReadDefinitions();
+  if (isDone && &definitions == &source && m_rules.pagesDecideFormat) {
+    const auto swapped = FindSwappedDefinitions(m_data->GetTables(), source);
+    if (source.SwapPages(swapped)) {
+      Start(source, definitions);
+      FileSwapped(swapped);
+      isDone = ReadDefinitions();
+    }
+  }
+  isDone = isDone && ReadTables();
+  if (isDone && source.GetPages().HasChanged())
+    m_data->GetLedger().Add(EDamage::ChangedSource,
+                            {.page = 0, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+  m_parser.reset();
+  if (!isDone) m_data.reset();
+}
+
+void CAccessRepair::Start(CSource& source, CSource& definitions) {
   // The data files are named after the tables: those of the run before must be gone before new ones are made.
   m_data.reset();
   m_data = std::make_unique<CAccessData>(m_rules, GetWorkFolder());
@@ -44,38 +64,47 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
     m_parser = std::make_unique<CAccessProcessFileJet3>(m_rules, m_job);
   m_parser->SetSourcePath(source);
   m_parser->SetScanPath(definitions);
-
-  const bool isDone = RunSteps();
-  if (isDone && source.GetPages().HasChanged())
-    m_data->GetLedger().Add(EDamage::ChangedSource,
-                            {.page = 0, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
-  m_parser.reset();
-  if (!isDone) m_data.reset();
 }
 
-bool CAccessRepair::RunSteps() {
+void CAccessRepair::FileSwapped(std::span<const std::pair<uint32_t, uint32_t>> pairs) {
+  const auto file = [this](uint32_t page) {
+    m_data->GetLedger().Add(EDamage::MovedPages,
+                            {.page = page,
+                             .definition = uint64_t{page} * m_data->source.pageSize,
+                             .row = -1,
+                             .amount = 1,
+                             .reason = "definitions of two tables stood in each other's places"});
+  };
+  for (const auto& [first, second] : pairs) {
+    file(first);
+    file(second);
+  }
+}
+
+bool CAccessRepair::ReadDefinitions() {
   CRepairLog& log = m_job.log;
-  const auto isStopped = [this] { return !m_job.repairing.IsRunning(); };
-  if (isStopped()) return false;
+  if (!m_job.repairing.IsRunning()) return false;
   log.Append(u"Scanning file for table definition...");
   m_parser->ScanTableDefinitions(*m_data);
   m_parser->DropContinuationDefinitions(*m_data);
   log.Append(u"Scanning file for table data...");
   m_parser->ScanDataPages(*m_data);
-  if (isStopped()) return false;
+  if (!m_job.repairing.IsRunning()) return false;
 
   log.Append(u"Parsing file data for table fields...");
   m_parser->ParseTableDefinitions(*m_data);
   m_parser->SortColumns(*m_data);
-  if (isStopped()) return false;
+  return m_job.repairing.IsRunning();
+}
 
+bool CAccessRepair::ReadTables() {
   m_job.progress.SetPos(0);
   m_parser->ParseRecords(*m_data);
   m_job.progress.SetPos(0);
-  log.Append(u"Parsing file data for table name...");
+  m_job.log.Append(u"Parsing file data for table name...");
   m_parser->ParseTableNames(*m_data);
   m_parser->ParseComplexColumns(*m_data);
-  return !isStopped();
+  return m_job.repairing.IsRunning();
 }
 
 }  // namespace tolvane

@@ -8,7 +8,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "model/AccessData.h"
@@ -41,8 +43,11 @@ class CAccessRepair {
   std::unique_ptr<CAccessData> TakeData() { return std::move(m_data); }
 
  private:
-  // False when the run was stopped.
-  bool RunSteps();
+  void Start(CSource& source, CSource& definitions);
+  void FileSwapped(std::span<const std::pair<uint32_t, uint32_t>> pairs);
+  // Steps 1 and 2, and the rest. False when the run was stopped.
+  bool ReadDefinitions();
+  bool ReadTables();
 
   const SRecoveryRules& m_rules;
   CJobContext& m_job;

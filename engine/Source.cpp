@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/AccessVersionHandler.h"
@@ -98,6 +100,40 @@ void CSource::LookForPages() {
   }
   if (isChanged && m_evidence.layout != nullptr)
     m_evidence.movedPages = m_pages.GetFileLength() / m_evidence.layout->pageSize;
+}
+
+bool CSource::SwapPages(std::span<const std::pair<uint32_t, uint32_t>> pairs) {
+  if (pairs.empty() || m_evidence.layout == nullptr) return false;
+  const uint32_t pageSize = m_layout->pageSize;
+  std::map<uint64_t, SPageStretch> stretches;  // by their first page
+  for (const SPageStretch& stretch : m_evidence.stretches) stretches.emplace(stretch.page, stretch);
+  // Makes a stretch of one page alone.
+  const auto cutOut = [&](uint64_t page) -> SPageStretch* {
+    const auto behind = stretches.upper_bound(page);
+    if (behind == stretches.begin()) return nullptr;
+    SPageStretch& whole = std::prev(behind)->second;
+    const uint64_t into = (page - whole.page) * pageSize;
+    if (into >= whole.length || whole.length - into < pageSize) return nullptr;
+    const SPageStretch one{.page = page, .place = whole.place + into, .length = pageSize};
+    const SPageStretch rest{
+        .page = page + 1, .place = one.place + pageSize, .length = whole.length - into - pageSize};
+    whole.length = into;
+    if (rest.length > 0) stretches.insert_or_assign(rest.page, rest);
+    return &stretches.insert_or_assign(page, one).first->second;
+  };
+  for (const auto& [first, second] : pairs) {
+    SPageStretch* const one = cutOut(first);
+    SPageStretch* const other = cutOut(second);
+    if (one != nullptr && other != nullptr) std::swap(one->place, other->place);
+  }
+  m_evidence.stretches.clear();
+  m_evidence.notes.clear();
+  for (const auto& [page, stretch] : stretches) m_evidence.stretches.push_back(stretch);
+  const bool isCompleted = m_pages.GetLength() != m_pages.GetContentLength();
+  m_pages.SetStretches(m_evidence.stretches, pageSize);
+  if (isCompleted) m_pages.CompleteLastPage(pageSize);
+  UseLayout(*m_layout);
+  return true;
 }
 
 void CSource::ReadHeader() {

@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "engine/FreePageMap.h"
 #include "engine/PageEvidence.h"
@@ -62,6 +63,8 @@ class CSource {
   bool ReadPage(uint64_t number, std::span<uint8_t> page) {
     return m_pages.ReadPage(number * m_layout->pageSize, page);
   }
+  // Reads each page of a pair in the place of the other. False: nothing was changed.
+  bool SwapPages(std::span<const std::pair<uint32_t, uint32_t>> pairs);
   [[nodiscard]] const Header& GetHeader() const { return m_header; }
   [[nodiscard]] const SSourceFacts& GetFacts() const { return m_facts; }
   [[nodiscard]] const CFreePageMap& GetFreePages();

@@ -112,6 +112,18 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
+// The pages of rows still name the right ones. Without them, nothing tells that the places are wrong.
+TEST_P(ExactRules, DefinitionsInEachOthersPlacesKeepTheirNames) {
+  const uint32_t second = file.AddTable(SmallTable());
+  file.AddCatalogueRow(second, u"Few", 1);
+  GiveMap(second, {file.AddDataPage(second, {{SmallRow(layout, 1, u"One")}})});
+  std::swap(file.Page(table), file.Page(second));
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(TableNamed(*data, u"Few")->header.rowCount, 1u);
+  EXPECT_EQ(Lost(EDamage::MovedPages), 2u);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::MovedPages)[0].page, table);
+}
+
 TEST_P(ExactRules, PagesPutInBehindBytesPutInAreToldFromTheOthers) {
   CDatabaseBuilder two(layout);
   const uint32_t spare = two.GetPageCount() + 2, first = spare + 1, second = first + 2;

@@ -1,0 +1,22 @@
+// Definitions that stand in each other's places. A definition does not say its own number, but the pages that
+// it leads to, the first ones of its indexes and the rows that its map names, say theirs: their owner.
+//
+//   page 5 (leads to pages of 9)  <->  page 9 (leads to pages of 5)
+//
+// Each table would get the other one's name.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "engine/Source.h"
+#include "model/AccessData.h"
+
+namespace tolvane {
+
+// Pairs of page numbers, the lower one first; each number once. The tables' definitions are decoded.
+std::vector<std::pair<uint32_t, uint32_t>> FindSwappedDefinitions(const CAccessTableList& tables,
+                                                                  CSource& source);
+
+}  // namespace tolvane
