@@ -36,38 +36,6 @@ bool ShowsRows(ECommand command) {
   return command != ECommand::Tables && command != ECommand::Queries && command != ECommand::Objects;
 }
 
-// What to do about a file that cannot be repaired, after the sentence that says what is the matter.
-SFailure MakeSourceFailure(const std::u16string& path, const SSourceVerdict& verdict) {
-  std::u16string_view advice;
-  EExitStatus status = EExitStatus::Failed;
-  switch (verdict.state) {
-    case ESourceState::Missing:
-      advice = u" Check the name and the folder.";
-      break;
-    case ESourceState::NotReadable:
-      advice = u" Check its permissions, or copy it to a healthy disk first.";
-      break;
-    case ESourceState::Folder:
-    case ESourceState::Device:
-      advice = u" Name a database file.";
-      break;
-    case ESourceState::Empty:
-    case ESourceState::TooShort:
-      advice = u" There is nothing to recover.";
-      status = EExitStatus::Nothing;
-      break;
-    case ESourceState::Encrypted:
-      advice = u" Remove the encryption in Access, then repair the result.";
-      break;
-    case ESourceState::Foreign:
-      status = EExitStatus::Nothing;
-      break;
-    case ESourceState::Ok:
-      break;
-  }
-  return {status, AboutFile(path, verdict.reason + std::u16string(advice))};
-}
-
 // The largest file of any format.
 constexpr uint64_t kLongestDatabase = uint64_t{1} << 31;
 
@@ -99,58 +67,7 @@ std::u16string CopyInput(const std::u16string& path, const CRepairingFileStatus&
   return {};
 }
 
-SFailure NoThread() {
-  return {EExitStatus::Failed, u"The system has no room for another thread."};
-}
-
 }  // namespace
-
-std::u16string AboutFile(std::u16string_view path, std::u16string_view message) {
-  return std::u16string(path) + u": " + std::u16string(message);
-}
-
-SFailure FailedOn(std::u16string_view path, std::u16string_view message) {
-  return {EExitStatus::Failed, AboutFile(path, message)};
-}
-
-SFailure WrongUsageOf(std::u16string_view path, std::u16string_view message) {
-  return {EExitStatus::WrongUsage, AboutFile(path, message)};
-}
-
-SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict, std::u16string_view option) {
-  const std::u16string with(option);
-  std::u16string advice;
-  EExitStatus status = EExitStatus::Failed;
-  switch (verdict.state) {
-    case EOutputState::IsSource:
-    case EOutputState::IsTemplate:
-      status = EExitStatus::WrongUsage;
-      advice = u" Name another file with " + with + u".";
-      break;
-    case EOutputState::NoName:
-      status = EExitStatus::WrongUsage;
-      break;
-    case EOutputState::Folder:
-      advice = u" Name a file in it.";
-      break;
-    case EOutputState::Device:
-      advice = u" Name a file.";
-      break;
-    case EOutputState::Exists:
-      advice = u" Replace it with --overwrite, or name another file with " + with + u".";
-      break;
-    case EOutputState::NoFolder:
-      advice = u" Create it first, or name another one with " + with + u".";
-      break;
-    case EOutputState::NotWritable:
-    case EOutputState::NotNamed:
-      advice = u" Name another one with " + with + u".";
-      break;
-    case EOutputState::Ok:
-      break;
-  }
-  return {status, AboutFile(path, verdict.reason + advice)};
-}
 
 void WriteMessage(std::u16string_view message, EMeaning meaning) {
   constexpr std::string_view kName = "tolvane:";
@@ -164,23 +81,6 @@ void WriteMessage(std::u16string_view message, EMeaning meaning) {
 EProgressForm ChooseProgressForm(const SArguments& arguments) {
   if (arguments.isQuiet) return EProgressForm::Silent;
   return AcceptsEscapes(EStream::Error) ? EProgressForm::Updating : EProgressForm::Lines;
-}
-
-SFailure NoWorkFolder(const CRunFolder& folder) {
-  return {EExitStatus::Failed, u"There is no folder for temporary files: " + folder.GetProblem() +
-                                   u". Name another folder with --work-dir."};
-}
-
-std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_view option) {
-  if (path.empty() || GetFileKind(path) == EFileKind::Folder) return std::nullopt;
-  if (FileExists(path))
-    return FailedOn(path, u"This is no folder. Name one with " + std::u16string(option) + u".");
-  if (CreateFolder(path)) return std::nullopt;
-  return FailedOn(path, u"The folder cannot be created: " + SystemMessage(LastSystemError()) + u".");
-}
-
-SFailure StoppedByUser() {
-  return {EExitStatus::Stopped, u"Stopped. Nothing was written."};
 }
 
 CSession::CSession(const SArguments& arguments)
@@ -267,7 +167,7 @@ std::optional<SFailure> CSession::CheckSourceFile() {
   SSourceVerdict verdict;
   if (auto failure = OpenWatched(m_source, m_sourcePath, verdict)) return failure;
   m_sourceState = verdict.state;
-  if (verdict.state != ESourceState::Ok) return MakeSourceFailure(m_arguments.source, verdict);
+  if (verdict.state != ESourceState::Ok) return RefuseSource(m_arguments.source, verdict);
   const uint64_t length = m_source.GetPages().GetFileLength();
   if (m_arguments.start >= length)
     return WrongUsageOf(m_arguments.source,
@@ -319,7 +219,7 @@ std::optional<SFailure> CSession::CheckTemplate() {
   SSourceVerdict verdict;
   if (auto failure = OpenWatched(m_template, path, verdict)) return failure;
   if (verdict.state != ESourceState::Ok) {
-    SFailure failure = MakeSourceFailure(path, verdict);
+    SFailure failure = RefuseSource(path, verdict);
     failure.status = EExitStatus::Failed;
     failure.message = AboutFile(path, verdict.reason + u" The template must be a healthy database.");
     return failure;

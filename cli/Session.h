@@ -12,6 +12,7 @@
 #include "cli/CommandArguments.h"
 #include "cli/CommandReport.h"
 #include "cli/ExitStatus.h"
+#include "cli/Failures.h"
 #include "cli/ProgressLine.h"
 #include "cli/Summary.h"
 #include "engine/Source.h"
@@ -91,24 +92,8 @@ class CSession {
   size_t m_logShown = 0;  // units of the repair log that were shown
 };
 
-// "PATH: message", as all messages about a file are.
-std::u16string AboutFile(std::u16string_view path, std::u16string_view message);
-// A file with which it cannot be done, and one with which it must not be asked for.
-SFailure FailedOn(std::u16string_view path, std::u16string_view message);
-SFailure WrongUsageOf(std::u16string_view path, std::u16string_view message);
-SFailure StoppedByUser();
-// Of the source, where no place of damage says so.
-inline constexpr std::u16string_view kSourceChanged =
-    u"The file was changed while it was read; what was found may be of two states. Work on a copy.";
-SFailure NoWorkFolder(const CRunFolder& folder);
-// A folder that was named with an option; made where it is missing. Nothing to do for an empty path.
-std::optional<SFailure> MakeFolder(const std::u16string& path, std::u16string_view option);
 // "tolvane: ..." on standard error, the name in the colour of the meaning.
 void WriteMessage(std::u16string_view message, EMeaning meaning);
 EProgressForm ChooseProgressForm(const SArguments& arguments);
-// What is the matter with an output, and what to do about it.
-// `option` names another one.
-SFailure RefuseOutput(const std::u16string& path, const SOutputVerdict& verdict,
-                      std::u16string_view option = u"-o");
 
 }  // namespace tolvane
