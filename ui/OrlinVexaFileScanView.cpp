@@ -204,7 +204,7 @@ void COrlinVexaFileScanView::SetOutputPath(std::u16string_view path) {
 void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
   m_parts.tree.SetTables(tables);
   ShowReview();
-  m_isMapDue = m_workflow && !tables.empty();
+  m_isMapDue = m_workflow != nullptr;  // of a file without tables, too
   m_parts.map.SetPages(m_workflow ? &m_workflow->GetPages() : nullptr);
   SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
 }

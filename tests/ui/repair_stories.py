@@ -242,6 +242,7 @@ def wrong_files(desk):
     expect(program.control('ID_NEXT').is_enabled(), False, 'whether nothing can be saved')
     program.command('ID_SAVE_RESULT')
     expect(program.page(), 'review', 'page after saving nothing')
+    wait_for(lambda: ' pages, ' in program.text('IDC_MAP_NOTE'), 'the map in words')
     desk.shoot('4-nothing')
     program.close()
 
