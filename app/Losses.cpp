@@ -100,6 +100,7 @@ const std::vector<SDamageWords>& GetDamageWords() {
   static const std::vector<SDamageWords> kWords{
       {EDamage::UnreadablePage, "unreadablePage", "page that the system cannot read",
        "pages that the system cannot read"},
+      {EDamage::LostPage, "lostPage", "page that the file lacks", "pages that the file lacks"},
       {EDamage::LeadingBytes, "leadingBytes", "foreign byte in front of the database",
        "foreign bytes in front of the database"},
       {EDamage::PartialPage, "partialPage", "byte behind the last whole page",

@@ -88,7 +88,14 @@ bool CPageInspector::JudgePages(const Sink& sink) {
     if (!m_job.repairing.IsRunning()) return false;
     m_job.progress.IncrementPos();
     SPageReport report{.page = number, .kind = EPageKind::Unreadable, .verdict = EPageVerdict::Unreadable};
-    if (m_source->ReadPage(number, page)) report = Judge(page, number);
+    if (m_source->ReadPage(number, page))
+      report = Judge(page, number);
+    else if (!m_source->GetPages().HasPlace(number * m_layout->pageSize))
+      report = {.page = number,
+                .kind = EPageKind::Unknown,
+                .owner = SPageReport::kNoOwner,
+                .verdict = EPageVerdict::Damaged,
+                .reason = u"nowhere in the file: pages or bytes are missing here"};
     m_totals.pages++;
     m_totals.kinds[static_cast<size_t>(report.kind)]++;
     m_totals.verdicts[static_cast<size_t>(report.verdict)]++;

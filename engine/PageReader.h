@@ -76,6 +76,8 @@ class CPageReader {
   // The page at `offset`; the span's size is the page size, the same in all calls. False: it lies outside the
   // file, also in part, or cannot be read; `page` is then as it was before.
   bool ReadPage(uint64_t offset, std::span<uint8_t> page);
+  // False: the page at `offset` lies between two stretches, and nowhere in the file.
+  [[nodiscard]] bool HasPlace(uint64_t offset) const { return FindStretch(offset) != nullptr; }
   // What the file holds of a page that reaches beyond its end.
   size_t ReadPartialPage(uint64_t offset, std::span<uint8_t> page);
 

@@ -234,7 +234,8 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     const SPageNote note = number < notes.size()
                                ? notes[static_cast<size_t>(number)]
                                : NotePage(page, number, source.ReadPage(number, page), layout, m_rules);
-    if (!note.isRead) Count(data, EDamage::UnreadablePage, number);
+    if (!note.isRead)
+      Count(data, source.GetPages().HasPlace(offset) ? EDamage::UnreadablePage : EDamage::LostPage, number);
     if (!note.isRead && !m_rules.unreadablePageKeepsPrevious) continue;
     const bool isFree = freePages.IsFree(number);
     if (isFree && !m_rules.creditFreedPages) {

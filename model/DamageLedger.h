@@ -12,6 +12,7 @@ namespace tolvane {
 
 enum class EDamage : uint8_t {
   UnreadablePage,    // the system could not read it
+  LostPage,          // it is nowhere in the file: bytes or pages are missing there
   LeadingBytes,      // foreign bytes in front of the first page
   PartialPage,       // bytes behind the last whole page
   OrphanDataPage,    // a data page whose owner is no known table

@@ -18,6 +18,7 @@ EVerdict VerdictOf(EDamage kind) {
     case EDamage::UnreadablePage:
       return EVerdict::Unreadable;
     case EDamage::LeadingBytes:
+    case EDamage::LostPage:
     case EDamage::MovedPages:
     case EDamage::OtherDatabase:
       return EVerdict::Shifted;

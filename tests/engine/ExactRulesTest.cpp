@@ -154,6 +154,8 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   missing.erase(missing.begin() + at, missing.begin() + at + layout.pageSize);
   EXPECT_EQ(Repair(missing), kRows);
   EXPECT_GT(Lost(EDamage::MovedPages), 0u);
+  EXPECT_EQ(Lost(EDamage::LostPage), 1u);
+  EXPECT_EQ(Lost(EDamage::UnreadablePage), 0u) << "no disk fails";
   Bytes longer = sound;
   longer.insert(longer.begin() + at, 2 * layout.pageSize, 0);
   EXPECT_EQ(Repair(longer), kRows);
