@@ -159,6 +159,7 @@ class CRunPlacer {
   // lost in front of the run moves all that follows: it is held against that, too, and against pages put in.
   uint64_t ByAllBehind(const SPageRun& run, const std::map<uint64_t, Votes>& votes, uint64_t guess) {
     std::vector<std::pair<Votes, uint64_t>> order;
+    order.reserve(votes.size());
     for (const auto& [number, count] : votes) order.emplace_back(count, number);
     // The nearer one of two as good ones.
     std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
