@@ -17,14 +17,4 @@ class CLogText {
   std::u16string m_text;
 };
 
-// The text of the activity dialog, which nothing opens.
-class CActivityLog {
- public:
-  void SetText(std::u16string_view text) { m_text = text; }
-  [[nodiscard]] const std::u16string& GetText() const { return m_text; }
-
- private:
-  std::u16string m_text;
-};
-
 }  // namespace tolvane

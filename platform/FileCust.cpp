@@ -5,6 +5,10 @@
 
 namespace tolvane {
 
+bool CFileCust::IsOpen() const {
+  return m_handle != nullptr;
+}
+
 bool CFileCust::IsAtEnd() {
   return GetPosition() >= GetLength();
 }

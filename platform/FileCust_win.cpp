@@ -199,10 +199,6 @@ CFileCust::~CFileCust() {
   Close();
 }
 
-bool CFileCust::IsOpen() const {
-  return m_handle != nullptr;
-}
-
 bool CFileCust::Open(std::u16string_view path, EFileAccess access, EFileShare share, EFileCreation creation,
                      EFileFlags flags) {
   Close();

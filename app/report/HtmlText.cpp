@@ -145,8 +145,4 @@ CHtml& CHtml::TextCell(std::u16string_view text) {
   return Raw("<td>").Text(text).Raw("</td>");
 }
 
-CHtml& CHtml::NameCell(std::u16string_view name) {
-  return Raw("<td>").Name(name).Raw("</td>");
-}
-
 }  // namespace tolvane

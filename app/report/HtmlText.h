@@ -35,7 +35,6 @@ class CHtml {
   CHtml& EndTable() { return Raw("</tbody></table></div>\n"); }
   CHtml& NumberCell(uint64_t number, bool isMarked = false);
   CHtml& TextCell(std::u16string_view text);
-  CHtml& NameCell(std::u16string_view name);
 
   [[nodiscard]] std::string Take() { return std::move(m_text); }
 
