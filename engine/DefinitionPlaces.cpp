@@ -19,7 +19,8 @@ class CWitness {
  public:
   explicit CWitness(CSource& source) : m_source(source), m_page(source.GetLayout().pageSize) {}
 
-  // Nothing where there are none, or where they do not agree.
+  // Nothing where there are none of either kind, or where they do not agree: pages of one kind alone may be
+  // what was swapped.
   std::optional<uint32_t> NumberOf(const CAccessTable& table) {
     m_number.reset();
     m_agree = true;
@@ -27,8 +28,8 @@ class CWitness {
       if (index.rootPage != 0 && Load(index.rootPage) &&
           (m_page[0] == kPageIndexNode || m_page[0] == kPageIndexLeaf))
         Hear();
-    if (table.indexes.GetCount() == 0) AskRows(table);
-    return m_agree ? m_number : std::nullopt;
+    if (!m_number || !AskRows(table) || !m_agree) return std::nullopt;
+    return m_number;
   }
 
  private:
@@ -42,14 +43,20 @@ class CWitness {
     m_number = owner;
   }
 
-  void AskRows(const CAccessTable& table) {
+  // False: its map names none that can be read.
+  bool AskRows(const CAccessTable& table) {
     std::vector<uint32_t> pages;
     const auto map = SRowPointer::FromWord(table.header.usedPagesMap);
     ReadUsageMap(m_source.GetPages(), m_source.GetLayout(), map, kMapPagesRead, [&](uint32_t page) {
       if (pages.size() < kMapPagesAsked) pages.push_back(page);
     });
+    bool isHeard = false;
     for (const uint32_t page : pages)
-      if (Load(page) && m_page[0] == kPageData) Hear();
+      if (Load(page) && m_page[0] == kPageData) {
+        Hear();
+        isHeard = true;
+      }
+    return isHeard;
   }
 
   CSource& m_source;

@@ -112,16 +112,33 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
-// The pages of rows still name the right ones. Without them, nothing tells that the places are wrong.
-TEST_P(ExactRules, DefinitionsInEachOthersPlacesKeepTheirNames) {
-  const uint32_t second = file.AddTable(SmallTable());
-  file.AddCatalogueRow(second, u"Few", 1);
-  GiveMap(second, {file.AddDataPage(second, {{SmallRow(layout, 1, u"One")}})});
-  std::swap(file.Page(table), file.Page(second));
-  EXPECT_EQ(Repair(file.Build()), kRows);
-  EXPECT_EQ(TableNamed(*data, u"Few")->header.rowCount, 1u);
-  EXPECT_EQ(Lost(EDamage::MovedPages), 2u);
-  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::MovedPages)[0].page, table);
+// Pages of rows alone do not tell: they may be what was swapped, and the definitions be in their places.
+TEST_P(ExactRules, DefinitionsInEachOthersPlacesAreToldByIndexesAndRows) {
+  STableSpec spec = SmallTable();
+  spec.indexes = {{.columns = {{0}}, .isPrimary = true, .name = u"Key"}};
+  size_t root = layout.definition.headerSize + layout.definition.statisticsSize + layout.realIndex.root;
+  for (const SColumnSpec& column : spec.columns)
+    root += layout.column.size + layout.text.nameLengthSize + StoredText(column.name, layout).size();
+  for (const bool hasIndexes : {true, false}) {
+    CDatabaseBuilder two(layout);
+    std::vector<uint32_t> tables, pages;
+    for (const uint32_t count : {1u, 2u}) {
+      const uint32_t owner = tables.emplace_back(two.AddTable(hasIndexes ? spec : SmallTable()));
+      two.AddCatalogueRow(owner, count == 1 ? u"People" : u"More", 1);
+      pages.push_back(two.AddDataPage(owner, std::vector<SRowSpec>(count, {SmallRow(layout, 1, u"One")})));
+      Bytes map(layout.isJet3 ? 133 : 69);
+      map[5 + pages.back() / 8] |= static_cast<uint8_t>(1u << pages.back() % 8);
+      two.Page(owner).Put32(layout.definition.ownedMap, two.AddDataPage(kOwnerMaps, {{map}}) << 8);
+      if (hasIndexes)
+        two.Page(owner).Put32(
+            root,
+            two.AddIndexLeaf(owner, {{0x7F, 0x80, 0, 0, 1, 0, 0, static_cast<uint8_t>(pages.back()), 0}}));
+    }
+    auto& swapped = hasIndexes ? tables : pages;
+    std::swap(two.Page(swapped[0]), two.Page(swapped[1]));
+    EXPECT_EQ(Repair(two.Build()), 1u) << "with indexes: " << hasIndexes;
+    EXPECT_EQ(Lost(EDamage::MovedPages), hasIndexes ? 2u : 0u);
+  }
 }
 
 TEST_P(ExactRules, PagesPutInBehindBytesPutInAreToldFromTheOthers) {
