@@ -22,8 +22,8 @@ struct SPageShift {
   int64_t shift = 0;
 };
 
-// Empty where the pages stand in their places, or where nothing tells. Reads all pages only where some are not
-// what others take them for. A job may stop it.
+// Empty where the pages stand in their places, or where nothing tells. Reads all pages only where some are
+// not what others take them for. A job may stop it.
 std::vector<SPageShift> FindPageShifts(CPageReader& pages, const SLayout& layout, const CJobContext* job);
 
 }  // namespace tolvane

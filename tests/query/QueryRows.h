@@ -10,8 +10,8 @@
 
 namespace tolvane {
 
-// A row as "attribute|flag|name1|name2|expression"; what is empty is null.
-inline SQueryRow Row(std::u16string_view text) {
+// The fields of a row that stands as "attribute|flag|name1|name2|expression".
+inline std::vector<std::u16string> SplitRow(std::u16string_view text) {
   std::vector<std::u16string> fields(1);
   for (const char16_t unit : text) {
     if (unit == u'|' && fields.size() < 5)
@@ -20,6 +20,12 @@ inline SQueryRow Row(std::u16string_view text) {
       fields.back() += unit;
   }
   fields.resize(5);
+  return fields;
+}
+
+// What is empty is null.
+inline SQueryRow Row(std::u16string_view text) {
+  const std::vector<std::u16string> fields = SplitRow(text);
   SQueryRow row;
   row.attribute = static_cast<uint8_t>(LeadingInteger(fields[0]));
   if (!fields[1].empty()) row.flag = static_cast<int16_t>(LeadingInteger(fields[1]));
