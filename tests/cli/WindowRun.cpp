@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "app/RepairWorkflow.h"
+#include "app/ViewTexts.h"
 #include "cli/ExitStatus.h"
 #include "embedded/EmbeddedEngine.h"
 #include "platform/Arguments.h"
@@ -64,7 +65,8 @@ EExitStatus Work(CRepairWorkflow& workflow, CFakeFrontEnd& window, const std::ve
   Until([] { return !CSavingStatus::Instance().IsSaving(); });
   workflow.OnTimer(kSaveTimer);
   const std::string saved = window.hint + " " + window.summary + " " + window.log;
-  if (!window.hint.starts_with("The database has been")) return Tell(EExitStatus::Failed, window, saved);
+  if (window.hint != ToUtf8(kSavedHint) && window.hint != ToUtf8(kPartSavedHint))
+    return Tell(EExitStatus::Failed, window, saved);
   SaveReport(workflow, window, words[2]);
   const bool isReported = window.notice.starts_with("The report was saved");
   if (isReported && Holds(found, "Nothing was lost.") && !Holds(saved, "Not saved")) return EExitStatus::Done;
