@@ -9,7 +9,7 @@ namespace {
 
 void ReadRows(const std::u16string& path, size_t columns, size_t size) {
   CTableRowReader rows(columns);
-  if (!rows.Open(path)) return;
+  if (!rows.Open(SFilePart(path))) return;
   std::vector<uint8_t> bytes;
   for (uint64_t row = 0; rows.BeginRow(); row++) {
     Require(row <= size);
@@ -26,7 +26,7 @@ void ReadRows(const std::u16string& path, size_t columns, size_t size) {
 
 void FindValues(const std::u16string& path, size_t columns, size_t size) {
   CStoredValueReader values;
-  if (!values.Open(path)) return;
+  if (!values.Open(SFilePart(path))) return;
   std::vector<uint8_t> bytes;
   for (uint64_t place = 0; place <= size; place += 1 + size / 16)
     for (size_t column = 0; column < columns; column++)

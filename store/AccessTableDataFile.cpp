@@ -38,7 +38,7 @@ CAccessTableDataFile::~CAccessTableDataFile() {
 bool CAccessTableDataFile::CreateDataFile(uint64_t key) {
   CloseDataFile();
   const std::u16string path = m_names.GetDataFilePath(key);
-  m_part = path;
+  m_part = SFilePart(path);
   if (FileExists(path)) RemoveFile(path);
   if (!m_file.Open(path, EFileAccess::Write, EFileShare::ReadWrite, EFileCreation::CreateAlways))
     return false;
@@ -56,7 +56,7 @@ void CAccessTableDataFile::StartDataFile(uint64_t key) {
   m_used = 0;
   m_written = 0;
   m_strPath = m_names.GetDataFilePath(key);
-  m_part = m_strPath;
+  m_part = SFilePart(m_strPath);
 }
 
 void CAccessTableDataFile::CreateOwnFile() {
@@ -219,7 +219,7 @@ void CAccessTableDataFile::RemoveOleFiles() const {
   const std::u16string listPath = m_names.GetOleListPath();
   if (!FileExists(listPath)) return;
   CValueStream list;
-  list.Open(listPath);
+  list.Open(SFilePart(listPath));
   std::u16string path;
   uint32_t count = 0;
   while (list.ReadCount(count) && count <= list.GetBytesLeft()) {

@@ -12,8 +12,7 @@ struct SFilePart {
 
   SFilePart() = default;
   // A whole file.
-  SFilePart(std::u16string_view wholePath) : path(wholePath) {}    // NOLINT(google-explicit-constructor)
-  SFilePart(const std::u16string& wholePath) : path(wholePath) {}  // NOLINT(google-explicit-constructor)
+  explicit SFilePart(std::u16string_view filePath) : path(filePath) {}
   SFilePart(std::u16string_view filePath, uint64_t from, uint64_t size)
       : path(filePath), start(from), length(size) {}
 

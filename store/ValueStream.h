@@ -4,8 +4,8 @@
 //   4       N bytes: N / 2 UTF-16LE units; the last byte of an odd N is no text
 //
 // Positions count from the start of the part that is read. The stream ends with it, or at the length that the
-// file had when it was opened, because another thread may still be
-// appending to it. A count is untrusted: no more is allocated than the file still holds.
+// file had when it was opened, because another thread may still be appending to it. A count is untrusted: no
+// more is allocated than the file still holds.
 #pragma once
 
 #include <cstddef>

@@ -12,7 +12,7 @@ class ComplexColumn : public CStoreTest {
 
   static std::u16string Build(CFlatTableParser& parser, std::u16string_view key) {
     std::u16string text = u"old";
-    parser.SetPath(DataPath(kFlat));
+    parser.SetPath(SFilePart(DataPath(kFlat)));
     parser.Open();
     parser.BuildText(key, text);
     parser.Close();
@@ -68,7 +68,7 @@ TEST_F(ComplexColumn, RecordsFindTheirColumnsAndAnIncompleteOneIsDropped) {
                 {u"Files again", u"39", u"47", u"109", u"4"},
                 {u"cut", u"37", u"60", u"109"}});
   CMSysComplexColumns records;
-  ASSERT_TRUE(records.Load(DataPath(1)));
+  ASSERT_TRUE(records.Load(SFilePart(DataPath(1))));
   ASSERT_EQ(records.GetCount(), 6U);
   CAccessTableList tables{GetWorkFolder()};
   CAccessTable& table = tables.AddTable(109 * 4096);
@@ -80,12 +80,12 @@ TEST_F(ComplexColumn, RecordsFindTheirColumnsAndAnIncompleteOneIsDropped) {
   EXPECT_EQ(table.columns.GetAt(1)->GetComplexData()->flatTable, u"47");
   EXPECT_EQ(table.columns.GetAt(2)->GetComplexData()->complexType, u"37");
 
-  ASSERT_TRUE(records.Load(DataPath(404)));
+  ASSERT_TRUE(records.Load(SFilePart(DataPath(404))));
   EXPECT_EQ(records.GetCount(), 0U);
   // As many records as are taken, of five counts of 0, and then one more.
   for (const size_t more : {size_t{0}, size_t{1}}) {
     WriteFileBytes(DataPath(1), Bytes((CMSysComplexColumns::kMaximumRecords + more) * 5 * 4));
-    EXPECT_EQ(records.Load(DataPath(1)), more == 0);
+    EXPECT_EQ(records.Load(SFilePart(DataPath(1))), more == 0);
     EXPECT_EQ(records.GetProblem(), more == 0 ? u"" : u"list too long");
     EXPECT_EQ(records.GetCount(), CMSysComplexColumns::kMaximumRecords);
   }

@@ -10,7 +10,7 @@ class ValueStream : public CStoreTest {
  protected:
   void Write(const Bytes& bytes) {
     WriteFileBytes(DataPath(1), bytes);
-    ASSERT_TRUE(m_stream.Open(DataPath(1)));
+    ASSERT_TRUE(m_stream.Open(SFilePart(DataPath(1))));
   }
   // The next text, or why there is none.
   std::u16string Next(size_t maximumUnits = CValueStream::kAllUnits) {
@@ -47,7 +47,7 @@ TEST_F(ValueStream, ALyingCountGivesNoMoreThanTheFileHolds) {
 
 TEST_F(ValueStream, TheUnitsBeyondTheWantedOnesAreSkipped) {
   WriteRows(1, {{std::u16string(500'000, u'm'), u"next"}});
-  ASSERT_TRUE(m_stream.Open(DataPath(1)));
+  ASSERT_TRUE(m_stream.Open(SFilePart(DataPath(1))));
   EXPECT_EQ(Next(3), u"mmm");
   EXPECT_EQ(Next(3), u"nex");
   EXPECT_TRUE(m_stream.IsAtEnd());

@@ -49,7 +49,7 @@ TEST_F(DataFile, ValuesAroundTheBufferSizeComeBackWhole) {
   WriteRows(1, {values});
 
   CValueStream stream;
-  ASSERT_TRUE(stream.Open(DataPath(1)));
+  ASSERT_TRUE(stream.Open(SFilePart(DataPath(1))));
   uint64_t length = 0;
   for (const std::u16string& value : values) {
     uint32_t count = 0;
