@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "automation/AutomationEngine.h"
-#include "platform/Files.h"
 
 namespace tolvane {
 
@@ -14,10 +13,10 @@ constexpr std::chrono::seconds kProbeLimit{10};
 
 }  // namespace
 
-SInstalledEngines FindInstalledEngines(bool triesFormats) {
+SInstalledEngines FindInstalledEngines(std::u16string_view folder) {
   CEngineThread thread(MakeSystemServers(), {.call = kProbeLimit});
   SInstalledEngines found;
-  found.engines = ListInstalledEngines(thread, triesFormats ? GetTempFolder() : std::u16string());
+  found.engines = ListInstalledEngines(thread, folder);
   found.problem = DescribeMissingEngine(thread.GetServers(), found.engines);
   return found;
 }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "automation/EngineProbe.h"
@@ -20,8 +21,8 @@ struct SInstalledEngines {
   [[nodiscard]] bool IsUsable() const { return problem.empty(); }
 };
 // Starts each of them; may take a second, and at most ten for one that hangs.
-// `triesFormats`: each also makes an empty database of every format.
-SInstalledEngines FindInstalledEngines(bool triesFormats = false);
+// In a `folder` of the caller's own each also makes an empty database of every format.
+SInstalledEngines FindInstalledEngines(std::u16string_view folder = {});
 
 // `isWanted`: whether the user still waits for it, asked from the save's thread; empty: always.
 std::unique_ptr<CDaoEngine> MakeInstalledEngine(ERules rules, std::function<bool()> isWanted);

@@ -55,8 +55,10 @@ CAutomationRecordset::CAutomationRecordset(std::shared_ptr<SEngineState> state, 
       m_fieldList(std::move(fields)),
       m_name(table),
       m_refused(std::move(database), table) {
-  if (const auto waiting = m_state->waiting.find(table); waiting != m_state->waiting.end())
-    m_calculated = waiting->second.calculated, m_counter = waiting->second.counter;
+  const auto waiting = m_state->waiting.find(table);
+  if (waiting == m_state->waiting.end()) return;
+  m_calculated = waiting->second.calculated;
+  m_counter = waiting->second.counter;
 }
 
 CAutomationRecordset::~CAutomationRecordset() {

@@ -7,7 +7,6 @@
 #include "automation/EngineCalls.h"
 #include "dao/dao.h"
 #include "platform/Files.h"
-#include "platform/Process.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -27,8 +26,8 @@ constexpr int32_t kVersions[] = {kDaoVersionJet3, kDaoVersionJet4, kDaoVersionAc
 // On trial: what an engine can make only it knows.
 void TryFormats(const AutomationObject& object, std::u16string_view folder, SInstalledEngine& engine) {
   for (const int32_t version : kVersions) {
-    const std::u16string path = std::u16string(folder) + u"tolvane-trial-" + ToDecimal(GetProcessNumber()) +
-                                u"-" + ToDecimal(version) + (version == kDaoVersionAce ? u".accdb" : u".mdb");
+    const std::u16string path = std::u16string(folder) + u"trial-" + ToDecimal(version) +
+                                (version == kDaoVersionAce ? u".accdb" : u".mdb");
     CEngineCalls calls(EOperation::Database);
     const AutomationObject database = calls.Make(object, u"CreateDatabase", {path, Text(kLocale), version});
     calls.Do(database, u"Close");

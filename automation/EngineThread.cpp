@@ -91,7 +91,8 @@ void CEngineThread::SState::Post(std::function<SCallEnd()> work) {
 
 SCallEnd CEngineThread::SState::Run(std::function<SCallEnd()> work, std::chrono::milliseconds limit) {
   std::unique_lock lock(mutex);
-  if (isGone || hasEnded) return gone;
+  if (isGone) return gone;
+  if (isEnding) return {kGoneNumber, u"The database engine was ended.", true};
   auto call = std::make_shared<SCall>();
   call->work = std::move(work);
   calls.push_back(call);

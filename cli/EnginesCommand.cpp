@@ -9,6 +9,7 @@
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
 #include "platform/Text.h"
+#include "store/WorkFolder.h"
 
 namespace tolvane {
 
@@ -48,7 +49,9 @@ Json DescribeEngine(const char* choice, const SInstalledEngine& engine) {
 }  // namespace
 
 SCommandEnd RunEngines(const SArguments& arguments) {
-  const SInstalledEngines found = FindInstalledEngines(true);
+  CRunFolder folder;  // without one no format is tried
+  folder.Create({});
+  const SInstalledEngines found = FindInstalledEngines(folder.GetPath());
   const char* const own = NameOf(EEngineChoice::Embedded);
   const char* const installed = NameOf(EEngineChoice::Dao);
   if (arguments.isJson) {

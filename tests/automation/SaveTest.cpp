@@ -259,6 +259,19 @@ TEST_F(CAutomationSave, AnEngineThatHungIsUsedAgain) {
   }
 }
 
+// Whatever is kept of an engine that was ended fails, and does not seem to have been done.
+TEST_F(CAutomationSave, AnEngineThatWasEndedAnswersNoMore) {
+  if (IsStandInDistant()) GTEST_SKIP() << "the system's objects must be released first";
+  InstallStandIn("");
+  CEngineThread thread(MakeStandInServers(), {});
+  AutomationObject engine;
+  AutomationValue version;
+  ASSERT_TRUE(thread.Create(u"DAO.DBEngine.120", engine).IsOk());
+  EXPECT_TRUE(engine->Invoke(ECall::Get, u"Version", {}, &version).IsOk());
+  thread.End();
+  EXPECT_FALSE(engine->Invoke(ECall::Get, u"Version", {}, &version).IsOk());
+}
+
 // The number that a deleted row had is not given out again.
 TEST_F(CAutomationSave, AnAutoNumberCountsOnWhereItDid) {
   for (const auto& [failure, told] :
