@@ -3,7 +3,6 @@
 #include "engine/AccessProcessFile.h"
 #include "engine/AccessVersionHandler.h"
 #include "engine/DefinitionPlaces.h"
-#include "engine/Source.h"
 #include "platform/Files.h"
 #include "store/WorkFolder.h"
 
@@ -32,8 +31,8 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
   Start(source, definitions);
   bool isDone = ReadDefinitions();
   if (isDone && &definitions == &source && m_rules.pagesDecideFormat) {
-    const auto swapped = FindSwappedDefinitions(m_data->GetTables(), source);
-    if (source.SwapPages(swapped)) {
+    const PagePairs swapped = source.SwapPages(FindSwappedDefinitions(m_data->GetTables(), source));
+    if (!swapped.empty()) {
       Start(source, definitions);
       FileSwapped(swapped);
       isDone = ReadDefinitions();
@@ -66,7 +65,7 @@ void CAccessRepair::Start(CSource& source, CSource& definitions) {
   m_parser->SetScanPath(definitions);
 }
 
-void CAccessRepair::FileSwapped(std::span<const std::pair<uint32_t, uint32_t>> pairs) {
+void CAccessRepair::FileSwapped(const PagePairs& pairs) {
   const auto file = [this](uint32_t page) {
     m_data->GetLedger().Add(EDamage::MovedPages,
                             {.page = page,

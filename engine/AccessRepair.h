@@ -8,11 +8,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "engine/Source.h"
 #include "model/AccessData.h"
 #include "model/RecoveryRules.h"
 #include "status/JobContext.h"
@@ -20,7 +19,6 @@
 namespace tolvane {
 
 class CAccessProcessFile;
-class CSource;
 
 class CAccessRepair {
  public:
@@ -44,7 +42,7 @@ class CAccessRepair {
 
  private:
   void Start(CSource& source, CSource& definitions);
-  void FileSwapped(std::span<const std::pair<uint32_t, uint32_t>> pairs);
+  void FileSwapped(const PagePairs& pairs);
   // Steps 1 and 2, and the rest. False when the run was stopped.
   bool ReadDefinitions();
   bool ReadTables();

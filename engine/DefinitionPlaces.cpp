@@ -1,7 +1,10 @@
 #include "engine/DefinitionPlaces.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 #include "engine/FreePageMap.h"
 #include "format/PageHead.h"
@@ -67,8 +70,7 @@ class CWitness {
 
 }  // namespace
 
-std::vector<std::pair<uint32_t, uint32_t>> FindSwappedDefinitions(const CAccessTableList& tables,
-                                                                  CSource& source) {
+PagePairs FindSwappedDefinitions(const CAccessTableList& tables, CSource& source) {
   const uint32_t pageSize = source.GetLayout().pageSize;
   CWitness witness(source);
   std::unordered_map<uint32_t, uint32_t> elsewhere;  // number by the page where the definition stands
@@ -77,12 +79,13 @@ std::vector<std::pair<uint32_t, uint32_t>> FindSwappedDefinitions(const CAccessT
     const auto number = witness.NumberOf(*table);
     if (number && *number != page) elsewhere.emplace(page, *number);
   }
-  std::vector<std::pair<uint32_t, uint32_t>> swapped;
+  PagePairs swapped;
   for (const auto& [page, number] : elsewhere) {
     const auto other = elsewhere.find(number);
     if (page < number && other != elsewhere.end() && other->second == page)
       swapped.emplace_back(page, number);
   }
+  std::ranges::sort(swapped);
   return swapped;
 }
 

@@ -7,17 +7,12 @@
 // Each table would get the other one's name.
 #pragma once
 
-#include <cstdint>
-#include <utility>
-#include <vector>
-
 #include "engine/Source.h"
 #include "model/AccessData.h"
 
 namespace tolvane {
 
 // Pairs of page numbers, the lower one first; each number once. The tables' definitions are decoded.
-std::vector<std::pair<uint32_t, uint32_t>> FindSwappedDefinitions(const CAccessTableList& tables,
-                                                                  CSource& source);
+PagePairs FindSwappedDefinitions(const CAccessTableList& tables, CSource& source);
 
 }  // namespace tolvane

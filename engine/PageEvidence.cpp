@@ -215,7 +215,7 @@ void CutAtShifts(SPageEvidence& evidence, const std::vector<SPageShift>& shifts)
       done += length;
     }
   }
-  evidence.stretches = std::move(cut);
+  if (!cut.empty()) evidence.stretches = std::move(cut);
 }
 
 // Whole pages that were lost or put in leave all heads in step.

@@ -102,8 +102,8 @@ void CSource::LookForPages() {
     m_evidence.movedPages = m_pages.GetFileLength() / m_evidence.layout->pageSize;
 }
 
-bool CSource::SwapPages(std::span<const std::pair<uint32_t, uint32_t>> pairs) {
-  if (pairs.empty() || m_evidence.layout == nullptr) return false;
+PagePairs CSource::SwapPages(const PagePairs& pairs) {
+  if (pairs.empty() || m_evidence.layout == nullptr) return {};
   const uint32_t pageSize = m_layout->pageSize;
   std::map<uint64_t, SPageStretch> stretches;  // by their first page
   for (const SPageStretch& stretch : m_evidence.stretches) stretches.emplace(stretch.page, stretch);
@@ -121,11 +121,15 @@ bool CSource::SwapPages(std::span<const std::pair<uint32_t, uint32_t>> pairs) {
     if (rest.length > 0) stretches.insert_or_assign(rest.page, rest);
     return &stretches.insert_or_assign(page, one).first->second;
   };
-  for (const auto& [first, second] : pairs) {
-    SPageStretch* const one = cutOut(first);
-    SPageStretch* const other = cutOut(second);
-    if (one != nullptr && other != nullptr) std::swap(one->place, other->place);
+  PagePairs swapped;
+  for (const auto& pair : pairs) {
+    SPageStretch* const one = cutOut(pair.first);
+    SPageStretch* const other = cutOut(pair.second);
+    if (one == nullptr || other == nullptr) continue;
+    std::swap(one->place, other->place);
+    swapped.push_back(pair);
   }
+  if (swapped.empty()) return {};
   m_evidence.stretches.clear();
   m_evidence.notes.clear();
   for (const auto& [page, stretch] : stretches) m_evidence.stretches.push_back(stretch);
@@ -133,7 +137,7 @@ bool CSource::SwapPages(std::span<const std::pair<uint32_t, uint32_t>> pairs) {
   m_pages.SetStretches(m_evidence.stretches, pageSize);
   if (isCompleted) m_pages.CompleteLastPage(pageSize);
   UseLayout(*m_layout);
-  return true;
+  return swapped;
 }
 
 void CSource::ReadHeader() {

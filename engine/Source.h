@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "engine/FreePageMap.h"
 #include "engine/PageEvidence.h"
@@ -21,6 +22,9 @@
 #include "model/RecoveryRules.h"
 
 namespace tolvane {
+
+// Numbers of two pages each.
+using PagePairs = std::vector<std::pair<uint32_t, uint32_t>>;
 
 class CSource {
  public:
@@ -63,8 +67,9 @@ class CSource {
   bool ReadPage(uint64_t number, std::span<uint8_t> page) {
     return m_pages.ReadPage(number * m_layout->pageSize, page);
   }
-  // Reads each page of a pair in the place of the other. False: nothing was changed.
-  bool SwapPages(std::span<const std::pair<uint32_t, uint32_t>> pairs);
+  // Reads each page of a pair in the place of the other. Answers the pairs that this was done with: pages
+  // that the file lacks stay where they are.
+  PagePairs SwapPages(const PagePairs& pairs);
   [[nodiscard]] const Header& GetHeader() const { return m_header; }
   [[nodiscard]] const SSourceFacts& GetFacts() const { return m_facts; }
   [[nodiscard]] const CFreePageMap& GetFreePages();
