@@ -217,6 +217,18 @@ class ProgramTest(ScratchTest):
         self.assertFalse(os.path.exists(self.path('Tolvane_damaged.mdb')))
         self.check_refusal(FAILED, 'export', self.source, '--to', self.path('all'), preexec_fn=limit)
 
+    def test_input_without_an_end_is_refused_before_it_fills_the_disk(self):
+        disk = os.path.join(self.folder, 'disk')
+        os.mkdir(disk)
+        if subprocess.run(['mount', '-t', 'tmpfs', '-o', 'size=1m', 'tmpfs', disk], stderr=subprocess.DEVNULL).returncode != 0:
+            self.skipTest('this user may mount no disk')
+        try:
+            with open('/dev/zero', 'rb') as zeros:
+                self.check_refusal(FAILED, 'tables', '-', '--work-dir', disk, stdin=zeros, says=('standard input', 'half of the room'))
+            self.assertEqual(os.listdir(disk), [])
+        finally:
+            subprocess.run(['umount', '--lazy', disk], check=True)
+
     def test_interrupt_stops_and_cleans_up(self):
         big = self.write('big.mdb', read(SAMPLE) * 200)
         # A shell that runs the tests in the background has the signal ignored.
