@@ -1,16 +1,19 @@
 // The console program with the stand-in installed in Wine: what it says, stores and leaves behind.
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "embedded/EmbeddedEngine.h"
+#include "platform/ChildProcess.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "tests/automation/StandInSystem.h"
@@ -19,9 +22,9 @@ namespace tolvane {
 namespace {
 
 // Programs of Windows take paths of Wine's own drive.
-std::string OnDrive(std::string path) {
+std::u16string OnDrive(std::string path) {
   std::ranges::replace(path, '/', '\\');
-  return path.starts_with('\\') ? "Z:" + path : path;
+  return FromUtf8(path.starts_with('\\') ? "Z:" + path : path);
 }
 
 class CConsole : public testing::Test {
@@ -50,27 +53,20 @@ class CConsole : public testing::Test {
   }
   void TearDown() override {
     RemoveStandIn();
-    for (const std::string& path : {m_source, m_output, m_said}) RemoveFile(FromUtf8(path));
+    for (const std::string& path : {m_source, m_output, m_said, m_said + ".err"}) RemoveFile(FromUtf8(path));
   }
-  // Its exit status; what it printed is left in Said().
-  int Run(const std::string& words) {
-    std::string line = "\"" + OnDrive(TOLVANE_PROGRAM) + "\" " + words + " --json -q";
-    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
-    STARTUPINFOA start{};
-    start.cb = sizeof(start);
-    start.dwFlags = STARTF_USESTDHANDLES;
-    start.hStdOutput = CreateFileA(m_said.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS,
-                                   FILE_ATTRIBUTE_NORMAL, nullptr);
-    PROCESS_INFORMATION run{};
-    if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &run) == 0)
-      return -1;
-    DWORD status = 0;
-    WaitForSingleObject(run.hProcess, INFINITE);
-    GetExitCodeProcess(run.hProcess, &status);
-    CloseHandle(run.hProcess);
-    CloseHandle(run.hThread);
-    CloseHandle(start.hStdOutput);
-    return static_cast<int>(status);
+  // Its exit status, or -2 where it does not end; what it printed is left in Said().
+  int Run(std::vector<std::u16string> words) {
+    words.insert(words.end(), {u"--json", u"-q"});
+    CChildProcess program;
+    if (!program.Start(OnDrive(TOLVANE_PROGRAM), words, FromUtf8(m_said), FromUtf8(m_said + ".err")))
+      return CChildProcess::kCrashed;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (std::chrono::steady_clock::now() < end) {
+      if (const std::optional<int> status = program.Poll()) return *status;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return -2;
   }
   [[nodiscard]] std::string Said() const {
     std::ifstream file(m_said, std::ios::binary);
@@ -84,7 +80,7 @@ class CConsole : public testing::Test {
 
 TEST_F(CConsole, EnginesAreListedWithTheFormatsThatTheyRefuse) {
   InstallStandIn("");
-  EXPECT_EQ(Run("engines"), 0);
+  EXPECT_EQ(Run({u"engines"}), 0);
   for (const char* part :
        {"\"class\": \"DAO.DBEngine.120\"", "\"format\": \"Access 97\"", "\"errorNumber\": 3001",
         "\"class\": \"DAO.DBEngine.36\"", "It is installed for ", "\"installedUsable\": true"})
@@ -95,25 +91,25 @@ TEST_F(CConsole, TheEngineWritesWhatIsRepairedAndItsErrorsAreTold) {
   constexpr int kFailed = 2, kLost = 3;
   struct SCase {
     const char* failure;
-    const char* rules;
+    const char16_t* rules;
     int status;
     std::vector<const char*> said;
   };
   for (const SCase& expected :
        {SCase{"Rows People.Update|3022",
-              "standard",
+              u"standard",
               kLost,
               {"\"engine\": \"dao\"", "in table \\\"People_refused\\\"", "\"number\": 3022"}},
-        {"Engine.OpenDatabase|3799", "exact", kFailed, {"(error 3799)", "\"number\": 3799"}},
-        {"Engine.CreateDatabase|3001", "exact", kFailed, {"(error 3001)", "\"number\": 3001"}},
+        {"Engine.OpenDatabase|3799", u"exact", kFailed, {"(error 3799)", "\"number\": 3799"}},
+        {"Engine.CreateDatabase|3001", u"exact", kFailed, {"(error 3001)", "\"number\": 3001"}},
         {"Rows People.Update|hang",
-         "exact",
+         u"exact",
          kFailed,
          {"DAO.DBEngine.120 does not answer any more", "No file was made or changed under this name."}}}) {
     InstallStandIn(expected.failure);
     RemoveFile(FromUtf8(m_output));
-    EXPECT_EQ(Run("repair \"" + m_source + "\" --engine dao --rules " + expected.rules + " -o \"" + m_output +
-                  "\""),
+    EXPECT_EQ(Run({u"repair", FromUtf8(m_source), u"--engine", u"dao", u"--rules", expected.rules, u"-o",
+                   FromUtf8(m_output)}),
               expected.status)
         << expected.failure;
     for (const char* part : expected.said)
