@@ -128,6 +128,19 @@ void AddDamage(std::u16string_view heading, const CAccessData& data, CLines& lin
   lines.AddLosses(u"Not brought back:", ListOmittedObjects(data, kNamesShown));
 }
 
+void AddRemarks(std::u16string_view heading, const std::vector<std::u16string>& remarks, CLines& lines) {
+  if (remarks.empty()) return;
+  lines.Add({});
+  lines.Add(heading);
+  for (const std::u16string& remark : remarks) lines.Add(remark);
+}
+
+void AddEngineErrors(const SSaveSummary& summary, CLines& lines) {
+  std::vector<std::u16string> errors;
+  for (const CDaoEngineError& error : summary.engineErrors) errors.push_back(DescribeEngineError(error));
+  AddRemarks(u"Errors of the installed database engine:", errors, lines);
+}
+
 }  // namespace
 
 std::vector<STableItem> ListTables(const CAccessData& data) {
@@ -177,6 +190,7 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
   if (!problem.empty()) {
     lines.Add(u"Nothing was saved: " + std::u16string(problem));
     lines.Add(u"A file that had the name of the new database before is as it was.");
+    AddEngineErrors(summary, lines);
     AddDamage(u"Lost or doubtful in the damaged file:", recovered, lines);
     return lines.Take();
   }
@@ -188,12 +202,9 @@ std::u16string DescribeSave(const SSaveSummary& summary, const CAccessData& reco
   if (summary.linksSaved > 0) lines.Add(Grouped(summary.linksSaved, u"link"));
   if (summary.emptyRowsDropped > 0) lines.Add(Grouped(summary.emptyRowsDropped, u"empty row") + u" left out");
   lines.AddLosses(u"Not saved:", ListSaveLosses(summary));
+  AddEngineErrors(summary, lines);
   AddDamage(u"Lost or doubtful before that, in the damaged file:", recovered, lines);
-  if (!summary.notes.empty()) {
-    lines.Add({});
-    lines.Add(u"Remarks:");
-    for (const std::u16string& note : summary.notes) lines.Add(note);
-  }
+  AddRemarks(u"Remarks:", summary.notes, lines);
   return lines.Take();
 }
 

@@ -31,7 +31,7 @@ void PrepareWork(HMENU menu, const SMenuState& state) {
   Enable(menu, ID_FORWARD, state.workflow.IsResultHeld());
   Enable(menu, ID_BACK, canRepair && page >= EPageState::Repaired);
   Enable(menu, ID_STOP, state.switches.canStop);
-  Enable(menu, ID_OPEN_FOLDER, page == EPageState::Saved);
+  Enable(menu, ID_OPEN_FOLDER, page == EPageState::Saved && !state.workflow.HasSaveFailed());
   CheckMenuRadioItem(menu, ID_MODE_STANDARD, ID_MODE_TEMPLATE,
                      state.workflow.IsTemplateMode() ? ID_MODE_TEMPLATE : ID_MODE_STANDARD, MF_BYCOMMAND);
 }

@@ -159,7 +159,7 @@ UINT COrlinVexaFileScanView::GetDefaultButton() const {
   const HWND focus = GetFocus();
   if (m_parts.records.IsFind(focus)) return ID_FIND_NEXT;
   if (focus == GetDlgItem(m_window, IDC_RECENT_LIST)) return IDC_RECENT_LIST;
-  if (m_state.page == EPageState::Saved) return ID_OPEN_FOLDER;
+  if (m_state.page == EPageState::Saved) return m_workflow->HasSaveFailed() ? ID_BACK : ID_OPEN_FOLDER;
   return IsShownHere(ID_NEXT) ? ID_NEXT : 0;
 }
 
@@ -169,8 +169,9 @@ void COrlinVexaFileScanView::EnableCommands(const SCommandSwitches& switches) {
   GetItem(ID_NEXT).Enable(isReview ? switches.canSave && m_workflow->HasFindings() : switches.canRepair);
   GetItem(ID_STOP).Enable(switches.canStop);
   GetItem(ID_BACK).Enable(switches.canRepair);
+  GetItem(ID_OPEN_FOLDER).Enable(!m_workflow->HasSaveFailed());
   // Only now the button that it goes to can be pressed.
-  m_pageFocus.GoToPage(m_state.page);
+  m_pageFocus.GoToPage(m_state.page, m_workflow->HasSaveFailed());
 }
 
 void COrlinVexaFileScanView::SetSelectedFile(std::u16string_view path) {

@@ -8,7 +8,7 @@ namespace tolvane {
 
 namespace {
 
-UINT GetFirst(EPageState page) {
+UINT GetFirst(EPageState page, bool hasSaveFailed) {
   switch (page) {
     case EPageState::Repairing:
     case EPageState::Saving:
@@ -16,7 +16,7 @@ UINT GetFirst(EPageState page) {
     case EPageState::Repaired:
       return IDC_TREE;
     case EPageState::Saved:
-      return ID_OPEN_FOLDER;
+      return hasSaveFailed ? ID_BACK : ID_OPEN_FOLDER;
     default:
       return ID_NEXT;
   }
@@ -37,9 +37,9 @@ void CPageFocus::Restore() {
   SetFocus(m_focus);
 }
 
-void CPageFocus::GoToPage(EPageState page) {
+void CPageFocus::GoToPage(EPageState page, bool hasSaveFailed) {
   if (!std::exchange(m_isPageNew, false)) return;
-  m_focus = GetDlgItem(m_view, static_cast<int>(GetFirst(page)));
+  m_focus = GetDlgItem(m_view, static_cast<int>(GetFirst(page, hasSaveFailed)));
   Restore();
 }
 

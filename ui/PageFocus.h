@@ -16,7 +16,7 @@ class CPageFocus {
   void Restore();
   // The page's first control gets the keyboard with the next GoToPage, once: it must be enabled then.
   void ExpectPage() { m_isPageNew = true; }
-  void GoToPage(EPageState page);
+  void GoToPage(EPageState page, bool hasSaveFailed);
 
  private:
   HWND m_view = nullptr;

@@ -192,18 +192,21 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
   summary.queriesSkipped = 3;
   summary.losses.push_back({u"Orders", 2, 1, u"too large"});
   summary.notes.push_back(u"a remark");
+  summary.engineErrors.push_back({3022, u"Update", u"Twice.", 2});
+  const std::string errors =
+      "\r\n\r\nErrors of the installed database engine:\r\nError 3022 of Update, 2 times: Twice.";
   const std::string damage = "1 row that cannot be true\r\n    page 7, row 3";
   EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, u"disk full")),
             "Nothing was saved: disk full\r\nA file that had the name of the new database before is as it "
-            "was.\r\n\r\nLost or doubtful in the damaged file:\r\n" +
-                damage);
+            "was." +
+                errors + "\r\n\r\nLost or doubtful in the damaged file:\r\n" + damage);
   EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, {})),
             "1 table, 1,234 records\r\n2 saved queries\r\n1 relationship\r\n1 empty row left out\r\n\r\n"
             "Not saved:\r\n2 records of table Orders: too large\r\n1 value of table Orders: too large\r\n1 "
             "index\r\n"
-            "3 queries of kinds that cannot be rebuilt\r\n\r\n"
-            "Lost or doubtful before that, in the damaged file:\r\n" +
-                damage + "\r\n\r\nRemarks:\r\na remark");
+            "3 queries of kinds that cannot be rebuilt" +
+                errors + "\r\n\r\nLost or doubtful before that, in the damaged file:\r\n" + damage +
+                "\r\n\r\nRemarks:\r\na remark");
 }
 
 TEST(Findings, DamageInWordsWithItsPlaces) {
