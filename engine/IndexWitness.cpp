@@ -1,6 +1,7 @@
 #include "engine/IndexWitness.h"
 
 #include <algorithm>
+#include <set>
 #include <system_error>
 
 #include "format/IndexCursor.h"
@@ -28,15 +29,20 @@ constexpr size_t kMostContradictedShare = 4;
 struct CIndexWitness::STestimony {
   struct SEntry {
     uint32_t row;  // its pointer's word
+    bool isThere;  // on the table's pages, whatever it holds
     uint64_t hash;
   };
   bool isWhole = false, isCertain = false;
   std::vector<SEntry> entries;  // by row
   size_t agreeing = 0, contradicted = 0;
 
+  SEntry* Find(uint32_t row) {
+    const auto entry = std::ranges::lower_bound(entries, row, {}, &SEntry::row);
+    return entry != entries.end() && entry->row == row ? &*entry : nullptr;
+  }
   [[nodiscard]] bool IsBelieved(uint32_t rows) const {
     if (!isWhole) return false;
-    if (agreeing == 0) return isCertain && entries.size() == rows;
+    if (agreeing == 0) return isCertain && entries.size() >= rows;
     return isCertain || contradicted <= kMostContradictedShare * agreeing;
   }
 };
@@ -109,11 +115,10 @@ CIndexWitness::STestimony CIndexWitness::Collect(const CAccessTable& table,
   bool isAll = true;
   testimony.isWhole = Walk(table, index, [&](std::span<const uint8_t> key, SRowPointer row) {
     isAll = testimony.entries.size() < kMostEntries;
-    if (isAll) testimony.entries.push_back({row.ToWord(), HashOfEntry(index.position, key, row)});
+    if (isAll) testimony.entries.push_back({row.ToWord(), false, HashOfEntry(index.position, key, row)});
   });
   testimony.isWhole = testimony.isWhole && isAll;
-  std::sort(testimony.entries.begin(), testimony.entries.end(),
-            [](const auto& a, const auto& b) { return a.row < b.row; });
+  std::ranges::sort(testimony.entries, {}, &STestimony::SEntry::row);
   return testimony;
 }
 
@@ -141,6 +146,25 @@ void CIndexWitness::Compare(CAccessData& data, const CAccessTable& table, const 
                           .reason = isOneRow ? "an index of the table contradicts the row"
                                              : "indexes of the table contradict rows of it"});
   }
+  // Where the count tells of missing rows, or of too many, it is looked into with the counts.
+  if (table.header.rowCount == table.promisedRows) FileMissing(data, table, testimonies, found);
+}
+
+void CIndexWitness::FileMissing(CAccessData& data, const CAccessTable& table,
+                                const std::vector<STestimony>& testimonies,
+                                const std::vector<SContradiction>& filed) {
+  std::set<uint32_t> pages;
+  for (const STestimony& testimony : testimonies)
+    if (testimony.IsBelieved(table.header.rowCount))
+      for (const STestimony::SEntry& entry : testimony.entries)
+        if (!entry.isThere) pages.insert(SRowPointer::FromWord(entry.row).page);
+  for (const SContradiction& row : filed) pages.erase(row.page);
+  for (const uint32_t page : pages)
+    data.GetLedger().Add(EDamage::TornPage, {.page = page,
+                                             .definition = table.GetDefinitionOffset(),
+                                             .row = -1,
+                                             .amount = 1,
+                                             .reason = kRowsNotThere});
 }
 
 void CIndexWitness::ComparePage(uint64_t offset, const CRowProfile& profile, CRowEntries& entries,
@@ -150,18 +174,18 @@ void CIndexWitness::ComparePage(uint64_t offset, const CRowProfile& profile, CRo
   CRowFrame frame(m_layout.row);
   ForEachLiveSlot(m_page, m_layout, [&](uint32_t slot, uint16_t word) {
     const auto row = FindRow(m_page, m_layout, slot, kSlotStart);
-    if ((word & kSlotPointer) != 0 || !row || !profile.Accepts(frame, *row)) return;
     const SRowPointer place{slot, number};
+    for (STestimony& testimony : testimonies)
+      if (STestimony::SEntry* const entry = testimony.Find(place.ToWord())) entry->isThere = true;
+    if ((word & kSlotPointer) != 0 || !row || !profile.Accepts(frame, *row)) return;
     for (size_t i = 0; i < testimonies.size(); i++) {
       STestimony& testimony = testimonies[i];
       const auto hash = entries.HashOf(entries.GetIndexes()[i], frame, place);
       if (!hash) continue;
-      const auto entry = std::lower_bound(testimony.entries.begin(), testimony.entries.end(), place.ToWord(),
-                                          [](const auto& a, uint32_t pointer) { return a.row < pointer; });
-      const bool isNamed = entry != testimony.entries.end() && entry->row == place.ToWord();
-      (isNamed && entry->hash == *hash ? testimony.agreeing : testimony.contradicted)++;
-      if ((!isNamed || entry->hash != *hash) && found.size() < kMostContradictions)
-        found.push_back({number, slot, i});
+      const STestimony::SEntry* const entry = testimony.Find(place.ToWord());
+      const bool isRight = entry != nullptr && entry->hash == *hash;
+      (isRight ? testimony.agreeing : testimony.contradicted)++;
+      if (!isRight && found.size() < kMostContradictions) found.push_back({number, slot, i});
     }
   });
 }

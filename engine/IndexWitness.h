@@ -3,8 +3,8 @@
 //
 // Each entry names a row by its place and has its key, so that indexes know rows apart from the pages that
 // hold them. On a sound file rows and entries agree to the last one, which the sum of their hashes shows at
-// once. Where they do not, each row is held against its entries, and pages with rows that these contradict
-// are filed as torn.
+// once. Where they do not, each row is held against its entries, and pages with rows that these contradict,
+// or without rows that these name, are filed as torn.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +19,9 @@
 #include "status/JobContext.h"
 
 namespace tolvane {
+
+// Of a page that lacks rows.
+inline constexpr const char* kRowsNotThere = "the table's indexes name rows that it does not have";
 
 class CIndexWitness {
  public:
@@ -49,6 +52,10 @@ class CIndexWitness {
   STestimony Collect(const CAccessTable& table, const CRowEntries::SIndex& index);
   void Compare(CAccessData& data, const CAccessTable& table, const CRowProfile& profile,
                CRowEntries& entries);
+  // Files the pages of rows that the indexes name and that are not there, but for those filed already.
+  static void FileMissing(CAccessData& data, const CAccessTable& table,
+                          const std::vector<STestimony>& testimonies,
+                          const std::vector<SContradiction>& filed);
   void ComparePage(uint64_t offset, const CRowProfile& profile, CRowEntries& entries,
                    std::vector<STestimony>& testimonies, std::vector<SContradiction>& found);
 

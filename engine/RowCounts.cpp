@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "engine/IndexWitness.h"
 #include "format/IndexPage.h"
 #include "format/PageHead.h"
 #include "format/PageSlots.h"
@@ -159,12 +160,11 @@ class CRowCounts {
     if (named == slots.end() || !m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout))
       return;
     if ((named->second >> GetLittle<uint16_t>(m_page, m_layout.data.slotCount)).none()) return;
-    m_data.GetLedger().Add(EDamage::TornPage,
-                           {.page = number,
-                            .definition = table.GetDefinitionOffset(),
-                            .row = -1,
-                            .amount = 1,
-                            .reason = "the table's indexes name rows that it does not have"});
+    m_data.GetLedger().Add(EDamage::TornPage, {.page = number,
+                                               .definition = table.GetDefinitionOffset(),
+                                               .row = -1,
+                                               .amount = 1,
+                                               .reason = kRowsNotThere});
   }
 
   CAccessData& m_data;

@@ -57,6 +57,17 @@ TEST_P(IndexWitness, RowsThatItContradictsAreTold) {
   EXPECT_EQ(two->GetLedger().GetPlaces(EDamage::TornPage)[0].row, -1);
 }
 
+// A count that is right by chance, or was as old as the page.
+TEST_P(IndexWitness, RowsThatItAloneKnowsAreTold) {
+  const auto freed = static_cast<uint32_t>(ValueOf(kRows - 2) - ValueOf(kRows - 1) + sizeof(uint16_t));
+  file.Page(rows).Put16(layout.data.slotCount, kRows - 1);
+  file.Page(rows).Put16(kFreeBytesOffset, file.Page(rows).Get16(kFreeBytesOffset) + freed);
+  file.Page(table).Put32(layout.definition.rowCount, kRows - 1);
+  const auto data = Repair();
+  ASSERT_EQ(data->GetLedger().GetCount(EDamage::TornPage), 1u);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::TornPage)[0].page, rows);
+}
+
 TEST_P(IndexWitness, AnIndexThatIsNotTheTablesContradictsNothing) {
   for (Bytes& entry : entries) entry[4] = static_cast<uint8_t>(entry[4] - 50);
   entries.pop_back();
