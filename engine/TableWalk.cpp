@@ -16,17 +16,12 @@ namespace {
 // Rows of a sound page do not overlap. Offsets that lie can make them, so that a page would yield its own
 // size for every slot; this many times the page size is let through.
 constexpr size_t kPageYield = 8;
-// Likewise for moved rows, each of which has one pointer in a sound file.
-constexpr uint64_t kMovedYield = 8;
-constexpr uint64_t kMovedBase = uint64_t{16} << 20;
 
 // Pages of a table that are looked at to learn what its rows are like.
 constexpr size_t kPagesLearned = 64;
 
 // Pages of a table whose rows are kept whoever wants them.
 constexpr size_t kPagesAlwaysKept = 1024;
-
-constexpr uint64_t kNoTarget = ~uint64_t{0};
 
 }  // namespace
 
@@ -47,10 +42,8 @@ CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext
       m_records(rules, m_dataFile),
       m_frame(m_layout.row),
       m_pool(m_reader, m_layout, rules, job, job.GetThreads()),
-      m_page(m_layout.pageSize),
-      m_target(m_layout.pageSize),
-      m_targetOffset(kNoTarget),
-      m_movedBytesLeft(kMovedYield * m_reader.GetLength() + kMovedBase) {
+      m_moved(m_reader, m_layout, rules),
+      m_page(m_layout.pageSize) {
   m_fields.UseTextSink(m_records);
   if (!claims.GetLongValuePages().IsEmpty()) m_longValues.UseBrokenPages(claims.GetLongValuePages());
 }
@@ -72,10 +65,8 @@ bool CTableWalk::NoteLongValues(const CAccessTable& table) {
 bool CTableWalk::ParseTable(CAccessTable& table) {
   m_table = &table;
   m_rows = 0;
-  m_claimed.clear();
-  m_hidden.clear();
+  m_moved.Begin(table);
   m_unsoundPages.clear();
-  m_claimedOffsets.clear();
   std::fill(m_page.begin(), m_page.end(), uint8_t{0});
   m_fields.SetTable(table, m_data.source.codePage);
   table.promisedRows = table.header.rowCount;
@@ -223,7 +214,7 @@ bool CTableWalk::CutPage() {
     const size_t start = word & m_rules.rowStartMask;
     previous = start;
     if ((word & kSlotHidden) != 0) {
-      NoteHidden(slot, word);
+      m_moved.NoteHidden(m_offset / m_layout.pageSize, slot, word);
     } else if ((word & kSlotPointer) != 0) {
       FollowPointer(slot, start);
     } else {
@@ -252,10 +243,9 @@ void CTableWalk::LearnRows() {
   const size_t count = m_table->dataPages.GetCount();
   const size_t step = count / kPagesLearned + 1;
   for (auto page = m_table->dataPages.begin(); page < m_table->dataPages.end();) {
-    if (m_reader.ReadPage(*page, m_target)) LearnPage();
+    if (m_reader.ReadPage(*page, m_page)) LearnPage();
     page += std::min<ptrdiff_t>(static_cast<ptrdiff_t>(step), m_table->dataPages.end() - page);
   }
-  m_targetOffset = kNoTarget;
   m_profile->Conclude();
   m_leftovers.clear();
   const uint32_t numbers = m_fields.GetShape().columnsEver;
@@ -266,7 +256,7 @@ void CTableWalk::LearnRows() {
 }
 
 void CTableWalk::LearnPage() {
-  const Bytes page = m_target;
+  const Bytes page = m_page;
   const uint32_t count = std::min<uint32_t>(CDataReader::ReadUInt16(&page[m_layout.data.slotCount]),
                                             m_layout.data.MaximumSlots(m_layout.pageSize));
   size_t end = page.size();
@@ -360,7 +350,7 @@ bool CTableWalk::RebuildPages() {
     Count(EDamage::BrokenPage, -1, "slots cannot be true; rows are told by their frames");
     for (SPageRow row : FindRows(m_page, m_layout, *m_profile, m_frame)) {
       if ((row.flags & kSlotPointer) == 0) {
-        if (m_claimedOffsets.count(m_offset + row.start) != 0) continue;
+        if (m_moved.IsClaimed(m_offset + row.start)) continue;
         row.flags = 0;
       }
       if (!TakeRow(row)) return false;
@@ -375,7 +365,7 @@ bool CTableWalk::TakeRow(const SPageRow& row) {
   const bool isHidden = (row.flags & kSlotHidden) != 0;
   const bool isPointer = (row.flags & kSlotPointer) != 0;
   if (isHidden) {
-    NoteHidden(row.slot, row.flags);
+    m_moved.NoteHidden(m_offset / m_layout.pageSize, row.slot, row.flags);
   } else if (isPointer) {
     FollowPointer(row.slot, row.start);
   } else if (row.start < row.end) {
@@ -387,72 +377,22 @@ bool CTableWalk::TakeRow(const SPageRow& row) {
 }
 
 void CTableWalk::FollowPointer(uint32_t slot, size_t start) {
-  if (start + kRowPointerSize > m_page.size()) {
-    Count(EDamage::BrokenOverflow, slot, "its pointer lies outside the page");
-    return;
-  }
-  const SRowPointer pointer = SRowPointer::FromWord(CDataReader::ReadUInt32(&m_page[start]));
-  const auto row = FindMovedRow(pointer);
-  if (!row || row->size() > m_movedBytesLeft) {
-    Count(EDamage::BrokenOverflow, slot, "its pointer leads to no moved row of the table");
-    return;
-  }
-  m_movedBytesLeft -= row->size();
-  if (!m_rules.skipHiddenRows) {
-    // A second pointer to the same body is damage, not a second row.
-    if (!m_claimed.insert(pointer.ToWord()).second) {
-      Count(EDamage::BrokenOverflow, slot, "another row has the same pointer");
-      return;
-    }
-    m_claimedOffsets.insert(m_targetOffset + static_cast<size_t>(row->data() - m_target.data()));
-  }
-  DecodeRow(*row, slot);
-}
-
-std::optional<CTableWalk::Bytes> CTableWalk::FindMovedRow(SRowPointer pointer) {
-  if (!LoadTarget(uint64_t{pointer.page} * m_layout.pageSize)) return std::nullopt;
-  if (m_target[0] != kPageData) return std::nullopt;
-  if (!m_rules.trustOverflowTarget && !IsMovedRowOfTable(pointer)) return std::nullopt;
-  return FindRow(m_target, m_layout, pointer.slot, m_rules.rowStartMask);
-}
-
-bool CTableWalk::IsMovedRowOfTable(SRowPointer pointer) const {
-  const uint64_t owner = OwnerOf(m_target);
-  if (owner * m_layout.pageSize != m_table->GetDefinitionOffset()) return false;
-  if (pointer.slot >= CDataReader::ReadUInt16(&m_target[m_layout.data.slotCount])) return false;
-  const auto word = ReadSlot(m_target, m_layout, pointer.slot);
-  return word && (*word & (kSlotHidden | kSlotPointer)) == kSlotHidden;
-}
-
-// Rows that were moved together often lie on one page, so the page read last is kept.
-bool CTableWalk::LoadTarget(uint64_t offset) {
-  if (offset == m_targetOffset) return true;
-  const uint64_t length = m_reader.GetLength();
-  if (length < m_layout.pageSize || offset > length - m_layout.pageSize) return false;
-  m_targetOffset = kNoTarget;
-  if (!m_reader.ReadPage(offset, m_target)) return false;
-  m_targetOffset = offset;
-  return true;
-}
-
-void CTableWalk::NoteHidden(uint32_t slot, uint16_t word) {
-  if (m_rules.skipHiddenRows || (word & kSlotPointer) != 0 || slot > 0xFF) return;
-  m_hidden.push_back({slot, static_cast<uint32_t>(m_offset / m_layout.pageSize)});
+  const char* fault = nullptr;
+  if (const auto row = m_moved.Follow(m_page, start, fault))
+    DecodeRow(*row, slot);
+  else
+    Count(EDamage::BrokenOverflow, slot, fault);
 }
 
 // Moved rows whose pointers are lost. False: the run was stopped.
 bool CTableWalk::DecodeUnclaimedRows() {
-  for (const SRowPointer& pointer : m_hidden) {
+  for (const SRowPointer& pointer : m_moved.ListUnclaimed()) {
     if (!m_job.repairing.IsRunning()) return false;
-    if (m_claimed.count(pointer.ToWord()) != 0) continue;
     m_offset = uint64_t{pointer.page} * m_layout.pageSize;
-    const auto row = FindMovedRow(pointer);
-    if (row && row->size() <= m_movedBytesLeft) {
-      m_movedBytesLeft -= row->size();
+    if (const auto row = m_moved.Read(pointer))
       DecodeRow(*row, pointer.slot);
-    } else {
+    else
       Count(EDamage::RejectedRow, pointer.slot, "a moved row that is not whole");
-    }
   }
   return true;
 }

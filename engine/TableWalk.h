@@ -7,13 +7,13 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "engine/DecodePool.h"
 #include "engine/FieldDecoder.h"
 #include "engine/IndexWitness.h"
 #include "engine/LongValueReader.h"
+#include "engine/MovedRows.h"
 #include "engine/ObjectFile.h"
 #include "engine/OleSideFile.h"
 #include "engine/PageClaims.h"
@@ -66,10 +66,6 @@ class CTableWalk {
   bool AdoptPages();
   bool TakeRow(const SPageRow& row);
   void FollowPointer(uint32_t slot, size_t start);
-  std::optional<Bytes> FindMovedRow(SRowPointer pointer);
-  [[nodiscard]] bool IsMovedRowOfTable(SRowPointer pointer) const;
-  bool LoadTarget(uint64_t offset);
-  void NoteHidden(uint32_t slot, uint16_t word);
   bool DecodeUnclaimedRows();
   void DecodeRow(Bytes row, uint32_t slot);
   bool TryRow(Bytes row, uint32_t slot);
@@ -95,27 +91,20 @@ class CTableWalk {
   CRecordWriter m_records;
   CRowFrame m_frame;
   CDecodePool m_pool;
+  CMovedRows m_moved;
 
   CAccessTable* m_table = nullptr;
   uint32_t m_rows = 0;
   std::vector<uint8_t> m_page;
-  uint64_t m_offset = 0;          // of the page being cut
-  size_t m_pageBytesLeft = 0;     // row bytes that the page may still yield
-  std::vector<uint8_t> m_target;  // page of a moved row
-  uint64_t m_targetOffset;
-  uint64_t m_movedBytesLeft;  // row bytes that pointers may still yield, over the run
+  uint64_t m_offset = 0;       // of the page being cut
+  size_t m_pageBytesLeft = 0;  // row bytes that the page may still yield
 
   // Only while rows are held against their definition.
   std::vector<uint32_t> m_leftovers;  // numbers of columns that the definition does not have
   std::optional<CRowProfile> m_profile;
   std::optional<CRowEntries> m_entries;
-  uint64_t m_entrySum = 0;                        // of the rows that were found
-  std::vector<uint64_t> m_unsoundPages;           // whose slots cannot be true
-  std::unordered_set<uint64_t> m_claimedOffsets;  // where the bodies of moved rows start in the file
-
-  // Only while hidden rows count as rows of their own.
-  std::unordered_set<uint32_t> m_claimed;  // targets of pointers
-  std::vector<SRowPointer> m_hidden;
+  uint64_t m_entrySum = 0;               // of the rows that were found
+  std::vector<uint64_t> m_unsoundPages;  // whose slots cannot be true
 };
 
 }  // namespace tolvane
