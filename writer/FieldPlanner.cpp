@@ -28,6 +28,14 @@ constexpr uint8_t kDigitsOfBigInt = 19;
 constexpr int32_t kDecimalTextSize = 31;       // digits, sign, zero and point
 constexpr int32_t kExtendedDateTextSize = 27;  // YYYY-MM-DD HH:MM:SS.fffffff
 
+// In the place of a type that the new database does not have. Texts that are fixed are filled with blanks.
+void ReplaceBy(int16_t type, int32_t size, std::u16string_view words, SFieldPlan& plan) {
+  plan.info.type = type;
+  plan.info.size = size;
+  plan.info.attributes = (plan.info.attributes & ~kDaoFixedField) | kDaoVariableField;
+  plan.instead = words;
+}
+
 }  // namespace
 
 void MakeTextField(CDaoFieldInfo& info) {
@@ -75,12 +83,7 @@ SFieldPlan CFieldPlanner::PlanReduced(const CAccessColumn& column) {
 
 // A decimal of a table that Jet 3 is to hold is a text: all its digits stay.
 void CFieldPlanner::ChooseDecimal(uint8_t precision, uint8_t scale, SFieldPlan& plan) const {
-  if (m_version == kDaoVersionJet3) {
-    plan.info.type = kDaoText;
-    plan.info.size = kDecimalTextSize;
-    plan.instead = u"text";
-    return;
-  }
+  if (m_version == kDaoVersionJet3) return ReplaceBy(kDaoText, kDecimalTextSize, u"text", plan);
   plan.info.type = kDaoDecimal;
   plan.info.scale = std::min(scale, kMostDecimalDigits);
   plan.info.precision = std::clamp(precision, std::max<uint8_t>(plan.info.scale, 1), kMostDecimalDigits);
@@ -110,19 +113,14 @@ void CFieldPlanner::ChooseType(uint8_t type, const CAccessColumn& column, SField
       if (plan.instead.empty()) plan.instead = u"decimal";
       break;
     case kTypeExtendedDate:
-      if (m_version == kDaoVersionAce) break;
-      info.type = kDaoText;
-      info.size = kExtendedDateTextSize;
-      plan.instead = u"text";
+      if (m_version != kDaoVersionAce) ReplaceBy(kDaoText, kExtendedDateTextSize, u"text", plan);
       break;
     case kTypeComplex:
       info.type = kDaoLong;  // the key of its values
       plan.instead = u"the number of its values' group";
       break;
     default:
-      if (info.type != 0) break;
-      info.type = kDaoLongBinary;
-      plan.instead = u"the bytes of its values";
+      if (info.type == 0) ReplaceBy(kDaoLongBinary, 0, u"the bytes of its values", plan);
       break;
   }
 }

@@ -15,6 +15,11 @@ class CStructureTest : public CWriterTest {
   }
 };
 
+class CExactStructureTest : public CWriterTest {
+ protected:
+  CExactStructureTest() : CWriterTest(kExactRules) {}
+};
+
 TEST_F(CStructureTest, CreatesDatabaseTablesFieldsAndIndexesInOrder) {
   CAccessTable& table = AddTable(u"Orders", {{u"Id", kTypeLong, 4, 0x07}, {u"Name", kTypeText, 50, 0x02}});
   AddIndex(table, {{2, true}, {1, false}}, 1);
@@ -57,6 +62,19 @@ TEST_F(CStructureTest, EveryTypeBecomesItsField) {
   // A complex column is expected to be text; the types that nobody knows are mentioned.
   EXPECT_EQ(GetSummary().notes.size(), 3u);
   EXPECT_NE(GetLog().find("has the unknown type 19 and was saved as text"), std::string::npos);
+}
+
+// A text that is fixed would be filled with blanks.
+TEST_F(CExactStructureTest, WhatBecomesATextIsNotFixed) {
+  AddTable(u"T", {{u"d", kTypeDecimal, 17, kColumnFixed},
+                  {u"e", kTypeExtendedDate, 42, kColumnFixed},
+                  {u"t", kTypeText, 8, kColumnFixed}});
+  m_writer.SetFormat(EOutputFormat::Jet3);
+  ASSERT_TRUE(m_writer.SaveStructure());
+  EXPECT_EQ(m_engine.log.Find("described field"),
+            (Lines{"described field d type=10 size=31 attributes=34 default=",
+                   "described field e type=10 size=27 attributes=34 default=",
+                   "described field t type=10 size=8 attributes=33 default="}));
 }
 
 TEST_F(CStructureTest, SizesMarkersAndDefaultsFollowTheColumnsOfOneTable) {
