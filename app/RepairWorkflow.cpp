@@ -44,7 +44,7 @@ CRepairWorkflow::CRepairWorkflow(const SWorkflowParts& parts)
       m_recentFiles(parts.recentFiles),
       m_job(std::make_unique<CJob>()),
       m_output(parts.dialogs, parts.frame, parts.version, [this] { ShowSwitches(); }),
-      m_preview(parts.view, [this](const std::function<bool()>& condition) { WaitWhile(condition); }) {
+      m_result(parts.view, *m_job, [this](const std::function<bool()>& condition) { WaitWhile(condition); }) {
   Context().pause.SetLength(parts.displayPause);
   m_page.SetView(&m_view);
 }
@@ -149,7 +149,7 @@ void CRepairWorkflow::Next() {
 void CRepairWorkflow::Back() {
   m_page.Back();
   SetPage(GetPage());
-  if (GetPage() == EPageState::Repaired) ShowSummary();
+  if (GetPage() == EPageState::Repaired) m_result.ShowSummary();
 }
 
 bool CRepairWorkflow::MayLeaveResult() {
@@ -166,7 +166,7 @@ void CRepairWorkflow::ShowHeldResult() {
   m_view.SetSelectedFile(m_resultOrigin.corruptedFile);
   m_view.SetTemplateFile(m_resultOrigin.templateFile);
   SetPage(EPageState::Repaired);
-  ShowSummary();
+  m_result.ShowSummary();
 }
 
 void CRepairWorkflow::ChooseMode(bool isTemplateMode) {
@@ -241,35 +241,15 @@ void CRepairWorkflow::OnRepairTimer() {
     StopRepairTimer();
     WaitForWorkers();
     SetPage(EPageState::Repaired);
-    ShowResult();
+    m_mayLeaveResult = false;
+    m_result.Show(m_resultOrigin.corruptedFile);
   }
   CopyTexts();
 }
 
-void CRepairWorkflow::ShowResult() {
-  m_preview.Forget();
-  m_object.reset();
-  m_mayLeaveResult = false;
-  if (const CAccessData* data = Manager().GetData()) {
-    m_objects.Load(*data);
-    m_pages.Start(*data, m_resultOrigin.corruptedFile);
-    m_view.SetTables(ListTables(*data));
-    m_view.SetObjects(m_objects.GetItems());
-  }
-  ShowSummary();
-}
-
 // The worker deletes the earlier result: nothing may show or read it any more.
 void CRepairWorkflow::DiscardResult() {
-  m_preview.Abort();
-  m_view.SetTables({});
-  m_objects.Clear();
-  m_pages.Stop();
-  m_object.reset();
-  m_preview.Clear();
-  m_view.SetSummary({});
-  m_view.SetOutputPath({});
-  m_preview.Forget();
+  m_result.Discard();
   m_mayLeaveResult = true;
 }
 
@@ -377,6 +357,14 @@ void CRepairWorkflow::ExportTables(const SExportChoice& choice) {
   if (!IsWorking()) m_output.ExportTables(Manager(), choice);
 }
 
+bool CRepairWorkflow::SaveValue(CRecordStore::SPlace place) {
+  if (IsWorking()) return true;
+  std::vector<SSavedObject> objects = m_result.ListObjects(place);
+  if (objects.empty()) return false;
+  m_output.SaveObjects(std::move(objects));
+  return true;
+}
+
 void CRepairWorkflow::SaveReport() {
   if (!IsWorking()) m_output.SaveReport(*m_job);
 }
@@ -404,18 +392,6 @@ void CRepairWorkflow::StopTimer(uint32_t identifier) {
   m_frame.ResetProgressBar();
 }
 
-void CRepairWorkflow::StartRepairTimer() {
-  StartTimer(kRepairTimer);
-}
-
-void CRepairWorkflow::StartSaveTimer() {
-  StartTimer(kSaveTimer);
-}
-
-void CRepairWorkflow::StopRepairTimer() {
-  StopTimer(kRepairTimer);
-}
-
 void CRepairWorkflow::StopSaveTimer() {
   StopTimer(kSaveTimer);
   m_view.SetStatusLine(Context().status.GetText());
@@ -425,51 +401,6 @@ void CRepairWorkflow::CopyTexts() {
   m_view.SetLogText(Context().log.Get());
   m_view.SetStatusLine(Context().status.GetText());
   m_frame.RefreshProgress();
-}
-
-// --- preview ---
-
-void CRepairWorkflow::SelectTreeItem(std::u16string_view name) {
-  // While the worker repairs, the result is its own.
-  if (!m_preview.Remember(name) || m_job->IsRepairing()) return;
-  m_object.reset();
-  m_preview.Abort();
-  m_preview.Clear();
-  ShowSummary();
-  m_preview.Start(Manager().GetData());
-}
-
-void CRepairWorkflow::SelectTreeObject(size_t index) {
-  if (m_job->IsRepairing()) return;
-  m_preview.Abort();
-  m_preview.Forget();
-  m_preview.Clear();
-  m_object = index;
-  ShowSummary();
-}
-
-bool CRepairWorkflow::IsObject(size_t column) const {
-  return !m_job->IsRepairing() && m_preview.IsObject(Manager().GetData(), column);
-}
-
-std::u16string CRepairWorkflow::DescribeValue(CRecordStore::SPlace place, size_t maxUnits) {
-  return m_job->IsRepairing() ? std::u16string()
-                              : m_preview.DescribeValue(Manager().GetData(), place, maxUnits);
-}
-
-bool CRepairWorkflow::SaveValue(CRecordStore::SPlace place) {
-  if (IsWorking()) return true;
-  std::vector<SSavedObject> objects = m_preview.ListObjects(Manager().GetData(), place);
-  if (objects.empty()) return false;
-  m_output.SaveObjects(std::move(objects));
-  return true;
-}
-
-void CRepairWorkflow::ShowSummary() {
-  if (m_object) return m_view.SetSummary(m_objects.Describe(*m_object));
-  if (m_preview.IsRoot()) return m_view.SetSummary(DescribeRepair(Manager()));
-  const CAccessTable* table = m_preview.FindTable(Manager().GetData());
-  m_view.SetSummary(table ? DescribeTable(*table, *Manager().GetData()) : std::u16string());
 }
 
 // --- waiting ---
@@ -503,12 +434,11 @@ bool CRepairWorkflow::Close() {
   if (!m_dialogs.AskYesNo(kCloseQuestion)) return false;
   if (GetPage() == EPageState::Saved) SetPage(EPageState::Repaired);
   if (GetPage() > EPageState::FileSelected) Back();
-  m_preview.Abort();
+  m_result.Abort();
   m_output.Abort();
-  m_pages.Stop();
   m_job->Stop();
   WaitForWorkers();
-  m_preview.GetRecords().Clear();
+  m_result.GetRecords().Clear();
   m_job.reset();
   m_frame.EndProcess();
   return true;

@@ -5,17 +5,14 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
-#include "app/FilePages.h"
 #include "app/FrontEnd.h"
 #include "app/Job.h"
 #include "app/RecentFiles.h"
-#include "app/ResultObjects.h"
 #include "app/ResultOutput.h"
-#include "app/ResultPreview.h"
+#include "app/ResultView.h"
 #include "app/ShowPageState.h"
 #include "app/StartChoice.h"
 #include "dao/dao.h"
@@ -85,10 +82,8 @@ class CRepairWorkflow {
   void StopOutput() { m_output.Stop(); }
   // The choice that the export dialog begins with; the table's name, or empty for all.
   [[nodiscard]] SExportChoice OfferExport(std::u16string_view table) const;
-  // On every selection change of the tree; the text of the selected item, without its row count.
-  void SelectTreeItem(std::u16string_view name);
-  // A query or relationship of the tree, by its place in what the view was given.
-  void SelectTreeObject(size_t index);
+  // Of an OLE object or attached files: asks where to and saves the bytes. False for other values.
+  bool SaveValue(CRecordStore::SPlace place);
 
   // Views.
   [[nodiscard]] EPageState GetPage() const { return m_page.GetState(); }
@@ -108,17 +103,8 @@ class CRepairWorkflow {
   [[nodiscard]] bool IsResultHeld() const;
   [[nodiscard]] const COvRepairFileManager& GetManager() const { return m_job->GetManager(); }
   [[nodiscard]] const std::u16string& GetOutputPath() const { return m_job->GetSave().GetOutputPath(); }
-  // Of the damaged file, once they are known.
-  [[nodiscard]] const CFilePages& GetPages() const { return m_pages; }
-  [[nodiscard]] CRecordStore& GetRecords() { return m_preview.GetRecords(); }
-  // How dates and numbers of the exact rules are shown from now on.
-  void SetLocalText(const CLocalText& local) { m_preview.SetLocalText(local); }
-  // A value of the preview to read in full; of an OLE object, which is the kind of value in some columns, its
-  // first bytes.
-  [[nodiscard]] bool IsObject(size_t column) const;
-  [[nodiscard]] std::u16string DescribeValue(CRecordStore::SPlace place, size_t maxUnits = SIZE_MAX);
-  // Of an OLE object or attached files: asks where to and saves the bytes. False for other values.
-  bool SaveValue(CRecordStore::SPlace place);
+  // What is looked at in the held result.
+  [[nodiscard]] CResultView& GetResultView() { return m_result; }
 
  private:
   [[nodiscard]] CJobContext& Context() const { return m_job->GetContext(); }
@@ -128,14 +114,12 @@ class CRepairWorkflow {
   void SetPage(EPageState page);
   void ShowSwitches();
   void ShowHint();
-  void ShowSummary();
 
   // Repair.
   void BeginRepair();
   [[nodiscard]] bool CanRepair();
   void StartRepair();
   void OnRepairTimer();
-  void ShowResult();
   void DiscardResult();
 
   // Save.
@@ -145,9 +129,9 @@ class CRepairWorkflow {
   void TellUnfinished();
 
   // Timers.
-  void StartRepairTimer();
-  void StartSaveTimer();
-  void StopRepairTimer();
+  void StartRepairTimer() { StartTimer(kRepairTimer); }
+  void StartSaveTimer() { StartTimer(kSaveTimer); }
+  void StopRepairTimer() { StopTimer(kRepairTimer); }
   void StopSaveTimer();
   void StartTimer(uint32_t identifier);
   void StopTimer(uint32_t identifier);
@@ -173,11 +157,8 @@ class CRepairWorkflow {
   SStartChoice m_resultOrigin;
   bool m_mayLeaveResult = true;  // it was saved, or the user does not want it
   std::unique_ptr<CJob> m_job;   // gone once the program is closed
-  CResultObjects m_objects;
-  std::optional<size_t> m_object;  // the selected one of them
-  CFilePages m_pages;
   CResultOutput m_output;
-  CResultPreview m_preview;  // last, so that its thread ends before what it works on
+  CResultView m_result;  // last, so that its threads end before what it works on
 };
 
 }  // namespace tolvane

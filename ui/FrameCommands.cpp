@@ -171,7 +171,8 @@ void CFrameCommands::SelectRecentFile(const std::u16string& path) {
 
 // Values that are shown already, too.
 void CFrameCommands::FollowRegion() const {
-  m_workflow->SetLocalText(m_settings.showsLocally ? CLocalText(ReadLocaleFacts()) : CLocalText());
+  m_workflow->GetResultView().SetLocalText(m_settings.showsLocally ? CLocalText(ReadLocaleFacts())
+                                                                   : CLocalText());
   m_view.GetRecords().ShowAgain();
 }
 

@@ -206,7 +206,7 @@ void COrlinVexaFileScanView::SetTables(const std::vector<STableItem>& tables) {
   m_parts.tree.SetTables(tables);
   ShowReview();
   m_isMapDue = m_workflow != nullptr;  // of a file without tables, too
-  m_parts.map.SetPages(m_workflow ? &m_workflow->GetPages() : nullptr);
+  m_parts.map.SetPages(m_workflow ? &m_workflow->GetResultView().GetPages() : nullptr);
   SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);
 }
 
@@ -264,9 +264,9 @@ void COrlinVexaFileScanView::OnTreeChanged() {
   m_parts.records.Cancel();
   ShowReview();
   if (const auto object = m_parts.tree.GetSelectedObject())
-    m_workflow->SelectTreeObject(*object);
+    m_workflow->GetResultView().SelectObject(*object);
   else
-    m_workflow->SelectTreeItem(m_parts.tree.GetSelectedName());
+    m_workflow->GetResultView().SelectItem(m_parts.tree.GetSelectedName());
   WatchRecords();
 }
 
@@ -278,8 +278,8 @@ void COrlinVexaFileScanView::OnTimer(UINT_PTR timer) {
   const bool isWorking = m_state.page == EPageState::Repairing || m_state.page == EPageState::Saving;
   if (isWorking && m_watch) m_watch();
   m_parts.records.Refresh();
-  const bool isMapDue = m_workflow && m_workflow->GetPages().IsWorking();
-  if (m_isMapDue && !isMapDue) m_parts.map.SetPages(&m_workflow->GetPages());
+  const bool isMapDue = m_workflow && m_workflow->GetResultView().GetPages().IsWorking();
+  if (m_isMapDue && !isMapDue) m_parts.map.SetPages(&m_workflow->GetResultView().GetPages());
   m_isMapDue = isMapDue;
   if (isBusy || isWorking || isMapDue)
     SetTimer(m_window, kWatchTimer, kWatchPeriod, nullptr);

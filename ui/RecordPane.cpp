@@ -40,7 +40,7 @@ bool CRecordPane::CreateControl(HWND view, UINT identifier) {
 
 void CRecordPane::SetWorkflow(CRepairWorkflow& workflow) {
   m_workflow = &workflow;
-  m_list.SetRecords(&workflow.GetRecords());
+  m_list.SetRecords(&workflow.GetResultView().GetRecords());
 }
 
 void CRecordPane::SetFonts(const SFonts& fonts, CDpi dpi) {
@@ -63,7 +63,7 @@ void CRecordPane::UpdateCount() {
   if (!m_workflow) return;
   std::u16string text = u"Recor&ds";
   const size_t rows = m_list.GetRowCount();
-  const std::u16string problem = m_workflow->GetRecords().GetProblem();
+  const std::u16string problem = m_workflow->GetResultView().GetRecords().GetProblem();
   if (CPreviewThreadStatus::Instance().IsBusy())
     text += u" - reading, " + ToGroupedDecimal(rows) + u" so far";
   else if (rows == 0)
@@ -81,7 +81,7 @@ void CRecordPane::ShowCell() {
   if (m_workflow && place) {
     label = u"&Value - row " + ToGroupedDecimal(place->item + 1) + u", " +
             ToLabel(m_list.GetHeading(place->column));
-    value = m_workflow->DescribeValue(*place, kPaneUnits + 1);
+    value = m_workflow->GetResultView().DescribeValue(*place, kPaneUnits + 1);
     if (value.size() > kPaneUnits) {
       value.resize(kPaneUnits);
       label += u" - its beginning; press Enter in the list for the whole value";
@@ -101,14 +101,15 @@ void CRecordPane::ShowAgain() {
 // The bytes of an object stand below each other.
 const CFont& CRecordPane::GetCellFont() const {
   const auto place = m_list.GetPlace();
-  return m_workflow && place && m_workflow->IsObject(place->column) ? m_fonts->fixed : m_fonts->message;
+  return m_workflow && place && m_workflow->GetResultView().IsObject(place->column) ? m_fonts->fixed
+                                                                                    : m_fonts->message;
 }
 
 void CRecordPane::ShowWholeCell() {
   const auto place = m_list.GetPlace();
   if (!m_workflow || !place) return;
   CCellDialog dialog(m_list.GetHeading(place->column) + u" - row " + ToGroupedDecimal(place->item + 1),
-                     m_workflow->DescribeValue(*place), GetCellFont());
+                     m_workflow->GetResultView().DescribeValue(*place), GetCellFont());
   dialog.DoModal(GetParent(m_view));
 }
 
@@ -147,7 +148,7 @@ void CRecordPane::ContinueFind() {
   if (!m_workflow) return;
   const ULONGLONG end = GetTickCount64() + kSlice;
   do {
-    m_search.Continue(m_workflow->GetRecords());
+    m_search.Continue(m_workflow->GetResultView().GetRecords());
   } while (m_search.GetState() == CRecordSearch::EState::Searching && GetTickCount64() < end);
   switch (m_search.GetState()) {
     case CRecordSearch::EState::Searching:

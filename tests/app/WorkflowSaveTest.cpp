@@ -141,7 +141,7 @@ TEST_F(Workflow, AWorkFolderThatVanishedIsMadeAgain) {
 TEST_F(Workflow, ForbiddenCommandsDoNoHarm) {
   GoTo(EPageState::Saving);
   workflow->SelectCorruptedFile(scratch / u"other.mdb");
-  workflow->SelectTreeItem(u"Cities");
+  workflow->GetResultView().SelectItem(u"Cities");
   workflow->Back();
   EXPECT_EQ(Page(), EPageState::Repaired);
   workflow->Next();

@@ -211,7 +211,7 @@ TEST_F(Workflow, AResultThatWasNotSavedIsLeftKnowinglyAndFoundAgain) {
 
 TEST_F(Workflow, SelectingATableShowsItsRows) {
   Repair();
-  CRecordStore& records = workflow->GetRecords();
+  CRecordStore& records = workflow->GetResultView().GetRecords();
   const struct {
     std::u16string name;
     std::string summary;
@@ -229,10 +229,10 @@ TEST_F(Workflow, SelectingATableShowsItsRows) {
   }
   EXPECT_EQ(records.GetCell(299, 1), u"Name 300");
   const uint32_t generation = records.GetGeneration();
-  workflow->SelectTreeItem(u"Cities");
-  workflow->SelectTreeItem(u"");
+  workflow->GetResultView().SelectItem(u"Cities");
+  workflow->GetResultView().SelectItem(u"");
   EXPECT_EQ(records.GetGeneration(), generation) << "the same table twice";
-  workflow->SelectTreeItem(kTreeRoot);
+  workflow->GetResultView().SelectItem(kTreeRoot);
   EXPECT_EQ(records.GetItemCount(), 0u);
   EXPECT_TRUE(records.GetColumns().empty());
   EXPECT_NE(window.summary.find("4 tables, 306 rows"), std::string::npos);
@@ -242,19 +242,19 @@ TEST_F(Workflow, ANewSelectionEndsTheEarlierPreview) {
   WriteFile(damaged, MakeSource(20'000));
   Repair();
   for (int round = 0; round < 20; ++round) {
-    workflow->SelectTreeItem(u"Cities");
+    workflow->GetResultView().SelectItem(u"Cities");
     Preview(u"People");
-    ASSERT_EQ(workflow->GetRecords().GetItemCount(), 2u);
-    ASSERT_EQ(workflow->GetRecords().GetColumns().size(), 2u);
+    ASSERT_EQ(workflow->GetResultView().GetRecords().GetItemCount(), 2u);
+    ASSERT_EQ(workflow->GetResultView().GetRecords().GetColumns().size(), 2u);
   }
-  workflow->SelectTreeItem(u"Cities");
+  workflow->GetResultView().SelectItem(u"Cities");
   workflow->Back();
   workflow->Next();  // the new repair deletes what the preview reads
   EXPECT_EQ(Page(), EPageState::Repairing);
   EXPECT_EQ(window.tables, Lines{});
-  workflow->SelectTreeItem(u"Cities");
+  workflow->GetResultView().SelectItem(u"Cities");
   FinishRepair();
-  EXPECT_EQ(workflow->GetRecords().GetItemCount(), 0u);
+  EXPECT_EQ(workflow->GetResultView().GetRecords().GetItemCount(), 0u);
 }
 
 // --- the end ---
@@ -279,7 +279,7 @@ TEST_F(Workflow, CloseAsksOnEveryPage) {
   };
   for (const auto& c : cases) {
     GoTo(c.page);
-    workflow->SelectTreeItem(u"Cities");
+    workflow->GetResultView().SelectItem(u"Cities");
     window.calls.clear();
     window.answers = c.answers;
     EXPECT_EQ(workflow->Close(), c.calls.back() == "end process");
@@ -290,7 +290,7 @@ TEST_F(Workflow, CloseAsksOnEveryPage) {
 TEST_F(Workflow, GoingAwayStopsWhatRuns) {
   GoTo(EPageState::Repairing);
   window.calls.clear();
-  workflow->SelectTreeItem(u"Cities");
+  workflow->GetResultView().SelectItem(u"Cities");
   EXPECT_EQ(window.calls, Lines{}) << "the result is the worker's own";
   workflow.reset();
   EXPECT_FALSE(IsRepairing());

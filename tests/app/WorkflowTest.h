@@ -125,7 +125,7 @@ class Workflow : public testing::Test {
     };
   }
   void Preview(std::u16string_view table) {
-    workflow->SelectTreeItem(table);
+    workflow->GetResultView().SelectItem(table);
     Until([] { return !CPreviewThreadStatus::Instance().IsBusy(); });
   }
   // A new workflow that shows this page, at work where the page is one of work.
