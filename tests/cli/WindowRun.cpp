@@ -55,7 +55,7 @@ EExitStatus Work(CRepairWorkflow& workflow, CFakeFrontEnd& window, const std::ve
   const std::string found = window.hint + window.summary;
   const Lines tables = window.tables;
   for (const std::string& table : tables) {
-    workflow.SelectTreeItem(FromUtf8(table.substr(0, table.rfind(' '))));
+    workflow.GetResultView().SelectItem(FromUtf8(table.substr(0, table.rfind(' '))));
     Until([] { return !CPreviewThreadStatus::Instance().IsBusy(); });
   }
   window.paths = {words[1]};
