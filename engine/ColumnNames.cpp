@@ -17,7 +17,14 @@ namespace tolvane {
 
 namespace {
 
-using Names = std::vector<std::u16string>;
+// What a column's properties tell of its type.
+enum class ENameKind : uint8_t { Any, Text, Guid };
+
+struct SName {
+  std::u16string name;
+  ENameKind kind = ENameKind::Any;
+};
+using Names = std::vector<SName>;
 using Blob = std::vector<uint8_t>;
 
 // Property NameMap:
@@ -47,7 +54,7 @@ Names NamesOfMap(std::span<const uint8_t> map) {
   TakeMapName(map, at);
   while (at + kNameMapHead <= map.size() && GetLittle<uint32_t>(map, at + kNameMapKind) == kNameMapColumn) {
     at += kNameMapHead;
-    names.push_back(TakeMapName(map, at));
+    names.push_back({TakeMapName(map, at)});
   }
   return names;
 }
@@ -60,13 +67,30 @@ std::u16string StoredText(const std::string& stored, const SSourceFacts& source)
   return text;
 }
 
+// Only texts may be empty, and only GUIDs are made.
+ENameKind NameKindOf(const SPropertyOwner& column, const SSourceFacts& source) {
+  for (const SStoredProperty& property : column.properties) {
+    const std::u16string name = StoredText(property.name, source);
+    if (name == u"AllowZeroLength" || name == u"UnicodeCompression") return ENameKind::Text;
+    const std::string value(property.value.begin(), property.value.end());
+    if (name == u"DefaultValue" && StoredText(value, source) == u"GenGUID()") return ENameKind::Guid;
+  }
+  return ENameKind::Any;
+}
+
+ENameKind NameKindOf(const CAccessColumn& column) {
+  if (column.type == kTypeText || column.type == kTypeMemo) return ENameKind::Text;
+  return column.type == kTypeGuid ? ENameKind::Guid : ENameKind::Any;
+}
+
 // The columns' names that the properties tell, of those lists of them the one that is as long as the table.
 Names NamesOfBlob(const Blob& blob, const SSourceFacts& source, size_t count) {
   std::vector<SPropertyOwner> owners;
   DecodePropertyBlob(source.isJet3, blob, owners);
   Names names;
   for (const SPropertyOwner& owner : owners) {
-    if (owner.kind == kPropertiesOfColumn) names.push_back(StoredText(owner.name, source));
+    if (owner.kind == kPropertiesOfColumn)
+      names.push_back({StoredText(owner.name, source), NameKindOf(owner, source)});
     if (owner.kind != kPropertiesOfObject) continue;
     for (const SStoredProperty& property : owner.properties) {
       if (property.name != kNameMap) continue;
@@ -77,10 +101,40 @@ Names NamesOfBlob(const Blob& blob, const SSourceFacts& source, size_t count) {
   return names.size() == count ? names : Names{};
 }
 
-void Rename(CAccessTable& table, const Names& names) {
+// Gives names to columns that have none of them, by place in the definition. Properties stand in the order in
+// which they were set, which is mostly that of the columns; where as many names are of a kind as columns, the
+// kind tells.
+void Rename(CAccessTable& table, Names names) {
+  std::map<uint16_t, CAccessColumn*> columns;  // without a name, by place
   for (size_t i = 0; i < table.columns.GetCount(); i++) {
-    const uint16_t place = table.columns.GetAt(i)->descriptor;
-    if (place < names.size() && !names[place].empty()) table.columns.SetNameAt(i, names[place]);
+    CAccessColumn* const column = table.columns.GetAt(i);
+    if (column->descriptor < names.size()) columns.emplace(column->descriptor, column);
+  }
+  std::erase_if(columns, [&names](const auto& entry) {
+    const auto own = std::ranges::find(names, entry.second->GetName(), &SName::name);
+    if (own == names.end()) return false;
+    names.erase(own);
+    return true;
+  });
+  for (const ENameKind kind : {ENameKind::Text, ENameKind::Guid, ENameKind::Any}) {
+    const auto isOfKind = [kind](ENameKind other) { return kind == ENameKind::Any || other == kind; };
+    const auto count = [&](const auto& list, const auto& kindOf) {
+      return std::ranges::count_if(list, [&](const auto& item) { return isOfKind(kindOf(item)); });
+    };
+    if (count(names, [](const SName& name) { return name.kind; }) !=
+        count(columns, [](const auto& entry) { return NameKindOf(*entry.second); }))
+      continue;
+    auto name = names.begin();
+    for (auto at = columns.begin(); at != columns.end();) {
+      if (!isOfKind(NameKindOf(*at->second))) {
+        ++at;
+        continue;
+      }
+      name = std::find_if(name, names.end(), [&](const SName& other) { return isOfKind(other.kind); });
+      if (!name->name.empty()) at->second->SetName(name->name);
+      name = names.erase(name);
+      at = columns.erase(at);
+    }
   }
 }
 
