@@ -38,11 +38,25 @@ class CMender {
   }
 
  private:
-  // What the header says is true where it leads to as many names.
+  // What the header says is true where it leads to as many names. Where that was overwritten, and no column
+  // was ever deleted, the number of columns ever made leads to them, and on to the indexes.
   void ChooseColumnCount() {
     const uint32_t said = m_view.GetUInt16(m_layout.definition.columnCount);
-    const size_t names = m_columns.start + size_t{m_layout.column.size} * said;
-    if (said != 0 && names < m_bytes.size() && m_names.EndOfNames(names, said)) m_columns.columnCount = said;
+    if (EndOfNames(said)) {
+      m_columns.columnCount = said;
+      return;
+    }
+    SColumnBlock all = m_columns;
+    all.columnCount = m_view.GetUInt16(m_layout.definition.columnsEver);
+    const auto end = all.columnCount > m_columns.columnCount ? EndOfNames(all.columnCount) : std::nullopt;
+    if (!end) return;
+    const auto tail = FindTail(m_bytes, m_layout, *end, all);
+    if (tail && tail->start == *end) m_columns = all;
+  }
+
+  std::optional<size_t> EndOfNames(uint32_t columns) const {
+    const size_t names = m_columns.start + size_t{m_layout.column.size} * columns;
+    return columns != 0 && names < m_bytes.size() ? m_names.EndOfNames(names, columns) : std::nullopt;
   }
 
   void FindParts() {

@@ -1,5 +1,6 @@
 // Definitions of which a part was overwritten: the table comes back as if nothing had happened, and the
 // ledger says what was wrong.
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -38,7 +39,12 @@ class MendedDefinition : public CAllFormats {
     for (const SColumnSpec& column : spec.columns) {
       const Bytes name = StoredText(column.name, layout);
       owners.push_back({kPropertiesOfColumn, std::string(name.begin(), name.end()), {}});
+      if (column.type != kTypeText) continue;
+      const Bytes property = StoredText(u"AllowZeroLength", layout);
+      owners.back().properties.push_back(
+          {std::string(property.begin(), property.end()), 0, kTypeBoolean, {0}});
     }
+    if (arePropertiesTurned) std::ranges::reverse(owners);
     Bytes properties = EncodePropertyBlob(layout.isJet3, owners);
     Bytes head = Little(properties.size() | 0x80000000, 4);
     head.resize(12);
@@ -71,6 +77,7 @@ class MendedDefinition : public CAllFormats {
   STableSpec small = SmallTable(), wide;
   std::unique_ptr<CDatabaseBuilder> made;
   uint32_t table = 0, rows = 0;
+  bool arePropertiesTurned = false;
   std::unique_ptr<CAccessData> data;
 };
 INSTANTIATE_TEST_SUITE_P(Formats, MendedDefinition, testing::Values(&kLayoutJet3, &kLayoutJet4), FormatName);
@@ -110,6 +117,25 @@ TEST_P(MendedDefinition, IsWhatItWas) {
     ASSERT_EQ(places.size(), isWhole ? 0u : 1u) << what;
     EXPECT_TRUE(isWhole || places[0].reason != nullptr) << what;
   }
+}
+
+// The order in which properties were set is not always that of the columns.
+TEST_P(MendedDefinition, TakesNamesByTheTypesThatPropertiesTell) {
+  arePropertiesTurned = true;
+  const size_t all = 2 * (layout.text.nameLengthSize + StoredText(u"Id", layout).size()) + 2;
+  for (const size_t overwritten : {size_t{2}, all}) {
+    Make(small);
+    made->Page(table).PutBytes(NamesAt(), Bytes(overwritten, 0xF1));
+    EXPECT_EQ(Describe(), "3 rows, Id, Name, index A, index B") << overwritten;
+  }
+}
+
+// As many columns as were ever made, where one more of them was overwritten.
+TEST_P(MendedDefinition, KeepsAColumnWhoseTypeIsLost) {
+  Make(small);
+  made->Page(table).PutBytes(layout.definition.columnCount, Hex("4000"));
+  made->Page(table).Put8(NamesAt() - layout.column.size, 0x93);
+  EXPECT_EQ(Describe(), "3 rows, Id, Name, index A, index B");
 }
 
 TEST_P(MendedDefinition, FindsThePageThatGoesOnWithIt) {
