@@ -13,6 +13,12 @@ namespace {
 constexpr uint64_t kMapPagesEach = 4;
 constexpr uint64_t kMapPagesBase = uint64_t{1} << 16;
 
+std::vector<uint32_t> Find(const std::unordered_map<const CAccessTable*, std::vector<uint32_t>>& pages,
+                           const CAccessTable& table) {
+  const auto found = pages.find(&table);
+  return found != pages.end() ? found->second : std::vector<uint32_t>{};
+}
+
 }  // namespace
 
 void ReadTableMaps(CSource& source, const CAccessTableList& tables,
@@ -36,6 +42,7 @@ CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
     if (page.reason == SHomelessPage::EReason::LongValues || page.reason == SHomelessPage::EReason::NoHead)
       longValues.push_back(page.page);
     if (page.reason != SHomelessPage::EReason::LongValues) m_unclaimed.insert(page.page);
+    if (page.reason == SHomelessPage::EReason::Free) m_free.push_back(page.page);
   }
   m_longValuePages = CLongValuePages(source.GetLayout(), longValues);
   if (m_unclaimed.empty()) return;
@@ -45,13 +52,21 @@ CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
 }
 
 std::vector<uint32_t> CPageClaims::PagesOf(const CAccessTable& table) const {
-  const auto found = m_claims.find(&table);
-  return found != m_claims.end() ? found->second : std::vector<uint32_t>{};
+  return Find(m_claims, table);
 }
 
 std::vector<uint32_t> CPageClaims::DoubtfulPagesOf(const CAccessTable& table) const {
-  const auto found = m_doubtful.find(&table);
-  return found != m_doubtful.end() ? found->second : std::vector<uint32_t>{};
+  return Find(m_doubtful, table);
+}
+
+std::vector<uint32_t> CPageClaims::MisplacedPagesOf(const CAccessTable& table) const {
+  return Find(m_misplaced, table);
+}
+
+std::vector<uint32_t> CPageClaims::ListFreePages() const {
+  std::vector<uint32_t> pages = m_free;
+  std::erase_if(pages, [this](uint32_t page) { return m_unclaimed.count(page) == 0; });
+  return pages;
 }
 
 void CPageClaims::AskMaps(CSource& source, const CAccessTableList& tables) {

@@ -49,6 +49,13 @@ class CPageClaims {
     m_doubtful[&table] = std::move(pages);
   }
   [[nodiscard]] std::vector<uint32_t> DoubtfulPagesOf(const CAccessTable& table) const;
+  // The same of a table whose own places have pages of others: only those that make its rows complete.
+  void Misplace(const CAccessTable& table, std::vector<uint32_t> pages) {
+    m_misplaced[&table] = std::move(pages);
+  }
+  [[nodiscard]] std::vector<uint32_t> MisplacedPagesOf(const CAccessTable& table) const;
+  // Pages that the map of free pages names, which no table claims.
+  [[nodiscard]] std::vector<uint32_t> ListFreePages() const;
   // Rows of the page were found in the table that claims it.
   void Adopt(uint32_t page) { m_adopted.insert(page); }
   [[nodiscard]] CLongValuePages& GetLongValuePages() { return m_longValuePages; }
@@ -61,7 +68,8 @@ class CPageClaims {
 
   std::unordered_set<uint32_t> m_unclaimed;
   std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_claims;
-  std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_doubtful;
+  std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_doubtful, m_misplaced;
+  std::vector<uint32_t> m_free;
   std::unordered_set<uint32_t> m_adopted;
   CLongValuePages m_longValuePages{kLayoutJet4, {}};
 };

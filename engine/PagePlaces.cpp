@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/RowProfile.h"
+#include "format/PageHead.h"
 #include "format/PageSlots.h"
 
 namespace tolvane {
@@ -33,6 +34,7 @@ class CPagePlaces {
       if (!m_job.repairing.IsRunning()) return;
       SettleTable(*table);
     }
+    FindMisplaced();
     for (auto& [table, pages] : m_gained) {
       pages.insert(pages.end(), table->dataPages.begin(), table->dataPages.end());
       std::sort(pages.begin(), pages.end());
@@ -45,6 +47,7 @@ class CPagePlaces {
     bool isKnown = false;
     size_t named = 0, alone = 0;  // pages, and those that no other map names
     size_t owned = 0;             // of the table by their heads, too
+    std::vector<uint32_t> lost;   // not of the table by their heads
   };
 
   [[nodiscard]] uint32_t NumberOf(uint64_t offset) const {
@@ -62,6 +65,7 @@ class CPagePlaces {
       SMap& map = m_maps[&table];
       map.named++;
       map.owned += m_owners[page] == &table ? 1 : 0;
+      if (m_owners[page] != &table) map.lost.push_back(page);
       if (m_namedBy[page] != nullptr)
         shared.emplace_back(page, &table);
       else
@@ -214,8 +218,40 @@ class CPagePlaces {
     Remove(table, removed);
     // Freed pages that nothing tells apart hold older rows: those that are missing are on the lost pages.
     std::sort(m_doubtful.begin(), m_doubtful.end());
-    if (!isLost || m_source.GetFreePages().IsKnown()) m_claims.Doubt(table, std::move(m_doubtful));
+    if (!isLost || m_source.GetFreePages().IsKnown())
+      m_claims.Doubt(table, std::move(m_doubtful));
+    else
+      m_apart[&table] = std::move(m_doubtful);
     m_doubtful.clear();
+  }
+
+  // Where pages of other kinds stand in places of a table, its own may stand in theirs.
+  void FindMisplaced() {
+    bool areFreeNoted = false;
+    for (const auto& table : m_data.GetTables()) {
+      const std::vector<uint32_t>& lost = m_maps[table.get()].lost;
+      const bool isReplaced =
+          std::any_of(lost.begin(), lost.end(), [this](uint32_t page) { return IsOtherKind(page); });
+      if (!isReplaced) continue;
+      if (!std::exchange(areFreeNoted, true)) NoteFreePages();
+      if (const auto pages = m_apart.find(table.get()); pages != m_apart.end())
+        m_claims.Misplace(*table, std::move(pages->second));
+    }
+  }
+
+  // A whole page, but not of rows of a table.
+  bool IsOtherKind(uint32_t page) {
+    if (!m_source.ReadPage(page, m_page) || IsBlankPage(m_page)) return false;
+    if (IsPageOf(m_page, kPageDefinition) || IsPageOf(m_page, kPageDroppedDefinition)) return true;
+    return IsSoundPage(m_page, m_layout) && m_owners[page] == nullptr;
+  }
+
+  void NoteFreePages() {
+    for (const uint32_t page : m_claims.ListFreePages()) {
+      if (!m_job.repairing.IsRunning() || !Load(page)) continue;
+      const auto* const owner = m_data.GetTables().FindTable(uint64_t{OwnerOf(m_page)} * m_layout.pageSize);
+      if (owner != nullptr) m_apart[owner].push_back(page);
+    }
   }
 
   size_t CountOwned(const CAccessTable& table) const {
@@ -272,6 +308,8 @@ class CPagePlaces {
   std::unordered_map<const CAccessTable*, SMap> m_maps;
   std::unordered_map<CAccessTable*, std::vector<uint64_t>> m_gained;
   std::vector<uint32_t> m_doubtful;  // of the table that is being settled
+  // Pages that say they are the table's, and that its map does not name.
+  std::unordered_map<const CAccessTable*, std::vector<uint32_t>> m_apart;
 };
 
 }  // namespace

@@ -18,11 +18,19 @@ constexpr size_t kShortestRow = 3;
 
 // What a damaged page's own words say, where they can be true.
 struct SHints {
+  struct SFlags {
+    uint16_t flags;
+    size_t end;  // of the row; 0: the slot before does not say
+  };
   std::optional<uint32_t> count;                   // of slots
   size_t lowest = 0;                               // no row starts below
-  std::unordered_map<size_t, uint16_t> flagsOf;    // by a row's start
+  std::unordered_map<size_t, SFlags> flagsOf;      // by a row's start
   std::unordered_map<size_t, size_t> startBehind;  // start of the next slot's row, by a row's start
 };
+
+bool AreMost(size_t sound, size_t all) {
+  return sound * 8 >= all * 7;
+}
 
 // The slots that can be true together: of those within the page the most whose starts never rise.
 std::vector<uint32_t> SlotsInOrder(Bytes page, const SLayout& layout, uint32_t count) {
@@ -57,7 +65,7 @@ uint32_t CountSlots(Bytes page, const SLayout& layout) {
   const uint32_t most = layout.data.MaximumSlots(layout.pageSize);
   const size_t free = CDataReader::ReadUInt16(&page[kFreeBytesOffset]);
   const auto areInOrder = [&](uint32_t count) {
-    return SlotsInOrder(page, layout, count).size() * 8 >= size_t{7} * count;
+    return AreMost(SlotsInOrder(page, layout, count).size(), count);
   };
   const uint32_t least = said > most || !areInOrder(said) ? 0 : said;
   for (uint32_t count = most; count > least; count--) {
@@ -78,13 +86,18 @@ SHints ReadHints(Bytes page, const SLayout& layout) {
   if (count == 0) return hints;
   hints.count = count;
   if (tableEnd + free <= page.size()) hints.lowest = tableEnd + free;
+  const std::vector<uint32_t> slots = SlotsInOrder(page, layout, count);
+  const bool areMostSound = AreMost(slots.size(), count);
   size_t before = page.size();
   uint32_t next = 0;
-  for (const uint32_t slot : SlotsInOrder(page, layout, count)) {
+  for (const uint32_t slot : slots) {
     const uint16_t word = *ReadSlot(page, layout, slot);
     const size_t start = word & kSlotStart;
     if (slot == next) hints.startBehind.try_emplace(before, start);
-    if (start < before) hints.flagsOf[start] = word & kSlotDeleted;
+    // Words that were overwritten hit a row's start now and then, but hardly its end as well.
+    if (start < before && (slot == next || areMostSound))
+      hints.flagsOf[start] = {.flags = static_cast<uint16_t>(word & kSlotDeleted),
+                              .end = slot == next ? before : 0};
     before = start;
     next = slot + 1;
   }
@@ -133,11 +146,11 @@ class CRowFinder {
   std::optional<SPageRow> StretchBefore(size_t end) {
     const auto hint = m_hints.startBehind.find(end);
     const size_t hinted = hint != m_hints.startBehind.end() ? hint->second : end;
-    if (hinted < end && IsRow(hinted, end)) return SPageRow{0, hinted, end, FlagsOf(hinted)};
-    if (const auto start = FindStart(end)) return SPageRow{0, *start, end, FlagsOf(*start)};
+    if (hinted < end && IsRow(hinted, end)) return SPageRow{0, hinted, end, FlagsOf(hinted, end)};
+    if (const auto start = FindStart(end)) return SPageRow{0, *start, end, FlagsOf(*start, end)};
     const bool isStretch = hinted < end && hinted >= m_hints.lowest &&
-                           ((FlagsOf(hinted) & kSlotPointer) != 0 || IsBound(hinted));
-    if (isStretch) return SPageRow{0, hinted, end, FlagsOf(hinted)};
+                           ((FlagsOf(hinted, end) & kSlotPointer) != 0 || IsBound(hinted));
+    if (isStretch) return SPageRow{0, hinted, end, FlagsOf(hinted, end)};
     return std::nullopt;
   }
 
@@ -152,9 +165,11 @@ class CRowFinder {
     return std::binary_search(m_bounds.begin(), m_bounds.end(), at);
   }
 
-  [[nodiscard]] uint16_t FlagsOf(size_t start) const {
+  [[nodiscard]] uint16_t FlagsOf(size_t start, size_t end) const {
     const auto found = m_hints.flagsOf.find(start);
-    return found != m_hints.flagsOf.end() ? found->second : uint16_t{0};
+    const bool isKnown =
+        found != m_hints.flagsOf.end() && (found->second.end == 0 || found->second.end == end);
+    return isKnown ? found->second.flags : uint16_t{0};
   }
 
   // The nearest start whose row ends there; no row reaches over a bound.
@@ -166,9 +181,31 @@ class CRowFinder {
       if (start < least) return std::nullopt;
       if (m_triesLeft == 0) return std::nullopt;
       m_triesLeft--;
-      if (IsRow(start, end)) return HoldsRows(start, end) ? std::nullopt : std::optional(start);
+      if (!IsRow(start, end)) continue;
+      if (HoldsRows(start, end) || IsContested(start, end)) return std::nullopt;
+      return start;
     }
     return std::nullopt;
+  }
+
+  // Where a row was moved away, its last bytes are still there, and may be taken for the end of a row that
+  // begins within the row in front: with bytes to spare, which that one has not.
+  bool IsContested(size_t start, size_t end) {
+    const size_t slack = SlackOf(start, end);
+    if (slack == 0) return false;
+    for (size_t at = start + 1; at < end; at++)
+      for (auto before = std::lower_bound(m_starts.begin(), m_starts.end(), start);
+           before != m_starts.begin() && m_checksLeft > 0; m_checksLeft--)
+        if (IsRow(*--before, at) && SlackOf(*before, at) < slack) return true;
+    return false;
+  }
+
+  // Bytes between the values of a row and its offsets, which the engine leaves now and then; a row without
+  // offsets has none.
+  size_t SlackOf(size_t start, size_t end) {
+    m_frame.Cut(m_page.subspan(start, end - start), m_profile.GetShape());
+    const auto measure = m_frame.Measure();
+    return measure && measure->fixedEnd != 0 ? measure->slack : 0;
   }
 
   // Whether a row ends within the stretch and another one may begin there: the end of a row whose last bytes
@@ -188,7 +225,7 @@ class CRowFinder {
   }
 
   // A page full of a row's first bytes must not cost the square of its size.
-  static constexpr size_t kMostTries = size_t{1} << 17;
+  static constexpr size_t kMostTries = size_t{1} << 17, kMostChecks = size_t{1} << 15;
 
   Bytes m_page;
   const SLayout& m_layout;
@@ -196,7 +233,7 @@ class CRowFinder {
   CRowFrame& m_frame;
   SHints m_hints;
   std::vector<size_t> m_starts, m_bounds;  // ascending
-  size_t m_triesLeft = kMostTries;
+  size_t m_triesLeft = kMostTries, m_checksLeft = kMostChecks;
 };
 
 }  // namespace

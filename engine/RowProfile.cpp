@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <numeric>
 #include <utility>
 
 namespace tolvane {
@@ -62,7 +63,7 @@ CRowProfile::CRowProfile(const CAccessTable& table, const SLayout& layout, const
   m_isCoherent = m_isComplete && m_leastVariables.back() == m_variablesEver && !table.hasMendedCounts;
   m_shape.columnsEver = m_shape.maximumStoredColumns;
   m_shape.variableColumnsEver = m_shape.maximumStoredColumns;
-  m_columnCounts.push_back(m_columnsEver);
+  m_columnCounts = {m_columnsEver};
 }
 
 void CRowProfile::Learn(CRowFrame& frame, std::span<const uint8_t> row) {
@@ -86,11 +87,17 @@ void CRowProfile::Conclude() {
   for (const auto& [measure, times] : m_seen)
     if (IsBelieved(measure) || AgreesWithDefinition(measure)) counts.emplace_back(times, measure.columns);
   std::sort(counts.begin(), counts.end(), std::greater<>());
-  if (!m_believed.empty()) m_columnCounts.clear();
+  m_columnCounts.clear();
+  if (m_believed.empty()) m_columnCounts.push_back(m_columnsEver);
   for (const auto& [times, columns] : counts)
     if (m_columnCounts.size() < kColumnCountsKept &&
         std::find(m_columnCounts.begin(), m_columnCounts.end(), columns) == m_columnCounts.end())
       m_columnCounts.push_back(columns);
+}
+
+void CRowProfile::AllowAnyCount() {
+  m_columnCounts.resize(std::min<size_t>(m_columnsEver, m_fixedEnds.size() - 1));
+  std::iota(m_columnCounts.rbegin(), m_columnCounts.rend(), 1u);
 }
 
 bool CRowProfile::Accepts(CRowFrame& frame, std::span<const uint8_t> row) const {

@@ -30,6 +30,10 @@ class CRowProfile {
   // differs in the fixed area only, the rows are believed.
   void Conclude();
 
+  // For learning from rows that no slot names, before they are concluded anew: they may state any number of
+  // columns.
+  void AllowAnyCount();
+
   // Whether any row that was learned is one of the table's: without one the definition may be another
   // table's.
   [[nodiscard]] bool IsConfirmed() const { return m_agreeing > 0 || !m_believed.empty(); }

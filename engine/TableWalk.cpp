@@ -18,10 +18,16 @@ namespace {
 constexpr size_t kPageYield = 8;
 
 // Pages of a table that are looked at to learn what its rows are like.
-constexpr size_t kPagesLearned = 64;
+constexpr size_t kPagesLearned = 64, kUnsoundPagesLearned = 16;
 
 // Pages of a table whose rows are kept whoever wants them.
 constexpr size_t kPagesAlwaysKept = 1024;
+
+size_t CountBytes(std::span<const SPageRow> rows) {
+  size_t bytes = 0;
+  for (const SPageRow& row : rows) bytes += row.end - row.start;
+  return bytes;
+}
 
 }  // namespace
 
@@ -124,6 +130,29 @@ bool CTableWalk::WalkPages() {
                            (!AreSlotsSound(m_page, m_layout) ||
                             m_rows + CountLiveSlots(m_page, m_layout) <= m_table->promisedRows);
     if (isMissing && !WalkPage(offset)) return false;
+  }
+  return WalkMisplacedPages();
+}
+
+// Stale pages look the same: only those with just the rows that are missing are believed.
+bool CTableWalk::WalkMisplacedPages() {
+  std::vector<uint32_t> pages = m_claims.MisplacedPagesOf(*m_table);
+  if (pages.empty() || m_rows >= m_table->promisedRows) return true;
+  const uint32_t missing = m_table->promisedRows - m_rows;
+  std::vector<uint32_t> complete;
+  uint64_t rows = 0;
+  for (const uint32_t page : pages) {
+    const bool isSound =
+        m_reader.ReadPage(uint64_t{page} * m_layout.pageSize, m_page) && AreSlotsSound(m_page, m_layout);
+    const uint32_t count = isSound ? CountLiveSlots(m_page, m_layout) : 0;
+    rows += count;
+    if (count == missing) complete.push_back(page);
+  }
+  if (rows != missing) pages = complete.size() == 1 ? complete : std::vector<uint32_t>{};
+  for (const uint32_t page : pages) {
+    if (!WalkPage(uint64_t{page} * m_layout.pageSize)) return false;
+    m_claims.Adopt(page);
+    Count(EDamage::MovedPages, -1, "it stands in the place of another page, and has the missing rows");
   }
   return true;
 }
@@ -341,8 +370,31 @@ bool CTableWalk::AdoptPages() {
   return true;
 }
 
+// Where no sound page tells what the table's rows look like, some of the others do: their rows may have been
+// stored when the table had fewer columns.
+void CTableWalk::LearnUnsoundPages() {
+  if (m_unsoundPages.empty() || m_profile->IsConfirmed()) return;
+  const auto find = [this](uint64_t offset) {
+    return m_reader.ReadPage(offset, m_page) ? FindRows(m_page, m_layout, *m_profile, m_frame)
+                                             : std::vector<SPageRow>();
+  };
+  const std::span pages(m_unsoundPages.data(), std::min(m_unsoundPages.size(), kUnsoundPagesLearned));
+  std::vector<std::vector<SPageRow>> usual;
+  for (const uint64_t offset : pages) usual.push_back(find(offset));
+  m_profile->AllowAnyCount();
+  for (size_t i = 0; i < pages.size(); i++) {
+    std::vector<SPageRow> rows = find(pages[i]);
+    // Rows of few columns are found by chance, but those leave most of the page over.
+    if (CountBytes(rows) <= CountBytes(usual[i])) rows = std::move(usual[i]);
+    for (const SPageRow& row : rows)
+      m_profile->Learn(m_frame, Bytes(m_page).subspan(row.start, row.end - row.start));
+  }
+  m_profile->Conclude();
+}
+
 // Last, when the bodies of moved rows that were read through a pointer are known. False: the run was stopped.
 bool CTableWalk::RebuildPages() {
+  LearnUnsoundPages();
   for (const uint64_t offset : m_unsoundPages) {
     if (!m_job.repairing.IsRunning()) return false;
     m_offset = offset;

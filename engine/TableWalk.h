@@ -52,6 +52,7 @@ class CTableWalk {
   bool StartFiles();
   bool WalkPages();
   bool WalkPages(std::span<const uint64_t> offsets);
+  bool WalkMisplacedPages();
   bool WalkPage(uint64_t offset);
   [[nodiscard]] bool CanDecodeAhead() const;
   bool TakeBatch(SDecodedBatch& batch);
@@ -60,6 +61,7 @@ class CTableWalk {
   // The same by the rules that hold rows against their definition.
   void LearnRows();
   void LearnPage();
+  void LearnUnsoundPages();
   bool CutExactPage();
   void CutContestedRows(const std::vector<SPageRow>& contested);
   bool RebuildPages();

@@ -270,6 +270,15 @@ TEST_P(ExactRules, APageWithAWrongOwnerGoesToTheTableWhoseMapNamesIt) {
   EXPECT_EQ(Lost(EDamage::BrokenPage), 0u);
 }
 
+// Where the map of free pages is in the place of rows, these are in its own.
+TEST_P(ExactRules, APageInThePlaceOfAnotherKindIsBelievedWhereItMakesTheRowsComplete) {
+  std::swap(file.Page(kGlobalMapPage), file.Page(rows[1]));
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::MovedPages), 1u);
+  file.Page(table).Put32(layout.definition.rowCount, kRows + 1);
+  EXPECT_EQ(Repair(file.Build()), kRows / 2) << "it may be a stale one";
+}
+
 TEST_P(ExactRules, TheSearchForPagesTellsHowFarItIsAndCanBeStopped) {
   Bytes bytes(size_t{3} << 20, 0xAB);
   const Bytes sound = file.Build();
@@ -331,11 +340,31 @@ TEST_P(ExactRules, AFileThatWasChangedOnItsWayIsReadAsItWas) {
 }
 
 TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
+  const size_t slots = layout.data.slots;
+  const uint32_t row = file.Page(rows[0]).Get16(slots + 2 * 9);
+  for (const uint32_t step : {977, 0}) {
+    for (uint32_t slot = 0; slot < kRows / 2; slot++)
+      file.Page(rows[0]).Put16(slots + 2 * slot, step == 0 ? 0 : 0x1234 + slot * step);
+    // One that hits the start of a row, and seems to delete it.
+    file.Page(rows[0]).Put16(slots + 2 * 15, row | kSlotDeleted);
+    EXPECT_EQ(Repair(file.Build()), kRows);
+    EXPECT_EQ(Lost(EDamage::BrokenPage), 1u);
+    EXPECT_EQ(Lost(EDamage::MissingRows), 0u);
+  }
+}
+
+// Rows keep the number of columns that the table had when they were stored.
+TEST_P(ExactRules, RowsOfFewerColumnsAreFoundWithoutTheirSlots) {
+  STableSpec now = SmallTable();
+  now.AddVariable(u"Later", kTypeText, 20).AddVariable(u"Last", kTypeText, 20);
+  now.rowCount = kRows / 2;
+  table = file.AddTable(now);
+  const uint32_t page = file.AddDataPage(table, RowsOfPage(0));
+  file.AddCatalogueRow(table, u"Grown", 1);
   for (uint32_t slot = 0; slot < kRows / 2; slot++)
-    file.Page(rows[0]).Put16(layout.data.slots + 2 * slot, 0x1234 + slot * 977);
-  EXPECT_EQ(Repair(file.Build()), kRows);
-  EXPECT_EQ(Lost(EDamage::BrokenPage), 1u);
-  EXPECT_EQ(Lost(EDamage::MissingRows), 0u);
+    file.Page(page).Put16(layout.data.slots + 2 * slot, 0x1234 + slot * 977);
+  Repair(file.Build());
+  EXPECT_EQ(TableNamed(*data, u"Grown")->header.rowCount, kRows / 2);
 }
 
 // With the number of slots gone, the end of a damaged row could lead over all those in front of it.
