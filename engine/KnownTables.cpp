@@ -88,7 +88,8 @@ bool IsOnPatternPage(const CAccessTable& table) {
          table.header.rowCount == 0 && table.indexes.GetCount() == 0;
 }
 
-// Columns of a damaged definition are recognised where at least so many, and half of all, have their names.
+// Columns of a damaged definition are recognised where at least so many have their names, and half of all
+// these or damaged forms of them.
 constexpr size_t kLeastNames = 2;
 // Fewer columns than so many could be a user's.
 constexpr size_t kFewColumns = 4;
@@ -122,6 +123,7 @@ size_t CountKnownNames(std::vector<std::u16string_view> names, const SKnownTable
     return true;
   });
   const size_t sound = count - missing.size();
+  size_t lost = 0;
   for (const std::u16string_view name : missing) {
     auto found = std::find_if(names.begin(), names.end(),
                               [name](std::u16string_view other) { return IsDamagedForm(other, name); });
@@ -129,8 +131,10 @@ size_t CountKnownNames(std::vector<std::u16string_view> names, const SKnownTable
       names.erase(found);
     else if (!mayBeLost)
       return 0;
+    else
+      lost++;
   }
-  return sound >= kLeastNames && sound * 2 >= count ? sound : 0;
+  return sound >= kLeastNames && lost * 2 <= count ? sound : 0;
 }
 
 }  // namespace

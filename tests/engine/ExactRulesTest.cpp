@@ -445,8 +445,8 @@ TEST_P(ExactRules, ANullThatHasBytesIsDoubtful) {
 }
 
 TEST_P(ExactRules, TheMarkOfASystemTableIsHeldAgainstItsNameAndColumns) {
-  STableSpec storage;  // with one letter overwritten
-  for (const char16_t* name : {u"DateCreate", u"DateUpdbte", u"Id", u"Lv", u"Name", u"ParentId", u"Type"})
+  STableSpec storage;  // with letters overwritten
+  for (const char16_t* name : {u"DateCreate", u"DateUpdbte", u"Id", u"Lw", u"Nane", u"PbrentId", u"Type"})
     storage.AddVariable(name, kTypeText, 50);
   const uint32_t unnamed = file.AddTable(storage);
   const uint32_t marked = file.AddTable(SmallTable());
