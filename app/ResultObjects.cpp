@@ -1,6 +1,6 @@
 #include "app/ResultObjects.h"
 
-#include "dao/dao.h"
+#include "format/SystemObjects.h"
 #include "platform/Text.h"
 #include "writer/SafeName.h"
 
@@ -94,34 +94,24 @@ std::u16string DescribeQuery(const SListedQuery& query) {
   return text;
 }
 
-std::u16string ColumnsOf(const SRecoveredRelation& relation, bool isReferenced) {
-  std::u16string columns;
-  for (const SRelationPair& pair : relation.pairs)
-    AddTo(columns, isReferenced ? pair.referencedColumn : pair.column);
-  return (isReferenced ? relation.referencedTable : relation.table) + u" (" + columns + u")";
-}
-
 std::u16string DescribeRules(const SRecoveredRelation& relation) {
   if (!relation.hasAttributes) return u"lost; it is read as not enforced";
   const auto has = [&relation](int32_t bit) { return (relation.attributes & bit) != 0; };
-  std::u16string rules = has(kDaoRelationDontEnforce)
-                             ? u"not enforced"
-                             : u"enforced: no record may refer to one that is not there";
-  if (has(kDaoRelationUpdateCascade))
-    AddTo(rules, u"a changed key changes the records that refer to it", u"; ");
-  if (has(kDaoRelationDeleteCascade))
-    AddTo(rules, u"deleting a record deletes those that refer to it", u"; ");
-  if (has(kDaoRelationNullCascade)) AddTo(rules, u"deleting a record empties the references to it", u"; ");
-  if (has(kDaoRelationLeft)) AddTo(rules, u"left join", u"; ");
-  if (has(kDaoRelationRight)) AddTo(rules, u"right join", u"; ");
+  std::u16string rules =
+      has(kRelationDontEnforce) ? u"not enforced" : u"enforced: no record may refer to one that is not there";
+  if (has(kRelationUpdateCascade)) AddTo(rules, u"a changed key changes the records that refer to it", u"; ");
+  if (has(kRelationDeleteCascade)) AddTo(rules, u"deleting a record deletes those that refer to it", u"; ");
+  if (has(kRelationNullCascade)) AddTo(rules, u"deleting a record empties the references to it", u"; ");
+  if (has(kRelationLeft)) AddTo(rules, u"left join", u"; ");
+  if (has(kRelationRight)) AddTo(rules, u"right join", u"; ");
   return rules;
 }
 
 std::u16string DescribeRelation(const SRecoveredRelation& relation) {
-  const bool isOneToOne = (relation.attributes & kDaoRelationUnique) != 0;
+  const bool isOneToOne = (relation.attributes & kRelationUnique) != 0;
   std::u16string text = u"Relationship: " + ShownName(relation.name);
-  AddLine(text, u"Records of: ", ColumnsOf(relation, false));
-  AddLine(text, u"refer to records of: ", ColumnsOf(relation, true));
+  AddLine(text, u"Records of: ", relation.DescribeSide(false));
+  AddLine(text, u"refer to records of: ", relation.DescribeSide(true));
   AddLine(text, u"Kind: ",
           isOneToOne ? u"one to one"
                      : u"one record of " + relation.referencedTable + u" to many of " + relation.table);

@@ -41,12 +41,6 @@ class CShortages {
   std::u16string m_text;
 };
 
-const CAccessTable* FindNamed(const CAccessData& data, std::u16string_view name) {
-  for (const auto& table : data.GetTables())
-    if (table->name == name) return table.get();
-  return nullptr;
-}
-
 }  // namespace
 
 CResultOutput::CResultOutput(CDialogs& dialogs, CMainFrameWindow& frame, std::string_view version,
@@ -117,7 +111,7 @@ void CResultOutput::ExportTables(const COvRepairFileManager& manager, const SExp
   const CAccessData* const data = manager.GetData();
   if (m_isWorking || !data) return;
   SFileExportTask task{.options = choice.GetForm().options,
-                       .only = choice.table.empty() ? nullptr : FindNamed(*data, choice.table),
+                       .only = choice.table.empty() ? nullptr : data->GetTables().FindTable(choice.table),
                        .file = {},
                        .folder = {},
                        .source = manager.GetCorruptedPath(),

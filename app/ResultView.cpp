@@ -22,10 +22,7 @@ const CAccessData* CResultView::FindData() const {
 
 const CAccessTable* CResultView::FindTable() const {
   const CAccessData* const data = FindData();
-  if (!data) return nullptr;
-  for (const auto& table : data->GetTables())
-    if (table->name == m_item) return table.get();
-  return nullptr;
+  return data ? data->GetTables().FindTable(m_item) : nullptr;
 }
 
 // --- the whole result ---

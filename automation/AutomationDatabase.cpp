@@ -9,6 +9,7 @@
 #include "automation/EngineProperties.h"
 #include "automation/TableCompletion.h"
 #include "dao/NameRules.h"
+#include "format/SystemObjects.h"
 #include "query/QueryText.h"
 
 namespace tolvane {
@@ -16,7 +17,6 @@ namespace tolvane {
 namespace {
 
 constexpr std::u16string_view kSelectAll = u"SELECT * FROM [";
-constexpr std::u16string_view kDatabaseDocument = u"MSysDb";
 
 // Where a pass-through query is sent to.
 std::u16string ConnectionOf(const SSavedQuery& query) {
@@ -66,7 +66,7 @@ CDaoResult CAutomationDatabase::OpenRecordset(std::u16string_view sql,
 CDaoResult CAutomationDatabase::SetProperties(std::u16string_view document,
                                               std::span<const CDaoProperty> properties) {
   AutomationObject owner = m_database;
-  if (document != kDatabaseDocument) {
+  if (document != kMSysDb) {
     CEngineCalls calls(EOperation::Database);
     const AutomationObject container =
         calls.GetObject(calls.GetObject(m_database, u"Containers"), u"Item", {Text(u"Databases")});

@@ -20,7 +20,6 @@ std::u16string OtherBitness() {
   return sizeof(void*) == 8 ? u"32" : u"64";
 }
 
-constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
 constexpr int32_t kVersions[] = {kDaoVersionJet3, kDaoVersionJet4, kDaoVersionAce};
 
 // On trial: what an engine can make only it knows.
@@ -29,7 +28,8 @@ void TryFormats(const AutomationObject& object, std::u16string_view folder, SIns
     const std::u16string path = std::u16string(folder) + u"trial-" + ToDecimal(version) +
                                 (version == kDaoVersionAce ? u".accdb" : u".mdb");
     CEngineCalls calls(EOperation::Database);
-    const AutomationObject database = calls.Make(object, u"CreateDatabase", {path, Text(kLocale), version});
+    const AutomationObject database =
+        calls.Make(object, u"CreateDatabase", {path, Text(kDaoGeneralLocale), version});
     calls.Do(database, u"Close");
     if (!calls.IsOk()) engine.refused.push_back({version, calls.GetEnd().number, calls.GetResult().text});
     RemoveFile(path);

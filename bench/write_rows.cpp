@@ -27,9 +27,6 @@
 namespace tolvane {
 namespace {
 
-constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
-constexpr int32_t kTableAttributes = 0x10000;
-
 const std::array<SSampleField, 9> kFields = {AutoNumber("ID"),
                                              Fixed("Customer", kDaoLong),
                                              Fixed("Number", kDaoLong),
@@ -69,7 +66,7 @@ void Require(const CDaoResult& result) {
 
 void MakeTable(CDaoDatabase& database, size_t indexes) {
   std::unique_ptr<CDaoTableDef> table;
-  Require(database.CreateTableDef(u"Rows", kTableAttributes, {}, {}, table));
+  Require(database.CreateTableDef(u"Rows", kDaoTableAttributes, {}, {}, table));
   for (const SSampleField& field : kFields)
     Require(table->CreateField(FromUtf8(field.name), field.type, field.size, field.attributes));
   for (size_t i = 0; i < indexes; i++) Require(table->CreateIndex(kIndexes[i]));
@@ -185,7 +182,7 @@ int Run(const std::string& path, uint64_t count, size_t indexes) {
   const double started = GetMonotonicSeconds();
   const std::unique_ptr<CDaoEngine> engine = MakeEmbeddedEngine();
   std::unique_ptr<CDaoDatabase> database;
-  Require(engine->CreateDatabase(name, kLocale, kDaoVersionJet4, database));
+  Require(engine->CreateDatabase(name, kDaoGeneralLocale, kDaoVersionJet4, database));
   MakeTable(*database, indexes);
   std::unique_ptr<CDaoRecordset> rows;
   Require(database->OpenRecordset(u"SELECT * FROM [Rows]", rows));

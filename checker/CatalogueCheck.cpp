@@ -23,11 +23,11 @@ constexpr SSystemRow kSystemRows[] = {
     {kContainerTables, kContainerRoot, u"Tables", kObjectContainer},
     {kContainerDatabases, kContainerRoot, u"Databases", kObjectContainer},
     {kContainerRelationships, kContainerRoot, u"Relationships", kObjectContainer},
-    {kDatabaseObject, kContainerDatabases, u"MSysDb", kObjectDatabase},
-    {kObjectsPage, kContainerTables, u"MSysObjects", kObjectTable},
-    {kAcesPage, kContainerTables, u"MSysACEs", kObjectTable},
-    {kQueriesPage, kContainerTables, u"MSysQueries", kObjectTable},
-    {kRelationshipsPage, kContainerTables, u"MSysRelationships", kObjectTable}};
+    {kDatabaseObject, kContainerDatabases, kMSysDb, kObjectDatabase},
+    {kObjectsPage, kContainerTables, kMSysObjects, kObjectTable},
+    {kAcesPage, kContainerTables, kMSysAces, kObjectTable},
+    {kQueriesPage, kContainerTables, kMSysQueries, kObjectTable},
+    {kRelationshipsPage, kContainerTables, kMSysRelationships, kObjectTable}};
 
 uint32_t ExpectedParent(int16_t type) {
   switch (type) {

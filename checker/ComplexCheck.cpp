@@ -13,7 +13,7 @@ constexpr size_t kMostOfEach = 100'000;
 }  // namespace
 
 bool CComplexCheck::IsComplexColumns(const SCheckedObject& object) {
-  return object.name == u"MSysComplexColumns" && (object.flags & kSystemObjectFlag) != 0;
+  return object.name == kMSysComplexColumns && (object.flags & kSystemObjectFlag) != 0;
 }
 
 bool CComplexCheck::HasRoom(size_t count) {

@@ -42,13 +42,13 @@ class CDatabaseCheck {
 
  private:
   void CheckSystemTables() {
-    CheckSystemTable(kObjectsPage, u"MSysObjects",
+    CheckSystemTable(kObjectsPage, kMSysObjects,
                      [this](const CRowView& row, SPlace place) { m_catalogue.AddObject(row, place); });
-    CheckSystemTable(kAcesPage, u"MSysACEs",
+    CheckSystemTable(kAcesPage, kMSysAces,
                      [this](const CRowView& row, SPlace place) { m_catalogue.AddAce(row, place); });
-    CheckSystemTable(kQueriesPage, u"MSysQueries",
+    CheckSystemTable(kQueriesPage, kMSysQueries,
                      [this](const CRowView& row, SPlace place) { m_queries.AddRow(row, place); });
-    CheckSystemTable(kRelationshipsPage, u"MSysRelationships",
+    CheckSystemTable(kRelationshipsPage, kMSysRelationships,
                      [this](const CRowView& row, SPlace place) { m_relations.AddRow(row, place); });
   }
 

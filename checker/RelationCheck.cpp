@@ -13,7 +13,6 @@
 namespace tolvane {
 namespace {
 
-constexpr uint32_t kNotEnforced = 0x2, kCascadeUpdates = 0x100, kCascadeDeletes = 0x1000;
 constexpr size_t kMostPairs = 100'000, kMostSides = 100'000;
 constexpr uint16_t kDescendingForm = 0x100;
 
@@ -140,7 +139,7 @@ void CRelationCheck::CheckPairs(const std::vector<size_t>& pairs) {
     if (!pair.hasColumn || !pair.hasReferencedColumn)
       findings.Error("G4", pair.place, u"a table or column of relationship ", pair.name, u" does not exist");
   }
-  if ((first.flags & kNotEnforced) == 0) CheckEnforced(pairs);
+  if ((first.flags & kRelationDontEnforce) == 0) CheckEnforced(pairs);
 }
 
 // An enforced relationship has an index of its name in the foreign table.
@@ -153,8 +152,8 @@ void CRelationCheck::CheckEnforced(const std::vector<size_t>& pairs) {
   }
   for (const auto& key : sides->second) {
     const SSide& side = m_sides[key];
-    const bool cascadesUpdates = (pair.flags & kCascadeUpdates) != 0,
-               cascadesDeletes = (pair.flags & kCascadeDeletes) != 0;
+    const bool cascadesUpdates = (pair.flags & kRelationUpdateCascade) != 0,
+               cascadesDeletes = (pair.flags & kRelationDeleteCascade) != 0;
     if ((side.cascadeUpdates & 1) != cascadesUpdates || (side.cascadeDeletes & 1) != cascadesDeletes)
       m_context.findings.Error("G5", {side.page}, u"index ", side.name,
                                u" cascades otherwise than its relationship");

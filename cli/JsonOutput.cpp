@@ -2,6 +2,7 @@
 
 #include "cli/Outcome.h"
 #include "dao/dao.h"
+#include "format/SystemObjects.h"
 #include "platform/Terminal.h"
 #include "platform/Text.h"
 
@@ -104,13 +105,13 @@ Json DescribeRelation(const SRecoveredRelation& relation) {
                     {"columns", std::move(columns)},
                     {"referencedTable", ToUtf8(relation.referencedTable)},
                     {"referencedColumns", std::move(referenced)},
-                    {"isEnforced", !has(kDaoRelationDontEnforce)},
-                    {"isOneToOne", has(kDaoRelationUnique)},
-                    {"cascadesUpdates", has(kDaoRelationUpdateCascade)},
-                    {"cascadesDeletes", has(kDaoRelationDeleteCascade)},
-                    {"join", has(kDaoRelationLeft)    ? "left"
-                             : has(kDaoRelationRight) ? "right"
-                                                      : "inner"}};
+                    {"isEnforced", !has(kRelationDontEnforce)},
+                    {"isOneToOne", has(kRelationUnique)},
+                    {"cascadesUpdates", has(kRelationUpdateCascade)},
+                    {"cascadesDeletes", has(kRelationDeleteCascade)},
+                    {"join", has(kRelationLeft)    ? "left"
+                             : has(kRelationRight) ? "right"
+                                                   : "inner"}};
   if (!relation.problem.empty()) described["problem"] = ToUtf8(relation.problem);
   return described;
 }

@@ -10,7 +10,6 @@
 #include "cli/ReportJson.h"
 #include "cli/Summary.h"
 #include "cli/TextTable.h"
-#include "dao/dao.h"
 #include "writer/RelationReader.h"
 
 namespace tolvane {
@@ -58,21 +57,9 @@ std::string DrawTable(const CAccessTable& table, const CAccessData& data, const 
 
 // "Orders (Customer) -> Customers (ID), deletes cascade"
 std::string DrawRelation(const SRecoveredRelation& relation) {
-  std::string columns, referenced;
-  for (const SRelationPair& pair : relation.pairs) {
-    columns += (columns.empty() ? "" : ", ") + ToDisplay(pair.column);
-    referenced += (referenced.empty() ? "" : ", ") + ToDisplay(pair.referencedColumn);
-  }
-  std::string text = ToDisplay(relation.table) + " (" + columns + ") -> " +
-                     ToDisplay(relation.referencedTable) + " (" + referenced + ")";
-  constexpr std::pair<int32_t, const char*> kWords[] = {{kDaoRelationUnique, ", one to one"},
-                                                        {kDaoRelationUpdateCascade, ", updates cascade"},
-                                                        {kDaoRelationDeleteCascade, ", deletes cascade"},
-                                                        {kDaoRelationLeft, ", left join"},
-                                                        {kDaoRelationRight, ", right join"},
-                                                        {kDaoRelationDontEnforce, ", not enforced"}};
-  for (const auto& [bit, words] : kWords)
-    if ((relation.attributes & bit) != 0) text += words;
+  std::string text =
+      ToDisplay(relation.DescribeSide(false)) + " -> " + ToDisplay(relation.DescribeSide(true));
+  if (const std::u16string rules = relation.DescribeRules(); !rules.empty()) text += ", " + ToDisplay(rules);
   if (!relation.problem.empty()) text += ": " + ToDisplay(relation.problem);
   return text;
 }

@@ -117,6 +117,7 @@ inline constexpr int32_t kDaoSystemField = 0x2000;
 inline constexpr int32_t kDaoHyperlinkField = 0x8000;  // memo
 
 // Attributes of a table.
+inline constexpr int32_t kDaoTableAttributes = 0x10000;  // of every table that is made
 inline constexpr int32_t kDaoHiddenObject = 0x1;
 inline constexpr int32_t kDaoSystemObject = INT32_MIN + 2;  // shown with the system tables
 
@@ -182,16 +183,6 @@ struct CDaoIndexInfo {
   bool foreign = false;
   int32_t distinctCount = 0;
 };
-
-// Attributes of a relation, as bits.
-inline constexpr int32_t kDaoRelationUnique = 0x1;  // one-to-one
-inline constexpr int32_t kDaoRelationDontEnforce = 0x2;
-inline constexpr int32_t kDaoRelationInherited = 0x4;
-inline constexpr int32_t kDaoRelationUpdateCascade = 0x100;
-inline constexpr int32_t kDaoRelationDeleteCascade = 0x1000;
-inline constexpr int32_t kDaoRelationNullCascade = 0x2000;  // deleting sets the references to null
-inline constexpr int32_t kDaoRelationLeft = 0x1000000;
-inline constexpr int32_t kDaoRelationRight = 0x2000000;
 
 struct CDaoRelationFieldInfo {
   std::u16string name;         // in the primary table
@@ -326,6 +317,9 @@ class CDaoDatabase {
   // too, but cannot say what went wrong.
   virtual CDaoResult Close() = 0;
 };
+
+// The locale of a database that sorts as General Legacy.
+inline constexpr std::u16string_view kDaoGeneralLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
 
 class CDaoEngine {
  public:

@@ -10,17 +10,10 @@
 #include "embedded/RowValues.h"
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
+#include "format/SystemObjects.h"
 
 namespace tolvane {
 namespace {
-
-// Full access; what containers hand on to new objects by default.
-constexpr uint32_t kFullAccess = 0xFFFFF;
-// What everybody has to the tables behind complex columns.
-constexpr uint32_t kHiddenAccess = 0xFFEFF;
-constexpr std::u16string_view kDatabaseName = u"MSysDb";
-// What the owner of a relation has.
-constexpr uint32_t kRelationAccess = 0xF00FE;
 
 CDaoResult OtherProgram() {
   return {EDaoError::NotSupported,
@@ -189,7 +182,7 @@ CDaoResult CCatalogue::AddHiddenTable(std::u16string_view name, uint32_t definit
   const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User, flags};
   if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
   for (const EAccount account : {EAccount::User, EAccount::Administrators, EAccount::Users})
-    if (CDaoResult result = AddAce({definitionPage, account, kHiddenAccess, flags == kFlatTableFlags});
+    if (CDaoResult result = AddAce({definitionPage, account, kTableAccess, flags == kFlatTableFlags});
         !result.IsOk())
       return result;
   return CDaoResult::Ok();
@@ -254,13 +247,13 @@ CDaoResult CCatalogue::LoadComplexPlaces() {
 CDaoResult CCatalogue::SetProperties(std::u16string_view document, std::span<const uint8_t> properties,
                                      double date) {
   CTableStore& table = Table(kObjectsPage);
-  if (document == kDatabaseName) {
+  if (document == kMSysDb) {
     if (m_databaseRow == 0) return OtherProgram();
     return table.EditRow(m_databaseRow, [&] { return SetExtras({properties, nullptr}); });
   }
   const SLayout& layout = m_file.GetLayout();
   const std::string key = MakeNameKey(layout, document);
-  if (key == MakeNameKey(layout, kDatabaseName) || !m_documents.insert(key).second)
+  if (key == MakeNameKey(layout, kMSysDb) || !m_documents.insert(key).second)
     return {EDaoError::InvalidName,
             u"A document named \"" + std::u16string(document) + u"\" exists already."};
   SSystemObject object{0, kContainerDatabases, document, kObjectDocument, EAccount::User, 0};
@@ -287,7 +280,7 @@ CDaoResult CCatalogue::AddRelation(const CDaoRelationInfo& relation, double date
   SSystemObject object{0, kContainerRelationships, relation.name, kObjectRelationship, EAccount::User, 0};
   if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, date, {}); !result.IsOk()) return result;
-  if (CDaoResult result = AddUserAces(object.id, kRelationAccess); !result.IsOk()) return result;
+  if (CDaoResult result = AddUserAces(object.id, kCreatorAccess); !result.IsOk()) return result;
   m_relations.insert(MakeNameKey(m_file.GetLayout(), relation.name));
   return StoreRelationRows(Table(kRelationshipsPage), relation);
 }

@@ -7,6 +7,7 @@
 #include "embedded/RelationStore.h"
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
+#include "format/SystemObjects.h"
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 
@@ -236,7 +237,7 @@ CDaoResult CEmbeddedFile::AddRelation(const CDaoRelationInfo& relation) {
       !result.IsOk())
     return result;
   CDaoResult enforced;
-  if ((relation.attributes & kDaoRelationDontEnforce) == 0)
+  if ((relation.attributes & kRelationDontEnforce) == 0)
     enforced = EnforceRelation(m_file, relation, columns, primary, foreign);
   if (!enforced.IsOk()) return enforced;
   const CDaoResult added = m_catalogue.AddRelation(relation, m_identity->GetDate());
@@ -253,7 +254,7 @@ CDaoResult CEmbeddedFile::AddRelationOfLink(const CDaoRelationInfo& relation) {
   for (const std::u16string& name : {relation.table, relation.foreignTable})
     if (m_catalogue.Find(name) == nullptr)
       return {EDaoError::ObjectNotFound, u"There is no table named \"" + name + u"\"."};
-  if ((relation.attributes & kDaoRelationDontEnforce) == 0)
+  if ((relation.attributes & kRelationDontEnforce) == 0)
     return {EDaoError::NotSupported, u"A relation with a linked table cannot be enforced."};
   return m_catalogue.AddRelation(relation, m_identity->GetDate());
 }

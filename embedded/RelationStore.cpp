@@ -10,6 +10,7 @@
 #include "embedded/StoredIndexCursor.h"
 #include "embedded/TableIndexes.h"
 #include "format/IndexKey.h"
+#include "format/SystemObjects.h"
 #include "format/SystemTables.h"
 #include "platform/Text.h"
 
@@ -274,8 +275,8 @@ SLogicalIndex CRelationEnforcer::MakeSide(uint8_t side) const {
   index.kind = kIndexKindForeign;
   index.realIndex = static_cast<uint32_t>(isForeign ? m_foreignIndex : m_primaryIndex);
   index.partnerTable = (isForeign ? m_primary : m_foreign).GetPage();
-  index.cascadeUpdates = (m_relation.attributes & kDaoRelationUpdateCascade) != 0 ? 1 : 0;
-  index.cascadeDeletes = (m_relation.attributes & kDaoRelationDeleteCascade) != 0 ? 1 : 0;
+  index.cascadeUpdates = (m_relation.attributes & kRelationUpdateCascade) != 0 ? 1 : 0;
+  index.cascadeDeletes = (m_relation.attributes & kRelationDeleteCascade) != 0 ? 1 : 0;
   return index;
 }
 

@@ -13,15 +13,12 @@
 #include "engine/RecordParser.h"
 #include "engine/RowCounts.h"
 #include "engine/TableScanner.h"
+#include "format/SystemObjects.h"
 #include "platform/Text.h"
 
 namespace tolvane {
 
-namespace {
-
-constexpr std::u16string_view kListOfComplexColumns = u"MSysComplexColumns";
-
-}  // namespace
+namespace {}  // namespace
 
 void CAccessProcessFile::ScanTableDefinitions(CAccessData& data) {
   m_notes = m_definitions == m_source ? m_source->TakeNotes() : PageNotes();
@@ -94,7 +91,7 @@ void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
 void CAccessProcessFileJet4::ReadComplexColumns(CAccessData& data) const {
   const auto& tables = data.GetTables();
   const auto found = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
-    return EqualsIgnoreCase(table->name, kListOfComplexColumns);
+    return EqualsIgnoreCase(table->name, kMSysComplexColumns);
   });
   if (found == tables.end()) return;
   CMSysComplexColumns records;

@@ -31,10 +31,10 @@ struct SFixedTable {
   uint32_t jet4Page;  // 0: none
 };
 constexpr std::array kSystemTables{
-    SFixedTable{u"MSysObjects", kObjectsPage, kObjectsPage},
-    SFixedTable{u"MSysACEs", kAcesPage, kAcesPage},
-    SFixedTable{u"MSysQueries", kQueriesPage, kQueriesPage},
-    SFixedTable{u"MSysRelationships", kRelationshipsPage, kRelationshipsPage},
+    SFixedTable{kMSysObjects, kObjectsPage, kObjectsPage},
+    SFixedTable{kMSysAces, kAcesPage, kAcesPage},
+    SFixedTable{kMSysQueries, kQueriesPage, kQueriesPage},
+    SFixedTable{kMSysRelationships, kRelationshipsPage, kRelationshipsPage},
     SFixedTable{u"MSysModules2", 22, 0},
     SFixedTable{u"MSysModules", 25, 0},
     SFixedTable{u"MSysAccessObjects", 29, 16},

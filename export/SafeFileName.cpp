@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 
@@ -41,8 +42,7 @@ std::u16string MakeSafeFileName(std::u16string_view name) {
   for (char16_t& unit : safe)
     if (IsRefused(unit)) unit = u'_';
   while (ToUtf8(safe).size() > kMaximumBytes) {
-    const bool isPair = safe.back() >= 0xDC00 && safe.back() <= 0xDFFF;
-    safe.resize(safe.size() - (isPair ? 2 : 1));
+    safe.resize(safe.size() - (IsLowSurrogate(safe.back()) ? 2 : 1));
   }
   while (!safe.empty() && (safe.back() == u' ' || safe.back() == u'.')) safe.pop_back();
   if (safe.starts_with(u'.')) safe[0] = u'_';

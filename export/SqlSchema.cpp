@@ -10,6 +10,7 @@
 #include "export/SqlDefaults.h"
 #include "export/SqlNames.h"
 #include "export/SqlRows.h"
+#include "format/SystemObjects.h"
 #include "model/FlatTable.h"
 #include "platform/Text.h"
 #include "render/ObjectProperties.h"
@@ -241,7 +242,7 @@ std::vector<size_t> FindUniqueKey(const SSqlTable& parent, std::vector<size_t> c
 // Empty on success, else why there is no foreign key.
 std::u16string CSchemaMaker::AddReference(const SRecoveredRelation& relation) {
   if (!relation.problem.empty()) return relation.problem;
-  if ((relation.attributes & kDaoRelationDontEnforce) != 0) return u"It is not enforced.";
+  if ((relation.attributes & kRelationDontEnforce) != 0) return u"It is not enforced.";
   const std::optional<size_t> child = FindTable(relation.table), parent = FindTable(relation.referencedTable);
   if (!child || !parent) return u"One of its tables is not here.";
   SSqlTable& table = m_schema.tables[*child];
@@ -263,9 +264,9 @@ std::u16string CSchemaMaker::AddReference(const SRecoveredRelation& relation) {
   for (const size_t column : reference.columns) table.columns[column].type.isInKey = true;
   reference.parent = *parent;
   reference.name = m_tableNames.Add(relation.name, "relation");
-  if ((relation.attributes & kDaoRelationUpdateCascade) != 0) reference.onUpdate = ESqlAction::Cascade;
-  if ((relation.attributes & kDaoRelationDeleteCascade) != 0) reference.onDelete = ESqlAction::Cascade;
-  if ((relation.attributes & kDaoRelationNullCascade) != 0) reference.onDelete = ESqlAction::SetNull;
+  if ((relation.attributes & kRelationUpdateCascade) != 0) reference.onUpdate = ESqlAction::Cascade;
+  if ((relation.attributes & kRelationDeleteCascade) != 0) reference.onDelete = ESqlAction::Cascade;
+  if ((relation.attributes & kRelationNullCascade) != 0) reference.onDelete = ESqlAction::SetNull;
   table.references.push_back(std::move(reference));
   return {};
 }

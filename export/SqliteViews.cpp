@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 #include "query/Query.h"
 #include "writer/QuerySaver.h"
 #include "writer/RecoveredQuery.h"
@@ -104,7 +105,7 @@ class CViewWriter {
 
   void AppendUnit() {
     // Both halves of a pair at once.
-    const bool isPair = m_at + 1 < m_sql.size() && m_sql[m_at] >= 0xD800 && m_sql[m_at] <= 0xDBFF;
+    const bool isPair = m_at + 1 < m_sql.size() && IsHighSurrogate(m_sql[m_at]);
     AppendUtf8(m_sql.substr(m_at, isPair ? 2 : 1), m_text);
     if (isPair) ++m_at;
   }

@@ -4,8 +4,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace tolvane {
+
+// Names of tables, and of the document that is the database itself.
+inline constexpr std::u16string_view kMSysObjects = u"MSysObjects", kMSysAces = u"MSysACEs",
+                                     kMSysQueries = u"MSysQueries", kMSysRelationships = u"MSysRelationships",
+                                     kMSysComplexColumns = u"MSysComplexColumns", kMSysDb = u"MSysDb";
 
 // Column numbers.
 enum EObjectsColumn : uint16_t {
@@ -49,6 +55,15 @@ enum ERelationshipsColumn : uint16_t {
   kRelationshipsReferencedColumn = 7,
 };
 inline constexpr size_t kRelationshipsColumnCount = 8;
+// Bits of kRelationshipsFlags.
+inline constexpr int32_t kRelationUnique = 0x1;  // one-to-one
+inline constexpr int32_t kRelationDontEnforce = 0x2;
+inline constexpr int32_t kRelationInherited = 0x4;
+inline constexpr int32_t kRelationUpdateCascade = 0x100;
+inline constexpr int32_t kRelationDeleteCascade = 0x1000;
+inline constexpr int32_t kRelationNullCascade = 0x2000;  // deleting sets the references to null
+inline constexpr int32_t kRelationLeft = 0x1000000;
+inline constexpr int32_t kRelationRight = 0x2000000;
 
 enum EComplexColumnsColumn : uint16_t {
   kComplexColumnsName = 0,
@@ -91,6 +106,10 @@ inline constexpr int16_t kObjectForm = -32768, kObjectMacro = -32766, kObjectRep
                          kObjectModule = -32761, kObjectUser = -32758, kObjectDocument = -32757;
 // Objects without a definition page are numbered from here.
 inline constexpr uint32_t kFirstObjectId = 0x80000000;
+
+// Rights of accounts: all that there are; what everybody has to tables and to those behind complex columns;
+// what the maker of a table or relationship has.
+inline constexpr uint32_t kFullAccess = 0xFFFFF, kTableAccess = 0xFFEFF, kCreatorAccess = 0xF00FE;
 
 // Built-in accounts, as stored before masking.
 enum class EAccount : uint16_t {

@@ -97,11 +97,11 @@ const SContent kContents[] = {{kObjectsColumns, kObjectsIndexes},
                               {kDecimalValue, {}},
                               {kTextValue, {}},
                               {kFileColumns, {}}};
-constexpr SSystemTable kTables[] = {{u"MSysObjects", kObjectsPage, kSystemObjectFlag},
-                                    {u"MSysACEs", kAcesPage, kSystemObjectFlag},
-                                    {u"MSysQueries", kQueriesPage, kSystemObjectFlag},
-                                    {u"MSysRelationships", kRelationshipsPage, kSystemObjectFlag},
-                                    {u"MSysComplexColumns", kComplexColumnsPage, kSystemObjectFlag},
+constexpr SSystemTable kTables[] = {{kMSysObjects, kObjectsPage, kSystemObjectFlag},
+                                    {kMSysAces, kAcesPage, kSystemObjectFlag},
+                                    {kMSysQueries, kQueriesPage, kSystemObjectFlag},
+                                    {kMSysRelationships, kRelationshipsPage, kSystemObjectFlag},
+                                    {kMSysComplexColumns, kComplexColumnsPage, kSystemObjectFlag},
                                     {u"MSysComplexType_UnsignedByte", kComplexOfBytes, kComplexKindFlags},
                                     {u"MSysComplexType_Short", kComplexOfIntegers, kComplexKindFlags},
                                     {u"MSysComplexType_Long", kComplexOfLongs, kComplexKindFlags},
@@ -120,19 +120,19 @@ constexpr SSystemObject kObjects[] = {
     {kContainerTables, kContainerRoot, u"Tables", kObjectContainer, EAccount::Engine},
     {kContainerDatabases, kContainerRoot, u"Databases", kObjectContainer, EAccount::Engine},
     {kContainerRelationships, kContainerRoot, u"Relationships", kObjectContainer, EAccount::Engine},
-    {kDatabaseObject, kContainerDatabases, u"MSysDb", kObjectDatabase, EAccount::User},
-    {kObjectsPage, kContainerTables, u"MSysObjects", kObjectTable, EAccount::Engine},
-    {kAcesPage, kContainerTables, u"MSysACEs", kObjectTable, EAccount::Engine},
-    {kQueriesPage, kContainerTables, u"MSysQueries", kObjectTable, EAccount::Engine},
-    {kRelationshipsPage, kContainerTables, u"MSysRelationships", kObjectTable, EAccount::Engine}};
+    {kDatabaseObject, kContainerDatabases, kMSysDb, kObjectDatabase, EAccount::User},
+    {kObjectsPage, kContainerTables, kMSysObjects, kObjectTable, EAccount::Engine},
+    {kAcesPage, kContainerTables, kMSysAces, kObjectTable, EAccount::Engine},
+    {kQueriesPage, kContainerTables, kMSysQueries, kObjectTable, EAccount::Engine},
+    {kRelationshipsPage, kContainerTables, kMSysRelationships, kObjectTable, EAccount::Engine}};
 
 constexpr SSystemAce kAces[] = {{kObjectsPage, EAccount::User, 0x60000, false},
                                 {kAcesPage, EAccount::User, 0x60000, false},
                                 {kQueriesPage, EAccount::User, 0x60000, false},
                                 {kRelationshipsPage, EAccount::User, 0xE0000, false},
-                                {kContainerTables, EAccount::Creator, 0xF00FE, true},
+                                {kContainerTables, EAccount::Creator, kCreatorAccess, true},
                                 {kContainerTables, EAccount::User, 0x60001, false},
-                                {kContainerRelationships, EAccount::Creator, 0xF00FE, true},
+                                {kContainerRelationships, EAccount::Creator, kCreatorAccess, true},
                                 {kContainerRelationships, EAccount::User, 0x60001, false},
                                 {kContainerDatabases, EAccount::User, 0x60000, false},
                                 {kDatabaseObject, EAccount::User, 0x6000E, false},
@@ -140,10 +140,10 @@ constexpr SSystemAce kAces[] = {{kObjectsPage, EAccount::User, 0x60000, false},
                                 {kQueriesPage, EAccount::Users, 0x14, false},
                                 {kRelationshipsPage, EAccount::Users, 0x14, false},
                                 {kObjectsPage, EAccount::Users, 0x14, false},
-                                {kContainerTables, EAccount::Users, 0xFFEFF, true},
-                                {kContainerRelationships, EAccount::Users, 0xFFFFF, true}};
+                                {kContainerTables, EAccount::Users, kTableAccess, true},
+                                {kContainerRelationships, EAccount::Users, kFullAccess, true}};
 // In ACE files the default user has more access to the container of tables.
-constexpr SSystemAce kAceTablesAccess{kContainerTables, EAccount::User, 0xFFEFF, true};
+constexpr SSystemAce kAceTablesAccess{kContainerTables, EAccount::User, kTableAccess, true};
 
 constexpr uint32_t kAdministratorsAccess = 0x60014;
 

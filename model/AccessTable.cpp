@@ -50,6 +50,12 @@ CAccessTable* CAccessTableList::FindTable(uint64_t definitionOffset) const {
   return found != m_byOffset.end() ? found->second : nullptr;
 }
 
+CAccessTable* CAccessTableList::FindTable(std::u16string_view name) const {
+  for (const auto& table : m_tables)
+    if (table->name == name) return table.get();
+  return nullptr;
+}
+
 bool CAccessTableList::CreditDataPage(uint64_t dataPageOffset, uint64_t definitionOffset) {
   CAccessTable* const table = FindTable(definitionOffset);
   if (table != nullptr) table->dataPages.Add(dataPageOffset);

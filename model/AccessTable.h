@@ -127,6 +127,8 @@ class CAccessTableList {
   void Clear();
   // The first table with exactly that offset; null when there is none.
   [[nodiscard]] CAccessTable* FindTable(uint64_t definitionOffset) const;
+  // The first table of exactly that name; null when there is none.
+  [[nodiscard]] CAccessTable* FindTable(std::u16string_view name) const;
   // No table with that offset: no action, false.
   bool CreditDataPage(uint64_t dataPageOffset, uint64_t definitionOffset);
   // Destroys the tables whose keep flag is 0; the others keep their order.

@@ -12,9 +12,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr int32_t kTableAttributes = 0x10000;
-constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
-
 void Require(const CDaoResult& result, std::string_view what) {
   if (result.IsOk()) return;
   std::fprintf(stderr, "%.*s: %s\n", static_cast<int>(what.size()), what.data(), ToUtf8(result.text).c_str());
@@ -47,7 +44,7 @@ bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
 }
 
 CSampleBuilder::CSampleBuilder(const std::string& path, int32_t version) : m_engine(MakeEmbeddedEngine()) {
-  Require(m_engine->CreateDatabase(FromNativePath(path), kLocale, version, m_database), path);
+  Require(m_engine->CreateDatabase(FromNativePath(path), kDaoGeneralLocale, version, m_database), path);
 }
 
 CSampleBuilder::~CSampleBuilder() = default;
@@ -55,7 +52,7 @@ CSampleBuilder::~CSampleBuilder() = default;
 void CSampleBuilder::AddTable(const std::string& name, const std::vector<SSampleField>& fields,
                               const std::vector<const char*>& indexed) {
   std::unique_ptr<CDaoTableDef> table;
-  Require(m_database->CreateTableDef(FromUtf8(name), kTableAttributes, {}, {}, table), name);
+  Require(m_database->CreateTableDef(FromUtf8(name), kDaoTableAttributes, {}, {}, table), name);
   for (const SSampleField& field : fields) {
     Require(table->CreateField(FromUtf8(field.name), field.type, field.size, field.attributes), field.name);
     m_types[name].push_back(field.type);

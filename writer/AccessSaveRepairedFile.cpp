@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "format/Layout.h"
+#include "format/SystemObjects.h"
 #include "platform/CodePage.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
@@ -22,9 +23,6 @@
 namespace tolvane {
 
 namespace {
-
-constexpr std::u16string_view kLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
-constexpr std::u16string_view kRelationships = u"MSysRelationships";
 
 bool IsSaved(const CAccessTable& table) {
   return !IsSystemTable(table) && !table.name.empty() && table.columns.GetCount() > 0;
@@ -184,14 +182,14 @@ bool CAccessSaveRepairedFile::SaveStructure() {
 CDaoResult CAccessSaveRepairedFile::CreateDatabase(std::unique_ptr<CDaoDatabase>& database) {
   const std::u16string wanted = m_data->GetRules().keepDatabaseSettings
                                     ? MakeLocale(m_data->source, GetVersion())
-                                    : std::u16string(kLocale);
+                                    : std::u16string(kDaoGeneralLocale);
   CDaoResult result = m_engine.CreateDatabase(m_outputPath, wanted, GetVersion(), database);
   const bool isRefused = result.code == EDaoError::NotSupported || result.code == EDaoError::InvalidArgument;
-  if (!isRefused || wanted == kLocale) return result;
-  result = m_engine.CreateDatabase(m_outputPath, kLocale, GetVersion(), database);
+  if (!isRefused || wanted == kDaoGeneralLocale) return result;
+  result = m_engine.CreateDatabase(m_outputPath, kDaoGeneralLocale, GetVersion(), database);
   if (!result.IsOk()) return result;
   ++m_summary.settingsChanged;
-  Remark(u"The new database sorts texts as General Legacy (" + std::u16string(kLocale.substr(1)) +
+  Remark(u"The new database sorts texts as General Legacy (" + std::u16string(kDaoGeneralLocale.substr(1)) +
          u"), and not as the source does (" + wanted.substr(1) + u")");
   return result;
 }
@@ -289,7 +287,7 @@ bool CAccessSaveRepairedFile::CloseDatabase(CDaoDatabase& database, ESaveStep st
 uint64_t CAccessSaveRepairedFile::CountRecords() const {
   uint64_t count = 0;
   for (const auto& table : m_data->GetTables())
-    if (!IsSystemTable(*table) || table->name == kRelationships) count += table->header.rowCount;
+    if (!IsSystemTable(*table) || table->name == kMSysRelationships) count += table->header.rowCount;
   for (const SSavedTable& saved : m_tables)
     if (saved.owner != SSavedTable::kNoField && saved.rows != ERows::Loose)
       count += saved.table->header.rowCount;

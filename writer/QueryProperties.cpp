@@ -20,7 +20,6 @@
 namespace tolvane {
 namespace {
 
-constexpr std::u16string_view kCatalogue = u"MSysObjects";
 // Ids of objects, and where they occur: an object of another database has ids of its own.
 constexpr std::u16string_view kIdsOfTheirDatabase[] = {u"GUID", u"NameMap"};
 
@@ -66,7 +65,7 @@ bool TakeProperties(const SSourceFacts& source, const Blob& blob, Blob& properti
 void ReadQueryProperties(const CAccessData& data, CTList<CQuery>& queries) {
   const CAccessTable* catalogue = nullptr;
   for (const auto& table : data.GetTables())
-    if (table->name == kCatalogue) catalogue = table.get();
+    if (table->name == kMSysObjects) catalogue = table.get();
   if (catalogue == nullptr || data.GetRules().recordsHoldTexts) return;
   std::unordered_map<uint32_t, CQuery*> byId;
   for (CQuery* query = queries.GetHead(); query != nullptr; query = query->GetNext())

@@ -6,14 +6,13 @@
 #include <tuple>
 #include <utility>
 
+#include "format/SystemObjects.h"
 #include "query/QueryChange.h"
 #include "query/QueryText.h"
 #include "query/SqlSplitter.h"
 
 namespace tolvane {
 namespace {
-
-constexpr std::u16string_view kQueriesTable = u"MSysQueries";
 
 EQueryKind KindByObject(const CQuery& query) {
   return QueryKindOf(static_cast<uint32_t>(ParseQueryNumber(query.type))).value_or(kKindSelect);
@@ -150,9 +149,8 @@ SPreparedQuery PrepareByRows(const CQuery& query, bool areRowsLost) {
 }  // namespace
 
 const CAccessTable* FindQueriesTable(const CAccessData& data) {
-  for (const auto& table : data.GetTables())
-    if (table->name == kQueriesTable) return table->columns.GetCount() > 0 ? table.get() : nullptr;
-  return nullptr;
+  const CAccessTable* const table = data.GetTables().FindTable(kMSysQueries);
+  return table && table->columns.GetCount() > 0 ? table : nullptr;
 }
 
 SQueriesState GetQueriesState(const CAccessData& data, const CTList<CQuery>& queries) {

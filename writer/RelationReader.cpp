@@ -17,12 +17,11 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::u16string_view kRelationsTable = u"MSysRelationships";
 // An index has no more columns, and without one nothing can be enforced.
 constexpr size_t kMostPairs = 10;
-constexpr int32_t kKnownAttributes = kDaoRelationUnique | kDaoRelationDontEnforce | kDaoRelationInherited |
-                                     kDaoRelationUpdateCascade | kDaoRelationDeleteCascade |
-                                     kDaoRelationLeft | kDaoRelationRight;
+constexpr int32_t kKnownAttributes = kRelationUnique | kRelationDontEnforce | kRelationInherited |
+                                     kRelationUpdateCascade | kRelationDeleteCascade | kRelationLeft |
+                                     kRelationRight;
 
 using Cells = std::array<std::u16string, kRelationshipsColumnCount>;
 
@@ -35,7 +34,7 @@ class CRelationRows {
     m_relation.referencedTable = first[kRelationshipsReferencedTable];
     const int64_t bits = LeadingInteger(first[kRelationshipsFlags]);
     m_relation.hasAttributes = !first[kRelationshipsFlags].empty() && (bits & ~int64_t{knownAttributes}) == 0;
-    m_relation.attributes = m_relation.hasAttributes ? static_cast<int32_t>(bits) : kDaoRelationDontEnforce;
+    m_relation.attributes = m_relation.hasAttributes ? static_cast<int32_t>(bits) : kRelationDontEnforce;
   }
 
   void Add(const Cells& row) {
@@ -86,7 +85,7 @@ std::u16string MakeKey(const Cells& row) {
 class CRelationCollector {
  public:
   explicit CRelationCollector(const SRecoveryRules& rules)
-      : m_knownAttributes(kKnownAttributes | (rules.nullCascadeIsUnknown ? 0 : kDaoRelationNullCascade)) {}
+      : m_knownAttributes(kKnownAttributes | (rules.nullCascadeIsUnknown ? 0 : kRelationNullCascade)) {}
   void Add(const Cells& row) {
     if (row[kRelationshipsName].empty() && row[kRelationshipsTable].empty() &&
         row[kRelationshipsReferencedTable].empty())
@@ -108,9 +107,28 @@ class CRelationCollector {
 }  // namespace
 
 const CAccessTable* FindRelationsTable(const CAccessData& data) {
-  for (const auto& table : data.GetTables())
-    if (table->name == kRelationsTable) return table->columns.GetCount() > 0 ? table.get() : nullptr;
-  return nullptr;
+  const CAccessTable* const table = data.GetTables().FindTable(kMSysRelationships);
+  return table && table->columns.GetCount() > 0 ? table : nullptr;
+}
+
+std::u16string SRecoveredRelation::DescribeSide(bool isReferenced) const {
+  std::u16string columns;
+  for (const SRelationPair& pair : pairs)
+    columns += (columns.empty() ? u"" : u", ") + (isReferenced ? pair.referencedColumn : pair.column);
+  return (isReferenced ? referencedTable : table) + u" (" + columns + u")";
+}
+
+std::u16string SRecoveredRelation::DescribeRules() const {
+  constexpr std::pair<int32_t, std::u16string_view> kWords[] = {{kRelationUnique, u"one to one"},
+                                                                {kRelationUpdateCascade, u"updates cascade"},
+                                                                {kRelationDeleteCascade, u"deletes cascade"},
+                                                                {kRelationLeft, u"left join"},
+                                                                {kRelationRight, u"right join"},
+                                                                {kRelationDontEnforce, u"not enforced"}};
+  std::u16string text;
+  for (const auto& [bit, words] : kWords)
+    if ((attributes & bit) != 0) text += (text.empty() ? u"" : u", ") + std::u16string(words);
+  return text;
 }
 
 bool SRecoveredRelation::IsSystem() const {

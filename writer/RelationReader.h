@@ -23,11 +23,15 @@ struct SRecoveredRelation {
   std::u16string name;   // empty where it is lost
   std::u16string table;  // the foreign one, whose records refer to those of the other
   std::u16string referencedTable;
-  int32_t attributes = 0;     // bits of dao.h
+  int32_t attributes = 0;     // kRelationUnique and so on
   bool hasAttributes = true;  // false when they are lost or impossible; they then read as "not enforced"
   std::vector<SRelationPair> pairs;
   std::u16string problem;  // why the relationship is not whole; empty when it is
 
+  // "Orders (Customer)": one side of it and its columns.
+  [[nodiscard]] std::u16string DescribeSide(bool isReferenced) const;
+  // "one to one, updates cascade": its attributes, but for those that every relationship has.
+  [[nodiscard]] std::u16string DescribeRules() const;
   // Between tables that the database engine keeps for itself; those are never saved.
   [[nodiscard]] bool IsSystem() const;
 };

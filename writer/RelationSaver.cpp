@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "format/SystemObjects.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -44,8 +45,8 @@ std::u16string_view FindField(const SSavedTable* table, std::u16string_view colu
 
 // Nothing cascades where nothing is enforced. Answers the reason.
 std::u16string GiveUpEnforcing(CDaoRelationInfo& info, std::u16string_view reason) {
-  info.attributes |= kDaoRelationDontEnforce;
-  info.attributes &= ~(kDaoRelationUpdateCascade | kDaoRelationDeleteCascade | kDaoRelationNullCascade);
+  info.attributes |= kRelationDontEnforce;
+  info.attributes &= ~(kRelationUpdateCascade | kRelationDeleteCascade | kRelationNullCascade);
   return std::u16string(reason);
 }
 
@@ -150,7 +151,7 @@ CDaoResult CRelationSaver::TryCreate(CDaoDatabase& database, CDaoRelationInfo& i
       m_names.Take(info.name);
       const bool isNarrow = result.code == EDaoError::InvalidName && IsSafeName(info.name);
       info.name = m_names.MakeVariation(isNarrow ? NarrowName(wanted) : wanted, u"Relation");
-    } else if ((info.attributes & kDaoRelationDontEnforce) == 0 && IsAboutEnforcing(result.code)) {
+    } else if ((info.attributes & kRelationDontEnforce) == 0 && IsAboutEnforcing(result.code)) {
       weakness = GiveUpEnforcing(info, result.text);
     } else {
       return result;
@@ -162,7 +163,7 @@ CDaoResult CRelationSaver::TryCreate(CDaoDatabase& database, CDaoRelationInfo& i
 
 // False when it is to be enforced, but one of its tables has had its share.
 bool CRelationSaver::MayEnforce(const CDaoRelationInfo& info) {
-  if ((info.attributes & kDaoRelationDontEnforce) != 0) return true;
+  if ((info.attributes & kRelationDontEnforce) != 0) return true;
   if (info.table != info.foreignTable && m_enforced[info.foreignTable]++ >= kMostEnforced) return false;
   return m_enforced[info.table]++ < kMostEnforced;
 }

@@ -8,6 +8,7 @@
 #include "format/Layout.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 
@@ -17,8 +18,7 @@ constexpr size_t kRoomForNumber = 8;
 
 bool IsRefused(char16_t unit) {
   constexpr std::u16string_view kRefused = u".!`[]\"";
-  const bool isSurrogate = unit >= 0xD800 && unit <= 0xDFFF;
-  return unit < u' ' || isSurrogate || kRefused.find(unit) != std::u16string_view::npos;
+  return unit < u' ' || IsSurrogate(unit) || kRefused.find(unit) != std::u16string_view::npos;
 }
 
 bool IsHeld(char16_t unit) {

@@ -13,8 +13,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr int32_t kTableAttributes = 0x10000;
-
 bool IsNameRefusal(EDaoError code) {
   switch (code) {
     case EDaoError::TableExists:
@@ -43,7 +41,8 @@ bool NeedsNarrowName(const CDaoResult& refusal, std::u16string_view name) {
 int32_t AttributesOf(const SSavedTable& saved) {
   const auto& flags = saved.table->catalogueFlags;
   const bool isHidden = flags && (*flags & kHiddenObjectFlag) != 0;
-  return kTableAttributes | (isHidden ? kDaoHiddenObject : 0) | (saved.hasSystemMark ? kDaoSystemObject : 0);
+  return kDaoTableAttributes | (isHidden ? kDaoHiddenObject : 0) |
+         (saved.hasSystemMark ? kDaoSystemObject : 0);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // The parts of a report that list what the file held and what became of it.
 #include "app/report/HtmlReport.h"
-#include "dao/dao.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -117,20 +116,6 @@ void PrintColumns(const SRecoveredRelation& relation, bool isReferenced, CHtml& 
   html.Raw(")</td>");
 }
 
-std::u16string RulesOf(const SRecoveredRelation& relation) {
-  constexpr std::pair<int32_t, std::u16string_view> kWords[] = {
-      {kDaoRelationUnique, u"one to one"},
-      {kDaoRelationUpdateCascade, u"updates cascade"},
-      {kDaoRelationDeleteCascade, u"deletes cascade"},
-      {kDaoRelationLeft, u"left join"},
-      {kDaoRelationRight, u"right join"},
-      {kDaoRelationDontEnforce, u"not enforced"}};
-  std::u16string text;
-  for (const auto& [bit, words] : kWords)
-    if ((relation.attributes & bit) != 0) text += (text.empty() ? u"" : u", ") + std::u16string(words);
-  return text;
-}
-
 }  // namespace
 
 void PrintRelations(const SReport& report, CHtml& html) {
@@ -144,7 +129,7 @@ void PrintRelations(const SReport& report, CHtml& html) {
         .Raw("</th>");
     PrintColumns(relation, false, html);
     PrintColumns(relation, true, html);
-    html.TextCell(RulesOf(relation))
+    html.TextCell(relation.DescribeRules())
         .TextCell(relation.problem.empty() ? u"whole" : relation.problem)
         .Raw("</tr>\n");
   }

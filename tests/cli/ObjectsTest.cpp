@@ -109,7 +109,7 @@ class CObjectsTest : public CSaveTest, public testing::WithParamInterface<int32_
     ExpectOk(table->SetLink({false, u"Other", u"C:\\other.mdb", u""}));
     ExpectOk(table->SetProperties(std::vector{Text(u"Description", u"there")}));
     ExpectOk(table->Append());
-    const int32_t kLoose = kDaoRelationDontEnforce;
+    const int32_t kLoose = kRelationDontEnforce;
     ExpectOk(database->CreateRelation({u"R", u"T", u"File", kLoose, {{u"Id", u"TId"}}}));
     ExpectOk(database->Close());
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "format/SystemObjects.h"
 #include "tests/embedded/DatabaseFixture.h"
 #include "tests/format/KeyBytes.h"
 
@@ -47,13 +48,12 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
   ExpectOk(AddRows(u"Orders", {{u"10", u"3", u"-"}, {u"11", u"1", u"2"}, {u"12", u"1", u"-"}}));
   Reopen();
   ExpectOk(Relate(u"CustomersOrders", u"Orders", u"customers", {u"Id>Customer"},
-                  kDaoRelationUpdateCascade | kDaoRelationDeleteCascade));
-  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {u"Id>Payer"},
-                  kDaoRelationLeft | kDaoRelationUpdateCascade));
+                  kRelationUpdateCascade | kRelationDeleteCascade));
+  ExpectOk(Relate(u"Payers", u"Orders", u"Customers", {u"Id>Payer"}, kRelationLeft | kRelationUpdateCascade));
   Reopen();
   ExpectOk(Relate(u"Bosses", u"Customers", u"Customers", {u"Id>Boss"}));
   EXPECT_EQ(Relate(u"BOSSES", u"Customers", u"Customers", {u"Id>Boss"}).code, EDaoError::RelationExists);
-  ExpectOk(Relate(u"Loose", u"Orders", u"Customers", {u"Boss>Id", u"Id>Payer"}, kDaoRelationDontEnforce));
+  ExpectOk(Relate(u"Loose", u"Orders", u"Customers", {u"Boss>Id", u"Id>Payer"}, kRelationDontEnforce));
   // Rows that come later find their places in the indexes.
   ExpectOk(AddRows(u"Orders", {{u"13", u"2", u"3"}}));
   const uint32_t customers = CloseAndRead(u"Customers").page, orders = Read(u"Orders").page;
@@ -198,7 +198,7 @@ TEST_P(Relations, TheFormatBoundsTheIndexes) {
     ExpectOk(Relate(u"R" + ToDecimal(i), u"Wide", u"Key", {u"Id>F" + ToDecimal(i)}));
   EXPECT_EQ(Relate(u"Last", u"Wide", u"Key", {u"Id>Id"}).code, EDaoError::TooManyIndexes);
   EXPECT_EQ(Relate(u"Other", u"Key", u"Wide", {u"Id>Id"}).code, EDaoError::TooManyIndexes);
-  ExpectOk(Relate(u"Other", u"Key", u"Wide", {u"Id>Id"}, kDaoRelationDontEnforce));
+  ExpectOk(Relate(u"Other", u"Key", u"Wide", {u"Id>Id"}, kRelationDontEnforce));
   CloseAndCheck();
 }
 
