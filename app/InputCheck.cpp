@@ -113,6 +113,12 @@ SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
   if (data && data->GetLedger().GetCount(EDamage::LostTable) > 0)
     return {std::u16string(kNothingFoundHint), path + u": The definitions of all tables are gone.",
             std::u16string(kTakeTemplateAdvice)};
+  if (data && !data->source.otherStarts.empty())
+    return {std::u16string(kNothingFoundHint),
+            path +
+                u": The file holds pages of several databases, and no table of the first one is among those "
+                u"that could be told to be its own.",
+            std::u16string(kOtherCopyAdvice)};
   std::u16string cause = path +
                          u": No page of the file defines a table. It may be no Access database, or "
                          u"overwritten as a whole.";

@@ -94,6 +94,19 @@ int RunTolvane(const std::vector<std::u16string>& words) {
   return static_cast<int>(end.status);
 }
 
+std::u16string_view WhyNothing(CSession& session) {
+  const CAccessData& data = session.GetData();
+  if (data.GetLedger().GetCount(EDamage::LostTable) > 0)
+    return u": the definitions of all tables are gone. If there is a healthy database of the same structure, "
+           u"name it with --template.";
+  if (!data.source.otherStarts.empty())
+    return u": the file holds pages of several databases, and no table of the first one is among those that "
+           u"could be told to be its own. Name the place of another one with --start.";
+  if (session.GetSource().HasPages())
+    return u": pages of an Access database are in the file, but no table of the user's is among them.";
+  return u". It does not look like an Access database, or all of its pages are destroyed.";
+}
+
 std::optional<SFailure> RecoverSomething(CSession& session) {
   if (auto failure = session.Recover()) return failure;
   const CAccessData& data = session.GetData();
@@ -105,14 +118,9 @@ std::optional<SFailure> RecoverSomething(CSession& session) {
                               u"No row of the damaged file fits a table of this template, so nothing "
                               u"could be recovered. Name a healthy database of the same structure, such "
                               u"as a backup or an empty copy, or leave --template out.")};
-  const uint64_t lost = data.GetLedger().GetCount(EDamage::LostTable);
-  const std::u16string_view message =
-      lost > 0
-          ? u"Nothing could be recovered: the definitions of all tables are gone. If there is a healthy "
-            u"database of the same structure, name it with --template."
-          : u"Nothing could be recovered. It does not look like an Access database, or all of its pages are "
-            u"destroyed.";
-  return SFailure{EExitStatus::Nothing, AboutFile(session.GetArguments().source, message)};
+  return SFailure{EExitStatus::Nothing,
+                  AboutFile(session.GetArguments().source,
+                            u"Nothing could be recovered" + std::u16string(WhyNothing(session)))};
 }
 
 void MentionDamage(CSession& session) {

@@ -9,6 +9,7 @@
 #include "engine/DatabaseStart.h"
 #include "engine/PageRuns.h"
 #include "engine/PageShifts.h"
+#include "engine/PageTurns.h"
 #include "format/PageHead.h"
 #include "platform/Text.h"
 
@@ -234,6 +235,21 @@ bool IsHeader(CPageReader& file, uint64_t place, Bytes read) {
   return std::memcmp(read.data(), kHeaderText.data(), kHeaderText.size()) == 0;
 }
 
+// Of a file that holds two databases, of which the one at `start` is wanted: whether their pages lie by
+// turns.
+bool FindTurns(SPageEvidence& evidence, CPageReader& file, uint64_t start, const CJobContext* job) {
+  const uint32_t pageSize = evidence.layout->pageSize;
+  const bool isSecond = start != 0 && HasHeader(file, 0) && HasCatalogue(file, 0);
+  if (isSecond ? !evidence.otherStarts.empty() : evidence.otherStarts.size() != 1) return false;
+  const uint64_t first = isSecond ? 0 : start, second = isSecond ? start : evidence.otherStarts.front();
+  if ((second - first) % pageSize != 0) return false;
+  evidence.stretches = FindTurns(file, *evidence.layout, first, second, start, job);
+  for (size_t i = 1; i < evidence.stretches.size(); i++)
+    evidence.movedPages += evidence.stretches[i].length / pageSize;
+  if (!evidence.stretches.empty()) evidence.notes.clear();
+  return !evidence.stretches.empty();
+}
+
 // Databases one behind the other, page by page in step, look like one.
 SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start, const CSearchWatch& watch,
                          const CJobContext* job, const SRecoveryRules* noting) {
@@ -254,6 +270,7 @@ SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t star
         evidence.notes.push_back(NotePage(page.first(layout.pageSize), number, true, layout, *noting));
     }
   }
+  if (FindTurns(evidence, file, start, job)) return evidence;
   if (!evidence.otherStarts.empty()) end = evidence.otherStarts.front();
   evidence.stretches.push_back({.page = 0, .place = start, .length = end - start});
   FindShifts(evidence, file, job);
@@ -302,23 +319,25 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
   std::erase_if(marks, [&](uint64_t mark) { return watch.IsStopped() || !HasCatalogue(file, mark); });
   const size_t front = found.heads[0].size() > found.heads[1].size() ? 0 : 1;
   SRange range = ChooseRange(marks, found.heads[front], wantedStart, length);
+  const bool hasHeader = HasHeader(file, range.start);
+  SPageEvidence evidence{
+      .layout = kLayouts[front], .stretches = {}, .otherStarts = std::move(range.otherStarts), .notes = {}};
+  if (hasHeader && FindTurns(evidence, file, range.start, job)) return evidence;
   for (PageHeads& heads : found.heads)
     std::erase_if(heads,
                   [&](const SPageHead& head) { return head.place < range.start || head.place >= range.end; });
   const size_t best = found.heads[0].size() > found.heads[1].size() ? 0 : 1;
   const PageHeads& heads = found.heads[best];
   // Noise, as encoded pages are, proves nothing beside a header.
-  const bool hasHeader = HasHeader(file, range.start);
   if (heads.empty() || (hasHeader && heads.size() < size_t{kPagesOfADatabase})) return {};
 
   const SLayout& layout = *kLayouts[best];
+  evidence.layout = &layout;
   const auto runs = FindRuns(heads, layout.pageSize, range.end);
   const uint64_t start =
       FirstPlace(found.marks, heads[runs.front().first].place, layout.pageSize, range.start);
   const auto numbers = PlaceRuns(heads, runs, layout.pageSize, start, HasHeader(file, start), job);
   if (watch.IsStopped()) return {};
-  SPageEvidence evidence{
-      .layout = &layout, .stretches = {}, .otherStarts = std::move(range.otherStarts), .notes = {}};
   uint64_t previousEnd = start;
   uint64_t previousNumber = 0;
   for (size_t i = 0; i < runs.size(); i++) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <functional>
 #include <limits>
 #include <set>
 #include <span>
@@ -11,16 +10,12 @@
 #include <unordered_map>
 #include <utility>
 
-#include "format/IndexPage.h"
+#include "engine/PageReferences.h"
 #include "format/PageHead.h"
-#include "format/PageSlots.h"
-#include "format/SystemObjects.h"
 
 namespace tolvane {
 
 namespace {
-
-using Page = std::span<const uint8_t>;
 
 // Pages lost or put in together, either way; fewer in the largest files, so that what is kept of the ways to
 // each page stays within so many bytes.
@@ -39,71 +34,15 @@ constexpr int32_t kMatch = 64, kMismatch = 32, kOpen = 160, kEach = 1, kBlank = 
 constexpr uint32_t kLeastVotes = 2;
 constexpr int32_t kNever = std::numeric_limits<int32_t>::min() / 2;
 
-// Type of an object, behind its number and its parent's, in a row of the catalogue.
-constexpr size_t kCatalogueType = 8;
-
-enum class EKind : uint8_t { Unknown, Blank, Definition, Rows, Index, Maps };
-
-// What a page is, or what others take it for.
-struct SIdentity {
-  EKind kind = EKind::Unknown;
-  uint32_t owner = 0;  // of rows and indexes
-  bool operator==(const SIdentity&) const = default;
-};
-
-SIdentity IdentityOf(Page page, const SLayout& layout) {
-  if (IsBlankPage(page)) return {EKind::Blank};
-  // The rows of a dropped table still name its definition.
-  if (IsPageOf(page, kPageDefinition) || IsPageOf(page, kPageDroppedDefinition)) return {EKind::Definition};
-  if (!IsSoundPage(page, layout)) return {};
-  const uint32_t owner = OwnerOf(page);
-  if (page[0] == kPageIndexNode || page[0] == kPageIndexLeaf) return {EKind::Index, owner};
-  if (owner == kOwnerMaps) return {EKind::Maps};
-  return owner == kOwnerLongValues || owner == kOwnerGlobalMaps ? SIdentity{} : SIdentity{EKind::Rows, owner};
-}
-
-// Hands over the numbers that the page, whose identity is given, has for other pages, with what these are.
-template <class F>
-void ForEachReference(Page page, const SIdentity& is, const SLayout& layout, const F& take) {
-  const auto takeWord = [&](size_t at, SIdentity other) {
-    if (const uint32_t number = GetLittle<uint32_t>(page, at); number != 0) take(number, other);
-  };
-  if (is.kind == EKind::Definition) {
-    const auto map = SRowPointer::FromWord(GetLittle<uint32_t>(page, layout.definition.ownedMap));
-    if (IsFirstOfDefinition(page, layout) && map.page > kGlobalMapPage)
-      take(map.page, SIdentity{EKind::Maps});
-  }
-  if (is.kind == EKind::Rows || is.kind == EKind::Index) take(is.owner, SIdentity{EKind::Definition});
-  if (is.kind == EKind::Index) {
-    takeWord(layout.index.previous, is);
-    takeWord(layout.index.next, is);
-    takeWord(layout.index.tail, is);
-    uint32_t before = 0;
-    if (page[0] == kPageIndexLeaf)
-      ForEachIndexEntry(page, layout.index, [&](SRowPointer row) {
-        if (row.page != before) take(row.page, SIdentity{EKind::Rows, is.owner});
-        before = row.page;
-      });
-  }
-  if (is == SIdentity{EKind::Rows, kObjectsPage} && AreSlotsSound(page, layout))
-    ForEachLiveSlot(page, layout, [&](uint32_t slot, uint16_t word) {
-      const auto row = FindRow(page, layout, slot, kSlotStart);
-      const size_t type = layout.row.countSize + kCatalogueType;
-      if ((word & kSlotPointer) == 0 && row && row->size() >= type + sizeof(uint16_t) &&
-          GetLittle<uint16_t>(*row, type) == kObjectTable)
-        take(GetLittle<uint32_t>(*row, layout.row.countSize), SIdentity{EKind::Definition});
-    });
-}
-
 // What others take the page of a number for: of two opinions the ones that most have.
 struct SOpinion {
-  SIdentity is;
+  SPageIdentity is;
   uint32_t votes = 0;
   uint32_t firstPlace = 0, lastPlace = 0;  // of those who have it
 };
 using Opinions = std::array<SOpinion, 2>;
 
-void AddVote(Opinions& opinions, const SIdentity& is, uint32_t place) {
+void AddVote(Opinions& opinions, const SPageIdentity& is, uint32_t place) {
   for (SOpinion& opinion : opinions) {
     if (opinion.votes != 0 && opinion.is != is) continue;
     if (opinion.votes == 0) opinion = {is, 0, place, place};
@@ -114,7 +53,7 @@ void AddVote(Opinions& opinions, const SIdentity& is, uint32_t place) {
   opinions.back().votes--;
 }
 
-const SOpinion* FindOpinion(const Opinions& opinions, const SIdentity& is) {
+const SOpinion* FindOpinion(const Opinions& opinions, const SPageIdentity& is) {
   for (const SOpinion& opinion : opinions)
     if (opinion.votes != 0 && opinion.is == is) return &opinion;
   return nullptr;
@@ -139,13 +78,14 @@ class CShiftFinder {
       if (!Read(place, m_page)) continue;
       bool isLost = false;
       size_t left = 2;  // a page of rows has one, and leaves are much alike
-      ForEachReference(m_page, IdentityOf(m_page, m_layout), m_layout, [&](uint32_t number, SIdentity is) {
-        if (left == 0 || !asked.insert(number).second) return;
-        left--;
-        if (Read(number, m_other) && IdentityOf(m_other, m_layout) == is) return;
-        wrong++;
-        isLost = isLost || is.kind == EKind::Definition;
-      });
+      ForEachReference(m_page, IdentityOf(m_page, m_layout), m_layout,
+                       [&](uint32_t number, const SPageIdentity& is) {
+                         if (left == 0 || !asked.insert(number).second) return;
+                         left--;
+                         if (Read(number, m_other) && IdentityOf(m_other, m_layout) == is) return;
+                         wrong++;
+                         isLost = isLost || is.kind == EPageNature::Definition;
+                       });
       if (isLost) return true;
     }
     return wrong * kSuspectOf > asked.size();
@@ -158,11 +98,11 @@ class CShiftFinder {
     for (size_t place = 1; place < m_count; place++) {
       if (IsStopped()) return {};
       if (!Read(place, m_page)) continue;
-      m_pages[place] = isRepeated[place] ? SIdentity{EKind::Blank} : IdentityOf(m_page, m_layout);
+      m_pages[place] = isRepeated[place] ? SPageIdentity{EPageNature::Blank} : IdentityOf(m_page, m_layout);
       if (isRepeated[place]) continue;
-      if (m_firstCatalogue == 0 && m_pages[place] == SIdentity{EKind::Rows, kObjectsPage})
+      if (m_firstCatalogue == 0 && m_pages[place] == SPageIdentity{EPageNature::Rows, kObjectsPage})
         m_firstCatalogue = place;
-      ForEachReference(m_page, m_pages[place], m_layout, [&](uint32_t number, const SIdentity& is) {
+      ForEachReference(m_page, m_pages[place], m_layout, [&](uint32_t number, const SPageIdentity& is) {
         if (number < m_opinions.size()) AddVote(m_opinions[number], is, static_cast<uint32_t>(place));
       });
     }
@@ -213,12 +153,12 @@ class CShiftFinder {
   [[nodiscard]] int32_t ScoreOf(size_t place, size_t shift) const {
     const int64_t number = NumberOf(place, shift);
     if (number <= 0) return kNever;
-    const SIdentity& is = m_pages[place];
-    if (is.kind == EKind::Blank) return -kBlank;
-    if (is.kind == EKind::Unknown) return 0;
+    const SPageIdentity& is = m_pages[place];
+    if (is.kind == EPageNature::Blank) return -kBlank;
+    if (is.kind == EPageNature::Unknown) return 0;
     const Opinions& opinions = m_opinions[static_cast<size_t>(number)];
     if (const SOpinion* const opinion = FindOpinion(opinions, is))
-      return is.kind == EKind::Definition && opinion->votes > 1 ? 3 * kMatch : kMatch;
+      return is.kind == EPageNature::Definition && opinion->votes > 1 ? 3 * kMatch : kMatch;
     return opinions[0].votes + opinions[1].votes == 0 ? 0 : -kMismatch;
   }
 
@@ -356,9 +296,9 @@ class CShiftFinder {
   size_t m_most;  // pages lost or put in together
   const CJobContext* m_job;
   std::vector<uint8_t> m_page, m_other;
-  std::vector<SIdentity> m_pages;    // by place
-  std::vector<Opinions> m_opinions;  // by number
-  size_t m_firstCatalogue = 0;       // place of its first page; 0: none
+  std::vector<SPageIdentity> m_pages;  // by place
+  std::vector<Opinions> m_opinions;    // by number
+  size_t m_firstCatalogue = 0;         // place of its first page; 0: none
 };
 
 }  // namespace

@@ -1,4 +1,6 @@
 // Files as the exact rules read them: pages, not one byte, decide, and a row is held against its definition.
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <optional>
 #include <span>
@@ -191,6 +193,43 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   joined.insert(joined.end(), tail.begin() + static_cast<ptrdiff_t>(foreign.OffsetOf(25)), tail.end());
   EXPECT_EQ(Repair(joined), kRows);
   EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
+}
+
+// Each of the two is read with its own rows, whichever is the longer one, and neither from a file that holds
+// one behind the other.
+TEST_P(ExactRules, DatabasesWhosePagesLieByTurnsAreToldApart) {
+  const auto build = [&](uint32_t pages, uint32_t rowPages) {
+    CDatabaseBuilder one(layout);
+    one.AddCatalogueRow(pages, u"People", 1);
+    while (one.GetPageCount() < pages) one.AddPage();
+    const uint32_t people = one.AddTable(SmallTable());
+    for (uint32_t page = 0; page < rowPages; page++) one.AddDataPage(people, RowsOfPage(page));
+    return one.Build();
+  };
+  const Bytes first = build(17, 2), second = build(9, 1);
+  for (const bool isSwapped : {false, true}) {
+    const std::array<std::span<const uint8_t>, 2> parts{isSwapped ? second : first,
+                                                        isSwapped ? first : second};
+    const size_t turn = 4 * layout.pageSize;
+    Bytes mixed;
+    for (size_t at = 0; at < first.size(); at += turn)
+      for (const auto part : parts) {
+        const auto piece = part.subspan(std::min(at, part.size()));
+        mixed.insert(mixed.end(), piece.begin(),
+                     piece.begin() + static_cast<ptrdiff_t>(std::min(turn, piece.size())));
+      }
+    EXPECT_EQ(Repair(mixed), isSwapped ? kRows / 2 : kRows);
+    EXPECT_EQ(Lost(EDamage::OtherDatabase), 1u);
+    EXPECT_EQ(Lost(EDamage::MovedPages) + turn / layout.pageSize, parts[0].size() / layout.pageSize);
+    const CTempFile both(mixed);
+    CSource other(kExactRules, turn);
+    ASSERT_TRUE(other.Open(both.GetPath()));
+    EXPECT_EQ(other.GetFacts().pageCount, parts[1].size() / layout.pageSize);
+    Bytes joined(parts[0].begin(), parts[0].end());
+    joined.insert(joined.end(), parts[1].begin(), parts[1].end());
+    EXPECT_EQ(Repair(joined), isSwapped ? kRows / 2 : kRows);
+    EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
+  }
 }
 
 // Its pages still name it, and the page in front of it continues a definition.
