@@ -10,13 +10,48 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
+// Columns whose fields are to hold each number below a limit once: where one holds a number that cannot be,
+// the one that is missing was there.
+void MendNumbers(std::span<uint8_t> definition, const std::vector<size_t>& fields, uint32_t limit) {
+  if (fields.size() != limit) return;
+  std::vector<bool> isTaken(limit);
+  std::vector<size_t> wrong;
+  for (const size_t field : fields) {
+    const uint32_t number = GetLittle<uint16_t>(definition, field);
+    if (number < limit && !isTaken[number])
+      isTaken[number] = true;
+    else
+      wrong.push_back(field);
+  }
+  if (wrong.size() != 1 || GetLittle<uint16_t>(definition, wrong[0]) < limit) return;
+  const auto missing = std::ranges::find(isTaken, false) - isTaken.begin();
+  PutLittle(definition, wrong[0], static_cast<uint16_t>(missing));
+}
+
+// Of a table that has lost no column the numbers and the places among the values are all there.
+std::vector<uint8_t> MendColumns(Bytes definition, const SLayout& layout, const SColumnBlock& columns) {
+  std::vector<uint8_t> bytes(definition.begin(), definition.end());
+  const SColumnLayout& field = layout.column;
+  std::vector<size_t> numbers, places;
+  for (uint32_t i = 0; i < columns.columnCount; i++) {
+    const size_t column = columns.start + size_t{field.size} * i;
+    if (!IsColumn(definition, layout, column)) return bytes;
+    numbers.push_back(column + field.number);
+    if ((bytes[column + field.flags] & kColumnFixed) == 0) places.push_back(column + field.variableIndex);
+  }
+  const SDefinitionLayout& at = layout.definition;
+  MendNumbers(bytes, numbers, GetLittle<uint16_t>(bytes, at.columnsEver));
+  MendNumbers(bytes, places, GetLittle<uint16_t>(bytes, at.variableEver));
+  return bytes;
+}
+
 class CMender {
  public:
   CMender(Bytes definition, const SLayout& layout, const SColumnBlock& columns)
-      : m_bytes(definition),
-        m_view(definition),
+      : m_bytes(MendColumns(definition, layout, columns)),
+        m_view(m_bytes),
         m_layout(layout),
-        m_names(definition, layout),
+        m_names(m_bytes, layout),
         m_columns(columns) {
     ChooseColumnCount();
     m_from = m_columns.EndIn(layout);
@@ -124,7 +159,7 @@ class CMender {
     PutLittle(bytes, at.variableEver, static_cast<uint16_t>(variable));
   }
 
-  Bytes m_bytes;
+  const std::vector<uint8_t> m_bytes;
   CByteView m_view;
   const SLayout& m_layout;
   CNameWalk m_names;

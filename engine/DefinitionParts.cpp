@@ -270,8 +270,10 @@ bool IsWholeDefinition(Bytes definition, const SLayout& layout) {
       !DecodeDefinition(layout, definition, judgeName, judge, read))
     return false;
   return isSound && !read.columns.empty() && read.realIndexes.size() <= read.logicalIndexes.size() &&
-         std::all_of(read.columns.begin(), read.columns.end(),
-                     [&](const auto& column) { return column.number < read.columnsEver; });
+         std::ranges::all_of(read.columns, [&](const auto& column) {
+           const bool isFixed = (column.flags & kColumnFixed) != 0;
+           return column.number < read.columnsEver && (isFixed || column.variableIndex < read.variableEver);
+         });
 }
 
 EFirstPage JudgeFirstPage(Bytes page, const SLayout& layout) {

@@ -100,6 +100,8 @@ TEST_P(MendedDefinition, IsWhatItWas) {
       {"logical indexes", at.logicalCount, Hex("FFFFFFFF")},
       {"length", at.length, Hex("01000000")},
       {"next page", kDefinitionNext, Little(2, 4)},
+      {"a column's number", names - layout.column.size + layout.column.number, Hex("0102")},
+      {"a column's place", names - layout.column.size + layout.column.variableIndex, Hex("0102")},
       {"a name's length", names, Hex("F1")},
       {"all names", names, Bytes(2 * nameBytes + 2, 0x07)},
   };
