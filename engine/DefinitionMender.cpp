@@ -28,14 +28,15 @@ void MendNumbers(std::span<uint8_t> definition, const std::vector<size_t>& field
   PutLittle(definition, wrong[0], static_cast<uint16_t>(missing));
 }
 
-// Of a table that has lost no column the numbers and the places among the values are all there.
+// Of a table that has lost no column the numbers and the places among the values are all there, also where
+// columns have other damage.
 std::vector<uint8_t> MendColumns(Bytes definition, const SLayout& layout, const SColumnBlock& columns) {
   std::vector<uint8_t> bytes(definition.begin(), definition.end());
   const SColumnLayout& field = layout.column;
   std::vector<size_t> numbers, places;
+  if (columns.EndIn(layout) > bytes.size()) return bytes;
   for (uint32_t i = 0; i < columns.columnCount; i++) {
     const size_t column = columns.start + size_t{field.size} * i;
-    if (!IsColumn(definition, layout, column)) return bytes;
     numbers.push_back(column + field.number);
     if ((bytes[column + field.flags] & kColumnFixed) == 0) places.push_back(column + field.variableIndex);
   }
