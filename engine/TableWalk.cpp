@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "engine/DataReader.h"
+#include "engine/RowLearning.h"
 #include "format/PageHead.h"
 #include "model/FlatTable.h"
 #include "platform/FileCust.h"
@@ -17,18 +18,8 @@ namespace {
 // size for every slot; this many times the page size is let through.
 constexpr size_t kPageYield = 8;
 
-// Pages of a table that are looked at to learn what its rows are like.
-constexpr size_t kPagesLearned = 64, kUnsoundPagesLearned = 16;
-
 // Pages of a table whose rows are kept whoever wants them.
 constexpr size_t kPagesAlwaysKept = 1024;
-
-size_t CountBytes(std::span<const SPageRow> rows) {
-  size_t bytes = 0;
-  for (const SPageRow& row : rows) bytes += row.end - row.start;
-  return bytes;
-}
-
 }  // namespace
 
 CTableWalk::CTableWalk(CSource& source, const SRecoveryRules& rules, CJobContext& job, CAccessData& data,
@@ -76,7 +67,7 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   std::fill(m_page.begin(), m_page.end(), uint8_t{0});
   m_fields.SetTable(table, m_data.source.codePage);
   table.promisedRows = table.header.rowCount;
-  LearnRows();
+  PrepareProfile();
 
   bool isRunning = true, isStored = true;
   try {
@@ -93,7 +84,8 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
     CloseQuietly();
   }
   m_objectFile.Close();
-  table.header.rowCount = isStored ? m_rows : KeepWholeRows();
+  if (!isStored) table.SetRecords(KeepWholeRows(m_dataFile.GetPart(), table.columns.GetCount(), m_rows));
+  table.header.rowCount = m_rows;
   if (m_entries && isRunning && isStored) m_witness->Hear(m_data, table, *m_profile, *m_entries, m_entrySum);
   return isRunning;
 }
@@ -259,8 +251,7 @@ bool CTableWalk::CutPage() {
   return true;
 }
 
-// Some pages, spread over all of the table's, tell what its rows look like.
-void CTableWalk::LearnRows() {
+void CTableWalk::PrepareProfile() {
   m_profile.reset();
   m_entries.reset();
   m_entrySum = 0;
@@ -269,33 +260,13 @@ void CTableWalk::LearnRows() {
   if (m_entries && m_entries->GetIndexes().empty()) m_entries.reset();
   if (m_entries) m_witness->Begin(*m_table, *m_entries);
   m_profile.emplace(*m_table, m_layout, m_fields.GetShape());
-  const size_t count = m_table->dataPages.GetCount();
-  const size_t step = count / kPagesLearned + 1;
-  for (auto page = m_table->dataPages.begin(); page < m_table->dataPages.end();) {
-    if (m_reader.ReadPage(*page, m_page)) LearnPage();
-    page += std::min<ptrdiff_t>(static_cast<ptrdiff_t>(step), m_table->dataPages.end() - page);
-  }
-  m_profile->Conclude();
+  LearnRows(m_reader, *m_table, m_layout, *m_profile);
   m_leftovers.clear();
   const uint32_t numbers = m_fields.GetShape().columnsEver;
   // Whoever overwrote the counts took no column away.
   for (uint32_t number = 0; number < numbers && !m_table->hasMendedCounts; number++)
     if (m_table->columns.FindByNumber(static_cast<uint16_t>(number)) == nullptr)
       m_leftovers.push_back(number);
-}
-
-void CTableWalk::LearnPage() {
-  const Bytes page = m_page;
-  const uint32_t count = std::min<uint32_t>(CDataReader::ReadUInt16(&page[m_layout.data.slotCount]),
-                                            m_layout.data.MaximumSlots(m_layout.pageSize));
-  size_t end = page.size();
-  for (uint32_t slot = 0; slot < count; slot++) {
-    const uint16_t word = *ReadSlot(page, m_layout, slot);
-    const size_t start = word & m_rules.rowStartMask;
-    const auto row = RowBetween(page, m_layout, slot, start, end);
-    if (row && (word & (kSlotHidden | kSlotPointer)) == 0) m_profile->Learn(m_frame, *row);
-    end = start;
-  }
 }
 
 bool CTableWalk::CutExactPage() {
@@ -370,31 +341,9 @@ bool CTableWalk::AdoptPages() {
   return true;
 }
 
-// Where no sound page tells what the table's rows look like, some of the others do: their rows may have been
-// stored when the table had fewer columns.
-void CTableWalk::LearnUnsoundPages() {
-  if (m_unsoundPages.empty() || m_profile->IsConfirmed()) return;
-  const auto find = [this](uint64_t offset) {
-    return m_reader.ReadPage(offset, m_page) ? FindRows(m_page, m_layout, *m_profile, m_frame)
-                                             : std::vector<SPageRow>();
-  };
-  const std::span pages(m_unsoundPages.data(), std::min(m_unsoundPages.size(), kUnsoundPagesLearned));
-  std::vector<std::vector<SPageRow>> usual;
-  for (const uint64_t offset : pages) usual.push_back(find(offset));
-  m_profile->AllowAnyCount();
-  for (size_t i = 0; i < pages.size(); i++) {
-    std::vector<SPageRow> rows = find(pages[i]);
-    // Rows of few columns are found by chance, but those leave most of the page over.
-    if (CountBytes(rows) <= CountBytes(usual[i])) rows = std::move(usual[i]);
-    for (const SPageRow& row : rows)
-      m_profile->Learn(m_frame, Bytes(m_page).subspan(row.start, row.end - row.start));
-  }
-  m_profile->Conclude();
-}
-
 // Last, when the bodies of moved rows that were read through a pointer are known. False: the run was stopped.
 bool CTableWalk::RebuildPages() {
-  LearnUnsoundPages();
+  LearnRowsWithoutSlots(m_reader, m_unsoundPages, m_layout, *m_profile);
   for (const uint64_t offset : m_unsoundPages) {
     if (!m_job.repairing.IsRunning()) return false;
     m_offset = offset;
@@ -494,25 +443,6 @@ void CTableWalk::GiveUp(std::u16string_view reason) {
   line += u" could not be stored: ";
   line += reason;
   m_job.log.Append(line);
-}
-
-// Of a table whose last rows had no room. The row that the end of its records cuts short is left out: in part
-// it would be a row that the damaged file does not hold.
-uint32_t CTableWalk::KeepWholeRows() const {
-  SFilePart records = m_dataFile.GetPart();
-  records.length = 0;
-  uint32_t count = 0;
-  CTableRowReader rows(m_table->columns.GetCount());
-  if (rows.Open(m_dataFile.GetPart())) {
-    while (rows.BeginRow()) {
-      for (uint32_t bytes = 0; rows.BeginRecord(bytes);) rows.GetStream().Skip(bytes);
-      if (rows.IsIncomplete()) break;
-      ++count;
-      records.length = rows.GetStream().GetPosition();
-    }
-  }
-  m_table->SetRecords(std::move(records));
-  return count;
 }
 
 void CTableWalk::CloseQuietly() {

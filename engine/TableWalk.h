@@ -59,9 +59,7 @@ class CTableWalk {
   void TakePage(const SDecodedPage& page, const SDecodedPage& before, SDecodedBatch& batch);
   bool CutPage();
   // The same by the rules that hold rows against their definition.
-  void LearnRows();
-  void LearnPage();
-  void LearnUnsoundPages();
+  void PrepareProfile();
   bool CutExactPage();
   void CutContestedRows(const std::vector<SPageRow>& contested);
   bool RebuildPages();
@@ -75,7 +73,6 @@ class CTableWalk {
   void Count(EDamage kind, int64_t slot, const char* reason = nullptr,
              std::optional<size_t> column = std::nullopt);
   void GiveUp(std::u16string_view reason);
-  [[nodiscard]] uint32_t KeepWholeRows() const;
   void CloseQuietly();
 
   const SLayout& m_layout;

@@ -51,4 +51,18 @@ void CTableRowReader::PassRow() {
   for (uint32_t count = 0; BeginRecord(count);) m_stream.Skip(count);
 }
 
+SFilePart KeepWholeRows(SFilePart part, size_t columnCount, uint32_t& rows) {
+  rows = 0;
+  CTableRowReader reader(columnCount);
+  const bool isOpen = reader.Open(part);
+  part.length = 0;
+  while (isOpen && reader.BeginRow()) {
+    for (uint32_t bytes = 0; reader.BeginRecord(bytes);) reader.GetStream().Skip(bytes);
+    if (reader.IsIncomplete()) break;
+    rows++;
+    part.length = reader.GetStream().GetPosition();
+  }
+  return part;
+}
+
 }  // namespace tolvane

@@ -42,4 +42,7 @@ class CTableRowReader {
   bool m_isIncomplete = false;
 };
 
+// The part's rows without the one that its end cuts short, and their number.
+SFilePart KeepWholeRows(SFilePart part, size_t columnCount, uint32_t& rows);
+
 }  // namespace tolvane
