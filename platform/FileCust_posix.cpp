@@ -10,8 +10,8 @@
 
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
+#include "platform/OverlappedLedger.h"
 #include "platform/Text.h"
-#include "platform/WriteWorker_posix.h"
 
 namespace tolvane {
 
@@ -30,10 +30,12 @@ bool RunCompletions(uint32_t) {
 
 struct CFileCust::SHandle {
   int descriptor = -1;
-  std::shared_ptr<uint32_t> pending = std::make_shared<uint32_t>(0);
 };
 
 namespace {
+
+// Bytes in one call; the kernel's own limit is just below 2 GiB.
+constexpr size_t kMaxTransfer = size_t{1} << 30;
 
 int OpenFlags(EFileAccess access, EFileCreation creation) {
   int flags = O_CLOEXEC | O_NOCTTY;
@@ -80,6 +82,39 @@ int OpenDescriptor(const std::string& path, int flags) {
   return -1;
 }
 
+struct STransfer {
+  size_t count = 0;
+  uint32_t error = kNoSystemError;
+};
+
+// Calls of the system, each given what is done and how much may follow, until all is done or one does
+// nothing.
+template <class F>
+STransfer TransferAll(size_t size, F call) {
+  STransfer total;
+  while (total.count < size) {
+    const ssize_t n = call(total.count, std::min(size - total.count, kMaxTransfer));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) total.error = static_cast<uint32_t>(errno);
+    if (n <= 0) break;
+    total.count += static_cast<size_t>(n);
+  }
+  return total;
+}
+
+// 0 or the system's error.
+template <class F>
+uint32_t WriteAll(size_t size, F call) {
+  const STransfer done = TransferAll(size, call);
+  return done.error == kNoSystemError && done.count < size ? kWriteFaultError : done.error;
+}
+
+uint32_t WriteAllAt(int descriptor, std::span<const uint8_t> bytes, uint64_t offset) {
+  return WriteAll(bytes.size(), [&](size_t done, size_t count) {
+    return pwrite(descriptor, bytes.data() + done, count, static_cast<off_t>(offset + done));
+  });
+}
+
 // Offsets of the system are signed.
 bool IsOffset(uint64_t offset) {
   return offset <= static_cast<uint64_t>(std::numeric_limits<off_t>::max());
@@ -113,7 +148,6 @@ bool CFileCust::Open(std::u16string_view path, EFileAccess access, EFileShare, E
 
 void CFileCust::Close() {
   if (!m_handle) return;
-  COverlappedLedger::Instance().WaitForFile(*m_handle->pending, std::numeric_limits<uint32_t>::max());
   // Never again after EINTR: the descriptor is gone by then and may belong to another thread.
   if (close(m_handle->descriptor) != 0) m_lastError = static_cast<uint32_t>(errno);
   m_handle.reset();
@@ -158,32 +192,23 @@ bool CFileCust::SetPosition(uint64_t position) {
 }
 
 size_t CFileCust::Read(std::span<uint8_t> buffer, CErrorHandler& handler) {
-  size_t done = 0;
-  while (done < buffer.size()) {
-    const size_t count = std::min(buffer.size() - done, kMaxTransfer);
-    const ssize_t n = m_handle ? read(m_handle->descriptor, buffer.data() + done, count) : -1;
-    if (n < 0 && m_handle && errno == EINTR) continue;
-    if (n < 0) Report(static_cast<uint32_t>(m_handle ? errno : EBADF), handler);
-    if (n <= 0) break;
-    done += static_cast<size_t>(n);
-  }
-  return done;
+  const STransfer done =
+      !m_handle ? STransfer{0, EBADF} : TransferAll(buffer.size(), [&](size_t at, size_t count) {
+        return read(m_handle->descriptor, buffer.data() + at, count);
+      });
+  if (done.error != kNoSystemError) Report(done.error, handler);
+  return done.count;
 }
 
 size_t CFileCust::ReadAt(uint64_t offset, std::span<uint8_t> buffer, CErrorHandler& handler) {
-  size_t done = 0;
-  while (done < buffer.size()) {
-    const size_t count = std::min(buffer.size() - done, kMaxTransfer);
-    const bool isPossible = m_handle && IsOffset(offset + done);
-    const ssize_t n = isPossible ? pread(m_handle->descriptor, buffer.data() + done, count,
-                                         static_cast<off_t>(offset + done))
-                                 : -1;
-    if (n < 0 && isPossible && errno == EINTR) continue;
-    if (n < 0) Report(static_cast<uint32_t>(isPossible ? errno : m_handle ? EINVAL : EBADF), handler);
-    if (n <= 0) break;
-    done += static_cast<size_t>(n);
-  }
-  return done;
+  const STransfer done =
+      !m_handle || !IsOffset(offset)
+          ? STransfer{0, static_cast<uint32_t>(m_handle ? EINVAL : EBADF)}
+          : TransferAll(buffer.size(), [&](size_t at, size_t count) {
+              return pread(m_handle->descriptor, buffer.data() + at, count, static_cast<off_t>(offset + at));
+            });
+  if (done.error != kNoSystemError) Report(done.error, handler);
+  return done.count;
 }
 
 bool CFileCust::Truncate(uint64_t length) {
@@ -213,29 +238,27 @@ bool CFileCust::Flush() {
 
 void CFileCust::Write(std::span<const uint8_t> bytes) {
   if (!m_handle) Throw(EBADF);
-  for (size_t done = 0; done < bytes.size();) {
-    const size_t count = std::min(bytes.size() - done, kMaxTransfer);
-    const ssize_t n = write(m_handle->descriptor, bytes.data() + done, count);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) Throw(static_cast<uint32_t>(errno));
-    if (n == 0) Throw(kWriteFaultError);
-    done += static_cast<size_t>(n);
-  }
+  const uint32_t error = WriteAll(bytes.size(), [&](size_t done, size_t count) {
+    return write(m_handle->descriptor, bytes.data() + done, count);
+  });
+  if (error != kNoSystemError) Throw(error);
 }
 
 void CFileCust::WriteAt(uint64_t offset, std::span<const uint8_t> bytes) {
   if (!m_handle) Throw(EBADF);
   if (!IsOffset(offset)) Throw(EINVAL);
-  const uint32_t error = WriteAllAt(m_handle->descriptor, bytes.data(), bytes.size(), offset);
+  const uint32_t error = WriteAllAt(m_handle->descriptor, bytes, offset);
   if (error != kNoSystemError) Throw(error);
 }
 
+// Carried out at once: the system takes what is written without waiting for the disk.
 void CFileCust::WriteOverlapped(std::vector<uint8_t> buffer, uint64_t offset,
                                 std::shared_ptr<COverlappedEvent> event) {
   if (!m_handle) Throw(EBADF);
   if (!IsOffset(offset)) Throw(EINVAL);
-  CWriteWorker::Instance().Submit(m_handle->descriptor,
-                                  {std::move(buffer), offset, std::move(event), m_handle->pending});
+  const SOverlappedWrite write{std::move(buffer), offset, std::move(event), nullptr};
+  COverlappedLedger::Instance().Issue(write);
+  COverlappedLedger::Instance().Complete(write, WriteAllAt(m_handle->descriptor, write.buffer, offset));
 }
 
 }  // namespace tolvane
