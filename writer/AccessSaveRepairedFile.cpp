@@ -203,7 +203,7 @@ void CAccessSaveRepairedFile::SaveDocuments(CDaoDatabase& database) {
         kept.OfDatabase(document.properties, m_data->GetOtherObjects(), isSameFormat);
     for (const std::u16string& name : kept.GetLost()) {
       ++m_summary.propertiesLost;
-      Remark(u"The database was saved without its property " + Quoted(name));
+      Remark(u"The database" + DescribeLostProperty(name));
     }
     if (properties.empty()) continue;
     // Damage can double a row of the catalogue; the first one counts.

@@ -9,6 +9,7 @@
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 #include "render/ObjectProperties.h"
+#include "writer/SafeName.h"
 
 namespace tolvane {
 namespace {
@@ -101,6 +102,11 @@ std::vector<CDaoProperty> CKeptProperties::OfDatabase(const std::vector<SPropert
   });
   m_lost.insert(m_lost.end(), gone.begin(), gone.end());
   return kept;
+}
+
+std::u16string DescribeLostProperty(std::u16string_view name) {
+  return name.empty() ? u" was saved without a property whose name is lost"
+                      : u" was saved without its property " + Quoted(name);
 }
 
 }  // namespace tolvane

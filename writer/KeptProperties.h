@@ -11,6 +11,9 @@
 
 namespace tolvane {
 
+// What is said of an object that comes without a property; the name may be lost, too.
+std::u16string DescribeLostProperty(std::u16string_view name);
+
 class CKeptProperties {
  public:
   // `version` is the option with which the database was created.

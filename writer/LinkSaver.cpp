@@ -63,7 +63,7 @@ CDaoResult CLinkSaver::TryCreate(const SFileLink& link, const std::u16string& na
   if (!result.IsOk()) return result;
   for (const std::u16string& property : m_keptProperties.GetLost()) {
     ++m_summary.propertiesLost;
-    Remark(link, u" was saved without its property " + Quoted(property));
+    Remark(link, DescribeLostProperty(property));
   }
   return result;
 }

@@ -141,7 +141,7 @@ CDaoResult CTableBuilder::AddOwnProperties(const CAccessTable& table, CDaoTableD
 void CTableBuilder::TellLostProperties(std::u16string_view what, std::u16string_view name) {
   for (const std::u16string& property : m_keptProperties.GetLost()) {
     ++m_propertiesLost;
-    Note(what, name, u" was saved without its property " + Quoted(property));
+    Note(what, name, DescribeLostProperty(property));
   }
 }
 
