@@ -82,6 +82,8 @@ CFieldDecoder::SField CFieldDecoder::MakeField(const CAccessColumn& column, uint
   if (!field.isCalculated && !m_rules.recordsHoldTexts && column.type > kTypeComplex)
     field.needed = LengthOfType(column.type);
   field.coding = {.isUtf16 = !m_layout.IsCodePage(), .codePage = isNamed ? column.codePage : codePage};
+  const bool isSized = field.type == kTypeText || field.type == kTypeBinary;
+  if (m_rules.rowsMatchDefinition && isSized && !field.isCalculated) field.most = column.length;
   field.form = FormOf(field);
   return field;
 }
@@ -110,8 +112,9 @@ EFieldResult CFieldDecoder::Decode(const CRowFrame& frame, size_t column, SValue
     return isContradicted ? EFieldResult::Contradicted : EFieldResult::Broken;
   const EFieldResult result =
       field.isCalculated ? DecodeCalculated(field, *bytes, value) : DecodeBytes(field, *bytes, value);
-  if (!isContradicted) return result;
-  if (result != EFieldResult::Decoded) value.isNull = true;
+  const bool isUnfit = result == EFieldResult::Decoded && !Fits(field, *bytes);
+  if (!isContradicted) return isUnfit ? EFieldResult::Unfit : result;
+  if (result != EFieldResult::Decoded || isUnfit) value.isNull = true;
   return EFieldResult::Contradicted;
 }
 
@@ -137,6 +140,7 @@ EFieldResult CFieldDecoder::AppendPlain(const SField& field, const CRowFrame& fr
     if (isPresent) return EFieldResult::Broken;
     return IsContradicted(field, frame) ? EFieldResult::Contradicted : EFieldResult::Decoded;
   }
+  if (!Fits(field, *bytes)) return EFieldResult::Unfit;
   if (field.form == EForm::Text)
     AppendUnpackedText(*bytes, records);
   else
@@ -158,6 +162,15 @@ void CFieldDecoder::AppendUnpackedText(std::span<const uint8_t> stored, CRecordB
   }
   const std::span<uint8_t> record = records.AddRecord(2 * narrow.size());
   for (size_t i = 0; i < narrow.size(); i++) PutLittle(record, 2 * i, uint16_t{narrow[i]});
+}
+
+bool CFieldDecoder::Fits(const SField& field, std::span<const uint8_t> bytes) {
+  if (field.most == 0) return true;
+  if (!field.coding.isUtf16 || field.type == kTypeBinary) return bytes.size() <= field.most;
+  if (!IsTextCompressed(bytes)) return bytes.size() % 2 == 0 && bytes.size() / 2 <= field.most;
+  const std::span<const uint8_t> narrow = bytes.subspan(std::size(kCompressedMark));
+  // Behind a zero the letters may be wide ones.
+  return narrow.size() <= field.most || std::ranges::find(narrow, 0) != narrow.end();
 }
 
 // A null of variable length has no bytes.

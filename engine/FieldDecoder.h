@@ -28,6 +28,7 @@ enum class EFieldResult : uint8_t {
   Decoded,       // null and empty values too
   Broken,        // a present value that cannot be located; it is null
   CutShort,      // a long value of which only the text's part could be read
+  Unfit,         // taken, although its column could not have been given it
   Contradicted,  // the row says that it is null and has bytes for it, which are taken if they can be
 };
 
@@ -83,6 +84,7 @@ class CFieldDecoder {
     size_t place;   // offset in the fixed area, or variable index
     size_t width;   // bytes of a fixed field
     size_t needed;  // fewer bytes are no value of that type
+    size_t most;    // letters or bytes that the column has room for; 0: where nothing tells
     STextCoding coding;
   };
 
@@ -91,6 +93,8 @@ class CFieldDecoder {
   [[nodiscard]] static CRowFrame::Field BytesOf(const SField& field, const CRowFrame& frame) {
     return field.isFixed ? frame.FindFixed(field.place, field.width) : frame.FindVariable(field.place);
   }
+  // Whether the column could have been given the value: it has room for it, and all letters are whole.
+  [[nodiscard]] static bool Fits(const SField& field, std::span<const uint8_t> bytes);
   EFieldResult AppendPlain(const SField& field, const CRowFrame& frame, CRecordBuffer& records);
   [[nodiscard]] bool IsContradicted(const SField& field, const CRowFrame& frame) const;
   EFieldResult DecodeBytes(const SField& field, std::span<const uint8_t> bytes, SValue& value);

@@ -93,7 +93,7 @@ bool CPageDecoder::DecodePage(uint64_t offset, SDecodedPage& page, SDecodedBatch
 
 bool CPageDecoder::DecodeRow(std::span<const uint8_t> row, SRowPointer place, SDecodedPage& page,
                              SDecodedBatch& batch) {
-  if (!m_table.profile->Accepts(m_frame, row)) return false;
+  if (!m_table.profile->Accepts(m_frame, row) || !CRowProfile::IsFilled(m_frame)) return false;
   if (m_entries) page.entries += m_entries->SumOf(m_frame, place);
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
     const size_t position = batch.records.GetSize();

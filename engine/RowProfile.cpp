@@ -106,6 +106,11 @@ bool CRowProfile::Accepts(CRowFrame& frame, std::span<const uint8_t> row) const 
   return measure && (IsBelieved(*measure) || AgreesWithDefinition(*measure));
 }
 
+bool CRowProfile::IsFilled(const CRowFrame& frame) {
+  const auto offsets = frame.GetOffsets();
+  return offsets.empty() || frame.GetOffsetsStart() <= static_cast<ptrdiff_t>(offsets.back() + kMostSlack);
+}
+
 bool CRowProfile::Recognises(CRowFrame& frame, std::span<const uint8_t> row) const {
   if (!frame.Cut(row, m_shape)) return false;
   const auto measure = frame.Measure();

@@ -41,6 +41,8 @@ class CRowProfile {
   bool Accepts(CRowFrame& frame, std::span<const uint8_t> row) const;
   // The same for bytes that no slot names; stricter, because any stretch of a page is tried.
   bool Recognises(CRowFrame& frame, std::span<const uint8_t> row) const;
+  // Whether the values of a row that was accepted fill it, but for what the engine leaves unused.
+  [[nodiscard]] static bool IsFilled(const CRowFrame& frame);
   // Numbers of columns that a row may state, the most likely ones first.
   [[nodiscard]] const std::vector<uint32_t>& GetColumnCounts() const { return m_columnCounts; }
 

@@ -405,6 +405,8 @@ void CTableWalk::DecodeRow(Bytes row, uint32_t slot) {
 bool CTableWalk::TryRow(Bytes row, uint32_t slot) {
   const bool isRow = m_profile ? m_profile->Accepts(m_frame, row) : m_frame.Cut(row, m_fields.GetShape());
   if (!isRow) return false;
+  if (m_profile && !CRowProfile::IsFilled(m_frame))
+    Count(EDamage::TornPage, slot, "the row is longer than its values: it may be put together from two");
   if (m_entries)
     m_entrySum += m_entries->SumOf(m_frame, {slot, static_cast<uint32_t>(m_offset / m_layout.pageSize)});
   for (size_t column = 0; column < m_fields.GetColumnCount(); column++) {
@@ -415,6 +417,8 @@ bool CTableWalk::TryRow(Bytes row, uint32_t slot) {
       Count(EDamage::BrokenValue, slot, "the row has no such bytes", column);
     if (result == EFieldResult::Contradicted)
       Count(EDamage::BrokenValue, slot, "null by its row, which has bytes for it", column);
+    if (result == EFieldResult::Unfit)
+      Count(EDamage::BrokenValue, slot, "longer than its column has room for, or half a letter", column);
     if (result == EFieldResult::CutShort)
       Count(EDamage::BrokenLongValue, slot, m_longValues.GetFault(), column);
   }

@@ -381,7 +381,7 @@ TEST_P(ExactRules, AFileThatWasChangedOnItsWayIsReadAsItWas) {
 TEST_P(ExactRules, RowsAreFoundWithoutTheirSlots) {
   const size_t slots = layout.data.slots;
   const uint32_t row = file.Page(rows[0]).Get16(slots + 2 * 9);
-  for (const uint32_t step : {977, 0}) {
+  for (const uint32_t step : {977u, 0u}) {
     for (uint32_t slot = 0; slot < kRows / 2; slot++)
       file.Page(rows[0]).Put16(slots + 2 * slot, step == 0 ? 0 : 0x1234 + slot * step);
     // One that hits the start of a row, and seems to delete it.
@@ -431,6 +431,28 @@ TEST_P(ExactRules, ATornPageIsToldAndGivesTheRowsThatItHas) {
   ASSERT_EQ(Lost(EDamage::TornPage), 1u);
   EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::TornPage)[0].page, rows[0]);
   EXPECT_EQ(Lost(EDamage::MissingRows), 1u);
+}
+
+// As where the sectors of two states meet within a row, or an offset was overwritten.
+TEST_P(ExactRules, ARowThatNoEngineWritesIsToldAndTaken) {
+  constexpr ptrdiff_t kMaskAndCounts = 4;  // null mask, number of values, two offsets
+  const uint16_t room = TableNamed(*Recover(file.Build(), kExactRules), u"People")->columns.GetAt(1)->length;
+  const auto repairWith = [&](size_t letters, size_t spare) {
+    Bytes row = SmallRow(layout, 1, std::u16string(letters, u'x'));
+    const ptrdiff_t tail = layout.isJet3 ? kMaskAndCounts : 2 * kMaskAndCounts - 1;
+    row.insert(row.end() - tail, spare, 0xA5);
+    CDatabaseBuilder one(layout);
+    STableSpec people = SmallTable();
+    people.rowCount = 1;
+    const uint32_t owner = one.AddTable(people);
+    one.AddDataPage(owner, {{row}});
+    one.AddCatalogueRow(owner, u"People", 1);
+    EXPECT_EQ(Repair(one.Build()), 1u);
+    return std::pair(Lost(EDamage::BrokenValue), Lost(EDamage::TornPage));
+  };
+  EXPECT_EQ(repairWith(room, 16), std::pair(uint64_t{0}, uint64_t{0})) << "engines leave so many";
+  EXPECT_EQ(repairWith(room, 17), std::pair(uint64_t{0}, uint64_t{1}));
+  EXPECT_EQ(repairWith(room + 1u, 0), std::pair(uint64_t{1}, uint64_t{0}));
 }
 
 TEST_P(ExactRules, WhatIsKnownOfMissingRowsIsTold) {
