@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "format/HeaderLayout.h"
 #include "platform/Text.h"
 #include "writer/SafeName.h"
 
@@ -81,15 +82,15 @@ std::string FormatName(const SSourceFacts& facts) {
   switch (facts.versionByte) {
     case 0:
       return "format not readable in the header; pages like Jet 4";
-    case 1:
+    case kVersionJet4:
       return "Access 2000-2003 (Jet 4)";
-    case 2:
+    case kVersionAce12:
       return "Access 2007 (ACE 12)";
-    case 3:
+    case kVersionAce14:
       return "Access 2010 (ACE 14)";
-    case 4:
-    case 5:
-    case 6:
+    case kVersionAce15:
+    case kVersionAce16:
+    case kVersionAce17:
       return "Access 2013 or later (ACE)";
     default:
       return "unknown version " + std::to_string(facts.versionByte) + ", read like Jet 4";

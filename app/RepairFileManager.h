@@ -35,7 +35,6 @@ class COvRepairFileManager {
   [[nodiscard]] ERules GetRules() const { return m_rules; }
   void SetRules(ERules rules) { m_rules = rules; }
   // The last successful repair; null before the first and after a stopped one.
-  [[nodiscard]] const CAccessRepair* GetRepair() const { return m_repair.get(); }
   void SetRepair(std::unique_ptr<CAccessRepair> repair) { m_repair = std::move(repair); }
   // The recovered tables; null when there are none.
   [[nodiscard]] const CAccessData* GetData() const { return m_repair ? m_repair->GetData() : nullptr; }

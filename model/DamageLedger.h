@@ -74,17 +74,6 @@ class CDamageLedger {
     if (!m_tellsReasons) return;
     for (SPlace& place : m_kinds[static_cast<size_t>(kind)].places) place.reason = reasonOf(place);
   }
-  // Adds what another ledger holds, behind what this one holds.
-  void Merge(const CDamageLedger& other) {
-    for (size_t i = 0; i < m_kinds.size(); ++i) {
-      const SKind& from = other.m_kinds[i];
-      for (const SPlace& place : from.places) Add(static_cast<EDamage>(i), place);
-      uint64_t told = 0;
-      for (const SPlace& place : from.places) told += place.amount;
-      m_kinds[i].count += from.count - told;
-      m_kinds[i].added += from.added - from.places.size();
-    }
-  }
   [[nodiscard]] uint64_t GetCount(EDamage kind) const { return m_kinds[static_cast<size_t>(kind)].count; }
   [[nodiscard]] const std::vector<SPlace>& GetPlaces(EDamage kind) const {
     return m_kinds[static_cast<size_t>(kind)].places;

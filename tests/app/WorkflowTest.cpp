@@ -115,7 +115,7 @@ TEST_F(Workflow, StopInEveryStepDiscardsTheRepair) {
     EXPECT_EQ(window.hint, kChooseHint);
     EXPECT_EQ(window.selectedFile, "");
     EXPECT_EQ(window.switches, kRepairOnly);
-    EXPECT_EQ(workflow->GetManager().GetRepair(), nullptr);
+    EXPECT_EQ(workflow->GetManager().GetData(), nullptr);
     EXPECT_FALSE(workflow->IsWorking());
   }
   EXPECT_TRUE(workflow->StopRepair() && workflow->StopSave()) << "nothing is to be stopped";

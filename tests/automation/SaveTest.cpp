@@ -105,6 +105,39 @@ class CAutomationSave : public CWriterTest {
       if (const size_t at = line.find(folder); at != std::string::npos) line.erase(at, folder.size());
     return lines;
   }
+  // Those that have this word.
+  [[nodiscard]] Lines CallsOf(std::string_view word) const {
+    Lines lines = Calls();
+    std::erase_if(lines, [word](const std::string& line) { return line.find(word) == std::string::npos; });
+    return lines;
+  }
+  struct SMade {
+    std::unique_ptr<CDaoEngine> engine;
+    std::unique_ptr<CDaoDatabase> database;
+  };
+  [[nodiscard]] SMade MakeDatabase(const SAutomationOptions& options = {}) const {
+    SMade made{MakeAutomationEngine(MakeStandInServers(), options), nullptr};
+    EXPECT_TRUE(made.engine->CreateDatabase(InFolder(u"new.mdb"), u"", 0, made.database).IsOk());
+    return made;
+  }
+  // A table "People" of a column "ID", an AutoNumber, and of indexes of these names.
+  static void AddPeople(CDaoDatabase& database, int32_t attributes,
+                        std::initializer_list<const char16_t*> indexes = {}) {
+    std::unique_ptr<CDaoTableDef> table;
+    ASSERT_TRUE(database.CreateTableDef(u"People", 0, u"", u"", table).IsOk());
+    CDaoFieldInfo field;
+    field.name = u"ID";
+    field.type = kDaoLong;
+    field.attributes = kDaoAutoIncrement | attributes;
+    field.lastNumber = 9;
+    EXPECT_TRUE(table->CreateField(field).IsOk());
+    for (const char16_t* name : indexes) {
+      CDaoIndexInfo index{name, {{u"ID"}}};
+      index.unique = true;
+      EXPECT_TRUE(table->CreateIndex(index).IsOk());
+    }
+    EXPECT_TRUE(table->Append().IsOk());
+  }
   void ExpectCosts(const SAutomationOptions& options, const std::string& name);
   // The engine's number, in the summary and in the log.
   [[nodiscard]] bool HasError(int32_t number, std::string_view call) const {
@@ -285,20 +318,9 @@ TEST_F(CAutomationSave, AnAutoNumberCountsOnWhereItDid) {
          "delete "
          "it again. Delete it by hand: as the stand-in was told (error 3086)"}}) {
     InstallStandIn(failure);
-    const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), {});
-    std::unique_ptr<CDaoDatabase> database;
-    std::unique_ptr<CDaoTableDef> table;
+    const auto [engine, database] = MakeDatabase();
+    AddPeople(*database, kDaoFixedField);
     std::unique_ptr<CDaoRecordset> rows;
-    ASSERT_TRUE(engine->CreateDatabase(InFolder(u"new.mdb"), u"", 0, database).IsOk());
-    ASSERT_TRUE(database->CreateTableDef(u"People", 0, u"", u"", table).IsOk());
-    CDaoFieldInfo field;
-    field.name = u"ID";
-    field.type = kDaoLong;
-    field.attributes = kDaoAutoIncrement | kDaoFixedField;
-    field.lastNumber = 9;
-    EXPECT_TRUE(table->CreateField(field).IsOk());
-    EXPECT_TRUE(table->Append().IsOk());
-    table.reset();
     ASSERT_TRUE(database->OpenRecordset(u"SELECT * FROM [People]", rows).IsOk());
     for (const std::array<uint8_t, 4> bytes : {std::array<uint8_t, 4>{3}, std::array<uint8_t, 4>{2}}) {
       EXPECT_TRUE(rows->AddNew().IsOk());
@@ -310,9 +332,7 @@ TEST_F(CAutomationSave, AnAutoNumberCountsOnWhereItDid) {
     std::vector<CDaoTableChange> changes;
     EXPECT_TRUE(database->CompleteTables(changes).IsOk());
     EXPECT_EQ(changes.empty() ? "" : ToUtf8(changes[0].text), told);
-    Lines made;
-    for (const std::string& line : Calls())
-      if (line.starts_with("Database.Execute")) made.push_back(line);
+    const Lines made = CallsOf("Database.Execute");
     Lines expected{"Database.Execute('INSERT INTO [People] ([ID]) VALUES (9)', 128)",
                    "Database.Execute('DELETE FROM [People] WHERE [ID] = 9', 128)"};
     if (made.size() == 1) expected.pop_back();
@@ -328,26 +348,10 @@ TEST_F(CAutomationSave, WhatBecomesOfATableBehindItsRowsIsTold) {
     InstallStandIn(isStopped ? "" : "Field ID.Attributes = |ignored");
     SAutomationOptions options;
     options.limits.isWanted = [this, isStopped] {
-      const auto isMade = [](const std::string& line) { return line.ends_with("Append(Index First)"); };
-      return !isStopped || std::ranges::none_of(Calls(), isMade);
+      return !isStopped || CallsOf("Append(Index First)").empty();
     };
-    const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), options);
-    std::unique_ptr<CDaoDatabase> database;
-    std::unique_ptr<CDaoTableDef> table;
-    ASSERT_TRUE(engine->CreateDatabase(InFolder(u"new.mdb"), u"", 0, database).IsOk());
-    ASSERT_TRUE(database->CreateTableDef(u"People", 0, u"", u"", table).IsOk());
-    CDaoFieldInfo field;
-    field.name = u"ID";
-    field.type = kDaoLong;
-    field.attributes = kDaoAutoIncrement | kDaoVariableField;
-    EXPECT_TRUE(table->CreateField(field).IsOk());
-    for (const char16_t* name : {u"First", u"Second", u"Third"}) {
-      CDaoIndexInfo index{name, {{u"ID"}}};
-      index.unique = true;
-      EXPECT_TRUE(table->CreateIndex(index).IsOk());
-    }
-    EXPECT_TRUE(table->Append().IsOk());
-    table.reset();
+    const auto [engine, database] = MakeDatabase(options);
+    AddPeople(*database, kDaoVariableField, {u"First", u"Second", u"Third"});
     std::vector<CDaoTableChange> changes;
     EXPECT_TRUE(database->CompleteTables(changes).IsOk());
     ASSERT_EQ(changes.size(), 1U);
@@ -386,18 +390,13 @@ TEST_F(CAutomationSave, PropertiesOfQueriesAreSet) {
         {"QueryDef Names.CreateProperty('MaxRecords'",
          u"It has lost properties (\"MaxRecords\"): as the stand-in was told (error 3799)"}}) {
     InstallStandIn(failure);
-    const std::unique_ptr<CDaoEngine> engine = MakeAutomationEngine(MakeStandInServers(), {});
-    std::unique_ptr<CDaoDatabase> database;
-    ASSERT_TRUE(engine->CreateDatabase(InFolder(u"new.mdb"), u"", 0, database).IsOk());
+    const auto [engine, database] = MakeDatabase();
     const CDaoResult result = database->CreateQuery(saved);
     EXPECT_TRUE(result.IsOk());
     EXPECT_EQ(result.text, told);
-    Lines made;
-    for (const std::string& line : Calls())
-      if (line.find("CreateProperty") != std::string::npos) made.push_back(line);
-    EXPECT_EQ(made, (Lines{"QueryDef Names.CreateProperty('Description', 10, 'D')",
-                           "QueryDef Names.CreateProperty('MaxRecords', 4, 9)",
-                           "Field Name.CreateProperty('Caption', 10, 'N')"}));
+    EXPECT_EQ(CallsOf("CreateProperty"), (Lines{"QueryDef Names.CreateProperty('Description', 10, 'D')",
+                                                "QueryDef Names.CreateProperty('MaxRecords', 4, 9)",
+                                                "Field Name.CreateProperty('Caption', 10, 'N')"}));
   }
 }
 

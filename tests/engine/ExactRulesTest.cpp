@@ -29,10 +29,11 @@ class ExactRules : public CAllFormats {
     file.AddCatalogueRow(table, u"People", 1);
   }
 
-  void GiveMap(uint32_t owner, const std::vector<uint32_t>& pages) {
+  void GiveMap(uint32_t owner, const std::vector<uint32_t>& pages) { GiveMap(file, owner, pages); }
+  void GiveMap(CDatabaseBuilder& to, uint32_t owner, const std::vector<uint32_t>& pages) const {
     Bytes map(layout.isJet3 ? 133 : 69);
     for (const uint32_t page : pages) map[5 + page / 8] |= static_cast<uint8_t>(1u << page % 8);
-    file.Page(owner).Put32(layout.definition.ownedMap, file.AddDataPage(kOwnerMaps, {{map}}) << 8);
+    to.Page(owner).Put32(layout.definition.ownedMap, to.AddDataPage(kOwnerMaps, {{map}}) << 8);
   }
 
   [[nodiscard]] std::vector<SRowSpec> RowsOfPage(uint32_t page) const {
@@ -48,6 +49,11 @@ class ExactRules : public CAllFormats {
     const CAccessTable* const people = TableNamed(*data, u"People");
     if (people == nullptr) return std::nullopt;
     return people->header.rowCount;
+  }
+  // Of the table whose definition stands on this page of the file.
+  [[nodiscard]] uint32_t RowsOf(uint32_t definition) const {
+    const CAccessTable* const found = data->GetTables().FindTable(file.OffsetOf(definition));
+    return found != nullptr ? found->header.rowCount : 0;
   }
   [[nodiscard]] uint64_t Lost(EDamage kind) const { return data->GetLedger().GetCount(kind); }
 
@@ -128,9 +134,7 @@ TEST_P(ExactRules, DefinitionsInEachOthersPlacesAreToldByIndexesAndRows) {
       const uint32_t owner = tables.emplace_back(two.AddTable(hasIndexes ? spec : SmallTable()));
       two.AddCatalogueRow(owner, count == 1 ? u"People" : u"More", 1);
       pages.push_back(two.AddDataPage(owner, std::vector<SRowSpec>(count, {SmallRow(layout, 1, u"One")})));
-      Bytes map(layout.isJet3 ? 133 : 69);
-      map[5 + pages.back() / 8] |= static_cast<uint8_t>(1u << pages.back() % 8);
-      two.Page(owner).Put32(layout.definition.ownedMap, two.AddDataPage(kOwnerMaps, {{map}}) << 8);
+      GiveMap(two, owner, {pages.back()});
       if (hasIndexes)
         two.Page(owner).Put32(
             root,
@@ -250,9 +254,7 @@ TEST_P(ExactRules, TheFilesEndCostsTheRowsBehindItAlone) {
   // The second page of rows, of which the first slots' rows stand at the end.
   bytes.resize(file.OffsetOf(rows[1] + 1) - 100);
   Repair(bytes);  // without the catalogue behind them
-  const CAccessTable* const people = data->GetTables().FindTable(file.OffsetOf(table));
-  ASSERT_NE(people, nullptr);
-  const uint32_t found = people->header.rowCount;
+  const uint32_t found = RowsOf(table);
   EXPECT_LT(found, kRows);
   EXPECT_GT(found, kRows - 8);
   EXPECT_EQ(Lost(EDamage::PartialPage), layout.pageSize - 100);
@@ -294,18 +296,15 @@ TEST_P(ExactRules, APageWithAWrongOwnerGoesToTheTableWhoseMapNamesIt) {
   const uint32_t owner = file.AddTable(sums);
   const uint32_t page = file.AddDataPage(owner, {{MakeRow(sums, layout, {Little(1, 4), Little(2, 4)})}});
   GiveMap(owner, {page});
-  const auto rowsOf = [&](uint32_t definition) {
-    return data->GetTables().FindTable(file.OffsetOf(definition))->header.rowCount;
-  };
   file.Page(page).Put32(kOwnerOffset, table);
   EXPECT_EQ(Repair(file.Build()), kRows);
-  EXPECT_EQ(rowsOf(owner), 1u);
+  EXPECT_EQ(RowsOf(owner), 1u);
   EXPECT_EQ(Lost(EDamage::BrokenPage), 1u);
   // Of two pages in each other's place the heads are right.
   file.Page(page).Put32(kOwnerOffset, owner);
   std::swap(file.Page(page), file.Page(rows[1]));
   EXPECT_EQ(Repair(file.Build()), kRows);
-  EXPECT_EQ(rowsOf(owner), 1u);
+  EXPECT_EQ(RowsOf(owner), 1u);
   EXPECT_EQ(Lost(EDamage::BrokenPage), 0u);
 }
 
@@ -580,7 +579,8 @@ TEST_P(ExactRules, ADefinitionThatNoRowAgreesWithFindsNoneWithinThem) {
   row.insert(row.end(), within.begin(), within.end());
   file.AddDataPage(owner, {{row}, {row}});
   Repair(file.Build());
-  EXPECT_EQ(data->GetTables().FindTable(file.OffsetOf(owner))->header.rowCount, 0u);
+  ASSERT_NE(data->GetTables().FindTable(file.OffsetOf(owner)), nullptr);
+  EXPECT_EQ(RowsOf(owner), 0u);
 }
 
 TEST_P(ExactRules, ATemplateNeedsNothingOfTheDamagedDefinitions) {
