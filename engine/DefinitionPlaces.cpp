@@ -18,21 +18,27 @@ constexpr size_t kMapPagesAsked = 4;
 constexpr uint64_t kMapPagesRead = 65536;
 
 // What the pages that a definition leads to say of its number.
+struct SStatement {
+  std::optional<uint32_t> number;  // nothing: they do not agree, or there are none
+  bool hasIndexes = false, hasRows = false;
+  // An empty table without indexes may stand anywhere.
+  [[nodiscard]] bool IsMute() const { return !hasIndexes && !hasRows; }
+};
+
 class CWitness {
  public:
   explicit CWitness(CSource& source) : m_source(source), m_page(source.GetLayout().pageSize) {}
 
-  // Nothing where there are none of either kind, or where they do not agree: pages of one kind alone may be
-  // what was swapped.
-  std::optional<uint32_t> NumberOf(const CAccessTable& table) {
-    m_number.reset();
+  SStatement Ask(const CAccessTable& table) {
+    m_said = {};
     m_agree = true;
     for (const CAccessTableIndex& index : table.indexes)
       if (index.rootPage != 0 && Load(index.rootPage) &&
           (m_page[0] == kPageIndexNode || m_page[0] == kPageIndexLeaf))
-        Hear();
-    if (!m_number || !AskRows(table) || !m_agree) return std::nullopt;
-    return m_number;
+        Hear(m_said.hasIndexes);
+    AskRows(table);
+    if (!m_agree) m_said.number.reset();
+    return m_said;
   }
 
  private:
@@ -40,31 +46,26 @@ class CWitness {
     return m_source.ReadPage(number, m_page) && IsSoundPage(m_page, m_source.GetLayout());
   }
 
-  void Hear() {
+  void Hear(bool& isHeard) {
     const uint32_t owner = OwnerOf(m_page);
-    m_agree = m_agree && (!m_number || *m_number == owner);
-    m_number = owner;
+    m_agree = m_agree && (!m_said.number || *m_said.number == owner);
+    m_said.number = owner;
+    isHeard = true;
   }
 
-  // False: its map names none that can be read.
-  bool AskRows(const CAccessTable& table) {
+  void AskRows(const CAccessTable& table) {
     std::vector<uint32_t> pages;
     const auto map = SRowPointer::FromWord(table.header.usedPagesMap);
     ReadUsageMap(m_source.GetPages(), m_source.GetLayout(), map, kMapPagesRead, [&](uint32_t page) {
       if (pages.size() < kMapPagesAsked) pages.push_back(page);
     });
-    bool isHeard = false;
     for (const uint32_t page : pages)
-      if (Load(page) && m_page[0] == kPageData) {
-        Hear();
-        isHeard = true;
-      }
-    return isHeard;
+      if (Load(page) && m_page[0] == kPageData) Hear(m_said.hasRows);
   }
 
   CSource& m_source;
   std::vector<uint8_t> m_page;
-  std::optional<uint32_t> m_number;
+  SStatement m_said;
   bool m_agree = true;
 };
 
@@ -73,17 +74,20 @@ class CWitness {
 PagePairs FindSwappedDefinitions(const CAccessTableList& tables, CSource& source) {
   const uint32_t pageSize = source.GetLayout().pageSize;
   CWitness witness(source);
-  std::unordered_map<uint32_t, uint32_t> elsewhere;  // number by the page where the definition stands
+  std::unordered_map<uint32_t, SStatement> statements;  // by the page where the definition stands
   for (const auto& table : tables) {
     const uint32_t page = table->GetPage(pageSize);
-    const auto number = witness.NumberOf(*table);
-    if (number && *number != page) elsewhere.emplace(page, *number);
+    const SStatement said = witness.Ask(*table);
+    if (said.IsMute() || (said.number && *said.number != page)) statements.emplace(page, said);
   }
   PagePairs swapped;
-  for (const auto& [page, number] : elsewhere) {
-    const auto other = elsewhere.find(number);
-    if (page < number && other != elsewhere.end() && other->second == page)
-      swapped.emplace_back(page, number);
+  for (const auto& [page, said] : statements) {
+    const auto other = said.number ? statements.find(*said.number) : statements.end();
+    if (other == statements.end()) continue;
+    const SStatement& others = other->second;
+    const bool isEachOthers = others.number ? *others.number == page && page < *said.number : true;
+    if (isEachOthers && (said.hasIndexes || others.hasIndexes) && (said.hasRows || others.hasRows))
+      swapped.emplace_back(std::minmax(page, *said.number));
   }
   std::ranges::sort(swapped);
   return swapped;

@@ -1,6 +1,6 @@
 // Definitions that stand in each other's places. A definition does not say its own number, but the pages that
-// it leads to say theirs, their owner: the first ones of its indexes, and the rows that its map names. Both
-// have to, for rows or indexes of two tables may be swapped as well.
+// it leads to say theirs, their owner: the first ones of its indexes, and the rows that its map names. Of two
+// definitions both kinds have to, if not for each, for rows or indexes may be swapped as well.
 //
 //   page 5 (leads to pages of 9)  <->  page 9 (leads to pages of 5)
 //

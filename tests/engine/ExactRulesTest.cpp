@@ -120,30 +120,35 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Repair(missing), kRows);
 }
 
-// Pages of rows alone do not tell: they may be what was swapped, and the definitions be in their places.
+// Pages of rows alone do not tell: they may be what was swapped, and the definitions be in their places. An
+// empty table without indexes says nothing.
 TEST_P(ExactRules, DefinitionsInEachOthersPlacesAreToldByIndexesAndRows) {
   STableSpec spec = SmallTable();
   spec.indexes = {{.columns = {{0}}, .isPrimary = true, .name = u"Key"}};
   size_t root = layout.definition.headerSize + layout.definition.statisticsSize + layout.realIndex.root;
   for (const SColumnSpec& column : spec.columns)
     root += layout.column.size + layout.text.nameLengthSize + StoredText(column.name, layout).size();
-  for (const bool hasIndexes : {true, false}) {
+  enum class EOther { HasAll, HasRows, IsEmpty };
+  for (const EOther what : {EOther::HasAll, EOther::HasRows, EOther::IsEmpty}) {
     CDatabaseBuilder two(layout);
     std::vector<uint32_t> tables, pages;
     for (const uint32_t count : {1u, 2u}) {
-      const uint32_t owner = tables.emplace_back(two.AddTable(hasIndexes ? spec : SmallTable()));
+      const bool isEmpty = what == EOther::IsEmpty && count == 2;
+      const bool hasIndex = what != EOther::HasRows && !isEmpty;
+      const uint32_t owner = tables.emplace_back(two.AddTable(hasIndex ? spec : SmallTable()));
       two.AddCatalogueRow(owner, count == 1 ? u"People" : u"More", 1);
+      if (isEmpty) continue;
       pages.push_back(two.AddDataPage(owner, std::vector<SRowSpec>(count, {SmallRow(layout, 1, u"One")})));
       GiveMap(two, owner, {pages.back()});
-      if (hasIndexes)
-        two.Page(owner).Put32(
-            root,
-            two.AddIndexLeaf(owner, {{0x7F, 0x80, 0, 0, 1, 0, 0, static_cast<uint8_t>(pages.back()), 0}}));
+      const auto page = static_cast<uint8_t>(pages.back());
+      if (hasIndex)
+        two.Page(owner).Put32(root, two.AddIndexLeaf(owner, {{0x7F, 0x80, 0, 0, 1, 0, 0, page, 0}}));
     }
-    auto& swapped = hasIndexes ? tables : pages;
+    const bool areTold = what != EOther::HasRows;
+    auto& swapped = areTold ? tables : pages;
     std::swap(two.Page(swapped[0]), two.Page(swapped[1]));
-    EXPECT_EQ(Repair(two.Build()), 1u) << "with indexes: " << hasIndexes;
-    EXPECT_EQ(Lost(EDamage::MovedPages), hasIndexes ? 2u : 0u);
+    EXPECT_EQ(Repair(two.Build()), 1u) << "told: " << areTold;
+    EXPECT_EQ(Lost(EDamage::MovedPages), areTold ? 2u : 0u);
   }
 }
 
