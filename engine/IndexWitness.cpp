@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <system_error>
+#include <unordered_map>
 
 #include "format/IndexCursor.h"
 #include "format/PageHead.h"
@@ -20,6 +21,7 @@ constexpr size_t kPagesWorthAThread = 256;
 // Memory of a comparison; larger tables are told by their sums to differ, and nothing more is known.
 constexpr size_t kMostEntries = size_t{1} << 22;
 constexpr size_t kMostContradictions = size_t{1} << 20;
+constexpr size_t kMostValues = size_t{1} << 19;
 // Keys of texts are believed as long as most rows agree with them.
 constexpr size_t kMostContradictedShare = 4;
 
@@ -28,17 +30,25 @@ constexpr size_t kMostContradictedShare = 4;
 // What one index says.
 struct CIndexWitness::STestimony {
   struct SEntry {
-    uint32_t row;  // its pointer's word
-    bool isThere;  // on the table's pages, whatever it holds
-    uint64_t hash;
+    uint32_t row;   // its pointer's word
+    bool isThere;   // on the table's pages, whatever it holds
+    uint64_t hash;  // of its key
   };
   bool isWhole = false, isCertain = false;
   std::vector<SEntry> entries;  // by row
+  // Keys of values whose weights are not known, by the values.
+  std::unordered_map<uint64_t, uint64_t> keys;
   size_t agreeing = 0, contradicted = 0;
 
   SEntry* Find(uint32_t row) {
     const auto entry = std::ranges::lower_bound(entries, row, {}, &SEntry::row);
     return entry != entries.end() && entry->row == row ? &*entry : nullptr;
+  }
+  // False: a row with the same value has another key.
+  bool HasKey(uint64_t value, uint64_t key) {
+    if (keys.size() < kMostValues) return keys.try_emplace(value, key).first->second == key;
+    const auto known = keys.find(value);
+    return known == keys.end() || known->second == key;
   }
   [[nodiscard]] bool IsBelieved(uint32_t rows) const {
     if (!isWhole) return false;
@@ -50,7 +60,8 @@ struct CIndexWitness::STestimony {
 struct CIndexWitness::SContradiction {
   uint32_t page;
   uint32_t slot;
-  size_t index;  // among the testimonies
+  size_t index;    // among the testimonies
+  bool isCertain;  // another row has the same value, and another key
 };
 
 CIndexWitness::CIndexWitness(CSource& source, const CJobContext& job)
@@ -115,7 +126,7 @@ CIndexWitness::STestimony CIndexWitness::Collect(const CAccessTable& table,
   bool isAll = true;
   testimony.isWhole = Walk(table, index, [&](std::span<const uint8_t> key, SRowPointer row) {
     isAll = testimony.entries.size() < kMostEntries;
-    if (isAll) testimony.entries.push_back({row.ToWord(), false, HashOfEntry(index.position, key, row)});
+    if (isAll) testimony.entries.push_back({row.ToWord(), false, HashOfEntry(index.position, key, {})});
   });
   testimony.isWhole = testimony.isWhole && isAll;
   std::ranges::sort(testimony.entries, {}, &STestimony::SEntry::row);
@@ -132,7 +143,8 @@ void CIndexWitness::Compare(CAccessData& data, const CAccessTable& table, const 
     ComparePage(offset, profile, entries, testimonies, found);
   }
   std::erase_if(found, [&](const SContradiction& row) {
-    return !testimonies[row.index].IsBelieved(table.header.rowCount);
+    const STestimony& testimony = testimonies[row.index];
+    return row.isCertain ? !testimony.isWhole : !testimony.IsBelieved(table.header.rowCount);
   });
   for (size_t i = 0, end = 0; i < found.size(); i = end) {
     bool isOneRow = true;
@@ -180,12 +192,17 @@ void CIndexWitness::ComparePage(uint64_t offset, const CRowProfile& profile, CRo
     if ((word & kSlotPointer) != 0 || !row || !profile.Accepts(frame, *row)) return;
     for (size_t i = 0; i < testimonies.size(); i++) {
       STestimony& testimony = testimonies[i];
-      const auto hash = entries.HashOf(entries.GetIndexes()[i], frame, place);
-      if (!hash) continue;
+      const CRowEntries::SIndex& index = entries.GetIndexes()[i];
+      const auto hash = entries.HashOf(index, frame);
       const STestimony::SEntry* const entry = testimony.Find(place.ToWord());
-      const bool isRight = entry != nullptr && entry->hash == *hash;
-      (isRight ? testimony.agreeing : testimony.contradicted)++;
-      if (!isRight && found.size() < kMostContradictions) found.push_back({number, slot, i});
+      bool isRight = true;
+      if (hash) {
+        isRight = entry != nullptr && entry->hash == *hash;
+        (isRight ? testimony.agreeing : testimony.contradicted)++;
+      } else if (entry != nullptr) {
+        isRight = testimony.HasKey(entries.HashOfValues(index, frame), entry->hash);
+      }
+      if (!isRight && found.size() < kMostContradictions) found.push_back({number, slot, i, !hash});
     }
   });
 }

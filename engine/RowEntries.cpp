@@ -96,9 +96,24 @@ uint64_t CRowEntries::SumOf(const CRowFrame& frame, SRowPointer row) {
   return sum;
 }
 
-std::optional<uint64_t> CRowEntries::HashOf(const SIndex& index, const CRowFrame& frame, SRowPointer row) {
+std::optional<uint64_t> CRowEntries::HashOf(const SIndex& index, const CRowFrame& frame) {
   if (MakeKey(index, frame) != EKey::Made) return std::nullopt;
-  return HashOfEntry(index.position, m_key, row);
+  return HashOfEntry(index.position, m_key, {});
+}
+
+uint64_t CRowEntries::HashOfValues(const SIndex& index, const CRowFrame& frame) {
+  uint64_t sum = 0;
+  for (size_t i = 0; i < index.columns.size(); i++) {
+    CRowFrame::Field value = FindValue(*index.columns[i], frame);
+    if (!value) continue;
+    if (index.columns[i]->type == kTypeText) {
+      m_text.clear();
+      AppendPlainUtf16(*value, m_text);
+      value = m_text;
+    }
+    sum += HashOfEntry(i, *value, {});
+  }
+  return sum;
 }
 
 CRowEntries::EKey CRowEntries::MakeKey(const SIndex& index, const CRowFrame& frame) {

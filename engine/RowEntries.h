@@ -48,9 +48,11 @@ class CRowEntries {
 
   // What the row adds to the sum of its table.
   uint64_t SumOf(const CRowFrame& frame, SRowPointer row);
-  // The row's entry in one index; nothing where it has none, or where a letter's weight is not that of a
-  // plain one and may be another in the engine that wrote the file.
-  std::optional<uint64_t> HashOf(const SIndex& index, const CRowFrame& frame, SRowPointer row);
+  // The row's key in one index, as an entry without a place; nothing where it has none, or where a letter's
+  // weight is not that of a plain one and may be another in the engine that wrote the file.
+  std::optional<uint64_t> HashOf(const SIndex& index, const CRowFrame& frame);
+  // Of the values that the index has of the row: whatever the weights, equal ones have equal keys.
+  uint64_t HashOfValues(const SIndex& index, const CRowFrame& frame);
 
  private:
   enum class EKey : uint8_t { Made, Absent, Doubtful };

@@ -5,17 +5,17 @@ namespace tolvane {
 
 namespace {
 
-// Ten rows, each with its entry in an index of the first column.
+// Ten rows, each with its entry in an index of one column.
 class IndexWitness : public CAllFormats {
  protected:
   static constexpr uint32_t kRows = 10;
 
-  IndexWitness() {
+  explicit IndexWitness(uint16_t column = 0, std::u16string_view name = u"Name") {
     spec.rowCount = kRows;
-    spec.indexes = {{.columns = {{0}}, .isPrimary = true, .name = u"Key"}};
+    spec.indexes = {{.columns = {{column}}, .isPrimary = column == 0, .name = u"Key"}};
     table = file.AddTable(spec);
     std::vector<SRowSpec> specs;
-    for (uint32_t i = 0; i < kRows; i++) specs.push_back({SmallRow(layout, 100 + i, u"Name")});
+    for (uint32_t i = 0; i < kRows; i++) specs.push_back({SmallRow(layout, 100 + i, name)});
     rows = file.AddDataPage(table, specs);
     for (uint8_t i = 0; i < kRows; i++)
       entries.push_back(
@@ -55,6 +55,25 @@ TEST_P(IndexWitness, RowsThatItContradictsAreTold) {
   const auto two = Repair();
   ASSERT_EQ(two->GetLedger().GetCount(EDamage::TornPage), 1u);
   EXPECT_EQ(two->GetLedger().GetPlaces(EDamage::TornPage)[0].row, -1);
+}
+
+// Of letters whose weights may be others in the engine that wrote the file.
+class TextWitness : public IndexWitness {
+ protected:
+  TextWitness() : IndexWitness(1, u"\u00C4rger") {
+    const size_t columns = layout.definition.headerSize + layout.definition.statisticsSize;
+    file.Page(table).Put16(columns + layout.column.size + layout.column.sortOrder, kGeneralSortOrder);
+    for (Bytes& entry : entries) std::fill_n(entry.begin() + 1, 4, uint8_t{0x44});
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Formats, TextWitness, testing::Values(&kLayoutJet4), FormatName);
+
+TEST_P(TextWitness, EqualValuesWithKeysThatDifferAreTold) {
+  EXPECT_TRUE(Repair()->GetLedger().IsClean());
+  entries.back()[4] = 0x45;
+  const auto data = Repair();
+  ASSERT_EQ(data->GetLedger().GetCount(EDamage::TornPage), 1u);
+  EXPECT_EQ(data->GetLedger().GetPlaces(EDamage::TornPage)[0].row, int32_t{kRows} - 1);
 }
 
 // A count that is right by chance, or was as old as the page.
