@@ -69,7 +69,6 @@ class CPageBuffer {
 
   bool Load(uint32_t page);
   [[nodiscard]] std::span<const uint8_t> GetBytes() const { return m_bytes; }
-  [[nodiscard]] uint32_t GetNumber() const { return m_number; }
 
  private:
   CCheckedFile& m_file;

@@ -33,7 +33,6 @@ class CPageLedger {
     return page < m_uses.size() ? m_uses[page].role : EPageRole::None;
   }
   void MarkFree(uint32_t page) { m_uses[page].isFree = true; }
-  [[nodiscard]] uint32_t GetPageCount() const { return static_cast<uint32_t>(m_uses.size()); }
 
   // When all users have claimed their pages: no page is both free and used, none is neither.
   void CheckBalance();

@@ -25,8 +25,6 @@ class CRowView {
   [[nodiscard]] std::optional<std::span<const uint8_t>> Get(const SCheckedColumn& column) const;
   [[nodiscard]] std::optional<std::span<const uint8_t>> Get(uint16_t number) const;
 
-  [[nodiscard]] const SCheckedTable& GetTable() const { return m_table; }
-
   // Whether the row says that it has a value in the column, for rows of a table that is not at hand.
   static bool HasValue(const SLayout& layout, std::span<const uint8_t> row, uint16_t number);
 

@@ -39,8 +39,6 @@ class CEmbeddedFile {
   CDaoResult AddTable(SNewTable table);
   // Properties of the database or one of its documents.
   CDaoResult SetProperties(std::u16string_view document, std::span<const CDaoProperty> properties);
-  // The sort order of the file's texts.
-  [[nodiscard]] STextOrder GetOrder() const { return m_header.order; }
   // Ok carries a text when characters had to be replaced.
   CDaoResult AddQuery(const SSavedQuery& query);
   CDaoResult AddRelation(const CDaoRelationInfo& relation);

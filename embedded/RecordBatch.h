@@ -26,8 +26,6 @@ class CRecordBatch : public CDaoRecordBatch {
   void AddNew() override;
   bool SetFieldValue(size_t index, const SValue& value) override;
   bool Update() override;
-
-  [[nodiscard]] size_t GetCount() const { return m_records.size(); }
   [[nodiscard]] std::span<const uint8_t> GetRow(size_t record) const {
     const size_t start = record == 0 ? 0 : m_records[record - 1].end;
     return std::span(m_rows).subspan(start, m_records[record].end - start);

@@ -27,7 +27,6 @@ namespace tolvane {
 // Objects one behind the other in memory; references count from the first one.
 class CObjectBuffer : public CObjectSink {
  public:
-  void Clear() { m_bytes.clear(); }
   void CutTo(size_t size) { m_bytes.resize(size); }
   [[nodiscard]] size_t GetSize() const { return m_bytes.size(); }
   [[nodiscard]] std::span<const uint8_t> GetBytes(size_t from, size_t to) const {

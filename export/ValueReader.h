@@ -26,8 +26,6 @@ class CTableValueReader {
   [[nodiscard]] const SValue& GetValue(size_t column) const { return m_values[column]; }
   // Where the bytes of an object are. False where it has none.
   bool GetPlace(size_t column, SObjectPlace& place) const;
-  // The type of a column's values: a calculated column's is that of its results.
-  [[nodiscard]] uint8_t GetType(size_t column) const { return m_types[column]; }
   // Values of the rows read so far that could not be taken.
   [[nodiscard]] uint64_t GetLostValues() const { return m_lostValues; }
 

@@ -25,7 +25,6 @@ class CJoinText {
   void Prepend(std::u16string text);
   void Append(std::u16string text);
   void Append(CJoinText&& other);
-  [[nodiscard]] size_t GetLength() const { return m_length; }
   [[nodiscard]] std::u16string ToString() const;
   [[nodiscard]] bool Equals(const CJoinText& other) const;
 

@@ -13,8 +13,6 @@ class CStoredValueReader {
  public:
   // The records of a table. False when their file cannot be opened.
   bool Open(const SFilePart& part) { return m_stream.Open(part); }
-  // The data file cannot be deleted before.
-  void Close() { m_stream.Close(); }
   [[nodiscard]] bool IsOpen() const { return m_stream.IsOpen(); }
   // Moves to a value of the row that begins at `place`, of which the record's count is told; what follows is
   // read from the stream. False where there is no such value.
