@@ -1,8 +1,6 @@
 // The file as the parsers see it: pages, version, what can be said before a repair.
 #include <vector>
 
-#include "engine/AccessRepair.h"
-#include "engine/AccessVersionHandler.h"
 #include "engine/DBFileReader.h"
 #include "engine/PageReader.h"
 #include "engine/RescueMap.h"
@@ -96,14 +94,9 @@ TEST_F(SourceOfBytes, AnyVersionByteButZeroIsJet4) {
     bytes[0x14] = static_cast<uint8_t>(version);
     EXPECT_EQ(IsJet4(bytes), version != 0) << version;
   }
-  // A file that cannot be opened is Jet 3 and leaves the flag of the last repair.
-  const CTempFile jet4(bytes);
-  CAccessRepair(kStandardRules, ShownJob()).Repair(jet4.GetPath(), u"", jet4.GetPath());
   CSource source;
   EXPECT_FALSE(source.Open(u"/no/such/file"));
-  EXPECT_TRUE(source.GetLayout().isJet3);
-  CAccessRepair(kStandardRules, ShownJob()).Repair(source, source);
-  EXPECT_TRUE(CAccessVersionHandler::IsJet4Flag());
+  EXPECT_TRUE(source.GetLayout().isJet3) << "what cannot be opened";
 }
 
 TEST_F(SourceOfBytes, WithoutAVersionThePagesTell) {

@@ -74,23 +74,6 @@ TEST_F(FileCust, AZeroUnitDoesNotCutTheName) {
   EXPECT_EQ(ReadText(m_path), "secret");
 }
 
-TEST_F(FileCust, SeekKnowsOriginsAndDirections) {
-  WriteText(m_path, "0123456789");
-  ASSERT_TRUE(Open(EFileAccess::Read, EFileCreation::OpenExisting));
-  CErrorHandler handler;
-  const auto seek = [&](uint64_t offset, uint32_t origin, uint32_t direction) {
-    m_file.Seek(4, ESeekOrigin::Begin, ESeekDirection::Forward, handler);
-    return m_file.Seek(offset, static_cast<ESeekOrigin>(origin), static_cast<ESeekDirection>(direction),
-                       handler);
-  };
-  const std::vector<uint64_t> places{seek(7, 0, 0), seek(3, 1, 1), seek(3, 1, 0), seek(2, 2, 0),
-                                     seek(2, 2, 1), seek(3, 1, 2), seek(5, 3, 1)};
-  EXPECT_EQ(places, (std::vector<uint64_t>{7, 7, 1, 8, 12, 0, 0}));
-  EXPECT_FALSE(handler.HasError());
-  m_file.Seek(11, ESeekOrigin::End, ESeekDirection::Backward, handler);
-  EXPECT_EQ(handler.GetMessageText(), SystemMessage(m_file.GetLastErrorCode())) << "before the beginning";
-}
-
 TEST_F(FileCust, ReadingPastTheEndIsShortAndNoError) {
   WriteText(m_path, "0123456789");
   ASSERT_TRUE(Open(EFileAccess::Read, EFileCreation::OpenExisting, EFileFlags::Sequential));

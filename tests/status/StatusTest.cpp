@@ -44,25 +44,6 @@ TEST(Status, NoUpdateIsLostBetweenThreads) {
   EXPECT_EQ(std::count(text.begin(), text.end(), u'\n'), kThreads * kRounds - 1);
 }
 
-std::atomic<int> g_paints{0};
-
-TEST(PreviewThreadStatus, PaintsUntilFinished) {
-  CPreviewThreadStatus preview;
-  const auto count = +[] { g_paints++; };
-  EXPECT_FALSE(preview.IsBusy());
-  preview.WaitUntilFinished(count);
-  EXPECT_EQ(g_paints, 0) << "nothing to wait for";
-  preview.SetFinished(0);
-  EXPECT_TRUE(preview.IsBusy());
-  std::thread loader([&] {
-    while (g_paints < 3) SleepMilliseconds(1);
-    preview.SetFinished(-1);
-  });
-  preview.WaitUntilFinished(count);
-  EXPECT_FALSE(preview.IsBusy());
-  loader.join();
-}
-
 // A pause that does not end keeps the test from ending.
 TEST(JobContext, APauseEndsWithItsTimeOrWithTheJob) {
   CJobContext job;
