@@ -434,16 +434,13 @@ TEST_P(ExactRules, ATornPageIsToldAndGivesTheRowsThatItHas) {
 
 // As where the sectors of two states meet within a row, or an offset was overwritten.
 TEST_P(ExactRules, ARowThatNoEngineWritesIsToldAndTaken) {
-  constexpr ptrdiff_t kMaskAndCounts = 4;  // null mask, number of values, two offsets
   const uint16_t room = TableNamed(*Recover(file.Build(), kExactRules), u"People")->columns.GetAt(1)->length;
   const auto repairWith = [&](size_t letters, size_t spare) {
     Bytes row = SmallRow(layout, 1, std::u16string(letters, u'x'));
-    const ptrdiff_t tail = layout.isJet3 ? kMaskAndCounts : 2 * kMaskAndCounts - 1;
+    const ptrdiff_t tail = layout.isJet3 ? 4 : 7;  // null mask, number of values, two offsets
     row.insert(row.end() - tail, spare, 0xA5);
     CDatabaseBuilder one(layout);
-    STableSpec people = SmallTable();
-    people.rowCount = 1;
-    const uint32_t owner = one.AddTable(people);
+    const uint32_t owner = one.AddTable(SmallTable());
     one.AddDataPage(owner, {{row}});
     one.AddCatalogueRow(owner, u"People", 1);
     EXPECT_EQ(Repair(one.Build()), 1u);
