@@ -112,6 +112,8 @@ const std::vector<SDamageWords>& GetDamageWords() {
       {EDamage::LostTable, "lostTable", "table in the catalogue whose definition is gone",
        "tables in the catalogue whose definitions are gone"},
       {EDamage::UnnamedTable, "unnamedTable", "table whose name is lost", "tables whose names are lost"},
+      {EDamage::RestoredName, "restoredName", "table whose name comes from outside the catalogue",
+       "tables whose names come from outside the catalogue"},
       {EDamage::MistakableTable, "mistakableTable",
        "table left out because its page is usually a system table's",
        "tables left out because their pages are usually system tables'"},

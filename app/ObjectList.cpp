@@ -59,6 +59,7 @@ void CObjectLister::AddTables() {
       (object.reason += u", ") += what;
     };
     if (table->nameSource == ENameSource::Generated) lacks(u"its name is lost");
+    if (table->nameSource == ENameSource::Elsewhere) lacks(u"its row of the catalogue is lost");
     if (broken.contains(table->GetDefinitionOffset())) lacks(u"its definition is damaged");
     const auto found = rows.find(table->GetDefinitionOffset());
     if (found == rows.end()) continue;

@@ -8,6 +8,7 @@
 #include "engine/DefinitionDecoder.h"
 #include "engine/FlatTables.h"
 #include "engine/Judgements.h"
+#include "engine/LostNames.h"
 #include "engine/MSysComplexColumns.h"
 #include "engine/PagePlaces.h"
 #include "engine/RecordParser.h"
@@ -17,8 +18,6 @@
 #include "platform/Text.h"
 
 namespace tolvane {
-
-namespace {}  // namespace
 
 void CAccessProcessFile::ScanTableDefinitions(CAccessData& data) {
   m_notes = m_definitions == m_source ? m_source->TakeNotes() : PageNotes();
@@ -72,6 +71,7 @@ void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   ExplainLostTables(data, *m_source);
   if (m_rules.mendDefinitions) RestoreColumnNames(data, GetLayout().pageSize);
   m_match.NameTables(data.GetTables(), GetLayout().pageSize);
+  if (m_rules.otherPlacesTellNames) RestoreLostNames(data, GetLayout().pageSize);
   ReadCatalogueObjects(data, GetLayout().pageSize, m_match, m_job);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);

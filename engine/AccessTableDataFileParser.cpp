@@ -5,6 +5,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "engine/CatalogueObjects.h"
 #include "engine/KnownTables.h"
 #include "format/Layout.h"
 #include "format/SystemObjects.h"
@@ -91,19 +92,10 @@ void CorrectSystemMark(CAccessTable& table) {
   }
 }
 
-// What the catalogue's type says of an object that is no table, query or container of this file.
-std::optional<EOtherObject> OtherObjectOf(std::u16string_view type) {
-  constexpr std::pair<int16_t, EOtherObject> kTypes[] = {
-      {kObjectForm, EOtherObject::Form},
-      {kObjectReport, EOtherObject::Report},
-      {kObjectMacro, EOtherObject::Macro},
-      {kObjectModule, EOtherObject::Module},
-      {kObjectLinkedAccess, EOtherObject::LinkedTable},
-      {kObjectLinkedOdbc, EOtherObject::OdbcTable},
-  };
-  for (const auto& [number, kind] : kTypes)
-    if (type == ToDecimal(int64_t{number})) return kind;
-  return std::nullopt;
+// The number whose decimal text is exactly `text`; 0, which no object has, for another text.
+int16_t ToType(std::u16string_view text) {
+  const auto type = static_cast<int16_t>(LeadingInteger(text));
+  return ToDecimal(type) == text ? type : int16_t{0};
 }
 
 bool IsLink(EOtherObject kind) {
@@ -227,7 +219,7 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
   for (uint32_t row = 0; row < rowCount && columnCount > 0 && end == ERowEnd::Complete; ++row) {
     SCatalogueRow texts;
     end = ReadCatalogueRow(recordText, columnCount, tables, texts, parseData);
-    if (const auto kind = OtherObjectOf(texts.type);
+    if (const auto kind = OtherObjectOf(ToType(texts.type));
         kind && !(m_rules.keepLinks && IsLink(*kind)) && !texts.name.starts_with(kDeletedObject))
       parseData.NoteOtherObject(*kind, texts.name);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {

@@ -152,6 +152,25 @@ class CObjectReader {
 
 }  // namespace
 
+std::optional<EOtherObject> OtherObjectOf(int16_t type) {
+  switch (type) {
+    case kObjectForm:
+      return EOtherObject::Form;
+    case kObjectReport:
+      return EOtherObject::Report;
+    case kObjectMacro:
+      return EOtherObject::Macro;
+    case kObjectModule:
+      return EOtherObject::Module;
+    case kObjectLinkedAccess:
+      return EOtherObject::LinkedTable;
+    case kObjectLinkedOdbc:
+      return EOtherObject::OdbcTable;
+    default:
+      return std::nullopt;
+  }
+}
+
 void ReadCatalogueObjects(CAccessData& data, uint32_t pageSize, const CTemplateMatch& match,
                           const CJobContext& job) {
   if (data.GetRules().recordsHoldTexts) return;

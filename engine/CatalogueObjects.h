@@ -3,12 +3,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
 #include "status/JobContext.h"
 
 namespace tolvane {
+
+// What the catalogue's type says of an object that is no table, query or container of this file.
+std::optional<EOtherObject> OtherObjectOf(int16_t type);
 
 // After the tables are named; only where the run keeps values. Puts properties and links into the model and
 // files what cannot be read to its end in the ledger. `match` leads from pages of the damaged file to those

@@ -267,6 +267,8 @@ void CDefinitionDecoder::NameIndexes(SWalk& walk, CAccessTable& table) {
       continue;
     }
     CAccessTableIndex& index = indexes[real];
+    if (read.side == kForeignSide && m_name[0] != u'\0')
+      table.foreignKeys.push_back({m_name.data(), read.partnerTable});
     if (kind == kIndexKindForeign) {
       if (isNamed[real] == 0) index.foreign = 1;
       continue;

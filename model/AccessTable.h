@@ -53,8 +53,14 @@ class CAccessDataPageOffsetList {
 };
 
 // Where a table's name comes from: the catalogue, the columns of a table of Access' own, a system table's
-// usual page, or a counter.
-enum class ENameSource : uint8_t { Catalogue, Columns, Place, Generated };
+// usual page, a counter, or another place that names a table of the user's.
+enum class ENameSource : uint8_t { Catalogue, Columns, Place, Generated, Elsewhere };
+
+// One relationship of the table whose column refers to another one.
+struct SForeignKey {
+  std::u16string relationship;
+  uint32_t primaryTable = 0;  // page of its definition
+};
 
 class CAccessTable {
  public:
@@ -82,6 +88,7 @@ class CAccessTable {
   SAccessTableHeader header;
   CAccessColumnList columns;
   CAccessTableIndexList indexes;
+  std::vector<SForeignKey> foreignKeys;
   CAccessDataPageOffsetList dataPages;
   // The row count that the definition held, before header.rowCount was replaced.
   uint32_t promisedRows = 0;

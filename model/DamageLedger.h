@@ -19,6 +19,7 @@ enum class EDamage : uint8_t {
   BrokenDefinition,  // a definition that is cut, loops or has unreadable columns or names
   LostTable,         // the catalogue names a table whose definition is gone
   UnnamedTable,      // a table without a name in the catalogue
+  RestoredName,      // a table that the catalogue does not name, and another place of the file does
   MistakableTable,   // a user's table by its type, a system table by its page; the catalogue names neither
   RejectedRow,       // a row whose frame lies
   BrokenOverflow,    // an overflow pointer that leads to no row

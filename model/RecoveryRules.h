@@ -45,6 +45,8 @@ struct SRecoveryRules {
 
   // A table of Access' own whose name is lost is known by its columns.
   bool columnsNameSystemTables;
+  // A table or query that lost its row of the catalogue has the name that another place tells.
+  bool otherPlacesTellNames;
   // The catalogue's definition is never taken from the file.
   bool useBuiltInCatalogue;
   // Jet 4: only the low byte of the column number counts.
@@ -148,6 +150,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .requireDefinitionMark = false,
     .mendDefinitions = false,
     .columnsNameSystemTables = false,
+    .otherPlacesTellNames = false,
     .useBuiltInCatalogue = true,
     .columnNumberLowByteOnly = true,
     .indexFlagsOffsetJet4 = 42,
@@ -193,6 +196,7 @@ inline constexpr SRecoveryRules kExactRules{
     .requireDefinitionMark = true,
     .mendDefinitions = true,
     .columnsNameSystemTables = true,
+    .otherPlacesTellNames = true,
     .useBuiltInCatalogue = true,  // it is the same in every file, and page 2 may be gone
     .columnNumberLowByteOnly = false,
     .indexFlagsOffsetJet4 = 46,

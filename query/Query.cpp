@@ -70,6 +70,7 @@ void CQueryEngine::MatchObjects(CTList<CQuery>& queries, const CTList<CQuerySysO
     if (found == byId.end()) continue;
     found->second->name = object->GetName();
     found->second->type = object->GetType();
+    found->second->isNameRestored = object->IsRestored();
   }
 }
 

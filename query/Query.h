@@ -20,6 +20,7 @@ class CQuery : public CTListLink<CQuery> {
   std::u16string type;              // empty when no object matched: then a select query
   std::vector<uint8_t> properties;  // of its object, as Jet 4 keeps them; may be empty
   bool arePropertiesLost = false;   // all or some of them
+  bool isNameRestored = false;      // its object is lost, and another place told its name
   CTList<CQueryAttributes> rows;
 
   // The SQL text; empty when no builder exists for the type or nothing could be built.

@@ -18,11 +18,15 @@ class CQuerySysObject : public CTListLink<CQuerySysObject> {
   [[nodiscard]] const std::u16string& GetId() const { return m_id; }
   // The object's flags as text; empty when they were not read yet.
   [[nodiscard]] const std::u16string& GetType() const { return m_type; }
+  // Its row is lost, and another place told its name.
+  [[nodiscard]] bool IsRestored() const { return m_isRestored; }
+  void MarkRestored() { m_isRestored = true; }
 
  private:
   std::u16string m_name;
   std::u16string m_id;
   std::u16string m_type;
+  bool m_isRestored = false;
 };
 
 }  // namespace tolvane

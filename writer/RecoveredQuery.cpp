@@ -142,6 +142,8 @@ SPreparedQuery PrepareByRows(const CQuery& query, bool areRowsLost) {
     prepared.changes.push_back(u": some of its rows are lost.");
   }
   if (query.name.empty()) prepared.changes.push_back(u": its name is lost.");
+  if (query.isNameRestored)
+    prepared.changes.push_back(u": its row of the catalogue is lost; the navigation pane's list names it.");
   if (query.arePropertiesLost) prepared.changes.push_back(u": some of its properties are lost.");
   return prepared;
 }

@@ -27,6 +27,7 @@ std::u16string StateOf(const SReport& report, const SReportTable& listed) {
   };
   if (table.link) add(u"a link to a table elsewhere");
   if (table.nameSource == ENameSource::Generated) add(u"its name is lost");
+  if (table.nameSource == ENameSource::Elsewhere) add(u"its row of the catalogue is lost");
   if (table.hasMendedCounts || table.hasMendedNames) add(u"its definition was mended");
   if (listed.rows.lost > 0) add(u"rows lost");
   if (listed.rows.doubtful > 0) add(u"rows doubtful");

@@ -29,6 +29,7 @@ EVerdict VerdictOf(EDamage kind) {
     case EDamage::UnfitTemplate:
       return EVerdict::Definitions;
     case EDamage::UnnamedTable:
+    case EDamage::RestoredName:
     case EDamage::MistakableTable:
     case EDamage::BrokenProperties:
       return EVerdict::Catalogue;

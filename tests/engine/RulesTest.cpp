@@ -125,6 +125,19 @@ std::string NamelessTableOfAccess(const SRecoveryRules& rules) {
   return TableNamed(*Recover(file.Build(), rules), u"MSysModules") != nullptr ? "known" : "unknown";
 }
 
+std::string TableThatOnlyTheNavigationPaneNames(const SRecoveryRules& rules) {
+  CRuleFile file(kLayoutJet4);
+  const uint32_t table = file.AddTable(SmallTable());
+  STableSpec list;
+  list.AddVariable(u"Id", kTypeLong, 4)
+      .AddVariable(u"Name", kTypeText, 255)
+      .AddVariable(u"Type", kTypeLong, 4);
+  file.AddDataPage(
+      file.AddTable(list),
+      {{MakeRow(list, kLayoutJet4, {Little(table, 4), StoredText(u"T", kLayoutJet4), Little(1, 4)})}});
+  return ReadTable(rules, file.Build(), Rows);
+}
+
 std::string TemplateOfOtherPages(const SRecoveryRules& rules) {
   CRuleFile file(kLayoutJet4), other(kLayoutJet4);
   file.AddSmallRows(file.AddNamedTable(SmallTable()));
@@ -331,6 +344,8 @@ const SRuleCase kCases[] = {
      "Access' own", "the user's"},
     {"columnsNameSystemTables", Take<&SRecoveryRules::columnsNameSystemTables>, NamelessTableOfAccess,
      "unknown", "known"},
+    {"otherPlacesTellNames", Take<&SRecoveryRules::otherPlacesTellNames>, TableThatOnlyTheNavigationPaneNames,
+     "no table", "0 rows"},
     {"mendDefinitions", Take<&SRecoveryRules::mendDefinitions>, CountOfColumnsWrong,
      "RecoveredField####0 0, ", "Id 0, Name 1, "},
     {"columnNumberLowByteOnly", Take<&SRecoveryRules::columnNumberLowByteOnly>, NumbersAbove255,

@@ -1,6 +1,7 @@
 #include <array>
 
 #include "engine/AccessTableDataFileParser.h"
+#include "engine/LostNames.h"
 #include "status/JobContext.h"
 #include "tests/support/StoreTest.h"
 
@@ -154,6 +155,47 @@ TEST_F(TableNaming, UnnamedTablesAreNamedByTheirPlaceOrNumbered) {
   EXPECT_TRUE(m_parser.AssignTableName(Tables(), u"Yes", u"3", m_pageSize));
   EXPECT_EQ(table.name, u"Yes");
   EXPECT_EQ(table.nameSource, ENameSource::Catalogue);
+}
+
+TEST_F(TableNaming, OtherPlacesNameWhatTheCatalogueLost) {
+  const auto addTable = [this](uint64_t page, const Row& columns, const std::vector<Row>& rows) -> auto& {
+    CAccessTable& table = AddTable(page);
+    for (const std::u16string& column : columns) AddColumn(table, kTypeText, column);
+    WriteRows(table.GetDefinitionOffset(), rows);
+    return table;
+  };
+  AddCatalogue({{u"74", u"Orders", u"1", u"0"}, {u"-7", u"Listed", u"5", u"0"}}).promisedRows = 9;
+  AddTable(74);
+  addTable(4, {u"ObjectId"}, {{u"-7"}, {u"-5"}, {u"-5"}, {u"-8"}});
+  addTable(5, {u"szRelationship", u"szObject", u"szReferencedObject"},
+           {{u"Buys", u"Purchases", u"Customers"}, {u"Unknown", u"X", u"Y"}});
+  addTable(60, {u"Id", u"Name", u"Type"},
+           {{u"75", u"ORDERS", u"1"},
+            {u"76", u"One", u"1"},
+            {u"76", u"Two", u"1"},
+            {u"77", u"Old", u"1"},
+            {u"79", u"Items", u"1"},
+            {u"80", u"Query", u"5"},
+            {u"-5", u"Open orders", u"5"},
+            {u"-6", u"Its rows are gone", u"5"},
+            {u"-7", u"Renamed", u"5"},
+            {u"9", u"Entry", u"32768"}});
+  for (uint64_t page = 75; page <= 80; page++) AddTable(page);
+  Tables().GetAt(7)->foreignKeys = {{u"Buys", 78}};
+
+  EXPECT_TRUE(Scan());
+  RestoreLostNames(m_data, m_pageSize);
+  Row names;
+  for (uint32_t page = 74; page <= 80; page++) names.push_back(Tables().FindTable(page * m_pageSize)->name);
+  // Taken, told in two ways, told by a relationship as well, its other table, told by the pane, no table.
+  EXPECT_EQ(names, (Row{u"Orders", u"", u"", u"Purchases", u"Customers", u"Items", u""}));
+  EXPECT_EQ(m_data.GetLedger().GetCount(EDamage::RestoredName), 3U);
+  Row queries;
+  for (const auto* object = m_data.GetQueryObjects().GetHead(); object != nullptr; object = object->GetNext())
+    if (object->IsRestored()) queries.push_back(object->GetId() + u" " + object->GetName());
+  EXPECT_EQ(queries, (Row{u"-5 Open orders"}));
+  ASSERT_EQ(m_data.GetOtherObjects().size(), 1U);
+  EXPECT_EQ(m_data.GetOtherObjects()[0].name, u"Entry");
 }
 
 }  // namespace
