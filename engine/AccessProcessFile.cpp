@@ -71,7 +71,7 @@ void CAccessProcessFile::ParseTableNames(CAccessData& data) {
   ExplainLostTables(data, *m_source);
   if (m_rules.mendDefinitions) RestoreColumnNames(data, GetLayout().pageSize);
   m_match.NameTables(data.GetTables(), GetLayout().pageSize);
-  if (m_rules.otherPlacesTellNames) RestoreLostNames(data, GetLayout().pageSize);
+  if (m_rules.otherPlacesTellNames && m_definitions == m_source) RestoreLostNames(data, *m_source, m_job);
   ReadCatalogueObjects(data, GetLayout().pageSize, m_match, m_job);
   parser.NameUnnamedTables(data.GetTables(), !GetLayout().isJet3);
   CountDoubtfulNames(data, *m_definitions);

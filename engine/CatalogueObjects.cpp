@@ -95,18 +95,10 @@ class CObjectReader {
     return properties;
   }
 
-  // Blocks of columns that were deleted or renamed stay behind in the file.
   void TakeTable(const SCatalogueRow& row) {
     CAccessTable* const table = FindTable(row);
     if (table == nullptr || !table->properties.empty()) return;
-    for (SOwnedProperties& owner : ReadProperties(row, table)) {
-      if (owner.kind == kPropertiesOfObject) {
-        AddProperties(std::move(owner.properties), table->properties);
-      } else if (owner.kind == kPropertiesOfColumn) {
-        if (CAccessColumn* const column = FindColumn(*table, owner.column))
-          AddProperties(std::move(owner.properties), column->properties);
-      }
-    }
+    PutProperties(ReadProperties(row, table), *table);
   }
 
   void TakeServerLink(SCatalogueRow& row) {
@@ -151,6 +143,17 @@ class CObjectReader {
 };
 
 }  // namespace
+
+void PutProperties(std::vector<SOwnedProperties> owners, CAccessTable& table) {
+  for (SOwnedProperties& owner : owners) {
+    if (owner.kind == kPropertiesOfObject) {
+      AddProperties(std::move(owner.properties), table.properties);
+    } else if (owner.kind == kPropertiesOfColumn) {
+      if (CAccessColumn* const column = FindColumn(table, owner.column))
+        AddProperties(std::move(owner.properties), column->properties);
+    }
+  }
+}
 
 std::optional<EOtherObject> OtherObjectOf(int16_t type) {
   switch (type) {

@@ -4,15 +4,21 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "engine/TemplateMatch.h"
 #include "model/AccessData.h"
+#include "render/ObjectProperties.h"
 #include "status/JobContext.h"
 
 namespace tolvane {
 
 // What the catalogue's type says of an object that is no table, query or container of this file.
 std::optional<EOtherObject> OtherObjectOf(int16_t type);
+
+// Gives the table and its columns what they do not have yet. Blocks of columns that were deleted or renamed
+// stay behind in the file.
+void PutProperties(std::vector<SOwnedProperties> owners, CAccessTable& table);
 
 // After the tables are named; only where the run keeps values. Puts properties and links into the model and
 // files what cannot be read to its end in the ledger. `match` leads from pages of the damaged file to those

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "format/Bytes.h"
 #include "format/Layout.h"
+#include "format/NameMap.h"
 #include "format/PropertyBlob.h"
-#include "platform/CodePage.h"
 #include "platform/Text.h"
+#include "render/ObjectProperties.h"
 #include "render/RecordText.h"
 #include "store/ObjectPlace.h"
 
@@ -27,55 +27,13 @@ struct SName {
 using Names = std::vector<SName>;
 using Blob = std::vector<uint8_t>;
 
-// Property NameMap:
-//   0 mark, version, u128 GUID of the table, zeros, f64 date, zeros | 44 name of the table, zero unit, u32 0
-//   then for each column:  u128 GUID, u32 7, u128 GUID of the table, name, zero unit, u32 0
-constexpr std::string_view kNameMap{"N\0a\0m\0e\0M\0a\0p\0", 14};
-constexpr size_t kNameMapName = 44;
-constexpr size_t kNameMapHead = 36;
-constexpr size_t kNameMapKind = 16;
-constexpr uint32_t kNameMapColumn = 7;
-
-// Moves on behind the name and the zeros that follow it.
-std::u16string TakeMapName(std::span<const uint8_t> map, size_t& at) {
-  std::u16string name;
-  for (; at + 2 <= map.size(); at += 2) {
-    const auto unit = static_cast<char16_t>(GetLittle<uint16_t>(map, at));
-    if (unit == 0) break;
-    name += unit;
-  }
-  at += 2 + sizeof(uint32_t);
-  return name;
-}
-
-Names NamesOfMap(std::span<const uint8_t> map) {
-  Names names;
-  size_t at = kNameMapName;
-  TakeMapName(map, at);
-  while (at + kNameMapHead <= map.size() && GetLittle<uint32_t>(map, at + kNameMapKind) == kNameMapColumn) {
-    at += kNameMapHead;
-    names.push_back({TakeMapName(map, at)});
-  }
-  return names;
-}
-
-std::u16string StoredText(const std::string& stored, const SSourceFacts& source) {
-  const std::span bytes(reinterpret_cast<const uint8_t*>(stored.data()), stored.size());
-  if (!source.isJet3) return UnitsOf(bytes);
-  std::u16string text;
-  DecodeCodePage(source.codePage, bytes, text);
-  return text;
-}
-
 // Only texts may be empty, and only GUIDs are made.
-ENameKind NameKindOf(const SPropertyOwner& column, const SSourceFacts& source) {
-  for (const SStoredProperty& property : column.properties) {
-    const std::u16string name = StoredText(property.name, source);
-    if (name == u"AllowZeroLength" || name == u"UnicodeCompression") return ENameKind::Text;
-    const std::string value(property.value.begin(), property.value.end());
-    if (name == u"DefaultValue" && StoredText(value, source) == u"GenGUID()") return ENameKind::Guid;
-  }
-  return ENameKind::Any;
+ENameKind NameKindOf(const SOwnedProperties& column) {
+  if (FindProperty(column.properties, u"AllowZeroLength") != nullptr ||
+      FindProperty(column.properties, u"UnicodeCompression") != nullptr)
+    return ENameKind::Text;
+  return TextOf(FindProperty(column.properties, u"DefaultValue")) == u"GenGUID()" ? ENameKind::Guid
+                                                                                  : ENameKind::Any;
 }
 
 ENameKind NameKindOf(const CAccessColumn& column) {
@@ -85,18 +43,17 @@ ENameKind NameKindOf(const CAccessColumn& column) {
 
 // The columns' names that the properties tell, of those lists of them the one that is as long as the table.
 Names NamesOfBlob(const Blob& blob, const SSourceFacts& source, size_t count) {
-  std::vector<SPropertyOwner> owners;
-  DecodePropertyBlob(source.isJet3, blob, owners);
+  std::vector<SOwnedProperties> owners;
+  TakeObjectProperties(source, blob, owners);
   Names names;
-  for (const SPropertyOwner& owner : owners) {
-    if (owner.kind == kPropertiesOfColumn)
-      names.push_back({StoredText(owner.name, source), NameKindOf(owner, source)});
-    if (owner.kind != kPropertiesOfObject) continue;
-    for (const SStoredProperty& property : owner.properties) {
-      if (property.name != kNameMap) continue;
-      Names mapped = NamesOfMap(property.value);
-      if (mapped.size() == count) return mapped;
-    }
+  for (const SOwnedProperties& owner : owners) {
+    if (owner.kind == kPropertiesOfColumn) names.push_back({owner.column, NameKindOf(owner)});
+    const SProperty* const map =
+        owner.kind == kPropertiesOfObject ? FindProperty(owner.properties, kNameMap) : nullptr;
+    if (map == nullptr) continue;
+    Names mapped;
+    for (const std::u16string& name : DecodeNameMap(map->value).columns) mapped.push_back({name});
+    if (mapped.size() == count) return mapped;
   }
   return names.size() == count ? names : Names{};
 }

@@ -13,6 +13,7 @@
 
 #include "engine/CatalogueObjects.h"
 #include "engine/KnownTables.h"
+#include "engine/LostProperties.h"
 #include "format/SystemObjects.h"
 #include "format/SystemTables.h"
 #include "model/FlatTable.h"
@@ -29,7 +30,9 @@ constexpr std::u16string_view kNavigationList = u"MSysNavPaneObjectIDs";
 constexpr const char *kNamedByRelationship = "its row of the catalogue is lost; a relationship names it",
                      *kNamedByFlatTable = "its row of the catalogue is lost; the values of a column name it",
                      *kNamedByNavigation =
-                         "its row of the catalogue is lost; the navigation pane's list names it";
+                         "its row of the catalogue is lost; the navigation pane's list names it",
+                     *kNamedByProperties =
+                         "its row of the catalogue is lost; its properties know this name, which may be old";
 
 // Hands over the rows, the cells in the order of the names. Nothing where a column is not there.
 void ForEachRow(const CAccessTable& table, const SRecoveryRules& rules,
@@ -68,7 +71,8 @@ class CClues {
 
 class CLostNames {
  public:
-  CLostNames(CAccessData& data, uint32_t pageSize) : m_data(data), m_pageSize(pageSize) {
+  CLostNames(CAccessData& data, CSource& source, const CJobContext& job)
+      : m_data(data), m_source(source), m_job(job), m_pageSize(source.GetLayout().pageSize) {
     for (const auto& table : data.GetTables()) {
       Take(table->name);
       const std::u16string_view known = table->name.empty() ? NameByColumns(*table) : table->name;
@@ -83,14 +87,20 @@ class CLostNames {
   }
 
   void Restore() {
-    if (!m_nameless.empty()) {
-      NameTables(CluesOfRelationships(), kNamedByRelationship);
-      NameTables(CluesOfFlatTables(), kNamedByFlatTable);
+    if (m_navigation != nullptr) {
+      NameQueries(CluesOfNavigation(kObjectQuery));
+      if (IsCatalogueIncomplete()) NoteOtherObjects();
     }
-    if (m_navigation == nullptr) return;
-    NameTables(CluesOfNavigation(kObjectTable), kNamedByNavigation);
-    NameQueries(CluesOfNavigation(kObjectQuery));
-    if (IsCatalogueIncomplete()) NoteOtherObjects();
+    if (m_nameless.empty()) return;
+    const std::vector<SFoundProperties> properties =
+        RestoreLostProperties(m_data, m_source, m_nameless, m_job);
+    NameTables(CluesOfRelationships(), kNamedByRelationship);
+    NameTables(CluesOfFlatTables(), kNamedByFlatTable);
+    if (m_navigation != nullptr) NameTables(CluesOfNavigation(kObjectTable), kNamedByNavigation);
+    CClues clues;
+    for (const SFoundProperties& found : properties)
+      clues.Add(found.table->GetPageText(m_pageSize), found.name);
+    NameTables(clues, kNamedByProperties);
   }
 
  private:
@@ -201,6 +211,8 @@ class CLostNames {
   }
 
   CAccessData& m_data;
+  CSource& m_source;
+  const CJobContext& m_job;
   const uint32_t m_pageSize;
   const CAccessTable* m_navigation = nullptr;
   std::vector<CAccessTable*> m_nameless;
@@ -210,8 +222,8 @@ class CLostNames {
 
 }  // namespace
 
-void RestoreLostNames(CAccessData& data, uint32_t pageSize) {
-  CLostNames(data, pageSize).Restore();
+void RestoreLostNames(CAccessData& data, CSource& source, const CJobContext& job) {
+  CLostNames(data, source, job).Restore();
 }
 
 }  // namespace tolvane

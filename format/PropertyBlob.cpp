@@ -10,6 +10,7 @@ namespace tolvane {
 namespace {
 
 constexpr std::string_view kMagicJet3("KKD\0", 4), kMagicJet4("MR2\0", 4);
+static_assert(kMagicJet3.size() == kMagicJet4.size());
 constexpr size_t kBlockHead = 6, kOwnerHead = 6, kEntryHead = 8;
 constexpr uint16_t kNames = 0x80;
 
@@ -110,14 +111,18 @@ std::vector<uint8_t> EncodeOwner(const SPropertyOwner& owner, const CNameList& n
 
 }  // namespace
 
+bool HasPropertyMark(bool isJet3, std::span<const uint8_t> bytes) {
+  return std::ranges::equal(bytes.first(std::min(bytes.size(), kMagicJet4.size())),
+                            AsBytes(isJet3 ? kMagicJet3 : kMagicJet4));
+}
+
 bool DecodePropertyBlob(bool isJet3, std::span<const uint8_t> blob, std::vector<SPropertyOwner>& owners) {
-  const std::string_view magic = isJet3 ? kMagicJet3 : kMagicJet4;
-  CByteTaker taker(blob);
   owners.clear();
-  if (ToString(taker.Take(magic.size())) != magic) return false;
+  if (!HasPropertyMark(isJet3, blob)) return false;
+  CByteTaker taker(blob.subspan(kMagicJet4.size()));
   std::vector<std::string> names;
   bool isWhole = true;
-  while (taker.GetPosition() < blob.size()) {
+  while (taker.GetPosition() + kMagicJet4.size() < blob.size()) {
     const auto length = taker.TakeNumber<uint32_t>();
     const auto kind = taker.TakeNumber<uint16_t>();
     if (!taker.IsOk() || length < kBlockHead) return false;

@@ -48,6 +48,8 @@ struct SPropertyOwner {
 };
 inline constexpr uint16_t kPropertiesOfObject = 0, kPropertiesOfColumn = 1;
 
+// Whether these bytes begin like a blob.
+bool HasPropertyMark(bool isJet3, std::span<const uint8_t> bytes);
 // Takes what is whole into `owners`: a broken block or entry costs itself as long as its length leads on.
 // False when anything is broken.
 bool DecodePropertyBlob(bool isJet3, std::span<const uint8_t> blob, std::vector<SPropertyOwner>& owners);

@@ -2,7 +2,10 @@
 
 #include "engine/AccessTableDataFileParser.h"
 #include "engine/LostNames.h"
+#include "format/PropertyBlob.h"
+#include "render/ObjectProperties.h"
 #include "status/JobContext.h"
+#include "tests/support/PageBuilder.h"
 #include "tests/support/StoreTest.h"
 
 namespace tolvane {
@@ -184,7 +187,10 @@ TEST_F(TableNaming, OtherPlacesNameWhatTheCatalogueLost) {
   Tables().GetAt(7)->foreignKeys = {{u"Buys", 78}};
 
   EXPECT_TRUE(Scan());
-  RestoreLostNames(m_data, m_pageSize);
+  const CTempFile file(CDatabaseBuilder(kLayoutJet4).Build());
+  CSource source;
+  source.Open(file.GetPath());
+  RestoreLostNames(m_data, source, ShownJob());
   Row names;
   for (uint32_t page = 74; page <= 80; page++) names.push_back(Tables().FindTable(page * m_pageSize)->name);
   // Taken, told in two ways, told by a relationship as well, its other table, told by the pane, no table.
@@ -196,6 +202,48 @@ TEST_F(TableNaming, OtherPlacesNameWhatTheCatalogueLost) {
   EXPECT_EQ(queries, (Row{u"-5 Open orders"}));
   ASSERT_EQ(m_data.GetOtherObjects().size(), 1U);
   EXPECT_EQ(m_data.GetOtherObjects()[0].name, u"Entry");
+}
+
+TEST_F(TableNaming, PropertiesFindTheirTableByItsColumns) {
+  const auto stored = [](std::u16string_view text) {
+    const Bytes bytes = StoredText(text, kLayoutJet4);
+    return std::string(bytes.begin(), bytes.end());
+  };
+  Bytes map(44);
+  for (const Bytes& part : {StoredText(u"Pets", kLayoutJet4), Little(0, 6)})
+    map.insert(map.end(), part.begin(), part.end());
+  const std::vector<SPropertyOwner> owners{
+      {kPropertiesOfObject, {}, {{stored(u"NameMap"), 0, kTypeOle, map}}},
+      {kPropertiesOfColumn, stored(u"Name"), {{stored(u"Caption"), 0, kTypeText, Little('N', 2)}}},
+      {kPropertiesOfColumn, stored(u"Age"), {}}};
+  const Bytes blob = EncodePropertyBlob(false, owners);
+  // A chain of two pieces, and a piece that leads back into it.
+  CDatabaseBuilder builder(kLayoutJet4);
+  const auto piece = [&](uint32_t next, size_t from, size_t to) {
+    Bytes row = Little(next, 4);
+    row.insert(row.end(), blob.begin() + static_cast<ptrdiff_t>(from),
+               blob.begin() + static_cast<ptrdiff_t>(to));
+    return row;
+  };
+  const uint32_t last = builder.AddDataPage(kOwnerLongValues, {{piece(0, 100, blob.size())}});
+  builder.AddDataPage(kOwnerLongValues, {{piece(last << 8, 0, 100)}, {piece(last << 8, 0, 4)}});
+  const CTempFile file(builder.Build());
+  CSource source;
+  source.Open(file.GetPath());
+
+  CAccessTable& pets = AddTable(74);
+  for (const char16_t* const column : {u"Age", u"Name"}) AddColumn(pets, kTypeText, column);
+  AddColumn(AddTable(75), kTypeText, u"Age");
+  RestoreLostNames(m_data, source, ShownJob());
+  EXPECT_EQ(pets.name, u"Pets");
+  EXPECT_EQ(Tables().GetAt(1)->name, u"");
+  EXPECT_EQ(TextOf(FindProperty(pets.columns.GetAt(1)->properties, u"Caption")), u"N");
+
+  // Of two tables with these columns nobody knows which one the properties mean.
+  pets.name.clear();
+  AddColumn(*Tables().GetAt(1), kTypeText, u"Name");
+  RestoreLostNames(m_data, source, ShownJob());
+  EXPECT_EQ(pets.name, u"");
 }
 
 }  // namespace
