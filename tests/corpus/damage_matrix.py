@@ -261,11 +261,12 @@ class Tally:
             self.errors.append('%d rows that never were' % never)
 
 
-def judge(repairer, kind, paths, healthy, seeds, keep):
+def judge(repairer, kind, paths, others, healthy, seeds, keep):
     tally = Tally()
     for path in paths:
         for seed in range(seeds):
-            damaged = Damaged(path, random.Random('%s %d' % (os.path.basename(path), seed)), [p for p in paths if p != path])
+            damaged = Damaged(path, random.Random('%s %d' % (os.path.basename(path), seed)),
+                              [p for p in paths + others if p != path])
             KINDS[kind].damage(damaged)
             copy = os.path.join(repairer.folder, 'damaged' + os.path.splitext(path)[1])
             with open(copy, 'wb') as file:
@@ -311,11 +312,14 @@ def main():
     with tempfile.TemporaryDirectory(prefix='tolvane-') as folder:
         repairer = Repairer(options.tolvane, folder)
         sample = os.path.join(folder, 'sample-jet4.mdb')
-        subprocess.run([options.make_sample, sample, os.path.join(folder, 'made.mdb')], check=True, stdout=subprocess.DEVNULL)
-        paths = [sample]
-        for target, ending in (('jet3', 'mdb'), ('ace', 'accdb')):
-            paths.append(os.path.join(folder, 'sample-%s.%s' % (target, ending)))
-            if repairer.run('repair', sample, '-o', paths[-1], '--to', target) not in (0, 3):
+        made = os.path.join(folder, 'made.mdb')
+        subprocess.run([options.make_sample, sample, made], check=True, stdout=subprocess.DEVNULL)
+        # Each format in two states, of which the second is only what pages of another file are taken from.
+        paths, others = [sample], []
+        for source, found, target, ending in ((sample, paths, 'jet3', 'mdb'), (sample, paths, 'ace', 'accdb'),
+                                              (made, others, 'jet3', 'mdb'), (made, others, 'jet4', 'mdb')):
+            found.append(os.path.join(folder, '%s-%s.%s' % (os.path.basename(source)[:-4], target, ending)))
+            if repairer.run('repair', source, '-o', found[-1], '--to', target) not in (0, 3):
                 raise corpus.Failure('the sample cannot be made as ' + target)
         real = [os.path.join(options.corpus, name) for name in FILES]
         paths += [path for path in real if os.path.exists(path)]
@@ -327,7 +331,7 @@ def main():
         wanted = [kind for kind in KINDS if any(text in kind for text in options.kinds.split(','))]
         failed = 0
         for kind in wanted:
-            tally = judge(repairer, kind, paths, healthy, options.seeds, options.keep)
+            tally = judge(repairer, kind, paths, others, healthy, options.seeds, options.keep)
             show(kind, tally)
             failed += bool(tally.errors)
     print('\n%d kinds of damage, %d with errors' % (len(wanted), failed))
