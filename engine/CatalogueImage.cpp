@@ -1,5 +1,8 @@
 #include "engine/CatalogueImage.h"
 
+#include <algorithm>
+#include <span>
+
 #include "format/SystemTables.h"
 
 namespace tolvane {
@@ -34,6 +37,20 @@ std::vector<uint8_t> MakeCatalogueImage(const SLayout& layout, const SRecoveryRu
     if (isRaw) stored.resize(stored.size() + 2);
     return stored;
   });
+  bytes.resize(layout.pageSize);
+  return bytes;
+}
+
+std::vector<uint8_t> MakeSystemImage(const SLayout& layout, uint32_t page) {
+  // What is ACE's alone stands on pages of its own.
+  const std::span<const SSystemTable> tables = GetSystemTables(layout.isJet3 ? layout : kLayoutAce);
+  const auto table = std::ranges::find(tables, page, &SSystemTable::page);
+  if (table == tables.end()) return {};
+  std::vector<uint8_t> bytes =
+      EncodeDefinition(layout,
+                       MakeSystemTable(layout, STextOrder{.language = 0, .version = 0},
+                                       static_cast<size_t>(table - tables.begin())),
+                       [&](std::u16string_view name) { return EncodeAsciiName(layout, name); });
   bytes.resize(layout.pageSize);
   return bytes;
 }

@@ -1,5 +1,6 @@
-// The definition of the system catalogue, which is the same in every file: it is built in, so that the names
-// of the tables are found even where its page is lost.
+// The definitions of the catalogue and of the other tables that every database has. They are the same in
+// every file and built in, so that names, queries and relationships are found even where their pages are
+// lost.
 #pragma once
 
 #include <cstdint>
@@ -12,5 +13,8 @@ namespace tolvane {
 
 // One page, made so that a decoder that follows `rules` reads the right columns from it.
 std::vector<uint8_t> MakeCatalogueImage(const SLayout& layout, const SRecoveryRules& rules);
+// In the same way that of the table defined on this page of every file; empty where there is none. The rules
+// are those that read a definition as it is.
+std::vector<uint8_t> MakeSystemImage(const SLayout& layout, uint32_t page);
 
 }  // namespace tolvane

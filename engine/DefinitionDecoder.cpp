@@ -27,25 +27,38 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
   const CFreePageMap& freePages = definitions.GetFreePages();
   CDefinitionChain chain(definitions.GetPages(), m_layout);
   CDefinitionReader reader(definitions, data.GetTables(), job);
-  const std::vector<uint8_t> image = MakeCatalogueImage(m_layout, m_rules);
+  std::vector<uint8_t> image;
 
   for (const auto& table : data.GetTables()) {
     if (!job.repairing.IsRunning()) return;
     const uint32_t page = table->GetPage(m_layout.pageSize);
     if (page == kObjectsPage && m_rules.useBuiltInCatalogue) {
+      image = MakeCatalogueImage(m_layout, m_rules);
       Decode(image, *table);
       continue;
     }
     const bool isWhole =
-        m_rules.mendDefinitions ? reader.Read(*table) : chain.Read(table->GetDefinitionOffset());
-    const bool isSound =
-        Decode(m_rules.mendDefinitions ? reader.GetBytes() : chain.GetBytes(), *table) && isWhole;
+        !table->isBuiltIn &&
+        (m_rules.mendDefinitions ? reader.Read(*table) : chain.Read(table->GetDefinitionOffset()));
+    // On the first pages no file has other tables.
+    if (!isWhole && m_rules.useBuiltInSystemTables && page <= kRelationshipsPage) {
+      table->isBuiltIn = true;
+      table->hasMendedCounts = table->hasMendedNames = false;
+    }
+    if (table->isBuiltIn) image = MakeSystemImage(m_layout, page);
+    const bool isSound = Decode(table->isBuiltIn          ? image
+                                : m_rules.mendDefinitions ? reader.GetBytes()
+                                                          : chain.GetBytes(),
+                                *table) &&
+                         isWhole;
     if (!isSound && !freePages.IsFree(page))
-      data.GetLedger().Add(EDamage::BrokenDefinition, {.page = page,
-                                                       .definition = table->GetDefinitionOffset(),
-                                                       .row = -1,
-                                                       .amount = 1,
-                                                       .reason = reader.GetFault()});
+      data.GetLedger().Add(
+          EDamage::BrokenDefinition,
+          {.page = page,
+           .definition = table->GetDefinitionOffset(),
+           .row = -1,
+           .amount = 1,
+           .reason = table->isBuiltIn ? "it is the same in every database, and known" : reader.GetFault()});
   }
 }
 

@@ -88,8 +88,8 @@ class CLostNames {
 
   void Restore() {
     if (m_navigation != nullptr) {
-      NameQueries(CluesOfNavigation(kObjectQuery));
-      if (IsCatalogueIncomplete()) NoteOtherObjects();
+      const bool isAnyLost = NameQueries(CluesOfNavigation(kObjectQuery)) || !m_nameless.empty();
+      if (isAnyLost) NoteOtherObjects();
     }
     if (m_nameless.empty()) return;
     const std::vector<SFoundProperties> properties =
@@ -183,24 +183,24 @@ class CLostNames {
   }
 
   // Of objects that are gone the list may still have rows: only those whose own rows are there are queries.
-  void NameQueries(const CClues& clues) {
+  // False: none was lost.
+  bool NameQueries(const CClues& clues) {
     const CAccessTable* const queries = TableOnPage(kQueriesPage);
-    if (queries == nullptr) return;
+    bool isAnyLost = false;
+    if (queries == nullptr) return false;
     ForEachRow(*queries, m_data.GetRules(), {u"ObjectId"}, [&](const std::vector<std::u16string>& row) {
       if (!m_listed.insert(row[0]).second) return;
+      isAnyLost = true;
       const std::u16string_view name = clues.Find(row[0]);
       if (!Take(name)) return;
       auto object = std::make_unique<CQuerySysObject>(std::u16string(name), row[0], std::u16string());
       object->MarkRestored();
       m_data.GetQueryObjects().Append(std::move(object));
     });
+    return isAnyLost;
   }
 
-  [[nodiscard]] bool IsCatalogueIncomplete() const {
-    const CAccessTable* const catalogue = TableOnPage(kObjectsPage);
-    return catalogue == nullptr || catalogue->header.rowCount < catalogue->promisedRows;
-  }
-
+  // Where rows of the catalogue are lost, those of forms and others may be among them.
   void NoteOtherObjects() {
     ForEachRow(*m_navigation, m_data.GetRules(), {u"Name", u"Type"},
                [&](const std::vector<std::u16string>& row) {

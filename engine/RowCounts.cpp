@@ -50,7 +50,7 @@ class CRowCounts {
   [[nodiscard]] std::optional<EDamage> KindOf(const CAccessTable& table) const {
     const uint64_t mostRows = m_source.GetPageCount() * m_layout.data.MaximumSlots(m_layout.pageSize);
     const uint32_t promised = table.promisedRows, found = table.header.rowCount;
-    if (promised > mostRows || promised == found) return std::nullopt;
+    if (promised > mostRows || promised == found || table.isBuiltIn) return std::nullopt;
     if (promised > found) return EDamage::MissingRows;
     // Programs leave the counts of the catalogue and of the permissions as they were.
     const uint32_t page = table.GetPage(m_layout.pageSize);

@@ -10,6 +10,7 @@
 
 #include "engine/DefinitionParts.h"
 #include "format/PageHead.h"
+#include "format/SystemTables.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -165,6 +166,19 @@ void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions
     status.Refresh(offset);
     progress.IncrementPos();
   }
+  if (m_rules.useBuiltInSystemTables) AddBuiltInTables(data, definitions);
+}
+
+void CTableScanner::AddBuiltInTables(CAccessData& data, const CSource& definitions) {
+  const SLayout& layout = definitions.GetLayout();
+  const bool isAce = !layout.isJet3 && definitions.GetFacts().versionByte >= kVersionAce12;
+  for (const SSystemTable& system : GetSystemTables(isAce ? kLayoutAce : layout)) {
+    const uint64_t offset = uint64_t{system.page} * layout.pageSize;
+    // Those behind it have no rows.
+    if (system.page > kComplexColumnsPage || data.GetTables().FindTable(offset) != nullptr) continue;
+    CAccessTable& table = data.GetTables().AddTable(offset);
+    table.isGuessed = table.isBuiltIn = true;
+  }
 }
 
 void CTableScanner::DropGuesses(CAccessData& data) {
@@ -183,7 +197,7 @@ void CTableScanner::DropContinuationDefinitions(CAccessData& data, CSource& defi
   for (const auto& table : tables) {
     if (!m_job.repairing.IsRunning()) return;
     const uint64_t offset = table->GetDefinitionOffset();
-    if (offset == 0) continue;
+    if (offset == 0 || table->isBuiltIn) continue;
     if (offset > definitions.GetPages().GetLength()) return;
     if (!definitions.GetPages().ReadPage(offset, page) && !m_rules.unreadablePageKeepsPrevious) continue;
     candidates[offset] = {.next = uint64_t{GetLittle<uint32_t>(page, kDefinitionNext)} * layout.pageSize,
@@ -204,10 +218,10 @@ CTableScanner::EOwner CTableScanner::CreditPage(CAccessData& data, const SPageNo
   if (!note.isData) return EOwner::None;
   const uint32_t owner = note.owner;
   const uint64_t definition = owners.OffsetOf(match.DefinitionOf(owner));
-  const bool isTable = data.GetTables().FindTable(definition) != nullptr;
-  if (!owners.IsPossible(owner, isTable)) return EOwner::Impossible;
-  if (!isTable) return EOwner::Unknown;
-  if (!owners.IsDefinition(owner)) return EOwner::Unknown;
+  const CAccessTable* const table = data.GetTables().FindTable(definition);
+  if (!owners.IsPossible(owner, table != nullptr)) return EOwner::Impossible;
+  if (table == nullptr) return EOwner::Unknown;
+  if (!table->isBuiltIn && !owners.IsDefinition(owner)) return EOwner::Unknown;
   data.GetTables().CreditDataPage(offset, definition);
   return EOwner::Known;
 }
@@ -247,7 +261,8 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     if (twins != nullptr && owner == EOwner::Known) twins->Note(note.print, static_cast<uint32_t>(number));
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
     const bool isOrphan = note.isRead && isLost && !isFree && IsOwnerOfRows(note.owner);
-    const bool isDefinition = m_rules.mendDefinitions && data.GetTables().FindTable(offset) != nullptr;
+    const CAccessTable* const defined = data.GetTables().FindTable(offset);
+    const bool isDefinition = m_rules.mendDefinitions && defined != nullptr && !defined->isBuiltIn;
     if (m_rules.adoptOrphanPages && (isOrphan || note.hasNoHead) && !isDefinition)
       homeless.push_back({static_cast<uint32_t>(number),
                           isOrphan ? SHomelessPage::EReason::NoOwner : SHomelessPage::EReason::NoHead});

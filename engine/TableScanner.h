@@ -46,6 +46,8 @@ class CTableScanner {
 
   static EOwner CreditPage(CAccessData& data, const SPageNote& note, uint64_t offset, COwners& owners,
                            const CTemplateMatch& match);
+  // Of the tables that every database has those that no page defines.
+  static void AddBuiltInTables(CAccessData& data, const CSource& definitions);
   static void Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount = 1);
 
   const SRecoveryRules& m_rules;

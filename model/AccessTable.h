@@ -95,6 +95,9 @@ class CAccessTable {
   ENameSource nameSource = ENameSource::Catalogue;
   // Its first page is known by its columns only: it is a table if rows belong to it.
   bool isGuessed = false;
+  // One that every database has, whose definition the file lost: the built-in one counts, which knows no
+  // rows.
+  bool isBuiltIn = false;
   // What its definition says was mended: the counts of columns ever made, and the columns' names.
   bool hasMendedCounts = false, hasMendedNames = false;
   // Values of columns that the definition does not have: of deleted ones, which rows keep.

@@ -49,6 +49,8 @@ struct SRecoveryRules {
   bool otherPlacesTellNames;
   // The catalogue's definition is never taken from the file.
   bool useBuiltInCatalogue;
+  // Those of the other tables that every database has are taken from it unless they are damaged.
+  bool useBuiltInSystemTables;
   // Jet 4: only the low byte of the column number counts.
   bool columnNumberLowByteOnly;
   // Offset of the flags byte in a Jet 4 real-index entry (the file format puts it at 46).
@@ -152,6 +154,7 @@ inline constexpr SRecoveryRules kStandardRules{
     .columnsNameSystemTables = false,
     .otherPlacesTellNames = false,
     .useBuiltInCatalogue = true,
+    .useBuiltInSystemTables = false,
     .columnNumberLowByteOnly = true,
     .indexFlagsOffsetJet4 = 42,
     .indexFlagsExactMatch = true,
@@ -198,6 +201,7 @@ inline constexpr SRecoveryRules kExactRules{
     .columnsNameSystemTables = true,
     .otherPlacesTellNames = true,
     .useBuiltInCatalogue = true,  // it is the same in every file, and page 2 may be gone
+    .useBuiltInSystemTables = true,
     .columnNumberLowByteOnly = false,
     .indexFlagsOffsetJet4 = 46,
     .indexFlagsExactMatch = false,

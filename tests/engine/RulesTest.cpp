@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/TableScanner.h"
+#include "format/SystemObjects.h"
 #include "store/ValueStream.h"
 #include "tests/engine/EngineTest.h"
 
@@ -171,6 +172,18 @@ std::string CatalogueDefinitionGone(const SRecoveryRules& rules) {
   file.AddSmallRows(file.AddNamedTable(SmallTable()));
   file.Page(kObjectsPage).Fill(0);
   return ReadTable(rules, file.Build(), Rows);
+}
+
+std::string PermissionsDefinitionGone(const SRecoveryRules& rules) {
+  STableSpec permissions;
+  permissions.AddFixed(u"ObjectId", kTypeLong, 4).AddVariable(u"SID", kTypeBinary, 510);
+  permissions.AddFixed(u"ACM", kTypeLong, 4).AddFixed(u"FInheritable", kTypeBoolean, 1);
+  CRuleFile file(kLayoutJet4);
+  file.AddDataPage(kAcesPage,
+                   {{MakeRow(permissions, kLayoutJet4, {Little(2, 4), Hex("0203"), Little(1, 4), Bytes()})}});
+  const auto data = Recover(file.Build(), rules);
+  const CAccessTable* const table = TableNamed(*data, kMSysAces);
+  return table != nullptr ? Rows(*table) : "no table";
 }
 
 std::string CountOfColumnsWrong(const SRecoveryRules& rules) {
@@ -344,6 +357,8 @@ const SRuleCase kCases[] = {
      "Access' own", "the user's"},
     {"columnsNameSystemTables", Take<&SRecoveryRules::columnsNameSystemTables>, NamelessTableOfAccess,
      "unknown", "known"},
+    {"useBuiltInSystemTables", Take<&SRecoveryRules::useBuiltInSystemTables>, PermissionsDefinitionGone,
+     "no table", "1 rows"},
     {"otherPlacesTellNames", Take<&SRecoveryRules::otherPlacesTellNames>, TableThatOnlyTheNavigationPaneNames,
      "no table", "0 rows"},
     {"mendDefinitions", Take<&SRecoveryRules::mendDefinitions>, CountOfColumnsWrong,

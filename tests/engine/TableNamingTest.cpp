@@ -167,7 +167,7 @@ TEST_F(TableNaming, OtherPlacesNameWhatTheCatalogueLost) {
     WriteRows(table.GetDefinitionOffset(), rows);
     return table;
   };
-  AddCatalogue({{u"74", u"Orders", u"1", u"0"}, {u"-7", u"Listed", u"5", u"0"}}).promisedRows = 9;
+  AddCatalogue({{u"74", u"Orders", u"1", u"0"}, {u"-7", u"Listed", u"5", u"0"}});
   AddTable(74);
   addTable(4, {u"ObjectId"}, {{u"-7"}, {u"-5"}, {u"-5"}, {u"-8"}});
   addTable(5, {u"szRelationship", u"szObject", u"szReferencedObject"},
