@@ -17,8 +17,8 @@ struct SFileExportTask {
   SExportOptions options;
   const CAccessTable* only = nullptr;  // null: all tables,
   bool withSystemTables = false;       // and the database's own as well
-  std::u16string file;                 // the one that is written; where it is empty:
-  std::u16string folder;               // for a file a table
+  std::u16string file = {};            // the one that is written; where it is empty:
+  std::u16string folder = {};          // for a file a table
   std::u16string source;               // never written over
   std::u16string templatePath;         // nor this; may be empty
   bool mayOverwrite = false;

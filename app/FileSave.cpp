@@ -18,8 +18,7 @@ std::u16string DescribeRoom(const SOutputRequest& request) {
   if (!free || *free >= GetFileLength(request.source)) return {};
   return u" The disk of " + request.path + u" has room for " + Counted(*free, u"byte", ToGroupedDecimal) +
          u" only, and the new database needs about as much as the damaged one takes. Save it to another "
-         u"disk, or "
-         u"free some space.";
+         u"disk, or free some space.";
 }
 
 }  // namespace
@@ -67,8 +66,7 @@ bool COvFileSave::StartSave(CDaoEngine& engine, const COvRepairFileManager& mana
   m_writer->SetData(manager.GetData());
   m_writer->SetFormat(options.format);
   if (options.identity) m_writer->SetIdentity(options.identity);
-  SOutputRequest request{
-      .path = m_outputPath, .source = manager.GetCorruptedPath(), .templatePath = {}, .mayReplace = true};
+  SOutputRequest request{.path = m_outputPath, .source = manager.GetCorruptedPath(), .mayReplace = true};
   if (manager.GetMode().IsAdvance()) request.templatePath = manager.GetTemplatePath();
   m_job.saving.SetSaving(true);
   if (startTimer) startTimer();

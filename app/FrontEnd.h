@@ -16,9 +16,9 @@ enum class EMessageIcon : uint8_t { None, Information, Warning };
 // A file dialog. The filter is in pairs of caption and patterns, each ended by '|', the last by "||".
 struct SFileQuestion {
   std::u16string title;  // empty: the system's own
-  std::u16string filter;
-  std::u16string defaultExtension;
-  std::u16string defaultName;
+  std::u16string filter = {};
+  std::u16string defaultExtension = {};
+  std::u16string defaultName = {};
   std::u16string folder = {};  // where the dialog starts; empty: where the system thinks best
 };
 

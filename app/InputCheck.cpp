@@ -119,9 +119,9 @@ SNothingFound ExplainNothing(const COvRepairFileManager& manager) {
                 u": The file holds pages of several databases, and no table of the first one is among those "
                 u"that could be told to be its own.",
             std::u16string(kOtherCopyAdvice)};
-  std::u16string cause = path +
-                         u": No page of the file defines a table. It may be no Access database, or "
-                         u"overwritten as a whole.";
+  std::u16string cause =
+      path +
+      u": No page of the file defines a table. It may be no Access database, or overwritten as a whole.";
   if (!HasDatabaseEnding(path)) cause += u" Its name does not end in .mdb or .accdb: is it the right file?";
   return {std::u16string(kNothingFoundHint), std::move(cause), std::u16string(kOtherCopyAdvice)};
 }

@@ -26,8 +26,7 @@ std::u16string RefusePath(const std::u16string& path, const SOutputOrigin& origi
   if (name == u".mdb" || name == u".accdb") return u"Please provide a valid file name.";
   if (IsSameFile(path, origin.corruptedPath) || IsSameFile(path, origin.templatePath))
     return u"The repaired database cannot be saved over the file that it is made from. Please provide "
-           u"another "
-           u"file name.";
+           u"another file name.";
   return {};
 }
 

@@ -43,9 +43,9 @@ struct SOutputVerdict {
 
 struct SOutputRequest {
   std::u16string path;
-  std::u16string source;        // never written over
-  std::u16string templatePath;  // nor this; may be empty
-  bool mayReplace = false;      // a file that is there
+  std::u16string source = {};        // never written over
+  std::u16string templatePath = {};  // nor this; may be empty
+  bool mayReplace = false;           // a file that is there
 };
 
 class COutputFile {

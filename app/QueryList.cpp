@@ -44,7 +44,6 @@ bool ListQueries(const CAccessData& data, std::vector<SListedQuery>& list) {
   for (const CQuerySysObject* lost : CQuerySaver::FindLost(data, queries))
     list.push_back({.name = lost->GetName(),
                     .kind = KindOf(static_cast<uint32_t>(ParseQueryNumber(lost->GetType()))),
-                    .sql = {},
                     .reason = u"only its name is left, its rows are lost",
                     .isHidden = CQuerySaver::IsHidden(lost->GetName())});
   return true;

@@ -15,7 +15,7 @@ namespace tolvane {
 struct SListedQuery {
   std::u16string name;  // empty when it is lost
   std::string_view kind;
-  std::u16string sql;          // empty when there is none,
+  std::u16string sql = {};     // empty when there is none,
   std::u16string reason = {};  // and why; of a text, why it is no statement
   bool isWhole = false;
   bool isKindLost = false;

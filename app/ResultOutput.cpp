@@ -112,8 +112,6 @@ void CResultOutput::ExportTables(const COvRepairFileManager& manager, const SExp
   if (m_isWorking || !data) return;
   SFileExportTask task{.options = choice.GetForm().options,
                        .only = choice.table.empty() ? nullptr : data->GetTables().FindTable(choice.table),
-                       .file = {},
-                       .folder = {},
                        .source = manager.GetCorruptedPath(),
                        .templatePath = manager.GetMode().IsAdvance() ? manager.GetTemplatePath() : u"",
                        .mayOverwrite = true};
@@ -136,8 +134,8 @@ CResultOutput::SEnd CResultOutput::ExportFiles(const CAccessData& data, const SF
     SExportedFile& file = files[i];
     m_context.status.SetText(u"Exporting " + file.table->name + u", table " + ToGroupedDecimal(i + 1) +
                              u" of " + ToGroupedDecimal(files.size()));
-    const SFileExportEnd ended = WriteExportedFile(
-        data, task, file, m_context.preview, {.isStopped = [this] { return IsStopped(); }, .rows = nullptr});
+    const SFileExportEnd ended =
+        WriteExportedFile(data, task, file, m_context.preview, {.isStopped = [this] { return IsStopped(); }});
     if (ended.verdict.state != EOutputState::Ok) return {AboutPath(ended.path, ended.verdict.reason), true};
     if (ended.end == EExportEnd::Stopped) return {std::u16string(kStoppedText)};
     if (ended.end == EExportEnd::NotWritten)
@@ -152,7 +150,7 @@ CResultOutput::SEnd CResultOutput::ExportFiles(const CAccessData& data, const SF
 
 CResultOutput::SEnd CResultOutput::ExportDatabase(const CAccessData& data, const SFileExportTask& task) {
   const SDatabaseExport exported =
-      WriteDatabaseFile(data, task, {.isStopped = [this] { return IsStopped(); }, .rows = nullptr});
+      WriteDatabaseFile(data, task, {.isStopped = [this] { return IsStopped(); }});
   if (!exported.refusal.empty()) return {exported.refusal, true};
   if (exported.verdict.state != EOutputState::Ok)
     return {AboutPath(task.file, exported.verdict.reason), true};
@@ -238,13 +236,10 @@ void CResultOutput::SaveObjects(std::vector<SSavedObject> objects) {
   if (objects.size() == 1) {
     paths.push_back(m_dialogs.ChooseSaveFile({.title = u"Save value",
                                               .filter = u"All files (*.*)|*.*||",
-                                              .defaultExtension = {},
                                               .defaultName = MakeSafeFileName(objects.front().name)}));
   } else {
-    const std::u16string folder = m_dialogs.ChooseFolder({.title = u"Save the attached files into the folder",
-                                                          .filter = {},
-                                                          .defaultExtension = {},
-                                                          .defaultName = {}});
+    const std::u16string folder = m_dialogs.ChooseFolder(
+        {.title = u"Save the attached files into the folder", .filter = {}, .defaultName = {}});
     CFileNames names;
     for (const SSavedObject& object : objects)
       paths.push_back(folder.empty() ? folder : folder + kPathSeparator + names.Add(object.name));
@@ -265,8 +260,7 @@ CResultOutput::SEnd CResultOutput::WriteObjects(const std::vector<SSavedObject>&
     if (!isOpen) return {objects[i].name + u": This object could not be read.", true};
     COutputFile output;
     // The dialog has asked about the one file; of several none is replaced.
-    const SOutputVerdict verdict = output.Reserve(
-        {.path = paths[i], .source = {}, .templatePath = {}, .mayReplace = objects.size() == 1});
+    const SOutputVerdict verdict = output.Reserve({.path = paths[i], .mayReplace = objects.size() == 1});
     if (verdict.state != EOutputState::Ok) return {AboutPath(paths[i], verdict.reason), true};
     CDaoByteSource& bytes = objects[i].isAttachment ? static_cast<CDaoByteSource&>(attachment) : object;
     const std::u16string problem = WriteObject(bytes, output);

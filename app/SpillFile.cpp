@@ -68,8 +68,7 @@ size_t CSpillFile::Read(uint64_t position, std::span<uint8_t> buffer) {
 }
 
 const std::vector<uint8_t>& CSpillFile::GetBlock(uint64_t number) {
-  const auto found = std::find_if(m_blocks.begin(), m_blocks.end(),
-                                  [&](const SBlock& block) { return block.number == number; });
+  const auto found = std::ranges::find(m_blocks, number, &SBlock::number);
   if (found != m_blocks.end()) {
     m_blocks.splice(m_blocks.begin(), m_blocks, found);
     return m_blocks.front().bytes;

@@ -10,10 +10,8 @@ namespace {
 
 constexpr std::u16string_view kUsage =
     u"TolvaneForAccess [DATABASE]\n\nOpens the window with this .mdb or .accdb file selected. Nothing starts "
-    u"by "
-    u"itself, and the file is only read.\n\nFor scripts there is the program tolvane: tolvane --help tells "
-    u"what "
-    u"it can do.";
+    u"by itself, and the file is only read.\n\nFor scripts there is the program tolvane: tolvane --help "
+    u"tells what it can do.";
 
 bool IsHelp(std::u16string_view word) {
   return word == u"--help" || word == u"-h" || word == u"-?" || word == u"/?" || word == u"/h" ||
@@ -40,16 +38,14 @@ SFileQuestion AskForCorruptedFile(EAskedFrom from) {
   return {.title = from == EAskedFrom::MainView ? u"Select corrupted file to repair..."
                                                 : u"Select Corrupted MS Access file...",
           .filter = std::u16string(kFilter),
-          .defaultExtension = u"accdb",
-          .defaultName = {}};
+          .defaultExtension = u"accdb"};
 }
 
 SFileQuestion AskForTemplateFile(EAskedFrom from) {
   return {.title = from == EAskedFrom::MainView ? u"Select file having same structure as corrupted file..."
                                                 : u"Select template file...",
           .filter = std::u16string(kFilter),
-          .defaultExtension = u"ACCDB",
-          .defaultName = {}};
+          .defaultExtension = u"ACCDB"};
 }
 
 std::u16string ReadTypedPath(std::u16string_view text) {
@@ -65,11 +61,9 @@ std::u16string ReadTypedPath(std::u16string_view text) {
 SStartWords ReadStartWords(const std::vector<std::u16string>& words) {
   SStartWords read;
   for (const std::u16string& word : words) {
-    if (IsHelp(word)) return {.file = {}, .message = std::u16string(kUsage), .notice = {}};
+    if (IsHelp(word)) return {.message = std::u16string(kUsage)};
     if (IsOption(word))
-      return {.file = {},
-              .message = u"The option " + word + u" is not known.\n\n" + std::u16string(kUsage),
-              .notice = {}};
+      return {.message = u"The option " + word + u" is not known.\n\n" + std::u16string(kUsage)};
     if (read.file.empty())
       read.file = word;
     else if (!word.empty())

@@ -35,9 +35,10 @@ SFileQuestion AskForTemplateFile(EAskedFrom from);
 
 // The words of the program's command line.
 struct SStartWords {
-  std::u16string file;     // to select, or empty
-  std::u16string message;  // to show instead of the window: what the program takes, or what it does not know
-  std::u16string notice;   // to show in the window, or empty
+  std::u16string file = {};  // to select, or empty
+  std::u16string message =
+      {};  // to show instead of the window: what the program takes, or what it does not know
+  std::u16string notice = {};  // to show in the window, or empty
 };
 SStartWords ReadStartWords(const std::vector<std::u16string>& words);
 

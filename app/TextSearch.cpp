@@ -41,7 +41,7 @@ constexpr char16_t Fold(char16_t unit) {
 
 std::u16string FoldCase(std::u16string_view text) {
   std::u16string folded(text);
-  std::transform(folded.begin(), folded.end(), folded.begin(), Fold);
+  std::ranges::transform(folded, folded.begin(), Fold);
   return folded;
 }
 

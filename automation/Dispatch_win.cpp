@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <type_traits>
 
 #include "platform/FileCust.h"
 #include "platform/Wide_win.h"

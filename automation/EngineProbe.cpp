@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <utility>
 
 #include "automation/EngineCalls.h"
 #include "dao/dao.h"

@@ -56,12 +56,11 @@ class CCompletion {
       if (result.IsOk()) continue;
       if (EndsAll(result.code)) return result;
       ++m_change.properties;
-      Tell(calls == &added
-               ? LostCounter(counter) + u": " + result.text
-               : u"The record " + field + u" = " + number +
-                     u" is none of the source's: it raised the AutoNumber, and the engine did not "
-                     u"delete it again. Delete it by hand: " +
-                     result.text);
+      Tell(calls == &added ? LostCounter(counter) + u": " + result.text
+                           : u"The record " + field + u" = " + number +
+                                 u" is none of the source's: it raised the AutoNumber, and the engine did "
+                                 u"not delete it again. Delete it by hand: " +
+                                 result.text);
     }
     return CDaoResult::Ok();
   }

@@ -9,10 +9,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "embedded/EmbeddedEngine.h"

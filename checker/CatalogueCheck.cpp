@@ -1,6 +1,5 @@
 #include "checker/CatalogueCheck.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "checker/HeaderCheck.h"

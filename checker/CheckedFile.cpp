@@ -65,7 +65,7 @@ bool CCheckedFile::Read(uint32_t page, std::span<uint8_t> bytes) {
       return false;
     }
   }
-  std::copy(cached.bytes.begin(), cached.bytes.end(), bytes.begin());
+  std::ranges::copy(cached.bytes, bytes.begin());
   return true;
 }
 

@@ -51,7 +51,7 @@ void CComplexCheck::AddTable(const SCheckedObject& object, const SCheckedTable& 
     if (!isKey && !isRowNumber)
       hidden.columns.push_back(column.nameKey + ' ' + ToUtf8(Say(column.type, u" ", column.length)));
   }
-  std::sort(hidden.columns.begin(), hidden.columns.end());
+  std::ranges::sort(hidden.columns);
 }
 
 void CComplexCheck::Finish(const CCatalogueCheck& catalogue) {

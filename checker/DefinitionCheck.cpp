@@ -208,8 +208,7 @@ void CDefinitionCheck::CheckFixedPart(const SCheckedTable& table) {
   std::vector<const SCheckedColumn*> fixed;
   for (const SCheckedColumn& column : table.columns)
     if (column.GetFixedSize() != 0) fixed.push_back(&column);
-  std::sort(fixed.begin(), fixed.end(),
-            [](const auto* a, const auto* b) { return a->fixedOffset < b->fixedOffset; });
+  std::ranges::sort(fixed, {}, &SColumnDefinition::fixedOffset);
   size_t end = 0;
   for (const SCheckedColumn* column : fixed) {
     if (column->fixedOffset < end)

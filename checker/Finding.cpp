@@ -19,7 +19,7 @@ void CFindings::Add(ESeverity severity, std::string_view rule, SPlace place, std
 }
 
 void CFindings::AddNote(std::u16string text) {
-  if (m_notes.size() < kMostNotes && std::find(m_notes.begin(), m_notes.end(), text) == m_notes.end())
+  if (m_notes.size() < kMostNotes && std::ranges::find(m_notes, text) == m_notes.end())
     m_notes.push_back(std::move(text));
 }
 

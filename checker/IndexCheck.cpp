@@ -17,7 +17,7 @@ uint32_t PageOfEntry(const std::vector<uint8_t>& entry) {
 }
 
 bool AreEqual(Bytes a, Bytes b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+  return std::ranges::equal(a, b);
 }
 
 }  // namespace

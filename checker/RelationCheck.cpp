@@ -186,9 +186,7 @@ void CRelationCheck::CheckColumns(const std::vector<size_t>& pairs, const SSide&
 // Indexes that break a rule prove nothing about their rows.
 void CRelationCheck::CheckReferences(const SPair& pair, const SSide& foreign, const SSide& primary) {
   if (!foreign.isProven || !primary.isProven || m_context.IsStopped()) return;
-  const bool isComparable =
-      std::equal(foreign.parts.begin(), foreign.parts.end(), primary.parts.begin(), primary.parts.end(),
-                 [](const SPart& a, const SPart& b) { return a.form == b.form; });
+  const bool isComparable = std::ranges::equal(foreign.parts, primary.parts, {}, &SPart::form, &SPart::form);
   if (!isComparable)
     m_context.findings.Note(u"The keys of relationship ", pair.name,
                             u" differ in type, direction or sort order: its rows were not compared.");
@@ -212,7 +210,7 @@ void CRelationCheck::CompareRows(const SPair& pair, const SSide& foreign, const 
     std::span<const uint8_t> row;
     if (isNewKey)  // a key that is null in part refers to nothing
       hasNull = !rows.Read(place.page, place.row, foreign.page, row) ||
-                std::any_of(foreign.parts.begin(), foreign.parts.end(), [&](const SPart& part) {
+                std::ranges::any_of(foreign.parts, [&](const SPart& part) {
                   return part.mayBeNull && !CRowView::HasValue(file.GetLayout(), row, part.number);
                 });
     if (!hasNull)

@@ -51,8 +51,7 @@ bool CRowView::CheckOffsets(size_t fixedEnd, std::u16string& problem) const {
     problem = Say(u"the variable part starts at ", offsets.front(), u", the fixed part ends at ", fixedEnd);
     return false;
   }
-  if (!std::is_sorted(offsets.begin(), offsets.end()) ||
-      static_cast<ptrdiff_t>(offsets.back()) > m_frame.GetOffsetsStart())
+  if (!std::ranges::is_sorted(offsets) || static_cast<ptrdiff_t>(offsets.back()) > m_frame.GetOffsetsStart())
     return problem = u"the offsets of the variable columns do not ascend inside the row", false;
   return true;
 }

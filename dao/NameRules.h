@@ -26,7 +26,7 @@ inline CDaoResult CheckName(std::u16string_view kind, std::u16string_view name) 
   if (name.front() == u' ') return InvalidName(kind, u"begins with a blank");
   if (name.find_first_of(kForbidden) != std::u16string_view::npos)
     return InvalidName(kind, u"contains one of the characters . ! ` [ ]");
-  if (std::any_of(name.begin(), name.end(), [](char16_t unit) { return unit < kFirstPrintable; }))
+  if (std::ranges::any_of(name, [](char16_t unit) { return unit < kFirstPrintable; }))
     return InvalidName(kind, u"contains a control character");
   return CDaoResult::Ok();
 }

@@ -1,6 +1,5 @@
 #include "embedded/Catalogue.h"
 
-#include <bit>
 #include <optional>
 #include <utility>
 

@@ -37,8 +37,8 @@ std::vector<SColumnDefinition> MakeHistoryColumns(STextOrder order, std::u16stri
 
 std::vector<SColumnDefinition> MakeValueColumns(const SLayout& layout, STextOrder order, EComplexKind kind) {
   std::vector<SColumnDefinition> columns = MakeComplexColumns(kind);
-  std::sort(columns.begin(), columns.end(),
-            [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); });
+  std::ranges::sort(columns,
+                    [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); });
   for (SColumnDefinition& column : columns) {
     const bool isText = column.type == kTypeText || column.type == kTypeMemo;
     if (isText) column.order = order;
@@ -63,8 +63,8 @@ void AddIndex(STableDefinition& definition, std::u16string name, std::vector<SIn
 // All display numbers are 0, so names decide the order.
 void SortByName(const SLayout& layout, STableDefinition& definition) {
   const auto byName = [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); };
-  std::sort(definition.columns.begin(), definition.columns.end(), byName);
-  std::sort(definition.logicalIndexes.begin(), definition.logicalIndexes.end(), byName);
+  std::ranges::sort(definition.columns, byName);
+  std::ranges::sort(definition.logicalIndexes, byName);
 }
 
 }  // namespace

@@ -292,8 +292,7 @@ CDaoResult CEmbeddedFile::OpenFlatTable(std::u16string_view name, std::u16string
 }
 
 bool CEmbeddedFile::IsTableOpen(uint32_t page) const {
-  return std::any_of(m_openTables.begin(), m_openTables.end(),
-                     [page](const auto& open) { return open->GetPage() == page; });
+  return std::ranges::any_of(m_openTables, [page](const auto& open) { return open->GetPage() == page; });
 }
 
 CDaoResult CEmbeddedFile::OpenPage(uint32_t page, std::shared_ptr<CTableStore>& table) {

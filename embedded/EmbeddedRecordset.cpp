@@ -1,7 +1,6 @@
 #include "embedded/EmbeddedRecordset.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <utility>
 
@@ -15,8 +14,7 @@ CEmbeddedRecordset::CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file,
     : m_file(std::move(file)), m_table(std::move(table)), m_name(name), m_fields(m_table->GetLayout()) {
   const std::vector<SColumnDefinition>& columns = m_table->GetDefinition().columns;
   for (size_t i = 0; i < columns.size(); i++) m_positions.push_back(i);
-  std::sort(m_positions.begin(), m_positions.end(),
-            [&](size_t a, size_t b) { return columns[a].number < columns[b].number; });
+  std::ranges::sort(m_positions, [&](size_t a, size_t b) { return columns[a].number < columns[b].number; });
   for (size_t index = 0; index < columns.size(); index++)
     if (ColumnAt(index).IsCalculated()) m_calculated.push_back(index);
   for (const SColumnDefinition& column : columns) {

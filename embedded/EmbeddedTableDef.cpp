@@ -233,9 +233,9 @@ void CEmbeddedTableDef::LayOutIndexes() {
     m_table.definition.logicalIndexes.push_back(std::move(logical));
   }
   AddComplexIndexes();
-  std::sort(
-      m_table.definition.logicalIndexes.begin(), m_table.definition.logicalIndexes.end(),
-      [this](const auto& a, const auto& b) { return IsNameBefore(m_file->GetLayout(), a.name, b.name); });
+  std::ranges::sort(m_table.definition.logicalIndexes, [this](const auto& a, const auto& b) {
+    return IsNameBefore(m_file->GetLayout(), a.name, b.name);
+  });
 }
 
 // Every complex column has an index of its own.
@@ -262,8 +262,7 @@ CDaoResult CEmbeddedTableDef::AddHistories() {
   std::set<std::u16string> memos;
   for (const SNewComplexColumn& complex : m_table.complexColumns) {
     if (!complex.IsHistory()) continue;
-    const auto memo = std::find_if(m_fields.begin(), m_fields.end(),
-                                   [&](const auto& field) { return field.name == complex.memo; });
+    const auto memo = std::ranges::find(m_fields, complex.memo, &CDaoFieldInfo::name);
     if (memo == m_fields.end() || memo->type != kDaoMemo || !memos.insert(complex.memo).second)
       return Invalid(u"The field \"" + complex.column + u"\" keeps the versions of no memo of its own.");
     memo->keepsHistory = true;
@@ -286,7 +285,7 @@ CDaoResult CEmbeddedTableDef::AddHistories() {
 CDaoResult CEmbeddedTableDef::CollectProperties() {
   CPropertyList list(m_file->GetLayout());
   const auto hasHistory = [](const CDaoFieldInfo& field) { return field.keepsHistory; };
-  const bool keepsHistory = std::any_of(m_fields.begin(), m_fields.end(), hasHistory);
+  const bool keepsHistory = std::ranges::any_of(m_fields, hasHistory);
   const CDaoProperty appendOnly = MakeByteProperty(u"AppendOnly", kTypeBoolean, {1, 0, 0, 0});
   if (keepsHistory) AddIfMissing(m_properties, appendOnly);
   AddEngineVersions();
@@ -367,11 +366,11 @@ CDaoResult CEmbeddedTableDef::Append() {
 void CEmbeddedTableDef::SortColumns() {
   const SLayout& layout = m_file->GetLayout();
   if (!layout.definition.isSortedByDisplay) return;
-  std::stable_sort(m_table.definition.columns.begin(), m_table.definition.columns.end(),
-                   [&](const SColumnDefinition& a, const SColumnDefinition& b) {
-                     if (a.displayNumber != b.displayNumber) return a.displayNumber < b.displayNumber;
-                     return IsNameBefore(layout, a.name, b.name);
-                   });
+  std::ranges::stable_sort(m_table.definition.columns,
+                           [&](const SColumnDefinition& a, const SColumnDefinition& b) {
+                             if (a.displayNumber != b.displayNumber) return a.displayNumber < b.displayNumber;
+                             return IsNameBefore(layout, a.name, b.name);
+                           });
 }
 
 void CEmbeddedTableDef::Close() {

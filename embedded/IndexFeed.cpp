@@ -68,8 +68,8 @@ void CIndexFeed::PassBlock() {
   }
   std::unique_lock lock(m_mutex);
   m_blockDone.wait(lock, [this] {
-    return std::all_of(m_workers.begin(), m_workers.end(),
-                       [](const auto& worker) { return worker->blocks.size() < kBlocksWaiting; });
+    return std::ranges::all_of(m_workers,
+                               [](const auto& worker) { return worker->blocks.size() < kBlocksWaiting; });
   });
   for (const auto& worker : m_workers) worker->blocks.push_back(block);
   m_blockCame.notify_all();

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <exception>

@@ -35,7 +35,7 @@ constexpr int kNameAttempts = 100;
 std::atomic<uint32_t> g_fileCounter{0};
 
 bool IsLess(Bytes a, Bytes b) {
-  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+  return std::ranges::lexicographical_compare(a, b);
 }
 
 bool StartsWith(Bytes bytes, Bytes prefix) {
@@ -75,7 +75,7 @@ EDaoError CIndexSorter::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
   const size_t offset = m_arena.size();
   m_arena.resize(offset + size);
   const std::span<uint8_t> entry = std::span(m_arena).subspan(offset);
-  std::copy(key.begin(), key.end(), entry.begin());
+  std::ranges::copy(key, entry.begin());
   PutRowPointer(page, row, entry.last<kRowPointerSize>());
   m_records.push_back({PrefixOf(entry), static_cast<uint32_t>(offset), static_cast<uint32_t>(size)});
   m_entryCount++;
@@ -139,9 +139,9 @@ void CIndexSorter::SortRecords() {
   const auto isBefore = [this](const SRecord& a, const SRecord& b) {
     return a.prefix != b.prefix ? a.prefix < b.prefix : IsLess(BytesOf(a), BytesOf(b));
   };
-  if (std::is_sorted(m_records.begin(), m_records.end(), isBefore)) return;
+  if (std::ranges::is_sorted(m_records, isBefore)) return;
   if (m_records.size() < kManyRecords) {
-    std::sort(m_records.begin(), m_records.end(), isBefore);
+    std::ranges::sort(m_records, isBefore);
     return;
   }
   SortByPrefix();

@@ -4,10 +4,8 @@
 // The order is that of the tree: key, page and row as one byte string.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>

@@ -103,7 +103,7 @@ bool CIndexTreeBuilder::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
 bool CIndexTreeBuilder::SetEntry(std::span<const uint8_t> key, uint32_t page, uint8_t row) {
   if (page > kMaxRowPage || key.size() > m_layout.LongestKey()) return false;
   m_entry.resize(key.size() + kRowPointerSize);
-  std::copy(key.begin(), key.end(), m_entry.begin());
+  std::ranges::copy(key, m_entry.begin());
   const std::span<uint8_t> pointer = std::span(m_entry).subspan(key.size());
   for (size_t i = 0; i < 3; i++) pointer[i] = static_cast<uint8_t>(page >> (16 - 8 * i));
   pointer[3] = row;

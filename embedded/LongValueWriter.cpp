@@ -7,7 +7,6 @@
 #include "embedded/UsageMap.h"
 #include "format/LongValue.h"
 #include "platform/CodePage.h"
-#include "platform/Text.h"
 #include "platform/TextUnits.h"
 
 namespace tolvane {
@@ -218,7 +217,7 @@ CDaoResult CLongValueWriter::SetSmall(std::span<const uint8_t> stored, size_t co
   if (countedLength <= m_file.GetLayout().row.longestInline) {
     const std::span<uint8_t> reference = row.Reserve(m_column, kReferenceSize + stored.size());
     EncodeLongValue({.kind = kLongValueInline, .length = length}, reference);
-    std::copy(stored.begin(), stored.end(), reference.begin() + kReferenceSize);
+    std::ranges::copy(stored, reference.begin() + kReferenceSize);
     return CDaoResult::Ok();
   }
   m_waiting.assign(stored.begin(), stored.end());
@@ -254,7 +253,7 @@ CDaoResult CLongValueWriter::Commit(CRowEncoder& row) {
   std::span<uint8_t> bytes;
   uint32_t pointer = 0;
   if (CDaoResult result = m_singles.AddRow(m_waiting.size(), bytes, pointer); !result.IsOk()) return result;
-  std::copy(m_waiting.begin(), m_waiting.end(), bytes.begin());
+  std::ranges::copy(m_waiting, bytes.begin());
   PutWaiting(pointer, row);
   m_isWaiting = false;
   return CDaoResult::Ok();
@@ -330,7 +329,7 @@ CDaoResult CLongValueWriter::WriteChainPage(uint32_t page, uint32_t next, uint32
   m_chainPage.SetStamp(stamp);
   const std::span<uint8_t> row = m_chainPage.AddRow(kChainPointerSize + bytes.size());
   PutLittle(row, 0, next == 0 ? 0u : MakeRowPointer(next, 0));
-  std::copy(bytes.begin(), bytes.end(), row.begin() + kChainPointerSize);
+  std::ranges::copy(bytes, row.begin() + kChainPointerSize);
   return m_file.Write(page, m_chainPage.Finish());
 }
 

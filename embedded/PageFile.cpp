@@ -104,7 +104,7 @@ CDaoResult CPageFile::Write(uint32_t page, std::span<const uint8_t> bytes) {
     if (CDaoResult result = FlushWindow(); !result.IsOk()) return result;
     m_windowFirst = page;
   }
-  std::copy(bytes.begin(), bytes.end(), WindowPage(page).begin());
+  std::ranges::copy(bytes, WindowPage(page).begin());
   m_inWindow[page - m_windowFirst] = true;
   return CDaoResult::Ok();
 }
@@ -113,7 +113,7 @@ CDaoResult CPageFile::Read(uint32_t page, std::span<uint8_t> bytes) {
   if (!m_error.IsOk()) return m_error;
   if (IsInWindow(page) && m_inWindow[page - m_windowFirst]) {
     const std::span<const uint8_t> from = WindowPage(page);
-    std::copy(from.begin(), from.end(), bytes.begin());
+    std::ranges::copy(from, bytes.begin());
     return CDaoResult::Ok();
   }
   CErrorHandler handler;

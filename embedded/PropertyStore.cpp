@@ -6,7 +6,6 @@
 #include "embedded/StoredText.h"
 #include "format/Value.h"
 #include "platform/Text.h"
-#include "platform/TextUnits.h"
 
 namespace tolvane {
 namespace {
@@ -109,7 +108,7 @@ CDaoProperty MakeByteProperty(std::u16string_view name, uint8_t type, std::vecto
 
 void AddIfMissing(std::vector<CDaoProperty>& properties, CDaoProperty property) {
   const auto isSame = [&](const CDaoProperty& other) { return EqualsIgnoreCase(other.name, property.name); };
-  if (std::none_of(properties.begin(), properties.end(), isSame)) properties.push_back(std::move(property));
+  if (std::ranges::none_of(properties, isSame)) properties.push_back(std::move(property));
 }
 
 }  // namespace tolvane

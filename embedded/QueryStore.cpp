@@ -1,7 +1,6 @@
 #include "embedded/QueryStore.h"
 
 #include <array>
-#include <bit>
 #include <optional>
 
 #include "embedded/RowValues.h"

@@ -18,7 +18,7 @@ bool FollowsFromOthers(const SColumnDefinition& column) {
 }  // namespace
 
 bool CRecordBatch::IsPossible(const STableDefinition& definition) {
-  return std::none_of(definition.columns.begin(), definition.columns.end(), FollowsFromOthers);
+  return std::ranges::none_of(definition.columns, FollowsFromOthers);
 }
 
 CRecordBatch::CRecordBatch(const SLayout& layout, const STableDefinition& definition,

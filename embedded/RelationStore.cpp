@@ -9,9 +9,7 @@
 #include "embedded/RowValues.h"
 #include "embedded/StoredIndexCursor.h"
 #include "embedded/TableIndexes.h"
-#include "format/IndexKey.h"
 #include "format/SystemObjects.h"
-#include "format/SystemTables.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -31,23 +29,22 @@ CDaoResult FindColumn(const SLayout& layout, const STableDefinition& definition,
 }
 
 bool AreDistinct(std::vector<uint16_t> numbers) {
-  std::sort(numbers.begin(), numbers.end());
-  return std::adjacent_find(numbers.begin(), numbers.end()) == numbers.end();
+  std::ranges::sort(numbers);
+  return std::ranges::adjacent_find(numbers) == numbers.end();
 }
 
 bool HasColumns(const SRealIndex& index, std::vector<uint16_t> numbers) {
   std::vector<uint16_t> indexed;
   for (const SIndexColumn& column : index.columns) indexed.push_back(column.number);
-  std::sort(indexed.begin(), indexed.end());
-  std::sort(numbers.begin(), numbers.end());
+  std::ranges::sort(indexed);
+  std::ranges::sort(numbers);
   return indexed == numbers;
 }
 
 bool IsPrimaryKey(const STableDefinition& definition, size_t realIndex) {
-  return std::any_of(definition.logicalIndexes.begin(), definition.logicalIndexes.end(),
-                     [&](const auto& logical) {
-                       return logical.realIndex == realIndex && logical.kind == kIndexKindPrimary;
-                     });
+  return std::ranges::any_of(definition.logicalIndexes, [&](const auto& logical) {
+    return logical.realIndex == realIndex && logical.kind == kIndexKindPrimary;
+  });
 }
 
 // The index on exactly these columns that serves best: the primary key, else a unique one, else any.
@@ -175,7 +172,7 @@ CDaoResult CRelationEnforcer::MakeUnique() {
   bool mayRepeat = true;
   while (!cursor.IsAtEnd()) {
     const uint32_t pointer = cursor.GetRowPointer();
-    if (key.empty() || !std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end())) {
+    if (key.empty() || !std::ranges::equal(key, cursor.GetKey())) {
       key.assign(cursor.GetKey().begin(), cursor.GetKey().end());
       mayRepeat = CountNulls(m_primary, m_columns.primary, pointer) == m_columns.primary.size();
     } else if (!mayRepeat && count++ < kKeysShown) {
@@ -216,16 +213,16 @@ CDaoResult CRelationEnforcer::MakeRoom() {
 CDaoResult CRelationEnforcer::FindForeignIndex() {
   SRealIndex wanted;
   for (const SIndexColumn& column : PrimaryIndex().columns) {
-    const auto at = std::find(m_columns.primary.begin(), m_columns.primary.end(), column.number);
+    const auto at = std::ranges::find(m_columns.primary, column.number);
     wanted.columns.push_back(
         {m_columns.foreign[static_cast<size_t>(at - m_columns.primary.begin())], column.ascending});
   }
   const std::vector<SRealIndex>& indexes = m_foreign.GetDefinition().realIndexes;
-  const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const SRealIndex& index) {
-    return std::equal(index.columns.begin(), index.columns.end(), wanted.columns.begin(),
-                      wanted.columns.end(), [](const SIndexColumn& a, const SIndexColumn& b) {
-                        return a.number == b.number && a.ascending == b.ascending;
-                      });
+  const auto found = std::ranges::find_if(indexes, [&](const SRealIndex& index) {
+    return std::ranges::equal(index.columns, wanted.columns,
+                              [](const SIndexColumn& a, const SIndexColumn& b) {
+                                return a.number == b.number && a.ascending == b.ascending;
+                              });
   });
   m_foreignIndex = static_cast<size_t>(found - indexes.begin());
   if (found != indexes.end()) return CDaoResult::Ok();
@@ -261,7 +258,7 @@ size_t CRelationEnforcer::CountNulls(CTableStore& table, const std::vector<uint1
                                      uint32_t pointer) {
   const STableDefinition& definition = table.GetDefinition();
   const std::span<const uint8_t> row = table.ReadRow(pointer);
-  return static_cast<size_t>(std::count_if(columns.begin(), columns.end(), [&](uint16_t number) {
+  return static_cast<size_t>(std::ranges::count_if(columns, [&](uint16_t number) {
     std::optional<std::span<const uint8_t>> value;
     return !ReadRowColumn(table.GetLayout(), definition, row, *definition.FindColumn(number), value) ||
            !value;

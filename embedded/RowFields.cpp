@@ -66,7 +66,7 @@ bool CRowFields::SetShortMemo(const SColumnDefinition& column, std::span<const u
   loss = AppendStoredText(m_layout.text, m_text, ETextForm::CompressedIfPossible, m_storage);
   const std::span<uint8_t> reference = row.Reserve(column, kReferenceSize + m_storage.size());
   EncodeLongValue({.kind = kLongValueInline, .length = static_cast<uint32_t>(m_storage.size())}, reference);
-  std::copy(m_storage.begin(), m_storage.end(), reference.begin() + kReferenceSize);
+  std::ranges::copy(m_storage, reference.begin() + kReferenceSize);
   return true;
 }
 

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <type_traits>
 #include <vector>
 
 #include "embedded/StoredText.h"

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 
 #include "embedded/PageFile.h"
 #include "format/IndexCursor.h"

@@ -1,7 +1,5 @@
 #include "embedded/StoredText.h"
 
-#include <algorithm>
-
 #include "format/Bytes.h"
 #include "format/CompressedText.h"
 #include "platform/CodePage.h"

@@ -1,6 +1,5 @@
 #include "embedded/TableDefinition.h"
 
-#include <algorithm>
 #include <set>
 
 #include "embedded/ObjectName.h"

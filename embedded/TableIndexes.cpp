@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstddef>
 #include <future>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -229,8 +228,7 @@ CDaoResult CIndexRebuild::BuildTree(size_t index, SRepeats& repeats) {
   bool isSound = true;
   while (isSound && entries.Next(entry)) {
     isSound = builder.Add(entry.key, entry.page, entry.row);
-    if (!entry.repeatsKey || std::equal(entry.key.begin(), entry.key.end(), allNull.begin(), allNull.end()))
-      continue;
+    if (!entry.repeatsKey || std::ranges::equal(entry.key, allNull)) continue;
     if (repeats.count++ < kKeysShown) repeats.pointers.push_back(MakeRowPointer(entry.page, entry.row));
   }
   isSound = isSound && sorter.GetError() == EDaoError::None && builder.Finish();

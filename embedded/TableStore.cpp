@@ -171,7 +171,7 @@ CDaoResult CTableStore::StoreRow(std::span<const uint8_t> bytes) {
   std::span<uint8_t> row;
   uint32_t pointer = 0;
   if (CDaoResult result = AddRow(bytes.size(), row, pointer); !result.IsOk()) return result;
-  std::copy(bytes.begin(), bytes.end(), row.begin());
+  std::ranges::copy(bytes, row.begin());
   return CDaoResult::Ok();
 }
 
@@ -242,9 +242,8 @@ CDaoResult CTableStore::DropLastIndex() {
 
 void CTableStore::AddLogicalIndex(SLogicalIndex index) {
   std::vector<SLogicalIndex>& indexes = m_definition.logicalIndexes;
-  const auto at = std::find_if(indexes.begin(), indexes.end(), [&](const SLogicalIndex& other) {
-    return IsNameBefore(GetLayout(), index.name, other.name);
-  });
+  const auto at = std::ranges::find_if(
+      indexes, [&](const SLogicalIndex& other) { return IsNameBefore(GetLayout(), index.name, other.name); });
   indexes.insert(at, std::move(index));
 }
 
@@ -266,7 +265,7 @@ CDaoResult CTableStore::UseGeneralLegacy(std::span<const uint16_t> numbers) {
   bool isChanged = false;
   DropFeed();
   for (SColumnDefinition& column : m_definition.columns) {
-    const bool isMeant = std::find(numbers.begin(), numbers.end(), column.number) != numbers.end();
+    const bool isMeant = std::ranges::find(numbers, column.number) != numbers.end();
     if (!isMeant || column.order == STextOrder{} || column.order.language == 0) continue;
     column.order = {};
     isChanged = true;

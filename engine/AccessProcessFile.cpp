@@ -90,9 +90,8 @@ void CAccessProcessFileJet4::ParseComplexColumns(CAccessData& data) {
 
 void CAccessProcessFileJet4::ReadComplexColumns(CAccessData& data) const {
   const auto& tables = data.GetTables();
-  const auto found = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
-    return EqualsIgnoreCase(table->name, kMSysComplexColumns);
-  });
+  const auto found = std::ranges::find_if(
+      tables, [](const auto& table) { return EqualsIgnoreCase(table->name, kMSysComplexColumns); });
   if (found == tables.end()) return;
   CMSysComplexColumns records;
   CRecordText texts((*found)->columns, data.GetRules());

@@ -39,9 +39,7 @@ void CAccessRepair::Repair(CSource& source, CSource& definitions) {
     }
   }
   isDone = isDone && ReadTables();
-  if (isDone && source.GetPages().HasChanged())
-    m_data->GetLedger().Add(EDamage::ChangedSource,
-                            {.page = 0, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+  if (isDone && source.GetPages().HasChanged()) m_data->GetLedger().Add(EDamage::ChangedSource, {});
   m_parser.reset();
   if (!isDone) m_data.reset();
 }
@@ -70,8 +68,6 @@ void CAccessRepair::FileSwapped(const PagePairs& pairs) {
     m_data->GetLedger().Add(EDamage::MovedPages,
                             {.page = page,
                              .definition = uint64_t{page} * m_data->source.pageSize,
-                             .row = -1,
-                             .amount = 1,
                              .reason = "definitions of two tables stood in each other's places"});
   };
   for (const auto& [first, second] : pairs) {

@@ -6,10 +6,8 @@
 // pass through the job that the run belongs to.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "engine/Source.h"
 #include "model/AccessData.h"

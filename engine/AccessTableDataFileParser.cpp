@@ -224,7 +224,7 @@ bool CAccessTableDataFileParser::ScanTableNames(CAccessData& parseData, uint32_t
       parseData.NoteOtherObject(*kind, texts.name);
     if (texts.type == kLocalTableType && tables.Find(texts.id) == nullptr) {
       if (const auto page = PageOfText(texts.id)) {
-        parseData.GetLedger().Add(EDamage::LostTable, {*page, CDamageLedger::kNoTable, -1, 1});
+        parseData.GetLedger().Add(EDamage::LostTable, {.page = *page});
         parseData.NoteLostTable(*page, texts.name);
       }
     }

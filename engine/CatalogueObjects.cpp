@@ -1,16 +1,11 @@
 #include "engine/CatalogueObjects.h"
 
-#include <algorithm>
-#include <optional>
-#include <span>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "format/Bytes.h"
 #include "format/PageLayout.h"
 #include "format/SystemObjects.h"
-#include "format/Value.h"
 #include "platform/Text.h"
 #include "render/CatalogueRow.h"
 #include "render/ObjectProperties.h"
@@ -82,8 +77,6 @@ class CObjectReader {
         EDamage::BrokenProperties,
         {.page = table != nullptr ? table->GetPage(m_pageSize) : kObjectsPage,
          .definition = table != nullptr ? table->GetDefinitionOffset() : CDamageLedger::kNoTable,
-         .row = -1,
-         .amount = 1,
          .reason = table != nullptr ? nullptr : "of the database or of a link"});
     return owners;
   }
@@ -125,8 +118,7 @@ class CObjectReader {
                     .source = std::move(row.foreignName),
                     .database = std::move(row.database),
                     .connect = std::move(row.connect),
-                    .shortInfo = std::move(row.shortInfo),
-                    .longInfo = {}};
+                    .shortInfo = std::move(row.shortInfo)};
     if (row.longInfo) static_cast<void>(ReadObject(*row.longInfo, kLongestPropertyBlob, link.longInfo));
     return link;
   }

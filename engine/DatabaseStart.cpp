@@ -1,6 +1,5 @@
 #include "engine/DatabaseStart.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>

@@ -45,7 +45,7 @@ SDecodedBatch* CDecodePool::CTablePages::Next() {
 
 void CDecodePool::Begin(const SDecodedTable& table, std::span<const uint64_t> offsets) {
   const auto& columns = table.table->columns;
-  const bool hasLongValues = std::any_of(columns.begin(), columns.end(), [](const CAccessColumn& column) {
+  const bool hasLongValues = std::ranges::any_of(columns, [](const CAccessColumn& column) {
     return IsLongValueType(column.type) || column.type > kTypeComplex;
   });
   m_table = table;

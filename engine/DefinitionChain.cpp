@@ -27,7 +27,7 @@ std::span<const uint8_t> CDefinitionChain::ReadOnePage(uint64_t offset) {
     m_linksLeft--;
   }
   m_visited.insert(offset);
-  std::fill(m_page.begin(), m_page.end(), uint8_t{0});
+  std::ranges::fill(m_page, uint8_t{0});
   if (m_reader.ReadPage(offset, m_page)) return m_page;
   // A page that reaches beyond the end of the file is used as far as it goes, but its link is not followed.
   m_isWhole = false;

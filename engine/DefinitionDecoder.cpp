@@ -56,19 +56,12 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
           EDamage::BrokenDefinition,
           {.page = page,
            .definition = table->GetDefinitionOffset(),
-           .row = -1,
-           .amount = 1,
            .reason = table->isBuiltIn ? "it is the same in every database, and known" : reader.GetFault()});
   }
 }
 
 bool CDefinitionDecoder::Decode(std::span<const uint8_t> definition, CAccessTable& table) {
-  SWalk walk{.bytes = CByteView(definition),
-             .length = definition.size(),
-             .position = 0,
-             .columnCount = 0,
-             .realIndexCount = 0,
-             .isSound = true};
+  SWalk walk{.bytes = CByteView(definition), .length = definition.size()};
   ReadHeader(walk, table);
   ReadColumns(walk, table);
   ReadNames(walk, table);

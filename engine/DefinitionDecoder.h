@@ -41,11 +41,11 @@ class CDefinitionDecoder {
   // What is read of one definition, and where.
   struct SWalk {
     CByteView bytes;
-    uint64_t length;    // of the buffer
-    uint64_t position;  // of the part that comes next
-    uint32_t columnCount;
-    uint32_t realIndexCount;
-    bool isSound;
+    uint64_t length;        // of the buffer
+    uint64_t position = 0;  // of the part that comes next
+    uint32_t columnCount = 0;
+    uint32_t realIndexCount = 0;
+    bool isSound = true;
     std::vector<uint8_t> room{};
 
     // Valid until the next call.

@@ -113,7 +113,6 @@ class CFlatTables {
     NameAfterColumn(entry);
     m_data.GetLedger().Add(EDamage::LooseValue, {.page = table.GetPage(m_pageSize),
                                                  .definition = table.GetDefinitionOffset(),
-                                                 .row = -1,
                                                  .amount = table.header.rowCount,
                                                  .reason = "the column that they belong to is gone"});
   }
@@ -139,7 +138,6 @@ class CFlatTables {
       if (const uint64_t count = values.Count(fate); count > 0)
         m_data.GetLedger().Add(EDamage::LooseValue, {.page = flat->table->GetPage(m_pageSize),
                                                      .definition = table.GetDefinitionOffset(),
-                                                     .row = -1,
                                                      .amount = count,
                                                      .column = static_cast<int32_t>(column),
                                                      .reason = reason});

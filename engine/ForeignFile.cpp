@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "format/HeaderPage.h"
 #include "platform/Files.h"
 
 namespace tolvane {
@@ -60,8 +59,8 @@ bool IsLockFile(std::string_view head, uint64_t length) {
 }
 
 bool IsMailPart(std::string_view head) {
-  return std::any_of(kMailSigns.begin(), kMailSigns.end(),
-                     [head](std::string_view sign) { return head.find(sign) != std::string_view::npos; });
+  return std::ranges::any_of(
+      kMailSigns, [head](std::string_view sign) { return head.find(sign) != std::string_view::npos; });
 }
 
 bool HasOwnHeader(const CSource& source) {
@@ -81,12 +80,10 @@ std::u16string TellForeignFile(CSource& source) {
     if (head.starts_with(magic.start)) return magic.reason;
   if (IsMailPart(head))
     return u"The file is an attachment as mails carry it (base64), not the database itself. Save the "
-           u"attachment "
-           u"from the mail program, or decode it (base64 -d), and name the result.";
+           u"attachment from the mail program, or decode it (base64 -d), and name the result.";
   if (IsLockFile(head, pages.GetFileLength()))
     return u"The file is the lock file of a database, which only lists who had it open. Name the database: "
-           u"the "
-           u"file of the same name that ends in .mdb or .accdb.";
+           u"the file of the same name that ends in .mdb or .accdb.";
   return {};
 }
 

@@ -154,7 +154,6 @@ void CIndexWitness::Compare(CAccessData& data, const CAccessTable& table, const 
                          {.page = found[i].page,
                           .definition = table.GetDefinitionOffset(),
                           .row = isOneRow ? static_cast<int32_t>(found[i].slot) : -1,
-                          .amount = 1,
                           .reason = isOneRow ? "an index of the table contradicts the row"
                                              : "indexes of the table contradict rows of it"});
   }
@@ -172,11 +171,8 @@ void CIndexWitness::FileMissing(CAccessData& data, const CAccessTable& table,
         if (!entry.isThere) pages.insert(SRowPointer::FromWord(entry.row).page);
   for (const SContradiction& row : filed) pages.erase(row.page);
   for (const uint32_t page : pages)
-    data.GetLedger().Add(EDamage::TornPage, {.page = page,
-                                             .definition = table.GetDefinitionOffset(),
-                                             .row = -1,
-                                             .amount = 1,
-                                             .reason = kRowsNotThere});
+    data.GetLedger().Add(EDamage::TornPage,
+                         {.page = page, .definition = table.GetDefinitionOffset(), .reason = kRowsNotThere});
 }
 
 void CIndexWitness::ComparePage(uint64_t offset, const CRowProfile& profile, CRowEntries& entries,

@@ -11,11 +11,11 @@ namespace tolvane {
 
 namespace {
 
-CDamageLedger::SPlace PlaceOf(const CAccessTable& table, uint32_t pageSize, uint64_t amount) {
-  return {.page = table.GetPage(pageSize),
-          .definition = table.GetDefinitionOffset(),
-          .row = -1,
-          .amount = amount};
+template <class T>
+std::optional<T> FirstOfMost(const std::map<T, size_t>& votes) {
+  const auto most = std::ranges::max_element(votes, {}, &std::pair<const T, size_t>::second);
+  if (most == votes.end()) return std::nullopt;
+  return most->first;
 }
 
 }  // namespace
@@ -25,10 +25,7 @@ std::optional<uint16_t> VoteCodePage(const CAccessTableList& tables) {
   for (const auto& table : tables)
     for (const CAccessColumn& column : table->columns)
       if (column.codePage != 0 && IsCodePageKnown(column.codePage)) votes[column.codePage]++;
-  const auto most = std::max_element(votes.begin(), votes.end(),
-                                     [](const auto& a, const auto& b) { return a.second < b.second; });
-  if (most == votes.end()) return std::nullopt;
-  return most->first;
+  return FirstOfMost(votes);
 }
 
 std::optional<uint32_t> VoteSortOrder(const CAccessTableList& tables) {
@@ -41,10 +38,7 @@ std::optional<uint32_t> VoteSortOrder(const CAccessTableList& tables) {
       if (isText && (column.misc & kLanguage) != 0) votes[column.misc & (kLanguage | kVersion)]++;
     }
   }
-  const auto most = std::max_element(votes.begin(), votes.end(),
-                                     [](const auto& a, const auto& b) { return a.second < b.second; });
-  if (most == votes.end()) return std::nullopt;
-  return most->first;
+  return FirstOfMost(votes);
 }
 
 namespace {
@@ -67,8 +61,7 @@ void CountHomelessPages(CAccessData& data, const std::vector<SHomelessPage>& hom
   for (const auto& [page, reason] : homeless) {
     if (reason == SHomelessPage::EReason::Free || claims.IsAdopted(page)) continue;
     const auto [kind, why] = DamageOf(reason);
-    data.GetLedger().Add(
-        kind, {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1, .reason = why});
+    data.GetLedger().Add(kind, {.page = page, .reason = why});
   }
 }
 
@@ -77,9 +70,7 @@ void CountUnfitPages(CAccessData& data, const std::vector<SHomelessPage>& homele
     if (!IsSystemTable(*table) && table->header.rowCount > 0) return;
   for (const SHomelessPage& page : homeless)
     if (page.reason == SHomelessPage::EReason::NoOwner)
-      data.GetLedger().Add(
-          EDamage::UnfitTemplate,
-          {.page = page.page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = 1});
+      data.GetLedger().Add(EDamage::UnfitTemplate, {.page = page.page});
 }
 
 // A user's table may stand where a system table usually does, and goes by its name while the catalogue is
@@ -99,7 +90,8 @@ void CountDoubtfulNames(CAccessData& data, CSource& definitions) {
     if (data.GetRules().complexValuesAreData && DescribeFlatTable(*table)) continue;
     const std::optional<EDamage> doubt = DoubtOfName(*table);
     if (doubt && !freePages.IsFree(table->GetPage(pageSize)))
-      data.GetLedger().Add(*doubt, PlaceOf(*table, pageSize, 1));
+      data.GetLedger().Add(*doubt,
+                           {.page = table->GetPage(pageSize), .definition = table->GetDefinitionOffset()});
   }
 }
 

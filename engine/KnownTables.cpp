@@ -117,7 +117,7 @@ size_t CountKnownNames(std::vector<std::u16string_view> names, const SKnownTable
   const size_t count = missing.size();
   if (names.size() != count || (count < kFewColumns && known.form == EForm::Any)) return 0;
   std::erase_if(missing, [&names](std::u16string_view name) {
-    const auto found = std::find(names.begin(), names.end(), name);
+    const auto found = std::ranges::find(names, name);
     if (found == names.end()) return false;
     names.erase(found);
     return true;
@@ -125,8 +125,8 @@ size_t CountKnownNames(std::vector<std::u16string_view> names, const SKnownTable
   const size_t sound = count - missing.size();
   size_t lost = 0;
   for (const std::u16string_view name : missing) {
-    auto found = std::find_if(names.begin(), names.end(),
-                              [name](std::u16string_view other) { return IsDamagedForm(other, name); });
+    auto found =
+        std::ranges::find_if(names, [name](std::u16string_view other) { return IsDamagedForm(other, name); });
     if (found != names.end())
       names.erase(found);
     else if (!mayBeLost)
@@ -142,7 +142,7 @@ size_t CountKnownNames(std::vector<std::u16string_view> names, const SKnownTable
 std::u16string_view NameByColumns(const CAccessTable& table) {
   std::vector<std::u16string_view> names;
   for (const CAccessColumn& column : table.columns) names.push_back(column.GetName());
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   std::u16string columns;
   for (const std::u16string_view name : names) (columns += name) += u'|';
   for (const SKnownTable& known : kKnownTables)

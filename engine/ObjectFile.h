@@ -1,7 +1,6 @@
 // The bytes of a table's OLE values, one behind the other in one file of the work folder.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string>

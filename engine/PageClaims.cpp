@@ -48,7 +48,7 @@ CPageClaims::CPageClaims(CSource& source, const CAccessTableList& tables,
   if (m_unclaimed.empty()) return;
   AskMaps(source, tables);
   if (!m_unclaimed.empty()) AskIndexes(source, tables, job);
-  for (auto& [table, pages] : m_claims) std::sort(pages.begin(), pages.end());
+  for (auto& [table, pages] : m_claims) std::ranges::sort(pages);
 }
 
 std::vector<uint32_t> CPageClaims::PagesOf(const CAccessTable& table) const {

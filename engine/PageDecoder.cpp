@@ -1,6 +1,5 @@
 #include "engine/PageDecoder.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "format/PageSlots.h"

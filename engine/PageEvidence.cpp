@@ -149,8 +149,8 @@ SSample SamplePages(CPageReader& file, uint64_t start, const SLayout& layout, co
 }
 
 bool HasCatalogue(CPageReader& file, uint64_t start) {
-  return std::any_of(kLayouts.begin(), kLayouts.end(),
-                     [&](const SLayout* layout) { return HasCatalogue(file, start, layout->pageSize); });
+  return std::ranges::any_of(
+      kLayouts, [&](const SLayout* layout) { return HasCatalogue(file, start, layout->pageSize); });
 }
 
 // The part of the file that holds one database.
@@ -165,10 +165,10 @@ struct SRange {
 SRange ChooseRange(const std::vector<uint64_t>& marks, const PageHeads& heads, uint64_t wanted,
                    uint64_t length) {
   SRange range{.start = wanted, .end = length};
-  auto next = std::upper_bound(marks.begin(), marks.end(), wanted);
+  auto next = std::ranges::upper_bound(marks, wanted);
   const auto isInFront = [&](const SPageHead& head) { return next != marks.end() && head.place < *next; };
-  const bool hasPagesInFront = std::count_if(heads.begin(), heads.end(), isInFront) >= kPagesOfADatabase;
-  const bool startsHere = std::binary_search(marks.begin(), marks.end(), wanted);
+  const bool hasPagesInFront = std::ranges::count_if(heads, isInFront) >= kPagesOfADatabase;
+  const bool startsHere = std::ranges::binary_search(marks, wanted);
   if (!startsHere && wanted == 0 && next != marks.end() && !hasPagesInFront) range.start = *next++;
   if (next != marks.end()) range.end = *next;
   range.otherStarts.assign(next, marks.end());
@@ -253,7 +253,7 @@ bool FindTurns(SPageEvidence& evidence, CPageReader& file, uint64_t start, const
 // Databases one behind the other, page by page in step, look like one.
 SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t start, const CSearchWatch& watch,
                          const CJobContext* job, const SRecoveryRules* noting) {
-  SPageEvidence evidence{.layout = &layout, .stretches = {}, .otherStarts = {}, .notes = {}};
+  SPageEvidence evidence{.layout = &layout};
   uint64_t end = file.GetFileLength();
   if (noting != nullptr) evidence.notes.reserve(static_cast<size_t>((end - start) / layout.pageSize));
   std::vector<uint8_t> block(kBlockPages * layout.pageSize);
@@ -320,8 +320,7 @@ SPageEvidence FindPages(CPageReader& file, uint64_t wantedStart, CJobContext* jo
   const size_t front = found.heads[0].size() > found.heads[1].size() ? 0 : 1;
   SRange range = ChooseRange(marks, found.heads[front], wantedStart, length);
   const bool hasHeader = HasHeader(file, range.start);
-  SPageEvidence evidence{
-      .layout = kLayouts[front], .stretches = {}, .otherStarts = std::move(range.otherStarts), .notes = {}};
+  SPageEvidence evidence{.layout = kLayouts[front], .otherStarts = std::move(range.otherStarts)};
   if (hasHeader && FindTurns(evidence, file, range.start, job)) return evidence;
   for (PageHeads& heads : found.heads)
     std::erase_if(heads,

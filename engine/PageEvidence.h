@@ -22,10 +22,10 @@ namespace tolvane {
 struct SPageEvidence {
   const SLayout* layout = nullptr;  // null: no page proves anything
   // In the order of the pages; at least one where there is a layout.
-  std::vector<SPageStretch> stretches;
-  uint64_t movedPages = 0;            // in stretches behind the first one
-  std::vector<uint64_t> otherStarts;  // places of further databases' headers in the file
-  PageNotes notes;                    // where they are wanted: of the first pages, or of none
+  std::vector<SPageStretch> stretches = {};
+  uint64_t movedPages = 0;                 // in stretches behind the first one
+  std::vector<uint64_t> otherStarts = {};  // places of further databases' headers in the file
+  PageNotes notes = {};                    // where they are wanted: of the first pages, or of none
 };
 
 // Of a file that is open and has no stretches set. `wantedStart`: the database that begins there; any is

@@ -37,7 +37,7 @@ class CPagePlaces {
     FindMisplaced();
     for (auto& [table, pages] : m_gained) {
       pages.insert(pages.end(), table->dataPages.begin(), table->dataPages.end());
-      std::sort(pages.begin(), pages.end());
+      std::ranges::sort(pages);
       table->dataPages.Assign(std::move(pages));
     }
   }
@@ -88,7 +88,7 @@ class CPagePlaces {
     for (auto& [table, map] : m_maps) map.alone = map.named;
     for (const auto& [page, tables] : names) {
       for (const CAccessTable* const table : tables) m_maps[table].alone--;
-      const bool isOwners = std::find(tables.begin(), tables.end(), m_owners[page]) != tables.end();
+      const bool isOwners = std::ranges::find(tables, m_owners[page]) != tables.end();
       m_namedBy[page] = isOwners ? m_owners[page] : nullptr;
     }
     for (auto& [table, map] : m_maps)
@@ -138,8 +138,7 @@ class CPagePlaces {
     const auto counts = [](const CAccessColumn& column) {
       return column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0;
     };
-    return std::any_of(table.indexes.begin(), table.indexes.end(), isKey) ||
-           std::any_of(table.columns.begin(), table.columns.end(), counts);
+    return std::ranges::any_of(table.indexes, isKey) || std::ranges::any_of(table.columns, counts);
   }
 
   bool Load(uint32_t page) { return m_source.ReadPage(page, m_page) && AreSlotsSound(m_page, m_layout); }
@@ -159,17 +158,15 @@ class CPagePlaces {
       ForEachLiveSlot(m_page, m_layout, [&](uint32_t slot, uint16_t /*word*/) {
         const auto row = FindRow(m_page, m_layout, slot, kSlotStart);
         if (!row) return;
-        differ = differ ||
-                 (!before.empty() && !std::equal(row->begin(), row->end(), before.begin(), before.end()));
+        differ = differ || (!before.empty() && !std::ranges::equal(*row, before));
         before = *row;
       });
     return differ;
   }
 
   void File(const CAccessTable& table, uint32_t page, const char* reason) {
-    m_data.GetLedger().Add(
-        EDamage::TornPage,
-        {.page = page, .definition = table.GetDefinitionOffset(), .row = -1, .amount = 1, .reason = reason});
+    m_data.GetLedger().Add(EDamage::TornPage,
+                           {.page = page, .definition = table.GetDefinitionOffset(), .reason = reason});
   }
 
   void Remove(CAccessTable& table, const std::unordered_set<uint32_t>& pages) {
@@ -217,7 +214,7 @@ class CPagePlaces {
     const bool isLost = CountOwned(table) < map.named;
     Remove(table, removed);
     // Freed pages that nothing tells apart hold older rows: those that are missing are on the lost pages.
-    std::sort(m_doubtful.begin(), m_doubtful.end());
+    std::ranges::sort(m_doubtful);
     if (!isLost || m_source.GetFreePages().IsKnown())
       m_claims.Doubt(table, std::move(m_doubtful));
     else
@@ -230,8 +227,7 @@ class CPagePlaces {
     bool areFreeNoted = false;
     for (const auto& table : m_data.GetTables()) {
       const std::vector<uint32_t>& lost = m_maps[table.get()].lost;
-      const bool isReplaced =
-          std::any_of(lost.begin(), lost.end(), [this](uint32_t page) { return IsOtherKind(page); });
+      const bool isReplaced = std::ranges::any_of(lost, [this](uint32_t page) { return IsOtherKind(page); });
       if (!isReplaced) continue;
       if (!std::exchange(areFreeNoted, true)) NoteFreePages();
       if (const auto pages = m_apart.find(table.get()); pages != m_apart.end())
@@ -255,9 +251,8 @@ class CPagePlaces {
   }
 
   size_t CountOwned(const CAccessTable& table) const {
-    return static_cast<size_t>(
-        std::count_if(table.dataPages.begin(), table.dataPages.end(),
-                      [&](uint64_t offset) { return IsNamedBy(NumberOf(offset), table); }));
+    return static_cast<size_t>(std::ranges::count_if(
+        table.dataPages, [&](uint64_t offset) { return IsNamedBy(NumberOf(offset), table); }));
   }
 
   // A page at the place of another table's. True: it is not the owner's, or doubtful.
@@ -275,8 +270,6 @@ class CPagePlaces {
     m_gained[&other].push_back(uint64_t{page} * m_layout.pageSize);
     m_data.GetLedger().Add(EDamage::BrokenPage, {.page = page,
                                                  .definition = other.GetDefinitionOffset(),
-                                                 .row = -1,
-                                                 .amount = 1,
                                                  .reason = "its owner was wrong: the table's map names it"});
     return true;
   }

@@ -86,9 +86,7 @@ void CPageReader::CompleteLastPage(uint32_t pageSize) {
 }
 
 const CPageReader::SStretch* CPageReader::FindStretch(uint64_t offset) const {
-  const auto behind =
-      std::upper_bound(m_stretches.begin(), m_stretches.end(), offset,
-                       [](uint64_t at, const SStretch& stretch) { return at < stretch.offset; });
+  const auto behind = std::ranges::upper_bound(m_stretches, offset, {}, &SStretch::offset);
   if (behind == m_stretches.begin()) return nullptr;
   const SStretch& stretch = *(behind - 1);
   return offset - stretch.offset < stretch.length ? &stretch : nullptr;
@@ -104,9 +102,8 @@ size_t CPageReader::ReadStretch(uint64_t offset, std::span<uint8_t> bytes) {
 
 uint64_t CPageReader::RoomAt(uint64_t fileOffset) const {
   // The first hole that ends behind the place.
-  const auto hole = std::partition_point(m_holes.begin(), m_holes.end(), [&](const SFileRange& range) {
-    return range.offset + range.length <= fileOffset;
-  });
+  const auto hole = std::ranges::partition_point(
+      m_holes, [&](const SFileRange& range) { return range.offset + range.length <= fileOffset; });
   if (hole == m_holes.end()) return ~uint64_t{0};
   return hole->offset > fileOffset ? hole->offset - fileOffset : 0;
 }
@@ -136,7 +133,7 @@ bool CPageReader::ReadPage(uint64_t offset, std::span<uint8_t> page) {
   };
   if (!isInBlock()) {
     if (const SCachedPage* const cached = FindCached(offset, page.size()); cached != nullptr) {
-      std::copy(cached->bytes.begin(), cached->bytes.end(), page.begin());
+      std::ranges::copy(cached->bytes, page.begin());
       return true;
     }
     const size_t blockSize = NextBlockSize(offset, page.size());
@@ -182,8 +179,7 @@ bool CPageReader::ReadBlock(uint64_t offset, size_t size) {
 bool CPageReader::ReadSingle(uint64_t offset, std::span<uint8_t> page) {
   m_lastSingleEnd = offset + page.size();
   if (m_unreadable.count(offset) != 0) return false;
-  SCachedPage& slot = *std::min_element(m_cache.begin(), m_cache.end(),
-                                        [](const auto& a, const auto& b) { return a.lastUse < b.lastUse; });
+  SCachedPage& slot = *std::ranges::min_element(m_cache, {}, &SCachedPage::lastUse);
   slot.offset = ~uint64_t{0};
   slot.bytes.resize(page.size());
   size_t size = ReadStretch(offset, slot.bytes);
@@ -197,7 +193,7 @@ bool CPageReader::ReadSingle(uint64_t offset, std::span<uint8_t> page) {
   }
   slot.offset = offset;
   slot.lastUse = ++m_useCount;
-  std::copy(slot.bytes.begin(), slot.bytes.end(), page.begin());
+  std::ranges::copy(slot.bytes, page.begin());
   return true;
 }
 

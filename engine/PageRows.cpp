@@ -43,8 +43,8 @@ std::vector<uint32_t> SlotsInOrder(Bytes page, const SLayout& layout, uint32_t c
     const size_t start = startOf(slot);
     const bool isKnown = (*ReadSlot(page, layout, slot) & kSlotFlags & ~kSlotDeleted) == 0;
     if (!isKnown || start < tableEnd || start > page.size()) continue;
-    const auto at = std::partition_point(ends.begin(), ends.end(),
-                                         [&](uint32_t other) { return startOf(other) >= start; });
+    const auto at =
+        std::ranges::partition_point(ends, [&](uint32_t other) { return startOf(other) >= start; });
     if (at != ends.begin()) before[slot] = *(at - 1);
     if (at == ends.end())
       ends.push_back(slot);
@@ -54,7 +54,7 @@ std::vector<uint32_t> SlotsInOrder(Bytes page, const SLayout& layout, uint32_t c
   std::vector<uint32_t> slots;
   for (uint32_t slot = ends.empty() ? kNone : ends.back(); slot != kNone; slot = before[slot])
     slots.push_back(slot);
-  std::reverse(slots.begin(), slots.end());
+  std::ranges::reverse(slots);
   return slots;
 }
 
@@ -139,7 +139,7 @@ class CRowFinder {
     for (size_t at = m_hints.lowest; at + width <= m_page.size(); at++) {
       const uint32_t count = width == 1 ? m_page[at] : CDataReader::ReadUInt16(&m_page[at]);
       const auto& counts = m_profile.GetColumnCounts();
-      if (std::find(counts.begin(), counts.end(), count) != counts.end()) m_starts.push_back(at);
+      if (std::ranges::find(counts, count) != counts.end()) m_starts.push_back(at);
     }
   }
 
@@ -159,11 +159,9 @@ class CRowFinder {
   void NoteBounds() {
     for (const auto& [bound, next] : m_hints.startBehind)
       if (next < bound && IsRow(next, bound)) m_bounds.push_back(bound);
-    std::sort(m_bounds.begin(), m_bounds.end());
+    std::ranges::sort(m_bounds);
   }
-  [[nodiscard]] bool IsBound(size_t at) const {
-    return std::binary_search(m_bounds.begin(), m_bounds.end(), at);
-  }
+  [[nodiscard]] bool IsBound(size_t at) const { return std::ranges::binary_search(m_bounds, at); }
 
   [[nodiscard]] uint16_t FlagsOf(size_t start, size_t end) const {
     const auto found = m_hints.flagsOf.find(start);
@@ -174,9 +172,9 @@ class CRowFinder {
 
   // The nearest start whose row ends there; no row reaches over a bound.
   std::optional<size_t> FindStart(size_t end) {
-    const auto bound = std::lower_bound(m_bounds.begin(), m_bounds.end(), end);
+    const auto bound = std::ranges::lower_bound(m_bounds, end);
     const size_t least = bound != m_bounds.begin() ? *(bound - 1) : 0;
-    for (auto at = std::lower_bound(m_starts.begin(), m_starts.end(), end); at != m_starts.begin();) {
+    for (auto at = std::ranges::lower_bound(m_starts, end); at != m_starts.begin();) {
       const size_t start = *--at;
       if (start < least) return std::nullopt;
       if (m_triesLeft == 0) return std::nullopt;
@@ -194,7 +192,7 @@ class CRowFinder {
     const size_t slack = SlackOf(start, end);
     if (slack == 0) return false;
     for (size_t at = start + 1; at < end; at++)
-      for (auto before = std::lower_bound(m_starts.begin(), m_starts.end(), start);
+      for (auto before = std::ranges::lower_bound(m_starts, start);
            before != m_starts.begin() && m_checksLeft > 0; m_checksLeft--)
         if (IsRow(*--before, at) && SlackOf(*before, at) < slack) return true;
     return false;
@@ -212,7 +210,7 @@ class CRowFinder {
   // were overwritten can lead over many others.
   bool HoldsRows(size_t start, size_t end) {
     if (m_hints.count) return false;
-    for (auto at = std::upper_bound(m_starts.begin(), m_starts.end(), start);
+    for (auto at = std::ranges::upper_bound(m_starts, start);
          at != m_starts.end() && *at < end && m_triesLeft > 0; ++at) {
       m_triesLeft--;
       if (IsRow(start, *at)) return true;

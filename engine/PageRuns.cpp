@@ -162,7 +162,7 @@ class CRunPlacer {
     order.reserve(votes.size());
     for (const auto& [number, count] : votes) order.emplace_back(count, number);
     // The nearer one of two as good ones.
-    std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
+    std::ranges::sort(order, [](const auto& a, const auto& b) {
       return a.first != b.first ? a.first > b.first : a.second < b.second;
     });
     if (order.empty()) return guess;

@@ -223,7 +223,7 @@ class CShiftFinder {
   [[nodiscard]] std::vector<size_t> Follow(const SScores& last, const std::vector<uint8_t>& steps) const {
     const size_t shifts = 2 * m_most + 1;
     std::vector<size_t> way(m_count, m_most);
-    const auto bestTaken = std::max_element(last.taken.begin(), last.taken.end());
+    const auto bestTaken = std::ranges::max_element(last.taken);
     auto shift = static_cast<size_t>(bestTaken - last.taken.begin());
     // Nothing is better than the places.
     if (last.taken[m_most] == *bestTaken) shift = m_most;

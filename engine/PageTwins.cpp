@@ -24,8 +24,7 @@ uint32_t CPageTwins::PrintOf(std::span<const uint8_t> page) {
 
 std::vector<CPageTwins::STwin> CPageTwins::Find(CSource& source) const {
   std::vector<SPrint> prints = m_prints;
-  std::stable_sort(prints.begin(), prints.end(),
-                   [](const SPrint& a, const SPrint& b) { return a.print < b.print; });
+  std::ranges::stable_sort(prints, {}, &SPrint::print);
   std::vector<STwin> twins;
   std::vector<uint8_t> page(source.GetLayout().pageSize), first(page.size());
   for (size_t i = 1, leader = 0; i < prints.size(); i++) {
@@ -38,7 +37,7 @@ std::vector<CPageTwins::STwin> CPageTwins::Find(CSource& source) const {
     if (source.ReadPage(prints[i].page, page) && page == first)
       twins.push_back({prints[i].page, prints[leader].page});
   }
-  std::sort(twins.begin(), twins.end(), [](const STwin& a, const STwin& b) { return a.page < b.page; });
+  std::ranges::sort(twins, {}, &STwin::page);
   return twins;
 }
 

@@ -1,7 +1,6 @@
 // Pages of rows that hold the same bytes: one of them may have been written over another.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>

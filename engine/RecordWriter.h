@@ -2,10 +2,8 @@
 // beginning of a long text, piece by piece, in front of the value that holds the rest.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "engine/LongValueReader.h"
 #include "format/Value.h"

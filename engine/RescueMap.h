@@ -7,7 +7,6 @@
 //   0x00117000  0x00000200  -                            + was read; ? * / - were not
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>

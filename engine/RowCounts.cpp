@@ -1,6 +1,5 @@
 #include "engine/RowCounts.h"
 
-#include <algorithm>
 #include <bitset>
 #include <initializer_list>
 #include <map>
@@ -65,7 +64,6 @@ class CRowCounts {
     const bool tells = m_data.GetRules().tellReasons;
     m_data.GetLedger().Add(kind, {.page = table.GetPage(m_layout.pageSize),
                                   .definition = table.GetDefinitionOffset(),
-                                  .row = -1,
                                   .amount = isMissing ? promised - found : found - promised,
                                   .reason = !tells      ? nullptr
                                             : isMissing ? WhyMissing(table)
@@ -160,11 +158,9 @@ class CRowCounts {
     if (named == slots.end() || !m_source.ReadPage(number, m_page) || !AreSlotsSound(m_page, m_layout))
       return;
     if ((named->second >> GetLittle<uint16_t>(m_page, m_layout.data.slotCount)).none()) return;
-    m_data.GetLedger().Add(EDamage::TornPage, {.page = number,
-                                               .definition = table.GetDefinitionOffset(),
-                                               .row = -1,
-                                               .amount = 1,
-                                               .reason = kRowsNotThere});
+    m_data.GetLedger().Add(
+        EDamage::TornPage,
+        {.page = number, .definition = table.GetDefinitionOffset(), .reason = kRowsNotThere});
   }
 
   CAccessData& m_data;

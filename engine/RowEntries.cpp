@@ -1,7 +1,5 @@
 #include "engine/RowEntries.h"
 
-#include <algorithm>
-
 #include "format/CompressedText.h"
 #include "format/Layout.h"
 
@@ -57,11 +55,7 @@ CRowEntries::CRowEntries(const CAccessTable& table, const SLayout& layout) : m_l
   const bool takesTexts = table.dataPages.GetCount() <= kMostPagesOfTexts;
   size_t position = 0;
   for (const CAccessTableIndex& index : table.indexes) {
-    SIndex made{.position = position++,
-                .isCertain = true,
-                .ignoresNulls = index.ignoreNulls != 0,
-                .columns = {},
-                .isAscending = {}};
+    SIndex made{.position = position++, .isCertain = true, .ignoresNulls = index.ignoreNulls != 0};
     bool isUsable = index.rootPage != 0 && index.columnCount != 0;
     for (size_t i = 0; isUsable && i < index.columnCount; i++) {
       const CAccessColumn* const column = table.columns.FindByNumber(index.columns[i].columnNumber);

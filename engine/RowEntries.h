@@ -39,8 +39,8 @@ class CRowEntries {
     size_t position;  // in the table's list
     bool isCertain;   // its keys are numbers, which leave no room for a doubt
     bool ignoresNulls;
-    std::vector<const CAccessColumn*> columns;
-    std::vector<uint8_t> isAscending;
+    std::vector<const CAccessColumn*> columns = {};
+    std::vector<uint8_t> isAscending = {};
     // One long alone, the most frequent kind.
     [[nodiscard]] bool IsLong() const { return columns.size() == 1 && columns[0]->type == kTypeLong; }
   };

@@ -86,12 +86,12 @@ void CRowProfile::Conclude() {
   std::vector<std::pair<size_t, uint32_t>> counts;
   for (const auto& [measure, times] : m_seen)
     if (IsBelieved(measure) || AgreesWithDefinition(measure)) counts.emplace_back(times, measure.columns);
-  std::sort(counts.begin(), counts.end(), std::greater<>());
+  std::ranges::sort(counts, std::greater<>());
   m_columnCounts.clear();
   if (m_believed.empty()) m_columnCounts.push_back(m_columnsEver);
   for (const auto& [times, columns] : counts)
     if (m_columnCounts.size() < kColumnCountsKept &&
-        std::find(m_columnCounts.begin(), m_columnCounts.end(), columns) == m_columnCounts.end())
+        std::ranges::find(m_columnCounts, columns) == m_columnCounts.end())
       m_columnCounts.push_back(columns);
 }
 
@@ -115,8 +115,7 @@ bool CRowProfile::Recognises(CRowFrame& frame, std::span<const uint8_t> row) con
   if (!frame.Cut(row, m_shape)) return false;
   const auto measure = frame.Measure();
   if (!measure) return false;
-  if (std::find(m_columnCounts.begin(), m_columnCounts.end(), measure->columns) == m_columnCounts.end())
-    return false;
+  if (std::ranges::find(m_columnCounts, measure->columns) == m_columnCounts.end()) return false;
   if (IsBelieved(*measure)) return measure->fixedEnd != 0 && measure->slack <= kMostSlack;
   if (!AgreesWithDefinition(*measure)) return false;
   const size_t fixedEnd = m_fixedEnds[measure->columns];

@@ -1,7 +1,6 @@
 #include "engine/Source.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <string_view>
 #include <utility>

@@ -138,8 +138,7 @@ class CTableScanner::COwners {
 };
 
 void CTableScanner::Count(CAccessData& data, EDamage kind, uint64_t page, uint64_t amount) {
-  data.GetLedger().Add(kind,
-                       {.page = page, .definition = CDamageLedger::kNoTable, .row = -1, .amount = amount});
+  data.GetLedger().Add(kind, {.page = page, .amount = amount});
 }
 
 void CTableScanner::ScanTableDefinitions(CAccessData& data, CSource& definitions, PageNotes* notes) const {

@@ -1,7 +1,5 @@
 #include "export/JsonTable.h"
 
-#include <algorithm>
-
 #include "export/JsonText.h"
 #include "export/RowFormat.h"
 #include "format/Bytes.h"

@@ -30,7 +30,7 @@ void CCsvFormat::WriteHeader(const std::vector<std::u16string>& columns) {
 bool CCsvFormat::NeedsQuotes() const {
   // What stands for no value is not quoted.
   if (m_options.nullText && m_text == *m_options.nullText) return true;
-  return std::any_of(m_text.begin(), m_text.end(), [this](char byte) {
+  return std::ranges::any_of(m_text, [this](char byte) {
     return byte == m_options.delimiter || byte == '"' || byte == '\r' || byte == '\n';
   });
 }

@@ -23,7 +23,7 @@ bool IsDeviceName(std::u16string_view name) {
   constexpr std::array<std::u16string_view, 4> kDevices{u"con", u"prn", u"aux", u"nul"};
   const std::u16string_view stem = name.substr(0, name.find(u'.'));
   const auto equals = [stem](std::u16string_view device) { return EqualsIgnoreCase(stem, device); };
-  if (std::any_of(kDevices.begin(), kDevices.end(), equals)) return true;
+  if (std::ranges::any_of(kDevices, equals)) return true;
   return stem.size() == 4 && stem[3] >= u'0' && stem[3] <= u'9' &&
          (EqualsIgnoreCase(stem.substr(0, 3), u"com") || EqualsIgnoreCase(stem.substr(0, 3), u"lpt"));
 }

@@ -29,14 +29,14 @@ bool TakeQuoted(std::u16string_view expression, std::u16string& text) {
 
 bool IsWord(std::u16string_view text) {
   constexpr std::array<std::u16string_view, 6> kWords{u"yes", u"no", u"true", u"false", u"on", u"off"};
-  return std::any_of(kWords.begin(), kWords.end(),
-                     [text](std::u16string_view word) { return EqualsIgnoreCase(word, text); });
+  return std::ranges::any_of(kWords,
+                             [text](std::u16string_view word) { return EqualsIgnoreCase(word, text); });
 }
 
 bool IsPlainNumber(std::u16string_view text) {
   if (text.starts_with(u'-') || text.starts_with(u'+')) text.remove_prefix(1);
   return !text.empty() && text.find_first_not_of(u"0123456789.") == std::u16string_view::npos &&
-         std::count(text.begin(), text.end(), u'.') <= 1 && text != u".";
+         std::ranges::count(text, u'.') <= 1 && text != u".";
 }
 
 }  // namespace

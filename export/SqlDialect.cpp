@@ -50,8 +50,7 @@ bool HasHalfPair(std::u16string_view text) {
 bool FitsDouble(std::u16string_view digits) {
   if (digits.find(u'.') != std::u16string_view::npos)
     while (digits.ends_with(u'0')) digits.remove_suffix(1);
-  const auto first =
-      std::find_if(digits.begin(), digits.end(), [](char16_t unit) { return unit >= u'1' && unit <= u'9'; });
+  const auto first = std::ranges::find_if(digits, [](char16_t unit) { return unit >= u'1' && unit <= u'9'; });
   const auto count = std::count_if(first, digits.end(), [](char16_t unit) { return unit != u'.'; });
   return static_cast<size_t>(count) <= kDigitsOfDouble;
 }
@@ -120,7 +119,7 @@ ESqlFate CSqlDialect::AppendText(std::u16string_view text, std::string& out) con
     case ESqlDialect::PostgreSql: {
       if (!hasZero) break;
       std::u16string without(text);
-      std::replace(without.begin(), without.end(), char16_t{0}, u'\uFFFD');
+      std::ranges::replace(without, char16_t{0}, u'\uFFFD');
       bytes = ToUtf8(without);
       fate = ESqlFate::Changed;
       break;
@@ -193,8 +192,7 @@ ESqlFate CSqlDialect::AppendLiteral(const SSqlType& column, const SValue& value,
   }
   if (FamilyOf(column.type) == EFamily::Boolean && family == EFamily::Number) {
     // A calculated truth value is a number, -1 or 0.
-    const bool isTrue =
-        std::any_of(value.bytes.begin(), value.bytes.end(), [](uint8_t byte) { return byte != 0; });
+    const bool isTrue = std::ranges::any_of(value.bytes, [](uint8_t byte) { return byte != 0; });
     out += Is(ESqlDialect::PostgreSql) ? (isTrue ? "TRUE" : "FALSE") : (isTrue ? "1" : "0");
     return ESqlFate::Kept;
   }

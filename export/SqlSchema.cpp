@@ -59,10 +59,9 @@ std::optional<SSqlIndex> CSchemaMaker::DescribeIndex(const SSqlTable& table,
                                                      const CAccessTableIndex& index) const {
   SSqlIndex described;
   for (size_t i = 0; i < index.columnCount; ++i) {
-    const auto found =
-        std::find_if(table.columns.begin(), table.columns.end(), [&](const SSqlColumn& column) {
-          return table.source->columns.GetAt(column.source)->number == index.columns[i].columnNumber;
-        });
+    const auto found = std::ranges::find_if(table.columns, [&](const SSqlColumn& column) {
+      return table.source->columns.GetAt(column.source)->number == index.columns[i].columnNumber;
+    });
     if (found == table.columns.end()) return std::nullopt;
     described.columns.push_back(static_cast<size_t>(found - table.columns.begin()));
     described.isDescending.push_back(!index.columns[i].isAscending);
@@ -120,7 +119,7 @@ void CSchemaMaker::AddIndexes(SSqlTable& table) {
     };
     if (index.primary != 0 && table.key.columns.empty())
       table.key = std::move(*described);
-    else if (std::none_of(table.indexes.begin(), table.indexes.end(), isSame))
+    else if (std::ranges::none_of(table.indexes, isSame))
       table.indexes.push_back(std::move(*described));
   }
   std::erase_if(table.indexes, [&](const SSqlIndex& index) { return index.columns == table.key.columns; });
@@ -134,7 +133,7 @@ void CSchemaMaker::CheckRequired(SSqlTable& table) const {
   for (const size_t column : table.key.columns) isAsked[column] = true;
   for (size_t i = 0; i < isAsked.size(); ++i)
     if (isAsked[i]) table.columns[i].isRequired = true;
-  if (std::find(isAsked.begin(), isAsked.end(), true) == isAsked.end()) return;
+  if (std::ranges::find(isAsked, true) == isAsked.end()) return;
   CSqlRows rows(table);
   if (!rows.Open()) return;
   std::string literal;
@@ -160,7 +159,7 @@ void CSchemaMaker::AddTable(const CAccessTable& source) {
   AddIndexes(table);
   CheckRequired(table);
   const auto isRequired = [&table](size_t column) { return table.columns[column].isRequired; };
-  if (!std::all_of(table.key.columns.begin(), table.key.columns.end(), isRequired)) {
+  if (!std::ranges::all_of(table.key.columns, isRequired)) {
     m_schema.remarks.push_back(u"Table " + Quoted(source.name) +
                                u" has no primary key: records lack values of its columns.");
     table.indexes.push_back(std::exchange(table.key, {}));
@@ -228,14 +227,14 @@ std::optional<size_t> CSchemaMaker::FindColumn(const SSqlTable& table, std::u16s
 
 // The parent's columns in the order of its unique key on just these columns; empty where there is none.
 std::vector<size_t> FindUniqueKey(const SSqlTable& parent, std::vector<size_t> columns) {
-  std::sort(columns.begin(), columns.end());
+  std::ranges::sort(columns);
   const auto fits = [&columns](const SSqlIndex& index) {
     std::vector<size_t> sorted = index.columns;
-    std::sort(sorted.begin(), sorted.end());
+    std::ranges::sort(sorted);
     return index.isUnique && sorted == columns;
   };
   if (fits(parent.key)) return parent.key.columns;
-  const auto found = std::find_if(parent.indexes.begin(), parent.indexes.end(), fits);
+  const auto found = std::ranges::find_if(parent.indexes, fits);
   return found == parent.indexes.end() ? std::vector<size_t>() : found->columns;
 }
 

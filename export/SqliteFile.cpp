@@ -233,7 +233,7 @@ bool CSqliteFile::DropReferences() {
     const auto holds = [&reference](const SSqlIndex& index) {
       return index.isUnique && index.columns == reference.parentColumns;
     };
-    return !holds(parent.key) && std::none_of(parent.indexes.begin(), parent.indexes.end(), holds);
+    return !holds(parent.key) && std::ranges::none_of(parent.indexes, holds);
   };
   for (SSqlTable& table : m_schema.tables)
     for (size_t i = table.references.size(); i-- > 0;) {

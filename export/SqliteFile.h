@@ -2,7 +2,6 @@
 // views where SQLite understands them and means the same.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>

@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "platform/Text.h"
-
 namespace tolvane {
 
 namespace {

@@ -1,7 +1,6 @@
 #include "export/SqliteViews.h"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 #include "platform/Text.h"
@@ -24,8 +23,8 @@ bool IsWordUnit(char16_t unit) {
 }
 
 bool IsOneOf(std::u16string_view word, std::initializer_list<std::u16string_view> words) {
-  return std::any_of(words.begin(), words.end(),
-                     [word](std::u16string_view other) { return EqualsIgnoreCase(word, other); });
+  return std::ranges::any_of(words,
+                             [word](std::u16string_view other) { return EqualsIgnoreCase(word, other); });
 }
 
 // Reads a statement from front to back.

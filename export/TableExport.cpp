@@ -1,7 +1,5 @@
 #include "export/TableExport.h"
 
-#include <utility>
-
 #include "platform/Text.h"
 #include "render/RecordText.h"
 #include "writer/AttachmentSource.h"

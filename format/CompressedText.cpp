@@ -69,7 +69,7 @@ std::span<const uint8_t> CTextUnpacker::TakePlain(std::span<const uint8_t> bytes
 }
 
 std::span<const uint8_t> CTextUnpacker::TakeNarrow(std::span<const uint8_t> bytes) {
-  const auto zero = std::find(bytes.begin(), bytes.end(), uint8_t{0});
+  const auto zero = std::ranges::find(bytes, uint8_t{0});
   const auto count = static_cast<size_t>(zero - bytes.begin());
   const size_t old = m_out->size();
   m_out->resize(old + count);

@@ -26,7 +26,7 @@ inline bool IsTextCompressed(std::span<const uint8_t> stored) {
 // The engines compress a text only as a whole.
 inline bool CanCompressText(std::u16string_view text) {
   return text.size() >= kShortestCompressed &&
-         std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit >= 1 && unit <= 0xFF; });
+         std::ranges::all_of(text, [](char16_t unit) { return unit >= 1 && unit <= 0xFF; });
 }
 
 // CanCompressText holds for the text.
@@ -34,8 +34,8 @@ inline void AppendCompressedText(std::u16string_view text, std::vector<uint8_t>&
   out.insert(out.end(), std::begin(kCompressedMark), std::end(kCompressedMark));
   const size_t at = out.size();
   out.resize(at + text.size());
-  std::transform(text.begin(), text.end(), out.begin() + static_cast<std::ptrdiff_t>(at),
-                 [](char16_t unit) { return static_cast<uint8_t>(unit); });
+  std::ranges::transform(text, out.begin() + static_cast<std::ptrdiff_t>(at),
+                         [](char16_t unit) { return static_cast<uint8_t>(unit); });
 }
 
 // A plain text that begins with this unit would read as a compressed one.
@@ -43,7 +43,7 @@ inline constexpr char16_t kByteOrderMark = 0xFEFF;
 
 // Whether the compressed form has all units of a text, given the low byte of each: a zero one is a switch.
 inline bool CanSwitchText(std::u16string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return (unit & 0xFF) != 0; });
+  return std::ranges::all_of(text, [](char16_t unit) { return (unit & 0xFF) != 0; });
 }
 
 // What switches to two bytes a unit at the start of a text; plain units may follow.

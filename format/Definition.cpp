@@ -122,7 +122,7 @@ std::vector<const SColumnDefinition*> LongValueColumns(const SLayout& layout,
   const auto key = [&](const SColumnDefinition* column) {
     return MakeNameKey(layout.text.IsCodePage(), encodeName(column->name));
   };
-  std::sort(columns.begin(), columns.end(), [&](const auto* a, const auto* b) {
+  std::ranges::sort(columns, [&](const auto* a, const auto* b) {
     return a->displayNumber != b->displayNumber ? a->displayNumber < b->displayNumber : key(a) < key(b);
   });
   return columns;
@@ -210,8 +210,7 @@ class CDefinitionWalk {
       if (number == kDefinitionEnd || !m_taker.IsOk()) return;
       const auto owned = m_taker.TakeNumber<uint32_t>();
       const auto free = m_taker.TakeNumber<uint32_t>();
-      const auto column = std::find_if(m_definition.columns.begin(), m_definition.columns.end(),
-                                       [&](const auto& other) { return other.number == number; });
+      const auto column = std::ranges::find(m_definition.columns, number, &SColumnDefinition::number);
       if (column == m_definition.columns.end()) {
         m_report({EDefinitionFault::MapsOfNoColumn, number});
         continue;
@@ -359,8 +358,8 @@ std::vector<uint8_t> EncodeDefinition(const SLayout& layout, const STableDefinit
 std::vector<uint8_t> EncodeAsciiName(const SLayout& layout, std::u16string_view name) {
   std::vector<uint8_t> bytes;
   if (layout.text.IsCodePage())
-    std::transform(name.begin(), name.end(), std::back_inserter(bytes),
-                   [](char16_t unit) { return static_cast<uint8_t>(unit); });
+    std::ranges::transform(name, std::back_inserter(bytes),
+                           [](char16_t unit) { return static_cast<uint8_t>(unit); });
   else
     AppendUnits(bytes, name);
   return bytes;
@@ -381,12 +380,12 @@ void EncodeDefinitionPage(const SLayout& layout, std::span<const uint8_t> block,
   const size_t perPage = layout.pageSize - kDefinitionHead;
   std::span<const uint8_t> part = block.subspan(kDefinitionHead + place * perPage);
   part = part.first(std::min(perPage, part.size()));
-  std::fill(page.begin(), page.end(), uint8_t{0});
+  std::ranges::fill(page, uint8_t{0});
   page[kPageTypeAt] = kPageDefinition;
   page[kPageMarkAt] = kPageFormatted;
   PutLittle(page, kDefinitionFree, DefinitionWord(layout, perPage - part.size()));
   PutLittle(page, kDefinitionNext, next);
-  std::copy(part.begin(), part.end(), page.begin() + kDefinitionHead);
+  std::ranges::copy(part, page.begin() + kDefinitionHead);
 }
 
 }  // namespace tolvane

@@ -16,7 +16,7 @@ EIndexWalk CIndexCursor::Seek(std::span<const uint8_t> key) {
   bool isHere = false;
   if (m_isLoaded && m_page.GetCount() > 0) {
     m_page.GetEntry(m_page.GetCount() - 1, m_entry);
-    isHere = !std::lexicographical_compare(m_entry.begin(), m_entry.end(), key.begin(), key.end());
+    isHere = !std::ranges::lexicographical_compare(m_entry, key);
   }
   if (!isHere)
     if (EIndexWalk result = Descend(key); result != EIndexWalk::Ok) return result;
@@ -87,7 +87,7 @@ size_t CIndexCursor::FindEntry(size_t start, std::span<const uint8_t> key) {
   while (start < end) {
     const size_t middle = start + (end - start) / 2;
     m_page.GetEntry(middle, m_entry);
-    if (std::lexicographical_compare(m_entry.begin(), m_entry.end(), key.begin(), key.end()))
+    if (std::ranges::lexicographical_compare(m_entry, key))
       start = middle + 1;
     else
       end = middle;
@@ -102,8 +102,7 @@ EIndexWalk FindUnmatched(CIndexCursor& foreign, CIndexCursor& primary,
   std::vector<uint8_t> key;
   bool isMatched = false;
   const auto hasKey = [&key](const CIndexCursor& cursor) {
-    return !cursor.IsAtEnd() &&
-           std::equal(key.begin(), key.end(), cursor.GetKey().begin(), cursor.GetKey().end());
+    return !cursor.IsAtEnd() && std::ranges::equal(key, cursor.GetKey());
   };
   EIndexWalk result = foreign.Seek({});
   while (result == EIndexWalk::Ok && !foreign.IsAtEnd()) {

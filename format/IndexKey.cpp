@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <iterator>
 
 #include "format/ColumnType.h"
 #include "format/TextKey.h"
@@ -88,8 +87,8 @@ void PutBinary(Bytes value, CKeyWriter& writer) {
 
 void PutGuid(Bytes value, CKeyWriter& writer) {
   std::array<uint8_t, kGuidLength> shown;
-  std::transform(kGuidDisplayOrder.begin(), kGuidDisplayOrder.end(), shown.begin(),
-                 [value](uint8_t position) { return value[position]; });
+  std::ranges::transform(kGuidDisplayOrder, shown.begin(),
+                         [value](uint8_t position) { return value[position]; });
   PutBinary(shown, writer);
 }
 

@@ -36,12 +36,12 @@ void CIndexPage::GetEntry(size_t i, std::vector<uint8_t>& entry) const {
 }
 
 void EncodeIndexPage(const SIndexPageLayout& at, const SIndexPage& page, std::span<uint8_t> bytes) {
-  std::fill(bytes.begin(), bytes.end(), uint8_t{0});
+  std::ranges::fill(bytes, uint8_t{0});
   size_t used = 0, start = 0;
   for (size_t i = 0; i < page.ends.size(); i++) {
     const size_t skipped = i == 0 ? 0 : page.prefix;
     const auto stored = page.entries.subspan(start + skipped, page.ends[i] - start - skipped);
-    std::copy(stored.begin(), stored.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at.entries + used));
+    std::ranges::copy(stored, bytes.begin() + static_cast<std::ptrdiff_t>(at.entries + used));
     used += stored.size();
     uint8_t& maskByte = bytes[at.mask + used / 8];
     maskByte = static_cast<uint8_t>(maskByte | 1U << used % 8);

@@ -1,7 +1,5 @@
 #include "format/Inflate.h"
 
-#include <algorithm>
-
 namespace tolvane {
 namespace {
 

@@ -1,7 +1,6 @@
 // References to long values and the rows of their chains (drawn in RowLayout.h): read, and written.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>

@@ -69,14 +69,14 @@ inline std::vector<uint32_t> MapPagesOf(std::span<const uint8_t> row) {
 }
 
 inline void PutMapPages(std::span<const uint32_t> pages, std::span<uint8_t> row) {
-  std::fill(row.begin(), row.end(), uint8_t{0});
+  std::ranges::fill(row, uint8_t{0});
   row[0] = kMapReferences;
   for (size_t i = 0; i < pages.size(); i++) PutLittle(row, kMapPages + 4 * i, pages[i]);
 }
 
 // Makes a page of bits of which none is set, and answers the bits.
 inline std::span<uint8_t> StartMapPage(std::span<uint8_t> page) {
-  std::fill(page.begin(), page.end(), uint8_t{0});
+  std::ranges::fill(page, uint8_t{0});
   page[kPageTypeAt] = kPageMap;
   page[kPageMarkAt] = kPageFormatted;
   return page.subspan(kMapPageBits);

@@ -23,7 +23,7 @@ bool IsSoundIndexPage(std::span<const uint8_t> page, const SIndexPageLayout& at)
 }  // namespace
 
 bool IsBlankPage(std::span<const uint8_t> page) {
-  return std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; });
+  return std::ranges::all_of(page, [](uint8_t byte) { return byte == 0; });
 }
 
 bool HasDefinitionHead(std::span<const uint8_t> page, const SLayout& layout) {

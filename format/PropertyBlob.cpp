@@ -1,6 +1,5 @@
 #include "format/PropertyBlob.h"
 
-#include <algorithm>
 #include <map>
 #include <string_view>
 

@@ -26,9 +26,9 @@ CRowEncoder::CRowEncoder(const SLayout& layout, const STableDefinition& definiti
 }
 
 void CRowEncoder::Begin() {
-  std::fill(m_fixed.begin(), m_fixed.end(), uint8_t{0});
-  std::fill(m_mask.begin(), m_mask.end(), uint8_t{0});
-  std::fill(m_variable.begin(), m_variable.end(), SPiece{});
+  std::ranges::fill(m_fixed, uint8_t{0});
+  std::ranges::fill(m_mask, uint8_t{0});
+  std::ranges::fill(m_variable, SPiece{});
   m_bytes.clear();
   m_variableSize = 0;
 }
@@ -36,7 +36,7 @@ void CRowEncoder::Begin() {
 void CRowEncoder::Set(const SColumnDefinition& column, std::span<const uint8_t> bytes) {
   if (!column.IsFixed()) {
     const std::span<uint8_t> room = Reserve(column, bytes.size());
-    std::copy(bytes.begin(), bytes.end(), room.begin());
+    std::ranges::copy(bytes, room.begin());
     return;
   }
   const size_t size = std::min<size_t>(bytes.size(), column.GetFixedSize());

@@ -23,7 +23,6 @@
 // big-endian.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <optional>

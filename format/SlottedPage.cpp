@@ -11,7 +11,7 @@ CSlottedPage::CSlottedPage(const SLayout& layout)
     : m_layout(layout), m_page(layout.pageSize), m_lowest(layout.pageSize) {}
 
 void CSlottedPage::Start(uint32_t owner) {
-  std::fill(m_page.begin(), m_page.end(), uint8_t{0});
+  std::ranges::fill(m_page, uint8_t{0});
   m_page[kPageTypeAt] = static_cast<uint8_t>(kPageData);
   m_page[kPageMarkAt] = kPageFormatted;
   PutLittle(std::span(m_page), kOwnerOffset, owner);
@@ -27,7 +27,7 @@ bool CSlottedPage::Load(std::span<const uint8_t> page) {
              [&](const SSlotFault& fault) { isSound = isSound && fault.kind == ESlotFault::FreeBytes; });
   for (uint32_t i = 0; isSound && i < slots; i++) isSound = (*ReadSlot(page, m_layout, i) & kSlotFlags) == 0;
   if (!isSound) return false;
-  std::copy(page.begin(), page.end(), m_page.begin());
+  std::ranges::copy(page, m_page.begin());
   m_slotCount = slots;
   m_lowest = slots == 0 ? page.size() : StartOf(slots - 1);
   return true;
@@ -47,7 +47,7 @@ bool CSlottedPage::ReplaceRow(uint32_t row, std::span<const uint8_t> bytes) {
   std::memmove(&m_page[newLowest], &m_page[m_lowest], start - m_lowest);
   for (uint32_t i = row; i < m_slotCount; i++)
     PutLittle(std::span(m_page), SlotAt(i), static_cast<uint16_t>(StartOf(i) + oldSize - bytes.size()));
-  std::copy(bytes.begin(), bytes.end(), m_page.begin() + static_cast<std::ptrdiff_t>(end - bytes.size()));
+  std::ranges::copy(bytes, m_page.begin() + static_cast<std::ptrdiff_t>(end - bytes.size()));
   m_lowest = newLowest;
   return true;
 }

@@ -270,9 +270,8 @@ STableDefinition MakeSystemTable(const SLayout& layout, STextOrder order, size_t
   };
   const auto byName = [&](const auto& a, const auto& b) { return key(a) < key(b); };
   // All display numbers are 0 here, so names alone decide an order that goes by them.
-  if (layout.definition.isSortedByDisplay)
-    std::sort(definition.columns.begin(), definition.columns.end(), byName);
-  std::sort(definition.logicalIndexes.begin(), definition.logicalIndexes.end(), byName);
+  if (layout.definition.isSortedByDisplay) std::ranges::sort(definition.columns, byName);
+  std::ranges::sort(definition.logicalIndexes, byName);
   return definition;
 }
 
@@ -293,16 +292,13 @@ bool IsSystemTable(const SLayout& layout, size_t table, const STableDefinition& 
   };
   const auto sameIndex = [](const SRealIndex& a, const SRealIndex& b) {
     return a.flags == b.flags &&
-           std::equal(a.columns.begin(), a.columns.end(), b.columns.begin(), b.columns.end(),
-                      [](const SIndexColumn& x, const SIndexColumn& y) {
-                        return x.number == y.number && x.ascending == y.ascending;
-                      });
+           std::ranges::equal(a.columns, b.columns, [](const SIndexColumn& x, const SIndexColumn& y) {
+             return x.number == y.number && x.ascending == y.ascending;
+           });
   };
   return definition.tableType == expected.tableType &&
-         std::equal(expected.columns.begin(), expected.columns.end(), definition.columns.begin(),
-                    definition.columns.end(), sameColumn) &&
-         std::equal(expected.realIndexes.begin(), expected.realIndexes.end(), definition.realIndexes.begin(),
-                    definition.realIndexes.end(), sameIndex);
+         std::ranges::equal(expected.columns, definition.columns, sameColumn) &&
+         std::ranges::equal(expected.realIndexes, definition.realIndexes, sameIndex);
 }
 
 std::u16string CutName(std::u16string name) {

@@ -5,7 +5,6 @@
 #include "engine/DefinitionDecoder.h"
 #include "format/Definition.h"
 #include "fuzz/FuzzInput.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 namespace {

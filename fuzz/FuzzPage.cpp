@@ -49,7 +49,7 @@ void ReadEntries(std::span<const uint8_t> page, const SLayout& layout) {
 void Walk(std::span<const std::vector<uint8_t>> pages, const SLayout& layout) {
   const auto read = [&](uint32_t page, std::span<uint8_t> bytes) {
     if (page >= pages.size()) return false;
-    std::copy(pages[page].begin(), pages[page].end(), bytes.begin());
+    std::ranges::copy(pages[page], bytes.begin());
     return true;
   };
   CIndexCursor cursor(layout, static_cast<uint32_t>(pages.size()), 0, read);

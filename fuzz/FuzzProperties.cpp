@@ -12,9 +12,8 @@ bool AreSame(const SStoredProperty& one, const SStoredProperty& other) {
 
 bool AreSame(const SPropertyOwner& one, const SPropertyOwner& other) {
   return one.kind == other.kind && one.name == other.name &&
-         std::equal(one.properties.begin(), one.properties.end(), other.properties.begin(),
-                    other.properties.end(),
-                    [](const SStoredProperty& a, const SStoredProperty& b) { return AreSame(a, b); });
+         std::ranges::equal(one.properties, other.properties,
+                            [](const SStoredProperty& a, const SStoredProperty& b) { return AreSame(a, b); });
 }
 
 bool CanWrite(const std::vector<SPropertyOwner>& owners) {
@@ -35,8 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<SPropertyOwner> owners, again;
   if (!DecodePropertyBlob(isJet3, input.Rest(), owners) || !CanWrite(owners)) return 0;
   Require(DecodePropertyBlob(isJet3, EncodePropertyBlob(isJet3, owners), again));
-  Require(
-      std::equal(owners.begin(), owners.end(), again.begin(), again.end(),
-                 [](const SPropertyOwner& one, const SPropertyOwner& other) { return AreSame(one, other); }));
+  Require(std::ranges::equal(owners, again, [](const SPropertyOwner& one, const SPropertyOwner& other) {
+    return AreSame(one, other);
+  }));
   return 0;
 }

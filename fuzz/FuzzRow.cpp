@@ -6,7 +6,6 @@
 #include "format/RowFrame.h"
 #include "fuzz/FuzzInput.h"
 #include "render/ExactText.h"
-#include "render/StandardText.h"
 #include "store/ValueRecord.h"
 
 namespace tolvane {

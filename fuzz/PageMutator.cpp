@@ -32,9 +32,9 @@ class CPageMutator {
     const std::span<uint8_t> page = PickPage(), other = PickPage(), piece = PickPiece(page, 96);
     switch (Below(16)) {
       case 0:
-        return void(std::copy(other.begin(), other.end(), page.begin()));
+        return void(std::ranges::copy(other, page.begin()));
       case 1:
-        return std::fill(page.begin(), page.end(), uint8_t{0});
+        return void(std::ranges::fill(page, uint8_t{0}));
       case 2:  // the version; the pages of all but the first are alike
         if (!m_layout.isJet3) m_bytes[kLayoutProbe - 1] = static_cast<uint8_t>(1 + Below(kVersions));
         return;

@@ -41,8 +41,7 @@ bool CAccessColumnList::SetNameAt(size_t position, std::u16string_view name) {
 }
 
 const CAccessColumn* CAccessColumnList::FindByNumber(uint16_t number) const {
-  const auto found = std::find_if(m_columns.begin(), m_columns.end(),
-                                  [number](const CAccessColumn& column) { return column.number == number; });
+  const auto found = std::ranges::find(m_columns, number, &CAccessColumn::number);
   return found != m_columns.end() ? &*found : nullptr;
 }
 
@@ -96,8 +95,7 @@ void CAccessColumnList::SortByNumber() {
   std::vector<size_t> byNumber(count);
   std::iota(byNumber.begin(), byNumber.end(), size_t{0});
   const auto numberOf = [this](size_t position) { return m_columns[position].number; };
-  std::stable_sort(byNumber.begin(), byNumber.end(),
-                   [&](size_t a, size_t b) { return numberOf(a) < numberOf(b); });
+  std::ranges::stable_sort(byNumber, [&](size_t a, size_t b) { return numberOf(a) < numberOf(b); });
 
   std::vector<size_t> order;
   order.reserve(count);

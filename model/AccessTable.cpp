@@ -75,8 +75,8 @@ bool CAccessTableList::Mark(uint64_t definitionOffset, uint8_t keepFlag) {
 }
 
 bool CAccessTableList::SetNameByKey(std::u16string_view keyText, std::u16string_view name) {
-  const auto found = std::find_if(m_tables.begin(), m_tables.end(),
-                                  [keyText](const auto& table) { return table->GetKeyText() == keyText; });
+  const auto found =
+      std::ranges::find_if(m_tables, [keyText](const auto& table) { return table->GetKeyText() == keyText; });
   if (found == m_tables.end()) return false;
   (*found)->name = name;
   return true;

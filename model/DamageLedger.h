@@ -42,16 +42,16 @@ enum class EDamage : uint8_t {
 
 class CDamageLedger {
  public:
-  struct SPlace {
-    uint64_t page;                 // page number in the damaged file
-    uint64_t definition;           // definition offset of the table, or kNoTable
-    int32_t row;                   // slot on the page, or -1
-    uint64_t amount;               // how many (rows, bytes) at this place
-    int32_t column = -1;           // position among the table's columns, or -1
-    const char* reason = nullptr;  // what is wrong, where the kind alone does not tell; a literal in ASCII
-    uint64_t promised = 0;         // rows that a definition states, of missing and surplus ones
-  };
   static constexpr uint64_t kNoTable = ~uint64_t{0};
+  struct SPlace {
+    uint64_t page = 0;               // page number in the damaged file
+    uint64_t definition = kNoTable;  // definition offset of the table
+    int32_t row = -1;                // slot on the page, or -1
+    uint64_t amount = 1;             // how many (rows, bytes) at this place
+    int32_t column = -1;             // position among the table's columns, or -1
+    const char* reason = nullptr;    // what is wrong, where the kind alone does not tell; a literal in ASCII
+    uint64_t promised = 0;           // rows that a definition states, of missing and surplus ones
+  };
   // Memory does not grow with the damage: of each kind only so many places are kept. Counts stay exact, and
   // who lists the places says how many are not among them.
   static constexpr size_t kPlacesKept = 100'000;

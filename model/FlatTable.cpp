@@ -21,7 +21,7 @@ bool HasMark(const CAccessColumn& column, uint8_t mark) {
 }  // namespace
 
 std::optional<size_t> FilePartOf(const CAccessColumn& column) {
-  const auto* const found = std::find(kFilePartNames.begin(), kFilePartNames.end(), column.GetName());
+  const auto* const found = std::ranges::find(kFilePartNames, column.GetName());
   if (found == kFilePartNames.end()) return std::nullopt;
   return static_cast<size_t>(found - kFilePartNames.begin());
 }
@@ -45,7 +45,7 @@ bool IsVersionDate(const CAccessColumn& column) {
 
 bool IsVersionPattern(const CAccessTable& table) {
   return table.columns.GetCount() == 2 && table.header.rowCount == 0 && table.indexes.GetCount() == 0 &&
-         std::any_of(table.columns.begin(), table.columns.end(), IsVersionDate);
+         std::ranges::any_of(table.columns, IsVersionDate);
 }
 
 std::optional<SFlatTable> DescribeFlatTable(const CAccessTable& table) {

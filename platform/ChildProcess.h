@@ -1,7 +1,6 @@
 // Another run of a program, its output in files. One thread at a time.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>

@@ -1,6 +1,5 @@
 #include <windows.h>
 
-#include <array>
 #include <string>
 
 #include "platform/ChildProcess.h"

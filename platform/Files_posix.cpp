@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -165,7 +163,7 @@ bool ReadFolder(std::u16string_view path, std::vector<std::u16string>& names) {
     errno = 0;
   }
   const int error = errno;
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   return error == 0 || Fail(error);
 }
 

@@ -228,7 +228,7 @@ bool ReadFolder(std::u16string_view path, std::vector<std::u16string>& names) {
     return true;
   });
   const DWORD error = GetLastError();
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   SetLastError(error);
   return isWhole;
 }

@@ -79,7 +79,7 @@ void COrderedTeam::End() {
   Lock lock(m_mutex);
   m_hasEnded = true;
   m_changed.wait(lock, [this] { return m_working == 0; });
-  std::fill(m_isDone.begin(), m_isDone.end(), uint8_t{0});
+  std::ranges::fill(m_isDone, uint8_t{0});
   m_begun = m_taken = 0;
   m_isHeld = false;
 }

@@ -5,7 +5,6 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <charconv>
 #include <chrono>

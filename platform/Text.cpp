@@ -19,8 +19,9 @@ void AppendEach(std::basic_string_view<TFrom> text, std::basic_string<TTo>& out)
   std::array<TTo, 128> buffer;
   while (!text.empty()) {
     const std::basic_string_view<TFrom> piece = text.substr(0, buffer.size());
-    std::transform(piece.begin(), piece.end(), buffer.begin(),
-                   [](TFrom c) { return static_cast<TTo>(static_cast<std::make_unsigned_t<TFrom>>(c)); });
+    std::ranges::transform(piece, buffer.begin(), [](TFrom c) {
+      return static_cast<TTo>(static_cast<std::make_unsigned_t<TFrom>>(c));
+    });
     out.append(buffer.data(), piece.size());
     text.remove_prefix(piece.size());
   }

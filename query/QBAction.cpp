@@ -1,7 +1,5 @@
 #include "query/QBAction.h"
 
-#include <string_view>
-
 #include "query/QueryClauses.h"
 
 namespace tolvane {

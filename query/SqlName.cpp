@@ -17,7 +17,7 @@ constexpr std::array<std::u16string_view, 56> kKeywords{
     u"on",      u"option",     u"or",     u"order",  u"outer",    u"parameters",  u"percent", u"pivot",
     u"primary", u"references", u"right",  u"select", u"set",      u"some",        u"table",   u"text",
     u"top",     u"transform",  u"union",  u"update", u"value",    u"values",      u"where",   u"with"};
-static_assert(std::is_sorted(kKeywords.begin(), kKeywords.end()));
+static_assert(std::ranges::is_sorted(kKeywords));
 
 bool IsPlainUnit(char16_t unit) {
   return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') ||
@@ -28,9 +28,9 @@ bool IsPlainUnit(char16_t unit) {
 
 std::u16string BracketedIfNeeded(std::u16string_view name) {
   if (name.find_first_of(u"[]") != std::u16string_view::npos) return std::u16string(name);
-  const bool isPlain = !name.empty() && std::all_of(name.begin(), name.end(), IsPlainUnit) &&
+  const bool isPlain = !name.empty() && std::ranges::all_of(name, IsPlainUnit) &&
                        !(name[0] >= u'0' && name[0] <= u'9') && name[0] != u'_' &&
-                       !std::binary_search(kKeywords.begin(), kKeywords.end(), FoldedName(name));
+                       !std::ranges::binary_search(kKeywords, FoldedName(name));
   std::u16string text(isPlain ? u"" : u"[");
   text += name;
   if (!isPlain) text += u']';

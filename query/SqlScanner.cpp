@@ -86,8 +86,7 @@ std::u16string_view CSqlScanner::GetText(size_t first, size_t last) const {
 bool CSqlScanner::IsWord(size_t i, std::u16string_view keyword) const {
   if (i >= m_tokens.size() || m_tokens[i].kind != ESqlToken::Word) return false;
   const std::u16string_view text = GetText(i);
-  if (!std::equal(text.begin(), text.end(), keyword.begin(), keyword.end(),
-                  [](char16_t a, char16_t b) { return Folded(a) == Folded(b); }))
+  if (!std::ranges::equal(text, keyword, [](char16_t a, char16_t b) { return Folded(a) == Folded(b); }))
     return false;
   // Behind a dot or an exclamation mark stands a name, whatever it spells.
   return i == 0 || !(IsSymbol(i - 1, u'.') || IsSymbol(i - 1, u'!'));

@@ -102,8 +102,7 @@ bool CSplitter::Split() {
 
   AddRow(kQueryEnd);
   // The clauses were read in the order of the statement; the rows stand in the order of their kinds.
-  std::stable_sort(m_query.rows.begin(), m_query.rows.end(),
-                   [](const SQueryRow& x, const SQueryRow& y) { return x.attribute < y.attribute; });
+  std::ranges::stable_sort(m_query.rows, {}, &SQueryRow::attribute);
   return true;
 }
 

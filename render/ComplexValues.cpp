@@ -36,8 +36,7 @@ CComplexValues::CComplexValues(const CAccessTable& table, size_t column, const S
   LoadKeys(table, column);
   LoadValues();
   m_seen = {};
-  std::stable_sort(m_places.begin(), m_places.end(),
-                   [](const SPlace& a, const SPlace& b) { return a.key < b.key; });
+  std::ranges::stable_sort(m_places, {}, &SPlace::key);
 }
 
 void CComplexValues::LoadKeys(const CAccessTable& table, size_t column) {
@@ -48,7 +47,7 @@ void CComplexValues::LoadKeys(const CAccessTable& table, size_t column) {
     for (size_t i = 0; i <= column; ++i) reader.ReadRecord(record);
     if (const int32_t key = KeyOf(record); key > 0) m_keys.push_back(key);
   }
-  std::sort(m_keys.begin(), m_keys.end());
+  std::ranges::sort(m_keys);
   for (size_t i = 1; i < m_keys.size(); ++i)
     if (m_keys[i] == m_keys[i - 1]) m_sharedKeys.insert(m_keys[i]);
   m_keys.erase(std::unique(m_keys.begin(), m_keys.end()), m_keys.end());
@@ -80,7 +79,7 @@ void CComplexValues::LoadValues() {
 }
 
 CComplexValues::EFate CComplexValues::Judge(int32_t key, const SValue& item) {
-  if (!std::binary_search(m_keys.begin(), m_keys.end(), key)) return EFate::WithoutRecord;
+  if (!std::ranges::binary_search(m_keys, key)) return EFate::WithoutRecord;
   if (m_flat.kind == EFlatKind::Versions) return EFate::Attached;
   if (item.isNull) return EFate::Empty;
   std::vector<uint8_t> what;
@@ -92,8 +91,7 @@ CComplexValues::EFate CComplexValues::Judge(int32_t key, const SValue& item) {
 
 // Empty, too, when the data file cannot be read.
 std::span<const CComplexValues::SPlace> CComplexValues::FindPlaces(int32_t key) {
-  const auto first = std::lower_bound(m_places.begin(), m_places.end(), key,
-                                      [](const SPlace& a, int32_t wanted) { return a.key < wanted; });
+  const auto first = std::ranges::lower_bound(m_places, key, {}, &SPlace::key);
   const auto last = std::find_if(first, m_places.end(), [key](const SPlace& a) { return a.key != key; });
   if (first == last || (IsShared(key) && !m_given.insert(key).second)) return {};
   if (!m_reader.IsOpen() && !m_reader.Open(m_flat.table->GetRecords())) return {};

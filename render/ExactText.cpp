@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <optional>
-#include <string_view>
 
 #include "format/Bytes.h"
 #include "platform/Hex.h"

@@ -83,9 +83,7 @@ void AppendSignedDigits(int64_t value, std::u16string& text) {
 }
 
 void AppendWideDecimal(bool isNegative, std::array<uint32_t, 4> words, size_t scale, std::u16string& text) {
-  const auto isZero = [&] {
-    return std::all_of(words.begin(), words.end(), [](uint32_t w) { return w == 0; });
-  };
+  const auto isZero = [&] { return std::ranges::all_of(words, [](uint32_t w) { return w == 0; }); };
   if (isNegative && !isZero()) text += u'-';
   std::u16string reversed;
   while (!isZero() || reversed.size() <= scale) reversed += static_cast<char16_t>(u'0' + DivideByTen(words));

@@ -52,9 +52,8 @@ bool TakeObjectProperties(const SSourceFacts& source, std::span<const uint8_t> b
 }
 
 const SProperty* FindProperty(std::span<const SProperty> properties, std::u16string_view name) {
-  const auto found = std::find_if(properties.begin(), properties.end(), [name](const SProperty& property) {
-    return EqualsIgnoreCase(property.name, name);
-  });
+  const auto found = std::ranges::find_if(
+      properties, [name](const SProperty& property) { return EqualsIgnoreCase(property.name, name); });
   return found == properties.end() ? nullptr : &*found;
 }
 
@@ -64,7 +63,7 @@ std::u16string TextOf(const SProperty* property) {
 
 bool IsYes(const SProperty* property) {
   return property != nullptr && property->type == kTypeBoolean &&
-         std::any_of(property->value.begin(), property->value.end(), [](uint8_t byte) { return byte != 0; });
+         std::ranges::any_of(property->value, [](uint8_t byte) { return byte != 0; });
 }
 
 }  // namespace tolvane

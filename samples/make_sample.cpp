@@ -176,11 +176,11 @@ class CPages {
   void SetU32(uint32_t page, size_t at, uint32_t value) { PutLittle(Page(page), at, value); }
   void CopyWithin(uint32_t from, size_t fromAt, uint32_t to, size_t toAt, size_t size) {
     const std::span<const uint8_t> bytes = Page(from).subspan(fromAt, size);
-    std::copy(bytes.begin(), bytes.end(), Page(to).subspan(toAt).begin());
+    std::ranges::copy(bytes, Page(to).subspan(toAt).begin());
   }
   void Destroy(uint32_t page, uint8_t filler) {
     const std::span<uint8_t> bytes = Page(page);
-    std::fill(bytes.begin(), bytes.end(), filler);
+    std::ranges::fill(bytes, filler);
   }
   [[nodiscard]] std::vector<uint32_t> FindDataPages(uint32_t owner) {
     std::vector<uint32_t> pages;

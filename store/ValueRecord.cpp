@@ -27,7 +27,7 @@ void AppendValue(const SValue& value, CRecordBuffer& records) {
     const std::span<uint8_t> record = records.AddRecord(kResultHead + value.bytes.size());
     record[0] = value.type;
     record[1] = value.scale;
-    std::copy(value.bytes.begin(), value.bytes.end(), record.begin() + kResultHead);
+    std::ranges::copy(value.bytes, record.begin() + kResultHead);
   } else {
     records.AddRecord(value.bytes);
   }

@@ -97,7 +97,7 @@ bool CRunFolder::Create(std::u16string_view baseFolder) {
   Remove();
   m_problem.clear();
   const std::vector<std::u16string> bases = BasePaths(baseFolder);
-  return std::any_of(bases.begin(), bases.end(), [this](const auto& base) { return CreateUnder(base); });
+  return std::ranges::any_of(bases, [this](const auto& base) { return CreateUnder(base); });
 }
 
 bool CRunFolder::CreateUnder(std::u16string_view basePath) {

@@ -39,9 +39,6 @@ void CExportDialog::Browse() {
   CWindowDialogs dialogs(m_window);
   const std::u16string path = m_choice.IsFolder()
                                   ? dialogs.ChooseFolder({.title = u"Export into the folder",
-                                                          .filter = {},
-                                                          .defaultExtension = {},
-                                                          .defaultName = {},
                                                           .folder = std::u16string(FolderOf(m_choice.path))})
                                   : dialogs.ChooseSaveFile(AskForExportFile(m_choice));
   if (path.empty()) return;

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "platform/Files.h"
 #include "ui/OrlinVexaFileScanView.h"
 #include "ui/Resource.h"
 

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "app/FrontEnd.h"
 #include "app/OverallProgress.h"

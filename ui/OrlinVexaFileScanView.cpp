@@ -12,8 +12,6 @@
 
 #include "app/StartChoice.h"
 #include "platform/Files.h"
-#include "platform/Text.h"
-#include "platform/Wide_win.h"
 #include "status/Status.h"
 #include "ui/Resource.h"
 #include "ui/ViewControls.h"

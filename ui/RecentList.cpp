@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "app/RecentFiles.h"
-#include "platform/Files.h"
 #include "platform/Wide_win.h"
 
 namespace tolvane {

@@ -33,8 +33,7 @@ constexpr int kMapNoteLines = 4;
 // As long as notes of damaged files are.
 constexpr wchar_t kMapNote[] =
     L"12,345 pages, damaged: 123, rows or values lost: 12, table definition: 123, rows: 1,234, long values: "
-    L"123, "
-    L"usage map: 12, never written: 12";
+    L"123, usage map: 12, never written: 12";
 constexpr int kLowestPane = 160;
 // Where there is less than this, what stands below each other moves beside each other, and gaps shrink.
 constexpr int kRoomyLines = 15;

@@ -93,7 +93,7 @@ std::vector<SComplexField> PlanComplexFields(const CAccessData& data, const CAcc
       return &other != &complex && complex.type == kDaoVersions && other.type == kDaoVersions &&
              other.memo == complex.memo;
     };
-    if (!hasFields || std::any_of(planned.begin(), planned.end(), isTaken)) complex.type = 0;
+    if (!hasFields || std::ranges::any_of(planned, isTaken)) complex.type = 0;
     complex.lastKey = LastKeyOf(table, complex.HasValues() ? complex.values->GetHighestKey() : 0);
   }
   return planned;
@@ -130,7 +130,7 @@ std::vector<uint16_t> FindPositions(const CAccessColumnList& columns,
                                     const std::vector<SComplexField>& fields) {
   std::vector<size_t> order(columns.GetCount());
   std::iota(order.begin(), order.end(), size_t{0});
-  std::stable_sort(order.begin(), order.end(), [&columns](size_t a, size_t b) {
+  std::ranges::stable_sort(order, [&columns](size_t a, size_t b) {
     return columns.GetAt(a)->displayNumber < columns.GetAt(b)->displayNumber;
   });
   uint16_t step = 1, next = 0;

@@ -15,8 +15,8 @@ namespace tolvane {
 namespace {
 
 bool IsOneOf(const SProperty& property, std::initializer_list<std::u16string_view> names) {
-  return std::any_of(names.begin(), names.end(),
-                     [&](std::u16string_view name) { return EqualsIgnoreCase(property.name, name); });
+  return std::ranges::any_of(names,
+                             [&](std::u16string_view name) { return EqualsIgnoreCase(property.name, name); });
 }
 
 // A table of the names by which other objects of the damaged database knew this one and its columns; programs
@@ -30,7 +30,7 @@ bool IsAmong(const std::vector<SOtherObject>& objects, EOtherObject kind, std::u
   constexpr std::u16string_view kFormPrefix = u"Form.";
   if (EqualsIgnoreCase(name.substr(0, kFormPrefix.size()), kFormPrefix))
     name.remove_prefix(kFormPrefix.size());
-  return std::any_of(objects.begin(), objects.end(), [&](const SOtherObject& object) {
+  return std::ranges::any_of(objects, [&](const SOtherObject& object) {
     return object.kind == kind && EqualsIgnoreCase(object.name, name);
   });
 }

@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "format/Bytes.h"
 #include "format/PropertyBlob.h"
 #include "format/SystemObjects.h"
 #include "format/Value.h"

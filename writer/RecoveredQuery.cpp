@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -49,7 +48,7 @@ class CRowCollector {
  public:
   explicit CRowCollector(const CQuery& query) {
     for (const CQueryAttributes* row = query.rows.GetHead(); row != nullptr; row = row->GetNext()) Add(*row);
-    std::stable_sort(m_rows.begin(), m_rows.end(), [](const SNumbered& a, const SNumbered& b) {
+    std::ranges::stable_sort(m_rows, [](const SNumbered& a, const SNumbered& b) {
       return std::tie(a.row.attribute, a.order) < std::tie(b.row.attribute, b.order);
     });
     TakeInOrder();
@@ -108,7 +107,7 @@ void AgreeOnKind(SSavedQuery& query, EQueryKind kind) {
   if (QueryKindOf(query.flags) != kind)
     query.flags = QueryFlagsOf(kind) | (query.flags & ((1U << kQueryKindShift) - 1));
   const auto isKind = [](const SQueryRow& row) { return row.attribute == kQueryKind; };
-  auto row = std::find_if(query.rows.begin(), query.rows.end(), isKind);
+  auto row = std::ranges::find_if(query.rows, isKind);
   if (row == query.rows.end()) {
     if (kind == kKindSelect) return;
     row = query.rows.insert(query.rows.begin() + 1, SQueryRow());
@@ -131,8 +130,7 @@ SPreparedQuery PrepareByRows(const CQuery& query, bool areRowsLost) {
   prepared.isWhole = rows.IsWhole();
   const std::u16string missing = RenderQuery(saved).missing;
   const bool isOpen = (kind == kKindDelete || kind == kKindUpdate) &&
-                      std::none_of(saved.rows.begin(), saved.rows.end(),
-                                   [](const SQueryRow& row) { return row.attribute == kQueryCriteria; });
+                      std::ranges::count(saved.rows, kQueryCriteria, &SQueryRow::attribute) == 0;
   if (!missing.empty()) {
     prepared.problem = u"lost are " + missing + u".";
   } else if (isOpen && areRowsLost) {

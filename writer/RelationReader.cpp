@@ -7,7 +7,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include "dao/dao.h"
 #include "format/SystemObjects.h"
 #include "platform/Text.h"
 #include "render/RecordText.h"

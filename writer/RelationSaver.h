@@ -3,7 +3,6 @@
 // be enforced. Another one is created all the same, but not enforced.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

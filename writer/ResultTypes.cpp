@@ -72,7 +72,7 @@ std::vector<SValueKind> FindResultTypes(const CAccessTable& table) {
     kinds[i].type = StatedResultType(column);
     isAsked[i] = kinds[i].type == kTypeNone || kinds[i].type == kTypeDecimal;
   }
-  if (std::find(isAsked.begin(), isAsked.end(), true) == isAsked.end()) return kinds;
+  if (std::ranges::find(isAsked, true) == isAsked.end()) return kinds;
   CTableRowReader reader(kinds.size());
   if (!reader.Open(table.GetRecords())) return kinds;
   std::vector<size_t> wholeDigits(kinds.size());  // in front of the points of decimals

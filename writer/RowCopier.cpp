@@ -8,7 +8,6 @@
 #include "writer/FieldValue.h"
 #include "writer/RecordPreparer.h"
 #include "writer/RecordSource.h"
-#include "writer/ResultTypes.h"
 #include "writer/SideFileSource.h"
 
 namespace tolvane {

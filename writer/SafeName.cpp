@@ -49,8 +49,7 @@ std::u16string Counted(uint64_t count, std::u16string_view noun, NumberText numb
 
 bool IsSafeName(std::u16string_view name) {
   return !name.empty() && name.size() <= kMaxNameLength && name.front() != u' ' &&
-         name.front() != kByteOrderMark && name.back() != u' ' &&
-         std::none_of(name.begin(), name.end(), IsRefused);
+         name.front() != kByteOrderMark && name.back() != u' ' && std::ranges::none_of(name, IsRefused);
 }
 
 std::u16string NarrowName(std::u16string_view name) {
@@ -74,7 +73,7 @@ std::u16string UnfoldName(std::u16string_view name, size_t length, uint32_t code
   bytes.resize(length);
   std::u16string text;
   DecodeCodePage(codePage, bytes, text);
-  return std::none_of(text.begin(), text.end(), IsRefused) ? text : std::u16string();
+  return std::ranges::none_of(text, IsRefused) ? text : std::u16string();
 }
 
 std::u16string CNameSet::Fold(std::u16string_view name) {

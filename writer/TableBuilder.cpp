@@ -330,7 +330,7 @@ CDaoResult CTableBuilder::AddIndexes(const SSavedTable& saved, CDaoTableDef& tab
 bool CTableBuilder::IsOfComplexField(const SSavedTable& saved, const CAccessTableIndex& index) const {
   const auto column = m_columnByNumber.find(index.columns[0].columnNumber);
   if (index.columnCount != 1 || column == m_columnByNumber.end()) return false;
-  return std::any_of(saved.complex.begin(), saved.complex.end(), [&](const SComplexField& complex) {
+  return std::ranges::any_of(saved.complex, [&](const SComplexField& complex) {
     return complex.column == column->second && complex.type != 0;
   });
 }

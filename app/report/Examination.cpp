@@ -107,8 +107,7 @@ EVerdict VerdictOfPage(uint64_t page, EPageKind kind) {
 
 void SExamination::Add(const SPageReport& report) {
   EPageLook look = LookOf(report);
-  if (std::binary_search(pagesWithLosses.begin(), pagesWithLosses.end(), report.page))
-    look = std::max(look, EPageLook::Losses);
+  if (std::ranges::binary_search(pagesWithLosses, report.page)) look = std::max(look, EPageLook::Losses);
   blocks.Add(report.page, look);
   ++looks[static_cast<size_t>(look)];
   ++counts[static_cast<size_t>(report.kind)][static_cast<size_t>(report.verdict)];

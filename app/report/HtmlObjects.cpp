@@ -1,6 +1,5 @@
 // The parts of a report that list what the file held and what became of it.
 #include "app/report/HtmlReport.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 

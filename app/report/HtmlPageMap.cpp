@@ -69,9 +69,7 @@ void PrintTitle(const SExamination& examination, const CPageBlocks& blocks, cons
                                         : "Pages " + std::to_string(first) + " to " + std::to_string(last));
   html.Raw(": ").Text(GetPageLookName(look));
   const auto& bad = examination.badPages;
-  const auto found =
-      std::lower_bound(bad.begin(), bad.end(), first,
-                       [](const SPageReport& report, uint64_t page) { return report.page < page; });
+  const auto found = std::ranges::lower_bound(bad, first, {}, &SPageReport::page);
   if (first == last && found != bad.end() && found->page == first)
     html.Raw(" (")
         .Text(GetPageKindName(found->kind))
@@ -104,8 +102,8 @@ void PrintLegend(const SExamination& examination, CHtml& html) {
   for (size_t look = kMarks.size(); look-- > 0;) {
     if (examination.looks[look] == 0) continue;
     html.Raw(
-            "<li><svg width=\"12\" height=\"12\" aria-hidden=\"true\"><rect width=\"12\" "
-            "height=\"12\" fill=\"url(#" +
+            "<li><svg width=\"12\" height=\"12\" aria-hidden=\"true\"><rect width=\"12\" height=\"12\" "
+            "fill=\"url(#" +
             PatternName(look) + ")\"/></svg> ")
         .Text(GetPageLookName(static_cast<EPageLook>(look)))
         .Raw(" <b>")

@@ -2,12 +2,10 @@
 // run, and printed by somebody else.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "app/Losses.h"

@@ -2,7 +2,6 @@
 #include <unordered_map>
 
 #include "app/report/Report.h"
-#include "format/PageLayout.h"
 #include "platform/Process.h"
 
 namespace tolvane {
@@ -156,7 +155,7 @@ std::vector<uint64_t> FindPagesWithLosses(const CAccessData& data) {
        {EDamage::RejectedRow, EDamage::BrokenOverflow, EDamage::BrokenPage, EDamage::TornPage,
         EDamage::BrokenDefinition, EDamage::BrokenValue, EDamage::BrokenLongValue})
     for (const CDamageLedger::SPlace& place : data.GetLedger().GetPlaces(kind)) pages.push_back(place.page);
-  std::sort(pages.begin(), pages.end());
+  std::ranges::sort(pages);
   pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
   return pages;
 }

@@ -16,15 +16,13 @@ struct SVerdictWords {
 
 constexpr std::u16string_view kIncompleteCure =
     u"What is missing is not in this file. Copy it once more from where it came, whole and in binary form, "
-    u"or "
-    u"look for an older copy, and compare the sizes.";
+    u"or look for an older copy, and compare the sizes.";
 
 // By EVerdict.
 constexpr std::array<SVerdictWords, static_cast<size_t>(EVerdict::Count_)> kWords{{
     {"notDamaged", "nothing", u"The file is not damaged",
      u"If Access reports an error all the same, look at what it names: forms, reports, macros and modules "
-     u"are "
-     u"not examined here."},
+     u"are not examined here."},
     {"flagged", "a mark of use", u"The file is not damaged, only marked as in use",
      u"Close the database everywhere. When nobody has it open, delete the lock file beside it (.ldb or "
      u".laccdb) and open it again."},

@@ -155,13 +155,12 @@ TEST_F(OutputChoice, BadNamesAreAskedForAgain) {
   };
   EXPECT_EQ(Choose(source, {ofLength(246), scratch / u".mdb", scratch / u".accdb", source, ofLength(245)}),
             ofLength(245));
-  EXPECT_EQ(
-      window.Take({"message"}),
-      (Lines{"message warning: File name should be less than 245 characters.",
-             "message warning: Please provide a valid file name.",
-             "message warning: Please provide a valid file name.",
-             "message warning: The repaired database cannot be saved over the file that it is made from. "
-             "Please provide another file name."}));
+  EXPECT_EQ(window.Take({"message"}),
+            (Lines{"message warning: File name should be less than 245 characters.",
+                   "message warning: Please provide a valid file name.",
+                   "message warning: Please provide a valid file name.",
+                   "message warning: The repaired database cannot be saved over the file that it is made "
+                   "from. Please provide another file name."}));
   lastPath.clear();
   EXPECT_EQ(Choose(source, {scratch / u".mdb"}), u"") << "cancelled";
   EXPECT_EQ(lastPath, u"");
@@ -196,10 +195,10 @@ TEST(ViewTexts, TheLastPageTellsWhatWasSavedAndWhatNot) {
   const std::string errors =
       "\r\n\r\nErrors of the installed database engine:\r\nError 3022 of Update, 2 times: Twice.";
   const std::string damage = "1 row that cannot be true\r\n    page 7, row 3";
-  EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, u"disk full")),
-            "Nothing was saved: disk full\r\nA file that had the name of the new database before is as it "
-            "was." +
-                errors + "\r\n\r\nLost or doubtful in the damaged file:\r\n" + damage);
+  EXPECT_EQ(
+      ToUtf8(DescribeSave(summary, recovered, u"disk full")),
+      "Nothing was saved: disk full\r\nA file that had the name of the new database before is as it was." +
+          errors + "\r\n\r\nLost or doubtful in the damaged file:\r\n" + damage);
   EXPECT_EQ(ToUtf8(DescribeSave(summary, recovered, {})),
             "1 table, 1,234 records\r\n2 saved queries\r\n1 relationship\r\n1 empty row left out\r\n\r\n"
             "Not saved:\r\n2 records of table Orders: too large\r\n1 value of table Orders: too large\r\n1 "

@@ -49,14 +49,12 @@ TEST(Verdict, OneSentenceSaysWhatIsDamagedAndWhatCameBack) {
       {With(Recovered(3, 1), {EVerdict::Header, EVerdict::Rows, EVerdict::LongValues, EVerdict::Indexes}),
        "header",
        u"The header, the first page of the file, is damaged; the damage also hit rows and memos or OLE "
-       u"objects: 3 "
-       u"rows of 2 tables came back, 1 row is lost."},
+       u"objects: 3 rows of 2 tables came back, 1 row is lost."},
       {With(Recovered(3, 1), {EVerdict::Hollow}), "hollow",
-       u"The file is hollow, overwritten with zeros in places: 3 rows of 2 tables came back, 1 row is "
-       u"lost."},
+       u"The file is hollow, overwritten with zeros in places: 3 rows of 2 tables came back, 1 row is lost."},
       {With(Recovered(3), {EVerdict::CutShort}), "cutShort",
-       u"The file was cut short and lacks its end: 3 rows of 2 tables came back, and whether there "
-       u"were more cannot be told."},
+       u"The file was cut short and lacks its end: 3 rows of 2 tables came back, and whether there were more "
+       u"cannot be told."},
       {With({}, {EVerdict::Encrypted, EVerdict::Rows}), "encrypted",
        u"The file is encrypted, and its pages cannot be read without the key."},
       {With({}, {EVerdict::NoDatabase}), "noDatabase", u"Nothing in the file looks like a database."},
@@ -106,8 +104,8 @@ TEST(HtmlReport, ALedgerOfHalfAMillionEntriesIsShownShortened) {
   for (const EDamage kind : {EDamage::RejectedRow, EDamage::BrokenOverflow, EDamage::BrokenValue,
                              EDamage::BrokenPage, EDamage::UnknownPage})
     for (uint64_t i = 0; i < 100'000; ++i)
-      data.GetLedger().Add(
-          kind, {.page = i, .definition = table.GetDefinitionOffset(), .row = 1, .amount = 1, .column = 0});
+      data.GetLedger().Add(kind,
+                           {.page = i, .definition = table.GetDefinitionOffset(), .row = 1, .column = 0});
   const SReport report =
       CollectReport({.command = "tables", .version = "1", .source = u"a.mdb"}, {.data = &data});
   const std::string page = PrintHtmlReport(report);

@@ -311,12 +311,10 @@ TEST_F(CAutomationSave, AnAutoNumberCountsOnWhereItDid) {
        {std::pair{"", ""},
         {"Database.Execute('INSERT|3314",
          "AutoNumber \"ID\" counts on behind 3, its highest number, and not behind 9, as in the source: as "
-         "the "
-         "stand-in was told (error 3314)"},
+         "the stand-in was told (error 3314)"},
         {"Database.Execute('DELETE|3086",
          "The record [ID] = 9 is none of the source's: it raised the AutoNumber, and the engine did not "
-         "delete "
-         "it again. Delete it by hand: as the stand-in was told (error 3086)"}}) {
+         "delete it again. Delete it by hand: as the stand-in was told (error 3086)"}}) {
     InstallStandIn(failure);
     const auto [engine, database] = MakeDatabase();
     AddPeople(*database, kDaoFixedField);

@@ -110,7 +110,7 @@ std::vector<SCorpusFile> CorpusFiles() {
     if (path.extension() == ".mdb" || path.extension() == ".accdb")
       files.push_back({path.u16string(), path.lexically_relative(folder).generic_string()});
   }
-  std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+  std::ranges::sort(files, [](const auto& a, const auto& b) { return a.name < b.name; });
   return files;
 }
 

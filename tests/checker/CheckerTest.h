@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <map>
 #include <set>
 #include <span>
 #include <string>

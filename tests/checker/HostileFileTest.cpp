@@ -23,9 +23,8 @@ TEST(HostileFile, RandomBytesEndTheCheckCalmly) {
     const SCheckReport report = CheckBytes(file.GetBytes());
     ASSERT_EQ(report.verdict, ECheckVerdict::Checked);
     for (const auto& [rule, count] : report.counts) {
-      const auto kept =
-          std::count_if(report.findings.begin(), report.findings.end(),
-                        [rule = rule](const SFinding& finding) { return finding.rule == rule; });
+      const auto kept = std::ranges::count_if(
+          report.findings, [rule = rule](const SFinding& finding) { return finding.rule == rule; });
       EXPECT_LE(kept, 20) << rule;
     }
   }

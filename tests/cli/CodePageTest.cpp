@@ -35,8 +35,8 @@ class CodePage : public CSaveTest {
     const auto saved = Recover(output.GetPath(), kStandardRules);
     EXPECT_EQ(saved->source.isJet3, !isAccess2000);
     const auto& tables = saved->GetTables();
-    const auto table = std::find_if(tables.begin(), tables.end(),
-                                    [](const auto& t) { return !t->name.starts_with(u"MSys"); });
+    const auto table =
+        std::ranges::find_if(tables, [](const auto& t) { return !t->name.starts_with(u"MSys"); });
     if (table == tables.end()) return {};
     CTableTextReader reader(**table, saved->GetRules());
     std::vector<std::u16string> cells;

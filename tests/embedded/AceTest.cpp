@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "format/PropertyBlob.h"
-#include "format/SystemTables.h"
 #include "tests/embedded/DatabaseFixture.h"
 
 namespace tolvane::test {

@@ -47,8 +47,7 @@ void ExpectSorted(CIndexSorter& sorter, std::vector<SAdded> entries) {
   for (const SAdded& added : entries)
     ASSERT_EQ(sorter.Add(added.key, added.page, added.row), EDaoError::None);
   ASSERT_EQ(sorter.Sort(), EDaoError::None);
-  std::sort(entries.begin(), entries.end(),
-            [](const SAdded& a, const SAdded& b) { return a.Bytes() < b.Bytes(); });
+  std::ranges::sort(entries, [](const SAdded& a, const SAdded& b) { return a.Bytes() < b.Bytes(); });
   SIndexEntry entry;
   for (size_t i = 0; i < entries.size(); i++) {
     ASSERT_TRUE(sorter.Next(entry));

@@ -6,7 +6,6 @@
 
 #include "format/Bytes.h"
 #include "tests/embedded/DatabaseFixture.h"
-#include "tests/format/KeyBytes.h"
 
 namespace tolvane::test {
 namespace {

@@ -5,7 +5,6 @@
 
 #include "format/SystemObjects.h"
 #include "tests/embedded/DatabaseFixture.h"
-#include "tests/format/KeyBytes.h"
 
 namespace tolvane::test {
 
@@ -76,7 +75,7 @@ TEST_P(Relations, RowsAndIndexesAreThoseOfRealFiles) {
                    : ToUtf8(Text(row[i]))) +
               " ";
   }
-  std::sort(rows.begin(), rows.end());
+  std::ranges::sort(rows);
   // Jet 4 stores the columns by name: ccolumn grbit icolumn szColumn szObject szReferencedColumn
   // szReferencedObject szRelationship; Jet 3 by number.
   const std::vector<std::string> jet4{

@@ -96,10 +96,10 @@ TEST_P(UserIndexes, RowsAreNeverGivenUpForAnIndex) {
   for (const Texts& row : {Texts{u"17", u"a"}, {u"17", u"-"}, {u"18", u"-"}}) ExpectOk(AddRow(row));
   const CDaoResult closed = m_recordset->Close();
   ExpectOk(closed);
-  EXPECT_EQ(closed.text,
-            u"Index \"Needed\" no longer requires values: 2 records have none. "
-            u"Index \"Primary Key\" is no longer unique: 1 record repeats a key (17). "
-            u"Index \"Primary Key\" is no longer the primary key.");
+  EXPECT_EQ(
+      closed.text,
+      u"Index \"Needed\" no longer requires values: 2 records have none. Index \"Primary Key\" is no longer "
+      u"unique: 1 record repeats a key (17). Index \"Primary Key\" is no longer the primary key.");
   EXPECT_EQ(m_recordset->GetChangedIndexCount(), 2u);
   m_recordset.reset();
   EXPECT_EQ(CloseAndRead(u"T").rows.size(), 3u);

@@ -1,5 +1,4 @@
 #include "engine/MSysComplexColumns.h"
-#include "model/MSysComplexColumnsData.h"
 #include "render/FlatTableParser.h"
 #include "tests/support/StoreTest.h"
 

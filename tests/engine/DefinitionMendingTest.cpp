@@ -1,7 +1,6 @@
 // Definitions of which a part was overwritten: the table comes back as if nothing had happened, and the
 // ledger says what was wrong.
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>

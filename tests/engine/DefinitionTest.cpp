@@ -10,25 +10,17 @@ namespace {
 
 // A table of a text and a GUID column with a primary key, as the two engines wrote it.
 const std::string kJet3Definition =
-    "02015643 00000000 a9000000 07000000 09000000 4e 0200 0100 0200 01000000 01000000 00370000 01370000"
-    "00000000 00000000"
-    "0a 0000 0000 0000 0100 0904 e404 02 0000 3200"
-    "0f 0100 0100 0100 0100 0904 e404 43 0000 1000"
-    "04 6e616d65 04 64617461"
-    "0100 01 ffff29 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 02370000 38000000 09"
-    "00000000 00000000 00 ffffffff 00000000 04 04 01"
-    "0a 5072696d6172794b6579 ffff";
+    "02015643 00000000 a9000000 07000000 09000000 4e 0200 0100 0200 01000000 01000000 00370000 "
+    "0137000000000000 000000000a 0000 0000 0000 0100 0904 e404 02 0000 32000f 0100 0100 0100 0100 0904 e404 "
+    "43 0000 100004 6e616d65 04 646174610100 01 ffff29 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 "
+    "ffff00 02370000 38000000 0900000000 00000000 00 ffffffff 00000000 04 04 010a 5072696d6172794b6579 ffff";
 const std::string kJet4Definition =
-    "0201ff0e 00000000 f9000000 59060000 07000000 09000000 01000000 00000000 0000000000000000"
-    "4e 0200 0100 0200 01000000 01000000 00e50200 01e50200"
-    "00000000 00000000 00000000"
-    "0a 59060000 0000 0000 0100 0904 00 00 02 01 00000000 0000 6400"
-    "0f 59060000 0100 0100 0200 0904 00 00 43 00 00000000 0000 1000"
-    "0800 6e0061006d006500 0800 6400610074006100"
-    "83070000 010001 ffff29 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00"
-    "02e50200 e6020000 00000000 89 00 00000000"
-    "59060000 00000000 00000000 00 ffffffff 00000000 04 04 01 00000000"
-    "1400 5000720069006d006100720079004b0065007900 ffff";
+    "0201ff0e 00000000 f9000000 59060000 07000000 09000000 01000000 00000000 00000000000000004e 0200 0100 "
+    "0200 01000000 01000000 00e50200 01e5020000000000 00000000 000000000a 59060000 0000 0000 0100 0904 00 00 "
+    "02 01 00000000 0000 64000f 59060000 0100 0100 0200 0904 00 00 43 00 00000000 0000 10000800 "
+    "6e0061006d006500 0800 640061007400610083070000 010001 ffff29 ffff00 ffff00 ffff00 ffff00 ffff00 ffff00 "
+    "ffff00 ffff0002e50200 e6020000 00000000 89 00 0000000059060000 00000000 00000000 00 ffffffff 00000000 "
+    "04 04 01 000000001400 5000720069006d006100720079004b0065007900 ffff";
 
 struct SDecoded {
   CAccessTable table{0, GetWorkFolder()};
@@ -191,11 +183,10 @@ TEST_P(DefinitionOfBoth, IndexColumnsEndAtTheFirstThatCannotBe) {
   for (size_t i = 0; i < flags.size(); i++) bytes.Put8(flagsOfFirst + i * layout.realIndex.size, flags[i]);
   const std::string description = Describe(*Decode(bytes.GetBytes(), layout));
   EXPECT_EQ(description.substr(description.find("\nIndex_0")),
-            "\nIndex_0: 2- 0+, root 0, primary 0, unique 1, no nulls 0, required 0"
-            "\nIndex_1: 3+, root 0, primary 0, unique 0, no nulls 1, required 0"
-            "\nPrimary Key: 1-, root 0, primary 1, unique 0, no nulls 0, required 1"
-            "\nIndex_3:, root 0, primary 0, unique 1, no nulls 0, required 0"
-            "\nIndex_4:, root 0, primary 0, unique 0, no nulls 0, required 0");
+            "\nIndex_0: 2- 0+, root 0, primary 0, unique 1, no nulls 0, required 0\nIndex_1: 3+, root 0, "
+            "primary 0, unique 0, no nulls 1, required 0\nPrimary Key: 1-, root 0, primary 1, unique 0, no "
+            "nulls 0, required 1\nIndex_3:, root 0, primary 0, unique 1, no nulls 0, required 0\nIndex_4:, "
+            "root 0, primary 0, unique 0, no nulls 0, required 0");
 }
 
 STableSpec WideTable(size_t columns) {

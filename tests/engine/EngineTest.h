@@ -90,8 +90,7 @@ inline std::unique_ptr<CAccessData> Recover(const Bytes& bytes, const SRecoveryR
 
 inline const CAccessTable* TableNamed(const CAccessData& data, std::u16string_view name) {
   const auto& tables = data.GetTables();
-  const auto found =
-      std::find_if(tables.begin(), tables.end(), [&](const auto& t) { return t->name == name; });
+  const auto found = std::ranges::find_if(tables, [&](const auto& t) { return t->name == name; });
   return found != tables.end() ? found->get() : nullptr;
 }
 

@@ -1,9 +1,7 @@
 // The file as the parsers see it: pages, version, what can be said before a repair.
-#include <vector>
 
 #include "engine/DBFileReader.h"
 #include "engine/PageReader.h"
-#include "engine/RescueMap.h"
 #include "engine/SourceCheck.h"
 #include "tests/engine/EngineTest.h"
 

@@ -1,5 +1,4 @@
 // Whole runs over small databases.
-#include <vector>
 
 #include "engine/AccessRepair.h"
 #include "store/FileNameManager.h"

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 
 namespace tolvane::test {
 namespace {
@@ -39,8 +38,7 @@ void ExpectRoundTrip(const SLayout& layout, const STableDefinition& definition,
     ASSERT_TRUE(ReadRowColumn(layout, definition, row, definition.columns[i], read)) << row.size();
     ASSERT_EQ(read.has_value(), values[i].has_value());
     if (!read) continue;
-    ASSERT_TRUE(std::equal(read->begin(), read->end(), values[i]->begin(), values[i]->end()))
-        << "row of " << row.size() << " bytes, value " << i;
+    ASSERT_TRUE(std::ranges::equal(*read, *values[i])) << "row of " << row.size() << " bytes, value " << i;
   }
 }
 

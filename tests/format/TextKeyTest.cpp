@@ -85,8 +85,7 @@ TEST(Jet3TextKey, BytesOfTexts) {
   } cases[] = {{"Tables", "77 60 61 6D 66 76 00"},
                {"Plutzer Lebensmittelgro\xDFm\xE4rkte AG",
                 "73 6D 78 77 7E 66 75 11 6D 66 61 66 70 76 6F 6A 77 77 66 6D 68 75 72 76 76 6F 60 75 6C 77 "
-                "66 11 60 68 "
-                "02 22 22 22 22 22 60"},
+                "66 11 60 68 02 22 22 22 22 22 60"},
                {"", "00"},
                // Accents are half bytes padded to whole ones; letters that take none, as t, have no slot.
                {"\xE9", "66 04 00"},

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/Files.h"
-
 namespace tolvane {
 namespace {
 

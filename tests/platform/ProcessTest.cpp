@@ -11,7 +11,6 @@
 #include "platform/ChildProcess.h"
 #include "platform/Identity.h"
 #include "platform/ProcessManager.h"
-#include "platform/Terminal.h"
 #include "tests/platform/ScratchFolder.h"
 
 namespace tolvane {

@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "query/QB.h"
 #include "query/Query.h"
 #include "tests/query/QueryRows.h"
 
@@ -70,8 +69,8 @@ TEST(JoinBuilder, NestsJoinsAndMergesConditions) {
   EXPECT_EQ(Sql(u"0", {u"7|1|A|B|e1", u"7|1|B|A|e2"}), u"SELECT *\nFROM (A) INNER JOIN (B) ON (e1) AND (e2)");
   // Two groups that a later join connects; the names of sources with blanks and aliases.
   EXPECT_EQ(Sql(u"0", {u"5||Order Details|od", u"7|1|od|B|e1", u"7|2|C C|D|e2", u"7|3|B|D|e3"}),
-            u"SELECT *\nFROM (([Order Details] AS od) INNER JOIN (B) ON (e1)) RIGHT JOIN "
-            u"(([C C]) LEFT JOIN (D) ON (e2)) ON (e3)");
+            u"SELECT *\nFROM (([Order Details] AS od) INNER JOIN (B) ON (e1)) RIGHT JOIN (([C C]) LEFT JOIN "
+            u"(D) ON (e2)) ON (e3)");
 }
 
 // A statement that grows moves behind those that stand already, so the first one left is another group.

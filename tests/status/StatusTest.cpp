@@ -41,7 +41,7 @@ TEST(Status, NoUpdateIsLostBetweenThreads) {
   EXPECT_EQ(tornTexts, 0);
   EXPECT_EQ((counter--).GetCount(), kThreads * kRounds) << "a copy of its own";
   const std::u16string text = log.Get();
-  EXPECT_EQ(std::count(text.begin(), text.end(), u'\n'), kThreads * kRounds - 1);
+  EXPECT_EQ(std::ranges::count(text, u'\n'), kThreads * kRounds - 1);
 }
 
 // A pause that does not end keeps the test from ending.

@@ -68,7 +68,7 @@ CPageBytes& CPageBytes::PutBytes(size_t position, std::span<const uint8_t> bytes
 }
 
 CPageBytes& CPageBytes::Fill(uint8_t value) {
-  std::fill(m_bytes.begin(), m_bytes.end(), value);
+  std::ranges::fill(m_bytes, value);
   return *this;
 }
 

@@ -4,8 +4,6 @@
 
 #include <windows.h>
 
-#include <array>
-
 namespace tolvane {
 
 class CTheme {

@@ -1,7 +1,5 @@
 #include "writer/handoff/AccdbPICollector.h"
 
-#include <utility>
-
 #include "store/FileNameManager.h"
 
 namespace tolvane {
