@@ -21,13 +21,12 @@ std::string NumberOrNothing(uint32_t number) {
 }
 
 std::string DrawFindings(const SCheckReport& report, const SPageStyle& style) {
-  CTextTable drawn;
-  drawn.AddColumn("Rule");
-  drawn.AddColumn("");
-  drawn.AddColumn("Page", EAlign::Right);
-  drawn.AddColumn("Row", EAlign::Right);
-  drawn.AddColumn("Table");
-  drawn.AddColumn("Finding", EAlign::Wrapped);
+  CTextTable drawn{{"Rule"},
+                   {""},
+                   {"Page", EAlign::Right},
+                   {"Row", EAlign::Right},
+                   {"Table"},
+                   {"Finding", EAlign::Wrapped}};
   for (const SFinding& finding : report.findings)
     drawn.AddRow({std::string(finding.rule), finding.severity == ESeverity::Error ? "error" : "doubt",
                   NumberOrNothing(finding.place.page), NumberOrNothing(finding.place.row),
@@ -74,8 +73,7 @@ Json DescribeReport(const SCheckReport& report, const SArguments& arguments, EEx
     described["text"] = ToUtf8(finding.text);
     result["findings"].push_back(std::move(described));
   }
-  result["notes"] = Json::array();
-  for (const std::u16string& note : report.notes) result["notes"].push_back(ToUtf8(note));
+  result["notes"] = Json::list(report.notes);
   return result;
 }
 
@@ -135,12 +133,8 @@ SCommandEnd RunCheck(CSession& session) {
   if (hasChanged) report.notes.emplace_back(kSourceChanged);
   const bool isClean = report.CountErrors() + report.CountDoubts() == 0 && !hasChanged;
   const EExitStatus status = isClean ? EExitStatus::Done : EExitStatus::Incomplete;
-  if (arguments.isJson) {
-    if (!PrintJson(DescribeReport(report, arguments, status))) return OutputLost();
-    return status;
-  }
-  if (auto failure = Print(DrawReport(report, arguments, OutputStyle()))) return *failure;
-  return status;
+  if (arguments.isJson) return EndWith(DescribeReport(report, arguments, status), status);
+  return EndWith(DrawReport(report, arguments, OutputStyle()), status);
 }
 
 }  // namespace tolvane

@@ -44,8 +44,7 @@ constexpr std::array<SCommandWords, 13> kCommands{{
      "JSON lines: values have their own types; numbers have all their digits, dates are ISO 8601, complex "
      "columns arrays.\n"
      "SQL and SQLite: one file with tables, rows, keys, indexes and foreign keys; an SQLite database has "
-     "saved "
-     "queries as views, too.",
+     "saved queries as views, too.",
      "tolvane export damaged.mdb Customers > customers.csv\n"
      "tolvane export damaged.mdb --to folder              one file a table\n"
      "tolvane export damaged.mdb --to folder --ole files  objects and attachments as files of their own\n"
@@ -56,8 +55,7 @@ constexpr std::array<SCommandWords, 13> kCommands{{
      "tolvane queries damaged.mdb --json"},
     {ECommand::Objects, "objects", "lists everything that the file holds, with what became of it",
      "Tables, links, queries, relationships, forms, reports, macros and modules, each recovered, damaged, "
-     "lost or "
-     "not carried over.",
+     "lost or not carried over.",
      "tolvane objects damaged.mdb\n"
      "tolvane objects damaged.mdb --all --json"},
     {ECommand::Inspect, "inspect",
@@ -70,8 +68,8 @@ constexpr std::array<SCommandWords, 13> kCommands{{
      "tolvane check database.mdb\n"
      "tolvane check repaired.accdb --json"},
     {ECommand::Engines, "engines", "lists the database engines that can write a new database",
-     "The program has one of its own. On Windows an installed DAO engine can be taken instead, with "
-     "tolvane repair --engine dao.",
+     "The program has one of its own. On Windows an installed DAO engine can be taken instead, with tolvane "
+     "repair --engine dao.",
      "tolvane engines\n"
      "tolvane engines --json"},
     {ECommand::Help, "help", "shows the help of a command", "", "tolvane help repair"},

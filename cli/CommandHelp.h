@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "cli/CommandArguments.h"

@@ -5,7 +5,6 @@
 #include "cli/DisplayText.h"
 #include "cli/Interrupt.h"
 #include "cli/JsonOutput.h"
-#include "cli/Outcome.h"
 #include "cli/RepairBatch.h"
 #include "cli/ReportJson.h"
 #include "cli/Summary.h"
@@ -115,9 +114,9 @@ std::optional<SFailure> RecoverSomething(CSession& session) {
   if (!templatePath.empty())
     return SFailure{EExitStatus::Nothing,
                     AboutFile(templatePath,
-                              u"No row of the damaged file fits a table of this template, so nothing "
-                              u"could be recovered. Name a healthy database of the same structure, such "
-                              u"as a backup or an empty copy, or leave --template out.")};
+                              u"No row of the damaged file fits a table of this template, so nothing could "
+                              u"be recovered. Name a healthy database of the same structure, such as a "
+                              u"backup or an empty copy, or leave --template out.")};
   return SFailure{EExitStatus::Nothing,
                   AboutFile(session.GetArguments().source,
                             u"Nothing could be recovered" + std::u16string(WhyNothing(session)))};
@@ -141,6 +140,30 @@ SFailure OutputLost() {
 std::optional<SFailure> Print(std::string_view text) {
   if (WriteStream(EStream::Output, text)) return std::nullopt;
   return OutputLost();
+}
+
+SCommandEnd EndWith(const std::string& text, EExitStatus status) {
+  if (auto failure = Print(text)) return *failure;
+  return status;
+}
+
+SCommandEnd EndWith(const Json& result, EExitStatus status) {
+  if (!PrintJson(result)) return OutputLost();
+  return status;
+}
+
+SCommandEnd EndRecovery(CSession& session, const std::string& text, EExitStatus status) {
+  SCommandEnd end = EndWith(text, status);
+  if (!end.failure) MentionDamage(session);
+  return end;
+}
+
+SCommandEnd EndRecovery(CSession& session, const Json& members, EExitStatus status) {
+  Json result = MakeResult(session.GetArguments(), status);
+  result["source"] = DescribeSource(session.GetData(), session.GetArguments());
+  for (const auto& [name, value] : std::get<Json::CObject>(members.Get())) result[name] = value;
+  result["damage"] = DescribeDamage(session.GetData());
+  return EndWith(result, status);
 }
 
 }  // namespace tolvane

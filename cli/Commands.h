@@ -3,10 +3,12 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "app/FileExport.h"
 #include "cli/ExitStatus.h"
+#include "cli/Json.h"
 #include "cli/Session.h"
 
 namespace tolvane {
@@ -43,5 +45,12 @@ SFailure NoSuchTable(const SArguments& arguments);
 // A text on standard output; a failure when it cannot be written.
 std::optional<SFailure> Print(std::string_view text);
 SFailure OutputLost();
+// The end of a command that prints its result.
+SCommandEnd EndWith(const std::string& text, EExitStatus status);
+SCommandEnd EndWith(const Json& result, EExitStatus status);
+// The same of what was recovered: damage is mentioned, and for programs the source stands in front of the
+// command's own members and the damage behind them.
+SCommandEnd EndRecovery(CSession& session, const std::string& text, EExitStatus status);
+SCommandEnd EndRecovery(CSession& session, const Json& members, EExitStatus status);
 
 }  // namespace tolvane

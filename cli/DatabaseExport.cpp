@@ -33,32 +33,25 @@ bool TellCounts(CSession& session, const SSqlSchema& schema, const std::vector<S
   return isWhole;
 }
 
-std::optional<SFailure> PrintTables(const CSession& session, const SSqlSchema& schema,
-                                    const std::vector<SSqlCount>& counts, EExitStatus status) {
+SCommandEnd PrintTables(CSession& session, const SSqlSchema& schema, const std::vector<SSqlCount>& counts,
+                        EExitStatus status) {
   const SArguments& arguments = session.GetArguments();
   if (!arguments.isJson) {
-    CTextTable drawn;
-    drawn.AddColumn("Table");
-    drawn.AddColumn("Rows", EAlign::Right);
+    CTextTable drawn{{"Table"}, {"Rows", EAlign::Right}};
     for (size_t i = 0; i < counts.size(); ++i)
       drawn.AddRow({ToDisplay(FromUtf8(schema.tables[i].name)), std::to_string(counts[i].rows)});
-    return Print(drawn.Draw(OutputStyle().width));
+    return EndRecovery(session, drawn.Draw(OutputStyle().width), status);
   }
-  Json result = MakeResult(arguments, status);
-  result["source"] = DescribeSource(session.GetData(), arguments);
-  result["path"] = ToUtf8(arguments.output);
-  result["tables"] = Json::array();
+  Json result = {{"path", ToUtf8(arguments.output)}, {"tables", Json::array()}};
   for (size_t i = 0; i < counts.size(); ++i)
     result["tables"].push_back({{"table", schema.tables[i].name},
                                 {"rows", counts[i].rows},
                                 {"rowsLost", counts[i].lostRows},
                                 {"valuesLost", counts[i].lostValues},
                                 {"valuesChanged", counts[i].changedValues}});
-  result["remarks"] = Json::array();
-  for (const std::u16string& remark : schema.remarks) result["remarks"].push_back(ToUtf8(remark));
-  result["damage"] = DescribeDamage(session.GetData());
-  if (!PrintJson(result)) return OutputLost();
-  return std::nullopt;
+  result["remarks"] = Json::list(schema.remarks);
+  MentionDamage(session);
+  return EndRecovery(session, result, status);
 }
 
 }  // namespace
@@ -87,8 +80,7 @@ SCommandEnd ExportToDatabase(CSession& session, const SFileExportTask& task) {
   const bool isWhole = TellCounts(session, exported.schema, exported.counts) && exported.areKeysWhole;
   for (const std::u16string& remark : exported.schema.remarks) session.Mention(remark);
   const EExitStatus status = isWhole ? DecideStatus(session.GetData(), nullptr) : EExitStatus::Incomplete;
-  if (isToFile)
-    if (auto failure = PrintTables(session, exported.schema, exported.counts, status)) return *failure;
+  if (isToFile) return PrintTables(session, exported.schema, exported.counts, status);
   MentionDamage(session);
   return status;
 }

@@ -37,8 +37,8 @@ constexpr std::array<SRange, 7> kCombining{{{0x0300, 0x036F},
 
 template <size_t N>
 bool IsIn(const std::array<SRange, N>& ranges, char32_t code) {
-  return std::any_of(ranges.begin(), ranges.end(),
-                     [code](const SRange& range) { return code >= range.first && code <= range.last; });
+  return std::ranges::any_of(
+      ranges, [code](const SRange& range) { return code >= range.first && code <= range.last; });
 }
 
 size_t WidthOf(char32_t code) {

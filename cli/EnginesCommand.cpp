@@ -33,11 +33,11 @@ std::string Remark(const SInstalledEngine& engine) {
 }
 
 Json DescribeEngine(const char* choice, const SInstalledEngine& engine) {
-  Json refused = Json::array();
-  for (const SRefusedFormat& format : engine.refused)
-    refused.push_back({{"format", NameOfVersion(format.version)},
-                       {"errorNumber", format.number},
-                       {"reason", ToUtf8(format.reason)}});
+  Json refused = Json::list(engine.refused, [](const SRefusedFormat& format) {
+    return Json{{"format", NameOfVersion(format.version)},
+                {"errorNumber", format.number},
+                {"reason", ToUtf8(format.reason)}};
+  });
   return {{"engine", choice},
           {"class", engine.className.empty() ? Json() : Json(ToUtf8(engine.className))},
           {"version", engine.version.empty() ? Json() : Json(ToUtf8(engine.version))},
@@ -56,24 +56,20 @@ SCommandEnd RunEngines(const SArguments& arguments) {
   const char* const installed = NameOf(EEngineChoice::Dao);
   if (arguments.isJson) {
     Json result = MakeResult(arguments, EExitStatus::Done);
-    result["engines"] = Json::array();
     result["engines"].push_back(DescribeEngine(own, {}));
     for (const SInstalledEngine& engine : found.engines)
       result["engines"].push_back(DescribeEngine(installed, engine));
     result["installedUsable"] = found.IsUsable();
     result["reason"] = found.IsUsable() ? Json() : Json(ToUtf8(found.problem));
-    if (!PrintJson(result)) return OutputLost();
-    return EExitStatus::Done;
+    return EndWith(result, EExitStatus::Done);
   }
-  CTextTable drawn;
-  for (const char* heading : {"Engine", "Class", "Version", "Remark"}) drawn.AddColumn(heading);
+  CTextTable drawn{{"Engine"}, {"Class"}, {"Version"}, {"Remark"}};
   drawn.AddRow({own, "", "", "the program's own; the default"});
   for (const SInstalledEngine& engine : found.engines)
     drawn.AddRow({installed, ToDisplay(engine.className), ToDisplay(engine.version), Remark(engine)});
   std::string text = drawn.Draw(OutputStyle().width);
   if (!found.IsUsable()) text += "\n" + ToDisplay(found.problem) + "\n";
-  if (auto failure = Print(text)) return *failure;
-  return EExitStatus::Done;
+  return EndWith(text, EExitStatus::Done);
 }
 
 }  // namespace tolvane

@@ -1,7 +1,5 @@
 #include "cli/ExportArguments.h"
 
-#include <string_view>
-
 namespace tolvane {
 
 namespace {

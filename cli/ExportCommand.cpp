@@ -61,27 +61,18 @@ std::optional<SFailure> WriteFile(CSession& session, const SFileExportTask& task
   return std::nullopt;
 }
 
-std::optional<SFailure> PrintFiles(const CSession& session, const std::vector<SExportedFile>& files,
-                                   EExitStatus status) {
-  const SArguments& arguments = session.GetArguments();
-  if (arguments.isJson) {
-    Json result = MakeResult(arguments, status);
-    result["source"] = DescribeSource(session.GetData(), arguments);
-    result["files"] = Json::array();
-    for (const SExportedFile& file : files)
-      result["files"].push_back(
-          {{"table", ToUtf8(file.table->name)}, {"path", ToUtf8(file.path)}, {"rows", file.rows}});
-    result["damage"] = DescribeDamage(session.GetData());
-    if (!PrintJson(result)) return OutputLost();
-    return std::nullopt;
+SCommandEnd PrintFiles(CSession& session, const std::vector<SExportedFile>& files, EExitStatus status) {
+  if (session.GetArguments().isJson) {
+    const auto describe = [](const SExportedFile& file) {
+      return Json{{"table", ToUtf8(file.table->name)}, {"path", ToUtf8(file.path)}, {"rows", file.rows}};
+    };
+    MentionDamage(session);
+    return EndRecovery(session, Json{{"files", Json::list(files, describe)}}, status);
   }
-  CTextTable drawn;
-  drawn.AddColumn("Table");
-  drawn.AddColumn("Rows", EAlign::Right);
-  drawn.AddColumn("File");
+  CTextTable drawn{{"Table"}, {"Rows", EAlign::Right}, {"File"}};
   for (const SExportedFile& file : files)
     drawn.AddRow({ToDisplay(file.table->name), std::to_string(file.rows), ToDisplay(file.path)});
-  return Print(drawn.Draw(OutputStyle().width));
+  return EndRecovery(session, drawn.Draw(OutputStyle().width), status);
 }
 
 SCommandEnd ExportToFiles(CSession& session, const SFileExportTask& task, std::vector<SExportedFile> files) {
@@ -101,9 +92,7 @@ SCommandEnd ExportToFiles(CSession& session, const SFileExportTask& task, std::v
   if (ended) return *ended;
   const EExitStatus status =
       isIncomplete ? EExitStatus::Incomplete : DecideStatus(session.GetData(), nullptr);
-  if (auto failure = PrintFiles(session, files, status)) return *failure;
-  MentionDamage(session);
-  return status;
+  return PrintFiles(session, files, status);
 }
 
 SCommandEnd ExportToOutput(CSession& session, const CAccessTable& table) {

@@ -4,8 +4,6 @@
 #include <iterator>
 
 #include "platform/Files.h"
-#include "platform/Process.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 

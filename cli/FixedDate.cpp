@@ -25,7 +25,7 @@ SFixedDate FindFixedDate(const SArguments& arguments) {
   uint64_t seconds = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
   if (error != std::errc() || end != digits.data() + digits.size() || seconds > kLastSecond)
-    return {.date = {}, .isRefused = true};
+    return {.isRefused = true};
   return {.date = kUnixEpochDate + static_cast<double>(seconds) / kSecondsPerDay};
 }
 

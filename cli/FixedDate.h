@@ -8,8 +8,8 @@
 namespace tolvane {
 
 struct SFixedDate {
-  std::optional<double> date;  // days since 30 December 1899, UTC; nothing: the clock's
-  bool isRefused = false;      // SOURCE_DATE_EPOCH is no number of seconds since 1970
+  std::optional<double> date = {};  // days since 30 December 1899, UTC; nothing: the clock's
+  bool isRefused = false;           // SOURCE_DATE_EPOCH is no number of seconds since 1970
 };
 
 // That of SOURCE_DATE_EPOCH; else, with --reproducible, 2000-01-01.

@@ -21,11 +21,9 @@ std::string ToText(std::u16string_view text) {
 }
 
 std::string DrawKinds(const SExamination& findings, const SPageStyle& style) {
-  CTextTable drawn;
-  drawn.AddColumn("Kind");
-  drawn.AddColumn("Pages", EAlign::Right);
+  CTextTable drawn{{"Kind"}, {"Pages", EAlign::Right}};
   for (size_t verdict = 0; verdict < static_cast<size_t>(EPageVerdict::Count_); ++verdict)
-    drawn.AddColumn(ToText(GetPageVerdictName(static_cast<EPageVerdict>(verdict))), EAlign::Right);
+    drawn.AddColumn({ToText(GetPageVerdictName(static_cast<EPageVerdict>(verdict))), EAlign::Right});
   for (size_t kind = 0; kind < findings.counts.size(); ++kind) {
     uint64_t sum = 0;
     std::vector<std::string> cells{ToText(GetPageKindName(static_cast<EPageKind>(kind))), {}};
@@ -40,12 +38,8 @@ std::string DrawKinds(const SExamination& findings, const SPageStyle& style) {
 }
 
 std::string DrawBadPages(const SExamination& findings, const SPageStyle& style) {
-  CTextTable drawn;
-  drawn.AddColumn("Page", EAlign::Right);
-  drawn.AddColumn("Kind");
-  drawn.AddColumn("Owner", EAlign::Right);
-  drawn.AddColumn("State");
-  drawn.AddColumn("Reason", EAlign::Wrapped);
+  CTextTable drawn{
+      {"Page", EAlign::Right}, {"Kind"}, {"Owner", EAlign::Right}, {"State"}, {"Reason", EAlign::Wrapped}};
   for (size_t i = 0; i < findings.badPages.size() && i < kBadPagesShown; ++i) {
     const SPageReport& report = findings.badPages[i];
     drawn.AddRow({std::to_string(report.page), ToText(GetPageKindName(report.kind)),
@@ -100,12 +94,8 @@ SCommandEnd RunInspect(CSession& session) {
   const bool isClean = totals.Of(EPageVerdict::Damaged) == 0 && totals.Of(EPageVerdict::Unreadable) == 0 &&
                        totals.leadingBytes == 0 && totals.partialBytes == 0;
   const EExitStatus status = session.GetReport().Write(isClean ? EExitStatus::Done : EExitStatus::Incomplete);
-  if (arguments.isJson) {
-    if (!PrintJson(DescribeFindings(report, *pages, arguments, status))) return OutputLost();
-    return status;
-  }
-  if (auto failure = Print(DrawPages(*pages, arguments, OutputStyle()))) return *failure;
-  return status;
+  if (arguments.isJson) return EndWith(DescribeFindings(report, *pages, arguments, status), status);
+  return EndWith(DrawPages(*pages, arguments, OutputStyle()), status);
 }
 
 }  // namespace tolvane

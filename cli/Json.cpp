@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "platform/Text.h"
+
 namespace tolvane {
 
 namespace {
@@ -71,8 +73,7 @@ std::optional<Json> Json::Parse(std::string_view text) {
 const Json* Json::Find(std::string_view name) const {
   const auto* const object = std::get_if<CObject>(&m_value);
   if (object == nullptr) return nullptr;
-  const auto found = std::find_if(object->begin(), object->end(),
-                                  [name](const auto& member) { return member.first == name; });
+  const auto found = std::ranges::find(*object, name, &CObject::value_type::first);
   return found != object->end() ? &found->second : nullptr;
 }
 
@@ -106,11 +107,14 @@ Json Json::array() {
   return json;
 }
 
+Json Json::list(std::span<const std::u16string> texts) {
+  return list(texts, [](const std::u16string& text) { return ToUtf8(text); });
+}
+
 Json& Json::operator[](std::string_view name) {
   if (std::holds_alternative<std::monostate>(m_value)) m_value = CObject();
   auto& object = std::get<CObject>(m_value);
-  const auto found =
-      std::find_if(object.begin(), object.end(), [name](const auto& member) { return member.first == name; });
+  const auto found = std::ranges::find(object, name, &CObject::value_type::first);
   return found != object.end() ? found->second : object.emplace_back(name, Json()).second;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <concepts>
-#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -35,6 +34,13 @@ class Json {
   Json(std::string text) : m_value(std::move(text)) {}
   Json(std::initializer_list<std::pair<std::string_view, Json>> members);
   static Json array();
+  // Of what `describe` makes of each item.
+  static Json list(const auto& items, const auto& describe) {
+    Json made = array();
+    for (const auto& item : items) made.push_back(describe(item));
+    return made;
+  }
+  static Json list(std::span<const std::u16string> texts);
 
   // The member, added as null where there is none; a null becomes an object. Not for other values.
   Json& operator[](std::string_view name);

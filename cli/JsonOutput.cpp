@@ -71,11 +71,11 @@ Json DescribeSource(const CAccessData& data, const SArguments& arguments) {
 
 Json DescribeTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments) {
   const SSourceFacts& source = data.source;
-  Json columns = Json::array();
-  for (const size_t column : ListShownColumns(table, data.GetRules(), arguments.withSystemTables))
-    columns.push_back(DescribeColumn(*table.columns.GetAt(column), data));
-  Json indexes = Json::array();
-  for (const CAccessTableIndex& index : table.indexes) indexes.push_back(DescribeIndex(table, index, source));
+  Json columns =
+      Json::list(ListShownColumns(table, data.GetRules(), arguments.withSystemTables),
+                 [&](size_t column) { return DescribeColumn(*table.columns.GetAt(column), data); });
+  Json indexes =
+      Json::list(table.indexes, [&](const auto& index) { return DescribeIndex(table, index, source); });
   Json described = {
       {"name", ToUtf8(table.name)},       {"isNameLost", table.nameSource == ENameSource::Generated},
       {"isSystem", IsSystemTable(table)}, {"page", table.GetPage(source.pageSize)},
@@ -95,16 +95,14 @@ Json DescribeTable(const CAccessTable& table, const CAccessData& data, const SAr
 
 Json DescribeRelation(const SRecoveredRelation& relation) {
   const auto has = [&relation](int32_t bit) { return (relation.attributes & bit) != 0; };
-  Json columns = Json::array(), referenced = Json::array();
-  for (const SRelationPair& pair : relation.pairs) {
-    columns.push_back(ToUtf8(pair.column));
-    referenced.push_back(ToUtf8(pair.referencedColumn));
-  }
+  const auto list = [&relation](std::u16string SRelationPair::*column) {
+    return Json::list(relation.pairs, [column](const SRelationPair& pair) { return ToUtf8(pair.*column); });
+  };
   Json described = {{"name", ToUtf8(relation.name)},
                     {"table", ToUtf8(relation.table)},
-                    {"columns", std::move(columns)},
+                    {"columns", list(&SRelationPair::column)},
                     {"referencedTable", ToUtf8(relation.referencedTable)},
-                    {"referencedColumns", std::move(referenced)},
+                    {"referencedColumns", list(&SRelationPair::referencedColumn)},
                     {"isEnforced", !has(kRelationDontEnforce)},
                     {"isOneToOne", has(kRelationUnique)},
                     {"cascadesUpdates", has(kRelationUpdateCascade)},
@@ -144,11 +142,10 @@ Json DescribePlace(const CAccessData& data, EDamage kind, const CDamageLedger::S
 }  // namespace
 
 Json DescribeOmitted(const CAccessData& data) {
-  Json objects = Json::array();
-  if (!data.GetRules().tellOmittedObjects) return objects;
-  for (const SOtherObject& object : data.GetOtherObjects())
-    objects.push_back({{"kind", NameOf(object.kind)}, {"name", ToUtf8(object.name)}});
-  return objects;
+  if (!data.GetRules().tellOmittedObjects) return Json::array();
+  return Json::list(data.GetOtherObjects(), [](const SOtherObject& object) {
+    return Json{{"kind", NameOf(object.kind)}, {"name", ToUtf8(object.name)}};
+  });
 }
 
 Json DescribeLinks(const CAccessData& data) {
@@ -200,14 +197,12 @@ Json DescribeDamage(const CAccessData& data) {
 }
 
 Json DescribeSaving(const SSaveSummary& summary) {
-  Json losses = Json::array();
-  for (const SSaveLoss& loss : summary.losses)
-    losses.push_back({{"table", ToUtf8(loss.table)},
-                      {"records", loss.records},
-                      {"values", loss.fields},
-                      {"reason", ToUtf8(loss.reason)}});
-  Json notes = Json::array();
-  for (const std::u16string& note : summary.notes) notes.push_back(ToUtf8(note));
+  Json losses = Json::list(summary.losses, [](const SSaveLoss& loss) {
+    return Json{{"table", ToUtf8(loss.table)},
+                {"records", loss.records},
+                {"values", loss.fields},
+                {"reason", ToUtf8(loss.reason)}};
+  });
   Json saved = {{"tables", summary.tablesSaved},
                 {"records", summary.recordsSaved},
                 {"valuesOutOfRange", summary.fieldsDropped},
@@ -232,7 +227,7 @@ Json DescribeSaving(const SSaveSummary& summary) {
                 {"indexesLost", summary.indexesLost},
                 {"indexesWeakened", summary.indexesWeakened},
                 {"losses", std::move(losses)},
-                {"notes", std::move(notes)}};
+                {"notes", Json::list(summary.notes)}};
   if (summary.valuesSaved > 0) saved["complexValues"] = summary.valuesSaved;
   if (summary.recordsMoved > 0) saved["recordsMoved"] = summary.recordsMoved;
   AddEngineErrors(summary, saved);

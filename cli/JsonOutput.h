@@ -1,9 +1,6 @@
 // Results for programs: one JSON object on standard output, with the version of its schema.
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include "app/Losses.h"
 #include "app/QueryList.h"
 #include "cli/CommandArguments.h"

@@ -25,9 +25,7 @@ Json DescribeObject(const SListedObject& object) {
 }
 
 std::string DrawObjects(const std::vector<SListedObject>& objects, size_t hidden, const SPageStyle& style) {
-  CTextTable drawn;
-  for (const char* heading : {"Kind", "Name", "State"}) drawn.AddColumn(heading);
-  drawn.AddColumn("Remark", EAlign::Wrapped);
+  CTextTable drawn{{"Kind"}, {"Name"}, {"State"}, {"Remark", EAlign::Wrapped}};
   for (const SListedObject& object : objects)
     drawn.AddRow({std::string(object.kind), object.name.empty() ? "(name lost)" : ToDisplay(object.name),
                   WordsOf(object.state), ToDisplay(object.reason)});
@@ -50,25 +48,15 @@ SCommandEnd RunObjects(CSession& session) {
   const size_t all = objects.size();
   if (!arguments.withSystemTables)
     std::erase_if(objects, [](const SListedObject& object) { return object.isSystem; });
-  const bool isAnyLost = std::any_of(objects.begin(), objects.end(), [](const SListedObject& object) {
-    return object.state != EObjectState::Recovered;
-  });
+  const bool isAnyLost = std::ranges::any_of(
+      objects, [](const SListedObject& object) { return object.state != EObjectState::Recovered; });
   const EExitStatus status = isAnyLost ? EExitStatus::Incomplete : DecideRepairStatus(data, nullptr);
-  if (arguments.isJson) {
-    Json result = MakeResult(arguments, status);
-    result["source"] = DescribeSource(data, arguments);
-    result["objects"] = Json::array();
-    for (const SListedObject& object : objects) result["objects"].push_back(DescribeObject(object));
-    result["damage"] = DescribeDamage(data);
-    if (!PrintJson(result)) return OutputLost();
-    return status;
-  }
+  if (arguments.isJson)
+    return EndRecovery(session, Json{{"objects", Json::list(objects, DescribeObject)}}, status);
   const SPageStyle style = OutputStyle();
-  if (auto failure =
-          Print(DrawSource(data, arguments, style) + DrawObjects(objects, all - objects.size(), style)))
-    return *failure;
-  MentionDamage(session);
-  return status;
+  return EndRecovery(session,
+                     DrawSource(data, arguments, style) + DrawObjects(objects, all - objects.size(), style),
+                     status);
 }
 
 }  // namespace tolvane

@@ -21,7 +21,7 @@ std::string DrawLegend(const CPageBlocks& blocks, size_t width) {
   std::string text;
   size_t column = 0;
   for (size_t look = 0; look < kSigns.size(); ++look) {
-    if (std::find(looks.begin(), looks.end(), static_cast<EPageLook>(look)) == looks.end()) continue;
+    if (std::ranges::find(looks, static_cast<EPageLook>(look)) == looks.end()) continue;
     const bool isLineEnd = ++column % columns == 0;
     text += "    " + std::string(1, kSigns[look]) + " ";
     const std::string meaning(GetPageLookName(static_cast<EPageLook>(look)));

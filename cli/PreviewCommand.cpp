@@ -60,7 +60,8 @@ std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const S
   CTextTable drawn;
   for (const size_t i : columns) {
     const CAccessColumn& column = *table.columns.GetAt(i);
-    drawn.AddColumn(ToDisplay(SpelledName(column, source)), IsNumber(column) ? EAlign::Right : EAlign::Left);
+    drawn.AddColumn(
+        {ToDisplay(SpelledName(column, source)), IsNumber(column) ? EAlign::Right : EAlign::Left});
   }
   for (const auto& row : shown.rows) {
     std::vector<std::string> cells;
@@ -76,13 +77,10 @@ std::string DrawRows(const CFirstRows& shown, const CAccessTable& table, const S
 }
 
 Json DescribeRows(const CFirstRows& shown, const std::vector<size_t>& columns) {
-  Json rows = Json::array();
-  for (const auto& row : shown.rows) {
-    Json cells = Json::array();
-    for (const size_t i : columns) cells.push_back(row[i].isNull ? Json() : Json(ToUtf8(row[i].text)));
-    rows.push_back(std::move(cells));
-  }
-  return rows;
+  return Json::list(shown.rows, [&columns](const auto& row) {
+    return Json::list(columns,
+                      [&row](size_t i) { return row[i].isNull ? Json() : Json(ToUtf8(row[i].text)); });
+  });
 }
 
 }  // namespace
@@ -107,18 +105,12 @@ SCommandEnd RunPreview(CSession& session) {
   const EExitStatus status = DecideStatus(data, nullptr);
   std::vector<size_t> columns = ListShownColumns(*table, data.GetRules(), arguments.withSystemTables);
   std::erase_if(columns, [&shown](size_t column) { return column >= shown.columnCount; });
-  if (!arguments.isJson) {
-    if (auto failure = Print(DrawRows(shown, *table, data.source, columns, OutputStyle()))) return *failure;
-    MentionDamage(session);
-    return status;
-  }
-  Json result = MakeResult(arguments, status);
-  result["source"] = DescribeSource(data, arguments);
-  result["table"] = DescribeTable(*table, data, arguments);
-  result["rows"] = DescribeRows(shown, columns);
-  result["damage"] = DescribeDamage(data);
-  if (!PrintJson(result)) return OutputLost();
-  return status;
+  if (!arguments.isJson)
+    return EndRecovery(session, DrawRows(shown, *table, data.source, columns, OutputStyle()), status);
+  return EndRecovery(
+      session,
+      Json{{"table", DescribeTable(*table, data, arguments)}, {"rows", DescribeRows(shown, columns)}},
+      status);
 }
 
 }  // namespace tolvane

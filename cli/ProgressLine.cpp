@@ -4,7 +4,6 @@
 
 #include "cli/DisplayText.h"
 #include "platform/Terminal.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 

@@ -64,20 +64,13 @@ SCommandEnd RunQueries(CSession& session) {
 
   const EExitStatus status = DecideStatus(data, nullptr);
   if (arguments.isJson) {
-    Json result = MakeResult(arguments, status);
-    result["source"] = DescribeSource(data, arguments);
-    result["queries"] = Json::array();
-    for (const SListedQuery* query : shown) result["queries"].push_back(DescribeQuery(*query));
-    result["damage"] = DescribeDamage(data);
-    if (!PrintJson(result)) return OutputLost();
-    return status;
+    const auto describe = [](const SListedQuery* query) { return DescribeQuery(*query); };
+    return EndRecovery(session, Json{{"queries", Json::list(shown, describe)}}, status);
   }
   const SPageStyle style = OutputStyle();
   std::string text = DrawSource(data, arguments, style);
   for (const SListedQuery* query : shown) text += DrawQuery(*query, style);
-  if (auto failure = Print(text + DrawCount(shown, found.size() - shown.size()))) return *failure;
-  MentionDamage(session);
-  return status;
+  return EndRecovery(session, text + DrawCount(shown, found.size() - shown.size()), status);
 }
 
 }  // namespace tolvane

@@ -54,8 +54,8 @@ struct SBatchFile {
 
 bool IsDatabaseName(std::u16string_view name) {
   const std::u16string folded = FoldCase(name);
-  return std::any_of(kEndings.begin(), kEndings.end(),
-                     [&](std::u16string_view ending) { return folded.ends_with(FoldCase(ending)); });
+  return std::ranges::any_of(kEndings,
+                             [&](std::u16string_view ending) { return folded.ends_with(FoldCase(ending)); });
 }
 
 std::u16string InFolder(const std::u16string& folder, std::u16string_view name) {
@@ -312,11 +312,8 @@ EExitStatus CRepairBatch::Print() {
     return PrintJson(result) ? kBySeverity[worst] : EExitStatus::Failed;
   }
   const SPageStyle style = OutputStyle();
-  CTextTable drawn;
-  for (const char* heading : {"Status", "File"}) drawn.AddColumn(heading);
-  drawn.AddColumn("Tables", EAlign::Right);
-  drawn.AddColumn("Records", EAlign::Right);
-  drawn.AddColumn("New database");
+  CTextTable drawn{
+      {"Status"}, {"File"}, {"Tables", EAlign::Right}, {"Records", EAlign::Right}, {"New database"}};
   for (const SBatchFile& file : m_files) {
     const Json* const saving = file.result.Find("saving");
     const bool isSaved = saving != nullptr && !saving->IsNull();

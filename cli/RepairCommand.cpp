@@ -45,11 +45,10 @@ void MentionEnding(CSession& session, const std::u16string& path, EOutputFormat 
   const bool isAce = format == EOutputFormat::Ace;
   const std::u16string folded = FoldCase(path);
   if (!folded.ends_with(FoldCase(isAce ? u".mdb" : u".accdb"))) return;
-  session.Mention(AboutFile(path, isAce
-                                      ? u"The new database is one of Access 2007 and later, whose files end "
-                                        u"in .accdb."
-                                      : u"The new database is one of Access 97 to 2003, whose files end in "
-                                        u".mdb; Access opens it under either name."));
+  session.Mention(
+      AboutFile(path, isAce ? u"The new database is one of Access 2007 and later, whose files end in .accdb."
+                            : u"The new database is one of Access 97 to 2003, whose files end in .mdb; "
+                              u"Access opens it under either name."));
 }
 
 EExitStatus PrintReport(CSession& session, const SSaveSummary* saved, const std::u16string& outputPath) {
@@ -99,11 +98,8 @@ EExitStatus PrintResult(CSession& session, const SSaveSummary* saved, const std:
   result["tables"] = Json::array();
   for (const SReportTable& table : report.tables)
     result["tables"].push_back(DescribeTable(*table.table, data, arguments, table.rows));
-  result["queries"] = Json::array();
-  for (const SListedQuery& query : report.queries) result["queries"].push_back(DescribeQuery(query));
-  result["relationships"] = Json::array();
-  for (const SRecoveredRelation& relation : report.relations)
-    result["relationships"].push_back(DescribeRelation(relation));
+  result["queries"] = Json::list(report.queries, DescribeQuery);
+  result["relationships"] = Json::list(report.relations, DescribeRelation);
   result["damage"] = DescribeDamage(data);
   result["links"] = DescribeLinks(data);
   result["notBroughtBack"] = DescribeOmitted(data);

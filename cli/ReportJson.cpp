@@ -18,13 +18,10 @@ Json DescribeBadPage(const SPageReport& report) {
 
 Json DescribeVerdict(const SReport& report) {
   const SVerdict& verdict = report.verdict;
-  Json also = Json::array(), advice = Json::array();
-  for (const EVerdict kind : verdict.also) also.push_back(NameOf(kind));
-  for (const std::u16string& text : verdict.advice) advice.push_back(ToUtf8(text));
   Json described = {{"kind", NameOf(verdict.kind)},
                     {"sentence", ToUtf8(verdict.sentence)},
-                    {"also", std::move(also)},
-                    {"advice", std::move(advice)}};
+                    {"also", Json::list(verdict.also, [](EVerdict kind) { return NameOf(kind); })},
+                    {"advice", Json::list(verdict.advice)}};
   if (!report.data) return described;
   described["tables"] = report.facts.tables;
   described["rows"] = report.facts.rows;
@@ -45,8 +42,7 @@ void DescribePages(const SExamination& examination, Json& target) {
     target["kinds"].push_back(std::move(counts));
   }
   target["badPageCount"] = examination.badPageCount;
-  target["badPages"] = Json::array();
-  for (const SPageReport& page : examination.badPages) target["badPages"].push_back(DescribeBadPage(page));
+  target["badPages"] = Json::list(examination.badPages, DescribeBadPage);
 }
 
 }  // namespace tolvane

@@ -70,10 +70,7 @@ std::string DrawSource(const CAccessData& data, const SArguments& arguments, con
 }
 
 std::string DrawTables(const CAccessData& data, const SArguments& arguments, const SPageStyle& style) {
-  CTextTable drawn;
-  drawn.AddColumn("Name");
-  drawn.AddColumn("Columns", EAlign::Right);
-  drawn.AddColumn("Rows", EAlign::Right);
+  CTextTable drawn{{"Name"}, {"Columns", EAlign::Right}, {"Rows", EAlign::Right}};
   uint64_t rows = 0;
   for (const auto& table : data.GetTables()) {
     if (!HasContent(*table) || (IsSystemTable(*table) && !arguments.withSystemTables)) continue;

@@ -39,10 +39,7 @@ std::string DrawIndex(const CAccessTable& table, const CAccessTableIndex& index,
 std::string DrawTable(const CAccessTable& table, const CAccessData& data, const SArguments& arguments,
                       const SPageStyle& style) {
   const SSourceFacts& source = data.source;
-  CTextTable columns;
-  columns.AddColumn("Column");
-  columns.AddColumn("Type");
-  columns.AddColumn("Size", EAlign::Right);
+  CTextTable columns{{"Column"}, {"Type"}, {"Size", EAlign::Right}};
   for (const size_t position : ListShownColumns(table, data.GetRules(), arguments.withSystemTables)) {
     const CAccessColumn& column = *table.columns.GetAt(position);
     columns.AddRow({ToDisplay(SpelledName(column, source)), TypeName(column, data), DescribeSize(column)});
@@ -108,22 +105,12 @@ SCommandEnd RunTables(CSession& session) {
     }
   }
   const std::vector<SRecoveredRelation> relations = ListRelations(data, arguments);
-  if (!arguments.isJson) {
-    text += DrawRelations(relations, style);
-    if (auto failure = Print(text)) return *failure;
-    MentionDamage(session);
-    return status;
-  }
-  Json result = MakeResult(arguments, status);
-  result["source"] = DescribeSource(data, arguments);
+  if (!arguments.isJson) return EndRecovery(session, text + DrawRelations(relations, style), status);
+  Json result{};
   if (isTold) result["verdict"] = verdict;
   result["tables"] = std::move(tables);
-  result["relationships"] = Json::array();
-  for (const SRecoveredRelation& relation : relations)
-    result["relationships"].push_back(DescribeRelation(relation));
-  result["damage"] = DescribeDamage(data);
-  if (!PrintJson(result)) return OutputLost();
-  return status;
+  result["relationships"] = Json::list(relations, DescribeRelation);
+  return EndRecovery(session, result, status);
 }
 
 }  // namespace tolvane

@@ -13,10 +13,6 @@ constexpr size_t kNarrowest = 5;
 constexpr size_t kWrapRoom = 26;
 }  // namespace
 
-void CTextTable::AddColumn(std::string heading, EAlign align) {
-  m_columns.push_back({std::move(heading), align});
-}
-
 void CTextTable::AddRow(std::vector<std::string> cells) {
   cells.resize(m_columns.size());
   m_rows.push_back(std::move(cells));

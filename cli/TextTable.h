@@ -3,7 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tolvane {
@@ -14,8 +16,13 @@ enum class EAlign : uint8_t { Left, Right, Wrapped };
 class CTextTable {
  public:
   static constexpr size_t kAnyWidth = 0;
+  struct SColumn {
+    std::string heading;
+    EAlign align = EAlign::Left;
+  };
 
-  void AddColumn(std::string heading, EAlign align = EAlign::Left);
+  CTextTable(std::initializer_list<SColumn> columns = {}) : m_columns(columns) {}
+  void AddColumn(SColumn column) { m_columns.push_back(std::move(column)); }
   // One cell a column, as ToDisplay makes them.
   void AddRow(std::vector<std::string> cells);
   [[nodiscard]] size_t GetRowCount() const { return m_rows.size(); }
@@ -26,10 +33,6 @@ class CTextTable {
   [[nodiscard]] std::string Draw(size_t width, const std::string& indent = {}) const;
 
  private:
-  struct SColumn {
-    std::string heading;
-    EAlign align;
-  };
   [[nodiscard]] std::vector<size_t> MeasureColumns() const;
   // False when the columns cannot be made narrow enough.
   static bool FitColumns(std::vector<size_t>& widths, size_t room);

@@ -47,10 +47,7 @@ TEST(DisplayText, SizesHaveOneDecimal) {
 }
 
 TEST(TextTable, ShortensTheWidestCellsFirst) {
-  CTextTable table;
-  table.AddColumn("Id", EAlign::Right);
-  table.AddColumn("Name");
-  table.AddColumn("Note");
+  CTextTable table{{"Id", EAlign::Right}, {"Name"}, {"Note"}};
   table.AddRow({"1", "Ann", "a long remark that does not fit"});
   table.AddRow({"12", "Bob", ""});
   EXPECT_EQ(table.Draw(24),
@@ -68,7 +65,7 @@ TEST(DisplayText, LinesBreakAtBlanksAlone) {
 
 TEST(TextTable, TooManyColumnsBecomeBlocks) {
   CTextTable table;
-  for (int i = 0; i < 20; ++i) table.AddColumn("column" + std::to_string(i));
+  for (int i = 0; i < 20; ++i) table.AddColumn({"column" + std::to_string(i)});
   table.AddRow(std::vector<std::string>(20, std::string(100, 'x')));
   const auto lines = LinesOf(table.Draw(40));
   ASSERT_EQ(lines.size(), 21u);
