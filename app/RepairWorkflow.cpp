@@ -7,10 +7,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr uint32_t kPollPeriod = 5;      // milliseconds
-constexpr double kPauseAfterStop = 3.0;  // seconds
-constexpr uint32_t kPauseSlice = 20;     // milliseconds
-
 SCommandSwitches SwitchesOf(EPageState page) {
   switch (page) {
     case EPageState::Repairing:
@@ -40,11 +36,11 @@ CRepairWorkflow::CRepairWorkflow(const SWorkflowParts& parts)
       m_frame(parts.frame),
       m_processes(parts.processes),
       m_engine(&parts.engine),
-      m_clock(parts.clock ? *parts.clock : m_systemClock),
       m_recentFiles(parts.recentFiles),
       m_job(std::make_unique<CJob>()),
+      m_watch(parts.view, parts.frame, *m_job, parts.clock),
       m_output(parts.dialogs, parts.frame, parts.version, [this] { ShowSwitches(); }),
-      m_result(parts.view, *m_job, [this](const std::function<bool()>& condition) { WaitWhile(condition); }) {
+      m_result(parts.view, *m_job, [this](const auto& condition) { m_watch.WaitWhile(condition); }) {
   Context().pause.SetLength(parts.displayPause);
   m_page.SetView(&m_view);
 }
@@ -65,12 +61,8 @@ bool CRepairWorkflow::IsTemplateMode() const {
 
 bool CRepairWorkflow::IsWorking() const {
   // A worker that has just ended is told by the next timer message; until then its page is still at work.
-  return GetPage() == EPageState::Repairing || GetPage() == EPageState::Saving || AreWorkersBusy() ||
+  return GetPage() == EPageState::Repairing || GetPage() == EPageState::Saving || m_watch.AreWorkersBusy() ||
          m_output.IsWorking();
-}
-
-bool CRepairWorkflow::AreWorkersBusy() const {
-  return Context().workers.GetCount() != 0 || m_job->IsWorking();
 }
 
 // --- pages ---
@@ -229,8 +221,8 @@ void CRepairWorkflow::StartRepair() {
   EndExternalEngine(m_processes);
   DiscardResult();
   m_resultOrigin = {IsTemplateMode(), Manager().GetCorruptedPath(), Manager().GetTemplatePath()};
-  if (m_job->StartRepair([this] { StartRepairTimer(); })) return;
-  StopRepairTimer();
+  if (m_job->StartRepair([this] { m_watch.StartRepairTimer(); })) return;
+  m_watch.StopRepairTimer();
   SetPage(EPageState::FileSelected);
   m_dialogs.ShowMessage(u"The system has no room for another thread.", EMessageIcon::Warning);
 }
@@ -238,13 +230,13 @@ void CRepairWorkflow::StartRepair() {
 void CRepairWorkflow::OnRepairTimer() {
   m_frame.StepProgressBar();
   if (!Context().repairing.IsRunning()) {
-    StopRepairTimer();
-    WaitForWorkers();
+    m_watch.StopRepairTimer();
+    m_watch.WaitForWorkers();
     SetPage(EPageState::Repaired);
     m_mayLeaveResult = false;
     m_result.Show(m_resultOrigin.corruptedFile);
   }
-  CopyTexts();
+  m_watch.CopyTexts();
 }
 
 // The worker deletes the earlier result: nothing may show or read it any more.
@@ -260,9 +252,9 @@ bool CRepairWorkflow::StopRepair() {
   if (GetPage() != EPageState::Repairing) return true;
   m_view.SetStatusLine(kPleaseWait);
   m_frame.EnableCommands(kAllOff);
-  StopRepairTimer();
+  m_watch.StopRepairTimer();
   Context().repairing.SetRunning(false);
-  WaitForWorkers();
+  m_watch.WaitForWorkers();
   Manager().SetRepair(nullptr);
   DiscardResult();
   Manager().SetCorruptedPath({});
@@ -286,8 +278,8 @@ void CRepairWorkflow::BeginSave() {
   if (path.empty()) return;
   m_view.SetOutputPath(path);
   SetPage(EPageState::Saving);
-  if (m_job->StartSave(*m_engine, {}, [this] { StartSaveTimer(); })) return;
-  StopSaveTimer();
+  if (m_job->StartSave(*m_engine, {}, [this] { m_watch.StartSaveTimer(); })) return;
+  m_watch.StopSaveTimer();
   Back();
   m_dialogs.ShowMessage(u"The system has no room for another thread.", EMessageIcon::Warning);
 }
@@ -296,7 +288,7 @@ void CRepairWorkflow::OnSaveTimer() {
   m_frame.StepProgressBar();
   CSavingStatus& status = Context().saving;
   if (!status.IsSaving()) {
-    WaitForWorkers();
+    m_watch.WaitForWorkers();
     if (GetPage() == EPageState::Saving) {
       if (status.GetLaunchFailed()) {
         Back();
@@ -307,9 +299,9 @@ void CRepairWorkflow::OnSaveTimer() {
       }
     }
     status.SetLaunchFailed(false);
-    StopSaveTimer();
+    m_watch.StopSaveTimer();
   }
-  CopyTexts();
+  m_watch.CopyTexts();
 }
 
 void CRepairWorkflow::ShowSaved() {
@@ -322,14 +314,14 @@ bool CRepairWorkflow::StopSave() {
   if (!m_dialogs.AskYesNo(kStopQuestion)) return false;
   if (GetPage() != EPageState::Saving) return true;
   m_frame.EnableCommands(kAllOff);
-  StopRepairTimer();
-  StopSaveTimer();
+  m_watch.StopRepairTimer();
+  m_watch.StopSaveTimer();
   m_job->Stop();
   EndExternalEngine(m_processes);
-  WaitForWorkers();
+  m_watch.WaitForWorkers();
   TellUnfinished();
   Back();
-  PauseAfterStop();
+  m_watch.PauseAfterStop();
   m_dialogs.ShowMessage(kStopped, EMessageIcon::Information);
   return true;
 }
@@ -339,7 +331,7 @@ void CRepairWorkflow::TellUnfinished() {
   if (LastSave().IsComplete()) return;
   Context().log.Set(u"Stopped. Nothing was saved.");
   Context().status.SetText({});
-  CopyTexts();
+  m_watch.CopyTexts();
 }
 
 // --- beside the save ---
@@ -373,57 +365,9 @@ void CRepairWorkflow::SaveReport() {
 
 void CRepairWorkflow::OnTimer(uint32_t identifier) {
   if (identifier == kOutputTimer) m_output.OnTimer();
-  if (!m_job || identifier != m_timer) return;
+  if (!m_job || !m_watch.IsDue(identifier)) return;
   if (identifier == kRepairTimer) OnRepairTimer();
   if (identifier == kSaveTimer) OnSaveTimer();
-}
-
-void CRepairWorkflow::StartTimer(uint32_t identifier) {
-  m_timer = identifier;
-  m_view.ClearLog();
-  m_frame.ShowProgressBar(true);
-  m_frame.SetTimer(identifier, kTimerPeriod);
-}
-
-void CRepairWorkflow::StopTimer(uint32_t identifier) {
-  m_timer = 0;
-  m_frame.KillTimer(identifier);
-  m_frame.ShowProgressBar(false);
-  m_frame.ResetProgressBar();
-}
-
-void CRepairWorkflow::StopSaveTimer() {
-  StopTimer(kSaveTimer);
-  m_view.SetStatusLine(Context().status.GetText());
-}
-
-void CRepairWorkflow::CopyTexts() {
-  m_view.SetLogText(Context().log.Get());
-  m_view.SetStatusLine(Context().status.GetText());
-  m_frame.RefreshProgress();
-}
-
-// --- waiting ---
-
-void CRepairWorkflow::WaitWhile(const std::function<bool()>& condition) {
-  while (condition()) {
-    m_frame.KeepPainting();
-    m_clock.Sleep(kPollPeriod);
-  }
-}
-
-// The counter does not count saves; their thread itself is asked.
-void CRepairWorkflow::WaitForWorkers() {
-  WaitWhile([this] { return AreWorkersBusy(); });
-  m_job->Join();
-}
-
-void CRepairWorkflow::PauseAfterStop() {
-  const double end = m_clock.GetSeconds() + kPauseAfterStop;
-  while (m_clock.GetSeconds() < end) {
-    m_frame.KeepPainting();
-    m_clock.Sleep(kPauseSlice);
-  }
 }
 
 // --- the end ---
@@ -437,7 +381,7 @@ bool CRepairWorkflow::Close() {
   m_result.Abort();
   m_output.Abort();
   m_job->Stop();
-  WaitForWorkers();
+  m_watch.WaitForWorkers();
   m_result.GetRecords().Clear();
   m_job.reset();
   m_frame.EndProcess();

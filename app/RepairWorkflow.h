@@ -3,13 +3,13 @@
 // report through the status objects, which its two timers read.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "app/FrontEnd.h"
 #include "app/Job.h"
+#include "app/JobWatch.h"
 #include "app/RecentFiles.h"
 #include "app/ResultOutput.h"
 #include "app/ResultView.h"
@@ -19,10 +19,6 @@
 #include "platform/ProcessManager.h"
 
 namespace tolvane {
-
-inline constexpr uint32_t kRepairTimer = 61462;
-inline constexpr uint32_t kSaveTimer = 61463;
-inline constexpr uint32_t kTimerPeriod = 1000;  // milliseconds
 
 // What the workflow works with; nothing is owned and all must outlive it.
 struct SWorkflowParts {
@@ -110,7 +106,6 @@ class CRepairWorkflow {
   [[nodiscard]] CJobContext& Context() const { return m_job->GetContext(); }
   [[nodiscard]] COvRepairFileManager& Manager() const { return m_job->GetManager(); }
   [[nodiscard]] const COvFileSave& LastSave() const { return m_job->GetSave(); }
-  [[nodiscard]] bool AreWorkersBusy() const;
   void SetPage(EPageState page);
   void ShowSwitches();
   void ShowHint();
@@ -128,35 +123,19 @@ class CRepairWorkflow {
   void ShowSaved();
   void TellUnfinished();
 
-  // Timers.
-  void StartRepairTimer() { StartTimer(kRepairTimer); }
-  void StartSaveTimer() { StartTimer(kSaveTimer); }
-  void StopRepairTimer() { StopTimer(kRepairTimer); }
-  void StopSaveTimer();
-  void StartTimer(uint32_t identifier);
-  void StopTimer(uint32_t identifier);
-  void CopyTexts();
-
-  // Waiting: polls and keeps painting.
-  void WaitWhile(const std::function<bool()>& condition);
-  void WaitForWorkers();
-  void PauseAfterStop();
-
   CDialogs& m_dialogs;
   CMainViewWindow& m_view;
   CMainFrameWindow& m_frame;
   CProcessManager& m_processes;
   CDaoEngine* m_engine;
-  CWaitClock m_systemClock;
-  CWaitClock& m_clock;
   CRecentFiles* m_recentFiles;
 
   CShowPageState m_page;
-  uint32_t m_timer = 0;  // the one that runs; a message of another one is late
   // Where the held result came from; the manager's paths are those of the next repair.
   SStartChoice m_resultOrigin;
   bool m_mayLeaveResult = true;  // it was saved, or the user does not want it
   std::unique_ptr<CJob> m_job;   // gone once the program is closed
+  CJobWatch m_watch;
   CResultOutput m_output;
   CResultView m_result;  // last, so that its threads end before what it works on
 };
