@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "format/RowFrame.h"
-#include "store/FileNameManager.h"
 #include "tests/engine/EngineTest.h"
 
 namespace tolvane {
@@ -41,6 +40,21 @@ class ExactRules : public CAllFormats {
     for (uint32_t i = page * kRows / 2; i < (page + 1) * kRows / 2; i++)
       specs.push_back({SmallRow(layout, i, u"Name " + ToDecimal(uint64_t{i}))});
     return specs;
+  }
+
+  // The bytes with others put in, or some of them taken out.
+  static Bytes PutIn(Bytes to, size_t at, size_t count, uint8_t value) {
+    to.insert(to.begin() + static_cast<ptrdiff_t>(at), count, value);
+    return to;
+  }
+  static Bytes TakeOut(Bytes from, size_t at, size_t count) {
+    const auto first = from.begin() + static_cast<ptrdiff_t>(at);
+    from.erase(first, first + static_cast<ptrdiff_t>(count));
+    return from;
+  }
+  static Bytes Join(Bytes front, std::span<const uint8_t> behind) {
+    front.insert(front.end(), behind.begin(), behind.end());
+    return front;
   }
 
   // Rows of "People"; nothing when there is no such table.
@@ -84,16 +98,12 @@ TEST_P(ExactRules, AFirstPageOfAnyBytesCostsNothing) {
 TEST_P(ExactRules, ADatabaseIsFoundAnywhereInAFile) {
   const Bytes sound = file.Build();
   for (const size_t inFront : {size_t{1}, size_t{777}, size_t{3} << 20}) {
-    Bytes bytes(inFront, 0xAB);
-    bytes.insert(bytes.end(), sound.begin(), sound.end());
-    EXPECT_EQ(Repair(bytes), kRows) << inFront;
+    EXPECT_EQ(Repair(PutIn(sound, 0, inFront, 0xAB)), kRows) << inFront;
     EXPECT_EQ(Lost(EDamage::LeadingBytes), inFront);
   }
   // Of two, in step or not, the first is read and the other told.
   for (const size_t between : {size_t{0}, size_t{100}}) {
-    Bytes bytes = sound;
-    bytes.resize(bytes.size() + between, 0x55);
-    bytes.insert(bytes.end(), sound.begin(), sound.end());
+    const Bytes bytes = Join(PutIn(sound, sound.size(), between, 0x55), sound);
     EXPECT_EQ(Repair(bytes), kRows) << between;
     EXPECT_EQ(Lost(EDamage::OtherDatabase), 1u);
     const CTempFile both(bytes);
@@ -106,18 +116,12 @@ TEST_P(ExactRules, ADatabaseIsFoundAnywhereInAFile) {
 TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
   const Bytes sound = file.Build();
   // Inside a page that nothing needs.
-  const auto at = static_cast<ptrdiff_t>(file.OffsetOf(3) + 50);
-  Bytes longer = sound;
-  longer.insert(longer.begin() + at, 333, 0xCD);
-  EXPECT_EQ(Repair(longer), kRows);
+  const size_t at = file.OffsetOf(3) + 50;
+  EXPECT_EQ(Repair(PutIn(sound, at, 333, 0xCD)), kRows);
   EXPECT_GT(Lost(EDamage::MovedPages), 0u);
-  Bytes shorter = sound;
-  shorter.erase(shorter.begin() + at, shorter.begin() + at + 333);
-  EXPECT_EQ(Repair(shorter), kRows);
+  EXPECT_EQ(Repair(TakeOut(sound, at, 333)), kRows);
   // Whole pages, too: owners tell the numbers.
-  Bytes missing = sound;
-  missing.erase(missing.begin() + at, missing.begin() + at + 10 + layout.pageSize);
-  EXPECT_EQ(Repair(missing), kRows);
+  EXPECT_EQ(Repair(TakeOut(sound, at, 10 + layout.pageSize)), kRows);
 }
 
 // Pages of rows alone do not tell: they may be what was swapped, and the definitions be in their places. An
@@ -162,11 +166,8 @@ TEST_P(ExactRules, PagesPutInBehindBytesPutInAreToldFromTheOthers) {
     ASSERT_EQ(two.AddTable(SmallTable()), number);
     two.AddDataPage(number, RowsOfPage(0));
   }
-  Bytes bytes = two.Build();
-  const auto at = [&](uint32_t page) { return bytes.begin() + static_cast<ptrdiff_t>(two.OffsetOf(page)); };
-  bytes.insert(at(second), 2 * layout.pageSize, 0);
-  bytes.insert(at(spare) + 50, 333, 0xCD);
-  EXPECT_EQ(Repair(bytes), kRows / 2);
+  const Bytes bytes = PutIn(two.Build(), two.OffsetOf(second), 2 * layout.pageSize, 0);
+  EXPECT_EQ(Repair(PutIn(bytes, two.OffsetOf(spare) + 50, 333, 0xCD)), kRows / 2);
 }
 
 TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
@@ -177,16 +178,11 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   const uint32_t people = other.AddTable(SmallTable());
   for (uint32_t page = 0; page < 2; page++) other.AddDataPage(people, RowsOfPage(page));
   const Bytes sound = other.Build();
-  const auto at = static_cast<ptrdiff_t>(other.OffsetOf(spare));
-  Bytes missing = sound;
-  missing.erase(missing.begin() + at, missing.begin() + at + layout.pageSize);
-  EXPECT_EQ(Repair(missing), kRows);
+  EXPECT_EQ(Repair(TakeOut(sound, other.OffsetOf(spare), layout.pageSize)), kRows);
   EXPECT_GT(Lost(EDamage::MovedPages), 0u);
   EXPECT_EQ(Lost(EDamage::LostPage), 1u);
   EXPECT_EQ(Lost(EDamage::UnreadablePage), 0u) << "no disk fails";
-  Bytes longer = sound;
-  longer.insert(longer.begin() + at, 2 * layout.pageSize, 0);
-  EXPECT_EQ(Repair(longer), kRows);
+  EXPECT_EQ(Repair(PutIn(sound, other.OffsetOf(spare), 2 * layout.pageSize, 0)), kRows);
   // Owners that were overwritten move no page.
   Bytes wrong = sound;
   wrong[other.OffsetOf(people + 1) + kOwnerOffset] ^= 1;
@@ -198,9 +194,7 @@ TEST_P(ExactRules, PagesBehindWholePagesPutInOrLostAreFoundAgain) {
   const uint32_t theirs = foreign.AddTable(SmallTable());
   for (uint32_t page = 0; page < 2; page++) foreign.AddDataPage(theirs, RowsOfPage(page));
   const Bytes tail = foreign.Build();
-  Bytes joined = sound;
-  joined.insert(joined.end(), tail.begin() + static_cast<ptrdiff_t>(foreign.OffsetOf(25)), tail.end());
-  EXPECT_EQ(Repair(joined), kRows);
+  EXPECT_EQ(Repair(Join(sound, std::span(tail).subspan(foreign.OffsetOf(25)))), kRows);
   EXPECT_EQ(Lost(EDamage::MovedPages), 0u);
 }
 
@@ -223,8 +217,7 @@ TEST_P(ExactRules, DatabasesWhosePagesLieByTurnsAreToldApart) {
     for (size_t at = 0; at < first.size(); at += turn)
       for (const auto part : parts) {
         const auto piece = part.subspan(std::min(at, part.size()));
-        mixed.insert(mixed.end(), piece.begin(),
-                     piece.begin() + static_cast<ptrdiff_t>(std::min(turn, piece.size())));
+        mixed = Join(std::move(mixed), piece.first(std::min(turn, piece.size())));
       }
     EXPECT_EQ(Repair(mixed), isSwapped ? kRows / 2 : kRows);
     EXPECT_EQ(Lost(EDamage::OtherDatabase), 1u);
@@ -318,10 +311,7 @@ TEST_P(ExactRules, APageInThePlaceOfAnotherKindIsBelievedWhereItMakesTheRowsComp
 }
 
 TEST_P(ExactRules, TheSearchForPagesTellsHowFarItIsAndCanBeStopped) {
-  Bytes bytes(size_t{3} << 20, 0xAB);
-  const Bytes sound = file.Build();
-  bytes.insert(bytes.end(), sound.begin(), sound.end());
-  const CTempFile moved(bytes);
+  const CTempFile moved(PutIn(file.Build(), 0, size_t{3} << 20, 0xAB));
   CPageReader reader;
   ASSERT_TRUE(reader.Open(moved.GetPath()));
   CJobContext job;
@@ -345,20 +335,16 @@ TEST_P(ExactRules, HeadsByChanceMoveNoPage) {
 }
 
 TEST_P(ExactRules, OwnersTellHowManyPagesAreMissingInFront) {
-  Bytes bytes = file.Build();
-  bytes.erase(bytes.begin(), bytes.begin() + 2 * layout.pageSize);
-  EXPECT_EQ(Repair(bytes), kRows);
+  EXPECT_EQ(Repair(TakeOut(file.Build(), 0, 2 * layout.pageSize)), kRows);
 }
 
 TEST_P(ExactRules, PagesThatWereWrittenTwiceAreReadOnce) {
   const Bytes sound = file.Build();
   const size_t size = layout.pageSize;
   for (size_t first = 3; (first + 3) * size <= sound.size(); first++) {
-    Bytes bytes = sound;
-    bytes.insert(bytes.begin() + static_cast<ptrdiff_t>(first * size),
-                 sound.begin() + static_cast<ptrdiff_t>(first * size),
-                 sound.begin() + static_cast<ptrdiff_t>((first + 3) * size));
-    EXPECT_EQ(Repair(bytes), kRows) << "from page " << first;
+    const auto all = std::span(sound);
+    const Bytes twice = Join(Join({}, all.first((first + 3) * size)), all.subspan(first * size));
+    EXPECT_EQ(Repair(twice), kRows) << "from page " << first;
   }
 }
 
@@ -528,9 +514,8 @@ TEST_P(ExactRules, LongValuesAreReadFromPagesWithoutAHead) {
   for (const std::u16string& text : texts) values.push_back({StoredText(text, layout)});
   const uint32_t page = file.AddDataPage(kOwnerLongValues, values);
   for (size_t i = 0; i < values.size(); i++) {
-    Bytes field = Little(values[i].bytes.size() | size_t{0x40} << 24, 4);
-    for (const Bytes& part : {Little(page << 8 | i, 4), Bytes(4)})
-      field.insert(field.end(), part.begin(), part.end());
+    const Bytes head = Little(values[i].bytes.size() | size_t{0x40} << 24, 4);
+    const Bytes field = Join(Join(head, Little(page << 8 | i, 4)), Bytes(4));
     records.push_back({MakeRow(notes, layout, {field})});
   }
   file.AddDataPage(owner, records);
@@ -571,9 +556,7 @@ TEST_P(ExactRules, ADefinitionThatNoRowAgreesWithFindsNoneWithinThem) {
   STableSpec flags;
   flags.AddFixed(u"A", kTypeBoolean, 1);
   const uint32_t owner = file.AddTable(flags);
-  Bytes row = SmallRow(layout, 1, u"short");
-  const Bytes within = MakeRow(flags, layout, {Bytes()});
-  row.insert(row.end(), within.begin(), within.end());
+  const Bytes row = Join(SmallRow(layout, 1, u"short"), MakeRow(flags, layout, {Bytes()}));
   file.AddDataPage(owner, {{row}, {row}});
   Repair(file.Build());
   ASSERT_NE(data->GetTables().FindTable(file.OffsetOf(owner)), nullptr);

@@ -3,7 +3,6 @@
 #include <functional>
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include "engine/TableScanner.h"
 #include "format/SystemObjects.h"
@@ -24,27 +23,25 @@ struct SRuleCase {
   const char* exact;
 };
 
-template <auto Rule>
+template <auto... Rules>
 void Take(SRecoveryRules& rules, const SRecoveryRules& from) {
-  rules.*Rule = from.*Rule;
+  ((rules.*Rules = from.*Rules), ...);
 }
+#define RULE(name) #name, Take < &SRecoveryRules::name>
 
 // The recovered table "T" of a file that begins as a sound one.
 class CRuleFile : public CDatabaseBuilder {
  public:
-  explicit CRuleFile(const SLayout& layout) : CDatabaseBuilder(layout), m_layout(layout) {}
+  explicit CRuleFile(const SLayout& layout = kLayoutJet4) : CDatabaseBuilder(layout) {}
 
-  uint32_t AddNamedTable(const STableSpec& spec) {
+  uint32_t AddNamedTable(const STableSpec& spec = SmallTable()) {
     const uint32_t page = AddTable(spec);
     AddCatalogueRow(page, u"T", 1);
     return page;
   }
   uint32_t AddSmallRows(uint32_t owner) {
-    return AddDataPage(owner, {{SmallRow(m_layout, 1, u"Ann")}, {SmallRow(m_layout, 2, u"Bob")}});
+    return AddDataPage(owner, {{SmallRow(kLayoutJet4, 1, u"Ann")}, {SmallRow(kLayoutJet4, 2, u"Bob")}});
   }
-
- private:
-  const SLayout& m_layout;
 };
 
 using Describe = std::function<std::string(const CAccessTable&)>;
@@ -94,8 +91,8 @@ std::string LastValue(const CAccessTable& table) {
 // --- pages ---
 
 std::string FreedPage(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  CRuleFile file;
+  const uint32_t page = file.AddSmallRows(file.AddNamedTable());
   // The first map of page 1: kind, first page, then a bit a page that is set while the page is free.
   const uint32_t map = file.Page(kGlobalMapPage).Get16(kLayoutJet4.data.slots);
   file.Page(kGlobalMapPage).Put8(map + 5 + page / 8, 1u << page % 8);
@@ -103,31 +100,23 @@ std::string FreedPage(const SRecoveryRules& rules) {
 }
 
 std::string OwnerThatIsGone(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t table = file.AddNamedTable(SmallTable());
+  CRuleFile file;
+  const uint32_t table = file.AddNamedTable();
   file.AddSmallRows(table);
   const Bytes healthy = file.Build();
   file.Page(table).Fill(0);
   return ReadTable(rules, file.Build(), Rows, healthy);
 }
 
-std::string DefinitionWithoutMark(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t table = file.AddNamedTable(SmallTable());
-  file.AddSmallRows(table);
-  file.Page(table).Put32(kLayoutJet4.definition.magic, 0);
-  return ReadTable(rules, file.Build(), Rows);
-}
-
 std::string NamelessTableOfAccess(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   STableSpec modules;
   file.AddTable(modules.AddVariable(u"__A__", kTypeText, 255));
   return TableNamed(*Recover(file.Build(), rules), u"MSysModules") != nullptr ? "known" : "unknown";
 }
 
 std::string TableThatOnlyTheNavigationPaneNames(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   const uint32_t table = file.AddTable(SmallTable());
   STableSpec list;
   list.AddVariable(u"Id", kTypeLong, 4)
@@ -140,24 +129,32 @@ std::string TableThatOnlyTheNavigationPaneNames(const SRecoveryRules& rules) {
 }
 
 std::string TemplateOfOtherPages(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4), other(kLayoutJet4);
-  file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  CRuleFile file, other;
+  file.AddSmallRows(file.AddNamedTable());
   other.AddPage();
-  other.AddNamedTable(SmallTable());
+  other.AddNamedTable();
   return ReadTable(rules, file.Build(), Rows, other.Build());
+}
+
+std::string DefinitionWithoutMark(const SRecoveryRules& rules) {
+  CRuleFile file;
+  const uint32_t table = file.AddNamedTable();
+  file.AddSmallRows(table);
+  file.Page(table).Put32(kLayoutJet4.definition.magic, 0);
+  return ReadTable(rules, file.Build(), Rows);
 }
 
 std::string MoreRowsThanPromised(const SRecoveryRules& rules) {
   STableSpec spec = SmallTable();
   spec.rowCount = 1;
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   file.AddSmallRows(file.AddNamedTable(spec));
   const uint64_t surplus = Recover(file.Build(), rules)->GetLedger().GetCount(EDamage::SurplusRows);
   return std::to_string(surplus) + " doubtful";
 }
 
 std::string UsersTableNamedLikeAccesss(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   file.AddCatalogueRow(file.AddTable(SmallTable()), u"MSysMine", 1);
   const auto data = Recover(file.Build(), rules);
   const CAccessTable* const table = TableNamed(*data, u"MSysMine");
@@ -168,8 +165,8 @@ std::string UsersTableNamedLikeAccesss(const SRecoveryRules& rules) {
 // --- definitions ---
 
 std::string CatalogueDefinitionGone(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  CRuleFile file;
+  file.AddSmallRows(file.AddNamedTable());
   file.Page(kObjectsPage).Fill(0);
   return ReadTable(rules, file.Build(), Rows);
 }
@@ -178,7 +175,7 @@ std::string PermissionsDefinitionGone(const SRecoveryRules& rules) {
   STableSpec permissions;
   permissions.AddFixed(u"ObjectId", kTypeLong, 4).AddVariable(u"SID", kTypeBinary, 510);
   permissions.AddFixed(u"ACM", kTypeLong, 4).AddFixed(u"FInheritable", kTypeBoolean, 1);
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   file.AddDataPage(kAcesPage,
                    {{MakeRow(permissions, kLayoutJet4, {Little(2, 4), Hex("0203"), Little(1, 4), Bytes()})}});
   const auto data = Recover(file.Build(), rules);
@@ -187,8 +184,8 @@ std::string PermissionsDefinitionGone(const SRecoveryRules& rules) {
 }
 
 std::string CountOfColumnsWrong(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t table = file.AddNamedTable(SmallTable());
+  CRuleFile file;
+  const uint32_t table = file.AddNamedTable();
   file.Page(table).Put16(kLayoutJet4.definition.columnCount, 1);
   return ReadTable(rules, file.Build(), Columns);
 }
@@ -196,7 +193,7 @@ std::string CountOfColumnsWrong(const SRecoveryRules& rules) {
 std::string NumbersAbove255(const SRecoveryRules& rules) {
   STableSpec spec = SmallTable();
   spec.columns[1].number = 0x0102;
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   file.AddNamedTable(spec);
   return ReadTable(rules, file.Build(), Columns);
 }
@@ -254,47 +251,38 @@ std::string SecondEntryOfOneIndex(const SRecoveryRules& rules) {
   definition[kLayoutJet4.definition.logicalCount] = 2;
   definition[kLayoutJet4.definition.length] =
       static_cast<uint8_t>(definition[kLayoutJet4.definition.length] + entry.size);
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   file.AddCatalogueRow(file.AddDefinition(definition), u"T", 1);
   return ReadTable(rules, file.Build(), Indexes);
 }
 
 std::string NamesOfAccess97(const SRecoveryRules& rules) {
   CRuleFile file(kLayoutJet3);
-  file.AddNamedTable(SmallTable());
+  file.AddNamedTable();
   return ReadTable(rules, file.Build(), Columns);
 }
 
 // --- rows ---
 
-// The small rows of a file whose page of rows `change` has changed.
-std::string ReadRows(const SRecoveryRules& rules,
-                     const std::function<void(CRuleFile& file, uint32_t page)>& change) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
-  change(file, page);
+// The small rows of a file whose first slot has these bits, too.
+std::string ReadRowsWithBits(const SRecoveryRules& rules, uint32_t bits) {
+  CRuleFile file;
+  CPageBytes& page = file.Page(file.AddSmallRows(file.AddNamedTable()));
+  page.Put16(kLayoutJet4.data.slots, page.Get16(kLayoutJet4.data.slots) | bits);
   return ReadTable(rules, file.Build(), Rows);
 }
 
-uint32_t SlotOf(CRuleFile& file, uint32_t page) {
-  return file.Page(page).Get16(kLayoutJet4.data.slots);
-}
-
 std::string StartBeyondThePage(const SRecoveryRules& rules) {
-  return ReadRows(rules, [](CRuleFile& file, uint32_t page) {
-    file.Page(page).Put16(kLayoutJet4.data.slots, SlotOf(file, page) | 0x1000);
-  });
+  return ReadRowsWithBits(rules, 0x1000);
 }
 
 std::string RowBehindALostPointer(const SRecoveryRules& rules) {
-  return ReadRows(rules, [](CRuleFile& file, uint32_t page) {
-    file.Page(page).Put16(kLayoutJet4.data.slots, SlotOf(file, page) | kSlotHidden);
-  });
+  return ReadRowsWithBits(rules, kSlotHidden);
 }
 
 std::string ReasonOfARejectedRow(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t page = file.AddSmallRows(file.AddNamedTable(SmallTable()));
+  CRuleFile file;
+  const uint32_t page = file.AddSmallRows(file.AddNamedTable());
   file.Page(page).Put16(kLayoutJet4.data.slots, 5);
   const auto data = Recover(file.Build(), rules);
   const auto& places = data->GetLedger().GetPlaces(EDamage::RejectedRow);
@@ -303,8 +291,8 @@ std::string ReasonOfARejectedRow(const SRecoveryRules& rules) {
 }
 
 std::string PointerToAnothersRow(const SRecoveryRules& rules) {
-  CRuleFile file(kLayoutJet4);
-  const uint32_t table = file.AddNamedTable(SmallTable());
+  CRuleFile file;
+  const uint32_t table = file.AddNamedTable();
   const uint32_t other = file.AddSmallRows(file.AddTable(SmallTable()));
   file.AddDataPage(table, {{MakePointerRow(other, 0), kSlotPointer}});
   return ReadTable(rules, file.Build(), Rows);
@@ -313,7 +301,7 @@ std::string PointerToAnothersRow(const SRecoveryRules& rules) {
 std::string ManyStoredColumns(const SRecoveryRules& rules) {
   STableSpec wide = SmallTable();
   wide.columns[1].number = 299;
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   const uint32_t table = file.AddNamedTable(wide);
   file.AddDataPage(table, {{MakeRow(wide, kLayoutJet4, {Little(1, 4), StoredText(u"Ann", kLayoutJet4)})}});
   return ReadTable(rules, file.Build(), Rows);
@@ -324,7 +312,7 @@ std::string ManyStoredColumns(const SRecoveryRules& rules) {
 std::string ReadValue(const SRecoveryRules& rules, uint8_t type, const Bytes& value) {
   STableSpec spec;
   spec.AddFixed(u"V", type, static_cast<uint16_t>(value.size()));
-  CRuleFile file(kLayoutJet4);
+  CRuleFile file;
   file.AddDataPage(file.AddNamedTable(spec), {{MakeRow(spec, kLayoutJet4, {value})}});
   return ReadTable(rules, file.Build(), LastValue);
 }
@@ -344,51 +332,34 @@ std::string NumberThatSpellsAB(const SRecoveryRules& rules) {
 }
 
 const SRuleCase kCases[] = {
-    {"creditFreedPages", Take<&SRecoveryRules::creditFreedPages>, FreedPage, "2 rows", "0 rows"},
-    {"requireOwnerDefinition", Take<&SRecoveryRules::requireOwnerDefinition>, OwnerThatIsGone, "0 rows",
-     "2 rows"},
-    {"requireDefinitionMark", Take<&SRecoveryRules::requireDefinitionMark>, DefinitionWithoutMark, "2 rows",
-     "no table"},
-    {"templateMatchesByName", Take<&SRecoveryRules::templateMatchesByName>, TemplateOfOtherPages, "no table",
-     "2 rows"},
-    {"surplusRowsAreDoubtful", Take<&SRecoveryRules::surplusRowsAreDoubtful>, MoreRowsThanPromised,
-     "0 doubtful", "1 doubtful"},
-    {"systemTablesByName", Take<&SRecoveryRules::systemTablesByName>, UsersTableNamedLikeAccesss,
-     "Access' own", "the user's"},
-    {"columnsNameSystemTables", Take<&SRecoveryRules::columnsNameSystemTables>, NamelessTableOfAccess,
-     "unknown", "known"},
-    {"useBuiltInSystemTables", Take<&SRecoveryRules::useBuiltInSystemTables>, PermissionsDefinitionGone,
-     "no table", "1 rows"},
-    {"otherPlacesTellNames", Take<&SRecoveryRules::otherPlacesTellNames>, TableThatOnlyTheNavigationPaneNames,
-     "no table", "0 rows"},
-    {"mendDefinitions", Take<&SRecoveryRules::mendDefinitions>, CountOfColumnsWrong,
-     "RecoveredField####0 0, ", "Id 0, Name 1, "},
-    {"columnNumberLowByteOnly", Take<&SRecoveryRules::columnNumberLowByteOnly>, NumbersAbove255,
-     "Id 0, Name 2, ", "Id 0, Name 258, "},
-    {"indexFlagsOffsetJet4", Take<&SRecoveryRules::indexFlagsOffsetJet4>, FlagsOfAnIndex, "Index_0: unique; ",
-     "Index_0: required; "},
-    {"indexFlagsExactMatch", Take<&SRecoveryRules::indexFlagsExactMatch>, SeveralFlagsOfAnIndex,
-     "Index_0: unique; ", "Index_0: unique ignores nulls required; "},
-    {"logicalIndexNumberOffsetJet4", Take<&SRecoveryRules::logicalIndexNumberOffsetJet4>,
+    {RULE(creditFreedPages), FreedPage, "2 rows", "0 rows"},
+    {RULE(requireOwnerDefinition), OwnerThatIsGone, "0 rows", "2 rows"},
+    {RULE(requireDefinitionMark), DefinitionWithoutMark, "2 rows", "no table"},
+    {RULE(templateMatchesByName), TemplateOfOtherPages, "no table", "2 rows"},
+    {RULE(surplusRowsAreDoubtful), MoreRowsThanPromised, "0 doubtful", "1 doubtful"},
+    {RULE(systemTablesByName), UsersTableNamedLikeAccesss, "Access' own", "the user's"},
+    {RULE(columnsNameSystemTables), NamelessTableOfAccess, "unknown", "known"},
+    {RULE(useBuiltInSystemTables), PermissionsDefinitionGone, "no table", "1 rows"},
+    {RULE(otherPlacesTellNames), TableThatOnlyTheNavigationPaneNames, "no table", "0 rows"},
+    {RULE(mendDefinitions), CountOfColumnsWrong, "RecoveredField####0 0, ", "Id 0, Name 1, "},
+    {RULE(columnNumberLowByteOnly), NumbersAbove255, "Id 0, Name 2, ", "Id 0, Name 258, "},
+    {RULE(indexFlagsOffsetJet4), FlagsOfAnIndex, "Index_0: unique; ", "Index_0: required; "},
+    {RULE(indexFlagsExactMatch), SeveralFlagsOfAnIndex, "Index_0: unique; ",
+     "Index_0: unique ignores nulls required; "},
+    {RULE(logicalIndexNumberOffsetJet4),
      [](const SRecoveryRules& rules) { return PrimaryKeyByNumber(rules, kLayoutJet4); },
      "Primary Key: primary; Index_1:; ", "Index_0:; Primary Key: primary; "},
-    {"logicalCountIsRealCount", Take<&SRecoveryRules::logicalCountIsRealCount>, SecondEntryOfOneIndex,
-     "Index_0:; ", "A: primary; "},
-    {"rawJet3Names", Take<&SRecoveryRules::rawJet3Names>, NamesOfAccess97, "\u6449 0, \u614E\u656D 1, ",
-     "Id 0, Name 1, "},
-    {"rowStartMask", Take<&SRecoveryRules::rowStartMask>, StartBeyondThePage, "2 rows", "1 rows"},
-    {"skipHiddenRows", Take<&SRecoveryRules::skipHiddenRows>, RowBehindALostPointer, "1 rows", "2 rows"},
-    {"tellReasons", Take<&SRecoveryRules::tellReasons>, ReasonOfARejectedRow, "no reason",
-     "its start cannot be true"},
-    {"trustOverflowTarget", Take<&SRecoveryRules::trustOverflowTarget>, PointerToAnothersRow, "1 rows",
-     "0 rows"},
-    {"maximumStoredColumns", Take<&SRecoveryRules::maximumStoredColumns>, ManyStoredColumns, "0 rows",
-     "1 rows"},
-    {"decimalLowWordsOnly", Take<&SRecoveryRules::decimalLowWordsOnly>, NegativeDecimal, "'5'", "'-5'"},
-    {"floatDecimals", Take<&SRecoveryRules::floatDecimals>, SmallDouble, "'0.00000'", "'1e-06'"},
-    {"recordsHoldTexts", Take<&SRecoveryRules::recordsHoldTexts>, NumberThatSpellsAB, "'4325441'", "'AB'"},
-    {"midnightKeepsBlank", Take<&SRecoveryRules::midnightKeepsBlank>, Midnight, "'12/31/1899 '",
-     "'12/31/1899'"},
+    {RULE(logicalCountIsRealCount), SecondEntryOfOneIndex, "Index_0:; ", "A: primary; "},
+    {RULE(rawJet3Names), NamesOfAccess97, "\u6449 0, \u614E\u656D 1, ", "Id 0, Name 1, "},
+    {RULE(rowStartMask), StartBeyondThePage, "2 rows", "1 rows"},
+    {RULE(skipHiddenRows), RowBehindALostPointer, "1 rows", "2 rows"},
+    {RULE(tellReasons), ReasonOfARejectedRow, "no reason", "its start cannot be true"},
+    {RULE(trustOverflowTarget), PointerToAnothersRow, "1 rows", "0 rows"},
+    {RULE(maximumStoredColumns), ManyStoredColumns, "0 rows", "1 rows"},
+    {RULE(decimalLowWordsOnly), NegativeDecimal, "'5'", "'-5'"},
+    {RULE(floatDecimals), SmallDouble, "'0.00000'", "'1e-06'"},
+    {RULE(recordsHoldTexts), NumberThatSpellsAB, "'4325441'", "'AB'"},
+    {RULE(midnightKeepsBlank), Midnight, "'12/31/1899 '", "'12/31/1899'"},
 };
 
 class Rules : public CEngineTest, public testing::WithParamInterface<SRuleCase> {};
@@ -416,15 +387,14 @@ TEST_F(CEngineTest, RulesThatBothSetsShare) {
 }
 
 TEST_F(CEngineTest, APageThatCannotBeReadFollowsItsRule) {
-  // Each set as it is, and with this rule turned.
-  for (const auto& [set, isTurned] : {std::pair{kStandardRules, false},
-                                      {kStandardRules, true},
-                                      {kExactRules, false},
-                                      {kExactRules, true}}) {
+  for (const auto& [set, keeps] : {std::pair{kStandardRules, true},
+                                   {kStandardRules, false},
+                                   {kExactRules, false},
+                                   {kExactRules, true}}) {
     SRecoveryRules rules = set;
-    rules.unreadablePageKeepsPrevious = set.unreadablePageKeepsPrevious != isTurned;
-    CRuleFile file(kLayoutJet4);
-    const uint32_t table = file.AddNamedTable(SmallTable());
+    rules.unreadablePageKeepsPrevious = keeps;
+    CRuleFile file;
+    const uint32_t table = file.AddNamedTable();
     file.AddSmallRows(table);
     const uint32_t lost = file.AddSmallRows(table);
     const CTempFile bytes(file.Build());
@@ -436,7 +406,7 @@ TEST_F(CEngineTest, APageThatCannotBeReadFollowsItsRule) {
     scanner.ScanTableDefinitions(data, source);
     scanner.ScanDataPages(data, source);
     const size_t pages = data.GetTables().FindTable(file.OffsetOf(table))->dataPages.GetCount();
-    EXPECT_EQ(pages, (set == kStandardRules) != isTurned ? 2u : 1u);
+    EXPECT_EQ(pages, keeps ? 2u : 1u);
   }
 }
 
@@ -459,19 +429,15 @@ TEST(RuleSets, DifferOnlyInRulesThatHaveATest) {
   // PreparedQuery.HoldsTheStoredRowsInTheirOrder, CQueryStepTest.WhatChangesAQueryIsTold
   Take<&SRecoveryRules::queriesAreTheirText>(rules, kExactRules);
   // SaveRules.BytesAndFormatsFollowTheirRules
-  Take<&SRecoveryRules::dropBytesAbove127>(rules, kExactRules);
-  Take<&SRecoveryRules::keepAceFormat>(rules, kExactRules);
+  Take<&SRecoveryRules::dropBytesAbove127, &SRecoveryRules::keepAceFormat>(rules, kExactRules);
   // CNullCascadeTest
   Take<&SRecoveryRules::nullCascadeIsUnknown>(rules, kExactRules);
   // Findings.EachSetOfRulesTellsItsOwn
-  Take<&SRecoveryRules::damagePlacesTold>(rules, kExactRules);
-  Take<&SRecoveryRules::tellOmittedObjects>(rules, kExactRules);
-  Take<&SRecoveryRules::userTablesDecide>(rules, kExactRules);
+  Take<&SRecoveryRules::damagePlacesTold, &SRecoveryRules::tellOmittedObjects,
+       &SRecoveryRules::userTablesDecide>(rules, kExactRules);
   // In tests/writer and tests/cli: what is saved and what is told.
-  Take<&SRecoveryRules::complexValuesAreData>(rules, kExactRules);
-  Take<&SRecoveryRules::keepLinks>(rules, kExactRules);
-  Take<&SRecoveryRules::keepDatabaseSettings>(rules, kExactRules);
-  Take<&SRecoveryRules::changesAreLosses>(rules, kExactRules);
+  Take<&SRecoveryRules::complexValuesAreData, &SRecoveryRules::keepLinks,
+       &SRecoveryRules::keepDatabaseSettings, &SRecoveryRules::changesAreLosses>(rules, kExactRules);
   EXPECT_TRUE(rules == kExactRules) << "a rule without a test";
 }
 
