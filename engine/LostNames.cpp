@@ -173,11 +173,9 @@ class CLostNames {
       table->name = name;
       table->keepFlag = 1;
       table->nameSource = ENameSource::Elsewhere;
-      m_data.GetLedger().Add(EDamage::RestoredName, {.page = table->GetPage(m_pageSize),
-                                                     .definition = table->GetDefinitionOffset(),
-                                                     .row = -1,
-                                                     .amount = 1,
-                                                     .reason = reason});
+      m_data.GetLedger().Add(
+          EDamage::RestoredName,
+          {.page = table->GetPage(m_pageSize), .definition = table->GetDefinitionOffset(), .reason = reason});
       return true;
     });
   }
