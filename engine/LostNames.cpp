@@ -62,8 +62,6 @@ class CClues {
     const auto clue = m_names.find(id);
     return clue != m_names.end() ? std::u16string_view(clue->second) : std::u16string_view();
   }
-  auto begin() const { return m_names.begin(); }
-  auto end() const { return m_names.end(); }
 
  private:
   std::map<std::u16string, std::u16string> m_names;  // by the catalogue's id
@@ -77,7 +75,8 @@ class CLostNames {
       Take(table->name);
       const std::u16string_view known = table->name.empty() ? NameByColumns(*table) : table->name;
       if (known == kNavigationList) m_navigation = table.get();
-      if (known.empty() && !DescribeFlatTable(*table)) m_nameless.push_back(table.get());
+      const bool isDropped = source.GetFreePages().IsFree(table->GetPage(m_pageSize));
+      if (known.empty() && !isDropped && !DescribeFlatTable(*table)) m_nameless.push_back(table.get());
     }
     auto& queries = data.GetQueryObjects();
     for (const CQuerySysObject* query = queries.GetHead(); query != nullptr; query = query->GetNext()) {

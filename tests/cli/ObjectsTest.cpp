@@ -239,7 +239,7 @@ TEST_P(CObjectsTest, BrokenPropertiesAreDoubtful) {
   const Bytes last = GetParam() == kDaoVersionJet3
                          ? Bytes{'C', 'a', 'p', 't', 'i', 'o', 'n'}
                          : Bytes{'C', 0, 'a', 0, 'p', 0, 't', 0, 'i', 0, 'o', 0, 'n', 0};
-  const auto found = std::ranges::search(bytes, last).begin();
+  const auto found = std::search(bytes.begin(), bytes.end(), last.begin(), last.end());
   ASSERT_NE(found, bytes.end());
   *(found - 1) = 0xFF;  // the length of the name
   const auto data = Recover(bytes, kExactRules);
