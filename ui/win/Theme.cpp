@@ -1,5 +1,6 @@
 #include "ui/win/Theme.h"
 
+#include <array>
 #include <utility>
 
 namespace tolvane {
