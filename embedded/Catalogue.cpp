@@ -36,13 +36,13 @@ CDaoResult CCatalogue::Create(const SHeaderPage& header) {
   m_sidMask = header.sidMask;
   if (CDaoResult result = CreateCatalogueTables(header.order); !result.IsOk()) return result;
   if (CDaoResult result = LoadTables(); !result.IsOk()) return result;
-  for (const SSystemObject& object : GetSystemObjects())
+  for (SSystemObject object : GetSystemObjects())
     if (CDaoResult result = AddObject(object, header.creationDate, {}); !result.IsOk()) return result;
   // The first rows of the catalogue have their page by now, as in files of the original engine.
   if (CDaoResult result = CreateComplexTables(header.order); !result.IsOk()) return result;
   for (const SSystemTable& table : GetSystemTables(m_file.GetLayout()).subspan(kCatalogueTableCount)) {
-    const SSystemObject object{table.page,   kContainerTables, table.name,
-                               kObjectTable, EAccount::None,   table.objectFlags};
+    SSystemObject object{table.page,   kContainerTables, table.name,
+                         kObjectTable, EAccount::None,   table.objectFlags};
     if (CDaoResult result = AddObject(object, header.creationDate, {}); !result.IsOk()) return result;
   }
   for (const SSystemAce& ace : GetSystemAces(m_file.GetLayout()))
@@ -169,16 +169,14 @@ CDaoResult CCatalogue::AddTable(const SNewTable& table, uint32_t definitionPage,
     object.type = table.link->isOdbc ? kObjectLinkedOdbc : kObjectLinkedAccess;
     object.flags |= table.link->isOdbc ? kLinkedOdbcFlags : kLinkedAccessFlags;
   }
-  if (object.id == 0)
-    if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
-  const SExtras extras{table.properties, table.link ? &*table.link : nullptr};
+  if (object.id == 0) const SExtras extras{table.properties, table.link ? &*table.link : nullptr};
   if (CDaoResult result = AddObject(object, date, extras); !result.IsOk()) return result;
   return AddUserAces(object.id, kFullAccess);
 }
 
 CDaoResult CCatalogue::AddHiddenTable(std::u16string_view name, uint32_t definitionPage, uint32_t flags,
                                       std::span<const uint8_t> properties, double date) {
-  const SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User, flags};
+  SSystemObject object{definitionPage, kContainerTables, name, kObjectTable, EAccount::User, flags};
   if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
   for (const EAccount account : {EAccount::User, EAccount::Administrators, EAccount::Users})
     if (CDaoResult result = AddAce({definitionPage, account, kTableAccess, flags == kFlatTableFlags});
@@ -256,7 +254,6 @@ CDaoResult CCatalogue::SetProperties(std::u16string_view document, std::span<con
     return {EDaoError::InvalidName,
             u"A document named \"" + std::u16string(document) + u"\" exists already."};
   SSystemObject object{0, kContainerDatabases, document, kObjectDocument, EAccount::User, 0};
-  if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
   return AddAce({object.id, EAccount::Users, kFullAccess, false});
 }
@@ -265,7 +262,6 @@ CDaoResult CCatalogue::AddQuery(const SSavedQuery& query, std::span<const uint8_
                                 STextLoss& loss) {
   if (CDaoResult result = CheckQueryRows(query.rows); !result.IsOk()) return result;
   SSystemObject object{0, kContainerTables, query.name, kObjectQuery, EAccount::User, query.flags};
-  if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, date, {properties, nullptr}); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kFullAccess); !result.IsOk()) return result;
   return StoreQueryRows(Table(kQueriesPage), object.id, query.rows, loss);
@@ -277,20 +273,17 @@ bool CCatalogue::HasRelation(std::u16string_view name) const {
 
 CDaoResult CCatalogue::AddRelation(const CDaoRelationInfo& relation, double date) {
   SSystemObject object{0, kContainerRelationships, relation.name, kObjectRelationship, EAccount::User, 0};
-  if (CDaoResult result = GiveObjectId(object.id); !result.IsOk()) return result;
   if (CDaoResult result = AddObject(object, date, {}); !result.IsOk()) return result;
   if (CDaoResult result = AddUserAces(object.id, kCreatorAccess); !result.IsOk()) return result;
   m_relations.insert(MakeNameKey(m_file.GetLayout(), relation.name));
   return StoreRelationRows(Table(kRelationshipsPage), relation);
 }
 
-CDaoResult CCatalogue::GiveObjectId(uint32_t& id) {
-  if (m_nextObjectId == 0) return {EDaoError::InvalidArgument, u"The database can take no more objects."};
-  id = m_nextObjectId++;
-  return CDaoResult::Ok();
-}
-
-CDaoResult CCatalogue::AddObject(const SSystemObject& object, double date, const SExtras& extras) {
+CDaoResult CCatalogue::AddObject(SSystemObject& object, double date, const SExtras& extras) {
+  if (object.id == 0) {
+    if (m_nextObjectId == 0) return {EDaoError::InvalidArgument, u"The database can take no more objects."};
+    object.id = m_nextObjectId++;
+  }
   CTableStore& table = Table(kObjectsPage);
   table.BeginRow();
   CRowValues values(table);

@@ -69,13 +69,13 @@ class CCatalogue {
     std::span<const uint8_t> properties;
     const CDaoLinkInfo* link = nullptr;
   };
-  CDaoResult AddObject(const SSystemObject& object, double date, const SExtras& extras);
+  // Gives an object without an id the next one.
+  CDaoResult AddObject(SSystemObject& object, double date, const SExtras& extras);
   CDaoResult SetExtras(const SExtras& extras);
   CDaoResult LoadComplexPlaces();
   CDaoResult AddAce(const SSystemAce& ace);
   // The two entries that every object of the users has; `userAccess` is the owner's.
   CDaoResult AddUserAces(uint32_t object, uint32_t userAccess);
-  CDaoResult GiveObjectId(uint32_t& id);
   std::vector<uint8_t> MaskedSid(EAccount account) const;
   CDaoResult CreateCatalogueTables(STextOrder order);
   CDaoResult CreateComplexTables(STextOrder order);

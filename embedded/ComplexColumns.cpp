@@ -47,19 +47,6 @@ std::vector<SColumnDefinition> MakeValueColumns(const SLayout& layout, STextOrde
   return columns;
 }
 
-void AddIndex(STableDefinition& definition, std::u16string name, std::vector<SIndexColumn> columns,
-              uint8_t flags, uint8_t kind) {
-  SLogicalIndex logical;
-  logical.name = std::move(name);
-  logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
-  logical.kind = kind;
-  definition.logicalIndexes.push_back(std::move(logical));
-  SRealIndex real;
-  real.columns = std::move(columns);
-  real.flags = flags;
-  definition.realIndexes.push_back(std::move(real));
-}
-
 // All display numbers are 0, so names decide the order.
 void SortByName(const SLayout& layout, STableDefinition& definition) {
   const auto byName = [&](const auto& a, const auto& b) { return IsNameBefore(layout, a.name, b.name); };
@@ -115,12 +102,13 @@ SNamedDefinition MakeFlatTable(CIdentity& identity, const SLayout& layout, SText
   foreign.extendedFlags = kColumnFlatKey;
   const std::u16string keyName = foreign.name;
   definition.LayOutColumns();
-  AddIndex(definition, u"MSysComplexPKIndex", {{rowNumber, true}}, kIndexUnique | kIndexRequired,
-           kIndexKindPrimary);
-  AddIndex(definition, keyName, {{key, true}}, kIndexRequired, 0);
+  definition.AddIndex(u"MSysComplexPKIndex",
+                      {.columns = {{rowNumber, true}}, .flags = kIndexUnique | kIndexRequired},
+                      kIndexKindPrimary);
+  definition.AddIndex(keyName, {.columns = {{key, true}}, .flags = kIndexRequired});
   if (!complex.IsHistory())
-    AddIndex(definition, u"IdxFKPrimaryScalar", {{key, true}, {unique, true}}, kIndexUnique | kIndexRequired,
-             0);
+    definition.AddIndex(u"IdxFKPrimaryScalar",
+                        {.columns = {{key, true}, {unique, true}}, .flags = kIndexUnique | kIndexRequired});
   SortByName(layout, definition);
   return flat;
 }

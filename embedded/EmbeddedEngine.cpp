@@ -28,12 +28,10 @@ class CEmbeddedEngine : public CDaoEngine {
                             std::unique_ptr<CDaoDatabase>& database) override {
     database.reset();
     STextOrder order;
-    if (CDaoResult result = TakeLocale(ChooseLayout(options), locale, order); !result.IsOk()) return result;
-    if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
     const SLayout& layout = ChooseLayout(options);
-    auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages, m_identity);
-    file->SetTempFolder(m_tempFolder);
-    file->SetThreads(m_threads);
+    if (CDaoResult result = TakeLocale(layout, locale, order); !result.IsOk()) return result;
+    if (FileExists(path)) return {EDaoError::DatabaseExists, u"The database file exists already."};
+    auto file = MakeFile(layout);
     if (CDaoResult result = file->Create(path, order); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
     return CDaoResult::Ok();
@@ -43,9 +41,7 @@ class CEmbeddedEngine : public CDaoEngine {
                           std::unique_ptr<CDaoDatabase>& database) override {
     database.reset();
     if (!FileExists(path)) return {EDaoError::NotFound, u"The database file does not exist."};
-    auto file = std::make_shared<CEmbeddedFile>(ProbeFileLayout(path), m_maxPages, m_identity);
-    file->SetTempFolder(m_tempFolder);
-    file->SetThreads(m_threads);
+    auto file = MakeFile(ProbeFileLayout(path));
     const EFileAccess access = readOnly ? EFileAccess::Read : EFileAccess::ReadWrite;
     if (CDaoResult result = file->Open(path, access); !result.IsOk()) return result;
     database = std::make_unique<CEmbeddedDatabase>(std::move(file));
@@ -53,6 +49,13 @@ class CEmbeddedEngine : public CDaoEngine {
   }
 
  private:
+  [[nodiscard]] std::shared_ptr<CEmbeddedFile> MakeFile(const SLayout& layout) const {
+    auto file = std::make_shared<CEmbeddedFile>(layout, m_maxPages, m_identity);
+    file->SetTempFolder(m_tempFolder);
+    file->SetThreads(m_threads);
+    return file;
+  }
+
   const uint32_t m_maxPages;
   const std::u16string m_tempFolder;
   const std::shared_ptr<CIdentity> m_identity;

@@ -29,8 +29,7 @@ CEmbeddedRecordset::~CEmbeddedRecordset() {
 }
 
 CDaoResult CEmbeddedRecordset::AddNew() {
-  if (m_table == nullptr || !m_file->IsOpen())
-    return {EDaoError::CannotOpenFile, u"The table or its database is closed."};
+  if (m_table == nullptr || !m_file->IsOpen()) return RefuseField();
   m_table->BeginRow();
   m_isAdding = true;
   m_replacedInRow = 0;

@@ -225,12 +225,7 @@ void CEmbeddedTableDef::LayOutIndexes() {
     if (index.unique || isPrimary) real.flags |= kIndexUnique;
     if (index.required || isPrimary) real.flags |= kIndexRequired;
     if (index.ignoreNulls) real.flags |= kIndexIgnoreNulls;
-    SLogicalIndex logical;
-    logical.name = index.name;
-    logical.number = logical.realIndex = static_cast<uint32_t>(m_table.definition.realIndexes.size());
-    logical.kind = isPrimary ? kIndexKindPrimary : uint8_t{0};
-    m_table.definition.realIndexes.push_back(std::move(real));
-    m_table.definition.logicalIndexes.push_back(std::move(logical));
+    m_table.definition.AddIndex(index.name, std::move(real), isPrimary ? kIndexKindPrimary : kIndexKindPlain);
   }
   AddComplexIndexes();
   std::ranges::sort(m_table.definition.logicalIndexes, [this](const auto& a, const auto& b) {
@@ -242,16 +237,10 @@ void CEmbeddedTableDef::LayOutIndexes() {
 void CEmbeddedTableDef::AddComplexIndexes() {
   STableDefinition& definition = m_table.definition;
   for (const SNewComplexColumn& complex : m_table.complexColumns) {
-    SRealIndex real;
+    SRealIndex real{.flags = kIndexUnique | kIndexRequired, .isOfComplexColumn = true};
     for (const SColumnDefinition& column : definition.columns)
       if (column.name == complex.column) real.columns.push_back({column.number, true});
-    real.flags = kIndexUnique | kIndexRequired;
-    real.isOfComplexColumn = true;
-    SLogicalIndex logical;
-    logical.name = MakeComplexIndexName(m_file->GetIdentity(), complex.column);
-    logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
-    definition.realIndexes.push_back(std::move(real));
-    definition.logicalIndexes.push_back(std::move(logical));
+    definition.AddIndex(MakeComplexIndexName(m_file->GetIdentity(), complex.column), std::move(real));
   }
 }
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "format/Bytes.h"
-#include "format/IndexPageLayout.h"
+#include "format/IndexPage.h"
 #include "platform/ErrorHandler.h"
 #include "platform/Files.h"
 #include "platform/Process.h"
@@ -49,11 +49,6 @@ uint64_t PrefixOf(Bytes entry) {
   return entry.size() < sizeof(prefix) ? prefix << 8 * (sizeof(prefix) - entry.size()) : prefix;
 }
 
-void PutRowPointer(uint32_t page, uint8_t row, std::span<uint8_t, kRowPointerSize> bytes) {
-  for (size_t i = 0; i < 3; i++) bytes[i] = static_cast<uint8_t>(page >> (16 - 8 * i));
-  bytes[3] = row;
-}
-
 }  // namespace
 
 CIndexSorter::CIndexSorter(std::u16string_view folder, size_t memoryBound)
@@ -76,7 +71,7 @@ EDaoError CIndexSorter::Add(std::span<const uint8_t> key, uint32_t page, uint8_t
   m_arena.resize(offset + size);
   const std::span<uint8_t> entry = std::span(m_arena).subspan(offset);
   std::ranges::copy(key, entry.begin());
-  PutRowPointer(page, row, entry.last<kRowPointerSize>());
+  WriteBigEndian(MakeRowPointer(page, row), entry.last<kRowPointerSize>());
   m_records.push_back({PrefixOf(entry), static_cast<uint32_t>(offset), static_cast<uint32_t>(size)});
   m_entryCount++;
   return EDaoError::None;
@@ -104,9 +99,9 @@ bool CIndexSorter::Next(SIndexEntry& entry) {
   }
   const size_t keySize = m_current.size() - kRowPointerSize;
   entry.key = m_current.first(keySize);
-  entry.page = 0;
-  for (size_t i = 0; i < 3; i++) entry.page = entry.page << 8 | m_current[keySize + i];
-  entry.row = m_current.back();
+  const uint32_t pointer = ReadBigEndian(m_current.last(kRowPointerSize));
+  entry.page = PageOfPointer(pointer);
+  entry.row = static_cast<uint8_t>(RowOfPointer(pointer));
   entry.repeatsKey = RepeatsOpenKey();
   return true;
 }

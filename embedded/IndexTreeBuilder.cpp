@@ -15,10 +15,6 @@ using Bytes = std::span<const uint8_t>;
 
 constexpr uint32_t kMaxRowPage = 0xFFFFFF;  // three bytes in an entry
 
-void AppendChildPointer(uint32_t page, std::vector<uint8_t>& entry) {
-  for (int shift = 24; shift >= 0; shift -= 8) entry.push_back(static_cast<uint8_t>(page >> shift));
-}
-
 size_t CommonLength(Bytes a, Bytes b) {
   const size_t most = std::min(a.size(), b.size());
   size_t at = 0;
@@ -104,9 +100,7 @@ bool CIndexTreeBuilder::SetEntry(std::span<const uint8_t> key, uint32_t page, ui
   if (page > kMaxRowPage || key.size() > m_layout.LongestKey()) return false;
   m_entry.resize(key.size() + kRowPointerSize);
   std::ranges::copy(key, m_entry.begin());
-  const std::span<uint8_t> pointer = std::span(m_entry).subspan(key.size());
-  for (size_t i = 0; i < 3; i++) pointer[i] = static_cast<uint8_t>(page >> (16 - 8 * i));
-  pointer[3] = row;
+  WriteBigEndian(MakeRowPointer(page, row), std::span(m_entry).last<kRowPointerSize>());
   return true;
 }
 
@@ -129,7 +123,8 @@ bool CIndexTreeBuilder::AddChild(size_t level, std::span<const uint8_t> lastEntr
   }
   SPage& node = *m_levels[level];
   if (node.tail != 0) {
-    AppendChildPointer(node.tail, node.tailEntry);
+    node.tailEntry.resize(node.tailEntry.size() + kChildPointerSize);
+    WriteBigEndian(node.tail, std::span(node.tailEntry).last<kChildPointerSize>());
     if (!Fits(node, node.tailEntry.size(), 0)) {
       if (!SplitNode(node)) return false;
     } else {

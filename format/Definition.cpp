@@ -231,6 +231,14 @@ class CDefinitionWalk {
 
 }  // namespace
 
+void STableDefinition::AddIndex(std::u16string name, SRealIndex real, uint8_t kind) {
+  SLogicalIndex& logical = logicalIndexes.emplace_back();
+  logical.name = std::move(name);
+  logical.number = logical.realIndex = static_cast<uint32_t>(realIndexes.size());
+  logical.kind = kind;
+  realIndexes.push_back(std::move(real));
+}
+
 void STableDefinition::LayOutColumns() {
   uint16_t fixedOffset = 0;
   variableEver = 0;

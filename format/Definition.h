@@ -63,7 +63,7 @@ struct SIndexColumn {
 };
 
 struct SRealIndex {
-  std::vector<SIndexColumn> columns;
+  std::vector<SIndexColumn> columns = {};
   uint8_t flags = 0;
   bool isOfComplexColumn = false;  // made with it, not by anybody
   uint32_t map = 0;
@@ -96,6 +96,8 @@ struct STableDefinition {
   std::vector<SRealIndex> realIndexes;
   std::vector<SLogicalIndex> logicalIndexes;  // by name
 
+  // Behind the other real indexes, under that name; the names are sorted when all are there.
+  void AddIndex(std::u16string name, SRealIndex real, uint8_t kind = 0);
   // Numbers the columns in their present order and places them in the row; flags, types and lengths are
   // given.
   void LayOutColumns();

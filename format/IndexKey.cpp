@@ -17,12 +17,11 @@ struct SKeyFlags {
   uint8_t null;
   uint8_t value;
 };
-constexpr SKeyFlags kAscendingFlags{0x00, 0x7F};
+constexpr SKeyFlags kAscendingFlags{0x00, kKeyOfValue};
 constexpr SKeyFlags kDescendingFlags{0xFF, 0x80};
 
 constexpr uint8_t kBooleanTrue = 0x00;  // true sorts first
 constexpr uint8_t kBooleanFalse = 0xFF;
-constexpr uint8_t kSignBit = 0x80;
 
 // Binary values: pieces of eight bytes, each followed by 09 or, the last one, by its length.
 constexpr size_t kPiece = 8;
@@ -52,7 +51,7 @@ class CKeyWriter {
     std::for_each(value.rbegin(), value.rend(), [this](uint8_t b) { Put(b); });
   }
   void PutSigned(Bytes value) {
-    Put(value.back() ^ kSignBit);
+    Put(value.back() ^ kKeySignBit);
     PutReversed(value.first(value.size() - 1));
   }
 
@@ -63,7 +62,7 @@ class CKeyWriter {
 
 // Negative numbers grow downwards as bytes, so all their bits are flipped.
 void PutFloat(Bytes value, EKeyOrder order, CKeyWriter& writer) {
-  const bool negative = (value.back() & kSignBit) != 0;
+  const bool negative = (value.back() & kKeySignBit) != 0;
   const bool descending = order == EKeyOrder::Descending;
   writer.SetComplement(negative != descending);
   if (negative)

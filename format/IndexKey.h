@@ -38,13 +38,14 @@ inline constexpr size_t kIndexedMemoBytes = 640;
 bool AppendIndexKey(const SIndexKeyFormat& format, uint8_t type, bool ascending,
                     std::optional<std::span<const uint8_t>> storageBytes, std::vector<uint8_t>& key);
 
+inline constexpr uint8_t kKeyOfValue = 0x7F, kKeySignBit = 0x80;
+
 // The part of a long that is not null, as AppendIndexKey makes it: most indexes have no other.
 inline std::array<uint8_t, 5> MakeLongKey(std::span<const uint8_t, 4> storageBytes, bool ascending) {
-  constexpr uint8_t kFlag = 0x7F, kSignBit = 0x80;
   const auto mask = static_cast<uint8_t>(ascending ? 0x00 : 0xFF);
   const auto part = [mask](int byte) { return static_cast<uint8_t>(byte ^ mask); };
-  return {part(kFlag), part(storageBytes[3] ^ kSignBit), part(storageBytes[2]), part(storageBytes[1]),
-          part(storageBytes[0])};
+  return {part(kKeyOfValue), part(storageBytes[3] ^ kKeySignBit), part(storageBytes[2]),
+          part(storageBytes[1]), part(storageBytes[0])};
 }
 
 }  // namespace tolvane

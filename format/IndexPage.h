@@ -59,6 +59,10 @@ inline uint32_t ReadBigEndian(std::span<const uint8_t> bytes) {
   return value;
 }
 
+inline void WriteBigEndian(uint32_t value, std::span<uint8_t, sizeof(uint32_t)> bytes) {
+  for (size_t i = sizeof(value); i-- > 0; value >>= 8) bytes[i] = static_cast<uint8_t>(value);
+}
+
 // Hands over the rows that the entries of a leaf lead to; none where its mask cannot be followed.
 template <class F>
 void ForEachIndexEntry(std::span<const uint8_t> page, const SIndexPageLayout& layout, const F& take) {

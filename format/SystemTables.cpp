@@ -216,17 +216,10 @@ SColumnDefinition MakeKindColumn(const SColumn& from, bool isOfFile) {
 }
 
 void AddIndexes(std::span<const SIndex> indexes, STableDefinition& definition) {
-  uint32_t number = 0;
   for (const SIndex& from : indexes) {
-    SRealIndex real;
+    SRealIndex real{.flags = from.flags};
     for (const uint16_t column : from.columns) real.columns.push_back({column, true});
-    real.flags = from.flags;
-    definition.realIndexes.push_back(std::move(real));
-    SLogicalIndex logical;
-    logical.name = from.name;
-    logical.number = logical.realIndex = number++;
-    logical.kind = from.kind;
-    definition.logicalIndexes.push_back(std::move(logical));
+    definition.AddIndex(std::u16string(from.name), std::move(real), from.kind);
   }
 }
 

@@ -142,12 +142,9 @@ Bytes MakePointerRow(uint32_t page, uint8_t slot) {
 Bytes MakeDefinition(const STableSpec& table, const SLayout& layout) {
   STableDefinition definition = DefinitionOf(table);
   for (const SIndexSpec& from : table.indexes) {
-    SLogicalIndex& logical = definition.logicalIndexes.emplace_back();
-    logical.name = from.name;
-    logical.number = logical.realIndex = static_cast<uint32_t>(definition.realIndexes.size());
-    logical.kind = from.isPrimary ? kIndexKindPrimary : kIndexKindPlain;
-    SRealIndex& real = definition.realIndexes.emplace_back();
+    SRealIndex real;
     for (const SIndexSpec::SColumn& column : from.columns) real.columns.push_back({column.number, true});
+    definition.AddIndex(from.name, std::move(real), from.isPrimary ? kIndexKindPrimary : kIndexKindPlain);
   }
   CPageBytes bytes(
       EncodeDefinition(layout, definition, [&](auto name) { return EncodeAsciiName(layout, name); }));
