@@ -1,6 +1,7 @@
 #include "app/FileSave.h"
 
 #include "app/OutputChoice.h"
+#include "format/HeaderLayout.h"
 #include "platform/DiskRoom.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -23,12 +24,6 @@ std::u16string DescribeRoom(const SOutputRequest& request) {
 
 }  // namespace
 
-namespace {
-
-constexpr uint8_t kFirstAceVersion = 2;
-
-}  // namespace
-
 void EndExternalEngine(CProcessManager& processes) {
   if (processes.IsRunning(kExternalEngineName)) processes.Terminate(kExternalEngineName);
 }
@@ -43,7 +38,7 @@ std::u16string COvFileSave::ChooseOutputPath(CDialogs& dialogs, CProcessManager&
   SOutputOrigin origin;
   origin.corruptedPath = manager.GetCorruptedPath();
   if (manager.GetMode().IsAdvance()) origin.templatePath = manager.GetTemplatePath();
-  origin.isAce = manager.GetData() && manager.GetData()->source.versionByte >= kFirstAceVersion;
+  origin.isAce = manager.GetData() && manager.GetData()->source.versionByte >= kVersionAce12;
   const std::u16string path = ChooseOutput(dialogs, origin, m_lastOutputPath);
   if (path.empty()) return path;
   m_output.Discard();

@@ -22,7 +22,7 @@ bool CTableCheck::Open(uint32_t definitionPage) {
     m_keys.push_back(std::make_unique<CRowKeys>(m_context, index, m_longValues));
   m_expected.resize(m_keys.size());
   for (const SCheckedColumn& column : m_table->columns)
-    if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) m_autoNumber = &column;
+    if (column.IsCounter()) m_autoNumber = &column;
   m_highestNumber = m_table->autoNumber;
   LoadMaps();
   return true;

@@ -35,7 +35,7 @@ std::string TypeName(const CAccessColumn& column, const CAccessData& data) {
       {kTypeGuid, "Replication ID"}, {kTypeDecimal, "Decimal"},
       {kTypeBigInt, "Large Number"}, {kTypeExtendedDate, "Date/Time Extended"}};
   if (column.type == kTypeComplex) return NameOfComplex(column, data);
-  if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) return "AutoNumber";
+  if (column.IsCounter()) return "AutoNumber";
   for (const auto& [type, name] : kNames)
     if (type == column.type) return name;
   return "Type " + std::to_string(column.type);

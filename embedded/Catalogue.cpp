@@ -169,7 +169,7 @@ CDaoResult CCatalogue::AddTable(const SNewTable& table, uint32_t definitionPage,
     object.type = table.link->isOdbc ? kObjectLinkedOdbc : kObjectLinkedAccess;
     object.flags |= table.link->isOdbc ? kLinkedOdbcFlags : kLinkedAccessFlags;
   }
-  if (object.id == 0) const SExtras extras{table.properties, table.link ? &*table.link : nullptr};
+  const SExtras extras{table.properties, table.link ? &*table.link : nullptr};
   if (CDaoResult result = AddObject(object, date, extras); !result.IsOk()) return result;
   return AddUserAces(object.id, kFullAccess);
 }

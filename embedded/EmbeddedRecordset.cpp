@@ -19,7 +19,7 @@ CEmbeddedRecordset::CEmbeddedRecordset(std::shared_ptr<CEmbeddedFile> file,
     if (ColumnAt(index).IsCalculated()) m_calculated.push_back(index);
   for (const SColumnDefinition& column : columns) {
     if (column.type == kTypeComplex) m_complexColumns.push_back(&column);
-    if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) m_autoNumber = &column;
+    if (column.IsCounter()) m_autoNumber = &column;
     if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) m_autoGuids.push_back(&column);
   }
 }

@@ -162,18 +162,16 @@ CDaoResult CEmbeddedTableDef::AddColumn(const CDaoFieldInfo& field) {
   }
   if (CDaoResult result = CheckAutoNumber(column); !result.IsOk()) return result;
   column.displayNumber = field.position.value_or(static_cast<uint16_t>(m_table.definition.columns.size()));
-  if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0)
-    m_table.definition.autoNumber = static_cast<uint32_t>(field.lastNumber);
+  if (column.IsCounter()) m_table.definition.autoNumber = static_cast<uint32_t>(field.lastNumber);
   m_table.definition.columns.push_back(std::move(column));
   return CDaoResult::Ok();
 }
 
 CDaoResult CEmbeddedTableDef::CheckAutoNumber(const SColumnDefinition& column) const {
-  if (column.type != kTypeLong || (column.flags & kColumnAutoNumber) == 0) return CDaoResult::Ok();
-  for (const SColumnDefinition& other : m_table.definition.columns)
-    if (other.type == kTypeLong && (other.flags & kColumnAutoNumber) != 0)
-      return Invalid(u"A table has at most one field that counts its records.");
-  return CDaoResult::Ok();
+  if (!column.IsCounter()) return CDaoResult::Ok();
+  if (std::ranges::none_of(m_table.definition.columns, &SColumnDefinition::IsCounter))
+    return CDaoResult::Ok();
+  return Invalid(u"A table has at most one field that counts its records.");
 }
 
 CDaoResult CEmbeddedTableDef::CreateIndex(const CDaoIndexInfo& index) {

@@ -6,10 +6,6 @@ namespace tolvane {
 
 namespace {
 
-bool IsAutoNumberColumn(const SColumnDefinition& column) {
-  return column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0;
-}
-
 bool FollowsFromOthers(const SColumnDefinition& column) {
   return column.IsCalculated() || column.type == kTypeComplex ||
          (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0);
@@ -25,7 +21,7 @@ CRecordBatch::CRecordBatch(const SLayout& layout, const STableDefinition& defini
                            std::span<const size_t> fields)
     : m_definition(definition), m_fields(fields), m_values(layout), m_row(layout, definition) {
   for (const SColumnDefinition& column : definition.columns)
-    if (IsAutoNumberColumn(column)) m_autoNumber = &column;
+    if (column.IsCounter()) m_autoNumber = &column;
 }
 
 void CRecordBatch::Clear() {

@@ -135,10 +135,8 @@ class CPagePlaces {
     const auto isKey = [](const CAccessTableIndex& index) {
       return index.primary != 0 || (index.unique != 0 && index.required != 0);
     };
-    const auto counts = [](const CAccessColumn& column) {
-      return column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0;
-    };
-    return std::ranges::any_of(table.indexes, isKey) || std::ranges::any_of(table.columns, counts);
+    return std::ranges::any_of(table.indexes, isKey) ||
+           std::ranges::any_of(table.columns, &CAccessColumn::IsCounter);
   }
 
   bool Load(uint32_t page) { return m_source.ReadPage(page, m_page) && AreSlotsSound(m_page, m_layout); }

@@ -94,7 +94,7 @@ void CSchemaMaker::AddColumns(SSqlTable& table, const std::vector<size_t>& sourc
                    isResult ? results[source].scale : recovered.GetScale()};
     column.isRequired =
         recovered.type == kTypeBoolean || IsYes(FindProperty(recovered.properties, kRequired));
-    column.isCounter = recovered.type == kTypeLong && (recovered.flags & kColumnAutoNumber) != 0;
+    column.isCounter = recovered.IsCounter();
     column.isFile = (recovered.extendedFlags & kColumnOfFile) != 0 && FilePartOf(recovered) == kFilePartData;
   }
   const uint32_t last = table.source->header.nextAutoNumber;

@@ -39,6 +39,7 @@ struct SColumnDefinition {
   bool hasMaps = false;                  // long values: maps of the column's pages
   uint32_t ownedMap = 0, freeMap = 0;
 
+  [[nodiscard]] bool IsCounter() const { return type == kTypeLong && (flags & kColumnAutoNumber) != 0; }
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
   [[nodiscard]] bool IsCalculated() const { return tolvane::IsCalculated(extendedFlags); }
   // Of the first engine that knows such a column, as a version byte.

@@ -47,6 +47,7 @@ class CAccessColumn {
   [[nodiscard]] std::u16string_view GetName() const;
   // Cut at 255 units; the rest of the array becomes zero.
   void SetName(std::u16string_view text);
+  [[nodiscard]] bool IsCounter() const { return type == kTypeLong && (flags & kColumnAutoNumber) != 0; }
   [[nodiscard]] bool IsFixed() const { return (flags & kColumnFixed) != 0; }
   // Digits after the point of a decimal.
   [[nodiscard]] uint8_t GetScale() const { return static_cast<uint8_t>(misc >> 8); }

@@ -222,10 +222,6 @@ void CMainFrame::OnDrop(WPARAM drop) {
   if (count > 1) ShowNotice(u"Only the first of the dropped files was chosen.");
 }
 
-void CMainFrame::OnClose() {
-  m_workflow->Close();
-}
-
 // --- the window ---
 
 void CMainFrame::ShowNotice(std::u16string_view text) {
@@ -347,7 +343,7 @@ LRESULT CMainFrame::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       m_view.RestoreFocus();
       return 0;
     case WM_CLOSE:
-      OnClose();
+      m_workflow->Close();
       return 0;
     case WM_QUERYENDSESSION:
       return m_workflow->IsWorking() ? FALSE : TRUE;

@@ -54,7 +54,6 @@ class CMainFrame : public CWnd, public CMainFrameWindow {
   void TakeFirstPlace();
   bool CreateChildren();
   bool CreateWorkflow();
-  void OnClose();
   void OnDrop(WPARAM drop);
   void OnDpiChanged(UINT dpi, const RECT& area);
   void OnGetMinMaxInfo(MINMAXINFO& info) const;

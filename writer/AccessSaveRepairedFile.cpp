@@ -55,12 +55,11 @@ CAccessSaveRepairedFile::CAccessSaveRepairedFile(CDaoEngine& engine, CJobContext
 CAccessSaveRepairedFile::~CAccessSaveRepairedFile() = default;
 
 EOutputFormat CAccessSaveRepairedFile::DecideFormat(const CAccessData& data, EOutputFormat chosen) {
-  constexpr uint8_t kFirstAceVersion = 2;
   if (chosen != EOutputFormat::ByRules) return chosen;
   // The Access 97 files that are made here are Western ones; the later format holds all characters.
   const bool isWestern = data.source.codePage == kWindowsLatin1 || !data.GetRules().keepDatabaseSettings;
   if (data.source.isJet3 && isWestern) return EOutputFormat::Jet3;
-  const bool isAce = data.source.versionByte >= kFirstAceVersion;
+  const bool isAce = data.source.versionByte >= kVersionAce12;
   return isAce && data.GetRules().keepAceFormat ? EOutputFormat::Ace : EOutputFormat::Jet4;
 }
 
@@ -242,11 +241,6 @@ void CAccessSaveRepairedFile::TellOtherOrders() {
       Remark(u"Table " + Quoted(saved.table->name) + u": Column " + Quoted(column.GetName()) +
              u" does not sort by an order of its own any more");
     }
-}
-
-void CAccessSaveRepairedFile::Remark(std::u16string text) {
-  m_job.log.Append(text);
-  m_summary.notes.push_back(std::move(text));
 }
 
 int32_t CAccessSaveRepairedFile::GetVersion() const {

@@ -71,8 +71,7 @@ class CAccessSaveRepairedFile {
   void TellSettings();
   // Fields sort as the database does.
   void TellOtherOrders();
-  // Tells the user, in the summary and in the log.
-  void Remark(std::u16string text);
+  void Remark(std::u16string text) { tolvane::Remark(m_summary, m_job, std::move(text)); }
   ESaveStep BuildTables(CDaoDatabase& database);
   ESaveStep CopyTables(CDaoDatabase& database);
   ESaveStep CopyTable(CDaoDatabase& database, SSavedTable& saved);

@@ -162,11 +162,11 @@ SFieldPlan CFieldPlanner::PlanAsItIs(const CAccessColumn& column, const SValueKi
     return plan;
   }
   ChooseType(column.type, column, plan);
-  if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0 && !m_hasCounter) {
+  if (column.IsCounter() && !m_hasCounter) {
     m_hasCounter = true;
     plan.info.attributes |= kDaoAutoIncrement;
     plan.info.lastNumber = static_cast<int32_t>(m_lastNumber);
-  } else if (column.type == kTypeLong && (column.flags & kColumnAutoNumber) != 0) {
+  } else if (column.IsCounter()) {
     plan.instead = u"a number that does not count on: a table has one that does";
   }
   if (column.type == kTypeGuid && (column.flags & kColumnAutoGuid) != 0) {

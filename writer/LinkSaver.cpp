@@ -68,8 +68,7 @@ CDaoResult CLinkSaver::TryCreate(const SFileLink& link, const std::u16string& na
 }
 
 void CLinkSaver::Remark(const SFileLink& link, std::u16string_view text) {
-  m_summary.notes.push_back(u"Link " + Quoted(link.name) + std::u16string(text));
-  m_job.log.Append(m_summary.notes.back());
+  tolvane::Remark(m_summary, m_job, u"Link " + Quoted(link.name) + std::u16string(text));
 }
 
 }  // namespace tolvane

@@ -237,9 +237,4 @@ void CQuerySaver::CountLost(const CTList<CQuery>& queries) {
   }
 }
 
-void CQuerySaver::Remark(std::u16string text) {
-  m_job.log.Append(text);
-  m_summary.notes.push_back(std::move(text));
-}
-
 }  // namespace tolvane

@@ -59,8 +59,7 @@ class CQuerySaver {
   CDaoResult StoreQuery(CDaoDatabase& database, SSavedQuery& query);
   [[nodiscard]] bool IsLeftOut(std::u16string_view name) const;
   void CountLost(const CTList<CQuery>& queries);
-  // Tells the user, in the summary and in the log.
-  void Remark(std::u16string text);
+  void Remark(std::u16string text) const { tolvane::Remark(m_summary, m_job, std::move(text)); }
 
   CDaoEngine& m_engine;
   const CAccessData& m_data;

@@ -197,8 +197,7 @@ void CRelationSaver::Lose(const SRecoveredRelation& relation, std::u16string_vie
 
 void CRelationSaver::Note(std::u16string text) {
   if (m_notes++ >= kMostNotes) return;
-  m_job.log.Append(text);
-  m_summary.notes.push_back(std::move(text));
+  Remark(m_summary, m_job, std::move(text));
 }
 
 }  // namespace tolvane

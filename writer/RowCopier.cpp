@@ -70,8 +70,7 @@ ESaveStep CRowCopier::Close() {
   if (!result.IsOk()) return Fail(result);
   // Text without a failure tells what the engine had to change, such as an index that is no longer unique.
   if (result.text.empty()) return ESaveStep::Done;
-  m_summary.notes.push_back(u"Table \"" + m_saved.table->name + u"\": " + result.text);
-  m_job.log.Append(m_summary.notes.back());
+  Remark(m_summary, m_job, u"Table \"" + m_saved.table->name + u"\": " + result.text);
   return ESaveStep::Done;
 }
 

@@ -25,6 +25,11 @@ bool EndsSave(EDaoError code) {
   return code == EDaoError::DiskFull || code == EDaoError::DiskError || code == EDaoError::EngineGone;
 }
 
+void Remark(SSaveSummary& summary, CJobContext& job, std::u16string text) {
+  job.log.Append(text);
+  summary.notes.push_back(std::move(text));
+}
+
 void LoseRecords(SSavedTable& saved, uint64_t count, const std::u16string& reason) {
   if (count == 0) return;
   saved.loss.records += count;

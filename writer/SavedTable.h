@@ -8,6 +8,7 @@
 
 #include "dao/dao.h"
 #include "model/AccessTable.h"
+#include "status/JobContext.h"
 #include "writer/ComplexPlan.h"
 
 namespace tolvane {
@@ -102,6 +103,9 @@ std::u16string DescribeEngineError(const CDaoEngineError& error);
 // True when nothing can be written after this. A database that has reached the largest size of its format
 // refuses what does not fit any more, and is sound.
 bool EndsSave(EDaoError code);
+
+// Tells the user, in the summary and in the log.
+void Remark(SSaveSummary& summary, CJobContext& job, std::u16string text);
 
 // Counts a loss; the first reason of a table stays.
 void LoseRecords(SSavedTable& saved, uint64_t count, const std::u16string& reason);

@@ -95,8 +95,7 @@ ESaveStep CTableBuilder::EndWithoutTable(SSavedTable& saved, const CDaoResult& r
     return ESaveStep::Failed;
   }
   LoseRecords(saved, saved.table->header.rowCount, result.text);
-  m_job.log.Append(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
-  m_summary.notes.push_back(u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
+  Remark(m_summary, m_job, u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
   if (saved.table->link)
     ++m_summary.linksLost;
   else
@@ -367,8 +366,7 @@ void CTableBuilder::KeepNotes(const SSavedTable& saved) {
   m_summary.indexesLost += m_indexesLost;
   for (std::u16string& note : m_notes) {
     if (!note.starts_with(u"Table ")) note = u"Table " + Quoted(saved.table->name) + u": " + note;
-    m_job.log.Append(note);
-    m_summary.notes.push_back(std::move(note));
+    Remark(m_summary, m_job, std::move(note));
   }
   // In a Jet 3 file it is nearly every column.
   if (m_namesUnfolded > 0)
