@@ -15,10 +15,7 @@ namespace tolvane {
 
 class CFilePages {
  public:
-  CFilePages() = default;
   ~CFilePages() { Stop(); }
-  CFilePages(const CFilePages&) = delete;
-  CFilePages& operator=(const CFilePages&) = delete;
 
   // The result of the file's repair; it must stay until Stop. Reads the file twice.
   void Start(const CAccessData& data, const std::u16string& path);

@@ -34,8 +34,6 @@ class COvFileSave {
  public:
   explicit COvFileSave(CJobContext& job) : m_job(job) {}
   ~COvFileSave();  // stops a running save and waits for it
-  COvFileSave(const COvFileSave&) = delete;
-  COvFileSave& operator=(const COvFileSave&) = delete;
 
   // Asks the user, see ChooseOutput. The path is kept for StartSave, which replaces what is there.
   std::u16string ChooseOutputPath(CDialogs& dialogs, CProcessManager& processes,

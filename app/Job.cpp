@@ -4,8 +4,6 @@
 
 namespace tolvane {
 
-CJob::CJob() = default;
-
 CJob::~CJob() {
   if (IsWorking()) Stop();
 }

@@ -19,10 +19,7 @@ namespace tolvane {
 // it lives.
 class CJob {
  public:
-  CJob();
   ~CJob();  // stops what runs and waits for it
-  CJob(const CJob&) = delete;
-  CJob& operator=(const CJob&) = delete;
 
   [[nodiscard]] CJobContext& GetContext() { return m_context; }
   // What the next repair works on, and the result of the last one. A running repair owns the result.

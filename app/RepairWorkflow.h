@@ -38,8 +38,6 @@ class CRepairWorkflow {
   explicit CRepairWorkflow(const SWorkflowParts& parts);
   // Stops what runs and waits for it, without a question.
   ~CRepairWorkflow();
-  CRepairWorkflow(const CRepairWorkflow&) = delete;
-  CRepairWorkflow& operator=(const CRepairWorkflow&) = delete;
 
   // Shows the first page.
   void Start();

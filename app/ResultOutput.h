@@ -36,8 +36,6 @@ class CResultOutput {
   CResultOutput(CDialogs& dialogs, CMainFrameWindow& frame, std::string_view version,
                 std::function<void()> onChange);
   ~CResultOutput() { Abort(); }
-  CResultOutput(const CResultOutput&) = delete;
-  CResultOutput& operator=(const CResultOutput&) = delete;
 
   // Asks before it replaces anything.
   void ExportTables(const COvRepairFileManager& manager, const SExportChoice& choice);

@@ -18,10 +18,7 @@ class CSpillFile {
   static constexpr size_t kBlockSize = 65536;
   static constexpr size_t kBlocksKept = 16;
 
-  CSpillFile() = default;
   ~CSpillFile();  // deletes the file
-  CSpillFile(const CSpillFile&) = delete;
-  CSpillFile& operator=(const CSpillFile&) = delete;
 
   // False when the file can take nothing more; what was appended before stays readable.
   bool Append(std::span<const uint8_t> bytes);

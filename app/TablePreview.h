@@ -12,10 +12,7 @@ namespace tolvane {
 
 class CTablePreview {
  public:
-  CTablePreview() = default;
   ~CTablePreview();  // aborts and waits
-  CTablePreview(const CTablePreview&) = delete;
-  CTablePreview& operator=(const CTablePreview&) = delete;
 
   // The earlier preview must have finished. Table, data and list must stay until CPreviewThreadStatus is no
   // longer busy. False when the system gives no thread.

@@ -13,10 +13,7 @@ namespace tolvane {
 
 class CWorkerThread {
  public:
-  CWorkerThread() = default;
   virtual ~CWorkerThread();
-  CWorkerThread(const CWorkerThread&) = delete;
-  CWorkerThread& operator=(const CWorkerThread&) = delete;
 
   // Waits for earlier work first. `work` must not throw. False when the system gives no thread.
   bool Start(std::function<void()> work);

@@ -24,10 +24,6 @@ struct SCheckedPlace {
 
 class CCheckedFile {
  public:
-  CCheckedFile() = default;
-  CCheckedFile(const CCheckedFile&) = delete;
-  CCheckedFile& operator=(const CCheckedFile&) = delete;
-
   ECheckVerdict Open(std::u16string_view path, const SCheckedPlace& place = {});
 
   [[nodiscard]] const SLayout& GetLayout() const { return *m_layout; }

@@ -30,8 +30,6 @@ struct SWords {
 class CCommandGrammar {
  public:
   CCommandGrammar();
-  CCommandGrammar(const CCommandGrammar&) = delete;
-  CCommandGrammar& operator=(const CCommandGrammar&) = delete;
 
   [[nodiscard]] CLI::App& GetParser() { return m_app; }
   // What the parser has set: switches and numbers here, paths and choices as they were typed.

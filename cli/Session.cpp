@@ -102,8 +102,6 @@ CSession::CSession(const SArguments& arguments)
   if (!arguments.templatePath.empty()) manager.GetMode().SetMode(CRepairModeStatus::kAdvance);
 }
 
-CSession::~CSession() = default;
-
 void CSession::Say(std::u16string_view message) {
   m_progress.Clear();
   WriteMessage(message, EMeaning::Doubt);

@@ -26,9 +26,6 @@ namespace tolvane {
 class CSession {
  public:
   explicit CSession(const SArguments& arguments);
-  ~CSession();
-  CSession(const CSession&) = delete;
-  CSession& operator=(const CSession&) = delete;
 
   [[nodiscard]] const SArguments& GetArguments() const { return m_arguments; }
   // The file that is read: the source, or what standard input was kept in.

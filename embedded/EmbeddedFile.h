@@ -23,8 +23,6 @@ class CEmbeddedFile {
   // the engine's other files.
   CEmbeddedFile(const SLayout& layout, uint32_t maxPages, std::shared_ptr<CIdentity> identity);
   ~CEmbeddedFile();
-  CEmbeddedFile(const CEmbeddedFile&) = delete;
-  CEmbeddedFile& operator=(const CEmbeddedFile&) = delete;
 
   void SetTempFolder(std::u16string_view folder) { m_file.SetTempFolder(folder); }
   void SetThreads(uint32_t threads) { m_file.SetThreads(threads); }

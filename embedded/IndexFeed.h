@@ -32,8 +32,6 @@ class CIndexFeed {
   CIndexFeed(CPageFile& file, const STableDefinition& definition);
   // Waits for the threads.
   ~CIndexFeed();
-  CIndexFeed(const CIndexFeed&) = delete;
-  CIndexFeed& operator=(const CIndexFeed&) = delete;
 
   // A page that will not change any more; in ascending order. False: it is not in order, and the feed is of
   // no use.

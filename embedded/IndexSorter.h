@@ -30,8 +30,6 @@ class CIndexSorter {
   // `folder` takes the temporary file; with its separator at the end.
   explicit CIndexSorter(std::u16string_view folder, size_t memoryBound = kDefaultMemory);
   ~CIndexSorter();
-  CIndexSorter(const CIndexSorter&) = delete;
-  CIndexSorter& operator=(const CIndexSorter&) = delete;
 
   // Every call after a failure answers that failure again.
   EDaoError Add(std::span<const uint8_t> key, uint32_t page, uint8_t row);

@@ -25,8 +25,6 @@ class CPageFile {
  public:
   // `layout` must outlive the object. `maxPages` bounds the file's length.
   CPageFile(const SLayout& layout, uint32_t maxPages);
-  CPageFile(const CPageFile&) = delete;
-  CPageFile& operator=(const CPageFile&) = delete;
 
   CDaoResult Create(std::u16string_view path);
   // The page count follows from the file's length; pages that the file says are free come back by Release.

@@ -18,8 +18,6 @@ class CSortedEntries : private COrderedSteps {
   // The sorter has sorted, and nobody else asks it for entries while this object lives.
   CSortedEntries(CIndexSorter& sorter, uint32_t threads);
   ~CSortedEntries() override;
-  CSortedEntries(const CSortedEntries&) = delete;
-  CSortedEntries& operator=(const CSortedEntries&) = delete;
 
   // As CIndexSorter::Next. Throws what fetching threw.
   bool Next(SIndexEntry& entry);

@@ -21,8 +21,6 @@ namespace tolvane {
 class CAccessProcessFile {
  public:
   virtual ~CAccessProcessFile() = default;
-  CAccessProcessFile(const CAccessProcessFile&) = delete;
-  CAccessProcessFile& operator=(const CAccessProcessFile&) = delete;
 
   // The damaged file, and the file that holds the definitions: the same object, or a template. Both are set
   // before the first step and outlive the parser.

@@ -23,8 +23,6 @@ class CAccessRepair {
   // Rules and job must outlive the object; the result carries a copy of the rules.
   CAccessRepair(const SRecoveryRules& rules, CJobContext& job);
   ~CAccessRepair();
-  CAccessRepair(const CAccessRepair&) = delete;
-  CAccessRepair& operator=(const CAccessRepair&) = delete;
 
   // Blocks until the run ends. `scanPath` is the file that holds the definitions: the source itself or a
   // healthy database of the same structure. The job must be repairing; stopping it stops the run, which then

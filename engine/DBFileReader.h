@@ -22,10 +22,6 @@ namespace tolvane {
 
 class CDBFileReader {
  public:
-  CDBFileReader() = default;
-  CDBFileReader(const CDBFileReader&) = delete;
-  CDBFileReader& operator=(const CDBFileReader&) = delete;
-
   void SetPath(std::u16string path) { m_path = std::move(path); }
   bool Open(CErrorHandler& handler);
   bool Close();

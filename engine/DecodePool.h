@@ -19,8 +19,6 @@ class CDecodePool : private COrderedSteps {
   // `threads`: all that work, the walk's own among them. What a decoder needs outlives the pool.
   CDecodePool(const CPageReader& pages, const SLayout& layout, const SRecoveryRules& rules,
               const CJobContext& job, uint32_t threads);
-  CDecodePool(const CDecodePool&) = delete;
-  CDecodePool& operator=(const CDecodePool&) = delete;
 
   // The table's pages while this object lives; all arguments outlive it. One at a time.
   class CTablePages {

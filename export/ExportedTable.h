@@ -50,8 +50,6 @@ class CExportedTable {
         m_shown(ListShownColumns(table, data.GetRules(), options.withHidden)),
         m_files(data, table) {}
   virtual ~CExportedTable() = default;
-  CExportedTable(const CExportedTable&) = delete;
-  CExportedTable& operator=(const CExportedTable&) = delete;
 
   virtual EExportEnd Write(CExportSink& sink) = 0;
   // Where objects are files of their own: the folder of this table's.

@@ -19,8 +19,6 @@ class CRowFormat {
  public:
   CRowFormat(CExportSink& sink, bool tellsNull) : m_sink(sink), m_tellsNull(tellsNull) {}
   virtual ~CRowFormat() = default;
-  CRowFormat(const CRowFormat&) = delete;
-  CRowFormat& operator=(const CRowFormat&) = delete;
 
   virtual void WriteHeader(const std::vector<std::u16string>& columns) = 0;
   virtual void BeginRow() = 0;

@@ -3,14 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "model/MSysComplexColumnsData.h"
-
 namespace tolvane {
-
-CAccessColumn::CAccessColumn() = default;
-CAccessColumn::~CAccessColumn() = default;
-CAccessColumn::CAccessColumn(CAccessColumn&&) noexcept = default;
-CAccessColumn& CAccessColumn::operator=(CAccessColumn&&) noexcept = default;
 
 std::u16string_view CAccessColumn::GetName() const {
   const std::u16string_view units(name.data(), name.size());

@@ -11,20 +11,19 @@
 
 #include "format/ColumnType.h"
 #include "format/Property.h"
+#include "model/MSysComplexColumnsData.h"
 
 namespace tolvane {
-
-class CMSysComplexColumnsData;
 
 class CAccessColumn {
  public:
   static constexpr size_t kNameUnits = 255;
   using Name = std::array<char16_t, kNameUnits>;
 
-  CAccessColumn();
-  virtual ~CAccessColumn();
-  CAccessColumn(CAccessColumn&&) noexcept;
-  CAccessColumn& operator=(CAccessColumn&&) noexcept;
+  CAccessColumn() = default;
+  virtual ~CAccessColumn() = default;
+  CAccessColumn(CAccessColumn&&) noexcept = default;
+  CAccessColumn& operator=(CAccessColumn&&) noexcept = default;
 
   uint8_t type = kTypeNone;
   uint16_t number = 0;

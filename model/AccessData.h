@@ -66,8 +66,6 @@ class CAccessData {
         m_tables(m_workFolder),
         m_ledger(rules.tellReasons) {}
   virtual ~CAccessData();
-  CAccessData(const CAccessData&) = delete;
-  CAccessData& operator=(const CAccessData&) = delete;
 
   [[nodiscard]] const SRecoveryRules& GetRules() const { return m_rules; }
   [[nodiscard]] CAccessTableList& GetTables() { return m_tables; }

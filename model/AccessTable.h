@@ -67,8 +67,6 @@ class CAccessTable {
   // `workFolder` holds the data file, with its separator at the end.
   CAccessTable(uint64_t definitionOffset, const std::u16string& workFolder);
   virtual ~CAccessTable();
-  CAccessTable(const CAccessTable&) = delete;
-  CAccessTable& operator=(const CAccessTable&) = delete;
 
   [[nodiscard]] const std::u16string& GetDataFilePath() const { return m_dataFilePath; }
   // Where its records are: in the data file, or with those of other tables in a file that stays.

@@ -21,8 +21,6 @@ class CSystemCodePage {
   // Null when the system does not know the page.
   static std::unique_ptr<CSystemCodePage> Open(uint32_t codePage);
   ~CSystemCodePage();
-  CSystemCodePage(const CSystemCodePage&) = delete;
-  CSystemCodePage& operator=(const CSystemCodePage&) = delete;
 
   // One byte: a character, the first half of one, or nothing. Two bytes: a character or nothing.
   SDecodedCode Decode(std::span<const uint8_t> bytes);

@@ -86,8 +86,6 @@ class CFileCust {
  public:
   CFileCust();
   virtual ~CFileCust();
-  CFileCust(const CFileCust&) = delete;
-  CFileCust& operator=(const CFileCust&) = delete;
 
   // A file that is still open is closed first. A folder cannot be opened.
   // False on failure; GetLastErrorCode and SystemMessage tell why.

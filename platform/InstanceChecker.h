@@ -12,8 +12,6 @@ class CInstanceChecker {
  public:
   CInstanceChecker();
   ~CInstanceChecker();
-  CInstanceChecker(const CInstanceChecker&) = delete;
-  CInstanceChecker& operator=(const CInstanceChecker&) = delete;
 
   // True when another checker holds the name, and when the system denies access to it.
   bool IsAlreadyRunning(std::u16string_view name);

@@ -37,8 +37,6 @@ class COrderedTeam {
   // Ends the work and waits for the threads. Where the steps are parts of an object that goes first, that
   // must have ended the work.
   ~COrderedTeam();
-  COrderedTeam(const COrderedTeam&) = delete;
-  COrderedTeam& operator=(const COrderedTeam&) = delete;
 
   [[nodiscard]] size_t GetThreadCount() const { return m_threadCount; }
   [[nodiscard]] size_t GetSlotCount() const { return m_isDone.size(); }

@@ -43,10 +43,7 @@ class CQueryJoinStatement {
 
 class CQueryJoinBuilder {
  public:
-  CQueryJoinBuilder() = default;
   virtual ~CQueryJoinBuilder() = default;
-  CQueryJoinBuilder(const CQueryJoinBuilder&) = delete;
-  CQueryJoinBuilder& operator=(const CQueryJoinBuilder&) = delete;
 
   void AddJoinRow(std::unique_ptr<CQueryAttributes> row) { m_rows.Append(std::move(row)); }
   // Empty when there is no join row. Call once: it uses up the rows.

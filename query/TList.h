@@ -29,9 +29,6 @@ class CTListLink {
 template <class T>
 class CTList {
  public:
-  CTList() = default;
-  CTList(const CTList&) = delete;
-  CTList& operator=(const CTList&) = delete;
   ~CTList() { Clear(); }
 
   void Append(std::unique_ptr<T> element) {

@@ -47,8 +47,6 @@ CSampleBuilder::CSampleBuilder(const std::string& path, int32_t version) : m_eng
   Require(m_engine->CreateDatabase(FromNativePath(path), kDaoGeneralLocale, version, m_database), path);
 }
 
-CSampleBuilder::~CSampleBuilder() = default;
-
 void CSampleBuilder::AddTable(const std::string& name, const std::vector<SSampleField>& fields,
                               const std::vector<const char*>& indexed) {
   std::unique_ptr<CDaoTableDef> table;

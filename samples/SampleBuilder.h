@@ -43,9 +43,6 @@ class CMemorySource : public CDaoByteSource {
 class CSampleBuilder {
  public:
   explicit CSampleBuilder(const std::string& path, int32_t version = kDaoVersionJet4);
-  ~CSampleBuilder();
-  CSampleBuilder(const CSampleBuilder&) = delete;
-  CSampleBuilder& operator=(const CSampleBuilder&) = delete;
 
   // The first field becomes the primary key; `indexed` names further ones with an index.
   void AddTable(const std::string& name, const std::vector<SSampleField>& fields,

@@ -11,10 +11,6 @@ namespace tolvane {
 
 class CJobContext {
  public:
-  CJobContext() = default;
-  CJobContext(const CJobContext&) = delete;
-  CJobContext& operator=(const CJobContext&) = delete;
-
   CRepairThreadCounter workers;
   CRepairingFileStatus repairing;
   CSavingStatus saving;

@@ -35,8 +35,6 @@ class CAccessTableDataFile {
   explicit CAccessTableDataFile(std::u16string folder) : m_names(std::move(folder)) {}
   // Closes the file; what cannot be written then is lost.
   virtual ~CAccessTableDataFile();
-  CAccessTableDataFile(const CAccessTableDataFile&) = delete;
-  CAccessTableDataFile& operator=(const CAccessTableDataFile&) = delete;
 
   // Closes an open file (see there), then starts the file of `key` from empty. False when it cannot be
   // created; the reason is in GetLastErrorCode.

@@ -33,8 +33,6 @@ class CAccessSaveRepairedFile {
   // Both outlive the save.
   CAccessSaveRepairedFile(CDaoEngine& engine, CJobContext& job);
   virtual ~CAccessSaveRepairedFile();
-  CAccessSaveRepairedFile(const CAccessSaveRepairedFile&) = delete;
-  CAccessSaveRepairedFile& operator=(const CAccessSaveRepairedFile&) = delete;
 
   // Not owned; must outlive the save, which goes by the rules that it was recovered with.
   void SetData(const CAccessData* data) { m_data = data; }

@@ -36,8 +36,6 @@ class CRecordPreparer : private COrderedSteps {
   CRecordPreparer(CDaoRecordset& recordset, const SSavedTable& saved, uint32_t threads);
   // Waits for the threads, wherever the file was left.
   ~CRecordPreparer() override { m_team.End(); }
-  CRecordPreparer(const CRecordPreparer&) = delete;
-  CRecordPreparer& operator=(const CRecordPreparer&) = delete;
 
   // False: the engine has no batches for this table, or its data file is not there or so short that
   // preparing it is not worth the while.
