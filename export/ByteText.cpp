@@ -24,4 +24,11 @@ void AppendBase64(std::span<const uint8_t> bytes, std::string& out) {
   }
 }
 
+void AppendDigits(std::span<const uint8_t> bytes, EOleForm form, std::string& out) {
+  if (form == EOleForm::Hex)
+    AppendHex(bytes, out);
+  else
+    AppendBase64(bytes, out);
+}
+
 }  // namespace tolvane

@@ -33,10 +33,7 @@ bool CExportedTable::WriteDigits(CDaoByteSource& bytes, EOleForm form, CExportSi
   for (size_t size = m_piece.size(); size == m_piece.size() && isWhole;) {
     isWhole = ReadPiece(bytes, m_piece, size);
     m_digits.clear();
-    if (form == EOleForm::Hex)
-      AppendHex({m_piece.data(), size}, m_digits);
-    else
-      AppendBase64({m_piece.data(), size}, m_digits);
+    AppendDigits({m_piece.data(), size}, form, m_digits);
     sink.Write(m_digits);
   }
   return isWhole;

@@ -49,26 +49,9 @@ bool MakeIsoDate(std::u16string& exactText, char16_t separator) {
   return true;
 }
 
-namespace {
-
-void AppendNumber(const std::u16string& digits, std::string& out) {
-  const bool isNumber = digits.find_first_not_of(u"0123456789+-.e") == std::u16string::npos;
-  if (isNumber)
-    AppendUtf8(digits, out);
-  else
-    AppendJsonString(digits, out);
+bool IsNumberText(std::u16string_view exactText) {
+  return exactText.find_first_not_of(u"0123456789+-.e") == std::u16string_view::npos;
 }
-
-void AppendBytes(std::span<const uint8_t> bytes, EOleForm form, std::string& out) {
-  out += '"';
-  if (form == EOleForm::Hex)
-    AppendHex(bytes, out);
-  else
-    AppendBase64(bytes, out);
-  out += '"';
-}
-
-}  // namespace
 
 void AppendJsonValue(const SValue& value, EOleForm form, std::string& out) {
   if (value.isNull) {
@@ -80,13 +63,18 @@ void AppendJsonValue(const SValue& value, EOleForm form, std::string& out) {
     out += value.bytes[0] != 0 ? "true" : "false";
     return;
   }
-  if (family == EFamily::Bytes) return AppendBytes(value.bytes, form, out);
+  if (family == EFamily::Bytes) {
+    out += '"';
+    AppendDigits(value.bytes, form, out);
+    out += '"';
+    return;
+  }
   std::u16string text;
   MakeExactText(value, text);
   // A date outside the calendar is its number.
   const bool isDay = family == EFamily::Date && MakeIsoDate(text, u'T');
-  if (family == EFamily::Number || (value.type == kTypeDate && !isDay))
-    AppendNumber(text, out);
+  if ((family == EFamily::Number || (value.type == kTypeDate && !isDay)) && IsNumberText(text))
+    AppendUtf8(text, out);
   else
     AppendJsonString(text, out);
 }

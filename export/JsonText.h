@@ -27,4 +27,7 @@ void AppendJsonValue(const SValue& value, EOleForm form, std::string& out);
 // "YYYY-MM-DD<separator>HH:MM:SS.fffffff" of a date value's exact text; false where that is none.
 bool MakeIsoDate(std::u16string& exactText, char16_t separator);
 
+// Of a number's exact text: false for "nan" and "inf".
+bool IsNumberText(std::u16string_view exactText);
+
 }  // namespace tolvane

@@ -35,10 +35,12 @@ bool CCsvFormat::NeedsQuotes() const {
   });
 }
 
-void CCsvFormat::WriteCell(bool isQuoted) {
+void CCsvFormat::WriteCell(std::u16string_view text) {
+  AppendUtf8(text, m_text);
   m_cell.clear();
   if (m_column++ > 0) m_cell += m_options.delimiter;
-  if (isQuoted || NeedsQuotes()) {
+  // Without null the quotes of an empty cell tell a row with one column from an empty line.
+  if ((text.empty() && (m_tellsNull || m_columnCount == 1)) || NeedsQuotes()) {
     m_cell += '"';
     for (const char byte : m_text) m_cell.append(byte == '"' ? 2 : 1, byte);
     m_cell += '"';
@@ -51,19 +53,16 @@ void CCsvFormat::WriteCell(bool isQuoted) {
 void CCsvFormat::WriteText(std::u16string_view text) {
   m_text.clear();
   if (m_options.guardsFormulas && LooksLikeFormula(text)) m_text += '\'';
-  AppendUtf8(text, m_text);
-  // Without null the quotes of an empty cell tell a row with one column from an empty line.
-  WriteCell(text.empty() && (m_tellsNull || m_columnCount == 1));
+  WriteCell(text);
 }
 
 void CCsvFormat::WriteValue(std::u16string_view text) {
   m_text.clear();
-  AppendUtf8(text, m_text);
-  WriteCell(text.empty() && (m_tellsNull || m_columnCount == 1));
+  WriteCell(text);
 }
 
 void CCsvFormat::WriteNull() {
-  if (m_column++ > 0) m_sink.Write({&m_options.delimiter, 1});
+  BeginBytes();
   if (m_options.nullText) m_sink.Write(*m_options.nullText);
 }
 

@@ -49,7 +49,8 @@ class CCsvFormat : public CRowFormat {
   void EndRow() override { m_sink.Write("\r\n"); }
 
  private:
-  void WriteCell(bool isQuoted);
+  // Behind what m_text holds already.
+  void WriteCell(std::u16string_view text);
   [[nodiscard]] bool NeedsQuotes() const;
 
   const SExportOptions& m_options;

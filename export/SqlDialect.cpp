@@ -135,7 +135,7 @@ ESqlFate CSqlDialect::AppendText(std::u16string_view text, std::string& out) con
 ESqlFate CSqlDialect::AppendNumber(const SSqlType& column, const SValue& value, std::string& out) const {
   std::u16string digits;
   MakeExactText(value, digits);
-  const bool isNumber = digits.find_first_not_of(u"0123456789+-.e") == std::u16string::npos;
+  const bool isNumber = IsNumberText(digits);
   const bool isExact = value.type == kTypeCurrency || value.type == kTypeDecimal;
   if (isNumber && !(Is(ESqlDialect::Sqlite) && isExact && !FitsDouble(digits))) {
     AppendUtf8(digits, out);
@@ -159,8 +159,7 @@ ESqlFate CSqlDialect::AppendDate(const SValue& value, std::string& out) const {
   MakeExactText(value, text);
   if (!MakeIsoDate(text, u' ')) {
     if (Is(ESqlDialect::Sqlite)) {
-      const bool isNumber = text.find_first_not_of(u"0123456789+-.e") == std::u16string::npos;
-      if (isNumber && value.type == kTypeDate)
+      if (IsNumberText(text) && value.type == kTypeDate)
         AppendUtf8(text, out);
       else
         AppendQuoted(ToUtf8(text), out);

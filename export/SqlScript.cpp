@@ -2,8 +2,6 @@
 
 #include "export/ByteText.h"
 #include "platform/Text.h"
-#include "writer/AttachmentSource.h"
-#include "writer/SideFileSource.h"
 
 namespace tolvane {
 
@@ -86,9 +84,7 @@ EExportEnd CSqlScript::WriteRows(const SSqlTable& table, SSqlCount& count, CExpo
     m_watch.CountRow();
   }
   if (inStatement > 0) sink.Write(";\n");
-  count.lostValues += rows.GetLostValues();
-  const uint64_t recovered = table.source->header.rowCount;
-  count.lostRows = rows.GetRowsRead() < recovered ? recovered - rows.GetRowsRead() : 0;
+  rows.AddLosses(count);
   return EExportEnd::Done;
 }
 
@@ -96,20 +92,13 @@ void CSqlScript::WriteValue(const CSqlRows& rows, const SSqlTable& table, size_t
                             CExportSink& sink) {
   const SValue& value = rows.GetValue(column);
   if (value.type == kTypeOle && !value.isNull) {
-    SObjectPlace place;
-    CSideFileSource object;
-    CAttachmentSource file;
-    const bool isFile = table.columns[column].isFile;
-    const bool isThere = rows.GetPlace(column, place) && (isFile ? file.Open(place) : object.Open(place));
-    if (!isThere) {
+    CStoredBytes bytes;
+    if (!bytes.Open(rows, table, column)) {
       sink.Write("NULL");
       ++count.lostValues;
       return;
     }
-    const bool isRead = isFile ? WriteBytes(file, sink) : WriteBytes(object, sink);
-    const bool isCut = isFile ? file.IsDamaged()
-                              : place.length != SObjectPlace::kToTheEnd && object.GetLength() != place.length;
-    if (!isRead || isCut) ++count.changedValues;
+    if (!WriteBytes(bytes.Get(), sink) || bytes.IsDamaged()) ++count.changedValues;
     return;
   }
   m_literal.clear();

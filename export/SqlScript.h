@@ -14,15 +14,6 @@
 
 namespace tolvane {
 
-// Of one table.
-struct SSqlCount {
-  uint64_t rows = 0;
-  uint64_t lostRows = 0;       // were recovered, but not read back or not taken
-  uint64_t lostValues = 0;     // NULL stands for them
-  uint64_t changedValues = 0;  // lack digits or characters
-  [[nodiscard]] bool IsWhole() const { return lostRows == 0 && lostValues == 0 && changedValues == 0; }
-};
-
 class CSqlScript {
  public:
   // All outlive this object. `title` is told in the script's head.

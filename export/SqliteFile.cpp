@@ -9,49 +9,21 @@
 #include "platform/FileCust.h"
 #include "platform/Text.h"
 #include "render/ExactText.h"
-#include "writer/AttachmentSource.h"
 #include "writer/SafeName.h"
-#include "writer/SideFileSource.h"
 
 namespace tolvane {
 
 namespace {
 
 // False for what is no number.
-bool TakeReal(std::u16string_view digits, double& value) {
-  const std::string text = ToUtf8(digits);
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return error == std::errc() && end == text.data() + text.size() && digits != u"nan";
-}
-
-bool TakeInteger(std::u16string_view digits, int64_t& value) {
+template <class T>
+bool TakeNumber(std::u16string_view digits, T& value) {
   const std::string text = ToUtf8(digits);
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   return error == std::errc() && end == text.data() + text.size();
 }
 
 }  // namespace
-
-// The bytes of an object, or of an attached file.
-class CStoredBytes {
- public:
-  bool Open(const CSqlRows& rows, size_t column, bool isFile) {
-    m_isFile = isFile;
-    SObjectPlace place;
-    if (!rows.GetPlace(column, place)) return false;
-    const bool isOpen = isFile ? m_file.Open(place) : m_object.Open(place);
-    m_isCut =
-        isOpen && !isFile && place.length != SObjectPlace::kToTheEnd && m_object.GetLength() != place.length;
-    return isOpen;
-  }
-  CDaoByteSource& Get() { return m_isFile ? static_cast<CDaoByteSource&>(m_file) : m_object; }
-  [[nodiscard]] bool IsDamaged() const { return m_isFile ? m_file.IsDamaged() : m_isCut; }
-
- private:
-  bool m_isFile = false, m_isCut = false;
-  CAttachmentSource m_file;
-  CSideFileSource m_object;
-};
 
 EExportEnd CSqliteFile::End(const CSqliteDatabase& database) {
   m_problem = database.GetProblem();
@@ -136,9 +108,7 @@ bool CSqliteFile::WriteRows(CSqliteDatabase& database, const SSqlTable& table, S
     ++count.rows;
     m_watch.CountRow();
   }
-  count.lostValues += rows.GetLostValues();
-  const uint64_t recovered = table.source->header.rowCount;
-  count.lostRows = rows.GetRowsRead() < recovered ? recovered - rows.GetRowsRead() : 0;
+  rows.AddLosses(count);
   return true;
 }
 
@@ -155,8 +125,7 @@ bool CSqliteFile::WriteRow(CSqliteStatement& insert, const CSqlRows& rows, const
     } else if (value.type == kTypeOle) {
       // The room for the bytes, which are written when the row is there.
       auto bytes = std::make_unique<CStoredBytes>();
-      isBound =
-          bytes->Open(rows, i, table.columns[i].isFile) && insert.BindZeros(i, bytes->Get().GetLength());
+      isBound = bytes->Open(rows, table, i) && insert.BindZeros(i, bytes->Get().GetLength());
       if (isBound) objects[i] = std::move(bytes);
     } else {
       isBound = Bind(insert, i, table.columns[i], value, fate);
@@ -184,7 +153,7 @@ bool CSqliteFile::Bind(CSqliteStatement& insert, size_t column, const SSqlColumn
     case kTypeLong:
     case kTypeComplex:
     case kTypeBigInt:
-      return TakeInteger(m_digits, whole) && insert.BindInteger(column, whole);
+      return TakeNumber(m_digits, whole) && insert.BindInteger(column, whole);
     case kTypeCurrency:
     case kTypeDecimal:
       isReal = FitsDouble(m_digits);
@@ -203,7 +172,7 @@ bool CSqliteFile::Bind(CSqliteStatement& insert, size_t column, const SSqlColumn
       if (HasHalfPair(m_digits)) fate = ESqlFate::Changed;
       break;
   }
-  if (isReal && TakeReal(m_digits, real)) return insert.BindReal(column, real);
+  if (isReal && m_digits != u"nan" && TakeNumber(m_digits, real)) return insert.BindReal(column, real);
   m_texts[column].clear();
   AppendUtf8(m_digits, m_texts[column]);
   return insert.BindText(column, m_texts[column]);

@@ -13,7 +13,6 @@
 
 namespace tolvane {
 
-class CStoredBytes;
 // Of one row, by column; null where a column has none or it cannot be opened.
 using StoredObjects = std::vector<std::unique_ptr<CStoredBytes>>;
 
