@@ -97,19 +97,9 @@ std::vector<std::u16string> ListSharedWords(const CLI::App& chosen) {
 SArguments TakeWords(const CCommandGrammar& grammar) {
   SArguments arguments = grammar.GetArguments();
   const SWords& words = grammar.GetWords();
-  for (const std::string& source : words.sources) arguments.sources.push_back(FromNativePath(source));
-  if (words.sources.empty()) arguments.sources = {FromNativePath(words.source)};
+  if (arguments.sources.empty()) arguments.sources = {arguments.source};
   arguments.source = arguments.sources.front();
-  arguments.templatePath = FromNativePath(words.templatePath);
   if (arguments.command == ECommand::Repair) arguments.shared = ListSharedWords(*grammar.GetChosen());
-  arguments.mapFile = FromNativePath(words.mapFile);
-  arguments.workFolder = FromNativePath(words.workFolder);
-  arguments.logFile = FromNativePath(words.logFile);
-  arguments.reportFile = FromNativePath(words.reportFile);
-  arguments.output = FromNativePath(words.output);
-  arguments.outputFolder = FromNativePath(words.outputFolder);
-  arguments.table = FromNativePath(words.table);
-  arguments.folder = FromNativePath(words.folder);
   if (words.color == "always") arguments.color = EColor::Always;
   if (words.color == "never") arguments.color = EColor::Never;
   if (words.rules == "exact") arguments.rules = ERules::Exact;
@@ -119,7 +109,7 @@ SArguments TakeWords(const CCommandGrammar& grammar) {
   if (words.outputFormat == "ace") arguments.outputFormat = EOutputFormat::Ace;
   if (words.engine == "dao") arguments.engine = EEngineChoice::Dao;
   TakeExportWords(words.exporting, arguments);
-  if (words.output == kDash && IsStream(arguments)) arguments.output.clear();
+  if (arguments.output == kStandardInput && IsStream(arguments)) arguments.output.clear();
   return arguments;
 }
 

@@ -1,14 +1,19 @@
 #include "cli/CommandGrammar.h"
 
 #include "cli/Version.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
 
-CLI::Option* AddPath(CLI::App& command, const char* names, std::string& target, const char* text,
+constexpr const char* kTextArgument = "TEXT";
+
+// The parser works with the system's bytes; the program with text.
+CLI::Option* AddPath(CLI::App& command, const char* names, std::u16string& target, const char* text,
                      const char* kind = kFileArgument) {
-  return command.add_option(names, target, text)->type_name(kind);
+  const auto take = [&target](const std::string& path) { target = FromNativePath(path); };
+  return command.add_option_function<std::string>(names, take, text)->type_name(kind);
 }
 
 // One of the values; the first one is the default unless the text says otherwise.
@@ -32,7 +37,7 @@ CLI::App& CCommandGrammar::Add(ECommand command) {
 }
 
 void CCommandGrammar::AddSource(CLI::App& command) {
-  AddPath(command, "SOURCE", m_words.source, "The damaged database; - for standard input")->required();
+  AddPath(command, "SOURCE", m_arguments.source, "The damaged database; - for standard input")->required();
 }
 
 void CCommandGrammar::AddPlace(CLI::App& command) {
@@ -40,7 +45,7 @@ void CCommandGrammar::AddPlace(CLI::App& command) {
       .add_option("--start", m_arguments.start,
                   "Read the database that begins at this byte of the file, in one that holds several")
       ->type_name("OFFSET");
-  AddPath(command, "--map", m_words.mapFile,
+  AddPath(command, "--map", m_arguments.mapFile,
           "Map of GNU ddrescue: what it could not read is taken for unreadable, not for zeros");
 }
 
@@ -52,13 +57,13 @@ void CCommandGrammar::AddManners(CLI::App& command) {
 }
 
 void CCommandGrammar::AddRecovery(CLI::App& command) {
-  AddPath(command, "--template", m_words.templatePath,
+  AddPath(command, "--template", m_arguments.templatePath,
           "A healthy database of the same structure; table definitions are read from it");
   AddChoice(command, "--rules", m_words.rules,
             "exact (default): what the file holds; standard: the documented conventions",
             {"exact", "standard"});
   AddPlace(command);
-  AddPath(command, "--work-dir", m_words.workFolder, "Folder for temporary files", kFolderArgument);
+  AddPath(command, "--work-dir", m_arguments.workFolder, "Folder for temporary files", kFolderArgument);
   command
       .add_option(
           "--threads", m_arguments.threads,
@@ -67,11 +72,11 @@ void CCommandGrammar::AddRecovery(CLI::App& command) {
       ->check(CLI::Range(1, 64).description(""));
   AddManners(command);
   command.add_flag("-v,--verbose", m_arguments.isVerbose, "Log lines on standard error");
-  AddPath(command, "--log", m_words.logFile, "Write the log to this file");
+  AddPath(command, "--log", m_arguments.logFile, "Write the log to this file");
 }
 
 void CCommandGrammar::AddReport(CLI::App& command) {
-  AddPath(command, "--report", m_words.reportFile,
+  AddPath(command, "--report", m_arguments.reportFile,
           "Write a report to this file, one HTML page: what is damaged, what came back, what to do next");
   command.add_flag(
       "--brief", m_arguments.isBrief,
@@ -80,14 +85,17 @@ void CCommandGrammar::AddReport(CLI::App& command) {
 
 void CCommandGrammar::AddRepair() {
   CLI::App& command = Add(ECommand::Repair);
+  const auto take = [this](const std::vector<std::string>& sources) {
+    for (const std::string& source : sources) m_arguments.sources.push_back(FromNativePath(source));
+  };
   command
-      .add_option("SOURCE", m_words.sources,
-                  "The damaged database; several of them, or a folder; - for standard input")
+      .add_option_function<std::vector<std::string>>(
+          "SOURCE", take, "The damaged database; several of them, or a folder; - for standard input")
       ->type_name(kFileArgument)
       ->required();
-  AddPath(command, "-o,--output", m_words.output,
+  AddPath(command, "-o,--output", m_arguments.output,
           "The new database; Tolvane_NAME beside the source if left out");
-  AddPath(command, "--to-dir", m_words.outputFolder, "Folder for the new databases, under the sources' names",
+  AddPath(command, "--to-dir", m_arguments.outputFolder, "Folder for the new databases, under the sources' names",
           kFolderArgument);
   command.add_option("-j,--jobs", m_arguments.jobs, "How many of several files are repaired at once")
       ->type_name("NUMBER")
@@ -116,7 +124,8 @@ void CCommandGrammar::AddRepair() {
 void CCommandGrammar::AddPreview() {
   CLI::App& command = Add(ECommand::Preview);
   AddSource(command);
-  command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER")->required();
+  AddPath(command, "TABLE", m_arguments.table, "Name of the table, or page:NUMBER", kTextArgument)
+      ->required();
   command.add_option("--rows", m_arguments.rows, "How many rows (default 20)")
       ->type_name("NUMBER")
       ->check(CLI::PositiveNumber.description(""));
@@ -127,10 +136,11 @@ void CCommandGrammar::AddPreview() {
 void CCommandGrammar::AddExport() {
   CLI::App& command = Add(ECommand::Export);
   AddSource(command);
-  command.add_option("TABLE", m_words.table, "Name of the table, or page:NUMBER; all tables if left out");
-  AddPath(command, "--to", m_words.folder, "Folder for one file a table; standard output if left out",
+  AddPath(command, "TABLE", m_arguments.table, "Name of the table, or page:NUMBER; all tables if left out",
+          kTextArgument);
+  AddPath(command, "--to", m_arguments.folder, "Folder for one file a table; standard output if left out",
           kFolderArgument);
-  AddPath(command, "-o,--output", m_words.output, "The file for one TABLE, or for the script or database");
+  AddPath(command, "-o,--output", m_arguments.output, "The file for one TABLE, or for the script or database");
   SExportWords& words = m_words.exporting;
   AddChoice(command, "--format", words.format, "csv (default), jsonl, an SQL script or an SQLite database",
             {"csv", "jsonl", "sql", "sqlite"});
@@ -144,7 +154,7 @@ void CCommandGrammar::AddExport() {
       {"hex", "base64", "files"});
   command
       .add_option("--delimiter", words.delimiter, "csv: the character between cells, or tab; else a comma")
-      ->type_name("TEXT");
+      ->type_name(kTextArgument);
   command.add_flag("--bom", m_arguments.exporting.hasByteOrderMark,
                    "csv: begin with a byte order mark, as some spreadsheets want");
   command
@@ -155,7 +165,7 @@ void CCommandGrammar::AddExport() {
             words.hasNullText = true;
           },
           "csv: what stands for no value; else nothing")
-      ->type_name("TEXT");
+      ->type_name(kTextArgument);
   command.add_flag("--guard-formulas", m_arguments.exporting.guardsFormulas,
                    "csv: an apostrophe in front of texts that a spreadsheet would calculate");
   command.add_flag("--overwrite", m_arguments.mayOverwrite, "Replace existing files");
@@ -182,7 +192,7 @@ void CCommandGrammar::AddOthers() {
   AddRecovery(inspect);
 
   CLI::App& check = Add(ECommand::Check);
-  AddPath(check, "DATABASE", m_words.source, "The database; - for standard input")->required();
+  AddPath(check, "DATABASE", m_arguments.source, "The database; - for standard input")->required();
   AddPlace(check);
   AddManners(check);
 

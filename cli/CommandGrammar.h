@@ -16,11 +16,8 @@ namespace tolvane {
 inline constexpr const char* kFileArgument = "FILE";
 inline constexpr const char* kFolderArgument = "FOLDER";
 
-// The parser works with the system's bytes; the program with text.
+// What the parser does not know the meaning of.
 struct SWords {
-  std::string source, mapFile, templatePath, workFolder, logFile, reportFile, output, outputFolder, table,
-      folder;
-  std::vector<std::string> sources;
   std::string rules, outputFormat, color, topic, shell, engine = "embedded";
   SExportWords exporting;
 };
@@ -32,7 +29,7 @@ class CCommandGrammar {
   CCommandGrammar();
 
   [[nodiscard]] CLI::App& GetParser() { return m_app; }
-  // What the parser has set: switches and numbers here, paths and choices as they were typed.
+  // What the parser has set: switches, numbers and paths here, choices as they were typed.
   [[nodiscard]] const SArguments& GetArguments() const { return m_arguments; }
   [[nodiscard]] const SWords& GetWords() const { return m_words; }
   // The command that was typed; null for none.

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "cli/DisplayText.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 
@@ -111,9 +112,7 @@ std::string DrawExampleLines(std::string_view lines, size_t width) {
   constexpr size_t kExampleIndent = 2, kRemarkIndent = 6;
   std::string text;
   while (!lines.empty()) {
-    const size_t end = std::min(lines.find('\n'), lines.size());
-    const std::string_view line = lines.substr(0, end);
-    lines.remove_prefix(std::min(end + 1, lines.size()));
+    const std::string_view line = CutPart(lines, '\n');
     const size_t gap = line.find("  ");
     text += std::string(kExampleIndent, ' ');
     if (gap == std::string_view::npos || kExampleIndent + DisplayWidth(line) <= width) {
@@ -129,11 +128,7 @@ std::string DrawExampleLines(std::string_view lines, size_t width) {
 
 std::string DrawDetails(std::string_view details, size_t width) {
   std::string text;
-  while (!details.empty()) {
-    const size_t end = std::min(details.find('\n'), details.size());
-    text += WrapWords(details.substr(0, end), 0, width) + "\n";
-    details.remove_prefix(std::min(end + 1, details.size()));
-  }
+  while (!details.empty()) text += WrapWords(CutPart(details, '\n'), 0, width) + "\n";
   return text.empty() ? text : text + "\n";
 }
 
@@ -151,12 +146,8 @@ std::vector<std::string> ValuesOf(const SOptionForm& option) {
   std::vector<std::string> values;
   std::string_view rest = option.argument;
   if (rest.find('|') == std::string_view::npos) return values;
-  for (;;) {
-    const size_t end = rest.find('|');
-    values.emplace_back(rest.substr(0, end));
-    if (end == std::string_view::npos) return values;
-    rest.remove_prefix(end + 1);
-  }
+  while (!rest.empty()) values.emplace_back(CutPart(rest, '|'));
+  return values;
 }
 
 std::string UsageOf(const SCommandForm& form) {

@@ -5,6 +5,7 @@
 
 #include "app/VisibleText.h"
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 #include "writer/SafeName.h"
 
 namespace tolvane {
@@ -113,9 +114,7 @@ std::string WrapWords(std::string_view text, size_t indent, size_t width) {
   std::string wrapped;
   size_t used = 0;
   while (!text.empty()) {
-    const size_t end = std::min(text.find(' '), text.size());
-    const std::string_view word = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
+    const std::string_view word = CutPart(text, ' ');
     const size_t wide = DisplayWidth(word);
     if (used > 0 && used + 1 + wide > room) {
       wrapped += "\n" + std::string(indent, ' ');

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/Version.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 
@@ -41,11 +42,7 @@ std::string TitleOf(const SCommandForm& form) {
 // Calls `take` with each line.
 template <class F>
 void ForEachLine(std::string_view lines, const F& take) {
-  while (!lines.empty()) {
-    const size_t end = std::min(lines.find('\n'), lines.size());
-    take(lines.substr(0, end));
-    lines.remove_prefix(std::min(end + 1, lines.size()));
-  }
+  while (!lines.empty()) take(CutPart(lines, '\n'));
 }
 
 std::string DrawTag(const std::string& tag, const std::string& text) {

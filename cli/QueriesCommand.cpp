@@ -10,20 +10,19 @@
 #include "cli/Outcome.h"
 #include "cli/Summary.h"
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 
 namespace {
 
 // The SQL text keeps its lines.
-std::string DrawSql(const std::u16string& sql) {
+std::string DrawSql(std::u16string_view sql) {
   std::string text;
-  for (size_t start = 0; start < sql.size();) {
-    const size_t end = std::min(sql.find(u'\n', start), sql.size());
-    std::u16string line = sql.substr(start, end - start);
-    if (line.ends_with(u'\r')) line.pop_back();
+  while (!sql.empty()) {
+    std::u16string_view line = CutPart(sql, u'\n');
+    if (line.ends_with(u'\r')) line.remove_suffix(1);
     text += "    " + ToDisplay(line) + "\n";
-    start = end + 1;
   }
   return text;
 }

@@ -6,6 +6,7 @@
 
 #include "format/Layout.h"
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 namespace {
@@ -57,8 +58,7 @@ CDaoResult TakePart(const SLayout& layout, std::u16string_view part, STextOrder&
 
 CDaoResult TakeLocale(const SLayout& layout, std::u16string_view locale, STextOrder& order) {
   while (!locale.empty()) {
-    const std::u16string_view part = locale.substr(0, locale.find(u';'));
-    locale.remove_prefix(part.size() == locale.size() ? part.size() : part.size() + 1);
+    const std::u16string_view part = CutPart(locale, u';');
     if (part.empty()) continue;
     if (CDaoResult result = TakePart(layout, part, order); !result.IsOk()) return result;
   }

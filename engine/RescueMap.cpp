@@ -8,6 +8,7 @@
 #include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 
 namespace tolvane {
 
@@ -70,8 +71,7 @@ SRescueMap ReadRescueMap(std::string_view text) {
   };
   while (!text.empty()) {
     ++number;
-    std::string_view line = text.substr(0, text.find('\n'));
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    std::string_view line = CutPart(text, '\n');
     line = line.substr(0, line.find('#'));
     if (line.find_first_not_of(kBlanks) == std::string_view::npos) continue;
     const std::optional<uint64_t> offset = TakeNumber(line);

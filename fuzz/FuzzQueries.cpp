@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 #include "query/QB.h"
 #include "query/QueryChange.h"
 #include "query/QueryText.h"
@@ -12,21 +13,14 @@
 namespace tolvane {
 namespace {
 
-std::u16string Take(std::u16string_view& text, char16_t end) {
-  const std::u16string piece(text.substr(0, text.find(end)));
-  text.remove_prefix(std::min(piece.size() + 1, text.size()));
-  return piece;
-}
-
 std::u16string Build(uint32_t type, std::u16string_view text) {
   CTList<CQueryAttributes> rows;
   while (!text.empty()) {
-    const std::u16string line = Take(text, u'~');
-    std::u16string_view fields = line;
+    std::u16string_view fields = CutPart(text, u'~');
     auto row = std::make_unique<CQueryAttributes>();
     for (auto field : {&CQueryAttributes::Attribute, &CQueryAttributes::Flag, &CQueryAttributes::Name1,
                        &CQueryAttributes::Name2, &CQueryAttributes::Expression})
-      (*row).*field = Take(fields, u'|');
+      (*row).*field = CutPart(fields, u'|');
     rows.Append(std::move(row));
   }
   SSavedQuery stored;

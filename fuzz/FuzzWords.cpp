@@ -1,19 +1,14 @@
 // What people hand in: the words of a command line, one a line, and the map of a rescue.
-#include <algorithm>
-
 #include "cli/CommandArguments.h"
 #include "engine/RescueMap.h"
 #include "platform/Text.h"
+#include "platform/TextUnits.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace tolvane;
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   std::vector<std::u16string> words;
-  for (std::string_view rest = bytes; !rest.empty();) {
-    const size_t end = std::min(rest.find('\n'), rest.size());
-    words.push_back(FromUtf8(rest.substr(0, end)));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-  }
+  for (std::string_view rest = bytes; !rest.empty();) words.push_back(FromUtf8(CutPart(rest, '\n')));
   const SParsedArguments parsed = ParseArguments(words);
   if (parsed.isEnd && parsed.text.empty()) std::abort();
 

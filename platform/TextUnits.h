@@ -22,6 +22,14 @@ constexpr bool IsSurrogate(char32_t c) {
   return c >= 0xD800 && c <= 0xDFFF;
 }
 
+// What stands in front of the separator, or all that is left; the rest begins behind it.
+template <class TUnit>
+constexpr std::basic_string_view<TUnit> CutPart(std::basic_string_view<TUnit>& rest, TUnit separator) {
+  const std::basic_string_view<TUnit> part = rest.substr(0, rest.find(separator));
+  rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+  return part;
+}
+
 // The character at `pos`, which moves behind it. A lone surrogate is returned as it is. `pos` must be inside.
 constexpr char32_t TakeCodePoint(std::u16string_view text, size_t& pos) {
   const char32_t first = text[pos++];

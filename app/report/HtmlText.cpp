@@ -104,12 +104,10 @@ CHtml& CHtml::Name(std::u16string_view name) {
 CHtml& CHtml::Code(std::u16string_view text, size_t mostUnits) {
   Raw("<pre><code>");
   const std::u16string_view kept = Cut(text, mostUnits);
-  for (size_t start = 0; start < kept.size();) {
-    const size_t end = std::min(kept.find(u'\n', start), kept.size());
-    std::u16string_view line = kept.substr(start, end - start);
+  for (std::u16string_view rest = kept; !rest.empty();) {
+    std::u16string_view line = CutPart(rest, u'\n');
     if (line.ends_with(u'\r')) line.remove_suffix(1);
     Text(line).Raw("\n");
-    start = end + 1;
   }
   Raw("</code></pre>\n");
   if (kept.size() < text.size())
