@@ -1,10 +1,5 @@
 #include "query/QB.h"
 
-#include "query/QBAction.h"
-#include "query/QBCrosstab.h"
-#include "query/QBSelect.h"
-#include "query/QBUnion.h"
-
 namespace tolvane {
 
 std::unique_ptr<CQB> MakeQueryBuilder(const std::u16string& type) {

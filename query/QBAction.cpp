@@ -1,4 +1,4 @@
-#include "query/QBAction.h"
+#include "query/QB.h"
 
 #include "query/QueryClauses.h"
 
@@ -36,13 +36,8 @@ void CQBAppend::Build(const CTList<CQueryAttributes>& rows, std::u16string& sql)
     }
   }
 
-  sql = u"INSERT INTO " + target + u" ( " + targetColumns + u" )\n";
-  sql += clauses.GetSelectKeyword();
-  sql += u' ' + sourceColumns + u'\n' + clauses.GetFrom();
-  AppendClause(sql, clauses.GetWhere());
-  AppendClause(sql, clauses.GetGroupBy());
-  AppendClause(sql, clauses.GetHaving());
-  AppendClause(sql, clauses.GetOrderBy());
+  sql = u"INSERT INTO " + target + u" ( " + targetColumns + u" )\n" +
+        clauses.MakeSelect(sourceColumns, clauses.GetGroupBy());
 }
 
 void CQBUpdate::Build(const CTList<CQueryAttributes>& rows, std::u16string& sql) {

@@ -1,4 +1,4 @@
-#include "query/QBCrosstab.h"
+#include "query/QB.h"
 
 #include <string_view>
 
@@ -50,12 +50,7 @@ void CQBCrosstab::Build(const CTList<CQueryAttributes>& rows, std::u16string& sq
   }
 
   sql = parts.transform.empty() ? std::u16string() : parts.transform + u'\n';
-  sql += clauses.GetSelectKeyword();
-  sql += u' ' + parts.columns + u'\n' + clauses.GetFrom();
-  AppendClause(sql, clauses.GetWhere());
-  AppendClause(sql, parts.groupBy);
-  AppendClause(sql, clauses.GetHaving());
-  AppendClause(sql, clauses.GetOrderBy());
+  sql += clauses.MakeSelect(parts.columns, parts.groupBy);
   AppendClause(sql, parts.pivot);
 }
 

@@ -1,4 +1,4 @@
-#include "query/QBSelect.h"
+#include "query/QB.h"
 
 #include "query/QueryClauses.h"
 
@@ -15,12 +15,7 @@ void CQBSelect::Build(const CTList<CQueryAttributes>& rows, std::u16string& sql)
   }
   if (columns.empty()) columns = u"*";
 
-  sql = clauses.GetSelectKeyword();
-  sql += u' ' + columns + u'\n' + clauses.GetFrom();
-  AppendClause(sql, clauses.GetWhere());
-  AppendClause(sql, clauses.GetGroupBy());
-  AppendClause(sql, clauses.GetHaving());
-  AppendClause(sql, clauses.GetOrderBy());
+  sql = clauses.MakeSelect(columns, clauses.GetGroupBy());
 }
 
 }  // namespace tolvane

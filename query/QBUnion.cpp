@@ -1,4 +1,4 @@
-#include "query/QBUnion.h"
+#include "query/QB.h"
 
 namespace tolvane {
 

@@ -133,13 +133,16 @@ std::u16string_view CQueryClauses::GetSelectKeyword() const {
   return u"SELECT";
 }
 
-std::u16string CQueryClauses::GetFrom() {
+std::u16string CQueryClauses::MakeSelect(const std::u16string& columns, std::u16string_view groupBy) {
+  // There may be no source at all.
   const std::u16string joins = m_joins.GetJoinText();
-  return joins.empty() ? m_from : u"FROM " + joins;
-}
-
-std::u16string CQueryClauses::GetOrderBy() const {
-  return m_sortKeys.empty() ? std::u16string() : u"ORDER BY " + m_sortKeys;
+  std::u16string sql = std::u16string(GetSelectKeyword()) + u' ' + columns + u'\n' +
+                       (joins.empty() ? m_from : u"FROM " + joins);
+  AppendClause(sql, m_where);
+  AppendClause(sql, groupBy);
+  AppendClause(sql, m_having);
+  if (!m_sortKeys.empty()) AppendClause(sql, u"ORDER BY " + m_sortKeys);
+  return sql;
 }
 
 }  // namespace tolvane

@@ -36,20 +36,18 @@ class CQueryClauses {
   // Kind 6 with its alias: the entry "expression AS [alias]".
   static std::u16string ColumnEntry(const CQueryAttributes& row);
 
-  // SELECT, SELECT DISTINCT or SELECT DISTINCTROW.
-  [[nodiscard]] std::u16string_view GetSelectKeyword() const;
-  // "FROM " and the joins, or the list of sources when there is no join; may be empty. Call once.
-  std::u16string GetFrom();
+  // The selection of these columns, grouped by that clause. Call once.
+  std::u16string MakeSelect(const std::u16string& columns, std::u16string_view groupBy);
   // The joins alone. Call once.
   std::u16string GetJoinText() { return m_joins.GetJoinText(); }
 
   [[nodiscard]] const std::u16string& GetWhere() const { return m_where; }
   [[nodiscard]] const std::u16string& GetGroupBy() const { return m_groupBy; }
   [[nodiscard]] const std::u16string& GetHaving() const { return m_having; }
-  // With its keyword; empty when there is no sort key.
-  [[nodiscard]] std::u16string GetOrderBy() const;
 
  private:
+  // SELECT, SELECT DISTINCT or SELECT DISTINCTROW.
+  [[nodiscard]] std::u16string_view GetSelectKeyword() const;
   void TakeSource(const CQueryAttributes& row);
   void TakeJoin(const CQueryAttributes& row);
   void TakeSortKey(const CQueryAttributes& row);

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <utility>
 
 #include "ui/win/Theme.h"
 
@@ -169,28 +171,17 @@ void CPageMapControl::Click(POINT point) {
 }
 
 bool CPageMapControl::OnKey(WPARAM key) {
-  switch (key) {
-    case VK_LEFT:
-      if (m_current > 0) Choose(m_current - 1);
-      return true;
-    case VK_RIGHT:
-      Choose(m_current + 1);
-      return true;
-    case VK_UP:
-      if (m_current >= m_columns) Choose(m_current - m_columns);
-      return true;
-    case VK_DOWN:
-      Choose(m_current + m_columns);
-      return true;
-    case VK_HOME:
-      Choose(0);
-      return true;
-    case VK_END:
-      if (GetCellCount() > 0) Choose(GetCellCount() - 1);
-      return true;
-    default:
-      return false;
-  }
+  // In front of the first cell numbers are beyond the last one, where nothing can be chosen.
+  const std::pair<WPARAM, size_t> targets[] = {{VK_LEFT, m_current - 1},
+                                               {VK_RIGHT, m_current + 1},
+                                               {VK_UP, m_current - m_columns},
+                                               {VK_DOWN, m_current + m_columns},
+                                               {VK_HOME, 0},
+                                               {VK_END, GetCellCount() - 1}};
+  const auto* const target = std::ranges::find(targets, key, &std::pair<WPARAM, size_t>::first);
+  if (target == std::end(targets)) return false;
+  Choose(target->second);
+  return true;
 }
 
 LRESULT CPageMapControl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

@@ -4,31 +4,17 @@
 
 namespace tolvane {
 
-CArea CArea::CutTop(int height, int gap) {
+CArea CArea::CutStart(LONG RECT::*start, LONG RECT::*end, int size, int gap) {
   RECT cut = m_area;
-  cut.bottom = std::min(cut.top + height, m_area.bottom);
-  m_area.top = std::min(cut.bottom + gap, m_area.bottom);
+  cut.*end = std::min(cut.*start + size, m_area.*end);
+  m_area.*start = std::min(cut.*end + gap, m_area.*end);
   return CArea(cut);
 }
 
-CArea CArea::CutBottom(int height, int gap) {
+CArea CArea::CutEnd(LONG RECT::*start, LONG RECT::*end, int size, int gap) {
   RECT cut = m_area;
-  cut.top = std::max(cut.bottom - height, m_area.top);
-  m_area.bottom = std::max(cut.top - gap, m_area.top);
-  return CArea(cut);
-}
-
-CArea CArea::CutLeft(int width, int gap) {
-  RECT cut = m_area;
-  cut.right = std::min(cut.left + width, m_area.right);
-  m_area.left = std::min(cut.right + gap, m_area.right);
-  return CArea(cut);
-}
-
-CArea CArea::CutRight(int width, int gap) {
-  RECT cut = m_area;
-  cut.left = std::max(cut.right - width, m_area.left);
-  m_area.right = std::max(cut.left - gap, m_area.left);
+  cut.*start = std::max(cut.*end - size, m_area.*start);
+  m_area.*end = std::max(cut.*start - gap, m_area.*start);
   return CArea(cut);
 }
 

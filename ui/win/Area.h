@@ -10,10 +10,10 @@ class CArea {
   explicit CArea(const RECT& area) : m_area(area) {}
 
   // Each answers the part cut off and loses it, with `gap` pixels beside it. Never beyond what there is.
-  CArea CutTop(int height, int gap = 0);
-  CArea CutBottom(int height, int gap = 0);
-  CArea CutLeft(int width, int gap = 0);
-  CArea CutRight(int width, int gap = 0);
+  CArea CutTop(int height, int gap = 0) { return CutStart(&RECT::top, &RECT::bottom, height, gap); }
+  CArea CutBottom(int height, int gap = 0) { return CutEnd(&RECT::top, &RECT::bottom, height, gap); }
+  CArea CutLeft(int width, int gap = 0) { return CutStart(&RECT::left, &RECT::right, width, gap); }
+  CArea CutRight(int width, int gap = 0) { return CutEnd(&RECT::left, &RECT::right, width, gap); }
   [[nodiscard]] CArea Inset(int horizontal, int vertical) const;
 
   [[nodiscard]] const RECT& GetRect() const { return m_area; }
@@ -21,6 +21,9 @@ class CArea {
   [[nodiscard]] int GetHeight() const { return m_area.bottom - m_area.top; }
 
  private:
+  CArea CutStart(LONG RECT::*start, LONG RECT::*end, int size, int gap);
+  CArea CutEnd(LONG RECT::*start, LONG RECT::*end, int size, int gap);
+
   RECT m_area;
 };
 
