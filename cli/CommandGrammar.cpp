@@ -95,8 +95,8 @@ void CCommandGrammar::AddRepair() {
       ->required();
   AddPath(command, "-o,--output", m_arguments.output,
           "The new database; Tolvane_NAME beside the source if left out");
-  AddPath(command, "--to-dir", m_arguments.outputFolder, "Folder for the new databases, under the sources' names",
-          kFolderArgument);
+  AddPath(command, "--to-dir", m_arguments.outputFolder,
+          "Folder for the new databases, under the sources' names", kFolderArgument);
   command.add_option("-j,--jobs", m_arguments.jobs, "How many of several files are repaired at once")
       ->type_name("NUMBER")
       ->check(CLI::Range(1, 256).description(""));
@@ -140,7 +140,8 @@ void CCommandGrammar::AddExport() {
           kTextArgument);
   AddPath(command, "--to", m_arguments.folder, "Folder for one file a table; standard output if left out",
           kFolderArgument);
-  AddPath(command, "-o,--output", m_arguments.output, "The file for one TABLE, or for the script or database");
+  AddPath(command, "-o,--output", m_arguments.output,
+          "The file for one TABLE, or for the script or database");
   SExportWords& words = m_words.exporting;
   AddChoice(command, "--format", words.format, "csv (default), jsonl, an SQL script or an SQLite database",
             {"csv", "jsonl", "sql", "sqlite"});

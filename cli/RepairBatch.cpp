@@ -83,8 +83,7 @@ std::string ReadText(const std::u16string& path) {
   CFileCust file;
   if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting)) return {};
   std::string text(static_cast<size_t>(std::min(file.GetLength(), kLongestResult)), '\0');
-  CErrorHandler handler;
-  text.resize(file.ReadAt(0, {reinterpret_cast<uint8_t*>(text.data()), text.size()}, handler));
+  text.resize(file.ReadAt(0, {reinterpret_cast<uint8_t*>(text.data()), text.size()}));
   return text;
 }
 

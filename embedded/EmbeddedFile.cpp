@@ -8,7 +8,6 @@
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
 #include "format/SystemObjects.h"
-#include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 
 namespace tolvane {
@@ -45,11 +44,10 @@ uint32_t LimitPages(const SLayout& layout, uint32_t maxPages) {
 
 const SLayout& ProbeFileLayout(std::u16string_view path) {
   CFileCust file;
-  CErrorHandler handler;
   std::array<uint8_t, kLayoutProbe> bytes{};
   if (!file.Open(path, EFileAccess::Read, EFileShare::ReadWrite, EFileCreation::OpenExisting))
     return kLayoutJet4;
-  return ProbeLayout(std::span(bytes).first(file.Read(bytes, handler)));
+  return ProbeLayout(std::span(bytes).first(file.ReadAt(0, bytes)));
 }
 
 CEmbeddedFile::CEmbeddedFile(const SLayout& layout, uint32_t maxPages, std::shared_ptr<CIdentity> identity)

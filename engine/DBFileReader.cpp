@@ -50,8 +50,7 @@ bool CDBFileReader::LeaveOutAddedReturns() {
   uint8_t before = 0;
   size_t alone = 0;
   for (uint64_t offset = 0;; offset += kBlock) {
-    CErrorHandler handler;
-    const size_t size = m_file.ReadAt(offset, block, handler);
+    const size_t size = m_file.ReadAt(offset, block);
     for (size_t i = 0; i < size; before = block[i++]) {
       if (block[i] != kLineFeed) continue;
       if (before == kReturn)

@@ -35,13 +35,8 @@ EExportEnd CSqliteFile::Write(std::u16string_view path) {
   const EExportEnd end = WriteOnce(path);
   // Foreign keys are part of their tables, and one to a key that is gone would be none: once more without.
   if (end != EExportEnd::Done || !DropReferences()) return end;
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Write, EFileShare::None, EFileCreation::CreateAlways)) {
-    m_problem = SystemMessage(file.GetLastErrorCode());
-    return EExportEnd::NotWritten;
-  }
-  file.Close();
-  return WriteOnce(path);
+  m_problem = WriteWholeFile(path, EFileShare::None, EFileCreation::CreateAlways, {});
+  return m_problem.empty() ? WriteOnce(path) : EExportEnd::NotWritten;
 }
 
 EExportEnd CSqliteFile::WriteOnce(std::u16string_view path) {

@@ -12,9 +12,8 @@ namespace tolvane {
 inline std::u16string WriteInput(const uint8_t* data, size_t size, std::u16string_view name = u"input") {
   std::u16string path = GetTempFolder();
   path += name;
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways)) std::abort();
-  file.Write({data, size});
+  if (!WriteWholeFile(path, EFileShare::Read, EFileCreation::CreateAlways, {data, size}).empty())
+    std::abort();
   return path;
 }
 

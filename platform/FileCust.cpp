@@ -31,6 +31,11 @@ uint64_t CFileCust::Seek(uint64_t offset, ESeekOrigin origin, ESeekDirection dir
   return position;
 }
 
+size_t CFileCust::ReadAt(uint64_t offset, std::span<uint8_t> buffer) {
+  CErrorHandler handler;
+  return ReadAt(offset, buffer, handler);
+}
+
 void CFileCust::Report(uint32_t error, CErrorHandler& handler) {
   m_lastError = error;
   handler.ReportError(SystemMessage(error), 1);
@@ -39,6 +44,18 @@ void CFileCust::Report(uint32_t error, CErrorHandler& handler) {
 void CFileCust::Throw(uint32_t error) {
   m_lastError = error;
   throw CFileCustException(error);
+}
+
+std::u16string WriteWholeFile(std::u16string_view path, EFileShare share, EFileCreation creation,
+                              std::span<const uint8_t> bytes) {
+  CFileCust file;
+  if (!file.Open(path, EFileAccess::Write, share, creation)) return SystemMessage(file.GetLastErrorCode());
+  try {
+    file.Write(bytes);
+    return {};
+  } catch (const CFileCustException& error) {
+    return error.GetMessageText();
+  }
 }
 
 }  // namespace tolvane

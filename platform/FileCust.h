@@ -109,6 +109,8 @@ class CFileCust {
   size_t Read(std::span<uint8_t> buffer, CErrorHandler& handler);
   // The same at an absolute offset, without moving the position; any number of threads at a time.
   size_t ReadAt(uint64_t offset, std::span<uint8_t> buffer, CErrorHandler& handler);
+  // Where it does not matter why there are fewer.
+  size_t ReadAt(uint64_t offset, std::span<uint8_t> buffer);
 
   // Cuts or extends the file and moves the position to its new end.
   bool Truncate(uint64_t length);
@@ -142,5 +144,9 @@ class CFileCust {
   std::atomic<uint32_t> m_lastError = kNoSystemError;
   std::u16string m_path;
 };
+
+// All that a file is to hold, written at once. Why that failed; empty when it did not.
+std::u16string WriteWholeFile(std::u16string_view path, EFileShare share, EFileCreation creation,
+                              std::span<const uint8_t> bytes);
 
 }  // namespace tolvane

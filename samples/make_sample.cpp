@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "format/Layout.h"
-#include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -256,22 +255,14 @@ void DestroyPages(CPages& pages) {
 
 Bytes ReadAll(const std::u16string& path) {
   CFileCust file;
-  CErrorHandler handler;
   if (!file.Open(path, EFileAccess::Read, EFileShare::Read, EFileCreation::OpenExisting)) return {};
   Bytes bytes(file.GetLength());
-  bytes.resize(file.Read(bytes, handler));
+  bytes.resize(file.ReadAt(0, bytes));
   return bytes;
 }
 
 bool WriteAll(const std::u16string& path, const Bytes& bytes) {
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Write, EFileShare::None, EFileCreation::CreateAlways)) return false;
-  try {
-    file.Write(bytes);
-  } catch (const CFileCustException&) {
-    return false;
-  }
-  return true;
+  return WriteWholeFile(path, EFileShare::None, EFileCreation::CreateAlways, bytes).empty();
 }
 
 void MakeDatabase(const std::string& path) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "format/Bytes.h"
-#include "platform/ErrorHandler.h"
 #include "platform/FileCust.h"
 
 namespace tolvane {
@@ -37,8 +36,7 @@ bool ReadObject(const SObjectPlace& place, uint64_t most, std::vector<uint8_t>& 
   const uint64_t wanted = std::min(place.length, there);
   if (wanted > most) return false;
   bytes.resize(static_cast<size_t>(wanted));
-  CErrorHandler handler;
-  bytes.resize(file.ReadAt(place.offset, bytes, handler));
+  bytes.resize(file.ReadAt(place.offset, bytes));
   return bytes.size() == wanted && (place.length == SObjectPlace::kToTheEnd || wanted == place.length);
 }
 

@@ -4,7 +4,6 @@
 #include <array>
 
 #include "format/Bytes.h"
-#include "platform/ErrorHandler.h"
 #include "store/ValueStream.h"
 
 namespace tolvane {
@@ -26,8 +25,7 @@ bool CRowBlockReader::Next(SRowBlock& block) {
   if (m_position >= m_length || m_columnCount == 0) return false;
   const auto wanted = static_cast<size_t>(std::min<uint64_t>(kBlockBytes, m_length - m_position));
   if (block.bytes.size() < wanted) block.bytes.resize(wanted);
-  CErrorHandler handler;
-  const size_t got = m_file.ReadAt(m_start + m_position, std::span(block.bytes).first(wanted), handler);
+  const size_t got = m_file.ReadAt(m_start + m_position, std::span(block.bytes).first(wanted));
   if (got < wanted) m_length = m_position + got;
   if (got == 0) return false;
   const std::span<const uint8_t> bytes = std::span(block.bytes).first(got);
@@ -58,10 +56,8 @@ std::optional<size_t> CRowBlockReader::EndOfRow(std::span<const uint8_t> bytes, 
 void CRowBlockReader::PassRow() {
   for (size_t column = 0; column < m_columnCount; ++column) {
     std::array<uint8_t, kCountBytes> bytes{};
-    CErrorHandler handler;
     const uint64_t left = m_length - m_position;
-    const bool isThere =
-        left >= kCountBytes && m_file.ReadAt(m_start + m_position, bytes, handler) == kCountBytes;
+    const bool isThere = left >= kCountBytes && m_file.ReadAt(m_start + m_position, bytes) == kCountBytes;
     const uint32_t count = GetLittle<uint32_t>(bytes, 0);
     if (!isThere || count > left - kCountBytes) {
       m_position = m_length;

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "format/Bytes.h"
-#include "platform/ErrorHandler.h"
 
 namespace tolvane {
 
@@ -92,9 +91,8 @@ size_t CValueStream::ReadBytes(std::span<uint8_t> bytes) {
 bool CValueStream::FillBlock() {
   const size_t wanted = static_cast<size_t>(std::min<uint64_t>(kBlockBytes, m_length - m_position));
   if (m_block.size() < wanted) m_block.resize(wanted);
-  CErrorHandler handler;
   m_blockStart = m_position;
-  m_blockSize = m_file.ReadAt(m_start + m_position, std::span(m_block).first(wanted), handler);
+  m_blockSize = m_file.ReadAt(m_start + m_position, std::span(m_block).first(wanted));
   if (m_blockSize == 0) m_length = m_position;
   return m_blockSize > 0;
 }

@@ -216,8 +216,8 @@ void CFrameCommands::SaveLog() {
                                                         .defaultExtension = u"txt",
                                                         .defaultName = u"Tolvane log.txt"});
   if (path.empty()) return;
-  std::u16string problem;
-  if (m_view.GetLog().SaveLog(path, m_workflow->DescribeResult(), problem))
+  const std::u16string problem = m_view.GetLog().SaveLog(path, m_workflow->DescribeResult());
+  if (problem.empty())
     m_notice(u"The log was saved: " + path);
   else
     m_dialogs.ShowMessage(path + u": " + problem, EMessageIcon::Warning);

@@ -22,22 +22,11 @@ bool CLogEditView::CopyLog() const {
   return CopyTextToClipboard(m_window, GetLogText());
 }
 
-bool CLogEditView::SaveLog(std::u16string_view path, std::u16string_view more,
-                           std::u16string& problem) const {
+std::u16string CLogEditView::SaveLog(std::u16string_view path, std::u16string_view more) const {
   std::string text = "\xEF\xBB\xBF" + ToUtf8(GetLogText()) + "\r\n";
   if (!more.empty()) text += "\r\n" + ToUtf8(more) + "\r\n";
-  CFileCust file;
-  if (!file.Open(path, EFileAccess::Write, EFileShare::Read, EFileCreation::CreateAlways)) {
-    problem = SystemMessage(file.GetLastErrorCode());
-    return false;
-  }
-  try {
-    file.Write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
-    return true;
-  } catch (const CFileCustException& failure) {
-    problem = failure.GetMessageText();
-    return false;
-  }
+  return WriteWholeFile(path, EFileShare::Read, EFileCreation::CreateAlways,
+                        {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
 }  // namespace tolvane

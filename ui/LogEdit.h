@@ -23,9 +23,8 @@ class CLogEditView : public CLogEdit {
   bool CreatePane(HWND parent, UINT identifier) { return Create(parent, identifier, EEditForm::Lines); }
   // The whole log, whatever is selected.
   [[nodiscard]] bool CopyLog() const;
-  // As UTF-8, with `more` behind the log. On failure `problem` is what the system says.
-  [[nodiscard]] bool SaveLog(std::u16string_view path, std::u16string_view more,
-                             std::u16string& problem) const;
+  // As UTF-8, with `more` behind the log. What the system says on failure, else empty.
+  [[nodiscard]] std::u16string SaveLog(std::u16string_view path, std::u16string_view more) const;
 };
 
 }  // namespace tolvane

@@ -1,7 +1,6 @@
 #include "app/report/ReportFile.h"
 
 #include <cstdint>
-#include <span>
 
 #include "platform/FileCust.h"
 #include "platform/Files.h"
@@ -13,19 +12,12 @@ SOutputVerdict CReportFile::Write(std::string_view page, const std::u16string& d
     m_output.Discard();
     return {EOutputState::Exists, u"The report would replace the new database."};
   }
-  try {
-    CFileCust file;
-    if (!file.Open(m_output.GetPartialPath(), EFileAccess::Write, EFileShare::None,
-                   EFileCreation::OpenExisting)) {
-      const std::u16string reason = SystemMessage(file.GetLastErrorCode());
-      m_output.Discard();
-      return {EOutputState::NotWritable, u"The report cannot be written: " + reason + u"."};
-    }
-    file.Write(std::span(reinterpret_cast<const uint8_t*>(page.data()), page.size()));
-    file.Close();
-  } catch (const CFileCustException& error) {
+  const std::u16string problem =
+      WriteWholeFile(m_output.GetPartialPath(), EFileShare::None, EFileCreation::OpenExisting,
+                     {reinterpret_cast<const uint8_t*>(page.data()), page.size()});
+  if (!problem.empty()) {
     m_output.Discard();
-    return {EOutputState::NotWritable, u"The report cannot be written: " + error.GetMessageText() + u"."};
+    return {EOutputState::NotWritable, u"The report cannot be written: " + problem + u"."};
   }
   const SOutputVerdict verdict = m_output.Complete();
   if (verdict.state != EOutputState::Ok) m_output.Discard();
