@@ -5,28 +5,12 @@
 
 #include "automation/EngineCalls.h"
 #include "automation/ValueConversion.h"
+#include "dao/MemorySource.h"
 #include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
-
-// Texts of the pieces' size, held in memory.
-class CMemorySource : public CDaoByteSource {
- public:
-  explicit CMemorySource(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
-  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
-    bytesRead = std::min(buffer.size(), m_bytes.size() - m_position);
-    std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position), bytesRead, buffer.begin());
-    m_position += bytesRead;
-    return true;
-  }
-  [[nodiscard]] uint64_t GetLength() const override { return m_bytes.size(); }
-
- private:
-  std::span<const uint8_t> m_bytes;
-  size_t m_position = 0;
-};
 
 // As much as there is, up to one piece.
 bool ReadChunk(CDaoByteSource& source, std::vector<uint8_t>& chunk) {

@@ -98,7 +98,7 @@ CDaoResult CAutomationTableDef::SetProperties(std::span<const CDaoProperty> prop
   return CDaoResult::Ok();
 }
 
-CDaoResult CAutomationTableDef::SetLink(const CDaoLinkInfo& link) {
+CDaoResult CAutomationTableDef::SetLink(const STableLink& link) {
   CEngineCalls calls(EOperation::Table);
   std::u16string connect = link.isOdbc ? u"ODBC;" + link.connect : link.connect;
   if (!link.isOdbc) connect += u";DATABASE=" + link.database;

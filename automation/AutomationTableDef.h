@@ -20,7 +20,7 @@ class CAutomationTableDef : public CDaoTableDef {
   CDaoResult CreateField(const CDaoFieldInfo& field) override;
   CDaoResult CreateIndex(const CDaoIndexInfo& index) override;
   CDaoResult SetProperties(std::span<const CDaoProperty> properties) override;
-  CDaoResult SetLink(const CDaoLinkInfo& link) override;
+  CDaoResult SetLink(const STableLink& link) override;
   CDaoResult Append() override;
   void Close() override;
 

@@ -19,11 +19,6 @@ constexpr std::pair<int32_t, std::u16string_view> kAttributeNames[] = {
     {kDaoHyperlinkField, u"hyperlink"},
     {kDaoFixedField, u"text of fixed length"}};
 
-// Nothing more can be stored.
-bool EndsAll(EDaoError code) {
-  return code == EDaoError::EngineGone || code == EDaoError::DiskFull || code == EDaoError::DiskError;
-}
-
 constexpr int32_t kFailOnError = 128;
 
 std::u16string LostCounter(const SCounter& counter) {
@@ -54,7 +49,7 @@ class CCompletion {
     for (const CEngineCalls* calls : {&added, &removed}) {
       const CDaoResult result = calls->GetResult();
       if (result.IsOk()) continue;
-      if (EndsAll(result.code)) return result;
+      if (EndsSave(result.code)) return result;
       ++m_change.properties;
       Tell(calls == &added ? LostCounter(counter) + u": " + result.text
                            : u"The record " + field + u" = " + number +
@@ -73,7 +68,7 @@ class CCompletion {
         calls.GetObject(calls.GetObject(m_tableDef, u"Fields"), u"Item", {Text(name)});
     const int32_t present = NumberOf(calls.Get(field, u"Attributes"));
     if (!calls.IsOk()) {
-      if (CDaoResult result = calls.GetResult(); EndsAll(result.code)) return result;
+      if (CDaoResult result = calls.GetResult(); EndsSave(result.code)) return result;
       Tell(u"Column \"" + name + u"\": its attributes could not be checked: " + calls.GetResult().text);
       return CDaoResult::Ok();
     }
@@ -92,12 +87,12 @@ class CCompletion {
       return CDaoResult::Ok();
     }
     const CDaoResult refusal = MakeIndex(m_tableDef, index);
-    if (refusal.IsOk() || EndsAll(refusal.code)) return refusal;
+    if (refusal.IsOk() || EndsSave(refusal.code)) return refusal;
     ++m_change.indexes;
     CDaoIndexInfo weaker = index;
     weaker.primary = weaker.unique = weaker.required = false;
     const CDaoResult result = MakeIndex(m_tableDef, weaker);
-    if (EndsAll(result.code)) return result;
+    if (EndsSave(result.code)) return result;
     Tell(u"Index \"" + index.name +
          (result.IsOk() ? u"\" is no key any more: " : u"\" could not be created: ") + refusal.text);
     return CDaoResult::Ok();
@@ -112,7 +107,7 @@ class CCompletion {
       }
       const CDaoResult result = SetProperty(owner, property);
       if (result.IsOk()) continue;
-      if (EndsAll(result.code)) return result;
+      if (EndsSave(result.code)) return result;
       ++m_change.properties;
       Tell(Text(of) + u" has lost its property \"" + property.name + u"\": " + result.text);
     }
@@ -126,7 +121,7 @@ class CCompletion {
         calls.GetObject(calls.GetObject(m_tableDef, u"Fields"), u"Item", {Text(name)});
     if (calls.IsOk()) return Set(field, u"Column \"" + name + u"\"", properties);
     const CDaoResult result = calls.GetResult();
-    if (EndsAll(result.code)) return result;
+    if (EndsSave(result.code)) return result;
     m_change.properties += properties.size();
     Tell(u"Column \"" + name + u"\" has lost its properties: " + result.text);
     return CDaoResult::Ok();
@@ -174,7 +169,7 @@ CDaoResult CompleteTable(const AutomationObject& database, std::u16string_view n
   CEngineCalls calls(EOperation::Table);
   AutomationObject tableDef = calls.GetObject(calls.GetObject(database, u"TableDefs"), u"Item", {Text(name)});
   if (!calls.IsOk()) {
-    if (CDaoResult result = calls.GetResult(); EndsAll(result.code)) return result;
+    if (CDaoResult result = calls.GetResult(); EndsSave(result.code)) return result;
     LoseAll(table, change, u"It has lost its keys and properties: " + calls.GetResult().text);
     return CDaoResult::Ok();
   }

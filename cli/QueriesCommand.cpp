@@ -1,5 +1,4 @@
 // queries: the saved queries, rebuilt as SQL text, without saving them.
-#include <algorithm>
 #include <string>
 #include <vector>
 

@@ -19,6 +19,7 @@
 #include "format/ColumnType.h"
 #include "format/Property.h"
 #include "format/SavedQuery.h"
+#include "format/TableLink.h"
 #include "format/Value.h"
 
 namespace tolvane {
@@ -71,6 +72,12 @@ struct CDaoEngineError {
   std::u16string description;  // the first one; may be empty
   uint64_t count = 0;          // of the call's failures with this number
 };
+
+// True when nothing can be written after this. A database that has reached the largest size of its format
+// refuses what does not fit any more, and is sound.
+constexpr bool EndsSave(EDaoError code) {
+  return code == EDaoError::DiskFull || code == EDaoError::DiskError || code == EDaoError::EngineGone;
+}
 
 // What an implementation answers that does not have the operation.
 inline CDaoResult NotSupported() {
@@ -157,16 +164,6 @@ struct CDaoFieldInfo {
   std::vector<CDaoProperty> valueProperties = {};  // complex field: of the values themselves
 };
 
-// A table of another database or server, of which only the way there is stored.
-struct CDaoLinkInfo {
-  bool isOdbc = false;
-  std::u16string source;                // the table's name there
-  std::u16string database;              // the file; a server's is part of `connect`
-  std::u16string connect;               // without its "ODBC;" for servers
-  std::vector<uint8_t> shortInfo = {};  // what an engine remembers of the server, as stored
-  std::vector<uint8_t> longInfo = {};
-};
-
 struct CDaoIndexFieldInfo {
   std::u16string name;
   bool descending = false;
@@ -221,7 +218,7 @@ class CDaoTableDef {
   virtual CDaoResult SetProperties(std::span<const CDaoProperty>) { return NotSupported(); }
   // Makes the table a link. A table of a server has fields, and may have indexes, as far as they are known;
   // one of a file has none.
-  virtual CDaoResult SetLink(const CDaoLinkInfo&) { return NotSupported(); }
+  virtual CDaoResult SetLink(const STableLink&) { return NotSupported(); }
   virtual CDaoResult Append() = 0;
   virtual void Close() = 0;
 };

@@ -311,7 +311,7 @@ CDaoResult CCatalogue::SetExtras(const SExtras& extras) {
     if (CDaoResult result = values.SetLongBytes(kObjectsProperties, extras.properties); !result.IsOk())
       return result;
   if (extras.link == nullptr) return CDaoResult::Ok();
-  const CDaoLinkInfo& link = *extras.link;
+  const STableLink& link = *extras.link;
   if (!link.source.empty()) values.SetText(kObjectsForeignName, link.source);
   if (!link.shortInfo.empty()) values.SetBytes(kObjectsShortInfo, link.shortInfo);
   if (!link.longInfo.empty())

@@ -67,7 +67,7 @@ class CCatalogue {
   // What only some objects have.
   struct SExtras {
     std::span<const uint8_t> properties;
-    const CDaoLinkInfo* link = nullptr;
+    const STableLink* link = nullptr;
   };
   // Gives an object without an id the next one.
   CDaoResult AddObject(SSystemObject& object, double date, const SExtras& extras);

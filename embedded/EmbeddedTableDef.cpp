@@ -309,7 +309,7 @@ CDaoResult CEmbeddedTableDef::SetProperties(std::span<const CDaoProperty> proper
   return CDaoResult::Ok();
 }
 
-CDaoResult CEmbeddedTableDef::SetLink(const CDaoLinkInfo& link) {
+CDaoResult CEmbeddedTableDef::SetLink(const STableLink& link) {
   if (CDaoResult result = CheckOpen(); !result.IsOk()) return result;
   if (link.source.size() > kMaxTextLength ||
       link.shortInfo.size() > kMaxTextLength * m_file->GetLayout().text.unitSize)

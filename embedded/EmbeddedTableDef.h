@@ -21,7 +21,7 @@ class CEmbeddedTableDef : public CDaoTableDef {
   // Empty until rows are added; what rows then do not allow, it loses.
   CDaoResult CreateIndex(const CDaoIndexInfo& index) override;
   CDaoResult SetProperties(std::span<const CDaoProperty> properties) override;
-  CDaoResult SetLink(const CDaoLinkInfo& link) override;
+  CDaoResult SetLink(const STableLink& link) override;
   CDaoResult Append() override;
   void Close() override;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "dao/MemorySource.h"
 #include "embedded/StoredText.h"
 #include "embedded/UsageMap.h"
 #include "format/LongValue.h"
@@ -40,23 +41,6 @@ class CTextSource : public CDaoByteSource {
 
   std::u16string_view m_text;
   size_t m_position = 0;  // in bytes
-};
-
-// Bytes in memory.
-class CSpanSource : public CDaoByteSource {
- public:
-  explicit CSpanSource(std::span<const uint8_t> bytes) : m_rest(bytes), m_length(bytes.size()) {}
-  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override {
-    bytesRead = std::min(buffer.size(), m_rest.size());
-    std::copy_n(m_rest.begin(), bytesRead, buffer.begin());
-    m_rest = m_rest.subspan(bytesRead);
-    return true;
-  }
-  [[nodiscard]] uint64_t GetLength() const override { return m_length; }
-
- private:
-  std::span<const uint8_t> m_rest;
-  uint64_t m_length;
 };
 
 CDaoResult Unreadable() {
@@ -164,7 +148,7 @@ CDaoResult CLongValueWriter::Store() {
 }
 
 CDaoResult CLongValueWriter::SetBytes(std::span<const uint8_t> bytes, CRowEncoder& row) {
-  CSpanSource source(bytes);
+  CMemorySource source(bytes);
   return SetBytes(source, row);
 }
 

@@ -18,7 +18,7 @@ struct SNewTable {
   uint32_t objectFlags = 0;
   std::vector<uint8_t> properties;  // the blob; empty: none
   std::vector<SNewComplexColumn> complexColumns;
-  std::optional<CDaoLinkInfo> link;
+  std::optional<STableLink> link;
 };
 
 }  // namespace tolvane

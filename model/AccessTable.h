@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "format/TableLink.h"
 #include "model/AccessColumn.h"
 #include "model/AccessTableIndex.h"
-#include "model/TableLink.h"
 #include "store/FilePart.h"
 
 namespace tolvane {

@@ -1,10 +1,10 @@
 #include "samples/SampleBuilder.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "dao/MemorySource.h"
 #include "embedded/EmbeddedEngine.h"
 #include "platform/Text.h"
 
@@ -34,13 +34,6 @@ SSampleField Memo(const char* name) {
 }
 SSampleField Ole(const char* name) {
   return {name, kDaoLongBinary};
-}
-
-bool CMemorySource::Read(std::span<uint8_t> buffer, size_t& bytesRead) {
-  bytesRead = std::min(buffer.size(), m_bytes.size() - m_position);
-  std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position), bytesRead, buffer.begin());
-  m_position += bytesRead;
-  return true;
 }
 
 CSampleBuilder::CSampleBuilder(const std::string& path, int32_t version) : m_engine(MakeEmbeddedEngine()) {

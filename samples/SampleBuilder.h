@@ -28,18 +28,6 @@ SSampleField Text(const char* name, int32_t characters);
 SSampleField Memo(const char* name);
 SSampleField Ole(const char* name);
 
-// Bytes in memory, handed over piece by piece.
-class CMemorySource : public CDaoByteSource {
- public:
-  explicit CMemorySource(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
-  bool Read(std::span<uint8_t> buffer, size_t& bytesRead) override;
-  [[nodiscard]] uint64_t GetLength() const override { return m_bytes.size(); }
-
- private:
-  std::span<const uint8_t> m_bytes;
-  size_t m_position = 0;
-};
-
 class CSampleBuilder {
  public:
   explicit CSampleBuilder(const std::string& path, int32_t version = kDaoVersionJet4);

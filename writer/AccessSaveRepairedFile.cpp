@@ -328,9 +328,7 @@ ESaveStep CAccessSaveRepairedFile::CompleteTables(CDaoDatabase& database) {
     Remark(u"Table " + Quoted(change.table) + u": " + change.text);
   }
   if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
-  if (result.IsOk()) return ESaveStep::Done;
-  m_summary.failure = result.text;
-  return ESaveStep::Failed;
+  return result.IsOk() ? ESaveStep::Done : FailSave(m_summary, result);
 }
 
 ESaveStep CAccessSaveRepairedFile::CopyTable(CDaoDatabase& database, SSavedTable& saved) {

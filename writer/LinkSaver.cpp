@@ -4,26 +4,11 @@
 #include <string>
 
 namespace tolvane {
-namespace {
-
-bool NeedsOtherName(EDaoError code) {
-  return code == EDaoError::TableExists || code == EDaoError::QueryExists || code == EDaoError::InvalidName;
-}
-
-}  // namespace
-
-CDaoLinkInfo MakeLinkInfo(const STableLink& link) {
-  return {link.isOdbc, link.source, link.database, link.connect, link.shortInfo, link.longInfo};
-}
-
 ESaveStep CLinkSaver::Save(const std::vector<SFileLink>& links, LinkNames& names) {
   for (const SFileLink& link : links) {
     if (!m_job.saving.IsSaving()) return ESaveStep::Stopped;
     const CDaoResult result = SaveOne(link, names);
-    if (EndsSave(result.code)) {
-      m_summary.failure = result.text;
-      return ESaveStep::Failed;
-    }
+    if (EndsSave(result.code)) return FailSave(m_summary, result);
     if (result.IsOk()) {
       ++m_summary.linksSaved;
     } else {
@@ -54,7 +39,7 @@ CDaoResult CLinkSaver::TryCreate(const SFileLink& link, const std::u16string& na
   std::unique_ptr<CDaoTableDef> table;
   CDaoResult result = m_database.CreateTableDef(name, 0, {}, {}, table);
   if (!result.IsOk()) return result;
-  result = table->SetLink(MakeLinkInfo(link.link));
+  result = table->SetLink(link.link);
   const std::vector<CDaoProperty> properties = m_keptProperties.OfTable(link.properties);
   if (result.IsOk() && !properties.empty()) result = table->SetProperties(properties);
   if (result.IsOk()) result = table->Append();

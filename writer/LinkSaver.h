@@ -39,7 +39,4 @@ class CLinkSaver {
   CNameSet m_names;
 };
 
-// As the database operations take it.
-CDaoLinkInfo MakeLinkInfo(const STableLink& link);
-
 }  // namespace tolvane

@@ -191,9 +191,7 @@ CDaoResult CQuerySaver::StoreQuery(CDaoDatabase& database, SSavedQuery& query) {
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
     m_names.Take(query.name);
     result = database.CreateQuery(query);
-    const bool isNameRefused = result.code == EDaoError::InvalidName ||
-                               result.code == EDaoError::QueryExists || result.code == EDaoError::TableExists;
-    if (!isNameRefused) break;
+    if (!NeedsOtherName(result.code)) break;
     query.name = m_names.MakeVariation(wanted, u"Query");
   }
   return result;

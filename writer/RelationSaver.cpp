@@ -111,10 +111,7 @@ ESaveStep CRelationSaver::CreateOne(CDaoDatabase& database, const SRecoveredRela
   if (!MayEnforce(info)) weakness = GiveUpEnforcing(info, u"A table of it has 32 others already.");
   const CDaoResult result = TryCreate(database, info, weakness);
   m_names.Take(info.name);
-  if (EndsSave(result.code)) {
-    m_summary.failure = result.text;
-    return ESaveStep::Failed;
-  }
+  if (EndsSave(result.code)) return FailSave(m_summary, result);
   if (!result.IsOk()) {
     Lose(relation, result.text);
     return ESaveStep::Done;

@@ -19,15 +19,10 @@ constexpr uint32_t kLongText = 64 * 1024;
 
 }  // namespace
 
-ESaveStep CRowCopier::Fail(const CDaoResult& result) {
-  m_summary.failure = result.text;
-  return ESaveStep::Failed;
-}
-
 ESaveStep CRowCopier::Copy() {
   const CDaoResult opened = OpenRecords();
   if (!opened.IsOk()) {
-    if (EndsSave(opened.code)) return Fail(opened);
+    if (EndsSave(opened.code)) return FailSave(m_summary, opened);
     LoseRecords(m_saved, CountRows(), opened.text);
     return ESaveStep::Done;
   }
@@ -67,7 +62,7 @@ ESaveStep CRowCopier::Close() {
   m_summary.recordsMoved += m_recordset->GetMovedCount();
   m_recordset.reset();
   // The table's maps or counters lack something then: no database to keep.
-  if (!result.IsOk()) return Fail(result);
+  if (!result.IsOk()) return FailSave(m_summary, result);
   // Text without a failure tells what the engine had to change, such as an index that is no longer unique.
   if (result.text.empty()) return ESaveStep::Done;
   Remark(m_summary, m_job, u"Table \"" + m_saved.table->name + u"\": " + result.text);
@@ -134,7 +129,7 @@ ESaveStep CRowCopier::CopyRow(CTableRowReader& reader) {
   SRow row;
   if (!m_hasNewRecord) {
     const CDaoResult added = m_recordset->AddNew();
-    if (EndsSave(added.code)) return Fail(added);
+    if (EndsSave(added.code)) return FailSave(m_summary, added);
     if (!added.IsOk()) {
       LoseRecords(m_saved, 1, added.text);
       return ESaveStep::Done;
@@ -242,7 +237,7 @@ ESaveStep CRowCopier::SetText(size_t column, SRow& row) {
 }
 
 ESaveStep CRowCopier::NoteValue(const CDaoResult& result, SRow& row) {
-  if (EndsSave(result.code)) return Fail(result);
+  if (EndsSave(result.code)) return FailSave(m_summary, result);
   if (result.IsOk()) row.hasValue = true;
   // A value that was set may have lost something, too.
   if ((!result.IsOk() || !result.text.empty()) && row.failedFields++ == 0) row.reason = result.text;
@@ -309,7 +304,7 @@ ESaveStep CRowCopier::StoreRow(SRow& row) {
 
 ESaveStep CRowCopier::NoteStored(const CDaoResult& result, const SRow& row) {
   m_hasNewRecord = false;
-  if (EndsSave(result.code)) return Fail(result);
+  if (EndsSave(result.code)) return FailSave(m_summary, result);
   if (!result.IsOk()) {
     LoseRecords(m_saved, 1, result.text);
     return ESaveStep::Done;

@@ -69,7 +69,6 @@ class CRowCopier {
   ESaveStep StoreRow(SRow& row);
   ESaveStep NoteStored(const CDaoResult& result, const SRow& row);
   ESaveStep Close();
-  ESaveStep Fail(const CDaoResult& result);
 
   CDaoDatabase& m_database;
   const SRecoveryRules& m_rules;

@@ -21,8 +21,13 @@ std::u16string DescribeEngineError(const CDaoEngineError& error) {
   return text;
 }
 
-bool EndsSave(EDaoError code) {
-  return code == EDaoError::DiskFull || code == EDaoError::DiskError || code == EDaoError::EngineGone;
+ESaveStep FailSave(SSaveSummary& summary, const CDaoResult& result) {
+  summary.failure = result.text;
+  return ESaveStep::Failed;
+}
+
+bool NeedsOtherName(EDaoError code) {
+  return code == EDaoError::TableExists || code == EDaoError::QueryExists || code == EDaoError::InvalidName;
 }
 
 void Remark(SSaveSummary& summary, CJobContext& job, std::u16string text) {

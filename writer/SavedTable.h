@@ -100,9 +100,11 @@ enum class ESaveStep : uint8_t {
 // "Error 3022 of Update, 2 times: ..."
 std::u16string DescribeEngineError(const CDaoEngineError& error);
 
-// True when nothing can be written after this. A database that has reached the largest size of its format
-// refuses what does not fit any more, and is sound.
-bool EndsSave(EDaoError code);
+// The save ends with that.
+ESaveStep FailSave(SSaveSummary& summary, const CDaoResult& result);
+
+// Under another name it may be created.
+bool NeedsOtherName(EDaoError code);
 
 // Tells the user, in the summary and in the log.
 void Remark(SSaveSummary& summary, CJobContext& job, std::u16string text);

@@ -14,16 +14,7 @@ namespace tolvane {
 namespace {
 
 bool IsNameRefusal(EDaoError code) {
-  switch (code) {
-    case EDaoError::TableExists:
-    case EDaoError::QueryExists:
-    case EDaoError::InvalidName:
-    case EDaoError::InvalidArgument:
-    case EDaoError::DuplicateField:
-      return true;
-    default:
-      return false;
-  }
+  return NeedsOtherName(code) || code == EDaoError::InvalidArgument || code == EDaoError::DuplicateField;
 }
 
 CDaoResult CreateField(const SFieldPlan& plan, CDaoTableDef& tableDef) {
@@ -90,10 +81,7 @@ ESaveStep CTableBuilder::Build(SSavedTable& saved) {
 
 ESaveStep CTableBuilder::EndWithoutTable(SSavedTable& saved, const CDaoResult& result) {
   saved.name.clear();
-  if (EndsSave(result.code)) {
-    m_summary.failure = result.text;
-    return ESaveStep::Failed;
-  }
+  if (EndsSave(result.code)) return FailSave(m_summary, result);
   LoseRecords(saved, saved.table->header.rowCount, result.text);
   Remark(m_summary, m_job, u"Table " + Quoted(saved.table->name) + u" could not be created: " + result.text);
   if (saved.table->link)
@@ -128,7 +116,7 @@ CTableBuilder::SAttempt CTableBuilder::TryBuild(SSavedTable& saved, EIndexes ind
 // An engine that stores no properties makes the table all the same.
 CDaoResult CTableBuilder::AddOwnProperties(const CAccessTable& table, CDaoTableDef& tableDef) {
   if (table.link)
-    if (CDaoResult result = tableDef.SetLink(MakeLinkInfo(*table.link)); !result.IsOk()) return result;
+    if (CDaoResult result = tableDef.SetLink(*table.link); !result.IsOk()) return result;
   const std::vector<CDaoProperty> properties = m_keptProperties.OfTable(table.properties);
   TellLostProperties(u"Table", table.name);
   if (properties.empty() || tableDef.SetProperties(properties).IsOk()) return CDaoResult::Ok();

@@ -1,7 +1,5 @@
 #include "app/report/HtmlText.h"
 
-#include <algorithm>
-
 #include "app/VisibleText.h"
 #include "platform/Text.h"
 #include "platform/TextUnits.h"
