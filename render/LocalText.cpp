@@ -1,6 +1,7 @@
 #include "render/LocalText.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "format/ColumnType.h"
@@ -64,47 +65,27 @@ int TakeTwo(std::u16string_view text, size_t at) {
   return 10 * (text[at] - u'0') + (text[at + 1] - u'0');
 }
 
-// What the exact texts of a type are made of, in small letters; empty for those that hold anything.
-std::u16string_view AlphabetOf(uint8_t type) {
-  switch (type) {
-    case kTypeBoolean:
-      return u"truefals";
-    case kTypeByte:
-    case kTypeInteger:
-    case kTypeLong:
-    case kTypeBigInt:
-      return u"-0123456789";
-    case kTypeCurrency:
-    case kTypeSingle:
-    case kTypeDouble:
-    case kTypeDecimal:
-      return u"-0123456789.+einfa";
-    case kTypeDate:
-      return u"-0123456789.: +einfa";
-    case kTypeExtendedDate:
-      return u"-0123456789.: abcdef";
-    case kTypeBinary:
-      return u"0123456789abcdef";
-    case kTypeGuid:
-      return u"{-}0123456789abcdef";
-    default:
-      return {};
-  }
-}
-
-// Of whole numbers the longest text; else no limit.
-size_t MostUnitsOf(uint8_t type) {
-  switch (type) {
-    case kTypeByte:
-      return 3;
-    case kTypeInteger:
-      return 6;
-    case kTypeLong:
-      return 11;
-    default:
-      return SIZE_MAX;
-  }
-}
+// What the exact texts of a type are made of, in small letters, and how long the longest is; types that are
+// not here hold anything.
+struct SAlphabet {
+  uint8_t type;
+  std::u16string_view units;
+  size_t mostUnits = SIZE_MAX;
+};
+constexpr std::u16string_view kOfIntegers = u"-0123456789", kOfNumbers = u"-0123456789.+einfa";
+constexpr SAlphabet kAlphabets[] = {{kTypeBoolean, u"truefals"},
+                                    {kTypeByte, kOfIntegers, 3},
+                                    {kTypeInteger, kOfIntegers, 6},
+                                    {kTypeLong, kOfIntegers, 11},
+                                    {kTypeBigInt, kOfIntegers},
+                                    {kTypeCurrency, kOfNumbers},
+                                    {kTypeSingle, kOfNumbers},
+                                    {kTypeDouble, kOfNumbers},
+                                    {kTypeDecimal, kOfNumbers},
+                                    {kTypeDate, u"-0123456789.: +einfa"},
+                                    {kTypeExtendedDate, u"-0123456789.: abcdef"},
+                                    {kTypeBinary, u"0123456789abcdef"},
+                                    {kTypeGuid, u"{-}0123456789abcdef"}};
 
 bool IsLocalNumber(uint8_t type) {
   return type == kTypeCurrency || type == kTypeSingle || type == kTypeDouble || type == kTypeDecimal;
@@ -160,13 +141,13 @@ void CLocalText::LocaliseEach(uint8_t type, std::u16string_view between, std::u1
 }
 
 bool CLocalText::CanHold(uint8_t type, std::u16string_view folded) const {
-  const std::u16string_view units = AlphabetOf(type);
-  if (units.empty()) return true;
-  if (folded.size() > MostUnitsOf(type)) return false;
+  const auto* const alphabet = std::ranges::find(kAlphabets, type, &SAlphabet::type);
+  if (alphabet == std::end(kAlphabets)) return true;
+  if (folded.size() > alphabet->mostUnits) return false;
   const bool isLocal = m_isLocal && (IsLocalNumber(type) || IsLocalDate(type));
   if (isLocal && IsLocalDate(type) && m_hasWords) return true;
   return std::ranges::all_of(folded, [&](char16_t unit) {
-    if (Has(units, unit)) return true;
+    if (Has(alphabet->units, unit)) return true;
     return isLocal && (Has(m_facts.decimal, unit) ||
                        (IsLocalDate(type) && (Has(m_facts.day, unit) || Has(m_facts.time, unit))));
   });

@@ -39,16 +39,11 @@ uint32_t DivideByTen(std::array<uint32_t, 4>& words) {
 }
 
 void AppendDouble(double value, uint32_t decimals, std::u16string& text) {
-  if (std::isnan(value)) {
-    text += u"nan";
-    return;
-  }
+  if (std::isnan(value) || decimals == kShortestDigits) return AppendShortest(value, text);
   std::array<char, 400> digits;  // the largest double has 309 digits before its point
   const auto written =
-      decimals == kShortestDigits
-          ? std::to_chars(digits.data(), digits.data() + digits.size(), value)
-          : std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed,
-                          static_cast<int>(std::min(decimals, kMostDecimals)));
+      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed,
+                    static_cast<int>(std::min(decimals, kMostDecimals)));
   AppendAscii({digits.data(), static_cast<size_t>(written.ptr - digits.data())}, text);
 }
 

@@ -5,6 +5,7 @@
 #include "format/Bytes.h"
 #include "platform/Text.h"
 #include "render/DataConversion.h"
+#include "render/ExactText.h"
 #include "render/NumberText.h"
 
 namespace tolvane {
@@ -29,22 +30,6 @@ bool MakeStandardText(const SValue& value, const SRecoveryRules& rules, std::u16
   if (value.isNull) return true;
   const std::span<const uint8_t> bytes = value.bytes;
   switch (value.type) {
-    case kTypeBoolean:
-      text = bytes[0] != 0 ? u"True" : u"False";
-      return true;
-    case kTypeByte:
-      AppendDecimal(bytes[0], text);
-      return true;
-    case kTypeInteger:
-      AppendDecimal(GetLittle<int16_t>(bytes, 0), text);
-      return true;
-    case kTypeLong:
-    case kTypeComplex:
-      AppendDecimal(GetLittle<int32_t>(bytes, 0), text);
-      return true;
-    case kTypeCurrency:
-      CDataConversion::CurrencyToText(bytes.first<CDataConversion::kCurrencyBytes>(), text);
-      return true;
     case kTypeSingle:
       AppendDouble(double{std::bit_cast<float>(GetLittle<uint32_t>(bytes, 0))}, rules.floatDecimals, text);
       return true;
@@ -58,16 +43,22 @@ bool MakeStandardText(const SValue& value, const SRecoveryRules& rules, std::u16
     case kTypeBinary:
       CDataConversion::BytesToText(bytes, text);
       return true;
-    case kTypeText:
-    case kTypeMemo:
     case kTypeOle:
       CopyUnits(bytes, text);
       return true;
     case kTypeUnknown13:
       text = u"Unknown";
       return true;
+    case kTypeBoolean:
+    case kTypeByte:
+    case kTypeInteger:
+    case kTypeLong:
+    case kTypeComplex:
+    case kTypeCurrency:
+    case kTypeText:
+    case kTypeMemo:
     case kTypeGuid:
-      CDataConversion::GuidToText(bytes.first<CDataConversion::kGuidBytes>(), text);
+      MakeExactText(value, text);
       return true;
     case kTypeDecimal:
       AppendDecimalText(value, rules, text);
