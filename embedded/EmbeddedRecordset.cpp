@@ -77,25 +77,23 @@ CDaoResult CEmbeddedRecordset::SetFieldValue(size_t index, CDaoByteSource& bytes
   if (column.type != kTypeMemo)
     return WithField(EDaoError::InvalidDataType, column, u"only a memo or long binary field takes bytes");
   STextLoss loss;
-  CDaoResult result = LongValuesAt(index).SetText(bytes, m_table->GetRow(), loss);
-  return result.IsOk() ? Note(loss) : result;
+  return Note(LongValuesAt(index).SetText(bytes, m_table->GetRow(), loss), loss);
 }
 
 CDaoResult CEmbeddedRecordset::SetText(const SColumnDefinition& column, std::span<const uint8_t> units) {
   STextLoss loss;
-  CDaoResult result = m_fields.SetText(column, units, m_table->GetRow(), loss);
-  return result.IsOk() ? Note(loss) : result;
+  return Note(m_fields.SetText(column, units, m_table->GetRow(), loss), loss);
 }
 
-CDaoResult CEmbeddedRecordset::Note(const STextLoss& loss) {
+CDaoResult CEmbeddedRecordset::Note(CDaoResult set, const STextLoss& loss) {
+  if (!set.IsOk()) return set;
   m_replacedInRow += loss.replaced;
   return {EDaoError::None, loss.mark ? std::u16string(kMarkLeftOut) : std::u16string()};
 }
 
 CDaoResult CEmbeddedRecordset::SetMemo(size_t index, std::u16string_view text) {
   STextLoss loss;
-  CDaoResult result = LongValuesAt(index).SetText(text, m_table->GetRow(), loss);
-  return result.IsOk() ? Note(loss) : result;
+  return Note(LongValuesAt(index).SetText(text, m_table->GetRow(), loss), loss);
 }
 
 CDaoResult CEmbeddedRecordset::SetBytes(const SColumnDefinition& column, const SValue& value) {
@@ -125,12 +123,9 @@ CDaoResult CEmbeddedRecordset::SetCalculated(size_t index, const SValue& value) 
     result = std::move(*stored);
   }
   m_storage = WrapCalculated(result);
-  if (column.HoldsLongValues()) {
-    CDaoResult stored = LongValuesAt(index).SetBytes(m_storage, m_table->GetRow());
-    return stored.IsOk() ? Note(loss) : stored;
-  }
+  if (column.HoldsLongValues()) return Note(LongValuesAt(index).SetBytes(m_storage, m_table->GetRow()), loss);
   m_table->GetRow().Set(column, m_storage);
-  return Note(loss);
+  return Note(CDaoResult::Ok(), loss);
 }
 
 CDaoResult CEmbeddedRecordset::SetAutoNumber() {

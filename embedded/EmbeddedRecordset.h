@@ -39,7 +39,8 @@ class CEmbeddedRecordset : public CDaoRecordset {
   [[nodiscard]] CDaoResult RefuseField() const;
   CDaoResult SetText(const SColumnDefinition& column, std::span<const uint8_t> units);
   CDaoResult SetMemo(size_t index, std::u16string_view text);
-  CDaoResult Note(const STextLoss& loss);
+  // What a value lost that was set; the refusal of one that was not.
+  CDaoResult Note(CDaoResult set, const STextLoss& loss);
   CDaoResult SetBytes(const SColumnDefinition& column, const SValue& value);
   CDaoResult SetCalculated(size_t index, const SValue& value);
   CDaoResult SetDefaults();
