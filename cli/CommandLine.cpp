@@ -1,5 +1,9 @@
 #include "cli/CommandLine.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include "cli/CommandArguments.h"
 #include "cli/Commands.h"
 #include "cli/DisplayText.h"
@@ -15,35 +19,16 @@ namespace tolvane {
 namespace {
 
 SCommandEnd RunChosen(CSession& session) {
-  const bool hasFile = session.GetArguments().command != ECommand::Engines;
-  if (hasFile)
-    if (auto failure = session.CheckFiles()) return *failure;
-  switch (session.GetArguments().command) {
-    case ECommand::Repair:
-      return RunRepair(session);
-    case ECommand::Tables:
-      return RunTables(session);
-    case ECommand::Preview:
-      return RunPreview(session);
-    case ECommand::Export:
-      return RunExport(session);
-    case ECommand::Queries:
-      return RunQueries(session);
-    case ECommand::Objects:
-      return RunObjects(session);
-    case ECommand::Inspect:
-      return RunInspect(session);
-    case ECommand::Check:
-      return RunCheck(session);
-    case ECommand::Engines:
-      return RunEngines(session.GetArguments());
-    case ECommand::None:
-    case ECommand::Help:
-    case ECommand::Manual:
-    case ECommand::Completion:
-      break;
-  }
-  return EExitStatus::WrongUsage;
+  using Run = SCommandEnd (*)(CSession&);
+  static constexpr std::pair<ECommand, Run> kRuns[] = {
+      {ECommand::Repair, RunRepair},   {ECommand::Tables, RunTables},   {ECommand::Preview, RunPreview},
+      {ECommand::Export, RunExport},   {ECommand::Queries, RunQueries}, {ECommand::Objects, RunObjects},
+      {ECommand::Inspect, RunInspect}, {ECommand::Check, RunCheck}};
+  const ECommand command = session.GetArguments().command;
+  if (command == ECommand::Engines) return RunEngines(session.GetArguments());
+  if (auto failure = session.CheckFiles()) return *failure;
+  const auto* const run = std::ranges::find(kRuns, command, &std::pair<ECommand, Run>::first);
+  return run != std::end(kRuns) ? run->second(session) : EExitStatus::WrongUsage;
 }
 
 // What failed is worth a report, too.

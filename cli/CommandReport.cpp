@@ -11,19 +11,9 @@ namespace tolvane {
 
 namespace {
 
-std::u16string_view NameOfFormat(EOutputFormat format) {
-  switch (format) {
-    case EOutputFormat::Jet3:
-      return u"Access 97 (Jet 3)";
-    case EOutputFormat::Jet4:
-      return u"Access 2000-2003 (Jet 4)";
-    case EOutputFormat::Ace:
-      return u"Access 2007 and later (ACE)";
-    case EOutputFormat::ByRules:
-      break;
-  }
-  return {};
-}
+// By EOutputFormat.
+constexpr std::u16string_view kFormatNames[] = {u"", u"Access 97 (Jet 3)", u"Access 2000-2003 (Jet 4)",
+                                                u"Access 2007 and later (ACE)"};
 
 std::u16string ShownPath(const SArguments& arguments) {
   return arguments.source == kStandardInput ? std::u16string(kStandardInputShown) : arguments.source;
@@ -85,7 +75,7 @@ SReport CCommandReport::Collect(const std::u16string& problem) {
   if (save.IsComplete()) {
     sources.saved = &save.GetSummary();
     sources.outputPath = save.GetOutputPath();
-    sources.outputFormat = NameOfFormat(m_session.GetSavedFormat());
+    sources.outputFormat = kFormatNames[static_cast<size_t>(m_session.GetSavedFormat())];
   }
   return CollectReport({.command = NameOf(arguments.command),
                         .version = kVersion,

@@ -109,18 +109,10 @@ struct CAccessTableDataFileParser::SCatalogueRow {
 
   // Null for a column that is not read.
   std::u16string* GetText(size_t column) {
-    switch (column) {
-      case kObjectsId:
-        return &id;
-      case kObjectsName:
-        return &name;
-      case kObjectsType:
-        return &type;
-      case kObjectsFlags:
-        return &flags;
-      default:
-        return nullptr;
-    }
+    if (column == kObjectsId) return &id;
+    if (column == kObjectsName) return &name;
+    if (column == kObjectsType) return &type;
+    return column == kObjectsFlags ? &flags : nullptr;
   }
 };
 

@@ -148,22 +148,15 @@ void PutProperties(std::vector<SOwnedProperties> owners, CAccessTable& table) {
 }
 
 std::optional<EOtherObject> OtherObjectOf(int16_t type) {
-  switch (type) {
-    case kObjectForm:
-      return EOtherObject::Form;
-    case kObjectReport:
-      return EOtherObject::Report;
-    case kObjectMacro:
-      return EOtherObject::Macro;
-    case kObjectModule:
-      return EOtherObject::Module;
-    case kObjectLinkedAccess:
-      return EOtherObject::LinkedTable;
-    case kObjectLinkedOdbc:
-      return EOtherObject::OdbcTable;
-    default:
-      return std::nullopt;
-  }
+  constexpr std::pair<int16_t, EOtherObject> kObjects[] = {{kObjectForm, EOtherObject::Form},
+                                                           {kObjectReport, EOtherObject::Report},
+                                                           {kObjectMacro, EOtherObject::Macro},
+                                                           {kObjectModule, EOtherObject::Module},
+                                                           {kObjectLinkedAccess, EOtherObject::LinkedTable},
+                                                           {kObjectLinkedOdbc, EOtherObject::OdbcTable}};
+  for (const auto& [known, kind] : kObjects)
+    if (known == type) return kind;
+  return std::nullopt;
 }
 
 void ReadCatalogueObjects(CAccessData& data, uint32_t pageSize, const CTemplateMatch& match,

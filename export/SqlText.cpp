@@ -9,16 +9,9 @@ namespace {
 // As many characters of a memo are what its index is about; servers refuse longer keys.
 constexpr const char* kIndexedCharacters = "255";
 
-const char* WordsOf(ESqlAction action) {
-  switch (action) {
-    case ESqlAction::Cascade:
-      return "CASCADE";
-    case ESqlAction::SetNull:
-      return "SET NULL";
-    case ESqlAction::None:
-      break;
-  }
-  return "NO ACTION";
+std::string WordsOf(const char* event, ESqlAction action) {
+  if (action == ESqlAction::None) return {};
+  return event + std::string(action == ESqlAction::Cascade ? "CASCADE" : "SET NULL");
 }
 
 }  // namespace
@@ -32,14 +25,10 @@ std::string CSqlText::ColumnNames(const SSqlTable& table, const std::vector<size
 
 std::string CSqlText::Reference(const SSqlTable& table, const SSqlReference& reference) const {
   const SSqlTable& parent = m_schema.tables[reference.parent];
-  std::string text = "CONSTRAINT " + m_dialect.QuoteName(reference.name) + " FOREIGN KEY " +
-                     ColumnNames(table, reference.columns) + " REFERENCES " +
-                     m_dialect.QuoteName(parent.name) + " " + ColumnNames(parent, reference.parentColumns);
-  if (reference.onUpdate != ESqlAction::None)
-    text += std::string(" ON UPDATE ") + WordsOf(reference.onUpdate);
-  if (reference.onDelete != ESqlAction::None)
-    text += std::string(" ON DELETE ") + WordsOf(reference.onDelete);
-  return text;
+  return "CONSTRAINT " + m_dialect.QuoteName(reference.name) + " FOREIGN KEY " +
+         ColumnNames(table, reference.columns) + " REFERENCES " + m_dialect.QuoteName(parent.name) + " " +
+         ColumnNames(parent, reference.parentColumns) + WordsOf(" ON UPDATE ", reference.onUpdate) +
+         WordsOf(" ON DELETE ", reference.onDelete);
 }
 
 std::string CSqlText::CreateTable(const SSqlTable& table, bool withKey) const {

@@ -38,29 +38,10 @@ namespace {
 constexpr size_t kMaxTransfer = size_t{1} << 30;
 
 int OpenFlags(EFileAccess access, EFileCreation creation) {
-  int flags = O_CLOEXEC | O_NOCTTY;
-  switch (access) {
-    case EFileAccess::Read:
-      flags |= O_RDONLY;
-      break;
-    case EFileAccess::Write:
-      flags |= O_WRONLY;
-      break;
-    case EFileAccess::ReadWrite:
-      flags |= O_RDWR;
-      break;
-  }
-  switch (creation) {
-    case EFileCreation::CreateNew:
-      return flags | O_CREAT | O_EXCL;
-    case EFileCreation::CreateAlways:
-      return flags | O_CREAT | O_TRUNC;
-    case EFileCreation::OpenExisting:
-      return flags;
-    case EFileCreation::OpenAlways:
-      return flags | O_CREAT;
-  }
-  return flags;
+  constexpr int kAccess[] = {O_RDONLY, O_WRONLY, O_RDWR};                         // by EFileAccess
+  constexpr int kCreation[] = {O_CREAT | O_EXCL, O_CREAT | O_TRUNC, 0, O_CREAT};  // by EFileCreation
+  return O_CLOEXEC | O_NOCTTY | kAccess[static_cast<size_t>(access)] |
+         kCreation[static_cast<size_t>(creation)];
 }
 
 // -1 with errno on failure. Never waits for the other end of a pipe: one that nobody reads cannot be opened

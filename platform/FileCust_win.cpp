@@ -142,55 +142,12 @@ void CALLBACK OnWriteCompleted(DWORD error, DWORD count, OVERLAPPED* overlapped)
   COverlappedLedger::Instance().Complete(done->write, isShort ? kWriteFaultError : error);
 }
 
-DWORD AccessOf(EFileAccess access) {
-  switch (access) {
-    case EFileAccess::Read:
-      return GENERIC_READ;
-    case EFileAccess::Write:
-      return GENERIC_WRITE;
-    case EFileAccess::ReadWrite:
-      return GENERIC_READ | GENERIC_WRITE;
-  }
-  return 0;
-}
-
-DWORD ShareOf(EFileShare share) {
-  switch (share) {
-    case EFileShare::None:
-      return 0;
-    case EFileShare::Read:
-      return FILE_SHARE_READ;
-    case EFileShare::ReadWrite:
-      return FILE_SHARE_READ | FILE_SHARE_WRITE;
-  }
-  return 0;
-}
-
-DWORD CreationOf(EFileCreation creation) {
-  switch (creation) {
-    case EFileCreation::CreateNew:
-      return CREATE_NEW;
-    case EFileCreation::CreateAlways:
-      return CREATE_ALWAYS;
-    case EFileCreation::OpenExisting:
-      return OPEN_EXISTING;
-    case EFileCreation::OpenAlways:
-      return OPEN_ALWAYS;
-  }
-  return OPEN_EXISTING;
-}
-
-DWORD AttributesOf(EFileFlags flags) {
-  switch (flags) {
-    case EFileFlags::Normal:
-      return FILE_ATTRIBUTE_NORMAL;
-    case EFileFlags::Sequential:
-      return FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN;
-    case EFileFlags::Overlapped:
-      return FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED;
-  }
-  return FILE_ATTRIBUTE_NORMAL;
-}
+// By EFileAccess, EFileShare, EFileCreation and EFileFlags.
+constexpr DWORD kAccess[] = {GENERIC_READ, GENERIC_WRITE, GENERIC_READ | GENERIC_WRITE};
+constexpr DWORD kShare[] = {0, FILE_SHARE_READ, FILE_SHARE_READ | FILE_SHARE_WRITE};
+constexpr DWORD kCreation[] = {CREATE_NEW, CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS};
+constexpr DWORD kAttributes[] = {FILE_ATTRIBUTE_NORMAL, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN,
+                                 FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED};
 
 }  // namespace
 
@@ -204,8 +161,9 @@ bool CFileCust::Open(std::u16string_view path, EFileAccess access, EFileShare sh
   Close();
   m_path = path;
   m_lastError = kNoSystemError;
-  const HANDLE handle = CreateFileW(SystemPath(path).c_str(), AccessOf(access), ShareOf(share), nullptr,
-                                    CreationOf(creation), AttributesOf(flags), nullptr);
+  const HANDLE handle = CreateFileW(
+      SystemPath(path).c_str(), kAccess[static_cast<size_t>(access)], kShare[static_cast<size_t>(share)],
+      nullptr, kCreation[static_cast<size_t>(creation)], kAttributes[static_cast<size_t>(flags)], nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     m_lastError = GetLastError();
     return false;

@@ -4,6 +4,8 @@
 // After windows.h, whose types it needs.
 #include <commctrl.h>
 
+#include <functional>
+#include <map>
 #include <string>
 
 #include "ui/Resource.h"
@@ -14,51 +16,27 @@
 namespace tolvane {
 
 bool SViewParts::Create(HWND view) {
+  const auto tellOfMap = [view](const std::u16string& text) {
+    CWnd(view).GetItem(IDC_MAP_NOTE).SetText(text);
+  };
+  const std::map<UINT, std::function<bool()>> own{
+      {IDC_FILE, [&] { return file.Create(view, IDC_FILE, EEditForm::LineToType); }},
+      {IDC_TEMPLATE_FILE,
+       [&] { return templateFile.Create(view, IDC_TEMPLATE_FILE, EEditForm::LineToType); }},
+      {IDC_OUTPUT, [&] { return output.Create(view, IDC_OUTPUT, EEditForm::Line); }},
+      {IDC_SUMMARY, [&] { return summary.Create(view, IDC_SUMMARY, EEditForm::Lines); }},
+      {IDC_LOG, [&] { return log.CreatePane(view, IDC_LOG); }},
+      {IDC_MODE_STANDARD, [&] { return standardMode.Create(view, IDC_MODE_STANDARD); }},
+      {IDC_MODE_TEMPLATE, [&] { return advanceMode.Create(view, IDC_MODE_TEMPLATE); }},
+      {IDC_PROGRESS, [&] { return progress.Create(view, IDC_PROGRESS); }},
+      {IDC_TREE, [&] { return tree.Create(view, IDC_TREE); }},
+      {IDC_MAP, [&] { return map.Create(view, IDC_MAP, tellOfMap); }},
+      {IDC_FIND, [&] { return records.CreateControl(view, IDC_FIND); }},
+      {IDC_RECORDS, [&] { return records.CreateControl(view, IDC_RECORDS); }},
+      {IDC_CELL, [&] { return records.CreateControl(view, IDC_CELL); }}};
   for (const SControl& control : GetViewControls()) {
-    bool isCreated = true;
-    switch (control.identifier) {
-      case IDC_FILE:
-        isCreated = file.Create(view, IDC_FILE, EEditForm::LineToType);
-        break;
-      case IDC_TEMPLATE_FILE:
-        isCreated = templateFile.Create(view, IDC_TEMPLATE_FILE, EEditForm::LineToType);
-        break;
-      case IDC_OUTPUT:
-        isCreated = output.Create(view, IDC_OUTPUT, EEditForm::Line);
-        break;
-      case IDC_SUMMARY:
-        isCreated = summary.Create(view, IDC_SUMMARY, EEditForm::Lines);
-        break;
-      case IDC_LOG:
-        isCreated = log.CreatePane(view, IDC_LOG);
-        break;
-      case IDC_MODE_STANDARD:
-        isCreated = standardMode.Create(view, IDC_MODE_STANDARD);
-        break;
-      case IDC_MODE_TEMPLATE:
-        isCreated = advanceMode.Create(view, IDC_MODE_TEMPLATE);
-        break;
-      case IDC_PROGRESS:
-        isCreated = progress.Create(view, IDC_PROGRESS);
-        break;
-      case IDC_TREE:
-        isCreated = tree.Create(view, IDC_TREE);
-        break;
-      case IDC_MAP:
-        isCreated = map.Create(view, IDC_MAP, [view](const std::u16string& text) {
-          CWnd(view).GetItem(IDC_MAP_NOTE).SetText(text);
-        });
-        break;
-      case IDC_FIND:
-      case IDC_RECORDS:
-      case IDC_CELL:
-        isCreated = records.CreateControl(view, control.identifier);
-        break;
-      default:
-        isCreated = CreateStandardControl(view, control);
-        break;
-    }
-    if (!isCreated) return false;
+    const auto part = own.find(control.identifier);
+    if (!(part != own.end() ? part->second() : CreateStandardControl(view, control))) return false;
   }
   CWnd(view).GetItem(IDC_MODE_STANDARD_TEXT).SetText(kStandardModeText);
   CWnd(view).GetItem(IDC_MODE_TEMPLATE_TEXT).SetText(kTemplateModeText);

@@ -29,14 +29,8 @@ bool IsSaved(const CAccessTable& table) {
 }
 
 int32_t VersionOf(EOutputFormat format) {
-  switch (format) {
-    case EOutputFormat::Jet3:
-      return kDaoVersionJet3;
-    case EOutputFormat::Ace:
-      return kDaoVersionAce;
-    default:
-      return kDaoVersionJet4;
-  }
+  if (format == EOutputFormat::Jet3) return kDaoVersionJet3;
+  return format == EOutputFormat::Ace ? kDaoVersionAce : kDaoVersionJet4;
 }
 
 // ";LANGID=0x0409;CP=1252;COUNTRY=0". The version of a sort order stands in the language's top byte.

@@ -1,5 +1,7 @@
 #include "writer/RelationSaver.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "format/SystemObjects.h"
@@ -18,17 +20,10 @@ constexpr uint64_t kMostNotes = 200;
 
 // What the relation asks of the rows, in place of what it joins.
 bool IsAboutEnforcing(EDaoError code) {
-  switch (code) {
-    case EDaoError::RelatedRecordMissing:
-    case EDaoError::FieldTypesDiffer:
-    case EDaoError::NoUniqueIndex:
-    case EDaoError::TooManyIndexes:
-    case EDaoError::NotSupported:
-    case EDaoError::DatabaseTooLarge:
-      return true;
-    default:
-      return false;
-  }
+  constexpr EDaoError kAbout[] = {EDaoError::RelatedRecordMissing, EDaoError::FieldTypesDiffer,
+                                  EDaoError::NoUniqueIndex,        EDaoError::TooManyIndexes,
+                                  EDaoError::NotSupported,         EDaoError::DatabaseTooLarge};
+  return std::ranges::find(kAbout, code) != std::end(kAbout);
 }
 
 // The field that a column became. Rows name columns as users know them; columns of Jet 3 files are recovered

@@ -37,17 +37,9 @@ bool IsKnownResult(uint8_t type) {
 
 // Of the types that share a length, which one it is; 0: no such type.
 size_t SharedLengthOf(uint8_t type) {
-  switch (type) {
-    case kTypeLong:
-    case kTypeSingle:
-      return 4;
-    case kTypeCurrency:
-    case kTypeDouble:
-    case kTypeDate:
-      return 8;
-    default:
-      return 0;
-  }
+  const bool isShared = type == kTypeLong || type == kTypeSingle || type == kTypeCurrency ||
+                        type == kTypeDouble || type == kTypeDate;
+  return isShared ? LengthOfType(type) : 0;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <unordered_map>
+#include <utility>
 
 #include "app/report/Report.h"
 #include "platform/Process.h"
@@ -13,32 +14,25 @@ constexpr size_t kLossesShown = 3000, kLossesShownOfTable = 200;
 
 // The kind of damage that an entry of the ledger tells, where it hits a table of the user's.
 EVerdict VerdictOf(EDamage kind) {
-  switch (kind) {
-    case EDamage::UnreadablePage:
-      return EVerdict::Unreadable;
-    case EDamage::LeadingBytes:
-    case EDamage::LostPage:
-    case EDamage::MovedPages:
-    case EDamage::OtherDatabase:
-      return EVerdict::Shifted;
-    case EDamage::PartialPage:
-      return EVerdict::CutShort;
-    case EDamage::BrokenDefinition:
-    case EDamage::LostTable:
-    case EDamage::UnfitTemplate:
-      return EVerdict::Definitions;
-    case EDamage::UnnamedTable:
-    case EDamage::RestoredName:
-    case EDamage::MistakableTable:
-    case EDamage::BrokenProperties:
-      return EVerdict::Catalogue;
-    case EDamage::SurplusRows:
-      return EVerdict::Counts;
-    case EDamage::BrokenLongValue:
-      return EVerdict::LongValues;
-    default:
-      return EVerdict::Rows;
-  }
+  static constexpr std::pair<EDamage, EVerdict> kVerdicts[] = {
+      {EDamage::UnreadablePage, EVerdict::Unreadable},
+      {EDamage::LeadingBytes, EVerdict::Shifted},
+      {EDamage::LostPage, EVerdict::Shifted},
+      {EDamage::MovedPages, EVerdict::Shifted},
+      {EDamage::OtherDatabase, EVerdict::Shifted},
+      {EDamage::PartialPage, EVerdict::CutShort},
+      {EDamage::BrokenDefinition, EVerdict::Definitions},
+      {EDamage::LostTable, EVerdict::Definitions},
+      {EDamage::UnfitTemplate, EVerdict::Definitions},
+      {EDamage::UnnamedTable, EVerdict::Catalogue},
+      {EDamage::RestoredName, EVerdict::Catalogue},
+      {EDamage::MistakableTable, EVerdict::Catalogue},
+      {EDamage::BrokenProperties, EVerdict::Catalogue},
+      {EDamage::SurplusRows, EVerdict::Counts},
+      {EDamage::BrokenLongValue, EVerdict::LongValues}};
+  for (const auto& [damage, verdict] : kVerdicts)
+    if (damage == kind) return verdict;
+  return EVerdict::Rows;
 }
 
 // Rows of the catalogue are names and texts of what belongs to the user.
