@@ -48,4 +48,11 @@ void CFreePageMap::Load(CPageReader& reader, const SLayout& layout) {
       });
 }
 
+void CFreePageMap::Doubt() {
+  for (uint32_t page = kHeaderPage; page <= kRelationshipsPage; page++)
+    if (!IsFree(page)) return;
+  m_isKnown = false;
+  m_isFree.clear();
+}
+
 }  // namespace tolvane

@@ -22,6 +22,8 @@ class CFreePageMap {
  public:
   // A map that cannot be read tells of no free page.
   void Load(CPageReader& reader, const SLayout& layout);
+  // Forgets a map that frees all pages that no engine ever frees, itself among them.
+  void Doubt();
   [[nodiscard]] bool IsKnown() const { return m_isKnown; }
   [[nodiscard]] bool IsFree(uint64_t page) const {
     return page < m_isFree.size() && m_isFree[static_cast<size_t>(page)];

@@ -19,6 +19,7 @@ struct SPageNote {
   bool startsTable : 1 = false;        // the first page of a definition
   bool mayStartTable : 1 = false;      // damaged, and possibly one
   bool hasNoHead : 1 = false;          // neither a page of any type nor one that was never written
+  bool hasNoMaps : 1 = false;          // says that it holds usage maps, and has rows that are none
   bool isBrokenLongValue : 1 = false;  // a page of long values whose slots cannot be true
 };
 

@@ -67,7 +67,10 @@ void CSource::UseLayout(const SLayout& layout) {
 }
 
 const CFreePageMap& CSource::GetFreePages() {
-  if (!m_freePages) m_freePages.emplace().Load(m_pages, *m_layout);
+  if (!m_freePages) {
+    m_freePages.emplace().Load(m_pages, *m_layout);
+    if (!m_rules.creditFreedPages) m_freePages->Doubt();
+  }
   return *m_freePages;
 }
 

@@ -259,7 +259,7 @@ std::vector<SHomelessPage> CTableScanner::ScanDataPages(CAccessData& data, CSour
     const EOwner owner = CreditPage(data, note, offset, owners, match);
     if (twins != nullptr && owner == EOwner::Known) twins->Note(note.print, static_cast<uint32_t>(number));
     const bool isLost = owner == EOwner::Impossible || owner == EOwner::Unknown;
-    const bool isOrphan = note.isRead && isLost && !isFree && IsOwnerOfRows(note.owner);
+    const bool isOrphan = note.isRead && isLost && !isFree && (IsOwnerOfRows(note.owner) || note.hasNoMaps);
     const CAccessTable* const defined = data.GetTables().FindTable(offset);
     const bool isDefinition = m_rules.mendDefinitions && defined != nullptr && !defined->isBuiltIn;
     if (m_rules.adoptOrphanPages && (isOrphan || note.hasNoHead) && !isDefinition)

@@ -266,6 +266,12 @@ TEST_P(ExactRules, FreedPagesAreToldByTheTablesMapWhereTheirOwnMapIsGone) {
   EXPECT_EQ(Repair(file.Build()), kRows / 2);
 }
 
+TEST_P(ExactRules, AMapOfFreePagesThatFreesItselfIsNotBelieved) {
+  file.Page(kGlobalMapPage).PutBytes(layout.pageSize - layout.map.rowSize + kMapBits, Bytes(8, 0xFF));
+  file.Page(table).Put32(layout.definition.ownedMap, 0);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+}
+
 TEST_P(ExactRules, APageThatWasCopiedOverAnotherIsReadOnce) {
   const CPageBytes second = file.Page(rows[1]);
   file.AddDataPage(table, RowsOfPage(1));  // where no table has a page
@@ -530,6 +536,9 @@ TEST_P(ExactRules, LongValuesAreReadFromPagesWithoutAHead) {
 
 TEST_P(ExactRules, PagesWithoutAHeadGoToTheTableWhoseMapNamesThem) {
   file.Page(rows[0]).Put32(kOwnerOffset, 0x00123456);
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::OrphanDataPage), 0u);
+  file.Page(rows[0]).Put32(kOwnerOffset, kOwnerMaps);
   EXPECT_EQ(Repair(file.Build()), kRows);
   EXPECT_EQ(Lost(EDamage::OrphanDataPage), 0u);
   file.Page(rows[0]).PutBytes(0, Bytes(layout.data.slots, 0xEE));
