@@ -5,6 +5,7 @@
 #include "engine/CatalogueImage.h"
 #include "engine/DefinitionChain.h"
 #include "engine/DefinitionReader.h"
+#include "format/PageHead.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 #include "status/Status.h"
@@ -35,6 +36,7 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
     if (page == kObjectsPage && m_rules.useBuiltInCatalogue) {
       image = MakeCatalogueImage(m_layout, m_rules);
       Decode(image, *table);
+      if (m_rules.mendDefinitions) TakeOwnHeader(definitions, *table);
       continue;
     }
     const bool isWhole =
@@ -58,6 +60,16 @@ void CDefinitionDecoder::ParseTableDefinitions(CAccessData& data, CSource& defin
            .definition = table->GetDefinitionOffset(),
            .reason = table->isBuiltIn ? "it is the same in every database, and known" : reader.GetFault()});
   }
+}
+
+void CDefinitionDecoder::TakeOwnHeader(CSource& definitions, CAccessTable& catalogue) const {
+  std::vector<uint8_t> page(m_layout.pageSize);
+  STableDefinition own;
+  SDefinitionCounts counts;
+  if (definitions.ReadPage(kObjectsPage, page) && IsFirstOfDefinition(page, m_layout))
+    DecodeHeader(m_layout.definition, page, own, counts);
+  catalogue.header.rowCount = std::max<uint32_t>(own.rowCount, 1);
+  catalogue.header.usedPagesMap = own.ownedMap;
 }
 
 bool CDefinitionDecoder::Decode(std::span<const uint8_t> definition, CAccessTable& table) {

@@ -51,6 +51,8 @@ class CDefinitionDecoder {
     std::span<const uint8_t> Get(uint64_t at, size_t size) { return bytes.GetBlock(at, size, room); }
   };
 
+  // How many rows and which pages the catalogue has, which no two files share. No database is without a row.
+  void TakeOwnHeader(CSource& definitions, CAccessTable& catalogue) const;
   void ReadHeader(SWalk& walk, CAccessTable& table) const;
   void ReadColumns(SWalk& walk, CAccessTable& table);
   [[nodiscard]] CAccessColumn ReadColumn(std::span<const uint8_t> block) const;

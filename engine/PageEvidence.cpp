@@ -142,6 +142,7 @@ SSample SamplePages(CPageReader& file, uint64_t start, const SLayout& layout, co
     if (watch.IsStopped()) return {};
     if (file.ReadFile(start + number * layout.pageSize, page) != page.size()) continue;
     if (IsBlankPage(page)) continue;
+    MendPageType(page, layout);
     sample.written++;
     sample.sound += IsSoundPage(page, layout) || page[0] == kPageMap || page[0] == kPageDefinition ? 1 : 0;
   }
@@ -266,8 +267,9 @@ SPageEvidence InOnePiece(CPageReader& file, const SLayout& layout, uint64_t star
       if (number > 0 && IsHeader(file, place, page) && HasCatalogue(file, place))
         evidence.otherStarts.push_back(place);
       // A page that cannot be read, and all behind it, are left to who asks for each.
-      if (noting != nullptr && number == evidence.notes.size() && page.size() >= layout.pageSize)
-        evidence.notes.push_back(NotePage(page.first(layout.pageSize), number, true, layout, *noting));
+      if (noting == nullptr || number != evidence.notes.size() || page.size() < layout.pageSize) continue;
+      if (number > 0) MendPageType(std::span(block).subspan(at, layout.pageSize), layout);
+      evidence.notes.push_back(NotePage(page.first(layout.pageSize), number, true, layout, *noting));
     }
   }
   if (FindTurns(evidence, file, start, job)) return evidence;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "format/PageHead.h"
+
 namespace tolvane {
 
 namespace {
@@ -48,6 +50,7 @@ void CPageReader::ShareFile(const CPageReader& other) {
   m_length = other.m_length;
   m_contentLength = other.m_contentLength;
   m_stretches = other.m_stretches;
+  m_mended = other.m_mended;
   Forget();
 }
 
@@ -126,6 +129,12 @@ void CPageReader::Forget() {
 }
 
 bool CPageReader::ReadPage(uint64_t offset, std::span<uint8_t> page) {
+  if (!FetchPage(offset, page)) return false;
+  if (m_mended != nullptr && offset > 0 && page.size() == m_mended->pageSize) MendPageType(page, *m_mended);
+  return true;
+}
+
+bool CPageReader::FetchPage(uint64_t offset, std::span<uint8_t> page) {
   if (page.size() > m_length || offset > m_length - page.size()) return false;
   const auto isInBlock = [&] {
     return offset >= m_blockStart && offset - m_blockStart < m_blockSize &&

@@ -18,6 +18,7 @@
 
 #include "engine/DBFileReader.h"
 #include "engine/FileRange.h"
+#include "format/Layout.h"
 #include "platform/ErrorHandler.h"
 
 namespace tolvane {
@@ -70,6 +71,9 @@ class CPageReader {
   [[nodiscard]] uint64_t GetContentLength() const { return m_contentLength; }
   // Takes what the file's end has left of a page for a page, zeros behind it, and its length with them.
   void CompleteLastPage(uint32_t pageSize);
+  // From now on pages of this layout whose type was overwritten are read as what the rest of them is; null:
+  // all as they are.
+  void MendTypes(const SLayout* layout) { m_mended = layout; }
   // Whole pages.
   [[nodiscard]] uint64_t GetPageCount(uint32_t pageSize) const { return m_length / pageSize; }
 
@@ -95,6 +99,7 @@ class CPageReader {
   };
 
   void Forget();
+  bool FetchPage(uint64_t offset, std::span<uint8_t> page);
   // The stretch that holds the offset; null: none does.
   [[nodiscard]] const SStretch* FindStretch(uint64_t offset) const;
   // Bytes up to the next hole.
@@ -115,6 +120,7 @@ class CPageReader {
   uint64_t m_length = 0;
   uint64_t m_contentLength = 0;
   std::vector<SStretch> m_stretches;  // never empty
+  const SLayout* m_mended = nullptr;
 
   std::vector<uint8_t> m_block;
   uint64_t m_blockStart = 0;

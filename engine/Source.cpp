@@ -62,6 +62,7 @@ void CSource::Close() {
 
 void CSource::UseLayout(const SLayout& layout) {
   m_layout = &layout;
+  m_pages.MendTypes(m_rules.pagesDecideFormat ? &layout : nullptr);
   m_freePages.reset();
   ReadFacts();
 }

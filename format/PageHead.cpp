@@ -15,9 +15,10 @@ bool IsSoundRowPage(std::span<const uint8_t> page, const SLayout& layout) {
   return (last & kSlotStart) == tableEnd + GetLittle<uint16_t>(page, kFreeBytesOffset);
 }
 
+// The index of an empty table has one leaf without entries.
 bool IsSoundIndexPage(std::span<const uint8_t> page, const SIndexPageLayout& at) {
   const size_t end = EndOfEntries(page, at);
-  return end != 0 && OwnerOf(page) != 0 && end + GetLittle<uint16_t>(page, kFreeBytesOffset) == at.Capacity();
+  return OwnerOf(page) != 0 && end + GetLittle<uint16_t>(page, kFreeBytesOffset) == at.Capacity();
 }
 
 }  // namespace
@@ -62,6 +63,20 @@ bool IsSoundPage(std::span<const uint8_t> page, const SLayout& layout) {
     default:
       return false;
   }
+}
+
+void MendPageType(std::span<uint8_t> page, const SLayout& layout) {
+  const uint8_t type = page[kPageTypeAt], mark = page[kPageMarkAt];
+  const bool provesItself = type == kPageData || type == kPageIndexNode || type == kPageIndexLeaf;
+  if (HasPageType(page) && (!provesItself || IsSoundPage(page, layout))) return;
+  const bool isLeaf = page[layout.index.level] == 0 && GetLittle<uint32_t>(page, layout.index.tail) == 0;
+  page[kPageMarkAt] = kPageFormatted;
+  for (const EPageType kind : {kPageData, kPageDefinition, isLeaf ? kPageIndexLeaf : kPageIndexNode}) {
+    page[kPageTypeAt] = kind;
+    if (IsSoundPage(page, layout)) return;
+  }
+  page[kPageTypeAt] = type;
+  page[kPageMarkAt] = mark;
 }
 
 }  // namespace tolvane

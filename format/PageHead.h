@@ -49,4 +49,8 @@ size_t EndOfEntries(std::span<const uint8_t> page, const SIndexPageLayout& at);
 // that; a page that is torn further down still does.
 bool IsSoundPage(std::span<const uint8_t> page, const SLayout& layout);
 
+// Gives a page the first two bytes back that say what it is, where they are damaged and the rest is sound as
+// that of one kind. Kinds that prove themselves by nothing else are left as they are.
+void MendPageType(std::span<uint8_t> page, const SLayout& layout);
+
 }  // namespace tolvane

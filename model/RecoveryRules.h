@@ -21,7 +21,8 @@ inline constexpr uint32_t kShortestDigits = 0xFFFFFFFF;
 struct SRecoveryRules {
   // --- pages ---
 
-  // Format, start and places of the pages follow from all pages together, not from the header alone.
+  // Format, start and places of the pages follow from all pages together, not from the header alone, and what
+  // a page is from all of it, not from its first byte alone.
   bool pagesDecideFormat;
   // A page of rows whose owner cannot be told from its head goes to the table whose maps or indexes name it.
   bool adoptOrphanPages;

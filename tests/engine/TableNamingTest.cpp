@@ -151,7 +151,13 @@ TEST_F(TableNaming, UnnamedTablesAreNamedByTheirPlaceOrNumbered) {
                                 u"RecoveredTable###1!", u"Named"}));
   EXPECT_EQ(namesOf(false), (Row{u"RecoveredTable###0!", u"MSysQueries?", u"RecoveredTable###1!",
                                  u"MSysModules2?", u"MSysACEs?", u"Named"}));
-  // A name from the catalogue is better.
+  // A name from the catalogue is better, but for the tables that every file has.
+  CAccessTable& objects = AddTable(2);
+  objects.name = u"Forms";
+  for (const std::u16string column : {u"ACM", u"FInheritable", u"ObjectId", u"SID"})
+    AddColumn(objects, kTypeText, column);
+  CAccessTableDataFileParser(kExactRules, ShownJob()).NameUnnamedTables(Tables(), true);
+  EXPECT_EQ(objects.name, u"MSysACEs");
   CAccessTable& table = AddTable(3);
   m_parser.NameUnnamedTables(Tables(), true);
   EXPECT_FALSE(m_parser.AssignTableName(Tables(), u"No", u"1", m_pageSize));
