@@ -270,7 +270,8 @@ void CAccessTableDataFileParser::NameUnnamedTables(CAccessTableList& tables, boo
     if (!table->name.empty()) {
       // Whatever a damaged row of the catalogue calls it.
       const bool isKnown = m_rules.columnsNameSystemTables && IsOnFixedPage(*table, isJet4Pages);
-      if (const auto known = isKnown ? NameByColumns(*table) : std::u16string_view(); !known.empty()) table->name = known;
+      if (const auto known = isKnown ? NameByColumns(*table) : std::u16string_view(); !known.empty())
+        table->name = known;
       if (!m_rules.systemTablesByName) CorrectSystemMark(*table);
       continue;
     }

@@ -260,4 +260,19 @@ std::vector<SPageRow> FindRowsBetween(Bytes page, size_t from, size_t to, const 
   return CRowFinder(page.first(to), std::move(hints), layout, profile, frame).Find();
 }
 
+std::vector<SPageRow> FindRowsToCome(Bytes page, const SLayout& layout, const CRowProfile& profile,
+                                     CRowFrame& frame) {
+  const std::vector<SPageRow> known = RowsOfSlots(page, layout);
+  size_t end = known.empty() ? page.size() : known.back().start;
+  std::vector<SPageRow> rows =
+      FindRowsBetween(page, layout.data.slots + 2 * known.size(), end, layout, profile, frame);
+  size_t count = 0;
+  for (; count < rows.size() && rows[count].end == end; count++) {
+    end = rows[count].start;
+    rows[count].slot = static_cast<uint32_t>(known.size() + count);
+  }
+  rows.resize(count);
+  return rows;
+}
+
 }  // namespace tolvane

@@ -35,4 +35,9 @@ std::vector<SPageRow> FindRows(std::span<const uint8_t> page, const SLayout& lay
 std::vector<SPageRow> FindRowsBetween(std::span<const uint8_t> page, size_t from, size_t to,
                                       const SLayout& layout, const CRowProfile& profile, CRowFrame& frame);
 
+// Rows that lie where the next ones would, without slots yet, on a page whose slots are sound: the page is
+// torn, and its head older than its end. Or they are what is left of rows that were there before.
+std::vector<SPageRow> FindRowsToCome(std::span<const uint8_t> page, const SLayout& layout,
+                                     const CRowProfile& profile, CRowFrame& frame);
+
 }  // namespace tolvane

@@ -1,6 +1,7 @@
 #include "engine/TableWalk.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "engine/DataReader.h"
 #include "engine/RowLearning.h"
@@ -44,8 +45,9 @@ bool CTableWalk::ParseTable(CAccessTable& table) {
   m_moved.Begin(table);
   m_unsoundPages.clear();
   std::ranges::fill(m_page, uint8_t{0});
-  return m_recorder.Record(
-      table, [this] { return WalkPages() && AdoptPages() && RebuildPages() && DecodeUnclaimedRows(); });
+  return m_recorder.Record(table, [this] {
+    return WalkPages() && AdoptPages() && RebuildPages() && DecodeUnclaimedRows() && TakeRowsToCome();
+  });
 }
 
 bool CTableWalk::ReadPage(uint64_t offset) {
@@ -289,6 +291,28 @@ bool CTableWalk::DecodeUnclaimedRows() {
       m_recorder.AddRow(*row, pointer.slot);
     else
       m_recorder.Count(EDamage::RejectedRow, pointer.slot, "a moved row that is not whole");
+  }
+  return true;
+}
+
+// Rows of torn pages that the slots do not name yet. Leftovers of deleted rows look the same: only just those
+// that are missing are believed.
+bool CTableWalk::TakeRowsToCome() {
+  const CRowProfile* const profile = m_recorder.GetProfile();
+  const uint32_t found = m_recorder.GetRowCount(), promised = m_table->promisedRows;
+  if (profile == nullptr || !profile->IsConfirmed() || found >= promised) return true;
+  std::vector<std::pair<uint64_t, SPageRow>> rows;
+  for (const uint64_t offset : m_table->dataPages) {
+    if (!IsRunning()) return false;
+    if (rows.size() > promised - found || !ReadPage(offset) || !AreSlotsSound(m_page, m_layout)) continue;
+    for (const SPageRow& row : FindRowsToCome(m_page, m_layout, *profile, m_recorder.GetFrame()))
+      if (!IsRowOfSlots(BytesOf(row))) rows.emplace_back(offset, row);
+  }
+  if (rows.size() != promised - found) return true;
+  for (const auto& [offset, row] : rows) {
+    if (!ReadPage(offset)) continue;
+    m_recorder.Count(EDamage::TornPage, static_cast<int32_t>(row.slot), "its slots do not name the row yet");
+    m_recorder.TryRow(BytesOf(row), row.slot);
   }
   return true;
 }

@@ -46,6 +46,7 @@ class CTableWalk {
   bool AdoptPages();
   bool RebuildPages();
   bool DecodeUnclaimedRows();
+  bool TakeRowsToCome();
   [[nodiscard]] bool CanDecodeAhead();
   bool TakeBatch(SDecodedBatch& batch);
   bool CutPage();
