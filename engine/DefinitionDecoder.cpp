@@ -286,7 +286,13 @@ void CDefinitionDecoder::NameIndexes(SWalk& walk, CAccessTable& table) {
     }
     CAccessTableIndex& index = indexes[real];
     if (read.side == kForeignSide && m_name[0] != u'\0')
-      table.foreignKeys.push_back({m_name.data(), read.partnerTable});
+      table.foreignKeys.push_back({.relationship = m_name.data(),
+                                   .primaryTable = read.partnerTable,
+                                   .primaryIndex = read.partnerIndex,
+                                   .index = real,
+                                   .cascadesUpdates = read.cascadeUpdates == 1,
+                                   .cascadesDeletes = read.cascadeDeletes == 1});
+    if (read.side == kPrimarySide) table.referredIndexes.push_back({read.number, real});
     if (kind == kIndexKindForeign) {
       if (isNamed[real] == 0) index.foreign = 1;
       continue;

@@ -56,10 +56,19 @@ class CAccessDataPageOffsetList {
 // usual page, a counter, or another place that names a table of the user's.
 enum class ENameSource : uint8_t { Catalogue, Columns, Place, Generated, Elsewhere };
 
-// One relationship of the table whose column refers to another one.
+// One relationship that the engine enforces, as the definition of the table repeats it whose columns refer to
+// another one's, ...
 struct SForeignKey {
   std::u16string relationship;
   uint32_t primaryTable = 0;  // page of its definition
+  uint32_t primaryIndex = 0;  // number of an SReferredIndex there
+  size_t index = 0;           // of the table's indexes, on the columns that refer
+  bool cascadesUpdates = false, cascadesDeletes = false;
+};
+// ... and what the other one's says: an index on the columns that are referred to.
+struct SReferredIndex {
+  uint32_t number = 0;
+  size_t index = 0;
 };
 
 class CAccessTable {
@@ -87,6 +96,7 @@ class CAccessTable {
   CAccessColumnList columns;
   CAccessTableIndexList indexes;
   std::vector<SForeignKey> foreignKeys;
+  std::vector<SReferredIndex> referredIndexes;
   CAccessDataPageOffsetList dataPages;
   // The row count that the definition held, before header.rowCount was replaced.
   uint32_t promisedRows = 0;

@@ -103,6 +103,52 @@ class CRelationCollector {
   std::unordered_map<std::u16string, size_t> m_byKey;
 };
 
+// Nothing where the definitions do not fit each other.
+std::optional<SRecoveredRelation> ReadDefinitions(const CAccessData& data, const CAccessTable& table,
+                                                  const SForeignKey& key) {
+  const CAccessTable* const primary =
+      data.GetTables().FindTable(uint64_t{key.primaryTable} * data.source.pageSize);
+  if (primary == nullptr) return std::nullopt;
+  const auto referred =
+      std::ranges::find(primary->referredIndexes, key.primaryIndex, &SReferredIndex::number);
+  if (referred == primary->referredIndexes.end()) return std::nullopt;
+  const CAccessTableIndex &own = *table.indexes.GetAt(key.index),
+                          &other = *primary->indexes.GetAt(referred->index);
+  if (own.columnCount == 0 || own.columnCount != other.columnCount) return std::nullopt;
+  SRecoveredRelation relation;
+  relation.name = key.relationship;
+  relation.table = table.name;
+  relation.referencedTable = primary->name;
+  relation.isRestored = true;
+  if (own.unique != 0) relation.attributes |= kRelationUnique;
+  if (key.cascadesUpdates) relation.attributes |= kRelationUpdateCascade;
+  if (key.cascadesDeletes) relation.attributes |= kRelationDeleteCascade;
+  for (size_t i = 0; i < own.columnCount; i++) {
+    const CAccessColumn* const column = table.columns.FindByNumber(own.columns[i].columnNumber);
+    const CAccessColumn* const referredColumn = primary->columns.FindByNumber(other.columns[i].columnNumber);
+    if (column == nullptr || referredColumn == nullptr) return std::nullopt;
+    relation.pairs.push_back({std::u16string(column->GetName()), std::u16string(referredColumn->GetName())});
+  }
+  return relation;
+}
+
+// Takes the place of one that is not whole. Rows that lost their name may be those of the relationship.
+void AddRestored(const CAccessData& data, std::vector<SRecoveredRelation>& relations) {
+  for (const auto& table : data.GetTables())
+    for (const SForeignKey& key : table->foreignKeys) {
+      const auto known = std::ranges::find_if(relations, [&](const SRecoveredRelation& relation) {
+        return relation.name.empty() ? EqualsIgnoreCase(relation.table, table->name)
+                                     : EqualsIgnoreCase(relation.name, key.relationship);
+      });
+      if (known != relations.end() && (known->isRestored || known->problem.empty())) continue;
+      auto restored = ReadDefinitions(data, *table, key);
+      if (restored && known != relations.end())
+        *known = std::move(*restored);
+      else if (restored)
+        relations.push_back(std::move(*restored));
+    }
+}
+
 }  // namespace
 
 const CAccessTable* FindRelationsTable(const CAccessData& data) {
@@ -139,7 +185,10 @@ bool ReadRelations(const CAccessData& data, CJobContext* job, std::vector<SRecov
   relations.clear();
   rowsRead = 0;
   const CAccessTable* table = FindRelationsTable(data);
-  if (table == nullptr || table->header.rowCount == 0) return true;
+  if (table == nullptr || table->header.rowCount == 0) {
+    AddRestored(data, relations);
+    return true;
+  }
   CTableTextReader reader(*table, data.GetRules());
   if (!reader.Open()) return false;
   CRelationCollector collector(data.GetRules());
@@ -156,6 +205,7 @@ bool ReadRelations(const CAccessData& data, CJobContext* job, std::vector<SRecov
     if (job != nullptr && !job->saving.IsSaving()) return false;
   }
   collector.Finish(relations);
+  AddRestored(data, relations);
   return true;
 }
 

@@ -1,4 +1,5 @@
-// The relationships of the damaged database, put together from its recovered MSysRelationships rows.
+// The relationships of the damaged database, put together from its recovered MSysRelationships rows and,
+// where these are lost, from the definitions of its tables.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +26,8 @@ struct SRecoveredRelation {
   int32_t attributes = 0;     // kRelationUnique and so on
   bool hasAttributes = true;  // false when they are lost or impossible; they then read as "not enforced"
   std::vector<SRelationPair> pairs;
-  std::u16string problem;  // why the relationship is not whole; empty when it is
+  std::u16string problem;   // why the relationship is not whole; empty when it is
+  bool isRestored = false;  // from the definitions, which know all but its join type
 
   // "Orders (Customer)": one side of it and its columns.
   [[nodiscard]] std::u16string DescribeSide(bool isReferenced) const;
@@ -35,10 +37,11 @@ struct SRecoveredRelation {
   [[nodiscard]] bool IsSystem() const;
 };
 
-// In the order of their first rows. Rows that contradict the rows before them are left out; a relationship
-// that lacks a pair of columns is told as such, for fewer pairs would be another relationship. Linear in the
-// rows. Without a job nothing stops the reading, and nothing is shown. False when the rows cannot be read or
-// the reading was stopped. `rowsRead` tells how many of the recovered rows were there.
+// In the order of their first rows, those without rows last. Rows that contradict the rows before them are
+// left out; a relationship that lacks a pair of columns is told as such, for fewer pairs would be another
+// relationship. Linear in the rows. Without a job nothing stops the reading, and nothing is shown. False when
+// the rows cannot be read or the reading was stopped. `rowsRead` tells how many of the recovered rows were
+// there.
 bool ReadRelations(const CAccessData& data, CJobContext* job, std::vector<SRecoveredRelation>& relations,
                    uint32_t& rowsRead);
 

@@ -123,7 +123,10 @@ ESaveStep CRelationSaver::CreateOne(CDaoDatabase& database, const SRecoveredRela
 void CRelationSaver::TellChange(const SRecoveredRelation& relation, const std::u16string& name,
                                 const std::u16string& text) {
   const bool isLoss = m_data.GetRules().changesAreLosses;
-  if (isLoss && (name != relation.name || !text.empty())) ++m_summary.relationsChanged;
+  if (isLoss && (name != relation.name || !text.empty() || relation.isRestored)) ++m_summary.relationsChanged;
+  if (relation.isRestored)
+    Note(NameOf(relation) +
+         u" was put together from the definitions of its tables, which do not keep its join type");
   if (name != relation.name) Note(NameOf(relation) + u" was saved as " + Quoted(name));
   if (text.empty()) return;
   if (isLoss)

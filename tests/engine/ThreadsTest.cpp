@@ -133,6 +133,7 @@ TEST_F(Threads, AllLeaveWhenTheRunIsStopped) {
     CJobContext job;
     job.SetThreads(8);
     job.repairing.SetRunning(true);
+    if (run == 0) job.Stop();
     std::atomic<bool> hasEnded{false};
     std::thread user([&] {
       while (!hasEnded && job.pages.GetPos() < 40 * run) std::this_thread::yield();

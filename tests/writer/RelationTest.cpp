@@ -131,6 +131,40 @@ TEST_F(CRelationStepTest, DamagedRowsCostTheirRelationship) {
                                                u"Tables 1 The name of a table is lost.", u" 2 ", u" 1 "}));
 }
 
+TEST_F(CRelationStepTest, DefinitionsTellWhatRowsLost) {
+  AddRelations({{u"Short", u"0", u"2", u"1", u"Orders", u"Part", u"Customers", u"Branch"},
+                {u"Whole", u"2", u"1", u"0", u"Orders", u"Part", u"Customers", u"Id"}});
+  CAccessTable& customers = AddTable(u"Customers", {{u"Id"}, {u"Branch"}});
+  CAccessTable& orders = AddTable(u"Orders", {{u"Customer"}, {u"Part"}});
+  CAccessTableIndex both;
+  both.columnCount = 2;
+  both.columns[1].columnNumber = 1;
+  CAccessTableIndex one;
+  one.columnCount = 1;
+  for (CAccessTable* const table : {&customers, &orders})
+    for (const CAccessTableIndex& index : {both, one}) table->indexes.Add(index);
+  for (const auto& table : {&customers, &orders})
+    for (uint16_t i = 0; i < 2; i++) table->columns.GetAt(i)->number = i;
+  const uint32_t page = customers.GetPage(m_data.source.pageSize);
+  customers.referredIndexes = {{7, 0}, {9, 1}};
+  orders.foreignKeys = {{u"Short", page, 7, 0, false, true},
+                        {u"Whole", page, 7, 0},
+                        {u"Lost", page, 9, 1, true},
+                        {u"Unfit", page, 9, 0},
+                        {u"Unknown", page, 8, 1}};
+  std::vector<SRecoveredRelation> relations;
+  uint32_t rowsRead = 0;
+  EXPECT_TRUE(ReadRelations(m_data, nullptr, relations, rowsRead));
+  std::vector<std::u16string> read;
+  for (const SRecoveredRelation& relation : relations)
+    read.push_back(relation.name + u": " + relation.DescribeSide(false) + u" " + relation.DescribeSide(true) +
+                   u" " + relation.DescribeRules() + (relation.isRestored ? u"!" : u""));
+  EXPECT_EQ(read, (std::vector<std::u16string>{
+                      u"Short: Orders (Customer, Part) Customers (Id, Branch) deletes cascade!",
+                      u"Whole: Orders (Part) Customers (Id) not enforced",
+                      u"Lost: Orders (Customer) Customers (Id) updates cascade!"}));
+}
+
 // Each set, over records of texts.
 class CNullCascadeTest : public CRelationStepTest, public testing::WithParamInterface<ERules> {
  protected:
