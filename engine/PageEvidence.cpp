@@ -130,21 +130,26 @@ class CHeadFinder {
 struct SSample {
   uint64_t written = 0;
   uint64_t sound = 0;
-  [[nodiscard]] bool IsSure() const { return sound > 0 && sound * kSoundOf >= written * (kSoundOf - 1); }
+  bool isInStep = true;  // the last page is, which few bytes put in or lost near the end would show alone
+  [[nodiscard]] bool IsSure() const {
+    return isInStep && sound > 0 && sound * kSoundOf >= written * (kSoundOf - 1);
+  }
 };
 
 SSample SamplePages(CPageReader& file, uint64_t start, const SLayout& layout, const CSearchWatch& watch) {
   SSample sample;
   std::vector<uint8_t> page(layout.pageSize);
-  const uint64_t count = (file.GetFileLength() - start) / layout.pageSize;
+  const uint64_t length = file.GetFileLength() - start, count = length / layout.pageSize;
   const uint64_t step = count / kPagesSampled + 1;
   for (uint64_t number = 1; number < count; number += number + kPagesAtEnd < count ? step : 1) {
     if (watch.IsStopped()) return {};
     if (file.ReadFile(start + number * layout.pageSize, page) != page.size()) continue;
     if (IsBlankPage(page)) continue;
     MendPageType(page, layout);
+    const bool isSound = IsSoundPage(page, layout) || page[0] == kPageMap || page[0] == kPageDefinition;
     sample.written++;
-    sample.sound += IsSoundPage(page, layout) || page[0] == kPageMap || page[0] == kPageDefinition ? 1 : 0;
+    sample.sound += isSound ? 1 : 0;
+    sample.isInStep = isSound || length % layout.pageSize == 0;
   }
   return sample;
 }

@@ -152,6 +152,28 @@ bool CPageReader::FetchPage(uint64_t offset, std::span<uint8_t> page) {
   return true;
 }
 
+std::optional<uint64_t> CPageReader::PlaceBehind(uint64_t offset, size_t pageSize) const {
+  const SStretch* const stretch = FindStretch(offset);
+  if (stretch == nullptr) return std::nullopt;
+  const bool isLast = stretch == &m_stretches.back();
+  const uint64_t place = isLast ? stretch->place + stretch->length : (stretch + 1)->place;
+  const bool isNext = isLast ? m_length - offset < 2 * pageSize : offset + pageSize == (stretch + 1)->offset;
+  const bool isInStep = (place - stretch->place) % pageSize == 0;
+  return isNext && !isInStep && place >= pageSize ? std::optional(place - pageSize) : std::nullopt;
+}
+
+bool CPageReader::ReadTornPage(uint64_t offset, size_t cut, std::span<uint8_t> page) {
+  const auto placeBehind = PlaceBehind(offset, page.size());
+  if (!placeBehind || cut > page.size() || !FetchPage(offset, page)) return false;
+  const SStretch& stretch = *FindStretch(offset);
+  const uint64_t place = stretch.place + (offset - stretch.offset);
+  // Where bytes were lost those behind the cut stand in front of where they would.
+  const size_t gap = place > *placeBehind ? std::min<uint64_t>(place - *placeBehind, page.size() - cut) : 0;
+  std::ranges::fill(page.subspan(cut, gap), uint8_t{0});
+  const std::span<uint8_t> rest = page.subspan(cut + gap);
+  return ReadFile(*placeBehind + cut + gap, rest) == rest.size();
+}
+
 size_t CPageReader::ReadPartialPage(uint64_t offset, std::span<uint8_t> page) {
   if (offset >= m_length) return 0;
   const auto size = static_cast<size_t>(std::min<uint64_t>(page.size(), m_length - offset));

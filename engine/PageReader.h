@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <unordered_set>
@@ -82,6 +83,14 @@ class CPageReader {
   bool ReadPage(uint64_t offset, std::span<uint8_t> page);
   // False: the page at `offset` lies between two stretches, and nowhere in the file.
   [[nodiscard]] bool HasPlace(uint64_t offset) const { return FindStretch(offset) != nullptr; }
+  // The page is the last one in front of a stretch, or of the end of the file, out of step with it: bytes
+  // were put in or lost within it.
+  [[nodiscard]] bool IsTorn(uint64_t offset, size_t pageSize) const {
+    return PlaceBehind(offset, pageSize).has_value();
+  }
+  // A page that is torn, cut there: the bytes behind the cut are those in step with the next stretch, zeros
+  // where it lacks any. False as above, or where the page is not torn.
+  bool ReadTornPage(uint64_t offset, size_t cut, std::span<uint8_t> page);
   // What the file holds of a page that reaches beyond its end.
   size_t ReadPartialPage(uint64_t offset, std::span<uint8_t> page);
 
@@ -102,6 +111,8 @@ class CPageReader {
   bool FetchPage(uint64_t offset, std::span<uint8_t> page);
   // The stretch that holds the offset; null: none does.
   [[nodiscard]] const SStretch* FindStretch(uint64_t offset) const;
+  // Where a torn page would start in step with what follows.
+  [[nodiscard]] std::optional<uint64_t> PlaceBehind(uint64_t offset, size_t pageSize) const;
   // Bytes up to the next hole.
   [[nodiscard]] uint64_t RoomAt(uint64_t fileOffset) const;
   // Bytes from `offset` on that could be read, none beyond the end of their stretch.

@@ -126,6 +126,21 @@ TEST_P(ExactRules, PagesBehindBytesPutInOrLostAreFoundAgain) {
 
 // Pages of rows alone do not tell: they may be what was swapped, and the definitions be in their places. An
 // empty table without indexes says nothing.
+// Its head stands in its place, and its rows are in step with what follows, be it the end of the file.
+TEST_P(ExactRules, APageThatBytesWerePutIntoOrLostInHasAllItsRows) {
+  for (const bool isAtEnd : {false, true}) {
+    const uint32_t page = rows[1];
+    Bytes bytes = file.Build();
+    if (isAtEnd) bytes.resize(file.OffsetOf(page + 1));
+    const size_t free = file.OffsetOf(page) + layout.data.slots + kRows;
+    for (const Bytes& torn : {PutIn(bytes, free, 3, 0xEE), TakeOut(bytes, free + 8, 3)}) {
+      Repair(torn);
+      EXPECT_EQ(RowsOf(table), kRows);
+      EXPECT_EQ(Lost(EDamage::TornPage), 1u);
+    }
+  }
+}
+
 TEST_P(ExactRules, DefinitionsInEachOthersPlacesAreToldByIndexesAndRows) {
   STableSpec spec = SmallTable();
   spec.indexes = {{.columns = {{0}}, .isPrimary = true, .name = u"Key"}};
@@ -432,6 +447,15 @@ TEST_P(ExactRules, ATornPageIsToldAndGivesTheRowsThatItHas) {
 }
 
 // As where the sectors of two states meet within a row, or an offset was overwritten.
+TEST_P(ExactRules, RowsThatTheirPagesSlotsDoNotNameYetAreRead) {
+  CPageBytes& page = file.Page(rows[1]);
+  page.Put16(layout.data.slotCount, kRows / 2 - 1);
+  page.Put16(kFreeBytesOffset, static_cast<uint16_t>(page.Get16(layout.data.slots + kRows - 4) -
+                                                     layout.data.slots - (kRows - 2)));
+  EXPECT_EQ(Repair(file.Build()), kRows);
+  EXPECT_EQ(Lost(EDamage::TornPage), 1u);
+}
+
 TEST_P(ExactRules, ARowThatNoEngineWritesIsToldAndTaken) {
   const uint16_t room = TableNamed(*Recover(file.Build(), kExactRules), u"People")->columns.GetAt(1)->length;
   const auto repairWith = [&](size_t letters, size_t spare) {
