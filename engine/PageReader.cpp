@@ -168,7 +168,8 @@ bool CPageReader::ReadTornPage(uint64_t offset, size_t cut, std::span<uint8_t> p
   const SStretch& stretch = *FindStretch(offset);
   const uint64_t place = stretch.place + (offset - stretch.offset);
   // Where bytes were lost those behind the cut stand in front of where they would.
-  const size_t gap = place > *placeBehind ? std::min<uint64_t>(place - *placeBehind, page.size() - cut) : 0;
+  const uint64_t lost = place > *placeBehind ? place - *placeBehind : 0;
+  const auto gap = static_cast<size_t>(std::min<uint64_t>(lost, page.size() - cut));
   std::ranges::fill(page.subspan(cut, gap), uint8_t{0});
   const std::span<uint8_t> rest = page.subspan(cut + gap);
   return ReadFile(*placeBehind + cut + gap, rest) == rest.size();

@@ -174,9 +174,11 @@ bool CTableWalk::CutPage() {
 
 bool CTableWalk::CutExactPage() {
   if (!IsRunning()) return false;
-  if (m_reader.IsTorn(m_offset, m_page.size()) &&
-      MendTornPage(m_reader, m_offset, m_layout, *m_recorder.GetProfile(), m_recorder.GetFrame(), m_page))
-    m_recorder.Count(EDamage::TornPage, -1, "bytes were put into it, or are missing in it");
+  if (m_tornPagesLeft > 0 && m_reader.IsTorn(m_offset, m_page.size())) {
+    m_tornPagesLeft--;
+    if (MendTornPage(m_reader, m_offset, m_layout, *m_recorder.GetProfile(), m_recorder.GetFrame(), m_page))
+      m_recorder.Count(EDamage::TornPage, -1, "bytes were put into it, or are missing in it");
+  }
   if (!AreSlotsSound(m_page, m_layout)) {
     m_unsoundPages.push_back(m_offset);
     return true;

@@ -37,6 +37,8 @@ class CTableWalk {
 
  private:
   using Bytes = std::span<const uint8_t>;
+  // To look for the place where one is torn costs the reading of hundreds.
+  static constexpr size_t kMostTornPages = 256;
 
   // Each answers false when the run was stopped.
   bool WalkPages();
@@ -74,8 +76,9 @@ class CTableWalk {
 
   CAccessTable* m_table = nullptr;
   std::vector<uint8_t> m_page;
-  uint64_t m_offset = 0;                 // of the page being cut
-  size_t m_pageBytesLeft = 0;            // row bytes that the page may still yield
+  uint64_t m_offset = 0;       // of the page being cut
+  size_t m_pageBytesLeft = 0;  // row bytes that the page may still yield
+  size_t m_tornPagesLeft = kMostTornPages;
   std::vector<uint64_t> m_unsoundPages;  // whose slots cannot be true
 };
 
