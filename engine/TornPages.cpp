@@ -36,9 +36,9 @@ bool MendTornPage(CPageReader& reader, uint64_t offset, const SLayout& layout, c
     if (!reader.ReadTornPage(offset, cut, tried)) return;
     const size_t rate = Rate(tried, cut, layout, profile, frame);
     if (rate < best || (rate == best && first == page.size())) return;
-    if (rate > best) first = cut;
+    first = rate > best ? cut : std::min(first, cut);
+    last = rate > best ? cut : std::max(last, cut);
     best = rate;
-    last = cut;
   };
   for (size_t cut = 0; cut < page.size(); cut += kStep) tryCut(cut);
   const size_t from = std::min(first, page.size() - 1) / kStep * kStep;

@@ -41,6 +41,7 @@ choose_input() {
   esac
 }
 
+# A fuzzer keeps its corpus in memory, some hundred megabytes with databases in SEEDS.
 # The files of a run live in memory where there is a place for that.
 TMPDIR=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo /tmp)" tolvane-fuzz-XXXXXX)
 export TMPDIR ASAN_OPTIONS=quarantine_size_mb=32 # what is held back for the checks counts as used memory
@@ -49,7 +50,7 @@ status=0
 for fuzzer in "$@"; do
   mkdir -p "$build/corpus/$fuzzer"
   choose_input "$fuzzer"
-  "$build/fuzz/$fuzzer" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=512 -print_final_stats=1 \
+  "$build/fuzz/$fuzzer" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
     -artifact_prefix="$build/finds/$fuzzer-" "$build/corpus/$fuzzer" "${input[@]}" || status=1
 done
 exit "$status"
